@@ -1,0 +1,105 @@
+#pragma once
+
+/// @file
+/// The one interface through which a filter talks to a codec, and the records that cross it.
+
+#include "platform/win_types.h"
+
+namespace nyx {
+
+/// What a codec tells about one frame. Seven signed 32-bit fields.
+struct FrameInfo {
+    LONG fieldOrder = -1;   ///< 0 top field first, 1 bottom field first, 2 progressive, -1 unknown
+    LONG pixelAspectX = 0;  ///< pixel aspect ratio as a fraction
+    LONG pixelAspectY = 0;
+    LONG infoA = -1;  ///< first two words of the "INFO" chunk, -1 when absent
+    LONG infoB = -1;
+    LONG rdrtA = -1;  ///< the two words of the "RDRT" chunk, -1 when absent
+    LONG rdrtB = -1;
+};
+static_assert(sizeof(FrameInfo) == 28);
+
+/// Values of FrameInfo::fieldOrder.
+enum FieldOrder : LONG {
+    kFieldOrderUnknown = -1,
+    kTopFieldFirst = 0,
+    kBottomFieldFirst = 1,
+    kProgressive = 2,
+};
+
+/// What a filter asks `IsEngineAvailable` for.
+enum EngineMode : LONG {
+    kEngineForEncoding = 0,
+    kEngineForDecoding = 1,
+};
+
+/// Every codec class implements this interface; filters inherit one codec class and call it through
+/// these operations, in this slot order. Each codec class also has a static
+/// `bool IsEngineAvailable(LONG mode)`. Destructors come last, per class: a codec is never deleted
+/// through this interface. No operation throws. A codec object serves one thread at a time.
+class ICodec {
+  public:
+    /// The codec's "color_space" setting; 0 asks for full-range RGB, anything else for studio range.
+    virtual LONG GetColorSpace() = 0;
+
+    /// True when compressed streams may carry alpha.
+    virtual bool SupportsAlpha() = 0;
+
+    /// The FourCC of the compressed format.
+    virtual DWORD GetFourCC() = 0;
+
+    /// Worst-case size in bytes of one compressed frame of the given uncompressed format.
+    virtual DWORD GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool alpha) = 0;
+
+    /// Whether the uncompressed `input` can be encoded, to `output` when that is not null.
+    /// `S_OK` or `VFW_E_TYPE_NOT_ACCEPTED`.
+    virtual HRESULT CompressQuery(const BITMAPINFOHEADER* input, bool alphaInput,
+                                  const BITMAPINFOHEADER* output) = 0;
+
+    /// Encodes one frame. `output->biSizeImage` receives the compressed size; `outputData` holds at
+    /// least GetMaxCompressedSize bytes. The last three arguments are reserved and passed as 0.
+    virtual HRESULT Compress(const BITMAPINFOHEADER* input, bool alphaInput, const void* inputData,
+                             BITMAPINFOHEADER* output, void* outputData, DWORD reserved1,
+                             DWORD reserved2, DWORD reserved3) = 0;
+
+    /// Whether the compressed `input` can be decoded, to `output` when that is not null.
+    /// `S_OK` or `VFW_E_TYPE_NOT_ACCEPTED`; a null input is always refused.
+    virtual HRESULT DecompressQuery(const BITMAPINFOHEADER* input, const BITMAPINFOHEADER* output,
+                                    bool alphaOut) = 0;
+
+    /// Describes one frame, or the stream when `frame` is null; `input->biSizeImage` is the number
+    /// of bytes at `frame`. 0 when the frame carried an "INFO" chunk, 1 when the values came from
+    /// defaults and tables. `info` may be null.
+    virtual HRESULT GetFrameInfo(const BITMAPINFOHEADER* input, const void* frame,
+                                 REFERENCE_TIME averageFrameDuration, FrameInfo* info) = 0;
+
+    /// Decodes one frame; `input->biSizeImage` is the number of bytes at `data`. `outputData` holds
+    /// the whole picture that `output` and `stride` describe (stride 0: computed by the codec).
+    /// `E_FAIL` for a frame that cannot be handled, with the destination untouched.
+    virtual HRESULT Decompress(const BITMAPINFOHEADER* input, const void* data,
+                               const BITMAPINFOHEADER* output, bool alphaOut, void* outputData,
+                               LONG stride, DWORD alphaMode) = 0;
+
+  protected:
+    ~ICodec() = default;
+};
+
+/// The bodies that most codecs share.
+class CCodecBase : public ICodec {
+  public:
+    LONG GetColorSpace() override { return color_space_; }
+    bool SupportsAlpha() override { return false; }
+
+    /// Reads field order and pixel aspect from the frame's chunks, else from the size tables.
+    HRESULT GetFrameInfo(const BITMAPINFOHEADER* input, const void* frame,
+                         REFERENCE_TIME averageFrameDuration, FrameInfo* info) override;
+
+  protected:
+    explicit CCodecBase(LONG colorSpace) : color_space_(colorSpace) {}
+    ~CCodecBase() = default;
+
+  private:
+    LONG color_space_;
+};
+
+}  // namespace nyx

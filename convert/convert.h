@@ -1,0 +1,59 @@
+#pragma once
+
+/// @file
+/// Pixel-format conversion between the codecs' 4:2:2 working layouts and RGB. Knows nothing of
+/// codecs or filters. All entries are reentrant and keep no state of their own.
+
+#include "platform/fourcc.h"
+#include "platform/win_types.h"
+
+namespace nyx {
+
+/// One image, or one alpha plane, as the kernels walk it. Fields are 32-bit signed but for the
+/// pointer. The caller owns the memory and vouches for it.
+struct ImagePlane {
+    /// First byte of the first row in processing order; for a bottom-up RGB buffer the address of
+    /// the last row in memory, with a negative pitch.
+    BYTE* data;
+    /// Bytes from the start of one row to the start of the next in processing order.
+    LONG pitch;
+    /// `pitch` less width times bytes per pixel: what a kernel adds after the bytes of a row.
+    LONG rowGap;
+};
+
+/// Colour flags of the YUV side.
+enum YuvColourFlags : DWORD {
+    kYuvBt601 = 0,
+    kYuvBt709 = 2,
+};
+
+/// Colour flags of the RGB side; only bit 0 counts.
+enum RgbColourFlags : DWORD {
+    kRgbStudioRange = 0,  ///< black at 16, white at 235
+    kRgbFullRange = 1,    ///< 0 to 255
+};
+
+/// Bytes that one pixel of a conversion format takes, 0 for a FourCC that is not one of them.
+LONG BytesPerPixel(DWORD fourcc);
+
+/// Combines both sides' colour flags: 0 studio BT.601, 1 full BT.601, 2 studio BT.709, 3 full
+/// BT.709; -1 when the YUV-side word is neither 0 nor 2.
+int ResolveColourFlags(DWORD rgbFlags, DWORD yuvFlags);
+
+/// Converts a "YUY2" or "W210" picture to an RGB layout. Width and height are in pixels, the width
+/// even. `sourceAlpha` may be null; outputs with an alpha channel then carry 255.
+/// Results: `S_OK`; `E_INVALIDARG` for an unsupported combination; `E_POINTER` for a missing image;
+/// `E_UNEXPECTED` without SSSE3. A failed request writes nothing. Callable on any thread.
+HRESULT ConvertFromYuv(const ImagePlane* source, const ImagePlane* sourceAlpha, DWORD sourceFourCC,
+                       DWORD sourceColourFlags, LONG sourceAlphaMode, const ImagePlane* destination,
+                       DWORD destinationFourCC, DWORD destinationColourFlags,
+                       LONG destinationAlphaMode, LONG width, LONG height);
+
+/// Converts an RGB picture to "YUY2" or "W210"; chroma is picked from the even pixel of each pair.
+/// Results and rules as for ConvertFromYuv.
+HRESULT ConvertToYuv(const ImagePlane* source, DWORD sourceFourCC, DWORD sourceColourFlags,
+                     const ImagePlane* sourceAlpha, const ImagePlane* destination,
+                     const ImagePlane* destinationAlpha, DWORD destinationFourCC,
+                     DWORD destinationColourFlags, LONG alphaMode, LONG width, LONG height);
+
+}  // namespace nyx

@@ -1,0 +1,54 @@
+# Shared by the scripts of this folder: where things are, how they speak, how Wine is started.
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+jobs=$(nproc)
+
+say() { printf '== %s\n' "$*"; }
+die() {
+    printf 'error: %s\n' "$*" >&2
+    exit 1
+}
+
+# A Wine prefix of its own for the calling script, removed when the script ends. The small
+# keep-alive process keeps the prefix's service processes up, so that each following start is quick
+# and no test inherits their pipes.
+start_wine() {
+    WINEPREFIX=$(mktemp -d "${TMPDIR:-/tmp}/nyx-wine.XXXXXX")
+    export WINEPREFIX WINEARCH=win32 WINEDEBUG=${WINEDEBUG:--all}
+    # No Mono or Gecko, no menu entries: nothing here needs them.
+    export WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-mscoree=;mshtml=;winemenubuilder.exe=}
+    start_display
+    trap stop_wine EXIT
+    say "Wine: a fresh 32-bit prefix"
+    wineboot --init >/dev/null 2>&1 </dev/null || die "Wine could not make its prefix"
+    wine cmd /c pause >/dev/null 2>&1 < <(exec sleep 86400) &
+    wine_keepalive=$!
+}
+
+# Property pages need a display; without one of the caller's, a private Xvfb serves.
+start_display() {
+    [ -z "${DISPLAY:-}" ] || return 0
+    command -v Xvfb >/dev/null || die "Xvfb is missing: run scripts/setup"
+    local fifo
+    fifo=$(mktemp -u "${TMPDIR:-/tmp}/nyx-display.XXXXXX")
+    mkfifo "$fifo"
+    Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp 3>"$fifo" >/dev/null 2>&1 &
+    xvfb_pid=$!
+    local number
+    read -r number <"$fifo"
+    rm -f "$fifo"
+    export DISPLAY=":$number"
+}
+
+stop_wine() {
+    local status=$?
+    set +e
+    [ -z "${wine_keepalive:-}" ] || kill "$wine_keepalive" 2>/dev/null
+    wineserver -k 2>/dev/null
+    wineserver -w 2>/dev/null
+    [ -z "${xvfb_pid:-}" ] || kill "$xvfb_pid" 2>/dev/null
+    pkill -P $$ sleep 2>/dev/null
+    rm -rf "$WINEPREFIX"
+    exit "$status"
+}
