@@ -1,0 +1,7 @@
+#include "settings/codec_settings.h"
+
+namespace nyx {
+
+LONG ReadCodecSetting(DWORD, const wchar_t*, LONG defaultValue) { return defaultValue; }
+
+}  // namespace nyx

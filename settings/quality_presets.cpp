@@ -1,0 +1,39 @@
+#include "settings/quality_presets.h"
+
+#include <algorithm>
+
+#include "settings/codec_settings.h"
+
+namespace nyx {
+namespace {
+
+LONG Clamp(LONG value, SettingRange range) { return std::clamp(value, range.low, range.high); }
+
+}  // namespace
+
+EncoderParameters ApplyPresetRules(EncoderParameters stored) {
+    if (stored.preset == kCustomPreset) {
+        stored.quant_scale = Clamp(stored.quant_scale, kQuantScaleRange);
+        stored.max_stream_size = Clamp(stored.max_stream_size, kMaxStreamSizeRange);
+        return stored;
+    }
+    if (stored.preset < 0 || stored.preset > kCustomPreset) {
+        stored.preset = kDefaultPreset;
+    }
+    const QualityPreset& preset = kQualityPresets[stored.preset];
+    stored.quant_scale = preset.quant_scale;
+    stored.max_stream_size = preset.max_stream_size;
+    return stored;
+}
+
+EncoderParameters ReadEncoderParameters(DWORD fourcc) {
+    const QualityPreset& usual = kQualityPresets[kDefaultPreset];
+    return ApplyPresetRules({
+        ReadCodecSetting(fourcc, L"color_space", 0),
+        ReadCodecSetting(fourcc, L"quant_scale", usual.quant_scale),
+        ReadCodecSetting(fourcc, L"max_stream_size", usual.max_stream_size),
+        ReadCodecSetting(fourcc, L"preset", kDefaultPreset),
+    });
+}
+
+}  // namespace nyx

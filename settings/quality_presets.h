@@ -1,0 +1,44 @@
+#pragma once
+
+#include "platform/win_types.h"
+
+namespace nyx {
+
+/// The Zeta encoder's parameters, shared by the codec, the encoder's parameter interface, the
+/// property page and the settings store. Four signed 32-bit values in this order.
+struct EncoderParameters {
+    LONG color_space;      ///< 0 full-range RGB, anything else studio range
+    LONG quant_scale;      ///< quantiser scale, larger is coarser
+    LONG max_stream_size;  ///< budget in percent of an 8-bit 4:2:2 frame
+    LONG preset;           ///< 0 to 3 a fixed pair of the two above, 4 custom
+};
+static_assert(sizeof(EncoderParameters) == 16);
+
+constexpr LONG kCustomPreset = 4;
+constexpr LONG kDefaultPreset = 2;
+
+/// One fixed quality: what a preset sets.
+struct QualityPreset {
+    LONG quant_scale;
+    LONG max_stream_size;
+};
+
+/// Presets 0 to 3, finest first.
+constexpr QualityPreset kQualityPresets[] = {{3, 50}, {4, 40}, {5, 30}, {19, 4}};
+
+/// A closed range of custom values.
+struct SettingRange {
+    LONG low;
+    LONG high;
+};
+constexpr SettingRange kQuantScaleRange = {4, 19};
+constexpr SettingRange kMaxStreamSizeRange = {4, 100};
+
+/// Applies the preset rules: 0 to 3 replace quantiser and size by the preset's pair, custom values
+/// are clamped to their ranges, any other preset acts as the default preset.
+EncoderParameters ApplyPresetRules(EncoderParameters stored);
+
+/// Reads the four values of the codec with the given FourCC and applies the preset rules.
+EncoderParameters ReadEncoderParameters(DWORD fourcc);
+
+}  // namespace nyx
