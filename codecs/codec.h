@@ -39,7 +39,8 @@ enum EngineMode : LONG {
 /// through this interface. No operation throws. A codec object serves one thread at a time.
 class ICodec {
   public:
-    /// The codec's "color_space" setting; 0 asks for full-range RGB, anything else for studio range.
+    /// The codec's "color_space" setting; 0 asks for full-range RGB, anything else for studio
+    /// range.
     virtual LONG GetColorSpace() = 0;
 
     /// True when compressed streams may carry alpha.

@@ -11,7 +11,7 @@ constexpr DWORD kInfoTag = FourCC("INFO");
 constexpr DWORD kFieldTag = FourCC("FIEL");
 constexpr DWORD kRdrtTag = FourCC("RDRT");
 
-constexpr std::size_t kChunkHeader = 8;       // tag and payload size
+constexpr std::size_t kChunkHeader = 8;        // tag and payload size
 constexpr std::size_t kInfoWordsSize = 4 * 4;  // infoA, infoB, aspect X and Y
 
 /// Bytes of the container at the frame's start, header included; 0 when there is none. 64 bits: a
@@ -47,7 +47,9 @@ std::optional<InfoWords> FrameChunks::Info() const {
     return InfoWords{*a, *b, *x, *y};
 }
 
-std::optional<DWORD> FrameChunks::FieldCode() const { return Find(kFieldTag).Le32At(0); }
+std::optional<DWORD> FrameChunks::FieldCode() const {
+    return Find(kFieldTag).Le32At(0);
+}
 
 std::optional<RdrtWords> FrameChunks::Rdrt() const {
     const ByteSpan payload = Find(kRdrtTag);

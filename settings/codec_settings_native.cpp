@@ -2,6 +2,8 @@
 
 namespace nyx {
 
-LONG ReadCodecSetting(DWORD, const wchar_t*, LONG defaultValue) { return defaultValue; }
+LONG ReadCodecSetting(DWORD, const wchar_t*, LONG defaultValue) {
+    return defaultValue;
+}
 
 }  // namespace nyx

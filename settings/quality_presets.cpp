@@ -7,7 +7,9 @@
 namespace nyx {
 namespace {
 
-LONG Clamp(LONG value, SettingRange range) { return std::clamp(value, range.low, range.high); }
+LONG Clamp(LONG value, SettingRange range) {
+    return std::clamp(value, range.low, range.high);
+}
 
 }  // namespace
 

@@ -22,8 +22,8 @@ Separator LastSeparator(const std::wstring& path) {
         if (IsLeadUnit(path[i])) {
             ++i;
         } else if (path[i] == L'\\' || path[i] == L':') {
-            const bool afterColon = last.position != kNone && last.position + 1 == i &&
-                                    path[last.position] == L':';
+            const bool afterColon =
+                last.position != kNone && last.position + 1 == i && path[last.position] == L':';
             last = {i, afterColon};
         }
     }
@@ -45,8 +45,7 @@ SettingPath SplitSettingPath(const wchar_t* keyPath, const wchar_t* valueName) {
     if (split.position == kNone) {
         return {L"", path};
     }
-    const bool keep =
-        path[split.position] == L':' || split.position == 0 || split.followsColon;
+    const bool keep = path[split.position] == L':' || split.position == 0 || split.followsColon;
     return {path.substr(0, split.position + (keep ? 1 : 0)), path.substr(split.position + 1)};
 }
 

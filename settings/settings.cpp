@@ -28,8 +28,8 @@ LONG WriteSettingDword(HKEY root, const wchar_t* keyPath, const wchar_t* valueNa
     const SettingPath path = SplitSettingPath(keyPath, valueName);
     HKEY key = nullptr;
     const LONG created =
-        RegCreateKeyExW(root, path.key.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
-                        KEY_ALL_ACCESS, nullptr, &key, nullptr);
+        RegCreateKeyExW(root, path.key.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS,
+                        nullptr, &key, nullptr);
     if (created != ERROR_SUCCESS || !key) {
         return created;
     }

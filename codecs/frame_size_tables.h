@@ -1,0 +1,25 @@
+#pragma once
+
+#include <optional>
+
+#include "codecs/codec.h"
+
+namespace nyx {
+
+/// A pixel aspect ratio as a fraction.
+struct PixelAspect {
+    LONG x;
+    LONG y;
+};
+
+/// The field order usual for a frame of this size at interlaced rates; nothing for other sizes.
+std::optional<LONG> FieldOrderOfSize(LONG width, LONG height);
+
+/// The field order of a stream that does not tell it: the size's usual order when the average frame
+/// duration (100 ns units) is exactly that of 29.97 or 25 frames per second, else progressive.
+LONG DefaultFieldOrder(LONG width, LONG height, REFERENCE_TIME averageFrameDuration);
+
+/// The pixel aspect usual for a frame of this size, 1:1 for sizes that are not listed.
+PixelAspect DefaultPixelAspect(LONG width, LONG height);
+
+}  // namespace nyx

@@ -1,0 +1,262 @@
+#include "codecs/ten_bit_codec.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <new>
+
+#include "codecs/frame_chunks.h"
+#include "codecs/header_checks.h"
+#include "codecs/pixel_format_index.h"
+#include "codecs/ten_bit_rows.h"
+#include "convert/convert.h"
+#include "settings/codec_settings.h"
+
+namespace nyx {
+namespace {
+
+constexpr DWORD kFourCC = FourCC("Q210");
+constexpr DWORD kYuy2 = FourCC("YUY2");
+constexpr WORD kBitCount = 20;
+constexpr DWORD kSizeMargin = 1064;  // room for chunks in front of a frame
+constexpr LONG kYuy2BytesPerPixel = 2;
+
+/// The largest picture: its 10-bit frame and its 32-bit RGB buffer must both stay below 2^31 bytes.
+constexpr std::int64_t kMostPixels = (std::int64_t{1} << 31) / 4 - 1;
+
+bool IsTenBitHeader(const BITMAPINFOHEADER* header) {
+    return IsPlainHeader(header) && header->biBitCount == kBitCount &&
+           header->biCompression == kFourCC;
+}
+
+bool IsPossibleSize(std::int64_t width, std::int64_t height) {
+    if (width < 2 || width % 2 != 0 || height < 1) {
+        return false;
+    }
+    const std::int64_t blocks = (width + 47) / 48;
+    return width * height <= kMostPixels && blocks * 48 * height <= kMostPixels;
+}
+
+/// The conversion library's name for an RGB surface of one of our indices.
+DWORD RgbFourCC(const SurfaceFormat& surface) {
+    return surface.bytesPerPixel == 3 ? FourCC("BGR3") : FourCC("BGRA");
+}
+
+bool IsRgbIndex(int index) {
+    return index >= kIndexRgb24 && index < kIndexArgb32;
+}
+
+/// `width` pixels of each row of a surface.
+ImagePlane PlaneOf(const SurfaceFormat& surface, LONG width) {
+    return {surface.data, surface.stride, surface.stride - width * surface.bytesPerPixel};
+}
+
+/// A strip of 8-bit 4:2:2 rows without gaps, for one call: RGB passes through it a few rows at a
+/// time, so that the rows are still in the cache when the second kernel reads them.
+class ScratchStrip {
+  public:
+    static constexpr LONG kRows = 16;
+
+    explicit ScratchStrip(LONG width)
+        : pitch_(width * kYuy2BytesPerPixel),
+          bytes_(new (std::nothrow) BYTE[static_cast<std::size_t>(pitch_) * kRows]) {}
+
+    explicit operator bool() const { return bytes_ != nullptr; }
+    ImagePlane plane() const { return {bytes_.get(), pitch_, 0}; }
+
+  private:
+    LONG pitch_;
+    std::unique_ptr<BYTE[]> bytes_;
+};
+
+/// The plane that starts `rows` further down.
+ImagePlane Below(const ImagePlane& plane, LONG rows) {
+    return {plane.data + static_cast<std::ptrdiff_t>(plane.pitch) * rows, plane.pitch,
+            plane.rowGap};
+}
+
+void UnpackRows(const TenBitRowKernels& rows, const BYTE* frame, const ImagePlane& destination,
+                LONG width, LONG height) {
+    const std::size_t stride = TenBitRowLayoutFor(width).stride;
+    BYTE* row = destination.data;
+    for (LONG y = 0; y < height; ++y) {
+        rows.unpack(frame, row, width);
+        frame += stride;
+        row += destination.pitch;
+    }
+}
+
+void PackRows(const TenBitRowKernels& rows, const ImagePlane& source, BYTE* frame, LONG width,
+              LONG height) {
+    const std::size_t stride = TenBitRowLayoutFor(width).stride;
+    const BYTE* row = source.data;
+    for (LONG y = 0; y < height; ++y) {
+        rows.pack(row, frame, width);
+        row += source.pitch;
+        frame += stride;
+    }
+}
+
+HRESULT DecodeRgb(const TenBitRowKernels& rows, const BYTE* frame, const ImagePlane& destination,
+                  DWORD rgbFourCC, const ConversionFlags& flags, LONG width, LONG height) {
+    const ScratchStrip strip(width);
+    if (!strip) {
+        return E_OUTOFMEMORY;
+    }
+    const ImagePlane yuy2 = strip.plane();
+    for (LONG y = 0; y < height; y += ScratchStrip::kRows) {
+        const LONG count = std::min(ScratchStrip::kRows, height - y);
+        UnpackRows(rows, frame, yuy2, width, count);
+        frame += TenBitRowLayoutFor(width).stride * static_cast<std::size_t>(count);
+        const ImagePlane rgb = Below(destination, y);
+        if (FAILED(ConvertFromYuv(&yuy2, nullptr, kYuy2, flags.yuv, 0, &rgb, rgbFourCC, flags.rgb,
+                                  0, width, count))) {
+            return E_FAIL;
+        }
+    }
+    return S_OK;
+}
+
+HRESULT EncodeRgb(const TenBitRowKernels& rows, const ImagePlane& source, DWORD rgbFourCC,
+                  const ConversionFlags& flags, BYTE* frame, LONG width, LONG height) {
+    const ScratchStrip strip(width);
+    if (!strip) {
+        return E_OUTOFMEMORY;
+    }
+    const ImagePlane yuy2 = strip.plane();
+    for (LONG y = 0; y < height; y += ScratchStrip::kRows) {
+        const LONG count = std::min(ScratchStrip::kRows, height - y);
+        const ImagePlane rgb = Below(source, y);
+        if (FAILED(ConvertToYuv(&rgb, rgbFourCC, flags.rgb, nullptr, &yuy2, nullptr, kYuy2,
+                                flags.yuv, 0, width, count))) {
+            return E_FAIL;
+        }
+        PackRows(rows, yuy2, frame, width, count);
+        frame += TenBitRowLayoutFor(width).stride * static_cast<std::size_t>(count);
+    }
+    return S_OK;
+}
+
+}  // namespace
+
+CTenBitCodec::CTenBitCodec() : CCodecBase(ReadCodecSetting(kFourCC, L"color_space", 0)) {}
+
+bool CTenBitCodec::IsEngineAvailable(LONG) {
+    return true;
+}
+
+DWORD CTenBitCodec::GetFourCC() {
+    return kFourCC;
+}
+
+DWORD CTenBitCodec::GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool) {
+    if (!input || !IsPossibleSize(input->biWidth, AbsoluteHeight(*input))) {
+        return 0;
+    }
+    const auto rows = static_cast<DWORD>(AbsoluteHeight(*input));
+    return static_cast<DWORD>(TenBitRowLayoutFor(input->biWidth).stride) * rows + kSizeMargin;
+}
+
+HRESULT CTenBitCodec::CompressQuery(const BITMAPINFOHEADER* input, bool,
+                                    const BITMAPINFOHEADER* output) {
+    if (!IsPlainHeader(input) || !(IsYuy2(*input) || IsRgb(*input, 24)) ||
+        !IsPossibleSize(input->biWidth, AbsoluteHeight(*input))) {
+        return VFW_E_TYPE_NOT_ACCEPTED;
+    }
+    if (output && !(IsTenBitHeader(output) && output->biWidth == input->biWidth &&
+                    output->biHeight == AbsoluteHeight(*input))) {
+        return VFW_E_TYPE_NOT_ACCEPTED;
+    }
+    return S_OK;
+}
+
+HRESULT CTenBitCodec::Compress(const BITMAPINFOHEADER* input, bool alphaInput,
+                               const void* inputData, BITMAPINFOHEADER* output, void* outputData,
+                               DWORD, DWORD, DWORD) {
+    if (!input || !inputData || !output || !outputData) {
+        return E_POINTER;
+    }
+    SurfaceFormat surface;
+    const SurfaceRequest request = {input,      output->biWidth, false,
+                                    alphaInput, GetColorSpace(), const_cast<void*>(inputData),
+                                    0};
+    if (!IsPossibleSize(input->biWidth, AbsoluteHeight(*input)) ||
+        FAILED(DescribeSurface(request, &surface))) {
+        return E_FAIL;
+    }
+    const TenBitRowKernels* rows = SelectTenBitRowKernels();
+    if (!rows) {
+        return E_FAIL;
+    }
+
+    auto* frame = static_cast<BYTE*>(outputData);
+    const ImagePlane source = PlaneOf(surface, surface.width);
+    if (surface.index == kIndexYuy2) {
+        PackRows(*rows, source, frame, surface.width, surface.height);
+    } else if (IsRgbIndex(surface.index)) {
+        const HRESULT result =
+            EncodeRgb(*rows, source, RgbFourCC(surface),
+                      ConversionFlagsFor(output->biWidth, input->biHeight, GetColorSpace()), frame,
+                      surface.width, surface.height);
+        if (FAILED(result)) {
+            return result;
+        }
+    } else {
+        return E_FAIL;
+    }
+    const TenBitRowLayout layout = TenBitRowLayoutFor(surface.width);
+    output->biSizeImage =
+        static_cast<DWORD>(layout.stride + layout.gap) * static_cast<DWORD>(surface.height);
+    return S_OK;
+}
+
+HRESULT CTenBitCodec::DecompressQuery(const BITMAPINFOHEADER* input, const BITMAPINFOHEADER* output,
+                                      bool alphaOut) {
+    if (!IsTenBitHeader(input) || !IsPossibleSize(input->biWidth, input->biHeight)) {
+        return VFW_E_TYPE_NOT_ACCEPTED;
+    }
+    if (!output) {
+        return S_OK;
+    }
+    const bool accepted = IsPlainHeader(output) && !alphaOut &&
+                          (IsRgb(*output, 24) || IsRgb(*output, 32) || IsYuy2(*output)) &&
+                          output->biWidth >= input->biWidth &&
+                          AbsoluteHeight(*output) == input->biHeight;
+    return accepted ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
+}
+
+HRESULT CTenBitCodec::Decompress(const BITMAPINFOHEADER* input, const void* data,
+                                 const BITMAPINFOHEADER* output, bool alphaOut, void* outputData,
+                                 LONG stride, DWORD) {
+    if (!input || !data || !output || !outputData) {
+        return E_POINTER;
+    }
+    // The queries' rules guard the arithmetic below, whoever calls.
+    if (DecompressQuery(input, output, alphaOut) != S_OK) {
+        return E_FAIL;
+    }
+    SurfaceFormat surface;
+    const SurfaceRequest request = {output,          input->biWidth, false, alphaOut,
+                                    GetColorSpace(), outputData,     stride};
+    const TenBitRowKernels* rows = SelectTenBitRowKernels();
+    if (FAILED(DescribeSurface(request, &surface)) || !rows) {
+        return E_FAIL;
+    }
+
+    const LONG width = input->biWidth;
+    const LONG height = surface.height;
+    const ByteSpan frame = SkipInfoChunk(ByteSpan(data, input->biSizeImage));
+    if (frame.size() / TenBitRowLayoutFor(width).stride < static_cast<std::size_t>(height)) {
+        return E_FAIL;
+    }
+
+    const ImagePlane destination = PlaneOf(surface, width);
+    if (surface.index == kIndexYuy2) {
+        UnpackRows(*rows, frame.data(), destination, width, height);
+        return S_OK;
+    }
+    return DecodeRgb(*rows, frame.data(), destination, RgbFourCC(surface),
+                     ConversionFlagsFor(width, output->biHeight, GetColorSpace()), width, height);
+}
+
+}  // namespace nyx

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "codecs/codec.h"
+
+namespace nyx {
+
+/// The uncompressed 10-bit 4:2:2 codec "Q210", in the v210 layout. Needs no engine. Decodes to
+/// "YUY2" and RGB through 8-bit 4:2:2, encodes from the same.
+class CTenBitCodec : public CCodecBase {
+  public:
+    CTenBitCodec();
+    virtual ~CTenBitCodec() = default;
+
+    /// Always true.
+    static bool IsEngineAvailable(LONG mode);
+
+    DWORD GetFourCC() override;
+    DWORD GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool alpha) override;
+    HRESULT CompressQuery(const BITMAPINFOHEADER* input, bool alphaInput,
+                          const BITMAPINFOHEADER* output) override;
+
+    /// `output->biSizeImage` becomes (stride + gap) * height: more than the frame takes where the
+    /// width is not a whole number of 48-pixel blocks, and so on purpose.
+    HRESULT Compress(const BITMAPINFOHEADER* input, bool alphaInput, const void* inputData,
+                     BITMAPINFOHEADER* output, void* outputData, DWORD reserved1, DWORD reserved2,
+                     DWORD reserved3) override;
+    HRESULT DecompressQuery(const BITMAPINFOHEADER* input, const BITMAPINFOHEADER* output,
+                            bool alphaOut) override;
+
+    /// An output wider than the input has the first pixels of each row filled, the rest left alone.
+    HRESULT Decompress(const BITMAPINFOHEADER* input, const void* data,
+                       const BITMAPINFOHEADER* output, bool alphaOut, void* outputData, LONG stride,
+                       DWORD alphaMode) override;
+};
+
+}  // namespace nyx

@@ -1,0 +1,157 @@
+#include "filters/decoder_negotiation.h"
+
+#include <cstdint>
+
+#include "filters/buffer_request.h"
+#include "filters/frame_parameters.h"
+#include "filters/nyx_util.h"
+#include "platform/fourcc.h"
+
+namespace nyx {
+namespace {
+
+struct OutputLayout {
+    const GUID* subtype;
+    WORD bitCount;
+    DWORD compression;
+};
+
+const OutputLayout kOpaqueLayouts[] = {
+    {&MEDIASUBTYPE_YUY2, 16, FourCC("YUY2")},
+    {&MEDIASUBTYPE_RGB24, 24, BI_RGB},
+    {&MEDIASUBTYPE_RGB32, 32, BI_RGB},
+};
+const OutputLayout kAlphaLayouts[] = {
+    {&MEDIASUBTYPE_RGB32, 32, BI_RGB},
+    {&MEDIASUBTYPE_ARGB32, 32, BI_RGB},
+};
+
+struct LayoutList {
+    const OutputLayout* layouts;
+    int count;
+};
+
+LayoutList LayoutsFor(ICodec& codec, WORD inputBitCount) {
+    if (codec.SupportsAlpha() && inputBitCount == 32) {
+        return {kAlphaLayouts, static_cast<int>(std::size(kAlphaLayouts))};
+    }
+    return {kOpaqueLayouts, static_cast<int>(std::size(kOpaqueLayouts))};
+}
+
+/// The product with the frame duration, not the quotient, is what hosts of this format expect.
+/// Truncated to 32 bits.
+DWORD OfferedBitRate(WORD bitCount, LONG width, LONG height, REFERENCE_TIME duration) {
+    const int wholeBits = (bitCount + 7) / 8 * 8;
+    const double rate =
+        static_cast<double>(wholeBits) * width * height * static_cast<double>(duration) * 1e-7;
+    constexpr double kMost = 9.0e18;  // inside 64 bits, where the conversion is defined
+    if (!(rate > -kMost && rate < kMost)) {
+        return 0;
+    }
+    return static_cast<DWORD>(static_cast<std::int64_t>(rate));
+}
+
+BITMAPINFOHEADER OfferedHeader(const BITMAPINFOHEADER& input, const OutputLayout& layout) {
+    BITMAPINFOHEADER header = {};
+    header.biSize = sizeof(header);
+    header.biWidth = input.biWidth;
+    header.biHeight = input.biHeight;
+    header.biPlanes = 1;
+    header.biBitCount = layout.bitCount;
+    header.biCompression = layout.compression;
+    header.biSizeImage =
+        static_cast<DWORD>(SignedPictureSize(layout.bitCount, input.biHeight, input.biWidth));
+    return header;
+}
+
+/// The fields that both block forms share by name.
+template <class Block>
+Block* NewBlock(CMediaType* type, const GUID& formatType, const FrameParameters& frame,
+                const OutputLayout& layout) {
+    auto* block = reinterpret_cast<Block*>(type->AllocFormatBuffer(sizeof(Block)));
+    if (!block) {
+        return nullptr;
+    }
+    type->SetFormatType(&formatType);
+    *block = {};
+    block->rcSource = {0, 0, frame.header->biWidth, frame.header->biHeight};
+    block->rcTarget = block->rcSource;
+    block->AvgTimePerFrame = frame.averageFrameDuration;
+    block->dwBitRate = OfferedBitRate(layout.bitCount, frame.header->biWidth,
+                                      frame.header->biHeight, frame.averageFrameDuration);
+    block->bmiHeader = OfferedHeader(*frame.header, layout);
+    return block;
+}
+
+HRESULT FillNewerBlock(CMediaType* type, const FrameParameters& frame, const OutputLayout& layout) {
+    auto* block = NewBlock<VIDEOINFOHEADER2>(type, FORMAT_VideoInfo2, frame, layout);
+    if (!block) {
+        return E_OUTOFMEMORY;
+    }
+    block->dwInterlaceFlags = NyxUtil::InterlaceFlags(frame.fieldOrder);
+    block->dwPictAspectRatioX = static_cast<DWORD>(frame.aspect.x);
+    block->dwPictAspectRatioY = static_cast<DWORD>(frame.aspect.y);
+    return S_OK;
+}
+
+HRESULT FillOlderBlock(CMediaType* type, const FrameParameters& frame, const OutputLayout& layout) {
+    return NewBlock<VIDEOINFOHEADER>(type, FORMAT_VideoInfo, frame, layout) ? S_OK : E_OUTOFMEMORY;
+}
+
+}  // namespace
+
+HRESULT CheckDecoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input, const AM_MEDIA_TYPE* output) {
+    const BITMAPINFOHEADER* outputHeader = nullptr;
+    PictureKind kind = PictureKind::kOpaque;
+    if (output) {
+        outputHeader = NyxUtil::FindHeader(*output);
+        if (!outputHeader) {
+            return VFW_E_TYPE_NOT_ACCEPTED;
+        }
+        kind = NyxUtil::ClassifyPicture(outputHeader->biBitCount, output->subtype);
+        if (kind == PictureKind::kInvalid) {
+            return VFW_E_TYPE_NOT_ACCEPTED;
+        }
+    }
+    return codec.DecompressQuery(NyxUtil::FindHeader(input), outputHeader,
+                                 kind == PictureKind::kAlpha);
+}
+
+HRESULT OfferDecoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position,
+                         CMediaType* type) {
+    if (position < 0) {
+        return E_INVALIDARG;
+    }
+    FrameParameters frame;
+    const HRESULT result = ReadFrameParameters(codec, input, {}, &frame);
+    if (FAILED(result)) {
+        return result;
+    }
+    const LayoutList list = LayoutsFor(codec, frame.header->biBitCount);
+    if (position >= 2 * list.count) {
+        return VFW_S_NO_MORE_ITEMS;
+    }
+    const OutputLayout& layout = list.layouts[position % list.count];
+
+    type->InitMediaType();
+    type->SetType(&MEDIATYPE_Video);
+    type->SetSubtype(layout.subtype);
+    type->SetTemporalCompression(FALSE);
+    type->SetSampleSize(OfferedHeader(*frame.header, layout).biSizeImage);
+    type->bFixedSizeSamples = TRUE;
+    return position < list.count ? FillNewerBlock(type, frame, layout)
+                                 : FillOlderBlock(type, frame, layout);
+}
+
+HRESULT RequestDecoderBuffer(const AM_MEDIA_TYPE& output, IMemAllocator* allocator,
+                             ALLOCATOR_PROPERTIES* properties) {
+    const BITMAPINFOHEADER* header = NyxUtil::FindHeader(output);
+    if (!header) {
+        return E_FAIL;
+    }
+    return RequestOneBuffer(
+        allocator, properties,
+        SignedPictureSize(header->biBitCount, header->biHeight, header->biWidth));
+}
+
+}  // namespace nyx

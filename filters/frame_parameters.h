@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+
+#include "baseclasses/streams.h"
+#include "codecs/codec.h"
+#include "platform/byte_span.h"
+
+namespace nyx {
+
+/// A picture aspect ratio; 0:0 when it is not known.
+struct PictureAspect {
+    std::int64_t x;
+    std::int64_t y;
+};
+
+/// The picture aspect of `width` by `height` pixels of the given pixel aspect, reduced. A negative
+/// pixel aspect is an unknown one.
+PictureAspect PictureAspectOf(LONG width, LONG height, LONG pixelAspectX, LONG pixelAspectY);
+
+/// What negotiation and each frame need to know of the compressed side.
+struct FrameParameters {
+    const BITMAPINFOHEADER* header;  ///< inside the media type, borrowed from it
+    REFERENCE_TIME averageFrameDuration;
+    LONG fieldOrder;
+    PictureAspect aspect;
+};
+
+/// Asks the codec about one frame, or with an empty `frame` about the stream. `E_FAIL` when the
+/// type has no header; a codec's failure is passed on.
+HRESULT ReadFrameParameters(ICodec& codec, const AM_MEDIA_TYPE& type, ByteSpan frame,
+                            FrameParameters* parameters);
+
+}  // namespace nyx
