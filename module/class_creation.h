@@ -1,0 +1,25 @@
+#pragma once
+
+#include <new>
+
+#include "baseclasses/streams.h"
+#include "codecs/codec.h"
+#include "module/catalogue.h"
+
+namespace nyx {
+
+/// The creation function of a filter class, as the class factory calls it. The engine is asked for
+/// after construction, which is what binds it: without it the new object is destroyed again. Null
+/// with `E_OUTOFMEMORY` in both cases, a failed allocation and a missing engine.
+template <class Filter, const ClassIdentity& identity, EngineMode mode>
+CUnknown* WINAPI CreateFilter(IUnknown* outer, HRESULT* result) {
+    Filter* filter = new (std::nothrow) Filter(identity.objectName, outer, identity.clsid);
+    if (filter && Filter::IsEngineAvailable(mode)) {
+        return filter;
+    }
+    delete filter;
+    *result = E_OUTOFMEMORY;
+    return nullptr;
+}
+
+}  // namespace nyx
