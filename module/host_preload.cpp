@@ -20,9 +20,9 @@ HMODULE siblings[std::size(kSiblingNames)];
 
 bool IsHost() {
     // Zeroed: a path that cannot be had simply does not match.
-    wchar_t path[MAX_PATH] = {};
-    wchar_t name[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, path, MAX_PATH - 1);
+    wchar_t path[MAX_PATH + 1] = {};
+    wchar_t name[MAX_PATH + 1] = {};
+    GetModuleFileNameW(nullptr, path, MAX_PATH);
     _wsplitpath(path, nullptr, nullptr, name, nullptr);
     return _wcsicmp(name, kHostName) == 0;
 }
