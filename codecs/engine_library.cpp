@@ -1,0 +1,148 @@
+#include "codecs/engine_library.h"
+
+#include <psapi.h>
+
+#include <memory>
+#include <mutex>
+#include <new>
+
+namespace nyx {
+namespace {
+
+constexpr DWORD Version(WORD major, WORD minor) {
+    return DWORD{major} << 16 | minor;
+}
+
+// library           encode entry         decode entry         oldest version
+constexpr EngineDescription kZetaTable[] = {
+    {L"rkzcore.dll", "_zcf_encode@4", "_zcf_decode@4", Version(1, 32)},
+    {L"rkzalpha.dll", "_zetaa_encode@4", "_zetaa_decode@4", Version(1, 20)},
+};
+constexpr EngineDescription kZeta2Table[] = {
+    {L"rkz2core.dll", "_zeta2_encode@4", "_zeta2_decode@4", Version(1, 0)},
+};
+constexpr EngineDescription kLosslessTable[] = {
+    {L"rkllc.dll", "_llc_encode@24", "_llc_decode@24", Version(1, 21)},
+};
+constexpr EngineDescription kMpegIntraTable[] = {
+    {L"rkm2vi01.dll", nullptr, "m2vi_decode", 0},
+};
+constexpr EngineDescription kDvTable[] = {
+    {L"rkdvh.dll", "_dv_encode@24", "_dv_decode@24", Version(4, 31)},
+};
+
+// The compiler has to build these: nothing of ours may run before the first codec is made.
+__constinit EngineFamily zetaFamily(kZetaTable);
+__constinit EngineFamily zeta2Family(kZeta2Table);
+__constinit EngineFamily losslessFamily(kLosslessTable);
+__constinit EngineFamily mpegIntraFamily(kMpegIntraTable);
+__constinit EngineFamily dvFamily(kDvTable);
+
+/// The fixed file version of a loaded library, the high word above the low one; 0 when it has none
+/// or it cannot be read.
+ULONGLONG FileVersion(HMODULE module) {
+    wchar_t path[519];
+    if (GetModuleFileNameExW(GetCurrentProcess(), module, path, 519) == 0) {
+        return 0;
+    }
+    DWORD ignored = 0;
+    const DWORD size = GetFileVersionInfoSizeW(path, &ignored);
+    if (size == 0) {
+        return 0;
+    }
+    const std::unique_ptr<BYTE[]> block(new (std::nothrow) BYTE[size]);
+    void* root = nullptr;
+    UINT rootSize = 0;
+    if (!block || !GetFileVersionInfoW(path, 0, size, block.get()) ||
+        !VerQueryValueW(block.get(), L"\\", &root, &rootSize) ||
+        rootSize < sizeof(VS_FIXEDFILEINFO)) {
+        return 0;
+    }
+    const auto* fixed = static_cast<const VS_FIXEDFILEINFO*>(root);
+    return ULONGLONG{fixed->dwFileVersionMS} << 32 | fixed->dwFileVersionLS;
+}
+
+void* FindEntry(HMODULE module, const char* name) {
+    return name ? reinterpret_cast<void*>(GetProcAddress(module, name)) : nullptr;
+}
+
+}  // namespace
+
+void EngineBinding::Load(const EngineDescription& engine) {
+    module_ = LoadLibraryW(engine.library);
+    if (!module_) {
+        return;
+    }
+    const bool newEnough = engine.minimumVersion == 0 ||
+                           FileVersion(module_) >= ULONGLONG{engine.minimumVersion} << 32;
+    void* const encode = FindEntry(module_, engine.encodeEntry);
+    void* const decode = FindEntry(module_, engine.decodeEntry);
+    if (!newEnough || !decode || (engine.encodeEntry && !encode)) {
+        FreeLibrary(module_);
+        module_ = nullptr;
+        return;
+    }
+    encode_ = encode;
+    decode_ = decode;
+}
+
+void EngineBinding::Unload() {
+    if (!module_) {
+        return;
+    }
+    encode_ = nullptr;
+    decode_ = nullptr;
+    FreeLibrary(module_);
+    module_ = nullptr;
+}
+
+void EngineFamily::Join() {
+    const std::lock_guard<SpinLock> hold(lock_);
+    if (InterlockedIncrement(&instances_) != 1) {
+        return;
+    }
+    for (std::size_t i = 0; i < count_; ++i) {
+        bindings_[i].Load(engines_[i]);
+    }
+}
+
+void EngineFamily::Leave() {
+    const std::lock_guard<SpinLock> hold(lock_);
+    if (InterlockedDecrement(&instances_) != 0) {
+        return;
+    }
+    for (std::size_t i = 0; i < count_; ++i) {
+        bindings_[i].Unload();
+    }
+}
+
+bool EngineFamily::IsComplete() const {
+    for (std::size_t i = 0; i < count_; ++i) {
+        if (!bindings_[i].IsComplete(engines_[i])) {
+            return false;
+        }
+    }
+    return true;
+}
+
+EngineFamily& ZetaEngines() {
+    return zetaFamily;
+}
+
+EngineFamily& Zeta2Engines() {
+    return zeta2Family;
+}
+
+EngineFamily& LosslessEngines() {
+    return losslessFamily;
+}
+
+EngineFamily& MpegIntraEngines() {
+    return mpegIntraFamily;
+}
+
+EngineFamily& DvEngines() {
+    return dvFamily;
+}
+
+}  // namespace nyx

@@ -1,0 +1,115 @@
+#pragma once
+
+/// @file
+/// Loading the closed engines. Each family of engines is one row of a table and one process-wide
+/// binding; a codec object that stands on a family holds an EngineUse of it.
+
+#include <windows.h>
+
+#include <atomic>
+#include <cstddef>
+
+#include "codecs/spin_lock.h"
+
+namespace nyx {
+
+/// One engine library: what to load and what must be there for it to be kept.
+struct EngineDescription {
+    const wchar_t* library;   ///< bare file name: the system's search order applies
+    const char* encodeEntry;  ///< decorated as exported; null for an engine that only decodes
+    const char* decodeEntry;
+    DWORD
+    minimumVersion;  ///< high word of the fixed file version (major << 16 | minor), 0: not read
+};
+
+/// One loaded engine. Empty as long as its library is missing, too old or short of an entry.
+class EngineBinding {
+  public:
+    constexpr EngineBinding() = default;
+
+    /// True when every entry that the description names is bound.
+    bool IsComplete(const EngineDescription& engine) const {
+        return decode_ != nullptr && (!engine.encodeEntry || encode_ != nullptr);
+    }
+
+    /// The entries as functions of the given type, null when not bound.
+    template <typename Entry>
+    Entry Encode() const {
+        return reinterpret_cast<Entry>(encode_.load());
+    }
+    template <typename Entry>
+    Entry Decode() const {
+        return reinterpret_cast<Entry>(decode_.load());
+    }
+
+    /// Loads the engine and keeps it when it is new enough and complete.
+    void Load(const EngineDescription& engine);
+
+    /// Clears the entries, then frees the library. An empty binding stays empty.
+    void Unload();
+
+  private:
+    HMODULE module_ = nullptr;
+    std::atomic<void*> encode_{nullptr};
+    std::atomic<void*> decode_{nullptr};
+};
+
+/// The engines that come and go together: loaded by the first user, freed by the last, under one
+/// lock and one instance counter. Constant-initialised, because codecs may be made at any time.
+class EngineFamily {
+  public:
+    static constexpr std::size_t kMostEngines = 2;
+
+    template <std::size_t kCount>
+    explicit constexpr EngineFamily(const EngineDescription (&engines)[kCount])
+        : engines_(engines), count_(kCount) {
+        static_assert(kCount <= kMostEngines);
+    }
+    EngineFamily(const EngineFamily&) = delete;
+    EngineFamily& operator=(const EngineFamily&) = delete;
+
+    /// Counts one more user; the first one loads. Never fails: a missing engine leaves its binding
+    /// empty. Callable on any thread.
+    void Join();
+
+    /// Counts one user less; the last one frees.
+    void Leave();
+
+    /// True when every engine of the family is bound. Callable on any thread, at any time.
+    bool IsComplete() const;
+
+    /// The binding of the engine with this row in the family's table.
+    const EngineBinding& operator[](std::size_t engine) const { return bindings_[engine]; }
+
+  private:
+    const EngineDescription* engines_;
+    std::size_t count_;
+    EngineBinding bindings_[kMostEngines];
+    SpinLock lock_;
+    volatile LONG instances_ = 0;
+};
+
+/// The families. The rows of a family are named beside it.
+EngineFamily& ZetaEngines();
+constexpr std::size_t kZetaCoreEngine = 0;
+constexpr std::size_t kZetaAlphaEngine = 1;
+EngineFamily& Zeta2Engines();
+EngineFamily& LosslessEngines();
+EngineFamily& MpegIntraEngines();
+EngineFamily& DvEngines();
+
+/// A codec object's share in a family, from construction to destruction.
+class EngineUse {
+  public:
+    explicit EngineUse(EngineFamily& family) : family_(family) { family_.Join(); }
+    ~EngineUse() { family_.Leave(); }
+    EngineUse(const EngineUse&) = delete;
+    EngineUse& operator=(const EngineUse&) = delete;
+
+    const EngineBinding& operator[](std::size_t engine) const { return family_[engine]; }
+
+  private:
+    EngineFamily& family_;
+};
+
+}  // namespace nyx

@@ -1,0 +1,201 @@
+#pragma once
+
+/// @file
+/// The records that cross to the closed engines, word by word: every field is one 32-bit
+/// little-endian word, pointers included, in the order given. Names tell what a word means; words
+/// whose meaning is the engine's own are named so and are passed as the constants below.
+
+#include <windows.h>
+
+namespace nyx {
+
+static_assert(sizeof(void*) == sizeof(LONG), "the engines are 32-bit libraries");
+
+/// One word: a number, or the address of a callback slot or callback.
+using PixelFormatCode = DWORD;
+
+/// Commands, the first word of the record-based engines.
+constexpr LONG kCommandDecode = 0;
+constexpr LONG kCommandProbe = 0x40000000;
+constexpr LONG kCommandCoreEncode = 0x04000000;
+constexpr LONG kCommandAlphaEncode = 0;
+constexpr LONG kCommandZeta2 = 0;
+
+/// Constants whose meaning is the engines' business.
+constexpr LONG kCoreConstant = 2;          ///< Zeta core, decode word 8 and encode word 9
+constexpr LONG kZetaEncodeConstant = 9;    ///< Zeta core and alpha, encode word 13
+constexpr LONG kZeta2EncodeConstant = 11;  ///< Zeta2, encode word 11
+constexpr LONG kZeta2EncodeAlpha = 2;      ///< Zeta2, encode word 7 for a 32-bit input
+constexpr LONG kZeta2FirstAlphaKind = 2;   ///< Zeta2, probe word 6: 2 and 3 mean alpha
+constexpr LONG kZeta2LastAlphaKind = 3;
+constexpr LONG kUnused = -1;  ///< all bits set: fills the Zeta probes
+
+/// Zeta core engine: decode, and the header probe that fills all other words with ones.
+struct ZetaCoreDecodeRecord {
+    LONG command;
+    void* destination;
+    LONG stride;  ///< bytes, negative for bottom-up
+    LONG bytesPerPixel;
+    PixelFormatCode pixelFormat;
+    const void* frame;  ///< behind any "INFO" chunk
+    DWORD codedLength;  ///< decode: bytes at `frame`; probe: set by the engine
+    LONG coreConstant;
+    LONG reserved[5];
+};
+static_assert(sizeof(ZetaCoreDecodeRecord) == 13 * 4);
+
+/// Zeta core engine: encode. The entry returns the coded length.
+struct ZetaCoreEncodeRecord {
+    LONG command;
+    const void* source;
+    LONG stride;
+    LONG bytesPerPixel;
+    PixelFormatCode pixelFormat;
+    void* output;
+    DWORD outputCapacity;  ///< bytes
+    LONG workSize;         ///< 4096 bytes per block of 16 by 16 pixels
+    LONG coreConstant;
+    LONG width;
+    LONG height;
+    LONG quantScale;
+    LONG encodeConstant;
+    LONG reserved;
+};
+static_assert(sizeof(ZetaCoreEncodeRecord) == 14 * 4);
+
+/// Zeta alpha engine: the header probe. All words are ones but for the command and the frame.
+struct ZetaAlphaProbeRecord {
+    LONG command;
+    LONG unused2;
+    DWORD codedLength;  ///< set by the engine
+    LONG unused4[5];
+    const void* frame;
+    LONG unused10[5];
+};
+static_assert(sizeof(ZetaAlphaProbeRecord) == 14 * 4);
+
+/// Zeta alpha engine: decode. The decoder is given no length.
+struct ZetaAlphaDecodeRecord {
+    LONG command;
+    void* destination;
+    LONG stride;
+    LONG bytesPerPixel;
+    LONG reserved5[3];
+    PixelFormatCode pixelFormat;
+    const void* frame;
+    LONG reserved10[5];
+};
+static_assert(sizeof(ZetaAlphaDecodeRecord) == 14 * 4);
+
+/// Zeta alpha engine: encode. The entry returns the coded length.
+struct ZetaAlphaEncodeRecord {
+    LONG command;
+    const void* source;
+    LONG stride;
+    LONG bytesPerPixel;
+    LONG reserved5[3];
+    PixelFormatCode pixelFormat;
+    void* output;
+    LONG width;
+    LONG height;
+    LONG quantScale;
+    LONG encodeConstant;
+    LONG reserved14;
+};
+static_assert(sizeof(ZetaAlphaEncodeRecord) == 14 * 4);
+
+/// Zeta2 engine: the picture that decode and encode records point to.
+struct Zeta2Plane {
+    void* data;
+    LONG stride;
+    LONG reserved;
+};
+static_assert(sizeof(Zeta2Plane) == 3 * 4);
+
+/// Zeta2 engine: decode, and the header probe that leaves all other words zero.
+struct Zeta2DecodeRecord {
+    LONG command;
+    const Zeta2Plane* plane;
+    PixelFormatCode pixelFormat;
+    const void* frame;
+    DWORD codedLength;  ///< decode: bytes at `frame`; probe: set by the engine
+    LONG alphaKind;     ///< probe: set by the engine
+    LONG reserved[5];
+};
+static_assert(sizeof(Zeta2DecodeRecord) == 11 * 4);
+
+/// Zeta2 engine: encode. The entry returns the coded length.
+struct Zeta2EncodeRecord {
+    LONG command;
+    const Zeta2Plane* plane;
+    PixelFormatCode pixelFormat;
+    void* output;
+    DWORD outputCapacity;
+    LONG workSize;  ///< height * width / bytes per pixel / 8
+    LONG alpha;     ///< kZeta2EncodeAlpha or 0
+    LONG width;
+    LONG height;
+    LONG quantScale;
+    LONG encodeConstant;
+    LONG reserved;
+};
+static_assert(sizeof(Zeta2EncodeRecord) == 12 * 4);
+
+/// Lossless engine: what a frame stores, its second byte.
+enum LosslessKind : LONG {
+    kLosslessYuy2 = 0,
+    kLosslessRgb24 = 1,
+    kLosslessRgb32 = 2,
+    kLosslessArgb32 = 3,
+};
+
+/// MPEG-2 intra engine: the state that each of its two calls is given, zeroed. Only the coded
+/// height is read back.
+struct MpegIntraState {
+    LONG reserved1[2];
+    LONG codedHeight;
+    LONG reserved4[234];
+};
+static_assert(sizeof(MpegIntraState) == 948);
+
+/// MPEG-2 intra engine: the call that reads sequence and picture header.
+struct MpegIntraHeaderRecord {
+    MpegIntraState* state;
+    const void* frame;
+    DWORD frameLength;
+    LONG reserved[11];
+};
+static_assert(sizeof(MpegIntraHeaderRecord) == 14 * 4);
+
+/// MPEG-2 intra engine: what to leave out of a picture.
+struct MpegIntraCrop {
+    LONG reserved1[2];
+    LONG linesDroppedAtTop;
+    LONG reserved4[29];
+};
+
+/// MPEG-2 intra engine: the call that decodes the picture.
+struct MpegIntraPictureRecord {
+    MpegIntraState* state;
+    const void* frame;
+    DWORD frameLength;
+    void* destination;
+    LONG stride;
+    LONG bytesPerPixel;
+    LONG width;
+    LONG height;
+    LONG reserved[5];
+    const MpegIntraCrop* crop;  ///< null for none
+};
+static_assert(sizeof(MpegIntraPictureRecord) == 14 * 4);
+
+/// Entry points. Those with a record are given its address.
+using ZetaEntry = LONG(__stdcall*)(void* record);
+using Zeta2Entry = LONG(__stdcall*)(void* record);
+using LosslessDecodeEntry = LONG(__stdcall*)(LONG kind, const void* frame, void* destination,
+                                             LONG stride, LONG width, LONG height);
+using LosslessEncodeEntry = LONG(__stdcall*)(LONG kind, void* output, const void* source,
+                                             LONG stride, LONG width, LONG height);
+using MpegIntraEntry = LONG(__cdecl*)(void* record);
+
+}  // namespace nyx
