@@ -1,0 +1,69 @@
+#pragma once
+
+/// @file
+/// Small helpers of the SSSE3 sources. For those alone: nothing here may be compiled into a source
+/// that must run without SSSE3, hence the internal linkage.
+
+#include <tmmintrin.h>
+
+#include <array>
+#include <cstring>
+
+#include "convert/convert.h"
+
+namespace nyx {
+namespace {
+
+/// Byte positions for a shuffle; kNone gives a zero byte.
+using ShuffleMask = std::array<signed char, 16>;
+constexpr signed char kNone = -1;
+
+inline __m128i Load(const void* at) {
+    return _mm_loadu_si128(static_cast<const __m128i*>(at));
+}
+inline __m128i Load(const ShuffleMask& mask) {
+    return Load(mask.data());
+}
+inline void Store(void* at, __m128i value) {
+    _mm_storeu_si128(static_cast<__m128i*>(at), value);
+}
+
+inline __m128i LoadFourBytes(const BYTE* at) {
+    int word;
+    std::memcpy(&word, at, sizeof word);
+    return _mm_cvtsi32_si128(word);
+}
+
+inline void StoreFourBytes(BYTE* at, __m128i value) {
+    const int word = _mm_cvtsi128_si32(value);
+    std::memcpy(at, &word, sizeof word);
+}
+
+/// Two 16-bit gains for a multiply-add, repeated in all four lanes.
+inline __m128i PairOfGains(int low, int high) {
+    const auto pair = static_cast<unsigned>(low & 0xFFFF) | static_cast<unsigned>(high) << 16;
+    return _mm_set1_epi32(static_cast<int>(pair));
+}
+
+/// How many of a row's pixels can be converted four by four when each step touches a window of
+/// pixels from its first one on, all of which must lie inside the row.
+constexpr std::size_t WholeWindows(std::size_t width, std::size_t window) {
+    return width < window ? 0 : (width - window) / 4 * 4 + 4;
+}
+
+/// Where a kernel stands in a plane: rows of `rowBytes` bytes, each followed by the plane's gap.
+class RowCursor {
+  public:
+    RowCursor(const ImagePlane& plane, std::size_t rowBytes)
+        : row_(plane.data), step_(static_cast<std::ptrdiff_t>(rowBytes) + plane.rowGap) {}
+
+    BYTE* row() const { return row_; }
+    void Next() { row_ += step_; }
+
+  private:
+    BYTE* row_;
+    std::ptrdiff_t step_;
+};
+
+}  // namespace
+}  // namespace nyx
