@@ -1,0 +1,197 @@
+#include "baseclasses/amfilter.h"
+
+#include <new>
+
+#include "baseclasses/amfilter_enum.h"
+#include "baseclasses/amfilter_pin.h"
+
+CBaseFilter::CBaseFilter(LPCTSTR pName, LPUNKNOWN pUnk, CCritSec* pLock, REFCLSID clsid)
+    : CUnknown(pName, pUnk), m_clsid(clsid), m_pLock(pLock) {}
+
+CBaseFilter::~CBaseFilter() {
+    CoTaskMemFree(m_pName);
+    ReleaseInterface(m_pClock);
+}
+
+HRESULT STDMETHODCALLTYPE CBaseFilter::NonDelegatingQueryInterface(REFIID riid, void** ppv) {
+    if (riid == IID_IBaseFilter || riid == IID_IMediaFilter || riid == IID_IPersist) {
+        return GetInterface(static_cast<IBaseFilter*>(this), ppv);
+    }
+    return CUnknown::NonDelegatingQueryInterface(riid, ppv);
+}
+
+HRESULT STDMETHODCALLTYPE CBaseFilter::GetClassID(CLSID* pClsID) {
+    CheckPointer(pClsID, E_POINTER);
+    *pClsID = m_clsid;
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE CBaseFilter::GetState(DWORD, FILTER_STATE* State) {
+    CheckPointer(State, E_POINTER);
+    *State = m_State;
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE CBaseFilter::SetSyncSource(IReferenceClock* pClock) {
+    CAutoLock lock(m_pLock);
+    ReplaceInterface(m_pClock, pClock);
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE CBaseFilter::GetSyncSource(IReferenceClock** pClock) {
+    CheckPointer(pClock, E_POINTER);
+    CAutoLock lock(m_pLock);
+    *pClock = m_pClock;
+    if (m_pClock) {
+        m_pClock->AddRef();
+    }
+    return S_OK;
+}
+
+/// Pin `n` when it is there and connected, else null.
+CBasePin* CBaseFilter::ConnectedPin(int n) {
+    CBasePin* const pin = GetPin(n);
+    return pin && pin->IsConnected() ? pin : nullptr;
+}
+
+/// Inactivates the connected ones of the first `count` pins; the first failure is returned.
+HRESULT CBaseFilter::InactivatePins(int count) {
+    HRESULT result = S_OK;
+    for (int i = 0; i < count; ++i) {
+        if (CBasePin* const pin = ConnectedPin(i)) {
+            const HRESULT hr = pin->Inactive();
+            if (FAILED(hr) && SUCCEEDED(result)) {
+                result = hr;
+            }
+        }
+    }
+    return result;
+}
+
+HRESULT STDMETHODCALLTYPE CBaseFilter::Stop() {
+    CAutoLock lock(m_pLock);
+    const HRESULT hr = m_State == State_Stopped ? S_OK : InactivatePins(GetPinCount());
+    m_State = State_Stopped;
+    return hr;
+}
+
+HRESULT STDMETHODCALLTYPE CBaseFilter::Pause() {
+    CAutoLock lock(m_pLock);
+    if (m_State == State_Stopped) {
+        const int count = GetPinCount();
+        for (int i = 0; i < count; ++i) {
+            CBasePin* const pin = ConnectedPin(i);
+            const HRESULT hr = pin ? pin->Active() : S_OK;
+            if (FAILED(hr)) {
+                InactivatePins(i);
+                return hr;
+            }
+        }
+    }
+    m_State = State_Paused;
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE CBaseFilter::Run(REFERENCE_TIME tStart) {
+    CAutoLock lock(m_pLock);
+    m_tStart = tStart;
+    if (m_State == State_Stopped) {
+        const HRESULT hr = Pause();
+        if (FAILED(hr)) {
+            return hr;
+        }
+    }
+    if (m_State != State_Running) {
+        const int count = GetPinCount();
+        for (int i = 0; i < count; ++i) {
+            CBasePin* const pin = ConnectedPin(i);
+            const HRESULT hr = pin ? pin->Run(tStart) : S_OK;
+            if (FAILED(hr)) {
+                return hr;
+            }
+        }
+    }
+    m_State = State_Running;
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE CBaseFilter::EnumPins(IEnumPins** ppEnum) {
+    CheckPointer(ppEnum, E_POINTER);
+    *ppEnum = new (std::nothrow) CEnumPins(this);
+    return *ppEnum ? S_OK : E_OUTOFMEMORY;
+}
+
+HRESULT STDMETHODCALLTYPE CBaseFilter::FindPin(LPCWSTR Id, IPin** ppPin) {
+    CheckPointer(ppPin, E_POINTER);
+    *ppPin = nullptr;
+    CheckPointer(Id, E_POINTER);
+    CAutoLock lock(m_pLock);
+    const int count = GetPinCount();
+    for (int i = 0; i < count; ++i) {
+        CBasePin* const pin = GetPin(i);
+        if (pin && wcscmp(pin->Name(), Id) == 0) {
+            *ppPin = pin;
+            pin->AddRef();
+            return S_OK;
+        }
+    }
+    return VFW_E_NOT_FOUND;
+}
+
+HRESULT STDMETHODCALLTYPE CBaseFilter::QueryFilterInfo(FILTER_INFO* pInfo) {
+    CheckPointer(pInfo, E_POINTER);
+    wcsncpy(pInfo->achName, m_pName ? m_pName : L"", MAX_FILTER_NAME);
+    pInfo->achName[MAX_FILTER_NAME - 1] = L'\0';
+    pInfo->pGraph = m_pGraph;
+    if (m_pGraph) {
+        m_pGraph->AddRef();
+    }
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE CBaseFilter::JoinFilterGraph(IFilterGraph* pGraph, LPCWSTR pName) {
+    CAutoLock lock(m_pLock);
+    WCHAR* name = nullptr;
+    const HRESULT hr = AMGetWideString(pName, &name);
+    if (FAILED(hr)) {
+        return hr;
+    }
+    CoTaskMemFree(m_pName);
+    m_pName = name;
+    m_pGraph = pGraph;
+    m_pSink = nullptr;
+    void* sink = nullptr;
+    if (pGraph && SUCCEEDED(pGraph->QueryInterface(IID_IMediaEventSink, &sink))) {
+        // The graph outlives its filters' membership; a reference kept here would be a circle.
+        m_pSink = static_cast<IMediaEventSink*>(sink);
+        m_pSink->Release();
+    }
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE CBaseFilter::QueryVendorInfo(LPWSTR*) {
+    return E_NOTIMPL;
+}
+
+HRESULT CBaseFilter::StreamTime(CRefTime& rtStream) {
+    CheckPointer(m_pClock, VFW_E_NO_CLOCK);
+    REFERENCE_TIME now = 0;
+    const HRESULT hr = m_pClock->GetTime(&now);
+    if (SUCCEEDED(hr)) {
+        rtStream = now - m_tStart;
+    }
+    return hr;
+}
+
+HRESULT CBaseFilter::NotifyEvent(LONG EventCode, LONG_PTR EventParam1, LONG_PTR EventParam2) {
+    IMediaEventSink* const sink = m_pSink;
+    CheckPointer(sink, E_NOTIMPL);
+    if (EventCode == EC_COMPLETE) {
+        EventParam2 = reinterpret_cast<LONG_PTR>(static_cast<IBaseFilter*>(this));
+    }
+    return sink->Notify(EventCode, EventParam1, EventParam2);
+}
+
+BOOL CBaseFilter::IsActive() {
+    return m_State == State_Paused || m_State == State_Running;
+}

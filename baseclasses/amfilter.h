@@ -1,0 +1,73 @@
+#pragma once
+
+#include "baseclasses/combase.h"
+#include "baseclasses/reftime.h"
+#include "baseclasses/wxutil.h"
+
+class CBasePin;
+
+/// A filter: its state, clock, graph and name. A derived class supplies the pins, which it owns.
+class CBaseFilter : public CUnknown, public IBaseFilter {
+  public:
+    /// `pLock` is the filter lock; the derived class owns it. `pUnk` as in CUnknown.
+    CBaseFilter(LPCTSTR pName, LPUNKNOWN pUnk, CCritSec* pLock, REFCLSID clsid);
+    ~CBaseFilter() override;
+
+    DECLARE_IUNKNOWN
+    HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID riid, void** ppv) override;
+
+    /// The number of pins.
+    virtual int GetPinCount() = 0;
+    /// Pin `n` from 0 on, not AddRef'd; null past the last.
+    virtual CBasePin* GetPin(int n) = 0;
+
+    // IPersist
+    HRESULT STDMETHODCALLTYPE GetClassID(CLSID* pClsID) override;
+
+    // IMediaFilter. State changes take the filter lock.
+    HRESULT STDMETHODCALLTYPE GetState(DWORD dwMSecs, FILTER_STATE* State) override;
+    HRESULT STDMETHODCALLTYPE SetSyncSource(IReferenceClock* pClock) override;
+    HRESULT STDMETHODCALLTYPE GetSyncSource(IReferenceClock** pClock) override;
+    /// Inactivates every connected pin; the first failure is returned, the filter stops anyway.
+    HRESULT STDMETHODCALLTYPE Stop() override;
+    /// From stopped, activates every connected pin. When one fails, the filter stays stopped.
+    HRESULT STDMETHODCALLTYPE Pause() override;
+    /// Pauses first when stopped, then tells the connected pins.
+    HRESULT STDMETHODCALLTYPE Run(REFERENCE_TIME tStart) override;
+
+    // IBaseFilter
+    HRESULT STDMETHODCALLTYPE EnumPins(IEnumPins** ppEnum) override;
+    HRESULT STDMETHODCALLTYPE FindPin(LPCWSTR Id, IPin** ppPin) override;
+    HRESULT STDMETHODCALLTYPE QueryFilterInfo(FILTER_INFO* pInfo) override;
+    HRESULT STDMETHODCALLTYPE JoinFilterGraph(IFilterGraph* pGraph, LPCWSTR pName) override;
+    HRESULT STDMETHODCALLTYPE QueryVendorInfo(LPWSTR* pVendorInfo) override;
+
+    /// The time since Run by the filter's clock; `VFW_E_NO_CLOCK` without one.
+    virtual HRESULT StreamTime(CRefTime& rtStream);
+    /// Sends an event to the graph, `E_NOTIMPL` without one. `EC_COMPLETE` names this filter.
+    HRESULT NotifyEvent(LONG EventCode, LONG_PTR EventParam1, LONG_PTR EventParam2);
+
+    BOOL IsActive();
+    BOOL IsStopped() { return m_State == State_Stopped; }
+    /// Not AddRef'd.
+    IFilterGraph* GetFilterGraph() { return m_pGraph; }
+
+    /// Changes whenever the set of pins does; pin enumerators watch it.
+    virtual LONG GetPinVersion() { return m_PinVersion; }
+    void IncrementPinVersion() { InterlockedIncrement(&m_PinVersion); }
+
+  protected:
+    FILTER_STATE m_State = State_Stopped;
+    IReferenceClock* m_pClock = nullptr;
+    CRefTime m_tStart;  ///< offset from stream time to clock time
+    CLSID m_clsid;
+    CCritSec* m_pLock;
+    WCHAR* m_pName = nullptr;            ///< the name in the graph
+    IFilterGraph* m_pGraph = nullptr;    ///< not AddRef'd: the graph owns its filters
+    IMediaEventSink* m_pSink = nullptr;  ///< of the graph, not AddRef'd either
+    volatile LONG m_PinVersion = 1;
+
+  private:
+    CBasePin* ConnectedPin(int n);
+    HRESULT InactivatePins(int count);
+};

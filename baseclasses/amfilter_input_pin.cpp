@@ -1,0 +1,241 @@
+#include "baseclasses/amfilter_input_pin.h"
+
+#include "baseclasses/amfilter.h"
+#include "baseclasses/amfilter_output_pin.h"
+
+CBaseInputPin::CBaseInputPin(LPCTSTR pObjectName, CBaseFilter* pFilter, CCritSec* pLock,
+                             HRESULT* phr, LPCWSTR pName)
+    : CBasePin(pObjectName, pFilter, pLock, phr, pName, PINDIR_INPUT) {}
+
+CBaseInputPin::~CBaseInputPin() {
+    ReleaseInterface(m_pAllocator);
+}
+
+HRESULT STDMETHODCALLTYPE CBaseInputPin::NonDelegatingQueryInterface(REFIID riid, void** ppv) {
+    if (riid == IID_IMemInputPin) {
+        return GetInterface(static_cast<IMemInputPin*>(this), ppv);
+    }
+    return CBasePin::NonDelegatingQueryInterface(riid, ppv);
+}
+
+HRESULT CBaseInputPin::BreakConnect() {
+    if (m_pAllocator) {
+        m_pAllocator->Decommit();
+    }
+    ReleaseInterface(m_pAllocator);
+    return S_OK;
+}
+
+HRESULT CBaseInputPin::Inactive() {
+    m_bRunTimeError = false;
+    m_bFlushing = FALSE;
+    CheckPointer(m_pAllocator, VFW_E_NO_ALLOCATOR);
+    return m_pAllocator->Decommit();
+}
+
+HRESULT CBaseInputPin::CheckStreaming() {
+    if (IsStopped()) {
+        return VFW_E_WRONG_STATE;
+    }
+    if (m_bFlushing) {
+        return S_FALSE;
+    }
+    return m_bRunTimeError ? VFW_E_RUNTIME_ERROR : S_OK;
+}
+
+HRESULT CBaseInputPin::PassNotify(Quality& q) {
+    if (IQualityControl* const sink = m_pQSink) {
+        return sink->Notify(m_pFilter, q);
+    }
+    IPin* peer = nullptr;
+    if (FAILED(ConnectedTo(&peer))) {
+        return VFW_E_NOT_FOUND;
+    }
+    void* upstream = nullptr;
+    HRESULT hr = peer->QueryInterface(IID_IQualityControl, &upstream);
+    peer->Release();
+    if (FAILED(hr)) {
+        return VFW_E_NOT_FOUND;
+    }
+    auto* const control = static_cast<IQualityControl*>(upstream);
+    hr = control->Notify(m_pFilter, q);
+    control->Release();
+    return hr;
+}
+
+HRESULT STDMETHODCALLTYPE CBaseInputPin::GetAllocator(IMemAllocator** ppAllocator) {
+    CheckPointer(ppAllocator, E_POINTER);
+    *ppAllocator = nullptr;
+    CAutoLock lock(m_pLock);
+    if (!m_pAllocator) {
+        const HRESULT hr = CreateMemoryAllocator(&m_pAllocator);
+        if (FAILED(hr)) {
+            return hr;
+        }
+    }
+    *ppAllocator = m_pAllocator;
+    m_pAllocator->AddRef();
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE CBaseInputPin::NotifyAllocator(IMemAllocator* pAllocator,
+                                                         BOOL bReadOnly) {
+    CheckPointer(pAllocator, E_POINTER);
+    CAutoLock lock(m_pLock);
+    ReplaceInterface(m_pAllocator, pAllocator);
+    m_bReadOnly = bReadOnly != FALSE;
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE CBaseInputPin::GetAllocatorRequirements(ALLOCATOR_PROPERTIES*) {
+    return E_NOTIMPL;
+}
+
+HRESULT STDMETHODCALLTYPE CBaseInputPin::Receive(IMediaSample* pSample) {
+    CheckPointer(pSample, E_POINTER);
+    HRESULT hr = CheckStreaming();
+    if (hr != S_OK) {
+        return hr;
+    }
+    hr = ReadSampleProps(pSample);
+    if (FAILED(hr)) {
+        return hr;
+    }
+    if (!(m_SampleProps.dwSampleFlags & AM_SAMPLE_TYPECHANGED) || !m_SampleProps.pMediaType) {
+        return S_OK;
+    }
+    const CMediaType type(*m_SampleProps.pMediaType, &hr);
+    if (FAILED(hr)) {
+        return hr;
+    }
+    return CheckMediaType(&type) == S_OK ? S_OK : RefuseSampleType();
+}
+
+HRESULT CBaseInputPin::ReadSampleProps(IMediaSample* pSample) {
+    m_SampleProps = {};
+    void* newer = nullptr;
+    if (FAILED(pSample->QueryInterface(IID_IMediaSample2, &newer))) {
+        return ReadSampleFields(pSample);
+    }
+    auto* const sample2 = static_cast<IMediaSample2*>(newer);
+    const HRESULT hr =
+        sample2->GetProperties(sizeof(m_SampleProps), reinterpret_cast<BYTE*>(&m_SampleProps));
+    sample2->Release();
+    return hr;
+}
+
+/// Gathers the properties of a sample one by one.
+HRESULT CBaseInputPin::ReadSampleFields(IMediaSample* pSample) {
+    AM_SAMPLE2_PROPERTIES& props = m_SampleProps;
+    props.cbData = sizeof(props);
+    props.dwStreamId = AM_STREAM_MEDIA;
+    if (pSample->IsDiscontinuity() == S_OK) {
+        props.dwSampleFlags |= AM_SAMPLE_DATADISCONTINUITY;
+    }
+    if (pSample->IsPreroll() == S_OK) {
+        props.dwSampleFlags |= AM_SAMPLE_PREROLL;
+    }
+    if (pSample->IsSyncPoint() == S_OK) {
+        props.dwSampleFlags |= AM_SAMPLE_SPLICEPOINT;
+    }
+    const HRESULT timed = pSample->GetTime(&props.tStart, &props.tStop);
+    if (SUCCEEDED(timed)) {
+        props.dwSampleFlags |= AM_SAMPLE_TIMEVALID;
+        if (timed != VFW_S_NO_STOP_TIME) {
+            props.dwSampleFlags |= AM_SAMPLE_STOPVALID;
+        }
+    }
+    AM_MEDIA_TYPE* type = nullptr;
+    if (pSample->GetMediaType(&type) == S_OK && type) {
+        const HRESULT hr = m_SampleType.Set(*type);
+        DeleteMediaType(type);
+        if (FAILED(hr)) {
+            return hr;
+        }
+        props.dwSampleFlags |= AM_SAMPLE_TYPECHANGED;
+        props.pMediaType = &m_SampleType;
+    }
+    pSample->GetPointer(&props.pbBuffer);
+    props.lActual = pSample->GetActualDataLength();
+    props.cbBuffer = pSample->GetSize();
+    return S_OK;
+}
+
+/// Ends the stream, because it went on in a type that cannot be handled.
+HRESULT CBaseInputPin::RefuseSampleType() {
+    m_bRunTimeError = true;
+    EndOfStream();
+    m_pFilter->NotifyEvent(EC_ERRORABORT, VFW_E_TYPE_NOT_ACCEPTED, 0);
+    return VFW_E_INVALIDMEDIATYPE;
+}
+
+HRESULT STDMETHODCALLTYPE CBaseInputPin::ReceiveMultiple(IMediaSample** pSamples, LONG nSamples,
+                                                         LONG* nSamplesProcessed) {
+    CheckPointer(pSamples, E_POINTER);
+    CheckPointer(nSamplesProcessed, E_POINTER);
+    HRESULT hr = S_OK;
+    for (*nSamplesProcessed = 0; *nSamplesProcessed < nSamples; ++*nSamplesProcessed) {
+        hr = Receive(pSamples[*nSamplesProcessed]);
+        if (hr != S_OK) {
+            break;
+        }
+    }
+    return hr;
+}
+
+namespace {
+
+/// What the input connected to `pin` says about blocking; `S_OK` for a transport unknown to us.
+HRESULT PeerCanBlock(CBasePin* pin) {
+    IPin* peer = nullptr;
+    HRESULT hr = pin->ConnectedTo(&peer);
+    if (FAILED(hr)) {
+        return hr;
+    }
+    void* input = nullptr;
+    hr = peer->QueryInterface(IID_IMemInputPin, &input);
+    peer->Release();
+    if (FAILED(hr)) {
+        return S_OK;
+    }
+    auto* const transport = static_cast<IMemInputPin*>(input);
+    hr = transport->ReceiveCanBlock();
+    transport->Release();
+    return hr == S_FALSE ? S_FALSE : S_OK;
+}
+
+}  // namespace
+
+HRESULT STDMETHODCALLTYPE CBaseInputPin::ReceiveCanBlock() {
+    HRESULT result = S_OK;
+    const int count = m_pFilter->GetPinCount();
+    for (int i = 0; i < count; ++i) {
+        CBasePin* const pin = m_pFilter->GetPin(i);
+        PIN_DIRECTION direction = PINDIR_INPUT;
+        if (!pin || FAILED(pin->QueryDirection(&direction)) || direction != PINDIR_OUTPUT) {
+            continue;
+        }
+        result = PeerCanBlock(pin);
+        if (result != S_FALSE) {
+            return result;
+        }
+    }
+    return result;
+}
+
+HRESULT STDMETHODCALLTYPE CBaseInputPin::BeginFlush() {
+    CAutoLock lock(m_pLock);
+    m_bFlushing = TRUE;
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE CBaseInputPin::EndFlush() {
+    CAutoLock lock(m_pLock);
+    m_bFlushing = FALSE;
+    m_bRunTimeError = false;
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE CBaseInputPin::Notify(IBaseFilter*, Quality) {
+    return S_OK;
+}

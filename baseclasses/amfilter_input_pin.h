@@ -1,0 +1,60 @@
+#pragma once
+
+#include "baseclasses/amfilter_pin.h"
+
+/// A pin that samples are pushed into. Receive, EndOfStream and NewSegment come on the streaming
+/// thread, the flush calls on any other.
+class CBaseInputPin : public CBasePin, public IMemInputPin {
+  public:
+    CBaseInputPin(LPCTSTR pObjectName, CBaseFilter* pFilter, CCritSec* pLock, HRESULT* phr,
+                  LPCWSTR pName);
+    ~CBaseInputPin() override;
+
+    DECLARE_IUNKNOWN
+    HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID riid, void** ppv) override;
+
+    HRESULT BreakConnect() override;
+    HRESULT Inactive() override;
+    /// `S_OK` when samples may come; `S_FALSE` while flushing; else why not.
+    virtual HRESULT CheckStreaming();
+    /// Sends a quality message on upstream: to the sink that was set, else to the peer.
+    /// `VFW_E_NOT_FOUND` without either.
+    HRESULT PassNotify(Quality& q);
+
+    BOOL IsReadOnly() const { return m_bReadOnly; }
+    BOOL IsFlushing() const { return m_bFlushing; }
+    /// The properties of the sample that was received last; its pointers are good as long as that.
+    AM_SAMPLE2_PROPERTIES* SampleProps() { return &m_SampleProps; }
+
+    // IMemInputPin
+    HRESULT STDMETHODCALLTYPE GetAllocator(IMemAllocator** ppAllocator) override;
+    HRESULT STDMETHODCALLTYPE NotifyAllocator(IMemAllocator* pAllocator, BOOL bReadOnly) override;
+    HRESULT STDMETHODCALLTYPE GetAllocatorRequirements(ALLOCATOR_PROPERTIES* pProps) override;
+    /// Checks a sample and the type that it may carry; `S_OK` when the derived pin shall go on with
+    /// it. A type that is refused ends the stream with `EC_ERRORABORT`.
+    HRESULT STDMETHODCALLTYPE Receive(IMediaSample* pSample) override;
+    HRESULT STDMETHODCALLTYPE ReceiveMultiple(IMediaSample** pSamples, LONG nSamples,
+                                              LONG* nSamplesProcessed) override;
+    /// `S_FALSE` only when no connected input downstream can block.
+    HRESULT STDMETHODCALLTYPE ReceiveCanBlock() override;
+
+    // IPin
+    HRESULT STDMETHODCALLTYPE BeginFlush() override;
+    HRESULT STDMETHODCALLTYPE EndFlush() override;
+
+    // IQualityControl: meant for output pins.
+    HRESULT STDMETHODCALLTYPE Notify(IBaseFilter* pSender, Quality q) override;
+
+  protected:
+    IMemAllocator* m_pAllocator = nullptr;
+    BYTE m_bReadOnly = FALSE;
+    BYTE m_bFlushing = FALSE;
+    AM_SAMPLE2_PROPERTIES m_SampleProps{};
+
+  private:
+    HRESULT ReadSampleProps(IMediaSample* pSample);
+    HRESULT ReadSampleFields(IMediaSample* pSample);
+    HRESULT RefuseSampleType();
+
+    CMediaType m_SampleType;  ///< owns the type of a sample that hands out copies only
+};

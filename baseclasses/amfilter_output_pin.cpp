@@ -1,0 +1,137 @@
+#include "baseclasses/amfilter_output_pin.h"
+
+#include <initializer_list>
+
+#include "baseclasses/amfilter.h"
+
+HRESULT WINAPI CreateMemoryAllocator(IMemAllocator** ppAllocator) {
+    CheckPointer(ppAllocator, E_POINTER);
+    *ppAllocator = nullptr;
+    return CoCreateInstance(CLSID_MemoryAllocator, nullptr, CLSCTX_INPROC_SERVER, IID_IMemAllocator,
+                            reinterpret_cast<void**>(ppAllocator));
+}
+
+CBaseOutputPin::CBaseOutputPin(LPCTSTR pObjectName, CBaseFilter* pFilter, CCritSec* pLock,
+                               HRESULT* phr, LPCWSTR pName)
+    : CBasePin(pObjectName, pFilter, pLock, phr, pName, PINDIR_OUTPUT) {}
+
+CBaseOutputPin::~CBaseOutputPin() {
+    ReleaseInterface(m_pAllocator);
+    ReleaseInterface(m_pInputPin);
+}
+
+HRESULT CBaseOutputPin::CheckConnect(IPin* pPin) {
+    const HRESULT hr = CBasePin::CheckConnect(pPin);
+    if (FAILED(hr)) {
+        return hr;
+    }
+    ReleaseInterface(m_pInputPin);
+    return pPin->QueryInterface(IID_IMemInputPin, reinterpret_cast<void**>(&m_pInputPin));
+}
+
+HRESULT CBaseOutputPin::CompleteConnect(IPin*) {
+    CheckPointer(m_pInputPin, VFW_E_NO_TRANSPORT);
+    ReleaseInterface(m_pAllocator);
+    return DecideAllocator(m_pInputPin, &m_pAllocator);
+}
+
+HRESULT CBaseOutputPin::BreakConnect() {
+    if (m_pAllocator) {
+        m_pAllocator->Decommit();
+    }
+    ReleaseInterface(m_pAllocator);
+    ReleaseInterface(m_pInputPin);
+    return S_OK;
+}
+
+HRESULT CBaseOutputPin::InitAllocator(IMemAllocator** ppAlloc) {
+    return CreateMemoryAllocator(ppAlloc);
+}
+
+HRESULT CBaseOutputPin::DecideAllocator(IMemInputPin* pPin, IMemAllocator** ppAlloc) {
+    CheckPointer(pPin, E_POINTER);
+    CheckPointer(ppAlloc, E_POINTER);
+    ALLOCATOR_PROPERTIES request{};
+    if (FAILED(pPin->GetAllocatorRequirements(&request))) {
+        request = {};
+    }
+    if (request.cbAlign == 0) {
+        request.cbAlign = 1;
+    }
+    HRESULT hr = E_FAIL;
+    for (const bool peers : {true, false}) {
+        *ppAlloc = nullptr;
+        hr = peers ? pPin->GetAllocator(ppAlloc) : InitAllocator(ppAlloc);
+        if (SUCCEEDED(hr)) {
+            hr = UseAllocator(pPin, *ppAlloc, &request);
+        }
+        if (SUCCEEDED(hr)) {
+            return S_OK;
+        }
+        ReleaseInterface(*ppAlloc);
+    }
+    return hr;
+}
+
+/// Sizes `pAlloc` and tells the peer that it is the connection's.
+HRESULT CBaseOutputPin::UseAllocator(IMemInputPin* pPin, IMemAllocator* pAlloc,
+                                     ALLOCATOR_PROPERTIES* request) {
+    CheckPointer(pAlloc, VFW_E_NO_ALLOCATOR);
+    const HRESULT hr = DecideBufferSize(pAlloc, request);
+    return SUCCEEDED(hr) ? pPin->NotifyAllocator(pAlloc, FALSE) : hr;
+}
+
+HRESULT CBaseOutputPin::Active() {
+    CheckPointer(m_pAllocator, VFW_E_NO_ALLOCATOR);
+    return m_pAllocator->Commit();
+}
+
+HRESULT CBaseOutputPin::Inactive() {
+    m_bRunTimeError = false;
+    CheckPointer(m_pAllocator, VFW_E_NO_ALLOCATOR);
+    return m_pAllocator->Decommit();
+}
+
+HRESULT CBaseOutputPin::GetDeliveryBuffer(IMediaSample** ppSample, REFERENCE_TIME* pStartTime,
+                                          REFERENCE_TIME* pEndTime, DWORD dwFlags) {
+    CheckPointer(m_pAllocator, E_NOINTERFACE);
+    return m_pAllocator->GetBuffer(ppSample, pStartTime, pEndTime, dwFlags);
+}
+
+HRESULT CBaseOutputPin::Deliver(IMediaSample* pSample) {
+    CheckPointer(m_pInputPin, VFW_E_NOT_CONNECTED);
+    return m_pInputPin->Receive(pSample);
+}
+
+HRESULT CBaseOutputPin::DeliverEndOfStream() {
+    CheckPointer(m_Connected, VFW_E_NOT_CONNECTED);
+    return m_Connected->EndOfStream();
+}
+
+HRESULT CBaseOutputPin::DeliverBeginFlush() {
+    CheckPointer(m_Connected, VFW_E_NOT_CONNECTED);
+    return m_Connected->BeginFlush();
+}
+
+HRESULT CBaseOutputPin::DeliverEndFlush() {
+    CheckPointer(m_Connected, VFW_E_NOT_CONNECTED);
+    return m_Connected->EndFlush();
+}
+
+HRESULT CBaseOutputPin::DeliverNewSegment(REFERENCE_TIME tStart, REFERENCE_TIME tStop,
+                                          double dRate) {
+    CheckPointer(m_Connected, VFW_E_NOT_CONNECTED);
+    return m_Connected->NewSegment(tStart, tStop, dRate);
+}
+
+HRESULT STDMETHODCALLTYPE CBaseOutputPin::EndOfStream() {
+    return E_UNEXPECTED;
+}
+
+HRESULT STDMETHODCALLTYPE CBaseOutputPin::BeginFlush() {
+    return E_UNEXPECTED;
+}
+
+HRESULT STDMETHODCALLTYPE CBaseOutputPin::EndFlush() {
+    return E_UNEXPECTED;
+}

@@ -1,0 +1,337 @@
+#include "baseclasses/amfilter_pin.h"
+
+#include <new>
+
+#include "baseclasses/amfilter.h"
+#include "baseclasses/amfilter_enum.h"
+
+namespace {
+
+/// A refusal that says no more than "not this type".
+bool IsPlainRefusal(HRESULT hr) {
+    return SUCCEEDED(hr) || hr == E_FAIL || hr == E_INVALIDARG;
+}
+
+/// A failure that tells more than that a type did not suit.
+bool IsSpecificFailure(HRESULT hr) {
+    return FAILED(hr) && hr != E_FAIL && hr != E_INVALIDARG && hr != VFW_E_TYPE_NOT_ACCEPTED;
+}
+
+}  // namespace
+
+CBasePin::CBasePin(LPCTSTR pObjectName, CBaseFilter* pFilter, CCritSec* pLock, HRESULT* phr,
+                   LPCWSTR pName, PIN_DIRECTION dir)
+    : CUnknown(pObjectName, nullptr), m_dir(dir), m_pLock(pLock), m_pFilter(pFilter) {
+    if (FAILED(AMGetWideString(pName, &m_pName)) && phr) {
+        *phr = E_OUTOFMEMORY;
+    }
+}
+
+CBasePin::~CBasePin() {
+    SetConnected(nullptr);
+    CoTaskMemFree(m_pName);
+}
+
+HRESULT STDMETHODCALLTYPE CBasePin::NonDelegatingQueryInterface(REFIID riid, void** ppv) {
+    if (riid == IID_IPin) {
+        return GetInterface(static_cast<IPin*>(this), ppv);
+    }
+    if (riid == IID_IQualityControl) {
+        return GetInterface(static_cast<IQualityControl*>(this), ppv);
+    }
+    return CUnknown::NonDelegatingQueryInterface(riid, ppv);
+}
+
+ULONG STDMETHODCALLTYPE CBasePin::NonDelegatingAddRef() {
+    return m_pFilter->AddRef();
+}
+
+ULONG STDMETHODCALLTYPE CBasePin::NonDelegatingRelease() {
+    return m_pFilter->Release();
+}
+
+BOOL CBasePin::IsStopped() const {
+    return m_pFilter->IsStopped();
+}
+
+HRESULT CBasePin::SetMediaType(const CMediaType* pmt) {
+    return StoreMediaType(*pmt);
+}
+
+HRESULT CBasePin::CheckConnect(IPin* pPin) {
+    PIN_DIRECTION direction = m_dir;
+    const HRESULT hr = pPin->QueryDirection(&direction);
+    return SUCCEEDED(hr) && direction == m_dir ? VFW_E_INVALID_DIRECTION : hr;
+}
+
+HRESULT CBasePin::BreakConnect() {
+    return S_OK;
+}
+
+HRESULT CBasePin::CompleteConnect(IPin*) {
+    return S_OK;
+}
+
+HRESULT CBasePin::GetMediaType(int, CMediaType*) {
+    return E_UNEXPECTED;
+}
+
+HRESULT CBasePin::Active() {
+    return S_OK;
+}
+
+HRESULT CBasePin::Inactive() {
+    m_bRunTimeError = false;
+    return S_OK;
+}
+
+HRESULT CBasePin::Run(REFERENCE_TIME) {
+    return S_OK;
+}
+
+/// Whether a connection may be made now.
+HRESULT CBasePin::MayConnect() const {
+    if (m_Connected) {
+        return VFW_E_ALREADY_CONNECTED;
+    }
+    return IsStopped() || m_bCanReconnectWhenActive ? S_OK : VFW_E_NOT_STOPPED;
+}
+
+/// Makes `pPin` the peer, null for none; the reference follows.
+void CBasePin::SetConnected(IPin* pPin) {
+    if (pPin) {
+        pPin->AddRef();
+    }
+    IPin* before;
+    {
+        CAutoLock lock(&m_ConnectionLock);
+        before = m_Connected;
+        m_Connected = pPin;
+    }
+    if (before) {
+        before->Release();
+    }
+}
+
+HRESULT STDMETHODCALLTYPE CBasePin::Connect(IPin* pReceivePin, const AM_MEDIA_TYPE* pmt) {
+    CheckPointer(pReceivePin, E_POINTER);
+    CAutoLock lock(m_pLock);
+    HRESULT hr = MayConnect();
+    if (FAILED(hr)) {
+        return hr;
+    }
+    if (!pmt) {
+        return AgreeMediaType(pReceivePin, nullptr);
+    }
+    const CMediaType wanted(*pmt, &hr);
+    return SUCCEEDED(hr) ? AgreeMediaType(pReceivePin, &wanted) : hr;
+}
+
+HRESULT CBasePin::AgreeMediaType(IPin* pReceivePin, const CMediaType* pmt) {
+    if (pmt && !pmt->IsPartiallySpecified()) {
+        return AttemptConnection(pReceivePin, pmt);
+    }
+    HRESULT result = VFW_E_NO_ACCEPTABLE_TYPES;
+    for (int turn = 0; turn < 2; ++turn) {
+        const bool own = (turn == 0) == m_bTryMyTypesFirst;
+        IEnumMediaTypes* types = nullptr;
+        HRESULT hr = own ? EnumMediaTypes(&types) : pReceivePin->EnumMediaTypes(&types);
+        if (FAILED(hr) || !types) {
+            continue;
+        }
+        hr = TryMediaTypes(pReceivePin, pmt, types);
+        types->Release();
+        if (SUCCEEDED(hr)) {
+            return hr;
+        }
+        if (IsSpecificFailure(hr) && hr != VFW_E_NO_ACCEPTABLE_TYPES) {
+            result = hr;
+        }
+    }
+    return result;
+}
+
+HRESULT CBasePin::TryMediaTypes(IPin* pReceivePin, const CMediaType* pmt, IEnumMediaTypes* pEnum) {
+    HRESULT hr = pEnum->Reset();
+    if (FAILED(hr)) {
+        return hr;
+    }
+    HRESULT result = VFW_E_NO_ACCEPTABLE_TYPES;
+    AM_MEDIA_TYPE* offered = nullptr;
+    ULONG count = 0;
+    while (pEnum->Next(1, &offered, &count) == S_OK && offered) {
+        hr = S_OK;
+        const CMediaType type(*offered, &hr);
+        DeleteMediaType(offered);
+        offered = nullptr;
+        if (SUCCEEDED(hr)) {
+            if (pmt && !type.MatchesPartial(pmt)) {
+                continue;
+            }
+            hr = AttemptConnection(pReceivePin, &type);
+            if (SUCCEEDED(hr)) {
+                return hr;
+            }
+        }
+        if (IsSpecificFailure(hr) && result == VFW_E_NO_ACCEPTABLE_TYPES) {
+            result = hr;
+        }
+    }
+    return result;
+}
+
+HRESULT CBasePin::AttemptConnection(IPin* pReceivePin, const CMediaType* pmt) {
+    return MakeConnection(pReceivePin, pmt, true);
+}
+
+HRESULT STDMETHODCALLTYPE CBasePin::ReceiveConnection(IPin* pConnector, const AM_MEDIA_TYPE* pmt) {
+    CheckPointer(pConnector, E_POINTER);
+    CheckPointer(pmt, E_POINTER);
+    CAutoLock lock(m_pLock);
+    HRESULT hr = MayConnect();
+    if (FAILED(hr)) {
+        return hr;
+    }
+    const CMediaType type(*pmt, &hr);
+    return SUCCEEDED(hr) ? MakeConnection(pConnector, &type, false) : hr;
+}
+
+/// The steps that both sides of a connection take; the connecting side takes the other along. A
+/// failure on the way leaves no connection.
+HRESULT CBasePin::MakeConnection(IPin* pPeer, const CMediaType* pmt, bool connecting) {
+    HRESULT hr = CheckConnect(pPeer);
+    if (SUCCEEDED(hr)) {
+        hr = CheckMediaType(pmt);
+        if (hr != S_OK) {
+            hr = IsPlainRefusal(hr) ? VFW_E_TYPE_NOT_ACCEPTED : hr;
+        } else {
+            // From here on the peer may ask back and must find itself connected.
+            SetConnected(pPeer);
+            hr = SetMediaType(pmt);
+        }
+    }
+    if (SUCCEEDED(hr) && connecting) {
+        hr = pPeer->ReceiveConnection(this, pmt);
+        if (SUCCEEDED(hr)) {
+            hr = CompleteConnect(pPeer);
+            if (FAILED(hr)) {
+                pPeer->Disconnect();
+            }
+        }
+    } else if (SUCCEEDED(hr)) {
+        hr = CompleteConnect(pPeer);
+    }
+    if (FAILED(hr)) {
+        BreakConnect();
+        SetConnected(nullptr);
+    }
+    return hr;
+}
+
+HRESULT STDMETHODCALLTYPE CBasePin::Disconnect() {
+    CAutoLock lock(m_pLock);
+    return IsStopped() ? DisconnectInternal() : VFW_E_NOT_STOPPED;
+}
+
+HRESULT CBasePin::DisconnectInternal() {
+    if (!m_Connected) {
+        return S_FALSE;
+    }
+    const HRESULT hr = BreakConnect();
+    if (FAILED(hr)) {
+        return hr;
+    }
+    SetConnected(nullptr);
+    return S_OK;
+}
+
+HRESULT CBasePin::StoreMediaType(const AM_MEDIA_TYPE& mt) {
+    CAutoLock lock(&m_ConnectionLock);
+    return m_mt.Set(mt);
+}
+
+HRESULT CBasePin::CopyCurrentMediaType(CMediaType& mt) {
+    CAutoLock lock(&m_ConnectionLock);
+    return mt.Set(m_mt);
+}
+
+HRESULT STDMETHODCALLTYPE CBasePin::ConnectedTo(IPin** pPin) {
+    CheckPointer(pPin, E_POINTER);
+    CAutoLock lock(&m_ConnectionLock);
+    *pPin = m_Connected;
+    CheckPointer(m_Connected, VFW_E_NOT_CONNECTED);
+    m_Connected->AddRef();
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE CBasePin::ConnectionMediaType(AM_MEDIA_TYPE* pmt) {
+    CheckPointer(pmt, E_POINTER);
+    CAutoLock lock(&m_ConnectionLock);
+    if (!m_Connected) {
+        *pmt = AM_MEDIA_TYPE{};
+        return VFW_E_NOT_CONNECTED;
+    }
+    return CopyMediaType(pmt, &m_mt);
+}
+
+HRESULT STDMETHODCALLTYPE CBasePin::QueryPinInfo(PIN_INFO* pInfo) {
+    CheckPointer(pInfo, E_POINTER);
+    pInfo->pFilter = m_pFilter;
+    m_pFilter->AddRef();
+    pInfo->dir = m_dir;
+    wcsncpy(pInfo->achName, Name(), MAX_PIN_NAME);
+    pInfo->achName[MAX_PIN_NAME - 1] = L'\0';
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE CBasePin::QueryDirection(PIN_DIRECTION* pPinDir) {
+    CheckPointer(pPinDir, E_POINTER);
+    *pPinDir = m_dir;
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE CBasePin::QueryId(LPWSTR* Id) {
+    return AMGetWideString(Name(), Id);
+}
+
+HRESULT STDMETHODCALLTYPE CBasePin::QueryAccept(const AM_MEDIA_TYPE* pmt) {
+    CheckPointer(pmt, E_POINTER);
+    HRESULT hr = S_OK;
+    const CMediaType type(*pmt, &hr);
+    if (SUCCEEDED(hr)) {
+        hr = CheckMediaType(&type);
+    }
+    return FAILED(hr) ? S_FALSE : hr;
+}
+
+HRESULT STDMETHODCALLTYPE CBasePin::EnumMediaTypes(IEnumMediaTypes** ppEnum) {
+    CheckPointer(ppEnum, E_POINTER);
+    *ppEnum = new (std::nothrow) CEnumMediaTypes(this);
+    return *ppEnum ? S_OK : E_OUTOFMEMORY;
+}
+
+HRESULT STDMETHODCALLTYPE CBasePin::QueryInternalConnections(IPin**, ULONG*) {
+    return E_NOTIMPL;
+}
+
+HRESULT STDMETHODCALLTYPE CBasePin::EndOfStream() {
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE CBasePin::NewSegment(REFERENCE_TIME tStart, REFERENCE_TIME tStop,
+                                               double dRate) {
+    m_tStart = tStart;
+    m_tStop = tStop;
+    m_dRate = dRate;
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE CBasePin::Notify(IBaseFilter*, Quality) {
+    return E_NOTIMPL;
+}
+
+HRESULT STDMETHODCALLTYPE CBasePin::SetSink(IQualityControl* piqc) {
+    CAutoLock lock(m_pLock);
+    m_pQSink = piqc;
+    return S_OK;
+}

@@ -1,0 +1,60 @@
+#include "baseclasses/combase.h"
+
+volatile LONG CBaseObject::m_cObjects = 0;
+
+CBaseObject::CBaseObject(LPCTSTR) {
+    InterlockedIncrement(&m_cObjects);
+}
+
+CBaseObject::~CBaseObject() {
+    InterlockedDecrement(&m_cObjects);
+}
+
+LONG CBaseObject::ObjectsActive() {
+    return m_cObjects;
+}
+
+HRESULT WINAPI GetInterface(LPUNKNOWN pUnk, void** ppv) {
+    CheckPointer(ppv, E_POINTER);
+    *ppv = pUnk;
+    pUnk->AddRef();
+    return S_OK;
+}
+
+namespace {
+
+/// The identity of `object` itself; callers see an `IUnknown` with the same three slots.
+LPUNKNOWN InnerUnknown(PNDUNKNOWN object) {
+    return reinterpret_cast<LPUNKNOWN>(object);
+}
+
+}  // namespace
+
+CUnknown::CUnknown(LPCTSTR pName, LPUNKNOWN pUnk)
+    : CBaseObject(pName), m_pUnknown(pUnk ? pUnk : InnerUnknown(this)) {}
+
+CUnknown::CUnknown(LPCTSTR pName, LPUNKNOWN pUnk, HRESULT*) : CUnknown(pName, pUnk) {}
+
+HRESULT STDMETHODCALLTYPE CUnknown::NonDelegatingQueryInterface(REFIID riid, void** ppv) {
+    CheckPointer(ppv, E_POINTER);
+    if (riid == IID_IUnknown) {
+        return GetInterface(InnerUnknown(this), ppv);
+    }
+    *ppv = nullptr;
+    return E_NOINTERFACE;
+}
+
+ULONG STDMETHODCALLTYPE CUnknown::NonDelegatingAddRef() {
+    return static_cast<ULONG>(InterlockedIncrement(&m_cRef));
+}
+
+ULONG STDMETHODCALLTYPE CUnknown::NonDelegatingRelease() {
+    const LONG left = InterlockedDecrement(&m_cRef);
+    if (left > 0) {
+        return static_cast<ULONG>(left);
+    }
+    // A destructor may hand this object out and take it back; that must not delete it again.
+    InterlockedIncrement(&m_cRef);
+    delete this;
+    return 0;
+}

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "baseclasses/platform.h"
+#include "baseclasses/wxutil.h"
+
+/// The three operations of an object's own identity, apart from those that go to an outer object.
+/// Laid out slot by slot as `IUnknown`: an inner object is handed out through a cast between the
+/// two. Hence no virtual destructor here, which would move the slots.
+struct INonDelegatingUnknown {
+    virtual HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID riid, void** ppv) = 0;
+    virtual ULONG STDMETHODCALLTYPE NonDelegatingAddRef() = 0;
+    virtual ULONG STDMETHODCALLTYPE NonDelegatingRelease() = 0;
+};
+typedef INonDelegatingUnknown* PNDUNKNOWN;
+
+/// Counts the live objects of the module, so that it knows when it may be unloaded.
+class CBaseObject {
+  public:
+    explicit CBaseObject(LPCTSTR pName);
+    ~CBaseObject();
+    CBaseObject(const CBaseObject&) = delete;
+    CBaseObject& operator=(const CBaseObject&) = delete;
+
+    /// Objects alive in this module, over all threads.
+    static LONG ObjectsActive();
+
+  private:
+    static volatile LONG m_cObjects;
+};
+
+/// Adds a reference to `pUnk` and stores it: the last step of a query. `E_POINTER` for null `ppv`.
+HRESULT WINAPI GetInterface(LPUNKNOWN pUnk, void** ppv);
+
+/// The base of every COM object here: identity, thread-safe counting, aggregation. It begins with
+/// no reference and is deleted by the release of the last one. A derived class writes
+/// `DECLARE_IUNKNOWN` and overrides NonDelegatingQueryInterface.
+class CUnknown : public INonDelegatingUnknown, public CBaseObject {
+  public:
+    /// `pUnk` is the outer object or null; it is not AddRef'd.
+    CUnknown(LPCTSTR pName, LPUNKNOWN pUnk);
+    CUnknown(LPCTSTR pName, LPUNKNOWN pUnk, HRESULT* phr);
+    virtual ~CUnknown() = default;
+
+    /// The outer object, or this one's own identity. Not AddRef'd.
+    LPUNKNOWN GetOwner() const { return m_pUnknown; }
+
+    HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID riid, void** ppv) override;
+    ULONG STDMETHODCALLTYPE NonDelegatingAddRef() override;
+    ULONG STDMETHODCALLTYPE NonDelegatingRelease() override;
+
+  protected:
+    volatile LONG m_cRef = 0;
+
+  private:
+    const LPUNKNOWN m_pUnknown;
+};
+
+/// `IUnknown` of a class derived from CUnknown and from interfaces: everything goes to the owner.
+#define DECLARE_IUNKNOWN                                                         \
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppv) override { \
+        return GetOwner()->QueryInterface(riid, ppv);                            \
+    }                                                                            \
+    ULONG STDMETHODCALLTYPE AddRef() override {                                  \
+        return GetOwner()->AddRef();                                             \
+    }                                                                            \
+    ULONG STDMETHODCALLTYPE Release() override {                                 \
+        return GetOwner()->Release();                                            \
+    }

@@ -1,0 +1,278 @@
+#include "baseclasses/transfrm.h"
+
+#include <cstddef>
+#include <new>
+
+CTransformFilter::CTransformFilter(LPCTSTR pObjectName, LPUNKNOWN lpUnk, REFCLSID clsid)
+    : CBaseFilter(pObjectName, lpUnk, &m_csFilter, clsid) {}
+
+CTransformFilter::~CTransformFilter() {
+    delete m_pOutput;
+    delete m_pInput;
+}
+
+CBasePin* CTransformFilter::GetPin(int n) {
+    CAutoLock lock(&m_PinsLock);
+    if (!m_pInput) {
+        MakePins();
+    }
+    switch (n) {
+        case 0:
+            return m_pInput;
+        case 1:
+            return m_pOutput;
+        default:
+            return nullptr;
+    }
+}
+
+/// Makes both pins, or neither when there is no memory.
+void CTransformFilter::MakePins() {
+    HRESULT hr = S_OK;
+    m_pInput =
+        new (std::nothrow) CTransformInputPin(NAME("Transform input pin"), this, &hr, L"XForm In");
+    m_pOutput = new (std::nothrow)
+        CTransformOutputPin(NAME("Transform output pin"), this, &hr, L"XForm Out");
+    if (!m_pInput || !m_pOutput || FAILED(hr)) {
+        delete m_pOutput;
+        delete m_pInput;
+        m_pOutput = nullptr;
+        m_pInput = nullptr;
+    }
+}
+
+HRESULT STDMETHODCALLTYPE CTransformFilter::FindPin(LPCWSTR Id, IPin** ppPin) {
+    CheckPointer(ppPin, E_POINTER);
+    *ppPin = nullptr;
+    CheckPointer(Id, E_POINTER);
+    const bool isInput = wcscmp(Id, L"In") == 0;
+    if (!isInput && wcscmp(Id, L"Out") != 0) {
+        return VFW_E_NOT_FOUND;
+    }
+    *ppPin = GetPin(isInput ? 0 : 1);
+    CheckPointer(*ppPin, E_OUTOFMEMORY);
+    (*ppPin)->AddRef();
+    return S_OK;
+}
+
+bool CTransformFilter::BothConnected() const {
+    return m_pInput && m_pInput->IsConnected() && m_pOutput->IsConnected();
+}
+
+HRESULT STDMETHODCALLTYPE CTransformFilter::Stop() {
+    CAutoLock lock(&m_csFilter);
+    HRESULT hr = S_OK;
+    if (m_State != State_Stopped && BothConnected()) {
+        // A Receive under way holds the receive lock and may wait for an output buffer.
+        m_pInput->Inactive();
+        if (m_pOutput->m_pAllocator) {
+            m_pOutput->m_pAllocator->Decommit();
+        }
+        CAutoLock receiveLock(&m_csReceive);
+        m_pOutput->Inactive();
+        hr = StopStreaming();
+        m_State = State_Stopped;
+    }
+    m_State = State_Stopped;
+    m_bEOSDelivered = FALSE;
+    return hr;
+}
+
+HRESULT STDMETHODCALLTYPE CTransformFilter::Pause() {
+    CAutoLock lock(&m_csFilter);
+    HRESULT hr = S_OK;
+    if (BothConnected()) {
+        hr = PauseConnected();
+    } else {
+        if (m_State != State_Paused && m_pOutput && !m_pInput->IsConnected() && !m_bEOSDelivered) {
+            // Nothing will ever come; without the end of the stream downstream would wait for it.
+            m_pOutput->DeliverEndOfStream();
+            m_bEOSDelivered = TRUE;
+        }
+        m_State = State_Paused;
+    }
+    m_bSampleSkipped = FALSE;
+    m_bQualityChanged = FALSE;
+    return hr;
+}
+
+HRESULT CTransformFilter::PauseConnected() {
+    const bool wasStopped = m_State == State_Stopped;
+    if (wasStopped) {
+        CAutoLock receiveLock(&m_csReceive);
+        const HRESULT hr = StartStreaming();
+        if (FAILED(hr)) {
+            return hr;
+        }
+    }
+    const HRESULT hr = CBaseFilter::Pause();
+    if (FAILED(hr) && wasStopped) {
+        CAutoLock receiveLock(&m_csReceive);
+        StopStreaming();
+    }
+    return hr;
+}
+
+HRESULT CTransformFilter::Transform(IMediaSample*, IMediaSample*) {
+    return E_UNEXPECTED;
+}
+
+HRESULT CTransformFilter::StartStreaming() {
+    return S_OK;
+}
+
+HRESULT CTransformFilter::StopStreaming() {
+    return S_OK;
+}
+
+HRESULT CTransformFilter::SetMediaType(PIN_DIRECTION, const CMediaType*) {
+    return S_OK;
+}
+
+HRESULT CTransformFilter::CheckConnect(PIN_DIRECTION, IPin*) {
+    return S_OK;
+}
+
+HRESULT CTransformFilter::BreakConnect(PIN_DIRECTION) {
+    return S_OK;
+}
+
+HRESULT CTransformFilter::CompleteConnect(PIN_DIRECTION, IPin*) {
+    return S_OK;
+}
+
+HRESULT CTransformFilter::AlterQuality(Quality) {
+    return S_FALSE;
+}
+
+HRESULT CTransformFilter::EndOfStream() {
+    return m_pOutput ? m_pOutput->DeliverEndOfStream() : S_OK;
+}
+
+HRESULT CTransformFilter::BeginFlush() {
+    return m_pOutput ? m_pOutput->DeliverBeginFlush() : S_OK;
+}
+
+HRESULT CTransformFilter::EndFlush() {
+    return m_pOutput ? m_pOutput->DeliverEndFlush() : S_OK;
+}
+
+HRESULT CTransformFilter::NewSegment(REFERENCE_TIME tStart, REFERENCE_TIME tStop, double dRate) {
+    return m_pOutput ? m_pOutput->DeliverNewSegment(tStart, tStop, dRate) : S_OK;
+}
+
+HRESULT CTransformFilter::Receive(IMediaSample* pSample) {
+    if (m_pInput->SampleProps()->dwStreamId != AM_STREAM_MEDIA) {
+        return m_pOutput->Deliver(pSample);
+    }
+    IMediaSample* outSample = nullptr;
+    HRESULT hr = InitializeOutputSample(pSample, &outSample);
+    if (FAILED(hr)) {
+        return hr;
+    }
+    hr = Transform(pSample, outSample);
+    if (hr == S_OK) {
+        m_bSampleSkipped = FALSE;
+    }
+    return FinishSample(hr, outSample, m_bQualityChanged);
+}
+
+HRESULT CTransformFilter::FinishSample(HRESULT hr, IMediaSample* pOutSample, BOOL& qualityChanged) {
+    if (hr == S_OK) {
+        hr = m_pOutput->Deliver(pOutSample);
+        pOutSample->Release();
+        return hr;
+    }
+    // Released before the graph hears of it: a sample may hold a lock on the display.
+    pOutSample->Release();
+    if (hr != S_FALSE) {
+        return hr;
+    }
+    m_bSampleSkipped = TRUE;
+    NoteQualityChange(qualityChanged);
+    return S_OK;
+}
+
+void CTransformFilter::NoteQualityChange(BOOL& qualityChanged) {
+    if (!qualityChanged) {
+        qualityChanged = TRUE;
+        NotifyEvent(EC_QUALITY_CHANGE, 0, 0);
+    }
+}
+
+namespace {
+
+/// How far AM_SAMPLE2_PROPERTIES is copied: flags, length and times; not the stream, type, buffer.
+constexpr DWORD kCopiedProperties = offsetof(AM_SAMPLE2_PROPERTIES, dwStreamId);
+
+/// Gives `sample` the flags and times of `props` in one call. A type that is attached to it stays.
+HRESULT CopyProperties(const AM_SAMPLE2_PROPERTIES& props, IMediaSample2* sample) {
+    AM_SAMPLE2_PROPERTIES out{};
+    const HRESULT hr = sample->GetProperties(kCopiedProperties, reinterpret_cast<BYTE*>(&out));
+    if (FAILED(hr)) {
+        return hr;
+    }
+    constexpr DWORD kOfOutput = AM_SAMPLE_TYPECHANGED;
+    out.cbData = kCopiedProperties;
+    out.dwTypeSpecificFlags = props.dwTypeSpecificFlags;
+    out.dwSampleFlags = (out.dwSampleFlags & kOfOutput) | (props.dwSampleFlags & ~kOfOutput);
+    out.tStart = props.tStart;
+    out.tStop = props.tStop;
+    return sample->SetProperties(kCopiedProperties, reinterpret_cast<const BYTE*>(&out));
+}
+
+/// Gives a sample without IMediaSample2 what `props` and `source` say, one by one.
+void CopyFields(AM_SAMPLE2_PROPERTIES& props, IMediaSample* source, IMediaSample* sample) {
+    if (props.dwSampleFlags & AM_SAMPLE_TIMEVALID) {
+        const bool stops = props.dwSampleFlags & AM_SAMPLE_STOPVALID;
+        sample->SetTime(&props.tStart, stops ? &props.tStop : nullptr);
+    }
+    if (props.dwSampleFlags & AM_SAMPLE_SPLICEPOINT) {
+        sample->SetSyncPoint(TRUE);
+    }
+    if (props.dwSampleFlags & AM_SAMPLE_DATADISCONTINUITY) {
+        sample->SetDiscontinuity(TRUE);
+    }
+    LONGLONG start = 0;
+    LONGLONG stop = 0;
+    if (source->GetMediaTime(&start, &stop) == S_OK) {
+        sample->SetMediaTime(&start, &stop);
+    }
+}
+
+}  // namespace
+
+HRESULT CTransformFilter::InitializeOutputSample(IMediaSample* pSample,
+                                                 IMediaSample** ppOutSample) {
+    CheckPointer(m_pOutput->m_pAllocator, VFW_E_NO_ALLOCATOR);
+    AM_SAMPLE2_PROPERTIES& props = *m_pInput->SampleProps();
+    DWORD flags = m_bSampleSkipped ? AM_GBF_PREVFRAMESKIPPED : 0;
+    if (!(props.dwSampleFlags & AM_SAMPLE_SPLICEPOINT)) {
+        flags |= AM_GBF_NOTASYNCPOINT;
+    }
+    IMediaSample* sample = nullptr;
+    HRESULT hr = m_pOutput->m_pAllocator->GetBuffer(
+        &sample, props.dwSampleFlags & AM_SAMPLE_TIMEVALID ? &props.tStart : nullptr,
+        props.dwSampleFlags & AM_SAMPLE_STOPVALID ? &props.tStop : nullptr, flags);
+    if (FAILED(hr)) {
+        return hr;
+    }
+    CheckPointer(sample, E_UNEXPECTED);
+    void* newer = nullptr;
+    if (SUCCEEDED(sample->QueryInterface(IID_IMediaSample2, &newer))) {
+        auto* const sample2 = static_cast<IMediaSample2*>(newer);
+        hr = CopyProperties(props, sample2);
+        sample2->Release();
+    } else {
+        CopyFields(props, pSample, sample);
+    }
+    if (FAILED(hr)) {
+        sample->Release();
+        return hr;
+    }
+    if (props.dwSampleFlags & AM_SAMPLE_DATADISCONTINUITY) {
+        m_bSampleSkipped = FALSE;
+    }
+    *ppOutSample = sample;
+    return S_OK;
+}

@@ -1,0 +1,190 @@
+#include "baseclasses/vtrans.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace {
+
+constexpr int kFramesToWaitForKey = 30;
+constexpr int kFirstAverageDecode = 300000;  // 30 ms, before anything is measured
+constexpr int kAverageWeight = 16;           // the newest value counts one part in so many
+constexpr int kUnitsPerMillisecond = static_cast<int>(UNITS / MILLISECONDS);
+constexpr int kLatestSensible = 300000000;  // 30 s
+
+/// The type that `sample` carries, with a format block; null when there is none. The caller deletes
+/// it.
+AM_MEDIA_TYPE* AttachedType(IMediaSample* sample) {
+    AM_MEDIA_TYPE* type = nullptr;
+    if (FAILED(sample->GetMediaType(&type)) || (type && type->pbFormat)) {
+        return type;
+    }
+    DeleteMediaType(type);
+    return nullptr;
+}
+
+/// A duration that an int holds; negative ones count as none.
+int FrameDuration(REFERENCE_TIME start, REFERENCE_TIME stop) {
+    if (stop <= start) {
+        return 0;
+    }
+    const ULONGLONG duration = static_cast<ULONGLONG>(stop) - static_cast<ULONGLONG>(start);
+    constexpr ULONGLONG kMost = std::numeric_limits<int>::max();
+    return static_cast<int>(std::min(duration, kMost));
+}
+
+}  // namespace
+
+CVideoTransformFilter::CVideoTransformFilter(LPCTSTR pName, LPUNKNOWN lpUnk, REFCLSID clsid)
+    : CTransformFilter(pName, lpUnk, clsid) {}
+
+HRESULT CVideoTransformFilter::StartStreaming() {
+    m_itrLate = 0;
+    m_nKeyFramePeriod = 0;
+    m_nFramesSinceKeyFrame = 0;
+    m_bSkipping = FALSE;
+    m_tDecodeStart = 0;
+    m_itrAvgDecode = kFirstAverageDecode;
+    m_bQualityChanged = FALSE;
+    m_bSampleSkipped = FALSE;
+    return S_OK;
+}
+
+HRESULT CVideoTransformFilter::EndFlush() {
+    {
+        CAutoLock lock(&m_csReceive);
+        // Not the derived class's: streaming has not stopped.
+        CVideoTransformFilter::StartStreaming();
+    }
+    return CTransformFilter::EndFlush();
+}
+
+HRESULT CVideoTransformFilter::AbortPlayback(HRESULT hr) {
+    NotifyEvent(EC_ERRORABORT, hr, 0);
+    m_pOutput->DeliverEndOfStream();
+    return hr;
+}
+
+HRESULT CVideoTransformFilter::AlterQuality(Quality q) {
+    m_itrLate = m_itrLate > kLatestSensible ? kLatestSensible : static_cast<int>(q.Late);
+    return E_FAIL;
+}
+
+HRESULT CVideoTransformFilter::Receive(IMediaSample* pSample) {
+    HRESULT hr = FollowInputType(pSample);
+    if (FAILED(hr)) {
+        return AbortPlayback(hr);
+    }
+    if (ShouldSkipFrame(pSample)) {
+        m_bSampleSkipped = TRUE;
+        return S_OK;
+    }
+    IMediaSample* outSample = nullptr;
+    hr = InitializeOutputSample(pSample, &outSample);
+    if (FAILED(hr)) {
+        return hr;
+    }
+    m_bSampleSkipped = FALSE;
+    hr = FollowOutputType(outSample);
+    if (FAILED(hr)) {
+        outSample->Release();
+        return AbortPlayback(hr);
+    }
+    if (pSample->IsDiscontinuity() == S_OK) {
+        m_nWaitForKey = kFramesToWaitForKey;
+    }
+    hr = TimedTransform(pSample, outSample);
+    if (WaitingForKey(pSample) && hr == S_OK) {
+        hr = S_FALSE;
+    }
+    return FinishSample(hr, outSample, m_bQualityChanged);
+}
+
+/// Goes on with the type that the input sample carries; the input pin has accepted it.
+HRESULT CVideoTransformFilter::FollowInputType(IMediaSample* pSample) {
+    AM_MEDIA_TYPE* const type = AttachedType(pSample);
+    CheckPointer(type, S_OK);
+    const HRESULT hr = ChangeType(*m_pInput, *type);
+    DeleteMediaType(type);
+    return hr;
+}
+
+/// Goes on with the type that downstream has put on its buffer.
+HRESULT CVideoTransformFilter::FollowOutputType(IMediaSample* pOutSample) {
+    AM_MEDIA_TYPE* const type = AttachedType(pOutSample);
+    CheckPointer(type, S_OK);
+    const HRESULT hr = ChangeType(*m_pOutput, *type);
+    DeleteMediaType(type);
+    if (SUCCEEDED(hr)) {
+        // The pictures before the next key frame build on ones in the old type.
+        m_nWaitForKey = kFramesToWaitForKey;
+    }
+    return hr;
+}
+
+template <class Pin>
+HRESULT CVideoTransformFilter::ChangeType(Pin& pin, const AM_MEDIA_TYPE& type) {
+    StopStreaming();
+    const HRESULT hr = pin.StoreMediaType(type);
+    return SUCCEEDED(hr) ? StartStreaming() : hr;
+}
+
+HRESULT CVideoTransformFilter::TimedTransform(IMediaSample* pSample, IMediaSample* pOutSample) {
+    m_tDecodeStart = timeGetTime();
+    const HRESULT hr = Transform(pSample, pOutSample);
+    m_tDecodeStart = timeGetTime() - m_tDecodeStart;
+    constexpr DWORD kLongest = std::numeric_limits<int>::max() / kUnitsPerMillisecond;
+    const int spent = static_cast<int>(std::min(m_tDecodeStart, kLongest)) * kUnitsPerMillisecond;
+    m_itrAvgDecode =
+        spent / kAverageWeight + m_itrAvgDecode / kAverageWeight * (kAverageWeight - 1);
+    return hr;
+}
+
+/// Whether this frame is withheld, one frame nearer to the end of the wait.
+bool CVideoTransformFilter::WaitingForKey(IMediaSample* pSample) {
+    if (m_nWaitForKey > 0) {
+        --m_nWaitForKey;
+    }
+    if (m_nWaitForKey > 0 && pSample->IsSyncPoint() == S_OK) {
+        m_nWaitForKey = 0;
+    }
+    return m_nWaitForKey > 0;
+}
+
+BOOL CVideoTransformFilter::ShouldSkipFrame(IMediaSample* pIn) {
+    REFERENCE_TIME start = 0;
+    REFERENCE_TIME stop = 0;
+    if (pIn->GetTime(&start, &stop) != S_OK) {
+        return FALSE;
+    }
+    const int duration = FrameDuration(start, stop);
+    CountFrame(pIn->IsSyncPoint() == S_OK);
+    if (LateBeyondNextKey(duration)) {
+        m_bSkipping = TRUE;
+    }
+    ++m_nFramesSinceKeyFrame;
+    if (m_bSkipping) {
+        m_itrLate -= duration;
+        NoteQualityChange(m_bQualityChanged);
+    }
+    return m_bSkipping;
+}
+
+/// Learns the distance of key frames from one frame more. A key frame ends the skipping.
+void CVideoTransformFilter::CountFrame(bool keyFrame) {
+    if (keyFrame) {
+        m_nKeyFramePeriod = std::max(m_nKeyFramePeriod, m_nFramesSinceKeyFrame);
+        m_nFramesSinceKeyFrame = 0;
+        m_bSkipping = FALSE;
+    } else if (m_nKeyFramePeriod > 0) {
+        m_nKeyFramePeriod = std::max(m_nKeyFramePeriod, m_nFramesSinceKeyFrame);
+    }
+}
+
+/// Whether decoding is what takes the time, we are a whole frame late, and later than the next key
+/// frame is away: then nothing is lost by going straight to that.
+bool CVideoTransformFilter::LateBeyondNextKey(int duration) const {
+    const int late = m_itrLate;
+    const LONGLONG framesToKey = LONGLONG{m_nKeyFramePeriod} - m_nFramesSinceKeyFrame - 1;
+    return LONGLONG{4} * m_itrAvgDecode > duration && late > duration && m_nKeyFramePeriod > 0 &&
+           late / kUnitsPerMillisecond > duration / kUnitsPerMillisecond * framesToKey;
+}

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "baseclasses/platform.h"
+
+/// Leaves the function with `ret` when `p` is null.
+#define CheckPointer(p, ret)  \
+    do {                      \
+        if ((p) == nullptr) { \
+            return (ret);     \
+        }                     \
+    } while (0)
+
+/// The name that a constructor of this library takes for debugging.
+#define NAME(x) TEXT(x)
+
+/// A critical section as an object. The owning thread may lock it again.
+class CCritSec {
+  public:
+    CCritSec() { InitializeCriticalSection(&m_CritSec); }
+    ~CCritSec() { DeleteCriticalSection(&m_CritSec); }
+    CCritSec(const CCritSec&) = delete;
+    CCritSec& operator=(const CCritSec&) = delete;
+
+    void Lock() { EnterCriticalSection(&m_CritSec); }
+    void Unlock() { LeaveCriticalSection(&m_CritSec); }
+
+  private:
+    CRITICAL_SECTION m_CritSec;
+};
+
+/// Holds a critical section from here to the end of the block.
+class CAutoLock {
+  public:
+    explicit CAutoLock(CCritSec* plock) : m_pLock(plock) { m_pLock->Lock(); }
+    ~CAutoLock() { m_pLock->Unlock(); }
+    CAutoLock(const CAutoLock&) = delete;
+    CAutoLock& operator=(const CAutoLock&) = delete;
+
+  protected:
+    CCritSec* m_pLock;
+};
+
+/// Copies a string into memory that the receiver frees with CoTaskMemFree. A null string is copied
+/// as an empty one. `E_POINTER`, or `E_OUTOFMEMORY` with a null result.
+HRESULT WINAPI AMGetWideString(LPCWSTR pszString, LPWSTR* ppszReturn);
+
+/// Releases the interface that `p` holds, when it holds one, and makes `p` null first, so that a
+/// call back in does not meet it.
+template <class I>
+void ReleaseInterface(I*& p) {
+    I* const held = p;
+    p = nullptr;
+    if (held) {
+        held->Release();
+    }
+}
+
+/// Puts `with`, null allowed, in the place of what `p` holds; the references follow.
+template <class I>
+void ReplaceInterface(I*& p, I* with) {
+    I* const held = p;
+    if (with) {
+        with->AddRef();
+    }
+    p = with;
+    if (held) {
+        held->Release();
+    }
+}
