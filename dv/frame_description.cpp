@@ -1,0 +1,191 @@
+#include "dv/frame_description.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <optional>
+
+#include "dv/dif_parser.h"
+
+namespace nyx {
+namespace {
+
+/// Byte `index` (0 is PC1) of a payload word.
+unsigned PayloadByte(LONG payload, unsigned index) {
+    return static_cast<DWORD>(payload) >> (8 * index) & 0xFF;
+}
+
+/// Two binary-coded decimal digits under `mask`, which cuts flags off the tens; nothing when they
+/// are no digits or lie outside `least`..`most`.
+std::optional<unsigned> Digits(unsigned byte, unsigned mask, unsigned least, unsigned most) {
+    const unsigned tens = (byte & mask) >> 4;
+    const unsigned ones = byte & mask & 15;
+    const unsigned value = tens * 10 + ones;
+    if (tens > 9 || ones > 9 || value < least || value > most) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+template <class... Numbers>
+std::string Format(const char* format, Numbers... numbers) {
+    char text[64];
+    std::snprintf(text, sizeof(text), format, numbers...);
+    return text;
+}
+
+const char* VariantName(LONG formatCode) {
+    switch (formatCode) {
+        case kFormatDv25:
+            return "DV25";
+        case kFormatDv25Locked:
+            return "DV25, locked audio";
+        case kFormatDvcPro25:
+            return "DVCPRO25";
+        case kFormatDvcPro50:
+            return "DVCPRO50";
+        case kFormatDvcProHd1080:
+            return "DVCPRO HD 1080i";
+        case kFormatDvcProHd1080Type15:
+            return "DVCPRO HD 1080i, signal type 0x15";
+        case kFormatDvcProHd720:
+            return "DVCPRO HD 720p";
+        default:
+            return "";
+    }
+}
+
+const char* FieldOrderName(LONG fieldOrder) {
+    switch (fieldOrder) {
+        case 0:
+            return "top field first";
+        case 1:
+            return "bottom field first";
+        case 2:
+            return "progressive";
+        default:
+            return "";
+    }
+}
+
+std::string Fraction(LONG num, LONG den, char separator) {
+    return Format("%ld%c%ld", static_cast<long>(num), separator, static_cast<long>(den));
+}
+
+/// The nominal aspect: recorded lines are a little wider than the picture they carry, so that the
+/// exact fraction would be 27:20 where people say 4:3.
+const char* PictureAspectName(const FormatRecord& format) {
+    constexpr std::int64_t kBetween4By3And16By9 = 155;  // hundredths
+    const std::int64_t x = std::int64_t{format.codedWidth} * format.pixelAspectX;
+    const std::int64_t y = std::int64_t{format.codedHeight} * format.pixelAspectY;
+    return 100 * x < kBetween4By3And16By9 * y ? "4:3" : "16:9";
+}
+
+void DescribePicture(const FormatRecord& format, DvFrameDescription* description) {
+    if (format.fourCC == -1) {
+        return;
+    }
+    description->variant = VariantName(format.formatCode);
+    description->system = format.systemRate == 60 ? "525/60" : "625/50";
+    description->width = format.codedWidth;
+    description->height = format.codedHeight;
+    description->frameRate = format.frameRateDen == 1
+                                 ? Format("%ld", static_cast<long>(format.frameRateNum))
+                                 : Fraction(format.frameRateNum, format.frameRateDen, '/');
+    description->fieldOrder = FieldOrderName(format.fieldOrder);
+    description->pixelAspect = Fraction(format.pixelAspectX, format.pixelAspectY, ':');
+    description->pictureAspect = PictureAspectName(format);
+}
+
+std::string AudioText(LONG channels, const AudioRecord& record) {
+    std::string text =
+        Format(channels == 1 ? "%ld channel" : "%ld channels", static_cast<long>(channels));
+    text += Format(", %ld Hz, %ld bits", static_cast<long>(record.sampleRate),
+                   static_cast<long>(record.bitsPerSample));
+    if (record.samplesPerFrame > 0) {
+        text += Format(", %ld samples", static_cast<long>(record.samplesPerFrame));
+    }
+    return text + (record.locked ? ", locked" : ", unlocked");
+}
+
+bool IsRecordedAlike(const AudioRecord& a, const AudioRecord& b) {
+    return a.sampleRate == b.sampleRate && a.bitsPerSample == b.bitsPerSample &&
+           a.samplesPerFrame == b.samplesPerFrame && a.locked == b.locked;
+}
+
+/// Channels recorded alike are told together. A pack that only stands in for a missing one is the
+/// same pack in two slots and counts once.
+std::string DescribeAudio(const DifState& state) {
+    std::string text;
+    std::array<bool, kAudioSlots> told{};
+    for (std::size_t slot = 0; slot < kAudioSlots; ++slot) {
+        const auto earlier = state.audioSource.begin() + static_cast<std::ptrdiff_t>(slot);
+        told[slot] = state.audio[slot].channels <= 0 ||
+                     std::find(state.audioSource.begin(), earlier, *earlier) != earlier;
+    }
+    for (std::size_t slot = 0; slot < kAudioSlots; ++slot) {
+        if (told[slot]) {
+            continue;
+        }
+        LONG channels = 0;
+        for (std::size_t other = slot; other < kAudioSlots; ++other) {
+            if (!told[other] && IsRecordedAlike(state.audio[slot], state.audio[other])) {
+                channels += state.audio[other].channels;
+                told[other] = true;
+            }
+        }
+        text += (text.empty() ? "" : "; ") + AudioText(channels, state.audio[slot]);
+    }
+    return text;
+}
+
+std::string ClockText(LONG payload) {
+    const auto hours = Digits(PayloadByte(payload, 3), 0x3F, 0, 23);
+    const auto minutes = Digits(PayloadByte(payload, 2), 0x7F, 0, 59);
+    const auto seconds = Digits(PayloadByte(payload, 1), 0x7F, 0, 59);
+    if (!hours || !minutes || !seconds) {
+        return {};
+    }
+    return Format("%02u:%02u:%02u", *hours, *minutes, *seconds);
+}
+
+}  // namespace
+
+DvFrameDescription DescribeDvFrame(const void* frame, std::size_t size) {
+    CLvtDifParser parser;
+    DvFrameDescription description;
+    description.recognised = SUCCEEDED(parser.Parse(frame, size));
+    DescribePicture(parser.State().format, &description);
+    description.audio = DescribeAudio(parser.State());
+    description.timecode = TimecodeText(parser.GetTimecodePack());
+    description.recordingDate = RecordingDateText(parser.GetRecDatePack());
+    description.recordingTime = RecordingTimeText(parser.GetRecTimePack());
+    return description;
+}
+
+std::string TimecodeText(LONG payload) {
+    constexpr unsigned kDropFrame = 0x40;
+    const unsigned first = PayloadByte(payload, 0);
+    const auto frames = Digits(first, 0x3F, 0, 29);
+    const std::string clock = ClockText(payload);
+    if (payload == -1 || !frames || clock.empty()) {
+        return {};
+    }
+    return clock + Format((first & kDropFrame) ? ";%02u" : ":%02u", *frames);
+}
+
+std::string RecordingDateText(LONG payload) {
+    const auto day = Digits(PayloadByte(payload, 1), 0x3F, 1, 31);
+    const auto month = Digits(PayloadByte(payload, 2), 0x1F, 1, 12);
+    const auto year = Digits(PayloadByte(payload, 3), 0xFF, 0, 99);
+    if (!day || !month || !year) {
+        return {};
+    }
+    return Format("%04u-%02u-%02u", *year + (*year < 75 ? 2000 : 1900), *month, *day);
+}
+
+std::string RecordingTimeText(LONG payload) {
+    return ClockText(payload);
+}
+
+}  // namespace nyx

@@ -1,0 +1,98 @@
+#include <emmintrin.h>
+
+#include <cstring>
+
+#include "dv/resample_rows.h"
+
+namespace nyx {
+namespace {
+
+template <std::size_t unitBytes>
+class StretchKernel {
+  public:
+    static constexpr std::size_t kUnitBytes = unitBytes;
+
+    /// One output unit: unit `left` weighted 256 - fraction, unit `right` weighted fraction.
+    /// Offsets are bytes from the start of the row.
+    struct Tap {
+        __m128i weights;  ///< words: the left weight for each byte of a unit, then the right one
+        std::size_t left;
+        std::size_t right;
+        unsigned fraction;
+    };
+
+    StretchKernel(LONG sourceWidth, LONG destinationWidth)
+        : positions_(sourceWidth, destinationWidth),
+          lastUnit_(sourceWidth - 1),
+          rowBytes_(static_cast<std::size_t>(sourceWidth) * unitBytes),
+          left_(destinationWidth) {}
+
+    Tap Next() {
+        const std::int64_t position = positions_.Current();
+        const bool lastOfRow = --left_ == 0;
+        positions_.Advance();
+        const std::int64_t unit = std::min(position / 256, lastUnit_);
+        const auto fraction = lastOfRow ? 0u : static_cast<unsigned>(position % 256);
+        return {Weights(fraction), ByteOffset(unit), ByteOffset(std::min(unit + 1, lastUnit_)),
+                fraction};
+    }
+
+    /// 8 bytes must be readable from the left unit on, the right unit must be the one after it, and
+    /// a unit must follow in the destination.
+    bool IsFast(const Tap& tap) const {
+        return left_ > 0 && tap.right != tap.left && tap.left + 8 <= rowBytes_;
+    }
+
+    static void Fast(const Tap& tap, const BYTE* source, BYTE* destination) {
+        const __m128i units = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(source + tap.left));
+        const __m128i words = _mm_unpacklo_epi8(units, _mm_setzero_si128());
+        const __m128i products = _mm_mullo_epi16(words, tap.weights);
+        const __m128i sums = _mm_add_epi16(products, _mm_srli_si128(products, 2 * unitBytes));
+        const __m128i blended = _mm_srli_epi16(sums, 8);
+        const int bytes = _mm_cvtsi128_si32(_mm_packus_epi16(blended, blended));
+        std::memcpy(destination, &bytes, sizeof(bytes));
+    }
+
+    static void Exact(const Tap& tap, const BYTE* source, BYTE* destination) {
+        for (std::size_t i = 0; i < unitBytes; ++i) {
+            const unsigned sum =
+                source[tap.left + i] * (256 - tap.fraction) + source[tap.right + i] * tap.fraction;
+            destination[i] = static_cast<BYTE>(sum / 256);
+        }
+    }
+
+  private:
+    static std::size_t ByteOffset(std::int64_t unit) {
+        return static_cast<std::size_t>(unit) * unitBytes;
+    }
+
+    static __m128i Weights(unsigned fraction) {
+        WORD words[8] = {};
+        std::fill_n(words, unitBytes, static_cast<WORD>(256 - fraction));
+        std::fill_n(words + unitBytes, unitBytes, static_cast<WORD>(fraction));
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(words));
+    }
+
+    FixedPointPositions positions_;
+    std::int64_t lastUnit_;
+    std::size_t rowBytes_;
+    LONG left_;
+};
+
+}  // namespace
+
+HRESULT StretchRows(ResampleUnit unit, const UnitRows<const BYTE>& source,
+                    const UnitRows<BYTE>& destination, LONG rows) {
+    if (!AreRowsSound(unit, source) || !AreRowsSound(unit, destination) || rows < 1 ||
+        source.width >= destination.width) {
+        return E_FAIL;
+    }
+    if (unit == ResampleUnit::kThreeBytes) {
+        ResampleInStrips<StretchKernel<3>>(source, destination, rows);
+    } else {
+        ResampleInStrips<StretchKernel<4>>(source, destination, rows);
+    }
+    return S_OK;
+}
+
+}  // namespace nyx

@@ -1,0 +1,91 @@
+#include <gtest/gtest.h>
+
+#include <array>
+
+#include "dv/frame_format.h"
+#include "dv/sequence_headers.h"
+#include "tests/dv/dv_frames.h"
+
+namespace nyx {
+namespace {
+
+using test::DvFrame;
+
+constexpr std::size_t kHeaderVotes[] = {4, 5, 6, 7};
+constexpr std::size_t kSubcodeVotes[] = {83, 163, 203};
+
+/// Makes the seven votes of one sequence, in the order of the offsets above.
+void Vote(DvFrame* frame, std::size_t sequence, const std::array<BYTE, 7>& votes) {
+    std::size_t next = 0;
+    for (const std::size_t at : kHeaderVotes) {
+        (*frame)[sequence * 12000 + at] = static_cast<BYTE>(0xF8 | votes[next++]);
+    }
+    for (const std::size_t at : kSubcodeVotes) {
+        (*frame)[sequence * 12000 + at] = static_cast<BYTE>(0x8F | votes[next++] << 4);
+    }
+}
+
+BYTE Winner(const DvFrame& frame, const BYTE* videoSource = nullptr) {
+    return VoteApplicationId(ByteSpan(frame.data(), frame.size()), videoSource);
+}
+
+TEST(ApplicationId, FourOfSevenDecideTheFirstSequence) {
+    DvFrame frame = DvFrame::Blank(120000);
+    Vote(&frame, 0, {1, 1, 7, 7, 7, 1, 1});
+    EXPECT_EQ(Winner(frame), 1);
+    Vote(&frame, 0, {0, 0, 0, 7, 7, 7, 0});
+    EXPECT_EQ(Winner(frame), 0);
+}
+
+TEST(ApplicationId, ADecisiveVoteIsTakenAsItIs) {
+    DvFrame frame = DvFrame::Blank(120000);
+    Vote(&frame, 0, {5, 5, 5, 5, 5, 5, 5});
+    EXPECT_EQ(Winner(frame), 5);
+}
+
+TEST(ApplicationId, ATieIsDecidedByTheNextSequence) {
+    DvFrame frame = DvFrame::Blank(120000);
+    Vote(&frame, 0, {0, 0, 0, 1, 1, 1, 7});
+    Vote(&frame, 1, {1, 1, 1, 1, 0, 0, 0});
+    EXPECT_EQ(Winner(frame), 1) << "7 of 14 reach the threshold, 6 do not";
+}
+
+TEST(ApplicationId, WithoutADecisionTheMostFrequentWinsAndTheLowerOfTwo) {
+    DvFrame frame = DvFrame::Blank(120000);
+    for (std::size_t sequence = 0; sequence < 10; ++sequence) {
+        Vote(&frame, sequence, {0, 0, 1, 1, 2, 3, 7});
+    }
+    EXPECT_EQ(Winner(frame), 0);
+    Vote(&frame, 9, {0, 1, 1, 1, 2, 3, 7});
+    EXPECT_EQ(Winner(frame), 1);
+}
+
+TEST(ApplicationId, AnUnclearVoteFallsBackToTheSignalType) {
+    DvFrame frame = DvFrame::Blank(120000);
+    for (std::size_t sequence = 0; sequence < 10; ++sequence) {
+        Vote(&frame, sequence, {2, 2, 2, 0, 1, 3, 7});
+    }
+    const BYTE dv25[] = {0x60, 0xFF, 0xFF, 0xE3, 0xFF};
+    const BYTE dvcPro50[] = {0x60, 0xFF, 0xFF, 0xE4, 0xFF};
+    EXPECT_EQ(Winner(frame), kApplicationUnknown);
+    EXPECT_EQ(Winner(frame, dv25), kApplicationUnknown);
+    EXPECT_EQ(Winner(frame, dvcPro50), kApplicationDvcPro);
+    EXPECT_EQ(Winner(DvFrame::Blank(120000)), kApplicationUnknown);
+    EXPECT_EQ(Winner(DvFrame::Blank(11999), dvcPro50), kApplicationDvcPro) << "no vote at all";
+}
+
+TEST(ApplicationId, AudioIsPresentUnlessMostHeadersDenyIt) {
+    DvFrame frame = DvFrame::Blank(120000);
+    const auto present = [&frame] { return VoteAudioPresent({frame.data(), frame.size()}); };
+    EXPECT_FALSE(present());
+    for (std::size_t sequence = 0; sequence < 4; ++sequence) {
+        frame[sequence * 12000 + 5] = 0x79;
+    }
+    EXPECT_FALSE(present()) << "6 against 4";
+    frame[9 * 12000 + 5] = 0x79;
+    EXPECT_TRUE(present()) << "a tie";
+    EXPECT_TRUE(VoteAudioPresent({})) << "no header at all";
+}
+
+}  // namespace
+}  // namespace nyx
