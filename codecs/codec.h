@@ -33,6 +33,9 @@ enum EngineMode : LONG {
     kEngineForDecoding = 1,
 };
 
+/// Bytes in GetMaxCompressedSize for the chunks in front of a frame; a frame alone takes that less.
+constexpr DWORD kChunkMargin = 1064;
+
 /// Every codec class implements this interface; filters inherit one codec class and call it through
 /// these operations, in this slot order. Each codec class also has a static
 /// `bool IsEngineAvailable(LONG mode)`. Destructors come last, per class: a codec is never deleted

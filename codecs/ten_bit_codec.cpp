@@ -18,7 +18,6 @@ namespace {
 constexpr DWORD kFourCC = FourCC("Q210");
 constexpr DWORD kYuy2 = FourCC("YUY2");
 constexpr WORD kBitCount = 20;
-constexpr DWORD kSizeMargin = 1064;  // room for chunks in front of a frame
 constexpr LONG kYuy2BytesPerPixel = 2;
 
 /// The largest picture: its 10-bit frame and its 32-bit RGB buffer must both stay below 2^31 bytes.
@@ -154,7 +153,7 @@ DWORD CTenBitCodec::GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool) {
         return 0;
     }
     const auto rows = static_cast<DWORD>(AbsoluteHeight(*input));
-    return static_cast<DWORD>(TenBitRowLayoutFor(input->biWidth).stride) * rows + kSizeMargin;
+    return static_cast<DWORD>(TenBitRowLayoutFor(input->biWidth).stride) * rows + kChunkMargin;
 }
 
 HRESULT CTenBitCodec::CompressQuery(const BITMAPINFOHEADER* input, bool,

@@ -1,6 +1,5 @@
 #include "filters/decode_sample.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -9,21 +8,13 @@
 #include "codecs/pixel_format_index.h"
 #include "filters/frame_parameters.h"
 #include "filters/nyx_util.h"
+#include "filters/sample_data.h"
 
 namespace nyx {
 namespace {
 
-/// The data pointer of a sample; `E_UNEXPECTED` when it has none.
-HRESULT DataOf(IMediaSample* sample, BYTE** data) {
-    *data = nullptr;
-    return FAILED(sample->GetPointer(data)) || !*data ? E_UNEXPECTED : S_OK;
-}
-
-/// The bytes that a sample says it holds, never more than its buffer.
-std::size_t LengthOf(IMediaSample* sample) {
-    const long length = std::min(sample->GetActualDataLength(), sample->GetSize());
-    return length > 0 ? static_cast<std::size_t>(length) : 0;
-}
+/// AM_VIDEO_FLAG_FIELD1FIRST, which this compiler's dvdmedia.h leaves out.
+constexpr DWORD kField1First = 0x0004;
 
 void SetFieldFlag(IMediaSample* sample, LONG fieldOrder) {
     IMediaSample2* sample2 = nullptr;
@@ -33,9 +24,9 @@ void SetFieldFlag(IMediaSample* sample, LONG fieldOrder) {
     AM_SAMPLE2_PROPERTIES properties = {};
     auto* bytes = reinterpret_cast<BYTE*>(&properties);
     if (SUCCEEDED(sample2->GetProperties(sizeof(properties), bytes))) {
-        properties.dwTypeSpecificFlags &= ~static_cast<DWORD>(AM_VIDEO_FLAG_FIELD1FIRST);
+        properties.dwTypeSpecificFlags &= ~kField1First;
         if (fieldOrder == kTopFieldFirst) {
-            properties.dwTypeSpecificFlags |= AM_VIDEO_FLAG_FIELD1FIRST;
+            properties.dwTypeSpecificFlags |= kField1First;
         }
         sample2->SetProperties(sizeof(properties), bytes);
     }
@@ -112,10 +103,10 @@ HRESULT DecodeSample(ICodec& codec, const AM_MEDIA_TYPE& inputType, const Output
     }
     BYTE* frame = nullptr;
     BYTE* picture = nullptr;
-    if (FAILED(DataOf(inputSample, &frame)) || FAILED(DataOf(outputSample, &picture))) {
+    if (FAILED(SampleData(inputSample, &frame)) || FAILED(SampleData(outputSample, &picture))) {
         return E_UNEXPECTED;
     }
-    const std::size_t frameSize = LengthOf(inputSample);
+    const std::size_t frameSize = SampleLength(inputSample);
 
     FrameParameters parameters;
     const HRESULT result =
@@ -131,8 +122,7 @@ HRESULT DecodeSample(ICodec& codec, const AM_MEDIA_TYPE& inputType, const Output
         return E_FAIL;
     }
     const std::uint64_t pictureSize = SurfaceSize(*outputHeader);
-    const long bufferSize = outputSample->GetSize();
-    if (bufferSize < 0 || pictureSize > static_cast<std::uint64_t>(bufferSize)) {
+    if (pictureSize > SampleCapacity(outputSample)) {
         return E_FAIL;
     }
     BITMAPINFOHEADER input = *parameters.header;

@@ -1,10 +1,12 @@
 #include "filters/decoder_negotiation.h"
 
 #include <cstdint>
+#include <iterator>
 
 #include "filters/buffer_request.h"
 #include "filters/frame_parameters.h"
 #include "filters/nyx_util.h"
+#include "filters/offered_type.h"
 #include "platform/fourcc.h"
 
 namespace nyx {
@@ -64,40 +66,6 @@ BITMAPINFOHEADER OfferedHeader(const BITMAPINFOHEADER& input, const OutputLayout
     return header;
 }
 
-/// The fields that both block forms share by name.
-template <class Block>
-Block* NewBlock(CMediaType* type, const GUID& formatType, const FrameParameters& frame,
-                const OutputLayout& layout) {
-    auto* block = reinterpret_cast<Block*>(type->AllocFormatBuffer(sizeof(Block)));
-    if (!block) {
-        return nullptr;
-    }
-    type->SetFormatType(&formatType);
-    *block = {};
-    block->rcSource = {0, 0, frame.header->biWidth, frame.header->biHeight};
-    block->rcTarget = block->rcSource;
-    block->AvgTimePerFrame = frame.averageFrameDuration;
-    block->dwBitRate = OfferedBitRate(layout.bitCount, frame.header->biWidth,
-                                      frame.header->biHeight, frame.averageFrameDuration);
-    block->bmiHeader = OfferedHeader(*frame.header, layout);
-    return block;
-}
-
-HRESULT FillNewerBlock(CMediaType* type, const FrameParameters& frame, const OutputLayout& layout) {
-    auto* block = NewBlock<VIDEOINFOHEADER2>(type, FORMAT_VideoInfo2, frame, layout);
-    if (!block) {
-        return E_OUTOFMEMORY;
-    }
-    block->dwInterlaceFlags = NyxUtil::InterlaceFlags(frame.fieldOrder);
-    block->dwPictAspectRatioX = static_cast<DWORD>(frame.aspect.x);
-    block->dwPictAspectRatioY = static_cast<DWORD>(frame.aspect.y);
-    return S_OK;
-}
-
-HRESULT FillOlderBlock(CMediaType* type, const FrameParameters& frame, const OutputLayout& layout) {
-    return NewBlock<VIDEOINFOHEADER>(type, FORMAT_VideoInfo, frame, layout) ? S_OK : E_OUTOFMEMORY;
-}
-
 }  // namespace
 
 HRESULT CheckDecoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input, const AM_MEDIA_TYPE* output) {
@@ -132,15 +100,19 @@ HRESULT OfferDecoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position
         return VFW_S_NO_MORE_ITEMS;
     }
     const OutputLayout& layout = list.layouts[position % list.count];
-
-    type->InitMediaType();
-    type->SetType(&MEDIATYPE_Video);
-    type->SetSubtype(layout.subtype);
-    type->SetTemporalCompression(FALSE);
-    type->SetSampleSize(OfferedHeader(*frame.header, layout).biSizeImage);
-    type->bFixedSizeSamples = TRUE;
-    return position < list.count ? FillNewerBlock(type, frame, layout)
-                                 : FillOlderBlock(type, frame, layout);
+    const BITMAPINFOHEADER& header = *frame.header;
+    const OfferedType offer = {
+        *layout.subtype,
+        OfferedHeader(header, layout),
+        frame.averageFrameDuration,
+        OfferedBitRate(layout.bitCount, header.biWidth, header.biHeight,
+                       frame.averageFrameDuration),
+        frame.fieldOrder,
+        frame.aspect,
+        true,
+    };
+    const BlockForm form = position < list.count ? BlockForm::kVideoInfo2 : BlockForm::kVideoInfo;
+    return FillOfferedType(offer, form, type);
 }
 
 HRESULT RequestDecoderBuffer(const AM_MEDIA_TYPE& output, IMemAllocator* allocator,

@@ -9,11 +9,6 @@
 namespace nyx {
 namespace {
 
-/// The media subtype of a FourCC: the code, then the suffix that all of them share.
-constexpr GUID FourCCSubtype(DWORD fourcc) {
-    return {fourcc, 0x0000, 0x0010, {0x80, 0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71}};
-}
-
 constexpr PinTypes kAnyVideo = {{GUID{}}, 1};
 
 constexpr PinTypes Compressed(const char (&fourcc)[5]) {

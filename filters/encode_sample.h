@@ -1,0 +1,15 @@
+#pragma once
+
+#include "baseclasses/streams.h"
+#include "codecs/codec.h"
+
+namespace nyx {
+
+/// Encodes one uncompressed sample into one output sample and sets its length. `E_POINTER` for null
+/// samples, `E_UNEXPECTED` for samples without data, `E_FAIL` for types without a header, an input
+/// that is shorter than its picture, or an output buffer that is smaller than a frame may become;
+/// else the codec's result. Runs on the streaming thread.
+HRESULT EncodeSample(ICodec& codec, const AM_MEDIA_TYPE& inputType, const AM_MEDIA_TYPE& outputType,
+                     IMediaSample* inputSample, IMediaSample* outputSample);
+
+}  // namespace nyx
