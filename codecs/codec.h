@@ -102,6 +102,8 @@ class CCodecBase : public ICodec {
     explicit CCodecBase(LONG colorSpace) : color_space_(colorSpace) {}
     ~CCodecBase() = default;
 
+    void SetColorSpace(LONG colorSpace) { color_space_ = colorSpace; }
+
   private:
     LONG color_space_;
 };

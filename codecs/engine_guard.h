@@ -29,6 +29,13 @@ HRESULT Guarded(Call&& call) {
     return CallGuarded([](void* context) { (*static_cast<Callable*>(context))(); }, &call);
 }
 
+/// Calls an engine's entry through the guard and stores what it returned. `E_FAIL`, with `returned`
+/// untouched, when the entry is not bound (null) or raised.
+template <typename Entry, typename... Arguments>
+HRESULT CallEngine(LONG* returned, Entry entry, Arguments... arguments) {
+    return entry ? Guarded([&] { *returned = entry(arguments...); }) : E_FAIL;
+}
+
 /// Raises the structured exception by which a callback tells the guard around its engine that it
 /// threw. Does not return.
 [[noreturn]] void RaiseCallbackFailure();

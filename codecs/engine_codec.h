@@ -1,0 +1,84 @@
+#pragma once
+
+/// @file
+/// What the codecs on closed engines share: a frame's road from the sample to the engine, and the
+/// queries. A codec shows only its differences.
+
+#include <optional>
+
+#include "codecs/codec.h"
+#include "codecs/engine_codes.h"
+#include "codecs/format_rules.h"
+#include "codecs/pixel_format_index.h"
+#include "platform/byte_span.h"
+
+namespace nyx {
+
+/// One frame on its way to a decode entry.
+struct DecodeJob {
+    ByteSpan frame;         ///< the coded frame, behind any "INFO" chunk
+    SurfaceFormat surface;  ///< the destination, as wide as the compressed picture
+    bool streamAlpha;       ///< the frame carries alpha
+    DWORD alphaMode;        ///< the caller's
+};
+
+/// One picture on its way to an encode entry.
+struct EncodeJob {
+    SurfaceFormat surface;  ///< the source
+    const BITMAPINFOHEADER* input;
+    bool alpha;  ///< the caller's flag
+    DWORD alphaMode;
+    void* output;  ///< room for GetMaxCompressedSize bytes
+};
+
+class CEngineCodec : public CCodecBase {
+  public:
+    DWORD GetFourCC() override { return formats_.fourcc; }
+    HRESULT CompressQuery(const BITMAPINFOHEADER* input, bool alphaInput,
+                          const BITMAPINFOHEADER* output) override;
+
+    /// The last two words are the source's stride in bytes, 0 to have it computed, and the alpha
+    /// mode. `E_FAIL` for a format without an index, a raise of the engine, or a coded length that
+    /// does not fit the room it was given.
+    HRESULT Compress(const BITMAPINFOHEADER* input, bool alphaInput, const void* inputData,
+                     BITMAPINFOHEADER* output, void* outputData, DWORD reserved, DWORD stride,
+                     DWORD alphaMode) override;
+    HRESULT DecompressQuery(const BITMAPINFOHEADER* input, const BITMAPINFOHEADER* output,
+                            bool alphaOut) override;
+
+    /// An output wider than the input has the first pixels of each row filled. `E_FAIL`, with the
+    /// destination untouched, for sizes that do not belong together, a format without an index, or
+    /// a frame that fails its probe.
+    HRESULT Decompress(const BITMAPINFOHEADER* input, const void* data,
+                       const BITMAPINFOHEADER* output, bool alphaOut, void* outputData, LONG stride,
+                       DWORD alphaMode) override;
+
+    virtual ~CEngineCodec() = default;
+
+  protected:
+    /// `formats` is a static record.
+    CEngineCodec(const CodecFormats& formats, LONG colorSpace)
+        : CCodecBase(colorSpace), formats_(formats) {}
+
+    /// Clears what is under the matte of a frame that was decoded with straight alpha.
+    static void CleanStraightMatte(const DecodeJob& job);
+
+  private:
+    /// Looks at a coded frame: whether it carries alpha, or nothing when it cannot be decoded.
+    virtual std::optional<bool> Probe(ByteSpan frame, const BITMAPINFOHEADER& input) = 0;
+
+    virtual HRESULT DecodeFrame(const DecodeJob& job) = 0;
+
+    /// Stores the coded length as the engine returned it.
+    virtual HRESULT EncodeFrame(const EncodeJob& job, LONG* codedLength) = 0;
+
+    /// The most bytes that EncodeFrame may report.
+    virtual DWORD OutputCapacity(const EncodeJob& job) = 0;
+
+    /// What Compress answers to a format without an index.
+    virtual HRESULT UnknownFormatResult() const { return E_FAIL; }
+
+    const CodecFormats& formats_;
+};
+
+}  // namespace nyx

@@ -1,0 +1,128 @@
+#include "codecs/engine_codes.h"
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <optional>
+
+#include "codecs/engine_guard.h"
+#include "codecs/pixel_format_index.h"
+#include "codecs/row_callbacks.h"
+
+namespace nyx {
+namespace {
+
+constexpr std::size_t kNumberedIndices = kIndexV210;
+
+// index                                        0  1  2  3  4  5  6  7  8  9 10 11 12
+constexpr BYTE kZetaCoreCodes[kNumberedIndices] = {0, 8, 6, 4, 2, 7, 5, 3, 1, 7, 5, 3, 1};
+constexpr BYTE kZetaAlphaCodes[kNumberedIndices] = {0, 8, 6, 4, 2, 4, 3, 2, 1, 4, 3, 2, 1};
+constexpr BYTE kLosslessKinds[kNumberedIndices] = {0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3};
+
+/// The layout whose callbacks serve an index above 12; none for "v210" and "b64a".
+std::optional<PackedLayout> CallbackLayout(int index) {
+    switch (index) {
+        case kIndexV408:
+        case kIndexV408 + 1:
+            return PackedLayout::kV408;
+        case kIndexR408:
+        case kIndexR408 + 1:
+            return PackedLayout::kR408;
+        case kIndexR4fl:
+        case kIndexR4fl + 1:
+            return PackedLayout::kR4fl;
+        case kIndex2vuy:
+        case kIndex2vuy + 1:
+            return PackedLayout::k2vuy;
+        default:
+            return std::nullopt;
+    }
+}
+
+/// One word of a slot, as the engine reads it.
+using SlotEntry = std::atomic<void*>;
+static_assert(sizeof(SlotEntry) == sizeof(LONG));
+
+template <auto Body>
+void* Callback() {
+    return reinterpret_cast<void*>(&EngineCallback<Body>::Call);
+}
+
+constexpr int kAlphaModes = 2;  // straight, premultiplied
+
+int AlphaModeIndex(PackedLayout layout, DWORD alphaMode) {
+    // "2vuy" has no alpha channel and so one slot for both modes.
+    return layout != PackedLayout::k2vuy && alphaMode == kPremultipliedMode ? 1 : 0;
+}
+
+/// The slots of one layout.
+struct LayoutSlots {
+    SlotEntry coreDecode[1];
+    SlotEntry coreEncode[1];
+    SlotEntry alphaDecode[kAlphaModes][2];
+    SlotEntry alphaEncode[kAlphaModes][1];
+};
+
+LayoutSlots slots[kPackedLayouts];
+
+template <PackedLayout kLayout>
+void FillSlots(LayoutSlots& layout) {
+    layout.coreDecode[0] = Callback<&WriteCoreBlock<kLayout>>();
+    layout.coreEncode[0] = Callback<&ReadCoreBlock<kLayout>>();
+    layout.alphaDecode[0][0] = Callback<&FillTransparent<kLayout>>();
+    layout.alphaDecode[0][1] = Callback<&WriteAlphaBlock<kLayout, AlphaUse::kStraight>>();
+    layout.alphaDecode[1][0] = Callback<&FillTransparent<kLayout>>();
+    layout.alphaDecode[1][1] = Callback<&WriteAlphaBlock<kLayout, AlphaUse::kPremultiplied>>();
+    layout.alphaEncode[0][0] = Callback<&ReadAlphaBlock<kLayout, AlphaUse::kStraight>>();
+    layout.alphaEncode[1][0] = Callback<&ReadAlphaBlock<kLayout, AlphaUse::kPremultiplied>>();
+}
+
+LayoutSlots& FilledSlots(PackedLayout layout) {
+    FillSlots<PackedLayout::k2vuy>(slots[static_cast<int>(PackedLayout::k2vuy)]);
+    FillSlots<PackedLayout::kV408>(slots[static_cast<int>(PackedLayout::kV408)]);
+    FillSlots<PackedLayout::kR408>(slots[static_cast<int>(PackedLayout::kR408)]);
+    FillSlots<PackedLayout::kR4fl>(slots[static_cast<int>(PackedLayout::kR4fl)]);
+    return slots[static_cast<int>(layout)];
+}
+
+PixelFormatCode AddressOf(SlotEntry* slot) {
+    return reinterpret_cast<PixelFormatCode>(slot);
+}
+
+bool IsNumbered(int index) {
+    return index >= 0 && index < static_cast<int>(kNumberedIndices);
+}
+
+}  // namespace
+
+PixelFormatCode ZetaCoreCode(int index, Direction direction) {
+    if (IsNumbered(index)) {
+        return kZetaCoreCodes[index];
+    }
+    const std::optional<PackedLayout> layout = CallbackLayout(index);
+    if (!layout) {
+        return 0;
+    }
+    LayoutSlots& filled = FilledSlots(*layout);
+    return AddressOf(direction == Direction::kDecode ? filled.coreDecode : filled.coreEncode);
+}
+
+PixelFormatCode ZetaAlphaCode(int index, Direction direction, DWORD alphaMode) {
+    if (IsNumbered(index)) {
+        return kZetaAlphaCodes[index];
+    }
+    const std::optional<PackedLayout> layout = CallbackLayout(index);
+    if (!layout) {
+        return 0;
+    }
+    LayoutSlots& filled = FilledSlots(*layout);
+    const int mode = AlphaModeIndex(*layout, alphaMode);
+    return AddressOf(direction == Direction::kDecode ? filled.alphaDecode[mode]
+                                                     : filled.alphaEncode[mode]);
+}
+
+LONG NativeLosslessKind(int index) {
+    return IsNumbered(index) ? kLosslessKinds[index] : -1;
+}
+
+}  // namespace nyx

@@ -1,0 +1,29 @@
+#pragma once
+
+/// @file
+/// What the pixel-format word of each engine's call record holds for a pixel-format index: a number
+/// for the layouts that the engine stores itself, else the address of a slot of row callbacks, or 0
+/// where the engine has no writer. The slots are process-wide; asking for a code fills them first,
+/// always with the same addresses. Callable on any thread.
+
+#include "codecs/engine_records.h"
+
+namespace nyx {
+
+/// The caller's alpha mode that means premultiplied alpha; all others mean straight alpha.
+constexpr DWORD kPremultipliedMode = 1;
+
+/// The two directions of a codec.
+enum class Direction { kDecode, kEncode };
+
+/// Zeta core engine. A slot holds one entry: a writer to decode, a reader to encode.
+PixelFormatCode ZetaCoreCode(int index, Direction direction);
+
+/// Zeta alpha engine. A decode slot holds two entries: a fill for transparent areas and a writer,
+/// which is the one that depends on the alpha mode. An encode slot holds one reader.
+PixelFormatCode ZetaAlphaCode(int index, Direction direction, DWORD alphaMode);
+
+/// What the lossless engine calls a pixel-format index, -1 for those above 12, which it lacks.
+LONG NativeLosslessKind(int index);
+
+}  // namespace nyx

@@ -1,0 +1,78 @@
+#pragma once
+
+/// @file
+/// What a codec takes and gives, as data: which compressed bit count goes with which uncompressed
+/// format, and which picture sizes. The queries of all such codecs are these two functions.
+
+#include <cstddef>
+#include <cstdint>
+
+#include "platform/fourcc.h"
+#include "platform/win_types.h"
+
+namespace nyx {
+
+/// When a pair is allowed, by the caller's alpha flag.
+enum class AlphaFlag { kAny, kMustBeSet, kMustBeClear };
+
+/// One allowed pair.
+struct FormatPair {
+    WORD streamBits;  ///< `biBitCount` of the compressed side
+    DWORD fourcc;     ///< `biCompression` of the uncompressed side
+    WORD bitCount;    ///< `biBitCount` of the uncompressed side
+    AlphaFlag alpha;
+};
+
+/// The pairs of one direction. Borrows a static array.
+struct FormatPairs {
+    const FormatPair* first = nullptr;
+    std::size_t count = 0;
+
+    constexpr FormatPairs() = default;
+    template <std::size_t kCount>
+    constexpr FormatPairs(const FormatPair (&pairs)[kCount]) : first(pairs), count(kCount) {}
+
+    const FormatPair* begin() const { return first; }
+    const FormatPair* end() const { return first + count; }
+};
+
+/// One codec's formats.
+struct CodecFormats {
+    DWORD fourcc;
+    bool (*acceptsSize)(std::int64_t width, std::int64_t height);
+    FormatPairs decode;
+    FormatPairs encode;
+};
+
+/// The pairs of the codecs that carry alpha: 24-bit streams hold opaque pictures, 32-bit streams
+/// pictures with alpha, which go to RGB 32-bit only.
+constexpr FormatPair kAlphaDecodePairs[] = {
+    {24, BI_RGB, 24, AlphaFlag::kAny},
+    {24, BI_RGB, 32, AlphaFlag::kMustBeClear},
+    {24, FourCC("YUY2"), 16, AlphaFlag::kAny},
+    {32, BI_RGB, 32, AlphaFlag::kAny},
+};
+constexpr FormatPair kAlphaEncodePairs[] = {
+    {24, BI_RGB, 24, AlphaFlag::kAny},
+    {32, BI_RGB, 32, AlphaFlag::kMustBeSet},
+    {24, FourCC("YUY2"), 16, AlphaFlag::kAny},
+};
+
+/// The pairs of the decoders without alpha.
+constexpr FormatPair kOpaqueDecodePairs[] = {
+    {24, BI_RGB, 24, AlphaFlag::kMustBeClear},
+    {24, BI_RGB, 32, AlphaFlag::kMustBeClear},
+    {24, FourCC("YUY2"), 16, AlphaFlag::kMustBeClear},
+};
+
+/// ICodec::DecompressQuery by these rules: the size is the input's as stored; an output must be at
+/// least as wide as the input and of the same absolute height.
+HRESULT CheckDecodeFormats(const CodecFormats& formats, const BITMAPINFOHEADER* input,
+                           const BITMAPINFOHEADER* output, bool alphaOut);
+
+/// ICodec::CompressQuery by these rules: the size is the input's width and absolute height; an
+/// output must have exactly that size, its height positive.
+HRESULT CheckEncodeFormats(const CodecFormats& formats, const BITMAPINFOHEADER* input,
+                           bool alphaInput, const BITMAPINFOHEADER* output);
+
+}  // namespace nyx

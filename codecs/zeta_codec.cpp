@@ -1,0 +1,221 @@
+#include "codecs/zeta_codec.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
+#include "codecs/engine_guard.h"
+#include "codecs/engine_records.h"
+#include "codecs/header_checks.h"
+#include "settings/codec_settings.h"
+
+namespace nyx {
+namespace {
+
+constexpr DWORD kFourCC = FourCC("QZTA");
+
+struct FrameSize {
+    LONG width;
+    LONG height;
+};
+
+constexpr FrameSize kFrameSizes[] = {
+    {1920, 1080}, {1440, 1080}, {1280, 1080}, {1280, 720}, {960, 720},  {720, 576}, {720, 486},
+    {720, 480},   {640, 480},   {320, 240},   {160, 120},  {800, 600},  {352, 480}, {352, 240},
+    {352, 288},   {176, 144},   {1280, 1024}, {1280, 960}, {1024, 768}, {704, 480}, {704, 576},
+};
+
+bool IsZetaSize(std::int64_t width, std::int64_t height) {
+    return std::any_of(std::begin(kFrameSizes), std::end(kFrameSizes), [&](const FrameSize& size) {
+        return size.width == width && size.height == height;
+    });
+}
+
+constexpr CodecFormats kFormats = {kFourCC, &IsZetaSize, kAlphaDecodePairs, kAlphaEncodePairs};
+
+constexpr std::size_t kShortestFrame = 4;  // an alpha frame's tag
+
+/// Blocks of 16 by 16 pixels, those at the edges counted whole.
+DWORD BlocksOf(DWORD width, DWORD height) {
+    return ((width + 15) / 16) * ((height + 15) / 16);
+}
+
+/// The engine's budget for one frame. 32-bit arithmetic, wrapping like the engine's own.
+DWORD CapacityFor(DWORD width, DWORD height, bool alpha, LONG maxStreamSize) {
+    const DWORD pixels = width * height;
+    const DWORD budget = alpha ? pixels * 48 / 10  // 4.8 bytes per pixel
+                               : pixels * 2 * static_cast<DWORD>(maxStreamSize) / 100;
+    const DWORD floor = BlocksOf(width, height) * 16 * (alpha ? 2 : 1);
+    return std::max(budget, floor);
+}
+
+bool StartsWith(ByteSpan frame, const char* tag, std::size_t length) {
+    return frame.size() >= length && std::memcmp(frame.data(), tag, length) == 0;
+}
+
+/// Asks an engine for the frame's coded length, as its record has it afterwards. True when the call
+/// came back and the length is within the bytes at hand.
+template <typename Record>
+bool CodedLengthFits(ZetaEntry entry, Record* record, ByteSpan frame) {
+    record->command = kCommandProbe;
+    record->frame = frame.data();
+    LONG ignored;
+    return SUCCEEDED(CallEngine(&ignored, entry, static_cast<void*>(record))) &&
+           record->codedLength <= frame.size();
+}
+
+template <typename Record>
+Record AllOnes() {
+    Record record;
+    std::memset(&record, 0xFF, sizeof(record));
+    return record;
+}
+
+}  // namespace
+
+CZetaCodec::CZetaCodec() : CZetaCodec(ReadEncoderParameters(kFourCC)) {}
+
+CZetaCodec::CZetaCodec(const EncoderParameters& parameters)
+    : CEngineCodec(kFormats, parameters.color_space),
+      quality_{parameters.quant_scale, parameters.max_stream_size},
+      preset_(parameters.preset),
+      engines_(ZetaEngines()) {}
+
+bool CZetaCodec::IsEngineAvailable(LONG) {
+    return ZetaEngines().IsComplete();
+}
+
+DWORD CZetaCodec::GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool alpha) {
+    if (!input) {
+        return 0;
+    }
+    return CapacityFor(static_cast<DWORD>(input->biWidth),
+                       static_cast<DWORD>(AbsoluteHeight(*input)), alpha,
+                       quality_.max_stream_size) +
+           kChunkMargin;
+}
+
+EncoderParameters CZetaCodec::GetParameters(bool fromRegistry) {
+    if (fromRegistry) {
+        return ReadEncoderParameters(kFourCC);
+    }
+    return {GetColorSpace(), quality_.quant_scale, quality_.max_stream_size, preset_};
+}
+
+void CZetaCodec::SetParameters(const EncoderParameters& parameters, bool persist) {
+    SetColorSpace(parameters.color_space);
+    quality_ = {parameters.quant_scale, parameters.max_stream_size};
+    preset_ = parameters.preset;
+    if (persist) {
+        // The colour space is never stored from here.
+        WriteCodecSetting(kFourCC, L"quant_scale", parameters.quant_scale);
+        WriteCodecSetting(kFourCC, L"max_stream_size", parameters.max_stream_size);
+        WriteCodecSetting(kFourCC, L"preset", parameters.preset);
+    }
+}
+
+std::optional<bool> CZetaCodec::Probe(ByteSpan frame, const BITMAPINFOHEADER&) {
+    if (frame.size() < kShortestFrame) {
+        return std::nullopt;
+    }
+    if (StartsWith(frame, "ZTA1", 4)) {
+        auto record = AllOnes<ZetaAlphaProbeRecord>();
+        const auto entry = engines_[kZetaAlphaEngine].Decode<ZetaEntry>();
+        return CodedLengthFits(entry, &record, frame) ? std::optional<bool>(true) : std::nullopt;
+    }
+    if (StartsWith(frame, "ZCF", 3)) {
+        auto record = AllOnes<ZetaCoreDecodeRecord>();
+        const auto entry = engines_[kZetaCoreEngine].Decode<ZetaEntry>();
+        return CodedLengthFits(entry, &record, frame) ? std::optional<bool>(false) : std::nullopt;
+    }
+    return std::nullopt;
+}
+
+HRESULT CZetaCodec::DecodeFrame(const DecodeJob& job) {
+    const SurfaceFormat& surface = job.surface;
+    LONG ignored;  // the engines' own results are not looked at
+    if (!job.streamAlpha) {
+        ZetaCoreDecodeRecord record = {};
+        record.command = kCommandDecode;
+        record.destination = surface.data;
+        record.stride = surface.stride;
+        record.bytesPerPixel = surface.bytesPerPixel;
+        record.pixelFormat = ZetaCoreCode(surface.index, Direction::kDecode);
+        record.frame = job.frame.data();
+        record.codedLength = static_cast<DWORD>(job.frame.size());
+        record.coreConstant = kCoreConstant;
+        return CallEngine(&ignored, engines_[kZetaCoreEngine].Decode<ZetaEntry>(),
+                          static_cast<void*>(&record));
+    }
+    ZetaAlphaDecodeRecord record = {};
+    record.command = kCommandDecode;
+    record.destination = surface.data;
+    record.stride = surface.stride;
+    record.bytesPerPixel = surface.bytesPerPixel;
+    record.pixelFormat = ZetaAlphaCode(surface.index, Direction::kDecode, job.alphaMode);
+    record.frame = job.frame.data();
+    const HRESULT result = CallEngine(&ignored, engines_[kZetaAlphaEngine].Decode<ZetaEntry>(),
+                                      static_cast<void*>(&record));
+    if (SUCCEEDED(result)) {
+        CleanStraightMatte(job);
+    }
+    return result;
+}
+
+DWORD CZetaCodec::OutputCapacity(const EncodeJob& job) {
+    return CapacityFor(static_cast<DWORD>(job.surface.width),
+                       static_cast<DWORD>(job.surface.height), job.input->biBitCount == 32,
+                       quality_.max_stream_size);
+}
+
+HRESULT CZetaCodec::EncodeFrame(const EncodeJob& job, LONG* codedLength) {
+    switch (job.input->biBitCount) {
+        case 16:
+        case 24:
+            return EncodeCore(job, codedLength);
+        case 32:
+            return EncodeAlpha(job, codedLength);
+        default:
+            return E_FAIL;
+    }
+}
+
+HRESULT CZetaCodec::EncodeCore(const EncodeJob& job, LONG* codedLength) {
+    const SurfaceFormat& surface = job.surface;
+    ZetaCoreEncodeRecord record = {};
+    record.command = kCommandCoreEncode;
+    record.source = surface.data;
+    record.stride = surface.stride;
+    record.bytesPerPixel = surface.bytesPerPixel;
+    record.pixelFormat = ZetaCoreCode(surface.index, Direction::kEncode);
+    record.output = job.output;
+    record.outputCapacity = OutputCapacity(job);
+    record.workSize = static_cast<LONG>(
+        BlocksOf(static_cast<DWORD>(surface.width), static_cast<DWORD>(surface.height)) * 4096);
+    record.coreConstant = kCoreConstant;
+    record.width = surface.width;
+    record.height = surface.height;
+    record.quantScale = quality_.quant_scale;
+    record.encodeConstant = kZetaEncodeConstant;
+    return CallEngine(codedLength, engines_[kZetaCoreEngine].Encode<ZetaEntry>(),
+                      static_cast<void*>(&record));
+}
+
+HRESULT CZetaCodec::EncodeAlpha(const EncodeJob& job, LONG* codedLength) {
+    const SurfaceFormat& surface = job.surface;
+    ZetaAlphaEncodeRecord record = {};
+    record.command = kCommandAlphaEncode;
+    record.source = surface.data;
+    record.stride = surface.stride;
+    record.bytesPerPixel = surface.bytesPerPixel;
+    record.pixelFormat = ZetaAlphaCode(surface.index, Direction::kEncode, job.alphaMode);
+    record.output = job.output;
+    record.width = surface.width;
+    record.height = surface.height;
+    record.quantScale = quality_.quant_scale;
+    record.encodeConstant = kZetaEncodeConstant;
+    return CallEngine(codedLength, engines_[kZetaAlphaEngine].Encode<ZetaEntry>(),
+                      static_cast<void*>(&record));
+}
+
+}  // namespace nyx

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "codecs/engine_codec.h"
+#include "codecs/engine_library.h"
+#include "settings/quality_presets.h"
+
+namespace nyx {
+
+/// The 8-bit 4:2:2 intra codec "QZTA" with optional alpha. Frames without alpha (tag "ZCF") are the
+/// core engine's, frames with alpha (tag "ZTA1") the alpha engine's; the tag decides, whatever the
+/// header says.
+class CZetaCodec : public CEngineCodec {
+  public:
+    CZetaCodec();
+    virtual ~CZetaCodec() = default;
+
+    /// True when both engines are bound, in either mode.
+    static bool IsEngineAvailable(LONG mode);
+
+    bool SupportsAlpha() override { return true; }
+    DWORD GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool alpha) override;
+
+    /// The live parameters, or with `fromRegistry` the stored ones under the preset rules, which
+    /// leaves the live ones as they are.
+    EncoderParameters GetParameters(bool fromRegistry);
+
+    /// Makes the values live, unchecked, from the next frame on. With `persist` all but the colour
+    /// space are stored too; a failed write is not reported.
+    void SetParameters(const EncoderParameters& parameters, bool persist);
+
+  private:
+    std::optional<bool> Probe(ByteSpan frame, const BITMAPINFOHEADER& input) override;
+    HRESULT DecodeFrame(const DecodeJob& job) override;
+    HRESULT EncodeFrame(const EncodeJob& job, LONG* codedLength) override;
+    DWORD OutputCapacity(const EncodeJob& job) override;
+
+    HRESULT EncodeCore(const EncodeJob& job, LONG* codedLength);
+    HRESULT EncodeAlpha(const EncodeJob& job, LONG* codedLength);
+
+    explicit CZetaCodec(const EncoderParameters& parameters);
+
+    QualityPreset quality_;
+    LONG preset_;
+    EngineUse engines_;
+};
+
+}  // namespace nyx
