@@ -26,8 +26,7 @@ class SqueezeKernel {
 
     SqueezeKernel(LONG sourceWidth, LONG destinationWidth)
         : ends_(sourceWidth, destinationWidth),
-          rowBytes_(static_cast<std::size_t>(sourceWidth) * unitBytes),
-          left_(destinationWidth) {
+          rowBytes_(static_cast<std::size_t>(sourceWidth) * unitBytes) {
         ends_.Advance();
     }
 
@@ -37,17 +36,14 @@ class SqueezeKernel {
         const std::int64_t lastUnit = (end - 1) / 256;
         const Tap tap = MakeTap(unit_, lastUnit - unit_ + 1, weight_, fraction);
         ends_.Advance();
-        --left_;
         unit_ = end / 256;
         weight_ = 256 - fraction;
         return tap;
     }
 
-    /// 16 bytes must be readable at the tap, no more than three units are averaged, and a unit must
-    /// follow in the destination.
-    bool IsFast(const Tap& tap) const {
-        return left_ > 0 && tap.count <= 3 && tap.offset + 16 <= rowBytes_;
-    }
+    /// No more than three units may be averaged, and 16 bytes must be readable from the first one
+    /// on. Then source is left after them, and so another output unit is to follow.
+    bool IsFast(const Tap& tap) const { return tap.count <= 3 && tap.offset + 16 <= rowBytes_; }
 
     static void Fast(const Tap& tap, const BYTE* source, BYTE* destination) {
         const __m128i zero = _mm_setzero_si128();
@@ -101,7 +97,6 @@ class SqueezeKernel {
 
     FixedPointPositions ends_;
     std::size_t rowBytes_;
-    LONG left_;
     std::int64_t unit_ = 0;
     unsigned weight_ = 256;
 };

@@ -24,24 +24,20 @@ class StretchKernel {
     StretchKernel(LONG sourceWidth, LONG destinationWidth)
         : positions_(sourceWidth, destinationWidth),
           lastUnit_(sourceWidth - 1),
-          rowBytes_(static_cast<std::size_t>(sourceWidth) * unitBytes),
-          left_(destinationWidth) {}
+          rowBytes_(static_cast<std::size_t>(sourceWidth) * unitBytes) {}
 
     Tap Next() {
         const std::int64_t position = positions_.Current();
-        const bool lastOfRow = --left_ == 0;
         positions_.Advance();
         const std::int64_t unit = std::min(position / 256, lastUnit_);
-        const auto fraction = lastOfRow ? 0u : static_cast<unsigned>(position % 256);
+        const auto fraction = static_cast<unsigned>(position % 256);
         return {Weights(fraction), ByteOffset(unit), ByteOffset(std::min(unit + 1, lastUnit_)),
                 fraction};
     }
 
-    /// 8 bytes must be readable from the left unit on, the right unit must be the one after it, and
-    /// a unit must follow in the destination.
-    bool IsFast(const Tap& tap) const {
-        return left_ > 0 && tap.right != tap.left && tap.left + 8 <= rowBytes_;
-    }
+    /// 8 bytes must be readable from the left unit on. Then the right unit is the one after it and,
+    /// as the last output unit blends nothing but the last source unit, another one is to follow.
+    bool IsFast(const Tap& tap) const { return tap.left + 8 <= rowBytes_; }
 
     static void Fast(const Tap& tap, const BYTE* source, BYTE* destination) {
         const __m128i units = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(source + tap.left));
@@ -76,7 +72,6 @@ class StretchKernel {
     FixedPointPositions positions_;
     std::int64_t lastUnit_;
     std::size_t rowBytes_;
-    LONG left_;
 };
 
 }  // namespace

@@ -190,6 +190,11 @@ TEST(DifParser, AudioIsLockedWhenAnyHalfSaysSo) {
     EXPECT_EQ(Parsed(frame).parser.GetFormatCode(), kFormatDv25Locked);
     EXPECT_EQ(Parsed(frame).parser.State().audio[0].locked, 0);
     EXPECT_EQ(Parsed(frame).parser.State().audio[1].locked, 1);
+    frame[6 * 12000 + test::AudioPackByte(3) + 1] |= 0x80;
+    frame[12000 + test::AudioPackByte(0) + 1] &= 0x7F;
+    frame[test::AudioPackByte(3) + 1] &= 0x7F;
+    EXPECT_EQ(Parsed(frame).parser.GetFormatCode(), kFormatDv25Locked);
+    EXPECT_EQ(Parsed(frame).parser.State().audio[1].locked, 0);
 }
 
 TEST(DifParser, AnUnknownApplicationIsNotRecognisedUnlessTheSignalTypeTells) {
