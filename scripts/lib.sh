@@ -10,6 +10,9 @@ die() {
     exit 1
 }
 
+. "$root/scripts/packages.sh"
+. "$root/scripts/emulation.sh"
+
 # A Wine prefix of its own for the calling script, removed when the script ends. The small
 # keep-alive process keeps the prefix's service processes up, so that each following start is quick
 # and no test inherits their pipes.
@@ -18,6 +21,7 @@ start_wine() {
     export WINEPREFIX WINEARCH=win32 WINEDEBUG=${WINEDEBUG:--all}
     # No Mono or Gecko, no menu entries: nothing here needs them.
     export WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-mscoree=;mshtml=;winemenubuilder.exe=}
+    use_emulation
     start_display
     trap stop_wine EXIT
     say "Wine: a fresh 32-bit prefix"

@@ -1,0 +1,67 @@
+# Debian packages: which are missing, and two ways of installing them. Read by lib.sh.
+
+is_installed() { [ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]; }
+
+# install_packages NAME...: installs those that are missing and says so; silent when none is. Names
+# with :i386 add that architecture first.
+install_packages() {
+    local package missing=()
+    for package in "$@"; do
+        is_installed "$package" || missing+=("$package")
+    done
+    [ ${#missing[@]} -gt 0 ] || return 0
+
+    [ "$(id -u)" = 0 ] || die "packages are missing and only root can install them: ${missing[*]}"
+    say "Installing: ${missing[*]}"
+    case " ${missing[*]}" in
+        *:i386*)
+            if ! dpkg --print-foreign-architectures | grep -qx i386; then
+                say "Adding the i386 architecture for 32-bit Wine"
+                dpkg --add-architecture i386
+            fi
+            ;;
+    esac
+
+    local log
+    log=$(mktemp)
+    if apt-get update >"$log" 2>&1 && apt_install "${missing[@]}" >>"$log" 2>&1; then
+        say "Installed from the machine's own package sources"
+    else
+        # On some mirrors the security suite's i386 index is out of step with its amd64 one; then
+        # the two architectures offer different versions and nothing of i386 can be installed. The
+        # main and updates suites alone agree with each other.
+        say "The machine's package sources do not agree, often by the security suite's i386 index."
+        say "Using the main and updates suites alone for this installation."
+        install_from_suites "$log" "" "${missing[@]}"
+    fi
+    rm -f "$log"
+}
+
+# install_from_suites LOG EXTRA NAME...: by a private list of the release's main and updates suites,
+# and the suite release-EXTRA when EXTRA is given; the machine's own sources stay as they are.
+install_from_suites() {
+    local log=$1 extra=$2
+    shift 2
+    local release uri private suite
+    release=$(. /etc/os-release && echo "$VERSION_CODENAME")
+    uri=$(apt-get indextargets --format '$(REPO_URI) $(CODENAME)' |
+        awk -v r="$release" '$2 == r { print $1; exit }')
+    [ -n "$uri" ] || die "no package source for $release found"
+    private=$(mktemp -d)
+    mkdir -p "$private/lists/partial"
+    for suite in "$release" "$release-updates" ${extra:+"$release-$extra"}; do
+        echo "deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] $uri $suite main"
+    done >"$private/sources.list"
+    local options=(
+        -o "Dir::Etc::SourceList=$private/sources.list" -o Dir::Etc::SourceParts=/dev/null
+        -o "Dir::State::Lists=$private/lists" -o Dir::Cache::PkgCache= -o Dir::Cache::SrcPkgCache=
+    )
+    if ! { apt-get "${options[@]}" update &&
+        apt_install "${options[@]}" ${extra:+-t "$release-$extra"} "$@"; } >>"$log" 2>&1; then
+        tail -n 20 "$log" >&2
+        die "apt could not install: $*"
+    fi
+    rm -rf "$private"
+}
+
+apt_install() { DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "$@"; }
