@@ -1,0 +1,106 @@
+#include "avi_reader.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "text.h"
+
+namespace nyx::host {
+namespace {
+
+// Opens and closes the file by itself, so that "missing" and "locked" are told apart from "no AVI".
+long long CheckedFileSize(const std::wstring& path, const std::string& shown) {
+    const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) {
+        throw Failure(ExitCode::kInput, "cannot open " + shown + ": " + ResultText(LastResult()));
+    }
+    LARGE_INTEGER size{};
+    const HRESULT result = GetFileSizeEx(file, &size) ? S_OK : LastResult();
+    CloseHandle(file);
+    Check(result, ("cannot read the size of " + shown).c_str(), ExitCode::kInput);
+    return size.QuadPart;
+}
+
+[[noreturn]] void Damaged(const std::string& why) {
+    throw Failure(ExitCode::kNotAvi, why);
+}
+
+}  // namespace
+
+AviReader::AviReader(const std::string& path) {
+    const std::wstring wide = Wide(path);
+    const long long size = CheckedFileSize(wide, path);
+    if (size >= kAviSizeLimit) {
+        Damaged(path + " is " + Format("%lld", size) +
+                " bytes long; an AVI of 2^31 bytes or more cannot be read");
+    }
+    const HRESULT opened =
+        AVIFileOpenW(file_.GetAddressOf(), wide.c_str(), OF_READ | OF_SHARE_DENY_WRITE, nullptr);
+    Check(opened, (path + " is not an AVI file").c_str(), ExitCode::kNotAvi);
+    Check(AVIFileGetStream(file_.Get(), stream_.GetAddressOf(), streamtypeVIDEO, 0),
+          (path + " has no video stream").c_str(), ExitCode::kNotAvi);
+    Check(AVIStreamInfoW(stream_.Get(), &info_, sizeof(info_)),
+          (path + ": the stream's header cannot be read").c_str(), ExitCode::kNotAvi);
+    if (info_.dwRate == 0 || info_.dwScale == 0) {
+        Damaged(path + ": the stream has no frame rate");
+    }
+    ReadFormat();
+    MeasureFrames(size);
+}
+
+void AviReader::ReadFormat() {
+    const LONG start = AVIStreamStart(stream_.Get());
+    LONG size = 0;
+    Check(AVIStreamFormatSize(stream_.Get(), start, &size), "the stream's format cannot be read",
+          ExitCode::kNotAvi);
+    if (size < static_cast<LONG>(sizeof(BITMAPINFOHEADER))) {
+        Damaged(Format("the stream's format has %ld bytes; a bitmap header has 40", size));
+    }
+    format_.resize(static_cast<std::size_t>(size));
+    Check(AVIStreamReadFormat(stream_.Get(), start, format_.data(), &size),
+          "the stream's format cannot be read", ExitCode::kNotAvi);
+    std::memcpy(&header_, format_.data(), sizeof(header_));
+    if (header_.biHeight == LONG_MIN) {
+        Damaged("the stream's picture height makes no sense");
+    }
+}
+
+void AviReader::MeasureFrames(long long fileSize) {
+    const LONG count = AVIStreamLength(stream_.Get());
+    if (count < 0 || count > fileSize) {
+        Damaged(Format("the stream claims %ld frames in %lld bytes", count, fileSize));
+    }
+    frameSizes_.reserve(static_cast<std::size_t>(count));
+    for (LONG i = 0; i < count; ++i) {
+        LONG size = 0;
+        const LONG position = AVIStreamStart(stream_.Get()) + i;
+        if (FAILED(AVIStreamSampleSize(stream_.Get(), position, &size)) || size < 0 ||
+            size > fileSize) {
+            Damaged(Format("frame %ld: the file's index makes no sense", i));
+        }
+        frameSizes_.push_back(size);
+        largestFrame_ = std::max(largestFrame_, size);
+    }
+}
+
+long long AviReader::FrameTime(LONG index) const {
+    constexpr long long kUnitsPerSecond = 10000000;
+    // Whole seconds first, so that the product stays within 64 bits for any rate and index.
+    const long long ticks = static_cast<long long>(index) * info_.dwScale;
+    return ticks / info_.dwRate * kUnitsPerSecond +
+           ticks % info_.dwRate * kUnitsPerSecond / info_.dwRate;
+}
+
+bool AviReader::IsKeyFrame(LONG index) const {
+    const LONG position = AVIStreamStart(stream_.Get()) + index;
+    return AVIStreamIsKeyFrame(stream_.Get(), position);
+}
+
+HRESULT AviReader::Read(LONG index, void* buffer, LONG capacity, LONG* size) const {
+    *size = 0;
+    const LONG position = AVIStreamStart(stream_.Get()) + index;
+    return AVIStreamRead(stream_.Get(), position, 1, buffer, capacity, size, nullptr);
+}
+
+}  // namespace nyx::host

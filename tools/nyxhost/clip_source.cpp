@@ -1,0 +1,168 @@
+#include "clip_source.h"
+
+#include <algorithm>
+#include <system_error>
+
+namespace nyx::host {
+
+ClipSource::ClipSource(const AviReader& clip, LONG frames, bool videoInfo2)
+    : clip_(clip),
+      frames_(std::min(frames, clip.FrameCount())),
+      offered_(CompressedVideoType(clip.FormatBlock(), clip.FrameTime(1), videoInfo2)),
+      pin_(*this) {}
+
+ClipSource::~ClipSource() {
+    OnStop();
+}
+
+STDMETHODIMP ClipSource::OutputPin::Connect(IPin* receiver, const AM_MEDIA_TYPE* type) {
+    if (receiver == nullptr) {
+        return E_POINTER;
+    }
+    if (peer_ != nullptr) {
+        return VFW_E_ALREADY_CONNECTED;
+    }
+    if (!filter_.IsStopped()) {
+        return VFW_E_NOT_STOPPED;
+    }
+    if (type != nullptr && !source_.offered_.Matches(*type)) {
+        return VFW_E_TYPE_NOT_ACCEPTED;
+    }
+    if (FAILED(receiver->QueryInterface(
+            IID_IMemInputPin, reinterpret_cast<void**>(receiver_.ReleaseAndGetAddressOf())))) {
+        return VFW_E_NO_TRANSPORT;
+    }
+    type_ = source_.offered_;
+    peer_ = receiver;
+    const AM_MEDIA_TYPE view = type_.View();
+    HRESULT result = receiver->ReceiveConnection(this, &view);
+    if (SUCCEEDED(result)) {
+        result = AgreeOnAllocator();
+        if (FAILED(result)) {
+            receiver->Disconnect();
+        }
+    }
+    if (FAILED(result)) {
+        OnDisconnect();
+        peer_.Reset();
+    }
+    return result;
+}
+
+HRESULT ClipSource::OutputPin::AgreeOnAllocator() {
+    ALLOCATOR_PROPERTIES wanted{};
+    receiver_->GetAllocatorRequirements(&wanted);  // optional: E_NOTIMPL leaves zeroes
+    wanted.cBuffers = std::max(wanted.cBuffers, 1L);
+    wanted.cbBuffer = std::max({wanted.cbBuffer, source_.clip_.LargestFrame(), 1L});
+    wanted.cbAlign = std::max(wanted.cbAlign, 1L);
+
+    HRESULT result = receiver_->GetAllocator(allocator_.ReleaseAndGetAddressOf());
+    if (FAILED(result)) {
+        result = CoCreateInstance(CLSID_MemoryAllocator, nullptr, CLSCTX_INPROC_SERVER,
+                                  IID_IMemAllocator,
+                                  reinterpret_cast<void**>(allocator_.ReleaseAndGetAddressOf()));
+    }
+    ALLOCATOR_PROPERTIES granted{};
+    if (SUCCEEDED(result)) {
+        result = allocator_->SetProperties(&wanted, &granted);
+    }
+    if (SUCCEEDED(result) && granted.cbBuffer < wanted.cbBuffer) {
+        result = VFW_E_SIZENOTSET;
+    }
+    return SUCCEEDED(result) ? receiver_->NotifyAllocator(allocator_.Get(), FALSE) : result;
+}
+
+bool ClipSource::OutputPin::Accepts(const AM_MEDIA_TYPE& type) const {
+    return source_.offered_.Matches(type);
+}
+
+void ClipSource::OutputPin::OnDisconnect() {
+    allocator_.Reset();
+    receiver_.Reset();
+}
+
+HRESULT ClipSource::OnStart() {
+    if (pin_.Peer() == nullptr) {
+        return S_OK;
+    }
+    const HRESULT result = pin_.Allocator()->Commit();
+    if (FAILED(result)) {
+        return result;
+    }
+    report_ = {};
+    aborted_ = false;
+    try {
+        thread_ = std::thread([this] { Stream(); });
+    } catch (const std::system_error&) {
+        pin_.Allocator()->Decommit();
+        return E_OUTOFMEMORY;
+    }
+    return S_OK;
+}
+
+void ClipSource::OnStop() {
+    aborted_ = true;
+    if (thread_.joinable()) {
+        pin_.Allocator()->Decommit();  // frees a thread that waits for a buffer
+        thread_.join();
+    }
+}
+
+void ClipSource::Stream() {
+    const ComApartment apartment;
+    const long long end = clip_.FrameTime(frames_);
+    pin_.Peer()->NewSegment(0, end, 1.0);
+    for (LONG frame = 0; frame < frames_ && !aborted_; ++frame) {
+        current_ = frame;
+        const HRESULT result = StreamFrame(frame);
+        if (result != S_OK) {
+            report_.ended = result;
+            report_.endedAt = frame;
+            break;
+        }
+    }
+    pin_.Peer()->EndOfStream();
+}
+
+// S_OK to go on. A decoder's refusal of one frame is noted and is no reason to end; S_FALSE (a
+// flush) and VFW_E_WRONG_STATE (the graph stops) are.
+HRESULT ClipSource::StreamFrame(LONG frame) {
+    ComPtr<IMediaSample> sample;
+    HRESULT result = pin_.Allocator()->GetBuffer(sample.GetAddressOf(), nullptr, nullptr, 0);
+    if (SUCCEEDED(result)) {
+        result = FillSample(frame, *sample.Get());
+    }
+    if (FAILED(result)) {
+        return result;
+    }
+    const auto start = std::chrono::steady_clock::now();
+    result = pin_.Receiver()->Receive(sample.Get());
+    report_.receiveTime += std::chrono::steady_clock::now() - start;
+    ++report_.sent;
+    if (FAILED(result) && result != VFW_E_WRONG_STATE) {
+        report_.faults.push_back({frame, result});
+        return S_OK;
+    }
+    return result;
+}
+
+HRESULT ClipSource::FillSample(LONG frame, IMediaSample& sample) const {
+    BYTE* data = nullptr;
+    HRESULT result = sample.GetPointer(&data);
+    LONG size = 0;
+    if (SUCCEEDED(result) && clip_.FrameSize(frame) > 0) {
+        result = clip_.Read(frame, data, sample.GetSize(), &size);
+    }
+    if (FAILED(result)) {
+        return result;
+    }
+    REFERENCE_TIME start = clip_.FrameTime(frame);
+    REFERENCE_TIME stop = clip_.FrameTime(frame + 1);
+    sample.SetTime(&start, &stop);
+    sample.SetSyncPoint(TRUE);
+    sample.SetPreroll(FALSE);
+    sample.SetDiscontinuity(frame == 0);
+    return sample.SetActualDataLength(size);
+}
+
+}  // namespace nyx::host

@@ -1,0 +1,97 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <thread>
+
+#include "avi_reader.h"
+#include "single_pin_filter.h"
+
+namespace nyx::host {
+
+/// A frame that did not go through, and what was answered for it.
+struct FrameFault {
+    LONG frame;
+    HRESULT result;
+};
+
+/// What one pass over the clip came to.
+struct PassReport {
+    LONG sent = 0;                                      ///< frames handed downstream
+    std::chrono::steady_clock::duration receiveTime{};  ///< inside the receivers' Receive
+    std::vector<FrameFault> faults;                     ///< frames refused downstream, in order
+    HRESULT ended = S_OK;  ///< why the pass ended early: reading or a buffer failed
+    LONG endedAt = 0;      ///< the frame at which it ended early
+};
+
+/// The source filter that plays an AVI clip's video stream into a graph: every frame a sync point
+/// with its times, as fast as downstream takes them, then end of stream. A frame that downstream
+/// cannot decode is noted and the next one follows. Each start from stop plays from the first
+/// frame.
+class ClipSource final : public SinglePinFilter {
+  public:
+    /// Plays the first `frames` frames of `clip`, which must outlive the filter. `videoInfo2`
+    /// chooses the media type's block form.
+    ClipSource(const AviReader& clip, LONG frames, bool videoInfo2);
+
+    IPin* Output() { return &pin_; }
+
+    /// The only type that the pin offers.
+    const MediaType& Type() const { return offered_; }
+
+    /// The frame being delivered; for code called from within the delivery, in the same thread.
+    LONG CurrentFrame() const { return current_; }
+
+    /// Asks the running pass to end; any thread.
+    void Abort() { aborted_ = true; }
+
+    /// The last pass. Only while the filter is stopped.
+    const PassReport& Report() const { return report_; }
+
+  protected:
+    SinglePin& Pin() override { return pin_; }
+    HRESULT OnStart() override;
+    void OnStop() override;
+
+  private:
+    class OutputPin final : public SinglePin {
+      public:
+        explicit OutputPin(ClipSource& source)
+            : SinglePin(source, PINDIR_OUTPUT, L"Output"), source_(source) {}
+
+        STDMETHODIMP Connect(IPin* receiver, const AM_MEDIA_TYPE* type) override;
+
+        IPin* Peer() const { return peer_.Get(); }
+        IMemInputPin* Receiver() const { return receiver_.Get(); }
+        IMemAllocator* Allocator() const { return allocator_.Get(); }
+
+      protected:
+        std::vector<MediaType> Types() const override { return {source_.offered_}; }
+        bool Accepts(const AM_MEDIA_TYPE& type) const override;
+        void OnDisconnect() override;
+
+      private:
+        HRESULT AgreeOnAllocator();
+
+        ClipSource& source_;
+        ComPtr<IMemInputPin> receiver_;
+        ComPtr<IMemAllocator> allocator_;
+    };
+
+    ~ClipSource() override;
+
+    void Stream();
+    HRESULT StreamFrame(LONG frame);
+    HRESULT FillSample(LONG frame, IMediaSample& sample) const;
+
+    const AviReader& clip_;
+    LONG frames_;
+    MediaType offered_;
+    OutputPin pin_;
+    std::thread thread_;
+    std::atomic<LONG> current_{0};
+    std::atomic<bool> aborted_{false};
+    PassReport report_;
+};
+
+}  // namespace nyx::host

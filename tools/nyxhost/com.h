@@ -1,0 +1,50 @@
+#pragma once
+
+#include <objbase.h>
+#include <wrl/client.h>
+
+#include "failure.h"
+
+namespace nyx::host {
+
+using Microsoft::WRL::ComPtr;
+
+/// Makes the calling thread a member of the multithreaded apartment for this object's lifetime.
+class ComApartment {
+  public:
+    ComApartment() : result_(CoInitializeEx(nullptr, COINIT_MULTITHREADED)) {}
+    ~ComApartment() {
+        if (SUCCEEDED(result_)) {
+            CoUninitialize();
+        }
+    }
+    ComApartment(const ComApartment&) = delete;
+    ComApartment& operator=(const ComApartment&) = delete;
+
+    HRESULT Result() const { return result_; }
+
+  private:
+    HRESULT result_;
+};
+
+/// An in-process object of the platform; Failure(kPlatform) naming `what` when it cannot be had.
+template <class Interface>
+ComPtr<Interface> CreateObject(const CLSID& clsid, const char* what) {
+    ComPtr<Interface> object;
+    Check(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, __uuidof(Interface),
+                           reinterpret_cast<void**>(object.GetAddressOf())),
+          what);
+    return object;
+}
+
+/// Another interface of the same object; Failure(kPlatform) naming `what` when it has none. `iid`
+/// is for the interfaces whose header does not tie their identifier to the type.
+template <class Interface, class Source>
+ComPtr<Interface> Query(const ComPtr<Source>& source, const char* what,
+                        const IID& iid = __uuidof(Interface)) {
+    ComPtr<Interface> object;
+    Check(source->QueryInterface(iid, reinterpret_cast<void**>(object.GetAddressOf())), what);
+    return object;
+}
+
+}  // namespace nyx::host

@@ -1,0 +1,119 @@
+#include "graph_tools.h"
+
+#include <vector>
+
+#include "text.h"
+
+namespace nyx::host {
+namespace {
+
+struct Candidate {
+    std::string name;
+    ComPtr<IMoniker> moniker;
+};
+
+std::string FriendlyName(IMoniker* moniker) {
+    ComPtr<IPropertyBag> bag;
+    std::string name = "a filter without a name";
+    if (SUCCEEDED(moniker->BindToStorage(nullptr, nullptr, IID_IPropertyBag,
+                                         reinterpret_cast<void**>(bag.GetAddressOf())))) {
+        VARIANT value;
+        VariantInit(&value);
+        if (SUCCEEDED(bag->Read(L"FriendlyName", &value, nullptr)) && value.vt == VT_BSTR) {
+            name = Utf8(std::wstring_view(value.bstrVal, SysStringLen(value.bstrVal)));
+        }
+        VariantClear(&value);
+    }
+    return name;
+}
+
+// The filters that intelligent connect would try: those that name the subtype itself, with a merit
+// above MERIT_DO_NOT_USE.
+std::vector<Candidate> FindCandidates(const GUID& subtype) {
+    const auto mapper = CreateObject<IFilterMapper2>(CLSID_FilterMapper2, "no filter mapper");
+    const GUID types[] = {MEDIATYPE_Video, subtype};
+    ComPtr<IEnumMoniker> monikers;
+    Check(mapper->EnumMatchingFilters(monikers.GetAddressOf(), 0, TRUE, MERIT_DO_NOT_USE + 1, TRUE,
+                                      1, types, nullptr, nullptr, FALSE, TRUE, 0, nullptr, nullptr,
+                                      nullptr),
+          "the filter mapper does not answer");
+    std::vector<Candidate> candidates;
+    ComPtr<IMoniker> moniker;
+    while (monikers->Next(1, moniker.ReleaseAndGetAddressOf(), nullptr) == S_OK) {
+        candidates.push_back({FriendlyName(moniker.Get()), moniker});
+    }
+    return candidates;
+}
+
+std::string CandidateAnswer(const Candidate& candidate, const MediaType& compressed,
+                            const std::string& formatName) {
+    ComPtr<IBaseFilter> filter;
+    const HRESULT created = candidate.moniker->BindToObject(
+        nullptr, nullptr, IID_IBaseFilter, reinterpret_cast<void**>(filter.GetAddressOf()));
+    if (FAILED(created)) {
+        return candidate.name + " cannot be created: " + ResultText(created);
+    }
+    const ComPtr<IPin> input = FindPin(filter.Get(), PINDIR_INPUT);
+    const AM_MEDIA_TYPE view = compressed.View();
+    if (input == nullptr || input->QueryAccept(&view) != S_OK) {
+        return candidate.name + " refuses the clip's format";
+    }
+    return candidate.name + " takes the clip but does not deliver " + formatName;
+}
+
+}  // namespace
+
+ComPtr<IPin> FindPin(IBaseFilter* filter, PIN_DIRECTION direction) {
+    ComPtr<IEnumPins> pins;
+    ComPtr<IPin> pin;
+    if (FAILED(filter->EnumPins(pins.GetAddressOf()))) {
+        return nullptr;
+    }
+    while (pins->Next(1, pin.ReleaseAndGetAddressOf(), nullptr) == S_OK) {
+        PIN_DIRECTION found = PINDIR_INPUT;
+        if (SUCCEEDED(pin->QueryDirection(&found)) && found == direction) {
+            return pin;
+        }
+    }
+    return nullptr;
+}
+
+ComPtr<IBaseFilter> FilterOf(IPin* pin) {
+    PIN_INFO info{};
+    ComPtr<IBaseFilter> filter;
+    if (SUCCEEDED(pin->QueryPinInfo(&info))) {
+        filter.Attach(info.pFilter);
+    }
+    return filter;
+}
+
+std::string FilterName(IBaseFilter* filter) {
+    FILTER_INFO info{};
+    if (filter == nullptr || FAILED(filter->QueryFilterInfo(&info))) {
+        return "a filter without a name";
+    }
+    if (info.pGraph != nullptr) {
+        info.pGraph->Release();
+    }
+    return Utf8(info.achName);
+}
+
+void ExplainFailedConnection(const MediaType& compressed, const std::string& formatName,
+                             HRESULT result) {
+    const AM_MEDIA_TYPE view = compressed.View();
+    const std::string code = FourCCText(view.subtype.Data1);
+    const std::vector<Candidate> candidates = FindCandidates(view.subtype);
+    if (candidates.empty()) {
+        throw Failure(ExitCode::kNoDecoder,
+                      "no decoder is registered for \"" + code +
+                          "\"; register one with regsvr32 (see nyxhost list)");
+    }
+    std::string message = "no decoder delivers this \"" + code + "\" clip as " + formatName;
+    for (const Candidate& candidate : candidates) {
+        message += "\n  " + CandidateAnswer(candidate, compressed, formatName);
+    }
+    message += "\n  the graph answered " + ResultText(result);
+    throw Failure(ExitCode::kRefused, message);
+}
+
+}  // namespace nyx::host

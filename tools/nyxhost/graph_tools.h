@@ -1,0 +1,27 @@
+#pragma once
+
+#include <dshow.h>
+
+#include <string>
+
+#include "com.h"
+#include "media_type.h"
+
+namespace nyx::host {
+
+/// The first pin of `filter` in that direction, or null.
+ComPtr<IPin> FindPin(IBaseFilter* filter, PIN_DIRECTION direction);
+
+/// The filter that owns `pin`.
+ComPtr<IBaseFilter> FilterOf(IPin* pin);
+
+/// The name that `filter` has in its graph.
+std::string FilterName(IBaseFilter* filter);
+
+/// Says why no connection from a clip of type `compressed` to `formatName` came about: kNoDecoder
+/// when no registered filter names the subtype, else kRefused with each candidate's answer.
+/// `result` is what the graph said.
+[[noreturn]] void ExplainFailedConnection(const MediaType& compressed,
+                                          const std::string& formatName, HRESULT result);
+
+}  // namespace nyx::host

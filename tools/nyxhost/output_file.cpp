@@ -1,0 +1,39 @@
+#include "output_file.h"
+
+#include <filesystem>
+
+#include "failure.h"
+#include "text.h"
+
+namespace nyx::host {
+
+OutputFile::OutputFile(const std::string& path)
+    : path_(path),
+      file_(CreateFileW(Wide(path).c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS,
+                        FILE_ATTRIBUTE_NORMAL, nullptr)) {
+    if (file_ == INVALID_HANDLE_VALUE) {
+        throw Failure(ExitCode::kOutput, "cannot create " + path + ": " + ResultText(LastResult()));
+    }
+}
+
+OutputFile::~OutputFile() {
+    CloseHandle(file_);
+}
+
+void OutputFile::Write(const void* data, DWORD size) {
+    DWORD written = 0;
+    if (WriteFile(file_, data, size, &written, nullptr) == FALSE || written != size) {
+        throw Failure(ExitCode::kOutput, "cannot write " + path_ + ": " + ResultText(LastResult()));
+    }
+}
+
+void MakeFolder(const std::string& path) {
+    std::error_code error;
+    const std::filesystem::path folder(Wide(path));
+    std::filesystem::create_directories(folder, error);
+    if (error || !std::filesystem::is_directory(folder, error)) {
+        throw Failure(ExitCode::kOutput, "cannot make the folder " + path);
+    }
+}
+
+}  // namespace nyx::host

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+namespace nyx::host {
+
+/// A file that is written from start to end. Failures are kOutput and name the file.
+class OutputFile {
+  public:
+    /// Creates `path` (UTF-8), replacing an older file.
+    explicit OutputFile(const std::string& path);
+    ~OutputFile();
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    void Write(const void* data, DWORD size);
+
+  private:
+    std::string path_;
+    HANDLE file_;
+};
+
+/// Makes the folder `path` (UTF-8) and those above it where they are missing. Failure kOutput.
+void MakeFolder(const std::string& path);
+
+}  // namespace nyx::host

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <windows.h>
+
+#include <vector>
+
+#include "media_type.h"
+
+namespace nyx::host {
+
+/// A picture as image files have it: rows from the top, no padding, B G R or B G R A bytes.
+struct Picture {
+    UINT width = 0;
+    UINT height = 0;
+    bool hasAlpha = false;
+    std::vector<BYTE> pixels;
+
+    UINT BytesPerPixel() const { return hasAlpha ? 4 : 3; }
+};
+
+/// Turns the bytes of a sample into a picture. `type` is one of PictureFormats() in a video block;
+/// a positive height means bottom-up rows for RGB. YUY2 becomes full-range RGB by ITU-R BT.709 for
+/// pictures of at least 960x720, else by BT.601, the odd pixels' chroma interpolated. Failure
+/// kDecode when the sample is too short for its type, kPlatform for any other type.
+Picture MakePicture(const MediaType& type, const BYTE* data, std::size_t size);
+
+}  // namespace nyx::host

@@ -1,0 +1,43 @@
+#include "playback_report.h"
+
+#include <cstdlib>
+
+#include "console.h"
+#include "text.h"
+
+namespace nyx::host {
+
+double FramesPerSecond(const AviReader& clip) {
+    return static_cast<double>(clip.Rate()) / clip.Scale();
+}
+
+double DurationSeconds(const AviReader& clip) {
+    return clip.FrameCount() / FramesPerSecond(clip);
+}
+
+std::string DescribeClip(const AviReader& clip) {
+    const BITMAPINFOHEADER& header = clip.Header();
+    return FourCCText(header.biCompression) +
+           Format(", %ldx%ld, %u bits, %.3f frames per second, %ld frames, %.2f s", header.biWidth,
+                  header.biHeight, header.biBitCount, FramesPerSecond(clip), clip.FrameCount(),
+                  DurationSeconds(clip));
+}
+
+ExitCode ReportFaults(const PassResult& result) {
+    constexpr std::size_t kShown = 10;
+    const std::vector<FrameFault>& faults = result.source.faults;
+    for (std::size_t i = 0; i < faults.size() && i < kShown; ++i) {
+        PrintWarning(Format("frame %ld could not be decoded: ", faults[i].frame) +
+                     ResultText(faults[i].result));
+    }
+    if (faults.size() > kShown) {
+        PrintWarning(Format("... and %zu more", faults.size() - kShown));
+    }
+    const LONG withheld = result.source.sent - result.arrived - static_cast<LONG>(faults.size());
+    if (withheld > 0) {
+        PrintWarning(Format("the decoder withheld %ld frames", withheld));
+    }
+    return faults.empty() && withheld <= 0 ? ExitCode::kOk : ExitCode::kDecode;
+}
+
+}  // namespace nyx::host

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "exit_codes.h"
+#include "playback_graph.h"
+
+namespace nyx::host {
+
+/// "720x486, 20 bits, 29.970 frames per second, ..." of the clip's stream.
+std::string DescribeClip(const AviReader& clip);
+
+/// The clip's rate and length.
+double FramesPerSecond(const AviReader& clip);
+double DurationSeconds(const AviReader& clip);
+
+/// Warns of frames that the decoder refused or withheld and gives the exit code that follows:
+/// kDecode when there are any, else kOk.
+ExitCode ReportFaults(const PassResult& result);
+
+}  // namespace nyx::host
