@@ -5,6 +5,10 @@
 
 #include <windows.h>
 
+// Without this dshow.h takes the plain string functions away.
+#ifndef NO_DSHOW_STRSAFE
+#define NO_DSHOW_STRSAFE
+#endif
 #include <dshow.h>
 #include <olectl.h>
 

@@ -206,11 +206,11 @@ namespace {
 constexpr DWORD kCopiedProperties = offsetof(AM_SAMPLE2_PROPERTIES, dwStreamId);
 
 /// Gives `sample` the flags and times of `props` in one call. A type that is attached to it stays.
-HRESULT CopyProperties(const AM_SAMPLE2_PROPERTIES& props, IMediaSample2* sample) {
+/// A sample that cannot take them is delivered as it is.
+void CopyProperties(const AM_SAMPLE2_PROPERTIES& props, IMediaSample2* sample) {
     AM_SAMPLE2_PROPERTIES out{};
-    const HRESULT hr = sample->GetProperties(kCopiedProperties, reinterpret_cast<BYTE*>(&out));
-    if (FAILED(hr)) {
-        return hr;
+    if (FAILED(sample->GetProperties(kCopiedProperties, reinterpret_cast<BYTE*>(&out)))) {
+        return;
     }
     constexpr DWORD kOfOutput = AM_SAMPLE_TYPECHANGED;
     out.cbData = kCopiedProperties;
@@ -218,7 +218,7 @@ HRESULT CopyProperties(const AM_SAMPLE2_PROPERTIES& props, IMediaSample2* sample
     out.dwSampleFlags = (out.dwSampleFlags & kOfOutput) | (props.dwSampleFlags & ~kOfOutput);
     out.tStart = props.tStart;
     out.tStop = props.tStop;
-    return sample->SetProperties(kCopiedProperties, reinterpret_cast<const BYTE*>(&out));
+    sample->SetProperties(kCopiedProperties, reinterpret_cast<const BYTE*>(&out));
 }
 
 /// Gives a sample without IMediaSample2 what `props` and `source` say, one by one.
@@ -251,7 +251,7 @@ HRESULT CTransformFilter::InitializeOutputSample(IMediaSample* pSample,
         flags |= AM_GBF_NOTASYNCPOINT;
     }
     IMediaSample* sample = nullptr;
-    HRESULT hr = m_pOutput->m_pAllocator->GetBuffer(
+    const HRESULT hr = m_pOutput->m_pAllocator->GetBuffer(
         &sample, props.dwSampleFlags & AM_SAMPLE_TIMEVALID ? &props.tStart : nullptr,
         props.dwSampleFlags & AM_SAMPLE_STOPVALID ? &props.tStop : nullptr, flags);
     if (FAILED(hr)) {
@@ -261,14 +261,10 @@ HRESULT CTransformFilter::InitializeOutputSample(IMediaSample* pSample,
     void* newer = nullptr;
     if (SUCCEEDED(sample->QueryInterface(IID_IMediaSample2, &newer))) {
         auto* const sample2 = static_cast<IMediaSample2*>(newer);
-        hr = CopyProperties(props, sample2);
+        CopyProperties(props, sample2);
         sample2->Release();
     } else {
         CopyFields(props, pSample, sample);
-    }
-    if (FAILED(hr)) {
-        sample->Release();
-        return hr;
     }
     if (props.dwSampleFlags & AM_SAMPLE_DATADISCONTINUITY) {
         m_bSampleSkipped = FALSE;

@@ -11,17 +11,6 @@ constexpr int kAverageWeight = 16;           // the newest value counts one part
 constexpr int kUnitsPerMillisecond = static_cast<int>(UNITS / MILLISECONDS);
 constexpr int kLatestSensible = 300000000;  // 30 s
 
-/// The type that `sample` carries, with a format block; null when there is none. The caller deletes
-/// it.
-AM_MEDIA_TYPE* AttachedType(IMediaSample* sample) {
-    AM_MEDIA_TYPE* type = nullptr;
-    if (FAILED(sample->GetMediaType(&type)) || (type && type->pbFormat)) {
-        return type;
-    }
-    DeleteMediaType(type);
-    return nullptr;
-}
-
 /// A duration that an int holds; negative ones count as none.
 int FrameDuration(REFERENCE_TIME start, REFERENCE_TIME stop) {
     if (stop <= start) {
@@ -69,8 +58,37 @@ HRESULT CVideoTransformFilter::AlterQuality(Quality q) {
     return E_FAIL;
 }
 
+/// Goes on with the type that the received sample carries, if any. It is the very one that the
+/// input pin has checked.
+HRESULT CVideoTransformFilter::FollowInputType() {
+    const AM_SAMPLE2_PROPERTIES& props = *m_pInput->SampleProps();
+    const bool changed = (props.dwSampleFlags & AM_SAMPLE_TYPECHANGED) && props.pMediaType;
+    return changed ? ChangeType(*m_pInput, *props.pMediaType) : S_OK;
+}
+
+/// Goes on with the type that downstream has put on its buffer, if any.
+HRESULT CVideoTransformFilter::FollowOutputType(IMediaSample* pOutSample) {
+    AM_MEDIA_TYPE* type = nullptr;
+    if (pOutSample->GetMediaType(&type) != S_OK || !type) {
+        return S_OK;
+    }
+    const HRESULT hr = ChangeType(*m_pOutput, *type);
+    DeleteMediaType(type);
+    if (SUCCEEDED(hr)) {
+        m_nWaitForKey = kFramesToWaitForKey;
+    }
+    return hr;
+}
+
+template <class Pin>
+HRESULT CVideoTransformFilter::ChangeType(Pin& pin, const AM_MEDIA_TYPE& type) {
+    StopStreaming();
+    const HRESULT hr = pin.StoreMediaType(type);
+    return SUCCEEDED(hr) ? StartStreaming() : hr;
+}
+
 HRESULT CVideoTransformFilter::Receive(IMediaSample* pSample) {
-    HRESULT hr = FollowInputType(pSample);
+    HRESULT hr = FollowInputType();
     if (FAILED(hr)) {
         return AbortPlayback(hr);
     }
@@ -97,35 +115,6 @@ HRESULT CVideoTransformFilter::Receive(IMediaSample* pSample) {
         hr = S_FALSE;
     }
     return FinishSample(hr, outSample, m_bQualityChanged);
-}
-
-/// Goes on with the type that the input sample carries; the input pin has accepted it.
-HRESULT CVideoTransformFilter::FollowInputType(IMediaSample* pSample) {
-    AM_MEDIA_TYPE* const type = AttachedType(pSample);
-    CheckPointer(type, S_OK);
-    const HRESULT hr = ChangeType(*m_pInput, *type);
-    DeleteMediaType(type);
-    return hr;
-}
-
-/// Goes on with the type that downstream has put on its buffer.
-HRESULT CVideoTransformFilter::FollowOutputType(IMediaSample* pOutSample) {
-    AM_MEDIA_TYPE* const type = AttachedType(pOutSample);
-    CheckPointer(type, S_OK);
-    const HRESULT hr = ChangeType(*m_pOutput, *type);
-    DeleteMediaType(type);
-    if (SUCCEEDED(hr)) {
-        // The pictures before the next key frame build on ones in the old type.
-        m_nWaitForKey = kFramesToWaitForKey;
-    }
-    return hr;
-}
-
-template <class Pin>
-HRESULT CVideoTransformFilter::ChangeType(Pin& pin, const AM_MEDIA_TYPE& type) {
-    StopStreaming();
-    const HRESULT hr = pin.StoreMediaType(type);
-    return SUCCEEDED(hr) ? StartStreaming() : hr;
 }
 
 HRESULT CVideoTransformFilter::TimedTransform(IMediaSample* pSample, IMediaSample* pOutSample) {

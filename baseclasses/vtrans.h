@@ -36,7 +36,7 @@ class CVideoTransformFilter : public CTransformFilter {
     BOOL m_bQualityChanged = FALSE;  ///< hides the base's, which Pause resets and this is not
 
   private:
-    HRESULT FollowInputType(IMediaSample* pSample);
+    HRESULT FollowInputType();
     HRESULT FollowOutputType(IMediaSample* pOutSample);
     template <class Pin>
     HRESULT ChangeType(Pin& pin, const AM_MEDIA_TYPE& type);
