@@ -65,11 +65,12 @@ struct WordWriter {
     }
 };
 
-/// The upper ten bits of each word, rounded.
+/// The upper ten bits of each word: rounded for colours; cut for alpha, which repeats its byte and
+/// so stays within one code of the byte's share.
 inline DeepPixels ToTenBits(const DeepPixels& in) {
     const __m128i half = _mm_set1_epi16(32);
     return {_mm_srli_epi16(_mm_adds_epu16(in.rg, half), 6),
-            _mm_srli_epi16(_mm_adds_epu16(in.ba, half), 6)};
+            _mm_srli_epi16(_mm_adds_epu16(in.ba, _mm_move_epi64(half)), 6)};
 }
 
 /// Joins neighbouring ten-bit words into twenty bits.
