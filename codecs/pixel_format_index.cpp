@@ -68,8 +68,8 @@ HRESULT DescribeSurface(const SurfaceRequest& request, SurfaceFormat* surface) {
     const std::int64_t stride = request.stride != 0
                                     ? std::int64_t{request.stride}
                                     : std::int64_t{layout->bytesPerPixel} * header.biWidth;
-    const std::int64_t toLastRow = (height - 1) * stride;
-    if (!FitsLong(height) || !FitsLong(stride) || !FitsLong(toLastRow)) {
+    // Two 32-bit factors: their product fits 64 bits.
+    if (!FitsLong(height) || !FitsLong(stride) || !FitsLong((height - 1) * stride)) {
         return E_FAIL;
     }
 
@@ -87,7 +87,7 @@ HRESULT DescribeSurface(const SurfaceRequest& request, SurfaceFormat* surface) {
     const bool bottomUp =
         header.biCompression == BI_RGB && request.stride == 0 && header.biHeight > 0;
     if (bottomUp) {
-        surface->data += toLastRow;
+        surface->data += (height - 1) * stride;
         surface->stride = -surface->stride;
     }
     return S_OK;
