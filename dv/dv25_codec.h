@@ -1,0 +1,37 @@
+#pragma once
+
+#include "dv/dv_codec.h"
+#include "dv/reference_file.h"
+
+namespace nyx {
+
+/// DV25 and DVCPRO25, "QDVC". The recorded lines of 720 pixels may be a wide-screen picture of 856
+/// or 1024 square pixels; samples may point into a file.
+class CDv25Codec : public CDvCodecBase {
+  public:
+    CDv25Codec();
+    bool IsSupportedSize(LONG width, LONG height) override;
+
+    /// E_FAIL for no sample at all, else as DvReferenceFile tells.
+    HRESULT ReadReferenceFrame(ByteSpan sample, std::unique_ptr<BYTE[]>* buffer,
+                               DWORD* length) override;
+
+    /// Pictures of another width than 720 are stretched from a temporary one; 32-bit ones are not,
+    /// and keep their contents. E_OUTOFMEMORY without memory for it.
+    HRESULT DecodeFrame(LONG width, LONG height, LONG flags, const void* frame, BYTE* destination,
+                        LONG stride, LONG bytesPerPixel, LONG outputCode) override;
+    virtual ~CDv25Codec() = default;
+
+  private:
+    LONG EncodeFlags(const SurfaceFormat& source) const override;
+
+    /// Pictures of another width than 720 are squeezed into a temporary one.
+    HRESULT EncodePicture(LONG flags, const SurfaceFormat& source, LONG inputCode, void* frame,
+                          LONG* length) override;
+
+    bool wide_screen_;
+    bool dvcpro25_;
+    DvReferenceFile reference_;
+};
+
+}  // namespace nyx

@@ -1,0 +1,254 @@
+#include "dv/dv_codec.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
+#include "codecs/engine_guard.h"
+#include "codecs/header_checks.h"
+#include "dv/dv_engine.h"
+#include "settings/codec_settings.h"
+
+namespace nyx {
+namespace {
+
+// index                             0  1  2  3  4  5  6  7  8  9 10 11 12  13
+constexpr BYTE kPixelFormatCodes[] = {0, 8, 6, 4, 2, 7, 5, 3, 1, 7, 5, 3, 1, 92};
+constexpr int kDecodedFormats = kIndexV210 + 1;
+constexpr int kEncodedFormats = kIndexV210;
+static_assert(std::size(kPixelFormatCodes) == kDecodedFormats);
+
+/// The engine's name for a format code, 0 for one that it does not decode.
+LONG VariantFlags(LONG formatCode) {
+    switch (formatCode) {
+        case kFormatDv25:
+        case kFormatDv25Locked:
+            return kEngineDv25;
+        case kFormatDvcPro25:
+            return kEngineDvcPro25;
+        case kFormatDvcPro50:
+            return kEngineDvcPro50;
+        case kFormatDvcProHd1080:
+            return kEngineWide | kEngineDvcProHd1080;
+        case kFormatDvcProHd720:
+            return kEngineWide | kEngineDvcProHd720Decode;
+        default:
+            return 0;
+    }
+}
+
+/// The engine takes no length and paints a picture of the frame's own size: both have to fit.
+bool FitsSurface(const FormatRecord& format, ByteSpan frame, const SurfaceFormat& surface) {
+    return frame.size() >= static_cast<std::size_t>(format.frameBytes) &&
+           format.codedWidth <= surface.width && format.codedHeight == surface.height;
+}
+
+/// Black by bytes per pixel: video levels of "YUY2", zeroes of RGB.
+void FillBlack(const SurfaceFormat& surface) {
+    constexpr BYTE kBlackYuy2[] = {0x10, 0x80};
+    const auto rowBytes =
+        static_cast<std::size_t>(surface.width) * static_cast<std::size_t>(surface.bytesPerPixel);
+    BYTE* row = surface.data;
+    for (LONG y = 0; y < surface.height; ++y, row += surface.stride) {
+        if (surface.bytesPerPixel == 2) {
+            for (std::size_t i = 0; i < rowBytes; ++i) {
+                row[i] = kBlackYuy2[i % 2];
+            }
+        } else {
+            std::memset(row, 0, rowBytes);
+        }
+    }
+}
+
+}  // namespace
+
+const DvPictureSize* FindDvSize(const DvPictureSize* sizes, std::size_t count, std::int64_t width,
+                                std::int64_t height) {
+    const auto* end = sizes + count;
+    const auto* found = std::find_if(sizes, end, [&](const DvPictureSize& size) {
+        return size.width == width && size.height == height;
+    });
+    return found == end ? nullptr : found;
+}
+
+CDvCodecBase::CDvCodecBase(const DvVariant& variant, LONG colorSpace)
+    : CCodecBase(colorSpace), variant_(variant), engine_(DvEngines()) {}
+
+bool CDvCodecBase::IsEngineAvailable(LONG) {
+    return DvEngines().IsComplete();
+}
+
+bool CDvCodecBase::IsSettingOn(DWORD fourcc, const wchar_t* name) {
+    return ReadCodecSetting(fourcc, name, 0) != 0;
+}
+
+DWORD CDvCodecBase::GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool) {
+    if (!input) {
+        return 0;
+    }
+    const DvPictureSize* size =
+        FindDvSize(variant_.sizes, variant_.sizeCount, input->biWidth, AbsoluteHeight(*input));
+    return size ? size->frameBytes : 0;
+}
+
+HRESULT CDvCodecBase::CompressQuery(const BITMAPINFOHEADER* input, bool alphaInput,
+                                    const BITMAPINFOHEADER* output) {
+    return CheckEncodeFormats(variant_.formats, input, alphaInput, output);
+}
+
+HRESULT CDvCodecBase::DecompressQuery(const BITMAPINFOHEADER* input, const BITMAPINFOHEADER* output,
+                                      bool alphaOut) {
+    return CheckDecodeFormats(variant_.formats, input, output, alphaOut);
+}
+
+HRESULT CDvCodecBase::Compress(const BITMAPINFOHEADER* input, bool alphaInput,
+                               const void* inputData, BITMAPINFOHEADER* output, void* outputData,
+                               DWORD, DWORD stride, DWORD) {
+    if (!input || !inputData || !output || !outputData) {
+        return E_POINTER;
+    }
+    SurfaceFormat surface;
+    const SurfaceRequest request = {input,
+                                    output->biWidth,
+                                    false,
+                                    alphaInput,
+                                    GetColorSpace(),
+                                    const_cast<void*>(inputData),
+                                    static_cast<LONG>(stride)};
+    if (FAILED(DescribeSurface(request, &surface)) || surface.index >= kEncodedFormats) {
+        return E_FAIL;
+    }
+    LONG length = -1;
+    const HRESULT result = EncodePicture(EncodeFlags(surface), surface,
+                                         kPixelFormatCodes[surface.index], outputData, &length);
+    if (FAILED(result)) {
+        return result;
+    }
+    if (length < 0) {
+        return E_FAIL;
+    }
+    output->biSizeImage = static_cast<DWORD>(length);
+    return S_OK;
+}
+
+HRESULT CDvCodecBase::EncodePicture(LONG flags, const SurfaceFormat& source, LONG inputCode,
+                                    void* frame, LONG* length) {
+    return CallEncode(flags, source, inputCode, frame, length);
+}
+
+HRESULT CDvCodecBase::GetFrameInfo(const BITMAPINFOHEADER* input, const void* frame,
+                                   REFERENCE_TIME averageFrameDuration, FrameInfo* info) {
+    if (!input) {
+        return E_POINTER;
+    }
+    if (!frame) {
+        CCodecBase::GetFrameInfo(input, nullptr, averageFrameDuration, info);
+        return S_OK;
+    }
+    ByteSpan bytes(frame, input->biSizeImage);
+    std::unique_ptr<BYTE[]> buffer;
+    DWORD length = 0;
+    const HRESULT reference = ReadReferenceFrame(bytes, &buffer, &length);
+    if (FAILED(reference)) {
+        return reference;
+    }
+    if (reference == S_OK) {
+        bytes = ByteSpan(buffer.get(), length);
+    }
+    if (info) {
+        CLvtDifParser parser;
+        parser.Parse(bytes.data(), bytes.size());
+        const auto [aspectX, aspectY] = parser.GetPixelAspect();
+        *info = {parser.GetFieldOrder(),
+                 aspectX,
+                 aspectY,
+                 parser.GetTimecodePack(),
+                 parser.GetBinaryGroupPack(),
+                 parser.GetRecDatePack(),
+                 parser.GetRecTimePack()};
+    }
+    return S_OK;
+}
+
+HRESULT CDvCodecBase::Decompress(const BITMAPINFOHEADER* input, const void* data,
+                                 const BITMAPINFOHEADER* output, bool alphaOut, void* outputData,
+                                 LONG stride, DWORD) {
+    if (!input || !output || !outputData) {
+        return E_POINTER;
+    }
+    // A referenced frame is decoded as it stands: it is no reference itself, so that a file that
+    // refers to itself cannot keep us busy.
+    ByteSpan frame(data, input->biSizeImage);
+    std::unique_ptr<BYTE[]> buffer;
+    DWORD length = 0;
+    const HRESULT reference = ReadReferenceFrame(frame, &buffer, &length);
+    if (FAILED(reference)) {
+        return reference;
+    }
+    if (reference == S_OK) {
+        frame = ByteSpan(buffer.get(), length);
+    }
+    const SurfaceRequest request = {output,          input->biWidth, false, alphaOut,
+                                    GetColorSpace(), outputData,     stride};
+    return DecodeSample(frame, *input, request);
+}
+
+HRESULT CDvCodecBase::DecodeSample(ByteSpan frame, const BITMAPINFOHEADER& input,
+                                   const SurfaceRequest& request) {
+    const BITMAPINFOHEADER& output = *request.uncompressed;
+    SurfaceFormat surface;
+    if (input.biWidth < 1 || input.biWidth > output.biWidth || input.biHeight < 1 ||
+        input.biHeight != AbsoluteHeight(output) || FAILED(DescribeSurface(request, &surface)) ||
+        surface.index >= kDecodedFormats) {
+        return E_FAIL;
+    }
+    // An output of a size of its own is filled; one that is merely wider has its rows padded.
+    if (!IsSupportedSize(surface.width, surface.height)) {
+        surface.width = input.biWidth;
+    }
+    return DecodeToSurface(frame, surface);
+}
+
+HRESULT CDvCodecBase::DecodeToSurface(ByteSpan frame, const SurfaceFormat& surface) {
+    CLvtDifParser parser;
+    if (FAILED(parser.Parse(frame.data(), frame.size()))) {
+        FillBlack(surface);
+        return E_FAIL;
+    }
+    const LONG variant = VariantFlags(parser.GetFormatCode());
+    if (variant == 0 || !engine_[0].Decode<DvDecodeEntry>()) {
+        return E_FAIL;
+    }
+    if (!FitsSurface(parser.State().format, frame, surface)) {
+        FillBlack(surface);
+        return E_FAIL;
+    }
+    const LONG system = parser.GetSystemRate() == 60 ? kEngineSystem60 : kEngineSystem50;
+    const HRESULT result =
+        DecodeFrame(surface.width, surface.height, system | variant, frame.data(), surface.data,
+                    surface.stride, surface.bytesPerPixel, kPixelFormatCodes[surface.index]);
+    if (result == E_FAIL) {
+        FillBlack(surface);
+    }
+    return result;
+}
+
+HRESULT CDvCodecBase::ReadReferenceFrame(ByteSpan, std::unique_ptr<BYTE[]>*, DWORD*) {
+    return S_FALSE;
+}
+
+HRESULT CDvCodecBase::CallDecode(LONG flags, const void* frame, BYTE* destination, LONG stride,
+                                 LONG bytesPerPixel, LONG outputCode) {
+    LONG ignored;  // the engine's own status is not looked at
+    return CallEngine(&ignored, engine_[0].Decode<DvDecodeEntry>(), flags, frame,
+                      static_cast<void*>(destination), stride, bytesPerPixel, outputCode);
+}
+
+HRESULT CDvCodecBase::CallEncode(LONG flags, const SurfaceFormat& source, LONG inputCode,
+                                 void* frame, LONG* length) {
+    return CallEngine(length, engine_[0].Encode<DvEncodeEntry>(), flags, frame,
+                      static_cast<const void*>(source.data), source.stride, source.bytesPerPixel,
+                      inputCode);
+}
+
+}  // namespace nyx

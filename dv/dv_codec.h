@@ -1,0 +1,128 @@
+#pragma once
+
+/// @file
+/// What the DV codecs share: the road from a sample through the DIF parser to the DV engine, and
+/// the queries. A variant is its record of formats and sizes and a few small overrides.
+
+#include <cstddef>
+#include <memory>
+
+#include "codecs/codec.h"
+#include "codecs/engine_library.h"
+#include "codecs/format_rules.h"
+#include "codecs/pixel_format_index.h"
+#include "dv/dif_parser.h"
+#include "platform/byte_span.h"
+
+namespace nyx {
+
+/// A picture size of a variant and what GetMaxCompressedSize tells for it.
+struct DvPictureSize {
+    LONG width;
+    LONG height;
+    DWORD frameBytes;
+};
+
+/// One variant as data. Borrows a static array.
+struct DvVariant {
+    CodecFormats formats;
+    const DvPictureSize* sizes;
+    std::size_t sizeCount;
+};
+
+/// The size's row of a variant's table, null when it has none.
+const DvPictureSize* FindDvSize(const DvPictureSize* sizes, std::size_t count, std::int64_t width,
+                                std::int64_t height);
+
+template <std::size_t kCount>
+bool HasDvSize(const DvPictureSize (&sizes)[kCount], std::int64_t width, std::int64_t height) {
+    return FindDvSize(sizes, kCount, width, height) != nullptr;
+}
+
+/// What the variants encode, from the filters' side; a direct caller of Compress may give RGB
+/// 32-bit as well.
+constexpr FormatPair kDvEncodePairs[] = {
+    {24, BI_RGB, 24, AlphaFlag::kAny},
+    {24, FourCC("YUY2"), 16, AlphaFlag::kAny},
+};
+
+class CDvCodecBase : public CCodecBase {
+  public:
+    /// True when the DV engine is bound, in either mode.
+    static bool IsEngineAvailable(LONG mode);
+
+    DWORD GetFourCC() override { return variant_.formats.fourcc; }
+    DWORD GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool alpha) override;
+    HRESULT CompressQuery(const BITMAPINFOHEADER* input, bool alphaInput,
+                          const BITMAPINFOHEADER* output) override;
+
+    /// The middle one of the last three words is the source's stride in bytes, 0 to have it
+    /// computed. `outputData` holds a whole frame of what is encoded: of 960 x 720 at 50 frames per
+    /// second that is 288,000 bytes, more than GetMaxCompressedSize tells.
+    HRESULT Compress(const BITMAPINFOHEADER* input, bool alphaInput, const void* inputData,
+                     BITMAPINFOHEADER* output, void* outputData, DWORD reserved1, DWORD stride,
+                     DWORD reserved3) override;
+    HRESULT DecompressQuery(const BITMAPINFOHEADER* input, const BITMAPINFOHEADER* output,
+                            bool alphaOut) override;
+
+    /// S_OK with what the frame itself tells, -1 for what it does not; without a frame with the
+    /// defaults of the picture's size. A negative result of ReadReferenceFrame is passed on.
+    HRESULT GetFrameInfo(const BITMAPINFOHEADER* input, const void* frame,
+                         REFERENCE_TIME averageFrameDuration, FrameInfo* info) override;
+
+    /// A frame that does not parse, is cut short, or is no picture of the size at hand leaves a
+    /// black picture and E_FAIL, and so does an engine that raises. E_FAIL with the destination
+    /// untouched for formats without an output code, signal types without a variant, and as long as
+    /// the engine is missing. The other negative results are those of ReadReferenceFrame and
+    /// DecodeFrame.
+    HRESULT Decompress(const BITMAPINFOHEADER* input, const void* data,
+                       const BITMAPINFOHEADER* output, bool alphaOut, void* outputData, LONG stride,
+                       DWORD alphaMode) override;
+
+    /// Whether the variant has pictures of exactly this size.
+    virtual bool IsSupportedSize(LONG width, LONG height) = 0;
+
+    /// S_OK when `sample` points into a file: the frame it stands for is in `buffer`, `length`
+    /// bytes long. S_FALSE when the sample is the frame itself, as it always is here. Negative when
+    /// the frame cannot be had.
+    virtual HRESULT ReadReferenceFrame(ByteSpan sample, std::unique_ptr<BYTE[]>* buffer,
+                                       DWORD* length);
+
+    /// Decodes a whole frame that was parsed to a picture of `width` x `height`. E_FAIL when the
+    /// engine raised.
+    virtual HRESULT DecodeFrame(LONG width, LONG height, LONG flags, const void* frame,
+                                BYTE* destination, LONG stride, LONG bytesPerPixel,
+                                LONG outputCode) = 0;
+
+    virtual ~CDvCodecBase() = default;
+
+  protected:
+    /// `variant` is a static record.
+    CDvCodecBase(const DvVariant& variant, LONG colorSpace);
+
+    /// One call to the engine. E_FAIL when it is missing or raised.
+    HRESULT CallDecode(LONG flags, const void* frame, BYTE* destination, LONG stride,
+                       LONG bytesPerPixel, LONG outputCode);
+    HRESULT CallEncode(LONG flags, const SurfaceFormat& source, LONG inputCode, void* frame,
+                       LONG* length);
+
+    /// One setting of a codec, 0 when it is not stored.
+    static bool IsSettingOn(DWORD fourcc, const wchar_t* name);
+
+  private:
+    /// The flag word for a picture; 0 for one that the variant does not know.
+    virtual LONG EncodeFlags(const SurfaceFormat& source) const = 0;
+
+    /// Encodes a picture and stores the frame's length.
+    virtual HRESULT EncodePicture(LONG flags, const SurfaceFormat& source, LONG inputCode,
+                                  void* frame, LONG* length);
+
+    HRESULT DecodeSample(ByteSpan frame, const BITMAPINFOHEADER& input,
+                         const SurfaceRequest& request);
+    HRESULT DecodeToSurface(ByteSpan frame, const SurfaceFormat& surface);
+
+    const DvVariant& variant_;
+    EngineUse engine_;
+};
+
+}  // namespace nyx

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "dv/dv_codec.h"
+
+namespace nyx {
+
+/// DVCPRO HD, "QDVH".
+class CDvHdCodec : public CDvCodecBase {
+  public:
+    CDvHdCodec();
+    bool IsSupportedSize(LONG width, LONG height) override;
+    HRESULT DecodeFrame(LONG width, LONG height, LONG flags, const void* frame, BYTE* destination,
+                        LONG stride, LONG bytesPerPixel, LONG outputCode) override;
+    virtual ~CDvHdCodec() = default;
+
+  private:
+    LONG EncodeFlags(const SurfaceFormat& source) const override;
+
+    bool fifty_frames_;  ///< the "5060" setting: 720 lines are encoded for 50 frames per second
+};
+
+}  // namespace nyx

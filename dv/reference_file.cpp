@@ -1,0 +1,118 @@
+#include "dv/reference_file.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <optional>
+
+namespace nyx {
+namespace {
+
+constexpr char kMagic[] = {'R', 'E', 'F', ' '};
+constexpr std::size_t kOffsetField = 4;
+constexpr std::size_t kPathField = 16;
+constexpr std::size_t kChunkLengthField = 4;  // of the chunk that is referred to
+
+struct Reference {
+    LONGLONG lengthOffset;  ///< where in the file the frame's length stands, right before the frame
+    const char* path;       ///< ends in a NUL inside the sample
+    std::size_t pathLength;
+};
+
+std::optional<Reference> ReadReference(ByteSpan sample) {
+    const auto offset = sample.Le32At(kOffsetField);
+    const ByteSpan path = sample.Slice(kPathField);
+    const BYTE* end = std::find(path.data(), path.data() + path.size(), BYTE{0});
+    if (!offset || end == path.data() + path.size()) {
+        return std::nullopt;
+    }
+    return Reference{LONGLONG{*offset} + static_cast<LONGLONG>(kChunkLengthField),
+                     reinterpret_cast<const char*>(path.data()),
+                     static_cast<std::size_t>(end - path.data())};
+}
+
+bool IsDv25Frame(DWORD length) {
+    return length == 120000 || length == 144000;
+}
+
+/// The calling thread's error as an HRESULT, a failure even where the system left no code.
+HRESULT LastError() {
+    const HRESULT result = HRESULT_FROM_WIN32(GetLastError());
+    return FAILED(result) ? result : E_FAIL;
+}
+
+}  // namespace
+
+bool IsReferenceSample(ByteSpan sample) {
+    return sample.Holds(0, sizeof(kMagic)) &&
+           std::memcmp(sample.data(), kMagic, sizeof(kMagic)) == 0;
+}
+
+HRESULT DvReferenceFile::ReadFrame(ByteSpan sample, std::unique_ptr<BYTE[]>* buffer,
+                                   DWORD* length) {
+    const std::optional<Reference> reference = ReadReference(sample);
+    if (!reference) {
+        return E_FAIL;
+    }
+    const std::lock_guard<std::mutex> hold(lock_);
+    HRESULT result = Open(reference->path, reference->pathLength);
+    if (FAILED(result)) {
+        return result;
+    }
+    LARGE_INTEGER position;
+    position.QuadPart = reference->lengthOffset;
+    if (!SetFilePointerEx(file_, position, nullptr, FILE_BEGIN)) {
+        return LastError();
+    }
+    BYTE lengthField[4];
+    result = ReadExactly(lengthField, sizeof(lengthField));
+    if (FAILED(result)) {
+        return result;
+    }
+    const DWORD frameLength = *ByteSpan(lengthField, sizeof(lengthField)).Le32At(0);
+    if (!IsDv25Frame(frameLength)) {
+        return E_FAIL;
+    }
+    std::unique_ptr<BYTE[]> frame(new (std::nothrow) BYTE[frameLength]);
+    if (!frame) {
+        return E_OUTOFMEMORY;
+    }
+    result = ReadExactly(frame.get(), frameLength);
+    if (SUCCEEDED(result)) {
+        *buffer = std::move(frame);
+        *length = frameLength;
+    }
+    return result;
+}
+
+HRESULT DvReferenceFile::Open(const char* path, std::size_t pathLength) {
+    if (pathLength >= sizeof(path_)) {
+        return HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE);
+    }
+    if (file_ != INVALID_HANDLE_VALUE && std::strcmp(path_, path) == 0) {
+        return S_OK;
+    }
+    Close();
+    std::memcpy(path_, path, pathLength + 1);
+    file_ = CreateFileA(path_, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                        FILE_ATTRIBUTE_NORMAL, nullptr);
+    return file_ == INVALID_HANDLE_VALUE ? LastError() : S_OK;
+}
+
+/// A file that ends too early is a failed read, although the system calls it a success.
+HRESULT DvReferenceFile::ReadExactly(void* buffer, DWORD length) {
+    DWORD got = 0;
+    if (!ReadFile(file_, buffer, length, &got, nullptr)) {
+        return LastError();
+    }
+    return got == length ? S_OK : HRESULT_FROM_WIN32(ERROR_HANDLE_EOF);
+}
+
+void DvReferenceFile::Close() {
+    if (file_ != INVALID_HANDLE_VALUE) {
+        CloseHandle(file_);
+        file_ = INVALID_HANDLE_VALUE;
+    }
+}
+
+}  // namespace nyx
