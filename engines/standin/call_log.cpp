@@ -1,0 +1,101 @@
+#include "engines/standin/call_log.h"
+
+#include <cstring>
+#include <mutex>
+
+namespace standin {
+namespace {
+
+std::mutex mutex;
+Call calls[kPurposes];
+
+const char* const kPurposeNames[kPurposes] = {"probe", "decode", "encode"};
+
+struct ActionName {
+    const char* name;
+    Action action;
+};
+constexpr ActionName kActions[] = {
+    {"access", Action::kAccess},         {"divide", Action::kDivide},
+    {"throw", Action::kThrow},           {"callback", Action::kCallback},
+    {"breakpoint", Action::kBreakpoint}, {"longer", Action::kLonger},
+};
+
+constexpr DWORD kForeignException = 0xE06D7363;  // "msc" of another compiler's C++ runtime
+constexpr DWORD kForeignMagic = 0x19930520;
+
+}  // namespace
+
+Action ActionFor(Purpose purpose) {
+    char value[64];
+    const DWORD length = GetEnvironmentVariableA(kMisbehave, value, sizeof(value));
+    const std::size_t nameLength = std::strlen(kPurposeNames[purpose]);
+    if (length == 0 || length >= sizeof(value) || length <= nameLength ||
+        std::memcmp(value, kPurposeNames[purpose], nameLength) != 0 || value[nameLength] != ':') {
+        return Action::kNone;
+    }
+    for (const ActionName& known : kActions) {
+        if (std::strcmp(known.name, value + nameLength + 1) == 0) {
+            return known.action;
+        }
+    }
+    return Action::kNone;
+}
+
+void LogCall(Purpose purpose, const void* words, std::size_t wordCount, const void* inner,
+             std::size_t innerCount) {
+    const std::lock_guard<std::mutex> hold(mutex);
+    Call& call = calls[purpose];
+    const DWORD count = call.count + 1;
+    call = {};
+    call.count = count;
+    call.wordCount = static_cast<DWORD>(wordCount);
+    std::memcpy(call.words, words, wordCount * sizeof(DWORD));
+    if (inner) {
+        call.innerCount = static_cast<DWORD>(innerCount);
+        std::memcpy(call.inner, inner, innerCount * sizeof(DWORD));
+    }
+}
+
+void LogResult(Purpose purpose, LONG result) {
+    const std::lock_guard<std::mutex> hold(mutex);
+    calls[purpose].result = result;
+}
+
+void Raise(Action action) {
+    switch (action) {
+        case Action::kAccess:
+            *static_cast<volatile LONG*>(nullptr) = 1;
+            break;
+        case Action::kDivide: {
+            volatile LONG dividend = 10;
+            volatile LONG zero = 0;
+            volatile LONG quotient = dividend / zero;
+            static_cast<void>(quotient);
+            break;
+        }
+        case Action::kThrow: {
+            const ULONG_PTR arguments[] = {kForeignMagic, 0, 0};
+            RaiseException(kForeignException, EXCEPTION_NONCONTINUABLE, 3, arguments);
+            break;
+        }
+        case Action::kBreakpoint:
+            DebugBreak();
+            break;
+        case Action::kNone:
+        case Action::kCallback:
+        case Action::kLonger:
+            break;
+    }
+}
+
+}  // namespace standin
+
+extern "C" BOOL __cdecl standin_last_call(DWORD purpose, standin::Call* call) {
+    if (purpose >= standin::kPurposes || !call) {
+        return FALSE;
+    }
+    const std::lock_guard<std::mutex> hold(standin::mutex);
+    *call = standin::calls[purpose];
+    return call->count != 0;
+}

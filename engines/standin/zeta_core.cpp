@@ -1,0 +1,134 @@
+// "rkzcore.dll": opaque frames.
+
+#include <algorithm>
+#include <cstring>
+
+#include "codecs/engine_records.h"
+#include "engines/standin/call_log.h"
+#include "engines/standin/coder.h"
+#include "engines/standin/zeta_formats.h"
+
+namespace standin {
+namespace {
+
+using nyx::ZetaCoreDecodeRecord;
+using nyx::ZetaCoreEncodeRecord;
+
+constexpr char kTag[] = "ZCF1";
+constexpr int kDepth = 8;
+
+std::optional<RgbLayout> LayoutFor(DWORD code, LONG bytesPerPixel) {
+    if (bytesPerPixel == 3) {
+        return RgbLayoutFor(code, 8, 2, 3);
+    }
+    return bytesPerPixel == 4 ? RgbLayoutFor(code, 7, 2, 4) : std::nullopt;
+}
+
+CoreCallback CallbackIn(DWORD slot) {
+    return *reinterpret_cast<const CoreCallback*>(slot);
+}
+
+bool IsZero(const LONG* words, std::size_t count) {
+    return std::all_of(words, words + count, [](LONG word) { return word == 0; });
+}
+
+LONG Probe(ZetaCoreDecodeRecord* record, Action action) {
+    const auto header = ReadHeader(record->frame, kTag);
+    if (!header) {
+        return kBadFrame;
+    }
+    record->codedLength = header->codedLength + (action == Action::kLonger ? 1 : 0);
+    return kDone;
+}
+
+LONG Store(const Picture& picture, const ZetaCoreDecodeRecord& record) {
+    const Surface surface = {static_cast<BYTE*>(record.destination), record.stride};
+    if (IsAddress(record.pixelFormat)) {
+        StoreByCoreCallback(picture, surface, record.bytesPerPixel, CallbackIn(record.pixelFormat));
+        return kDone;
+    }
+    if (record.pixelFormat == kYuy2Code) {
+        StoreYuy2(picture, surface);
+        return kDone;
+    }
+    const auto layout = LayoutFor(record.pixelFormat, record.bytesPerPixel);
+    return layout && StoreRgb(picture, *layout, surface) ? kDone : kBadRecord;
+}
+
+LONG Decode(const ZetaCoreDecodeRecord& record, Action action) {
+    if (action == Action::kCallback && IsAddress(record.pixelFormat)) {
+        BYTE block[1024] = {};
+        CallbackIn(record.pixelFormat)(nullptr, record.stride, block, 16, 1);
+    }
+    const auto header = ReadHeader(record.frame, kTag);
+    if (!header || header->codedLength > record.codedLength) {
+        return kBadFrame;
+    }
+    if (record.coreConstant != nyx::kCoreConstant || !IsZero(record.reserved, 5)) {
+        return kBadRecord;
+    }
+    const auto picture = DecodeFrame(static_cast<const BYTE*>(record.frame), *header);
+    return picture ? Store(*picture, record) : kBadFrame;
+}
+
+LONG Load(const ZetaCoreEncodeRecord& record, Picture* picture) {
+    const Surface surface = {const_cast<BYTE*>(static_cast<const BYTE*>(record.source)),
+                             record.stride};
+    if (IsAddress(record.pixelFormat)) {
+        LoadByCoreCallback(surface, record.bytesPerPixel, CallbackIn(record.pixelFormat), picture);
+        return kDone;
+    }
+    if (record.pixelFormat == kYuy2Code) {
+        LoadYuy2(surface, picture);
+        return kDone;
+    }
+    const auto layout = LayoutFor(record.pixelFormat, record.bytesPerPixel);
+    return layout && LoadRgb(surface, *layout, picture) ? kDone : kBadRecord;
+}
+
+LONG Encode(const ZetaCoreEncodeRecord& record, Action action) {
+    const LONG blocks = ((record.width + 15) / 16) * ((record.height + 15) / 16);
+    if (record.command != nyx::kCommandCoreEncode || record.width < 2 || record.height < 1 ||
+        record.workSize != blocks * 4096 || record.coreConstant != nyx::kCoreConstant ||
+        record.quantScale < 0 || record.encodeConstant != nyx::kZetaEncodeConstant ||
+        record.reserved != 0) {
+        return kBadRecord;
+    }
+    Picture picture(record.width, record.height, kDepth, false);
+    const LONG loaded = Load(record, &picture);
+    if (loaded != kDone) {
+        return loaded;
+    }
+    const float step = static_cast<float>(std::max(record.quantScale, LONG{1}));
+    const std::vector<BYTE> frame = EncodeFrame(kTag, picture, step, record.outputCapacity);
+    if (frame.empty()) {
+        return kNoRoom;
+    }
+    std::memcpy(record.output, frame.data(), frame.size());
+    return action == Action::kLonger ? static_cast<LONG>(record.outputCapacity) + 1
+                                     : static_cast<LONG>(frame.size());
+}
+
+}  // namespace
+}  // namespace standin
+
+extern "C" LONG __stdcall zcf_decode(void* words) {
+    auto* record = static_cast<nyx::ZetaCoreDecodeRecord*>(words);
+    const bool probe = record->command == nyx::kCommandProbe;
+    const standin::Purpose purpose = probe ? standin::kProbe : standin::kDecode;
+    standin::LogCall(purpose, words, sizeof(*record) / 4);
+    return standin::RunEntry(purpose, [&](standin::Action action) {
+        if (probe) {
+            return standin::Probe(record, action);
+        }
+        return record->command == nyx::kCommandDecode ? standin::Decode(*record, action)
+                                                      : LONG{standin::kBadRecord};
+    });
+}
+
+extern "C" LONG __stdcall zcf_encode(void* words) {
+    const auto* record = static_cast<const nyx::ZetaCoreEncodeRecord*>(words);
+    standin::LogCall(standin::kEncode, words, sizeof(*record) / 4);
+    return standin::RunEntry(
+        standin::kEncode, [&](standin::Action action) { return standin::Encode(*record, action); });
+}
