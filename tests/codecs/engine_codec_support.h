@@ -1,0 +1,106 @@
+#pragma once
+
+/// @file
+/// Headers, pictures and frames for the tests of the codecs on engines.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+#include "codecs/codec.h"
+#include "platform/fourcc.h"
+#include "tests/codecs/standin_engines.h"
+
+namespace nyx::test {
+
+inline BITMAPINFOHEADER MakeHeader(DWORD compression, WORD bitCount, LONG width, LONG height) {
+    BITMAPINFOHEADER header = {};
+    header.biSize = sizeof(header);
+    header.biWidth = width;
+    header.biHeight = height;
+    header.biPlanes = 1;
+    header.biBitCount = bitCount;
+    header.biCompression = compression;
+    return header;
+}
+
+constexpr DWORD kYuy2FourCC = FourCC("YUY2");
+
+inline BITMAPINFOHEADER Yuy2Header(LONG width, LONG height) {
+    return MakeHeader(kYuy2FourCC, 16, width, height);
+}
+
+inline BITMAPINFOHEADER RgbHeader(WORD bitCount, LONG width, LONG height) {
+    return MakeHeader(BI_RGB, bitCount, width, height);
+}
+
+inline std::size_t PictureBytes(const BITMAPINFOHEADER& header) {
+    return static_cast<std::size_t>(header.biWidth) *
+           static_cast<std::size_t>(std::abs(header.biHeight)) * ((header.biBitCount + 7u) / 8);
+}
+
+/// A smooth picture with some detail, as bytes of any layout: neighbouring pixels are alike in
+/// every channel. The fourth byte of 32-bit pixels is alpha: a third clear, a third half, a third
+/// opaque.
+inline std::vector<BYTE> SmoothPicture(const BITMAPINFOHEADER& header) {
+    const std::size_t width = static_cast<std::size_t>(header.biWidth);
+    const std::size_t bytes = (header.biBitCount + 7u) / 8;
+    std::vector<BYTE> picture(PictureBytes(header));
+    for (std::size_t i = 0; i < picture.size(); ++i) {
+        const std::size_t channel = i % bytes;
+        const double x = static_cast<double>(i / bytes % width);
+        const double y = static_cast<double>(i / bytes / width);
+        const double wave = std::sin(x / 19 + static_cast<double>(channel)) + std::cos(y / 13);
+        picture[i] = static_cast<BYTE>(128 + 45 * wave);
+        if (bytes == 4 && channel == 3) {
+            const std::size_t third = static_cast<std::size_t>(x) * 3 / width;
+            picture[i] = static_cast<BYTE>(third == 0 ? 0 : (third == 1 ? 128 : 255));
+        }
+    }
+    return picture;
+}
+
+/// What `codec` makes of a picture; empty when it failed.
+template <typename Codec>
+std::vector<BYTE> EncodePicture(Codec& codec, const BITMAPINFOHEADER& input, bool alpha,
+                                const std::vector<BYTE>& picture, WORD streamBits) {
+    BITMAPINFOHEADER output =
+        MakeHeader(codec.GetFourCC(), streamBits, input.biWidth, std::abs(input.biHeight));
+    std::vector<BYTE> frame(codec.GetMaxCompressedSize(&input, alpha));
+    if (codec.Compress(&input, alpha, picture.data(), &output, frame.data(), 0, 0, 0) != S_OK) {
+        return {};
+    }
+    frame.resize(output.biSizeImage);
+    return frame;
+}
+
+/// The stream's header for a frame of so many bytes.
+inline BITMAPINFOHEADER FrameHeaderFor(DWORD fourcc, WORD bits, LONG width, LONG height,
+                                       std::size_t bytes) {
+    BITMAPINFOHEADER header = MakeHeader(fourcc, bits, width, height);
+    header.biSizeImage = static_cast<DWORD>(bytes);
+    return header;
+}
+
+/// `frame` behind an "INFO" chunk of `payload` bytes, at least 16.
+inline std::vector<BYTE> WithInfo(const std::vector<BYTE>& frame, DWORD payload) {
+    std::vector<BYTE> sample(8 + payload);
+    std::memcpy(sample.data(), "INFO", 4);
+    std::memcpy(sample.data() + 4, &payload, 4);
+    sample.insert(sample.end(), frame.begin(), frame.end());
+    return sample;
+}
+
+/// Root of the mean squared difference of two pictures' bytes.
+inline double RootMeanSquare(const std::vector<BYTE>& a, const std::vector<BYTE>& b) {
+    double sum = 0;
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        const double difference = double(a[i]) - double(b[i]);
+        sum += difference * difference;
+    }
+    return std::sqrt(sum / static_cast<double>(a.size()));
+}
+
+}  // namespace nyx::test
