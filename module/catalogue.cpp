@@ -9,6 +9,11 @@
 namespace nyx {
 namespace {
 
+/// What decoders register with: the graph's intelligent connect tries them before those of normal
+/// merit.
+constexpr DWORD kDecoderMerit = MERIT_PREFERRED;
+static_assert(kDecoderMerit == 0x00800000);
+
 constexpr PinTypes kAnyVideo = {{GUID{}}, 1};
 
 constexpr PinTypes Compressed(const char (&fourcc)[5]) {
@@ -22,7 +27,7 @@ constexpr ClassIdentity kTenBitDecoder = {
 
 template <class Filter, const ClassIdentity& identity>
 constexpr CatalogueRow Decoder(const char (&fourcc)[5]) {
-    return {&identity, CreateFilter<Filter, identity, kEngineForDecoding>, MERIT_NORMAL,
+    return {&identity, CreateFilter<Filter, identity, kEngineForDecoding>, kDecoderMerit,
             Compressed(fourcc), kAnyVideo};
 }
 
