@@ -40,6 +40,7 @@ HRESULT FillVideoInfo(const OfferedType& offer, CMediaType* type) {
 }  // namespace
 
 HRESULT FillOfferedType(const OfferedType& offer, BlockForm form, CMediaType* type) {
+    FreeMediaType(*type);
     type->InitMediaType();
     type->SetType(&MEDIATYPE_Video);
     type->SetSubtype(&offer.subtype);
