@@ -19,8 +19,8 @@ die() {
 start_wine() {
     WINEPREFIX=$(mktemp -d "${TMPDIR:-/tmp}/nyx-wine.XXXXXX")
     export WINEPREFIX WINEARCH=win32 WINEDEBUG=${WINEDEBUG:--all}
-    # No Mono or Gecko, no menu entries: nothing here needs them.
-    export WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-mscoree=;mshtml=;winemenubuilder.exe=}
+    # No Mono or Gecko, menu entries or sound: nothing here needs them.
+    export WINEDLLOVERRIDES='mscoree=;mshtml=;winemenubuilder.exe=;winealsa.drv=;winepulse.drv='
     use_emulation
     start_display
     trap stop_wine EXIT
