@@ -83,6 +83,19 @@ void CEnumPins::Refresh() {
     m_Position = 0;
 }
 
+/// Whether `pin` was not given before; from now on it was. False as well without memory to know it.
+bool CEnumPins::IsNew(CBasePin* pin) {
+    if (std::find(m_PinCache.begin(), m_PinCache.end(), pin) != m_PinCache.end()) {
+        return false;
+    }
+    try {
+        m_PinCache.push_back(pin);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+    return true;
+}
+
 HRESULT STDMETHODCALLTYPE CEnumPins::Next(ULONG cPins, IPin** ppPins, ULONG* pcFetched) {
     const HRESULT hr = CheckNext(cPins, ppPins, pcFetched);
     if (FAILED(hr)) {
@@ -94,8 +107,7 @@ HRESULT STDMETHODCALLTYPE CEnumPins::Next(ULONG cPins, IPin** ppPins, ULONG* pcF
     ULONG fetched = 0;
     while (fetched < cPins && m_Position < m_PinCount) {
         CBasePin* const pin = m_pFilter->GetPin(m_Position++);
-        if (pin && std::find(m_PinCache.begin(), m_PinCache.end(), pin) == m_PinCache.end()) {
-            m_PinCache.push_back(pin);
+        if (pin && IsNew(pin)) {
             pin->AddRef();
             ppPins[fetched++] = pin;
         }
@@ -128,8 +140,12 @@ HRESULT STDMETHODCALLTYPE CEnumPins::Clone(IEnumPins** ppEnum) {
     if (AreWeOutOfSync()) {
         return VFW_E_ENUM_OUT_OF_SYNC;
     }
-    *ppEnum = new (std::nothrow) CEnumPins(*this);
-    return *ppEnum ? S_OK : E_OUTOFMEMORY;
+    try {
+        *ppEnum = new CEnumPins(*this);
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
+    return S_OK;
 }
 
 CEnumMediaTypes::CEnumMediaTypes(CBasePin* pPin)

@@ -28,6 +28,7 @@ class CEnumPins final : public IEnumPins {
     CEnumPins(const CEnumPins& other);
     ~CEnumPins();
     void Refresh();
+    bool IsNew(CBasePin* pin);
     BOOL AreWeOutOfSync();
 
     CBaseFilter* const m_pFilter;

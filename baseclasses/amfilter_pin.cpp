@@ -331,7 +331,6 @@ HRESULT STDMETHODCALLTYPE CBasePin::Notify(IBaseFilter*, Quality) {
 }
 
 HRESULT STDMETHODCALLTYPE CBasePin::SetSink(IQualityControl* piqc) {
-    CAutoLock lock(m_pLock);
     m_pQSink = piqc;
     return S_OK;
 }

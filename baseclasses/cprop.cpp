@@ -166,7 +166,7 @@ INT_PTR CALLBACK CBasePropertyPage::DialogProc(HWND hwnd, UINT uMsg, WPARAM wPar
         SetWindowLongPtr(hwnd, DWLP_USER, lParam);
     }
     auto* const page = reinterpret_cast<CBasePropertyPage*>(GetWindowLongPtr(hwnd, DWLP_USER));
-    CheckPointer(page, TRUE);
+    CheckPointer(page, FALSE);
     if (uMsg == WM_INITDIALOG) {
         page->m_Dlg = hwnd;
     }

@@ -107,15 +107,23 @@ HRESULT STDMETHODCALLTYPE CTransformOutputPin::NonDelegatingQueryInterface(REFII
         return CBaseOutputPin::NonDelegatingQueryInterface(riid, ppv);
     }
     *ppv = nullptr;
-    CAutoLock lock(m_pLock);
-    if (!m_pPosition) {
-        const HRESULT hr =
-            CreatePosPassThru(GetOwner(), FALSE, m_pTransformFilter->m_pInput, &m_pPosition);
-        if (FAILED(hr)) {
-            return hr;
-        }
+    const HRESULT hr = MakePosition();
+    return SUCCEEDED(hr) ? m_pPosition->QueryInterface(riid, ppv) : hr;
+}
+
+/// Makes the pass-through on first use. Without a lock, since downstream may ask while it holds up
+/// a Receive.
+HRESULT CTransformOutputPin::MakePosition() {
+    if (m_pPosition) {
+        return S_OK;
     }
-    return m_pPosition->QueryInterface(riid, ppv);
+    IUnknown* made = nullptr;
+    const HRESULT hr = CreatePosPassThru(GetOwner(), FALSE, m_pTransformFilter->m_pInput, &made);
+    if (SUCCEEDED(hr) && InterlockedCompareExchangePointer(
+                             reinterpret_cast<void* volatile*>(&m_pPosition), made, nullptr)) {
+        made->Release();
+    }
+    return hr;
 }
 
 HRESULT STDMETHODCALLTYPE CTransformOutputPin::QueryId(LPWSTR* Id) {

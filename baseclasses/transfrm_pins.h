@@ -66,6 +66,7 @@ class CTransformOutputPin : public CBaseOutputPin {
     friend class CVideoTransformFilter;
 
   private:
+    HRESULT MakePosition();
     void BreakWithInput();
 };
 

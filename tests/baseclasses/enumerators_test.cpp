@@ -1,0 +1,87 @@
+#include "tests/baseclasses/passthrough.h"
+
+namespace nyx::test {
+namespace {
+
+class PinEnumerator : public PassthroughTest {
+  protected:
+    PinEnumerator() { EXPECT_EQ(filter->EnumPins(pins.Put()), S_OK); }
+    IPin* Next() {
+        ComPtr<IPin> pin;
+        return pins->Next(1, pin.Put(), nullptr) == S_OK ? pin.get() : nullptr;
+    }
+    ComPtr<IEnumPins> pins;
+};
+
+TEST_F(PinEnumerator, NextRefreshesWhenThePinsChangedAndRepeatsNoPin) {
+    EXPECT_EQ(Next(), input.get());
+    filter->IncrementPinVersion();
+    EXPECT_EQ(pins->Skip(1), VFW_E_ENUM_OUT_OF_SYNC);
+    auto* clone = reinterpret_cast<IEnumPins*>(1);
+    EXPECT_EQ(pins->Clone(&clone), VFW_E_ENUM_OUT_OF_SYNC);
+    EXPECT_EQ(clone, nullptr);
+    EXPECT_EQ(Next(), output.get());
+    EXPECT_EQ(Next(), nullptr);
+    pins.Reset();
+}
+
+TEST_F(PinEnumerator, AskingForMoreGivesWhatIsLeft) {
+    IPin* both[3] = {};
+    ULONG fetched = 9;
+    EXPECT_EQ(pins->Next(3, both, &fetched), S_FALSE);
+    EXPECT_EQ(fetched, 2u);
+    both[0]->Release();
+    both[1]->Release();
+    EXPECT_EQ(pins->Next(1, both, &fetched), S_FALSE);
+    EXPECT_EQ(fetched, 0u);
+    EXPECT_EQ(pins->Next(2, both, nullptr), E_INVALIDARG);
+    EXPECT_EQ(pins->Next(1, nullptr, &fetched), E_POINTER);
+    EXPECT_EQ(pins->Reset(), S_OK);
+    EXPECT_EQ(pins->Skip(3), S_FALSE);
+    EXPECT_EQ(pins->Skip(1), S_OK);
+    ComPtr<IEnumPins> clone;
+    EXPECT_EQ(pins->Clone(clone.Put()), S_OK);
+    ComPtr<IPin> second;
+    EXPECT_EQ(clone->Next(1, second.Put(), nullptr), S_OK);
+    EXPECT_EQ(second.get(), output.get());
+    pins.Reset();
+}
+
+class TypeEnumeratorTest : public PassthroughTest {
+  protected:
+    TypeEnumeratorTest() {
+        ConnectInput();
+        EXPECT_EQ(output->EnumMediaTypes(types.Put()), S_OK);
+    }
+    ComPtr<IEnumMediaTypes> types;
+};
+
+TEST_F(TypeEnumeratorTest, EverythingButResetIsOutOfSyncAfterAChange) {
+    filter->Output()->IncrementTypeVersion();
+    AM_MEDIA_TYPE* type = nullptr;
+    ULONG fetched = 9;
+    EXPECT_EQ(types->Next(1, &type, &fetched), VFW_E_ENUM_OUT_OF_SYNC);
+    EXPECT_EQ(fetched, 0u);
+    EXPECT_EQ(types->Skip(1), VFW_E_ENUM_OUT_OF_SYNC);
+    ComPtr<IEnumMediaTypes> clone;
+    EXPECT_EQ(types->Clone(clone.Put()), VFW_E_ENUM_OUT_OF_SYNC);
+    EXPECT_EQ(types->Reset(), S_OK);
+    EXPECT_EQ(types->Next(1, &type, nullptr), S_OK);
+    DeleteMediaType(type);
+    types.Reset();
+}
+
+TEST_F(TypeEnumeratorTest, SkippingStaysWithinTheListHoweverFarItIsTold) {
+    EXPECT_EQ(types->Skip(2), S_OK);
+    AM_MEDIA_TYPE* type = nullptr;
+    ASSERT_EQ(types->Next(1, &type, nullptr), S_OK);
+    EXPECT_EQ(NumberOf(*type), 3u);
+    DeleteMediaType(type);
+    EXPECT_EQ(types->Skip(0xFFFFFFFFu), S_FALSE);
+    EXPECT_EQ(types->Skip(0xFFFFFFFFu), S_FALSE);
+    EXPECT_EQ(types->Next(1, &type, nullptr), S_FALSE);
+    types.Reset();
+}
+
+}  // namespace
+}  // namespace nyx::test
