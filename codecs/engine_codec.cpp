@@ -13,12 +13,15 @@ constexpr WORD kAlphaStreamBits = 32;
 
 HRESULT CEngineCodec::CompressQuery(const BITMAPINFOHEADER* input, bool alphaInput,
                                     const BITMAPINFOHEADER* output) {
-    return CheckEncodeFormats(formats_, input, alphaInput, output);
+    return Encodes() ? CheckEncodeFormats(formats_, input, alphaInput, output) : E_NOTIMPL;
 }
 
 HRESULT CEngineCodec::Compress(const BITMAPINFOHEADER* input, bool alphaInput,
                                const void* inputData, BITMAPINFOHEADER* output, void* outputData,
                                DWORD, DWORD stride, DWORD alphaMode) {
+    if (!Encodes()) {
+        return E_NOTIMPL;
+    }
     if (!input || !inputData || !output || !outputData) {
         return E_POINTER;
     }

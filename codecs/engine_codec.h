@@ -34,6 +34,8 @@ struct EncodeJob {
 class CEngineCodec : public CCodecBase {
   public:
     DWORD GetFourCC() override { return formats_.fourcc; }
+
+    /// `E_NOTIMPL` from a codec without encode pairs, as is Compress.
     HRESULT CompressQuery(const BITMAPINFOHEADER* input, bool alphaInput,
                           const BITMAPINFOHEADER* output) override;
 
@@ -69,14 +71,16 @@ class CEngineCodec : public CCodecBase {
 
     virtual HRESULT DecodeFrame(const DecodeJob& job) = 0;
 
-    /// Stores the coded length as the engine returned it.
-    virtual HRESULT EncodeFrame(const EncodeJob& job, LONG* codedLength) = 0;
+    /// Stores the coded length as the engine returned it. Asked only of codecs that encode.
+    virtual HRESULT EncodeFrame(const EncodeJob&, LONG*) { return E_NOTIMPL; }
 
     /// The most bytes that EncodeFrame may report.
-    virtual DWORD OutputCapacity(const EncodeJob& job) = 0;
+    virtual DWORD OutputCapacity(const EncodeJob&) { return 0; }
 
     /// What Compress answers to a format without an index.
     virtual HRESULT UnknownFormatResult() const { return E_FAIL; }
+
+    bool Encodes() const { return formats_.encode.count != 0; }
 
     const CodecFormats& formats_;
 };

@@ -4,10 +4,12 @@
 #include <atomic>
 #include <cstddef>
 #include <optional>
+#include <utility>
 
 #include "codecs/engine_guard.h"
 #include "codecs/pixel_format_index.h"
 #include "codecs/row_callbacks.h"
+#include "codecs/working_rows.h"
 
 namespace nyx {
 namespace {
@@ -17,6 +19,7 @@ constexpr std::size_t kNumberedIndices = kIndexV210;
 // index                                        0  1  2  3  4  5  6  7  8  9 10 11 12
 constexpr BYTE kZetaCoreCodes[kNumberedIndices] = {0, 8, 6, 4, 2, 7, 5, 3, 1, 7, 5, 3, 1};
 constexpr BYTE kZetaAlphaCodes[kNumberedIndices] = {0, 8, 6, 4, 2, 4, 3, 2, 1, 4, 3, 2, 1};
+constexpr BYTE kZeta2Codes[kNumberedIndices] = {1, 9, 7, 5, 3, 8, 6, 4, 2, 8, 6, 4, 2};
 constexpr BYTE kLosslessKinds[kNumberedIndices] = {0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3};
 
 /// The layout whose callbacks serve an index above 12; none for "v210" and "b64a".
@@ -89,6 +92,35 @@ PixelFormatCode AddressOf(SlotEntry* slot) {
     return reinterpret_cast<PixelFormatCode>(slot);
 }
 
+constexpr std::size_t kCallbackIndices = kPixelFormatCount - kNumberedIndices;
+
+/// The addresses of a direction's Zeta2 callbacks, from index 13 on.
+using CallbackTable = std::array<void*, kCallbackIndices>;
+
+template <AlphaUse kAlpha, std::size_t... kOffsets>
+CallbackTable Zeta2Writers(std::index_sequence<kOffsets...>) {
+    return {Callback<&WriteWorkingRows<kIndexV210 + static_cast<int>(kOffsets), kAlpha>>()...};
+}
+
+template <AlphaUse kAlpha, std::size_t... kOffsets>
+CallbackTable Zeta2Readers(std::index_sequence<kOffsets...>) {
+    return {Callback<&ReadWorkingRows<kIndexV210 + static_cast<int>(kOffsets), kAlpha>>()...};
+}
+
+/// The indices whose layout keeps alpha, so that the alpha mode matters.
+bool KeepsAlpha(int index) {
+    switch (index) {
+        case kIndexV408 + 1:
+        case kIndexR408 + 1:
+        case kIndexB64a + 2:
+        case kIndexB64a + 3:
+        case kIndexR4fl + 1:
+            return true;
+        default:
+            return false;
+    }
+}
+
 bool IsNumbered(int index) {
     return index >= 0 && index < static_cast<int>(kNumberedIndices);
 }
@@ -119,6 +151,28 @@ PixelFormatCode ZetaAlphaCode(int index, Direction direction, DWORD alphaMode) {
     const int mode = AlphaModeIndex(*layout, alphaMode);
     return AddressOf(direction == Direction::kDecode ? filled.alphaDecode[mode]
                                                      : filled.alphaEncode[mode]);
+}
+
+PixelFormatCode Zeta2Code(int index, Direction direction, DWORD alphaMode) {
+    if (IsNumbered(index)) {
+        return kZeta2Codes[index];
+    }
+    if (index < 0 || index >= kPixelFormatCount) {
+        return 0;
+    }
+    constexpr std::make_index_sequence<kCallbackIndices> kAll;
+    const bool decode = direction == Direction::kDecode;
+    const bool premultiplied = KeepsAlpha(index) && alphaMode == kPremultipliedMode;
+    CallbackTable table;
+    if (premultiplied) {
+        table = decode ? Zeta2Writers<AlphaUse::kPremultiplied>(kAll)
+                       : Zeta2Readers<AlphaUse::kPremultiplied>(kAll);
+    } else {
+        table = decode ? Zeta2Writers<AlphaUse::kStraight>(kAll)
+                       : Zeta2Readers<AlphaUse::kStraight>(kAll);
+    }
+    const auto offset = static_cast<std::size_t>(index) - kNumberedIndices;
+    return reinterpret_cast<PixelFormatCode>(table[offset]);
 }
 
 LONG NativeLosslessKind(int index) {

@@ -23,6 +23,10 @@ PixelFormatCode ZetaCoreCode(int index, Direction direction);
 /// which is the one that depends on the alpha mode. An encode slot holds one reader.
 PixelFormatCode ZetaAlphaCode(int index, Direction direction, DWORD alphaMode);
 
+/// Zeta2 engine. Above 12 the word is a callback's own address: a routine for each index and
+/// direction, and a second one for premultiplied alpha where a layout keeps alpha.
+PixelFormatCode Zeta2Code(int index, Direction direction, DWORD alphaMode);
+
 /// What the lossless engine calls a pixel-format index, -1 for those above 12, which it lacks.
 LONG NativeLosslessKind(int index);
 

@@ -13,29 +13,30 @@ LONG Clamp(LONG value, SettingRange range) {
 
 }  // namespace
 
-EncoderParameters ApplyPresetRules(EncoderParameters stored) {
+EncoderParameters ApplyPresetRules(EncoderParameters stored, const QualityRules& rules) {
     if (stored.preset == kCustomPreset) {
-        stored.quant_scale = Clamp(stored.quant_scale, kQuantScaleRange);
-        stored.max_stream_size = Clamp(stored.max_stream_size, kMaxStreamSizeRange);
+        stored.quant_scale = Clamp(stored.quant_scale, rules.quantScale);
+        stored.max_stream_size = Clamp(stored.max_stream_size, rules.maxStreamSize);
         return stored;
     }
     if (stored.preset < 0 || stored.preset > kCustomPreset) {
         stored.preset = kDefaultPreset;
     }
-    const QualityPreset& preset = kQualityPresets[stored.preset];
+    const QualityPreset& preset = rules.presets[stored.preset];
     stored.quant_scale = preset.quant_scale;
     stored.max_stream_size = preset.max_stream_size;
     return stored;
 }
 
-EncoderParameters ReadEncoderParameters(DWORD fourcc) {
-    const QualityPreset& usual = kQualityPresets[kDefaultPreset];
-    return ApplyPresetRules({
+EncoderParameters ReadEncoderParameters(DWORD fourcc, const QualityRules& rules) {
+    const QualityPreset& usual = rules.presets[kDefaultPreset];
+    const EncoderParameters stored = {
         ReadCodecSetting(fourcc, L"color_space", 0),
         ReadCodecSetting(fourcc, L"quant_scale", usual.quant_scale),
         ReadCodecSetting(fourcc, L"max_stream_size", usual.max_stream_size),
         ReadCodecSetting(fourcc, L"preset", kDefaultPreset),
-    });
+    };
+    return ApplyPresetRules(stored, rules);
 }
 
 }  // namespace nyx

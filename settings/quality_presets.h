@@ -34,11 +34,24 @@ struct SettingRange {
 constexpr SettingRange kQuantScaleRange = {4, 19};
 constexpr SettingRange kMaxStreamSizeRange = {4, 100};
 
+/// One codec's qualities.
+struct QualityRules {
+    const QualityPreset (&presets)[kCustomPreset];
+    SettingRange quantScale;
+    SettingRange maxStreamSize;
+};
+
+/// The Zeta codec's, and those of Zeta2, whose quantiser starts at 0.
+constexpr QualityRules kZetaQuality = {kQualityPresets, kQuantScaleRange, kMaxStreamSizeRange};
+constexpr QualityPreset kZeta2Presets[] = {{0, 50}, {4, 40}, {5, 30}, {18, 4}};
+constexpr QualityRules kZeta2Quality = {kZeta2Presets, {0, 18}, kMaxStreamSizeRange};
+
 /// Applies the preset rules: 0 to 3 replace quantiser and size by the preset's pair, custom values
 /// are clamped to their ranges, any other preset acts as the default preset.
-EncoderParameters ApplyPresetRules(EncoderParameters stored);
+EncoderParameters ApplyPresetRules(EncoderParameters stored,
+                                   const QualityRules& rules = kZetaQuality);
 
 /// Reads the four values of the codec with the given FourCC and applies the preset rules.
-EncoderParameters ReadEncoderParameters(DWORD fourcc);
+EncoderParameters ReadEncoderParameters(DWORD fourcc, const QualityRules& rules = kZetaQuality);
 
 }  // namespace nyx

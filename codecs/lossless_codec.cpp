@@ -1,0 +1,182 @@
+#include "codecs/lossless_codec.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "codecs/engine_guard.h"
+#include "codecs/engine_records.h"
+#include "codecs/header_checks.h"
+#include "codecs/matte.h"
+#include "codecs/scratch_image.h"
+#include "settings/codec_settings.h"
+
+namespace nyx {
+namespace {
+
+constexpr DWORD kFourCC = FourCC("QLLC");
+constexpr DWORD kYuy2 = FourCC("YUY2");
+constexpr DWORD kSizeMargin = 2064;
+constexpr std::size_t kEngine = 0;
+constexpr std::size_t kKindAt = 1;
+constexpr LONG kKindBytes[] = {2, 3, 4, 4};  // per pixel, by LosslessKind
+
+/// The engine may read so many bytes past a frame's end.
+constexpr std::size_t kOverRead = 64;
+
+bool IsLosslessSize(std::int64_t width, std::int64_t height) {
+    return width >= 2 && width <= 10000 && width % 2 == 0 && height >= 1 && height <= 10000;
+}
+
+constexpr CodecFormats kFormats = {kFourCC, &IsLosslessSize, kAlphaDecodePairs, kAlphaEncodePairs};
+
+/// A frame with readable memory behind it: where it lies, or in a copy.
+class PaddedFrame {
+  public:
+    explicit PaddedFrame(ByteSpan frame) : data_(frame.data()) {
+        if (IsReadable(frame.data() + frame.size() + kOverRead - 1)) {
+            return;
+        }
+        copy_.reset(new (std::nothrow) BYTE[frame.size() + kOverRead]);
+        data_ = copy_.get();
+        if (copy_) {
+            std::memcpy(copy_.get(), frame.data(), frame.size());
+            std::memset(copy_.get() + frame.size(), 0, kOverRead);
+        }
+    }
+
+    /// Null when there was not the memory for a copy.
+    const BYTE* data() const { return data_; }
+
+  private:
+    static bool IsReadable(const void* address) {
+        constexpr DWORD kReadable =
+            PAGE_READONLY | PAGE_READWRITE | PAGE_EXECUTE_READ | PAGE_EXECUTE_READWRITE;
+        MEMORY_BASIC_INFORMATION page = {};
+        return VirtualQuery(address, &page, sizeof(page)) != 0 && (page.Protect & kReadable) != 0;
+    }
+
+    const BYTE* data_;
+    std::unique_ptr<BYTE[]> copy_;
+};
+
+/// Copies the colours of each pixel; a fourth byte becomes opaque.
+void CopyRgb(const SurfaceFormat& from, const SurfaceFormat& to) {
+    for (LONG y = 0; y < to.height; ++y) {
+        const BYTE* source = from.data + std::ptrdiff_t{y} * from.stride;
+        BYTE* destination = to.data + std::ptrdiff_t{y} * to.stride;
+        for (LONG x = 0; x < to.width; ++x) {
+            std::memcpy(destination, source, 3);
+            if (to.bytesPerPixel == 4) {
+                destination[3] = 0xFF;
+            }
+            source += from.bytesPerPixel;
+            destination += to.bytesPerPixel;
+        }
+    }
+}
+
+DWORD RgbFourCC(const SurfaceFormat& surface) {
+    return surface.bytesPerPixel == 3 ? FourCC("BGR3") : FourCC("BGRA");
+}
+
+/// Converts a stored picture into a destination of another kind.
+HRESULT Convert(const ScratchImage& stored, LONG kind, const SurfaceFormat& destination,
+                LONG colorSpace) {
+    const ConversionFlags flags =
+        ConversionFlagsFor(destination.width, destination.height, colorSpace);
+    const bool toYuy2 = destination.index == kIndexYuy2;
+    const ImagePlane to = {destination.data, destination.stride,
+                           destination.stride - destination.width * destination.bytesPerPixel};
+    const ImagePlane from = stored.Plane();
+    if (kind == kLosslessYuy2) {
+        return ConvertFromYuv(&from, nullptr, kYuy2, flags.yuv, 0, &to, RgbFourCC(destination),
+                              flags.rgb, 0, destination.width, destination.height);
+    }
+    const bool highDefinition = IsHighDefinition(destination.width, destination.height);
+    const int index = kIndexArgb32 + (highDefinition ? 0 : 2) + (colorSpace != 0 ? 1 : 0);
+    const SurfaceFormat source = stored.Surface(index);
+    if (kind == kLosslessArgb32) {
+        CleanMatte(source);
+    }
+    if (toYuy2) {
+        return ConvertToYuv(&from, RgbFourCC(source), flags.rgb, nullptr, &to, nullptr, kYuy2,
+                            flags.yuv, 0, destination.width, destination.height);
+    }
+    CopyRgb(source, destination);
+    return S_OK;
+}
+
+}  // namespace
+
+CLosslessCodec::CLosslessCodec()
+    : CEngineCodec(kFormats, ReadCodecSetting(kFourCC, L"color_space", 0)),
+      engines_(LosslessEngines()) {}
+
+bool CLosslessCodec::IsEngineAvailable(LONG) {
+    return LosslessEngines().IsComplete();
+}
+
+DWORD CLosslessCodec::GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool) {
+    if (!input) {
+        return 0;
+    }
+    return static_cast<DWORD>(AbsoluteHeight(*input)) * ((input->biBitCount + 7u) / 8) *
+               static_cast<DWORD>(input->biWidth) +
+           kSizeMargin;
+}
+
+std::optional<bool> CLosslessCodec::Probe(ByteSpan frame, const BITMAPINFOHEADER& input) {
+    const std::optional<BYTE> kind = frame.ByteAt(kKindAt);
+    if (!kind || *kind > kLosslessArgb32) {
+        return std::nullopt;
+    }
+    return input.biBitCount == 32;
+}
+
+HRESULT CLosslessCodec::DecodeStored(ByteSpan frame, LONG kind, const SurfaceFormat& destination) {
+    const PaddedFrame padded(frame);
+    if (!padded.data()) {
+        return E_OUTOFMEMORY;
+    }
+    LONG ignored;
+    return CallEngine(&ignored, engines_[kEngine].Decode<LosslessDecodeEntry>(), kind,
+                      static_cast<const void*>(padded.data()), static_cast<void*>(destination.data),
+                      destination.stride, destination.width, destination.height);
+}
+
+HRESULT CLosslessCodec::DecodeFrame(const DecodeJob& job) {
+    const LONG kind = *job.frame.ByteAt(kKindAt);
+    const LONG native = NativeLosslessKind(job.surface.index);
+    if (native < 0) {
+        return E_FAIL;
+    }
+    if (kind == native) {
+        return DecodeStored(job.frame, kind, job.surface);
+    }
+    const ScratchImage stored(job.surface.width, job.surface.height, kKindBytes[kind]);
+    if (!stored) {
+        return E_OUTOFMEMORY;
+    }
+    const HRESULT result = DecodeStored(job.frame, kind, stored.Surface(job.surface.index));
+    if (FAILED(result)) {
+        return result;
+    }
+    return SUCCEEDED(Convert(stored, kind, job.surface, GetColorSpace())) ? result : E_FAIL;
+}
+
+DWORD CLosslessCodec::OutputCapacity(const EncodeJob& job) {
+    return GetMaxCompressedSize(job.input, job.alpha);
+}
+
+HRESULT CLosslessCodec::EncodeFrame(const EncodeJob& job, LONG* codedLength) {
+    const SurfaceFormat& surface = job.surface;
+    const LONG kind = NativeLosslessKind(surface.index);
+    if (kind < 0) {
+        return E_FAIL;
+    }
+    return CallEngine(codedLength, engines_[kEngine].Encode<LosslessEncodeEntry>(), kind,
+                      job.output, static_cast<const void*>(surface.data), surface.stride,
+                      surface.width, surface.height);
+}
+
+}  // namespace nyx

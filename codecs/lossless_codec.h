@@ -1,0 +1,34 @@
+#pragma once
+
+#include "codecs/engine_codec.h"
+#include "codecs/engine_library.h"
+
+namespace nyx {
+
+/// The lossless intra codec "QLLC". A frame stores one of four kinds of pixels and says which in
+/// its second byte; where the caller asks for another, the frame is decoded beside and converted.
+class CLosslessCodec : public CEngineCodec {
+  public:
+    CLosslessCodec();
+    virtual ~CLosslessCodec() = default;
+
+    /// True when both entries of the engine are bound, in either mode.
+    static bool IsEngineAvailable(LONG mode);
+
+    bool SupportsAlpha() override { return true; }
+
+    /// The uncompressed size and a margin: this engine is given no budget.
+    DWORD GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool alpha) override;
+
+  private:
+    std::optional<bool> Probe(ByteSpan frame, const BITMAPINFOHEADER& input) override;
+    HRESULT DecodeFrame(const DecodeJob& job) override;
+    HRESULT EncodeFrame(const EncodeJob& job, LONG* codedLength) override;
+    DWORD OutputCapacity(const EncodeJob& job) override;
+
+    HRESULT DecodeStored(ByteSpan frame, LONG kind, const SurfaceFormat& destination);
+
+    EngineUse engines_;
+};
+
+}  // namespace nyx

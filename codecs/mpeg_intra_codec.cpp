@@ -1,0 +1,143 @@
+#include "codecs/mpeg_intra_codec.h"
+
+#include "codecs/engine_guard.h"
+#include "codecs/engine_records.h"
+#include "codecs/scratch_image.h"
+#include "settings/codec_settings.h"
+
+namespace nyx {
+namespace {
+
+constexpr DWORD kFourCC = FourCC("QMIC");
+constexpr std::size_t kEngine = 0;
+constexpr std::size_t kShortestFrame = 4;  // a start code
+
+bool IsMpegIntraSize(std::int64_t width, std::int64_t height) {
+    return width >= 2 && width % 2 == 0 && height >= 1;
+}
+
+constexpr CodecFormats kFormats = {kFourCC, &IsMpegIntraSize, kOpaqueDecodePairs, {}};
+
+/// Pictures that are coded with lines above them.
+struct CropRow {
+    LONG width;
+    LONG height;
+    LONG codedHeight;
+    LONG linesDropped;
+};
+
+constexpr CropRow kCrops[] = {
+    {1920, 1080, 1088, 8},
+    {720, 576, 608, 32},
+    {720, 480, 512, 32},
+    {720, 486, 512, 26},
+};
+
+LONG LinesDropped(LONG width, LONG height, LONG codedHeight) {
+    for (const CropRow& row : kCrops) {
+        if (row.width == width && row.height == height && row.codedHeight == codedHeight) {
+            return row.linesDropped;
+        }
+    }
+    return 0;
+}
+
+/// 8-bit 4:2:2 black.
+void FillBlack(const SurfaceFormat& surface) {
+    for (LONG y = 0; y < surface.height; ++y) {
+        BYTE* row = surface.data + std::ptrdiff_t{y} * surface.stride;
+        for (LONG at = 0; at < surface.width * 2; at += 2) {
+            row[at] = 0x10;
+            row[at + 1] = 0x80;
+        }
+    }
+}
+
+/// The conversion writes three bytes per pixel for 32-bit outputs too; the row gap is reckoned from
+/// what is written, so that every row starts at its place and none leaves the buffer.
+HRESULT ConvertToRgb(const ScratchImage& picture, const SurfaceFormat& destination,
+                     LONG colorSpace) {
+    constexpr LONG kWrittenPerPixel = 3;
+    const ConversionFlags flags =
+        ConversionFlagsFor(destination.width, destination.height, colorSpace);
+    const ImagePlane from = picture.Plane();
+    const ImagePlane to = {destination.data, destination.stride,
+                           destination.stride - destination.width * kWrittenPerPixel};
+    return ConvertFromYuv(&from, nullptr, FourCC("YUY2"), flags.yuv, 0, &to, FourCC("BGR3"),
+                          flags.rgb, 0, destination.width, destination.height);
+}
+
+}  // namespace
+
+CMpegIntraCodec::CMpegIntraCodec()
+    : CEngineCodec(kFormats, ReadCodecSetting(kFourCC, L"color_space", 0)),
+      engines_(MpegIntraEngines()) {}
+
+bool CMpegIntraCodec::IsEngineAvailable(LONG mode) {
+    return mode == kEngineForDecoding && MpegIntraEngines().IsComplete();
+}
+
+DWORD CMpegIntraCodec::GetMaxCompressedSize(const BITMAPINFOHEADER*, bool) {
+    return 0;
+}
+
+std::optional<bool> CMpegIntraCodec::Probe(ByteSpan frame, const BITMAPINFOHEADER&) {
+    return frame.size() < kShortestFrame ? std::nullopt : std::optional<bool>(false);
+}
+
+HRESULT CMpegIntraCodec::ReadCodedHeight(ByteSpan frame, LONG* codedHeight) {
+    MpegIntraState state = {};
+    MpegIntraHeaderRecord record = {};
+    record.state = &state;
+    record.frame = frame.data();
+    record.frameLength = static_cast<DWORD>(frame.size());
+    LONG ignored;
+    const HRESULT result = CallEngine(&ignored, engines_[kEngine].Decode<MpegIntraEntry>(),
+                                      static_cast<void*>(&record));
+    *codedHeight = state.codedHeight;
+    return result;
+}
+
+HRESULT CMpegIntraCodec::DecodePicture(ByteSpan frame, LONG linesDropped,
+                                       const SurfaceFormat& destination) {
+    MpegIntraState state = {};
+    MpegIntraCrop crop = {};
+    crop.linesDroppedAtTop = linesDropped;
+    MpegIntraPictureRecord record = {};
+    record.state = &state;
+    record.frame = frame.data();
+    record.frameLength = static_cast<DWORD>(frame.size());
+    record.destination = destination.data;
+    record.stride = destination.stride;
+    record.bytesPerPixel = destination.bytesPerPixel;
+    record.width = destination.width;
+    record.height = destination.height;
+    record.crop = linesDropped > 0 ? &crop : nullptr;
+    LONG ignored;
+    const HRESULT result = CallEngine(&ignored, engines_[kEngine].Decode<MpegIntraEntry>(),
+                                      static_cast<void*>(&record));
+    if (FAILED(result)) {
+        FillBlack(destination);
+    }
+    return result;
+}
+
+HRESULT CMpegIntraCodec::DecodeFrame(const DecodeJob& job) {
+    const SurfaceFormat& surface = job.surface;
+    LONG codedHeight;
+    if (surface.index >= kIndexV210 || FAILED(ReadCodedHeight(job.frame, &codedHeight))) {
+        return E_FAIL;
+    }
+    const LONG linesDropped = LinesDropped(surface.width, surface.height, codedHeight);
+    if (surface.index == kIndexYuy2) {
+        return DecodePicture(job.frame, linesDropped, surface);
+    }
+    const ScratchImage picture(surface.width, surface.height, 2);
+    if (!picture) {
+        return E_OUTOFMEMORY;
+    }
+    const HRESULT result = DecodePicture(job.frame, linesDropped, picture.Surface(kIndexYuy2));
+    return SUCCEEDED(ConvertToRgb(picture, surface, GetColorSpace())) ? result : E_FAIL;
+}
+
+}  // namespace nyx

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "codecs/engine_codec.h"
+#include "codecs/engine_library.h"
+
+namespace nyx {
+
+/// Intra-only MPEG-2 video, 4:2:2 and 8 bits, "QMIC". Decodes only. Lines that production formats
+/// code above the picture are dropped.
+class CMpegIntraCodec : public CEngineCodec {
+  public:
+    CMpegIntraCodec();
+    virtual ~CMpegIntraCodec() = default;
+
+    /// True for decoding with the engine's entry bound.
+    static bool IsEngineAvailable(LONG mode);
+
+    /// 0: this codec does not encode.
+    DWORD GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool alpha) override;
+
+  private:
+    std::optional<bool> Probe(ByteSpan frame, const BITMAPINFOHEADER& input) override;
+
+    /// A picture whose decoding raised becomes black, and the call fails.
+    HRESULT DecodeFrame(const DecodeJob& job) override;
+
+    HRESULT ReadCodedHeight(ByteSpan frame, LONG* codedHeight);
+    HRESULT DecodePicture(ByteSpan frame, LONG linesDropped, const SurfaceFormat& destination);
+
+    EngineUse engines_;
+};
+
+}  // namespace nyx
