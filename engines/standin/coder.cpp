@@ -224,10 +224,10 @@ std::optional<std::vector<BYTE>> Inflate(const BYTE* bytes, std::size_t count, s
     return out;
 }
 
-std::optional<FrameHeader> ReadHeader(const void* frame, const char* tag) {
+std::optional<FrameHeader> ReadHeader(const void* frame, std::string_view tag) {
     FrameHeader header;
     std::memcpy(&header, frame, sizeof(header));
-    const bool sound = std::memcmp(header.tag, tag, std::strlen(tag)) == 0 && header.width > 0 &&
+    const bool sound = std::memcmp(header.tag, tag.data(), tag.size()) == 0 && header.width > 0 &&
                        header.height > 0 && header.width % 2 == 0 &&
                        header.height <= kMostPixels / header.width &&
                        (header.depth == 8 || header.depth == 10) && header.step > 0 &&
@@ -237,7 +237,7 @@ std::optional<FrameHeader> ReadHeader(const void* frame, const char* tag) {
     return sound ? std::optional<FrameHeader>(header) : std::nullopt;
 }
 
-std::vector<BYTE> EncodeFrame(const char* tag, const Picture& picture, float step,
+std::vector<BYTE> EncodeFrame(std::string_view tag, const Picture& picture, float step,
                               std::size_t capacity) {
     std::vector<float> coefficients;
     for (const Plane* plane : {&picture.y, &picture.cb, &picture.cr}) {
@@ -247,7 +247,7 @@ std::vector<BYTE> EncodeFrame(const char* tag, const Picture& picture, float ste
         picture.hasAlpha() ? DeflateAlpha(picture.alpha) : std::vector<BYTE>();
 
     FrameHeader header = {};
-    std::memcpy(header.tag, tag, std::min<std::size_t>(std::strlen(tag), sizeof(header.tag)));
+    std::memcpy(header.tag, tag.data(), std::min(tag.size(), sizeof(header.tag)));
     header.width = picture.width;
     header.height = picture.height;
     header.depth = picture.depth;

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 #include "engines/standin/picture.h"
@@ -30,11 +31,11 @@ static_assert(sizeof(FrameHeader) == 32);
 
 /// The header at `frame`, when its tag starts with `tag` and its numbers belong together. Reads the
 /// header's 32 bytes blindly: an engine's probe is told no length.
-std::optional<FrameHeader> ReadHeader(const void* frame, const char* tag);
+std::optional<FrameHeader> ReadHeader(const void* frame, std::string_view tag);
 
 /// Codes a picture in at most `capacity` bytes, with `step` or the smallest coarser one that fits.
 /// Empty when nothing fits. May throw std::bad_alloc.
-std::vector<BYTE> EncodeFrame(const char* tag, const Picture& picture, float step,
+std::vector<BYTE> EncodeFrame(std::string_view tag, const Picture& picture, float step,
                               std::size_t capacity);
 
 /// Decodes a whole frame, empty when it is damaged. May throw std::bad_alloc.

@@ -14,6 +14,7 @@ constexpr int kCrAt = 16;
 constexpr int kCbAt = 24;
 constexpr int kAlphaBlockAt = 512;
 constexpr int kBlockBytes = 1024;
+constexpr int kCallbackRows = 8;
 
 BYTE* RowOf(const Surface& surface, int y) {
     return surface.data + std::ptrdiff_t{y} * surface.stride;
@@ -282,6 +283,33 @@ void LoadByAlphaCallback(const Surface& surface, LONG bytesPerPixel, AlphaCallba
                place.rows);
         TakeBlock(block, place, picture);
     });
+}
+
+void StoreByWorkingRows(const Picture& picture, const Surface& surface,
+                        WorkingRowsCallback writer) {
+    std::vector<std::uint16_t> rows = Pack<std::uint16_t>(picture);
+    std::vector<std::uint16_t> alpha = picture.alpha.samples;
+    for (int y = 0; y < picture.height; y += kCallbackRows) {
+        const auto at = static_cast<std::size_t>(y) * static_cast<std::size_t>(picture.width);
+        BYTE* const alphaRows =
+            picture.hasAlpha() ? reinterpret_cast<BYTE*>(alpha.data() + at) : nullptr;
+        writer(RowOf(surface, y), surface.stride, reinterpret_cast<BYTE*>(rows.data() + 2 * at),
+               picture.width * 4, alphaRows, picture.width * 2, picture.width,
+               std::min(kCallbackRows, picture.height - y));
+    }
+}
+
+void LoadByWorkingRows(const Surface& surface, WorkingRowsCallback reader, Picture* picture) {
+    std::vector<std::uint16_t> rows(picture->y.samples.size() * 2);
+    for (int y = 0; y < picture->height; y += kCallbackRows) {
+        const auto at = static_cast<std::size_t>(y) * static_cast<std::size_t>(picture->width);
+        BYTE* const alphaRows =
+            picture->hasAlpha() ? reinterpret_cast<BYTE*>(picture->alpha.row(y)) : nullptr;
+        reader(RowOf(surface, y), surface.stride, reinterpret_cast<BYTE*>(rows.data() + 2 * at),
+               picture->width * 4, alphaRows, picture->width * 2, picture->width,
+               std::min(kCallbackRows, picture->height - y));
+    }
+    Unpack(rows, picture);
 }
 
 }  // namespace standin

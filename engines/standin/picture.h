@@ -93,6 +93,15 @@ void StoreByAlphaCallback(const Picture& picture, const Surface& surface, LONG b
 void LoadByAlphaCallback(const Surface& surface, LONG bytesPerPixel, AlphaCallback reader,
                          Picture* picture);
 
+/// Where 10-bit rows go through the caller's callback: pairs of Y0, Cb, Y1, Cr words, and alpha
+/// words or null.
+using WorkingRowsCallback = void(__stdcall*)(BYTE* picture, LONG stride, BYTE* rows, LONG rowStride,
+                                             BYTE* alpha, LONG alphaStride, LONG width,
+                                             LONG rowCount);
+
+void StoreByWorkingRows(const Picture& picture, const Surface& surface, WorkingRowsCallback writer);
+void LoadByWorkingRows(const Surface& surface, WorkingRowsCallback reader, Picture* picture);
+
 /// True when a pixel-format word is an address rather than a number.
 constexpr bool IsAddress(DWORD code) {
     return code >= 0x10000;

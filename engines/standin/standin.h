@@ -24,6 +24,13 @@ struct Call {
 /// Copies the last call for `purpose`. FALSE when there was none.
 using LastCallEntry = BOOL(__cdecl*)(DWORD purpose, Call* call);
 
+/// The MPEG-2 intra engine only decodes: so that there is something to decode, its stand-in exports
+/// `standin_m2vi_encode`, undecorated. Codes `height` rows of "YUY2", extra lines at the top
+/// included; returns the coded length or a Result.
+using MpegIntraEncodeEntry = LONG(__cdecl*)(const BYTE* source, LONG stride, LONG width,
+                                            LONG height, LONG quantScale, BYTE* output,
+                                            DWORD capacity);
+
 /// The environment variable that makes an entry misbehave: "PURPOSE:ACTION", with PURPOSE "probe",
 /// "decode" or "encode", and ACTION one of
 ///     access      writes to address 0

@@ -15,7 +15,7 @@ using nyx::ZetaAlphaDecodeRecord;
 using nyx::ZetaAlphaEncodeRecord;
 using nyx::ZetaAlphaProbeRecord;
 
-constexpr char kTag[] = "ZTA1";
+constexpr std::string_view kTag = "ZTA1";
 constexpr int kDepth = 8;
 
 /// What a pixel-format word points to: when decoding a fill and a writer, when encoding a reader.

@@ -14,7 +14,7 @@ namespace {
 using nyx::ZetaCoreDecodeRecord;
 using nyx::ZetaCoreEncodeRecord;
 
-constexpr char kTag[] = "ZCF1";
+constexpr std::string_view kTag = "ZCF1";
 constexpr int kDepth = 8;
 
 std::optional<RgbLayout> LayoutFor(DWORD code, LONG bytesPerPixel) {

@@ -1,0 +1,149 @@
+// "rkllc.dll": exact frames of four kinds of pixels.
+
+#include <algorithm>
+#include <cstring>
+
+#include "codecs/engine_records.h"
+#include "engines/standin/call_log.h"
+#include "engines/standin/coder.h"
+
+namespace standin {
+namespace {
+
+constexpr LONG kKindBytes[] = {2, 3, 4, 4};
+constexpr std::size_t kOverRead = 64;
+
+/// In front of a frame. The kind is the second byte, where the module reads it.
+struct Header {
+    BYTE letter;
+    BYTE kind;
+    BYTE format[2];
+    DWORD codedLength;
+    LONG width;
+    LONG height;
+    DWORD packed;  ///< 1: differences, deflated; 0: pixels as they are, where that is no longer
+};
+static_assert(sizeof(Header) == 20);
+
+/// A pixel's distance to the left neighbour, in the first column to the one above.
+void Predict(std::vector<BYTE>* rows, std::size_t rowBytes, std::size_t pixelBytes, bool forward) {
+    const auto step = [&](std::size_t i) {
+        const bool first = i % rowBytes < pixelBytes;
+        if (first && i < rowBytes) {
+            return;
+        }
+        const BYTE neighbour = (*rows)[i - (first ? rowBytes : pixelBytes)];
+        (*rows)[i] = static_cast<BYTE>(forward ? (*rows)[i] - neighbour : (*rows)[i] + neighbour);
+    };
+    if (forward) {
+        for (std::size_t i = rows->size(); i-- > 0;) {
+            step(i);
+        }
+    } else {
+        for (std::size_t i = 0; i < rows->size(); ++i) {
+            step(i);
+        }
+    }
+}
+
+bool IsPossible(LONG kind, LONG width, LONG height) {
+    return kind >= 0 && kind <= nyx::kLosslessArgb32 && width > 0 && height > 0 && width <= 10000 &&
+           height <= 10000;
+}
+
+LONG Decode(LONG kind, const BYTE* frame, BYTE* destination, LONG stride, LONG width, LONG height) {
+    Header header;
+    std::memcpy(&header, frame, sizeof(header));
+    const Header expected = {'L', static_cast<BYTE>(kind), {'S', '1'}, 0, width, height, 0};
+    if (!IsPossible(kind, width, height) || std::memcmp(&header, &expected, 4) != 0 ||
+        header.width != width || header.height != height || header.codedLength < sizeof(header)) {
+        return kBadFrame;
+    }
+    // The engine reads ahead of its bit position, as far as its callers must allow for.
+    static_cast<void>(
+        *static_cast<const volatile BYTE*>(frame + header.codedLength + kOverRead - 1));
+
+    const auto pixelBytes = static_cast<std::size_t>(kKindBytes[kind]);
+    const std::size_t rowBytes = static_cast<std::size_t>(width) * pixelBytes;
+    const std::size_t size = rowBytes * static_cast<std::size_t>(height);
+    const BYTE* body = frame + sizeof(header);
+    const std::size_t bodyBytes = header.codedLength - sizeof(header);
+    std::vector<BYTE> rows;
+    if (header.packed != 0) {
+        auto inflated = Inflate(body, bodyBytes, size);
+        if (!inflated) {
+            return kBadFrame;
+        }
+        rows = std::move(*inflated);
+        Predict(&rows, rowBytes, pixelBytes, false);
+    } else if (bodyBytes == size) {
+        rows.assign(body, body + size);
+    } else {
+        return kBadFrame;
+    }
+    for (LONG y = 0; y < height; ++y) {
+        std::memcpy(destination + std::ptrdiff_t{y} * stride,
+                    rows.data() + static_cast<std::size_t>(y) * rowBytes, rowBytes);
+    }
+    return kDone;
+}
+
+LONG Encode(LONG kind, BYTE* output, const BYTE* source, LONG stride, LONG width, LONG height,
+            Action action) {
+    if (!IsPossible(kind, width, height)) {
+        return kBadRecord;
+    }
+    const auto pixelBytes = static_cast<std::size_t>(kKindBytes[kind]);
+    const std::size_t rowBytes = static_cast<std::size_t>(width) * pixelBytes;
+    std::vector<BYTE> rows(rowBytes * static_cast<std::size_t>(height));
+    for (LONG y = 0; y < height; ++y) {
+        std::memcpy(rows.data() + static_cast<std::size_t>(y) * rowBytes,
+                    source + std::ptrdiff_t{y} * stride, rowBytes);
+    }
+    std::vector<BYTE> differences = rows;
+    Predict(&differences, rowBytes, pixelBytes, true);
+    const std::vector<BYTE> packed = Deflate(differences);
+    const bool smaller = packed.size() < rows.size();
+    const std::vector<BYTE>& body = smaller ? packed : rows;
+    const Header header = {'L',
+                           static_cast<BYTE>(kind),
+                           {'S', '1'},
+                           static_cast<DWORD>(sizeof(Header) + body.size()),
+                           width,
+                           height,
+                           smaller ? 1u : 0u};
+    std::memcpy(output, &header, sizeof(header));
+    std::memcpy(output + sizeof(header), body.data(), body.size());
+    // The caller's room is the picture's size and 2064 bytes.
+    return action == Action::kLonger ? static_cast<LONG>(rows.size()) + 2065
+                                     : static_cast<LONG>(header.codedLength);
+}
+
+void LogArguments(Purpose purpose, LONG kind, const void* first, const void* second, LONG stride,
+                  LONG width, LONG height) {
+    const DWORD words[] = {static_cast<DWORD>(kind),        reinterpret_cast<DWORD>(first),
+                           reinterpret_cast<DWORD>(second), static_cast<DWORD>(stride),
+                           static_cast<DWORD>(width),       static_cast<DWORD>(height)};
+    LogCall(purpose, words, std::size(words));
+}
+
+}  // namespace
+}  // namespace standin
+
+extern "C" LONG __stdcall llc_decode(LONG kind, const void* frame, void* destination, LONG stride,
+                                     LONG width, LONG height) {
+    standin::LogArguments(standin::kDecode, kind, frame, destination, stride, width, height);
+    return standin::RunEntry(standin::kDecode, [&](standin::Action) {
+        return standin::Decode(kind, static_cast<const BYTE*>(frame),
+                               static_cast<BYTE*>(destination), stride, width, height);
+    });
+}
+
+extern "C" LONG __stdcall llc_encode(LONG kind, void* output, const void* source, LONG stride,
+                                     LONG width, LONG height) {
+    standin::LogArguments(standin::kEncode, kind, output, source, stride, width, height);
+    return standin::RunEntry(standin::kEncode, [&](standin::Action action) {
+        return standin::Encode(kind, static_cast<BYTE*>(output), static_cast<const BYTE*>(source),
+                               stride, width, height, action);
+    });
+}
