@@ -1,0 +1,361 @@
+#include "codecs/lossless_codec.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "codecs/engine_records.h"
+#include "codecs/pixel_format_index.h"
+#include "convert/convert.h"
+#include "settings/codec_settings.h"
+#include "tests/codecs/engine_codec_support.h"
+
+namespace nyx {
+namespace {
+
+using test::EncodePicture;
+using test::MakeHeader;
+using test::RgbHeader;
+using test::SmoothPicture;
+using test::Yuy2Header;
+
+constexpr DWORD kLossless = FourCC("QLLC");
+constexpr wchar_t kLibrary[] = L"rkllc.dll";
+constexpr BYTE kGuard = 0x5A;
+
+/// One stored kind with the input that leads to it.
+struct Kind {
+    BYTE kind;
+    WORD bitCount;
+    bool alpha;
+    WORD streamBits;
+};
+constexpr Kind kKinds[] = {
+    {0, 16, false, 24}, {1, 24, false, 24}, {2, 32, false, 32}, {3, 32, true, 32}};
+
+BITMAPINFOHEADER InputOf(const Kind& kind, LONG width, LONG height) {
+    return kind.bitCount == 16 ? Yuy2Header(width, height)
+                               : RgbHeader(kind.bitCount, width, height);
+}
+
+std::vector<BYTE> RandomPicture(std::size_t size) {
+    std::mt19937 random(11);
+    std::vector<BYTE> picture(size);
+    for (BYTE& byte : picture) {
+        byte = static_cast<BYTE>(random());
+    }
+    return picture;
+}
+
+class LosslessCodec : public ::testing::Test {
+  protected:
+    test::EngineSearch search_;
+    CLosslessCodec codec_;
+
+    HRESULT Decode(const std::vector<BYTE>& sample, WORD bits, const BITMAPINFOHEADER& output,
+                   bool alphaOut, std::vector<BYTE>* picture, ICodec* codec = nullptr) {
+        const BITMAPINFOHEADER input = test::FrameHeaderFor(
+            kLossless, bits, output.biWidth, std::abs(output.biHeight), sample.size());
+        picture->assign(test::PictureBytes(output), kGuard);
+        return (codec ? codec : &codec_)
+            ->Decompress(&input, sample.data(), &output, alphaOut, picture->data(), 0, 0);
+    }
+
+    std::vector<BYTE> FrameOf(const Kind& kind, LONG width, LONG height) {
+        const BITMAPINFOHEADER input = InputOf(kind, width, height);
+        return EncodePicture(codec_, input, kind.alpha, SmoothPicture(input), kind.streamBits);
+    }
+};
+
+TEST_F(LosslessCodec, BringsEveryKindBackToTheByte) {
+    for (const Kind& kind : kKinds) {
+        for (LONG height : {37, -37}) {
+            const BITMAPINFOHEADER header = InputOf(kind, 62, height);
+            for (const auto& picture :
+                 {SmoothPicture(header), RandomPicture(test::PictureBytes(header))}) {
+                const auto frame =
+                    EncodePicture(codec_, header, kind.alpha, picture, kind.streamBits);
+                ASSERT_GE(frame.size(), 2u);
+                EXPECT_EQ(frame[1], kind.kind);
+                std::vector<BYTE> back;
+                ASSERT_EQ(Decode(frame, kind.streamBits, header, kind.alpha, &back), S_OK);
+                EXPECT_EQ(back, picture) << int{kind.kind};
+                ASSERT_EQ(
+                    Decode(test::WithInfo(frame, 24), kind.streamBits, header, kind.alpha, &back),
+                    S_OK);
+                EXPECT_EQ(back, picture) << int{kind.kind};
+            }
+        }
+    }
+}
+
+TEST_F(LosslessCodec, HandsTheEngineItsSixArguments) {
+    for (const Kind& kind : kKinds) {
+        const BITMAPINFOHEADER input = InputOf(kind, 64, 48);
+        const std::vector<BYTE> picture = SmoothPicture(input);
+        BITMAPINFOHEADER output = MakeHeader(kLossless, kind.streamBits, 64, 48);
+        std::vector<BYTE> frame(codec_.GetMaxCompressedSize(&input, kind.alpha));
+        ASSERT_EQ(
+            codec_.Compress(&input, kind.alpha, picture.data(), &output, frame.data(), 0, 0, 0),
+            S_OK);
+        const bool bottomUp = kind.bitCount != 16;
+        const DWORD stride = 64u * kind.bitCount / 8;
+        const auto first = [&](const std::vector<BYTE>& bytes) {
+            return reinterpret_cast<DWORD>(bytes.data()) + (bottomUp ? 47 * stride : 0);
+        };
+        const DWORD signedStride = bottomUp ? 0u - stride : stride;
+        standin::Call call = test::LastCall(kLibrary, standin::kEncode);
+        EXPECT_EQ(std::vector<DWORD>(call.words, call.words + call.wordCount),
+                  (std::vector<DWORD>{kind.kind, reinterpret_cast<DWORD>(frame.data()),
+                                      first(picture), signedStride, 64, 48}));
+        frame.resize(output.biSizeImage + 64);  // room to read on, so that it is decoded in place
+        const BITMAPINFOHEADER stream =
+            test::FrameHeaderFor(kLossless, kind.streamBits, 64, 48, output.biSizeImage);
+        std::vector<BYTE> back(picture.size());
+        ASSERT_EQ(codec_.Decompress(&stream, frame.data(), &input, kind.alpha, back.data(), 0, 0),
+                  S_OK);
+        call = test::LastCall(kLibrary, standin::kDecode);
+        EXPECT_EQ(std::vector<DWORD>(call.words, call.words + call.wordCount),
+                  (std::vector<DWORD>{kind.kind, reinterpret_cast<DWORD>(frame.data()), first(back),
+                                      signedStride, 64, 48}));
+    }
+}
+
+/// A picture through the conversion library, rows without gaps.
+std::vector<BYTE> Converted(const std::vector<BYTE>& picture, DWORD from, DWORD to, LONG fromBytes,
+                            LONG toBytes, LONG width, LONG height, DWORD yuvFlags, DWORD rgbFlags) {
+    std::vector<BYTE> result(static_cast<std::size_t>(width * height * toBytes));
+    std::vector<BYTE> copy = picture;
+    const ImagePlane source = {copy.data(), width * fromBytes, 0};
+    const ImagePlane destination = {result.data(), width * toBytes, 0};
+    if (from == FourCC("YUY2")) {
+        EXPECT_EQ(ConvertFromYuv(&source, nullptr, from, yuvFlags, 0, &destination, to, rgbFlags, 0,
+                                 width, height),
+                  S_OK);
+    } else {
+        EXPECT_EQ(ConvertToYuv(&source, from, rgbFlags, nullptr, &destination, nullptr, to,
+                               yuvFlags, 0, width, height),
+                  S_OK);
+    }
+    return result;
+}
+
+/// Definition and colour space with the conversion's flags as the format's rules have them.
+struct Colours {
+    LONG width;
+    LONG height;
+    LONG colorSpace;
+    DWORD yuvFlags;
+    DWORD matrixCode;
+    DWORD matteBlack;
+};
+constexpr Colours kColours[] = {{62, 37, 0, 0, 1, 0},
+                                {62, 37, 1, 0, 0, 0x101010},
+                                {960, 720, 0, 2, 3, 0},
+                                {960, 720, 5, 2, 2, 0x101010}};
+
+/// A codec object with this colour space, which is read from the settings.
+class WithColorSpace {
+  public:
+    explicit WithColorSpace(LONG colorSpace) {
+        WriteCodecSetting(kLossless, L"color_space", colorSpace);
+        codec_.emplace();
+    }
+    ~WithColorSpace() { WriteCodecSetting(kLossless, L"color_space", 0); }
+    CLosslessCodec& codec() { return *codec_; }
+
+  private:
+    std::optional<CLosslessCodec> codec_;
+};
+
+std::vector<BYTE> WithoutAlpha(const std::vector<BYTE>& rgb, std::size_t from, std::size_t to) {
+    std::vector<BYTE> result;
+    for (std::size_t at = 0; at < rgb.size(); at += from) {
+        result.insert(result.end(), rgb.begin() + static_cast<std::ptrdiff_t>(at),
+                      rgb.begin() + static_cast<std::ptrdiff_t>(at + 3));
+        if (to == 4) {
+            result.push_back(0xFF);
+        }
+    }
+    return result;
+}
+
+TEST_F(LosslessCodec, ConvertsEveryKindToEveryOutput) {
+    for (const Colours& colours : kColours) {
+        WithColorSpace with(colours.colorSpace);
+        EXPECT_EQ(with.codec().GetColorSpace(), colours.colorSpace);
+        for (const Kind& kind : kKinds) {
+            // Top-down, so that buffers compare row by row.
+            const BITMAPINFOHEADER stored = InputOf(kind, colours.width, -colours.height);
+            std::vector<BYTE> picture = SmoothPicture(stored);
+            const auto frame =
+                EncodePicture(with.codec(), stored, kind.alpha, picture, kind.streamBits);
+            ASSERT_FALSE(frame.empty());
+            if (kind.kind == 3) {
+                for (std::size_t at = 0; at < picture.size(); at += 4) {
+                    if (picture[at + 3] == 0) {
+                        std::memcpy(&picture[at], &colours.matteBlack, 4);
+                    }
+                }
+            }
+            const LONG bytes = kind.bitCount / 8;
+            const DWORD rgb = bytes == 3 ? FourCC("BGR3") : FourCC("BGRA");
+            const auto convert = [&](DWORD from, DWORD to, LONG toBytes) {
+                return Converted(picture, from, to, bytes, toBytes, colours.width, colours.height,
+                                 colours.yuvFlags, colours.matrixCode);
+            };
+            const auto check = [&](const BITMAPINFOHEADER& output, bool alphaOut,
+                                   const std::vector<BYTE>& expected) {
+                std::vector<BYTE> got;
+                ASSERT_EQ(Decode(frame, kind.streamBits, output, alphaOut, &got, &with.codec()),
+                          S_OK);
+                EXPECT_TRUE(got == expected)
+                    << "kind " << int{kind.kind} << " to " << output.biBitCount << " alpha "
+                    << alphaOut << " width " << colours.width << " color_space "
+                    << colours.colorSpace;
+            };
+            const BITMAPINFOHEADER rgb24 = RgbHeader(24, colours.width, -colours.height);
+            const BITMAPINFOHEADER rgb32 = RgbHeader(32, colours.width, -colours.height);
+            if (kind.kind == 0) {
+                check(rgb24, false, convert(FourCC("YUY2"), FourCC("BGR3"), 3));
+                check(rgb32, false, convert(FourCC("YUY2"), FourCC("BGRA"), 4));
+                check(rgb32, true, convert(FourCC("YUY2"), FourCC("BGRA"), 4));
+                continue;
+            }
+            check(Yuy2Header(colours.width, colours.height), false,
+                  convert(rgb, FourCC("YUY2"), 2));
+            if (kind.kind != 1) {
+                check(rgb24, false, WithoutAlpha(picture, 4, 3));
+            }
+            if (kind.kind != 2) {
+                check(rgb32, false, WithoutAlpha(picture, static_cast<std::size_t>(bytes), 4));
+            }
+            if (kind.kind != 3) {
+                check(rgb32, true, WithoutAlpha(picture, static_cast<std::size_t>(bytes), 4));
+            }
+        }
+    }
+}
+
+TEST_F(LosslessCodec, ConvertsIntoBottomUpAndWiderOutputs) {
+    const auto frame = FrameOf(kKinds[1], 62, 37);
+    const BITMAPINFOHEADER output = RgbHeader(32, 70, 37);
+    const BITMAPINFOHEADER input = test::FrameHeaderFor(kLossless, 24, 62, 37, frame.size());
+    const std::vector<BYTE> source = SmoothPicture(InputOf(kKinds[1], 62, 37));
+    std::vector<BYTE> picture(70 * 37 * 4, kGuard);
+    ASSERT_EQ(codec_.Decompress(&input, frame.data(), &output, false, picture.data(), 0, 0), S_OK);
+    for (std::size_t y = 0; y < 37; ++y) {
+        for (std::size_t x = 0; x < 70; ++x) {
+            const BYTE* pixel = &picture[(y * 70 + x) * 4];
+            if (x < 62) {
+                ASSERT_EQ(std::memcmp(pixel, &source[(y * 62 + x) * 3], 3), 0);
+                ASSERT_EQ(pixel[3], 0xFF);
+            } else {
+                ASSERT_EQ(pixel[0] & pixel[1] & pixel[2] & pixel[3], kGuard);
+            }
+        }
+    }
+}
+
+TEST_F(LosslessCodec, RefusesBadFramesAndWritesNothing) {
+    const auto frame = FrameOf(kKinds[0], 62, 37);
+    auto kind4 = frame;
+    kind4[1] = 4;
+    auto kind255 = frame;
+    kind255[1] = 255;
+    const std::vector<BYTE> samples[] = {
+        {'L'}, kind4, kind255, test::WithInfo({}, 16), test::WithInfo({'L'}, 16)};
+    for (const auto& sample : samples) {
+        for (const BITMAPINFOHEADER& output : {Yuy2Header(62, 37), RgbHeader(32, 62, 37)}) {
+            std::vector<BYTE> picture;
+            EXPECT_EQ(Decode(sample, 24, output, false, &picture), E_FAIL) << sample.size();
+            EXPECT_EQ(picture, std::vector<BYTE>(picture.size(), kGuard));
+        }
+    }
+    for (DWORD fourcc : {FourCC("v210"), FourCC("v408"), FourCC("b64a"), FourCC("2vuy")}) {
+        std::vector<BYTE> picture;
+        EXPECT_EQ(Decode(frame, 24, MakeHeader(fourcc, 32, 62, 37), false, &picture), E_FAIL);
+        BITMAPINFOHEADER stream = MakeHeader(kLossless, 24, 62, 37);
+        const BITMAPINFOHEADER input = MakeHeader(fourcc, 32, 62, 37);
+        std::vector<BYTE> coded(20000);
+        EXPECT_EQ(codec_.Compress(&input, false, coded.data(), &stream, coded.data(), 0, 0, 0),
+                  E_FAIL);
+    }
+}
+
+TEST_F(LosslessCodec, TurnsEngineFaultsIntoFailedFrames) {
+    const auto frame = FrameOf(kKinds[0], 62, 37);
+    for (const char* what : {"decode:access", "decode:divide", "decode:throw"}) {
+        const test::Misbehaviour misbehave(what);
+        for (int i = 0; i < 50; ++i) {
+            for (const BITMAPINFOHEADER& output : {Yuy2Header(62, 37), RgbHeader(24, 62, 37)}) {
+                std::vector<BYTE> picture;
+                ASSERT_EQ(Decode(frame, 24, output, false, &picture), E_FAIL) << what;
+                EXPECT_EQ(picture, std::vector<BYTE>(picture.size(), kGuard));
+            }
+        }
+    }
+    for (const char* what : {"encode:throw", "encode:longer"}) {
+        const test::Misbehaviour misbehave(what);
+        EXPECT_TRUE(FrameOf(kKinds[3], 62, 37).empty()) << what;
+    }
+}
+
+/// Two pages, the second of which can be taken away.
+class Pages {
+  public:
+    static constexpr std::size_t kPage = 4096;
+    Pages()
+        : first_(static_cast<BYTE*>(VirtualAlloc(nullptr, 2 * kPage, MEM_RESERVE, PAGE_NOACCESS))) {
+        VirtualAlloc(first_, kPage, MEM_COMMIT, PAGE_READWRITE);
+    }
+    ~Pages() { VirtualFree(first_, 0, MEM_RELEASE); }
+    Pages(const Pages&) = delete;
+    Pages& operator=(const Pages&) = delete;
+
+    void Protect(DWORD protection) { VirtualAlloc(first_ + kPage, kPage, MEM_COMMIT, protection); }
+    BYTE* end() { return first_ + kPage; }
+
+  private:
+    BYTE* first_;
+};
+
+TEST_F(LosslessCodec, CopiesAFrameOnlyWhenTheMemoryBehindItCannotBeRead) {
+    const BITMAPINFOHEADER header = Yuy2Header(16, 8);
+    const auto picture = SmoothPicture(header);
+    const auto frame = EncodePicture(codec_, header, false, picture, 24);
+    ASSERT_LT(frame.size(), Pages::kPage);
+    struct Case {
+        const char* name;
+        DWORD protection;         // of the page behind, 0: not committed
+        std::size_t bytesBehind;  // in the frame's own page
+        bool copied;
+    };
+    const Case cases[] = {
+        {"nothing behind", 0, 0, true},
+        {"one byte too few", 0, 63, true},
+        {"just enough", 0, 64, false},
+        {"no access behind", PAGE_NOACCESS, 0, true},
+        {"execute only behind", PAGE_EXECUTE, 0, true},
+        {"readable behind", PAGE_READONLY, 0, false},
+        {"writable behind", PAGE_READWRITE, 0, false},
+        {"code behind", PAGE_EXECUTE_READ, 0, false},
+    };
+    for (const Case& c : cases) {
+        Pages pages;
+        if (c.protection != 0) {
+            pages.Protect(c.protection);
+        }
+        BYTE* at = pages.end() - c.bytesBehind - frame.size();
+        std::memcpy(at, frame.data(), frame.size());
+        const BITMAPINFOHEADER input = test::FrameHeaderFor(kLossless, 24, 16, 8, frame.size());
+        std::vector<BYTE> back(picture.size());
+        ASSERT_EQ(codec_.Decompress(&input, at, &header, false, back.data(), 0, 0), S_OK) << c.name;
+        EXPECT_EQ(back, picture) << c.name;
+        const DWORD given = test::LastCall(kLibrary, standin::kDecode).words[1];
+        EXPECT_EQ(given != reinterpret_cast<DWORD>(at), c.copied) << c.name;
+    }
+}
+
+}  // namespace
+}  // namespace nyx
