@@ -1,0 +1,118 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cctype>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "tests/support/loaded_module.h"
+
+namespace nyx::test {
+namespace {
+
+/// The module's file, read as the loader reads it.
+class DllFile : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        const std::wstring path = ModulePath();
+        const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                        OPEN_EXISTING, 0, nullptr);
+        ASSERT_NE(file, INVALID_HANDLE_VALUE);
+        bytes_.resize(GetFileSize(file, nullptr));
+        DWORD read = 0;
+        ReadFile(file, bytes_.data(), static_cast<DWORD>(bytes_.size()), &read, nullptr);
+        CloseHandle(file);
+        ASSERT_EQ(read, bytes_.size());
+        const LONG at = reinterpret_cast<const IMAGE_DOS_HEADER*>(bytes_.data())->e_lfanew;
+        headers_ = reinterpret_cast<const IMAGE_NT_HEADERS32*>(bytes_.data() + at);
+        ASSERT_EQ(headers_->Signature, DWORD{IMAGE_NT_SIGNATURE});
+    }
+
+    /// The file's bytes at an address of the loaded image.
+    template <class T>
+    const T* At(DWORD address) const {
+        const IMAGE_SECTION_HEADER* section = IMAGE_FIRST_SECTION(headers_);
+        for (WORD i = 0; i < headers_->FileHeader.NumberOfSections; ++i, ++section) {
+            if (address >= section->VirtualAddress &&
+                address < section->VirtualAddress + section->SizeOfRawData) {
+                return reinterpret_cast<const T*>(bytes_.data() + section->PointerToRawData +
+                                                  (address - section->VirtualAddress));
+            }
+        }
+        ADD_FAILURE() << "address outside the file";
+        return reinterpret_cast<const T*>(bytes_.data());
+    }
+    DWORD Directory(int which) const {
+        return headers_->OptionalHeader.DataDirectory[which].VirtualAddress;
+    }
+
+    std::vector<BYTE> bytes_;
+    const IMAGE_NT_HEADERS32* headers_ = nullptr;
+};
+
+TEST_F(DllFile, IsALibraryFor32BitProcessors) {
+    EXPECT_EQ(headers_->FileHeader.Machine, IMAGE_FILE_MACHINE_I386);
+    EXPECT_NE(headers_->FileHeader.Characteristics & IMAGE_FILE_DLL, 0);
+}
+
+TEST_F(DllFile, ExportsTheComEntriesUndecoratedAndNothingElse) {
+    const auto* exports = At<IMAGE_EXPORT_DIRECTORY>(Directory(IMAGE_DIRECTORY_ENTRY_EXPORT));
+    std::set<std::string> names;
+    for (DWORD i = 0; i < exports->NumberOfNames; ++i) {
+        names.insert(At<char>(At<DWORD>(exports->AddressOfNames)[i]));
+    }
+    names.erase("DllMain");  // the entry point, which may be exported as well
+    EXPECT_EQ(names, (std::set<std::string>{"DllCanUnloadNow", "DllGetClassObject",
+                                            "DllRegisterServer", "DllUnregisterServer"}));
+}
+
+TEST_F(DllFile, ImportsSystemLibrariesOnly) {
+    const std::set<std::string> system = {
+        "advapi32.dll", "comctl32.dll", "gdi32.dll",  "kernel32.dll", "msvcrt.dll", "ole32.dll",
+        "oleaut32.dll", "psapi.dll",    "user32.dll", "version.dll",  "winmm.dll"};
+    const auto* import = At<IMAGE_IMPORT_DESCRIPTOR>(Directory(IMAGE_DIRECTORY_ENTRY_IMPORT));
+    int count = 0;
+    for (; import->Name; ++import, ++count) {
+        std::string name = At<char>(import->Name);
+        std::transform(name.begin(), name.end(), name.begin(),
+                       [](char c) { return static_cast<char>(std::tolower(c)); });
+        EXPECT_EQ(system.count(name), 1u) << name;
+    }
+    EXPECT_GT(count, 0);
+}
+
+TEST_F(DllFile, MayBeLoadedAnywhereAndItsDataIsNotExecutable) {
+    const WORD flags = headers_->OptionalHeader.DllCharacteristics;
+    EXPECT_NE(flags & IMAGE_DLLCHARACTERISTICS_DYNAMIC_BASE, 0);
+    EXPECT_NE(flags & IMAGE_DLLCHARACTERISTICS_NX_COMPAT, 0);
+    EXPECT_EQ(headers_->FileHeader.Characteristics & IMAGE_FILE_RELOCS_STRIPPED, 0);
+    EXPECT_NE(Directory(IMAGE_DIRECTORY_ENTRY_BASERELOC), 0u);
+}
+
+TEST_F(DllFile, CarriesAVersion) {
+    const std::wstring path = ModulePath();
+    DWORD unused = 0;
+    std::vector<BYTE> block(GetFileVersionInfoSizeW(path.c_str(), &unused));
+    ASSERT_FALSE(block.empty());
+    ASSERT_TRUE(
+        GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(block.size()), block.data()));
+    VS_FIXEDFILEINFO* info = nullptr;
+    UINT size = 0;
+    ASSERT_TRUE(VerQueryValueW(block.data(), L"\\", reinterpret_cast<void**>(&info), &size));
+    EXPECT_GE(size, sizeof(VS_FIXEDFILEINFO));
+    EXPECT_EQ(info->dwFileType, DWORD{VFT_DLL});
+    EXPECT_NE(info->dwFileVersionMS, 0u);
+}
+
+TEST_F(DllFile, LoadsAndUnloadsAgain) {
+    ASSERT_EQ(GetModuleHandleW(L"nyxcodecs.dll"), nullptr);
+    for (int i = 0; i < 3; ++i) {
+        const LoadedModule module;
+        EXPECT_EQ(module.CanUnloadNow(), S_OK);
+    }
+    EXPECT_EQ(GetModuleHandleW(L"nyxcodecs.dll"), nullptr);
+}
+
+}  // namespace
+}  // namespace nyx::test

@@ -1,0 +1,167 @@
+#include "tests/support/com_test.h"
+#include "tests/support/filter_rig.h"
+
+namespace nyx::test {
+namespace {
+
+class DynamicFormats : public FilterTest {
+  protected:
+    /// The same stream with another width: narrower, so that the connected output still takes it.
+    Picture Narrower() const {
+        Picture picture = rig.picture;
+        picture.width /= 2;
+        return picture;
+    }
+    SampleProperties Sample(const Picture& picture) const {
+        SampleProperties sample;
+        sample.bytes = row().sample(picture);
+        return sample;
+    }
+    /// Starts with a sink whose buffers are large and carry `type` once, on the next one handed
+    /// out.
+    void StartWithRoomyBuffers() {
+        rig.sink->in.ownAllocator = MakeCom<TestAllocator>();
+        rig.sink->in.ownAllocator->granted = ALLOCATOR_PROPERTIES{1, 1 << 20, 1, 0};
+        rig.Start();
+    }
+    void AttachToNextBuffer(const MediaType& type) {
+        TestAllocator* allocator = rig.sink->in.ownAllocator.get();
+        allocator->onBuffer = [type, allocator](TestSample& buffer) {
+            buffer.properties().type = type;
+            allocator->onBuffer = nullptr;
+        };
+    }
+    FilterRig rig{row()};
+};
+NYX_FOR_EVERY_FILTER(DynamicFormats);
+
+TEST_P(DynamicFormats, ATypeOnAnInputSampleChangesTheInputBeforeTheFrame) {
+    rig.Start();
+    const MediaType narrower = row().InputType(Narrower());
+    ASSERT_EQ(rig.input->QueryAccept(narrower.get()), S_OK) << "is offered while streaming";
+    SampleProperties sample = Sample(Narrower());
+    EXPECT_EQ(rig.source->Push(sample), E_FAIL) << "too short for the old type";
+    sample.type = narrower;
+    EXPECT_EQ(rig.source->Push(sample), S_OK);
+    EXPECT_EQ(FilterRig::ConnectionType(rig.input), narrower);
+    sample.type.reset();
+    EXPECT_EQ(rig.source->Push(sample), S_OK) << "and stays for the frames after it";
+    EXPECT_EQ(rig.sink->in.sampleCount(), 2u);
+    EXPECT_FALSE(rig.sink->in.samples()[1].type) << "the output type is not affected";
+}
+
+TEST_P(DynamicFormats, ATypeOnASampleWithoutIMediaSample2CountsToo) {
+    rig.Start();
+    SampleProperties sample = Sample(Narrower());
+    sample.type = row().InputType(Narrower());
+    SampleBehaviour plain;
+    plain.offersSample2 = false;
+    EXPECT_EQ(rig.source->Push(sample, plain), S_OK);
+    EXPECT_EQ(FilterRig::ConnectionType(rig.input), *sample.type);
+}
+
+TEST_P(DynamicFormats, ARefusedTypeOnAnInputSampleAbortsTheStream) {
+    rig.Start();
+    SampleProperties sample = rig.Frame();
+    sample.type = row().InputType();
+    sample.type->Header().biCompression = 0x12345678;
+    ASSERT_EQ(rig.input->QueryAccept(sample.type->get()), S_FALSE);
+    EXPECT_EQ(rig.source->Push(sample), VFW_E_INVALIDMEDIATYPE);
+    EXPECT_EQ(FilterRig::ConnectionType(rig.input), row().InputType());
+    ASSERT_EQ(rig.graph->Count(EC_ERRORABORT), 1);
+    EXPECT_EQ(rig.graph->events().front().parameter1, VFW_E_TYPE_NOT_ACCEPTED);
+    EXPECT_EQ(rig.sink->in.events().endOfStream, 0);
+    EXPECT_EQ(rig.Push(), VFW_E_RUNTIME_ERROR);
+    EXPECT_EQ(rig.sink->in.sampleCount(), 0u);
+
+    rig.filter->Stop();
+    rig.filter->Pause();
+    EXPECT_EQ(rig.Push(), S_OK) << "stopping clears the error";
+}
+
+TEST_P(DynamicFormats, AFlushClearsTheErrorOfARefusedType) {
+    rig.Start();
+    SampleProperties sample = rig.Frame();
+    sample.type = row().InputType();
+    sample.type->Header().biCompression = 0x12345678;
+    ASSERT_EQ(rig.source->Push(sample), VFW_E_INVALIDMEDIATYPE);
+    ASSERT_EQ(rig.input->BeginFlush(), S_OK);
+    ASSERT_EQ(rig.input->EndFlush(), S_OK);
+    EXPECT_EQ(rig.Push(), S_OK);
+}
+
+TEST_P(DynamicFormats, ATypeOnTheDownstreamBufferChangesTheOutputFromThatFrameOn) {
+    StartWithRoomyBuffers();
+    ASSERT_EQ(rig.Push(), S_OK);
+    const MediaType other = row().OutputType(row().outputs.size() - 1);
+    ASSERT_EQ(rig.output->QueryAccept(other.get()), S_OK) << "is offered while streaming";
+    AttachToNextBuffer(other);
+    ASSERT_EQ(rig.Push(), S_OK);
+    EXPECT_EQ(FilterRig::ConnectionType(rig.output), other);
+    ASSERT_EQ(rig.Push(), S_OK);
+    const auto samples = rig.sink->in.samples();
+    ASSERT_EQ(samples.size(), 3u);
+    ASSERT_TRUE(samples[1].type) << "the new type travels with the first frame of it";
+    EXPECT_EQ(*samples[1].type, other);
+    EXPECT_FALSE(samples[2].type);
+
+    // Nothing past the new picture is touched, and all of it is written.
+    const auto size = static_cast<std::size_t>(PictureBytes(other.Header()));
+    EXPECT_NE(samples[2].bytes.at(size - 1), TestAllocator::kUnwritten);
+    EXPECT_EQ(samples[2].bytes.at(size), TestAllocator::kUnwritten);
+}
+
+TEST_P(DynamicFormats, AWiderTypeOnTheDownstreamBufferChangesTheStride) {
+    StartWithRoomyBuffers();
+    MediaType wide = row().OutputType(0);
+    wide.Header().biWidth = rig.picture.width + 32;
+    AttachToNextBuffer(wide);
+    ASSERT_EQ(rig.Push(), S_OK);
+    const auto bytes = rig.sink->in.samples().at(0).bytes;
+    const std::size_t pixel = (row().outputs[0].bitCount + 7u) / 8u;
+    const std::size_t stride = pixel * static_cast<std::size_t>(wide.Header().biWidth);
+    const std::size_t filled = pixel * static_cast<std::size_t>(rig.picture.width);
+    EXPECT_NE(bytes.at(stride + filled - 1), TestAllocator::kUnwritten);
+    EXPECT_EQ(bytes.at(stride + filled), TestAllocator::kUnwritten);
+}
+
+TEST_P(DynamicFormats, AfterANewOutputTypeFramesWaitForAKeyFrame) {
+    StartWithRoomyBuffers();
+    ASSERT_EQ(rig.Push(), S_OK);
+    AttachToNextBuffer(row().OutputType(1));
+    SampleProperties sample = rig.Frame();
+    sample.syncPoint = false;
+    EXPECT_EQ(rig.source->Push(sample), S_OK);
+    EXPECT_EQ(rig.sink->in.sampleCount(), 1u);
+    EXPECT_EQ(rig.Push(), S_OK);
+    EXPECT_EQ(rig.sink->in.sampleCount(), 2u);
+}
+
+TEST_P(DynamicFormats, AnUnusableTypeOnTheDownstreamBufferFailsTheFrame) {
+    StartWithRoomyBuffers();
+    MediaType unusable = row().OutputType(0);
+    unusable->formattype = GUID_NULL;
+    unusable.ResizeFormat(0);
+    AttachToNextBuffer(unusable);
+    EXPECT_EQ(rig.Push(), E_FAIL);
+    EXPECT_EQ(rig.sink->in.sampleCount(), 0u);
+    AttachToNextBuffer(row().OutputType(0));
+    EXPECT_EQ(rig.Push(), S_OK) << "a good type mends it";
+}
+
+TEST_P(DynamicFormats, ATypeThatDoesNotFitTheBufferNeverWritesPastIt) {
+    rig.sink->in.ownAllocator = MakeCom<TestAllocator>();
+    rig.Start();
+    for (const LONG width : {rig.picture.width + 2, LONG{100000}, LONG{0x7FFFFFFE}}) {
+        for (std::size_t i = 0; i < row().outputs.size(); ++i) {
+            MediaType large = row().OutputType(i);
+            large.Header().biWidth = width;
+            AttachToNextBuffer(large);
+            EXPECT_EQ(rig.Push(), E_FAIL) << width;
+        }
+    }
+    EXPECT_EQ(rig.sink->in.sampleCount(), 0u);
+}
+
+}  // namespace
+}  // namespace nyx::test

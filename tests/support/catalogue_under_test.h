@@ -1,0 +1,58 @@
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include "tests/support/media_type.h"
+
+namespace nyx::test {
+
+/// What the tests vary about the input stream of a filter.
+struct Picture {
+    LONG width = 96;
+    LONG height = 16;
+    REFERENCE_TIME frameDuration = 400000;
+    Block block = Block::kVideoInfo;
+};
+
+/// One entry of the list of output formats that a filter offers.
+struct OfferedFormat {
+    GUID subtype;
+    WORD bitCount;
+    DWORD compression;
+};
+
+/// One filter of the module: what a test must know to run it. A new filter is a new row of the
+/// table in catalogue_under_test.cpp; every parameterised test then runs for it too.
+struct FilterUnderTest {
+    const char* name;  ///< letters and digits only: part of the test's name
+    CLSID clsid;
+    const wchar_t* registeredName;
+    DWORD merit;
+    DWORD inputFourCC;
+    WORD inputBitCount;
+    std::vector<OfferedFormat> outputs;  ///< in order; each offered in both block forms
+    bool carriesInfoChunk;               ///< a sample may begin with an "INFO" container
+    /// A well-formed sample of the picture's size.
+    std::vector<BYTE> (*sample)(const Picture& picture);
+
+    /// The complete input type for the picture.
+    MediaType InputType(const Picture& picture = {}) const;
+    /// A complete output type for the picture, by position in `outputs`.
+    MediaType OutputType(std::size_t position, const Picture& picture = {}) const;
+};
+
+/// All filters of the module.
+const std::vector<FilterUnderTest>& CatalogueUnderTest();
+
+/// Prints the row's name in a failed test's message.
+void PrintTo(const FilterUnderTest& row, std::ostream* out);
+
+}  // namespace nyx::test
+
+/// Runs a parameterised suite for every filter of the module.
+#define NYX_FOR_EVERY_FILTER(Suite)                                                  \
+    INSTANTIATE_TEST_SUITE_P(Filters, Suite,                                         \
+                             ::testing::ValuesIn(::nyx::test::CatalogueUnderTest()), \
+                             [](const auto& filter) { return std::string(filter.param.name); })

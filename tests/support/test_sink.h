@@ -1,0 +1,100 @@
+#pragma once
+
+#include <functional>
+#include <mutex>
+#include <vector>
+
+#include "tests/support/test_allocator.h"
+#include "tests/support/test_pin.h"
+#include "tests/support/test_sample.h"
+
+namespace nyx::test {
+
+/// What a sink has seen besides samples.
+struct SinkEvents {
+    int endOfStream = 0;
+    int beginFlush = 0;
+    int endFlush = 0;
+    int newSegment = 0;
+    Interval segment;
+    double rate = 0;
+};
+
+/// The input pin of a TestSink. Its public members say how it behaves; set them before use.
+class TestSinkPin : public TestPin<IMemInputPin, IPinConnection> {
+  public:
+    explicit TestSinkPin(TestFilter* filter);
+
+    /// Answer to every proposed type.
+    std::function<HRESULT(const MediaType&)> accept = [](const MediaType&) { return S_OK; };
+    /// An allocator of its own, or null: then there is none to offer and what it is told is used.
+    ComPtr<TestAllocator> ownAllocator;
+    ALLOCATOR_PROPERTIES requirements{};
+    HRESULT requirementsResult = E_NOTIMPL;
+    HRESULT notifyAllocatorResult = S_OK;
+    HRESULT receiveCanBlockResult = S_OK;
+    HRESULT endOfStreamResult = S_OK;
+    /// Whether IPinConnection is there, and what it says about a new type.
+    bool offersPinConnection = false;
+    HRESULT dynamicAcceptResult = S_OK;
+    /// Called in Receive, after the sample was recorded, on the streaming thread.
+    std::function<HRESULT(IMediaSample*)> onReceive;
+    /// Called with every type asked through DynamicQueryAccept.
+    std::function<void(const MediaType&)> onDynamicQueryAccept;
+    /// Off for the long runs, which would otherwise hold every picture in memory.
+    bool keepsSamples = true;
+
+    std::vector<SampleProperties> samples() const;
+    std::size_t sampleCount() const;
+    SinkEvents events() const;
+    /// Forgets samples and events.
+    void Forget();
+    IMemAllocator* allocator() const { return allocator_.get(); }
+    bool allocatorIsReadOnly() const { return readOnly_; }
+    int dynamicQueries() const { return dynamicQueries_; }
+
+    HRESULT STDMETHODCALLTYPE Connect(IPin*, const AM_MEDIA_TYPE*) override { return E_UNEXPECTED; }
+    HRESULT STDMETHODCALLTYPE ReceiveConnection(IPin* peer, const AM_MEDIA_TYPE* type) override;
+    HRESULT STDMETHODCALLTYPE Disconnect() override;
+    HRESULT STDMETHODCALLTYPE QueryAccept(const AM_MEDIA_TYPE* type) override;
+    HRESULT STDMETHODCALLTYPE EndOfStream() override;
+    HRESULT STDMETHODCALLTYPE BeginFlush() override;
+    HRESULT STDMETHODCALLTYPE EndFlush() override;
+    HRESULT STDMETHODCALLTYPE NewSegment(REFERENCE_TIME start, REFERENCE_TIME stop,
+                                         double rate) override;
+
+    HRESULT STDMETHODCALLTYPE GetAllocator(IMemAllocator** allocator) override;
+    HRESULT STDMETHODCALLTYPE NotifyAllocator(IMemAllocator* allocator, BOOL readOnly) override;
+    HRESULT STDMETHODCALLTYPE GetAllocatorRequirements(ALLOCATOR_PROPERTIES* properties) override;
+    HRESULT STDMETHODCALLTYPE Receive(IMediaSample* sample) override;
+    HRESULT STDMETHODCALLTYPE ReceiveMultiple(IMediaSample** samples, LONG count,
+                                              LONG* done) override;
+    HRESULT STDMETHODCALLTYPE ReceiveCanBlock() override { return receiveCanBlockResult; }
+
+    HRESULT STDMETHODCALLTYPE DynamicQueryAccept(const AM_MEDIA_TYPE* type) override;
+    HRESULT STDMETHODCALLTYPE NotifyEndOfStream(HANDLE) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE IsEndPin() override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE DynamicDisconnect() override { return E_NOTIMPL; }
+
+  protected:
+    void* Find(REFIID iid) override;
+
+  private:
+    mutable std::mutex mutex_;
+    std::vector<SampleProperties> samples_;
+    std::size_t sampleCount_ = 0;
+    SinkEvents events_;
+    int dynamicQueries_ = 0;
+    ComPtr<IMemAllocator> allocator_;
+    bool readOnly_ = false;
+};
+
+/// A renderer that records what reaches it.
+class TestSink : public TestFilter {
+  public:
+    TestSinkPin in{this};
+
+    IPin* pin() override { return &in; }
+};
+
+}  // namespace nyx::test
