@@ -108,6 +108,9 @@ TEST_F(Pins, QuestionsAboutAPinNeedNoFilterLock) {
         EXPECT_EQ(output->QueryAccept(Numbered(2).get()), S_OK);
         ComPtr<IPin> found;
         EXPECT_EQ(filter->FindPin(L"Out", found.Put()), S_OK);
+        CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+        EXPECT_TRUE(output.As<IMediaSeeking>());
+        CoUninitialize();
     });
     neighbour.join();
     filter->m_csFilter.Unlock();
