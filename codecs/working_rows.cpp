@@ -36,6 +36,7 @@ struct Run {
     BYTE* working;
     BYTE* alpha;
     LONG width;
+    LONG behind;  // pixels of the row behind the run
 };
 
 /// Words of a working or alpha row, at any alignment.
@@ -74,14 +75,15 @@ constexpr LONG BytesPerPixelOf(int index) {
     return index >= kIndexR4fl ? 16 : (index >= kIndexB64a ? 8 : 4);
 }
 
-/// Calls `body` for runs of at most kStrip pixels that make up the row's whole pairs.
+/// Calls `body` for runs of at most kStrip pixels that make up the row.
 template <int kIndex, typename Body>
 void ForEachStrip(const Run& row, Body body) {
-    for (LONG x = 0; x + 2 <= row.width; x += kStrip) {
-        const LONG width = std::min(kStrip, row.width - x) / 2 * 2;
+    for (LONG x = 0; x < row.width; x += kStrip) {
+        const LONG width = std::min(kStrip, row.width - x);
         body(Run{row.picture + std::ptrdiff_t{x} * BytesPerPixelOf(kIndex),
                  row.working + std::ptrdiff_t{x} * 4,
-                 row.alpha ? row.alpha + std::ptrdiff_t{x} * 2 : nullptr, width});
+                 row.alpha ? row.alpha + std::ptrdiff_t{x} * 2 : nullptr, width,
+                 row.width - x - width});
     }
 }
 
@@ -202,11 +204,13 @@ Word WidenAlpha(Word alpha) {
 
 template <int kIndex, AlphaUse kAlpha>
 void WriteDeepRgb(const Run& run) {
-    alignas(16) Word pixels[kStrip * 4];
-    const ImagePlane source = {run.working, run.width * 4, 0};
-    const ImagePlane destination = {reinterpret_cast<BYTE*>(pixels), run.width * 8, 0};
+    // The conversion takes an odd pixel's chroma from both sides, so the next pair goes with it.
+    const LONG width = run.width + std::min(LONG{2}, run.behind);
+    alignas(16) Word pixels[(kStrip + 2) * 4];
+    const ImagePlane source = {run.working, width * 4, 0};
+    const ImagePlane destination = {reinterpret_cast<BYTE*>(pixels), width * 8, 0};
     if (FAILED(ConvertFromYuv(&source, nullptr, kWorking, YuvFlagsOf<kIndex>(), 0, &destination,
-                              kDeepArgb, kRgbFullRange, 0, run.width, 1))) {
+                              kDeepArgb, kRgbFullRange, 0, width, 1))) {
         return;
     }
     for (LONG x = 0; x < run.width; ++x) {
@@ -336,7 +340,7 @@ void ForEachRow(BYTE* picture, LONG stride, BYTE* working, LONG workingStride, B
     }
     for (LONG y = 0; y < rows; ++y) {
         body(Run{picture + std::ptrdiff_t{y} * stride, working + std::ptrdiff_t{y} * workingStride,
-                 alpha ? alpha + std::ptrdiff_t{y} * alphaStride : nullptr, width / 2 * 2});
+                 alpha ? alpha + std::ptrdiff_t{y} * alphaStride : nullptr, width / 2 * 2, 0});
     }
 }
 

@@ -1,0 +1,339 @@
+#include "codecs/zeta2_codec.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "settings/codec_settings.h"
+#include "tests/codecs/engine_codec_support.h"
+
+namespace nyx {
+namespace {
+
+using test::EncodePicture;
+using test::MakeHeader;
+using test::RgbHeader;
+using test::RootMeanSquare;
+using test::SmoothPicture;
+using test::Yuy2Header;
+
+constexpr DWORD kZeta2 = FourCC("QZT2");
+constexpr wchar_t kLibrary[] = L"rkz2core.dll";
+constexpr LONG kWidth = 162;  // no whole number of blocks, and in no table of sizes
+constexpr LONG kHeight = 118;
+constexpr BYTE kGuard = 0x5A;
+
+/// Settings of the codec for as long as a test needs them.
+class Settings {
+  public:
+    Settings(LONG colorSpace, LONG quantScale, LONG maxStreamSize, LONG preset) {
+        Write(colorSpace, quantScale, maxStreamSize, preset);
+    }
+    ~Settings() { Write(0, 5, 30, 2); }
+    Settings(const Settings&) = delete;
+    Settings& operator=(const Settings&) = delete;
+
+  private:
+    static void Write(LONG colorSpace, LONG quantScale, LONG maxStreamSize, LONG preset) {
+        WriteCodecSetting(kZeta2, L"color_space", colorSpace);
+        WriteCodecSetting(kZeta2, L"quant_scale", quantScale);
+        WriteCodecSetting(kZeta2, L"max_stream_size", maxStreamSize);
+        WriteCodecSetting(kZeta2, L"preset", preset);
+    }
+};
+
+DWORD Word(const void* pointer) {
+    return reinterpret_cast<DWORD>(pointer);
+}
+
+HRESULT Decode(ICodec& codec, const std::vector<BYTE>& sample, WORD bits,
+               const BITMAPINFOHEADER& output, bool alphaOut, std::vector<BYTE>* picture,
+               DWORD alphaMode = 0) {
+    const BITMAPINFOHEADER input = test::FrameHeaderFor(kZeta2, bits, output.biWidth,
+                                                        std::abs(output.biHeight), sample.size());
+    picture->assign(static_cast<std::size_t>(output.biWidth) *
+                        static_cast<std::size_t>(std::abs(output.biHeight)) * 16,
+                    kGuard);
+    return codec.Decompress(&input, sample.data(), &output, alphaOut, picture->data(), 0,
+                            alphaMode);
+}
+
+TEST(Zeta2Codec, ReadsItsQualityByItsOwnRules) {
+    struct Case {
+        LONG preset, quant, size;
+        LONG rulePreset, ruleQuant, ruleSize;
+    };
+    const Case cases[] = {
+        {0, 9, 9, 0, 0, 50}, {1, 9, 9, 1, 4, 40},      {2, 9, 9, 2, 5, 30},
+        {3, 9, 9, 3, 18, 4}, {7, 9, 9, 2, 5, 30},      {-1, 9, 9, 2, 5, 30},
+        {4, -3, 0, 4, 0, 4}, {4, 30, 200, 4, 18, 100}, {4, 3, 50, 4, 3, 50},
+    };
+    for (const Case& c : cases) {
+        const Settings settings(3, c.quant, c.size, c.preset);
+        CZeta2Codec codec;
+        const EncoderParameters got = codec.GetParameters();
+        EXPECT_EQ(got.color_space, 3);
+        EXPECT_EQ(got.preset, c.rulePreset) << c.preset;
+        EXPECT_EQ(got.quant_scale, c.ruleQuant) << c.preset;
+        EXPECT_EQ(got.max_stream_size, c.ruleSize) << c.preset;
+    }
+}
+
+TEST(Zeta2Codec, BringsPicturesBack) {
+    const test::EngineSearch search;
+    const Settings settings(0, 0, 100, 4);
+    CZeta2Codec codec;
+    struct Case {
+        BITMAPINFOHEADER header;
+        bool alpha;
+        WORD bits;
+        double tolerance;
+    };
+    const Case cases[] = {
+        {Yuy2Header(kWidth, kHeight), false, 24, 0.6},
+        {Yuy2Header(kWidth, -kHeight), false, 24, 0.6},
+        {RgbHeader(24, kWidth, kHeight), false, 24, 6.0},  // half the chroma is dropped
+        {RgbHeader(24, kWidth, -kHeight), false, 24, 6.0},
+        {RgbHeader(32, kWidth, kHeight), true, 32, 6.0},
+        {MakeHeader(FourCC("2vuy"), 16, kWidth, kHeight), false, 24, 0.6},
+    };
+    for (const Case& c : cases) {
+        const auto source = SmoothPicture(c.header);
+        const auto frame = EncodePicture(codec, c.header, c.alpha, source, c.bits);
+        ASSERT_FALSE(frame.empty());
+        for (const auto& sample : {frame, test::WithInfo(frame, 40)}) {
+            std::vector<BYTE> back;
+            ASSERT_EQ(Decode(codec, sample, c.bits, c.header, c.alpha, &back, kPremultipliedMode),
+                      S_OK);
+            back.resize(source.size());
+            EXPECT_LT(RootMeanSquare(back, source), c.tolerance) << c.header.biBitCount;
+            for (std::size_t at = 3; c.alpha && at < source.size(); at += 4) {
+                ASSERT_EQ(back[at], source[at]);
+            }
+        }
+    }
+}
+
+/// A format with the numbers that stand for it: high definition full and studio range, standard
+/// definition full and studio range.
+struct Format {
+    DWORD fourcc;
+    WORD bitCount;
+    LONG bytesPerPixel;
+    bool bottomUp;
+    DWORD codes[4];
+    bool callback;
+};
+const Format kFormats[] = {
+    {FourCC("YUY2"), 16, 2, false, {1, 1, 1, 1}, false},
+    {BI_RGB, 24, 3, true, {9, 7, 5, 3}, false},
+    {BI_RGB, 32, 4, true, {8, 6, 4, 2}, false},
+    {FourCC("v210"), 20, 2, false, {}, true},
+    {FourCC("v408"), 32, 4, false, {}, true},
+    {FourCC("r408"), 32, 4, false, {}, true},
+    {FourCC("b64a"), 64, 8, false, {}, true},
+    {FourCC("r4fl"), 128, 16, false, {}, true},
+    {FourCC("2vuy"), 16, 2, false, {}, true},
+};
+
+std::vector<DWORD> Words(const standin::Call& call) {
+    return {call.words, call.words + call.wordCount};
+}
+
+std::vector<DWORD> PlaneWords(const standin::Call& call) {
+    return {call.inner, call.inner + call.innerCount};
+}
+
+/// A frame of nothing but the stand-in's header.
+std::vector<BYTE> HollowFrame(LONG width, LONG height, bool alpha) {
+    const DWORD alphaBytes = alpha ? 4 : 0;
+    std::vector<BYTE> frame(32 + alphaBytes);
+    const DWORD words[] = {0x31325A51,
+                           static_cast<DWORD>(frame.size()),
+                           static_cast<DWORD>(width),
+                           static_cast<DWORD>(height),
+                           10,
+                           0x3F800000,
+                           0,
+                           alphaBytes};
+    std::memcpy(frame.data(), words, sizeof(words));
+    return frame;
+}
+
+TEST(Zeta2Codec, HandsTheEngineItsRecordsWordByWord) {
+    const test::EngineSearch search;
+    std::set<DWORD> writers;
+    std::set<DWORD> readers;
+    for (LONG colorSpace : {0, 1}) {
+        const Settings settings(colorSpace, 7, 40, 4);
+        CZeta2Codec codec;
+        for (const Format& format : kFormats) {
+            for (bool highDefinition : {true, false}) {
+                const LONG width = highDefinition ? 960 : kWidth;
+                const LONG height = highDefinition ? 720 : kHeight;
+                const DWORD code =
+                    format.codes[(highDefinition ? 0 : 2) + (colorSpace != 0 ? 1 : 0)];
+                const BITMAPINFOHEADER picture =
+                    MakeHeader(format.fourcc, format.bitCount, width, height);
+                const LONG stride = width * format.bytesPerPixel;
+                std::vector<BYTE> bytes(static_cast<std::size_t>(stride * height));
+                const DWORD first =
+                    Word(bytes.data()) +
+                    (format.bottomUp ? static_cast<DWORD>((height - 1) * stride) : 0);
+                const std::vector<DWORD> plane = {
+                    first, static_cast<DWORD>(format.bottomUp ? -stride : stride), 0};
+
+                for (bool alpha : {false, true}) {
+                    const auto frame = HollowFrame(width, height, alpha);
+                    const auto length = static_cast<DWORD>(frame.size());
+                    const BITMAPINFOHEADER input =
+                        test::FrameHeaderFor(kZeta2, 24, width, height, frame.size());
+                    DWORD callbacks[2];
+                    for (DWORD mode : {0u, 1u}) {
+                        ASSERT_EQ(codec.Decompress(&input, frame.data(), &picture, alpha,
+                                                   bytes.data(), 0, mode),
+                                  S_OK);
+                        const standin::Call probe = test::LastCall(kLibrary, standin::kProbe);
+                        EXPECT_EQ(Words(probe), (std::vector<DWORD>{0, 0, 0, Word(frame.data()), 0,
+                                                                    0, 0, 0, 0, 0, 0}));
+                        const standin::Call decode = test::LastCall(kLibrary, standin::kDecode);
+                        EXPECT_EQ(PlaneWords(decode), plane);
+                        callbacks[mode] = decode.words[2];
+                        EXPECT_EQ(Words(decode),
+                                  (std::vector<DWORD>{
+                                      0, decode.words[1], format.callback ? callbacks[mode] : code,
+                                      Word(frame.data()), length, 0, 0, 0, 0, 0, 0}));
+                        if (format.callback) {
+                            ASSERT_GE(callbacks[mode], 0x10000u);
+                            writers.insert(callbacks[mode]);
+                        }
+                    }
+                    // Only what keeps alpha has a second routine.
+                    const bool keepsAlpha = alpha && format.callback &&
+                                            format.fourcc != FourCC("v210") &&
+                                            format.fourcc != FourCC("2vuy");
+                    EXPECT_EQ(callbacks[0] != callbacks[1], keepsAlpha) << format.bitCount;
+                }
+
+                const test::Misbehaviour stopAfterTheRecord("encode:divide");
+                BITMAPINFOHEADER output = MakeHeader(kZeta2, 24, width, height);
+                std::vector<BYTE> coded(64);
+                EXPECT_EQ(
+                    codec.Compress(&picture, false, bytes.data(), &output, coded.data(), 0, 0, 0),
+                    E_FAIL);
+                const standin::Call encode = test::LastCall(kLibrary, standin::kEncode);
+                EXPECT_EQ(PlaneWords(encode), plane);
+                if (format.callback) {
+                    readers.insert(encode.words[2]);
+                }
+                const auto w = static_cast<DWORD>(width);
+                const auto h = static_cast<DWORD>(height);
+                const DWORD capacity = format.fourcc == FourCC("v210") ? (w + 47) / 48 * h * 128
+                                                                       : w * h * 20 / 8 * 40 / 100;
+                EXPECT_EQ(Words(encode),
+                          (std::vector<DWORD>{0, encode.words[1],
+                                              format.callback ? encode.words[2] : code,
+                                              Word(coded.data()), capacity,
+                                              h * w / static_cast<DWORD>(format.bytesPerPixel) / 8,
+                                              format.bitCount == 32 ? 2u : 0u, w, h, 7, 11, 0}));
+            }
+        }
+    }
+    // Thirteen indices, five of them with a second writer; encoding was asked for opaque streams.
+    EXPECT_EQ(writers.size(), 13u + 5u);
+    EXPECT_EQ(readers.size(), 7u);
+    for (DWORD reader : readers) {
+        EXPECT_EQ(writers.count(reader), 0u);
+    }
+}
+
+TEST(Zeta2Codec, GoesByTheProbesAlphaKindAndNotByTheHeader) {
+    const test::EngineSearch search;
+    CZeta2Codec codec;
+    const BITMAPINFOHEADER header = RgbHeader(32, kWidth, kHeight);
+    const auto source = SmoothPicture(header);
+    const auto frame = EncodePicture(codec, header, true, source, 32);
+    ASSERT_FALSE(frame.empty());
+    std::vector<BYTE> claimed24;
+    std::vector<BYTE> claimed32;
+    std::vector<BYTE> untouched;
+    ASSERT_EQ(Decode(codec, frame, 24, header, true, &claimed24), S_OK);
+    ASSERT_EQ(Decode(codec, frame, 32, header, true, &claimed32), S_OK);
+    ASSERT_EQ(Decode(codec, frame, 32, header, true, &untouched, kPremultipliedMode), S_OK);
+    EXPECT_EQ(claimed24, claimed32);
+    for (std::size_t at = 0; at < source.size(); at += 4) {
+        for (std::size_t c = 0; c < 3; ++c) {
+            ASSERT_EQ(claimed24[at + c], source[at + 3] == 0 ? 0 : untouched[at + c]);
+        }
+    }
+}
+
+TEST(Zeta2Codec, StoresEveryPackedLayoutThroughItsCallback) {
+    const test::EngineSearch search;
+    const Settings settings(0, 0, 100, 4);
+    CZeta2Codec codec;
+    const BITMAPINFOHEADER yuy2Header = Yuy2Header(kWidth, kHeight);
+    const auto frame = EncodePicture(codec, yuy2Header, false, SmoothPicture(yuy2Header), 24);
+    std::vector<BYTE> yuy2;
+    ASSERT_EQ(Decode(codec, frame, 24, yuy2Header, false, &yuy2), S_OK);
+    std::vector<BYTE> v408;
+    ASSERT_EQ(
+        Decode(codec, frame, 24, MakeHeader(FourCC("v408"), 32, kWidth, kHeight), false, &v408),
+        S_OK);
+    for (std::size_t pixel = 0; pixel < kWidth * kHeight; ++pixel) {
+        const BYTE* pair = &yuy2[pixel / 2 * 4];
+        const BYTE* got = &v408[pixel * 4];
+        ASSERT_EQ(got[0], pair[1]);
+        ASSERT_EQ(got[1], yuy2[pixel * 2]);
+        ASSERT_EQ(got[2], pair[3]);
+        ASSERT_EQ(got[3], 235);
+    }
+}
+
+TEST(Zeta2Codec, RefusesBadFramesAndFaultsAndWritesNothing) {
+    const test::EngineSearch search;
+    CZeta2Codec codec;
+    const BITMAPINFOHEADER header = Yuy2Header(kWidth, kHeight);
+    const auto frame = EncodePicture(codec, header, false, SmoothPicture(header), 24);
+    ASSERT_FALSE(frame.empty());
+    const std::vector<BYTE> shorter(frame.begin(), frame.end() - 1);
+    auto wrong = frame;
+    wrong[0] ^= 1;
+    for (const auto& sample :
+         {shorter, wrong, std::vector<BYTE>(64), std::vector<BYTE>{'Q'}, test::WithInfo({}, 16)}) {
+        std::vector<BYTE> picture;
+        EXPECT_EQ(Decode(codec, sample, 24, header, false, &picture), E_FAIL) << sample.size();
+        EXPECT_EQ(picture, std::vector<BYTE>(picture.size(), kGuard));
+    }
+    for (const char* what : {"probe:access", "probe:longer", "decode:divide", "decode:throw"}) {
+        const test::Misbehaviour misbehave(what);
+        for (int i = 0; i < 25; ++i) {
+            std::vector<BYTE> picture;
+            ASSERT_EQ(Decode(codec, frame, 24, header, false, &picture), E_FAIL) << what;
+        }
+    }
+    for (DWORD fourcc : {FourCC("v408"), FourCC("b64a"), FourCC("r4fl")}) {
+        const test::Misbehaviour misbehave("decode:callback");
+        std::vector<BYTE> picture;
+        EXPECT_EQ(
+            Decode(codec, frame, 24, MakeHeader(fourcc, 32, kWidth, kHeight), false, &picture),
+            E_FAIL);
+    }
+    const test::Misbehaviour lie("encode:longer");
+    EXPECT_TRUE(EncodePicture(codec, header, false, SmoothPicture(header), 24).empty());
+}
+
+TEST(Zeta2Codec, PassesOverAFormatWithoutAnIndexWhenEncoding) {
+    const test::EngineSearch search;
+    CZeta2Codec codec;
+    const BITMAPINFOHEADER input = MakeHeader(FourCC("UYVY"), 16, kWidth, kHeight);
+    BITMAPINFOHEADER output = MakeHeader(kZeta2, 24, kWidth, kHeight);
+    output.biSizeImage = 77;
+    std::vector<BYTE> bytes(kWidth * kHeight * 2);
+    EXPECT_EQ(codec.Compress(&input, false, bytes.data(), &output, bytes.data(), 0, 0, 0), S_OK);
+    EXPECT_EQ(output.biSizeImage, 77u);
+    EXPECT_EQ(test::LastCall(kLibrary, standin::kEncode).count, 0u);
+}
+
+}  // namespace
+}  // namespace nyx
