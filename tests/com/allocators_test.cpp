@@ -14,7 +14,7 @@ class Allocators : public FilterTest {
     FilterRig rig{row()};
     ComPtr<TestAllocator> own = MakeCom<TestAllocator>();
 };
-NYX_FOR_EVERY_FILTER(Allocators);
+NYX_FOR_EVERY_DECODER(Allocators);
 
 HRESULT GetBuffer(IMemAllocator* allocator) {
     ComPtr<IMediaSample> buffer;

@@ -33,7 +33,7 @@ class DynamicFormats : public FilterTest {
     }
     FilterRig rig{row()};
 };
-NYX_FOR_EVERY_FILTER(DynamicFormats);
+NYX_FOR_EVERY_DECODER(DynamicFormats);
 
 TEST_P(DynamicFormats, ATypeOnAnInputSampleChangesTheInputBeforeTheFrame) {
     rig.Start();

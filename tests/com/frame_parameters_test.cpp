@@ -63,7 +63,7 @@ class FrameParameters : public FilterTest {
 
     FilterRig rig{row()};  // 96x16: a pixel aspect of 1:1 shows as 6:1
 };
-NYX_FOR_EVERY_FILTER(FrameParameters);
+NYX_FOR_EVERY_DECODER(FrameParameters);
 
 TEST_P(FrameParameters, Field1FirstIsSetForTopFieldFirstAndClearedOtherwise) {
     Start();

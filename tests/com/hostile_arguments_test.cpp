@@ -104,6 +104,24 @@ TEST_P(HostileArguments, TheFactoryAnswersNulls) {
     EXPECT_FALSE(object);
 }
 
+TEST_P(HostileArguments, ExtremeTimesAndRatesAreCarried) {
+    rig.Start();
+    SampleProperties sample = rig.Frame();
+    for (const LONGLONG time : {LONGLONG{0}, LONGLONG{-1}, INT64_MAX, INT64_MIN}) {
+        sample.start = time;
+        sample.stop = -time;
+        EXPECT_EQ(rig.source->Push(sample), S_OK);
+        rig.output.As<IQualityControl>()->Notify(rig.sink.get(), Quality{Flood, -1, time, time});
+        EXPECT_EQ(rig.input->NewSegment(time, -time, -1.0), S_OK);
+    }
+}
+
+class HostileSizes : public FilterTest {
+  protected:
+    FilterRig rig{row()};
+};
+NYX_FOR_EVERY_DECODER(HostileSizes);
+
 constexpr LONG kExtremes[] = {0,
                               1,
                               2,
@@ -124,7 +142,7 @@ constexpr LONG kExtremes[] = {0,
                               -0x7FFFFFFF,
                               -0x7FFFFFFF - 1};
 
-TEST_P(HostileArguments, AnySizeOfInputIsSurvivedFromConnectionToReceive) {
+TEST_P(HostileSizes, AnySizeOfInputIsSurvivedFromConnectionToReceive) {
     for (const LONG width : kExtremes) {
         for (const LONG height : kExtremes) {
             MediaType type = row().InputType();
@@ -145,7 +163,7 @@ TEST_P(HostileArguments, AnySizeOfInputIsSurvivedFromConnectionToReceive) {
     }
 }
 
-TEST_P(HostileArguments, AnySizeOfOutputIsSurvivedAndOnlyFittingOnesAreAccepted) {
+TEST_P(HostileSizes, AnySizeOfOutputIsSurvivedAndOnlyFittingOnesAreAccepted) {
     ASSERT_EQ(rig.ConnectInput(), S_OK);
     for (std::size_t i = 0; i < row().outputs.size(); ++i) {
         for (const LONG width : kExtremes) {
@@ -168,7 +186,7 @@ TEST_P(HostileArguments, AnySizeOfOutputIsSurvivedAndOnlyFittingOnesAreAccepted)
     }
 }
 
-TEST_P(HostileArguments, AnAllocatorThatLiesAboutItsBuffersIsSurvived) {
+TEST_P(HostileSizes, AnAllocatorThatLiesAboutItsBuffersIsSurvived) {
     // Promises the size that was asked for and hands out smaller buffers.
     rig.sink->in.ownAllocator = MakeCom<TestAllocator>();
     rig.Connect();
@@ -182,18 +200,6 @@ TEST_P(HostileArguments, AnAllocatorThatLiesAboutItsBuffersIsSurvived) {
         rig.filter->Stop();
     }
     EXPECT_EQ(rig.sink->in.sampleCount(), 0u);
-}
-
-TEST_P(HostileArguments, ExtremeTimesAndRatesAreCarried) {
-    rig.Start();
-    SampleProperties sample = rig.Frame();
-    for (const LONGLONG time : {LONGLONG{0}, LONGLONG{-1}, INT64_MAX, INT64_MIN}) {
-        sample.start = time;
-        sample.stop = -time;
-        EXPECT_EQ(rig.source->Push(sample), S_OK);
-        rig.output.As<IQualityControl>()->Notify(rig.sink.get(), Quality{Flood, -1, time, time});
-        EXPECT_EQ(rig.input->NewSegment(time, -time, -1.0), S_OK);
-    }
 }
 
 }  // namespace

@@ -12,7 +12,7 @@ class MediaTypes : public FilterTest {
   protected:
     FilterRig rig{row()};
 };
-NYX_FOR_EVERY_FILTER(MediaTypes);
+NYX_FOR_EVERY_DECODER(MediaTypes);
 
 /// One way to spoil a valid input type.
 struct Spoiled {

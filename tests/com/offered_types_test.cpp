@@ -29,7 +29,7 @@ const Stream kStreams[] = {
 };
 
 class OfferedTypesTest : public FilterTest {};
-NYX_FOR_EVERY_FILTER(OfferedTypesTest);
+NYX_FOR_EVERY_DECODER(OfferedTypesTest);
 
 /// What position `index` of the list must be for the stream, built from the rules alone.
 MediaType Expected(const FilterUnderTest& row, const Stream& stream, std::size_t index) {

@@ -73,7 +73,7 @@ TEST_F(Registration, EveryFilterIsFoundWithItsNameAndMerit) {
 
 TEST_F(Registration, TheMapperProposesADecoderForItsStreamAndNoOther) {
     ASSERT_EQ(Module().RegisterServer(), S_OK);
-    for (const FilterUnderTest& row : CatalogueUnderTest()) {
+    for (const FilterUnderTest& row : DecodersUnderTest()) {
         const DWORD merit = std::min<DWORD>(row.merit, MERIT_NORMAL);
         EXPECT_TRUE(MapperFinds(row.clsid, FourCCSubtype(row.inputFourCC), merit)) << row.name;
         EXPECT_FALSE(MapperFinds(row.clsid, MEDIASUBTYPE_MJPG, merit)) << row.name;
@@ -93,7 +93,7 @@ TEST_F(Registration, RegisteredFiltersAreCreatedBySystemMeans) {
 
 TEST_F(Registration, AGraphPutsTheDecoderBetweenSourceAndSinkByItself) {
     ASSERT_EQ(Module().RegisterServer(), S_OK);
-    for (const FilterUnderTest& row : CatalogueUnderTest()) {
+    for (const FilterUnderTest& row : DecodersUnderTest()) {
         const auto source = MakeCom<TestSource>();
         const auto sink = MakeCom<TestSink>();
         source->out.proposals = {row.InputType()};

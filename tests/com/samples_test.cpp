@@ -30,7 +30,7 @@ class Samples : public FilterTest {
     }
     FilterRig rig{row()};
 };
-NYX_FOR_EVERY_FILTER(Samples);
+NYX_FOR_EVERY_DECODER(Samples);
 
 constexpr Buffers kAllBuffers[] = {Buffers::kPlatform, Buffers::kForeign,
                                    Buffers::kForeignWithoutSample2};

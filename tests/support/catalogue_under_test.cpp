@@ -23,6 +23,7 @@ std::vector<BYTE> Q210Sample(const Picture& picture) {
 const std::vector<FilterUnderTest>& CatalogueUnderTest() {
     static const std::vector<FilterUnderTest> rows = {
         {"Q210Decoder",
+         Role::kDecoder,
          {0x3D1F4E99, 0x3ADF, 0x471E, {0x8C, 0x1A, 0xB7, 0xD6, 0x78, 0xB4, 0xA2, 0x38}},
          L"Rokka Q210 Decoder",
          0x00800000,
@@ -33,6 +34,16 @@ const std::vector<FilterUnderTest>& CatalogueUnderTest() {
          Q210Sample},
     };
     return rows;
+}
+
+std::vector<FilterUnderTest> DecodersUnderTest() {
+    std::vector<FilterUnderTest> decoders;
+    for (const FilterUnderTest& row : CatalogueUnderTest()) {
+        if (row.role == Role::kDecoder) {
+            decoders.push_back(row);
+        }
+    }
+    return decoders;
 }
 
 MediaType FilterUnderTest::InputType(const Picture& picture) const {

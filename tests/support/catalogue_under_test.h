@@ -23,10 +23,15 @@ struct OfferedFormat {
     DWORD compression;
 };
 
+/// Which way a filter works. What a filter owes its host is the same for both; what it makes of
+/// types and sizes is not.
+enum class Role { kDecoder, kEncoder };
+
 /// One filter of the module: what a test must know to run it. A new filter is a new row of the
 /// table in catalogue_under_test.cpp; every parameterised test then runs for it too.
 struct FilterUnderTest {
     const char* name;  ///< letters and digits only: part of the test's name
+    Role role;
     CLSID clsid;
     const wchar_t* registeredName;
     DWORD merit;
@@ -46,13 +51,17 @@ struct FilterUnderTest {
 /// All filters of the module.
 const std::vector<FilterUnderTest>& CatalogueUnderTest();
 
+/// Those of them that decode.
+std::vector<FilterUnderTest> DecodersUnderTest();
+
 /// Prints the row's name in a failed test's message.
 void PrintTo(const FilterUnderTest& row, std::ostream* out);
 
 }  // namespace nyx::test
 
-/// Runs a parameterised suite for every filter of the module.
-#define NYX_FOR_EVERY_FILTER(Suite)                                                  \
-    INSTANTIATE_TEST_SUITE_P(Filters, Suite,                                         \
-                             ::testing::ValuesIn(::nyx::test::CatalogueUnderTest()), \
+/// Runs a parameterised suite for every filter of the module, or for every decoder.
+#define NYX_FOR_EVERY_FILTER(Suite) NYX_FOR_EVERY_ROW(Suite, CatalogueUnderTest)
+#define NYX_FOR_EVERY_DECODER(Suite) NYX_FOR_EVERY_ROW(Suite, DecodersUnderTest)
+#define NYX_FOR_EVERY_ROW(Suite, rows)                                                 \
+    INSTANTIATE_TEST_SUITE_P(Filters, Suite, ::testing::ValuesIn(::nyx::test::rows()), \
                              [](const auto& filter) { return std::string(filter.param.name); })
