@@ -3,6 +3,8 @@
 #include <iterator>
 
 #include "filters/decoders.h"
+#include "filters/zeta_encoder.h"
+#include "filters/zeta_property_page.h"
 #include "module/class_creation.h"
 #include "platform/fourcc.h"
 
@@ -16,25 +18,79 @@ static_assert(kDecoderMerit == 0x00800000);
 
 constexpr PinTypes kAnyVideo = {{GUID{}}, 1};
 
+constexpr GUID kYuy2Subtype = FourCCSubtype(FourCC("YUY2"));
+/// MEDIASUBTYPE_RGB32, {E436EB7E-524F-11CE-9F53-0020AF0BA770}.
+constexpr GUID kRgb32Subtype = {
+    0xE436EB7E, 0x524F, 0x11CE, {0x9F, 0x53, 0x00, 0x20, 0xAF, 0x0B, 0xA7, 0x70}};
+
 constexpr PinTypes Compressed(const char (&fourcc)[5]) {
     return {{FourCCSubtype(FourCC(fourcc))}, 1};
 }
 
+constexpr ClassIdentity kDv25Decoder = {
+    L"Rokka DV Decoder",
+    L"Rokka DV Decoder",
+    {0x194BF9E2, 0x3566, 0x43C0, {0xAA, 0x21, 0xEE, 0xC7, 0x27, 0x8E, 0xA7, 0xD8}}};
+constexpr ClassIdentity kDv50Decoder = {
+    L"DVCPRO50 Decoder",
+    L"Rokka DV Decoder",
+    {0xB3106B88, 0x8D62, 0x4B34, {0x8F, 0xDF, 0x6C, 0xA7, 0x86, 0x7B, 0xB9, 0x9F}}};
+constexpr ClassIdentity kDvHdDecoder = {
+    L"DVCPRO HD Decoder",
+    L"Rokka DV Decoder",
+    {0x43749036, 0x6EBA, 0x4A63, {0x9B, 0x9B, 0x2E, 0xDC, 0x0D, 0x07, 0x3B, 0x2B}}};
+constexpr ClassIdentity kZetaDecoder = {
+    L"Rokka Zeta Decoder",
+    L"Rokka Zeta Decoder",
+    {0xF8C71073, 0x10DB, 0x4DFF, {0x8E, 0xA6, 0xCE, 0xA2, 0x64, 0x00, 0xAF, 0xFB}}};
+constexpr ClassIdentity kLosslessDecoder = {
+    L"Rokka Lossless Decoder",
+    L"Rokka Lossless Decoder",
+    {0x9770AADC, 0x2F6D, 0x4586, {0x90, 0x59, 0xF8, 0x47, 0xE4, 0x6D, 0x38, 0x33}}};
+constexpr ClassIdentity kMpegIntraDecoder = {
+    L"Rokka MPEG2-Intra Decoder",
+    L"Rokka MPEG2-Intra Decoder",
+    {0x48BC3ED7, 0x498D, 0x4F7C, {0xA1, 0x21, 0xEE, 0x72, 0xA9, 0xEF, 0xC4, 0x83}}};
+constexpr ClassIdentity kZeta2Decoder = {
+    L"Rokka Zeta2 Decoder",
+    L"Rokka Zeta2 Decoder",
+    {0x05B95B6B, 0xC3CD, 0x4B91, {0xAF, 0x3B, 0xBB, 0xBB, 0x7D, 0xF6, 0x4C, 0xD0}}};
 constexpr ClassIdentity kTenBitDecoder = {
     L"Rokka Q210 Decoder",
     L"Rokka Q210 Decoder",
     {0x3D1F4E99, 0x3ADF, 0x471E, {0x8C, 0x1A, 0xB7, 0xD6, 0x78, 0xB4, 0xA2, 0x38}}};
+constexpr ClassIdentity kZetaEncoder = {
+    L"Rokka Zeta Encoder",
+    L"Rokka Zeta Encoder",
+    {0xF891D31F, 0x209D, 0x4AF8, {0xAE, 0xBC, 0xFF, 0x24, 0x72, 0xBC, 0x14, 0xC3}}};
+constexpr ClassIdentity kZetaProp = {L"Rokka Zeta Encoder Property Page",
+                                     L"Rokka Zeta Encoder Property Page", kZetaPropertyPageClsid};
 
 template <class Filter, const ClassIdentity& identity>
 constexpr CatalogueRow Decoder(const char (&fourcc)[5]) {
-    return {&identity, CreateFilter<Filter, identity, kEngineForDecoding>, kDecoderMerit,
-            Compressed(fourcc), kAnyVideo};
+    return {&identity,     CreateFilter<Filter, identity, kEngineForDecoding>,
+            kDecoderMerit, Compressed(fourcc),
+            kAnyVideo,     nullptr};
 }
 
 }  // namespace
 
 constexpr CatalogueRow kCatalogue[] = {
+    Decoder<CDv25Decoder, kDv25Decoder>("QDVC"),
+    Decoder<CDv50Decoder, kDv50Decoder>("QDV5"),
+    Decoder<CDvHdDecoder, kDvHdDecoder>("QDVH"),
+    Decoder<CZetaDecoder, kZetaDecoder>("QZTA"),
+    Decoder<CLosslessDecoder, kLosslessDecoder>("QLLC"),
+    Decoder<CMpegIntraDecoder, kMpegIntraDecoder>("QMIC"),
+    Decoder<CZeta2Decoder, kZeta2Decoder>("QZT2"),
     Decoder<CTenBitDecoder, kTenBitDecoder>("Q210"),
+    {&kZetaEncoder,
+     CreateFilter<CZetaEncoder, kZetaEncoder, kEngineForEncoding>,
+     MERIT_DO_NOT_USE,
+     {{kYuy2Subtype, kRgb32Subtype}, 2},
+     Compressed("QZTA"),
+     &CLSID_VideoCompressorCategory},
+    {&kZetaProp, CreateObject<CZetaProp, kZetaProp>, 0, {}, {}, nullptr},
 };
 const int kCatalogueSize = static_cast<int>(std::size(kCatalogue));
 

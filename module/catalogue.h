@@ -25,9 +25,10 @@ struct PinTypes {
 struct CatalogueRow {
     const ClassIdentity* identity;
     LPFNNewCOMObject create;
-    DWORD merit;      ///< 0 with no pins for a class that is no filter
-    PinTypes input;   ///< subtypes of major type Video
-    PinTypes output;  ///< subtypes of major type Video, `GUID_NULL` for any
+    DWORD merit;                   ///< 0 with no pins for a class that is no filter
+    PinTypes input;                ///< subtypes of major type Video
+    PinTypes output;               ///< subtypes of major type Video, `GUID_NULL` for any
+    const CLSID* furtherCategory;  ///< a category to register in beside the default one, or null
 };
 
 /// Room for the classes that there are to be.

@@ -22,4 +22,15 @@ CUnknown* WINAPI CreateFilter(IUnknown* outer, HRESULT* result) {
     return nullptr;
 }
 
+/// The creation function of a class that needs no engine. Null with `E_OUTOFMEMORY` when there is
+/// no memory.
+template <class Object, const ClassIdentity& identity>
+CUnknown* WINAPI CreateObject(IUnknown* outer, HRESULT* result) {
+    Object* object = new (std::nothrow) Object(identity.objectName, outer);
+    if (!object) {
+        *result = E_OUTOFMEMORY;
+    }
+    return object;
+}
+
 }  // namespace nyx

@@ -1,0 +1,214 @@
+#include "filters/zeta_property_page.h"
+
+#include <commctrl.h>
+
+#include <cwchar>
+#include <iterator>
+
+#include "filters/zeta_property_page_resources.h"
+#include "platform/fourcc.h"
+#include "settings/quality_presets.h"
+
+namespace nyx {
+namespace {
+
+/// The radio buttons in the order of the presets they stand for.
+constexpr int kPresetButtons[] = {IDC_PRESET_SUPERFINE, IDC_PRESET_FINE, IDC_PRESET_STANDARD,
+                                  IDC_PRESET_OFFLINE, IDC_PRESET_CUSTOM};
+
+constexpr int kCustomControls[] = {IDC_QUANT_SLIDER, IDC_SIZE_SLIDER, IDC_QUANT_BOX, IDC_SIZE_BOX};
+
+LONG Clamp(LONG value, SettingRange range) {
+    return value < range.low ? range.low : value > range.high ? range.high : value;
+}
+
+EncodeParameterBlock StoredBlock() {
+    const EncoderParameters stored = ReadEncoderParameters(FourCC("QZTA"));
+    return {stored.color_space, stored.quant_scale, stored.max_stream_size, stored.preset};
+}
+
+/// The encoder's parameter interface, with a reference, or null.
+IEncodeParmeter_QZTA* EncoderOf(IUnknown* object) {
+    IEncodeParmeter_QZTA* encoder = nullptr;
+    if (!object || FAILED(object->QueryInterface(IID_IEncodeParmeter_QZTA,
+                                                 reinterpret_cast<void**>(&encoder)))) {
+        return nullptr;
+    }
+    return encoder;
+}
+
+}  // namespace
+
+CZetaProp::CZetaProp(const wchar_t* name, IUnknown* outer)
+    : CBasePropertyPage(name, outer, IDD_ZETA_PROPERTIES, IDS_ZETA_PROPERTIES_TITLE),
+      block_(StoredBlock()) {
+    const INITCOMMONCONTROLSEX sliders = {sizeof(sliders), ICC_BAR_CLASSES};
+    InitCommonControlsEx(&sliders);
+}
+
+CZetaProp::~CZetaProp() {
+    if (object_) {
+        object_->Release();
+    }
+}
+
+STDMETHODIMP CZetaProp::IsPageDirty() {
+    return m_bDirty ? S_OK : S_FALSE;
+}
+
+HRESULT CZetaProp::OnConnect(IUnknown* object) {
+    if (object != object_) {
+        if (object) {
+            object->AddRef();
+        }
+        IUnknown* old = object_;
+        object_ = object;
+        if (old) {
+            old->Release();
+        }
+    }
+    if (IEncodeParmeter_QZTA* encoder = EncoderOf(object_)) {
+        encoder->GetParameter(&block_, FALSE);
+        encoder->Release();
+    }
+    return S_OK;
+}
+
+HRESULT CZetaProp::OnActivate() {
+    for (int preset = 0; preset < static_cast<int>(std::size(kPresetButtons)); ++preset) {
+        CheckDlgButton(m_Dlg, kPresetButtons[preset],
+                       preset == block_.preset ? BST_CHECKED : BST_UNCHECKED);
+    }
+    EnableCustomControls(block_.preset == kCustomPreset);
+    SendDlgItemMessageW(m_Dlg, IDC_QUANT_SLIDER, TBM_SETRANGE, TRUE,
+                        MAKELPARAM(kQuantScaleRange.low, kQuantScaleRange.high));
+    SendDlgItemMessageW(m_Dlg, IDC_SIZE_SLIDER, TBM_SETRANGE, TRUE,
+                        MAKELPARAM(kMaxStreamSizeRange.low, kMaxStreamSizeRange.high));
+    const EncodeParameterBlock shown = block_;
+    SetSliders(shown.quant_scale, shown.max_stream_size);
+    WriteNumber(IDC_QUANT_BOX, shown.quant_scale);
+    WriteNumber(IDC_SIZE_BOX, shown.max_stream_size);
+    return S_OK;
+}
+
+HRESULT CZetaProp::OnApplyChanges() {
+    block_.preset = CheckedPreset();
+    if (IEncodeParmeter_QZTA* encoder = EncoderOf(object_)) {
+        encoder->SetParameter(&block_, TRUE);
+        encoder->Release();
+    }
+    return S_OK;
+}
+
+INT_PTR CZetaProp::OnReceiveMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_COMMAND && OnCommand(LOWORD(wParam))) {
+        return TRUE;
+    }
+    if (message == WM_HSCROLL && OnSliderMoved(reinterpret_cast<HWND>(lParam))) {
+        return TRUE;
+    }
+    return CBasePropertyPage::OnReceiveMessage(window, message, wParam, lParam);
+}
+
+/// Any notification of a control counts. True when it changed one of the numbers, directly or by
+/// way of the number boxes that a preset wrote.
+bool CZetaProp::OnCommand(int control) {
+    const LONG quantBefore = block_.quant_scale;
+    const LONG sizeBefore = block_.max_stream_size;
+    if (control >= IDC_PRESET_OFFLINE && control <= IDC_PRESET_FINE) {
+        OnPresetClick();
+    } else if (control == IDC_QUANT_BOX) {
+        block_.quant_scale = Clamp(ReadNumber(IDC_QUANT_BOX), kQuantScaleRange);
+    } else if (control == IDC_SIZE_BOX) {
+        block_.max_stream_size = Clamp(ReadNumber(IDC_SIZE_BOX), kMaxStreamSizeRange);
+    } else {
+        return false;
+    }
+    if (block_.quant_scale == quantBefore && block_.max_stream_size == sizeBefore) {
+        return false;
+    }
+    WriteNumber(IDC_SIZE_BOX, block_.max_stream_size);
+    WriteNumber(IDC_QUANT_BOX, block_.quant_scale);
+    SetSliders(block_.quant_scale, block_.max_stream_size);
+    SetDirty(true, PROPPAGESTATUS_DIRTY);
+    return true;
+}
+
+void CZetaProp::OnPresetClick() {
+    const LONG preset = CheckedPreset();
+    const bool custom = preset == kCustomPreset;
+    const QualityPreset pair =
+        custom ? QualityPreset{ReadNumber(IDC_QUANT_BOX), ReadNumber(IDC_SIZE_BOX)}
+               : kQualityPresets[preset];
+    EnableCustomControls(custom);
+    // The boxes' own notifications take the numbers into the block.
+    WriteNumber(IDC_QUANT_BOX, pair.quant_scale);
+    WriteNumber(IDC_SIZE_BOX, pair.max_stream_size);
+    SetSliders(pair.quant_scale, pair.max_stream_size);
+    const bool presetChanged = preset != block_.preset;
+    if (presetChanged || pair.quant_scale != block_.quant_scale ||
+        pair.max_stream_size != block_.max_stream_size) {
+        SetDirty(presetChanged, presetChanged ? PROPPAGESTATUS_DIRTY : PROPPAGESTATUS_VALIDATE);
+    }
+}
+
+bool CZetaProp::OnSliderMoved(HWND slider) {
+    const int control = GetDlgCtrlID(slider);
+    const auto position = static_cast<LONG>(SendMessageW(slider, TBM_GETPOS, 0, 0));
+    if (control == IDC_QUANT_SLIDER) {
+        block_.quant_scale = position;
+        WriteNumber(IDC_QUANT_BOX, position);
+    } else if (control == IDC_SIZE_SLIDER) {
+        block_.max_stream_size = position;
+        WriteNumber(IDC_SIZE_BOX, position);
+    } else {
+        return false;
+    }
+    SetDirty(true, PROPPAGESTATUS_DIRTY);
+    return true;
+}
+
+/// The preset of the checked button; custom when none is.
+LONG CZetaProp::CheckedPreset() {
+    for (LONG preset = 0; preset < kCustomPreset; ++preset) {
+        if (IsDlgButtonChecked(m_Dlg, kPresetButtons[preset]) == BST_CHECKED) {
+            return preset;
+        }
+    }
+    return kCustomPreset;
+}
+
+void CZetaProp::EnableCustomControls(bool custom) {
+    for (const int control : kCustomControls) {
+        EnableWindow(GetDlgItem(m_Dlg, control), custom);
+    }
+}
+
+void CZetaProp::SetSliders(LONG quantScale, LONG maxStreamSize) {
+    SendDlgItemMessageW(m_Dlg, IDC_QUANT_SLIDER, TBM_SETPOS, TRUE, quantScale);
+    SendDlgItemMessageW(m_Dlg, IDC_SIZE_SLIDER, TBM_SETPOS, TRUE, maxStreamSize);
+}
+
+void CZetaProp::WriteNumber(int box, LONG value) {
+    wchar_t text[12];
+    std::swprintf(text, std::size(text), L"%ld", value);
+    SetDlgItemTextW(m_Dlg, box, text);
+    // The caret goes behind the last of at most three digits.
+    SendDlgItemMessageW(m_Dlg, box, EM_SETSEL, 3, 3);
+}
+
+/// The decimal number in a box, 0 for anything else.
+LONG CZetaProp::ReadNumber(int box) {
+    wchar_t text[256] = {};
+    GetDlgItemTextW(m_Dlg, box, text, static_cast<int>(std::size(text)));
+    return std::wcstol(text, nullptr, 10);
+}
+
+void CZetaProp::SetDirty(bool dirty, DWORD status) {
+    m_bDirty = dirty;
+    if (m_pPageSite) {
+        m_pPageSite->OnStatusChange(status);
+    }
+}
+
+}  // namespace nyx
