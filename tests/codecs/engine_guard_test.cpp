@@ -1,9 +1,7 @@
 #include "codecs/engine_guard.h"
 
 #include <gtest/gtest.h>
-#include <malloc.h>
 #include <mmintrin.h>
-#include <psapi.h>
 #include <xmmintrin.h>
 
 #include <atomic>
@@ -13,6 +11,7 @@
 #include <vector>
 
 #include "codecs/row_callbacks.h"
+#include "tests/codecs/standin_engines.h"
 
 namespace nyx {
 namespace {
@@ -80,14 +79,6 @@ DWORD ChainHead() {
     return __readfsdword(0);
 }
 
-std::size_t PrivateBytes() {
-    PROCESS_MEMORY_COUNTERS_EX counters = {};
-    counters.cb = sizeof(counters);
-    GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters),
-                         sizeof(counters));
-    return counters.PrivateUsage;
-}
-
 TEST(Guard, AnswersEveryKindOfFaultWithFailure) {
     for (const NamedFault& fault : kFaults) {
         const DWORD chain = ChainHead();
@@ -141,9 +132,9 @@ TEST(Guard, HoldsThousandsOfFaultsOnManyThreadsWithoutALeak) {
         }
     };
     onFourThreads();  // the runtime's first-use allocations
-    const std::size_t before = PrivateBytes();
+    const std::size_t before = test::PrivateBytes();
     onFourThreads();
-    const std::size_t after = PrivateBytes();
+    const std::size_t after = test::PrivateBytes();
     EXPECT_EQ(wrong, 0);
     // 21,600 faults: even 12 bytes each would show.
     EXPECT_LT(after, before + 256 * 1024);
@@ -320,13 +311,13 @@ void FaultInCallback(LONG* calls) {
 
 TEST(EngineCallback, TurnsAThrowIntoAFailureOfTheGuardedCall) {
     LONG calls = 0;
-    const std::size_t before = PrivateBytes();
+    const std::size_t before = test::PrivateBytes();
     for (int i = 0; i < 5000; ++i) {
         ASSERT_EQ(Guarded([&] { EngineCallback<&ThrowFromCallback>::Call(&calls); }), E_FAIL);
         ASSERT_EQ(Guarded([&] { EngineCallback<&FaultInCallback>::Call(&calls); }), E_FAIL);
     }
     EXPECT_EQ(calls, 10000);
-    EXPECT_LT(PrivateBytes(), before + 256 * 1024);
+    EXPECT_LT(test::PrivateBytes(), before + 256 * 1024);
 }
 
 /// Calls a five-argument standard-call function with the stack pointer `offset` bytes off a 16-byte

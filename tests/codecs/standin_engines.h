@@ -5,6 +5,8 @@
 
 #include <windows.h>
 
+#include <psapi.h>
+
 #include <string>
 
 #include "engines/standin/standin.h"
@@ -42,6 +44,15 @@ class Misbehaviour {
     Misbehaviour(const Misbehaviour&) = delete;
     Misbehaviour& operator=(const Misbehaviour&) = delete;
 };
+
+/// Memory that is this process's alone: what leaks shows here.
+inline std::size_t PrivateBytes() {
+    PROCESS_MEMORY_COUNTERS_EX counters = {};
+    counters.cb = sizeof(counters);
+    GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters),
+                         sizeof(counters));
+    return counters.PrivateUsage;
+}
 
 inline bool IsLoaded(const wchar_t* library) {
     return GetModuleHandleW(library) != nullptr;

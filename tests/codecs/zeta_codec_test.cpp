@@ -2,7 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
+#include <atomic>
+#include <thread>
 
 #include "codecs/row_callbacks.h"
 #include "tests/codecs/engine_codec_support.h"
@@ -273,6 +274,52 @@ TEST_F(ZetaCodec, TurnsEngineFaultsIntoFailedFramesAndGoesOn) {
         EXPECT_TRUE(AlphaFrame().empty()) << what;
     }
     EXPECT_FALSE(CoreFrame().empty());
+}
+
+TEST_F(ZetaCodec, HoldsTheFaultsOfManyThreadsAtOnce) {
+    const std::vector<BYTE> core = CoreFrame();
+    const BITMAPINFOHEADER output = Yuy2Header(kWidth, kHeight);
+    const BITMAPINFOHEADER input = test::FrameHeaderFor(kZeta, 24, kWidth, kHeight, core.size());
+    std::atomic<int> wrong{0};
+    const auto storm = [&](int frames) {
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 4; ++i) {
+            threads.emplace_back([&, frames] {
+                CZetaCodec codec;
+                std::vector<BYTE> picture(test::PictureBytes(output), kGuard);
+                for (int frame = 0; frame < frames; ++frame) {
+                    const HRESULT result =
+                        codec.Decompress(&input, core.data(), &output, false, picture.data(), 0, 0);
+                    wrong += result == E_FAIL ? 0 : 1;
+                }
+                wrong += picture[0] == kGuard ? 0 : 1;
+            });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+    };
+    const test::Misbehaviour misbehave("decode:throw");
+    storm(10);  // the runtime's first-use allocations
+    const std::size_t before = test::PrivateBytes();
+    storm(500);
+    EXPECT_EQ(wrong, 0);
+    EXPECT_LT(test::PrivateBytes(), before + 128 * 1024);
+}
+
+TEST_F(ZetaCodec, KeepsNoMemoryBetweenFrames) {
+    const std::vector<BYTE> alpha = AlphaFrame();
+    const BITMAPINFOHEADER output = RgbHeader(32, kWidth, kHeight);
+    const auto run = [&](int frames) {
+        std::vector<BYTE> picture;
+        for (int i = 0; i < frames; ++i) {
+            ASSERT_EQ(Decode(alpha, 32, output, true, &picture), S_OK);
+        }
+    };
+    run(20);
+    const std::size_t before = test::PrivateBytes();
+    run(100);
+    EXPECT_LT(test::PrivateBytes(), before + 64 * 1024);
 }
 
 TEST_F(ZetaCodec, HoldsAFaultInsideARowCallback) {
