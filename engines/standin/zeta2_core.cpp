@@ -1,11 +1,8 @@
 // "rkz2core.dll": 10-bit frames with or without alpha.
 
 #include <algorithm>
-#include <cstring>
 
 #include "codecs/engine_records.h"
-#include "engines/standin/call_log.h"
-#include "engines/standin/coder.h"
 #include "engines/standin/zeta_formats.h"
 
 namespace standin {
@@ -69,9 +66,7 @@ LONG Decode(const Zeta2DecodeRecord& record, Action action) {
         return kBadFrame;
     }
     const bool sound = record.command == nyx::kCommandZeta2 && record.plane->reserved == 0 &&
-                       record.alphaKind == 0 &&
-                       std::all_of(std::begin(record.reserved), std::end(record.reserved),
-                                   [](LONG word) { return word == 0; });
+                       record.alphaKind == 0 && IsZero(record.reserved, 5);
     if (!sound) {
         return kBadRecord;
     }
@@ -108,14 +103,8 @@ LONG Encode(const Zeta2EncodeRecord& record, Action action) {
     if (loaded != kDone) {
         return loaded;
     }
-    const float step = static_cast<float>(std::max(record.quantScale * 4, LONG{1}));
-    const std::vector<BYTE> frame = EncodeFrame(kTag, picture, step, record.outputCapacity);
-    if (frame.empty()) {
-        return kNoRoom;
-    }
-    std::memcpy(record.output, frame.data(), frame.size());
-    return action == Action::kLonger ? static_cast<LONG>(record.outputCapacity) + 1
-                                     : static_cast<LONG>(frame.size());
+    return EncodeInto(record.output, record.outputCapacity, kTag, picture, record.quantScale * 4,
+                      action);
 }
 
 }  // namespace

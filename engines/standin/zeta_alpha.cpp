@@ -1,11 +1,8 @@
 // "rkzalpha.dll": frames with alpha.
 
 #include <algorithm>
-#include <cstring>
 
 #include "codecs/engine_records.h"
-#include "engines/standin/call_log.h"
-#include "engines/standin/coder.h"
 #include "engines/standin/zeta_formats.h"
 
 namespace standin {
@@ -33,10 +30,6 @@ std::optional<RgbLayout> LayoutFor(DWORD code, LONG bytesPerPixel) {
         return RgbLayoutFor(code, 8, 2, 3);
     }
     return bytesPerPixel == 4 ? RgbLayoutFor(code, 4, 1, 4) : std::nullopt;
-}
-
-bool IsZero(const LONG* words, std::size_t count) {
-    return std::all_of(words, words + count, [](LONG word) { return word == 0; });
 }
 
 /// The encoder is told no capacity: its caller's rule gives it 4.8 bytes per pixel, or 32 per block
@@ -111,15 +104,8 @@ LONG Encode(const ZetaAlphaEncodeRecord& record, Action action) {
     if (loaded != kDone) {
         return loaded;
     }
-    const std::size_t capacity = CapacityFor(record.width, record.height);
-    const float step = static_cast<float>(std::max(record.quantScale, LONG{1}));
-    const std::vector<BYTE> frame = EncodeFrame(kTag, picture, step, capacity);
-    if (frame.empty()) {
-        return kNoRoom;
-    }
-    std::memcpy(record.output, frame.data(), frame.size());
-    return action == Action::kLonger ? static_cast<LONG>(capacity) + 1
-                                     : static_cast<LONG>(frame.size());
+    return EncodeInto(record.output, CapacityFor(record.width, record.height), kTag, picture,
+                      record.quantScale, action);
 }
 
 }  // namespace

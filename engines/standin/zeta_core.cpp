@@ -1,11 +1,6 @@
 // "rkzcore.dll": opaque frames.
 
-#include <algorithm>
-#include <cstring>
-
 #include "codecs/engine_records.h"
-#include "engines/standin/call_log.h"
-#include "engines/standin/coder.h"
 #include "engines/standin/zeta_formats.h"
 
 namespace standin {
@@ -26,10 +21,6 @@ std::optional<RgbLayout> LayoutFor(DWORD code, LONG bytesPerPixel) {
 
 CoreCallback CallbackIn(DWORD slot) {
     return *reinterpret_cast<const CoreCallback*>(slot);
-}
-
-bool IsZero(const LONG* words, std::size_t count) {
-    return std::all_of(words, words + count, [](LONG word) { return word == 0; });
 }
 
 LONG Probe(ZetaCoreDecodeRecord* record, Action action) {
@@ -99,14 +90,8 @@ LONG Encode(const ZetaCoreEncodeRecord& record, Action action) {
     if (loaded != kDone) {
         return loaded;
     }
-    const float step = static_cast<float>(std::max(record.quantScale, LONG{1}));
-    const std::vector<BYTE> frame = EncodeFrame(kTag, picture, step, record.outputCapacity);
-    if (frame.empty()) {
-        return kNoRoom;
-    }
-    std::memcpy(record.output, frame.data(), frame.size());
-    return action == Action::kLonger ? static_cast<LONG>(record.outputCapacity) + 1
-                                     : static_cast<LONG>(frame.size());
+    return EncodeInto(record.output, record.outputCapacity, kTag, picture, record.quantScale,
+                      action);
 }
 
 }  // namespace
