@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The conversions written as plainly as they can be, one pixel after the other: the specification
+/// The conversions written as plainly as they can be, one pixel after the other: the definition
 /// of the kernels. Requests are taken as valid.
 
 #include "convert/conversion_groups.h"
