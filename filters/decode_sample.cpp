@@ -28,7 +28,13 @@ void SetFieldFlag(IMediaSample* sample, LONG fieldOrder) {
         if (fieldOrder == kTopFieldFirst) {
             properties.dwTypeSpecificFlags |= kField1First;
         }
-        sample2->SetProperties(sizeof(properties), bytes);
+        // The properties point to the sample's own type, which it may free before it copies the one
+        // that it is handed.
+        CMediaType type;
+        if (!properties.pMediaType || SUCCEEDED(type.Set(*properties.pMediaType))) {
+            properties.pMediaType = properties.pMediaType ? &type : nullptr;
+            sample2->SetProperties(sizeof(properties), bytes);
+        }
     }
     sample2->Release();
 }
