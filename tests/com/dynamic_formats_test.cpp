@@ -111,6 +111,13 @@ TEST_P(DynamicFormats, ATypeOnTheDownstreamBufferChangesTheOutputFromThatFrameOn
     EXPECT_EQ(samples[2].bytes.at(size), TestAllocator::kUnwritten);
 }
 
+TEST_P(DynamicFormats, ABufferIsNeverHandedItsOwnTypeBack) {
+    StartWithRoomyBuffers();
+    AttachToNextBuffer(row().OutputType(row().outputs.size() - 1));
+    ASSERT_EQ(rig.Push(), S_OK);
+    EXPECT_FALSE(rig.sink->in.ownAllocator->last()->typeHandedBack());
+}
+
 TEST_P(DynamicFormats, AWiderTypeOnTheDownstreamBufferChangesTheStride) {
     StartWithRoomyBuffers();
     MediaType wide = row().OutputType(0);

@@ -38,6 +38,7 @@ void HostileArguments::NullToEveryMethodOf(IBaseFilter* filter) {
     EXPECT_TRUE(FAILED(filter->FindPin(nullptr, pin.Put())));
     EXPECT_EQ(filter->QueryFilterInfo(nullptr), E_POINTER);
     EXPECT_TRUE(FAILED(filter->QueryVendorInfo(nullptr)));
+    EXPECT_EQ(filter->JoinFilterGraph(rig.graph.get(), nullptr), S_OK) << "a name is optional";
 }
 
 void HostileArguments::NullToEveryMethodOf(IPin* pin) {

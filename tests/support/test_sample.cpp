@@ -163,9 +163,10 @@ HRESULT TestSample::SetProperties(DWORD size, const BYTE* properties) {
     properties_.discontinuity = has(AM_SAMPLE_DATADISCONTINUITY);
     SetTime(has(AM_SAMPLE_TIMEVALID) ? &record.tStart : nullptr,
             has(AM_SAMPLE_STOPVALID) ? &record.tStop : nullptr);
-    if (has(AM_SAMPLE_TYPECHANGED) && record.pMediaType &&
-        (!properties_.type || record.pMediaType != properties_.type->get())) {
-        properties_.type.emplace(*record.pMediaType);
+    if (has(AM_SAMPLE_TYPECHANGED) && size == sizeof(record)) {
+        typeHandedBack_ |= properties_.type && record.pMediaType == properties_.type->get();
+        const MediaType type(*record.pMediaType);
+        properties_.type = type;
     } else if (!has(AM_SAMPLE_TYPECHANGED)) {
         properties_.type.reset();
     }

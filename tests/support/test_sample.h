@@ -48,6 +48,9 @@ class TestSample : public TestObject<IMediaSample2> {
 
     SampleProperties& properties() { return properties_; }
     const GuardedMemory& memory() const { return memory_; }
+    /// True when SetProperties was given the sample's own type. The platform's samples free their
+    /// type before they copy the new one, which would then be gone.
+    bool typeHandedBack() const { return typeHandedBack_; }
 
     HRESULT STDMETHODCALLTYPE GetPointer(BYTE** buffer) override;
     LONG STDMETHODCALLTYPE GetSize() override;
@@ -78,6 +81,7 @@ class TestSample : public TestObject<IMediaSample2> {
     LONG actualLength_;
     SampleProperties properties_;
     SampleBehaviour behaviour_;
+    bool typeHandedBack_ = false;
 };
 
 /// Everything a sink can read from any sample, its bytes included.
