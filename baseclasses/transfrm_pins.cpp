@@ -81,8 +81,10 @@ HRESULT STDMETHODCALLTYPE CTransformInputPin::EndFlush() {
     if (!m_pTransformFilter->BothConnected()) {
         return VFW_E_NOT_CONNECTED;
     }
+    // A failure downstream must not leave this side flushing for good.
     const HRESULT hr = m_pTransformFilter->EndFlush();
-    return SUCCEEDED(hr) ? CBaseInputPin::EndFlush() : hr;
+    const HRESULT own = CBaseInputPin::EndFlush();
+    return FAILED(hr) ? hr : own;
 }
 
 HRESULT STDMETHODCALLTYPE CTransformInputPin::NewSegment(REFERENCE_TIME tStart,
