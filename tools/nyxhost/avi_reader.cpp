@@ -22,6 +22,19 @@ long long CheckedFileSize(const std::wstring& path, const std::string& shown) {
     return size.QuadPart;
 }
 
+// Some versions of the library take the name through the ANSI code page; a short name passes that.
+HRESULT OpenForReading(const std::wstring& path, IAVIFile** file) {
+    constexpr UINT kMode = OF_READ | OF_SHARE_DENY_WRITE;
+    const HRESULT result = AVIFileOpenW(file, path.c_str(), kMode, nullptr);
+    std::wstring shortPath(MAX_PATH, L'\0');
+    const DWORD length =
+        result != AVIERR_FILEOPEN ? 0 : GetShortPathNameW(path.c_str(), shortPath.data(), MAX_PATH);
+    if (length == 0 || length >= MAX_PATH) {
+        return result;
+    }
+    return AVIFileOpenW(file, shortPath.c_str(), kMode, nullptr);
+}
+
 [[noreturn]] void Damaged(const std::string& why) {
     throw Failure(ExitCode::kNotAvi, why);
 }
@@ -35,9 +48,8 @@ AviReader::AviReader(const std::string& path) {
         Damaged(path + " is " + Format("%lld", size) +
                 " bytes long; an AVI of 2^31 bytes or more cannot be read");
     }
-    const HRESULT opened =
-        AVIFileOpenW(file_.GetAddressOf(), wide.c_str(), OF_READ | OF_SHARE_DENY_WRITE, nullptr);
-    Check(opened, (path + " is not an AVI file").c_str(), ExitCode::kNotAvi);
+    Check(OpenForReading(wide, file_.GetAddressOf()), (path + " is not an AVI file").c_str(),
+          ExitCode::kNotAvi);
     Check(AVIFileGetStream(file_.Get(), stream_.GetAddressOf(), streamtypeVIDEO, 0),
           (path + " has no video stream").c_str(), ExitCode::kNotAvi);
     Check(AVIStreamInfoW(stream_.Get(), &info_, sizeof(info_)),
@@ -47,6 +59,11 @@ AviReader::AviReader(const std::string& path) {
     }
     ReadFormat();
     MeasureFrames(size);
+    // Times are counted in 64 bits of 100 ns; this keeps them far from the end of that.
+    constexpr double kLongestSeconds = 1e9;
+    if (static_cast<double>(FrameCount() + 1) * info_.dwScale / info_.dwRate > kLongestSeconds) {
+        Damaged(path + ": the stream's frame rate makes no sense");
+    }
 }
 
 void AviReader::ReadFormat() {

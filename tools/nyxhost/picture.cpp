@@ -18,35 +18,48 @@ struct LumaWeights {
 constexpr LumaWeights kBt601{0.299, 0.114};
 constexpr LumaWeights kBt709{0.2126, 0.0722};
 
-BYTE Clamp(double value) {
-    return static_cast<BYTE>(std::lround(std::clamp(value, 0.0, 255.0)));
+constexpr int kFractionBits = 16;
+
+int Fixed(double value) {
+    return static_cast<int>(std::lround(value * (1 << kFractionBits)));
+}
+
+BYTE Round(int fixed) {
+    const int value = (fixed + (1 << (kFractionBits - 1))) >> kFractionBits;
+    return static_cast<BYTE>(std::clamp(value, 0, 255));
 }
 
 /// 8-bit studio-range Y'CbCr to full-range RGB, straight from the standards' equations.
 class YuvToBgr {
   public:
     explicit YuvToBgr(const LumaWeights& weights) {
+        constexpr double kChroma = 255.0 / 224.0;
         const double green = 1 - weights.red - weights.blue;
-        redFromCr_ = kChroma * 2 * (1 - weights.red);
-        blueFromCb_ = kChroma * 2 * (1 - weights.blue);
-        greenFromCr_ = redFromCr_ * weights.red / green;
-        greenFromCb_ = blueFromCb_ * weights.blue / green;
+        const double red = kChroma * 2 * (1 - weights.red);
+        const double blue = kChroma * 2 * (1 - weights.blue);
+        luma_ = Fixed(255.0 / 219.0);
+        redFromCr_ = Fixed(red / 2);
+        blueFromCb_ = Fixed(blue / 2);
+        greenFromCr_ = Fixed(red * weights.red / green / 2);
+        greenFromCb_ = Fixed(blue * weights.blue / green / 2);
     }
 
-    void Store(int y, double cb, double cr, BYTE* bgr) const {
-        const double luma = 255.0 / 219.0 * (y - 16);
-        bgr[0] = Clamp(luma + blueFromCb_ * (cb - 128));
-        bgr[1] = Clamp(luma - greenFromCb_ * (cb - 128) - greenFromCr_ * (cr - 128));
-        bgr[2] = Clamp(luma + redFromCr_ * (cr - 128));
+    /// The chroma values come doubled, as the sum of two samples.
+    void Store(int y, int cb2, int cr2, BYTE* bgr) const {
+        const int luma = luma_ * (y - 16);
+        const int cb = cb2 - 2 * 128;
+        const int cr = cr2 - 2 * 128;
+        bgr[0] = Round(luma + blueFromCb_ * cb);
+        bgr[1] = Round(luma - greenFromCb_ * cb - greenFromCr_ * cr);
+        bgr[2] = Round(luma + redFromCr_ * cr);
     }
 
   private:
-    static constexpr double kChroma = 255.0 / 224.0;
-
-    double redFromCr_;
-    double blueFromCb_;
-    double greenFromCr_;
-    double greenFromCb_;
+    int luma_;
+    int redFromCr_;
+    int blueFromCb_;
+    int greenFromCr_;
+    int greenFromCb_;
 };
 
 // YUY2 chroma sits on the even pixel of a pair; the odd one lies half way to the next pair.
@@ -54,9 +67,8 @@ void StoreYuy2Row(const BYTE* row, UINT width, const YuvToBgr& matrix, BYTE* bgr
     for (UINT x = 0; x + 1 < width; x += 2) {
         const BYTE* pair = row + 2 * x;
         const BYTE* next = x + 3 < width ? pair + 4 : pair;
-        matrix.Store(pair[0], pair[1], pair[3], bgr + 3 * x);
-        matrix.Store(pair[2], (pair[1] + next[1]) / 2.0, (pair[3] + next[3]) / 2.0,
-                     bgr + 3 * (x + 1));
+        matrix.Store(pair[0], 2 * pair[1], 2 * pair[3], bgr + 3 * x);
+        matrix.Store(pair[2], pair[1] + next[1], pair[3] + next[3], bgr + 3 * (x + 1));
     }
 }
 

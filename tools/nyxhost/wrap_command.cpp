@@ -1,5 +1,7 @@
 #include <CLI/CLI.hpp>
 
+#include <cerrno>
+#include <cstdlib>
 #include <cstring>
 
 #include "avi_writer.h"

@@ -1,0 +1,75 @@
+# Clips of real material and pictures to hold against: used by scripts/demo and by tests of nyxhost.
+# Needs ffmpeg; wrapping needs a running Wine and $nyxhost, the path of nyxhost.exe.
+
+# No progress, no questions, errors only.
+quiet_ffmpeg() { ffmpeg -nostdin -hide_banner -loglevel error -y "$@"; }
+
+run_nyxhost() { wine "$nyxhost" "$@" </dev/null; }
+
+# v210 stores rows in blocks of 48 pixels and 128 bytes.
+v210_frame_bytes() { # WIDTH HEIGHT
+    echo $((($1 + 47) / 48 * 128 * $2))
+}
+
+# The matrix that goes with a size: BT.709 from 960x720 on, else BT.601.
+matrix_of() { # WIDTH HEIGHT
+    if [ "$1" -ge 960 ] && [ "$2" -ge 720 ]; then echo bt709; else echo bt601; fi
+}
+
+# An ffmpeg source of one of three kinds: "bars" has hard edges, saturated colours and moving text,
+# "zoneplate" sweeps through all frequencies, "natural" has soft shapes, gradients and grain.
+source_filter() { # KIND WIDTH HEIGHT RATE
+    local size=${2}x$3
+    case $1 in
+        bars) echo "testsrc2=size=$size:rate=$4,format=gbrp" ;;
+        zoneplate)
+            echo "nullsrc=size=$size:rate=$4,format=gbrp,geq=g='128+100*sin(hypot(X-W/2,Y-H/2)^2/W+N)':b='128+100*sin(X/90+N/9)':r='128+100*cos(Y/70)'"
+            ;;
+        natural)
+            echo "mandelbrot=size=$size:rate=$4:maxiter=500,format=gbrp[m];gradients=size=$size:rate=$4:c0=0x2050a0:c1=0xe0b070:x0=0:y0=0:x1=$(($2 - 1)):y1=$(($3 - 1)):speed=0.01:seed=1,format=gbrp[g];[m][g]blend=all_mode=average,gblur=sigma=1.5,noise=alls=4:all_seed=7"
+            ;;
+        *) die "no such kind of source: $1" ;;
+    esac
+}
+
+make_v210() { # KIND WIDTH HEIGHT RATE FRAMES FILE
+    quiet_ffmpeg -f lavfi -i "$(source_filter "$1" "$2" "$3" "$4")" -frames:v "$5" \
+        -vf "scale=out_color_matrix=$(matrix_of "$2" "$3"):out_range=tv:out_h_chr_pos=0:flags=accurate_rnd+bicubic,format=yuv422p10le" \
+        -an -c:v v210 -f rawvideo "$6"
+}
+
+wrap_q210() { # RAW WIDTH HEIGHT RATE AVI [--info FIELD,X,Y]...
+    local raw=$1 width=$2 height=$3 rate=$4 avi=$5
+    shift 5
+    run_nyxhost wrap "$raw" "$avi" --fourcc Q210 --bits 20 --size "${width}x$height" \
+        --rate "$rate" --frame-bytes "$(v210_frame_bytes "$width" "$height")" "$@" >/dev/null
+}
+
+# ffmpeg's name for the samples that nyxhost decode --raw writes, and what turns them upright.
+raw_format() { # FORMAT
+    case $1 in
+        yuy2) echo yuyv422 ;;
+        rgb24) echo bgr24 ;;
+        rgb32) echo bgr0 ;;
+    esac
+}
+raw_orientation() { # FORMAT
+    if [ "$1" = yuy2 ]; then echo null; else echo vflip; fi
+}
+
+# The average PSNR, in dB over all frames, between nyxhost's raw samples and ffmpeg's own conversion
+# of the same v210 frames; "inf" when they are the same. ffmpeg is told what the decoder does too:
+# chroma sits on the even pixels and is interpolated linearly.
+psnr_against_ffmpeg() { # FORMAT WIDTH HEIGHT SAMPLES V210
+    local format=$1 size=${2}x$3 compared=gbrp own
+    own="scale=in_color_matrix=$(matrix_of "$2" "$3"):in_range=tv:out_range=pc:in_h_chr_pos=0:flags=accurate_rnd+full_chroma_int+bilinear"
+    if [ "$format" = yuy2 ]; then
+        compared=yuv422p
+        own="scale=flags=accurate_rnd+bilinear"
+    fi
+    ffmpeg -nostdin -hide_banner -loglevel info \
+        -f rawvideo -pixel_format "$(raw_format "$format")" -video_size "$size" -i "$4" \
+        -f v210 -video_size "$size" -i "$5" -lavfi \
+        "[0]$(raw_orientation "$format"),format=$compared[a];[1]$own,format=$compared[b];[a][b]psnr" \
+        -f null - 2>&1 | sed -n 's/.*PSNR.* average:\([^ ]*\) .*/\1/p'
+}
