@@ -3,6 +3,8 @@
 /// @file
 /// Destination policies of the deep layouts. They take four pixels as 16-bit channels.
 
+#include <type_traits>
+
 #include "convert/formats.h"
 #include "convert/kernels/rgb_orders.h"
 #include "convert/kernels/simd.h"
@@ -21,16 +23,12 @@ struct DeepPixels {
 /// lacks fall off, and the pixels follow each other without a gap.
 template <class Order>
 constexpr ShuffleMask WordOrder() {
-    ShuffleMask mask{};
-    for (signed char& byte : mask) {
-        byte = kNone;
-    }
+    ShuffleMask mask = EmptyMask();
     const int positions[4] = {Order::r, Order::g, Order::b, Order::a};
-    for (int i = 0; i < 16; ++i) {
-        const int channel = i % 8 / 2;
-        if (positions[channel] >= 0) {
-            const int word = i / 8 * Order::kChannels + positions[channel];
-            mask[static_cast<std::size_t>(word * 2 + i % 2)] = static_cast<signed char>(i);
+    for (int word = 0; word < 8; ++word) {
+        const int position = positions[word % 4];
+        if (position >= 0) {
+            PlaceBytes(mask, 2 * (word / 4 * Order::kChannels + position), 2 * word, 2);
         }
     }
     return mask;
@@ -47,6 +45,9 @@ PixelPairs Interleave(const DeepPixels& in) {
     constexpr ShuffleMask kOrder = WordOrder<Order>();
     const __m128i rb = _mm_unpacklo_epi16(in.rg, in.ba);
     const __m128i ga = _mm_unpackhi_epi16(in.rg, in.ba);
+    if constexpr (std::is_same_v<Order, OrderRgba>) {
+        return {_mm_unpacklo_epi16(rb, ga), _mm_unpackhi_epi16(rb, ga)};
+    }
     return {_mm_shuffle_epi8(_mm_unpacklo_epi16(rb, ga), Load(kOrder)),
             _mm_shuffle_epi8(_mm_unpackhi_epi16(rb, ga), Load(kOrder))};
 }

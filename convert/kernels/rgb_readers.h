@@ -10,54 +10,47 @@
 namespace nyx {
 namespace {
 
-/// Four pixels, two words per 32-bit lane: blue and green; red and alpha (or anything).
+/// Four pixels, two words per 32-bit lane: the first two channels in the layout's own order; the
+/// third, and the fourth or zero.
 struct RgbLanes {
-    __m128i bg;
-    __m128i ra;
+    __m128i first;
+    __m128i second;
 };
 
-/// Byte positions of two channels of `kPixels` pixels of `kStride` bytes; each channel is taken
-/// from its first `kBytes` bytes, the rest of its word is zero.
-constexpr void PlaceChannel(ShuffleMask& mask, int target, int source, int bytes) {
-    for (int i = 0; source >= 0 && i < bytes; ++i) {
-        mask[static_cast<std::size_t>(target + i)] = static_cast<signed char>(source + i);
-    }
-}
-
-constexpr ShuffleMask EmptyMask() {
-    ShuffleMask mask{};
-    for (signed char& byte : mask) {
-        byte = kNone;
-    }
-    return mask;
+/// The alpha words of four pixels, one per 32-bit lane.
+template <class Order>
+__m128i AlphaOf(const RgbLanes& lanes) {
+    const __m128i pair = Order::a < 2 ? lanes.first : lanes.second;
+    return Order::a % 2 ? _mm_srli_epi32(pair, 16) : _mm_and_si128(pair, _mm_set1_epi32(0xFFFF));
 }
 
 /// One byte per channel; lanes hold 0 to 255.
-template <DWORD kCode, class Order>
+template <DWORD kCode, class OrderPolicy>
 struct Rgb8Reader {
+    using Order = OrderPolicy;
     static constexpr DWORD kFourCC = kCode;
     static constexpr std::size_t kBytesPerPixel = Order::kChannels;
     static constexpr std::size_t kWindowPixels = Order::kHasAlpha ? 4 : 6;
-    static constexpr bool kHasAlpha = Order::kHasAlpha;
     static constexpr int kFractionBits = 0;  ///< of a lane, against an 8-bit code
     static constexpr int kCentre = 0;        ///< what has been taken from each word
 
     static RgbLanes Read(const BYTE* at) {
-        constexpr ShuffleMask kBg = Places(Order::b, Order::g);
-        constexpr ShuffleMask kRa = Places(Order::r, Order::a);
+        constexpr ShuffleMask kFirst = Places(0);
+        constexpr ShuffleMask kSecond = Places(2);
         const __m128i pixels = Load(at);
-        return {_mm_shuffle_epi8(pixels, Load(kBg)), _mm_shuffle_epi8(pixels, Load(kRa))};
+        return {_mm_shuffle_epi8(pixels, Load(kFirst)), _mm_shuffle_epi8(pixels, Load(kSecond))};
     }
 
-    static __m128i Alpha(const RgbLanes& lanes) { return _mm_srli_epi32(lanes.ra, 16); }
+    /// One byte per 32-bit lane.
+    static __m128i Alpha(const RgbLanes& lanes) { return AlphaOf<Order>(lanes); }
 
   private:
-    static constexpr ShuffleMask Places(int first, int second) {
+    static constexpr ShuffleMask Places(int channel) {
         ShuffleMask mask = EmptyMask();
         for (int pixel = 0; pixel < 4; ++pixel) {
-            const int start = pixel * Order::kChannels;
-            PlaceChannel(mask, pixel * 4, start + first, 1);
-            PlaceChannel(mask, pixel * 4 + 2, second < 0 ? kNone : start + second, 1);
+            const int start = pixel * Order::kChannels + channel;
+            PlaceBytes(mask, pixel * 4, start, 1);
+            PlaceBytes(mask, pixel * 4 + 2, start + 1, channel + 1 < Order::kChannels ? 1 : 0);
         }
         return mask;
     }
@@ -65,7 +58,9 @@ struct Rgb8Reader {
 
 /// Common to the deep readers: lanes hold 16-bit channels less 0x8000, so that they fit a signed
 /// multiplication.
+template <class OrderPolicy>
 struct DeepReader {
+    using Order = OrderPolicy;
     static constexpr int kFractionBits = 8;
     static constexpr int kCentre = 0x8000;
 
@@ -75,51 +70,46 @@ struct DeepReader {
 
     /// The upper eight bits.
     static __m128i Alpha(const RgbLanes& lanes) {
-        return _mm_xor_si128(_mm_srli_epi32(lanes.ra, 24), _mm_set1_epi32(0x80));
+        return _mm_xor_si128(_mm_srli_epi32(AlphaOf<Order>(lanes), 8), _mm_set1_epi32(0x80));
     }
 
-    /// From two vectors of two pixels, blues and greens in the low half, reds and alphas in the
-    /// high half.
-    static RgbLanes Join(__m128i first, __m128i second) {
-        return {Centred(_mm_unpacklo_epi64(first, second)),
-                Centred(_mm_unpackhi_epi64(first, second))};
+    /// From two vectors of two pixels: four words a pixel, in the layout's order.
+    static RgbLanes Join(__m128i firstTwo, __m128i lastTwo) {
+        const __m128 a = _mm_castsi128_ps(Centred(firstTwo));
+        const __m128 b = _mm_castsi128_ps(Centred(lastTwo));
+        return {_mm_castps_si128(_mm_shuffle_ps(a, b, _MM_SHUFFLE(2, 0, 2, 0))),
+                _mm_castps_si128(_mm_shuffle_ps(a, b, _MM_SHUFFLE(3, 1, 3, 1)))};
     }
 };
 
 /// Channels are whole words.
 template <DWORD kCode, class Order>
-struct WordReader : DeepReader {
+struct WordReader : DeepReader<Order> {
     static constexpr DWORD kFourCC = kCode;
     static constexpr std::size_t kBytesPerPixel = 2 * Order::kChannels;
     static constexpr std::size_t kWindowPixels = Order::kHasAlpha ? 4 : 6;
-    static constexpr bool kHasAlpha = Order::kHasAlpha;
 
     static RgbLanes Read(const BYTE* at) {
-        constexpr ShuffleMask kPlaces = Places();
-        return Join(_mm_shuffle_epi8(Load(at), Load(kPlaces)),
-                    _mm_shuffle_epi8(Load(at + 2 * kBytesPerPixel), Load(kPlaces)));
+        return DeepReader<Order>::Join(TwoPixels(at), TwoPixels(at + 2 * kBytesPerPixel));
     }
 
   private:
-    static constexpr ShuffleMask Places() {
-        ShuffleMask mask = EmptyMask();
-        for (int pixel = 0; pixel < 2; ++pixel) {
-            const int start = pixel * static_cast<int>(kBytesPerPixel);
-            PlaceChannel(mask, pixel * 4, start + 2 * Order::b, 2);
-            PlaceChannel(mask, pixel * 4 + 2, start + 2 * Order::g, 2);
-            PlaceChannel(mask, pixel * 4 + 8, start + 2 * Order::r, 2);
-            PlaceChannel(mask, pixel * 4 + 10, kHasAlpha ? start + 2 * Order::a : kNone, 2);
+    static __m128i TwoPixels(const BYTE* at) {
+        if constexpr (Order::kHasAlpha) {
+            return Load(at);
+        } else {
+            constexpr ShuffleMask kSpread = {0, 1, 2, 3, 4,  5,  kNone, kNone,
+                                             6, 7, 8, 9, 10, 11, kNone, kNone};
+            return _mm_shuffle_epi8(Load(at), Load(kSpread));
         }
-        return mask;
     }
 };
 
 /// Three tens in 32 bits, brought to 16 bits.
-struct TenBitReader : DeepReader {
+struct TenBitReader : DeepReader<OrderRgb> {
     static constexpr DWORD kFourCC = k30rl;
     static constexpr std::size_t kBytesPerPixel = 4;
     static constexpr std::size_t kWindowPixels = 4;
-    static constexpr bool kHasAlpha = false;
 
     static RgbLanes Read(const BYTE* at) {
         const __m128i lowTen = _mm_set1_epi32(0xFFC0);
@@ -128,45 +118,28 @@ struct TenBitReader : DeepReader {
         const __m128i r = _mm_and_si128(_mm_slli_epi32(pixels, 6), lowTen);
         const __m128i g = _mm_and_si128(_mm_slli_epi32(pixels, 12), highTen);
         const __m128i b = _mm_and_si128(_mm_srli_epi32(pixels, 14), lowTen);
-        return {Centred(_mm_or_si128(b, g)), Centred(r)};
+        return {Centred(_mm_or_si128(r, g)), Centred(b)};
     }
 };
 
 /// Four tens in 40 bits, brought to 16 bits.
 template <DWORD kCode, class Order>
-struct TenBitAlphaReader : DeepReader {
+struct TenBitAlphaReader : DeepReader<Order> {
     static constexpr DWORD kFourCC = kCode;
     static constexpr std::size_t kBytesPerPixel = 5;
     static constexpr std::size_t kWindowPixels = 6;
-    static constexpr bool kHasAlpha = true;
 
     static RgbLanes Read(const BYTE* at) {
-        return Join(TwoPixels(at), TwoPixels(at + 2 * kBytesPerPixel));
+        return DeepReader<Order>::Join(TwoPixels(at), TwoPixels(at + 2 * kBytesPerPixel));
     }
 
   private:
     /// Channel n starts at bit 2 n of byte n: a multiplication brings it to the top of its word.
     static __m128i TwoPixels(const BYTE* at) {
-        constexpr ShuffleMask kPlaces = Places();
-        constexpr auto bg = static_cast<int>(Lift(Order::b) | Lift(Order::g) << 16);
-        constexpr auto ra = static_cast<int>(Lift(Order::r) | Lift(Order::a) << 16);
-        const __m128i lifted = _mm_mullo_epi16(_mm_shuffle_epi8(Load(at), Load(kPlaces)),
-                                               _mm_set_epi32(ra, ra, bg, bg));
+        constexpr ShuffleMask kWords = {0, 1, 1, 2, 2, 3, 3, 4, 5, 6, 6, 7, 7, 8, 8, 9};
+        const __m128i lift = _mm_set_epi16(1, 4, 16, 64, 1, 4, 16, 64);
+        const __m128i lifted = _mm_mullo_epi16(_mm_shuffle_epi8(Load(at), Load(kWords)), lift);
         return _mm_and_si128(lifted, _mm_set1_epi16(static_cast<short>(0xFFC0)));
-    }
-
-    static constexpr unsigned Lift(int channel) { return 64u >> (2 * channel); }
-
-    static constexpr ShuffleMask Places() {
-        ShuffleMask mask = EmptyMask();
-        for (int pixel = 0; pixel < 2; ++pixel) {
-            const int start = pixel * static_cast<int>(kBytesPerPixel);
-            PlaceChannel(mask, pixel * 4, start + Order::b, 2);
-            PlaceChannel(mask, pixel * 4 + 2, start + Order::g, 2);
-            PlaceChannel(mask, pixel * 4 + 8, start + Order::r, 2);
-            PlaceChannel(mask, pixel * 4 + 10, start + Order::a, 2);
-        }
-        return mask;
     }
 };
 

@@ -5,34 +5,50 @@
 namespace nyx {
 namespace {
 
-/// Dot products of B, G, R with one row of gains each for luma of four pixels, and for U and V of
-/// the two even ones.
+/// Dot products of the channels with one row of gains each: for luma of four pixels, and for U and
+/// V of the two even ones.
 template <class Reader, class Writer>
 class ReverseMatrix {
   public:
     explicit ReverseMatrix(const ReverseCoefficientBlock& block)
-        : yFromBg_(PairOfGains(block.y.b, block.y.g)),
-          yFromR_(PairOfGains(block.y.r, 0)),
-          uvFromBg_(UThenV(PairOfGains(block.u.b, block.u.g), PairOfGains(block.v.b, block.v.g))),
-          uvFromR_(UThenV(PairOfGains(block.u.r, 0), PairOfGains(block.v.r, 0))),
-          offsetY_(_mm_set1_epi32(Offset(block.y))),
-          offsetUv_(UThenV(_mm_set1_epi32(Offset(block.u)), _mm_set1_epi32(Offset(block.v)))) {}
+        : yFromFirst_(FirstGains(block.y)),
+          yFromSecond_(SecondGains(block.y)),
+          uvFromFirst_(UThenV(FirstGains(block.u), FirstGains(block.v))),
+          uvFromSecond_(UThenV(SecondGains(block.u), SecondGains(block.v))),
+          offsetY_(Offset(block.y)),
+          offsetUv_(UThenV(Offset(block.u), Offset(block.v))) {}
 
     /// Y0 to Y3, U0, U1, V0, V1, less the middle of the writer's range.
     __m128i Apply(const RgbLanes& in) const {
-        const __m128i y = Sum(in.bg, in.ra, yFromBg_, yFromR_, offsetY_);
-        const __m128i uv = Sum(EvenTwice(in.bg), EvenTwice(in.ra), uvFromBg_, uvFromR_, offsetUv_);
+        const __m128i y = Sum(in.first, yFromFirst_, in.second, yFromSecond_, offsetY_);
+        const __m128i uv =
+            Sum(EvenTwice(in.first), uvFromFirst_, EvenTwice(in.second), uvFromSecond_, offsetUv_);
         return _mm_packs_epi32(y, uv);
     }
 
   private:
+    using Order = typename Reader::Order;
     static constexpr int kSumBits = 15 + Reader::kFractionBits;
     static constexpr int kShift = kSumBits - (Writer::kBits - 8);
 
+    /// The gain of the channel at a position of the layout; 0 for alpha.
+    static int GainAt(const ReverseRow& row, int position) {
+        return position == Order::r   ? row.r
+               : position == Order::g ? row.g
+               : position == Order::b ? row.b
+                                      : 0;
+    }
+    static __m128i FirstGains(const ReverseRow& row) {
+        return PairOfGains(GainAt(row, 0), GainAt(row, 1));
+    }
+    static __m128i SecondGains(const ReverseRow& row) {
+        return PairOfGains(GainAt(row, 2), GainAt(row, 3));
+    }
+
     /// Sums are taken about the middle, so that those of deep channels fit 32 bits.
-    static int Offset(const ReverseRow& row) {
+    static __m128i Offset(const ReverseRow& row) {
         const long long centre = (row.b + row.g + row.r) * static_cast<long long>(Reader::kCentre);
-        return static_cast<int>(row.offset + centre - (128LL << kSumBits));
+        return _mm_set1_epi32(static_cast<int>(row.offset + centre - (128LL << kSumBits)));
     }
 
     static __m128i UThenV(__m128i u, __m128i v) { return _mm_unpacklo_epi64(u, v); }
@@ -41,37 +57,40 @@ class ReverseMatrix {
         return _mm_shuffle_epi32(lanes, _MM_SHUFFLE(2, 0, 2, 0));
     }
 
-    static __m128i Sum(__m128i bg, __m128i ra, __m128i gainsBg, __m128i gainsR, __m128i offset) {
-        const __m128i sum = _mm_add_epi32(_mm_madd_epi16(bg, gainsBg), _mm_madd_epi16(ra, gainsR));
+    static __m128i Sum(__m128i first, __m128i firstGains, __m128i second, __m128i secondGains,
+                       __m128i offset) {
+        const __m128i sum =
+            _mm_add_epi32(_mm_madd_epi16(first, firstGains), _mm_madd_epi16(second, secondGains));
         return _mm_srai_epi32(_mm_add_epi32(sum, offset), kShift);
     }
 
-    __m128i yFromBg_, yFromR_, uvFromBg_, uvFromR_;
+    __m128i yFromFirst_, yFromSecond_, uvFromFirst_, uvFromSecond_;
     __m128i offsetY_, offsetUv_;
 };
 
-/// Four pixels; `alpha` receives four bytes when the kernel extracts the pixels' alpha.
+/// Eight pixels; `alpha` receives eight bytes when the kernel extracts the pixels' alpha.
 template <class Reader, class Writer, bool kExtractsAlpha>
-void ConvertQuad(const ReverseMatrix<Reader, Writer>& matrix, const BYTE* source, BYTE* destination,
+void ConvertStep(const ReverseMatrix<Reader, Writer>& matrix, const BYTE* source, BYTE* destination,
                  BYTE* alpha) {
-    const RgbLanes lanes = Reader::Read(source);
-    Writer::Write(destination, matrix.Apply(lanes));
+    const RgbLanes firstFour = Reader::Read(source);
+    const RgbLanes lastFour = Reader::Read(source + 4 * Reader::kBytesPerPixel);
+    Writer::Write(destination, matrix.Apply(firstFour), matrix.Apply(lastFour));
     if constexpr (kExtractsAlpha) {
-        const __m128i words = _mm_packs_epi32(Reader::Alpha(lanes), _mm_setzero_si128());
-        StoreFourBytes(alpha, _mm_packus_epi16(words, words));
+        const __m128i words = _mm_packs_epi32(Reader::Alpha(firstFour), Reader::Alpha(lastFour));
+        StoreEightBytes(alpha, _mm_packus_epi16(words, words));
     }
 }
 
-/// The last pixels of a row, fewer than a window, by way of copies that hold whole windows.
+/// The last pixels of a row, fewer than a step touches, by way of copies that hold whole steps.
 template <class Reader, class Writer, bool kExtractsAlpha>
 void ConvertTail(const ReverseMatrix<Reader, Writer>& matrix, const BYTE* source, BYTE* destination,
                  BYTE* alpha, std::size_t pixels) {
-    BYTE in[16 * Reader::kBytesPerPixel] = {};
+    BYTE in[24 * Reader::kBytesPerPixel] = {};
     BYTE out[16 * Writer::kBytesPerPixel];
     BYTE outAlpha[16];
     std::memcpy(in, source, pixels * Reader::kBytesPerPixel);
-    for (std::size_t i = 0; i < pixels; i += 4) {
-        ConvertQuad<Reader, Writer, kExtractsAlpha>(matrix, in + i * Reader::kBytesPerPixel,
+    for (std::size_t i = 0; i < pixels; i += 8) {
+        ConvertStep<Reader, Writer, kExtractsAlpha>(matrix, in + i * Reader::kBytesPerPixel,
                                                     out + i * Writer::kBytesPerPixel, outAlpha + i);
     }
     std::memcpy(destination, out, pixels * Writer::kBytesPerPixel);
@@ -83,9 +102,9 @@ void ConvertTail(const ReverseMatrix<Reader, Writer>& matrix, const BYTE* source
 template <class Reader, class Writer, bool kExtractsAlpha>
 void ConvertRow(const ReverseMatrix<Reader, Writer>& matrix, const BYTE* source, BYTE* destination,
                 BYTE* alpha, std::size_t width) {
-    const std::size_t whole = WholeWindows(width, Reader::kWindowPixels);
-    for (std::size_t x = 0; x < whole; x += 4) {
-        ConvertQuad<Reader, Writer, kExtractsAlpha>(matrix, source + x * Reader::kBytesPerPixel,
+    const std::size_t whole = WholeSteps(width, 8, 4 + Reader::kWindowPixels);
+    for (std::size_t x = 0; x < whole; x += 8) {
+        ConvertStep<Reader, Writer, kExtractsAlpha>(matrix, source + x * Reader::kBytesPerPixel,
                                                     destination + x * Writer::kBytesPerPixel,
                                                     kExtractsAlpha ? alpha + x : nullptr);
     }
@@ -133,7 +152,7 @@ void FillAlphaPlane(const RgbToYuvArguments& in) {
 
 template <class Reader, class Writer>
 void Kernel(const RgbToYuvArguments& in) {
-    if constexpr (Reader::kHasAlpha) {
+    if constexpr (Reader::Order::kHasAlpha) {
         if (in.destinationAlpha.data && !in.sourceAlpha.data) {
             ConvertRows<Reader, Writer, true>(in);
             return;

@@ -18,6 +18,21 @@ namespace {
 using ShuffleMask = std::array<signed char, 16>;
 constexpr signed char kNone = -1;
 
+constexpr ShuffleMask EmptyMask() {
+    ShuffleMask mask{};
+    for (signed char& byte : mask) {
+        byte = kNone;
+    }
+    return mask;
+}
+
+/// Has `count` bytes of the source, from `source` on, put at `target`.
+constexpr void PlaceBytes(ShuffleMask& mask, int target, int source, int count) {
+    for (int i = 0; i < count; ++i) {
+        mask[static_cast<std::size_t>(target + i)] = static_cast<signed char>(source + i);
+    }
+}
+
 inline __m128i Load(const void* at) {
     return _mm_loadu_si128(static_cast<const __m128i*>(at));
 }
@@ -34,9 +49,8 @@ inline __m128i LoadFourBytes(const BYTE* at) {
     return _mm_cvtsi32_si128(word);
 }
 
-inline void StoreFourBytes(BYTE* at, __m128i value) {
-    const int word = _mm_cvtsi128_si32(value);
-    std::memcpy(at, &word, sizeof word);
+inline void StoreEightBytes(BYTE* at, __m128i value) {
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(at), value);
 }
 
 /// Two 16-bit gains for a multiply-add, repeated in all four lanes.
@@ -45,10 +59,10 @@ inline __m128i PairOfGains(int low, int high) {
     return _mm_set1_epi32(static_cast<int>(pair));
 }
 
-/// How many of a row's pixels can be converted four by four when each step touches a window of
+/// How many of a row's pixels can be converted `step` by `step` when each step touches a window of
 /// pixels from its first one on, all of which must lie inside the row.
-constexpr std::size_t WholeWindows(std::size_t width, std::size_t window) {
-    return width < window ? 0 : (width - window) / 4 * 4 + 4;
+constexpr std::size_t WholeSteps(std::size_t width, std::size_t step, std::size_t window) {
+    return width < window ? 0 : (width - window) / step * step + step;
 }
 
 /// Where a kernel stands in a plane: rows of `rowBytes` bytes, each followed by the plane's gap.

@@ -17,6 +17,14 @@ struct YuvLanes {
     __m128i yv;
 };
 
+/// The same samples for gains of more than 16 bits, one vector each: a lane holds the sample times
+/// 16 in its low word and the sample itself in its high one.
+struct WideYuvLanes {
+    __m128i y;
+    __m128i u;
+    __m128i v;
+};
+
 /// "YUY2": 4 pixels in 8 bytes; samples are brought to the 10-bit scale here.
 struct Yuy2Reader {
     static constexpr DWORD kFourCC = kYuy2;
@@ -32,6 +40,18 @@ struct Yuy2Reader {
         return {_mm_maddubs_epi16(_mm_shuffle_epi8(pixels, Load(kYu)), toTenBits),
                 _mm_maddubs_epi16(_mm_shuffle_epi8(pixels, Load(kYv)), toTenBits)};
     }
+
+    static WideYuvLanes ReadWide(const BYTE* at) {
+        constexpr ShuffleMask kY = {0, 0, 0, 0, 2, 2, 2, 2, 4, 4, 4, 4, 6, 6, 6, 6};
+        constexpr ShuffleMask kU = {1, 1, 1, 1, 1, 5, 1, 5, 5, 5, 5, 5, 5, 9, 5, 9};
+        constexpr ShuffleMask kV = {3, 3, 3, 3, 3, 7, 3, 7, 7, 7, 7, 7, 7, 11, 7, 11};
+        const __m128i lumaToTenBits = _mm_set1_epi32(0x00040040);
+        const __m128i chromaToTenBits = _mm_set1_epi32(0x04044040);
+        const __m128i pixels = Load(at);
+        return {_mm_maddubs_epi16(_mm_shuffle_epi8(pixels, Load(kY)), lumaToTenBits),
+                _mm_maddubs_epi16(_mm_shuffle_epi8(pixels, Load(kU)), chromaToTenBits),
+                _mm_maddubs_epi16(_mm_shuffle_epi8(pixels, Load(kV)), chromaToTenBits)};
+    }
 };
 
 /// "W210": 4 pixels in 16 bytes; the six bits above a sample are ignored.
@@ -42,6 +62,27 @@ struct W210Reader {
     static constexpr int kOffsetShift = 0;
 
     static YuvLanes Read(const BYTE* at) {
+        const Planar samples = ReadPlanar(at);
+        return {_mm_unpacklo_epi16(samples.luma, samples.chroma),
+                _mm_unpackhi_epi16(samples.luma, samples.chroma)};
+    }
+
+    static WideYuvLanes ReadWide(const BYTE* at) {
+        const __m128i scale = _mm_set1_epi32(1 << 16 | 16);
+        const Planar samples = ReadPlanar(at);
+        return {_mm_mullo_epi16(_mm_unpacklo_epi16(samples.luma, samples.luma), scale),
+                _mm_mullo_epi16(_mm_unpacklo_epi16(samples.chroma, samples.chroma), scale),
+                _mm_mullo_epi16(_mm_unpackhi_epi16(samples.chroma, samples.chroma), scale)};
+    }
+
+  private:
+    /// Four lumas, twice; four sums of U, then four of V.
+    struct Planar {
+        __m128i luma;
+        __m128i chroma;
+    };
+
+    static Planar ReadPlanar(const BYTE* at) {
         constexpr ShuffleMask kLuma = {0, 1, 4, 5, 8, 9, 12, 13, 0, 1, 4, 5, 8, 9, 12, 13};
         constexpr ShuffleMask kUThenV = {0, 1, 2, 3, 8, 9, 10, 11, 4, 5, 6, 7, 12, 13, 14, 15};
         const __m128i sample = _mm_set1_epi16(0x3FF);
@@ -50,9 +91,8 @@ struct W210Reader {
         const __m128i even = _mm_srli_epi32(pixels, 15);
         const __m128i odd = _mm_and_si128(_mm_add_epi16(pixels, nextPair),
                                           _mm_set1_epi32(static_cast<int>(0xFFFF0000)));
-        const __m128i chroma = _mm_shuffle_epi8(_mm_or_si128(even, odd), Load(kUThenV));
-        const __m128i luma = _mm_shuffle_epi8(pixels, Load(kLuma));
-        return {_mm_unpacklo_epi16(luma, chroma), _mm_unpackhi_epi16(luma, chroma)};
+        return {_mm_shuffle_epi8(pixels, Load(kLuma)),
+                _mm_shuffle_epi8(_mm_or_si128(even, odd), Load(kUThenV))};
     }
 };
 

@@ -5,49 +5,39 @@
 namespace nyx {
 namespace {
 
-/// The matrix for deep outputs. Gains of 18 bits are applied in two steps, the upper 14 and the
-/// rest; the sums become unsigned 16-bit channels.
+/// The matrix for deep outputs. A gain of 18 bits is its upper 14 bits, which meet the sample times
+/// 16, and the rest, which meets the sample; the sums become unsigned 16-bit channels.
 class DeepMatrix {
   public:
     explicit DeepMatrix(const CoefficientBlock& block)
-        : r_(block.luma, block.vToR),
-          gFromU_(block.luma, block.uToG),
-          gFromV_(0, block.vToG),
-          b_(block.luma, block.uToB),
+        : y_(Gain(block.luma)),
+          vToR_(Gain(block.vToR)),
+          uToG_(Gain(block.uToG)),
+          vToG_(Gain(block.vToG)),
+          uToB_(Gain(block.uToB)),
           offsetR_(Offset(block.offset[0])),
           offsetG_(Offset(block.offset[1])),
           offsetB_(Offset(block.offset[2])) {}
 
     /// Four reds and greens, four blues and blues again.
-    DeepPixels Apply(YuvLanes in) const {
-        const __m128i g = _mm_add_epi32(gFromU_.Multiply(in.yu), gFromV_.Multiply(in.yv));
-        const __m128i r = ToChannel(r_.Multiply(in.yv), offsetR_);
-        const __m128i b = ToChannel(b_.Multiply(in.yu), offsetB_);
-        return {ToUnsigned(_mm_packs_epi32(r, ToChannel(g, offsetG_))),
-                ToUnsigned(_mm_packs_epi32(b, b))};
+    DeepPixels Apply(const WideYuvLanes& in) const {
+        const __m128i y = _mm_madd_epi16(in.y, y_);
+        const __m128i toR = _mm_madd_epi16(in.v, vToR_);
+        const __m128i toG = _mm_add_epi32(_mm_madd_epi16(in.u, uToG_), _mm_madd_epi16(in.v, vToG_));
+        const __m128i toB = _mm_madd_epi16(in.u, uToB_);
+        const __m128i r = ToChannel(_mm_add_epi32(y, toR), offsetR_);
+        const __m128i g = ToChannel(_mm_add_epi32(y, toG), offsetG_);
+        const __m128i b = ToChannel(_mm_add_epi32(y, toB), offsetB_);
+        return {ToUnsigned(_mm_packs_epi32(r, g)), ToUnsigned(_mm_packs_epi32(b, b))};
     }
 
   private:
     static constexpr int kShift = 8 + kDeepExtraBits;  ///< from sums to 16-bit channels
 
-    class Gains {
-      public:
-        Gains(int low, int high)
-            : coarse_(PairOfGains(Coarse(low), Coarse(high))),
-              rest_(PairOfGains(Rest(low), Rest(high))) {}
-
-        __m128i Multiply(__m128i lanes) const {
-            return _mm_add_epi32(_mm_slli_epi32(_mm_madd_epi16(lanes, coarse_), kDeepExtraBits),
-                                 _mm_madd_epi16(lanes, rest_));
-        }
-
-      private:
-        static int Coarse(int gain) { return gain >> kDeepExtraBits; }
-        static int Rest(int gain) { return gain - Coarse(gain) * (1 << kDeepExtraBits); }
-
-        __m128i coarse_;
-        __m128i rest_;
-    };
+    static __m128i Gain(int gain) {
+        const int upper = gain >> kDeepExtraBits;
+        return PairOfGains(upper, gain - upper * (1 << kDeepExtraBits));
+    }
 
     /// Channels are packed as signed words about their middle: the instruction set has no packing
     /// to unsigned words.
@@ -59,7 +49,7 @@ class DeepMatrix {
         return _mm_xor_si128(centred, _mm_set1_epi16(static_cast<short>(0x8000)));
     }
 
-    Gains r_, gFromU_, gFromV_, b_;
+    __m128i y_, vToR_, uToG_, vToG_, uToB_;
     __m128i offsetR_, offsetG_, offsetB_;
 };
 
@@ -76,7 +66,7 @@ class DeepQuad {
           black_(_mm_set1_epi16(static_cast<short>(in.black << 8))) {}
 
     void Convert(const BYTE* source, const BYTE* alpha, BYTE* destination) const {
-        DeepPixels pixels = matrix_.Apply(Reader::Read(source));
+        DeepPixels pixels = matrix_.Apply(Reader::ReadWide(source));
         if constexpr (kTransform != AlphaTransform::kKeep) {
             constexpr const AlphaFactorTable& kTable =
                 kTransform == AlphaTransform::kPremultiply ? kPremultiply : kUnpremultiply;

@@ -13,20 +13,15 @@ struct Rgb8Writer {
         Order::kHasAlpha ? 4 : 6;  ///< pixels that are overwritten
     static constexpr bool kHasAlpha = Order::kHasAlpha;
 
-    /// Position in the pixels of the four values of one channel, which lie in the odd bytes of one
-    /// half of the packed vector.
+    /// The four values of one channel lie in the odd bytes of one half of a packed vector.
     static constexpr void Place(ShuffleMask& mask, int channel, int half) {
         for (int pixel = 0; channel >= 0 && pixel < 4; ++pixel) {
-            mask[static_cast<std::size_t>(pixel * Order::kChannels + channel)] =
-                static_cast<signed char>(half * 8 + pixel * 2 + 1);
+            PlaceBytes(mask, pixel * Order::kChannels + channel, half * 8 + pixel * 2 + 1, 1);
         }
     }
 
     static constexpr ShuffleMask Places(int firstChannel, int secondChannel) {
-        ShuffleMask mask{};
-        for (signed char& byte : mask) {
-            byte = kNone;
-        }
+        ShuffleMask mask = EmptyMask();
         Place(mask, firstChannel, 0);
         Place(mask, secondChannel, 1);
         return mask;

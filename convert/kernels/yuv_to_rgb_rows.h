@@ -85,7 +85,7 @@ void ConvertRow(const Quad& quad, const BYTE* source, const BYTE* alpha, BYTE* d
     constexpr std::size_t kWindow = Reader::kWindowPixels > Writer::kWindowPixels
                                         ? Reader::kWindowPixels
                                         : Writer::kWindowPixels;
-    const std::size_t whole = WholeWindows(width, kWindow);
+    const std::size_t whole = WholeSteps(width, 4, kWindow);
     for (std::size_t x = 0; x < whole; x += 4) {
         quad.Convert(source + x * Reader::kBytesPerPixel, Quad::kReadsAlpha ? alpha + x : nullptr,
                      destination + x * Writer::kBytesPerPixel);
