@@ -1,0 +1,174 @@
+#include "bench/workload.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <stdexcept>
+
+#include "codecs/ten_bit_rows.h"
+#include "convert/coefficients.h"
+#include "convert/conversion_groups.h"
+#include "convert/formats.h"
+#include "tests/convert/reference.h"
+
+namespace nyx::bench {
+namespace {
+
+constexpr std::size_t kAlignment = 4096;
+constexpr std::size_t kSlack = 4096;
+constexpr DWORD kQ210 = FourCC("Q210");
+
+struct Pair {
+    DWORD source;
+    DWORD destination;
+};
+
+constexpr Pair kPairs[] = {
+    {kYuy2, kBgra}, {kYuy2, kBgr3}, {kYuy2, k48rl}, {kYuy2, k64al}, {kYuy2, k30rl},
+    {kYuy2, k40al}, {kW210, kBgra}, {kW210, kBgr3}, {kW210, k64al}, {kW210, k30rl},
+    {kBgra, kYuy2}, {kBgr3, kYuy2}, {k48rl, kYuy2}, {k64al, kYuy2}, {k30rl, kYuy2},
+    {k40al, kYuy2}, {kBgra, kW210}, {k64al, kW210}, {kQ210, kYuy2}, {kYuy2, kQ210},
+};
+
+constexpr Size kSizes[] = {{1920, 1080}, {720, 486}};
+
+/// For one pair more sizes, to see that the cost grows with the pixels alone.
+constexpr Size kLargeSizes[] = {{3840, 2160}, {7680, 4320}};
+
+bool IsYuv(DWORD format) {
+    return format == kYuy2 || format == kW210;
+}
+
+std::size_t RowBytes(DWORD format, LONG width) {
+    if (format == kQ210) {
+        return TenBitRowLayoutFor(width).stride;
+    }
+    return static_cast<std::size_t>(BytesPerPixel(format) * width);
+}
+
+std::size_t PictureBytes(DWORD format, Size size) {
+    return RowBytes(format, size.width) * static_cast<std::size_t>(size.height);
+}
+
+std::string Name(DWORD format) {
+    std::string name;
+    for (int i = 0; i < 4; ++i) {
+        name += static_cast<char>(format >> 8 * i & 255);
+    }
+    return name;
+}
+
+ImagePlane PlaneOf(BYTE* data, DWORD format, LONG width) {
+    return {data, static_cast<LONG>(RowBytes(format, width)), 0};
+}
+
+void Check(HRESULT result) {
+    if (FAILED(result)) {
+        throw std::runtime_error("a conversion that is measured failed");
+    }
+}
+
+YuvToRgbRequest FromYuv(const Pictures& p, const ImagePlane& from, const ImagePlane& to) {
+    return {&from,        nullptr,      p.sourceFormat, 0, &to, p.destinationFormat, 0, kFullRange,
+            kMatrixBt709, p.size.width, p.size.height};
+}
+
+RgbToYuvRequest ToYuv(const Pictures& p, const ImagePlane& from, const ImagePlane& to) {
+    return {&from, nullptr,    p.sourceFormat, &to,          nullptr,      p.destinationFormat,
+            0,     kFullRange, kMatrixBt709,   p.size.width, p.size.height};
+}
+
+std::vector<Implementation> ConversionsOfOurs(const Pictures& p) {
+    const ImagePlane from = PlaneOf(p.source, p.sourceFormat, p.size.width);
+    const ImagePlane to = PlaneOf(p.destination, p.destinationFormat, p.size.width);
+    if (IsYuv(p.sourceFormat)) {
+        return {{kOurs, [=] { Check(RunYuvToRgb(GetCpuInfo(), FromYuv(p, from, to))); }, {}},
+                {kScalar, [=] { reference::FromYuv(FromYuv(p, from, to)); }, {}}};
+    }
+    return {{kOurs, [=] { Check(RunRgbToYuv(GetCpuInfo(), ToYuv(p, from, to))); }, {}},
+            {kScalar, [=] { reference::ToYuv(ToYuv(p, from, to)); }, {}}};
+}
+
+using RowFunction = void (*)(const BYTE*, BYTE*, LONG);
+
+std::function<void()> RowByRow(const Pictures& p, RowFunction convert) {
+    const std::size_t in = RowBytes(p.sourceFormat, p.size.width);
+    const std::size_t out = RowBytes(p.destinationFormat, p.size.width);
+    return [=] {
+        for (LONG y = 0; y < p.size.height; ++y) {
+            const auto row = static_cast<std::size_t>(y);
+            convert(p.source + row * in, p.destination + row * out, p.size.width);
+        }
+    };
+}
+
+std::vector<Implementation> TenBitRows(const Pictures& p) {
+    const TenBitRowKernels& kernels = *SelectTenBitRowKernels();
+    if (p.sourceFormat == kQ210) {
+        return {{kOurs, RowByRow(p, kernels.unpack), {}},
+                {kScalar, RowByRow(p, UnpackTenBitPlainly), {}}};
+    }
+    return {{kOurs, RowByRow(p, kernels.pack), {}}, {kScalar, RowByRow(p, PackTenBitPlainly), {}}};
+}
+
+/// A copy that reads and writes, taken together, the bytes that the conversion reads and writes.
+Implementation Copy(const Pictures& p, std::size_t bytesIn, std::size_t bytesOut) {
+    const std::size_t half = (bytesIn + bytesOut) / 2;
+    return {kMemcpy, [=] { std::memcpy(p.destination, p.source, half); }, {}};
+}
+
+Workload MakeWorkload(Pair pair, Size size, const Buffers& buffers) {
+    const std::size_t in = PictureBytes(pair.source, size);
+    const std::size_t out = PictureBytes(pair.destination, size);
+    const Pictures pictures{pair.source, pair.destination, size, buffers.source.data(),
+                            buffers.destination.data()};
+    Workload workload{Name(pair.source) + "->" + Name(pair.destination),
+                      std::to_string(size.width) + "x" + std::to_string(size.height),
+                      {}};
+    const bool tenBit = pair.source == kQ210 || pair.destination == kQ210;
+    for (const auto& group : {tenBit ? TenBitRows(pictures) : ConversionsOfOurs(pictures),
+                              LibyuvPeers(pictures), SwscalePeers(pictures)}) {
+        workload.implementations.insert(workload.implementations.end(), group.begin(), group.end());
+    }
+    workload.implementations.push_back(Copy(pictures, in, out));
+    return workload;
+}
+
+}  // namespace
+
+Buffer::Buffer(std::size_t size) {
+    const std::size_t whole = (size + kSlack + kAlignment - 1) / kAlignment * kAlignment;
+    data_ = static_cast<BYTE*>(std::aligned_alloc(kAlignment, whole));
+    if (!data_) {
+        throw std::bad_alloc();
+    }
+    DWORD state = 1;
+    for (std::size_t i = 0; i < whole; ++i) {
+        state = state * 1664525 + 1013904223;
+        data_[i] = static_cast<BYTE>(state >> 24);
+    }
+}
+
+Buffer::~Buffer() {
+    std::free(data_);
+}
+
+// The largest picture has four bytes per pixel; smaller ones have at most eight.
+Buffers::Buffers()
+    : source(PictureBytes(kBgra, kLargeSizes[1])),
+      destination(PictureBytes(kBgra, kLargeSizes[1])) {}
+
+std::vector<Workload> MakeWorkloads(const Buffers& buffers) {
+    std::vector<Workload> workloads;
+    for (const Pair& pair : kPairs) {
+        for (const Size& size : kSizes) {
+            workloads.push_back(MakeWorkload(pair, size, buffers));
+        }
+    }
+    for (const Size& size : kLargeSizes) {
+        workloads.push_back(MakeWorkload({kYuy2, kBgra}, size, buffers));
+    }
+    return workloads;
+}
+
+}  // namespace nyx::bench
