@@ -40,17 +40,29 @@ LONG BytesPerPixel(DWORD fourcc);
 /// BT.709; -1 when the YUV-side word is neither 0 nor 2.
 int ResolveColourFlags(DWORD rgbFlags, DWORD yuvFlags);
 
-/// Converts a "YUY2" or "W210" picture to an RGB layout. Width and height are in pixels, the width
-/// even. `sourceAlpha` may be null; outputs with an alpha channel then carry 255.
-/// Results: `S_OK`; `E_INVALIDARG` for an unsupported combination; `E_POINTER` for a missing image;
-/// `E_UNEXPECTED` without SSSE3. A failed request writes nothing. Callable on any thread.
+/// Converts a "YUY2" or "W210" picture to an RGB layout. Width and height are in pixels, positive,
+/// the width even. Sample values are not clipped to their nominal ranges; of a "W210" word the low
+/// ten bits count. Chroma of the odd pixel of a pair is the mean of the pair's and its right
+/// neighbour's.
+///
+/// `sourceAlpha` has one byte per pixel and may be null; layouts with alpha then carry full alpha.
+/// With an alpha plane, 8-bit layouts store its bytes and take both alpha modes 0 only. Deep
+/// layouts take each mode as 0 (straight) or 1 (premultiplied): equal modes leave the colours,
+/// unequal ones scale them by alpha or its inverse about black; a transparent pixel of a
+/// premultiplied source becomes black, and colours below black count as black.
+///
+/// Results: `S_OK`; `E_INVALIDARG` for an unsupported combination or size; `E_POINTER` for a
+/// missing image; `E_UNEXPECTED` without SSSE3; found in the order of combination, images, size,
+/// processor. A failed request writes nothing. Callable on any thread.
 HRESULT ConvertFromYuv(const ImagePlane* source, const ImagePlane* sourceAlpha, DWORD sourceFourCC,
                        DWORD sourceColourFlags, LONG sourceAlphaMode, const ImagePlane* destination,
                        DWORD destinationFourCC, DWORD destinationColourFlags,
                        LONG destinationAlphaMode, LONG width, LONG height);
 
 /// Converts an RGB picture to "YUY2" or "W210"; chroma is picked from the even pixel of each pair.
-/// Results and rules as for ConvertFromYuv.
+/// Both alpha planes may be null. A destination alpha plane receives the source alpha plane's
+/// bytes, else the upper eight bits of the pixels' own alpha, else 255. `alphaMode`, 0 or 1, is
+/// common to both sides: colours are not scaled. Results and rules as for ConvertFromYuv.
 HRESULT ConvertToYuv(const ImagePlane* source, DWORD sourceFourCC, DWORD sourceColourFlags,
                      const ImagePlane* sourceAlpha, const ImagePlane* destination,
                      const ImagePlane* destinationAlpha, DWORD destinationFourCC,
