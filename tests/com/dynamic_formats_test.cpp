@@ -50,6 +50,15 @@ TEST_P(DynamicFormats, ATypeOnAnInputSampleChangesTheInputBeforeTheFrame) {
     EXPECT_FALSE(rig.sink->in.samples()[1].type) << "the output type is not affected";
 }
 
+TEST_P(DynamicFormats, ATypeOnAnInputSampleIsNotPassedOnToTheOutputSample) {
+    StartWithRoomyBuffers();
+    SampleProperties sample = rig.Frame();
+    sample.type = row().InputType();
+    ASSERT_EQ(rig.source->Push(sample), S_OK);
+    EXPECT_FALSE(rig.sink->in.samples().at(0).type);
+    EXPECT_FALSE(rig.sink->in.samples().at(0).typeChanged);
+}
+
 TEST_P(DynamicFormats, ATypeOnASampleWithoutIMediaSample2CountsToo) {
     rig.Start();
     SampleProperties sample = Sample(Narrower());

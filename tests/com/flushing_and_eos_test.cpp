@@ -76,8 +76,11 @@ TEST_P(FlushingAndEos, FlushingWithOneSideUnconnectedIsNotConnected) {
     EXPECT_EQ(rig.input->BeginFlush(), VFW_E_NOT_CONNECTED);
     EXPECT_EQ(rig.input->EndFlush(), VFW_E_NOT_CONNECTED);
     ASSERT_EQ(rig.ConnectInput(), S_OK);
-    EXPECT_EQ(rig.input->BeginFlush(), VFW_E_NOT_CONNECTED);
     EXPECT_EQ(rig.input->EndFlush(), VFW_E_NOT_CONNECTED);
+    EXPECT_EQ(rig.input->BeginFlush(), VFW_E_NOT_CONNECTED);
+    ASSERT_EQ(rig.ConnectOutput(), S_OK);
+    ASSERT_EQ(rig.filter->Pause(), S_OK);
+    EXPECT_EQ(rig.Push(), S_OK) << "a refused flush leaves nothing behind";
 }
 
 TEST_P(FlushingAndEos, TheOutputPinTakesNoStreamCalls) {

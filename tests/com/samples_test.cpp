@@ -73,8 +73,11 @@ TEST_P(Samples, StartAndStopTimesReachASampleWithoutIMediaSample2) {
     Start(Buffers::kForeignWithoutSample2);
     SampleProperties sample = rig.Frame();
     sample.start = 20000;
+    SampleProperties arrived = Through(sample);
+    EXPECT_EQ(arrived.start, 20000);
+    EXPECT_FALSE(arrived.stop);
     sample.stop = 30000;
-    const SampleProperties arrived = Through(sample);
+    arrived = Through(sample);
     EXPECT_EQ(arrived.start, 20000);
     EXPECT_EQ(arrived.stop, 30000);
 }

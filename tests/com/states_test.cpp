@@ -1,5 +1,6 @@
 #include "tests/support/com_test.h"
 #include "tests/support/filter_rig.h"
+#include "tests/support/loaded_module.h"
 #include "tests/support/watchdog.h"
 
 namespace nyx::test {
@@ -72,6 +73,17 @@ TEST_P(States, TheClockIsKeptAndGivenBack) {
     EXPECT_EQ(rig.filter->SetSyncSource(nullptr), S_OK);
     EXPECT_EQ(rig.filter->GetSyncSource(got.Put()), S_OK);
     EXPECT_FALSE(got);
+}
+
+TEST_P(States, AFilterThatGoesLetsItsClockGo) {
+    ComPtr<IReferenceClock> clock;
+    ASSERT_EQ(CoCreateInstance(CLSID_SystemClock, nullptr, CLSCTX_INPROC_SERVER,
+                               IID_IReferenceClock, clock.PutVoid()),
+              S_OK);
+    auto filter = Module().CreateFilter(row().clsid);
+    ASSERT_EQ(filter->SetSyncSource(clock.get()), S_OK);
+    EXPECT_EQ(filter.Reset(), 0u);
+    EXPECT_EQ(clock.Reset(), 0u);
 }
 
 TEST_P(States, StopReleasesAnUpstreamThreadThatWaitsForABuffer) {

@@ -129,7 +129,7 @@ AM_SAMPLE2_PROPERTIES TestSample::Record() {
     flag(properties_.syncPoint, AM_SAMPLE_SPLICEPOINT);
     flag(properties_.preroll, AM_SAMPLE_PREROLL);
     flag(properties_.discontinuity, AM_SAMPLE_DATADISCONTINUITY);
-    flag(properties_.type.has_value(), AM_SAMPLE_TYPECHANGED);
+    flag(properties_.type || properties_.typeChanged, AM_SAMPLE_TYPECHANGED);
     flag(properties_.start.has_value(), AM_SAMPLE_TIMEVALID);
     flag(properties_.start && properties_.stop, AM_SAMPLE_STOPVALID);
     record.lActual = actualLength_;
@@ -163,7 +163,8 @@ HRESULT TestSample::SetProperties(DWORD size, const BYTE* properties) {
     properties_.discontinuity = has(AM_SAMPLE_DATADISCONTINUITY);
     SetTime(has(AM_SAMPLE_TIMEVALID) ? &record.tStart : nullptr,
             has(AM_SAMPLE_STOPVALID) ? &record.tStop : nullptr);
-    if (has(AM_SAMPLE_TYPECHANGED) && size == sizeof(record)) {
+    properties_.typeChanged = has(AM_SAMPLE_TYPECHANGED);
+    if (has(AM_SAMPLE_TYPECHANGED) && record.pMediaType && size == sizeof(record)) {
         typeHandedBack_ |= properties_.type && record.pMediaType == properties_.type->get();
         const MediaType type(*record.pMediaType);
         properties_.type = type;
@@ -203,6 +204,7 @@ SampleProperties ReadSample(IMediaSample* sample) {
         AM_SAMPLE2_PROPERTIES record{};
         sample2->GetProperties(sizeof(record), reinterpret_cast<BYTE*>(&record));
         read.typeSpecificFlags = record.dwTypeSpecificFlags;
+        read.typeChanged = (record.dwSampleFlags & AM_SAMPLE_TYPECHANGED) != 0;
     }
     return read;
 }

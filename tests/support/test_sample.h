@@ -28,6 +28,7 @@ struct SampleProperties {
     bool discontinuity = false;
     DWORD typeSpecificFlags = 0;
     std::optional<MediaType> type;
+    bool typeChanged = false;  ///< the flag that comes with a type, by IMediaSample2 alone
 };
 
 /// What a foreign sample object may do differently from the platform's.

@@ -18,7 +18,7 @@ void MustFinish(const char* what, Work work,
     std::thread thread(std::move(task));
     if (done.wait_for(limit) != std::future_status::ready) {
         std::fprintf(stderr, "deadlock: %s\n", what);
-        std::fflush(stderr);
+        std::fflush(nullptr);
         std::_Exit(3);
     }
     thread.join();
