@@ -15,6 +15,16 @@ run 3 decode text.avi
 says "is not an AVI file"
 : >empty.avi
 run 3 decode empty.avi
+for size in 100 3000 1500000; do
+    head -c $size clip.avi >cut.avi
+    run 3 info cut.avi
+    says "is cut short"
+done
+cp clip.avi unfinished.avi
+at=$(grep -abo idx1 unfinished.avi | tail -n 1 | cut -d: -f1)
+printf 'JUNK' | dd of=unfinished.avi bs=1 seek="$at" conv=notrunc status=none
+run 3 decode unfinished.avi
+says "has no index"
 quiet_ffmpeg -f lavfi -i sine -t 0.1 -f avi sound.avi
 run 3 decode sound.avi
 says "has no video stream"

@@ -8,20 +8,6 @@
 namespace nyx::host {
 namespace {
 
-// Opens and closes the file by itself, so that "missing" and "locked" are told apart from "no AVI".
-long long CheckedFileSize(const std::wstring& path, const std::string& shown) {
-    const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE) {
-        throw Failure(ExitCode::kInput, "cannot open " + shown + ": " + ResultText(LastResult()));
-    }
-    LARGE_INTEGER size{};
-    const HRESULT result = GetFileSizeEx(file, &size) ? S_OK : LastResult();
-    CloseHandle(file);
-    Check(result, ("cannot read the size of " + shown).c_str(), ExitCode::kInput);
-    return size.QuadPart;
-}
-
 // Some versions of the library take the name through the ANSI code page; a short name passes that.
 HRESULT OpenForReading(const std::wstring& path, IAVIFile** file) {
     constexpr UINT kMode = OF_READ | OF_SHARE_DENY_WRITE;
@@ -42,13 +28,8 @@ HRESULT OpenForReading(const std::wstring& path, IAVIFile** file) {
 }  // namespace
 
 AviReader::AviReader(const std::string& path) {
-    const std::wstring wide = Wide(path);
-    const long long size = CheckedFileSize(wide, path);
-    if (size >= kAviSizeLimit) {
-        Damaged(path + " is " + Format("%lld", size) +
-                " bytes long; an AVI of 2^31 bytes or more cannot be read");
-    }
-    Check(OpenForReading(wide, file_.GetAddressOf()), (path + " is not an AVI file").c_str(),
+    const AviLayout layout = ReadAviLayout(path);
+    Check(OpenForReading(Wide(path), file_.GetAddressOf()), (path + " is not an AVI file").c_str(),
           ExitCode::kNotAvi);
     Check(AVIFileGetStream(file_.Get(), stream_.GetAddressOf(), streamtypeVIDEO, 0),
           (path + " has no video stream").c_str(), ExitCode::kNotAvi);
@@ -58,7 +39,7 @@ AviReader::AviReader(const std::string& path) {
         Damaged(path + ": the stream has no frame rate");
     }
     ReadFormat();
-    MeasureFrames(size);
+    MeasureFrames(layout);
     // Times are counted in 64 bits of 100 ns; this keeps them far from the end of that.
     constexpr double kLongestSeconds = 1e9;
     if (static_cast<double>(FrameCount() + 1) * info_.dwScale / info_.dwRate > kLongestSeconds) {
@@ -83,17 +64,18 @@ void AviReader::ReadFormat() {
     }
 }
 
-void AviReader::MeasureFrames(long long fileSize) {
+void AviReader::MeasureFrames(const AviLayout& layout) {
     const LONG count = AVIStreamLength(stream_.Get());
-    if (count < 0 || count > fileSize) {
-        Damaged(Format("the stream claims %ld frames in %lld bytes", count, fileSize));
+    if (count < 0 || count > layout.indexEntries) {
+        Damaged(Format("the stream claims %ld frames, the index knows %lld", count,
+                       layout.indexEntries));
     }
     frameSizes_.reserve(static_cast<std::size_t>(count));
     for (LONG i = 0; i < count; ++i) {
         LONG size = 0;
         const LONG position = AVIStreamStart(stream_.Get()) + i;
         if (FAILED(AVIStreamSampleSize(stream_.Get(), position, &size)) || size < 0 ||
-            size > fileSize) {
+            size > layout.fileSize) {
             Damaged(Format("frame %ld: the file's index makes no sense", i));
         }
         frameSizes_.push_back(size);

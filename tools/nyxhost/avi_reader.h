@@ -7,13 +7,10 @@
 #include <string>
 #include <vector>
 
+#include "avi_layout.h"
 #include "com.h"
 
 namespace nyx::host {
-
-/// An AVI through AVIFile stays below 2^31 bytes: beyond, its 32-bit offsets and sizes silently
-/// lie.
-inline constexpr long long kAviSizeLimit = 1LL << 31;
 
 /// Keeps the platform's AVIFile library open.
 class AviLibrary {
@@ -54,7 +51,7 @@ class AviReader {
 
   private:
     void ReadFormat();
-    void MeasureFrames(long long fileSize);
+    void MeasureFrames(const AviLayout& layout);
 
     AviLibrary library_;
     ComPtr<IAVIFile> file_;

@@ -8,6 +8,18 @@
 namespace nyx::host {
 namespace {
 
+/// How the creation of an object went, in words.
+std::string CreationText(HRESULT creation) {
+    if (SUCCEEDED(creation)) {
+        return "works";
+    }
+    std::string text = "fails: " + ResultText(creation);
+    if (creation == E_OUTOFMEMORY) {
+        text += "; the answer too when its engine library is missing or too old";
+    }
+    return text;
+}
+
 void PrintClass(const RegisteredClass& entry) {
     Print(entry.name + "\n");
     Print("  class     " + GuidText(entry.clsid) + "\n");
@@ -23,8 +35,7 @@ void PrintClass(const RegisteredClass& entry) {
             Print("            " + pin + "\n");
         }
     }
-    Print("  creation  " +
-          (SUCCEEDED(entry.creation) ? "works" : "fails: " + ResultText(entry.creation)) + "\n");
+    Print("  creation  " + CreationText(entry.creation) + "\n");
 }
 
 ExitCode RunList() {
