@@ -119,7 +119,7 @@ TEST_P(Interfaces, TheFilterReportsItsClass) {
 TEST_P(Interfaces, TheFilterReportsItsGraphAndName) {
     FILTER_INFO info{};
     ASSERT_EQ(rig.filter->QueryFilterInfo(&info), S_OK);
-    EXPECT_STREQ(info.achName, row().registeredName);
+    EXPECT_STREQ(info.achName, FilterRig::kNameInGraph);
     EXPECT_EQ(info.pGraph, static_cast<IFilterGraph*>(rig.graph.get()));
     info.pGraph->Release();
     ASSERT_EQ(rig.filter->JoinFilterGraph(nullptr, nullptr), S_OK);

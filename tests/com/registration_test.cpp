@@ -5,6 +5,7 @@
 #include "tests/support/filter_mapper.h"
 #include "tests/support/filter_rig.h"
 #include "tests/support/loaded_module.h"
+#include "tests/support/module_classes.h"
 #include "tests/support/narrow.h"
 #include "tests/support/registry_snapshot.h"
 #include "tests/support/temporary_folder.h"
@@ -50,33 +51,49 @@ class Registration : public ComTest {
 
 TEST_F(Registration, WritesTheServerKeysOfEveryClass) {
     ASSERT_EQ(Module().RegisterServer(), S_OK);
-    for (const FilterUnderTest& row : CatalogueUnderTest()) {
-        const std::wstring key = ClassKey(row.clsid);
-        EXPECT_EQ(ClassValue(key, nullptr), row.registeredName);
+    for (const ModuleClass& entry : ModuleClasses()) {
+        const std::wstring key = ClassKey(entry.clsid);
+        EXPECT_EQ(ClassValue(key, nullptr), entry.name);
         EXPECT_EQ(ClassValue(key + L"\\InprocServer32", nullptr), ModulePath());
         EXPECT_EQ(ClassValue(key + L"\\InprocServer32", L"ThreadingModel"), L"Both");
     }
 }
 
 TEST_F(Registration, EveryFilterIsFoundWithItsNameAndMerit) {
-    for (const FilterUnderTest& row : CatalogueUnderTest()) {
-        EXPECT_FALSE(Find(CLSID_LegacyAmFilterCategory, row.clsid)) << row.name;
+    for (const ModuleClass& entry : ModuleClasses()) {
+        EXPECT_FALSE(Find(CLSID_LegacyAmFilterCategory, entry.clsid)) << Narrow(entry.name);
     }
     ASSERT_EQ(Module().RegisterServer(), S_OK);
-    for (const FilterUnderTest& row : CatalogueUnderTest()) {
-        const auto filter = Find(CLSID_LegacyAmFilterCategory, row.clsid);
-        ASSERT_TRUE(filter) << row.name;
-        EXPECT_EQ(filter->name, row.registeredName);
-        EXPECT_EQ(filter->merit, row.merit);
+    for (const ModuleClass& entry : ModuleClasses()) {
+        const auto filter = Find(CLSID_LegacyAmFilterCategory, entry.clsid);
+        ASSERT_EQ(filter.has_value(), entry.isFilter) << Narrow(entry.name);
+        if (filter) {
+            EXPECT_EQ(filter->name, entry.name);
+            EXPECT_EQ(filter->merit, entry.merit) << Narrow(entry.name);
+        }
     }
 }
 
-TEST_F(Registration, TheMapperProposesADecoderForItsStreamAndNoOther) {
+TEST_F(Registration, TheCompressorIsFoundInTheCompressorCategoryToo) {
     ASSERT_EQ(Module().RegisterServer(), S_OK);
-    for (const FilterUnderTest& row : DecodersUnderTest()) {
-        const DWORD merit = std::min<DWORD>(row.merit, MERIT_NORMAL);
-        EXPECT_TRUE(MapperFinds(row.clsid, FourCCSubtype(row.inputFourCC), merit)) << row.name;
-        EXPECT_FALSE(MapperFinds(row.clsid, MEDIASUBTYPE_MJPG, merit)) << row.name;
+    for (const ModuleClass& entry : ModuleClasses()) {
+        const auto filter = Find(CLSID_VideoCompressorCategory, entry.clsid);
+        ASSERT_EQ(filter.has_value(), entry.isCompressor) << Narrow(entry.name);
+        if (filter) {
+            EXPECT_EQ(filter->name, entry.name);
+            EXPECT_EQ(filter->merit, entry.merit);
+        }
+    }
+}
+
+TEST_F(Registration, TheMapperProposesAFilterForItsStreamsAndNoOther) {
+    ASSERT_EQ(Module().RegisterServer(), S_OK);
+    for (const ModuleClass& entry : ModuleClasses()) {
+        const DWORD merit = std::min<DWORD>(entry.merit, MERIT_NORMAL);
+        for (const GUID& subtype : entry.inputSubtypes) {
+            EXPECT_TRUE(MapperFinds(entry.clsid, subtype, merit)) << Narrow(entry.name);
+        }
+        EXPECT_FALSE(MapperFinds(entry.clsid, MEDIASUBTYPE_MJPG, merit)) << Narrow(entry.name);
     }
 }
 
@@ -130,15 +147,15 @@ TEST_F(Registration, UnregisteringLeavesTheRegistryAsItWasBefore) {
     EXPECT_EQ(Difference(before, SnapshotOfSoftware()), "");
 }
 
-TEST_F(Registration, AfterUnregisteringNoCategoryHoldsAFilter) {
+TEST_F(Registration, AfterUnregisteringNoCategoryHoldsAClass) {
     ASSERT_EQ(Module().RegisterServer(), S_OK);
     ASSERT_EQ(Module().UnregisterServer(), S_OK);
-    for (const FilterUnderTest& row : CatalogueUnderTest()) {
+    for (const ModuleClass& entry : ModuleClasses()) {
         for (const CLSID& category :
              {CLSID_LegacyAmFilterCategory, CLSID_VideoCompressorCategory}) {
-            EXPECT_FALSE(Find(category, row.clsid)) << row.name;
+            EXPECT_FALSE(Find(category, entry.clsid)) << Narrow(entry.name);
         }
-        EXPECT_FALSE(ClassValue(ClassKey(row.clsid), nullptr)) << row.name;
+        EXPECT_FALSE(ClassValue(ClassKey(entry.clsid), nullptr)) << Narrow(entry.name);
     }
 }
 
@@ -160,7 +177,7 @@ TEST_F(Registration, AFolderNamedInAnyScriptIsRegisteredAsItIs) {
     {
         const LoadedModule copy(path);
         ASSERT_EQ(copy.RegisterServer(), S_OK);
-        const std::wstring key = ClassKey(CatalogueUnderTest().front().clsid) + L"\\InprocServer32";
+        const std::wstring key = ClassKey(ModuleClasses().front().clsid) + L"\\InprocServer32";
         EXPECT_EQ(ClassValue(key, nullptr), path);
         EXPECT_EQ(copy.UnregisterServer(), S_OK);
         EXPECT_FALSE(ClassValue(key, nullptr));

@@ -25,8 +25,6 @@ const std::vector<FilterUnderTest>& CatalogueUnderTest() {
         {"Q210Decoder",
          Role::kDecoder,
          {0x3D1F4E99, 0x3ADF, 0x471E, {0x8C, 0x1A, 0xB7, 0xD6, 0x78, 0xB4, 0xA2, 0x38}},
-         L"Rokka Q210 Decoder",
-         0x00800000,
          FourCC("Q210"),
          20,
          OpaqueFormats(),

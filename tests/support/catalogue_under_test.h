@@ -33,8 +33,6 @@ struct FilterUnderTest {
     const char* name;  ///< letters and digits only: part of the test's name
     Role role;
     CLSID clsid;
-    const wchar_t* registeredName;
-    DWORD merit;
     DWORD inputFourCC;
     WORD inputBitCount;
     std::vector<OfferedFormat> outputs;  ///< in order; each offered in both block forms

@@ -20,7 +20,7 @@ FilterRig::FilterRig(const FilterUnderTest& filterRow, const Picture& inputPictu
         throw std::runtime_error(std::string("cannot make ") + row.name);
     }
     transport = input.As<IMemInputPin>();
-    filter->JoinFilterGraph(graph.get(), row.registeredName);
+    filter->JoinFilterGraph(graph.get(), kNameInGraph);
 }
 
 FilterRig::~FilterRig() {

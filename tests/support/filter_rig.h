@@ -12,6 +12,8 @@ namespace nyx::test {
 /// Everything is public: tests do to the parts what a host may do. Made unconnected and stopped;
 /// stops and disconnects what is left when it goes.
 struct FilterRig {
+    static constexpr const wchar_t* kNameInGraph = L"under test";
+
     explicit FilterRig(const FilterUnderTest& filterRow, const Picture& inputPicture = {});
     FilterRig(const FilterRig&) = delete;
     FilterRig& operator=(const FilterRig&) = delete;
