@@ -19,8 +19,9 @@ die() {
 start_wine() {
     WINEPREFIX=$(mktemp -d "${TMPDIR:-/tmp}/nyx-wine.XXXXXX")
     export WINEPREFIX WINEARCH=win32 WINEDEBUG=${WINEDEBUG:--all}
-    # No Mono or Gecko, menu entries or sound: nothing here needs them.
-    export WINEDLLOVERRIDES='mscoree=;mshtml=;winemenubuilder.exe=;winealsa.drv=;winepulse.drv='
+    # No Mono or Gecko, menu entries or sound: nothing here needs them. No debugger: with it a crashed
+    # program may end with 0.
+    export WINEDLLOVERRIDES='mscoree=;mshtml=;winemenubuilder.exe=;winealsa.drv=;winepulse.drv=;winedbg.exe='
     use_emulation
     start_display
     trap stop_wine EXIT

@@ -1,6 +1,11 @@
 # Debian packages: which are missing, and two ways of installing them. Read by lib.sh.
 
-is_installed() { [ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]; }
+# A plain name stands for the machine's own architecture, also where a foreign one is there too.
+is_installed() {
+    local name=$1
+    [[ $name == *:* ]] || name=$name:$(dpkg --print-architecture)
+    dpkg-query -W -f '${db:Status-Status}\n' "$name" "$1" 2>/dev/null | grep -qx installed
+}
 
 # install_packages NAME...: installs those that are missing and says so; silent when none is. Names
 # with :i386 add that architecture first.

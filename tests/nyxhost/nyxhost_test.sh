@@ -11,7 +11,6 @@ cases=("$@")
 [ ${#cases[@]} -gt 0 ] || cases=(command_line unregistered registered info pictures failures)
 
 export LC_ALL=C.UTF-8 # file names outside ASCII
-export WINEDLLOVERRIDES='mscoree=;mshtml=;winemenubuilder.exe=;winealsa.drv=;winepulse.drv='
 start_wine
 cd "$(mktemp -d "$WINEPREFIX/test.XXXXXX")" # goes with the prefix
 
