@@ -2,9 +2,9 @@
 
 # A plain name stands for the machine's own architecture, also where a foreign one is there too.
 is_installed() {
-    local name=$1
-    [[ $name == *:* ]] || name=$name:$(dpkg --print-architecture)
-    dpkg-query -W -f '${db:Status-Status}\n' "$name" "$1" 2>/dev/null | grep -qx installed
+    local architecture=${1#*:}
+    [ "$architecture" != "$1" ] || architecture="($(dpkg --print-architecture)|all)"
+    [[ $(dpkg-query -W -f '${Architecture} ${db:Status-Status}\n' "${1%:*}" 2>/dev/null) =~ (^|$'\n')$architecture\ installed($|$'\n') ]]
 }
 
 # install_packages NAME...: installs those that are missing and says so; silent when none is. Names
