@@ -19,7 +19,7 @@ namespace nyx {
 #define NYX_DECODER(Name, Codec)                                       \
     class Name : public NyxDecoderImpl<CVideoTransformFilter, Codec> { \
       public:                                                          \
-        using NyxDecoderImpl::NyxDecoderImpl;                          \
+        using NyxFilterImpl::NyxFilterImpl;                            \
         ~Name() override = default;                                    \
     }
 

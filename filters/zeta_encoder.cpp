@@ -13,7 +13,7 @@ STDMETHODIMP CZetaEncoder::NonDelegatingQueryInterface(REFIID iid, void** object
             return GetInterface(static_cast<ISpecifyPropertyPages*>(this), object);
         }
     }
-    return NyxEncoderImpl::NonDelegatingQueryInterface(iid, object);
+    return NyxFilterImpl::NonDelegatingQueryInterface(iid, object);
 }
 
 STDMETHODIMP CZetaEncoder::GetPages(CAUUID* pages) {

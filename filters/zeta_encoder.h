@@ -12,7 +12,7 @@ class CZetaEncoder : public NyxEncoderImpl<CVideoTransformFilter, CZetaCodec>,
                      public ISpecifyPropertyPages,
                      public IEncodeParmeter_QZTA {
   public:
-    using NyxEncoderImpl::NyxEncoderImpl;
+    using NyxFilterImpl::NyxFilterImpl;
     ~CZetaEncoder() override = default;
 
     DECLARE_IUNKNOWN

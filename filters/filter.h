@@ -1,0 +1,86 @@
+#pragma once
+
+/// @file
+/// A codec made a DirectShow video transform filter, either way round. The template only gates and
+/// binds; what a filter does is told by the functions of its side.
+
+#include "baseclasses/streams.h"
+#include "codecs/codec.h"
+#include "filters/nyx_util.h"
+
+namespace nyx {
+
+/// `Base` is CVideoTransformFilter, whose streaming and quality control are used unchanged; `Codec`
+/// a codec class, whose constructor reads its settings and binds its engine; `Side` what tells a
+/// decoder from an encoder (DecoderSide, EncoderSide). Keeps no state between samples.
+template <class Base, class Codec, class Side>
+class NyxFilterImpl : public Base, public Codec, public NyxUtil {
+  public:
+    NyxFilterImpl(const wchar_t* name, IUnknown* outer, REFCLSID clsid)
+        : Base(name, outer, clsid) {}
+
+    STDMETHODIMP NonDelegatingQueryInterface(REFIID iid, void** object) override {
+        if (!object) {
+            return E_POINTER;
+        }
+        *object = nullptr;
+        return IsAvailable() ? Base::NonDelegatingQueryInterface(iid, object) : E_FAIL;
+    }
+
+    ~NyxFilterImpl() override = default;
+
+    HRESULT Transform(IMediaSample* input, IMediaSample* output) override {
+        if (!input || !output) {
+            return E_POINTER;
+        }
+        if (!this->m_pInput || !this->m_pOutput) {
+            return E_UNEXPECTED;
+        }
+        return Side::Transform(*this, *this->m_pInput, *this->m_pOutput, input, output);
+    }
+
+    HRESULT CheckInputType(const CMediaType* input) override {
+        if (!input) {
+            return E_POINTER;
+        }
+        return IsAvailable() ? Side::CheckTypes(*this, *input, nullptr) : VFW_E_TYPE_NOT_ACCEPTED;
+    }
+
+    HRESULT CheckTransform(const CMediaType* input, const CMediaType* output) override {
+        if (!input || !output) {
+            return E_POINTER;
+        }
+        return IsAvailable() ? Side::CheckTypes(*this, *input, output) : VFW_E_TYPE_NOT_ACCEPTED;
+    }
+
+    HRESULT DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* properties) override {
+        if (!allocator || !properties || !this->m_pInput) {
+            return E_POINTER;
+        }
+        if (!IsAvailable() || !this->m_pInput->IsConnected()) {
+            return E_UNEXPECTED;
+        }
+        return Side::RequestBuffer(*this->m_pInput, *this->m_pOutput, allocator, properties);
+    }
+
+    HRESULT GetMediaType(int position, CMediaType* type) override {
+        if (!type || !this->m_pInput) {
+            return E_POINTER;
+        }
+        if (!IsAvailable()) {
+            return E_UNEXPECTED;
+        }
+        if (position < 0) {
+            return E_INVALIDARG;
+        }
+        if (!this->m_pInput->IsConnected()) {
+            return E_UNEXPECTED;
+        }
+        return Side::OfferType(*this, this->m_pInput->CurrentMediaType(), position, type);
+    }
+
+  protected:
+    static bool IsAvailable() { return Codec::IsEngineAvailable(Side::kMode); }
+};
+
+}  // namespace nyx
