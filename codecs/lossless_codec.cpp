@@ -8,6 +8,7 @@
 #include "codecs/header_checks.h"
 #include "codecs/matte.h"
 #include "codecs/scratch_image.h"
+#include "codecs/surface_conversion.h"
 #include "settings/codec_settings.h"
 
 namespace nyx {
@@ -75,18 +76,13 @@ void CopyRgb(const SurfaceFormat& from, const SurfaceFormat& to) {
     }
 }
 
-DWORD RgbFourCC(const SurfaceFormat& surface) {
-    return surface.bytesPerPixel == 3 ? FourCC("BGR3") : FourCC("BGRA");
-}
-
 /// Converts a stored picture into a destination of another kind.
 HRESULT Convert(const ScratchImage& stored, LONG kind, const SurfaceFormat& destination,
                 LONG colorSpace) {
     const ConversionFlags flags =
         ConversionFlagsFor(destination.width, destination.height, colorSpace);
     const bool toYuy2 = destination.index == kIndexYuy2;
-    const ImagePlane to = {destination.data, destination.stride,
-                           destination.stride - destination.width * destination.bytesPerPixel};
+    const ImagePlane to = PlaneOf(destination, destination.width);
     const ImagePlane from = stored.Plane();
     if (kind == kLosslessYuy2) {
         return ConvertFromYuv(&from, nullptr, kYuy2, flags.yuv, 0, &to, RgbFourCC(destination),

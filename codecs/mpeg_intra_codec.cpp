@@ -3,6 +3,7 @@
 #include "codecs/engine_guard.h"
 #include "codecs/engine_records.h"
 #include "codecs/scratch_image.h"
+#include "codecs/surface_conversion.h"
 #include "settings/codec_settings.h"
 
 namespace nyx {
@@ -61,8 +62,7 @@ HRESULT ConvertToRgb(const ScratchImage& picture, const SurfaceFormat& destinati
     const ConversionFlags flags =
         ConversionFlagsFor(destination.width, destination.height, colorSpace);
     const ImagePlane from = picture.Plane();
-    const ImagePlane to = {destination.data, destination.stride,
-                           destination.stride - destination.width * kWrittenPerPixel};
+    const ImagePlane to = PlaneOf(destination, destination.width, kWrittenPerPixel);
     return ConvertFromYuv(&from, nullptr, FourCC("YUY2"), flags.yuv, 0, &to, FourCC("BGR3"),
                           flags.rgb, 0, destination.width, destination.height);
 }

@@ -5,9 +5,11 @@
 #include <memory>
 #include <new>
 
+#include "codecs/format_rules.h"
 #include "codecs/frame_chunks.h"
 #include "codecs/header_checks.h"
 #include "codecs/pixel_format_index.h"
+#include "codecs/surface_conversion.h"
 #include "codecs/ten_bit_rows.h"
 #include "convert/convert.h"
 #include "settings/codec_settings.h"
@@ -23,11 +25,6 @@ constexpr LONG kYuy2BytesPerPixel = 2;
 /// The largest picture: its 10-bit frame and its 32-bit RGB buffer must both stay below 2^31 bytes.
 constexpr std::int64_t kMostPixels = (std::int64_t{1} << 31) / 4 - 1;
 
-bool IsTenBitHeader(const BITMAPINFOHEADER* header) {
-    return IsPlainHeader(header) && header->biBitCount == kBitCount &&
-           header->biCompression == kFourCC;
-}
-
 bool IsPossibleSize(std::int64_t width, std::int64_t height) {
     if (width < 2 || width % 2 != 0 || height < 1) {
         return false;
@@ -36,18 +33,19 @@ bool IsPossibleSize(std::int64_t width, std::int64_t height) {
     return width * height <= kMostPixels && blocks * 48 * height <= kMostPixels;
 }
 
-/// The conversion library's name for an RGB surface of one of our indices.
-DWORD RgbFourCC(const SurfaceFormat& surface) {
-    return surface.bytesPerPixel == 3 ? FourCC("BGR3") : FourCC("BGRA");
-}
+constexpr FormatPair kDecodePairs[] = {
+    {kBitCount, BI_RGB, 24, AlphaFlag::kMustBeClear},
+    {kBitCount, BI_RGB, 32, AlphaFlag::kMustBeClear},
+    {kBitCount, kYuy2, 16, AlphaFlag::kMustBeClear},
+};
+constexpr FormatPair kEncodePairs[] = {
+    {kBitCount, kYuy2, 16, AlphaFlag::kAny},
+    {kBitCount, BI_RGB, 24, AlphaFlag::kAny},
+};
+constexpr CodecFormats kFormats = {kFourCC, &IsPossibleSize, kDecodePairs, kEncodePairs};
 
 bool IsRgbIndex(int index) {
     return index >= kIndexRgb24 && index < kIndexArgb32;
-}
-
-/// `width` pixels of each row of a surface.
-ImagePlane PlaneOf(const SurfaceFormat& surface, LONG width) {
-    return {surface.data, surface.stride, surface.stride - width * surface.bytesPerPixel};
 }
 
 /// A strip of 8-bit 4:2:2 rows without gaps, for one call: RGB passes through it a few rows at a
@@ -156,17 +154,9 @@ DWORD CTenBitCodec::GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool) {
     return static_cast<DWORD>(TenBitRowLayoutFor(input->biWidth).stride) * rows + kChunkMargin;
 }
 
-HRESULT CTenBitCodec::CompressQuery(const BITMAPINFOHEADER* input, bool,
+HRESULT CTenBitCodec::CompressQuery(const BITMAPINFOHEADER* input, bool alphaInput,
                                     const BITMAPINFOHEADER* output) {
-    if (!IsPlainHeader(input) || !(IsYuy2(*input) || IsRgb(*input, 24)) ||
-        !IsPossibleSize(input->biWidth, AbsoluteHeight(*input))) {
-        return VFW_E_TYPE_NOT_ACCEPTED;
-    }
-    if (output && !(IsTenBitHeader(output) && output->biWidth == input->biWidth &&
-                    output->biHeight == AbsoluteHeight(*input))) {
-        return VFW_E_TYPE_NOT_ACCEPTED;
-    }
-    return S_OK;
+    return CheckEncodeFormats(kFormats, input, alphaInput, output);
 }
 
 HRESULT CTenBitCodec::Compress(const BITMAPINFOHEADER* input, bool alphaInput,
@@ -211,17 +201,7 @@ HRESULT CTenBitCodec::Compress(const BITMAPINFOHEADER* input, bool alphaInput,
 
 HRESULT CTenBitCodec::DecompressQuery(const BITMAPINFOHEADER* input, const BITMAPINFOHEADER* output,
                                       bool alphaOut) {
-    if (!IsTenBitHeader(input) || !IsPossibleSize(input->biWidth, input->biHeight)) {
-        return VFW_E_TYPE_NOT_ACCEPTED;
-    }
-    if (!output) {
-        return S_OK;
-    }
-    const bool accepted = IsPlainHeader(output) && !alphaOut &&
-                          (IsRgb(*output, 24) || IsRgb(*output, 32) || IsYuy2(*output)) &&
-                          output->biWidth >= input->biWidth &&
-                          AbsoluteHeight(*output) == input->biHeight;
-    return accepted ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
+    return CheckDecodeFormats(kFormats, input, output, alphaOut);
 }
 
 HRESULT CTenBitCodec::Decompress(const BITMAPINFOHEADER* input, const void* data,
