@@ -1,3 +1,4 @@
+#include "convert/kernels/kernel_table.h"
 #include "convert/kernels/kernels.h"
 #include "convert/kernels/rgb_readers.h"
 #include "convert/kernels/yuv_writers.h"
@@ -164,11 +165,7 @@ void Kernel(const RgbToYuvArguments& in) {
     }
 }
 
-struct Row {
-    DWORD source;
-    DWORD destination;
-    RgbToYuvKernel kernel;
-};
+using Row = KernelRow<RgbToYuvKernel>;
 
 template <class Reader, class Writer>
 constexpr Row kRow = {Reader::kFourCC, Writer::kFourCC, Kernel<Reader, Writer>};
@@ -202,12 +199,8 @@ constexpr Row kKernels[] = {
 }  // namespace
 
 RgbToYuvKernel FindRgbToYuvKernel(DWORD source, DWORD destination) {
-    for (const Row& row : kKernels) {
-        if (row.source == source && row.destination == destination) {
-            return row.kernel;
-        }
-    }
-    return nullptr;
+    const Row* row = FindKernelRow(kKernels, source, destination);
+    return row ? row->kernels : nullptr;
 }
 
 }  // namespace nyx

@@ -1,5 +1,8 @@
+#include <array>
+
 #include "convert/kernels/alpha_scale.h"
 #include "convert/kernels/deep_rgb_writers.h"
+#include "convert/kernels/kernel_table.h"
 #include "convert/kernels/yuv_to_rgb_rows.h"
 
 namespace nyx {
@@ -103,11 +106,7 @@ void Kernel(const YuvToRgbArguments& in) {
     }
 }
 
-struct Row {
-    DWORD source;
-    DWORD destination;
-    YuvToRgbKernel kernels[3];  ///< by AlphaTransform
-};
+using Row = KernelRow<std::array<YuvToRgbKernel, 3>>;  ///< kernels by AlphaTransform
 
 template <class Reader, class Writer>
 constexpr Row kRow = {Reader::kFourCC,
@@ -137,12 +136,8 @@ constexpr Row kKernels[] = {
 }  // namespace
 
 YuvToRgbKernel FindYuvToDeepRgbKernel(DWORD source, DWORD destination, AlphaTransform transform) {
-    for (const Row& row : kKernels) {
-        if (row.source == source && row.destination == destination) {
-            return row.kernels[static_cast<int>(transform)];
-        }
-    }
-    return nullptr;
+    const Row* row = FindKernelRow(kKernels, source, destination);
+    return row ? row->kernels[static_cast<std::size_t>(transform)] : nullptr;
 }
 
 }  // namespace nyx

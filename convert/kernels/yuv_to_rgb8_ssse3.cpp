@@ -1,3 +1,4 @@
+#include "convert/kernels/kernel_table.h"
 #include "convert/kernels/rgb_orders.h"
 #include "convert/kernels/yuv_to_rgb_rows.h"
 
@@ -79,11 +80,7 @@ void Kernel(const YuvToRgbArguments& in) {
     ConvertRows(Rgb8Quad<Reader, Writer, false>(in), in);
 }
 
-struct Row {
-    DWORD source;
-    DWORD destination;
-    YuvToRgbKernel kernel;
-};
+using Row = KernelRow<YuvToRgbKernel>;
 
 template <class Reader, class Writer>
 constexpr Row kRow = {Reader::kFourCC, Writer::kFourCC, Kernel<Reader, Writer>};
@@ -104,12 +101,8 @@ constexpr Row kKernels[] = {
 }  // namespace
 
 YuvToRgbKernel FindYuvToRgb8Kernel(DWORD source, DWORD destination) {
-    for (const Row& row : kKernels) {
-        if (row.source == source && row.destination == destination) {
-            return row.kernel;
-        }
-    }
-    return nullptr;
+    const Row* row = FindKernelRow(kKernels, source, destination);
+    return row ? row->kernels : nullptr;
 }
 
 }  // namespace nyx
