@@ -27,10 +27,14 @@ constexpr PinTypes Compressed(const char (&fourcc)[5]) {
     return {{FourCCSubtype(FourCC(fourcc))}, 1};
 }
 
-constexpr ClassIdentity kDv25Decoder = {
-    L"Rokka DV Decoder",
-    L"Rokka DV Decoder",
-    {0x194BF9E2, 0x3566, 0x43C0, {0xAA, 0x21, 0xEE, 0xC7, 0x27, 0x8E, 0xA7, 0xD8}}};
+/// A class whose objects bear its friendly name.
+constexpr ClassIdentity Named(const wchar_t* name, const CLSID& clsid) {
+    return {name, name, clsid};
+}
+
+constexpr ClassIdentity kDv25Decoder =
+    Named(L"Rokka DV Decoder",
+          {0x194BF9E2, 0x3566, 0x43C0, {0xAA, 0x21, 0xEE, 0xC7, 0x27, 0x8E, 0xA7, 0xD8}});
 constexpr ClassIdentity kDv50Decoder = {
     L"DVCPRO50 Decoder",
     L"Rokka DV Decoder",
@@ -39,32 +43,26 @@ constexpr ClassIdentity kDvHdDecoder = {
     L"DVCPRO HD Decoder",
     L"Rokka DV Decoder",
     {0x43749036, 0x6EBA, 0x4A63, {0x9B, 0x9B, 0x2E, 0xDC, 0x0D, 0x07, 0x3B, 0x2B}}};
-constexpr ClassIdentity kZetaDecoder = {
-    L"Rokka Zeta Decoder",
-    L"Rokka Zeta Decoder",
-    {0xF8C71073, 0x10DB, 0x4DFF, {0x8E, 0xA6, 0xCE, 0xA2, 0x64, 0x00, 0xAF, 0xFB}}};
-constexpr ClassIdentity kLosslessDecoder = {
-    L"Rokka Lossless Decoder",
-    L"Rokka Lossless Decoder",
-    {0x9770AADC, 0x2F6D, 0x4586, {0x90, 0x59, 0xF8, 0x47, 0xE4, 0x6D, 0x38, 0x33}}};
-constexpr ClassIdentity kMpegIntraDecoder = {
-    L"Rokka MPEG2-Intra Decoder",
-    L"Rokka MPEG2-Intra Decoder",
-    {0x48BC3ED7, 0x498D, 0x4F7C, {0xA1, 0x21, 0xEE, 0x72, 0xA9, 0xEF, 0xC4, 0x83}}};
-constexpr ClassIdentity kZeta2Decoder = {
-    L"Rokka Zeta2 Decoder",
-    L"Rokka Zeta2 Decoder",
-    {0x05B95B6B, 0xC3CD, 0x4B91, {0xAF, 0x3B, 0xBB, 0xBB, 0x7D, 0xF6, 0x4C, 0xD0}}};
-constexpr ClassIdentity kTenBitDecoder = {
-    L"Rokka Q210 Decoder",
-    L"Rokka Q210 Decoder",
-    {0x3D1F4E99, 0x3ADF, 0x471E, {0x8C, 0x1A, 0xB7, 0xD6, 0x78, 0xB4, 0xA2, 0x38}}};
-constexpr ClassIdentity kZetaEncoder = {
-    L"Rokka Zeta Encoder",
-    L"Rokka Zeta Encoder",
-    {0xF891D31F, 0x209D, 0x4AF8, {0xAE, 0xBC, 0xFF, 0x24, 0x72, 0xBC, 0x14, 0xC3}}};
-constexpr ClassIdentity kZetaProp = {L"Rokka Zeta Encoder Property Page",
-                                     L"Rokka Zeta Encoder Property Page", kZetaPropertyPageClsid};
+constexpr ClassIdentity kZetaDecoder =
+    Named(L"Rokka Zeta Decoder",
+          {0xF8C71073, 0x10DB, 0x4DFF, {0x8E, 0xA6, 0xCE, 0xA2, 0x64, 0x00, 0xAF, 0xFB}});
+constexpr ClassIdentity kLosslessDecoder =
+    Named(L"Rokka Lossless Decoder",
+          {0x9770AADC, 0x2F6D, 0x4586, {0x90, 0x59, 0xF8, 0x47, 0xE4, 0x6D, 0x38, 0x33}});
+constexpr ClassIdentity kMpegIntraDecoder =
+    Named(L"Rokka MPEG2-Intra Decoder",
+          {0x48BC3ED7, 0x498D, 0x4F7C, {0xA1, 0x21, 0xEE, 0x72, 0xA9, 0xEF, 0xC4, 0x83}});
+constexpr ClassIdentity kZeta2Decoder =
+    Named(L"Rokka Zeta2 Decoder",
+          {0x05B95B6B, 0xC3CD, 0x4B91, {0xAF, 0x3B, 0xBB, 0xBB, 0x7D, 0xF6, 0x4C, 0xD0}});
+constexpr ClassIdentity kTenBitDecoder =
+    Named(L"Rokka Q210 Decoder",
+          {0x3D1F4E99, 0x3ADF, 0x471E, {0x8C, 0x1A, 0xB7, 0xD6, 0x78, 0xB4, 0xA2, 0x38}});
+constexpr ClassIdentity kZetaEncoder =
+    Named(L"Rokka Zeta Encoder",
+          {0xF891D31F, 0x209D, 0x4AF8, {0xAE, 0xBC, 0xFF, 0x24, 0x72, 0xBC, 0x14, 0xC3}});
+constexpr ClassIdentity kZetaProp =
+    Named(L"Rokka Zeta Encoder Property Page", kZetaPropertyPageClsid);
 
 template <class Filter, const ClassIdentity& identity>
 constexpr CatalogueRow Decoder(const char (&fourcc)[5]) {
