@@ -11,20 +11,10 @@
 
 #include "codecs/codec.h"
 #include "platform/fourcc.h"
+#include "tests/codecs/picture_header.h"
 #include "tests/codecs/standin_engines.h"
 
 namespace nyx::test {
-
-inline BITMAPINFOHEADER MakeHeader(DWORD compression, WORD bitCount, LONG width, LONG height) {
-    BITMAPINFOHEADER header = {};
-    header.biSize = sizeof(header);
-    header.biWidth = width;
-    header.biHeight = height;
-    header.biPlanes = 1;
-    header.biBitCount = bitCount;
-    header.biCompression = compression;
-    return header;
-}
 
 constexpr DWORD kYuy2FourCC = FourCC("YUY2");
 

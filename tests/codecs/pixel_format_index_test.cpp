@@ -6,23 +6,15 @@
 #include <string>
 
 #include "platform/fourcc.h"
+#include "tests/codecs/picture_header.h"
 
 namespace nyx {
 namespace {
 
+using test::MakeHeader;
+
 constexpr LONG kMin = std::numeric_limits<LONG>::min();
 constexpr LONG kMax = std::numeric_limits<LONG>::max();
-
-BITMAPINFOHEADER Header(DWORD compression, WORD bitCount, LONG width, LONG height) {
-    BITMAPINFOHEADER header = {};
-    header.biSize = sizeof(header);
-    header.biWidth = width;
-    header.biHeight = height;
-    header.biPlanes = 1;
-    header.biBitCount = bitCount;
-    header.biCompression = compression;
-    return header;
-}
 
 TEST(PixelFormatIndex, FollowsTheTable) {
     struct Case {
@@ -51,7 +43,7 @@ TEST(PixelFormatIndex, FollowsTheTable) {
             const LONG colorSpace = (i & 2) != 0 ? 7 : 0;
             const bool asked = (i & 8) != 0;
             const BITMAPINFOHEADER header =
-                Header(c.compression, c.bits, 1280, standard ? -719 : -720);
+                MakeHeader(c.compression, c.bits, 1280, standard ? -719 : -720);
             SurfaceFormat surface = {};
             ASSERT_EQ(DescribeSurface({&header, 960, (i & 1) != 0, asked, colorSpace, nullptr, 0},
                                       &surface),
@@ -66,7 +58,8 @@ TEST(PixelFormatIndex, FollowsTheTable) {
 TEST(PixelFormatIndex, OtherFormatsHaveNone) {
     SurfaceFormat surface = {};
     for (const BITMAPINFOHEADER& header :
-         {Header(BI_RGB, 16, 8, 8), Header(BI_RGB, 8, 8, 8), Header(FourCC("UYVY"), 16, 8, 8)}) {
+         {MakeHeader(BI_RGB, 16, 8, 8), MakeHeader(BI_RGB, 8, 8, 8),
+          MakeHeader(FourCC("UYVY"), 16, 8, 8)}) {
         EXPECT_EQ(DescribeSurface({&header, 8, false, false, 0, nullptr, 0}, &surface), E_FAIL);
         EXPECT_EQ(SurfaceSize(header), 0u);
     }
@@ -100,7 +93,7 @@ TEST(SurfaceGeometry, RgbIsBottomUpUnlessTheHeightOrTheCallerSaysOtherwise) {
         {FourCC("YUY2"), 16, 3, 0, 12, 0}, {FourCC("YUY2"), 16, -3, 0, 12, 0},
     };
     for (const Case& c : cases) {
-        const BITMAPINFOHEADER header = Header(c.compression, c.bits, 6, c.height);
+        const BITMAPINFOHEADER header = MakeHeader(c.compression, c.bits, 6, c.height);
         SurfaceFormat surface = {};
         ASSERT_EQ(DescribeSurface({&header, 6, false, false, 0, buffer, c.callerStride}, &surface),
                   S_OK);
@@ -114,14 +107,15 @@ TEST(SurfaceGeometry, RgbIsBottomUpUnlessTheHeightOrTheCallerSaysOtherwise) {
 TEST(SurfaceGeometry, SizesThatDoNotFitAreRefused) {
     SurfaceFormat surface = {};
     for (const BITMAPINFOHEADER& header :
-         {Header(BI_RGB, 32, 8, kMin), Header(BI_RGB, 32, kMax, 2), Header(BI_RGB, 32, kMin, -2),
-          Header(BI_RGB, 24, 65536, 65536), Header(FourCC("r4fl"), 128, kMax, kMax)}) {
+         {MakeHeader(BI_RGB, 32, 8, kMin), MakeHeader(BI_RGB, 32, kMax, 2),
+          MakeHeader(BI_RGB, 32, kMin, -2), MakeHeader(BI_RGB, 24, 65536, 65536),
+          MakeHeader(FourCC("r4fl"), 128, kMax, kMax)}) {
         EXPECT_EQ(DescribeSurface({&header, 8, false, false, 0, nullptr, 0}, &surface), E_FAIL);
     }
-    EXPECT_EQ(SurfaceSize(Header(BI_RGB, 24, 10, -3)), 90u);
-    EXPECT_EQ(SurfaceSize(Header(FourCC("r4fl"), 128, kMax, kMin)),
+    EXPECT_EQ(SurfaceSize(MakeHeader(BI_RGB, 24, 10, -3)), 90u);
+    EXPECT_EQ(SurfaceSize(MakeHeader(FourCC("r4fl"), 128, kMax, kMin)),
               std::numeric_limits<std::uint64_t>::max());
-    EXPECT_EQ(SurfaceSize(Header(BI_RGB, 24, -10, 3)), 0u);
+    EXPECT_EQ(SurfaceSize(MakeHeader(BI_RGB, 24, -10, 3)), 0u);
 }
 
 }  // namespace

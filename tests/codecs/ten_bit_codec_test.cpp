@@ -9,10 +9,13 @@
 #include "codecs/ten_bit_rows.h"
 #include "convert/convert.h"
 #include "tests/codecs/chunk_builder.h"
+#include "tests/codecs/picture_header.h"
 #include "tests/codecs/ten_bit_reference.h"
 
 namespace nyx {
 namespace {
+
+using test::MakeHeader;
 
 using test::Bytes;
 using test::TenBitPicture;
@@ -20,19 +23,8 @@ using test::operator+;
 
 constexpr DWORD kYuy2 = FourCC("YUY2");
 
-BITMAPINFOHEADER Header(DWORD compression, WORD bitCount, LONG width, LONG height) {
-    BITMAPINFOHEADER header = {};
-    header.biSize = sizeof(header);
-    header.biWidth = width;
-    header.biHeight = height;
-    header.biPlanes = 1;
-    header.biBitCount = bitCount;
-    header.biCompression = compression;
-    return header;
-}
-
 BITMAPINFOHEADER TenBitHeader(LONG width, LONG height) {
-    return Header(FourCC("Q210"), 20, width, height);
+    return MakeHeader(FourCC("Q210"), 20, width, height);
 }
 
 TEST(TenBitQueries, FollowTheRules) {
@@ -51,29 +43,29 @@ TEST(TenBitQueries, FollowTheRules) {
     twoPlanes.biPlanes = 2;
     BITMAPINFOHEADER longHeader = input;
     longHeader.biSize = 124;
-    const BITMAPINFOHEADER rgb32 = Header(BI_RGB, 32, 720, 486);
+    const BITMAPINFOHEADER rgb32 = MakeHeader(BI_RGB, 32, 720, 486);
     const Case cases[] = {
         {"rgb32", input, rgb32, false, true},
-        {"rgb24", input, Header(BI_RGB, 24, 720, 486), false, true},
-        {"yuy2", input, Header(kYuy2, 16, 720, 486), false, true},
-        {"top-down", input, Header(BI_RGB, 32, 720, -486), false, true},
-        {"wider", input, Header(BI_RGB, 32, 768, 486), false, true},
+        {"rgb24", input, MakeHeader(BI_RGB, 24, 720, 486), false, true},
+        {"yuy2", input, MakeHeader(kYuy2, 16, 720, 486), false, true},
+        {"top-down", input, MakeHeader(BI_RGB, 32, 720, -486), false, true},
+        {"wider", input, MakeHeader(BI_RGB, 32, 768, 486), false, true},
         {"long header", longHeader, rgb32, false, true},
         {"alpha asked", input, rgb32, true, false},
-        {"narrower", input, Header(BI_RGB, 32, 718, 486), false, false},
-        {"other height", input, Header(BI_RGB, 32, 720, 480), false, false},
-        {"rgb16", input, Header(BI_RGB, 16, 720, 486), false, false},
-        {"yuy2 of 24 bits", input, Header(kYuy2, 24, 720, 486), false, false},
-        {"uyvy", input, Header(FourCC("UYVY"), 16, 720, 486), false, false},
+        {"narrower", input, MakeHeader(BI_RGB, 32, 718, 486), false, false},
+        {"other height", input, MakeHeader(BI_RGB, 32, 720, 480), false, false},
+        {"rgb16", input, MakeHeader(BI_RGB, 16, 720, 486), false, false},
+        {"yuy2 of 24 bits", input, MakeHeader(kYuy2, 24, 720, 486), false, false},
+        {"uyvy", input, MakeHeader(FourCC("UYVY"), 16, 720, 486), false, false},
         {"short header", shortHeader, rgb32, false, false},
         {"two planes", twoPlanes, rgb32, false, false},
-        {"odd width", TenBitHeader(719, 486), Header(BI_RGB, 32, 720, 486), false, false},
+        {"odd width", TenBitHeader(719, 486), MakeHeader(BI_RGB, 32, 720, 486), false, false},
         {"zero width", TenBitHeader(0, 486), rgb32, false, false},
         {"negative width", TenBitHeader(-720, 486), rgb32, false, false},
-        {"zero height", TenBitHeader(720, 0), Header(BI_RGB, 32, 720, 0), false, false},
+        {"zero height", TenBitHeader(720, 0), MakeHeader(BI_RGB, 32, 720, 0), false, false},
         {"negative height", TenBitHeader(720, -486), rgb32, false, false},
-        {"v210", Header(FourCC("v210"), 20, 720, 486), rgb32, false, false},
-        {"24 bits", Header(FourCC("Q210"), 24, 720, 486), rgb32, false, false},
+        {"v210", MakeHeader(FourCC("v210"), 20, 720, 486), rgb32, false, false},
+        {"24 bits", MakeHeader(FourCC("Q210"), 24, 720, 486), rgb32, false, false},
         {"too large", TenBitHeader(0x7FFFFFFE, 0x7FFFFFFF), rgb32, false, false},
     };
     for (const Case& c : cases) {
@@ -90,10 +82,10 @@ TEST(TenBitQueries, EncodingTakesYuy2AndRgb24) {
     CTenBitCodec codec;
     const BITMAPINFOHEADER output = TenBitHeader(720, 486);
     const BITMAPINFOHEADER topDown = TenBitHeader(720, -486);
-    const BITMAPINFOHEADER rgb24 = Header(BI_RGB, 24, 720, -486);
-    const BITMAPINFOHEADER yuy2 = Header(kYuy2, 16, 720, 486);
-    const BITMAPINFOHEADER rgb32 = Header(BI_RGB, 32, 720, 486);
-    const BITMAPINFOHEADER odd = Header(BI_RGB, 24, 721, 486);
+    const BITMAPINFOHEADER rgb24 = MakeHeader(BI_RGB, 24, 720, -486);
+    const BITMAPINFOHEADER yuy2 = MakeHeader(kYuy2, 16, 720, 486);
+    const BITMAPINFOHEADER rgb32 = MakeHeader(BI_RGB, 32, 720, 486);
+    const BITMAPINFOHEADER odd = MakeHeader(BI_RGB, 24, 721, 486);
     EXPECT_EQ(codec.CompressQuery(&rgb24, false, &output), S_OK);
     EXPECT_EQ(codec.CompressQuery(&yuy2, false, nullptr), S_OK);
     EXPECT_EQ(codec.CompressQuery(&rgb24, false, &topDown), VFW_E_TYPE_NOT_ACCEPTED);
@@ -146,10 +138,11 @@ TEST(TenBitDecode, WritesThePictureAndNothingElse) {
             for (const LONG wider : {0, 10}) {
                 const LONG width = size.width + wider;
                 for (const BITMAPINFOHEADER& output :
-                     {Header(kYuy2, 16, width, size.height), Header(BI_RGB, 24, width, size.height),
-                      Header(BI_RGB, 24, width, -size.height),
-                      Header(BI_RGB, 32, width, size.height),
-                      Header(BI_RGB, 32, width, -size.height)}) {
+                     {MakeHeader(kYuy2, 16, width, size.height),
+                      MakeHeader(BI_RGB, 24, width, size.height),
+                      MakeHeader(BI_RGB, 24, width, -size.height),
+                      MakeHeader(BI_RGB, 32, width, size.height),
+                      MakeHeader(BI_RGB, 32, width, -size.height)}) {
                     BITMAPINFOHEADER input = TenBitHeader(size.width, size.height);
                     input.biSizeImage = static_cast<DWORD>(frame.size());
                     const std::size_t bytes = static_cast<std::size_t>(SurfaceSize(output));
@@ -175,7 +168,7 @@ TEST(TenBitDecode, AFrameThatCannotBeHandledWritesNothing) {
     endless[7] = 0x80;
     const Bytes cut(bare.begin(), bare.end() - 1);
     const Bytes cutAfterInfo = test::InfoChunk(0, 0, 1, 1) + cut;
-    const BITMAPINFOHEADER output = Header(BI_RGB, 32, 50, 4);
+    const BITMAPINFOHEADER output = MakeHeader(BI_RGB, 32, 50, 4);
     const Bytes untouched(50 * 4 * 4, 0xA5);
     for (const Bytes& frame : {Bytes{}, Bytes{1}, cut, cutAfterInfo, endless}) {
         const std::unique_ptr<BYTE[]> exact(new BYTE[frame.size() + 1]);
@@ -191,7 +184,7 @@ TEST(TenBitDecode, AFrameThatCannotBeHandledWritesNothing) {
 
     BITMAPINFOHEADER input = TenBitHeader(50, 4);
     input.biSizeImage = static_cast<DWORD>(bare.size());
-    const BITMAPINFOHEADER refused = Header(FourCC("v210"), 20, 50, 4);
+    const BITMAPINFOHEADER refused = MakeHeader(FourCC("v210"), 20, 50, 4);
     Bytes buffer = untouched;
     EXPECT_EQ(codec.Decompress(&input, bare.data(), &refused, false, buffer.data(), 0, 0), E_FAIL);
     EXPECT_EQ(codec.Decompress(&input, nullptr, &output, false, buffer.data(), 0, 0), E_POINTER);
@@ -204,7 +197,7 @@ TEST(TenBitEncode, Yuy2SurvivesTheRoundTripExactly) {
     for (const LONG width : {48, 1280}) {
         constexpr LONG kHeight = 20;
         const Bytes source = test::ReferenceYuy2(test::RandomTenBitPicture(width, kHeight, 3));
-        const BITMAPINFOHEADER uncompressed = Header(kYuy2, 16, width, kHeight);
+        const BITMAPINFOHEADER uncompressed = MakeHeader(kYuy2, 16, width, kHeight);
         BITMAPINFOHEADER compressed = TenBitHeader(width, kHeight);
         const TenBitRowLayout layout = TenBitRowLayoutFor(width);
         Bytes frame(layout.stride * kHeight);
@@ -237,8 +230,8 @@ TEST(TenBitEncode, RgbIsConvertedFirst) {
                            kWidth, kHeight),
               S_OK);
 
-    const BITMAPINFOHEADER rgbHeader = Header(BI_RGB, 24, kWidth, kHeight);
-    const BITMAPINFOHEADER yuyHeader = Header(kYuy2, 16, kWidth, kHeight);
+    const BITMAPINFOHEADER rgbHeader = MakeHeader(BI_RGB, 24, kWidth, kHeight);
+    const BITMAPINFOHEADER yuyHeader = MakeHeader(kYuy2, 16, kWidth, kHeight);
     BITMAPINFOHEADER compressed = TenBitHeader(kWidth, kHeight);
     Bytes fromRgb(TenBitRowLayoutFor(kWidth).stride * kHeight);
     Bytes fromYuy2 = fromRgb;

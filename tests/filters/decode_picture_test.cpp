@@ -6,29 +6,21 @@
 #include "codecs/ten_bit_codec.h"
 #include "filters/decode_sample.h"
 #include "platform/fourcc.h"
+#include "tests/codecs/picture_header.h"
 
 namespace nyx {
 namespace {
 
-BITMAPINFOHEADER Header(DWORD compression, WORD bitCount, LONG width, LONG height) {
-    BITMAPINFOHEADER header = {};
-    header.biSize = sizeof(header);
-    header.biWidth = width;
-    header.biHeight = height;
-    header.biPlanes = 1;
-    header.biBitCount = bitCount;
-    header.biCompression = compression;
-    return header;
-}
+using test::MakeHeader;
 
 /// Write-combined output takes the road through a temporary buffer; the picture must not differ.
 class BounceBuffer : public testing::TestWithParam<LONG> {
   protected:
     void SetUp() override {
         std::iota(frame_.begin(), frame_.end(), BYTE{3});
-        input_ = Header(FourCC("Q210"), 20, 48, 4);
+        input_ = MakeHeader(FourCC("Q210"), 20, 48, 4);
         input_.biSizeImage = static_cast<DWORD>(frame_.size());
-        output_ = Header(BI_RGB, 32, GetParam(), 4);
+        output_ = MakeHeader(BI_RGB, 32, GetParam(), 4);
     }
 
     HRESULT Decode(std::vector<BYTE>* picture, bool writeCombined) {
