@@ -10,6 +10,14 @@ die() {
     exit 1
 }
 
+# build_preset PRESET [CMAKE-OPTION...]: configures and builds it, quiet but for what went wrong.
+build_preset() {
+    local preset=$1
+    shift
+    cmake --preset "$preset" >/dev/null
+    cmake --build --preset "$preset" -j "$jobs" "$@" | (grep -v '^\[' || true)
+}
+
 . "$root/scripts/packages.sh"
 . "$root/scripts/emulation.sh"
 
