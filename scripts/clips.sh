@@ -6,6 +6,15 @@ quiet_ffmpeg() { ffmpeg -nostdin -hide_banner -loglevel error -y "$@"; }
 
 run_nyxhost() { wine "$nyxhost" "$@" </dev/null; }
 
+windows_path() { wine winepath -w "$1" </dev/null | tr -d '\r'; }
+
+# Lets programs find the engine libraries of $engines, or of a subfolder of it, by their bare names.
+use_engines() { # [SUBFOLDER]
+    WINEPATH=$(windows_path "$engines/${1:-}")
+    export WINEPATH
+}
+use_no_engines() { unset WINEPATH; }
+
 # v210 stores rows in blocks of 48 pixels and 128 bytes.
 v210_frame_bytes() { # WIDTH HEIGHT
     echo $((($1 + 47) / 48 * 128 * $2))

@@ -1,14 +1,15 @@
 #!/usr/bin/env bash
-# nyxhost_test.sh NYXHOST.EXE NYXCODECS.DLL [CASES...]: makes clips with ffmpeg, plays them through the
+# nyxhost_test.sh NYXHOST.EXE NYXCODECS.DLL ENGINES [CASES...]: makes clips with ffmpeg, plays them through the
 # registered module and compares pictures, messages and exit codes. Ends with the number of failures.
 . "$(dirname "$0")/../../scripts/lib.sh"
 . "$root/scripts/clips.sh"
 here=$(cd "$(dirname "$0")" && pwd)
 nyxhost=$1
 module=$2
-shift 2
+engines=$3
+shift 3
 cases=("$@")
-[ ${#cases[@]} -gt 0 ] || cases=(command_line unregistered registered info pictures failures)
+[ ${#cases[@]} -gt 0 ] || cases=(command_line unregistered registered engines info pictures failures)
 
 export LC_ALL=C.UTF-8 # file names outside ASCII
 start_wine
@@ -54,7 +55,7 @@ at_least() {
 }
 
 register() { # register [/u]
-    wine regsvr32 /s "$@" "$(wine winepath -w "$module" </dev/null | tr -d '\r')" </dev/null
+    wine regsvr32 /s "$@" "$(windows_path "$module")" </dev/null
 }
 
 # What most cases use: three frames without and with "INFO" chunks.

@@ -2,6 +2,7 @@
 
 #include "commands.h"
 #include "console.h"
+#include "engine_libraries.h"
 #include "module_registry.h"
 #include "text.h"
 
@@ -38,6 +39,34 @@ void PrintClass(const RegisteredClass& entry) {
     Print("  creation  " + CreationText(entry.creation) + "\n");
 }
 
+void PrintEngine(const FoundEngine& engine) {
+    const EngineLibrary& library = engine.library;
+    std::string text = Format("  %-13s ", library.file);
+    if (engine.path.empty()) {
+        text += engine.result == HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND)
+                    ? "not found"
+                    : "does not load: " + ResultText(engine.result);
+    } else {
+        text += engine.version ? VersionText(*engine.version) : "no version";
+        if (!engine.IsNewEnough()) {
+            text +=
+                ", too old: at least " + MinimumVersionText(library.minimumVersion) + " is needed";
+        }
+        text += ", " + engine.path;
+        if (!engine.description.empty()) {
+            text += " (" + engine.description + ")";
+        }
+    }
+    Print(text + "; for " + library.filters + "\n");
+}
+
+void PrintEngines() {
+    Print("Engine libraries, as this process finds them:\n");
+    for (const FoundEngine& engine : FindEngines()) {
+        PrintEngine(engine);
+    }
+}
+
 ExitCode RunList() {
     const std::vector<RegisteredClass> classes = FindModuleClasses();
     if (classes.empty()) {
@@ -49,13 +78,15 @@ ExitCode RunList() {
         PrintClass(entry);
     }
     Print(Format("%zu registered\n", classes.size()));
+    PrintEngines();
     return ExitCode::kOk;
 }
 
 }  // namespace
 
 void AddListCommand(CLI::App& app, Action& action) {
-    CLI::App* command = app.add_subcommand("list", "Show what the codec module has registered");
+    CLI::App* command = app.add_subcommand(
+        "list", "Show what the codec module has registered, and which engines it finds");
     command->callback([&action] { action = RunList; });
 }
 
