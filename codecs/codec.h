@@ -3,6 +3,8 @@
 /// @file
 /// The one interface through which a filter talks to a codec, and the records that cross it.
 
+#include <atomic>
+
 #include "platform/win_types.h"
 
 namespace nyx {
@@ -39,7 +41,8 @@ constexpr DWORD kChunkMargin = 1064;
 /// Every codec class implements this interface; filters inherit one codec class and call it through
 /// these operations, in this slot order. Each codec class also has a static
 /// `bool IsEngineAvailable(LONG mode)`. Destructors come last, per class: a codec is never deleted
-/// through this interface. No operation throws. A codec object serves one thread at a time.
+/// through this interface. No operation throws. A codec object serves one thread at a time;
+/// only its settings may be changed on another, and count from the next frame on.
 class ICodec {
   public:
     /// The codec's "color_space" setting; 0 asks for full-range RGB, anything else for studio
@@ -105,7 +108,7 @@ class CCodecBase : public ICodec {
     void SetColorSpace(LONG colorSpace) { color_space_ = colorSpace; }
 
   private:
-    LONG color_space_;
+    std::atomic<LONG> color_space_;
 };
 
 }  // namespace nyx

@@ -25,7 +25,7 @@ HRESULT CEngineCodec::Compress(const BITMAPINFOHEADER* input, bool alphaInput,
     if (!input || !inputData || !output || !outputData) {
         return E_POINTER;
     }
-    EncodeJob job = {{}, input, alphaInput, alphaMode, outputData};
+    EncodeJob job = {{}, input, alphaInput, alphaMode, outputData, 0};
     const SurfaceRequest request = {input,
                                     output->biWidth,
                                     output->biBitCount == kAlphaStreamBits,
@@ -36,12 +36,13 @@ HRESULT CEngineCodec::Compress(const BITMAPINFOHEADER* input, bool alphaInput,
     if (FAILED(DescribeSurface(request, &job.surface))) {
         return UnknownFormatResult();
     }
+    job.capacity = OutputCapacity(job);
     LONG codedLength = -1;
     const HRESULT result = EncodeFrame(job, &codedLength);
     if (FAILED(result)) {
         return result;
     }
-    if (codedLength < 0 || static_cast<DWORD>(codedLength) > OutputCapacity(job)) {
+    if (codedLength < 0 || static_cast<DWORD>(codedLength) > job.capacity) {
         return E_FAIL;
     }
     output->biSizeImage = static_cast<DWORD>(codedLength);

@@ -28,7 +28,8 @@ struct EncodeJob {
     const BITMAPINFOHEADER* input;
     bool alpha;  ///< the caller's flag
     DWORD alphaMode;
-    void* output;  ///< room for GetMaxCompressedSize bytes
+    void* output;    ///< room for GetMaxCompressedSize bytes
+    DWORD capacity;  ///< the most bytes that the coded frame may take, from OutputCapacity
 };
 
 class CEngineCodec : public CCodecBase {
@@ -74,7 +75,8 @@ class CEngineCodec : public CCodecBase {
     /// Stores the coded length as the engine returned it. Asked only of codecs that encode.
     virtual HRESULT EncodeFrame(const EncodeJob&, LONG*) { return E_NOTIMPL; }
 
-    /// The most bytes that EncodeFrame may report.
+    /// The most bytes that EncodeFrame may report. Asked once a frame, so that settings changed
+    /// meanwhile do not part what the engine was told from what it is held to.
     virtual DWORD OutputCapacity(const EncodeJob&) { return 0; }
 
     /// What Compress answers to a format without an index.

@@ -99,7 +99,7 @@ HRESULT CZeta2Codec::EncodeFrame(const EncodeJob& job, LONG* codedLength) {
     record.plane = &plane;
     record.pixelFormat = Zeta2Code(surface.index, Direction::kEncode, job.alphaMode);
     record.output = job.output;
-    record.outputCapacity = OutputCapacity(job);
+    record.outputCapacity = job.capacity;
     // The divisor is the bytes per pixel, and so on purpose.
     const DWORD pixels = static_cast<DWORD>(surface.height) * static_cast<DWORD>(surface.width);
     record.workSize = static_cast<LONG>(pixels) / surface.bytesPerPixel / 8;

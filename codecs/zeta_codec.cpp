@@ -77,7 +77,8 @@ CZetaCodec::CZetaCodec() : CZetaCodec(ReadEncoderParameters(kFourCC)) {}
 
 CZetaCodec::CZetaCodec(const EncoderParameters& parameters)
     : CEngineCodec(kFormats, parameters.color_space),
-      quality_{parameters.quant_scale, parameters.max_stream_size},
+      quant_scale_(parameters.quant_scale),
+      max_stream_size_(parameters.max_stream_size),
       preset_(parameters.preset),
       engines_(ZetaEngines()) {}
 
@@ -90,8 +91,7 @@ DWORD CZetaCodec::GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool alpha
         return 0;
     }
     return CapacityFor(static_cast<DWORD>(input->biWidth),
-                       static_cast<DWORD>(AbsoluteHeight(*input)), alpha,
-                       quality_.max_stream_size) +
+                       static_cast<DWORD>(AbsoluteHeight(*input)), alpha, max_stream_size_) +
            kChunkMargin;
 }
 
@@ -99,12 +99,13 @@ EncoderParameters CZetaCodec::GetParameters(bool fromRegistry) {
     if (fromRegistry) {
         return ReadEncoderParameters(kFourCC);
     }
-    return {GetColorSpace(), quality_.quant_scale, quality_.max_stream_size, preset_};
+    return {GetColorSpace(), quant_scale_, max_stream_size_, preset_};
 }
 
 void CZetaCodec::SetParameters(const EncoderParameters& parameters, bool persist) {
     SetColorSpace(parameters.color_space);
-    quality_ = {parameters.quant_scale, parameters.max_stream_size};
+    quant_scale_ = parameters.quant_scale;
+    max_stream_size_ = parameters.max_stream_size;
     preset_ = parameters.preset;
     if (persist) {
         // The colour space is never stored from here.
@@ -163,9 +164,12 @@ HRESULT CZetaCodec::DecodeFrame(const DecodeJob& job) {
 }
 
 DWORD CZetaCodec::OutputCapacity(const EncodeJob& job) {
-    return CapacityFor(static_cast<DWORD>(job.surface.width),
-                       static_cast<DWORD>(job.surface.height), job.input->biBitCount == 32,
-                       quality_.max_stream_size);
+    const auto width = static_cast<DWORD>(job.surface.width);
+    const auto height = static_cast<DWORD>(job.surface.height);
+    // The budget may be set to anything at any time; the encoder's buffers are 1.2 times a picture.
+    const DWORD buffer = width * height * static_cast<DWORD>(job.surface.bytesPerPixel) * 12 / 10;
+    return std::min(buffer,
+                    CapacityFor(width, height, job.input->biBitCount == 32, max_stream_size_));
 }
 
 HRESULT CZetaCodec::EncodeFrame(const EncodeJob& job, LONG* codedLength) {
@@ -189,13 +193,13 @@ HRESULT CZetaCodec::EncodeCore(const EncodeJob& job, LONG* codedLength) {
     record.bytesPerPixel = surface.bytesPerPixel;
     record.pixelFormat = ZetaCoreCode(surface.index, Direction::kEncode);
     record.output = job.output;
-    record.outputCapacity = OutputCapacity(job);
+    record.outputCapacity = job.capacity;
     record.workSize = static_cast<LONG>(
         BlocksOf(static_cast<DWORD>(surface.width), static_cast<DWORD>(surface.height)) * 4096);
     record.coreConstant = kCoreConstant;
     record.width = surface.width;
     record.height = surface.height;
-    record.quantScale = quality_.quant_scale;
+    record.quantScale = quant_scale_;
     record.encodeConstant = kZetaEncodeConstant;
     return CallEngine(codedLength, engines_[kZetaCoreEngine].Encode<ZetaEntry>(),
                       static_cast<void*>(&record));
@@ -212,7 +216,7 @@ HRESULT CZetaCodec::EncodeAlpha(const EncodeJob& job, LONG* codedLength) {
     record.output = job.output;
     record.width = surface.width;
     record.height = surface.height;
-    record.quantScale = quality_.quant_scale;
+    record.quantScale = quant_scale_;
     record.encodeConstant = kZetaEncodeConstant;
     return CallEngine(codedLength, engines_[kZetaAlphaEngine].Encode<ZetaEntry>(),
                       static_cast<void*>(&record));

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+
 #include "codecs/engine_codec.h"
 #include "codecs/engine_library.h"
 #include "settings/quality_presets.h"
@@ -39,8 +41,10 @@ class CZetaCodec : public CEngineCodec {
 
     explicit CZetaCodec(const EncoderParameters& parameters);
 
-    QualityPreset quality_;
-    LONG preset_;
+    // Set on any thread while frames are encoded on another.
+    std::atomic<LONG> quant_scale_;
+    std::atomic<LONG> max_stream_size_;
+    std::atomic<LONG> preset_;
     EngineUse engines_;
 };
 

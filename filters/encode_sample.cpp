@@ -1,6 +1,7 @@
 #include "filters/encode_sample.h"
 
 #include "codecs/pixel_format_index.h"
+#include "filters/encoder_negotiation.h"
 #include "filters/nyx_util.h"
 #include "filters/sample_data.h"
 
@@ -25,7 +26,7 @@ HRESULT EncodeSample(ICodec& codec, const AM_MEDIA_TYPE& inputType, const AM_MED
         NyxUtil::ClassifyPicture(input->biBitCount, inputType.subtype) == PictureKind::kAlpha;
     const std::size_t capacity = SampleCapacity(outputSample);
     if (SampleLength(inputSample) < SurfaceSize(*input) ||
-        codec.GetMaxCompressedSize(input, alpha) > capacity + kChunkMargin) {
+        static_cast<std::int64_t>(capacity) < EncoderBufferSize(*input)) {
         return E_FAIL;
     }
 

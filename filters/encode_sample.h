@@ -7,7 +7,7 @@ namespace nyx {
 
 /// Encodes one uncompressed sample into one output sample and sets its length. `E_POINTER` for null
 /// samples, `E_UNEXPECTED` for samples without data, `E_FAIL` for types without a header, an input
-/// that is shorter than its picture, or an output buffer that is smaller than a frame may become;
+/// that is shorter than its picture, or an output buffer below EncoderBufferSize;
 /// else the codec's result. Runs on the streaming thread.
 HRESULT EncodeSample(ICodec& codec, const AM_MEDIA_TYPE& inputType, const AM_MEDIA_TYPE& outputType,
                      IMediaSample* inputSample, IMediaSample* outputSample);

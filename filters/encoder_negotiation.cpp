@@ -1,6 +1,6 @@
 #include "filters/encoder_negotiation.h"
 
-#include <cstdint>
+#include <limits>
 
 #include "codecs/frame_size_tables.h"
 #include "codecs/header_checks.h"
@@ -83,19 +83,22 @@ HRESULT OfferEncoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position
     return FillOfferedType(offer, kForms[position], type);
 }
 
+std::int64_t EncoderBufferSize(const BITMAPINFOHEADER& picture) {
+    const std::int64_t bytes =
+        SignedPictureSize(picture.biBitCount, AbsoluteHeight(picture), picture.biWidth);
+    std::int64_t scaled = 0;
+    return __builtin_mul_overflow(bytes, std::int64_t{12}, &scaled)
+               ? std::numeric_limits<std::int64_t>::max()
+               : scaled / 10;
+}
+
 HRESULT RequestEncoderBuffer(const AM_MEDIA_TYPE& input, IMemAllocator* allocator,
                              ALLOCATOR_PROPERTIES* properties) {
     const BITMAPINFOHEADER* picture = NyxUtil::FindHeader(input);
     if (!picture) {
         return E_UNEXPECTED;
     }
-    const std::int64_t bytes =
-        SignedPictureSize(picture->biBitCount, AbsoluteHeight(*picture), picture->biWidth);
-    std::int64_t scaled = 0;
-    if (__builtin_mul_overflow(bytes, std::int64_t{12}, &scaled)) {
-        return E_FAIL;
-    }
-    return RequestOneBuffer(allocator, properties, scaled / 10);
+    return RequestOneBuffer(allocator, properties, EncoderBufferSize(*picture));
 }
 
 }  // namespace nyx

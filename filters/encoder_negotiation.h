@@ -3,6 +3,8 @@
 /// @file
 /// What an encoder filter accepts, offers and asks for, as functions over plain records.
 
+#include <cstdint>
+
 #include "baseclasses/streams.h"
 #include "codecs/codec.h"
 
@@ -18,7 +20,11 @@ HRESULT CheckEncoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input, const AM_ME
 /// `E_OUTOFMEMORY`.
 HRESULT OfferEncoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position, CMediaType* type);
 
-/// Asks the allocator for one buffer of 1.2 times the uncompressed picture. `E_UNEXPECTED` when the
+/// Bytes of the buffer that a frame of such a picture is given: 1.2 times the picture. The most
+/// that 64 bits hold when the product does not fit them.
+std::int64_t EncoderBufferSize(const BITMAPINFOHEADER& picture);
+
+/// Asks the allocator for one buffer of EncoderBufferSize. `E_UNEXPECTED` when the
 /// input has no header.
 HRESULT RequestEncoderBuffer(const AM_MEDIA_TYPE& input, IMemAllocator* allocator,
                              ALLOCATOR_PROPERTIES* properties);
