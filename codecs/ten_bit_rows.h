@@ -14,6 +14,10 @@
 
 namespace nyx {
 
+constexpr LONG kGroupPixels = 6;
+constexpr LONG kGroupBytes = 16;  ///< on the 10-bit side
+constexpr LONG kGroupYuy2Bytes = 2 * kGroupPixels;
+
 /// Sizes of one row in bytes; `stride` = `filled` + `gap`.
 struct TenBitRowLayout {
     std::size_t stride;  ///< from row to row: whole blocks
