@@ -24,6 +24,10 @@ if(NYX_SANITIZE)
   target_link_options(nyx_flags INTERFACE -fsanitize=address,undefined)
 endif()
 
+if(NYX_FUZZ)
+  target_compile_options(nyx_flags INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 # nyx_library(NAME sources...): a static library with our flags.
 function(nyx_library name)
   add_library(${name} STATIC ${ARGN})

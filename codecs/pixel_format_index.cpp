@@ -60,7 +60,7 @@ bool IsHighDefinition(LONG width, LONG height) {
 HRESULT DescribeSurface(const SurfaceRequest& request, SurfaceFormat* surface) {
     const BITMAPINFOHEADER& header = *request.uncompressed;
     const LayoutRow* layout = FindLayout(header);
-    if (!layout) {
+    if (!layout || header.biWidth < 0) {
         return E_FAIL;
     }
 

@@ -48,8 +48,8 @@ struct SurfaceRequest {
 
 /// Forms index and geometry. RGB with no caller stride is bottom-up for a positive height (the
 /// start moves to the last row, the stride is negated) and top-down for a negative one; the FourCC
-/// formats and a caller's stride are taken as they stand. `E_FAIL` when the format has no index or
-/// its sizes do not fit 32 bits.
+/// formats and a caller's stride are taken as they stand. `E_FAIL` when the format has no index,
+/// its width is negative or its sizes do not fit 32 bits.
 HRESULT DescribeSurface(const SurfaceRequest& request, SurfaceFormat* surface);
 
 /// High definition: at least 960 by 720 in absolute values.

@@ -9,9 +9,8 @@ namespace nyx {
 /// answer the default.
 LONG ReadCodecSetting(DWORD fourcc, const wchar_t* name, LONG defaultValue);
 
-#ifdef _WIN32
-/// Writes one setting of the codec with the given FourCC. Returns a Win32 error code.
+/// Writes one setting of the codec with the given FourCC. Returns a Win32 error code, 0 without
+/// having stored anything in builds without a registry.
 LONG WriteCodecSetting(DWORD fourcc, const wchar_t* name, LONG value);
-#endif
 
 }  // namespace nyx

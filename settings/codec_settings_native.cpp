@@ -6,4 +6,8 @@ LONG ReadCodecSetting(DWORD, const wchar_t*, LONG defaultValue) {
     return defaultValue;
 }
 
+LONG WriteCodecSetting(DWORD, const wchar_t*, LONG) {
+    return 0;
+}
+
 }  // namespace nyx

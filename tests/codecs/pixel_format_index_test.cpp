@@ -109,6 +109,7 @@ TEST(SurfaceGeometry, SizesThatDoNotFitAreRefused) {
     for (const BITMAPINFOHEADER& header :
          {MakeHeader(BI_RGB, 32, 8, kMin), MakeHeader(BI_RGB, 32, kMax, 2),
           MakeHeader(BI_RGB, 32, kMin, -2), MakeHeader(BI_RGB, 24, 65536, 65536),
+          MakeHeader(BI_RGB, 24, -10, 3), MakeHeader(FourCC("YUY2"), 16, -2, -2),
           MakeHeader(FourCC("r4fl"), 128, kMax, kMax)}) {
         EXPECT_EQ(DescribeSurface({&header, 8, false, false, 0, nullptr, 0}, &surface), E_FAIL);
     }

@@ -1,0 +1,97 @@
+/// Conversions with any formats, flags, sizes, pitches and alpha planes: exactly the picture's
+/// pixels are read and written, and a refused request writes nothing.
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "convert/conversion_groups.h"
+#include "convert/formats.h"
+#include "fuzz/byte_source.h"
+
+namespace {
+
+using nyx::fuzz::ByteSource;
+using nyx::fuzz::Require;
+
+constexpr BYTE kUntouched = 0x5A;
+
+constexpr DWORD kFormats[] = {nyx::kYuy2, nyx::kW210, nyx::kBgr3, nyx::kRgb3, nyx::kBgra,
+                              nyx::kRgba, nyx::kArgb, nyx::k48rl, nyx::k64al, nyx::kA46l,
+                              nyx::kL64a, nyx::k30rl, nyx::k40al, nyx::kA04l, nyx::kL40a};
+
+DWORD AnyFormat(ByteSource& source) {
+    const auto choice = source.ConsumeIntegralInRange<std::size_t>(0, std::size(kFormats));
+    return choice < std::size(kFormats) ? kFormats[choice] : source.ConsumeIntegral<DWORD>();
+}
+
+/// An image in memory that ends with its last pixel, so that the sanitizer sees the first byte too
+/// far; rows may be apart, and walked from the last one up.
+class Image {
+  public:
+    Image(ByteSource& source, LONG rowBytes, LONG height)
+        : row_(static_cast<std::size_t>(rowBytes)),
+          pitch_(row_ + source.ConsumeIntegralInRange<std::size_t>(0, 33)),
+          bytes_(height > 0 && rowBytes > 0 ? pitch_ * (static_cast<std::size_t>(height) - 1) + row_
+                                            : 1,
+                 kUntouched) {
+        const bool bottomUp = source.ConsumeBool();
+        const auto last = static_cast<std::ptrdiff_t>(bytes_.size()) - rowBytes;
+        const LONG pitch = static_cast<LONG>(pitch_) * (bottomUp ? -1 : 1);
+        plane_ = {bytes_.data() + (bottomUp && last > 0 ? last : 0), pitch, pitch - rowBytes};
+    }
+
+    const nyx::ImagePlane* plane() const { return &plane_; }
+    std::vector<BYTE>& bytes() { return bytes_; }
+
+    /// Nothing between the rows was written, or with `nowhere` nothing at all.
+    void RequireKept(bool nowhere) const {
+        for (std::size_t at = 0; at < bytes_.size(); ++at) {
+            Require((!nowhere && at % pitch_ < row_) || bytes_[at] == kUntouched);
+        }
+    }
+
+  private:
+    std::size_t row_;
+    std::size_t pitch_;
+    std::vector<BYTE> bytes_;
+    nyx::ImagePlane plane_;
+};
+
+LONG RowBytes(DWORD format, LONG width) {
+    const LONG bytes = nyx::BytesPerPixel(format);
+    return width > 0 ? width * (bytes > 0 ? bytes : 8) : 0;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    ByteSource source(data, size);
+    const bool toYuv = source.ConsumeBool();
+    const LONG width = source.ConsumeIntegralInRange<LONG>(-2, 160);
+    const LONG height = source.ConsumeIntegralInRange<LONG>(-1, 6);
+    const DWORD from = AnyFormat(source);
+    const DWORD to = AnyFormat(source);
+    Image in(source, RowBytes(from, width), height);
+    Image inAlpha(source, RowBytes(0, width) / 8, height);
+    Image out(source, RowBytes(to, width), height);
+    Image outAlpha(source, RowBytes(0, width) / 8, height);
+    const nyx::ImagePlane* sourceAlpha = source.ConsumeBool() ? inAlpha.plane() : nullptr;
+    const nyx::ImagePlane* destinationAlpha = source.ConsumeBool() ? outAlpha.plane() : nullptr;
+    const LONG fromMode = source.ConsumeIntegralInRange<LONG>(0, 2);
+    const LONG toMode = source.ConsumeIntegralInRange<LONG>(0, 2);
+    const LONG range = source.ConsumeIntegralInRange<LONG>(-1, 2);
+    const LONG matrix = source.ConsumeIntegralInRange<LONG>(-1, 3);
+    source.ConsumeData(in.bytes().data(), in.bytes().size());
+    source.ConsumeData(inAlpha.bytes().data(), inAlpha.bytes().size());
+
+    const nyx::CpuInfo& cpu = nyx::GetCpuInfo();
+    const HRESULT result =
+        toYuv ? nyx::RunRgbToYuv(cpu, {in.plane(), sourceAlpha, from, out.plane(), destinationAlpha,
+                                       to, fromMode, range, matrix, width, height})
+              : nyx::RunYuvToRgb(cpu, {in.plane(), sourceAlpha, from, fromMode, out.plane(), to,
+                                       toMode, range, matrix, width, height});
+    out.RequireKept(FAILED(result));
+    outAlpha.RequireKept(FAILED(result) || !toYuv || !destinationAlpha);
+    return 0;
+}

@@ -1,0 +1,43 @@
+#!/bin/sh
+# Makes what the fuzzers start from: real frames, cut to what a fuzzer gets through quickly, one
+# folder for each fuzzer. Needs ffmpeg. Usage: make_seeds.sh FOLDER
+set -eu
+out=$1
+here=$(dirname "$0")
+for fuzzer in frame_chunks dif_parser q210 convert surface format_block zeta_probe; do
+    mkdir -p "$out/fuzz_$fuzzer"
+done
+
+picture() { # SIZE PIXELS CODEC FILE
+    ffmpeg -nostdin -v error -y -f lavfi -i "testsrc2=s=$1:r=25" -frames:v 1 -pix_fmt "$2" \
+        -c:v "$3" -f rawvideo "$4"
+}
+picture 48x4 yuv422p10le v210 "$out/fuzz_q210/v210"
+picture 96x2 yuv422p10le v210 "$out/fuzz_q210/v210_wide"
+picture 32x4 yuyv422 rawvideo "$out/fuzz_convert/yuy2"
+picture 32x4 bgra rawvideo "$out/fuzz_convert/bgra"
+picture 16x4 rgb48le rawvideo "$out/fuzz_convert/rgb48"
+
+# Zeta frames: a tag, then what the engines make of a picture.
+for tag in ZCF ZTA1 ''; do
+    { printf '%s' "$tag"; cat "$out/fuzz_convert/yuy2"; } >"$out/fuzz_zeta_probe/tag_$tag"
+done
+
+# A container with its four words, a field code and two more words, in front of a frame.
+{
+    printf 'INFO\060\0\0\0\001\0\0\0\002\0\0\0\013\0\0\0\012\0\0\0'
+    printf 'FIEL\004\0\0\0\001\0\0\0RDRT\010\0\0\0\003\0\0\0\004\0\0\0'
+    cat "$out/fuzz_q210/v210"
+} >"$out/fuzz_frame_chunks/info"
+cp "$out/fuzz_frame_chunks/info" "$out/fuzz_q210/info"
+cp "$out/fuzz_frame_chunks/info" "$out/fuzz_zeta_probe/info"
+cp "$out/fuzz_frame_chunks/info" "$out/fuzz_format_block/info"
+cp "$out/fuzz_frame_chunks/info" "$out/fuzz_surface/info"
+
+# The headers, subcode and auxiliary blocks of two sequences of each variant: the parser looks at
+# no picture block.
+"$here/../tests/dv/make_dv_frames.sh" "$out/dv"
+for clip in "$out"/dv/*.dv; do
+    head -c 24000 "$clip" >"$out/fuzz_dif_parser/$(basename "$clip" .dv)"
+done
+rm -r "$out/dv"
