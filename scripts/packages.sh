@@ -1,4 +1,4 @@
-# Debian packages: which are missing, and two ways of installing them. Read by lib.sh.
+# Debian packages: which are missing, and ways of installing them. Read by lib.sh.
 
 # A plain name stands for the machine's own architecture, also where a foreign one is there too.
 is_installed() {
@@ -42,12 +42,12 @@ install_packages() {
     rm -f "$log"
 }
 
-# install_from_suites LOG EXTRA NAME...: by a private list of the release's main and updates suites,
-# and the suite release-EXTRA when EXTRA is given; the machine's own sources stay as they are.
-install_from_suites() {
-    local log=$1 extra=$2
-    shift 2
-    local release uri private suite
+# with_private_list ENTRIES COMMAND...: runs the command with `apt_options` set so that apt reads the
+# release's main and updates suites alone, and the suite release-EXTRA when the variable `extra` says
+# so. ENTRIES names what they hold: "deb" or "deb-src". The machine's own sources stay as they are.
+with_private_list() {
+    local entries=$1 release uri private suite status=0
+    shift
     release=$(. /etc/os-release && echo "$VERSION_CODENAME")
     uri=$(apt-get indextargets --format '$(REPO_URI) $(CODENAME)' |
         awk -v r="$release" '$2 == r { print $1; exit }')
@@ -55,18 +55,41 @@ install_from_suites() {
     private=$(mktemp -d)
     mkdir -p "$private/lists/partial"
     for suite in "$release" "$release-updates" ${extra:+"$release-$extra"}; do
-        echo "deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] $uri $suite main"
+        echo "$entries [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] $uri $suite main"
     done >"$private/sources.list"
-    local options=(
+    local apt_options=(
         -o "Dir::Etc::SourceList=$private/sources.list" -o Dir::Etc::SourceParts=/dev/null
         -o "Dir::State::Lists=$private/lists" -o Dir::Cache::PkgCache= -o Dir::Cache::SrcPkgCache=
     )
-    if ! { apt-get "${options[@]}" update &&
-        apt_install "${options[@]}" ${extra:+-t "$release-$extra"} "$@"; } >>"$log" 2>&1; then
+    "$@" || status=$?
+    rm -rf "$private"
+    return $status
+}
+
+# install_from_suites LOG EXTRA NAME...: by a private list, with the suite release-EXTRA when EXTRA is
+# given.
+install_from_suites() {
+    local log=$1 extra=$2
+    shift 2
+    install_privately() {
+        apt-get "${apt_options[@]}" update && apt_install "${apt_options[@]}" \
+            ${extra:+-t "$(. /etc/os-release && echo "$VERSION_CODENAME")-$extra"} "$@"
+    }
+    if ! with_private_list deb install_privately "$@" >>"$log" 2>&1; then
         tail -n 20 "$log" >&2
         die "apt could not install: $*"
     fi
-    rm -rf "$private"
+}
+
+# fetch_source NAME LOG: unpacks a source package of the release into the current folder.
+fetch_source() {
+    local name=$1 log=$2
+    # As the calling user: apt's own could not write here.
+    fetch_privately() {
+        apt-get "${apt_options[@]}" update &&
+            apt-get "${apt_options[@]}" -o "APT::Sandbox::User=$(id -un)" source "$name"
+    }
+    with_private_list deb-src fetch_privately >>"$log" 2>&1
 }
 
 apt_install() { DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "$@"; }

@@ -9,7 +9,7 @@ module=$2
 engines=$3
 shift 3
 cases=("$@")
-[ ${#cases[@]} -gt 0 ] || cases=(command_line unregistered registered engines info pictures failures)
+[ ${#cases[@]} -gt 0 ] || cases=(command_line unregistered registered engines info pictures failures dv)
 
 export LC_ALL=C.UTF-8 # file names outside ASCII
 start_wine

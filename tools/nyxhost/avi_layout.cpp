@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "failure.h"
+#include "input_file.h"
 #include "text.h"
 
 namespace nyx::host {
@@ -13,51 +14,6 @@ namespace {
 constexpr long long kChunkHeader = 8;
 constexpr long long kIndexEntry = 16;
 constexpr long long kFirstChunk = 12;  // after "RIFF", the size and "AVI "
-
-/// A file open for reading at any place.
-class InputFile {
-  public:
-    explicit InputFile(const std::string& path)
-        : path_(path),
-          file_(CreateFileW(Wide(path).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)) {
-        if (file_ == INVALID_HANDLE_VALUE) {
-            throw Failure(ExitCode::kInput,
-                          "cannot open " + path + ": " + ResultText(LastResult()));
-        }
-    }
-    ~InputFile() { CloseHandle(file_); }
-    InputFile(const InputFile&) = delete;
-    InputFile& operator=(const InputFile&) = delete;
-
-    long long Size() const {
-        LARGE_INTEGER size{};
-        if (GetFileSizeEx(file_, &size) == FALSE) {
-            Fail();
-        }
-        return size.QuadPart;
-    }
-
-    /// Reads `count` bytes at `offset`; false when the file ends before.
-    bool ReadAt(long long offset, void* out, DWORD count) const {
-        LARGE_INTEGER place{};
-        place.QuadPart = offset;
-        DWORD read = 0;
-        if (SetFilePointerEx(file_, place, nullptr, FILE_BEGIN) == FALSE ||
-            ReadFile(file_, out, count, &read, nullptr) == FALSE) {
-            Fail();
-        }
-        return read == count;
-    }
-
-  private:
-    [[noreturn]] void Fail() const {
-        throw Failure(ExitCode::kInput, "cannot read " + path_ + ": " + ResultText(LastResult()));
-    }
-
-    std::string path_;
-    HANDLE file_;
-};
 
 struct ChunkHeader {
     char tag[4];

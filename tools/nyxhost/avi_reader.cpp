@@ -1,8 +1,5 @@
 #include "avi_reader.h"
 
-#include <algorithm>
-#include <cstring>
-
 #include "text.h"
 
 namespace nyx::host {
@@ -33,18 +30,12 @@ AviReader::AviReader(const std::string& path) {
           ExitCode::kNotAvi);
     Check(AVIFileGetStream(file_.Get(), stream_.GetAddressOf(), streamtypeVIDEO, 0),
           (path + " has no video stream").c_str(), ExitCode::kNotAvi);
-    Check(AVIStreamInfoW(stream_.Get(), &info_, sizeof(info_)),
+    AVISTREAMINFOW info{};
+    Check(AVIStreamInfoW(stream_.Get(), &info, sizeof(info)),
           (path + ": the stream's header cannot be read").c_str(), ExitCode::kNotAvi);
-    if (info_.dwRate == 0 || info_.dwScale == 0) {
-        Damaged(path + ": the stream has no frame rate");
-    }
+    SetRate(info.dwRate, info.dwScale);
     ReadFormat();
     MeasureFrames(layout);
-    // Times are counted in 64 bits of 100 ns; this keeps them far from the end of that.
-    constexpr double kLongestSeconds = 1e9;
-    if (static_cast<double>(FrameCount() + 1) * info_.dwScale / info_.dwRate > kLongestSeconds) {
-        Damaged(path + ": the stream's frame rate makes no sense");
-    }
 }
 
 void AviReader::ReadFormat() {
@@ -55,13 +46,10 @@ void AviReader::ReadFormat() {
     if (size < static_cast<LONG>(sizeof(BITMAPINFOHEADER))) {
         Damaged(Format("the stream's format has %ld bytes; a bitmap header has 40", size));
     }
-    format_.resize(static_cast<std::size_t>(size));
-    Check(AVIStreamReadFormat(stream_.Get(), start, format_.data(), &size),
+    std::vector<BYTE> format(static_cast<std::size_t>(size));
+    Check(AVIStreamReadFormat(stream_.Get(), start, format.data(), &size),
           "the stream's format cannot be read", ExitCode::kNotAvi);
-    std::memcpy(&header_, format_.data(), sizeof(header_));
-    if (header_.biHeight == LONG_MIN) {
-        Damaged("the stream's picture height makes no sense");
-    }
+    SetFormat(std::move(format));
 }
 
 void AviReader::MeasureFrames(const AviLayout& layout) {
@@ -70,7 +58,8 @@ void AviReader::MeasureFrames(const AviLayout& layout) {
         Damaged(Format("the stream claims %ld frames, the index knows %lld", count,
                        layout.indexEntries));
     }
-    frameSizes_.reserve(static_cast<std::size_t>(count));
+    std::vector<LONG> sizes;
+    sizes.reserve(static_cast<std::size_t>(count));
     for (LONG i = 0; i < count; ++i) {
         LONG size = 0;
         const LONG position = AVIStreamStart(stream_.Get()) + i;
@@ -78,17 +67,9 @@ void AviReader::MeasureFrames(const AviLayout& layout) {
             size > layout.fileSize) {
             Damaged(Format("frame %ld: the file's index makes no sense", i));
         }
-        frameSizes_.push_back(size);
-        largestFrame_ = std::max(largestFrame_, size);
+        sizes.push_back(size);
     }
-}
-
-long long AviReader::FrameTime(LONG index) const {
-    constexpr long long kUnitsPerSecond = 10000000;
-    // Whole seconds first, so that the product stays within 64 bits for any rate and index.
-    const long long ticks = static_cast<long long>(index) * info_.dwScale;
-    return ticks / info_.dwRate * kUnitsPerSecond +
-           ticks % info_.dwRate * kUnitsPerSecond / info_.dwRate;
+    SetFrameSizes(std::move(sizes));
 }
 
 bool AviReader::IsKeyFrame(LONG index) const {

@@ -18,7 +18,8 @@ struct BenchOptions {
 };
 
 ExitCode RunBench(const BenchOptions& options) {
-    const AviReader clip(options.clip.path);
+    const std::unique_ptr<ClipReader> opened = OpenClip(options.clip.path);
+    const ClipReader& clip = *opened;
     Print(options.clip.path + ": " + DescribeClip(clip) + "\n");
 
     PlaybackGraph::Options graphOptions;

@@ -3,7 +3,7 @@
 namespace nyx::host {
 
 void AddClipOptions(CLI::App& command, ClipOptions& options) {
-    command.add_option("clip", options.path, "The AVI file")->required();
+    command.add_option("clip", options.path, "The AVI or raw DV file")->required();
     command.add_option("--frames", options.frames, "Only the first so many frames")
         ->check(CLI::Range(1L, LONG_MAX))
         ->type_name("N");

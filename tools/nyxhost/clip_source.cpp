@@ -5,7 +5,7 @@
 
 namespace nyx::host {
 
-ClipSource::ClipSource(const AviReader& clip, LONG frames, bool videoInfo2)
+ClipSource::ClipSource(const ClipReader& clip, LONG frames, bool videoInfo2)
     : clip_(clip),
       frames_(std::min(frames, clip.FrameCount())),
       offered_(CompressedVideoType(clip.FormatBlock(), clip.FrameTime(1), videoInfo2)),

@@ -4,7 +4,7 @@
 #include <functional>
 #include <thread>
 
-#include "avi_reader.h"
+#include "clip_reader.h"
 #include "single_pin_filter.h"
 
 namespace nyx::host {
@@ -32,7 +32,7 @@ class ClipSource final : public SinglePinFilter {
   public:
     /// Plays the first `frames` frames of `clip`, which must outlive the filter. `videoInfo2`
     /// chooses the media type's block form.
-    ClipSource(const AviReader& clip, LONG frames, bool videoInfo2);
+    ClipSource(const ClipReader& clip, LONG frames, bool videoInfo2);
 
     IPin* Output() { return &pin_; }
 
@@ -84,7 +84,7 @@ class ClipSource final : public SinglePinFilter {
     HRESULT StreamFrame(LONG frame);
     HRESULT FillSample(LONG frame, IMediaSample& sample) const;
 
-    const AviReader& clip_;
+    const ClipReader& clip_;
     LONG frames_;
     MediaType offered_;
     OutputPin pin_;

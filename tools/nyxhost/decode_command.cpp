@@ -59,7 +59,8 @@ class FrameOutputs {
 };
 
 ExitCode RunDecode(const DecodeOptions& options) {
-    const AviReader clip(options.clip.path);
+    const std::unique_ptr<ClipReader> opened = OpenClip(options.clip.path);
+    const ClipReader& clip = *opened;
     Print(options.clip.path + ": " + DescribeClip(clip) + "\n");
 
     PlaybackGraph::Options graphOptions;

@@ -9,6 +9,7 @@
 #include "clip_options.h"
 #include "commands.h"
 #include "console.h"
+#include "dv_clip.h"
 #include "playback_report.h"
 #include "text.h"
 
@@ -63,12 +64,45 @@ const char* FieldOrderText(const VideoFormat& format) {
 
 /// Everything that is known about a clip after it was played.
 struct Findings {
-    const AviReader& clip;
+    const ClipReader& clip;
     LONG frames;          ///< that were looked at
     std::string decoder;  ///< empty when none played the clip
     DecodedFrames decoded;
     std::map<LONG, HRESULT> faults;
+    std::vector<DvFrameDescription> dv;  ///< of each frame of a DV clip, else empty
 };
+
+/// What the frames of a DV clip say of themselves, without any decoder.
+std::vector<DvFrameDescription> DescribeDv(const ClipReader& clip, LONG frames) {
+    std::vector<DvFrameDescription> found;
+    for (LONG i = 0; IsDv(clip) && i < frames; ++i) {
+        const std::vector<BYTE> frame = clip.ReadFrame(i);
+        found.push_back(DescribeDvFrame(frame.data(), frame.size()));
+    }
+    return found;
+}
+
+/// Null for what a frame does not tell.
+Json Told(const std::string& text) {
+    return text.empty() ? Json() : Json(text);
+}
+
+Json DvToJson(const DvFrameDescription& frame) {
+    Json json;
+    json["recognised"] = frame.recognised;
+    json["variant"] = Told(frame.variant);
+    json["system"] = Told(frame.system);
+    json["size"] = frame.width > 0 ? Json({frame.width, frame.height}) : Json();
+    json["frame_rate"] = Told(frame.frameRate);
+    json["field_order"] = Told(frame.fieldOrder);
+    json["pixel_aspect"] = Told(frame.pixelAspect);
+    json["picture_aspect"] = Told(frame.pictureAspect);
+    json["audio"] = Told(frame.audio);
+    json["timecode"] = Told(frame.timecode);
+    json["recording_date"] = Told(frame.recordingDate);
+    json["recording_time"] = Told(frame.recordingTime);
+    return json;
+}
 
 Json FrameToJson(const Findings& findings, LONG index) {
     Json frame;
@@ -88,6 +122,9 @@ Json FrameToJson(const Findings& findings, LONG index) {
         frame["field1_first"] = decoded.field1First;
         frame["type_changed"] = decoded.typeChanged;
     }
+    if (!findings.dv.empty()) {
+        frame["dv"] = DvToJson(findings.dv[static_cast<std::size_t>(index)]);
+    }
     return frame;
 }
 
@@ -96,6 +133,9 @@ void PrintJson(const std::string& path, const Findings& findings) {
     Json json;
     json["file"] = path;
     json["fourcc"] = FourCCText(header.biCompression);
+    if (findings.clip.FileFourCC() != 0) {
+        json["file_fourcc"] = FourCCText(findings.clip.FileFourCC());
+    }
     json["width"] = header.biWidth;
     json["height"] = header.biHeight;
     json["bits"] = header.biBitCount;
@@ -129,6 +169,9 @@ void PrintFrame(const Findings& findings, LONG index) {
         line += decoded.typeChanged ? "  new type" : "";
     }
     Print(line + "\n");
+    if (!findings.dv.empty()) {
+        Print("       " + DvFrameText(findings.dv[static_cast<std::size_t>(index)]) + "\n");
+    }
 }
 
 void PrintTable(const std::string& path, const Findings& findings) {
@@ -142,8 +185,10 @@ void PrintTable(const std::string& path, const Findings& findings) {
 }
 
 ExitCode RunInfo(const InfoOptions& options) {
-    const AviReader clip(options.clip.path);
-    Findings findings{clip, std::min(options.clip.frames, clip.FrameCount()), {}, {}, {}};
+    const std::unique_ptr<ClipReader> opened = OpenClip(options.clip.path);
+    const ClipReader& clip = *opened;
+    Findings findings{clip, std::min(options.clip.frames, clip.FrameCount()), {}, {}, {}, {}};
+    findings.dv = DescribeDv(clip, findings.frames);
     ExitCode code = ExitCode::kOk;
     std::string problem;
     try {

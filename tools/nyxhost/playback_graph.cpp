@@ -43,7 +43,7 @@ class PlaybackGraph::GrabberCallback final : public ISampleGrabberCB {
     PlaybackGraph& graph_;
 };
 
-PlaybackGraph::PlaybackGraph(const AviReader& clip, const Options& options, OnFrame onFrame)
+PlaybackGraph::PlaybackGraph(const ClipReader& clip, const Options& options, OnFrame onFrame)
     : clip_(clip),
       onFrame_(std::move(onFrame)),
       graph_(CreateObject<IGraphBuilder>(CLSID_FilterGraph, "no filter graph")) {

@@ -45,7 +45,7 @@ class PlaybackGraph {
 
     /// Builds the graph over `clip`, which must outlive it. Failure kNoDecoder when nothing is
     /// registered for the clip, kRefused when what is registered refuses, kPlatform otherwise.
-    PlaybackGraph(const AviReader& clip, const Options& options, OnFrame onFrame);
+    PlaybackGraph(const ClipReader& clip, const Options& options, OnFrame onFrame);
     ~PlaybackGraph();
     PlaybackGraph(const PlaybackGraph&) = delete;
     PlaybackGraph& operator=(const PlaybackGraph&) = delete;
@@ -70,7 +70,7 @@ class PlaybackGraph {
     void Arrive(IMediaSample& sample);
     void WaitForEnd(const std::function<void(LONG)>& progress);
 
-    const AviReader& clip_;
+    const ClipReader& clip_;
     OnFrame onFrame_;
     // These two stand before the graph that holds them, and so outlive it.
     OneFilterRule rule_;

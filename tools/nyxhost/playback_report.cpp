@@ -7,17 +7,18 @@
 
 namespace nyx::host {
 
-double FramesPerSecond(const AviReader& clip) {
+double FramesPerSecond(const ClipReader& clip) {
     return static_cast<double>(clip.Rate()) / clip.Scale();
 }
 
-double DurationSeconds(const AviReader& clip) {
+double DurationSeconds(const ClipReader& clip) {
     return clip.FrameCount() / FramesPerSecond(clip);
 }
 
-std::string DescribeClip(const AviReader& clip) {
+std::string DescribeClip(const ClipReader& clip) {
     const BITMAPINFOHEADER& header = clip.Header();
-    return FourCCText(header.biCompression) +
+    const std::string code = FourCCText(header.biCompression);
+    return (clip.FileFourCC() != 0 ? FourCCText(clip.FileFourCC()) + ", played as " + code : code) +
            Format(", %ldx%ld, %u bits, %.3f frames per second, %ld frames, %.2f s", header.biWidth,
                   header.biHeight, header.biBitCount, FramesPerSecond(clip), clip.FrameCount(),
                   DurationSeconds(clip));

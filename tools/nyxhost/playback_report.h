@@ -6,11 +6,11 @@
 namespace nyx::host {
 
 /// "720x486, 20 bits, 29.970 frames per second, ..." of the clip's stream.
-std::string DescribeClip(const AviReader& clip);
+std::string DescribeClip(const ClipReader& clip);
 
 /// The clip's rate and length.
-double FramesPerSecond(const AviReader& clip);
-double DurationSeconds(const AviReader& clip);
+double FramesPerSecond(const ClipReader& clip);
+double DurationSeconds(const ClipReader& clip);
 
 /// Warns of frames that the decoder refused or withheld and gives the exit code that follows:
 /// kDecode when there are any, else kOk.
