@@ -1,7 +1,6 @@
 # DV as people have it: raw files and AVIs of ffmpeg, described frame by frame and played. The pictures
 # are the stand-in engine's here.
-WINEPATH="Z:$engines"
-export WINEPATH
+use_engines
 "$root/tests/dv/make_dv_frames.sh" dv
 
 sound="2 channels, 48000 Hz, 16 bits"
@@ -56,3 +55,4 @@ says "timecode 01:02:03;07"
 head -c 80000 dv/dv25_525_4x3.dv >stump.dv
 run 3 decode stump.dv
 says "begins like DV"
+use_no_engines
