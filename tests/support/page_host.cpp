@@ -1,0 +1,158 @@
+#include "tests/support/page_host.h"
+
+#include <commctrl.h>
+
+#include <fstream>
+#include <stdexcept>
+
+namespace nyx::test {
+namespace {
+
+constexpr int kMargin = 8;  // pixels around the page
+
+/// A dialog, as the system's frames are: the letters with Alt are its work.
+HWND MakeFrame(SIZE page) {
+    WNDCLASSW type{};
+    type.lpfnWndProc = DefDlgProcW;
+    type.cbWndExtra = DLGWINDOWEXTRA;
+    type.hInstance = GetModuleHandleW(nullptr);
+    type.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_3DFACE + 1);
+    type.lpszClassName = L"NyxPageHost";
+    RegisterClassW(&type);
+    const HWND frame = CreateWindowExW(
+        WS_EX_CONTROLPARENT, type.lpszClassName, L"", WS_POPUP | WS_CLIPCHILDREN, 20, 20,
+        page.cx + 2 * kMargin, page.cy + 2 * kMargin, nullptr, nullptr, type.hInstance, nullptr);
+    // Neither a caption nor activation: without a window manager the system would wait for one.
+    ShowWindow(frame, SW_SHOWNOACTIVATE);
+    return frame;
+}
+
+}  // namespace
+
+HRESULT STDMETHODCALLTYPE PageSite::OnStatusChange(DWORD flags) {
+    statuses.push_back(flags);
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE PageSite::GetLocaleID(LCID*) {
+    return E_NOTIMPL;
+}
+
+HRESULT STDMETHODCALLTYPE PageSite::GetPageContainer(IUnknown**) {
+    return E_NOTIMPL;
+}
+
+HRESULT STDMETHODCALLTYPE PageSite::TranslateAccelerator(MSG*) {
+    return S_FALSE;
+}
+
+PageHost::PageHost(const ComPtr<IPropertyPage>& shown, IUnknown* object) : page(shown) {
+    PROPPAGEINFO info{};
+    if (!page || FAILED(page->SetPageSite(site.get())) || FAILED(page->SetObjects(1, &object)) ||
+        FAILED(page->GetPageInfo(&info))) {
+        throw std::runtime_error("no page to show");
+    }
+    CoTaskMemFree(info.pszTitle);
+    frame_ = MakeFrame(info.size);
+    const RECT place = {kMargin, kMargin, kMargin + info.size.cx, kMargin + info.size.cy};
+    if (!frame_ || FAILED(page->Activate(frame_, &place, FALSE))) {
+        throw std::runtime_error("the page does not show: is there a display?");
+    }
+    dialog_ = GetWindow(frame_, GW_CHILD);
+    Pump();
+    site->statuses.clear();
+}
+
+PageHost::~PageHost() {
+    page->Deactivate();
+    page->SetObjects(0, nullptr);
+    page->SetPageSite(nullptr);
+    DestroyWindow(frame_);
+}
+
+void PageHost::Drag(int slider, LONG position) const {
+    SendMessageW(Control(slider), TBM_SETPOS, TRUE, position);
+    SendMessageW(dialog_, WM_HSCROLL, MAKEWPARAM(TB_THUMBTRACK, position),
+                 reinterpret_cast<LPARAM>(Control(slider)));
+}
+
+void PageHost::Strike(int control, WPARAM key) const {
+    SetFocus(Control(control));
+    MSG message = {GetFocus(), WM_KEYDOWN, key, 1, 0, {}};
+    if (!IsDialogMessageW(frame_, &message)) {
+        SendMessageW(message.hwnd, message.message, message.wParam, message.lParam);
+    }
+    Pump();
+}
+
+void PageHost::StrikeWithAlt(char letter) const {
+    constexpr LPARAM kAltIsDown = 1 << 29;
+    MSG message = {GetFocus(), WM_SYSCHAR, static_cast<WPARAM>(letter), kAltIsDown | 1, 0, {}};
+    IsDialogMessageW(frame_, &message);
+    Pump();
+}
+
+LONG PageHost::Position(int slider) const {
+    return static_cast<LONG>(SendMessageW(Control(slider), TBM_GETPOS, 0, 0));
+}
+
+std::wstring PageHost::Text(int control) const {
+    wchar_t text[64] = {};
+    GetDlgItemTextW(dialog_, control, text, 64);
+    return text;
+}
+
+std::vector<int> PageHost::TabOrder() const {
+    std::vector<int> order;
+    const HWND first = GetNextDlgTabItem(dialog_, nullptr, FALSE);
+    HWND at = first;
+    do {
+        order.push_back(GetDlgCtrlID(at));
+        at = GetNextDlgTabItem(dialog_, at, FALSE);
+    } while (at != first);
+    return order;
+}
+
+void PageHost::SavePicture(const std::wstring& path) const {
+    UpdateWindow(frame_);
+    Pump();
+    RECT area{};
+    GetClientRect(frame_, &area);
+    BITMAPINFOHEADER header{};
+    header.biSize = sizeof(header);
+    header.biWidth = area.right;
+    header.biHeight = area.bottom;
+    header.biPlanes = 1;
+    header.biBitCount = 32;
+    header.biSizeImage = static_cast<DWORD>(area.right * area.bottom * 4);
+    void* bits = nullptr;
+    const HDC window = GetDC(frame_);
+    const HDC memory = CreateCompatibleDC(window);
+    const HBITMAP bitmap = CreateDIBSection(memory, reinterpret_cast<BITMAPINFO*>(&header),
+                                            DIB_RGB_COLORS, &bits, nullptr, 0);
+    const HGDIOBJ old = SelectObject(memory, bitmap);
+    BitBlt(memory, 0, 0, area.right, area.bottom, window, 0, 0, SRCCOPY);
+    GdiFlush();
+    BITMAPFILEHEADER file{};
+    file.bfType = 0x4D42;  // "BM"
+    file.bfOffBits = sizeof(file) + sizeof(header);
+    file.bfSize = file.bfOffBits + header.biSizeImage;
+    std::ofstream out(std::string(path.begin(), path.end()), std::ios::binary);
+    out.write(reinterpret_cast<const char*>(&file), sizeof(file));
+    out.write(reinterpret_cast<const char*>(&header), sizeof(header));
+    out.write(static_cast<const char*>(bits), static_cast<std::streamsize>(header.biSizeImage));
+    SelectObject(memory, old);
+    DeleteObject(bitmap);
+    DeleteDC(memory);
+    ReleaseDC(frame_, window);
+}
+
+void PageHost::Pump() const {
+    MSG message;
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+    }
+}
+
+}  // namespace nyx::test
