@@ -128,7 +128,8 @@ HRESULT DecodeSample(ICodec& codec, const AM_MEDIA_TYPE& inputType, const Output
         return E_FAIL;
     }
     const std::uint64_t pictureSize = SurfaceSize(*outputHeader);
-    if (pictureSize > SampleCapacity(outputSample)) {
+    if (pictureSize > SampleCapacity(outputSample) ||
+        !IsWritable(picture, static_cast<std::size_t>(pictureSize))) {
         return E_FAIL;
     }
     BITMAPINFOHEADER input = *parameters.header;

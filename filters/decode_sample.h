@@ -18,8 +18,8 @@ struct OutputConnection {
 /// Decodes one compressed sample into one output sample: reads the frame's parameters, sets the
 /// field-1-first flag, follows a change of interlacing or aspect on a `VIDEOINFOHEADER2` connection
 /// and decodes. `E_POINTER` for null samples, `E_UNEXPECTED` for samples without data, `E_FAIL` for
-/// types without a header or an output buffer that is smaller than its picture, else the codec's
-/// result. Runs on the streaming thread.
+/// types without a header or an output buffer that is smaller than its picture or may not be
+/// written, else the codec's result. Runs on the streaming thread.
 HRESULT DecodeSample(ICodec& codec, const AM_MEDIA_TYPE& inputType, const OutputConnection& output,
                      IMediaSample* inputSample, IMediaSample* outputSample);
 

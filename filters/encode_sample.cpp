@@ -26,7 +26,8 @@ HRESULT EncodeSample(ICodec& codec, const AM_MEDIA_TYPE& inputType, const AM_MED
         NyxUtil::ClassifyPicture(input->biBitCount, inputType.subtype) == PictureKind::kAlpha;
     const std::size_t capacity = SampleCapacity(outputSample);
     if (SampleLength(inputSample) < SurfaceSize(*input) ||
-        static_cast<std::int64_t>(capacity) < EncoderBufferSize(*input)) {
+        static_cast<std::int64_t>(capacity) < EncoderBufferSize(*input) ||
+        !IsWritable(frame, capacity)) {
         return E_FAIL;
     }
 

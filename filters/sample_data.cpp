@@ -24,4 +24,22 @@ std::size_t SampleCapacity(IMediaSample* sample) {
     return NotNegative(sample->GetSize());
 }
 
+bool IsWritable(const BYTE* data, std::size_t size) {
+    constexpr DWORD kWritable =
+        PAGE_READWRITE | PAGE_WRITECOPY | PAGE_EXECUTE_READWRITE | PAGE_EXECUTE_WRITECOPY;
+    while (size != 0) {
+        MEMORY_BASIC_INFORMATION region = {};
+        if (VirtualQuery(data, &region, sizeof(region)) == 0 || region.State != MEM_COMMIT ||
+            (region.Protect & kWritable) == 0 || (region.Protect & PAGE_GUARD) != 0) {
+            return false;
+        }
+        const auto offset =
+            static_cast<std::size_t>(data - static_cast<const BYTE*>(region.BaseAddress));
+        const std::size_t inside = std::min<std::size_t>(size, region.RegionSize - offset);
+        data += inside;
+        size -= inside;
+    }
+    return true;
+}
+
 }  // namespace nyx

@@ -22,6 +22,13 @@ GuardedMemory::GuardedMemory(std::size_t size, BYTE fill) : size_(size) {
     std::memset(data_, fill, size);
 }
 
+void GuardedMemory::Protect() const {
+    DWORD old = 0;
+    if (size_ != 0 && !VirtualProtect(data_, size_, PAGE_READONLY, &old)) {
+        throw std::bad_alloc();
+    }
+}
+
 GuardedMemory::~GuardedMemory() {
     VirtualFree(pages_, 0, MEM_RELEASE);
 }

@@ -16,6 +16,9 @@ class GuardedMemory {
     GuardedMemory& operator=(const GuardedMemory&) = delete;
     ~GuardedMemory();
 
+    /// Takes the right to write away.
+    void Protect() const;
+
     BYTE* data() const { return data_; }
     std::size_t size() const { return size_; }
 

@@ -28,6 +28,9 @@ void* TestSample::Find(REFIID iid) {
 }
 
 HRESULT TestSample::GetPointer(BYTE** buffer) {
+    if (behaviour_.readOnlyMemory) {
+        memory_.Protect();
+    }
     *buffer = behaviour_.nullPointer ? nullptr : memory_.data();
     return behaviour_.getPointerResult;
 }
@@ -74,7 +77,7 @@ HRESULT TestSample::SetPreroll(BOOL set) {
 }
 
 LONG TestSample::GetActualDataLength() {
-    return actualLength_;
+    return behaviour_.claimedLength.value_or(actualLength_);
 }
 HRESULT TestSample::SetActualDataLength(LONG length) {
     if (SUCCEEDED(behaviour_.setActualDataLengthResult)) {

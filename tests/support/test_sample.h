@@ -37,6 +37,8 @@ struct SampleBehaviour {
     HRESULT getPointerResult = S_OK;
     bool nullPointer = false;
     HRESULT setActualDataLengthResult = S_OK;
+    bool readOnlyMemory = false;
+    std::optional<LONG> claimedLength{};  ///< instead of the actual data length
 };
 
 /// A media sample of the suite's own. Its memory ends at an inaccessible page.

@@ -12,7 +12,7 @@ namespace nyx::test {
 /// `work` does not come back in time the program ends with `what` as its last words.
 template <class Work>
 void MustFinish(const char* what, Work work,
-                std::chrono::seconds limit = std::chrono::seconds(20)) {
+                std::chrono::milliseconds limit = std::chrono::seconds(20)) {
     std::packaged_task<void()> task(std::move(work));
     std::future<void> done = task.get_future();
     std::thread thread(std::move(task));
