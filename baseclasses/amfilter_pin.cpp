@@ -137,6 +137,7 @@ HRESULT CBasePin::AgreeMediaType(IPin* pReceivePin, const CMediaType* pmt) {
         IEnumMediaTypes* types = nullptr;
         HRESULT hr = own ? EnumMediaTypes(&types) : pReceivePin->EnumMediaTypes(&types);
         if (FAILED(hr) || !types) {
+            result = hr == E_OUTOFMEMORY ? hr : result;
             continue;
         }
         hr = TryMediaTypes(pReceivePin, pmt, types);

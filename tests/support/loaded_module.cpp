@@ -5,6 +5,8 @@
 namespace nyx::test {
 namespace {
 
+const wchar_t* moduleFile = L"nyxcodecs.dll";
+
 template <class Function>
 Function Entry(HMODULE module, const char* name) {
     const FARPROC entry = module ? GetProcAddress(module, name) : nullptr;
@@ -22,8 +24,13 @@ std::wstring ProgramFolder() {
     return path.substr(0, path.find_last_of(L'\\') + 1);
 }
 
+bool UseModule(const wchar_t* file) {
+    moduleFile = file;
+    return true;
+}
+
 std::wstring ModulePath() {
-    return ProgramFolder() + L"nyxcodecs.dll";
+    return ProgramFolder() + moduleFile;
 }
 
 LoadedModule::LoadedModule(const std::wstring& path)

@@ -10,6 +10,9 @@ namespace nyx::test {
 /// The folder of the running test program, with its closing backslash.
 std::wstring ProgramFolder();
 
+/// Has the program test another build of the module, by its file name. To be called before main.
+bool UseModule(const wchar_t* file);
+
 /// Full path of the module under test, which lies beside the test program.
 std::wstring ModulePath();
 
