@@ -58,6 +58,21 @@ TEST_F(Settings, BadPlacesGiveTheDefaultOrAnError) {
     EXPECT_NE(WriteSettingDword(nullptr, kKey, L"value", 1), ERROR_SUCCESS);
 }
 
+TEST_F(Settings, RefusedKeysGiveTheDefaultOrAnError) {
+    // A volatile key takes no lasting one below it.
+    HKEY key = nullptr;
+    ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, kKey, 0, nullptr, REG_OPTION_VOLATILE,
+                              KEY_ALL_ACCESS, nullptr, &key, nullptr),
+              ERROR_SUCCESS);
+    EXPECT_EQ(WriteSettingDword(key, L"below", L"value", 1), ERROR_CHILD_MUST_BE_VOLATILE);
+    EXPECT_EQ(ReadSettingDword(key, L"below", L"value", 42), 42u);
+    // A key that was deleted under its holder.
+    ASSERT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, kKey), ERROR_SUCCESS);
+    EXPECT_NE(WriteSettingDword(key, L"below", L"value", 1), ERROR_SUCCESS);
+    EXPECT_EQ(ReadSettingDword(key, L"", L"value", 42), 42u);
+    RegCloseKey(key);
+}
+
 TEST_F(Settings, CodecSettingsLieUnderTheFourCC) {
     constexpr DWORD kCode = FourCC("TEST");
     EXPECT_EQ(ReadCodecSetting(kCode, L"preset", -3), -3);
