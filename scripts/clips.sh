@@ -54,6 +54,33 @@ wrap_q210() { # RAW WIDTH HEIGHT RATE AVI [--info FIELD,X,Y]...
         --rate "$rate" --frame-bytes "$(v210_frame_bytes "$width" "$height")" "$@" >/dev/null
 }
 
+# Raw DV as ffmpeg codes it; one thread keeps the two frames of a 720-line pair in turn.
+make_dv() { # KIND WIDTH HEIGHT RATE FRAMES PIXELS FILE
+    quiet_ffmpeg -f lavfi -i "$(source_filter "$1" "$2" "$3" "$4")" -frames:v "$5" \
+        -vf "scale=out_color_matrix=$(matrix_of "$2" "$3"):out_range=tv,setdar=16/9" -pix_fmt "$6" \
+        -threads 1 -c:v dvvideo -f rawvideo "$7"
+}
+
+# MPEG-2 intra frames in an AVI for our decoder, WIDTH by HEIGHT in lines as shown of CODED_HEIGHT
+# coded ones; the lines at the top, which nobody shall see, are red. Zero bytes bring all frames to
+# one length, as the standard allows behind a picture. FILE.m2v holds the frames alone.
+make_mpeg_intra() { # KIND WIDTH HEIGHT CODED_HEIGHT RATE FRAMES FILE [ENCODER-OPTION...]
+    local kind=$1 width=$2 height=$3 coded=$4 rate=$5 frames=$6 file=$7 folder frame longest=0
+    shift 7
+    folder=$(mktemp -d)
+    quiet_ffmpeg -f lavfi -i "$(source_filter "$kind" "$width" "$height" "$rate")" -frames:v "$frames" \
+        -vf "scale=out_color_matrix=$(matrix_of "$width" "$height"):out_range=tv,format=yuv422p,pad=$width:$coded:0:$((coded - height)):red" \
+        -c:v mpeg2video -g 1 -q:v 2 -threads 1 "$@" -f image2 -c:v mpeg2video "$folder/%03d.m2v"
+    for frame in "$folder"/*.m2v; do
+        [ "$(stat -c %s "$frame")" -le $longest ] || longest=$(stat -c %s "$frame")
+    done
+    truncate -s "$longest" "$folder"/*.m2v
+    cat "$folder"/*.m2v >"$file.m2v"
+    rm -r "$folder"
+    run_nyxhost wrap "$file.m2v" "$file" --fourcc QMIC --bits 24 --size "${width}x$height" \
+        --rate "$rate" --frame-bytes "$longest" >/dev/null
+}
+
 # ffmpeg's name for the samples that nyxhost decode --raw writes, and what turns them upright.
 raw_format() { # FORMAT
     case $1 in

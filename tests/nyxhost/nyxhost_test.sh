@@ -9,7 +9,11 @@ module=$2
 engines=$3
 shift 3
 cases=("$@")
-[ ${#cases[@]} -gt 0 ] || cases=(command_line unregistered registered engines info pictures failures dv)
+if [ ${#cases[@]} = 0 ]; then
+    cases=(command_line unregistered registered engines info pictures failures dv)
+    # Where they were built.
+    [ ! -e "$engines/../open/rkdvh.dll" ] || cases+=(open_engines)
+fi
 
 export LC_ALL=C.UTF-8 # file names outside ASCII
 start_wine

@@ -1,0 +1,91 @@
+#include "engines/open/decoder_pool.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+namespace nyx::open {
+namespace {
+
+/// Pictures beyond this are damage: no format here has half as many pixels.
+constexpr std::int64_t kMostPixels = std::int64_t{4096} * 2304;
+
+/// The library's fastest inverse transform strays from its reference by one step in a sample of
+/// some thousands.
+bool WantsExactPictures() {
+    const char* wish = std::getenv("NYX_OPEN_ENGINES");
+    return wish && std::strcmp(wish, "exact") == 0;
+}
+
+template <class Object>
+Object* Made(Object* object) {
+    if (!object) {
+        throw std::bad_alloc();
+    }
+    return object;
+}
+
+}  // namespace
+
+FrameDecoder::FrameDecoder(AVCodecID codec) {
+    av_log_set_level(AV_LOG_QUIET);
+    const AVCodec* decoder = Made(avcodec_find_decoder(codec));
+    context_.reset(Made(avcodec_alloc_context3(decoder)));
+    context_->thread_count = 1;  // the caller's thread is the only one
+    context_->flags |= AV_CODEC_FLAG_LOW_DELAY | AV_CODEC_FLAG_BITEXACT;
+    context_->idct_algo = WantsExactPictures() ? FF_IDCT_SIMPLE : FF_IDCT_AUTO;
+    context_->max_pixels = kMostPixels;
+    packet_.reset(Made(av_packet_alloc()));
+    picture_.reset(Made(av_frame_alloc()));
+    if (avcodec_open2(context_.get(), decoder, nullptr) < 0) {
+        throw std::bad_alloc();
+    }
+}
+
+BYTE* FrameDecoder::Load(ByteSpan frame) {
+    if (packet_->size != static_cast<int>(frame.size()) || !av_buffer_is_writable(packet_->buf)) {
+        av_packet_unref(packet_.get());
+        if (av_new_packet(packet_.get(), static_cast<int>(frame.size())) < 0) {
+            throw std::bad_alloc();
+        }
+    }
+    std::memcpy(packet_->data, frame.data(), frame.size());
+    return packet_->data;
+}
+
+const AVFrame* FrameDecoder::Decode() {
+    av_frame_unref(picture_.get());
+    avcodec_flush_buffers(context_.get());
+    if (avcodec_send_packet(context_.get(), packet_.get()) < 0) {
+        return nullptr;
+    }
+    if (avcodec_receive_frame(context_.get(), picture_.get()) >= 0) {
+        return picture_.get();
+    }
+    // Held back: the end of the stream brings it out.
+    avcodec_send_packet(context_.get(), nullptr);
+    return avcodec_receive_frame(context_.get(), picture_.get()) >= 0 ? picture_.get() : nullptr;
+}
+
+std::unique_ptr<FrameDecoder> DecoderPool::Take() {
+    {
+        const std::lock_guard<std::mutex> hold(lock_);
+        if (!idle_.empty()) {
+            auto decoder = std::move(idle_.back());
+            idle_.pop_back();
+            return decoder;
+        }
+    }
+    return std::make_unique<FrameDecoder>(codec_);
+}
+
+void DecoderPool::Return(std::unique_ptr<FrameDecoder> decoder) {
+    const std::lock_guard<std::mutex> hold(lock_);
+    try {
+        idle_.push_back(std::move(decoder));
+    } catch (const std::bad_alloc&) {
+        // Then the next call makes a new one.
+    }
+}
+
+}  // namespace nyx::open

@@ -1,0 +1,47 @@
+// "rkdvh.dll", decoding: DV25, DVCPRO25, DVCPRO50 and DVCPRO HD by libavcodec's decoder.
+
+#include <new>
+
+#include "engines/open/decoder_pool.h"
+#include "engines/open/dv_entries.h"
+#include "engines/open/dv_signals.h"
+#include "engines/open/picture_writer.h"
+
+namespace nyx::open {
+namespace {
+
+LONG Decode(const DvSignal& signal, const void* frame, const Surface& surface) {
+    static DecoderPool pool(AV_CODEC_ID_DVVIDEO);
+    DecoderPool::Lease decoder(pool);
+    MarkFrame(signal, decoder->Load(ByteSpan(frame, signal.frameBytes)));
+    const AVFrame* picture = decoder->Decode();
+    return picture && WritePicture(*picture, 0, kDvSiting, surface) ? 0 : -1;
+}
+
+}  // namespace
+}  // namespace nyx::open
+
+extern "C" LONG __stdcall dv_decode(LONG flags, const void* frame, void* destination, LONG stride,
+                                    LONG bytesPerPixel, LONG code) {
+    using namespace nyx::open;
+    const DvSignal* signal = FindSignal(flags);
+    const auto layout = LayoutOf(code);
+    if (!signal || !frame || !layout || layout->bytesPerPixel != bytesPerPixel) {
+        return -1;
+    }
+    const Surface surface = {static_cast<BYTE*>(destination), stride, signal->width, signal->height,
+                             *layout};
+    if (!surface.IsSound()) {
+        return -1;
+    }
+    LONG result = -1;
+    try {
+        result = Decode(*signal, frame, surface);
+    } catch (const std::bad_alloc&) {
+        // Black as for a frame that does not decode.
+    }
+    if (result < 0) {
+        FillBlack(surface);
+    }
+    return result;
+}

@@ -1,0 +1,90 @@
+#include "engines/open/picture_writer.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "convert/convert.h"
+#include "engines/open/libavcodec.h"
+
+namespace nyx::open {
+namespace {
+
+/// Makes "YUY2" lines of a picture's planes, whatever its chroma.
+class LineMaker {
+  public:
+    LineMaker(const AVFrame& picture, const ChromaSiting& siting, int width)
+        : picture_(picture), siting_(siting), width_(width), chroma_(static_cast<size_t>(width)) {}
+
+    void Make(int y, BYTE* out) {
+        BYTE* cb = chroma_.data();
+        BYTE* cr = cb + width_ / 2;
+        const BYTE* luma = picture_.data[0] + std::ptrdiff_t{y} * picture_.linesize[0];
+        switch (picture_.format) {
+            case AV_PIX_FMT_YUV422P:
+                Interleave(luma, Plane(1).Row(y), Plane(2).Row(y), width_, out);
+                return;
+            case AV_PIX_FMT_YUV411P:
+                DoubleSamples(Plane(1).Row(y), width_ / 2, cb);
+                DoubleSamples(Plane(2).Row(y), width_ / 2, cr);
+                break;
+            default:
+                InterpolateRow(Plane(1), siting_.fields, siting_.cb, y, cb);
+                InterpolateRow(Plane(2), siting_.fields, siting_.cr, y, cr);
+        }
+        Interleave(luma, cb, cr, width_, out);
+    }
+
+  private:
+    ChromaPlane Plane(int index) const {
+        return {picture_.data[index], picture_.linesize[index], width_ / 2,
+                (picture_.height + 1) / 2};
+    }
+
+    const AVFrame& picture_;
+    const ChromaSiting& siting_;
+    int width_;
+    std::vector<BYTE> chroma_;
+};
+
+bool IsKnown(int format) {
+    return format == AV_PIX_FMT_YUV422P || format == AV_PIX_FMT_YUV411P ||
+           format == AV_PIX_FMT_YUV420P;
+}
+
+}  // namespace
+
+bool WritePicture(const AVFrame& picture, LONG firstRow, const ChromaSiting& siting,
+                  const Surface& surface) {
+    if (!IsKnown(picture.format) || firstRow < 0 || picture.width < surface.width ||
+        picture.height - firstRow < surface.height) {
+        return false;
+    }
+    LineMaker lines(picture, siting, surface.width);
+    const PixelLayout& layout = surface.layout;
+    if (layout.rgbFourCC == 0) {
+        for (LONG y = 0; y < surface.height; ++y) {
+            lines.Make(firstRow + y, surface.Row(y));
+        }
+        return true;
+    }
+    // A strip at a time, so that its lines are still in the cache when they are converted.
+    constexpr LONG kStripRows = 16;
+    const LONG lineBytes = 2 * surface.width;
+    std::vector<BYTE> strip(static_cast<std::size_t>(kStripRows * lineBytes));
+    for (LONG y = 0; y < surface.height; y += kStripRows) {
+        const LONG rows = std::min(kStripRows, surface.height - y);
+        for (LONG i = 0; i < rows; ++i) {
+            lines.Make(firstRow + y + i, &strip[static_cast<std::size_t>(i * lineBytes)]);
+        }
+        const ImagePlane from = {strip.data(), lineBytes, 0};
+        const ImagePlane to = {surface.Row(y), surface.stride,
+                               surface.stride - surface.width * layout.bytesPerPixel};
+        if (FAILED(ConvertFromYuv(&from, nullptr, FourCC("YUY2"), layout.yuvFlags, 0, &to,
+                                  layout.rgbFourCC, layout.rgbFlags, 0, surface.width, rows))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace nyx::open
