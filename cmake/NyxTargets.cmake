@@ -14,7 +14,7 @@ if(WIN32)
     -msse2 -mfpmath=sse -mstackrealign -ffunction-sections -fdata-sections)
   target_compile_definitions(nyx_flags INTERFACE
     UNICODE _UNICODE STRICT NOMINMAX WIN32_LEAN_AND_MEAN WINVER=0x0601 _WIN32_WINNT=0x0601)
-  target_link_options(nyx_flags INTERFACE -static -Wl,--gc-sections)
+  target_link_options(nyx_flags INTERFACE -static -Wl,--gc-sections -fstack-protector-strong)
   set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 endif()
 
@@ -24,14 +24,27 @@ if(NYX_SANITIZE)
   target_link_options(nyx_flags INTERFACE -fsanitize=address,undefined)
 endif()
 
+if(NYX_COVERAGE)
+  target_compile_options(nyx_flags INTERFACE --coverage -fprofile-update=prefer-atomic)
+  target_link_options(nyx_flags INTERFACE --coverage)
+endif()
+
 if(NYX_FUZZ)
   target_compile_options(nyx_flags INTERFACE -fsanitize=fuzzer-no-link)
 endif()
+
+# nyx_protect_stack(TARGET): an overwritten return address ends the process before it is used.
+function(nyx_protect_stack target)
+  target_compile_options(${target} PRIVATE -fstack-protector-strong)
+endfunction()
 
 # nyx_library(NAME sources...): a static library with our flags.
 function(nyx_library name)
   add_library(${name} STATIC ${ARGN})
   target_link_libraries(${name} PUBLIC nyx_flags)
+  if(WIN32 AND NOT NYX_COVERAGE)
+    nyx_protect_stack(${name})
+  endif()
 endfunction()
 
 # nyx_instruction_set(FLAG sources...): one instruction set per translation unit, on that file only.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstddef>
 #include <set>
 #include <string>
 #include <vector>
@@ -88,6 +89,42 @@ TEST_F(DllFile, MayBeLoadedAnywhereAndItsDataIsNotExecutable) {
     EXPECT_NE(flags & IMAGE_DLLCHARACTERISTICS_NX_COMPAT, 0);
     EXPECT_EQ(headers_->FileHeader.Characteristics & IMAGE_FILE_RELOCS_STRIPPED, 0);
     EXPECT_NE(Directory(IMAGE_DIRECTORY_ENTRY_BASERELOC), 0u);
+}
+
+TEST_F(DllFile, HasNoSectionThatIsWritableAndExecutable) {
+    const IMAGE_SECTION_HEADER* section = IMAGE_FIRST_SECTION(headers_);
+    for (WORD i = 0; i < headers_->FileHeader.NumberOfSections; ++i, ++section) {
+        constexpr DWORD kBoth = IMAGE_SCN_MEM_WRITE | IMAGE_SCN_MEM_EXECUTE;
+        EXPECT_NE(section->Characteristics & kBoth, kBoth) << i;
+    }
+}
+
+TEST_F(DllFile, EndsTheProcessWhenAStackIsOverwritten) {
+    // The last words of the compiler's stack protector.
+    const std::string words = "*** stack smashing detected ***";
+    EXPECT_NE(std::search(bytes_.begin(), bytes_.end(), words.begin(), words.end()), bytes_.end());
+}
+
+TEST_F(DllFile, ImportsNothingThatWidensTheSearchForLibraries) {
+    const std::set<std::string> widening = {
+        "AddDllDirectory",        "SearchPathA",          "SearchPathW",
+        "SetCurrentDirectoryA",   "SetCurrentDirectoryW", "SetDefaultDllDirectories",
+        "SetDllDirectoryA",       "SetDllDirectoryW",     "SetEnvironmentVariableA",
+        "SetEnvironmentVariableW"};
+    bool loads = false;
+    const auto* import = At<IMAGE_IMPORT_DESCRIPTOR>(Directory(IMAGE_DIRECTORY_ENTRY_IMPORT));
+    for (; import->Name; ++import) {
+        const auto* thunk = At<IMAGE_THUNK_DATA32>(import->OriginalFirstThunk);
+        for (; thunk->u1.AddressOfData; ++thunk) {
+            if (!IMAGE_SNAP_BY_ORDINAL32(thunk->u1.Ordinal)) {
+                const std::string name =
+                    At<char>(thunk->u1.AddressOfData + offsetof(IMAGE_IMPORT_BY_NAME, Name));
+                EXPECT_EQ(widening.count(name), 0u) << name;
+                loads = loads || name == "LoadLibraryW";
+            }
+        }
+    }
+    EXPECT_TRUE(loads) << "the names were read";
 }
 
 TEST_F(DllFile, CarriesAVersion) {
