@@ -87,6 +87,7 @@ raw_format() { # FORMAT
         yuy2) echo yuyv422 ;;
         rgb24) echo bgr24 ;;
         rgb32) echo bgr0 ;;
+        argb32) echo bgra ;;
     esac
 }
 raw_orientation() { # FORMAT

@@ -43,9 +43,9 @@ ExitCode RunBench(const BenchOptions& options) {
             Format("pass %ld: %ld frames in %.3f s, %.1f frames per second; %.3f ms per frame, "
                    "of that %.3f ms in the decoder\n",
                    pass, result.arrived, result.seconds, rate, rate > 0 ? 1000 / rate : 0.0,
-                   result.decodeMsPerFrame));
+                   result.codecMsPerFrame));
         bestDecode =
-            pass == 1 ? result.decodeMsPerFrame : std::min(bestDecode, result.decodeMsPerFrame);
+            pass == 1 ? result.codecMsPerFrame : std::min(bestDecode, result.codecMsPerFrame);
         bestRate = std::max(bestRate, rate);
         code = ReportFaults(result);
     }

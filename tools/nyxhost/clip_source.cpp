@@ -6,9 +6,13 @@
 namespace nyx::host {
 
 ClipSource::ClipSource(const ClipReader& clip, LONG frames, bool videoInfo2)
+    : ClipSource(clip, frames,
+                 CompressedVideoType(clip.FormatBlock(), clip.FrameTime(1), videoInfo2)) {}
+
+ClipSource::ClipSource(const ClipReader& clip, LONG frames, MediaType type)
     : clip_(clip),
       frames_(std::min(frames, clip.FrameCount())),
-      offered_(CompressedVideoType(clip.FormatBlock(), clip.FrameTime(1), videoInfo2)),
+      offered_(std::move(type)),
       pin_(*this) {}
 
 ClipSource::~ClipSource() {

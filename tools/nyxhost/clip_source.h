@@ -34,6 +34,9 @@ class ClipSource final : public SinglePinFilter {
     /// chooses the media type's block form.
     ClipSource(const ClipReader& clip, LONG frames, bool videoInfo2);
 
+    /// The same with the media type as given.
+    ClipSource(const ClipReader& clip, LONG frames, MediaType type);
+
     IPin* Output() { return &pin_; }
 
     /// The only type that the pin offers.

@@ -78,11 +78,11 @@ ExitCode RunDecode(const DecodeOptions& options) {
         Progress progress("decoding", std::min(options.clip.frames, clip.FrameCount()));
         result = graph.Play([&progress](LONG done) { progress.Show(done); });
     }
-    Print(Format(
-        "%ld frames in %.2f s: %.1f frames per second with writing, %.2f ms per frame in "
-        "the decoder\n",
-        result.arrived, result.seconds, result.seconds > 0 ? result.arrived / result.seconds : 0.0,
-        result.decodeMsPerFrame));
+    Print(
+        Format("%ld frames in %.2f s: %.1f frames per second with writing, %.2f ms per frame in "
+               "the decoder\n",
+               result.arrived, result.seconds,
+               result.seconds > 0 ? result.arrived / result.seconds : 0.0, result.codecMsPerFrame));
     if (!outputs->PictureNames().empty()) {
         Print("pictures: " + outputs->PictureNames() + "\n");
     }

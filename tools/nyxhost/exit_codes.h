@@ -5,12 +5,13 @@ namespace nyx::host {
 /// What the program's exit code tells a script. All values fit 8 bits.
 enum class ExitCode : int {
     kOk = 0,
-    kUsage = 1,        ///< the command line was not understood
-    kInput = 2,        ///< an input file is missing or cannot be read
-    kNotAvi = 3,       ///< the file is no AVI, is damaged, or has no video stream
-    kNoDecoder = 4,    ///< nothing registered takes the clip; `list`: nothing registered at all
-    kRefused = 5,      ///< a registered decoder refuses the clip's format or the asked output
-    kDecode = 6,       ///< one frame or more could not be decoded
+    kUsage = 1,   ///< the command line was not understood
+    kInput = 2,   ///< an input file is missing or cannot be read
+    kNotAvi = 3,  ///< the file is no AVI, is damaged, or has no video stream
+    kNoDecoder =
+        4,  ///< no decoder or encoder is registered for it; `list`: nothing registered at all
+    kRefused = 5,      ///< a registered codec refuses the clip's format or the asked output
+    kDecode = 6,       ///< one frame or more could not be decoded or encoded
     kOutput = 7,       ///< a file or picture could not be written
     kTooLarge = 8,     ///< the AVI would reach 2^31 bytes
     kPlatform = 9,     ///< COM, DirectShow or imaging itself failed
@@ -20,11 +21,11 @@ enum class ExitCode : int {
 /// The list above for the end of the help text.
 inline constexpr char kExitCodeHelp[] =
     "Exit codes:\n"
-    "  0 success                    6 frames could not be decoded\n"
+    "  0 success                    6 frames that the codec failed on\n"
     "  1 command line               7 output could not be written\n"
     "  2 input missing/unreadable   8 AVI would reach 2^31 bytes\n"
     "  3 not an AVI with video      9 COM, DirectShow or imaging failed\n"
-    "  4 no decoder registered     10 interrupted\n"
+    "  4 no codec registered       10 interrupted\n"
     "  5 type refused";
 
 }  // namespace nyx::host

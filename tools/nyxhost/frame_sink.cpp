@@ -2,6 +2,11 @@
 
 namespace nyx::host {
 
+bool AcceptsPictures(const AM_MEDIA_TYPE& type) {
+    return type.majortype == MEDIATYPE_Video && FindPictureFormat(type.subtype) != nullptr &&
+           ReadVideoFormat(type).has_value();
+}
+
 IUnknown* FrameSink::OtherInterface(REFIID iid) {
     return iid == IID_IAMFilterMiscFlags ? &flag_ : nullptr;
 }
@@ -107,11 +112,6 @@ IUnknown* FrameSink::InputPin::OtherInterface(REFIID iid) {
         return static_cast<IPinConnection*>(this);
     }
     return nullptr;
-}
-
-bool FrameSink::InputPin::Accepts(const AM_MEDIA_TYPE& type) const {
-    return type.majortype == MEDIATYPE_Video && FindPictureFormat(type.subtype) != nullptr &&
-           ReadVideoFormat(type).has_value();
 }
 
 }  // namespace nyx::host

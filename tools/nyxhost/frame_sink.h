@@ -6,7 +6,10 @@
 
 namespace nyx::host {
 
-/// The end of a graph that looks at each uncompressed frame with the type that it came with. Unlike
+/// What a graph that ends in pictures accepts: every uncompressed format that the tool knows.
+bool AcceptsPictures(const AM_MEDIA_TYPE& type);
+
+/// The end of a graph that looks at each frame with the type that it came with. Unlike
 /// the platform's sample grabber it takes VIDEOINFOHEADER2, which alone carries field order and
 /// picture aspect, and it follows type changes while streaming.
 class FrameSink final : public SinglePinFilter {
@@ -14,7 +17,11 @@ class FrameSink final : public SinglePinFilter {
     /// Called for each frame in the streaming thread; must not throw.
     using OnFrame = std::function<void(IMediaSample& sample)>;
 
-    explicit FrameSink(OnFrame onFrame) : onFrame_(std::move(onFrame)), pin_(*this) {}
+    /// Whether the sink can work with a type.
+    using Accept = bool (*)(const AM_MEDIA_TYPE& type);
+
+    FrameSink(OnFrame onFrame, Accept accept)
+        : onFrame_(std::move(onFrame)), accept_(accept), pin_(*this) {}
 
     IPin* Input() { return &pin_; }
 
@@ -54,7 +61,7 @@ class FrameSink final : public SinglePinFilter {
 
       protected:
         IUnknown* OtherInterface(REFIID iid) override;
-        bool Accepts(const AM_MEDIA_TYPE& type) const override;
+        bool Accepts(const AM_MEDIA_TYPE& type) const override { return sink_.accept_(type); }
 
       private:
         FrameSink& sink_;
@@ -78,6 +85,7 @@ class FrameSink final : public SinglePinFilter {
     void ReportEndIfDue();
 
     OnFrame onFrame_;
+    Accept accept_;
     InputPin pin_;
     RendererFlag flag_{*this};
     std::mutex endLock_;

@@ -12,21 +12,6 @@ struct Candidate {
     ComPtr<IMoniker> moniker;
 };
 
-std::string FriendlyName(IMoniker* moniker) {
-    ComPtr<IPropertyBag> bag;
-    std::string name = "a filter without a name";
-    if (SUCCEEDED(moniker->BindToStorage(nullptr, nullptr, IID_IPropertyBag,
-                                         reinterpret_cast<void**>(bag.GetAddressOf())))) {
-        VARIANT value;
-        VariantInit(&value);
-        if (SUCCEEDED(bag->Read(L"FriendlyName", &value, nullptr)) && value.vt == VT_BSTR) {
-            name = Utf8(std::wstring_view(value.bstrVal, SysStringLen(value.bstrVal)));
-        }
-        VariantClear(&value);
-    }
-    return name;
-}
-
 // The filters that intelligent connect would try: those that name the subtype itself, with a merit
 // above MERIT_DO_NOT_USE.
 std::vector<Candidate> FindCandidates(const GUID& subtype) {
@@ -62,6 +47,21 @@ std::string CandidateAnswer(const Candidate& candidate, const MediaType& compres
 }
 
 }  // namespace
+
+std::string FriendlyName(IMoniker* moniker) {
+    ComPtr<IPropertyBag> bag;
+    std::string name = "a filter without a name";
+    if (SUCCEEDED(moniker->BindToStorage(nullptr, nullptr, IID_IPropertyBag,
+                                         reinterpret_cast<void**>(bag.GetAddressOf())))) {
+        VARIANT value;
+        VariantInit(&value);
+        if (SUCCEEDED(bag->Read(L"FriendlyName", &value, nullptr)) && value.vt == VT_BSTR) {
+            name = Utf8(std::wstring_view(value.bstrVal, SysStringLen(value.bstrVal)));
+        }
+        VariantClear(&value);
+    }
+    return name;
+}
 
 ComPtr<IPin> FindPin(IBaseFilter* filter, PIN_DIRECTION direction) {
     ComPtr<IEnumPins> pins;

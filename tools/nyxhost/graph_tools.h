@@ -12,6 +12,9 @@ namespace nyx::host {
 /// The first pin of `filter` in that direction, or null.
 ComPtr<IPin> FindPin(IBaseFilter* filter, PIN_DIRECTION direction);
 
+/// The friendly name of what a moniker stands for.
+std::string FriendlyName(IMoniker* moniker);
+
 /// The filter that owns `pin`.
 ComPtr<IBaseFilter> FilterOf(IPin* pin);
 

@@ -42,6 +42,7 @@ ExitCode RunProgram(int count, wchar_t** words) {
     AddInfoCommand(app, action);
     AddDecodeCommand(app, action);
     AddBenchCommand(app, action);
+    AddEncodeCommand(app, action);
     AddWrapCommand(app, action);
 
     std::vector<std::string> arguments;  // the library takes them last one first

@@ -124,6 +124,17 @@ MediaType CompressedVideoType(const std::vector<BYTE>& bitmapInfo, REFERENCE_TIM
     return type;
 }
 
+MediaType PictureVideoType(const std::vector<BYTE>& bitmapInfo, REFERENCE_TIME frameDuration,
+                           const PictureFormat& format) {
+    MediaType type = CompressedVideoType(bitmapInfo, frameDuration, false);
+    BITMAPINFOHEADER header;
+    std::memcpy(&header, bitmapInfo.data(), sizeof(header));
+    type.fields.subtype = *format.subtype;
+    type.fields.bFixedSizeSamples = TRUE;
+    type.fields.lSampleSize = header.biSizeImage;
+    return type;
+}
+
 GUID FourCCSubtype(DWORD code) {
     GUID subtype = MEDIASUBTYPE_YUY2;  // every FourCC subtype has this one's tail
     subtype.Data1 = code;
@@ -132,10 +143,10 @@ GUID FourCCSubtype(DWORD code) {
 
 const std::vector<PictureFormat>& PictureFormats() {
     static const std::vector<PictureFormat> formats = {
-        {"yuy2", &MEDIASUBTYPE_YUY2, 16},
-        {"rgb24", &MEDIASUBTYPE_RGB24, 24},
-        {"rgb32", &MEDIASUBTYPE_RGB32, 32},
-        {"argb32", &MEDIASUBTYPE_ARGB32, 32},
+        {"yuy2", &MEDIASUBTYPE_YUY2, 16, MEDIASUBTYPE_YUY2.Data1},
+        {"rgb24", &MEDIASUBTYPE_RGB24, 24, BI_RGB},
+        {"rgb32", &MEDIASUBTYPE_RGB32, 32, BI_RGB},
+        {"argb32", &MEDIASUBTYPE_ARGB32, 32, BI_RGB},
     };
     return formats;
 }

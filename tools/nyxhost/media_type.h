@@ -68,14 +68,21 @@ std::optional<VideoFormat> ReadVideoFormat(const AM_MEDIA_TYPE& type);
 MediaType CompressedVideoType(const std::vector<BYTE>& bitmapInfo, REFERENCE_TIME frameDuration,
                               bool videoInfo2);
 
+struct PictureFormat;
+
+/// The type of an uncompressed video stream, its parts as above, with a VIDEOINFOHEADER block.
+MediaType PictureVideoType(const std::vector<BYTE>& bitmapInfo, REFERENCE_TIME frameDuration,
+                           const PictureFormat& format);
+
 /// The subtype GUID of a FourCC.
 GUID FourCCSubtype(DWORD code);
 
-/// An uncompressed format that can be asked of a decoder.
+/// An uncompressed format that can be asked of a decoder or given to an encoder.
 struct PictureFormat {
     const char* name;  ///< as on the command line
     const GUID* subtype;
-    WORD bits;  ///< per pixel
+    WORD bits;          ///< per pixel
+    DWORD compression;  ///< of the bitmap header
 };
 
 /// The formats in the order of the help text.

@@ -12,8 +12,8 @@ std::string DescribeClip(const ClipReader& clip);
 double FramesPerSecond(const ClipReader& clip);
 double DurationSeconds(const ClipReader& clip);
 
-/// Warns of frames that the decoder refused or withheld and gives the exit code that follows:
-/// kDecode when there are any, else kOk.
-ExitCode ReportFaults(const PassResult& result);
+/// Warns of frames that the codec refused or withheld and gives the exit code that follows:
+/// kDecode when there are any, else kOk. `verb` is what could not be done to them.
+ExitCode ReportFaults(const PassResult& result, const char* verb = "decoded");
 
 }  // namespace nyx::host

@@ -1,13 +1,12 @@
 #include <CLI/CLI.hpp>
 
-#include <cerrno>
-#include <cstdlib>
 #include <cstring>
 
 #include "avi_writer.h"
 #include "commands.h"
 #include "console.h"
 #include "interrupt.h"
+#include "number_options.h"
 #include "text.h"
 
 namespace nyx::host {
@@ -30,35 +29,6 @@ struct FrameNote {
     LONG aspectX;
     LONG aspectY;
 };
-
-[[noreturn]] void BadOption(const std::string& what) {
-    throw Failure(ExitCode::kUsage, what);
-}
-
-/// Reads `text` as exactly `count` whole numbers with `separator` between them.
-std::vector<LONG> ReadNumbers(const std::string& text, char separator, std::size_t count,
-                              const char* option) {
-    std::vector<LONG> numbers;
-    const char* at = text.c_str();
-    for (;;) {
-        char* end = nullptr;
-        errno = 0;
-        const long value = std::strtol(at, &end, 10);
-        if (end == at || errno != 0) {
-            break;
-        }
-        numbers.push_back(value);
-        if (*end != separator) {
-            at = end;
-            break;
-        }
-        at = end + 1;
-    }
-    if (*at != '\0' || numbers.size() != count) {
-        BadOption(std::string(option) + ": \"" + text + "\" makes no sense");
-    }
-    return numbers;
-}
 
 void AppendWord(std::vector<BYTE>& bytes, DWORD word) {
     for (int i = 0; i < 4; ++i) {
@@ -138,14 +108,11 @@ BITMAPINFOHEADER MakeHeader(const WrapOptions& options, std::size_t largestFrame
     if (options.fourcc.size() != 4) {
         BadOption("--fourcc: \"" + options.fourcc + "\" has not four characters");
     }
-    const std::vector<LONG> size = ReadNumbers(options.size, 'x', 2, "--size");
-    if (size[0] <= 0 || size[1] == 0) {
-        BadOption("--size: \"" + options.size + "\" is no picture");
-    }
+    const PictureSize size = ReadSize(options.size);
     BITMAPINFOHEADER header{};
     header.biSize = sizeof(header);
-    header.biWidth = size[0];
-    header.biHeight = size[1];
+    header.biWidth = size.width;
+    header.biHeight = size.height;
     header.biPlanes = 1;
     header.biBitCount = options.bits;
     std::memcpy(&header.biCompression, options.fourcc.data(), 4);
@@ -154,10 +121,7 @@ BITMAPINFOHEADER MakeHeader(const WrapOptions& options, std::size_t largestFrame
 }
 
 ExitCode RunWrap(const WrapOptions& options) {
-    const std::vector<LONG> rate = ReadNumbers(options.rate, '/', 2, "--rate");
-    if (rate[0] <= 0 || rate[1] <= 0) {
-        BadOption("--rate: \"" + options.rate + "\" is no rate");
-    }
+    const FrameRate rate = ReadRate(options.rate);
     std::vector<std::vector<BYTE>> chunks;
     std::size_t largestChunk = 0;
     for (const std::string& info : options.infos) {
@@ -175,8 +139,7 @@ ExitCode RunWrap(const WrapOptions& options) {
         throw Failure(ExitCode::kTooLarge,
                       options.output + " would reach 2^31 bytes; an AVI must stay below that");
     }
-    AviWriter avi(options.output, format, static_cast<DWORD>(rate[0]), static_cast<DWORD>(rate[1]),
-                  header.biSizeImage);
+    AviWriter avi(options.output, format, rate.rate, rate.scale, header.biSizeImage);
     {
         Progress progress("wrapping", static_cast<long>(frames.Count()));
         std::vector<BYTE> sample;

@@ -1,0 +1,196 @@
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+
+#include "avi_writer.h"
+#include "commands.h"
+#include "console.h"
+#include "encode_graph.h"
+#include "number_options.h"
+#include "playback_report.h"
+#include "raw_picture_reader.h"
+#include "text.h"
+
+namespace nyx::host {
+namespace {
+
+constexpr LONG kCustomPreset = 4;
+
+/// The quality of the presets below the custom one.
+constexpr struct {
+    LONG quantScale;
+    LONG maxStreamSize;
+} kPresets[kCustomPreset] = {{3, 50}, {4, 40}, {5, 30}, {19, 4}};
+
+struct EncodeOptions {
+    std::string input;
+    std::string output;
+    std::optional<LONG> preset;
+    std::optional<LONG> quantScale;
+    std::optional<LONG> maxStreamSize;
+    std::string format;  ///< empty: as the AVI has it
+    std::string size;
+    std::string rate;
+};
+
+/// Sets what the user asked for; what he did not ask for stays as the encoder has it.
+void SetQuality(const EncodeOptions& options, const EncoderFilter& encoder) {
+    const bool custom = options.quantScale || options.maxStreamSize;
+    if (custom && options.preset.value_or(kCustomPreset) != kCustomPreset) {
+        BadOption("--quant and --max-size go with --preset 4, the custom one");
+    }
+    if (!custom && !options.preset) {
+        return;
+    }
+    EncodeParameterBlock block = LiveParameters(encoder);
+    block.preset = options.preset.value_or(kCustomPreset);
+    if (block.preset != kCustomPreset) {
+        block.quant_scale = kPresets[block.preset].quantScale;
+        block.max_stream_size = kPresets[block.preset].maxStreamSize;
+    }
+    block.quant_scale = options.quantScale.value_or(block.quant_scale);
+    block.max_stream_size = options.maxStreamSize.value_or(block.max_stream_size);
+    Check(encoder.parameters->SetParameter(&block, FALSE), "the encoder refuses the quality");
+}
+
+/// The format of an AVI's pictures where the user names none. 32-bit pictures have no alpha unless
+/// he says so.
+const PictureFormat& FormatOf(const BITMAPINFOHEADER& header) {
+    for (const PictureFormat& format : PictureFormats()) {
+        if (format.bits == header.biBitCount && format.compression == header.biCompression) {
+            return format;
+        }
+    }
+    throw Failure(ExitCode::kRefused,
+                  "the clip holds no pictures that can be encoded but " +
+                      FourCCText(header.biCompression) +
+                      Format(" of %u bits; yuy2, rgb24 and argb can be", header.biBitCount));
+}
+
+/// A clip of pictures and what they are.
+struct PictureClip {
+    std::unique_ptr<ClipReader> reader;
+    const PictureFormat* format;
+};
+
+PictureClip OpenPictures(const EncodeOptions& options) {
+    const PictureFormat* asked = FindPictureFormat(options.format);
+    if (options.size.empty() != options.rate.empty()) {
+        BadOption("raw pictures need both --size and --rate");
+    }
+    if (!options.size.empty()) {
+        if (asked == nullptr) {
+            BadOption("raw pictures need one of --yuy2, --rgb24, --rgb32 and --argb");
+        }
+        return {std::make_unique<RawPictureReader>(options.input, *asked, ReadSize(options.size),
+                                                   ReadRate(options.rate)),
+                asked};
+    }
+    std::unique_ptr<ClipReader> clip = OpenClip(options.input);
+    const PictureFormat& found = FormatOf(clip->Header());
+    if (asked != nullptr &&
+        (asked->bits != found.bits || asked->compression != found.compression)) {
+        throw Failure(ExitCode::kRefused,
+                      options.input + " holds " + found.name + " pictures, not " + asked->name);
+    }
+    return {std::move(clip), asked != nullptr ? asked : &found};
+}
+
+/// The AVI's format block: the header of the encoder's output type.
+std::vector<BYTE> FormatBlockOf(const MediaType& type) {
+    const BITMAPINFOHEADER header = ReadVideoFormat(type.View())->header;
+    std::vector<BYTE> block(sizeof(header));
+    std::memcpy(block.data(), &header, sizeof(header));
+    return block;
+}
+
+ExitCode RunEncode(const EncodeOptions& options) {
+    const PictureClip pictures = OpenPictures(options);
+    const ClipReader& clip = *pictures.reader;
+    const EncoderFilter encoder = FindEncoder();
+    SetQuality(options, encoder);
+
+    std::unique_ptr<AviWriter> avi;
+    long long bytes = 0;
+    EncodeGraph graph(clip, *pictures.format, encoder, [&](const ArrivedFrame& frame) {
+        BYTE* data = nullptr;
+        Check(frame.sample.GetPointer(&data), "a sample has no memory");
+        avi->Write(data, frame.sample.GetActualDataLength());
+        bytes += frame.sample.GetActualDataLength();
+    });
+    Print(options.input + ": " + pictures.format->name + ", " + DescribeClip(clip) + "\n");
+    Print("encoder: " + encoder.name + ", " + DescribeParameters(LiveParameters(encoder)) + "\n");
+    avi = std::make_unique<AviWriter>(options.output, FormatBlockOf(graph.ConnectedType()),
+                                      clip.Rate(), clip.Scale(),
+                                      static_cast<DWORD>(clip.LargestFrame()));
+    PassResult result;
+    {
+        Progress progress("encoding", clip.FrameCount());
+        result = graph.Play([&progress](LONG done) { progress.Show(done); });
+    }
+    avi->Finish();
+
+    Print(
+        Format("%ld frames in %.2f s: %.1f frames per second with reading and writing, %.2f ms "
+               "per frame in the encoder\n",
+               result.arrived, result.seconds,
+               result.seconds > 0 ? result.arrived / result.seconds : 0.0, result.codecMsPerFrame));
+    const double pictureBytes = 1.0 * result.arrived * clip.LargestFrame();
+    Print(options.output +
+          Format(": %lld bytes of frames, %.2f Mbit/s, %.1f %% of the pictures\n", bytes,
+                 result.arrived > 0
+                     ? 8e-6 * static_cast<double>(bytes) / result.arrived * FramesPerSecond(clip)
+                     : 0.0,
+                 pictureBytes > 0 ? 100 * static_cast<double>(bytes) / pictureBytes : 0.0));
+    return ReportFaults(result, "encoded");
+}
+
+}  // namespace
+
+void AddEncodeCommand(CLI::App& app, Action& action) {
+    auto options = std::make_shared<EncodeOptions>();
+    CLI::App* command = app.add_subcommand(
+        "encode", "Encode a clip of pictures through a filter graph with the Zeta encoder");
+    command
+        ->add_option("input", options->input,
+                     "An AVI file of uncompressed pictures, or with --size raw pictures")
+        ->required();
+    command->add_option("output", options->output, "The AVI file to make")->required();
+    command
+        ->add_option("--preset", options->preset,
+                     "0 online superfine, 1 online fine, 2 online standard, 3 offline, 4 custom; "
+                     "without any of these options the stored quality counts")
+        ->check(CLI::Range(0L, kCustomPreset));
+    command->add_option("--quant", options->quantScale, "Quantiser, 4 (fine) to 19 (coarse)")
+        ->check(CLI::Range(4L, 19L));
+    command
+        ->add_option("--max-size", options->maxStreamSize,
+                     "Most bytes of a frame in percent of a 4:2:2 picture, 4 to 100")
+        ->check(CLI::Range(4L, 100L));
+    const struct {
+        const char* flag;
+        const char* format;
+        const char* help;
+    } formats[] = {
+        {"--yuy2", "yuy2", "The pictures are 4:2:2"},
+        {"--rgb24", "rgb24", "The pictures are RGB of 24 bits"},
+        {"--rgb32", "rgb32", "The pictures are RGB of 32 bits without alpha"},
+        {"--argb", "argb32", "The pictures are RGB of 32 bits, the fourth byte alpha"},
+    };
+    CLI::Option_group* group = command->add_option_group("pictures", "What the pictures are");
+    for (const auto& entry : formats) {
+        group->add_flag_callback(
+            entry.flag, [options, entry] { options->format = entry.format; }, entry.help);
+    }
+    group->require_option(0, 1);
+    command->add_option("--size", options->size,
+                        "Size of raw pictures, such as 1920x1080; RGB rows go from bottom to top, "
+                        "with a negative height from top to bottom");
+    command->add_option("--rate", options->rate,
+                        "Frames per second of raw pictures, such as 30000/1001");
+    command->callback([options, &action] { action = [options] { return RunEncode(*options); }; });
+}
+
+}  // namespace nyx::host
