@@ -16,7 +16,9 @@
 
 #include <unknwn.h>
 
-/* What the encoder is told. Four signed 32-bit values in this order. */
+/* What the encoder is told. Four signed 32-bit values in this order. Quantiser and budget are what
+ * frames are made by; the preset says which pair they are, and a host that chooses a preset sets
+ * its pair too. */
 typedef struct EncodeParameterBlock {
     LONG color_space;     /* RGB input: 0 spans 0 to 255, anything else has black 16, white 235 */
     LONG quant_scale;     /* quantiser scale, 3 to 19; larger is coarser */

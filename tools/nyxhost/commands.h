@@ -21,6 +21,7 @@ void AddInfoCommand(CLI::App& app, Action& action);
 void AddDecodeCommand(CLI::App& app, Action& action);
 void AddBenchCommand(CLI::App& app, Action& action);
 void AddEncodeCommand(CLI::App& app, Action& action);
+void AddPropertiesCommand(CLI::App& app, Action& action);
 void AddWrapCommand(CLI::App& app, Action& action);
 
 }  // namespace nyx::host

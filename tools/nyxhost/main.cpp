@@ -43,6 +43,7 @@ ExitCode RunProgram(int count, wchar_t** words) {
     AddDecodeCommand(app, action);
     AddBenchCommand(app, action);
     AddEncodeCommand(app, action);
+    AddPropertiesCommand(app, action);
     AddWrapCommand(app, action);
 
     std::vector<std::string> arguments;  // the library takes them last one first

@@ -1,0 +1,91 @@
+#include <CLI/CLI.hpp>
+
+#include <olectl.h>
+
+#include <exception>
+#include <thread>
+
+#include "commands.h"
+#include "console.h"
+#include "encoder_filter.h"
+#include "text.h"
+
+namespace nyx::host {
+namespace {
+
+/// Wine's property frame shows a page and never tells it to apply.
+bool IsWine() {
+    return GetProcAddress(GetModuleHandleW(L"ntdll"), "wine_get_version") != nullptr;
+}
+
+/// The pages that a filter names, freed at the end.
+class PageList {
+  public:
+    explicit PageList(const ComPtr<IBaseFilter>& filter) {
+        Check(Query<ISpecifyPropertyPages>(filter, "the encoder names no property pages")
+                  ->GetPages(&pages_),
+              "the encoder names no property pages");
+    }
+    ~PageList() { CoTaskMemFree(pages_.pElems); }
+    PageList(const PageList&) = delete;
+    PageList& operator=(const PageList&) = delete;
+
+    const CAUUID& Get() const { return pages_; }
+
+  private:
+    CAUUID pages_{};
+};
+
+void ShowPages() {
+    const EncoderFilter encoder = FindEncoder();
+    const EncodeParameterBlock before = LiveParameters(encoder);
+    Print(encoder.name + ", " + DescribeParameters(before) + "\n");
+    const PageList pages(encoder.filter);
+    IUnknown* object = encoder.filter.Get();
+    Check(OleCreatePropertyFrame(nullptr, 0, 0, Wide(encoder.name).c_str(), 1, &object,
+                                 pages.Get().cElems, pages.Get().pElems, LOCALE_USER_DEFAULT, 0,
+                                 nullptr),
+          "the property frame does not show");
+    const EncodeParameterBlock after = LiveParameters(encoder);
+    if (DescribeParameters(after) != DescribeParameters(before)) {
+        Print("now " + DescribeParameters(after) + "\n");
+    } else {
+        Print(std::string("nothing was changed") +
+              (IsWine() ? "; Wine's own property frame does not apply what was chosen\n" : "\n"));
+    }
+}
+
+/// Windows belong to a thread of a single-threaded apartment.
+ExitCode RunProperties() {
+    std::exception_ptr thrown;
+    std::thread window([&thrown] {
+        const HRESULT started = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+        try {
+            Check(started, "COM does not start");
+            ShowPages();
+        } catch (...) {
+            thrown = std::current_exception();
+        }
+        if (SUCCEEDED(started)) {
+            CoUninitialize();
+        }
+    });
+    window.join();
+    if (thrown != nullptr) {
+        std::rethrow_exception(thrown);
+    }
+    return ExitCode::kOk;
+}
+
+}  // namespace
+
+void AddPropertiesCommand(CLI::App& app, Action& action) {
+    CLI::App* command = app.add_subcommand(
+        "properties", "Show the encoder's property page, as an application's compressor list does");
+    command->callback([&action] {
+        SetProcessDPIAware();  // before the first window: the page is sharp at every resolution
+        action = RunProperties;
+    });
+}
+
+}  // namespace nyx::host
