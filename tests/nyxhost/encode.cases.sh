@@ -108,6 +108,9 @@ register
 holds "nothing is left where nothing was encoded" test ! -e none.avi
 run 7 encode natural-rgb24.avi missing/out.avi
 says "cannot create missing/out.avi"
+cp natural-rgb24.avi same.avi
+run 7 encode same.avi same.avi
+holds "pictures are not replaced by their own clip" cmp -s natural-rgb24.avi same.avi
 
 # Frames that the engine fails on are told and left out.
 export NYX_STANDIN=encode:access

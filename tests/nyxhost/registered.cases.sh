@@ -8,6 +8,8 @@ says "in  video/Q210"
 says "out video/any"
 says "creation  works"
 says "nyxcodecs.dll (Both)"
+says "video compressors, merit 0x00200000"
+says "in  video/YUY2, video/RGB32"
 
 holds "regsvr32 unregisters" register /u
 run 4 list
