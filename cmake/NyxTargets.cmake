@@ -20,7 +20,7 @@ endif()
 
 if(NYX_SANITIZE)
   target_compile_options(nyx_flags INTERFACE
-    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    -O1 -g1 -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(nyx_flags INTERFACE -fsanitize=address,undefined)
 endif()
 
