@@ -1,6 +1,7 @@
 #include "single_pin_filter.h"
 
 #include <algorithm>
+#include <cstring>
 #include <cwchar>
 #include <new>
 
@@ -363,7 +364,7 @@ STDMETHODIMP SinglePin::QueryId(LPWSTR* id) {
     if (*id == nullptr) {
         return E_OUTOFMEMORY;
     }
-    std::wcscpy(*id, name_);
+    std::memcpy(*id, name_, bytes);
     return S_OK;
 }
 
