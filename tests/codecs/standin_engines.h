@@ -45,13 +45,13 @@ class Misbehaviour {
     Misbehaviour& operator=(const Misbehaviour&) = delete;
 };
 
-/// Memory that is this process's alone: what leaks shows here.
+/// Memory that is this process's alone: what leaks shows here. Some runtimes leave PrivateUsage at
+/// 0; this older field counts the same.
 inline std::size_t PrivateBytes() {
-    PROCESS_MEMORY_COUNTERS_EX counters = {};
+    PROCESS_MEMORY_COUNTERS counters = {};
     counters.cb = sizeof(counters);
-    GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters),
-                         sizeof(counters));
-    return counters.PrivateUsage;
+    GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof(counters));
+    return counters.PagefileUsage;
 }
 
 inline bool IsLoaded(const wchar_t* library) {

@@ -18,11 +18,10 @@ double Seconds(const FILETIME& time) {
 ProcessUsage MeasureProcess() {
     FILETIME created{}, exited{}, kernel{}, user{};
     GetProcessTimes(GetCurrentProcess(), &created, &exited, &kernel, &user);
-    PROCESS_MEMORY_COUNTERS_EX memory{};
+    PROCESS_MEMORY_COUNTERS memory{};
     memory.cb = sizeof(memory);
-    GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&memory),
-                         sizeof(memory));
-    return {Seconds(kernel) + Seconds(user), static_cast<double>(memory.PrivateUsage) / (1 << 20)};
+    GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof(memory));
+    return {Seconds(kernel) + Seconds(user), static_cast<double>(memory.PagefileUsage) / (1 << 20)};
 }
 
 }  // namespace nyx::host
