@@ -32,8 +32,11 @@ FrameDecoder::FrameDecoder(AVCodecID codec) {
     const AVCodec* decoder = Made(avcodec_find_decoder(codec));
     context_.reset(Made(avcodec_alloc_context3(decoder)));
     context_->thread_count = 1;  // the caller's thread is the only one
-    context_->flags |= AV_CODEC_FLAG_LOW_DELAY | AV_CODEC_FLAG_BITEXACT;
-    context_->idct_algo = WantsExactPictures() ? FF_IDCT_SIMPLE : FF_IDCT_AUTO;
+    context_->flags |= AV_CODEC_FLAG_LOW_DELAY;
+    if (WantsExactPictures()) {
+        context_->flags |= AV_CODEC_FLAG_BITEXACT;
+        context_->idct_algo = FF_IDCT_SIMPLE;
+    }
     context_->max_pixels = kMostPixels;
     packet_.reset(Made(av_packet_alloc()));
     picture_.reset(Made(av_frame_alloc()));
