@@ -6,8 +6,7 @@
 HRESULT SetQuantScaleFromC(IUnknown* filter, LONG quant_scale, LONG* before) {
     IEncodeParmeter_QZTA* encoder = NULL;
     EncodeParameterBlock block;
-    HRESULT result =
-        IUnknown_QueryInterface(filter, &IID_IEncodeParmeter_QZTA, (void**)&encoder);
+    HRESULT result = IUnknown_QueryInterface(filter, &IID_IEncodeParmeter_QZTA, (void**)&encoder);
     if (FAILED(result)) {
         return result;
     }
