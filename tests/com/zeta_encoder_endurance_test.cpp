@@ -2,6 +2,7 @@
 #include <cstdlib>
 
 #include "tests/com/zeta_encoder_fixture.h"
+#include "tests/support/open_handles.h"
 
 namespace nyx::test {
 namespace {
@@ -19,12 +20,6 @@ std::vector<BYTE> Stripes(const BITMAPINFOHEADER& header, int frame) {
         picture[i] = static_cast<BYTE>(i % 2 ? 128 : 40 + place % 160);
     }
     return picture;
-}
-
-DWORD Handles() {
-    DWORD count = 0;
-    GetProcessHandleCount(GetCurrentProcess(), &count);
-    return count;
 }
 
 class ZetaEndurance : public ZetaEncoderTest {};
@@ -47,11 +42,13 @@ TEST_F(ZetaEndurance, EncodingAndDecodingTakeNoMoreMemoryOrHandlesInTheLongRun) 
     const MediaType type = kYuy2Input.Type(picture);
     constexpr int kWarmUp = 10;
     std::size_t bytesBefore = 0;
-    DWORD handlesBefore = 0;
+    ULONG handlesBefore = 0;
     for (int i = 0; i < frames; ++i) {
         if (i == kWarmUp) {
             bytesBefore = PrivateBytes();
-            handlesBefore = Handles();
+            handlesBefore = OpenHandles();
+            ASSERT_GT(bytesBefore, 0u) << "memory is not counted";
+            ASSERT_GT(handlesBefore, 0u) << "handles are not counted";
         }
         SampleProperties sample;
         sample.bytes = Stripes(type.Header(), i);
@@ -66,11 +63,11 @@ TEST_F(ZetaEndurance, EncodingAndDecodingTakeNoMoreMemoryOrHandlesInTheLongRun) 
         static_cast<long long>(PrivateBytes()) - static_cast<long long>(bytesBefore);
     std::printf("%d frames of %ldx%ld: %lld bytes and %ld handles more than after %d\n", frames,
                 picture.width, picture.height, growth,
-                static_cast<long>(Handles()) - static_cast<long>(handlesBefore), kWarmUp);
+                static_cast<long>(OpenHandles()) - static_cast<long>(handlesBefore), kWarmUp);
     // What the heap keeps for itself varies by a picture or so; a leak of one picture in ten frames
     // would be far more.
     EXPECT_LT(growth, (frames - kWarmUp) / 10LL * PictureBytes(type.Header()) + (1 << 20));
-    EXPECT_EQ(Handles(), handlesBefore);
+    EXPECT_EQ(OpenHandles(), handlesBefore);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "dv/dv50_codec.h"
 #include "tests/dv/dv_codec_rig.h"
 #include "tests/support/heap_blocks.h"
+#include "tests/support/open_handles.h"
 #include "tests/support/temporary_folder.h"
 
 namespace nyx {
@@ -181,12 +182,6 @@ TEST_F(ReferenceSample, OtherVariantsTakeItForAFrame) {
     EXPECT_TRUE(DeleteFileA(path.c_str()));
 }
 
-DWORD OpenHandles() {
-    DWORD count = 0;
-    EXPECT_TRUE(GetProcessHandleCount(GetCurrentProcess(), &count));
-    return count;
-}
-
 TEST_F(ReferenceSample, SuccessAndFailureLeaveNothingBehind) {
     const std::string path = WriteFile(L"clip.avi", 0, 144000, frame_);
     const DvFrame present = Reference(0, path);
@@ -194,14 +189,15 @@ TEST_F(ReferenceSample, SuccessAndFailureLeaveNothingBehind) {
     const DvFrame beyond = Reference(500000, path);
     DvPicture wide(16, 1024, 576);
     ASSERT_EQ(Decode(codec_, 1024, 576, present, &wide), S_OK);
-    const DWORD handles = OpenHandles();
+    const ULONG handles = test::OpenHandles();
+    ASSERT_GT(handles, 0u) << "handles are not counted";
     const std::size_t blocks = test::LiveHeapBlocks();
     for (int i = 0; i < 10; ++i) {
         EXPECT_TRUE(FAILED(Decode(codec_, 1024, 576, missing, &wide)));
         EXPECT_TRUE(FAILED(Decode(codec_, 1024, 576, beyond, &wide)));
         EXPECT_EQ(Decode(codec_, 1024, 576, present, &wide), S_OK);
     }
-    EXPECT_EQ(OpenHandles(), handles);
+    EXPECT_EQ(test::OpenHandles(), handles);
     EXPECT_EQ(test::LiveHeapBlocks(), blocks);
 }
 
