@@ -17,7 +17,8 @@ namespace nyx {
 namespace {
 
 void WriteToNull() {
-    *static_cast<volatile LONG*>(nullptr) = 1;
+    volatile LONG* volatile nowhere = nullptr;  // unknown to the optimiser, which drops the rest
+    *nowhere = 1;
 }
 
 void ReadHighMemory() {
