@@ -83,7 +83,7 @@ TEST_P(Allocators, AWiderOutputSizesTheBuffer) {
     rig.sink->in.ownAllocator = own;
     ASSERT_EQ(rig.ConnectInput(), S_OK);
     MediaType wide = row().OutputType(0);
-    wide.Header().biWidth = 128;
+    wide.Header().biWidth += 32;
     ASSERT_EQ(rig.ConnectOutput(wide), S_OK);
     EXPECT_EQ(own->requested().cbBuffer, PictureBytes(wide.Header()));
 }
@@ -134,7 +134,8 @@ TEST_P(Allocators, AnAllocatorThatFailsIsPassedOver) {
 }
 
 TEST_P(Allocators, AnAllocatorMayGrantMore) {
-    own->granted = ALLOCATOR_PROPERTIES{4, 1 << 20, 64, 0};
+    own->granted =
+        ALLOCATOR_PROPERTIES{4, PictureBytes(row().OutputType(0).Header()) + 4711, 64, 0};
     ConnectWithOwnAllocator();
     EXPECT_EQ(rig.sink->in.allocator(), own.get());
 }

@@ -142,13 +142,18 @@ TEST_F(DllFile, CarriesAVersion) {
     EXPECT_NE(info->dwFileVersionMS, 0u);
 }
 
-TEST_F(DllFile, LoadsAndUnloadsAgain) {
+TEST_F(DllFile, LoadsAndUnloadsAgainAndKeepsNoThreadLocalSlot) {
     ASSERT_EQ(GetModuleHandleW(L"nyxcodecs.dll"), nullptr);
-    for (int i = 0; i < 3; ++i) {
+    const DWORD before = TlsAlloc();
+    TlsFree(before);
+    for (int i = 0; i < 30; ++i) {
         const LoadedModule module;
-        EXPECT_EQ(module.CanUnloadNow(), S_OK);
+        ASSERT_EQ(module.CanUnloadNow(), S_OK) << i;
     }
     EXPECT_EQ(GetModuleHandleW(L"nyxcodecs.dll"), nullptr);
+    const DWORD after = TlsAlloc();
+    TlsFree(after);
+    EXPECT_EQ(after, before);
 }
 
 }  // namespace

@@ -152,6 +152,7 @@ TEST_F(ModuleEntries, AnUnknownClassIsNotAvailable) {
 }
 
 TEST_F(ModuleEntries, LiveObjectsFactoriesAndServerLocksKeepTheModuleLoaded) {
+    const EngineSearch engines;
     const CLSID clsid = CatalogueUnderTest().front().clsid;
     ASSERT_EQ(Module().CanUnloadNow(), S_OK);
     ComPtr<IClassFactory> factory;

@@ -35,7 +35,7 @@ const Spoiled kRefusedByEveryFilter[] = {
 
 TEST_P(MediaTypes, AValidInputTypeIsAcceptedInBothForms) {
     for (const Block block : {Block::kVideoInfo, Block::kVideoInfo2}) {
-        Picture picture;
+        Picture picture = row().picture;
         picture.block = block;
         EXPECT_EQ(rig.input->QueryAccept(row().InputType(picture).get()), S_OK);
     }

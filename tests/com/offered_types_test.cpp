@@ -56,6 +56,10 @@ MediaType Expected(const FilterUnderTest& row, const Stream& stream, std::size_t
 TEST_P(OfferedTypesTest, TheListComesInTheLongFormFirstAndInFullInBoth) {
     for (const Stream& stream : kStreams) {
         FilterRig rig(row(), stream.picture);
+        if (!row().Takes(stream.picture.width, stream.picture.height)) {
+            EXPECT_EQ(rig.ConnectInput(), VFW_E_TYPE_NOT_ACCEPTED) << stream.picture.width;
+            continue;
+        }
         ASSERT_EQ(rig.ConnectInput(), S_OK);
         const auto offered = OfferedTypes(rig.output);
         ASSERT_EQ(offered.size(), 2 * row().outputs.size());
@@ -72,6 +76,9 @@ TEST_P(OfferedTypesTest, TheListComesInTheLongFormFirstAndInFullInBoth) {
 
 TEST_P(OfferedTypesTest, TheBitRateIsTheProductWithTheDuration) {
     FilterRig rig(row(), {720, 576, 400000, Block::kVideoInfo});
+    if (!row().Takes(720, 576)) {
+        GTEST_SKIP() << "no size of this format";
+    }
     ASSERT_EQ(rig.ConnectInput(), S_OK);
     MediaType first = OfferedTypes(rig.output).at(0);
     if (row().outputs[0].bitCount == 16) {
@@ -80,15 +87,14 @@ TEST_P(OfferedTypesTest, TheBitRateIsTheProductWithTheDuration) {
 }
 
 TEST_P(OfferedTypesTest, TheListAfterAnotherInputFollowsTheNewSize) {
-    FilterRig rig(row());
+    FilterRig rig(row(), row().narrow);
     ASSERT_EQ(rig.ConnectInput(), S_OK);
     ASSERT_EQ(rig.input->Disconnect(), S_OK);
     rig.source->out.Disconnect();
-    Picture other;
-    other.width = 192;
-    ASSERT_EQ(rig.ConnectInput(row().InputType(other)), S_OK);
+    ASSERT_EQ(rig.ConnectInput(row().InputType(row().wide)), S_OK);
     for (const MediaType& type : OfferedTypes(rig.output)) {
-        EXPECT_EQ(type.Header().biWidth, 192);
+        EXPECT_EQ(type.Header().biWidth, row().wide.width);
+        EXPECT_EQ(type.Header().biHeight, row().wide.height);
     }
 }
 

@@ -14,16 +14,15 @@ namespace {
 class Teardown : public FilterTest {};
 NYX_FOR_EVERY_FILTER(Teardown);
 
-constexpr int kRounds = 1000;
-constexpr int kWarmUp = 50;
-/// Less than one block in ten rounds: what the runtime's own caches may add.
-constexpr std::size_t kAllowedGrowth = (kRounds - kWarmUp) / 10;
+constexpr int kWarmUp = 20;
 
-/// Runs `round` a thousand times; the heaps must not have grown by it.
+/// Runs `round` many times; the heaps must not have grown by it.
 template <class Round>
-void WithoutLeak(Round round) {
+void WithoutLeak(int rounds, Round round) {
+    // Less than one block in ten rounds: what the runtime's own caches may add.
+    const auto allowed = static_cast<std::size_t>(rounds / 10);
     std::size_t before = 0;
-    for (int i = 0; i < kRounds; ++i) {
+    for (int i = 0; i < kWarmUp + rounds; ++i) {
         if (i == kWarmUp) {
             before = LiveHeapBlocks();
         }
@@ -32,11 +31,13 @@ void WithoutLeak(Round round) {
             return;
         }
     }
-    EXPECT_LE(LiveHeapBlocks(), before + kAllowedGrowth) << "blocks were lost";
+    EXPECT_LE(LiveHeapBlocks(), before + allowed) << "blocks were lost";
 }
 
-TEST_P(Teardown, AThousandFiltersComeAndGoWithoutALeak) {
-    WithoutLeak([&] {
+TEST_P(Teardown, ManyFiltersComeAndGoWithoutALeak) {
+    // Keeps the engine: what the system spends on loading a library is not ours.
+    const auto first = Module().CreateFilter(row().clsid);
+    WithoutLeak(row().Rounds(1000), [&] {
         auto filter = Module().CreateFilter(row().clsid);
         ASSERT_TRUE(filter);
         ComPtr<IPin> pin;
@@ -47,10 +48,10 @@ TEST_P(Teardown, AThousandFiltersComeAndGoWithoutALeak) {
     });
 }
 
-TEST_P(Teardown, AThousandConnectionsComeAndGoWithoutALeak) {
+TEST_P(Teardown, ManyConnectionsComeAndGoWithoutALeak) {
     FilterRig rig(row());
     rig.sink->in.keepsSamples = false;
-    WithoutLeak([&] {
+    WithoutLeak(row().Rounds(1000), [&] {
         ASSERT_EQ(rig.ConnectInput(), S_OK);
         ASSERT_EQ(rig.ConnectOutput(), S_OK);
         ASSERT_EQ(rig.filter->Pause(), S_OK);
@@ -63,12 +64,12 @@ TEST_P(Teardown, AThousandConnectionsComeAndGoWithoutALeak) {
     });
 }
 
-TEST_P(Teardown, AThousandRefusedConnectionsLeaveNothingBehind) {
+TEST_P(Teardown, ManyRefusedConnectionsLeaveNothingBehind) {
     FilterRig rig(row());
     MediaType refused = row().InputType();
     refused.Header().biCompression = 0x12345678;
     rig.sink->in.accept = [](const MediaType&) { return S_FALSE; };
-    WithoutLeak([&] {
+    WithoutLeak(row().Rounds(1000), [&] {
         ASSERT_NE(rig.ConnectInput(refused), S_OK);
         ASSERT_EQ(rig.ConnectInput(), S_OK);
         ASSERT_NE(rig.ConnectOutput(), S_OK);
@@ -77,13 +78,13 @@ TEST_P(Teardown, AThousandRefusedConnectionsLeaveNothingBehind) {
     });
 }
 
-TEST_P(Teardown, AThousandSamplesWithNewTypesLoseNothing) {
+TEST_P(Teardown, ManySamplesWithNewTypesLoseNothing) {
     FilterRig rig(row());
     rig.sink->in.keepsSamples = false;
     rig.Start();
     SampleProperties sample = rig.Frame();
     sample.type = row().InputType();
-    WithoutLeak([&] { ASSERT_EQ(rig.source->Push(sample), S_OK); });
+    WithoutLeak(row().Rounds(1000), [&] { ASSERT_EQ(rig.source->Push(sample), S_OK); });
 }
 
 /// An upstream thread that pushes without pause until it is told to end.
@@ -117,7 +118,7 @@ TEST_P(Teardown, StatesAndFlushesChangeWhileAThreadStreams) {
         rig.sink->in.keepsSamples = false;
         rig.Start();
         const Upstream upstream(&rig);
-        for (int i = 0; i < 300; ++i) {
+        for (int i = 0; i < row().Rounds(300); ++i) {
             rig.filter->Run(0);
             rig.input->BeginFlush();
             rig.input->EndFlush();
@@ -135,7 +136,7 @@ TEST_P(Teardown, ConnectionsBreakWhileAThreadStreams) {
         FilterRig rig(row());
         rig.sink->in.keepsSamples = false;
         const Upstream upstream(&rig);
-        for (int i = 0; i < 100; ++i) {
+        for (int i = 0; i < row().Rounds(100); ++i) {
             rig.Start(static_cast<std::size_t>(i) % row().outputs.size());
             std::this_thread::yield();
             rig.filter->Stop();
@@ -148,7 +149,7 @@ TEST_P(Teardown, ConnectionsBreakWhileAThreadStreams) {
 }
 
 TEST_P(Teardown, AGraphIsTornDownWhileItStreams) {
-    for (int round = 0; round < 20; ++round) {
+    for (int round = 0; round < row().Rounds(20); ++round) {
         MustFinish("release of a streaming graph", [&] {
             FilterRig rig(row());
             rig.filter->JoinFilterGraph(nullptr, nullptr);
@@ -193,7 +194,9 @@ TEST_P(Teardown, TwoFiltersInOneProcessDoNotDisturbEachOther) {
         {
             const Upstream one(&first);
             const Upstream two(&second);
-            while (first.sink->in.sampleCount() < 100 || second.sink->in.sampleCount() < 100) {
+            const auto enough = static_cast<std::size_t>(row().Rounds(100));
+            while (first.sink->in.sampleCount() < enough ||
+                   second.sink->in.sampleCount() < enough) {
                 std::this_thread::yield();
             }
         }

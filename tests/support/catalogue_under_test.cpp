@@ -1,12 +1,22 @@
 #include "tests/support/catalogue_under_test.h"
 
+#include <algorithm>
 #include <ostream>
+#include <stdexcept>
 
 #include "platform/fourcc.h"
+#include "tests/support/coded_frames.h"
+#include "tests/support/module_classes.h"
 #include "tests/support/q210_frames.h"
 
 namespace nyx::test {
 namespace {
+
+// Signal types of the DV variants, low five bits of the video source pack.
+constexpr BYTE kSignalDv25 = 0x00;
+constexpr BYTE kSignalDv50 = 0x04;
+constexpr BYTE kSignalHd1080 = 0x14;
+constexpr BYTE kSignalHd720 = 0x18;
 
 std::vector<OfferedFormat> OpaqueFormats() {
     return {{MEDIASUBTYPE_YUY2, 16, FourCC("YUY2")},
@@ -14,22 +24,149 @@ std::vector<OfferedFormat> OpaqueFormats() {
             {MEDIASUBTYPE_RGB32, 32, BI_RGB}};
 }
 
+std::vector<OfferedFormat> AlphaFormats() {
+    return {{MEDIASUBTYPE_RGB32, 32, BI_RGB}, {MEDIASUBTYPE_ARGB32, 32, BI_RGB}};
+}
+
 std::vector<BYTE> Q210Sample(const Picture& picture) {
     return FlatQ210Frame(picture.width, picture.height, {502, 512, 512});
+}
+std::vector<BYTE> ZetaSample(const Picture& picture) {
+    return GreyFrame("zeta", picture.width, picture.height);
+}
+std::vector<BYTE> ZetaAlphaSample(const Picture& picture) {
+    return GreyFrame("zeta-alpha", picture.width, picture.height);
+}
+std::vector<BYTE> Zeta2Sample(const Picture& picture) {
+    return GreyFrame("zeta2", picture.width, picture.height);
+}
+std::vector<BYTE> LosslessSample(const Picture& picture) {
+    return GreyFrame("lossless-yuy2", picture.width, picture.height);
+}
+std::vector<BYTE> MpegIntraSample(const Picture& picture) {
+    return GreyFrame("mpeg2", picture.width, picture.height);
+}
+std::vector<BYTE> Dv25Sample(const Picture& picture) {
+    const bool fifty = picture.height == 576;
+    return PlainDvFrame(fifty ? 144000 : 120000, fifty, kSignalDv25, false);
+}
+std::vector<BYTE> Dv50Sample(const Picture& picture) {
+    const bool fifty = picture.height == 576;
+    return PlainDvFrame(fifty ? 288000 : 240000, fifty, kSignalDv50, false);
+}
+std::vector<BYTE> DvHdSample(const Picture& picture) {
+    if (picture.height == 720) {
+        return PlainDvFrame(240000, false, kSignalHd720, true);
+    }
+    const bool fifty = picture.width == 1440;
+    return PlainDvFrame(fifty ? 576000 : 480000, fifty, kSignalHd1080, true);
+}
+
+const CLSID& ClassOfDecoder(DWORD fourcc) {
+    for (const ModuleClass& entry : ModuleClasses()) {
+        if (!entry.isCompressor &&
+            entry.inputSubtypes == std::vector<GUID>{FourCCSubtype(fourcc)}) {
+            return entry.clsid;
+        }
+    }
+    throw std::logic_error("no decoder of that format in the module's list");
+}
+
+FilterUnderTest Decoder(const char* name, DWORD fourcc, WORD bits,
+                        std::vector<BYTE> (*sample)(const Picture& picture)) {
+    FilterUnderTest row = {};
+    row.name = name;
+    row.role = Role::kDecoder;
+    row.clsid = ClassOfDecoder(fourcc);
+    row.inputFourCC = fourcc;
+    row.inputBitCount = bits;
+    row.outputs = bits == 32 ? AlphaFormats() : OpaqueFormats();
+    row.sample = sample;
+    return row;
+}
+
+FilterUnderTest Q210Row() {
+    FilterUnderTest row = Decoder("Q210Decoder", FourCC("Q210"), 20, Q210Sample);
+    row.frameSize = FrameSize::kOfTheType;
+    return row;
+}
+
+FilterUnderTest ZetaRow(const char* name, WORD bits,
+                        std::vector<BYTE> (*sample)(const Picture& picture)) {
+    FilterUnderTest row = Decoder(name, FourCC("QZTA"), bits, sample);
+    row.sizes = {{1920, 1080}, {1440, 1080}, {1280, 1080}, {1280, 720}, {960, 720},   {720, 576},
+                 {720, 486},   {720, 480},   {640, 480},   {320, 240},  {160, 120},   {800, 600},
+                 {352, 480},   {352, 240},   {352, 288},   {176, 144},  {1280, 1024}, {1280, 960},
+                 {1024, 768},  {704, 480},   {704, 576}};
+    row.picture = {160, 120};
+    row.pixelAspect = {648, 640};
+    row.wide = {352, 240};
+    row.narrow = {320, 240};
+    return row;
+}
+
+FilterUnderTest LosslessRow() {
+    FilterUnderTest row = Decoder("LosslessDecoder", FourCC("QLLC"), 24, LosslessSample);
+    row.shortestFrame = 2;  // up to the byte that tells the kind
+    row.frameSize = FrameSize::kChecked;
+    return row;
+}
+
+FilterUnderTest MpegIntraRow() {
+    FilterUnderTest row = Decoder("MpegIntraDecoder", FourCC("QMIC"), 24, MpegIntraSample);
+    row.shortestFrame = 4;  // a start code
+    row.frameSize = FrameSize::kChecked;
+    return row;
+}
+
+FilterUnderTest DvRow(const char* name, DWORD fourcc, std::vector<SIZE> sizes,
+                      std::vector<BYTE> (*sample)(const Picture& picture)) {
+    FilterUnderTest row = Decoder(name, fourcc, 24, sample);
+    row.sizes = std::move(sizes);
+    row.carriesInfoChunk = false;
+    row.paintsBadFramesBlack = true;
+    row.frameSize = FrameSize::kChecked;
+    return row;
+}
+
+FilterUnderTest Dv25Row() {
+    FilterUnderTest row = DvRow("Dv25Decoder", FourCC("QDVC"),
+                                {{720, 480}, {856, 480}, {720, 576}, {1024, 576}}, Dv25Sample);
+    row.picture = row.narrow = {720, 480};
+    row.wide = {856, 480};
+    return row;
+}
+
+FilterUnderTest Dv50Row() {
+    FilterUnderTest row =
+        DvRow("Dv50Decoder", FourCC("QDV5"), {{720, 480}, {720, 576}}, Dv50Sample);
+    row.picture = row.narrow = {720, 480};
+    row.wide = {720, 576};
+    return row;
+}
+
+FilterUnderTest DvHdRow() {
+    FilterUnderTest row =
+        DvRow("DvHdDecoder", FourCC("QDVH"), {{960, 720}, {1280, 1080}, {1440, 1080}}, DvHdSample);
+    row.picture = {960, 720};
+    row.wide = {1440, 1080};
+    row.narrow = {1280, 1080};
+    return row;
 }
 
 }  // namespace
 
 const std::vector<FilterUnderTest>& CatalogueUnderTest() {
     static const std::vector<FilterUnderTest> rows = {
-        {"Q210Decoder",
-         Role::kDecoder,
-         {0x3D1F4E99, 0x3ADF, 0x471E, {0x8C, 0x1A, 0xB7, 0xD6, 0x78, 0xB4, 0xA2, 0x38}},
-         FourCC("Q210"),
-         20,
-         OpaqueFormats(),
-         true,
-         Q210Sample},
+        Dv25Row(),
+        Dv50Row(),
+        DvHdRow(),
+        ZetaRow("ZetaDecoder", 24, ZetaSample),
+        ZetaRow("ZetaDecoderOfAlpha", 32, ZetaAlphaSample),
+        LosslessRow(),
+        MpegIntraRow(),
+        Decoder("Zeta2Decoder", FourCC("QZT2"), 24, Zeta2Sample),
+        Q210Row(),
     };
     return rows;
 }
@@ -44,17 +181,28 @@ std::vector<FilterUnderTest> DecodersUnderTest() {
     return decoders;
 }
 
-MediaType FilterUnderTest::InputType(const Picture& picture) const {
-    MediaType type =
-        VideoType({FourCCSubtype(inputFourCC), inputFourCC, inputBitCount, picture.width,
-                   picture.height, picture.frameDuration, picture.block});
-    return type;
+bool FilterUnderTest::Takes(LONG width, LONG height) const {
+    if (sizes.empty()) {
+        return width > 0 && width % 2 == 0 && height > 0;
+    }
+    return std::any_of(sizes.begin(), sizes.end(),
+                       [&](const SIZE& size) { return size.cx == width && size.cy == height; });
 }
 
-MediaType FilterUnderTest::OutputType(std::size_t position, const Picture& picture) const {
+int FilterUnderTest::Rounds(int most) const {
+    constexpr LONG kLarge = 100000;  // pixels
+    return picture.width * picture.height > kLarge ? (most + 9) / 10 : most;
+}
+
+MediaType FilterUnderTest::InputType(const Picture& stream) const {
+    return VideoType({FourCCSubtype(inputFourCC), inputFourCC, inputBitCount, stream.width,
+                      stream.height, stream.frameDuration, stream.block});
+}
+
+MediaType FilterUnderTest::OutputType(std::size_t position, const Picture& stream) const {
     const OfferedFormat& format = outputs.at(position);
-    return VideoType({format.subtype, format.compression, format.bitCount, picture.width,
-                      picture.height, picture.frameDuration, picture.block});
+    return VideoType({format.subtype, format.compression, format.bitCount, stream.width,
+                      stream.height, stream.frameDuration, stream.block});
 }
 
 void PrintTo(const FilterUnderTest& row, std::ostream* out) {

@@ -27,6 +27,13 @@ struct OfferedFormat {
 /// types and sizes is not.
 enum class Role { kDecoder, kEncoder };
 
+/// Who knows the size of a coded picture.
+enum class FrameSize {
+    kOfTheType,  ///< the stream's type alone: a frame is as long as the type's size asks for
+    kChecked,    ///< the frame, and a frame of another size is refused before it is decoded
+    kEngines,    ///< the frame, and the engine writes that size: a host must tell no other one
+};
+
 /// One filter of the module: what a test must know to run it. A new filter is a new row of the
 /// table in catalogue_under_test.cpp; every parameterised test then runs for it too.
 struct FilterUnderTest {
@@ -36,14 +43,31 @@ struct FilterUnderTest {
     DWORD inputFourCC;
     WORD inputBitCount;
     std::vector<OfferedFormat> outputs;  ///< in order; each offered in both block forms
-    bool carriesInfoChunk;               ///< a sample may begin with an "INFO" container
     /// A well-formed sample of the picture's size.
     std::vector<BYTE> (*sample)(const Picture& picture);
 
-    /// The complete input type for the picture.
-    MediaType InputType(const Picture& picture = {}) const;
-    /// A complete output type for the picture, by position in `outputs`.
-    MediaType OutputType(std::size_t position, const Picture& picture = {}) const;
+    std::vector<SIZE> sizes;    ///< what the filter takes; empty: any even width, any height
+    Picture picture;            ///< the stream of most tests, a small one
+    SIZE pixelAspect = {1, 1};  ///< of that stream, where a frame does not tell
+    /// Two streams of different size, of the same height where the format has such.
+    Picture wide;
+    Picture narrow = {48};
+    bool carriesInfoChunk = true;  ///< a sample may begin with an "INFO" container
+    FrameSize frameSize = FrameSize::kEngines;
+    /// A shorter sample is refused by the module itself; 0: any that is not whole.
+    std::size_t shortestFrame = 0;
+    bool paintsBadFramesBlack = false;  ///< else they leave the destination as it is
+
+    bool Takes(LONG width, LONG height) const;
+    /// How often a long test is to repeat itself: `most`, or fewer for large pictures.
+    int Rounds(int most) const;
+
+    /// The complete input type for a stream.
+    MediaType InputType(const Picture& stream) const;
+    MediaType InputType() const { return InputType(picture); }
+    /// A complete output type for a stream, by position in `outputs`.
+    MediaType OutputType(std::size_t position, const Picture& stream) const;
+    MediaType OutputType(std::size_t position) const { return OutputType(position, picture); }
 };
 
 /// All filters of the module.

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/codecs/standin_engines.h"
 #include "tests/support/catalogue_under_test.h"
 
 namespace nyx::test {
@@ -22,10 +23,13 @@ class ComTest : public ::testing::Test {
     bool watchesTaskMemory_ = true;
 };
 
-/// The same, once for every filter of the module.
+/// The same, once for every filter of the module, with the stand-in engines on the search path.
 class FilterTest : public ComTest, public ::testing::WithParamInterface<FilterUnderTest> {
   protected:
     const FilterUnderTest& row() const { return GetParam(); }
+
+  private:
+    EngineSearch engines_;
 };
 
 }  // namespace nyx::test

@@ -14,7 +14,9 @@ namespace nyx::test {
 struct FilterRig {
     static constexpr const wchar_t* kNameInGraph = L"under test";
 
-    explicit FilterRig(const FilterUnderTest& filterRow, const Picture& inputPicture = {});
+    explicit FilterRig(const FilterUnderTest& filterRow)
+        : FilterRig(filterRow, filterRow.picture) {}
+    FilterRig(const FilterUnderTest& filterRow, const Picture& inputPicture);
     FilterRig(const FilterRig&) = delete;
     FilterRig& operator=(const FilterRig&) = delete;
     ~FilterRig();
