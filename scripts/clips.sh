@@ -81,6 +81,57 @@ make_mpeg_intra() { # KIND WIDTH HEIGHT CODED_HEIGHT RATE FRAMES FILE [ENCODER-O
         --rate "$rate" --frame-bytes "$longest" >/dev/null
 }
 
+# What a coding of $engines/standin_encode.exe is made of and goes into: ffmpeg's name for the
+# pictures, the stream's FourCC and its bits.
+standin_coding() { # CODING
+    case $1 in
+        zeta) echo yuyv422 QZTA 24 ;;
+        zeta-alpha) echo bgra QZTA 32 ;;
+        zeta2) echo yuyv422 QZT2 24 ;;
+        zeta2-alpha) echo bgra QZT2 32 ;;
+        lossless-yuy2) echo yuyv422 QLLC 24 ;;
+        lossless-rgb24) echo bgr24 QLLC 24 ;;
+        lossless-rgb32) echo bgra QLLC 24 ;;
+        lossless-argb32) echo bgra QLLC 32 ;;
+        mpeg2) echo yuyv422 QMIC 24 ;;
+        *) die "no such coding: $1" ;;
+    esac
+}
+
+# Raw pictures of a source as a coding takes them. With alpha: clear at the left edge, opaque at the
+# right one, by steps of a sixteenth of the width.
+make_pictures() { # KIND WIDTH HEIGHT RATE FRAMES CODING FILE
+    local pixels last=null
+    read -r pixels _ _ <<<"$(standin_coding "$6")"
+    [ "$pixels" != yuyv422 ] ||
+        last="scale=out_color_matrix=$(matrix_of "$2" "$3"):out_range=tv:out_h_chr_pos=0:flags=accurate_rnd+bicubic"
+    [[ $6 != *alpha && $6 != *argb32 ]] ||
+        last="format=gbrap,geq=r='r(X,Y)':g='g(X,Y)':b='b(X,Y)':a='17*floor(16*X/W)'"
+    quiet_ffmpeg -f lavfi -i "$(source_filter "$1" "$2" "$3" "$4")" -frames:v "$5" \
+        -vf "$last,format=$pixels" -an -f rawvideo "$7"
+}
+
+# A clip of raw pictures, coded by a stand-in engine.
+make_standin_clip() { # CODING WIDTH HEIGHT RATE PICTURES AVI [QUANT [EXTRA-LINES]]
+    local said
+    said=$(wine "$engines/standin_encode.exe" "$1" "${2}x$3" "$5" "$6.frames" "${@:7}" </dev/null |
+        tr -d '\r') || die "no frames of $1: $said"
+    read -r _ fourcc bits <<<"$(standin_coding "$1")"
+    run_nyxhost wrap "$6.frames" "$6" --fourcc "$fourcc" --bits "$bits" --size "${2}x$3" --rate "$4" \
+        --frame-bytes "$(sed -n 's/.* frames of \([0-9]*\) bytes/\1/p' <<<"$said")" >/dev/null
+    rm "$6.frames"
+}
+
+# The average PSNR in dB between two files of raw pictures, "inf" when they are the same. ORIENTATION
+# turns the first one upright: null or vflip.
+psnr_of_raw() { # PIXELS WIDTH HEIGHT DECODED ORIENTATION ORIGINAL
+    ffmpeg -nostdin -hide_banner -loglevel info \
+        -f rawvideo -pixel_format "$1" -video_size "${2}x$3" -i "$4" \
+        -f rawvideo -pixel_format "$1" -video_size "${2}x$3" -i "$6" \
+        -lavfi "[0]$5[a];[a][1]psnr" -f null - 2>&1 |
+        sed -n 's/.*PSNR.* average:\([^ ]*\) .*/\1/p'
+}
+
 # ffmpeg's name for the samples that nyxhost decode --raw writes, and what turns them upright.
 raw_format() { # FORMAT
     case $1 in

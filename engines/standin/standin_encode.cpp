@@ -1,7 +1,8 @@
 // standin_encode: codes raw pictures with a stand-in engine, for clips to play. The frames go to
-// one file without anything between them, their sizes to another, one a line, as "nyxhost wrap"
-// takes them. Looks for the engines as every program does; they lie beside it.
+// one file, filled up with zero bytes to one length, which the program tells; the decoders take no
+// notice of bytes behind a frame. Looks for the engines as every program does; they lie beside it.
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -15,7 +16,7 @@ namespace standin {
 namespace {
 
 constexpr char kUsage[] =
-    "standin_encode CODING WIDTHxHEIGHT PICTURES FRAMES SIZES [QUANT [EXTRA]]\n"
+    "standin_encode CODING WIDTHxHEIGHT PICTURES FRAMES [QUANT [EXTRA]]\n"
     "  QUANT  quantiser scale, 1 to 31, 5 when not given\n"
     "  EXTRA  black lines to code above each \"YUY2\" picture, 0 when not given\n"
     "Codings, and the pictures that they take:\n";
@@ -50,23 +51,22 @@ Job ReadJob(int count, char** words) {
                                  words[2]);
     }
     job.height = Number(end + 1, &end, 1, 16384);
-    job.quantScale = count > 6 ? Number(words[6], &end, 1, 31) : job.quantScale;
-    job.extraLines = count > 7 ? Number(words[7], &end, 0, 128) : job.extraLines;
+    job.quantScale = count > 5 ? Number(words[5], &end, 1, 31) : job.quantScale;
+    job.extraLines = count > 6 ? Number(words[6], &end, 0, 128) : job.extraLines;
     if (job.extraLines > 0 && job.coding->sourceBits != 16) {
         throw std::runtime_error("lines can be added above YUY2 pictures only");
     }
     return job;
 }
 
-/// Codes every picture of a file; the number of frames.
-int CodeFile(const Job& job, const char* picturesPath, const char* framesPath,
-             const char* sizesPath) {
-    std::ifstream pictures(picturesPath, std::ios::binary);
-    std::ofstream frames(framesPath, std::ios::binary);
-    std::ofstream sizes(sizesPath, std::ios::binary);
-    if (!pictures || !frames || !sizes) {
-        throw std::runtime_error("cannot open the files");
-    }
+/// A file of frames that all have the same length.
+struct FrameFile {
+    std::size_t count;
+    std::size_t frameBytes;
+};
+
+std::vector<std::vector<BYTE>> CodePictures(const Job& job, const char* path) {
+    std::ifstream file(path, std::ios::binary);
     const auto rowBytes = static_cast<std::size_t>(job.width * job.coding->sourceBits / 8);
     const std::size_t above = rowBytes * static_cast<std::size_t>(job.extraLines);
     const std::size_t pictureBytes = rowBytes * static_cast<std::size_t>(job.height);
@@ -75,20 +75,33 @@ int CodeFile(const Job& job, const char* picturesPath, const char* framesPath,
         picture[i] = i % 2 == 0 ? 16 : 128;
     }
     const FrameCoder coder(*job.coding);
-    int count = 0;
-    while (pictures.read(reinterpret_cast<char*>(picture.data() + above),
-                         static_cast<std::streamsize>(pictureBytes))) {
-        const std::vector<BYTE> frame =
-            coder.Code(picture.data(), job.width, job.height + job.extraLines, job.quantScale);
-        frames.write(reinterpret_cast<const char*>(frame.data()),
-                     static_cast<std::streamsize>(frame.size()));
-        sizes << frame.size() << '\n';
-        ++count;
+    std::vector<std::vector<BYTE>> frames;
+    while (file.read(reinterpret_cast<char*>(picture.data() + above),
+                     static_cast<std::streamsize>(pictureBytes))) {
+        frames.push_back(
+            coder.Code(picture.data(), job.width, job.height + job.extraLines, job.quantScale));
     }
-    if (count == 0 || pictures.gcount() != 0 || !frames.flush() || !sizes.flush()) {
-        throw std::runtime_error("no whole pictures, or the frames cannot be written");
+    if (frames.empty() || file.gcount() != 0) {
+        throw std::runtime_error(std::string("no whole number of pictures in ") + path);
     }
-    return count;
+    return frames;
+}
+
+FrameFile WriteFrames(std::vector<std::vector<BYTE>> frames, const char* path) {
+    FrameFile written = {frames.size(), 0};
+    for (const auto& frame : frames) {
+        written.frameBytes = std::max(written.frameBytes, frame.size());
+    }
+    std::ofstream file(path, std::ios::binary);
+    for (auto& frame : frames) {
+        frame.resize(written.frameBytes);
+        file.write(reinterpret_cast<const char*>(frame.data()),
+                   static_cast<std::streamsize>(frame.size()));
+    }
+    if (!file.flush()) {
+        throw std::runtime_error(std::string("cannot write ") + path);
+    }
+    return written;
 }
 
 }  // namespace
@@ -96,7 +109,7 @@ int CodeFile(const Job& job, const char* picturesPath, const char* framesPath,
 
 int main(int count, char** words) {
     using namespace standin;
-    if (count < 6 || count > 8) {
+    if (count < 5 || count > 7) {
         std::fputs(kUsage, stderr);
         for (const Coding& coding : Codings()) {
             std::fprintf(stderr, "  %-16s %s\n", coding.name, SourceName(coding.sourceBits));
@@ -105,7 +118,8 @@ int main(int count, char** words) {
     }
     try {
         const Job job = ReadJob(count, words);
-        std::printf("%s: %d frames\n", words[4], CodeFile(job, words[3], words[4], words[5]));
+        const FrameFile file = WriteFrames(CodePictures(job, words[3]), words[4]);
+        std::printf("%u frames of %u bytes\n", file.count, file.frameBytes);
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "error: %s\n", failure.what());
         return 2;
