@@ -5,7 +5,7 @@
 gallery=(
     "q210    |Rokka Q210 Decoder|Q210|720 576 25/1|v210"
     "zeta    |Rokka Zeta Decoder|QZTA|720 576 25/1|standin zeta"
-    "argb    |Rokka Zeta Decoder, ARGB|QZTA|720 576 25/1|standin zeta-alpha"
+    "argb    |Zeta Decoder, ARGB32|QZTA|720 576 25/1|standin zeta-alpha"
     "zeta2   |Rokka Zeta2 Decoder|QZT2|720 576 25/1|standin zeta2"
     "lossless|Rokka Lossless Decoder|QLLC|720 576 25/1|standin lossless-yuy2"
     "mpeg2   |Rokka MPEG2-Intra Decoder|QMIC|720 576 25/1|mpeg2"
@@ -60,19 +60,19 @@ gallery_note() { # HOW CODING WIDTH HEIGHT FILE SAMPLES
         return
     fi
     if [ "$2" = zeta-alpha ]; then
-        echo "over a checkerboard"
+        echo "on a checkerboard"
         return
     fi
     make_pictures natural "$3" "$4" 25/1 2 zeta "$5.source"
     psnr=$(psnr_of_raw yuyv422 "$3" "$4" "$6" null "$5.source")
-    if [ "$psnr" = inf ]; then echo exact; else echo "$psnr dB"; fi
+    if [ "$psnr" = inf ]; then echo exact; else LC_ALL=C printf '%.1f dB\n' "$psnr"; fi
 }
 
 draw_gallery_tile() { # NUMBER PICTURE TEXT
     local board="color=gray:size=480x360,geq=lum='if(mod(floor(X/20)+floor(Y/20),2),190,110)':cb=128:cr=128"
     printf '%s' "$3" >"$work/gallery-label"
     quiet_ffmpeg -f lavfi -i "$board" -i "$2" -frames:v 1 -update 1 -filter_complex \
-        "[1]scale=480:360[p];[0][p]overlay=format=gbrp,pad=484:392:2:2:0x202020,drawtext=fontfile=$font:fontsize=14:fontcolor=white:x=10:y=369:textfile=$work/gallery-label" \
+        "[1]scale=480:360[p];[0][p]overlay=format=gbrp,pad=484:392:2:2:0x202020,drawtext=fontfile=$font:fontsize=13:fontcolor=white:x=10:y=369:textfile=$work/gallery-label" \
         "$work/gallery-$1.png"
 }
 

@@ -1,13 +1,18 @@
 #include "engines/standin/call_log.h"
 
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
 #include <cstring>
 #include <mutex>
+#include <string_view>
 
 namespace standin {
 namespace {
 
 std::mutex mutex;
 Call calls[kPurposes];
+std::atomic<DWORD> countedCalls[kPurposes];
 
 const char* const kPurposeNames[kPurposes] = {"probe", "decode", "encode"};
 
@@ -29,13 +34,24 @@ constexpr DWORD kForeignMagic = 0x19930520;
 Action ActionFor(Purpose purpose) {
     char value[64];
     const DWORD length = GetEnvironmentVariableA(kMisbehave, value, sizeof(value));
-    const std::size_t nameLength = std::strlen(kPurposeNames[purpose]);
-    if (length == 0 || length >= sizeof(value) || length <= nameLength ||
-        std::memcmp(value, kPurposeNames[purpose], nameLength) != 0 || value[nameLength] != ':') {
+    if (length == 0 || length >= sizeof(value)) {
         return Action::kNone;
     }
+    const std::string_view text(value, length);
+    const std::size_t colon = text.find(':');
+    if (colon == text.npos || text.substr(0, colon) != kPurposeNames[purpose]) {
+        return Action::kNone;
+    }
+    const std::size_t slash = std::min(text.find('/'), text.size());
+    if (slash < text.size()) {
+        const auto every = static_cast<DWORD>(std::atoi(value + slash + 1));
+        if (every == 0 || ++countedCalls[purpose] % every != 0) {
+            return Action::kNone;
+        }
+    }
+    const std::string_view name = text.substr(colon + 1, slash - colon - 1);
     for (const ActionName& known : kActions) {
-        if (std::strcmp(known.name, value + nameLength + 1) == 0) {
+        if (known.name == name) {
             return known.action;
         }
     }

@@ -31,8 +31,8 @@ using MpegIntraEncodeEntry = LONG(__cdecl*)(const BYTE* source, LONG stride, LON
                                             LONG height, LONG quantScale, BYTE* output,
                                             DWORD capacity);
 
-/// The environment variable that makes an entry misbehave: "PURPOSE:ACTION", with PURPOSE "probe",
-/// "decode" or "encode", and ACTION one of
+/// The environment variable that makes an entry misbehave: "PURPOSE:ACTION" at every call or
+/// "PURPOSE:ACTION/N" at every Nth, with PURPOSE "probe", "decode" or "encode", and ACTION one of
 ///     access      writes to address 0
 ///     divide      divides by 0
 ///     throw       raises another compiler's C++ exception

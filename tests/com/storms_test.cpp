@@ -96,6 +96,7 @@ TEST_F(ManyGraphs, AHundredGraphsAtOnceEachGiveTheirOwnPictures) {
     constexpr std::size_t kGraphs = 100;
     constexpr std::size_t kThreads = 4;
     constexpr int kFrames = 5;
+    const EngineSearch engines;
     const std::vector<FilterUnderTest>& rows = CatalogueUnderTest();
     std::vector<std::unique_ptr<FilterRig>> rigs;
     for (std::size_t i = 0; i < kGraphs; ++i) {
