@@ -32,7 +32,7 @@ StreamCount Stream::Join() {
 void Stream::RunGraphs(const std::atomic<bool>& go) {
     CoInitializeEx(nullptr, COINIT_MULTITHREADED);
     while (go) {
-        RunOneGraph(count_.graphs, go);
+        RunOneGraph(static_cast<std::size_t>(count_.graphs), go);
         ++count_.graphs;
     }
     CoUninitialize();
@@ -79,7 +79,8 @@ void Stream::RunOneGraph(std::size_t graph, const std::atomic<bool>& go) {
 
 void Stream::Check(std::size_t format, std::uint64_t number, IMediaSample* sample) {
     ++count_.arrived;
-    std::uint32_t& known = checksums_[format][number % plan_.frames.size()];
+    std::uint32_t& known =
+        checksums_[format][static_cast<std::size_t>(number) % plan_.frames.size()];
     const std::uint32_t found = Checksum(sample);
     known = known ? known : found;
     count_.wrong += known != found ? 1 : 0;

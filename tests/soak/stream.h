@@ -48,7 +48,7 @@ class Stream {
 
   private:
     void RunGraphs(const std::atomic<bool>& go);
-    void RunOneGraph(std::size_t format, const std::atomic<bool>& go);
+    void RunOneGraph(std::size_t graph, const std::atomic<bool>& go);
     void Check(std::size_t format, std::uint64_t number, IMediaSample* sample);
 
     StreamPlan plan_;
