@@ -62,6 +62,10 @@ std::vector<BYTE> DvHdSample(const Picture& picture) {
     return PlainDvFrame(fifty ? 576000 : 480000, fifty, kSignalHd1080, true);
 }
 
+std::vector<BYTE> GreyPicture(const Picture& picture) {
+    return std::vector<BYTE>(static_cast<std::size_t>(2 * picture.width * picture.height), 128);
+}
+
 const CLSID& ClassOfDecoder(DWORD fourcc) {
     for (const ModuleClass& entry : ModuleClasses()) {
         if (!entry.isCompressor &&
@@ -102,6 +106,23 @@ FilterUnderTest ZetaRow(const char* name, WORD bits,
     row.pixelAspect = {648, 640};
     row.wide = {352, 240};
     row.narrow = {320, 240};
+    return row;
+}
+
+/// The encoder, from 4:2:2 pictures. Its rules for types and sizes have tests of their own.
+FilterUnderTest ZetaEncoderRow() {
+    FilterUnderTest row = ZetaRow("ZetaEncoder", 24, GreyPicture);
+    row.role = Role::kEncoder;
+    for (const ModuleClass& entry : ModuleClasses()) {
+        if (entry.isCompressor) {
+            row.clsid = entry.clsid;
+        }
+    }
+    row.inputFourCC = FourCC("YUY2");
+    row.inputBitCount = 16;
+    row.outputs = {{FourCCSubtype(FourCC("QZTA")), 24, FourCC("QZTA")}};
+    row.carriesInfoChunk = false;
+    row.frameSize = FrameSize::kOfTheType;
     return row;
 }
 
@@ -167,6 +188,7 @@ const std::vector<FilterUnderTest>& CatalogueUnderTest() {
         MpegIntraRow(),
         Decoder("Zeta2Decoder", FourCC("QZT2"), 24, Zeta2Sample),
         Q210Row(),
+        ZetaEncoderRow(),
     };
     return rows;
 }
