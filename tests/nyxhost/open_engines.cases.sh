@@ -90,5 +90,13 @@ frame=$((720 * 576 * 2))
 holds "the damage is seen" test "$(cmp whole samples 2>&1 | wc -l)" = 1
 holds "the next frame is whole" cmp -s -i $frame whole samples
 
+# Two graphs at once in two threads, again and again, need no more memory than at first.
+for clip in open-DV25-625.dv mpeg-720x576-608.avi; do
+    run 0 bench "$clip" --format yuy2 --repeat 100 --graphs 2
+    says "beside it: 200 frames"
+    grown=$(sed -n 's/^memory: .*, \([-+][0-9.]*\) MB since.*/\1/p' <<<"$said")
+    holds "$clip: memory stays, $grown MB" awk "BEGIN { exit !($grown < 4) }"
+done
+
 unset NYX_OPEN_ENGINES
 use_no_engines

@@ -153,6 +153,9 @@ void AddEncodeCommand(CLI::App& app, Action& action) {
     auto options = std::make_shared<EncodeOptions>();
     CLI::App* command = app.add_subcommand(
         "encode", "Encode a clip of pictures through a filter graph with the Zeta encoder");
+    command->footer(
+        "Zeta is what the module encodes in graphs. DV frames come from its codec interface alone, "
+        "for which it offers no encoder filter.");
     command
         ->add_option("input", options->input,
                      "An AVI file of uncompressed pictures, or with --size raw pictures")
