@@ -99,6 +99,7 @@ TEST_F(Registration, TheMapperProposesAFilterForItsStreamsAndNoOther) {
 
 TEST_F(Registration, RegisteredFiltersAreCreatedBySystemMeans) {
     ASSERT_EQ(Module().RegisterServer(), S_OK);
+    const EngineSearch engines;
     for (const FilterUnderTest& row : CatalogueUnderTest()) {
         ComPtr<IBaseFilter> filter;
         EXPECT_EQ(CoCreateInstance(row.clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IBaseFilter,
@@ -110,6 +111,7 @@ TEST_F(Registration, RegisteredFiltersAreCreatedBySystemMeans) {
 
 TEST_F(Registration, AGraphPutsTheDecoderBetweenSourceAndSinkByItself) {
     ASSERT_EQ(Module().RegisterServer(), S_OK);
+    const EngineSearch engines;
     for (const FilterUnderTest& row : DecodersUnderTest()) {
         const auto source = MakeCom<TestSource>();
         const auto sink = MakeCom<TestSink>();
