@@ -77,7 +77,8 @@ HRESULT OfferEncoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position
         // encoder.
         header.biSizeImage,
         DefaultFieldOrder(header.biWidth, header.biHeight, duration),
-        PictureAspectOf(header.biWidth, header.biHeight, pixel.x, pixel.y),
+        // Of the picture as it comes: a top-down one has a negative height, here too.
+        PictureAspectOf(picture->biWidth, picture->biHeight, pixel.x, pixel.y),
         false,
     };
     return FillOfferedType(offer, kForms[position], type);

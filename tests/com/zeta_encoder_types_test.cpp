@@ -18,16 +18,16 @@ struct Stream {
     DWORD aspectY;
 };
 
-/// Every size that the format knows.
+/// Every size that the format knows. A top-down picture's negative height shows in its aspect.
 const Stream kStreams[] = {
     {{1920, 1080, 400000, Block::kVideoInfo}, kTopFirst, 16, 9},
-    {{1920, -1080, 333666, Block::kVideoInfo2}, kTopFirst, 16, 9},
+    {{1920, -1080, 333666, Block::kVideoInfo2}, kTopFirst, 16, static_cast<DWORD>(-9)},
     {{1440, 1080, 333666, Block::kVideoInfo2}, kTopFirst, 16, 9},
     {{1280, 1080, 400000, Block::kVideoInfo}, kTopFirst, 16, 9},
     {{1280, 720, 333666, Block::kVideoInfo}, 0, 16, 9},
     {{960, 720, 200000, Block::kVideoInfo2}, 0, 16, 9},
     {{720, 576, 400000, Block::kVideoInfo}, kBottomFirst, 4, 3},
-    {{720, -576, 400000, Block::kVideoInfo}, kBottomFirst, 4, 3},
+    {{720, -576, 400000, Block::kVideoInfo}, kBottomFirst, 4, static_cast<DWORD>(-3)},
     {{720, 576, 333667, Block::kVideoInfo2}, 0, 4, 3},
     {{720, 486, 333666, Block::kVideoInfo}, kTopFirst, 4, 3},
     {{720, 480, 333666, Block::kVideoInfo}, kBottomFirst, 27, 20},
