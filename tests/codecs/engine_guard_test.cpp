@@ -12,6 +12,7 @@
 
 #include "codecs/row_callbacks.h"
 #include "tests/codecs/standin_engines.h"
+#include "tests/support/private_bytes.h"
 
 namespace nyx {
 namespace {

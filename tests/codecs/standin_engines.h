@@ -5,8 +5,6 @@
 
 #include <windows.h>
 
-#include <psapi.h>
-
 #include <string>
 
 #include "engines/standin/standin.h"
@@ -44,15 +42,6 @@ class Misbehaviour {
     Misbehaviour(const Misbehaviour&) = delete;
     Misbehaviour& operator=(const Misbehaviour&) = delete;
 };
-
-/// Memory that is this process's alone: what leaks shows here. Some runtimes leave PrivateUsage at
-/// 0; this older field counts the same.
-inline std::size_t PrivateBytes() {
-    PROCESS_MEMORY_COUNTERS counters = {};
-    counters.cb = sizeof(counters);
-    GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof(counters));
-    return counters.PagefileUsage;
-}
 
 inline bool IsLoaded(const wchar_t* library) {
     return GetModuleHandleW(library) != nullptr;

@@ -7,6 +7,7 @@
 
 #include "codecs/row_callbacks.h"
 #include "tests/codecs/engine_codec_support.h"
+#include "tests/support/private_bytes.h"
 
 namespace nyx {
 namespace {

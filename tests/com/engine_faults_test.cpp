@@ -5,6 +5,8 @@
 #include "tests/support/com_test.h"
 #include "tests/support/filter_rig.h"
 #include "tests/support/heap_blocks.h"
+#include "tests/support/open_handles.h"
+#include "tests/support/private_bytes.h"
 
 namespace nyx::test {
 namespace {
@@ -34,12 +36,6 @@ Outcome PushFrames(FilterRig* rig, int frames) {
         ++(result == S_OK ? outcome.decoded : result == E_FAIL ? outcome.failed : outcome.others);
     }
     return outcome;
-}
-
-DWORD OpenHandles() {
-    DWORD count = 0;
-    GetProcessHandleCount(GetCurrentProcess(), &count);
-    return count;
 }
 
 TEST_P(EngineFaults, CostTheirOwnFrameOnlyAndLeaveNothingBehindInAnyThread) {

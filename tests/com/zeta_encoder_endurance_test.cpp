@@ -3,6 +3,7 @@
 
 #include "tests/com/zeta_encoder_fixture.h"
 #include "tests/support/open_handles.h"
+#include "tests/support/private_bytes.h"
 
 namespace nyx::test {
 namespace {

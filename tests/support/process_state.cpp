@@ -2,21 +2,14 @@
 
 #include <winternl.h>
 
-#include <psapi.h>
 #include <tlhelp32.h>
 
 #include "tests/support/heap_blocks.h"
 #include "tests/support/open_handles.h"
+#include "tests/support/private_bytes.h"
 
 namespace nyx::test {
 namespace {
-
-std::size_t CommittedBytes() {
-    PROCESS_MEMORY_COUNTERS counters = {};
-    counters.cb = sizeof(counters);
-    GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof(counters));
-    return counters.PagefileUsage;
-}
 
 /// The process's own entries of the table of GDI objects, which every 32-bit process maps.
 DWORD CountGdiObjects() {
@@ -61,7 +54,7 @@ DWORD CountThreads() {
 }  // namespace
 
 ProcessState ReadProcessState() {
-    return {CommittedBytes(), LiveHeapBlocks(), OpenHandles(), CountGdiObjects(), CountThreads()};
+    return {PrivateBytes(), LiveHeapBlocks(), OpenHandles(), CountGdiObjects(), CountThreads()};
 }
 
 }  // namespace nyx::test
