@@ -5,6 +5,7 @@
 #include "avi_writer.h"
 #include "commands.h"
 #include "console.h"
+#include "input_file.h"
 #include "interrupt.h"
 #include "number_options.h"
 #include "text.h"
@@ -64,44 +65,32 @@ std::vector<BYTE> InfoChunk(const FrameNote& note) {
 class RawFrames {
   public:
     RawFrames(const std::string& path, LONG frameBytes)
-        : path_(path),
-          frameBytes_(frameBytes),
-          file_(CreateFileW(Wide(path).c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)) {
-        if (file_ == INVALID_HANDLE_VALUE) {
-            throw Failure(ExitCode::kInput,
-                          "cannot open " + path + ": " + ResultText(LastResult()));
-        }
-        LARGE_INTEGER size{};
-        GetFileSizeEx(file_, &size);
-        count_ = size.QuadPart / frameBytes;
-        if (count_ == 0 || size.QuadPart % frameBytes != 0) {
-            CloseHandle(file_);
+        : path_(path), frameBytes_(frameBytes), file_(path) {
+        const long long size = file_.Size();
+        count_ = size / frameBytes;
+        if (count_ == 0 || size % frameBytes != 0) {
             throw Failure(ExitCode::kInput,
                           path + Format(" has %lld bytes, which is no whole number of frames of "
                                         "%ld bytes",
-                                        size.QuadPart, frameBytes));
+                                        size, frameBytes));
         }
     }
-    ~RawFrames() { CloseHandle(file_); }
-    RawFrames(const RawFrames&) = delete;
-    RawFrames& operator=(const RawFrames&) = delete;
 
     long long Count() const { return count_; }
 
     void ReadNext(BYTE* out) {
-        DWORD read = 0;
-        if (ReadFile(file_, out, static_cast<DWORD>(frameBytes_), &read, nullptr) == FALSE ||
-            read != static_cast<DWORD>(frameBytes_)) {
+        if (!file_.ReadAt(at_, out, static_cast<DWORD>(frameBytes_))) {
             throw Failure(ExitCode::kInput, "cannot read " + path_);
         }
+        at_ += frameBytes_;
     }
 
   private:
     std::string path_;
     LONG frameBytes_;
-    HANDLE file_;
+    InputFile file_;
     long long count_ = 0;
+    long long at_ = 0;
 };
 
 BITMAPINFOHEADER MakeHeader(const WrapOptions& options, std::size_t largestFrame) {
