@@ -17,14 +17,16 @@ struct GuardFrame {
     void* landing[5];  // __builtin_setjmp's buffer: frame pointer, resume address, stack pointer
 };
 
-constexpr unsigned long kChainOffset = 0;  // of the chain's head in the thread's block at FS
-
+/// The chain's head is the first word of the thread's block at FS. The header's intrinsics for it
+/// tell the compiler of a store through a null pointer, which it may leave out.
 EXCEPTION_REGISTRATION_RECORD* ChainHead() {
-    return reinterpret_cast<EXCEPTION_REGISTRATION_RECORD*>(__readfsdword(kChainOffset));
+    EXCEPTION_REGISTRATION_RECORD* head;
+    asm volatile("movl %%fs:0, %0" : "=r"(head) : : "memory");
+    return head;
 }
 
 void SetChainHead(EXCEPTION_REGISTRATION_RECORD* head) {
-    __writefsdword(kChainOffset, reinterpret_cast<DWORD>(head));
+    asm volatile("movl %0, %%fs:0" : : "r"(head) : "memory");
 }
 
 bool IsOurs(DWORD code) {

@@ -77,8 +77,15 @@ HRESULT GuardedFault(Fault fault) {
     return Guarded([fault] { fault(); });
 }
 
+// Not by the header's intrinsics: they write through a null pointer, which may be left out.
 DWORD ChainHead() {
-    return __readfsdword(0);
+    DWORD head;
+    asm volatile("movl %%fs:0, %0" : "=r"(head) : : "memory");
+    return head;
+}
+
+void SetChainHead(const void* head) {
+    asm volatile("movl %0, %%fs:0" : : "r"(head) : "memory");
 }
 
 TEST(Guard, AnswersEveryKindOfFaultWithFailure) {
@@ -196,9 +203,9 @@ DWORD SeenByHost(Call call, HRESULT* result) {
     HostFrame frame = {};
     frame.registration.Handler = reinterpret_cast<PEXCEPTION_ROUTINE>(&NoteAndContinue);
     frame.registration.Next = reinterpret_cast<EXCEPTION_REGISTRATION_RECORD*>(ChainHead());
-    __writefsdword(0, reinterpret_cast<DWORD>(&frame));
+    SetChainHead(&frame);
     *result = Guarded(call);
-    __writefsdword(0, reinterpret_cast<DWORD>(frame.registration.Next));
+    SetChainHead(frame.registration.Next);
     return frame.code;
 }
 
@@ -257,11 +264,11 @@ __attribute__((noinline)) void OverflowUnderHost(DWORD* seen) {
     frame->registration.Handler = reinterpret_cast<PEXCEPTION_ROUTINE>(&LandInHost);
     frame->registration.Next = reinterpret_cast<EXCEPTION_REGISTRATION_RECORD*>(ChainHead());
     if (__builtin_setjmp(frame->landing) == 0) {
-        __writefsdword(0, reinterpret_cast<DWORD>(&frame->registration));
+        SetChainHead(&frame->registration);
         volatile LONG depth = 0;
         Guarded([&] { Recurse(&depth); });
     }
-    __writefsdword(0, reinterpret_cast<DWORD>(frame->registration.Next));
+    SetChainHead(frame->registration.Next);
     *seen = frame->code;
 }
 
