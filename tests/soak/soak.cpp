@@ -28,8 +28,8 @@ void SampleEverySecond(int seconds, std::FILE* csv) {
     }
 }
 
-/// Keeps the stand-in engines loaded: the runtime that they are built with leaves two handles open
-/// each time that it is unloaded before its thread ends, which is no fault of the module's.
+/// Keeps the stand-in engines loaded: the runtime that they are built with leaves two handles of
+/// each other thread open when it is unloaded before them, which is no fault of the module's.
 void KeepEngines() {
     for (const wchar_t* engine : {L"rkzcore.dll", L"rkzalpha.dll", L"rkz2core.dll", L"rkllc.dll",
                                   L"rkm2vi01.dll", L"rkdvh.dll"}) {
