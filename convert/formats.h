@@ -36,7 +36,6 @@ struct PixelFormat {
     FormatKind kind;
     LONG bitsPerChannel;
     LONG bytesPerPixel;
-    const char* channels;  ///< in memory order, or from bit 0 on where channels are packed
 };
 
 /// The row of a FourCC, or null when it is not one of the library's formats.

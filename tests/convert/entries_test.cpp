@@ -6,329 +6,225 @@
 #include "convert/conversion_groups.h"
 #include "tests/convert/pairs.h"
 #include "tests/convert/picture.h"
-#include "tests/convert/reference.h"
 
 namespace nyx::test {
 namespace {
 
-constexpr LONG kWidth = 12;
 constexpr LONG kHeight = 2;
 
-/// A valid request that a test spoils.
-struct FromYuvCall {
-    DWORD sourceFourCC = kYuy2;
-    DWORD sourceFlags = kYuvBt601;
-    bool sourceAlpha = false;
+enum class Missing { kNothing, kImage, kImageData };
+
+/// A valid request of either direction that a test spoils.
+struct Call {
+    DWORD yuv = kYuy2;
+    DWORD rgb = kBgra;
+    DWORD yuvFlags = kYuvBt601;
+    DWORD rgbFlags = kRgbFullRange;
+    bool alphaPlane = false;
     LONG sourceAlphaMode = 0;
-    DWORD destinationFourCC = kBgra;
-    DWORD destinationFlags = kRgbFullRange;
     LONG destinationAlphaMode = 0;
-    LONG width = kWidth;
+    LONG width = 12;
     LONG height = kHeight;
-    bool nullSource = false;
-    bool nullSourceData = false;
-    bool nullDestination = false;
-    bool nullDestinationData = false;
-
-    /// The result; a failure must leave the destination as it was.
-    HRESULT Run() const {
-        Picture source(kWidth * 4, kHeight);
-        Picture alpha(kWidth, kHeight);
-        Picture destination(kWidth * 8, kHeight);
-        ImagePlane in = *source.plane();
-        ImagePlane out = *destination.plane();
-        in.data = nullSourceData ? nullptr : in.data;
-        out.data = nullDestinationData ? nullptr : out.data;
-        const HRESULT result = ConvertFromYuv(
-            nullSource ? nullptr : &in, sourceAlpha ? alpha.plane() : nullptr, sourceFourCC,
-            sourceFlags, sourceAlphaMode, nullDestination ? nullptr : &out, destinationFourCC,
-            destinationFlags, destinationAlphaMode, width, height);
-        EXPECT_EQ(destination.Untouched(), FAILED(result));
-        return result;
-    }
+    Missing source = Missing::kNothing;
+    Missing destination = Missing::kNothing;
 };
 
-struct ToYuvCall {
-    DWORD sourceFourCC = kBgra;
-    DWORD sourceFlags = kRgbFullRange;
-    DWORD destinationFourCC = kYuy2;
-    DWORD destinationFlags = kYuvBt601;
-    bool destinationAlpha = false;
-    LONG alphaMode = 0;
-    LONG width = kWidth;
-    LONG height = kHeight;
-    bool nullSource = false;
-    bool nullSourceData = false;
-    bool nullDestination = false;
-    bool nullDestinationData = false;
-
-    HRESULT Run() const {
-        Picture source(kWidth * 8, kHeight);
-        Picture destination(kWidth * 4, kHeight);
-        Picture alpha(kWidth, kHeight);
-        ImagePlane in = *source.plane();
-        ImagePlane out = *destination.plane();
-        in.data = nullSourceData ? nullptr : in.data;
-        out.data = nullDestinationData ? nullptr : out.data;
-        const HRESULT result = ConvertToYuv(
-            nullSource ? nullptr : &in, sourceFourCC, sourceFlags, nullptr,
-            nullDestination ? nullptr : &out, destinationAlpha ? alpha.plane() : nullptr,
-            destinationFourCC, destinationFlags, alphaMode, width, height);
-        EXPECT_EQ(destination.Untouched() && alpha.Untouched(), FAILED(result));
-        return result;
-    }
-};
-
-template <class Call, class Spoil>
-HRESULT With(Spoil spoil) {
-    Call call;
-    spoil(call);
-    return call.Run();
+/// The plane of `picture` as a faulty caller passes it.
+const ImagePlane* PlaneOf(const Picture& picture, Missing missing, ImagePlane* plane) {
+    *plane = *picture.plane();
+    plane->data = missing == Missing::kImageData ? nullptr : plane->data;
+    return missing == Missing::kImage ? nullptr : plane;
 }
 
-template <class Spoil>
-HRESULT FromYuvWith(Spoil spoil) {
-    return With<FromYuvCall>(spoil);
+/// Both results must leave the destination as it was when they are failures.
+HRESULT FromYuv(const Call& c) {
+    Picture source(12 * 4, kHeight);
+    Picture alpha(12, kHeight);
+    Picture destination(12 * 8, kHeight);
+    ImagePlane in, out;
+    const HRESULT result = ConvertFromYuv(
+        PlaneOf(source, c.source, &in), c.alphaPlane ? alpha.plane() : nullptr, c.yuv, c.yuvFlags,
+        c.sourceAlphaMode, PlaneOf(destination, c.destination, &out), c.rgb, c.rgbFlags,
+        c.destinationAlphaMode, c.width, c.height);
+    EXPECT_EQ(destination.Untouched(), FAILED(result));
+    return result;
 }
 
-template <class Spoil>
-HRESULT ToYuvWith(Spoil spoil) {
-    return With<ToYuvCall>(spoil);
+HRESULT ToYuv(const Call& c) {
+    Picture source(12 * 8, kHeight);
+    Picture destination(12 * 4, kHeight);
+    Picture alpha(12, kHeight);
+    ImagePlane in, out;
+    const HRESULT result = ConvertToYuv(PlaneOf(source, c.source, &in), c.rgb, c.rgbFlags, nullptr,
+                                        PlaneOf(destination, c.destination, &out),
+                                        c.alphaPlane ? alpha.plane() : nullptr, c.yuv, c.yuvFlags,
+                                        c.sourceAlphaMode, c.width, c.height);
+    EXPECT_EQ(destination.Untouched() && alpha.Untouched(), FAILED(result));
+    return result;
 }
 
 TEST(ColourFlags, CombineToOneCode) {
-    EXPECT_EQ(ResolveColourFlags(0, 0), 0);
-    EXPECT_EQ(ResolveColourFlags(1, 0), 1);
-    EXPECT_EQ(ResolveColourFlags(0, 2), 2);
-    EXPECT_EQ(ResolveColourFlags(1, 2), 3);
-    EXPECT_EQ(ResolveColourFlags(2, 0), 0);
-    EXPECT_EQ(ResolveColourFlags(3, 2), 3);
-    EXPECT_EQ(ResolveColourFlags(0xFFFFFFFF, 2), 3);
-    for (DWORD yuv : {1u, 3u, 4u, 0x80000002u, 0xFFFFFFFFu}) {
-        EXPECT_EQ(ResolveColourFlags(1, yuv), -1) << yuv;
+    struct Case {
+        DWORD rgb, yuv;
+        int code;
+    };
+    constexpr Case kCases[] = {
+        {0, 0, 0},          {1, 0, 1},  {0, 2, 2},  {1, 2, 3},  {2, 0, 0},           {3, 2, 3},
+        {0xFFFFFFFF, 2, 3}, {1, 1, -1}, {1, 3, -1}, {1, 4, -1}, {1, 0x80000002, -1},
+    };
+    for (const Case& c : kCases) {
+        EXPECT_EQ(ResolveColourFlags(c.rgb, c.yuv), c.code) << c.rgb << " and " << c.yuv;
     }
 }
 
-TEST(ConvertFromYuv, AcceptsEveryPairAndNoOther) {
-    for (const PixelFormat* source : {FindPixelFormat(kYuy2), FindPixelFormat(kW210)}) {
-        for (DWORD rgb : kRgbFormats) {
-            EXPECT_EQ(FromYuvWith([&](FromYuvCall& c) {
-                          c.sourceFourCC = source->fourcc;
-                          c.destinationFourCC = rgb;
-                      }),
-                      S_OK)
-                << Name(rgb);
-        }
-    }
-    for (DWORD wrong : {DWORD{0}, FourCC("UYVY"), kBgra, k48rl}) {
-        EXPECT_EQ(FromYuvWith([&](FromYuvCall& c) { c.sourceFourCC = wrong; }), E_INVALIDARG);
-    }
-    for (DWORD wrong : {DWORD{0}, FourCC("BGR4"), kYuy2, kW210}) {
-        EXPECT_EQ(FromYuvWith([&](FromYuvCall& c) { c.destinationFourCC = wrong; }), E_INVALIDARG);
-    }
-}
-
-TEST(ConvertFromYuv, RejectsColourFlagsOfTheYuvSideOtherThanTheTwo) {
-    for (DWORD flags : {1u, 3u, 6u}) {
-        EXPECT_EQ(FromYuvWith([&](FromYuvCall& c) { c.sourceFlags = flags; }), E_INVALIDARG);
-    }
-}
-
-TEST(ConvertFromYuv, EightBitOutputsTakeAnAlphaPlaneInStraightModesOnly) {
-    for (DWORD rgb : kRgb8Formats) {
-        for (LONG modes = 0; modes < 4; ++modes) {
-            const auto call = [&](bool plane) {
-                return FromYuvWith([&](FromYuvCall& c) {
-                    c.destinationFourCC = rgb;
-                    c.sourceAlpha = plane;
-                    c.sourceAlphaMode = modes & 1;
-                    c.destinationAlphaMode = modes >> 1;
-                });
-            };
-            EXPECT_EQ(call(true), modes == 0 ? S_OK : E_INVALIDARG) << Name(rgb) << modes;
-            EXPECT_EQ(call(false), S_OK) << Name(rgb) << modes;
-        }
-    }
-}
-
-TEST(ConvertFromYuv, DeepOutputsTakeAllFourPairsOfModesAndNoFurther) {
-    for (DWORD rgb : kDeepFormats) {
-        for (LONG source : {-1, 0, 1, 2}) {
-            for (LONG destination : {-1, 0, 1, 2}) {
-                const bool known = (source & ~1) == 0 && (destination & ~1) == 0;
-                EXPECT_EQ(FromYuvWith([&](FromYuvCall& c) {
-                              c.destinationFourCC = rgb;
-                              c.sourceAlpha = true;
-                              c.sourceAlphaMode = source;
-                              c.destinationAlphaMode = destination;
-                          }),
-                          known ? S_OK : E_INVALIDARG)
-                    << Name(rgb);
-            }
-        }
-    }
-}
-
-TEST(ConvertFromYuv, MissingPlanesAreAPointerFault) {
-    EXPECT_EQ(FromYuvWith([](FromYuvCall& c) { c.nullSource = true; }), E_POINTER);
-    EXPECT_EQ(FromYuvWith([](FromYuvCall& c) { c.nullSourceData = true; }), E_POINTER);
-    EXPECT_EQ(FromYuvWith([](FromYuvCall& c) { c.nullDestination = true; }), E_POINTER);
-    EXPECT_EQ(FromYuvWith([](FromYuvCall& c) { c.nullDestinationData = true; }), E_POINTER);
-}
-
-TEST(ConvertFromYuv, TheCombinationIsCheckedBeforeThePlanes) {
-    EXPECT_EQ(FromYuvWith([](FromYuvCall& c) {
-                  c.nullSource = true;
-                  c.sourceFlags = 1;
-              }),
-              E_INVALIDARG);
-    EXPECT_EQ(FromYuvWith([](FromYuvCall& c) {
-                  c.nullDestination = true;
-                  c.destinationFourCC = 0;
-              }),
-              E_INVALIDARG);
-}
-
-TEST(ConvertFromYuv, SizesWithoutPairsOrRowsAreRefused) {
-    for (LONG width : {0, -2, 1, 3, 11}) {
-        EXPECT_EQ(FromYuvWith([&](FromYuvCall& c) { c.width = width; }), E_INVALIDARG) << width;
-    }
-    for (LONG height : {0, -1}) {
-        EXPECT_EQ(FromYuvWith([&](FromYuvCall& c) { c.height = height; }), E_INVALIDARG);
-    }
-}
-
-TEST(ConvertToYuv, AcceptsEveryPairAndNoOther) {
+TEST(Convert, TakesEveryPairInEveryColourCode) {
     for (DWORD yuv : kYuvFormats) {
         for (DWORD rgb : kRgbFormats) {
             for (DWORD code = 0; code < 4; ++code) {
-                EXPECT_EQ(ToYuvWith([&](ToYuvCall& c) {
-                              c.sourceFourCC = rgb;
-                              c.destinationFourCC = yuv;
-                              c.sourceFlags = code & 1;
-                              c.destinationFlags = code & 2;
-                          }),
-                          S_OK)
-                    << Name(rgb);
+                Call call;
+                call.yuv = yuv;
+                call.rgb = rgb;
+                call.yuvFlags = code & 2;
+                call.rgbFlags = code & 1;
+                EXPECT_EQ(FromYuv(call), S_OK) << Name(yuv) << Name(rgb);
+                EXPECT_EQ(ToYuv(call), S_OK) << Name(yuv) << Name(rgb);
             }
         }
     }
-    EXPECT_EQ(ToYuvWith([](ToYuvCall& c) { c.sourceFourCC = kYuy2; }), E_INVALIDARG);
-    EXPECT_EQ(ToYuvWith([](ToYuvCall& c) { c.sourceFourCC = 0; }), E_INVALIDARG);
-    EXPECT_EQ(ToYuvWith([](ToYuvCall& c) { c.destinationFourCC = kBgra; }), E_INVALIDARG);
-    EXPECT_EQ(ToYuvWith([](ToYuvCall& c) { c.destinationFlags = 1; }), E_INVALIDARG);
 }
 
-TEST(ConvertToYuv, FaultsAreFoundInTheSameOrder) {
-    EXPECT_EQ(ToYuvWith([](ToYuvCall& c) { c.nullSource = true; }), E_POINTER);
-    EXPECT_EQ(ToYuvWith([](ToYuvCall& c) { c.nullSourceData = true; }), E_POINTER);
-    EXPECT_EQ(ToYuvWith([](ToYuvCall& c) { c.nullDestination = true; }), E_POINTER);
-    EXPECT_EQ(ToYuvWith([](ToYuvCall& c) { c.nullDestinationData = true; }), E_POINTER);
-    EXPECT_EQ(ToYuvWith([](ToYuvCall& c) {
-                  c.nullSource = true;
-                  c.sourceFourCC = 0;
-              }),
-              E_INVALIDARG);
-    EXPECT_EQ(ToYuvWith([](ToYuvCall& c) { c.width = 7; }), E_INVALIDARG);
-    EXPECT_EQ(ToYuvWith([](ToYuvCall& c) { c.height = 0; }), E_INVALIDARG);
-}
-
-TEST(ConvertToYuv, AnUnknownAlphaModeCountsOnlyWithAnAlphaPlane) {
-    EXPECT_EQ(ToYuvWith([](ToYuvCall& c) { c.alphaMode = 2; }), S_OK);
-    EXPECT_EQ(ToYuvWith([](ToYuvCall& c) {
-                  c.alphaMode = 2;
-                  c.destinationAlpha = true;
-              }),
-              E_INVALIDARG);
-    EXPECT_EQ(ToYuvWith([](ToYuvCall& c) {
-                  c.alphaMode = 1;
-                  c.destinationAlpha = true;
-              }),
-              S_OK);
-}
-
-TEST(KernelGroups, TakeTheThirdMatrixAndRefuseUnknownOnes) {
-    Picture source(kWidth * 2, kHeight);
-    Picture destination(kWidth * 4, kHeight);
-    YuvToRgbRequest from{source.plane(), nullptr, kYuy2, 0, destination.plane(), kBgra, 0, 0, 4,
-                         kWidth,         kHeight};
-    RgbToYuvRequest to{destination.plane(),
-                       nullptr,
-                       kBgra,
-                       source.plane(),
-                       nullptr,
-                       kYuy2,
-                       0,
-                       0,
-                       4,
-                       kWidth,
-                       kHeight};
-    EXPECT_EQ(RunYuvToRgb(GetCpuInfo(), from), S_OK);
-    EXPECT_EQ(RunRgbToYuv(GetCpuInfo(), to), S_OK);
-    for (LONG matrix : {-1, 0, 1, 5}) {
-        from.matrix = to.matrix = matrix;
-        EXPECT_EQ(RunYuvToRgb(GetCpuInfo(), from), E_INVALIDARG);
-        EXPECT_EQ(RunRgbToYuv(GetCpuInfo(), to), E_INVALIDARG);
+TEST(Convert, RefusesFaultyRequestsCombinationFirst) {
+    struct Case {
+        const char* name;
+        HRESULT result;
+        void (*spoil)(Call&);
+    };
+    constexpr Missing kImage = Missing::kImage;
+    const Case cases[] = {
+        {"no YUV code", E_INVALIDARG, [](Call& c) { c.yuv = 0; }},
+        {"another YUV layout", E_INVALIDARG, [](Call& c) { c.yuv = FourCC("UYVY"); }},
+        {"RGB as YUV", E_INVALIDARG, [](Call& c) { c.yuv = kBgra; }},
+        {"deep RGB as YUV", E_INVALIDARG, [](Call& c) { c.yuv = k48rl; }},
+        {"no RGB code", E_INVALIDARG, [](Call& c) { c.rgb = 0; }},
+        {"another RGB layout", E_INVALIDARG, [](Call& c) { c.rgb = FourCC("BGR4"); }},
+        {"8-bit YUV as RGB", E_INVALIDARG, [](Call& c) { c.rgb = kYuy2; }},
+        {"10-bit YUV as RGB", E_INVALIDARG, [](Call& c) { c.rgb = kW210; }},
+        {"YUV flags 1", E_INVALIDARG, [](Call& c) { c.yuvFlags = 1; }},
+        {"YUV flags 6", E_INVALIDARG, [](Call& c) { c.yuvFlags = 6; }},
+        {"no source", E_POINTER, [](Call& c) { c.source = kImage; }},
+        {"no source data", E_POINTER, [](Call& c) { c.source = Missing::kImageData; }},
+        {"no destination", E_POINTER, [](Call& c) { c.destination = kImage; }},
+        {"no destination data", E_POINTER, [](Call& c) { c.destination = Missing::kImageData; }},
+        {"flags before source", E_INVALIDARG,
+         [](Call& c) {
+             c.yuvFlags = 1;
+             c.source = kImage;
+         }},
+        {"code before destination", E_INVALIDARG,
+         [](Call& c) {
+             c.rgb = 0;
+             c.destination = kImage;
+         }},
+        {"source before size", E_POINTER,
+         [](Call& c) {
+             c.source = kImage;
+             c.width = 0;
+         }},
+        {"width 0", E_INVALIDARG, [](Call& c) { c.width = 0; }},
+        {"width -2", E_INVALIDARG, [](Call& c) { c.width = -2; }},
+        {"width 1", E_INVALIDARG, [](Call& c) { c.width = 1; }},
+        {"width 11", E_INVALIDARG, [](Call& c) { c.width = 11; }},
+        {"height 0", E_INVALIDARG, [](Call& c) { c.height = 0; }},
+        {"height -1", E_INVALIDARG, [](Call& c) { c.height = -1; }},
+    };
+    for (const Case& c : cases) {
+        Call call;
+        c.spoil(call);
+        EXPECT_EQ(FromYuv(call), c.result) << c.name;
+        EXPECT_EQ(ToYuv(call), c.result) << c.name;
     }
-    from.matrix = to.matrix = kMatrixBt601;
-    from.range = to.range = 2;
-    EXPECT_EQ(RunYuvToRgb(GetCpuInfo(), from), E_INVALIDARG);
-    from.destinationFourCC = k48rl;
-    EXPECT_EQ(RunYuvToRgb(GetCpuInfo(), from), E_INVALIDARG);
-    EXPECT_EQ(RunRgbToYuv(GetCpuInfo(), to), E_INVALIDARG);
 }
 
-TEST(KernelGroups, WithoutSsse3NothingRunsAndNothingIsWritten) {
+/// 8-bit layouts take straight alpha only, deep ones any pair of modes.
+TEST(Convert, AlphaModesCountOnlyWithAnAlphaPlane) {
+    for (DWORD rgb : kRgbFormats) {
+        for (LONG source : {-1, 0, 1, 2}) {
+            for (LONG destination : {-1, 0, 1, 2}) {
+                Call call;
+                call.rgb = rgb;
+                call.sourceAlphaMode = source;
+                call.destinationAlphaMode = destination;
+                SCOPED_TRACE(testing::Message() << Name(rgb) << source << destination);
+                EXPECT_EQ(FromYuv(call), S_OK);
+                EXPECT_EQ(ToYuv(call), S_OK);
+                call.alphaPlane = true;
+                const bool known = (source & ~1) == 0 && (destination & ~1) == 0;
+                const bool straight = source == 0 && destination == 0;
+                EXPECT_EQ(FromYuv(call), straight || (known && IsDeep(rgb)) ? S_OK : E_INVALIDARG);
+                EXPECT_EQ(ToYuv(call), (source & ~1) == 0 ? S_OK : E_INVALIDARG);
+            }
+        }
+    }
+}
+
+/// Valid requests of both directions between the same two pictures.
+class KernelGroups : public testing::Test {
+  protected:
+    Picture yuv_{12 * 2, kHeight};
+    Picture rgb_{12 * 4, kHeight};
+    YuvToRgbRequest from_{yuv_.plane(), nullptr,       kYuy2, 0,      rgb_.plane(), kBgra, 0,
+                          kFullRange,   kMatrixBt2020, 12,    kHeight};
+    RgbToYuvRequest to_{rgb_.plane(), nullptr,       kBgra, yuv_.plane(), nullptr, kYuy2, 0,
+                        kFullRange,   kMatrixBt2020, 12,    kHeight};
+
+    void ExpectBoth(HRESULT result, const CpuInfo& cpu = GetCpuInfo()) {
+        EXPECT_EQ(RunYuvToRgb(cpu, from_), result) << from_.matrix << " " << from_.range;
+        EXPECT_EQ(RunRgbToYuv(cpu, to_), result) << to_.matrix << " " << to_.range;
+    }
+};
+
+TEST_F(KernelGroups, TakeTheThirdMatrixAndRefuseUnknownOnesAndRanges) {
+    ExpectBoth(S_OK);
+    for (LONG matrix : {-1, 0, 1, 5}) {
+        from_.matrix = to_.matrix = matrix;
+        ExpectBoth(E_INVALIDARG);
+    }
+    from_.matrix = to_.matrix = kMatrixBt601;
+    from_.range = to_.range = 2;
+    ExpectBoth(E_INVALIDARG);
+    from_.destinationFourCC = to_.sourceFourCC = k48rl;
+    ExpectBoth(E_INVALIDARG);
+}
+
+TEST_F(KernelGroups, WithoutSsse3NothingRunsAndNothingIsWritten) {
     CpuInfo plain = GetCpuInfo();
     plain.leaves[1].ecx &= ~(DWORD{1} << 9);
-    Picture source(kWidth * 2, kHeight);
-    Picture destination(kWidth * 4, kHeight);
-    YuvToRgbRequest from{source.plane(), nullptr, kYuy2, 0, destination.plane(), kBgra, 0, 0, 2,
-                         kWidth,         kHeight};
-    EXPECT_EQ(RunYuvToRgb(plain, from), E_UNEXPECTED);
-    EXPECT_TRUE(destination.Untouched());
-    RgbToYuvRequest to{destination.plane(),
-                       nullptr,
-                       kBgra,
-                       source.plane(),
-                       nullptr,
-                       kYuy2,
-                       0,
-                       0,
-                       2,
-                       kWidth,
-                       kHeight};
-    EXPECT_EQ(RunRgbToYuv(plain, to), E_UNEXPECTED);
-    EXPECT_TRUE(source.Untouched());
-
-    from.source = nullptr;
-    EXPECT_EQ(RunYuvToRgb(plain, from), E_POINTER);
-    from.sourceFourCC = 0;
-    EXPECT_EQ(RunYuvToRgb(plain, from), E_INVALIDARG);
+    ExpectBoth(E_UNEXPECTED, plain);
+    EXPECT_TRUE(rgb_.Untouched() && yuv_.Untouched());
+    from_.source = to_.source = nullptr;
+    ExpectBoth(E_POINTER, plain);
 }
 
-TEST(KernelGroups, WhatAKernelThrowsBecomesAResult) {
+TEST_F(KernelGroups, WhatAKernelThrowsBecomesAResult) {
     EXPECT_EQ(RunKernel([](int) { throw HRESULT{E_OUTOFMEMORY}; }, 0), E_OUTOFMEMORY);
     EXPECT_EQ(RunKernel([](int) { throw std::bad_alloc(); }, 0), E_UNEXPECTED);
-    EXPECT_EQ(RunKernel([](int) {}, 0), S_OK);
 }
 
 /// A caller's wrong gap skews the picture: rows follow each other by bytes written plus gap, and
 /// the pitch itself is not looked at.
-TEST(KernelGroups, RowsAreSteppedByTheGapAlone) {
-    Picture source(kWidth * 2, 2);
-    FillContent(source, Content::kRandom, 5);
-    Picture expected(kWidth * 4, 2);
-    Picture actual(kWidth * 4, 2);
-    ImagePlane in = *source.plane();
-    ImagePlane out = *actual.plane();
+TEST_F(KernelGroups, RowsAreSteppedByTheGapAlone) {
+    FillContent(yuv_, Content::kRandom, 5);
+    Picture expected(12 * 4, kHeight);
+    ImagePlane in = *yuv_.plane();
+    ImagePlane out = *rgb_.plane();
+    from_.destination = expected.plane();
+    ASSERT_EQ(RunYuvToRgb(GetCpuInfo(), from_), S_OK);
     in.pitch = 12345;
     out.pitch = -999;
-    ASSERT_EQ(ConvertFromYuv(source.plane(), nullptr, kYuy2, 0, 0, expected.plane(), kBgra, 1, 0,
-                             kWidth, 2),
-              S_OK);
-    ASSERT_EQ(ConvertFromYuv(&in, nullptr, kYuy2, 0, 0, &out, kBgra, 1, 0, kWidth, 2), S_OK);
-    EXPECT_TRUE(SameRows(actual, expected));
+    from_.source = &in;
+    from_.destination = &out;
+    ASSERT_EQ(RunYuvToRgb(GetCpuInfo(), from_), S_OK);
+    EXPECT_TRUE(SameRows(rgb_, expected));
 }
 
 }  // namespace

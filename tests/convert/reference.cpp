@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 #include "convert/coefficients.h"
 #include "convert/formats.h"
@@ -13,85 +14,34 @@ int Clamp(int value, int highest) {
     return std::clamp(value, 0, highest);
 }
 
-// ---- RGB layouts: positions of R, G, B, A within the pixel, -1 for no alpha ----
-
-template <int kR, int kG, int kB, int kA>
-struct ByteLayout {
-    static constexpr int kBits = 8;
-    static constexpr std::size_t kBytes = kA < 0 ? 3 : 4;
-
-    static void Write(BYTE* at, const Channels& c) {
-        at[kR] = static_cast<BYTE>(c.r);
-        at[kG] = static_cast<BYTE>(c.g);
-        at[kB] = static_cast<BYTE>(c.b);
-        if constexpr (kA >= 0) {
-            at[kA] = static_cast<BYTE>(c.a);
-        }
-    }
-
-    static Channels Read(const BYTE* at) {
-        return {at[kR], at[kG], at[kB], kA < 0 ? 255 : at[kA < 0 ? 0 : kA]};
-    }
-};
-
-template <int kR, int kG, int kB, int kA>
-struct WordLayout {
-    static constexpr int kBits = 16;
-    static constexpr std::size_t kBytes = kA < 0 ? 6 : 8;
+/// An RGB layout: a pixel is a little-endian number in which channels of `kBits` lie side by side,
+/// R, G, B and A in these positions; -1 for no alpha.
+template <int kChannelBits, std::size_t kPixelBytes, int kR, int kG, int kB, int kA>
+struct RgbLayout {
+    static constexpr int kBits = kChannelBits;
+    static constexpr std::size_t kBytes = kPixelBytes;
 
     static void Write(BYTE* at, const Channels& c) {
-        Put(at, kR, c.r);
-        Put(at, kG, c.g);
-        Put(at, kB, c.b);
-        if constexpr (kA >= 0) {
-            Put(at, kA, c.a);
-        }
-    }
-
-    static Channels Read(const BYTE* at) {
-        return {Get(at, kR), Get(at, kG), Get(at, kB), kA < 0 ? 65535 : Get(at, kA < 0 ? 0 : kA)};
-    }
-
-  private:
-    static void Put(BYTE* at, int position, int value) {
-        at[2 * position] = static_cast<BYTE>(value);
-        at[2 * position + 1] = static_cast<BYTE>(value >> 8);
-    }
-    static int Get(const BYTE* at, int position) {
-        return at[2 * position] | at[2 * position + 1] << 8;
-    }
-};
-
-template <int kR, int kG, int kB, int kA>
-struct TenLayout {
-    static constexpr int kBits = 10;
-    static constexpr std::size_t kBytes = kA < 0 ? 4 : 5;
-
-    static void Write(BYTE* at, const Channels& c) {
-        std::uint64_t number = Bits(c.r, kR) | Bits(c.g, kG) | Bits(c.b, kB);
-        if constexpr (kA >= 0) {
-            number |= Bits(c.a, kA);
-        }
-        for (std::size_t i = 0; i < kBytes; ++i) {
-            at[i] = static_cast<BYTE>(number >> 8 * i);
-        }
+        const std::uint64_t number =
+            Put(c.r, kR) | Put(c.g, kG) | Put(c.b, kB) | (kA < 0 ? 0 : Put(c.a, kA));
+        std::memcpy(at, &number, kBytes);
     }
 
     static Channels Read(const BYTE* at) {
         std::uint64_t number = 0;
-        for (std::size_t i = 0; i < kBytes; ++i) {
-            number |= std::uint64_t{at[i]} << 8 * i;
-        }
+        std::memcpy(&number, at, kBytes);
         return {Get(number, kR), Get(number, kG), Get(number, kB),
-                kA < 0 ? 1023 : Get(number, kA < 0 ? 0 : kA)};
+                kA < 0 ? kHighest : Get(number, kA)};
     }
 
   private:
-    static std::uint64_t Bits(int value, int position) {
-        return static_cast<std::uint64_t>(value) << 10 * position;
+    static constexpr int kHighest = (1 << kBits) - 1;
+
+    static std::uint64_t Put(int value, int position) {
+        return static_cast<std::uint64_t>(value) << kBits * std::max(position, 0);
     }
     static int Get(std::uint64_t number, int position) {
-        return static_cast<int>(number >> 10 * position & 1023);
+        return static_cast<int>(number >> kBits * std::max(position, 0) & kHighest);
     }
 };
 
@@ -100,31 +50,31 @@ template <class Use>
 void WithRgbLayout(DWORD fourcc, Use use) {
     switch (fourcc) {
         case kBgr3:
-            return use(ByteLayout<2, 1, 0, -1>{});
+            return use(RgbLayout<8, 3, 2, 1, 0, -1>{});
         case kRgb3:
-            return use(ByteLayout<0, 1, 2, -1>{});
+            return use(RgbLayout<8, 3, 0, 1, 2, -1>{});
         case kBgra:
-            return use(ByteLayout<2, 1, 0, 3>{});
+            return use(RgbLayout<8, 4, 2, 1, 0, 3>{});
         case kRgba:
-            return use(ByteLayout<0, 1, 2, 3>{});
+            return use(RgbLayout<8, 4, 0, 1, 2, 3>{});
         case kArgb:
-            return use(ByteLayout<1, 2, 3, 0>{});
+            return use(RgbLayout<8, 4, 1, 2, 3, 0>{});
         case k48rl:
-            return use(WordLayout<0, 1, 2, -1>{});
+            return use(RgbLayout<16, 6, 0, 1, 2, -1>{});
         case k64al:
-            return use(WordLayout<0, 1, 2, 3>{});
+            return use(RgbLayout<16, 8, 0, 1, 2, 3>{});
         case kA46l:
-            return use(WordLayout<1, 2, 3, 0>{});
+            return use(RgbLayout<16, 8, 1, 2, 3, 0>{});
         case kL64a:
-            return use(WordLayout<2, 1, 0, 3>{});
+            return use(RgbLayout<16, 8, 2, 1, 0, 3>{});
         case k30rl:
-            return use(TenLayout<0, 1, 2, -1>{});
+            return use(RgbLayout<10, 4, 0, 1, 2, -1>{});
         case k40al:
-            return use(TenLayout<0, 1, 2, 3>{});
+            return use(RgbLayout<10, 5, 0, 1, 2, 3>{});
         case kA04l:
-            return use(TenLayout<1, 2, 3, 0>{});
+            return use(RgbLayout<10, 5, 1, 2, 3, 0>{});
         case kL40a:
-            return use(TenLayout<2, 1, 0, 3>{});
+            return use(RgbLayout<10, 5, 2, 1, 0, 3>{});
         default:
             return;
     }
