@@ -1,15 +1,19 @@
 #pragma once
 
 /// @file
-/// Headers, pictures and frames for the tests of the codecs on engines.
+/// The codecs on engines, with headers, pictures and frames for their tests.
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <vector>
 
-#include "codecs/codec.h"
+#include "codecs/lossless_codec.h"
+#include "codecs/mpeg_intra_codec.h"
+#include "codecs/zeta2_codec.h"
+#include "codecs/zeta_codec.h"
 #include "platform/fourcc.h"
 #include "tests/codecs/picture_header.h"
 #include "tests/codecs/standin_engines.h"
@@ -81,6 +85,47 @@ inline std::vector<BYTE> WithInfo(const std::vector<BYTE>& frame, DWORD payload)
     std::memcpy(sample.data() + 4, &payload, 4);
     sample.insert(sample.end(), frame.begin(), frame.end());
     return sample;
+}
+
+/// A frame of so many coded lines by the stand-in of the MPEG-2 intra engine, which must be loaded.
+inline std::vector<BYTE> MpegIntraFrame(LONG width, LONG codedHeight) {
+    const auto source = SmoothPicture(Yuy2Header(width, codedHeight));
+    const auto encode = reinterpret_cast<standin::MpegIntraEncodeEntry>(reinterpret_cast<void*>(
+        GetProcAddress(GetModuleHandleW(L"rkm2vi01.dll"), "standin_m2vi_encode")));
+    std::vector<BYTE> frame(source.size());
+    const LONG length = encode(source.data(), width * 2, width, codedHeight, 2, frame.data(),
+                               static_cast<DWORD>(frame.size()));
+    frame.resize(static_cast<std::size_t>(std::max(length, LONG{0})));
+    return frame;
+}
+
+/// One of the codecs on engines and what it can do.
+struct NamedCodec {
+    const char* name;
+    ICodec* codec;
+    bool alpha;  ///< carries alpha
+    bool encodes;
+};
+
+/// All of them. Their engines are bound here: the search for them comes first.
+struct EngineCodecs {
+    CZetaCodec zeta;
+    CZeta2Codec zeta2;
+    CLosslessCodec lossless;
+    CMpegIntraCodec mpeg;
+    const NamedCodec all[4] = {{"QZTA", &zeta, true, true},
+                               {"QZT2", &zeta2, true, true},
+                               {"QLLC", &lossless, true, true},
+                               {"QMIC", &mpeg, false, false}};
+};
+
+/// The words of an engine's record, or its arguments.
+inline std::vector<DWORD> Words(const standin::Call& call) {
+    return {call.words, call.words + call.wordCount};
+}
+
+inline DWORD Word(const void* pointer) {
+    return reinterpret_cast<DWORD>(pointer);
 }
 
 /// Root of the mean squared difference of two pictures' bytes.

@@ -4,40 +4,23 @@
 
 #include <functional>
 
-#include "codecs/lossless_codec.h"
-#include "codecs/mpeg_intra_codec.h"
-#include "codecs/zeta2_codec.h"
-#include "codecs/zeta_codec.h"
 #include "tests/codecs/engine_codec_support.h"
 
 namespace nyx {
 namespace {
 
 using test::MakeHeader;
+using test::NamedCodec;
 using test::RgbHeader;
 using test::Yuy2Header;
 
 constexpr LONG kWidth = 720;
 constexpr LONG kHeight = 480;
 
-struct NamedCodec {
-    const char* name;
-    ICodec* codec;
-    bool alpha;  // carries alpha
-    bool encodes;
-};
-
 class EngineCodecQueries : public ::testing::Test {
   protected:
     const test::EngineSearch nowhere_{L"none"};  // queries need no engine
-    CZetaCodec zeta_;
-    CZeta2Codec zeta2_;
-    CLosslessCodec lossless_;
-    CMpegIntraCodec mpeg_;
-    const NamedCodec codecs_[4] = {{"QZTA", &zeta_, true, true},
-                                   {"QZT2", &zeta2_, true, true},
-                                   {"QLLC", &lossless_, true, true},
-                                   {"QMIC", &mpeg_, false, false}};
+    test::EngineCodecs codecs_;
 };
 
 /// Every uncompressed format that anybody might name, and its kind.
@@ -79,7 +62,7 @@ HRESULT Answer(bool accepted) {
 }
 
 TEST_F(EngineCodecQueries, DecodingFollowsTheRulesForEveryPair) {
-    for (const NamedCodec& codec : codecs_) {
+    for (const NamedCodec& codec : codecs_.all) {
         for (WORD bits : {WORD{8}, WORD{16}, WORD{20}, WORD{24}, WORD{32}, WORD{48}}) {
             const BITMAPINFOHEADER input =
                 MakeHeader(codec.codec->GetFourCC(), bits, kWidth, kHeight);
@@ -101,7 +84,7 @@ TEST_F(EngineCodecQueries, DecodingFollowsTheRulesForEveryPair) {
 }
 
 TEST_F(EngineCodecQueries, EncodingFollowsTheRulesForEveryPair) {
-    for (const NamedCodec& codec : codecs_) {
+    for (const NamedCodec& codec : codecs_.all) {
         for (LONG height : {kHeight, -kHeight}) {
             for (const Uncompressed& input : AllUncompressed(kWidth, height)) {
                 for (bool alpha : {false, true}) {
@@ -153,7 +136,7 @@ TEST_F(EngineCodecQueries, HeadersMustBeWholeAndSizesFit) {
         {"no width", false, false, [](H* c, H* u) { c->biWidth = u->biWidth = 0; }},
         {"negative width", false, false, [](H* c, H* u) { c->biWidth = u->biWidth = -720; }},
     };
-    for (const NamedCodec& codec : codecs_) {
+    for (const NamedCodec& codec : codecs_.all) {
         for (const Case& c : cases) {
             H compressed = MakeHeader(codec.codec->GetFourCC(), 24, kWidth, kHeight);
             H picture = Yuy2Header(kWidth, kHeight);
@@ -176,40 +159,32 @@ TEST_F(EngineCodecQueries, HeadersMustBeWholeAndSizesFit) {
 
 TEST_F(EngineCodecQueries, EachCodecHasItsOwnSizes) {
     struct Case {
-        LONG width;
-        LONG height;
-        bool zeta;
-        bool zeta2;
-        bool lossless;
-        bool mpeg;
+        LONG width, height;
+        bool zeta, zeta2, lossless, mpeg;
     };
-    const Case cases[] = {
-        {1920, 1080, true, true, true, true},    {1440, 1080, true, true, true, true},
-        {1280, 1080, true, true, true, true},    {1280, 720, true, true, true, true},
-        {960, 720, true, true, true, true},      {720, 576, true, true, true, true},
-        {720, 486, true, true, true, true},      {720, 480, true, true, true, true},
-        {640, 480, true, true, true, true},      {320, 240, true, true, true, true},
-        {160, 120, true, true, true, true},      {800, 600, true, true, true, true},
-        {352, 480, true, true, true, true},      {352, 240, true, true, true, true},
-        {352, 288, true, true, true, true},      {176, 144, true, true, true, true},
-        {1280, 1024, true, true, true, true},    {1280, 960, true, true, true, true},
-        {1024, 768, true, true, true, true},     {704, 480, true, true, true, true},
-        {704, 576, true, true, true, true},      {1366, 768, false, true, true, true},
-        {1365, 768, false, false, false, false}, {1080, 1920, false, true, true, true},
-        {480, 720, false, true, true, true},     {2, 1, false, true, true, true},
+    std::vector<Case> cases = {
+        {1366, 768, false, true, true, true},    {1365, 768, false, false, false, false},
+        {1080, 1920, false, true, true, true},   {2, 1, false, true, true, true},
         {10000, 10000, false, true, true, true}, {10002, 1080, false, true, false, true},
         {1920, 10001, false, true, false, true},
     };
+    for (const SIZE size :
+         {SIZE{1920, 1080}, {1440, 1080}, {1280, 1080}, {1280, 720}, {960, 720},   {720, 576},
+          {720, 486},       {720, 480},   {640, 480},   {320, 240},  {160, 120},   {800, 600},
+          {352, 480},       {352, 240},   {352, 288},   {176, 144},  {1280, 1024}, {1280, 960},
+          {1024, 768},      {704, 480},   {704, 576}}) {
+        cases.push_back({size.cx, size.cy, true, true, true, true});
+    }
     for (const Case& c : cases) {
         const bool accepted[] = {c.zeta, c.zeta2, c.lossless, c.mpeg};
-        for (std::size_t i = 0; i < std::size(codecs_); ++i) {
-            ICodec& codec = *codecs_[i].codec;
+        for (std::size_t i = 0; i < std::size(codecs_.all); ++i) {
+            ICodec& codec = *codecs_.all[i].codec;
             const BITMAPINFOHEADER input = MakeHeader(codec.GetFourCC(), 24, c.width, c.height);
             const BITMAPINFOHEADER picture = Yuy2Header(c.width, -c.height);
             EXPECT_EQ(codec.DecompressQuery(&input, nullptr, false), Answer(accepted[i]))
-                << codecs_[i].name << " " << c.width << " by " << c.height;
+                << codecs_.all[i].name << " " << c.width << " by " << c.height;
             EXPECT_EQ(codec.DecompressQuery(&input, &picture, false), Answer(accepted[i]));
-            if (codecs_[i].encodes) {
+            if (codecs_.all[i].encodes) {
                 EXPECT_EQ(codec.CompressQuery(&picture, false, &input), Answer(accepted[i]));
             }
         }
@@ -217,7 +192,7 @@ TEST_F(EngineCodecQueries, EachCodecHasItsOwnSizes) {
 }
 
 TEST_F(EngineCodecQueries, SaysWhatEachCodecIs) {
-    for (const NamedCodec& codec : codecs_) {
+    for (const NamedCodec& codec : codecs_.all) {
         EXPECT_EQ(codec.codec->SupportsAlpha(), codec.alpha) << codec.name;
         EXPECT_EQ(std::memcmp(codec.name, std::vector<DWORD>{codec.codec->GetFourCC()}.data(), 4),
                   0);
@@ -233,14 +208,15 @@ TEST_F(EngineCodecQueries, SaysWhatEachCodecIs) {
 TEST_F(EngineCodecQueries, WorstCaseSizesFollowTheirFormulas) {
     const BITMAPINFOHEADER rgb24 = RgbHeader(24, 718, -480);
     const BITMAPINFOHEADER rgb32 = RgbHeader(32, 718, 480);
-    EXPECT_EQ(lossless_.GetMaxCompressedSize(&rgb24, false), 718u * 480 * 3 + 2064);
-    EXPECT_EQ(lossless_.GetMaxCompressedSize(&rgb32, true), 718u * 480 * 4 + 2064);
-    EXPECT_EQ(zeta2_.GetMaxCompressedSize(&rgb24, false), (718u * 480 * 20 / 8) * 30 / 100 + 1064);
-    EXPECT_EQ(zeta2_.GetMaxCompressedSize(&rgb24, true),
+    EXPECT_EQ(codecs_.lossless.GetMaxCompressedSize(&rgb24, false), 718u * 480 * 3 + 2064);
+    EXPECT_EQ(codecs_.lossless.GetMaxCompressedSize(&rgb32, true), 718u * 480 * 4 + 2064);
+    EXPECT_EQ(codecs_.zeta2.GetMaxCompressedSize(&rgb24, false),
+              (718u * 480 * 20 / 8) * 30 / 100 + 1064);
+    EXPECT_EQ(codecs_.zeta2.GetMaxCompressedSize(&rgb24, true),
               (718u * 480 * 20 / 8) * 2 * 30 / 100 + 1064);
     const BITMAPINFOHEADER v210 = MakeHeader(FourCC("v210"), 20, 1280, 720);
-    EXPECT_EQ(zeta2_.GetMaxCompressedSize(&v210, false), 27u * 720 * 128 + 1064);
-    EXPECT_EQ(mpeg_.GetMaxCompressedSize(&rgb24, false), 0u);
+    EXPECT_EQ(codecs_.zeta2.GetMaxCompressedSize(&v210, false), 27u * 720 * 128 + 1064);
+    EXPECT_EQ(codecs_.mpeg.GetMaxCompressedSize(&rgb24, false), 0u);
 }
 
 }  // namespace

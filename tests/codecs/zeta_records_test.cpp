@@ -10,6 +10,8 @@ namespace nyx {
 namespace {
 
 using test::MakeHeader;
+using test::Word;
+using test::Words;
 
 /// An uncompressed format and the words it leads to: the index's number in high definition, full
 /// range, and the distance between the four combinations; or a callback slot.
@@ -42,10 +44,6 @@ struct Definition {
     int column;  // of the code columns, for full range
 };
 constexpr Definition kDefinitions[] = {{960, 720, 0}, {160, 120, 2}};
-
-DWORD Word(const void* pointer) {
-    return reinterpret_cast<DWORD>(pointer);
-}
 
 /// A frame of nothing but the stand-ins' header: it passes the probe and is given up in the
 /// decoder, after the record was kept.
@@ -90,10 +88,6 @@ class ZetaRecords : public ::testing::Test {
         }
     }
 };
-
-std::vector<DWORD> Words(const standin::Call& call) {
-    return {call.words, call.words + call.wordCount};
-}
 
 /// First row in processing order and its stride.
 struct Geometry {

@@ -29,35 +29,29 @@ BYTE Winner(const DvFrame& frame, const BYTE* videoSource = nullptr) {
     return VoteApplicationId(ByteSpan(frame.data(), frame.size()), videoSource);
 }
 
-TEST(ApplicationId, FourOfSevenDecideTheFirstSequence) {
-    DvFrame frame = DvFrame::Blank(120000);
-    Vote(&frame, 0, {1, 1, 7, 7, 7, 1, 1});
-    EXPECT_EQ(Winner(frame), 1);
-    Vote(&frame, 0, {0, 0, 0, 7, 7, 7, 0});
-    EXPECT_EQ(Winner(frame), 0);
-}
-
-TEST(ApplicationId, ADecisiveVoteIsTakenAsItIs) {
-    DvFrame frame = DvFrame::Blank(120000);
-    Vote(&frame, 0, {5, 5, 5, 5, 5, 5, 5});
-    EXPECT_EQ(Winner(frame), 5);
-}
-
-TEST(ApplicationId, ATieIsDecidedByTheNextSequence) {
-    DvFrame frame = DvFrame::Blank(120000);
-    Vote(&frame, 0, {0, 0, 0, 1, 1, 1, 7});
-    Vote(&frame, 1, {1, 1, 1, 1, 0, 0, 0});
-    EXPECT_EQ(Winner(frame), 1) << "7 of 14 reach the threshold, 6 do not";
-}
-
-TEST(ApplicationId, WithoutADecisionTheMostFrequentWinsAndTheLowerOfTwo) {
-    DvFrame frame = DvFrame::Blank(120000);
-    for (std::size_t sequence = 0; sequence < 10; ++sequence) {
-        Vote(&frame, sequence, {0, 0, 1, 1, 2, 3, 7});
+TEST(ApplicationId, IsDecidedByThresholdThenByFrequencyThenByTheLowerId) {
+    struct Case {
+        const char* name;
+        std::array<BYTE, 7> first, second, others;
+        BYTE winner;
+    };
+    constexpr std::array<BYTE, 7> kBlank = {7, 7, 7, 7, 7, 7, 7};
+    constexpr std::array<BYTE, 7> kTie = {0, 0, 1, 1, 2, 3, 7};
+    const Case cases[] = {
+        {"four of seven decide the first sequence", {1, 1, 7, 7, 7, 1, 1}, kBlank, kBlank, 1},
+        {"whatever follows", {0, 0, 0, 7, 7, 7, 0}, {1, 1, 1, 1, 1, 1, 1}, kBlank, 0},
+        {"an unusual one too", {5, 5, 5, 5, 5, 5, 5}, kBlank, kBlank, 5},
+        {"7 of 14, not 6", {0, 0, 0, 1, 1, 1, 7}, {1, 1, 1, 1, 0, 0, 0}, kBlank, 1},
+        {"the lower of two", kTie, kTie, kTie, 0},
+        {"the most frequent", kTie, {0, 1, 1, 1, 2, 3, 7}, kTie, 1},
+    };
+    for (const Case& c : cases) {
+        DvFrame frame = DvFrame::Blank(120000);
+        for (std::size_t sequence = 0; sequence < 10; ++sequence) {
+            Vote(&frame, sequence, sequence == 0 ? c.first : sequence == 1 ? c.second : c.others);
+        }
+        EXPECT_EQ(Winner(frame), c.winner) << c.name;
     }
-    EXPECT_EQ(Winner(frame), 0);
-    Vote(&frame, 9, {0, 1, 1, 1, 2, 3, 7});
-    EXPECT_EQ(Winner(frame), 1);
 }
 
 TEST(ApplicationId, AnUnclearVoteFallsBackToTheSignalType) {

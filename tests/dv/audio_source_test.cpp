@@ -47,21 +47,31 @@ TEST(AudioSource, SamplesPerFrameCountFromTheRateAndSystem) {
     }
 }
 
-TEST(AudioSource, TheLargestSizeFieldMeansUnknown) {
-    ExpectRecord(With(1, 0xFE), {1, 16, 48000, 1580 + 62, 0}, S_OK);
-    ExpectRecord(With(1, 0xFF), {1, 16, 48000, 0, 0}, S_OK);
-}
-
-TEST(AudioSource, ATopBitClearMeansLocked) {
-    ExpectRecord(With(1, 0x54), {1, 16, 48000, 1600, 1}, S_OK);
-}
-
-TEST(AudioSource, TwelveBitsAreAlways32KHz) {
-    for (const unsigned smp : {0u, 1u, 2u, 7u}) {
-        ExpectRecord(With(4, static_cast<BYTE>(0x80 | smp << 3 | 1)), {1, 12, 32000, 1073, 0},
-                     S_OK);
+/// Fields without a meaning fail, but the others are read.
+TEST(AudioSource, EachFieldAnswersForItself) {
+    struct Case {
+        std::size_t index;
+        BYTE value;
+        AudioRecord expected;
+        HRESULT result;
+    };
+    constexpr Case kCases[] = {
+        {1, 0xFE, {1, 16, 48000, 1580 + 62, 0}, S_OK},
+        {1, 0xFF, {1, 16, 48000, 0, 0}, S_OK},     // the largest size means unknown
+        {1, 0x54, {1, 16, 48000, 1600, 1}, S_OK},  // top bit clear: locked
+        {4, 0x81, {1, 12, 32000, 1073, 0}, S_OK},  // 12 bits are always 32 kHz
+        {4, 0x89, {1, 12, 32000, 1073, 0}, S_OK},
+        {4, 0xB9, {1, 12, 32000, 1073, 0}, S_OK},
+        {4, 0x82, {1, 20, 48000, 1600, 0}, S_OK},
+        {4, 3, {1, 0, 48000, 1600, 0}, E_FAIL},
+        {4, 7, {1, 0, 48000, 1600, 0}, E_FAIL},
+        {4, 3 << 3, {1, 16, 0, 0, 0}, E_FAIL},
+        {4, 7 << 3, {1, 16, 0, 0, 0}, E_FAIL},
+    };
+    for (const Case& c : kCases) {
+        SCOPED_TRACE(testing::Message() << "byte " << c.index << " is " << +c.value);
+        ExpectRecord(With(c.index, c.value), c.expected, c.result);
     }
-    ExpectRecord(With(4, 0x82), {1, 20, 48000, 1600, 0}, S_OK);
 }
 
 TEST(AudioSource, ChannelsFollowTheBlockAndModeFields) {
@@ -79,15 +89,6 @@ TEST(AudioSource, ChannelsFollowTheBlockAndModeFields) {
             ExpectRecord(pack, {expected == kNone ? 0 : expected, 16, 48000, 1600, 0},
                          expected == kNone ? E_FAIL : S_OK);
         }
-    }
-}
-
-TEST(AudioSource, FieldsWithoutAMeaningFailButTheOthersAreRead) {
-    for (unsigned smp = 3; smp < 8; ++smp) {
-        ExpectRecord(With(4, static_cast<BYTE>(smp << 3)), {1, 16, 0, 0, 0}, E_FAIL);
-    }
-    for (BYTE quantizing = 3; quantizing < 8; ++quantizing) {
-        ExpectRecord(With(4, quantizing), {1, 0, 48000, 1600, 0}, E_FAIL);
     }
 }
 

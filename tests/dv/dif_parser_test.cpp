@@ -9,6 +9,7 @@
 namespace nyx {
 namespace {
 
+using test::Clip;
 using test::DvFrame;
 using test::LoadFrame;
 
@@ -117,160 +118,139 @@ TEST(DifParser, ADecksPackPlacesGiveTheSameAnswers) {
     }
 }
 
-TEST(DifParser, TheVideoSourceMayTravelAnywhere) {
-    DvFrame frame = LoadFrame("dv25_525_16x9", 120000);
-    frame.RemovePacks(0x60);
-    frame.Put(7 * 12000 + test::SubcodePackByte(11), {0x60, 0xFF, 0xFF, 0xC0, 0xFF});
-    EXPECT_EQ(Parsed(frame).result, kRecognised);
-    EXPECT_EQ(Parsed(frame).Format().pixelAspectX, 864);
-}
+constexpr Clip kPal = {"dv25_625_4x3", 144000};
+constexpr Clip kNtsc = {"dv25_525_4x3", 120000};
+constexpr Clip kPal50 = {"dvcpro50_625", 288000};
+constexpr Clip kHd1080 = {"dvcprohd_1080_50", 576000};
 
-TEST(DifParser, WithoutAVideoSourceNothingIsKnown) {
-    DvFrame frame = LoadFrame("dv25_525_4x3", 120000);
-    frame.RemovePacks(0x60);
-    const Parsed parsed(frame);
-    EXPECT_EQ(parsed.result, E_FAIL);
-    const std::vector<BYTE> ones(sizeof(FormatRecord), 0xFF);
-    EXPECT_EQ(std::memcmp(&parsed.Format(), ones.data(), ones.size()), 0);
-    EXPECT_NE(parsed.parser.GetTimecodePack(), -1) << "what was found is readable";
-}
-
-TEST(DifParser, WithoutASourceControlTheAspectIsUnknown) {
-    DvFrame frame = LoadFrame("dvcpro50_625", 288000);
-    frame.RemovePacks(0x61);
-    const Parsed parsed(frame);
-    EXPECT_EQ(parsed.result, E_FAIL);
-    EXPECT_EQ(parsed.parser.GetPixelAspect(), std::make_pair(LONG{-1}, LONG{-1}));
-}
-
-TEST(DifParser, TheFirstOfContradictingSourcesCounts) {
-    DvFrame frame = LoadFrame("dv25_525_4x3", 120000);
-    frame.SetPackByte(0x61, 2, 0xCA);
-    frame.Put(453, {0x61, 0x3F, 0xC8, 0xFC, 0xFF});
-    EXPECT_EQ(Parsed(frame).Format().pixelAspectX, 648);
-    frame.Put(453, {0xFF, 0xFF, 0xFF, 0xFF, 0xFF});
-    EXPECT_EQ(Parsed(frame).Format().pixelAspectX, 864);
-}
-
-TEST(DifParser, HighDefinitionNeedsAWideAspect) {
-    DvFrame frame = LoadFrame("dvcprohd_1080_60", 480000);
-    frame.SetPackByte(0x61, 2, 0xC8);
-    const Parsed parsed(frame);
-    EXPECT_EQ(parsed.result, E_FAIL);
-    EXPECT_EQ(parsed.parser.GetFormatCode(), -1);
-    EXPECT_EQ(parsed.parser.GetFieldOrder(), 0);
-    frame.SetPackByte(0x61, 2, 0xCF);
-    EXPECT_EQ(Parsed(frame).result, kRecognised);
-}
-
-TEST(DifParser, TheSecond1080LineTypeIsRecognised) {
-    DvFrame frame = LoadFrame("dvcprohd_1080_50", 576000);
-    frame.SetPackByte(0x60, 3, 0xF5);
-    EXPECT_EQ(Parsed(frame).result, kRecognised);
-    EXPECT_EQ(Parsed(frame).parser.GetFormatCode(), kFormatDvcProHd1080Type15);
-}
-
-TEST(DifParser, TheApplicationIdTellsDv25FromDvcPro25) {
-    DvFrame frame = LoadFrame("dv25_525_4x3", 120000);
-    frame.SetApplicationId(0);
-    EXPECT_EQ(Parsed(frame).parser.GetFormatCode(), kFormatDv25);
-    frame.SetPackByte(0x50, 1, 0x54);
-    EXPECT_EQ(Parsed(frame).parser.GetFormatCode(), kFormatDv25Locked);
-    EXPECT_EQ(Parsed(frame).parser.State().audio[0].locked, 1);
-    frame.SetPackByte(0x50, 4, 0x88);
-    EXPECT_EQ(Parsed(frame).parser.GetFormatCode(), kFormatDv25) << "44.1 kHz";
-    frame.SetApplicationId(1);
-    EXPECT_EQ(Parsed(frame).parser.GetFormatCode(), kFormatDvcPro25);
+/// Whatever stops a frame from being recognised, the rest that was found is readable.
+TEST(DifParser, EditedFramesAreReadByTheirRules) {
+    struct Case {
+        const char* name;
+        Clip clip;
+        void (*edit)(DvFrame&);
+        HRESULT result;
+        LONG formatCode, fieldOrder, aspectX, audioChannels;
+    };
+    const Case cases[] = {
+        {"no video source", kNtsc, [](DvFrame& f) { f.RemovePacks(0x60); }, E_FAIL, -1, -1, -1, 2},
+        {"video source anywhere", kNtsc,
+         [](DvFrame& f) {
+             f.RemovePacks(0x60);
+             f.Put(7 * 12000 + test::SubcodePackByte(11), {0x60, 0xFF, 0xFF, 0xC0, 0xFF});
+         },
+         kRecognised, kFormatDvcPro25, 1, 648, 2},
+        {"no source control", kPal50, [](DvFrame& f) { f.RemovePacks(0x61); }, E_FAIL, -1, -1, -1,
+         4},
+        {"contradicting source controls, the first counts", kNtsc,
+         [](DvFrame& f) {
+             f.SetPackByte(0x61, 2, 0xCA);
+             f.Put(453, {0x61, 0x3F, 0xC8, 0xFC, 0xFF});
+         },
+         kRecognised, kFormatDvcPro25, 1, 648, 2},
+        {"the first source control missing", kNtsc,
+         [](DvFrame& f) {
+             f.SetPackByte(0x61, 2, 0xCA);
+             f.Put(453, {0xFF, 0xFF, 0xFF, 0xFF, 0xFF});
+         },
+         kRecognised, kFormatDvcPro25, 1, 864, 2},
+        {"narrow high definition", kHd1080, [](DvFrame& f) { f.SetPackByte(0x61, 2, 0xC8); },
+         E_FAIL, -1, 0, -1, 8},
+        {"wide high definition of another display", kHd1080,
+         [](DvFrame& f) { f.SetPackByte(0x61, 2, 0xCF); }, kRecognised, kFormatDvcProHd1080, 0,
+         1920, 8},
+        {"the second 1080 line type", kHd1080, [](DvFrame& f) { f.SetPackByte(0x60, 3, 0xF5); },
+         kRecognised, kFormatDvcProHd1080Type15, 0, 1920, 8},
+        {"progressive", kPal, [](DvFrame& f) { f.SetPackByte(0x61, 3, 0xF4); }, kRecognised,
+         kFormatDv25, 2, 768, 2},
+        {"application 0", kNtsc, [](DvFrame& f) { f.SetApplicationId(0); }, kRecognised,
+         kFormatDv25, 1, 648, 2},
+        {"application 0, locked audio", kNtsc,
+         [](DvFrame& f) {
+             f.SetApplicationId(0);
+             f.SetPackByte(0x50, 1, 0x54);
+         },
+         kRecognised, kFormatDv25Locked, 1, 648, 2},
+        {"application 0, locked audio of 44.1 kHz", kNtsc,
+         [](DvFrame& f) {
+             f.SetApplicationId(0);
+             f.SetPackByte(0x50, 1, 0x54);
+             f.SetPackByte(0x50, 4, 0x88);
+         },
+         kRecognised, kFormatDv25, 1, 648, 2},
+        {"application 1, locked audio", kNtsc, [](DvFrame& f) { f.SetPackByte(0x50, 1, 0x54); },
+         kRecognised, kFormatDvcPro25, 1, 648, 2},
+        {"unknown application", kPal, [](DvFrame& f) { f.SetApplicationId(7); }, E_FAIL,
+         kFormatDv25, 1, 768, 2},
+        {"unknown application, telling signal type", kPal50,
+         [](DvFrame& f) { f.SetApplicationId(7); }, kRecognised, kFormatDvcPro50, 1, 1024, 4},
+        {"audio of the other system", kPal, [](DvFrame& f) { f.SetPackByte(0x50, 3, 0xC0); },
+         kRecognised, kFormatDv25, 1, 768, 0},
+        {"unsound audio", kPal, [](DvFrame& f) { f.SetPackByte(0x50, 4, 0x87); }, E_FAIL,
+         kFormatDv25, 1, 768, 2},
+        {"headers deny audio", kPal,
+         [](DvFrame& f) {
+             for (std::size_t sequence = 0; sequence < f.Sequences(); ++sequence) {
+                 f[sequence * 12000 + 5] |= 0x80;
+             }
+         },
+         kRecognised, kFormatDv25, 1, 768, 1},
+        {"no audio packs",
+         {"dv25_625_silent", 144000},
+         [](DvFrame&) {},
+         kRecognised,
+         kFormatDv25,
+         1,
+         768,
+         0},
+    };
+    for (const Case& c : cases) {
+        DvFrame frame = LoadFrame(c.clip.name, c.clip.frameBytes);
+        c.edit(frame);
+        const Parsed parsed(frame);
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(parsed.result, c.result);
+        EXPECT_EQ(parsed.parser.GetFormatCode(), c.formatCode);
+        EXPECT_EQ(parsed.parser.GetFieldOrder(), c.fieldOrder);
+        EXPECT_EQ(parsed.parser.GetPixelAspect().first, c.aspectX);
+        EXPECT_EQ(parsed.parser.State().audioChannels, c.audioChannels);
+        EXPECT_NE(parsed.parser.GetTimecodePack(), -1);
+    }
 }
 
 TEST(DifParser, AudioIsLockedWhenAnyHalfSaysSo) {
-    DvFrame frame = LoadFrame("dv25_625_4x3", 144000);
-    // The second half's pack: audio block 3 of sequence 6.
-    frame[6 * 12000 + test::AudioPackByte(3) + 1] &= 0x7F;
-    EXPECT_EQ(Parsed(frame).parser.GetFormatCode(), kFormatDv25Locked);
-    EXPECT_EQ(Parsed(frame).parser.State().audio[0].locked, 0);
-    EXPECT_EQ(Parsed(frame).parser.State().audio[1].locked, 1);
-    frame[6 * 12000 + test::AudioPackByte(3) + 1] |= 0x80;
-    frame[12000 + test::AudioPackByte(0) + 1] &= 0x7F;
-    frame[test::AudioPackByte(3) + 1] &= 0x7F;
-    EXPECT_EQ(Parsed(frame).parser.GetFormatCode(), kFormatDv25Locked);
-    EXPECT_EQ(Parsed(frame).parser.State().audio[1].locked, 0);
+    // The halves' packs: audio block 3 of even sequences, block 0 of odd ones.
+    for (const bool second : {false, true}) {
+        DvFrame frame = LoadFrame("dv25_625_4x3", 144000);
+        for (const std::size_t sequence : {0u, 1u}) {
+            frame[(sequence + (second ? 6 : 0)) * 12000 +
+                  test::AudioPackByte(sequence == 0 ? 3 : 0) + 1] &= 0x7F;
+        }
+        const Parsed parsed(frame);
+        EXPECT_EQ(parsed.parser.GetFormatCode(), kFormatDv25Locked);
+        EXPECT_EQ(parsed.parser.State().audio[0].locked, second ? 0 : 1);
+        EXPECT_EQ(parsed.parser.State().audio[1].locked, second ? 1 : 0);
+    }
 }
 
-TEST(DifParser, AnUnknownApplicationIsNotRecognisedUnlessTheSignalTypeTells) {
-    DvFrame dv25 = LoadFrame("dv25_625_4x3", 144000);
-    dv25.SetApplicationId(7);
-    EXPECT_EQ(Parsed(dv25).result, E_FAIL);
-    EXPECT_EQ(Parsed(dv25).Format().codedHeight, 576) << "what was found is readable";
-    DvFrame dvcPro50 = LoadFrame("dvcpro50_625", 288000);
-    dvcPro50.SetApplicationId(7);
-    EXPECT_EQ(Parsed(dvcPro50).result, kRecognised);
-}
-
-TEST(DifParser, TwelveBitAudioAndFourChannels) {
+TEST(DifParser, AudioOfEveryHalfCounts) {
     DvFrame frame = LoadFrame("dv25_625_4x3", 144000);
     frame.EditPacks(0x50, [](BYTE* pack) {
         pack[1] = 0xC0 | 16;
         pack[2] = 0x20;
         pack[4] = 0x91;
     });
-    const Parsed parsed(frame);
-    EXPECT_EQ(parsed.result, kRecognised);
-    EXPECT_EQ(parsed.parser.State().audioChannels, 4);
-    EXPECT_EQ(parsed.parser.State().audio[1].bitsPerSample, 12);
-    EXPECT_EQ(parsed.parser.State().audio[1].sampleRate, 32000);
-    EXPECT_EQ(parsed.parser.State().audioSamplesPerFrame, 1280);
-}
+    const Parsed four(frame);
+    EXPECT_EQ(four.parser.State().audioChannels, 4);
+    EXPECT_EQ(four.parser.State().audio[1].bitsPerSample, 12);
+    EXPECT_EQ(four.parser.State().audio[1].sampleRate, 32000);
+    EXPECT_EQ(four.parser.State().audioSamplesPerFrame, 1280);
 
-TEST(DifParser, AnOddChannelCountIsRoundedUp) {
-    DvFrame frame = LoadFrame("dv25_625_4x3", 144000);
+    frame = LoadFrame("dv25_625_4x3", 144000);
     frame[12 * 6000 + test::AudioPackByte(3) + 2] = 0x0F;
-    const Parsed parsed(frame);
-    EXPECT_EQ(parsed.parser.State().audioChannels, 1);
-    EXPECT_EQ(parsed.parser.State().audioChannelsEven, 2);
-}
-
-TEST(DifParser, AudioOfTheOtherSystemIsNoAudio) {
-    DvFrame frame = LoadFrame("dv25_625_4x3", 144000);
-    frame.SetPackByte(0x50, 3, 0xC0);
-    const Parsed parsed(frame);
-    EXPECT_EQ(parsed.result, kRecognised);
-    EXPECT_EQ(parsed.parser.State().audioChannels, 0);
-}
-
-TEST(DifParser, AnUnsoundAudioPackIsNotRecognisedButTheRestIsRead) {
-    DvFrame frame = LoadFrame("dv25_625_4x3", 144000);
-    frame.SetPackByte(0x50, 4, 0x87);
-    const Parsed parsed(frame);
-    EXPECT_EQ(parsed.result, E_FAIL);
-    EXPECT_EQ(parsed.parser.GetPixelAspect().first, 768);
-}
-
-TEST(DifParser, HeadersThatDenyAudioHideTheFirstHalf) {
-    DvFrame frame = LoadFrame("dv25_625_4x3", 144000);
-    for (std::size_t sequence = 0; sequence < 12; ++sequence) {
-        frame[sequence * 12000 + 5] |= 0x80;
-    }
-    const Parsed parsed(frame);
-    EXPECT_EQ(parsed.result, kRecognised);
-    EXPECT_EQ(parsed.parser.State().audioSource[0], nullptr);
-    EXPECT_EQ(parsed.parser.State().audio[0].channels, 0);
-}
-
-TEST(DifParser, AFrameWithoutAudioPacksHasNoAudio) {
-    const DvFrame frame = LoadFrame("dv25_625_silent", 144000);
-    const Parsed parsed(frame);
-    EXPECT_EQ(parsed.result, kRecognised);
-    EXPECT_EQ(parsed.parser.State().audioChannels, 0);
-    EXPECT_EQ(parsed.parser.GetFormatCode(), kFormatDv25);
-}
-
-TEST(DifParser, AProgressiveDv25FrameIsReportedSo) {
-    DvFrame frame = LoadFrame("dv25_625_4x3", 144000);
-    frame.SetPackByte(0x61, 3, 0xF4);
-    const Parsed parsed(frame);
-    EXPECT_EQ(parsed.parser.GetFieldOrder(), 2);
-    EXPECT_EQ(parsed.Format().frameStructure, 0);
+    const Parsed one(frame);
+    EXPECT_EQ(one.parser.State().audioChannels, 1);
+    EXPECT_EQ(one.parser.State().audioChannelsEven, 2);
 }
 
 TEST(DifParser, TheFrameRatePackCountsOnlyWithItsCheckByte) {

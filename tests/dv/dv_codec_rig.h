@@ -9,16 +9,27 @@
 #include <memory>
 
 #include "engines/standin/dv_picture.h"
+#include "platform/fourcc.h"
 #include "settings/codec_settings.h"
+#include "tests/codecs/picture_header.h"
 #include "tests/codecs/standin_engines.h"
 #include "tests/dv/dv_frames.h"
-#include "tests/dv/dv_headers.h"
 #include "tests/support/guarded_memory.h"
 
 namespace nyx::test {
 
 constexpr wchar_t kDvEngine[] = L"rkdvh.dll";
 constexpr BYTE kUntouched = 0xA5;
+
+/// A compressed DV header; `biSizeImage` is set by whoever has a frame.
+inline BITMAPINFOHEADER DvHeader(DWORD fourcc, LONG width, LONG height) {
+    return MakeHeader(fourcc, 24, width, height);
+}
+
+/// An uncompressed header: "YUY2" for 16 bits, else RGB.
+inline BITMAPINFOHEADER PictureHeader(WORD bitCount, LONG width, LONG height) {
+    return MakeHeader(bitCount == 16 ? FourCC("YUY2") : DWORD{BI_RGB}, bitCount, width, height);
+}
 
 /// A picture in guarded memory; rows lie `stride` bytes apart from the first one on.
 class DvPicture {

@@ -16,11 +16,14 @@ using test::DvFrame;
 using test::DvPicture;
 using test::EngineSearch;
 using test::kDvEngine;
-using test::LastCall;
 using test::LoadFrame;
 
-DWORD DecodeCalls() {
-    return LastCall(kDvEngine, standin::kDecode).count;
+standin::Call LastDecode() {
+    return test::LastCall(kDvEngine, standin::kDecode);
+}
+
+DWORD Word(const void* pointer) {
+    return reinterpret_cast<DWORD>(pointer);
 }
 
 DvFrame PalFrame() {
@@ -34,92 +37,84 @@ struct Bound {
     Codec codec;
 };
 
+struct Recording {
+    const char* clip;
+    std::size_t bytes;
+    int applicationId;  // -1: as recorded
+    LONG width, height;
+    DWORD flags;
+};
+
 template <typename Codec>
-void ExpectFlags(const char* clip, std::size_t bytes, int applicationId, LONG width, LONG height,
-                 LONG flags) {
-    SCOPED_TRACE(testing::Message() << clip << ", application " << applicationId);
-    Bound<Codec> bound;
-    DvFrame frame = LoadFrame(clip, bytes);
-    if (applicationId >= 0) {
-        frame.SetApplicationId(static_cast<BYTE>(applicationId));
-    }
-    DvPicture picture(16, width, height);
-    ASSERT_EQ(Decode(bound.codec, width, height, frame, &picture), S_OK);
-    const standin::Call call = LastCall(kDvEngine, standin::kDecode);
-    ASSERT_EQ(call.wordCount, 6u);
-    EXPECT_EQ(static_cast<LONG>(call.words[0]), flags);
-    EXPECT_EQ(call.words[2], reinterpret_cast<DWORD>(picture.data()));
-    EXPECT_EQ(static_cast<LONG>(call.words[3]), 2 * width);
-    EXPECT_EQ(call.words[4], 2u);
-    EXPECT_EQ(call.words[5], 0u);
-    const std::uint32_t digest = standin::DvFrameDigest(frame.data(), frame.size());
-    for (LONG y : {LONG{0}, height / 2, height - 1}) {
-        EXPECT_TRUE(test::IsStandinRow(picture.Row(y), width, static_cast<int>(y), digest));
+void ExpectFlags(std::initializer_list<Recording> recordings) {
+    for (const Recording& r : recordings) {
+        SCOPED_TRACE(testing::Message() << r.clip << ", application " << r.applicationId);
+        Bound<Codec> bound;
+        DvFrame frame = LoadFrame(r.clip, r.bytes);
+        if (r.applicationId >= 0) {
+            frame.SetApplicationId(static_cast<BYTE>(r.applicationId));
+        }
+        DvPicture picture(16, r.width, r.height);
+        ASSERT_EQ(Decode(bound.codec, r.width, r.height, frame, &picture), S_OK);
+        const standin::Call call = LastDecode();
+        const std::vector<DWORD> words = {
+            r.flags, call.words[1], Word(picture.data()), static_cast<DWORD>(2 * r.width), 2, 0};
+        EXPECT_EQ(std::vector<DWORD>(call.words, call.words + call.wordCount), words);
+        const std::uint32_t digest = standin::DvFrameDigest(frame.data(), frame.size());
+        for (LONG y : {LONG{0}, r.height / 2, r.height - 1}) {
+            EXPECT_TRUE(test::IsStandinRow(picture.Row(y), r.width, static_cast<int>(y), digest));
+        }
     }
 }
 
 TEST(DvDecode, TheEngineIsToldSystemAndVariant) {
-    ExpectFlags<CDv25Codec>("dv25_525_4x3", 120000, 0, 720, 480, 0x51);
-    ExpectFlags<CDv25Codec>("dv25_525_16x9", 120000, 1, 720, 480, 0x52);
-    ExpectFlags<CDv25Codec>("dv25_625_16x9", 144000, -1, 720, 576, 0x91);
-    ExpectFlags<CDv25Codec>("dvcpro25_625", 144000, -1, 720, 576, 0x92);
-    ExpectFlags<CDv50Codec>("dvcpro50_525", 240000, -1, 720, 480, 0x60);
-    ExpectFlags<CDv50Codec>("dvcpro50_625", 288000, -1, 720, 576, 0xA0);
-    ExpectFlags<CDvHdCodec>("dvcprohd_1080_60", 480000, -1, 1280, 1080, 0x472);
-    ExpectFlags<CDvHdCodec>("dvcprohd_1080_50", 576000, -1, 1440, 1080, 0x4B2);
-    ExpectFlags<CDvHdCodec>("dvcprohd_720_60", 240000, -1, 960, 720, 0x474);
-    ExpectFlags<CDvHdCodec>("dvcprohd_720_50", 288000, -1, 960, 720, 0x4B4);
+    ExpectFlags<CDv25Codec>({{"dv25_525_4x3", 120000, 0, 720, 480, 0x51},
+                             {"dv25_525_16x9", 120000, 1, 720, 480, 0x52},
+                             {"dv25_625_16x9", 144000, -1, 720, 576, 0x91},
+                             {"dvcpro25_625", 144000, -1, 720, 576, 0x92}});
+    ExpectFlags<CDv50Codec>({{"dvcpro50_525", 240000, -1, 720, 480, 0x60},
+                             {"dvcpro50_625", 288000, -1, 720, 576, 0xA0}});
+    ExpectFlags<CDvHdCodec>({{"dvcprohd_1080_60", 480000, -1, 1280, 1080, 0x472},
+                             {"dvcprohd_1080_50", 576000, -1, 1440, 1080, 0x4B2},
+                             {"dvcprohd_720_60", 240000, -1, 960, 720, 0x474},
+                             {"dvcprohd_720_50", 288000, -1, 960, 720, 0x4B4}});
 }
 
+/// Decodes in the full and the studio range, to 24 and 32 bits.
 template <typename Codec>
-void ExpectCode(DWORD fourcc, LONG colorSpace, const DvFrame& frame, LONG width, LONG height,
-                WORD bits, DWORD code) {
-    SCOPED_TRACE(testing::Message()
-                 << width << " wide, " << bits << " bits, colour space " << colorSpace);
-    const test::StoredSetting setting(fourcc, L"color_space", colorSpace);
-    Bound<Codec> bound;
-    DvPicture picture(bits, width, height);
-    ASSERT_EQ(Decode(bound.codec, width, height, frame, &picture), S_OK);
-    EXPECT_EQ(LastCall(kDvEngine, standin::kDecode).words[5], code);
-    EXPECT_EQ(LastCall(kDvEngine, standin::kDecode).result, standin::kDone);
+void ExpectCodes(const DvFrame& frame, LONG width, LONG height, const DWORD (&codes)[2][2]) {
+    for (const LONG colorSpace : {0, 1}) {
+        for (const WORD bits : {WORD{24}, WORD{32}}) {
+            const DWORD fourcc = Codec().GetFourCC();
+            const test::StoredSetting setting(fourcc, L"color_space", colorSpace);
+            Bound<Codec> bound;
+            DvPicture picture(bits, width, height);
+            ASSERT_EQ(Decode(bound.codec, width, height, frame, &picture), S_OK);
+            EXPECT_EQ(LastDecode().words[5], codes[colorSpace][bits == 32])
+                << width << " wide, " << bits << " bits, colour space " << colorSpace;
+            EXPECT_EQ(LastDecode().result, standin::kDone);
+        }
+    }
 }
 
 TEST(DvDecode, OutputCodesFollowLayoutDefinitionAndColourSpace) {
-    const DvFrame pal = PalFrame();
-    const DvFrame hd = LoadFrame("dvcprohd_720_50", 288000);
-    constexpr DWORD kDv25 = FourCC("QDVC");
-    constexpr DWORD kHd = FourCC("QDVH");
-    ExpectCode<CDv25Codec>(kDv25, 0, pal, 720, 576, 24, 4);
-    ExpectCode<CDv25Codec>(kDv25, 1, pal, 720, 576, 24, 2);
-    ExpectCode<CDv25Codec>(kDv25, 0, pal, 720, 576, 32, 3);
-    ExpectCode<CDv25Codec>(kDv25, 1, pal, 720, 576, 32, 1);
-    ExpectCode<CDvHdCodec>(kHd, 0, hd, 960, 720, 24, 8);
-    ExpectCode<CDvHdCodec>(kHd, 1, hd, 960, 720, 24, 6);
-    ExpectCode<CDvHdCodec>(kHd, 0, hd, 960, 720, 32, 7);
-    ExpectCode<CDvHdCodec>(kHd, 1, hd, 960, 720, 32, 5);
-    ExpectCode<CDvHdCodec>(kHd, 1, hd, 960, 720, 16, 0);
+    ExpectCodes<CDv25Codec>(PalFrame(), 720, 576, {{4, 3}, {2, 1}});
+    ExpectCodes<CDvHdCodec>(LoadFrame("dvcprohd_720_50", 288000), 960, 720, {{8, 7}, {6, 5}});
 }
 
 TEST(DvDecode, RgbIsBottomUpUnlessItsHeightIsNegativeOrAStrideIsGiven) {
     Bound<CDv25Codec> bound;
-    const DvFrame frame = PalFrame();
-    DvPicture bottomUp(24, 720, 576);
-    ASSERT_EQ(Decode(bound.codec, 720, 576, frame, &bottomUp), S_OK);
-    EXPECT_EQ(LastCall(kDvEngine, standin::kDecode).words[2],
-              reinterpret_cast<DWORD>(bottomUp.Row(575)));
-    EXPECT_EQ(static_cast<LONG>(LastCall(kDvEngine, standin::kDecode).words[3]), -2160);
-
-    DvPicture topDown(24, 720, -576);
-    ASSERT_EQ(Decode(bound.codec, 720, 576, frame, &topDown), S_OK);
-    EXPECT_EQ(LastCall(kDvEngine, standin::kDecode).words[2],
-              reinterpret_cast<DWORD>(topDown.data()));
-
-    DvPicture strided(24, 720, 576, 2400);
-    ASSERT_EQ(Decode(bound.codec, 720, 576, frame, &strided, 2400), S_OK);
-    EXPECT_EQ(LastCall(kDvEngine, standin::kDecode).words[2],
-              reinterpret_cast<DWORD>(strided.data()));
-    EXPECT_EQ(LastCall(kDvEngine, standin::kDecode).words[3], 2400u);
-    EXPECT_EQ(strided.Row(0)[2160], test::kUntouched);
+    struct Case {
+        LONG height, callerStride, firstRow, stride;
+    };
+    for (const Case& c :
+         {Case{576, 0, 575, -2160}, Case{-576, 0, 0, 2160}, Case{576, 2400, 0, 2400}}) {
+        DvPicture picture(24, 720, c.height, c.callerStride);
+        ASSERT_EQ(Decode(bound.codec, 720, 576, PalFrame(), &picture, c.callerStride), S_OK);
+        EXPECT_EQ(LastDecode().words[2], Word(picture.Row(c.firstRow)));
+        EXPECT_EQ(static_cast<LONG>(LastDecode().words[3]), c.stride);
+        EXPECT_TRUE(c.callerStride == 0 || picture.Row(0)[2160] == test::kUntouched);
+    }
 }
 
 /// Decodes a wide-screen picture and checks it against the recorded one, stretched.
@@ -139,9 +134,12 @@ void ExpectStretched(WORD bits, LONG width, LONG height, LONG signedHeight) {
                           {expected.data(), picture.stride(), yuv ? width / 2 : width}, height),
               S_OK);
     EXPECT_TRUE(std::equal(expected.begin(), expected.end(), picture.data()));
+    DvPicture ofRecordedInput(bits, width, signedHeight);
+    ASSERT_EQ(Decode(bound.codec, 720, height, frame, &ofRecordedInput), S_OK);
+    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), ofRecordedInput.data()));
     // The engine painted another picture, in the same direction.
-    const standin::Call call = LastCall(kDvEngine, standin::kDecode);
-    EXPECT_NE(call.words[2], reinterpret_cast<DWORD>(picture.data()));
+    const standin::Call call = LastDecode();
+    EXPECT_NE(call.words[2], Word(picture.data()));
     EXPECT_EQ(static_cast<LONG>(call.words[3]),
               720 * bits / 8 * (!yuv && signedHeight > 0 ? -1 : 1));
 }
@@ -153,23 +151,13 @@ TEST(DvDecode, WideScreenPicturesAreStretched) {
     ExpectStretched(24, 1024, 576, 576);
 }
 
-TEST(DvDecode, AWideScreenOutputOfAnUnstretchedInputIsFilledToo) {
-    Bound<CDv25Codec> bound;
-    const DvFrame frame = LoadFrame("dv25_525_16x9", 120000);
-    DvPicture asInput(16, 856, 480);
-    DvPicture asOutput(16, 856, 480);
-    ASSERT_EQ(Decode(bound.codec, 856, 480, frame, &asInput), S_OK);
-    ASSERT_EQ(Decode(bound.codec, 720, 480, frame, &asOutput), S_OK);
-    EXPECT_TRUE(std::equal(asInput.data(), asInput.data() + 856 * 2 * 480, asOutput.data()));
-}
-
 TEST(DvDecode, WideScreen32BitPicturesKeepTheirContents) {
     Bound<CDv25Codec> bound;
-    const DWORD before = DecodeCalls();
+    const DWORD before = LastDecode().count;
     DvPicture picture(32, 1024, 576);
     EXPECT_EQ(Decode(bound.codec, 1024, 576, PalFrame(), &picture), S_OK);
     EXPECT_TRUE(picture.IsUntouched());
-    EXPECT_EQ(DecodeCalls(), before + 1);
+    EXPECT_EQ(LastDecode().count, before + 1);
 }
 
 TEST(DvDecode, AnOutputWithPaddedRowsHasItsPaddingLeftAlone) {
@@ -185,50 +173,41 @@ TEST(DvDecode, AnOutputWithPaddedRowsHasItsPaddingLeftAlone) {
     }
 }
 
-TEST(DvDecode, GarbageIsABlackPicture) {
+TEST(DvDecode, WhatIsNoFrameOfTheSizeIsABlackPictureAndNeverReachesTheEngine) {
+    const DvFrame pal = PalFrame();
+    const auto cut = [&pal](std::size_t size) {
+        return DvFrame(std::vector<BYTE>(pal.data(), pal.data() + size));
+    };
+    struct Case {
+        const char* name;
+        DvFrame frame;
+        WORD bits;
+        LONG width, height, stride;
+    };
+    const Case cases[] = {
+        {"garbage", DvFrame::Blank(120000), 16, 720, 480, 0},
+        {"garbage to RGB", DvFrame::Blank(120000), 24, 720, 480, 0},
+        {"garbage to a wide picture", DvFrame::Blank(7), 32, 1024, 576, 0},
+        {"garbage to padded rows", DvFrame::Blank(120000), 16, 720, 480, 1500},
+        {"a byte short", cut(143999), 16, 720, 576, 0},
+        {"a sequence short", cut(132000), 16, 720, 576, 0},
+        {"little more than a sequence", cut(13000), 16, 720, 576, 0},
+        {"another height", pal, 16, 720, 480, 0},
+        {"another variant", LoadFrame("dvcprohd_720_50", 288000), 16, 720, 576, 0},
+    };
     Bound<CDv25Codec> bound;
-    const DWORD before = DecodeCalls();
-    DvPicture yuy2(16, 720, 480);
-    EXPECT_EQ(Decode(bound.codec, 720, 480, DvFrame::Blank(120000), &yuy2), E_FAIL);
-    EXPECT_TRUE(yuy2.IsFilled(0x10, 0x80));
-    DvPicture rgb(24, 720, 480);
-    EXPECT_EQ(Decode(bound.codec, 720, 480, DvFrame::Blank(120000), &rgb), E_FAIL);
-    EXPECT_TRUE(rgb.IsFilled(0, 0));
-    DvPicture wide(32, 1024, 576);
-    EXPECT_EQ(Decode(bound.codec, 1024, 576, DvFrame::Blank(7), &wide), E_FAIL);
-    EXPECT_TRUE(wide.IsFilled(0, 0));
-    DvPicture strided(16, 720, 480, 1500);
-    EXPECT_EQ(Decode(bound.codec, 720, 480, DvFrame::Blank(120000), &strided, 1500), E_FAIL);
-    EXPECT_TRUE(strided.IsFilled(0x10, 0x80));
-    EXPECT_EQ(strided.Row(0)[1440], test::kUntouched);
-    EXPECT_EQ(DecodeCalls(), before);
-}
-
-TEST(DvDecode, AFrameThatIsCutShortNeverReachesTheEngine) {
-    Bound<CDv25Codec> bound;
-    const DWORD before = DecodeCalls();
-    const DvFrame whole = PalFrame();
-    for (const std::size_t size : {std::size_t{143999}, std::size_t{132000}, std::size_t{13000}}) {
-        const DvFrame cut(std::vector<BYTE>(whole.data(), whole.data() + size));
-        DvPicture picture(16, 720, 576);
-        EXPECT_EQ(Decode(bound.codec, 720, 576, cut, &picture), E_FAIL) << size;
-        EXPECT_TRUE(picture.IsFilled(0x10, 0x80)) << size;
+    const DWORD before = LastDecode().count;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        DvPicture picture(c.bits, c.width, c.height, c.stride);
+        EXPECT_EQ(Decode(bound.codec, c.width, c.height, c.frame, &picture, c.stride), E_FAIL);
+        EXPECT_TRUE(c.bits == 16 ? picture.IsFilled(0x10, 0x80) : picture.IsFilled(0, 0));
+        EXPECT_TRUE(c.stride == 0 || picture.Row(0)[1440] == test::kUntouched);
     }
-    EXPECT_EQ(DecodeCalls(), before);
-}
-
-TEST(DvDecode, AFrameOfAnotherSizeNeverReachesTheEngine) {
-    const DWORD before = DecodeCalls();
-    Bound<CDv25Codec> dv25;
-    DvPicture ntsc(16, 720, 480);
-    EXPECT_EQ(Decode(dv25.codec, 720, 480, PalFrame(), &ntsc), E_FAIL);
-    EXPECT_TRUE(ntsc.IsFilled(0x10, 0x80));
-    DvPicture pal(16, 720, 576);
-    EXPECT_EQ(Decode(dv25.codec, 720, 576, LoadFrame("dvcprohd_720_50", 288000), &pal), E_FAIL);
     Bound<CDvHdCodec> hd;
     DvPicture narrow(16, 1280, 1080);
     EXPECT_EQ(Decode(hd.codec, 1280, 1080, LoadFrame("dvcprohd_1080_50", 576000), &narrow), E_FAIL);
-    EXPECT_EQ(DecodeCalls(), before);
+    EXPECT_EQ(LastDecode().count, before);
 }
 
 TEST(DvDecode, ASignalTypeWithoutAVariantLeavesThePictureAlone) {
@@ -269,25 +248,22 @@ TEST(DvDecode, AMissingOldOrHalfEngineRefusesEveryFrame) {
 
 TEST(DvDecode, FormatsThatDoNotBelongTogetherAreRefused) {
     Bound<CDv25Codec> bound;
-    DvPicture narrow(16, 700, 576);
-    EXPECT_EQ(Decode(bound.codec, 720, 576, PalFrame(), &narrow), E_FAIL);
-    DvPicture low(16, 720, 480);
-    EXPECT_EQ(Decode(bound.codec, 720, 576, PalFrame(), &low), E_FAIL);
-    EXPECT_TRUE(narrow.IsUntouched() && low.IsUntouched());
-    DvPicture picture(16, 720, 576);
-    BITMAPINFOHEADER input = test::DvHeader(FourCC("QDVC"), 720, 576);
-    BITMAPINFOHEADER output = picture.header();
-    output.biCompression = FourCC("v408");
-    BYTE frame[4] = {};
-    input.biSizeImage = sizeof(frame);
-    EXPECT_EQ(bound.codec.Decompress(&input, frame, &output, false, picture.data(), 0, 0), E_FAIL);
-    EXPECT_TRUE(picture.IsUntouched());
-    EXPECT_EQ(bound.codec.Decompress(nullptr, frame, &output, false, picture.data(), 0, 0),
-              E_POINTER);
-    EXPECT_EQ(bound.codec.Decompress(&input, frame, &output, false, nullptr, 0, 0), E_POINTER);
-    EXPECT_EQ(
-        bound.codec.Decompress(&input, nullptr, &picture.header(), false, picture.data(), 0, 0),
-        E_FAIL);
+    for (const BITMAPINFOHEADER& output :
+         {test::PictureHeader(16, 700, 576), test::PictureHeader(16, 720, 480),
+          test::MakeHeader(FourCC("v408"), 16, 720, 576)}) {
+        DvPicture picture(16, 720, 576);
+        DvFrame frame = PalFrame();
+        BITMAPINFOHEADER input = test::DvHeader(FourCC("QDVC"), 720, 576);
+        input.biSizeImage = static_cast<DWORD>(frame.size());
+        const auto decode = [&](const BITMAPINFOHEADER* in, const BYTE* sample, BYTE* to) {
+            return bound.codec.Decompress(in, sample, &output, false, to, 0, 0);
+        };
+        EXPECT_EQ(decode(&input, frame.data(), picture.data()), E_FAIL);
+        EXPECT_EQ(decode(nullptr, frame.data(), picture.data()), E_POINTER);
+        EXPECT_EQ(decode(&input, frame.data(), nullptr), E_POINTER);
+        EXPECT_EQ(decode(&input, nullptr, picture.data()), E_FAIL);
+        EXPECT_TRUE(picture.IsUntouched());
+    }
 }
 
 TEST(DvDecode, FramesTellTheirParameters) {

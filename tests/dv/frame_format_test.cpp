@@ -27,54 +27,26 @@ FormatRecord LookUp(const Pack& source, const Pack& control, bool expected = tru
     return format;
 }
 
+/// What every row of a signal type and system has in common.
 struct Row {
     bool is625;
     BYTE signalType;
-    BYTE display;
-    FormatRecord format;
+    LONG formatCode, frameBytes, fourCC, rateNum, rateDen;
+    LONG aspectX, wideAspectX, aspectY;  // aspectX -1: a combination that no recorder writes
+    LONG height, fieldOrder;
 };
 
-const Row kRows[] = {
-    {false,
-     0x00,
-     0,
-     {0, 60, 120000, kFourCCDv25, 30000, 1001, 648, 720, 720, 480, 1, 1, 30000, 1001, 15}},
-    {false,
-     0x00,
-     2,
-     {0, 60, 120000, kFourCCDv25, 30000, 1001, 864, 720, 720, 480, 1, 1, 30000, 1001, 15}},
-    {false,
-     0x04,
-     0,
-     {3, 60, 240000, kFourCCDv50, 30000, 1001, 648, 720, 720, 480, 1, 1, 30000, 1001, 15}},
-    {false,
-     0x04,
-     2,
-     {3, 60, 240000, kFourCCDv50, 30000, 1001, 864, 720, 720, 480, 1, 1, 30000, 1001, 15}},
-    {false,
-     0x14,
-     2,
-     {4, 60, 480000, kFourCCDvHd, 30000, 1001, 1920, 1280, 1280, 1080, 0, 1, 30000, 1001, 15}},
-    {false,
-     0x15,
-     2,
-     {5, 60, 480000, kFourCCDvHd, 30000, 1001, 1920, 1280, 1280, 1080, 0, 1, 30000, 1001, 15}},
-    {false,
-     0x18,
-     0,
-     {6, 60, 240000, kFourCCDvHd, 60000, 1001, 1280, 960, 960, 720, 2, 0, 60000, 1001, 15}},
-    {false,
-     0x18,
-     2,
-     {6, 60, 240000, kFourCCDvHd, 60000, 1001, 1280, 960, 960, 720, 2, 0, 60000, 1001, 15}},
-    {true, 0x00, 0, {0, 50, 144000, kFourCCDv25, 25, 1, 768, 720, 720, 576, 1, 1, 25, 1, 15}},
-    {true, 0x00, 2, {0, 50, 144000, kFourCCDv25, 25, 1, 1024, 720, 720, 576, 1, 1, 25, 1, 15}},
-    {true, 0x04, 0, {3, 50, 288000, kFourCCDv50, 25, 1, 768, 720, 720, 576, 1, 1, 25, 1, 15}},
-    {true, 0x04, 2, {3, 50, 288000, kFourCCDv50, 25, 1, 1024, 720, 720, 576, 1, 1, 25, 1, 15}},
-    {true, 0x14, 2, {4, 50, 576000, kFourCCDvHd, 25, 1, 1920, 1440, 1440, 1080, 0, 1, 25, 1, 15}},
-    {true, 0x15, 2, {5, 50, 576000, kFourCCDvHd, 25, 1, 1920, 1440, 1440, 1080, 0, 1, 25, 1, 15}},
-    {true, 0x18, 0, {6, 50, 288000, kFourCCDvHd, 50, 1, 1280, 960, 960, 720, 2, 0, 50, 1, 15}},
-    {true, 0x18, 2, {6, 50, 288000, kFourCCDvHd, 50, 1, 1280, 960, 960, 720, 2, 0, 50, 1, 15}},
+constexpr Row kRows[] = {
+    {false, 0x00, 0, 120000, kFourCCDv25, 30000, 1001, 648, 864, 720, 480, 1},
+    {false, 0x04, 3, 240000, kFourCCDv50, 30000, 1001, 648, 864, 720, 480, 1},
+    {false, 0x14, 4, 480000, kFourCCDvHd, 30000, 1001, -1, 1920, 1280, 1080, 0},
+    {false, 0x15, 5, 480000, kFourCCDvHd, 30000, 1001, -1, 1920, 1280, 1080, 0},
+    {false, 0x18, 6, 240000, kFourCCDvHd, 60000, 1001, 1280, 1280, 960, 720, 2},
+    {true, 0x00, 0, 144000, kFourCCDv25, 25, 1, 768, 1024, 720, 576, 1},
+    {true, 0x04, 3, 288000, kFourCCDv50, 25, 1, 768, 1024, 720, 576, 1},
+    {true, 0x14, 4, 576000, kFourCCDvHd, 25, 1, -1, 1920, 1440, 1080, 0},
+    {true, 0x15, 5, 576000, kFourCCDvHd, 25, 1, -1, 1920, 1440, 1080, 0},
+    {true, 0x18, 6, 288000, kFourCCDvHd, 50, 1, 1280, 1280, 960, 720, 2},
 };
 
 bool operator==(const FormatRecord& a, const FormatRecord& b) {
@@ -82,18 +54,22 @@ bool operator==(const FormatRecord& a, const FormatRecord& b) {
 }
 
 TEST(FrameFormat, EverySignalTypeAndAspectHasItsRow) {
+    const FormatRecord unwritten = {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, 0, 1, -1, -1, 15};
     for (const Row& row : kRows) {
-        SCOPED_TRACE(testing::Message() << (row.is625 ? 625 : 525) << ", signal type "
-                                        << +row.signalType << ", DISP " << +row.display);
-        EXPECT_TRUE(LookUp(Source(row.is625, row.signalType), Control(row.display, 0)) ==
-                    row.format);
+        for (const bool wide : {false, true}) {
+            SCOPED_TRACE(testing::Message() << (row.is625 ? 625 : 525) << ", signal type "
+                                            << +row.signalType << ", wide " << wide);
+            const LONG aspectX = wide ? row.wideAspectX : row.aspectX;
+            // The aspect's second number is the coded width.
+            const FormatRecord written = {row.formatCode, row.is625 ? 50 : 60, row.frameBytes,
+                                          row.fourCC,     row.rateNum,         row.rateDen,
+                                          aspectX,        row.aspectY,         row.aspectY,
+                                          row.height,     row.fieldOrder,      row.fieldOrder != 2,
+                                          row.rateNum,    row.rateDen,         15};
+            EXPECT_TRUE(LookUp(Source(row.is625, row.signalType), Control(wide ? 2 : 0, 0),
+                               aspectX != -1) == (aspectX != -1 ? written : unwritten));
+        }
     }
-}
-
-TEST(FrameFormat, ARowThatNoRecorderWritesKeepsItsValues) {
-    const FormatRecord expected = {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, 0, 1, -1, -1, 15};
-    EXPECT_TRUE(LookUp(Source(false, 0x14), Control(0, 0), false) == expected);
-    EXPECT_TRUE(LookUp(Source(true, 0x15), Control(0, 0), false) == expected);
 }
 
 TEST(FrameFormat, WithoutSystemTypeOrAspectEverythingIsUnknown) {

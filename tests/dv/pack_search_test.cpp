@@ -122,15 +122,6 @@ TEST(PackSearch, TheWholeFrameIsSearchedAudioThenVauxThenSubcode) {
     EXPECT_EQ(FindPack(frame.data(), 11999, 0x42), nullptr);
 }
 
-TEST(PackSearch, SubcodePacksLieSixToABlock) {
-    const DvFrame frame = DvFrame::Blank(24000);
-    EXPECT_EQ(SubcodePackAt(frame.data(), 0, 0), frame.data() + 86);
-    EXPECT_EQ(SubcodePackAt(frame.data(), 0, 5), frame.data() + 126);
-    EXPECT_EQ(SubcodePackAt(frame.data(), 0, 6), frame.data() + 166);
-    EXPECT_EQ(SubcodePackAt(frame.data(), 1, 3), frame.data() + 12110);
-    EXPECT_EQ(SubcodePackAt(frame.data(), 1, 11), frame.data() + 12206);
-}
-
 std::vector<std::size_t> AudioSourceOrder(std::size_t first, std::size_t half) {
     const std::size_t opening = first % 2 == 0 ? 4323 : 483;
     std::vector<std::size_t> order = {first * 12000 + opening, (first + 2) * 12000 + opening};
