@@ -2,41 +2,22 @@
 
 #include <gtest/gtest.h>
 
-#include "codecs/lossless_codec.h"
-#include "codecs/mpeg_intra_codec.h"
-#include "codecs/zeta2_codec.h"
-#include "codecs/zeta_codec.h"
-#include "tests/codecs/standin_engines.h"
+#include "tests/codecs/engine_codec_support.h"
 
 namespace nyx {
 namespace {
 
 TEST(Availability, IsEveryEntryOfTheCodecsEngines) {
-    struct Case {
-        const wchar_t* folder;
-        bool zeta;
-        bool zeta2;
-        bool lossless;
-        bool mpeg;
-    };
-    const Case cases[] = {
-        {L"", true, true, true, true},
-        {L"none", false, false, false, false},
-        {L"old", false, false, false, false},
-        {L"no_decode", false, false, false, false},
-    };
-    for (const Case& c : cases) {
-        const test::EngineSearch search(c.folder);
-        CZetaCodec zeta;
-        CZeta2Codec zeta2;
-        CLosslessCodec lossless;
-        CMpegIntraCodec mpeg;
+    for (const wchar_t* folder : {L"", L"none", L"old", L"no_decode"}) {
+        const bool available = folder[0] == L'\0';
+        const test::EngineSearch search(folder);
+        test::EngineCodecs codecs;
         for (LONG mode : {kEngineForEncoding, kEngineForDecoding}) {
-            EXPECT_EQ(CZetaCodec::IsEngineAvailable(mode), c.zeta);
-            EXPECT_EQ(CZeta2Codec::IsEngineAvailable(mode), c.zeta2);
-            EXPECT_EQ(CLosslessCodec::IsEngineAvailable(mode), c.lossless);
+            EXPECT_EQ(CZetaCodec::IsEngineAvailable(mode), available);
+            EXPECT_EQ(CZeta2Codec::IsEngineAvailable(mode), available);
+            EXPECT_EQ(CLosslessCodec::IsEngineAvailable(mode), available);
         }
-        EXPECT_EQ(CMpegIntraCodec::IsEngineAvailable(kEngineForDecoding), c.mpeg);
+        EXPECT_EQ(CMpegIntraCodec::IsEngineAvailable(kEngineForDecoding), available);
         EXPECT_FALSE(CMpegIntraCodec::IsEngineAvailable(kEngineForEncoding));
         EXPECT_FALSE(CMpegIntraCodec::IsEngineAvailable(2));
     }

@@ -15,6 +15,7 @@
 #include "codecs/zeta2_codec.h"
 #include "codecs/zeta_codec.h"
 #include "platform/fourcc.h"
+#include "settings/codec_settings.h"
 #include "tests/codecs/picture_header.h"
 #include "tests/codecs/standin_engines.h"
 
@@ -117,6 +118,26 @@ struct EngineCodecs {
                                {"QZT2", &zeta2, true, true},
                                {"QLLC", &lossless, true, true},
                                {"QMIC", &mpeg, false, false}};
+};
+
+/// Settings of the Zeta2 codec for as long as a test needs them.
+class Zeta2Settings {
+  public:
+    Zeta2Settings(LONG colorSpace, LONG quantScale, LONG maxStreamSize, LONG preset) {
+        Write(colorSpace, quantScale, maxStreamSize, preset);
+    }
+    ~Zeta2Settings() { Write(0, 5, 30, 2); }
+    Zeta2Settings(const Zeta2Settings&) = delete;
+    Zeta2Settings& operator=(const Zeta2Settings&) = delete;
+
+  private:
+    static void Write(LONG colorSpace, LONG quantScale, LONG maxStreamSize, LONG preset) {
+        constexpr DWORD kCode = FourCC("QZT2");
+        WriteCodecSetting(kCode, L"color_space", colorSpace);
+        WriteCodecSetting(kCode, L"quant_scale", quantScale);
+        WriteCodecSetting(kCode, L"max_stream_size", maxStreamSize);
+        WriteCodecSetting(kCode, L"preset", preset);
+    }
 };
 
 /// The words of an engine's record, or its arguments.

@@ -34,7 +34,6 @@ class EngineFiles : public testing::Test {
         std::ofstream file(Path().c_str(), std::ios::binary | std::ios::trunc);
         file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     }
-    void PutWhole() const { Put(whole_); }
     std::wstring Path() const { return folder_.PathOf(kEngine); }
 
     /// Joins and leaves the family; whether its engine was bound in between.
@@ -54,45 +53,30 @@ class EngineFiles : public testing::Test {
     std::vector<char> whole_ = ReadFile(EngineFolder() + L"\\" + kEngine);
 };
 
-TEST_F(EngineFiles, AWholeOneIsBound) {
+TEST_F(EngineFiles, OnlyAWholeOneForThisMachineIsBound) {
     ASSERT_GT(whole_.size(), 4096u);
     EXPECT_FALSE(Binds()) << "nothing there yet";
-    PutWhole();
-    EXPECT_TRUE(Binds());
-}
-
-TEST_F(EngineFiles, ATruncatedOneIsNot) {
-    for (const std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{63},
-                                   std::size_t{512}, std::size_t{1024}, std::size_t{4096}}) {
-        Put({whole_.begin(), whole_.begin() + static_cast<std::ptrdiff_t>(size)});
-        EXPECT_FALSE(Binds()) << size;
+    for (const std::ptrdiff_t size : {0, 1, 63, 512, 1024, 4096}) {
+        Put({whole_.begin(), whole_.begin() + size});
+        EXPECT_FALSE(Binds()) << "cut to " << size;
     }
-    PutWhole();
-    EXPECT_TRUE(Binds());
-}
-
-TEST_F(EngineFiles, OneOfAnotherMachineOrOfNoMachineIsNot) {
     // The machine's number stands behind the signature whose place is at 0x3C of the file.
     std::vector<char> foreign = whole_;
     const auto header = static_cast<std::size_t>(static_cast<unsigned char>(foreign.at(0x3C)));
     foreign.at(header + 4) = 0x64;
     foreign.at(header + 5) = static_cast<char>(0x86);
     Put(foreign);
-    EXPECT_FALSE(Binds());
-    Put(std::vector<char>(65536, 'x'));
-    EXPECT_FALSE(Binds());
-}
-
-TEST_F(EngineFiles, ADirectoryOfThatNameIsNot) {
+    EXPECT_FALSE(Binds()) << "of another machine";
+    ASSERT_TRUE(DeleteFileW(Path().c_str()));
     ASSERT_TRUE(CreateDirectoryW(Path().c_str(), nullptr));
-    EXPECT_FALSE(Binds());
+    EXPECT_FALSE(Binds()) << "a directory";
     ASSERT_TRUE(RemoveDirectoryW(Path().c_str()));
-    PutWhole();
+    Put(whole_);
     EXPECT_TRUE(Binds());
 }
 
 TEST_F(EngineFiles, ALockedOneIsNotUntilItIsLetGo) {
-    PutWhole();
+    Put(whole_);
     const HANDLE lock = CreateFileW(Path().c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
                                     OPEN_EXISTING, 0, nullptr);
     ASSERT_NE(lock, INVALID_HANDLE_VALUE);
@@ -102,7 +86,7 @@ TEST_F(EngineFiles, ALockedOneIsNotUntilItIsLetGo) {
 }
 
 TEST_F(EngineFiles, OneThatIsReplacedInUseStaysUntilTheLastUserGoes) {
-    PutWhole();
+    Put(whole_);
     {
         EngineUse use(Zeta2Engines());
         ASSERT_TRUE(Zeta2Engines().IsComplete());

@@ -70,17 +70,6 @@ TEST(EngineFamily, LoadsWithTheFirstUserAndFreesWithTheLast) {
     EXPECT_EQ(ZetaEngines()[kZetaCoreEngine].Encode<ZetaEntry>(), nullptr);
 }
 
-TEST(EngineFamily, LooksForTheEngineAnewWithEachFirstUser) {
-    {
-        const EngineSearch nowhere(L"none");
-        EngineUse use(ZetaEngines());
-        EXPECT_FALSE(ZetaEngines().IsComplete());
-    }
-    const EngineSearch search;
-    EngineUse use(ZetaEngines());
-    EXPECT_TRUE(ZetaEngines().IsComplete());
-}
-
 TEST(EngineFamily, BindsEachEngineByItself) {
     struct Case {
         const wchar_t* folder;

@@ -116,116 +116,94 @@ TEST_F(LosslessCodec, HandsTheEngineItsSixArguments) {
 }
 
 /// A picture through the conversion library, rows without gaps.
-std::vector<BYTE> Converted(const std::vector<BYTE>& picture, DWORD from, DWORD to, LONG fromBytes,
-                            LONG toBytes, LONG width, LONG height, DWORD yuvFlags, DWORD rgbFlags) {
-    std::vector<BYTE> result(static_cast<std::size_t>(width * height * toBytes));
-    std::vector<BYTE> copy = picture;
-    const ImagePlane source = {copy.data(), width * fromBytes, 0};
-    const ImagePlane destination = {result.data(), width * toBytes, 0};
-    if (from == FourCC("YUY2")) {
-        EXPECT_EQ(ConvertFromYuv(&source, nullptr, from, yuvFlags, 0, &destination, to, rgbFlags, 0,
-                                 width, height),
-                  S_OK);
-    } else {
-        EXPECT_EQ(ConvertToYuv(&source, from, rgbFlags, nullptr, &destination, nullptr, to,
-                               yuvFlags, 0, width, height),
-                  S_OK);
-    }
-    return result;
-}
+struct Conversion {
+    LONG width, height;
+    DWORD yuvFlags, rgbFlags;
 
-/// Definition and colour space with the conversion's flags as the format's rules have them.
+    std::vector<BYTE> FromYuy2(std::vector<BYTE> picture, DWORD to) const {
+        std::vector<BYTE> result(static_cast<std::size_t>(width * height * BytesPerPixel(to)));
+        const ImagePlane source = {picture.data(), width * 2, 0};
+        const ImagePlane destination = {result.data(), width * BytesPerPixel(to), 0};
+        EXPECT_EQ(ConvertFromYuv(&source, nullptr, FourCC("YUY2"), yuvFlags, 0, &destination, to,
+                                 rgbFlags, 0, width, height),
+                  S_OK);
+        return result;
+    }
+    std::vector<BYTE> ToYuy2(std::vector<BYTE> picture, DWORD from) const {
+        std::vector<BYTE> result(static_cast<std::size_t>(width * height * 2));
+        const ImagePlane source = {picture.data(), width * BytesPerPixel(from), 0};
+        const ImagePlane destination = {result.data(), width * 2, 0};
+        EXPECT_EQ(ConvertToYuv(&source, from, rgbFlags, nullptr, &destination, nullptr,
+                               FourCC("YUY2"), yuvFlags, 0, width, height),
+                  S_OK);
+        return result;
+    }
+};
+
+/// Definition and colour space with what they mean for the conversion and for clear pixels.
 struct Colours {
-    LONG width;
-    LONG height;
+    Conversion conversion;
     LONG colorSpace;
-    DWORD yuvFlags;
-    DWORD matrixCode;
     DWORD matteBlack;
 };
-constexpr Colours kColours[] = {{62, 37, 0, 0, 1, 0},
-                                {62, 37, 1, 0, 0, 0x101010},
-                                {960, 720, 0, 2, 3, 0},
-                                {960, 720, 5, 2, 2, 0x101010}};
+constexpr Colours kColours[] = {{{62, 37, 0, 1}, 0, 0},
+                                {{62, 37, 0, 0}, 1, 0x101010},
+                                {{960, 720, 2, 3}, 0, 0},
+                                {{960, 720, 2, 2}, 5, 0x101010}};
 
-/// A codec object with this colour space, which is read from the settings.
-class WithColorSpace {
-  public:
-    explicit WithColorSpace(LONG colorSpace) {
-        WriteCodecSetting(kLossless, L"color_space", colorSpace);
-        codec_.emplace();
-    }
-    ~WithColorSpace() { WriteCodecSetting(kLossless, L"color_space", 0); }
-    CLosslessCodec& codec() { return *codec_; }
-
-  private:
-    std::optional<CLosslessCodec> codec_;
-};
-
-std::vector<BYTE> WithoutAlpha(const std::vector<BYTE>& rgb, std::size_t from, std::size_t to) {
-    std::vector<BYTE> result;
-    for (std::size_t at = 0; at < rgb.size(); at += from) {
-        result.insert(result.end(), rgb.begin() + static_cast<std::ptrdiff_t>(at),
-                      rgb.begin() + static_cast<std::ptrdiff_t>(at + 3));
-        if (to == 4) {
-            result.push_back(0xFF);
-        }
+std::vector<BYTE> OpaqueRgb(const std::vector<BYTE>& rgb, std::size_t from, std::size_t to) {
+    std::vector<BYTE> result(rgb.size() / from * to, 0xFF);
+    for (std::size_t pixel = 0; pixel < rgb.size() / from; ++pixel) {
+        std::copy_n(&rgb[pixel * from], 3, &result[pixel * to]);
     }
     return result;
 }
 
 TEST_F(LosslessCodec, ConvertsEveryKindToEveryOutput) {
     for (const Colours& colours : kColours) {
-        WithColorSpace with(colours.colorSpace);
-        EXPECT_EQ(with.codec().GetColorSpace(), colours.colorSpace);
+        const Conversion& conversion = colours.conversion;
+        WriteCodecSetting(kLossless, L"color_space", colours.colorSpace);
+        CLosslessCodec codec;  // reads the setting
+        WriteCodecSetting(kLossless, L"color_space", 0);
+        EXPECT_EQ(codec.GetColorSpace(), colours.colorSpace);
         for (const Kind& kind : kKinds) {
             // Top-down, so that buffers compare row by row.
-            const BITMAPINFOHEADER stored = InputOf(kind, colours.width, -colours.height);
+            const BITMAPINFOHEADER stored = InputOf(kind, conversion.width, -conversion.height);
             std::vector<BYTE> picture = SmoothPicture(stored);
-            const auto frame =
-                EncodePicture(with.codec(), stored, kind.alpha, picture, kind.streamBits);
+            const auto frame = EncodePicture(codec, stored, kind.alpha, picture, kind.streamBits);
             ASSERT_FALSE(frame.empty());
-            if (kind.kind == 3) {
-                for (std::size_t at = 0; at < picture.size(); at += 4) {
-                    if (picture[at + 3] == 0) {
-                        std::memcpy(&picture[at], &colours.matteBlack, 4);
-                    }
+            for (std::size_t at = 0; kind.alpha && at < picture.size(); at += 4) {
+                if (picture[at + 3] == 0) {
+                    std::memcpy(&picture[at], &colours.matteBlack, 4);
                 }
             }
-            const LONG bytes = kind.bitCount / 8;
-            const DWORD rgb = bytes == 3 ? FourCC("BGR3") : FourCC("BGRA");
-            const auto convert = [&](DWORD from, DWORD to, LONG toBytes) {
-                return Converted(picture, from, to, bytes, toBytes, colours.width, colours.height,
-                                 colours.yuvFlags, colours.matrixCode);
-            };
-            const auto check = [&](const BITMAPINFOHEADER& output, bool alphaOut,
-                                   const std::vector<BYTE>& expected) {
+            const auto check = [&](WORD bits, bool alphaOut, const std::vector<BYTE>& expected) {
+                const BITMAPINFOHEADER output =
+                    bits == 16 ? Yuy2Header(conversion.width, conversion.height)
+                               : RgbHeader(bits, conversion.width, -conversion.height);
                 std::vector<BYTE> got;
-                ASSERT_EQ(Decode(frame, kind.streamBits, output, alphaOut, &got, &with.codec()),
-                          S_OK);
+                ASSERT_EQ(Decode(frame, kind.streamBits, output, alphaOut, &got, &codec), S_OK);
                 EXPECT_TRUE(got == expected)
-                    << "kind " << int{kind.kind} << " to " << output.biBitCount << " alpha "
-                    << alphaOut << " width " << colours.width << " color_space "
-                    << colours.colorSpace;
+                    << "kind " << int{kind.kind} << " to " << bits << " alpha " << alphaOut
+                    << " width " << conversion.width << " color_space " << colours.colorSpace;
             };
-            const BITMAPINFOHEADER rgb24 = RgbHeader(24, colours.width, -colours.height);
-            const BITMAPINFOHEADER rgb32 = RgbHeader(32, colours.width, -colours.height);
             if (kind.kind == 0) {
-                check(rgb24, false, convert(FourCC("YUY2"), FourCC("BGR3"), 3));
-                check(rgb32, false, convert(FourCC("YUY2"), FourCC("BGRA"), 4));
-                check(rgb32, true, convert(FourCC("YUY2"), FourCC("BGRA"), 4));
+                check(24, false, conversion.FromYuy2(picture, FourCC("BGR3")));
+                check(32, false, conversion.FromYuy2(picture, FourCC("BGRA")));
+                check(32, true, conversion.FromYuy2(picture, FourCC("BGRA")));
                 continue;
             }
-            check(Yuy2Header(colours.width, colours.height), false,
-                  convert(rgb, FourCC("YUY2"), 2));
+            const std::size_t bytes = kind.bitCount / 8;
+            check(16, false,
+                  conversion.ToYuy2(picture, bytes == 3 ? FourCC("BGR3") : FourCC("BGRA")));
             if (kind.kind != 1) {
-                check(rgb24, false, WithoutAlpha(picture, 4, 3));
+                check(24, false, OpaqueRgb(picture, bytes, 3));
             }
             if (kind.kind != 2) {
-                check(rgb32, false, WithoutAlpha(picture, static_cast<std::size_t>(bytes), 4));
+                check(32, false, OpaqueRgb(picture, bytes, 4));
             }
             if (kind.kind != 3) {
-                check(rgb32, true, WithoutAlpha(picture, static_cast<std::size_t>(bytes), 4));
+                check(32, true, OpaqueRgb(picture, bytes, 4));
             }
         }
     }

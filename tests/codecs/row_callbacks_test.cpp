@@ -121,65 +121,57 @@ std::vector<BYTE> ReferenceR4fl(const Pair& p, Kind kind) {
     return out;
 }
 
-/// One layout with everything an engine may call for it, in one shape.
+using Writer = void (*)(BYTE* to, LONG stride, const BYTE* block, LONG width, LONG rows);
+using Reader = void (*)(const BYTE* from, LONG stride, BYTE* block, LONG width, LONG rows);
+
+/// One layout with everything an engine may call for it, by kind. The words that the callbacks do
+/// not look at are arbitrary here.
 struct LayoutCase {
     const char* name;
     std::size_t bytesPerPair;
     Reference reference;
-    void (*core)(BYTE*, LONG, const BYTE*, LONG, LONG);
-    void (*straight)(BYTE*, LONG, DWORD, DWORD, const BYTE*, LONG, LONG);
-    void (*premultiplied)(BYTE*, LONG, DWORD, DWORD, const BYTE*, LONG, LONG);
+    std::vector<DWORD> clearPair;
+    Writer write[3];
+    Reader read[3];
     void (*fill)(BYTE*, LONG, DWORD, DWORD, LONG, LONG);
-    void (*readCore)(const BYTE*, LONG, BYTE*, LONG, LONG);
-    void (*readStraight)(const BYTE*, LONG, DWORD, DWORD, BYTE*, LONG, LONG);
-    void (*readPremultiplied)(const BYTE*, LONG, DWORD, DWORD, BYTE*, LONG, LONG);
+
+    bool HasAlpha() const { return bytesPerPair != 4; }
+    /// Where alpha is kept in the studio range, and so rounded.
+    bool RoundsAlpha() const { return std::strcmp(name, "v408") == 0; }
 };
 
+template <PackedLayout kLayout, AlphaUse kAlpha>
+void WriteAlpha(BYTE* to, LONG stride, const BYTE* block, LONG width, LONG rows) {
+    WriteAlphaBlock<kLayout, kAlpha>(to, stride, 0xDEAD, 0xBEEF, block, width, rows);
+}
+
+template <PackedLayout kLayout, AlphaUse kAlpha>
+void ReadAlpha(const BYTE* from, LONG stride, BYTE* block, LONG width, LONG rows) {
+    ReadAlphaBlock<kLayout, kAlpha>(from, stride, 0xDEAD, 0xBEEF, block, width, rows);
+}
+
 template <PackedLayout kLayout>
-LayoutCase Case(const char* name, std::size_t bytesPerPair, Reference reference) {
+LayoutCase Case(const char* name, std::size_t bytesPerPair, Reference reference,
+                std::vector<DWORD> clearPair) {
     return {name,
             bytesPerPair,
             reference,
-            &WriteCoreBlock<kLayout>,
-            &WriteAlphaBlock<kLayout, AlphaUse::kStraight>,
-            &WriteAlphaBlock<kLayout, AlphaUse::kPremultiplied>,
-            &FillTransparent<kLayout>,
-            &ReadCoreBlock<kLayout>,
-            &ReadAlphaBlock<kLayout, AlphaUse::kStraight>,
-            &ReadAlphaBlock<kLayout, AlphaUse::kPremultiplied>};
+            std::move(clearPair),
+            {&WriteCoreBlock<kLayout>, &WriteAlpha<kLayout, AlphaUse::kStraight>,
+             &WriteAlpha<kLayout, AlphaUse::kPremultiplied>},
+            {&ReadCoreBlock<kLayout>, &ReadAlpha<kLayout, AlphaUse::kStraight>,
+             &ReadAlpha<kLayout, AlphaUse::kPremultiplied>},
+            &FillTransparent<kLayout>};
 }
 
 const LayoutCase kLayouts[] = {
-    Case<PackedLayout::k2vuy>("2vuy", 4, &Reference2vuy),
-    Case<PackedLayout::kV408>("v408", 8, &ReferenceV408),
-    Case<PackedLayout::kR408>("r408", 8, &ReferenceR408),
-    Case<PackedLayout::kR4fl>("r4fl", 32, &ReferenceR4fl),
+    Case<PackedLayout::k2vuy>("2vuy", 4, &Reference2vuy, {0x10801080}),
+    Case<PackedLayout::kV408>("v408", 8, &ReferenceV408, {0x10801080, 0x10801080}),
+    Case<PackedLayout::kR408>("r408", 8, &ReferenceR408, {0x80800000, 0x80800000}),
+    Case<PackedLayout::kR4fl>("r4fl", 32, &ReferenceR4fl,
+                              {0, 0, 0x3F008081, 0x3F008081, 0, 0, 0x3F008081, 0x3F008081}),
 };
 constexpr Kind kKinds[] = {Kind::kOpaque, Kind::kStraight, Kind::kPremultiplied};
-
-void Write(const LayoutCase& layout, Kind kind, BYTE* to, LONG stride, const Block& block,
-           LONG width, LONG rows) {
-    switch (kind) {
-        case Kind::kOpaque:
-            return layout.core(to, stride, block.data(), width, rows);
-        case Kind::kStraight:
-            return layout.straight(to, stride, 0xDEAD, 0xBEEF, block.data(), width, rows);
-        case Kind::kPremultiplied:
-            return layout.premultiplied(to, stride, 0xDEAD, 0xBEEF, block.data(), width, rows);
-    }
-}
-
-void Read(const LayoutCase& layout, Kind kind, const BYTE* from, LONG stride, Block* block,
-          LONG width, LONG rows) {
-    switch (kind) {
-        case Kind::kOpaque:
-            return layout.readCore(from, stride, block->data(), width, rows);
-        case Kind::kStraight:
-            return layout.readStraight(from, stride, 0, 0, block->data(), width, rows);
-        case Kind::kPremultiplied:
-            return layout.readPremultiplied(from, stride, 0, 0, block->data(), width, rows);
-    }
-}
 
 Block RandomBlock(unsigned seed) {
     std::mt19937 random(seed);
@@ -211,26 +203,29 @@ struct Picture {
     }
 };
 
+void ExpectReference(const LayoutCase& layout, Kind kind, const Block& block, LONG width, LONG rows,
+                     bool bottomUp) {
+    Picture written(bottomUp);
+    layout.write[static_cast<int>(kind)](written.row(0), written.stride, block.data(), width, rows);
+    Picture expected(bottomUp);
+    for (int y = 0; y < rows; ++y) {
+        for (int pair = 0; pair < width / 2; ++pair) {
+            const auto bytes = layout.reference(PairAt(block, y, pair), kind);
+            ASSERT_EQ(bytes.size(), layout.bytesPerPair);
+            std::copy(bytes.begin(), bytes.end(),
+                      expected.row(y) + static_cast<std::size_t>(pair) * bytes.size());
+        }
+    }
+    ASSERT_EQ(written.bytes, expected.bytes)
+        << layout.name << " kind " << static_cast<int>(kind) << " width " << width;
+}
+
 TEST(RowWriters, MatchTheScalarReferenceAtEveryWidthAndTouchNothingElse) {
     for (const LayoutCase& layout : kLayouts) {
         for (Kind kind : kKinds) {
             for (LONG width = -1; width <= 16; ++width) {
-                const LONG rows = 16 - width / 2;
-                const bool bottomUp = width % 3 == 0;
-                const Block block = RandomBlock(static_cast<unsigned>(width + 2));
-                Picture written(bottomUp);
-                Write(layout, kind, written.row(0), written.stride, block, width, rows);
-                Picture expected(bottomUp);
-                for (int y = 0; y < rows; ++y) {
-                    for (int pair = 0; pair < width / 2; ++pair) {
-                        const auto bytes = layout.reference(PairAt(block, y, pair), kind);
-                        ASSERT_EQ(bytes.size(), layout.bytesPerPair);
-                        std::copy(bytes.begin(), bytes.end(),
-                                  expected.row(y) + static_cast<std::size_t>(pair) * bytes.size());
-                    }
-                }
-                ASSERT_EQ(written.bytes, expected.bytes)
-                    << layout.name << " kind " << static_cast<int>(kind) << " width " << width;
+                ExpectReference(layout, kind, RandomBlock(static_cast<unsigned>(width + 2)), width,
+                                16 - width / 2, width % 3 == 0);
             }
         }
     }
@@ -240,23 +235,14 @@ TEST(RowWriters, MatchTheScalarReferenceForEverySampleAndAlpha) {
     for (const LayoutCase& layout : kLayouts) {
         for (Kind kind : kKinds) {
             for (int alpha = 0; alpha < 256; ++alpha) {
-                for (int sample = 0; sample < 256; sample += 16) {
-                    Block block;
-                    for (int i = 0; i < 32; ++i) {
-                        block[static_cast<std::size_t>(i)] = static_cast<BYTE>(sample + i % 16);
-                        block[static_cast<std::size_t>(512 + i)] =
-                            static_cast<BYTE>(i % 2 == 0 ? alpha : 255 - alpha);
-                    }
-                    std::vector<BYTE> row(8 * layout.bytesPerPair);
-                    Write(layout, kind, row.data(), 600, block, 16, 1);
-                    for (int pair = 0; pair < 8; ++pair) {
-                        const auto bytes = layout.reference(PairAt(block, 0, pair), kind);
-                        const BYTE* at =
-                            row.data() + static_cast<std::size_t>(pair) * layout.bytesPerPair;
-                        ASSERT_TRUE(std::equal(bytes.begin(), bytes.end(), at))
-                            << layout.name << " sample " << sample << " alpha " << alpha;
-                    }
+                // 256 samples in 16 rows.
+                Block block;
+                for (std::size_t i = 0; i < 512; ++i) {
+                    block[i] = static_cast<BYTE>(i / 32 * 16 + i % 16);
+                    block[512 + i] = static_cast<BYTE>(i % 2 == 0 ? alpha : 255 - alpha);
                 }
+                ExpectReference(layout, kind, block, 16, 16, false);
+                ASSERT_FALSE(testing::Test::HasFatalFailure()) << "alpha " << alpha;
             }
         }
     }
@@ -265,157 +251,89 @@ TEST(RowWriters, MatchTheScalarReferenceForEverySampleAndAlpha) {
 TEST(RowWriters, NeverReadOrWriteForNoRows) {
     for (const LayoutCase& layout : kLayouts) {
         for (LONG rows : {LONG{0}, LONG{-1}, LONG{-1000}}) {
-            layout.core(nullptr, 64, nullptr, 16, rows);
-            layout.straight(nullptr, 64, 0, 0, nullptr, 16, rows);
-            layout.premultiplied(nullptr, 64, 0, 0, nullptr, 16, rows);
+            for (int kind = 0; kind < 3; ++kind) {
+                layout.write[kind](nullptr, 64, nullptr, 16, rows);
+                layout.read[kind](nullptr, 64, nullptr, 16, rows);
+            }
             layout.fill(nullptr, 64, 0, 0, 16, rows);
-            layout.readCore(nullptr, 64, nullptr, 16, rows);
         }
     }
 }
 
 TEST(RowWriters, StayInsideTheBlockWhenAnEngineAsksForMore) {
+    const Block block = RandomBlock(1);
     for (const LayoutCase& layout : kLayouts) {
-        const Block block = RandomBlock(1);
         std::vector<BYTE> wide(16 * layout.bytesPerPair, kGuard);
-        std::vector<BYTE> whole(16 * layout.bytesPerPair, kGuard);
-        Write(layout, Kind::kOpaque, wide.data(), 600, block, 32, 1);
-        Write(layout, Kind::kOpaque, whole.data(), 600, block, 16, 1);
+        std::vector<BYTE> whole = wide;
+        layout.write[0](wide.data(), 600, block.data(), 32, 1);
+        layout.write[0](whole.data(), 600, block.data(), 16, 1);
         EXPECT_EQ(wide, whole) << layout.name;
     }
 }
 
-TEST(RowWriters, KeepTheirArithmeticAtTheEnds) {
-    Block block = {};
-    block[0] = 10;
-    block[1] = 250;
-    std::vector<BYTE> r408(8);
-    WriteCoreBlock<PackedLayout::kR408>(r408.data(), 8, block.data(), 2, 1);
-    EXPECT_EQ(r408[1], 0);
-    EXPECT_EQ(r408[5], 234);
-
-    block[0] = 255;
-    block[1] = 0;
-    float r4fl[8];
-    WriteCoreBlock<PackedLayout::kR4fl>(reinterpret_cast<BYTE*>(r4fl), 32, block.data(), 2, 1);
-    EXPECT_EQ(r4fl[0], 1.0f);
-    EXPECT_EQ(r4fl[1], 0.9372549f);
-    EXPECT_EQ(r4fl[5], -0.0627451f);
-
-    const Block noise = [] {
-        Block samples = RandomBlock(7);
-        std::fill(samples.begin() + 512, samples.end(), BYTE{0});
-        return samples;
-    }();
-    std::vector<BYTE> clear(4);
-    WriteAlphaBlock<PackedLayout::k2vuy, AlphaUse::kStraight>(clear.data(), 4, 0, 0, noise.data(),
-                                                              2, 1);
-    EXPECT_EQ(clear, (std::vector<BYTE>{128, 16, 128, 16}));
-}
-
 TEST(TransparentFills, StoreTheFixedWords) {
-    struct Case {
-        const LayoutCase& layout;
-        std::vector<DWORD> pair;
-    };
-    const Case cases[] = {
-        {kLayouts[0], {0x10801080}},
-        {kLayouts[1], {0x10801080, 0x10801080}},
-        {kLayouts[2], {0x80800000, 0x80800000}},
-        {kLayouts[3], {0, 0, 0x3F008081, 0x3F008081, 0, 0, 0x3F008081, 0x3F008081}},
-    };
-    for (const Case& c : cases) {
-        const std::size_t bytes = 7 * c.layout.bytesPerPair;
+    for (const LayoutCase& layout : kLayouts) {
+        const std::size_t bytes = 7 * layout.bytesPerPair;
         std::vector<BYTE> rows(2 * 600, kGuard);
-        c.layout.fill(rows.data(), 600, 1, 2, 15, 2);
+        layout.fill(rows.data(), 600, 1, 2, 15, 2);
         for (std::size_t y = 0; y < 2; ++y) {
             for (std::size_t at = 0; at < bytes; at += 4) {
                 DWORD word;
                 std::memcpy(&word, rows.data() + y * 600 + at, 4);
-                ASSERT_EQ(word, c.pair[at / 4 % c.pair.size()]) << c.layout.name << " at " << at;
+                ASSERT_EQ(word, layout.clearPair[at / 4 % layout.clearPair.size()])
+                    << layout.name << " at " << at;
             }
-            EXPECT_EQ(rows[y * 600 + bytes], kGuard) << c.layout.name;
+            EXPECT_EQ(rows[y * 600 + bytes], kGuard) << layout.name;
         }
     }
 }
 
-/// How far a sample may be from what was written, by what the layout can hold.
-struct Tolerance {
-    int luma;
-    int chroma;
-    int alpha;
-};
-
-void ExpectSame(const Block& got, const Block& want, const Tolerance& tolerance, const char* name,
-                bool withAlpha) {
-    for (std::size_t row = 0; row < 512; row += 32) {
-        for (std::size_t x = 0; x < 32; ++x) {
-            const bool luma = x < 16;
-            ASSERT_LE(std::abs(got[row + x] - want[row + x]),
-                      luma ? tolerance.luma : tolerance.chroma)
-                << name << " byte " << row + x;
-            if (withAlpha && luma) {
-                ASSERT_LE(std::abs(got[512 + row + x] - want[512 + row + x]), tolerance.alpha)
-                    << name << " alpha " << row + x;
-            }
+/// Writes and reads 16 rows; samples may come back so far from what was written.
+void ExpectRoundTrip(const LayoutCase& layout, Kind kind, const Block& block, int tolerance) {
+    const int index = static_cast<int>(kind);
+    std::vector<BYTE> picture(16 * 600);
+    layout.write[index](picture.data(), 600, block.data(), 16, 16);
+    Block back = {};
+    layout.read[index](picture.data(), 600, back.data(), 16, 16);
+    for (std::size_t i = 0; i < 512; ++i) {
+        ASSERT_NEAR(back[i], block[i], tolerance) << layout.name << " byte " << i;
+        if (kind != Kind::kOpaque && i % 32 < 16) {
+            ASSERT_NEAR(back[512 + i], block[512 + i], layout.RoundsAlpha() ? 1 : 0)
+                << layout.name << " alpha " << i;
         }
     }
 }
 
-TEST(RowReaders, BringBackWhatTheWritersStored) {
+TEST(RowReaders, BringBackWhatTheWritersStoredWithinWhatRoundingAllows) {
     Block block = RandomBlock(3);
     for (std::size_t i = 0; i < 512; ++i) {
         block[i] = std::max(block[i], BYTE{16});  // below black "r408" keeps nothing
     }
-    for (const LayoutCase& layout : kLayouts) {
-        const bool alphaChannel = std::strcmp(layout.name, "2vuy") != 0;
-        const bool studioAlpha = std::strcmp(layout.name, "v408") == 0;
-        for (Kind kind : {Kind::kOpaque, Kind::kStraight}) {
-            if (kind == Kind::kStraight && !alphaChannel) {
-                continue;
-            }
-            std::vector<BYTE> picture(16 * 600);
-            Write(layout, kind, picture.data(), 600, block, 16, 16);
-            Block back = {};
-            Read(layout, kind, picture.data(), 600, &back, 16, 16);
-            ExpectSame(back, block, {0, 0, studioAlpha ? 1 : 0}, layout.name,
-                       kind == Kind::kStraight);
-        }
-    }
-}
-
-TEST(RowReaders, UndoPremultiplyingWithinWhatRoundingAllows) {
-    Block block = RandomBlock(5);
-    for (std::size_t i = 0; i < 512; ++i) {
-        block[i] = std::max(block[i], BYTE{16});
-        block[512 + i] = std::max(block[512 + i], BYTE{64});
+    // A quarter of the range is left at alpha 64: half a step there is two steps here, and "v408"
+    // divides by an alpha that is itself rounded.
+    Block visible = block;
+    for (std::size_t i = 512; i < visible.size(); ++i) {
+        visible[i] = std::max(visible[i], BYTE{64});
     }
     for (const LayoutCase& layout : kLayouts) {
-        if (std::strcmp(layout.name, "2vuy") == 0) {
-            continue;
+        ExpectRoundTrip(layout, Kind::kOpaque, block, 0);
+        if (layout.HasAlpha()) {
+            ExpectRoundTrip(layout, Kind::kStraight, block, 0);
+            ExpectRoundTrip(layout, Kind::kPremultiplied, visible, layout.RoundsAlpha() ? 5 : 3);
         }
-        std::vector<BYTE> picture(16 * 600);
-        Write(layout, Kind::kPremultiplied, picture.data(), 600, block, 16, 16);
-        Block back = {};
-        Read(layout, Kind::kPremultiplied, picture.data(), 600, &back, 16, 16);
-        // A quarter of the range is left at alpha 64: half a step there is two steps here, and
-        // "v408" divides by an alpha that is itself rounded.
-        const bool studioAlpha = std::strcmp(layout.name, "v408") == 0;
-        ExpectSame(back, block, {studioAlpha ? 5 : 3, studioAlpha ? 5 : 3, studioAlpha ? 1 : 0},
-                   layout.name, true);
     }
 }
 
 TEST(RowReaders, GiveBlackWhereThePictureIsClear) {
     for (const LayoutCase& layout : kLayouts) {
-        if (std::strcmp(layout.name, "2vuy") == 0) {
+        if (!layout.HasAlpha()) {
             continue;
         }
         std::vector<BYTE> picture(600);
         layout.fill(picture.data(), 600, 0, 0, 16, 1);
         Block block;
         block.fill(1);
-        layout.readPremultiplied(picture.data(), 600, 0, 0, block.data(), 16, 1);
+        layout.read[2](picture.data(), 600, block.data(), 16, 1);
         for (std::size_t x = 0; x < 16; ++x) {
             ASSERT_EQ(block[x], 16) << layout.name;
             ASSERT_EQ(block[16 + x], 128) << layout.name;
@@ -433,20 +351,16 @@ TEST(RowReaders, TakeFloatsOfAnyValue) {
                           0.0f,
                           1.0f,
                           std::numeric_limits<float>::denorm_min()};
+    const LayoutCase& floats = kLayouts[3];
     Block block = {};
     for (int rotate = 0; rotate < 8; ++rotate) {
         float pair[8];
-        for (int i = 0; i < 8; ++i) {
-            pair[i] = wild[(i + rotate) % 8];
-        }
-        ReadAlphaBlock<PackedLayout::kR4fl, AlphaUse::kStraight>(
-            reinterpret_cast<const BYTE*>(pair), 32, 0, 0, block.data(), 2, 1);
-        ReadAlphaBlock<PackedLayout::kR4fl, AlphaUse::kPremultiplied>(
-            reinterpret_cast<const BYTE*>(pair), 32, 0, 0, block.data(), 2, 1);
+        std::rotate_copy(wild, wild + rotate, wild + 8, pair);
+        floats.read[1](reinterpret_cast<const BYTE*>(pair), 32, block.data(), 2, 1);
+        floats.read[2](reinterpret_cast<const BYTE*>(pair), 32, block.data(), 2, 1);
     }
     const float notANumber[8] = {1, wild[0], wild[0], wild[1], 1, wild[2], 0, 0};
-    ReadCoreBlock<PackedLayout::kR4fl>(reinterpret_cast<const BYTE*>(notANumber), 32, block.data(),
-                                       2, 1);
+    floats.read[0](reinterpret_cast<const BYTE*>(notANumber), 32, block.data(), 2, 1);
     EXPECT_EQ(block[0], 0);
     EXPECT_EQ(block[1], 0);
     EXPECT_EQ(block[24], 0);
@@ -461,7 +375,7 @@ TEST(RowWriters, KeepTheirKnownOutput) {
     for (const LayoutCase& layout : kLayouts) {
         for (Kind kind : kKinds) {
             std::vector<BYTE> picture(16 * 600);
-            Write(layout, kind, picture.data(), 600, block, 16, 16);
+            layout.write[static_cast<int>(kind)](picture.data(), 600, block.data(), 16, 16);
             for (BYTE byte : picture) {
                 digest = (digest ^ byte) * 16777619u;
             }

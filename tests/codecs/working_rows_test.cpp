@@ -57,9 +57,6 @@ Working RandomWorking(LONG width, LONG height, unsigned low, unsigned high) {
 BYTE ToByte(Word sample) {
     return static_cast<BYTE>(std::min((sample + 2) / 4, 255));
 }
-BYTE AlphaByte(Word alpha) {
-    return static_cast<BYTE>((alpha * 255 + 511) / 1023);
-}
 
 struct Callbacks {
     int index;
@@ -83,6 +80,10 @@ const Callbacks kCallbacks[] = {
     CallbacksOf<18>(8),  CallbacksOf<19>(8),  CallbacksOf<20>(8), CallbacksOf<21>(8),
     CallbacksOf<22>(16), CallbacksOf<23>(16), CallbacksOf<24>(2), CallbacksOf<25>(2),
 };
+
+const Callbacks& CallbacksOf(int index) {
+    return kCallbacks[index - kIndexV408];
+}
 
 bool HasAlpha(int index) {
     return index == 15 || index == 17 || index == 20 || index == 21 || index == 23;
@@ -130,63 +131,45 @@ TEST(WorkingRows, LeaveAV210PictureAloneWhoseRowsDoNotFit) {
     }
 }
 
+/// What the block writers store for the samples rounded to 8 bits.
+std::vector<BYTE> EightBitPixel(int index, const Working& w, LONG x, LONG row) {
+    const BYTE y = ToByte(w.y(x, row));
+    const BYTE cb = ToByte(w.cb(x, row));
+    const BYTE cr = ToByte(w.cr(x, row));
+    const BYTE alpha = static_cast<BYTE>((w.a(x, row) * 255 + 511) / 1023);
+    const BYTE fromBlack = static_cast<BYTE>(std::max(y - 16, 0));
+    switch (index) {
+        case 14:
+            return {cb, y, cr, 235};
+        case 15:
+            return {cb, y, cr, static_cast<BYTE>((alpha * 219 + 127) / 255 + 16)};
+        case 16:
+            return {255, fromBlack, cb, cr};
+        case 17:
+            return {alpha, fromBlack, cb, cr};
+        default:
+            return {x % 2 == 0 ? cb : cr, y};
+    }
+}
+
 TEST(WorkingRows, RoundToEightBitsAndStoreLikeTheBlockWriters) {
     constexpr LONG kWidth = 34;
     constexpr LONG kRows = 2;
     Working working = RandomWorking(kWidth, kRows, 0, 1023);
-    struct Expectation {
-        int index;
-        void (*pixel)(const Working&, LONG, LONG, std::vector<BYTE>*);
-    };
-    const Expectation expectations[] = {
-        {14,
-         [](const Working& w, LONG x, LONG row, std::vector<BYTE>* out) {
-             *out = {ToByte(w.cb(x, row)), ToByte(w.y(x, row)), ToByte(w.cr(x, row)), 235};
-         }},
-        {15,
-         [](const Working& w, LONG x, LONG row, std::vector<BYTE>* out) {
-             const int alpha = (AlphaByte(w.a(x, row)) * 219 + 127) / 255 + 16;
-             *out = {ToByte(w.cb(x, row)), ToByte(w.y(x, row)), ToByte(w.cr(x, row)),
-                     static_cast<BYTE>(alpha)};
-         }},
-        {16,
-         [](const Working& w, LONG x, LONG row, std::vector<BYTE>* out) {
-             const int luma = std::max(ToByte(w.y(x, row)) - 16, 0);
-             *out = {255, static_cast<BYTE>(luma), ToByte(w.cb(x, row)), ToByte(w.cr(x, row))};
-         }},
-        {17,
-         [](const Working& w, LONG x, LONG row, std::vector<BYTE>* out) {
-             const int luma = std::max(ToByte(w.y(x, row)) - 16, 0);
-             *out = {AlphaByte(w.a(x, row)), static_cast<BYTE>(luma), ToByte(w.cb(x, row)),
-                     ToByte(w.cr(x, row))};
-         }},
-        {24,
-         [](const Working& w, LONG x, LONG row, std::vector<BYTE>* out) {
-             *out = {ToByte(x % 2 == 0 ? w.cb(x, row) : w.cr(x, row)), ToByte(w.y(x, row))};
-         }},
-    };
-    for (const Expectation& e : expectations) {
-        for (const Callbacks& callbacks : kCallbacks) {
-            if (callbacks.index != e.index) {
-                continue;
+    for (int index : {14, 15, 16, 17, 24}) {
+        const Callbacks& callbacks = CallbacksOf(index);
+        const LONG bytes = callbacks.bytesPerPixel;
+        const LONG stride = kWidth * bytes + 8;
+        std::vector<BYTE> picture(static_cast<std::size_t>(stride * kRows), kGuard);
+        callbacks.write[0](picture.data(), stride, working.sampleBytes(), kWidth * 4,
+                           working.alphaBytes(), kWidth * 2, kWidth, kRows);
+        for (LONG row = 0; row < kRows; ++row) {
+            const BYTE* at = &picture[static_cast<std::size_t>(row * stride)];
+            for (LONG x = 0; x < kWidth; ++x, at += bytes) {
+                ASSERT_EQ(std::vector<BYTE>(at, at + bytes), EightBitPixel(index, working, x, row))
+                    << "index " << index << " pixel " << x;
             }
-            const LONG stride = kWidth * callbacks.bytesPerPixel + 8;
-            std::vector<BYTE> picture(static_cast<std::size_t>(stride * kRows), kGuard);
-            callbacks.write[0](picture.data(), stride, working.sampleBytes(), kWidth * 4,
-                               working.alphaBytes(), kWidth * 2, kWidth, kRows);
-            for (LONG row = 0; row < kRows; ++row) {
-                for (LONG x = 0; x < kWidth; ++x) {
-                    std::vector<BYTE> expected;
-                    e.pixel(working, x, row, &expected);
-                    const BYTE* at = &picture[static_cast<std::size_t>(
-                        row * stride + x * callbacks.bytesPerPixel)];
-                    ASSERT_EQ(std::vector<BYTE>(at, at + expected.size()), expected)
-                        << "index " << e.index << " pixel " << x;
-                }
-                EXPECT_EQ(picture[static_cast<std::size_t>(row * stride +
-                                                           kWidth * callbacks.bytesPerPixel)],
-                          kGuard);
-            }
+            EXPECT_EQ(*at, kGuard);
         }
     }
 }
@@ -202,27 +185,21 @@ TEST(WorkingRows, WriteB64aAsBigEndianFullRangeByTheIndexsMatrix) {
                                  definition == 0 ? kYuvBt709 : kYuvBt601, 0, &destination,
                                  FourCC("A46L"), kRgbFullRange, 0, kWidth, 1),
                   S_OK);
-        for (const Callbacks& callbacks : kCallbacks) {
-            const int offset = callbacks.index - kIndexB64a;
-            if (offset < 0 || offset > 3 || offset % 2 != definition) {
-                continue;
-            }
+        for (bool withAlpha : {false, true}) {
+            const Callbacks& callbacks = CallbacksOf(kIndexB64a + definition + (withAlpha ? 2 : 0));
             for (int mode : {0, 1}) {
                 std::vector<BYTE> picture(kWidth * 8);
                 callbacks.write[mode](picture.data(), kWidth * 8, working.sampleBytes(), kWidth * 4,
                                       working.alphaBytes(), kWidth * 2, kWidth, 1);
-                for (LONG x = 0; x < kWidth; ++x) {
-                    const DWORD alpha =
-                        offset >= 2 ? working.a(x, 0) * 65535u / 1023 : DWORD{65535};
-                    for (LONG c = 0; c < 4; ++c) {
-                        DWORD expected = c == 0 ? alpha : deep[static_cast<std::size_t>(4 * x + c)];
-                        if (c != 0 && mode == 1) {
-                            expected = (expected * alpha + 32767) / 65535;
-                        }
-                        const BYTE* at = &picture[static_cast<std::size_t>(x * 8 + c * 2)];
-                        ASSERT_EQ(DWORD(at[0] << 8 | at[1]), expected)
-                            << callbacks.index << " mode " << mode << " pixel " << x << "." << c;
+                for (std::size_t i = 0; i < deep.size(); ++i) {
+                    const Word a = working.a(static_cast<LONG>(i / 4), 0);
+                    const DWORD alpha = withAlpha ? a * 65535u / 1023 : DWORD{65535};
+                    DWORD expected = i % 4 == 0 ? alpha : deep[i];
+                    if (i % 4 != 0 && mode == 1) {
+                        expected = (expected * alpha + 32767) / 65535;
                     }
+                    ASSERT_EQ(DWORD(picture[2 * i] << 8 | picture[2 * i + 1]), expected)
+                        << callbacks.index << " mode " << mode << " channel " << i;
                 }
             }
         }

@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
-
-#include "settings/codec_settings.h"
 #include "tests/codecs/engine_codec_support.h"
 
 namespace nyx {
@@ -15,8 +12,6 @@ using test::MakeHeader;
 using test::RgbHeader;
 using test::RootMeanSquare;
 using test::SmoothPicture;
-using test::Word;
-using test::Words;
 using test::Yuy2Header;
 
 constexpr DWORD kZeta2 = FourCC("QZT2");
@@ -24,25 +19,6 @@ constexpr wchar_t kLibrary[] = L"rkz2core.dll";
 constexpr LONG kWidth = 162;  // no whole number of blocks, and in no table of sizes
 constexpr LONG kHeight = 118;
 constexpr BYTE kGuard = 0x5A;
-
-/// Settings of the codec for as long as a test needs them.
-class Settings {
-  public:
-    Settings(LONG colorSpace, LONG quantScale, LONG maxStreamSize, LONG preset) {
-        Write(colorSpace, quantScale, maxStreamSize, preset);
-    }
-    ~Settings() { Write(0, 5, 30, 2); }
-    Settings(const Settings&) = delete;
-    Settings& operator=(const Settings&) = delete;
-
-  private:
-    static void Write(LONG colorSpace, LONG quantScale, LONG maxStreamSize, LONG preset) {
-        WriteCodecSetting(kZeta2, L"color_space", colorSpace);
-        WriteCodecSetting(kZeta2, L"quant_scale", quantScale);
-        WriteCodecSetting(kZeta2, L"max_stream_size", maxStreamSize);
-        WriteCodecSetting(kZeta2, L"preset", preset);
-    }
-};
 
 HRESULT Decode(ICodec& codec, const std::vector<BYTE>& sample, WORD bits,
                const BITMAPINFOHEADER& output, bool alphaOut, std::vector<BYTE>* picture,
@@ -67,7 +43,7 @@ TEST(Zeta2Codec, ReadsItsQualityByItsOwnRules) {
         {4, -3, 0, 4, 0, 4}, {4, 30, 200, 4, 18, 100}, {4, 3, 50, 4, 3, 50},
     };
     for (const Case& c : cases) {
-        const Settings settings(3, c.quant, c.size, c.preset);
+        const test::Zeta2Settings settings(3, c.quant, c.size, c.preset);
         CZeta2Codec codec;
         const EncoderParameters got = codec.GetParameters();
         EXPECT_EQ(got.color_space, 3);
@@ -79,7 +55,7 @@ TEST(Zeta2Codec, ReadsItsQualityByItsOwnRules) {
 
 TEST(Zeta2Codec, BringsPicturesBack) {
     const test::EngineSearch search;
-    const Settings settings(0, 0, 100, 4);
+    const test::Zeta2Settings settings(0, 0, 100, 4);
     CZeta2Codec codec;
     struct Case {
         BITMAPINFOHEADER header;
@@ -109,135 +85,6 @@ TEST(Zeta2Codec, BringsPicturesBack) {
     }
 }
 
-/// A format with the numbers that stand for it: high definition full and studio range, standard
-/// definition full and studio range.
-struct Format {
-    DWORD fourcc;
-    WORD bitCount;
-    LONG bytesPerPixel;
-    bool bottomUp;
-    DWORD codes[4];
-    bool callback;
-};
-const Format kFormats[] = {
-    {FourCC("YUY2"), 16, 2, false, {1, 1, 1, 1}, false},
-    {BI_RGB, 24, 3, true, {9, 7, 5, 3}, false},
-    {BI_RGB, 32, 4, true, {8, 6, 4, 2}, false},
-    {FourCC("v210"), 20, 2, false, {}, true},
-    {FourCC("v408"), 32, 4, false, {}, true},
-    {FourCC("r408"), 32, 4, false, {}, true},
-    {FourCC("b64a"), 64, 8, false, {}, true},
-    {FourCC("r4fl"), 128, 16, false, {}, true},
-    {FourCC("2vuy"), 16, 2, false, {}, true},
-};
-
-std::vector<DWORD> PlaneWords(const standin::Call& call) {
-    return {call.inner, call.inner + call.innerCount};
-}
-
-/// A frame of nothing but the stand-in's header.
-std::vector<BYTE> HollowFrame(LONG width, LONG height, bool alpha) {
-    const DWORD alphaBytes = alpha ? 4 : 0;
-    std::vector<BYTE> frame(32 + alphaBytes);
-    const DWORD words[] = {0x31325A51,
-                           static_cast<DWORD>(frame.size()),
-                           static_cast<DWORD>(width),
-                           static_cast<DWORD>(height),
-                           10,
-                           0x3F800000,
-                           0,
-                           alphaBytes};
-    std::memcpy(frame.data(), words, sizeof(words));
-    return frame;
-}
-
-TEST(Zeta2Codec, HandsTheEngineItsRecordsWordByWord) {
-    const test::EngineSearch search;
-    std::set<DWORD> writers;
-    std::set<DWORD> readers;
-    for (LONG colorSpace : {0, 1}) {
-        const Settings settings(colorSpace, 7, 40, 4);
-        CZeta2Codec codec;
-        for (const Format& format : kFormats) {
-            for (bool highDefinition : {true, false}) {
-                const LONG width = highDefinition ? 960 : kWidth;
-                const LONG height = highDefinition ? 720 : kHeight;
-                const DWORD code =
-                    format.codes[(highDefinition ? 0 : 2) + (colorSpace != 0 ? 1 : 0)];
-                const BITMAPINFOHEADER picture =
-                    MakeHeader(format.fourcc, format.bitCount, width, height);
-                const LONG stride = width * format.bytesPerPixel;
-                std::vector<BYTE> bytes(static_cast<std::size_t>(stride * height));
-                const DWORD first =
-                    Word(bytes.data()) +
-                    (format.bottomUp ? static_cast<DWORD>((height - 1) * stride) : 0);
-                const std::vector<DWORD> plane = {
-                    first, static_cast<DWORD>(format.bottomUp ? -stride : stride), 0};
-
-                for (bool alpha : {false, true}) {
-                    const auto frame = HollowFrame(width, height, alpha);
-                    const auto length = static_cast<DWORD>(frame.size());
-                    const BITMAPINFOHEADER input =
-                        test::FrameHeaderFor(kZeta2, 24, width, height, frame.size());
-                    DWORD callbacks[2];
-                    for (DWORD mode : {0u, 1u}) {
-                        ASSERT_EQ(codec.Decompress(&input, frame.data(), &picture, alpha,
-                                                   bytes.data(), 0, mode),
-                                  S_OK);
-                        const standin::Call probe = test::LastCall(kLibrary, standin::kProbe);
-                        EXPECT_EQ(Words(probe), (std::vector<DWORD>{0, 0, 0, Word(frame.data()), 0,
-                                                                    0, 0, 0, 0, 0, 0}));
-                        const standin::Call decode = test::LastCall(kLibrary, standin::kDecode);
-                        EXPECT_EQ(PlaneWords(decode), plane);
-                        callbacks[mode] = decode.words[2];
-                        EXPECT_EQ(Words(decode),
-                                  (std::vector<DWORD>{
-                                      0, decode.words[1], format.callback ? callbacks[mode] : code,
-                                      Word(frame.data()), length, 0, 0, 0, 0, 0, 0}));
-                        if (format.callback) {
-                            ASSERT_GE(callbacks[mode], 0x10000u);
-                            writers.insert(callbacks[mode]);
-                        }
-                    }
-                    // Only what keeps alpha has a second routine.
-                    const bool keepsAlpha = alpha && format.callback &&
-                                            format.fourcc != FourCC("v210") &&
-                                            format.fourcc != FourCC("2vuy");
-                    EXPECT_EQ(callbacks[0] != callbacks[1], keepsAlpha) << format.bitCount;
-                }
-
-                const test::Misbehaviour stopAfterTheRecord("encode:divide");
-                BITMAPINFOHEADER output = MakeHeader(kZeta2, 24, width, height);
-                std::vector<BYTE> coded(64);
-                EXPECT_EQ(
-                    codec.Compress(&picture, false, bytes.data(), &output, coded.data(), 0, 0, 0),
-                    E_FAIL);
-                const standin::Call encode = test::LastCall(kLibrary, standin::kEncode);
-                EXPECT_EQ(PlaneWords(encode), plane);
-                if (format.callback) {
-                    readers.insert(encode.words[2]);
-                }
-                const auto w = static_cast<DWORD>(width);
-                const auto h = static_cast<DWORD>(height);
-                const DWORD capacity = format.fourcc == FourCC("v210") ? (w + 47) / 48 * h * 128
-                                                                       : w * h * 20 / 8 * 40 / 100;
-                EXPECT_EQ(Words(encode),
-                          (std::vector<DWORD>{0, encode.words[1],
-                                              format.callback ? encode.words[2] : code,
-                                              Word(coded.data()), capacity,
-                                              h * w / static_cast<DWORD>(format.bytesPerPixel) / 8,
-                                              format.bitCount == 32 ? 2u : 0u, w, h, 7, 11, 0}));
-            }
-        }
-    }
-    // Thirteen indices, five of them with a second writer; encoding was asked for opaque streams.
-    EXPECT_EQ(writers.size(), 13u + 5u);
-    EXPECT_EQ(readers.size(), 7u);
-    for (DWORD reader : readers) {
-        EXPECT_EQ(writers.count(reader), 0u);
-    }
-}
-
 TEST(Zeta2Codec, GoesByTheProbesAlphaKindAndNotByTheHeader) {
     const test::EngineSearch search;
     CZeta2Codec codec;
@@ -261,7 +108,7 @@ TEST(Zeta2Codec, GoesByTheProbesAlphaKindAndNotByTheHeader) {
 
 TEST(Zeta2Codec, StoresEveryPackedLayoutThroughItsCallback) {
     const test::EngineSearch search;
-    const Settings settings(0, 0, 100, 4);
+    const test::Zeta2Settings settings(0, 0, 100, 4);
     CZeta2Codec codec;
     const BITMAPINFOHEADER yuy2Header = Yuy2Header(kWidth, kHeight);
     const auto frame = EncodePicture(codec, yuy2Header, false, SmoothPicture(yuy2Header), 24);
