@@ -246,24 +246,25 @@ TEST(DvDecode, AMissingOldOrHalfEngineRefusesEveryFrame) {
     EXPECT_TRUE(CDvHdCodec::IsEngineAvailable(kEngineForEncoding));
 }
 
-TEST(DvDecode, FormatsThatDoNotBelongTogetherAreRefused) {
+TEST(DvDecode, FormatsThatDoNotBelongTogetherAndMissingArgumentsAreRefused) {
     Bound<CDv25Codec> bound;
+    DvFrame frame = PalFrame();
+    DvPicture picture(16, 720, 576);
+    BITMAPINFOHEADER input = test::DvHeader(FourCC("QDVC"), 720, 576);
+    input.biSizeImage = static_cast<DWORD>(frame.size());
+    const auto decode = [&](const BITMAPINFOHEADER* in, const BYTE* sample,
+                            const BITMAPINFOHEADER& out, BYTE* to) {
+        return bound.codec.Decompress(in, sample, &out, false, to, 0, 0);
+    };
     for (const BITMAPINFOHEADER& output :
          {test::PictureHeader(16, 700, 576), test::PictureHeader(16, 720, 480),
           test::MakeHeader(FourCC("v408"), 16, 720, 576)}) {
-        DvPicture picture(16, 720, 576);
-        DvFrame frame = PalFrame();
-        BITMAPINFOHEADER input = test::DvHeader(FourCC("QDVC"), 720, 576);
-        input.biSizeImage = static_cast<DWORD>(frame.size());
-        const auto decode = [&](const BITMAPINFOHEADER* in, const BYTE* sample, BYTE* to) {
-            return bound.codec.Decompress(in, sample, &output, false, to, 0, 0);
-        };
-        EXPECT_EQ(decode(&input, frame.data(), picture.data()), E_FAIL);
-        EXPECT_EQ(decode(nullptr, frame.data(), picture.data()), E_POINTER);
-        EXPECT_EQ(decode(&input, frame.data(), nullptr), E_POINTER);
-        EXPECT_EQ(decode(&input, nullptr, picture.data()), E_FAIL);
+        EXPECT_EQ(decode(&input, frame.data(), output, picture.data()), E_FAIL);
         EXPECT_TRUE(picture.IsUntouched());
     }
+    EXPECT_EQ(decode(nullptr, frame.data(), picture.header(), picture.data()), E_POINTER);
+    EXPECT_EQ(decode(&input, frame.data(), picture.header(), nullptr), E_POINTER);
+    EXPECT_EQ(decode(&input, nullptr, picture.header(), picture.data()), E_FAIL);
 }
 
 TEST(DvDecode, FramesTellTheirParameters) {
