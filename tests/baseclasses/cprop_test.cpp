@@ -77,18 +77,6 @@ class PropertyPage : public ::testing::Test {
     ComPtr<Page> page{new Page(&seen)};
 };
 
-TEST_F(PropertyPage, TitleAndSizeComeFromTheResources) {
-    PROPPAGEINFO info{};
-    ASSERT_EQ(page->GetPageInfo(&info), S_OK);
-    EXPECT_STREQ(info.pszTitle, L"A page's title");
-    CoTaskMemFree(info.pszTitle);
-    EXPECT_GT(info.size.cx, 120);
-    EXPECT_NE(info.size.cx, 340) << "not the default";
-    EXPECT_GT(info.size.cy, 40);
-    EXPECT_EQ(seen.activates, 0);
-    EXPECT_EQ(page->GetPageInfo(nullptr), E_POINTER);
-}
-
 TEST_F(PropertyPage, APageWithoutADialogHasTheDefaultSize) {
     const ComPtr<Page> bare(new Page(&seen, 999));
     PROPPAGEINFO info{};

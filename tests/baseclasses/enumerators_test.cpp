@@ -25,28 +25,6 @@ TEST_F(PinEnumerator, NextRefreshesWhenThePinsChangedAndRepeatsNoPin) {
     pins.Reset();
 }
 
-TEST_F(PinEnumerator, AskingForMoreGivesWhatIsLeft) {
-    IPin* both[3] = {};
-    ULONG fetched = 9;
-    EXPECT_EQ(pins->Next(3, both, &fetched), S_FALSE);
-    EXPECT_EQ(fetched, 2u);
-    both[0]->Release();
-    both[1]->Release();
-    EXPECT_EQ(pins->Next(1, both, &fetched), S_FALSE);
-    EXPECT_EQ(fetched, 0u);
-    EXPECT_EQ(pins->Next(2, both, nullptr), E_INVALIDARG);
-    EXPECT_EQ(pins->Next(1, nullptr, &fetched), E_POINTER);
-    EXPECT_EQ(pins->Reset(), S_OK);
-    EXPECT_EQ(pins->Skip(3), S_FALSE);
-    EXPECT_EQ(pins->Skip(1), S_OK);
-    ComPtr<IEnumPins> clone;
-    EXPECT_EQ(pins->Clone(clone.Put()), S_OK);
-    ComPtr<IPin> second;
-    EXPECT_EQ(clone->Next(1, second.Put(), nullptr), S_OK);
-    EXPECT_EQ(second.get(), output.get());
-    pins.Reset();
-}
-
 class TypeEnumeratorTest : public PassthroughTest {
   protected:
     TypeEnumeratorTest() {

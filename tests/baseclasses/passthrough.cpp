@@ -13,8 +13,6 @@ const char* NameOf(PIN_DIRECTION direction) {
 
 }  // namespace
 
-extern const CLSID kPassthroughClass = {0x0B9B1C61, 0x8A3F, 0x4C56, {0x9D, 1, 2, 3, 4, 5, 6, 7}};
-
 MediaType Numbered(DWORD value) {
     MediaType type;
     type->majortype = MEDIATYPE_Video;
@@ -31,9 +29,6 @@ DWORD NumberOf(const AM_MEDIA_TYPE& type) {
     }
     return value;
 }
-
-Passthrough::Passthrough(IUnknown* outer)
-    : CVideoTransformFilter(NAME("Passthrough"), outer, kPassthroughClass) {}
 
 HRESULT Passthrough::Transform(IMediaSample* in, IMediaSample* out) {
     log.push_back("Transform");
@@ -60,7 +55,6 @@ HRESULT Passthrough::CheckTransform(const CMediaType* in, const CMediaType* out)
 }
 
 HRESULT Passthrough::DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* request) {
-    lastRequest = *request;
     if (FAILED(decideResult)) {
         return decideResult;
     }

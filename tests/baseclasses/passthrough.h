@@ -14,8 +14,6 @@
 
 namespace nyx::test {
 
-extern const CLSID kPassthroughClass;
-
 /// A type with `value` as its whole format block, for the passthrough filter.
 MediaType Numbered(DWORD value);
 /// The number of such a type; 0 for any other.
@@ -25,7 +23,7 @@ DWORD NumberOf(const AM_MEDIA_TYPE& type);
 /// refuses the number 13, and writes down what the library calls.
 class Passthrough : public CVideoTransformFilter {
   public:
-    explicit Passthrough(IUnknown* outer = nullptr);
+    Passthrough() : CVideoTransformFilter(NAME("Passthrough"), nullptr, GUID_NULL) {}
 
     /// What was called, in order: "Start", "Stop", "SetMediaType in", "Break out"...
     std::vector<std::string> log;
@@ -49,8 +47,6 @@ class Passthrough : public CVideoTransformFilter {
     HRESULT CompleteConnect(PIN_DIRECTION direction, IPin* peer) override;
     HRESULT BreakConnect(PIN_DIRECTION direction) override;
     HRESULT AlterQuality(Quality quality) override;
-
-    ALLOCATOR_PROPERTIES lastRequest{};
 
     // What only derived classes see.
     CTransformInputPin* Input() { return m_pInput; }

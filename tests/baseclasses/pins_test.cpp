@@ -39,42 +39,6 @@ TEST_F(Pins, OfTheFailuresOfManyTypesTheSpecificOneIsKept) {
     EXPECT_EQ(output->Connect(sink->pin(), nullptr), VFW_E_NO_ACCEPTABLE_TYPES);
 }
 
-TEST_F(Pins, ThePeersTypesAreTriedBeforeTheOwn) {
-    ConnectInput();
-    sink->in.proposals = {Numbered(13), Numbered(7)};
-    ASSERT_EQ(output->Connect(sink->pin(), nullptr), S_OK);
-    EXPECT_EQ(NumberOf(filter->Output()->CurrentMediaType()), 7u);
-}
-
-TEST_F(Pins, AnAllocatorThatThePeerCannotProvideIsThePlatforms) {
-    ConnectInput();
-    sink->in.requirementsResult = S_OK;
-    sink->in.requirements = {3, 5, 0, 7};
-    ASSERT_EQ(output->Connect(sink->pin(), Numbered(1).get()), S_OK);
-    EXPECT_NE(sink->in.allocator(), nullptr);
-    EXPECT_EQ(filter->lastRequest.cBuffers, 3);
-    EXPECT_EQ(filter->lastRequest.cbAlign, 1) << "an alignment of 0 is asked as 1";
-    EXPECT_EQ(filter->lastRequest.cbPrefix, 7);
-}
-
-TEST_F(Pins, APeersAllocatorThatCannotBeSizedIsReplaced) {
-    ConnectInput();
-    sink->in.ownAllocator = MakeCom<TestAllocator>();
-    sink->in.ownAllocator->setPropertiesResult = E_FAIL;
-    ASSERT_EQ(output->Connect(sink->pin(), Numbered(1).get()), S_OK);
-    EXPECT_NE(sink->in.allocator(), sink->in.ownAllocator.get());
-    EXPECT_NE(sink->in.allocator(), nullptr);
-}
-
-TEST_F(Pins, AThousandConnectionsLeaveNothingBehind) {
-    for (int i = 0; i < 1000; ++i) {
-        Connect();
-        ASSERT_EQ(input->Disconnect(), S_OK);
-        source->out.Disconnect();
-        sink->in.Disconnect();
-    }
-}
-
 TEST_F(Pins, NeighboursMayAskWhileTheTypeChangesInMidStream) {
     Start();
     std::atomic<bool> done{false};
@@ -114,30 +78,6 @@ TEST_F(Pins, QuestionsAboutAPinNeedNoFilterLock) {
     });
     neighbour.join();
     filter->m_csFilter.Unlock();
-}
-
-TEST_F(Pins, ASampleTypeOfAPlainSampleIsCheckedToo) {
-    Start();
-    SampleProperties frame = Frame();
-    frame.type = Numbered(13);
-    SampleBehaviour plain;
-    plain.offersSample2 = false;
-    EXPECT_EQ(source->Push(frame, plain), VFW_E_INVALIDMEDIATYPE);
-    EXPECT_EQ(graph->Count(EC_ERRORABORT), 1);
-    EXPECT_EQ(sink->in.events().endOfStream, 0) << "the error keeps the end from being passed on";
-    EXPECT_EQ(Push(), VFW_E_RUNTIME_ERROR);
-}
-
-TEST_F(Pins, SeekingIsPassedUpstreamAndTheHelperObjectGoesWithThePin) {
-    Connect();
-    ComPtr<IMediaSeeking> seeking = output.As<IMediaSeeking>();
-    ASSERT_TRUE(seeking);
-    LONGLONG duration = 0;
-    EXPECT_EQ(seeking->GetDuration(&duration), S_OK);
-    EXPECT_EQ(duration, TestSourcePin::kDuration);
-    ComPtr<IPin> back;
-    EXPECT_EQ(seeking->QueryInterface(IID_IPin, back.PutVoid()), S_OK);
-    EXPECT_EQ(back.get(), output.get()) << "one object with the pin";
 }
 
 }  // namespace

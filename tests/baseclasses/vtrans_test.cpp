@@ -84,21 +84,6 @@ TEST_F(VideoTransform, ATypeWithWhichTheStreamCannotGoOnAbortsPlayback) {
     EXPECT_EQ(allocator.last()->References(), 1u) << "the buffer was given back";
 }
 
-TEST_F(VideoTransform, AfterADiscontinuityTwentyNineFramesWithoutKeyAreWithheld) {
-    Start();
-    SampleProperties frame = Frame();
-    frame.syncPoint = false;
-    frame.discontinuity = true;
-    for (int i = 0; i < 31; ++i) {
-        EXPECT_EQ(Push(frame), S_OK);
-        frame.discontinuity = false;
-    }
-    EXPECT_EQ(Delivered(), 2u);
-    EXPECT_EQ(graph->Count(EC_QUALITY_CHANGE), 1) << "told once";
-    EXPECT_EQ(std::count(filter->log.begin(), filter->log.end(), "Transform"), 31)
-        << "withheld frames are decoded all the same";
-}
-
 TEST_F(VideoTransform, AFailureWhileWaitingForAKeyFrameIsReturnedAsItIs) {
     Start();
     filter->transformResult = E_ABORT;
@@ -187,20 +172,6 @@ TEST_F(VideoTransform, EndFlushForgetsTheStatisticsWithoutTheDerivedStart) {
     EXPECT_EQ(filter->m_itrLate, 0);
     EXPECT_EQ(filter->m_nKeyFramePeriod, 0);
     EXPECT_EQ(filter->m_itrAvgDecode, 300000);
-}
-
-TEST_F(VideoTransform, TimesOutOfOrderOrRangeAreHarmless) {
-    Start();
-    Notify(10 * kFrame);
-    constexpr LONGLONG kMost = 0x7FFFFFFFFFFFFFFF;
-    for (const Interval& times :
-         {Interval{5, 4}, Interval{-kMost, kMost}, Interval{kMost, -kMost}, Interval{0, 0}}) {
-        SampleProperties frame = Frame();
-        frame.start = times.start;
-        frame.stop = times.stop;
-        EXPECT_EQ(Push(frame), S_OK);
-    }
-    EXPECT_EQ(filter->m_itrLate, 10 * kFrame);
 }
 
 /// Remembers with which flags its buffers were asked for.

@@ -61,17 +61,9 @@ TEST_P(Aggregation, EveryOtherInterfaceDelegatesToTheOuterUnknown) {
         << "the outer object decides";
     EXPECT_EQ(inner->QueryInterface(kOutersOwn, own.PutVoid()), E_NOINTERFACE)
         << "the inner unknown knows the filter's interfaces alone";
-    filter.Reset();
-    EXPECT_EQ(outer->References(), 1u);
-}
-
-TEST_P(Aggregation, PinsOfAnAggregatedFilterCountOnTheOuterObject) {
-    ComPtr<IUnknown> inner;
-    ASSERT_EQ(CreateInner(&inner), S_OK);
-    auto filter = inner.As<IBaseFilter>();
     ComPtr<IPin> pin;
     ASSERT_EQ(filter->FindPin(L"In", pin.Put()), S_OK);
-    EXPECT_EQ(outer->References(), 3u);
+    EXPECT_EQ(outer->References(), 3u) << "so is a pin";
     pin.Reset();
     filter.Reset();
     EXPECT_EQ(outer->References(), 1u);

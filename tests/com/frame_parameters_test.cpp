@@ -1,5 +1,6 @@
 #include <numeric>
 
+#include "tests/com/streams.h"
 #include "tests/support/com_test.h"
 #include "tests/support/filter_rig.h"
 #include "tests/support/frame_chunks.h"
@@ -10,8 +11,6 @@ namespace {
 // dvdmedia.h of the platform: AM_VIDEO_FLAG_FIELD1FIRST and AM_VIDEO_FLAG_WEAVE.
 constexpr DWORD kField1First = 4;
 constexpr DWORD kWeave = 2;
-constexpr DWORD kTopFirst = 0xA5;
-constexpr DWORD kBottomFirst = 0xA1;
 
 /// What an output type of the long form says about fields and picture aspect.
 struct Shown {
@@ -128,29 +127,21 @@ TEST_P(FrameParameters, ANewAspectOrFieldOrderUpdatesTheTypeAndTravelsWithTheFra
 
     EXPECT_EQ(ShownBy(Push({4, 3, 1}).type.value()), Expected(kBottomFirst, 4, 3));
     EXPECT_EQ(ShownBy(Push({1, 1, 2}).type.value()), Expected(0, 1, 1));
+    EXPECT_EQ(ShownBy(Push({0, 0, 2}).type.value()), (Shown{0, 0, 0})) << "as it is";
 }
 
-TEST_P(FrameParameters, APeerWithoutDynamicConnectionsStillLeavesTheTypeUpdated) {
+TEST_P(FrameParameters, APeerThatTakesNoNewTypeDynamicallyStillLeavesTheTypeUpdated) {
     Start();
-    EXPECT_FALSE(Push({4, 3, 0}).type);
+    EXPECT_FALSE(Push({4, 3, 0}).type) << "it has no dynamic connections";
     EXPECT_EQ(ShownByThePin(), Expected(kTopFirst, 4, 3));
-}
-
-TEST_P(FrameParameters, APeerThatRefusesDynamicallyStillLeavesTheTypeUpdated) {
+    DWORD aspect = 5;
+    int queries = 0;
     for (const HRESULT refusal : {HRESULT{VFW_E_TYPE_NOT_ACCEPTED}, HRESULT{S_FALSE}}) {
-        FilterRig fresh(row());
-        fresh.sink->in.offersPinConnection = true;
-        fresh.sink->in.dynamicAcceptResult = refusal;
-        ASSERT_EQ(fresh.ConnectInput(), S_OK);
-        ASSERT_EQ(fresh.ConnectOutput(), S_OK);
-        ASSERT_EQ(fresh.filter->Pause(), S_OK);
-        SampleProperties sample = fresh.Frame();
-        sample.bytes = WithInfoChunk(sample.bytes, {4, 3, 0});
-        EXPECT_EQ(fresh.source->Push(sample), S_OK);
-        EXPECT_EQ(fresh.source->Push(sample), S_OK);
-        EXPECT_FALSE(fresh.sink->in.samples().at(0).type);
-        EXPECT_EQ(fresh.sink->in.dynamicQueries(), 1);
-        EXPECT_EQ(ShownBy(FilterRig::ConnectionType(fresh.output)), Expected(kTopFirst, 4, 3));
+        OfferDynamicConnection(refusal);
+        EXPECT_FALSE(Push({aspect, 3, 0}).type);
+        EXPECT_FALSE(Push({aspect, 3, 0}).type);
+        EXPECT_EQ(rig.sink->in.dynamicQueries(), ++queries) << "it is asked once";
+        EXPECT_EQ(ShownByThePin(), Expected(kTopFirst, static_cast<LONG>(aspect++), 3));
     }
 }
 
@@ -161,12 +152,6 @@ TEST_P(FrameParameters, TheShortFormIsNeverUpdated) {
     EXPECT_FALSE(Push({4, 3, 0}).type);
     EXPECT_EQ(FilterRig::ConnectionType(rig.output), before);
     EXPECT_EQ(rig.sink->in.dynamicQueries(), 0);
-}
-
-TEST_P(FrameParameters, AnAspectOfZeroIsReportedAsItIs) {
-    Start();
-    Push({0, 0, 2});
-    EXPECT_EQ(ShownByThePin(), (Shown{0, 0, 0}));
 }
 
 TEST_P(FrameParameters, DownstreamMayAskThePinForItsTypeWhileItIsAskedItself) {

@@ -1,6 +1,8 @@
 /// Samples that are not what was agreed on: of other lengths, at odd addresses, in memory that may
 /// not be written. All memory here ends at an inaccessible page.
 
+#include <algorithm>
+
 #include "tests/support/com_test.h"
 #include "tests/support/filter_rig.h"
 
@@ -9,20 +11,18 @@ namespace {
 
 class HostileSamples : public FilterTest {
   protected:
-    /// Starts with an allocator of the sink's that hands out `more` bytes beyond the picture's, so
-    /// that a picture begins that much off an aligned address.
-    void StartWithBuffers(LONG more, SampleBehaviour behaviour = {}) {
-        rig.sink->in.ownAllocator = MakeCom<TestAllocator>();
-        rig.sink->in.ownAllocator->sampleBehaviour = behaviour;
-        ASSERT_EQ(rig.ConnectInput(), S_OK);
-        ASSERT_EQ(rig.ConnectOutput(), S_OK);
-        ALLOCATOR_PROPERTIES properties = rig.sink->in.ownAllocator->requested();
-        ASSERT_GT(properties.cbBuffer, 0);
-        properties.cbBuffer += more;
+    HostileSamples() { rig.sink->in.ownAllocator = allocator; }
+
+    /// Lets the sink's allocator promise what was asked for and hand out `more` bytes beyond it. A
+    /// picture begins that much off an aligned address.
+    void SetBuffers(LONG more) {
+        rig.filter->Stop();
+        ALLOCATOR_PROPERTIES properties = {1, row().BufferBytes(0) + more, 1, 0};
         ALLOCATOR_PROPERTIES actual{};
-        ASSERT_EQ(rig.sink->in.ownAllocator->SetProperties(&properties, &actual), S_OK);
+        ASSERT_EQ(allocator->SetProperties(&properties, &actual), S_OK);
         ASSERT_EQ(rig.filter->Pause(), S_OK);
     }
+    ComPtr<TestAllocator> allocator = MakeCom<TestAllocator>();
     FilterRig rig{row()};
 };
 NYX_FOR_EVERY_FILTER(HostileSamples);
@@ -70,17 +70,11 @@ TEST_P(HostileSamples, ASampleThatClaimsMoreThanItsBufferIsReadNoFurther) {
 }
 
 TEST_P(HostileSamples, AnAllocatorOfTheWrongAlignmentGetsTheSamePicture) {
-    StartWithBuffers(0);
+    rig.Start();
     ASSERT_EQ(rig.Push(), S_OK);
     const std::vector<BYTE> picture = rig.sink->in.samples().front().bytes;
-    ALLOCATOR_PROPERTIES properties = rig.sink->in.ownAllocator->requested();
     for (const LONG more : {1, 2, 3, 7, 15}) {
-        ALLOCATOR_PROPERTIES odd = properties;
-        odd.cbBuffer += more;
-        ALLOCATOR_PROPERTIES actual{};
-        rig.filter->Stop();
-        ASSERT_EQ(rig.sink->in.ownAllocator->SetProperties(&odd, &actual), S_OK);
-        ASSERT_EQ(rig.filter->Pause(), S_OK);
+        SetBuffers(more);
         ASSERT_EQ(rig.Push(), S_OK) << more;
         const std::vector<BYTE> other = rig.sink->in.samples().back().bytes;
         ASSERT_GE(other.size(), picture.size());
@@ -88,13 +82,23 @@ TEST_P(HostileSamples, AnAllocatorOfTheWrongAlignmentGetsTheSamePicture) {
     }
 }
 
+TEST_P(HostileSamples, AnAllocatorThatHandsOutLessThanItPromisedGetsNothing) {
+    rig.Connect();
+    for (const LONG size : {0L, 1L, 1000L, row().BufferBytes(0) - 1}) {
+        SetBuffers(size - row().BufferBytes(0));
+        EXPECT_EQ(rig.Push(), E_FAIL) << size;
+        const GuardedMemory& memory = allocator->last()->memory();
+        EXPECT_EQ(std::count(memory.data(), memory.data() + size, TestAllocator::kUnwritten), size);
+    }
+    EXPECT_EQ(rig.sink->in.sampleCount(), 0u);
+}
+
 TEST_P(HostileSamples, ABufferThatMayNotBeWrittenFailsTheFrameAndNotTheHost) {
-    SampleBehaviour protectedMemory;
-    protectedMemory.readOnlyMemory = true;
-    StartWithBuffers(0, protectedMemory);
+    allocator->sampleBehaviour.readOnlyMemory = true;
+    rig.Start();
     EXPECT_EQ(rig.Push(), E_FAIL);
     EXPECT_EQ(rig.sink->in.sampleCount(), 0u);
-    rig.sink->in.ownAllocator->sampleBehaviour = {};
+    allocator->sampleBehaviour = {};
     EXPECT_EQ(rig.Push(), S_OK) << "and streaming goes on";
 }
 

@@ -1,5 +1,3 @@
-#include <array>
-
 #include "tests/support/com_test.h"
 #include "tests/support/filter_rig.h"
 #include "tests/support/loaded_module.h"
@@ -63,6 +61,7 @@ TEST_P(Interfaces, SeekingAndPositionOnTheOutputReachTheSource) {
     LONGLONG duration = 0;
     EXPECT_EQ(seeking->GetDuration(&duration), S_OK);
     EXPECT_EQ(duration, TestSourcePin::kDuration);
+    EXPECT_EQ(seeking.As<IPin>().get(), rig.output.get()) << "one object with the pin";
 
     ComPtr<IMediaPosition> position;
     ASSERT_EQ(rig.output->QueryInterface(IID_IMediaPosition, position.PutVoid()), S_OK);
@@ -110,45 +109,46 @@ TEST_P(Interfaces, APinKeepsItsFilterAlive) {
     EXPECT_EQ(state, State_Stopped);
 }
 
-TEST_P(Interfaces, TheFilterReportsItsClass) {
+TEST_P(Interfaces, TheFilterReportsItsClassGraphAndName) {
     CLSID clsid{};
     EXPECT_EQ(rig.filter->GetClassID(&clsid), S_OK);
     EXPECT_EQ(clsid, row().clsid);
-}
-
-TEST_P(Interfaces, TheFilterReportsItsGraphAndName) {
+    EXPECT_EQ(rig.graph->References(), 1u) << "a filter does not keep its graph alive";
     FILTER_INFO info{};
     ASSERT_EQ(rig.filter->QueryFilterInfo(&info), S_OK);
     EXPECT_STREQ(info.achName, FilterRig::kNameInGraph);
     EXPECT_EQ(info.pGraph, static_cast<IFilterGraph*>(rig.graph.get()));
     info.pGraph->Release();
-    ASSERT_EQ(rig.filter->JoinFilterGraph(nullptr, nullptr), S_OK);
+    const std::wstring longName(500, L'x');
+    ASSERT_EQ(rig.filter->JoinFilterGraph(nullptr, longName.c_str()), S_OK);
     ASSERT_EQ(rig.filter->QueryFilterInfo(&info), S_OK);
+    EXPECT_EQ(info.achName, longName.substr(0, MAX_FILTER_NAME - 1)) << "what the record holds";
     EXPECT_EQ(info.pGraph, nullptr);
-}
-
-TEST_P(Interfaces, AFilterDoesNotKeepItsGraphAlive) {
-    // One reference by the rig; the filter in the graph must add none.
-    EXPECT_EQ(rig.graph->References(), 1u);
 }
 
 TEST_P(Interfaces, TheFactoryServesIUnknownAndIClassFactoryOnly) {
     ComPtr<IUnknown> object;
     EXPECT_EQ(Module().GetClassObject(row().clsid, IID_IUnknown, object.PutVoid()), S_OK);
-    EXPECT_EQ(Module().GetClassObject(row().clsid, IID_IClassFactory, object.PutVoid()), S_OK);
     EXPECT_EQ(Module().GetClassObject(row().clsid, IID_IBaseFilter, object.PutVoid()),
               E_NOINTERFACE);
+    EXPECT_FALSE(object);
+    EXPECT_EQ(Module().GetClassObject(row().clsid, IID_IClassFactory, nullptr), E_POINTER);
+    ComPtr<IClassFactory> factory;
+    ASSERT_EQ(Module().GetClassObject(row().clsid, IID_IClassFactory, factory.PutVoid()), S_OK);
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IBaseFilter, nullptr), E_POINTER);
+    EXPECT_EQ(factory->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IVideoWindow, object.PutVoid()), E_NOINTERFACE);
     EXPECT_FALSE(object);
 }
 
 using ModuleEntries = ComTest;
 
 TEST_F(ModuleEntries, AnUnknownClassIsNotAvailable) {
-    ComPtr<IUnknown> object;
+    void* object = &object;
     const CLSID unknown = {1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
-    EXPECT_EQ(Module().GetClassObject(unknown, IID_IClassFactory, object.PutVoid()),
+    EXPECT_EQ(Module().GetClassObject(unknown, IID_IClassFactory, &object),
               CLASS_E_CLASSNOTAVAILABLE);
-    EXPECT_FALSE(object);
+    EXPECT_EQ(object, nullptr);
 }
 
 TEST_F(ModuleEntries, LiveObjectsFactoriesAndServerLocksKeepTheModuleLoaded) {

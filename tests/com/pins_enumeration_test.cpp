@@ -123,12 +123,5 @@ TEST_P(PinsEnumeration, PinsSayWhoTheyAre) {
     }
 }
 
-TEST_P(PinsEnumeration, InternalConnectionsAreNotImplemented) {
-    ULONG count = 1;
-    IPin* pin = nullptr;
-    EXPECT_EQ(rig.input->QueryInternalConnections(nullptr, &count), E_NOTIMPL);
-    EXPECT_EQ(rig.output->QueryInternalConnections(&pin, &count), E_NOTIMPL);
-}
-
 }  // namespace
 }  // namespace nyx::test

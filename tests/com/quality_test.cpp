@@ -90,12 +90,5 @@ TEST_P(QualityControl, AMessageFromAnotherThreadDuringReceiveNeverDeadlocks) {
     MustFinish("a quality message during Receive", [&] { EXPECT_EQ(rig.Push(), S_OK); });
 }
 
-TEST_P(QualityControl, ASinkForMessagesMayBeSetAndTakenBack) {
-    const auto control = rig.output.As<IQualityControl>();
-    const auto upstream = ComPtr<IPin>(rig.source->pin()).As<IQualityControl>();
-    EXPECT_EQ(control->SetSink(upstream.get()), S_OK);
-    EXPECT_EQ(control->SetSink(nullptr), S_OK);
-}
-
 }  // namespace
 }  // namespace nyx::test

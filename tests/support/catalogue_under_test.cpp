@@ -203,6 +203,15 @@ std::vector<FilterUnderTest> DecodersUnderTest() {
     return decoders;
 }
 
+const FilterUnderTest& RowNamed(const std::string& name) {
+    for (const FilterUnderTest& row : CatalogueUnderTest()) {
+        if (row.name == name) {
+            return row;
+        }
+    }
+    throw std::logic_error("no such filter: " + name);
+}
+
 bool FilterUnderTest::Takes(LONG width, LONG height) const {
     if (sizes.empty()) {
         return width > 0 && width % 2 == 0 && height > 0;
@@ -225,6 +234,12 @@ MediaType FilterUnderTest::OutputType(std::size_t position, const Picture& strea
     const OfferedFormat& format = outputs.at(position);
     return VideoType({format.subtype, format.compression, format.bitCount, stream.width,
                       stream.height, stream.frameDuration, stream.block});
+}
+
+LONG FilterUnderTest::BufferBytes(std::size_t position) const {
+    // Of an encoder 1.2 uncompressed pictures.
+    return role == Role::kDecoder ? PictureBytes(OutputType(position).Header())
+                                  : PictureBytes(InputType().Header()) / 10 * 12;
 }
 
 void PrintTo(const FilterUnderTest& row, std::ostream* out) {

@@ -68,6 +68,8 @@ struct FilterUnderTest {
     /// A complete output type for a stream, by position in `outputs`.
     MediaType OutputType(std::size_t position, const Picture& stream) const;
     MediaType OutputType(std::size_t position) const { return OutputType(position, picture); }
+    /// What the filter asks for as the size of an output buffer.
+    LONG BufferBytes(std::size_t position) const;
 };
 
 /// All filters of the module.
@@ -75,6 +77,9 @@ const std::vector<FilterUnderTest>& CatalogueUnderTest();
 
 /// Those of them that decode.
 std::vector<FilterUnderTest> DecodersUnderTest();
+
+/// One of them; throws std::logic_error when there is none of that name.
+const FilterUnderTest& RowNamed(const std::string& name);
 
 /// Prints the row's name in a failed test's message.
 void PrintTo(const FilterUnderTest& row, std::ostream* out);

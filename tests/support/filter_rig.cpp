@@ -25,10 +25,7 @@ FilterRig::FilterRig(const FilterUnderTest& filterRow, const Picture& inputPictu
 
 FilterRig::~FilterRig() {
     filter->Stop();
-    input->Disconnect();
-    output->Disconnect();
-    source->out.Disconnect();
-    sink->in.Disconnect();
+    Disconnect();
     filter->JoinFilterGraph(nullptr, nullptr);
 }
 
@@ -49,6 +46,17 @@ void FilterRig::Connect(std::size_t outputPosition, Block block) {
     Picture outputPicture = picture;
     outputPicture.block = block;
     ASSERT_EQ(ConnectOutput(row.OutputType(outputPosition, outputPicture)), S_OK);
+}
+
+void FilterRig::DisconnectOutput() {
+    output->Disconnect();
+    sink->in.Disconnect();
+}
+
+void FilterRig::Disconnect() {
+    DisconnectOutput();
+    input->Disconnect();
+    source->out.Disconnect();
 }
 
 void FilterRig::Start(std::size_t outputPosition, Block block) {

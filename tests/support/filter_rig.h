@@ -39,6 +39,9 @@ struct FilterRig {
 
     /// Both sides; the output as position `output` of the row's list in the given form.
     void Connect(std::size_t outputPosition = 0, Block block = Block::kVideoInfo2);
+    /// Takes the connections apart on either end; the filter must be stopped.
+    void DisconnectOutput();
+    void Disconnect();
     /// Connect, then pause: samples flow from here on.
     void Start(std::size_t outputPosition = 0, Block block = Block::kVideoInfo2);
 
