@@ -28,13 +28,6 @@ class VideoTransform : public PassthroughTest {
         Start();
         return *sink->in.ownAllocator;
     }
-    /// Puts `type` on the next buffer only.
-    static void AttachOnce(TestAllocator& allocator, const MediaType& type) {
-        allocator.onBuffer = [&allocator, type](TestSample& buffer) {
-            buffer.properties().type = type;
-            allocator.onBuffer = nullptr;
-        };
-    }
 };
 
 TEST_F(VideoTransform, ANewInputTypeRestartsTheStreamWithoutSetMediaType) {
@@ -53,14 +46,14 @@ TEST_F(VideoTransform, ANewInputTypeRestartsTheStreamWithoutSetMediaType) {
 TEST_F(VideoTransform, ANewOutputTypeRestartsTheStreamAndWaitsForAKeyFrame) {
     TestAllocator& allocator = StartWithOwnAllocator();
     filter->log.clear();
-    AttachOnce(allocator, Numbered(6));
+    allocator.AttachToNextBuffer(Numbered(6));
     SampleProperties frame = Frame();
     frame.syncPoint = false;
     EXPECT_EQ(Push(frame), S_OK);
     EXPECT_EQ(filter->log, (Calls{"Stop", "Start", "Transform"}));
     EXPECT_EQ(NumberOf(filter->Output()->CurrentMediaType()), 6u);
     EXPECT_EQ(Delivered(), 0u);
-    AttachOnce(allocator, Numbered(7));
+    allocator.AttachToNextBuffer(Numbered(7));
     EXPECT_EQ(Push(), S_OK) << "a key frame itself goes at once";
     EXPECT_EQ(Delivered(), 1u);
     EXPECT_EQ(NumberOf(*sink->in.samples().at(0).type->get()), 7u);
@@ -75,9 +68,9 @@ TEST_F(VideoTransform, ATypeWithWhichTheStreamCannotGoOnAbortsPlayback) {
     ASSERT_EQ(graph->Count(EC_ERRORABORT), 1);
     EXPECT_EQ(graph->events().back().parameter1, E_ABORT);
     EXPECT_EQ(sink->in.events().endOfStream, 1);
-    EXPECT_EQ(allocator.buffersHandedOut(), 0);
+    EXPECT_FALSE(allocator.last()) << "no buffer was taken";
 
-    AttachOnce(allocator, Numbered(6));
+    allocator.AttachToNextBuffer(Numbered(6));
     EXPECT_EQ(Push(), E_ABORT);
     EXPECT_EQ(graph->Count(EC_ERRORABORT), 2);
     EXPECT_EQ(sink->in.events().endOfStream, 2);

@@ -15,44 +15,21 @@
 namespace nyx::test {
 namespace {
 
-/// The module's file, read as the loader reads it.
+/// The module's image, as the loader lays it out.
 class DllFile : public ::testing::Test {
   protected:
-    void SetUp() override {
-        const std::wstring path = ModulePath();
-        const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                        OPEN_EXISTING, 0, nullptr);
-        ASSERT_NE(file, INVALID_HANDLE_VALUE);
-        bytes_.resize(GetFileSize(file, nullptr));
-        DWORD read = 0;
-        ReadFile(file, bytes_.data(), static_cast<DWORD>(bytes_.size()), &read, nullptr);
-        CloseHandle(file);
-        ASSERT_EQ(read, bytes_.size());
-        const LONG at = reinterpret_cast<const IMAGE_DOS_HEADER*>(bytes_.data())->e_lfanew;
-        headers_ = reinterpret_cast<const IMAGE_NT_HEADERS32*>(bytes_.data() + at);
-        ASSERT_EQ(headers_->Signature, DWORD{IMAGE_NT_SIGNATURE});
-    }
-
-    /// The file's bytes at an address of the loaded image.
     template <class T>
     const T* At(DWORD address) const {
-        const IMAGE_SECTION_HEADER* section = IMAGE_FIRST_SECTION(headers_);
-        for (WORD i = 0; i < headers_->FileHeader.NumberOfSections; ++i, ++section) {
-            if (address >= section->VirtualAddress &&
-                address < section->VirtualAddress + section->SizeOfRawData) {
-                return reinterpret_cast<const T*>(bytes_.data() + section->PointerToRawData +
-                                                  (address - section->VirtualAddress));
-            }
-        }
-        ADD_FAILURE() << "address outside the file";
-        return reinterpret_cast<const T*>(bytes_.data());
+        return reinterpret_cast<const T*>(reinterpret_cast<const BYTE*>(module_.handle()) +
+                                          address);
     }
     DWORD Directory(int which) const {
         return headers_->OptionalHeader.DataDirectory[which].VirtualAddress;
     }
 
-    std::vector<BYTE> bytes_;
-    const IMAGE_NT_HEADERS32* headers_ = nullptr;
+    LoadedModule module_;
+    const IMAGE_NT_HEADERS32* headers_ =
+        At<IMAGE_NT_HEADERS32>(static_cast<DWORD>(At<IMAGE_DOS_HEADER>(0)->e_lfanew));
 };
 
 TEST_F(DllFile, ExportsTheComEntriesUndecoratedAndNothingElse) {
@@ -97,7 +74,8 @@ TEST_F(DllFile, MayBeLoadedAnywhereAndHasNoMemoryThatIsWritableAndExecutable) {
 TEST_F(DllFile, EndsTheProcessWhenAStackIsOverwritten) {
     // The last words of the compiler's stack protector.
     const std::string words = "*** stack smashing detected ***";
-    EXPECT_NE(std::search(bytes_.begin(), bytes_.end(), words.begin(), words.end()), bytes_.end());
+    const char* const end = At<char>(headers_->OptionalHeader.SizeOfImage);
+    EXPECT_NE(std::search(At<char>(0), end, words.begin(), words.end()), end);
 }
 
 TEST_F(DllFile, ImportsNothingThatWidensTheSearchForLibraries) {
@@ -137,7 +115,7 @@ TEST_F(DllFile, CarriesAVersion) {
     EXPECT_NE(info->dwFileVersionMS, 0u);
 }
 
-TEST_F(DllFile, LoadsAndUnloadsAgainAndKeepsNothing) {
+TEST(DllLoading, LoadsAndUnloadsAgainAndKeepsNothing) {
     ASSERT_EQ(GetModuleHandleW(L"nyxcodecs.dll"), nullptr);
     // As in any DirectShow host, which has it of the graph manager; Wine's loses handles when
     // freed.

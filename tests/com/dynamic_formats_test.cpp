@@ -6,8 +6,7 @@ namespace {
 
 class DynamicFormats : public FilterTest {
   protected:
-    /// Starts with a sink whose buffers are large and carry `type` once, on the next one handed
-    /// out.
+    /// Starts with a sink whose buffers are large.
     void StartWithRoomyBuffers() {
         rig.sink->in.ownAllocator = MakeCom<TestAllocator>();
         rig.sink->in.ownAllocator->granted =
@@ -15,11 +14,7 @@ class DynamicFormats : public FilterTest {
         rig.Start();
     }
     void AttachToNextBuffer(const MediaType& type) {
-        TestAllocator* allocator = rig.sink->in.ownAllocator.get();
-        allocator->onBuffer = [type, allocator](TestSample& buffer) {
-            buffer.properties().type = type;
-            allocator->onBuffer = nullptr;
-        };
+        rig.sink->in.ownAllocator->AttachToNextBuffer(type);
     }
     FilterRig rig{row()};
 };

@@ -1,9 +1,9 @@
 #include <numeric>
 
+#include "tests/codecs/chunk_builder.h"
 #include "tests/com/streams.h"
 #include "tests/support/com_test.h"
 #include "tests/support/filter_rig.h"
-#include "tests/support/frame_chunks.h"
 
 namespace nyx::test {
 namespace {
@@ -11,6 +11,18 @@ namespace {
 // dvdmedia.h of the platform: AM_VIDEO_FLAG_FIELD1FIRST and AM_VIDEO_FLAG_WEAVE.
 constexpr DWORD kField1First = 4;
 constexpr DWORD kWeave = 2;
+
+/// What the container in front of a frame tells. Field codes: 0 top first, 1 bottom first, 2
+/// progressive.
+struct FrameInfo {
+    LONG pixelX;
+    LONG pixelY;
+    DWORD fieldCode;
+};
+
+Bytes WithInfoChunk(const Bytes& frame, const FrameInfo& info) {
+    return InfoChunk(0, 0, info.pixelX, info.pixelY, Chunk("FIEL", {info.fieldCode})) + frame;
+}
 
 /// What an output type of the long form says about fields and picture aspect.
 struct Shown {
@@ -46,7 +58,7 @@ class FrameParameters : public FilterTest {
         rig.sink->in.dynamicAcceptResult = answer;
     }
     /// Pushes a frame with these chunks; what arrived.
-    SampleProperties Push(const InfoChunk& info, DWORD upstreamFlags = 0) {
+    SampleProperties Push(const FrameInfo& info, DWORD upstreamFlags = 0) {
         SampleProperties sample = rig.Frame();
         sample.bytes = WithInfoChunk(sample.bytes, info);
         sample.typeSpecificFlags = upstreamFlags;
@@ -70,10 +82,7 @@ class FrameParameters : public FilterTest {
         return {interlaceFlags, static_cast<DWORD>(x / divisor), static_cast<DWORD>(y / divisor)};
     }
     /// A chunk that tells what the type tells already.
-    InfoChunk LikeTheType() const {
-        return {static_cast<DWORD>(row().pixelAspect.cx), static_cast<DWORD>(row().pixelAspect.cy),
-                2};
-    }
+    FrameInfo LikeTheType() const { return {row().pixelAspect.cx, row().pixelAspect.cy, 2}; }
 
     FilterRig rig{row()};
 };
@@ -134,14 +143,14 @@ TEST_P(FrameParameters, APeerThatTakesNoNewTypeDynamicallyStillLeavesTheTypeUpda
     Start();
     EXPECT_FALSE(Push({4, 3, 0}).type) << "it has no dynamic connections";
     EXPECT_EQ(ShownByThePin(), Expected(kTopFirst, 4, 3));
-    DWORD aspect = 5;
+    LONG aspect = 5;
     int queries = 0;
     for (const HRESULT refusal : {HRESULT{VFW_E_TYPE_NOT_ACCEPTED}, HRESULT{S_FALSE}}) {
         OfferDynamicConnection(refusal);
         EXPECT_FALSE(Push({aspect, 3, 0}).type);
         EXPECT_FALSE(Push({aspect, 3, 0}).type);
         EXPECT_EQ(rig.sink->in.dynamicQueries(), ++queries) << "it is asked once";
-        EXPECT_EQ(ShownByThePin(), Expected(kTopFirst, static_cast<LONG>(aspect++), 3));
+        EXPECT_EQ(ShownByThePin(), Expected(kTopFirst, aspect++, 3));
     }
 }
 

@@ -7,21 +7,15 @@ namespace nyx::test {
 namespace {
 
 // Slots of the methods that are called, in the order of the interfaces' declarations.
-constexpr unsigned kQueryInterface = 0;
-constexpr unsigned kCreateInstance = 3;     // IClassFactory
-constexpr unsigned kStop = 4;               // IMediaFilter
-constexpr unsigned kPause = 5;              // IMediaFilter
-constexpr unsigned kFindPin = 11;           // IBaseFilter
-constexpr unsigned kConnect = 3;            // IPin
-constexpr unsigned kReceiveConnection = 4;  // IPin
-constexpr unsigned kDisconnect = 5;         // IPin
-constexpr unsigned kQueryAccept = 11;       // IPin
-constexpr unsigned kEnumMediaTypes = 12;    // IPin
-constexpr unsigned kEndOfStream = 14;       // IPin
-constexpr unsigned kBeginFlush = 15;        // IPin
-constexpr unsigned kEndFlush = 16;          // IPin
-constexpr unsigned kReceive = 6;            // IMemInputPin
-constexpr unsigned kNext = 3;               // IEnumMediaTypes
+constexpr unsigned kCreateInstance = 3;   // IClassFactory
+constexpr unsigned kStop = 4;             // IMediaFilter
+constexpr unsigned kPause = 5;            // IMediaFilter
+constexpr unsigned kConnect = 3;          // IPin
+constexpr unsigned kQueryAccept = 11;     // IPin
+constexpr unsigned kEnumMediaTypes = 12;  // IPin
+constexpr unsigned kEndOfStream = 14;     // IPin
+constexpr unsigned kReceive = 6;          // IMemInputPin
+constexpr unsigned kNext = 3;             // IEnumMediaTypes
 
 constexpr DWORD kOffsets[] = {4, 8, 12};
 
@@ -36,7 +30,7 @@ TEST(MisalignedCall, CallsFromTheStackItSays) {
     }
 }
 
-TEST_P(MisalignedStack, AFilterIsMadeAndReleased) {
+TEST_P(MisalignedStack, AFilterIsMadeConnectedAndDecodesToEveryFormat) {
     const auto entry =
         reinterpret_cast<const void*>(GetProcAddress(Module().handle(), "DllGetClassObject"));
     for (const DWORD offset : kOffsets) {
@@ -48,42 +42,22 @@ TEST_P(MisalignedStack, AFilterIsMadeAndReleased) {
         ASSERT_EQ(CallMethodMisaligned(offset, factory.get(), kCreateInstance, nullptr,
                                        &IID_IBaseFilter, filter.PutVoid()),
                   S_OK);
-        ComPtr<IPin> pin;
-        EXPECT_EQ(CallMethodMisaligned(offset, filter.get(), kFindPin, L"In", pin.Put()), S_OK);
-        ComPtr<IMemInputPin> transport;
-        EXPECT_EQ(CallMethodMisaligned(offset, pin.get(), kQueryInterface, &IID_IMemInputPin,
-                                       transport.PutVoid()),
-                  S_OK);
-    }
-}
-
-TEST_P(MisalignedStack, NegotiationWorks) {
-    for (const DWORD offset : kOffsets) {
-        FilterRig rig(row());
-        const MediaType inputType = row().InputType();
-        EXPECT_EQ(CallMethodMisaligned(offset, rig.input.get(), kQueryAccept, inputType.get()),
-                  S_OK);
-        ASSERT_EQ(CallMethodMisaligned(offset, rig.input.get(), kReceiveConnection,
-                                       rig.source->pin(), inputType.get()),
-                  S_OK);
-        ComPtr<IEnumMediaTypes> types;
-        ASSERT_EQ(CallMethodMisaligned(offset, rig.output.get(), kEnumMediaTypes, types.Put()),
-                  S_OK);
-        AM_MEDIA_TYPE* type = nullptr;
-        ASSERT_EQ(CallMethodMisaligned(offset, types.get(), kNext, 1, &type, nullptr), S_OK);
-        DeleteType(type);
-        EXPECT_EQ(
-            CallMethodMisaligned(offset, rig.output.get(), kConnect, rig.sink->pin(), nullptr),
-            S_OK);
-        EXPECT_EQ(CallMethodMisaligned(offset, rig.output.get(), kDisconnect), S_OK);
-    }
-}
-
-TEST_P(MisalignedStack, AWholeReceiveDecodesToEveryFormat) {
-    for (const DWORD offset : kOffsets) {
         for (std::size_t i = 0; i < row().outputs.size(); ++i) {
             FilterRig rig(row());
-            rig.Connect(i);
+            const MediaType type = row().InputType();
+            EXPECT_EQ(CallMethodMisaligned(offset, rig.input.get(), kQueryAccept, type.get()),
+                      S_OK);
+            ASSERT_EQ(rig.ConnectInput(), S_OK);
+            ComPtr<IEnumMediaTypes> types;
+            ASSERT_EQ(CallMethodMisaligned(offset, rig.output.get(), kEnumMediaTypes, types.Put()),
+                      S_OK);
+            AM_MEDIA_TYPE* offered = nullptr;
+            ASSERT_EQ(CallMethodMisaligned(offset, types.get(), kNext, 1, &offered, nullptr), S_OK);
+            DeleteType(offered);
+            const MediaType output = row().OutputType(i);
+            ASSERT_EQ(CallMethodMisaligned(offset, rig.output.get(), kConnect, rig.sink->pin(),
+                                           output.get()),
+                      S_OK);
             ASSERT_EQ(CallMethodMisaligned(offset, rig.filter.get(), kPause), S_OK);
             ASSERT_EQ(rig.Push(), S_OK);
             const auto sample = MakeCom<TestSample>(rig.Frame());
@@ -93,8 +67,6 @@ TEST_P(MisalignedStack, AWholeReceiveDecodesToEveryFormat) {
             ASSERT_EQ(arrived.size(), 2u);
             EXPECT_EQ(arrived[1].bytes, arrived[0].bytes);
             EXPECT_EQ(CallMethodMisaligned(offset, rig.input.get(), kEndOfStream), S_OK);
-            EXPECT_EQ(CallMethodMisaligned(offset, rig.input.get(), kBeginFlush), S_OK);
-            EXPECT_EQ(CallMethodMisaligned(offset, rig.input.get(), kEndFlush), S_OK);
             EXPECT_EQ(CallMethodMisaligned(offset, rig.filter.get(), kStop), S_OK);
         }
     }

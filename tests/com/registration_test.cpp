@@ -30,15 +30,6 @@ std::optional<std::wstring> ClassValue(const std::wstring& key, const wchar_t* n
     return text;
 }
 
-std::optional<RegisteredFilter> Find(REFCLSID category, REFCLSID clsid) {
-    for (const RegisteredFilter& filter : FiltersOfCategory(category)) {
-        if (filter.clsid == clsid) {
-            return filter;
-        }
-    }
-    return std::nullopt;
-}
-
 /// Leaves the prefix without the module, whatever it held before.
 class Registration : public ComTest {
   protected:
@@ -66,7 +57,7 @@ TEST_F(Registration, EveryFilterIsFoundWithNameAndMeritAndTheCompressorInItsCate
         for (const CLSID& category :
              {CLSID_LegacyAmFilterCategory, CLSID_VideoCompressorCategory}) {
             const bool compressors = category == CLSID_VideoCompressorCategory;
-            const auto filter = Find(category, entry.clsid);
+            const auto filter = FilterInCategory(category, entry.clsid);
             ASSERT_EQ(filter.has_value(), compressors ? entry.isCompressor : entry.isFilter);
             if (filter) {
                 EXPECT_EQ(filter->name, entry.name);

@@ -3,7 +3,6 @@
 #include "engines/standin/frame_coder.h"
 #include "platform/fourcc.h"
 #include "tests/soak/stream.h"
-#include "tests/support/module_classes.h"
 #include "tests/support/q210_frames.h"
 
 namespace nyx::soak {
@@ -41,67 +40,43 @@ std::vector<BYTE> CodedFrame(const char* codingName, const Picture& picture, int
         picture.width, picture.height, kQuantScale);
 }
 
-/// A decoder's row of the tests' catalogue, by its name there.
-StreamPlan DecoderPlan(const FilterUnderTest& row) {
-    StreamPlan plan = {row, row.picture, {}};
-    for (int number = 0; number < kPictures; ++number) {
-        std::vector<BYTE> frame;
-        switch (row.inputFourCC) {
-            case FourCC("QZTA"):
-                frame = CodedFrame(row.inputBitCount == 32 ? "zeta-alpha" : "zeta", row.picture,
-                                   number);
-                break;
-            case FourCC("QZT2"):
-                frame = CodedFrame("zeta2", row.picture, number);
-                break;
-            case FourCC("QLLC"):
-                frame = CodedFrame("lossless-yuy2", row.picture, number);
-                break;
-            case FourCC("QMIC"):
-                frame = CodedFrame("mpeg2", row.picture, number);
-                break;
-            case FourCC("Q210"):
-                frame =
-                    test::Q210Frame(row.picture.width, row.picture.height,
-                                    [&](LONG x, LONG y) -> test::TenBitPixel {
-                                        const auto at = static_cast<unsigned>(x + y);
-                                        return {64 + (at + 50u * unsigned(number)) % 800, 512, 400};
-                                    });
-                break;
-            default:  // DV, whose stand-in makes a picture of all of the frame's bytes
-                frame = row.sample(row.picture);
-                frame.back() = static_cast<BYTE>(number);
-        }
-        plan.frames.push_back(std::move(frame));
+/// A frame of the row's format whose picture is its own for each number.
+std::vector<BYTE> Frame(const FilterUnderTest& row, int number) {
+    const Picture& picture = row.picture;
+    switch (row.inputFourCC) {
+        case FourCC("QZTA"):
+            return CodedFrame(row.inputBitCount == 32 ? "zeta-alpha" : "zeta", picture, number);
+        case FourCC("QZT2"):
+            return CodedFrame("zeta2", picture, number);
+        case FourCC("QLLC"):
+            return CodedFrame("lossless-yuy2", picture, number);
+        case FourCC("QMIC"):
+            return CodedFrame("mpeg2", picture, number);
+        case FourCC("Q210"):
+            return test::Q210Frame(picture.width, picture.height, [&](LONG x, LONG y) {
+                const auto at = static_cast<unsigned>(x + y);
+                return test::TenBitPixel{64 + (at + 50u * unsigned(number)) % 800, 512, 400};
+            });
+        case FourCC("YUY2"):
+            return RampPicture(16, picture.width, picture.height, number);
+        default:  // DV, whose stand-in makes a picture of all of the frame's bytes
+            std::vector<BYTE> frame = row.sample(picture);
+            frame.back() = static_cast<BYTE>(number);
+            return frame;
     }
-    return plan;
-}
-
-StreamPlan EncoderPlan() {
-    StreamPlan plan = {};
-    plan.row.name = "ZetaEncoder";
-    plan.row.role = test::Role::kEncoder;
-    for (const test::ModuleClass& entry : test::ModuleClasses()) {
-        plan.row.clsid = entry.isCompressor ? entry.clsid : plan.row.clsid;
-    }
-    plan.row.inputFourCC = FourCC("YUY2");
-    plan.row.inputBitCount = 16;
-    plan.picture.width = 160;
-    plan.picture.height = 120;
-    for (int number = 0; number < kPictures; ++number) {
-        plan.frames.push_back(RampPicture(16, plan.picture.width, plan.picture.height, number));
-    }
-    return plan;
 }
 
 }  // namespace
 
 std::vector<StreamPlan> AllPlans() {
     std::vector<StreamPlan> plans;
-    for (const FilterUnderTest& row : test::DecodersUnderTest()) {
-        plans.push_back(DecoderPlan(row));
+    for (const FilterUnderTest& row : test::CatalogueUnderTest()) {
+        StreamPlan plan = {row, {}};
+        for (int number = 0; number < kPictures; ++number) {
+            plan.frames.push_back(Frame(row, number));
+        }
+        plans.push_back(std::move(plan));
     }
-    plans.push_back(EncoderPlan());
     return plans;
 }
 

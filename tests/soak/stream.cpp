@@ -39,7 +39,7 @@ void Stream::RunGraphs(const std::atomic<bool>& go) {
 }
 
 void Stream::RunOneGraph(std::size_t graph, const std::atomic<bool>& go) {
-    test::FilterRig rig(plan_.row, plan_.picture);
+    test::FilterRig rig(plan_.row);
     rig.sink->in.keepsSamples = false;
     if (rig.ConnectInput() != S_OK) {
         throw std::runtime_error(name() + " takes no input");

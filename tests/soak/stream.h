@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
@@ -14,8 +13,7 @@ namespace nyx::soak {
 
 /// One filter's part of the load: what it is fed.
 struct StreamPlan {
-    test::FilterUnderTest row;  ///< its class, and how to form its input type
-    test::Picture picture;
+    test::FilterUnderTest row;
     std::vector<std::vector<BYTE>> frames;  ///< well-formed samples, each of another picture
 };
 

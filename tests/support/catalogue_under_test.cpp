@@ -28,24 +28,13 @@ std::vector<OfferedFormat> AlphaFormats() {
     return {{MEDIASUBTYPE_RGB32, 32, BI_RGB}, {MEDIASUBTYPE_ARGB32, 32, BI_RGB}};
 }
 
-std::vector<BYTE> Q210Sample(const Picture& picture) {
-    return FlatQ210Frame(picture.width, picture.height, {502, 512, 512});
+/// What an engine's stand-in makes of a grey picture.
+SampleMaker Coded(const char* coding) {
+    return [coding](const Picture& picture) {
+        return GreyFrame(coding, picture.width, picture.height);
+    };
 }
-std::vector<BYTE> ZetaSample(const Picture& picture) {
-    return GreyFrame("zeta", picture.width, picture.height);
-}
-std::vector<BYTE> ZetaAlphaSample(const Picture& picture) {
-    return GreyFrame("zeta-alpha", picture.width, picture.height);
-}
-std::vector<BYTE> Zeta2Sample(const Picture& picture) {
-    return GreyFrame("zeta2", picture.width, picture.height);
-}
-std::vector<BYTE> LosslessSample(const Picture& picture) {
-    return GreyFrame("lossless-yuy2", picture.width, picture.height);
-}
-std::vector<BYTE> MpegIntraSample(const Picture& picture) {
-    return GreyFrame("mpeg2", picture.width, picture.height);
-}
+
 std::vector<BYTE> Dv25Sample(const Picture& picture) {
     const bool fifty = picture.height == 576;
     return PlainDvFrame(fifty ? 144000 : 120000, fifty, kSignalDv25, false);
@@ -62,10 +51,6 @@ std::vector<BYTE> DvHdSample(const Picture& picture) {
     return PlainDvFrame(fifty ? 576000 : 480000, fifty, kSignalHd1080, true);
 }
 
-std::vector<BYTE> GreyPicture(const Picture& picture) {
-    return std::vector<BYTE>(static_cast<std::size_t>(2 * picture.width * picture.height), 128);
-}
-
 const CLSID& ClassOfDecoder(DWORD fourcc) {
     for (const ModuleClass& entry : ModuleClasses()) {
         if (!entry.isCompressor &&
@@ -76,8 +61,7 @@ const CLSID& ClassOfDecoder(DWORD fourcc) {
     throw std::logic_error("no decoder of that format in the module's list");
 }
 
-FilterUnderTest Decoder(const char* name, DWORD fourcc, WORD bits,
-                        std::vector<BYTE> (*sample)(const Picture& picture)) {
+FilterUnderTest Decoder(const char* name, DWORD fourcc, WORD bits, SampleMaker sample) {
     FilterUnderTest row = {};
     row.name = name;
     row.role = Role::kDecoder;
@@ -90,14 +74,15 @@ FilterUnderTest Decoder(const char* name, DWORD fourcc, WORD bits,
 }
 
 FilterUnderTest Q210Row() {
-    FilterUnderTest row = Decoder("Q210Decoder", FourCC("Q210"), 20, Q210Sample);
+    FilterUnderTest row = Decoder("Q210Decoder", FourCC("Q210"), 20, [](const Picture& picture) {
+        return FlatQ210Frame(picture.width, picture.height, {502, 512, 512});
+    });
     row.frameSize = FrameSize::kOfTheType;
     return row;
 }
 
-FilterUnderTest ZetaRow(const char* name, WORD bits,
-                        std::vector<BYTE> (*sample)(const Picture& picture)) {
-    FilterUnderTest row = Decoder(name, FourCC("QZTA"), bits, sample);
+FilterUnderTest ZetaRow(const char* name, WORD bits, const char* coding) {
+    FilterUnderTest row = Decoder(name, FourCC("QZTA"), bits, Coded(coding));
     row.sizes = {{1920, 1080}, {1440, 1080}, {1280, 1080}, {1280, 720}, {960, 720},   {720, 576},
                  {720, 486},   {720, 480},   {640, 480},   {320, 240},  {160, 120},   {800, 600},
                  {352, 480},   {352, 240},   {352, 288},   {176, 144},  {1280, 1024}, {1280, 960},
@@ -111,8 +96,11 @@ FilterUnderTest ZetaRow(const char* name, WORD bits,
 
 /// The encoder, from 4:2:2 pictures. Its rules for types and sizes have tests of their own.
 FilterUnderTest ZetaEncoderRow() {
-    FilterUnderTest row = ZetaRow("ZetaEncoder", 24, GreyPicture);
+    FilterUnderTest row = ZetaRow("ZetaEncoder", 24, "zeta");
     row.role = Role::kEncoder;
+    row.sample = [](const Picture& picture) {
+        return std::vector<BYTE>(static_cast<std::size_t>(2 * picture.width * picture.height), 128);
+    };
     for (const ModuleClass& entry : ModuleClasses()) {
         if (entry.isCompressor) {
             row.clsid = entry.clsid;
@@ -127,21 +115,20 @@ FilterUnderTest ZetaEncoderRow() {
 }
 
 FilterUnderTest LosslessRow() {
-    FilterUnderTest row = Decoder("LosslessDecoder", FourCC("QLLC"), 24, LosslessSample);
+    FilterUnderTest row = Decoder("LosslessDecoder", FourCC("QLLC"), 24, Coded("lossless-yuy2"));
     row.shortestFrame = 2;  // up to the byte that tells the kind
     row.frameSize = FrameSize::kChecked;
     return row;
 }
 
 FilterUnderTest MpegIntraRow() {
-    FilterUnderTest row = Decoder("MpegIntraDecoder", FourCC("QMIC"), 24, MpegIntraSample);
+    FilterUnderTest row = Decoder("MpegIntraDecoder", FourCC("QMIC"), 24, Coded("mpeg2"));
     row.shortestFrame = 4;  // a start code
     row.frameSize = FrameSize::kChecked;
     return row;
 }
 
-FilterUnderTest DvRow(const char* name, DWORD fourcc, std::vector<SIZE> sizes,
-                      std::vector<BYTE> (*sample)(const Picture& picture)) {
+FilterUnderTest DvRow(const char* name, DWORD fourcc, std::vector<SIZE> sizes, SampleMaker sample) {
     FilterUnderTest row = Decoder(name, fourcc, 24, sample);
     row.sizes = std::move(sizes);
     row.carriesInfoChunk = false;
@@ -182,11 +169,11 @@ const std::vector<FilterUnderTest>& CatalogueUnderTest() {
         Dv25Row(),
         Dv50Row(),
         DvHdRow(),
-        ZetaRow("ZetaDecoder", 24, ZetaSample),
-        ZetaRow("ZetaDecoderOfAlpha", 32, ZetaAlphaSample),
+        ZetaRow("ZetaDecoder", 24, "zeta"),
+        ZetaRow("ZetaDecoderOfAlpha", 32, "zeta-alpha"),
         LosslessRow(),
         MpegIntraRow(),
-        Decoder("Zeta2Decoder", FourCC("QZT2"), 24, Zeta2Sample),
+        Decoder("Zeta2Decoder", FourCC("QZT2"), 24, Coded("zeta2")),
         Q210Row(),
         ZetaEncoderRow(),
     };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <iosfwd>
 #include <string>
 #include <vector>
@@ -34,6 +35,8 @@ enum class FrameSize {
     kEngines,    ///< the frame, and the engine writes that size: a host must tell no other one
 };
 
+using SampleMaker = std::function<std::vector<BYTE>(const Picture&)>;
+
 /// One filter of the module: what a test must know to run it. A new filter is a new row of the
 /// table in catalogue_under_test.cpp; every parameterised test then runs for it too.
 struct FilterUnderTest {
@@ -44,7 +47,7 @@ struct FilterUnderTest {
     WORD inputBitCount;
     std::vector<OfferedFormat> outputs;  ///< in order; each offered in both block forms
     /// A well-formed sample of the picture's size.
-    std::vector<BYTE> (*sample)(const Picture& picture);
+    SampleMaker sample;
 
     std::vector<SIZE> sizes;    ///< what the filter takes; empty: any even width, any height
     Picture picture;            ///< the stream of most tests, a small one

@@ -1,7 +1,7 @@
 #pragma once
 
+#include <optional>
 #include <string>
-#include <vector>
 
 #include "tests/support/directshow.h"
 
@@ -10,13 +10,11 @@ namespace nyx::test {
 /// One filter as the system knows it.
 struct RegisteredFilter {
     std::wstring name;
-    CLSID clsid;
     DWORD merit;
-    std::vector<BYTE> data;  ///< the stored description: merit, pins, types
 };
 
-/// All filters of a category, by the system's device enumerator.
-std::vector<RegisteredFilter> FiltersOfCategory(REFCLSID category);
+/// The filter of that class in a category, by the system's device enumerator.
+std::optional<RegisteredFilter> FilterInCategory(REFCLSID category, REFCLSID clsid);
 
 /// Whether the filter mapper proposes the class for a video stream of this subtype. `merit` is the
 /// least merit asked for.

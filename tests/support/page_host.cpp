@@ -113,40 +113,6 @@ std::vector<int> PageHost::TabOrder() const {
     return order;
 }
 
-void PageHost::SavePicture(const std::wstring& path) const {
-    UpdateWindow(frame_);
-    Pump();
-    RECT area{};
-    GetClientRect(frame_, &area);
-    BITMAPINFOHEADER header{};
-    header.biSize = sizeof(header);
-    header.biWidth = area.right;
-    header.biHeight = area.bottom;
-    header.biPlanes = 1;
-    header.biBitCount = 32;
-    header.biSizeImage = static_cast<DWORD>(area.right * area.bottom * 4);
-    void* bits = nullptr;
-    const HDC window = GetDC(frame_);
-    const HDC memory = CreateCompatibleDC(window);
-    const HBITMAP bitmap = CreateDIBSection(memory, reinterpret_cast<BITMAPINFO*>(&header),
-                                            DIB_RGB_COLORS, &bits, nullptr, 0);
-    const HGDIOBJ old = SelectObject(memory, bitmap);
-    BitBlt(memory, 0, 0, area.right, area.bottom, window, 0, 0, SRCCOPY);
-    GdiFlush();
-    BITMAPFILEHEADER file{};
-    file.bfType = 0x4D42;  // "BM"
-    file.bfOffBits = sizeof(file) + sizeof(header);
-    file.bfSize = file.bfOffBits + header.biSizeImage;
-    std::ofstream out(std::string(path.begin(), path.end()), std::ios::binary);
-    out.write(reinterpret_cast<const char*>(&file), sizeof(file));
-    out.write(reinterpret_cast<const char*>(&header), sizeof(header));
-    out.write(static_cast<const char*>(bits), static_cast<std::streamsize>(header.biSizeImage));
-    SelectObject(memory, old);
-    DeleteObject(bitmap);
-    DeleteDC(memory);
-    ReleaseDC(frame_, window);
-}
-
 void PageHost::Pump() const {
     MSG message;
     while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {

@@ -54,9 +54,6 @@ class PageHost {
     /// The controls that the tab key goes through, from the first to the last.
     std::vector<int> TabOrder() const;
 
-    /// Writes what the frame's client area shows to a bitmap file.
-    void SavePicture(const std::wstring& path) const;
-
     const ComPtr<IPropertyPage> page;
     const ComPtr<PageSite> site = MakeCom<PageSite>();
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdlib>
 #include <functional>
 #include <optional>
 
@@ -23,25 +24,61 @@ class TestAllocator : public TestObject<IMemAllocator> {
 
     /// The properties of the last SetProperties.
     const ALLOCATOR_PROPERTIES& requested() const { return requested_; }
-    bool committed() const { return committed_; }
     /// The buffer handed out last, kept alive here; null before the first.
     const ComPtr<TestSample>& last() const { return last_; }
-    int buffersHandedOut() const { return buffersHandedOut_; }
 
     HRESULT STDMETHODCALLTYPE SetProperties(ALLOCATOR_PROPERTIES* request,
-                                            ALLOCATOR_PROPERTIES* actual) override;
-    HRESULT STDMETHODCALLTYPE GetProperties(ALLOCATOR_PROPERTIES* properties) override;
-    HRESULT STDMETHODCALLTYPE Commit() override;
-    HRESULT STDMETHODCALLTYPE Decommit() override;
-    HRESULT STDMETHODCALLTYPE GetBuffer(IMediaSample** buffer, REFERENCE_TIME* start,
-                                        REFERENCE_TIME* stop, DWORD flags) override;
-    HRESULT STDMETHODCALLTYPE ReleaseBuffer(IMediaSample* buffer) override;
+                                            ALLOCATOR_PROPERTIES* actual) override {
+        requested_ = *request;
+        if (FAILED(setPropertiesResult)) {
+            return setPropertiesResult;
+        }
+        actual_ = *request;
+        actual_.cbBuffer = std::abs(request->cbBuffer);
+        *actual = actual_ = granted.value_or(actual_);
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE GetProperties(ALLOCATOR_PROPERTIES* properties) override {
+        *properties = actual_;
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE Commit() override {
+        committed_ = true;
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE Decommit() override {
+        committed_ = false;
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE GetBuffer(IMediaSample** buffer, REFERENCE_TIME*, REFERENCE_TIME*,
+                                        DWORD) override {
+        *buffer = nullptr;
+        if (!committed_) {
+            return VFW_E_NOT_COMMITTED;
+        }
+        last_ = MakeCom<TestSample>(static_cast<std::size_t>(actual_.cbBuffer), kUnwritten,
+                                    sampleBehaviour);
+        if (onBuffer) {
+            onBuffer(*last_);
+        }
+        last_->AddRef();
+        *buffer = last_.get();
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE ReleaseBuffer(IMediaSample*) override { return S_OK; }
+
+    /// Puts `type` on the next buffer only.
+    void AttachToNextBuffer(const MediaType& type) {
+        onBuffer = [this, type](TestSample& buffer) {
+            buffer.properties().type = type;
+            onBuffer = nullptr;
+        };
+    }
 
   private:
     ALLOCATOR_PROPERTIES requested_{};
     ALLOCATOR_PROPERTIES actual_{};
     bool committed_ = false;
-    int buffersHandedOut_ = 0;
     ComPtr<TestSample> last_;
 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <mutex>
 #include <vector>
 
@@ -14,12 +15,18 @@ class TestGraph : public TestObject<IFilterGraph, IMediaEventSink> {
     struct Event {
         long code;
         LONG_PTR parameter1;
-        LONG_PTR parameter2;
     };
 
-    std::vector<Event> events() const;
+    std::vector<Event> events() const {
+        const std::lock_guard lock(mutex_);
+        return events_;
+    }
     /// How many events of this code have come.
-    int Count(long code) const;
+    int Count(long code) const {
+        const auto all = events();
+        return static_cast<int>(std::count_if(
+            all.begin(), all.end(), [code](const Event& event) { return event.code == code; }));
+    }
 
     HRESULT STDMETHODCALLTYPE AddFilter(IBaseFilter*, LPCWSTR) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE RemoveFilter(IBaseFilter*) override { return E_NOTIMPL; }
@@ -34,7 +41,11 @@ class TestGraph : public TestObject<IFilterGraph, IMediaEventSink> {
     HRESULT STDMETHODCALLTYPE Disconnect(IPin*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE SetDefaultSyncSource() override { return E_NOTIMPL; }
 
-    HRESULT STDMETHODCALLTYPE Notify(LONG code, LONG_PTR parameter1, LONG_PTR parameter2) override;
+    HRESULT STDMETHODCALLTYPE Notify(LONG code, LONG_PTR parameter1, LONG_PTR) override {
+        const std::lock_guard lock(mutex_);
+        events_.push_back({code, parameter1});
+        return S_OK;
+    }
 
   private:
     mutable std::mutex mutex_;

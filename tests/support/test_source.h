@@ -9,22 +9,46 @@
 namespace nyx::test {
 
 /// The output pin of a TestSource. Answers seeking itself and receives quality messages.
-class TestSourcePin : public TestPin<IMediaSeeking, IMediaPosition, IQualityControl> {
+class TestSourcePin : public TestPin<IMediaSeeking, IQualityControl> {
   public:
-    explicit TestSourcePin(TestFilter* filter);
+    explicit TestSourcePin(TestFilter* filter) : TestPin(filter, PINDIR_OUTPUT) {}
 
     /// What the seeking interface reports, in 100-ns units.
     static constexpr LONGLONG kDuration = 1234567;
 
     std::atomic<int> qualityMessages{0};
+    /// How often this pin was asked for IMediaPosition, which it has not.
+    std::atomic<int> positionQueries{0};
 
     /// The downstream pin's transport, null while not connected.
     IMemInputPin* transport() const { return transport_.get(); }
-    const ComPtr<IMemAllocator>& allocator() const { return allocator_; }
 
-    HRESULT STDMETHODCALLTYPE Connect(IPin* peer, const AM_MEDIA_TYPE* type) override;
-    HRESULT STDMETHODCALLTYPE ReceiveConnection(IPin*, const AM_MEDIA_TYPE*) override;
-    HRESULT STDMETHODCALLTYPE Disconnect() override;
+    HRESULT STDMETHODCALLTYPE Connect(IPin* peer, const AM_MEDIA_TYPE* type) override {
+        if (!type && proposals.empty()) {
+            return VFW_E_NO_ACCEPTABLE_TYPES;
+        }
+        // As a real pin: the fields are set while the peer looks at them, and undone on failure.
+        type_ = type ? MediaType(*type) : proposals.front();
+        peer_ = peer;
+        HRESULT result = peer->ReceiveConnection(this, type_.get());
+        if (SUCCEEDED(result)) {
+            result = Negotiate();
+            if (FAILED(result)) {
+                peer->Disconnect();
+            }
+        }
+        if (FAILED(result)) {
+            Disconnect();
+        }
+        return result;
+    }
+    HRESULT STDMETHODCALLTYPE ReceiveConnection(IPin*, const AM_MEDIA_TYPE*) override {
+        return E_UNEXPECTED;
+    }
+    HRESULT STDMETHODCALLTYPE Disconnect() override {
+        transport_.Reset();
+        return TestPin::Disconnect();
+    }
     HRESULT STDMETHODCALLTYPE QueryAccept(const AM_MEDIA_TYPE*) override { return S_OK; }
     HRESULT STDMETHODCALLTYPE EndOfStream() override { return E_UNEXPECTED; }
     HRESULT STDMETHODCALLTYPE BeginFlush() override { return E_UNEXPECTED; }
@@ -33,17 +57,26 @@ class TestSourcePin : public TestPin<IMediaSeeking, IMediaPosition, IQualityCont
         return E_UNEXPECTED;
     }
 
-    HRESULT STDMETHODCALLTYPE Notify(IBaseFilter*, Quality) override;
+    HRESULT STDMETHODCALLTYPE Notify(IBaseFilter*, Quality) override {
+        ++qualityMessages;
+        return S_OK;
+    }
     HRESULT STDMETHODCALLTYPE SetSink(IQualityControl*) override { return E_NOTIMPL; }
 
     HRESULT STDMETHODCALLTYPE GetCapabilities(DWORD*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE CheckCapabilities(DWORD*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE IsFormatSupported(const GUID*) override { return S_OK; }
     HRESULT STDMETHODCALLTYPE QueryPreferredFormat(GUID*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetTimeFormat(GUID* format) override;
+    HRESULT STDMETHODCALLTYPE GetTimeFormat(GUID* format) override {
+        *format = TIME_FORMAT_MEDIA_TIME;
+        return S_OK;
+    }
     HRESULT STDMETHODCALLTYPE IsUsingTimeFormat(const GUID*) override { return S_OK; }
     HRESULT STDMETHODCALLTYPE SetTimeFormat(const GUID*) override { return S_OK; }
-    HRESULT STDMETHODCALLTYPE GetDuration(LONGLONG* duration) override;
+    HRESULT STDMETHODCALLTYPE GetDuration(LONGLONG* duration) override {
+        *duration = kDuration;
+        return S_OK;
+    }
     HRESULT STDMETHODCALLTYPE GetStopPosition(LONGLONG*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetCurrentPosition(LONGLONG*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE ConvertTimeFormat(LONGLONG*, const GUID*, LONGLONG,
@@ -59,32 +92,27 @@ class TestSourcePin : public TestPin<IMediaSeeking, IMediaPosition, IQualityCont
     HRESULT STDMETHODCALLTYPE GetRate(double*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetPreroll(LONGLONG*) override { return E_NOTIMPL; }
 
-    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override {
-        return E_NOTIMPL;
+  protected:
+    void* Find(REFIID iid) override {
+        positionQueries += iid == IID_IMediaPosition ? 1 : 0;
+        return TestPin::Find(iid);
     }
-    HRESULT STDMETHODCALLTYPE Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*,
-                                     UINT*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE get_Duration(REFTIME* seconds) override;
-    HRESULT STDMETHODCALLTYPE put_CurrentPosition(REFTIME) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE get_CurrentPosition(REFTIME*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE get_StopTime(REFTIME*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE put_StopTime(REFTIME) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE get_PrerollTime(REFTIME*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE put_PrerollTime(REFTIME) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE put_Rate(double) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE get_Rate(double*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE CanSeekForward(LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE CanSeekBackward(LONG*) override { return E_NOTIMPL; }
 
   private:
-    HRESULT Negotiate();
+    HRESULT Negotiate() {
+        transport_ = peer_.As<IMemInputPin>();
+        ComPtr<IMemAllocator> allocator;
+        HRESULT result = transport_ ? transport_->GetAllocator(allocator.Put()) : E_NOINTERFACE;
+        if (FAILED(result)) {
+            return result;
+        }
+        ALLOCATOR_PROPERTIES request = {1, 65536, 1, 0};
+        ALLOCATOR_PROPERTIES actual{};
+        result = allocator->SetProperties(&request, &actual);
+        return FAILED(result) ? result : transport_->NotifyAllocator(allocator.get(), FALSE);
+    }
 
     ComPtr<IMemInputPin> transport_;
-    ComPtr<IMemAllocator> allocator_;
 };
 
 /// A source filter that pushes whatever a test hands it, on the caller's thread.
@@ -95,7 +123,10 @@ class TestSource : public TestFilter {
     IPin* pin() override { return &out; }
 
     /// Delivers one sample downstream; what Receive returned.
-    HRESULT Push(const SampleProperties& sample, SampleBehaviour behaviour = {});
+    HRESULT Push(const SampleProperties& sample, SampleBehaviour behaviour = {}) {
+        const auto object = MakeCom<TestSample>(sample, behaviour);
+        return out.transport() ? out.transport()->Receive(object.get()) : VFW_E_NOT_CONNECTED;
+    }
 };
 
 }  // namespace nyx::test
