@@ -67,22 +67,6 @@ void DvFrame::SetApplicationId(BYTE id) {
     }
 }
 
-void DvFrame::LayOutLikeADeck() {
-    for (std::size_t sequence = 0; sequence < Sequences(); ++sequence) {
-        const std::size_t start = sequence * 12000;
-        const std::size_t first = sequence % 2 == 0 ? 39 : 0;
-        for (std::size_t index = 0; index < 45; ++index) {
-            if (index < first || index > first + 3) {
-                Put(start + VauxPackByte(index), {0xFF, 0xFF, 0xFF, 0xFF, 0xFF});
-            }
-        }
-        for (std::size_t syncBlock = 0; syncBlock < 12; ++syncBlock) {
-            BYTE& number = bytes_.at(start + SubcodePackByte(syncBlock) - 2);
-            number = static_cast<BYTE>((number & 0xF0) | syncBlock);
-        }
-    }
-}
-
 DvFrame LoadFrame(const std::string& name, std::size_t frameBytes, std::size_t index) {
     DvFrame frame = DvFrame::Blank(frameBytes);
     std::ifstream file(std::string(NYX_DV_FRAMES) + "/" + name + ".dv", std::ios::binary);

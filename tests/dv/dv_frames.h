@@ -44,10 +44,6 @@ class DvFrame {
     /// Sets header bytes 4 to 7 and the subcode repetitions of the application ID everywhere.
     void SetApplicationId(BYTE id);
 
-    /// The frame with its VAUX packs only where a deck writes them (39..42 of even sequences, 0..3
-    /// of odd ones) and its sync blocks numbered 0..11 through both subcode blocks.
-    void LayOutLikeADeck();
-
   private:
     std::vector<BYTE> bytes_;
 };

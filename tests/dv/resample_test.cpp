@@ -149,34 +149,37 @@ TEST(Resample, KnownRows) {
 }
 
 TEST(Resample, ArgumentsThatDoNotFitAreRefused) {
-    BYTE narrow[12] = {};
-    BYTE wide[16];
-    std::fill(std::begin(wide), std::end(wide), kGuardByte);
-    const auto stretch = [&](UnitRows<const BYTE> source, UnitRows<BYTE> destination, LONG rows) {
-        return StretchRows(ResampleUnit::kFourBytes, source, destination, rows);
+    BYTE from[16] = {};
+    BYTE to[16];
+    std::fill(std::begin(to), std::end(to), kGuardByte);
+    struct Case {
+        Resample resample;
+        UnitRows<const BYTE> source;
+        UnitRows<BYTE> destination;
+        LONG rows;
     };
-    EXPECT_EQ(stretch({nullptr, 12, 3}, {wide, 16, 4}, 1), E_FAIL);
-    EXPECT_EQ(stretch({narrow, 12, 3}, {nullptr, 16, 4}, 1), E_FAIL);
-    EXPECT_EQ(stretch({narrow, 12, 0}, {wide, 16, 4}, 1), E_FAIL);
-    EXPECT_EQ(stretch({narrow, 12, -1}, {wide, 16, 4}, 1), E_FAIL);
-    EXPECT_EQ(stretch({narrow, 11, 3}, {wide, 16, 4}, 1), E_FAIL);
-    EXPECT_EQ(stretch({narrow, 12, 3}, {wide, -15, 4}, 1), E_FAIL);
-    EXPECT_EQ(stretch({narrow, 12, 3}, {wide, 16, 3}, 1), E_FAIL);
-    EXPECT_EQ(stretch({narrow, 12, 3}, {wide, 16, 4}, 0), E_FAIL);
-    EXPECT_EQ(stretch({narrow, 12, 0x7FFFFFFF}, {wide, 16, 4}, 1), E_FAIL);
-    for (const BYTE byte : wide) {
-        EXPECT_EQ(byte, kGuardByte);
+    const Case cases[] = {
+        {StretchRows, {nullptr, 12, 3}, {to, 16, 4}, 1},
+        {StretchRows, {from, 12, 3}, {nullptr, 16, 4}, 1},
+        {StretchRows, {from, 12, 0}, {to, 16, 4}, 1},
+        {StretchRows, {from, 12, -1}, {to, 16, 4}, 1},
+        {StretchRows, {from, 11, 3}, {to, 16, 4}, 1},
+        {StretchRows, {from, 12, 3}, {to, -15, 4}, 1},
+        {StretchRows, {from, 12, 3}, {to, 16, 3}, 1},
+        {StretchRows, {from, 12, 3}, {to, 16, 4}, 0},
+        {StretchRows, {from, 12, 0x7FFFFFFF}, {to, 16, 4}, 1},
+        {SqueezeRows, {from, 16, 4}, {to, 12, 4}, 1},
+        {SqueezeRows, {from, 16, 4}, {to, 16, 4}, 1},
+        {SqueezeRows, {from, 16, 4}, {to, 12, 0}, 1},
+        {SqueezeRows, {from, 16, 4}, {to, 12, 3}, -1},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(c.resample(ResampleUnit::kFourBytes, c.source, c.destination, c.rows), E_FAIL)
+            << &c - cases;
+        EXPECT_EQ(std::count(std::begin(to), std::end(to), kGuardByte), 16);
     }
-    EXPECT_EQ(stretch({narrow, 12, 3}, {wide, 16, 4}, 1), S_OK);
-
-    const auto squeeze = [&](UnitRows<const BYTE> source, UnitRows<BYTE> destination, LONG rows) {
-        return SqueezeRows(ResampleUnit::kFourBytes, source, destination, rows);
-    };
-    EXPECT_EQ(squeeze({wide, 16, 4}, {narrow, 12, 4}, 1), E_FAIL);
-    EXPECT_EQ(squeeze({wide, 16, 4}, {narrow, 16, 4}, 1), E_FAIL);
-    EXPECT_EQ(squeeze({wide, 16, 4}, {narrow, 12, 0}, 1), E_FAIL);
-    EXPECT_EQ(squeeze({wide, 16, 4}, {narrow, 12, 3}, -1), E_FAIL);
-    EXPECT_EQ(squeeze({wide, 16, 4}, {narrow, 12, 3}, 1), S_OK);
+    EXPECT_EQ(StretchRows(ResampleUnit::kFourBytes, {from, 12, 3}, {to, 16, 4}, 1), S_OK);
+    EXPECT_EQ(SqueezeRows(ResampleUnit::kFourBytes, {from, 16, 4}, {to, 12, 3}, 1), S_OK);
 }
 
 }  // namespace
