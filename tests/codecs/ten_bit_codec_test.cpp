@@ -6,7 +6,6 @@
 #include <memory>
 
 #include "codecs/pixel_format_index.h"
-#include "codecs/ten_bit_rows.h"
 #include "convert/convert.h"
 #include "tests/codecs/chunk_builder.h"
 #include "tests/codecs/picture_header.h"
@@ -27,74 +26,49 @@ BITMAPINFOHEADER TenBitHeader(LONG width, LONG height) {
     return MakeHeader(FourCC("Q210"), 20, width, height);
 }
 
-TEST(TenBitQueries, FollowTheRules) {
+TEST(TenBitQueries, FollowTheRulesInBothDirections) {
     CTenBitCodec codec;
-    const BITMAPINFOHEADER input = TenBitHeader(720, 486);
     struct Case {
         const char* name;
-        BITMAPINFOHEADER input;
-        BITMAPINFOHEADER output;
-        bool alpha;
-        bool accepted;
+        BITMAPINFOHEADER stream, picture;
+        bool alpha, decodes, encodes;
     };
-    BITMAPINFOHEADER shortHeader = input;
-    shortHeader.biSize = 39;
-    BITMAPINFOHEADER twoPlanes = input;
-    twoPlanes.biPlanes = 2;
-    BITMAPINFOHEADER longHeader = input;
-    longHeader.biSize = 124;
-    const BITMAPINFOHEADER rgb32 = MakeHeader(BI_RGB, 32, 720, 486);
+    const BITMAPINFOHEADER stream = TenBitHeader(720, 486);
+    const BITMAPINFOHEADER rgb24 = MakeHeader(BI_RGB, 24, 720, 486);
     const Case cases[] = {
-        {"rgb32", input, rgb32, false, true},
-        {"rgb24", input, MakeHeader(BI_RGB, 24, 720, 486), false, true},
-        {"yuy2", input, MakeHeader(kYuy2, 16, 720, 486), false, true},
-        {"top-down", input, MakeHeader(BI_RGB, 32, 720, -486), false, true},
-        {"wider", input, MakeHeader(BI_RGB, 32, 768, 486), false, true},
-        {"long header", longHeader, rgb32, false, true},
-        {"alpha asked", input, rgb32, true, false},
-        {"narrower", input, MakeHeader(BI_RGB, 32, 718, 486), false, false},
-        {"other height", input, MakeHeader(BI_RGB, 32, 720, 480), false, false},
-        {"rgb16", input, MakeHeader(BI_RGB, 16, 720, 486), false, false},
-        {"yuy2 of 24 bits", input, MakeHeader(kYuy2, 24, 720, 486), false, false},
-        {"uyvy", input, MakeHeader(FourCC("UYVY"), 16, 720, 486), false, false},
-        {"short header", shortHeader, rgb32, false, false},
-        {"two planes", twoPlanes, rgb32, false, false},
-        {"odd width", TenBitHeader(719, 486), MakeHeader(BI_RGB, 32, 720, 486), false, false},
-        {"zero width", TenBitHeader(0, 486), rgb32, false, false},
-        {"negative width", TenBitHeader(-720, 486), rgb32, false, false},
-        {"zero height", TenBitHeader(720, 0), MakeHeader(BI_RGB, 32, 720, 0), false, false},
-        {"negative height", TenBitHeader(720, -486), rgb32, false, false},
-        {"v210", MakeHeader(FourCC("v210"), 20, 720, 486), rgb32, false, false},
-        {"24 bits", MakeHeader(FourCC("Q210"), 24, 720, 486), rgb32, false, false},
-        {"too large", TenBitHeader(0x7FFFFFFE, 0x7FFFFFFF), rgb32, false, false},
+        {"yuy2", stream, MakeHeader(kYuy2, 16, 720, 486), false, true, true},
+        {"rgb24", stream, rgb24, false, true, true},
+        {"rgb24 with alpha", stream, rgb24, true, false, true},
+        {"rgb32", stream, MakeHeader(BI_RGB, 32, 720, 486), false, true, false},
+        {"rgb32 with alpha", stream, MakeHeader(BI_RGB, 32, 720, 486), true, false, false},
+        {"rgb16", stream, MakeHeader(BI_RGB, 16, 720, 486), false, false, false},
+        {"yuy2 of 24 bits", stream, MakeHeader(kYuy2, 24, 720, 486), false, false, false},
+        {"uyvy", stream, MakeHeader(FourCC("UYVY"), 16, 720, 486), false, false, false},
+        {"top-down", stream, MakeHeader(BI_RGB, 24, 720, -486), false, true, true},
+        {"wider", stream, MakeHeader(BI_RGB, 24, 768, 486), false, true, false},
+        {"narrower", stream, MakeHeader(BI_RGB, 24, 718, 486), false, false, false},
+        {"other height", stream, MakeHeader(BI_RGB, 24, 720, 480), false, false, false},
+        {"odd width", TenBitHeader(719, 486), MakeHeader(BI_RGB, 24, 719, 486), false, false,
+         false},
+        {"no width", TenBitHeader(0, 486), MakeHeader(BI_RGB, 24, 0, 486), false, false, false},
+        {"no height", TenBitHeader(720, 0), MakeHeader(BI_RGB, 24, 720, 0), false, false, false},
+        {"top-down stream", TenBitHeader(720, -486), rgb24, false, false, false},
+        {"v210", MakeHeader(FourCC("v210"), 20, 720, 486), rgb24, false, false, false},
+        {"24 bits", MakeHeader(FourCC("Q210"), 24, 720, 486), rgb24, false, false, false},
+        {"too large", TenBitHeader(0x7FFFFFFE, 0x7FFFFFFF),
+         MakeHeader(BI_RGB, 24, 0x7FFFFFFE, 0x7FFFFFFF), false, false, false},
     };
+    const auto answer = [](bool accepted) { return accepted ? S_OK : VFW_E_TYPE_NOT_ACCEPTED; };
     for (const Case& c : cases) {
-        EXPECT_EQ(codec.DecompressQuery(&c.input, &c.output, c.alpha),
-                  c.accepted ? S_OK : VFW_E_TYPE_NOT_ACCEPTED)
+        EXPECT_EQ(codec.DecompressQuery(&c.stream, &c.picture, c.alpha), answer(c.decodes))
             << c.name;
+        EXPECT_EQ(codec.CompressQuery(&c.picture, c.alpha, &c.stream), answer(c.encodes)) << c.name;
     }
-    EXPECT_EQ(codec.DecompressQuery(&input, nullptr, false), S_OK);
-    EXPECT_EQ(codec.DecompressQuery(nullptr, nullptr, false), VFW_E_TYPE_NOT_ACCEPTED);
-    EXPECT_EQ(codec.DecompressQuery(nullptr, &rgb32, false), VFW_E_TYPE_NOT_ACCEPTED);
-}
-
-TEST(TenBitQueries, EncodingTakesYuy2AndRgb24) {
-    CTenBitCodec codec;
-    const BITMAPINFOHEADER output = TenBitHeader(720, 486);
-    const BITMAPINFOHEADER topDown = TenBitHeader(720, -486);
-    const BITMAPINFOHEADER rgb24 = MakeHeader(BI_RGB, 24, 720, -486);
-    const BITMAPINFOHEADER yuy2 = MakeHeader(kYuy2, 16, 720, 486);
-    const BITMAPINFOHEADER rgb32 = MakeHeader(BI_RGB, 32, 720, 486);
-    const BITMAPINFOHEADER odd = MakeHeader(BI_RGB, 24, 721, 486);
-    EXPECT_EQ(codec.CompressQuery(&rgb24, false, &output), S_OK);
-    EXPECT_EQ(codec.CompressQuery(&yuy2, false, nullptr), S_OK);
-    EXPECT_EQ(codec.CompressQuery(&rgb24, false, &topDown), VFW_E_TYPE_NOT_ACCEPTED);
-    EXPECT_EQ(codec.CompressQuery(&rgb32, true, &output), VFW_E_TYPE_NOT_ACCEPTED);
-    EXPECT_EQ(codec.CompressQuery(&odd, false, nullptr), VFW_E_TYPE_NOT_ACCEPTED);
-    EXPECT_EQ(codec.CompressQuery(nullptr, false, nullptr), VFW_E_TYPE_NOT_ACCEPTED);
-    EXPECT_EQ(codec.GetMaxCompressedSize(&yuy2, false), 15u * 486 * 128 + 1064);
-    EXPECT_FALSE(codec.SupportsAlpha());
-    EXPECT_EQ(codec.GetFourCC(), FourCC("Q210"));
+    EXPECT_EQ(codec.DecompressQuery(&stream, nullptr, false), S_OK);
+    EXPECT_EQ(codec.DecompressQuery(nullptr, &rgb24, false), VFW_E_TYPE_NOT_ACCEPTED);
+    EXPECT_EQ(codec.CompressQuery(&rgb24, false, nullptr), S_OK);
+    EXPECT_EQ(codec.CompressQuery(nullptr, false, &stream), VFW_E_TYPE_NOT_ACCEPTED);
+    EXPECT_EQ(codec.GetMaxCompressedSize(&rgb24, false), 15u * 486 * 128 + 1064);
 }
 
 /// The picture that the codec must write: the plain unpacking, then for RGB one conversion of the
@@ -192,54 +166,47 @@ TEST(TenBitDecode, AFrameThatCannotBeHandledWritesNothing) {
     EXPECT_EQ(buffer, untouched);
 }
 
-TEST(TenBitEncode, Yuy2SurvivesTheRoundTripExactly) {
+TEST(TenBitEncode, Yuy2SurvivesTheRoundTripExactlyAndRgbIsConvertedToItFirst) {
     CTenBitCodec codec;
-    for (const LONG width : {48, 1280}) {
-        constexpr LONG kHeight = 20;
-        const Bytes source = test::ReferenceYuy2(test::RandomTenBitPicture(width, kHeight, 3));
-        const BITMAPINFOHEADER uncompressed = MakeHeader(kYuy2, 16, width, kHeight);
+    constexpr LONG kHeight = 20;
+    struct Row {
+        LONG width;
+        DWORD stride, gap;
+    };
+    for (const auto& [width, stride, gap] :
+         {Row{48, 128, 0}, Row{50, 256, 112}, Row{1280, 3456, 32}}) {
+        const auto encode = [&, width = width, stride = stride, gap = gap](
+                                const BITMAPINFOHEADER& header, const Bytes& picture) {
+            BITMAPINFOHEADER compressed = TenBitHeader(width, kHeight);
+            Bytes frame(stride * kHeight);
+            EXPECT_EQ(
+                codec.Compress(&header, false, picture.data(), &compressed, frame.data(), 0, 0, 0),
+                S_OK);
+            EXPECT_EQ(compressed.biSizeImage, (stride + gap) * kHeight);
+            return frame;
+        };
+        const BITMAPINFOHEADER yuy2Header = MakeHeader(kYuy2, 16, width, kHeight);
+        Bytes yuy2 = test::ReferenceYuy2(test::RandomTenBitPicture(width, kHeight, 3));
+        const Bytes frame = encode(yuy2Header, yuy2);
         BITMAPINFOHEADER compressed = TenBitHeader(width, kHeight);
-        const TenBitRowLayout layout = TenBitRowLayoutFor(width);
-        Bytes frame(layout.stride * kHeight);
-        ASSERT_EQ(
-            codec.Compress(&uncompressed, false, source.data(), &compressed, frame.data(), 0, 0, 0),
-            S_OK);
-        EXPECT_EQ(compressed.biSizeImage, (layout.stride + layout.gap) * kHeight);
-
         compressed.biSizeImage = static_cast<DWORD>(frame.size());
-        Bytes back(source.size());
+        Bytes back(yuy2.size());
         ASSERT_EQ(
-            codec.Decompress(&compressed, frame.data(), &uncompressed, false, back.data(), 0, 0),
+            codec.Decompress(&compressed, frame.data(), &yuy2Header, false, back.data(), 0, 0),
             S_OK);
-        EXPECT_EQ(back, source);
-    }
-}
+        EXPECT_EQ(back, yuy2);
 
-TEST(TenBitEncode, RgbIsConvertedFirst) {
-    CTenBitCodec codec;
-    constexpr LONG kWidth = 50;
-    constexpr LONG kHeight = 18;
-    Bytes rgb(kWidth * kHeight * 3);
-    for (std::size_t i = 0; i < rgb.size(); ++i) {
-        rgb[i] = static_cast<BYTE>(i * 7 + i / 256);
+        Bytes rgb(static_cast<std::size_t>(width * kHeight * 3));
+        for (std::size_t i = 0; i < rgb.size(); ++i) {
+            rgb[i] = static_cast<BYTE>(i * 7 + i / 256);
+        }
+        const ImagePlane source = {rgb.data() + width * 3 * (kHeight - 1), -width * 3, -width * 6};
+        const ImagePlane destination = {yuy2.data(), width * 2, 0};
+        ASSERT_EQ(ConvertToYuv(&source, FourCC("BGR3"), 1, nullptr, &destination, nullptr, kYuy2, 0,
+                               0, width, kHeight),
+                  S_OK);
+        EXPECT_EQ(encode(MakeHeader(BI_RGB, 24, width, kHeight), rgb), encode(yuy2Header, yuy2));
     }
-    Bytes yuy2(kWidth * kHeight * 2);
-    const ImagePlane source = {rgb.data() + kWidth * 3 * (kHeight - 1), -kWidth * 3, -kWidth * 6};
-    const ImagePlane destination = {yuy2.data(), kWidth * 2, 0};
-    ASSERT_EQ(ConvertToYuv(&source, FourCC("BGR3"), 1, nullptr, &destination, nullptr, kYuy2, 0, 0,
-                           kWidth, kHeight),
-              S_OK);
-
-    const BITMAPINFOHEADER rgbHeader = MakeHeader(BI_RGB, 24, kWidth, kHeight);
-    const BITMAPINFOHEADER yuyHeader = MakeHeader(kYuy2, 16, kWidth, kHeight);
-    BITMAPINFOHEADER compressed = TenBitHeader(kWidth, kHeight);
-    Bytes fromRgb(TenBitRowLayoutFor(kWidth).stride * kHeight);
-    Bytes fromYuy2 = fromRgb;
-    ASSERT_EQ(codec.Compress(&rgbHeader, false, rgb.data(), &compressed, fromRgb.data(), 0, 0, 0),
-              S_OK);
-    ASSERT_EQ(codec.Compress(&yuyHeader, false, yuy2.data(), &compressed, fromYuy2.data(), 0, 0, 0),
-              S_OK);
-    EXPECT_EQ(fromRgb, fromYuy2);
 }
 
 }  // namespace

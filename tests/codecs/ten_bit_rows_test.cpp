@@ -78,20 +78,5 @@ TEST_P(TenBitRows, PackWritesTheWordLayoutAndZeroPastTheEnd) {
     }
 }
 
-TEST(TenBitRowLayout, CountsBlocksGroupsAndGap) {
-    struct Case {
-        LONG width;
-        std::size_t stride, filled, gap;
-    };
-    for (const Case& c :
-         {Case{1920, 5120, 5120, 0}, Case{1280, 3456, 3424, 32}, Case{720, 1920, 1920, 0},
-          Case{2, 128, 16, 112}, Case{50, 256, 144, 112}}) {
-        const TenBitRowLayout layout = TenBitRowLayoutFor(c.width);
-        EXPECT_EQ(layout.stride, c.stride);
-        EXPECT_EQ(layout.filled, c.filled);
-        EXPECT_EQ(layout.gap, c.gap);
-    }
-}
-
 }  // namespace
 }  // namespace nyx
