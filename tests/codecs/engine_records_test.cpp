@@ -146,21 +146,23 @@ TEST_F(ZetaRecords, AlphaDecodeIsLaidOutWordByWord) {
     ForEachScene([&](Scene& scene) {
         const auto frame = HollowFrame("ZTA1", scene, 8, 0);
         const DWORD* slots[2] = {};
-        for (DWORD alphaMode : {0u, 1u}) {
-            ASSERT_EQ(Decode(scene, frame, 24, true, alphaMode), S_OK);
-            std::vector<DWORD> probe = Record(14, {0x40000000}, kAllOnes);
-            probe[8] = Word(frame.data());
-            EXPECT_EQ(Words(Alpha(standin::kProbe)), probe);
-            const standin::Call decode = Alpha(standin::kDecode);
-            DWORD code = scene.Code(kZetaAlphaCodes);
-            if (scene.HasCallback()) {
-                code = decode.words[7];
-                ASSERT_GE(code, 0x10000u);
-                slots[alphaMode] = reinterpret_cast<const DWORD*>(code);
+        for (bool alphaOut : {false, true}) {
+            for (DWORD alphaMode : {0u, 1u}) {
+                ASSERT_EQ(Decode(scene, frame, 24, alphaOut, alphaMode), S_OK);
+                std::vector<DWORD> probe = Record(14, {0x40000000}, kAllOnes);
+                probe[8] = Word(frame.data());
+                EXPECT_EQ(Words(Alpha(standin::kProbe)), probe);
+                const standin::Call decode = Alpha(standin::kDecode);
+                DWORD code = scene.Code(kZetaAlphaCodes);
+                if (scene.HasCallback()) {
+                    code = decode.words[7];
+                    ASSERT_GE(code, 0x10000u);
+                    slots[alphaMode] = reinterpret_cast<const DWORD*>(code);
+                }
+                EXPECT_EQ(Words(decode),
+                          Record(14, {0, scene.data, scene.stride, scene.format.bytesPerPixel, 0, 0,
+                                      0, code, Word(frame.data())}));
             }
-            EXPECT_EQ(Words(decode),
-                      Record(14, {0, scene.data, scene.stride, scene.format.bytesPerPixel, 0, 0, 0,
-                                  code, Word(frame.data())}));
         }
         if (scene.HasCallback()) {
             EXPECT_EQ(slots[0][0], slots[1][0]);  // the fill is shared

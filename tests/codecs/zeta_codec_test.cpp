@@ -101,18 +101,6 @@ TEST_F(ZetaCodec, KeepsAlphaExactlyAndCleansWhatIsUnderTheMatte) {
     }
 }
 
-TEST_F(ZetaCodec, FillsOnlyThePicturesWidthOfAWiderOutput) {
-    const std::vector<BYTE> frame = AlphaFrame();
-    const BITMAPINFOHEADER output = RgbHeader(32, kWidth + 32, -kHeight);
-    std::vector<BYTE> wide;
-    ASSERT_EQ(Decode(frame, 32, output, true, &wide), S_OK);
-    for (std::size_t y = 0; y < static_cast<std::size_t>(kHeight); ++y) {
-        for (std::size_t at = kWidth * 4; at < (kWidth + 32) * 4; ++at) {
-            ASSERT_EQ(wide[y * (kWidth + 32) * 4 + at], kGuard);
-        }
-    }
-}
-
 TEST_F(ZetaCodec, RefusesDamagedTagsAndLengthsAndWritesNothing) {
     const std::vector<BYTE> core = CoreFrame();
     const std::vector<BYTE> alpha = AlphaFrame();
@@ -184,27 +172,6 @@ TEST_F(ZetaCodec, HoldsAFaultInsideARowCallback) {
         EXPECT_EQ(Decode(core, 24, output, false, &picture), E_FAIL);
         EXPECT_EQ(Decode(alpha, 32, output, true, &picture), E_FAIL);
     }
-}
-
-TEST_F(ZetaCodec, CleansTheMatteOfPackedLayoutsOnlyForStraightAlpha) {
-    const std::vector<BYTE> frame = AlphaFrame();
-    const BITMAPINFOHEADER output = MakeHeader(FourCC("r408"), 32, kWidth, kHeight);
-    std::vector<BYTE> straight;
-    std::vector<BYTE> premultiplied;
-    ASSERT_EQ(Decode(frame, 32, output, true, &straight), S_OK);
-    ASSERT_EQ(Decode(frame, 32, output, true, &premultiplied, kPremultipliedMode), S_OK);
-    const BYTE black[] = {0, 0, 0x80, 0x80};
-    int halves = 0;
-    for (std::size_t at = 0; at < kWidth * kHeight * 4; at += 4) {
-        ASSERT_EQ(straight[at], premultiplied[at]);
-        if (straight[at] == 0) {
-            ASSERT_EQ(std::memcmp(&straight[at], black, 4), 0);
-        } else if (straight[at] == 128 && straight[at + 1] > 60) {
-            ASSERT_NEAR(premultiplied[at + 1], straight[at + 1] / 2, 1);
-            ++halves;
-        }
-    }
-    EXPECT_GT(halves, 0);
 }
 
 TEST_F(ZetaCodec, KeepsToTheEnginesBudget) {

@@ -28,10 +28,7 @@ struct RgbLayout {
     }
 
     static Channels Read(const BYTE* at) {
-        std::uint64_t number = 0;
-        std::memcpy(&number, at, kBytes);
-        return {Get(number, kR), Get(number, kG), Get(number, kB),
-                kA < 0 ? kHighest : Get(number, kA)};
+        return {Get(at, kR), Get(at, kG), Get(at, kB), kA < 0 ? kHighest : Get(at, kA)};
     }
 
   private:
@@ -40,8 +37,11 @@ struct RgbLayout {
     static std::uint64_t Put(int value, int position) {
         return static_cast<std::uint64_t>(value) << kBits * std::max(position, 0);
     }
-    static int Get(std::uint64_t number, int position) {
-        return static_cast<int>(number >> kBits * std::max(position, 0) & kHighest);
+    /// A channel lies within two bytes.
+    static int Get(const BYTE* at, int position) {
+        const int bit = kBits * std::max(position, 0);
+        const int word = at[bit / 8] | (kBits > 8 ? at[bit / 8 + 1] << 8 : 0);
+        return word >> bit % 8 & kHighest;
     }
 };
 
