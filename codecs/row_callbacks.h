@@ -22,8 +22,9 @@
 ///             opaque                 straight alpha               premultiplied alpha
 ///     2vuy    Y, C                   as premultiplied             ((Y-16)A + 4207) / 255, C'
 ///     v408    Y, C, 235              Y, C, (219 A + 127)/255+16   as 2vuy; alpha as straight
-///     r408    max(Y-16, 0), C, 255   max(Y-16, 0), C, A           max(((Y-16)A + 127)/255, 0), C',
-///     A r4fl    (Y-16)k, Ck, 1.0       (Y-16)k, Ck, Ak              ((Y-16)k)(Ak),
+///     r408    max(Y-16, 0), C, 255   max(Y-16, 0), C, A           max(((Y-16)A + 127)/255, 0),
+///                                                                 C', A
+///     r4fl    (Y-16)k, Ck, 1.0       (Y-16)k, Ck, Ak              ((Y-16)k)(Ak),
 ///                                                                 ((C-128)k)(Ek) + 128k, Ak
 ///
 /// with C' = ((C-128)E + 32767) / 255. "2vuy" has no alpha channel: pictures with alpha are put
