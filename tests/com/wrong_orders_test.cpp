@@ -194,10 +194,7 @@ TEST_P(WrongOrders, OfThousandsOfCallsAreSurvivedAndTheFilterStreamsAfterwards) 
 
     rig.filter->Stop();
     rig.input->EndFlush();
-    rig.output->Disconnect();
-    rig.sink->in.Disconnect();
-    rig.input->Disconnect();
-    rig.source->out.Disconnect();
+    rig.Disconnect();
     rig.filter->JoinFilterGraph(rig.graph.get(), FilterRig::kNameInGraph);
     rig.Start();
     rig.input->EndFlush();

@@ -32,17 +32,12 @@ round_trip() { # FORMAT BOUND CLIP OPTION...
     at_least "$bound" "$psnr" "$clip by way of Zeta"
 }
 fine="--quant 4 --max-size 100"
-for kind in natural bars; do
-    pictures $kind yuyv422 $kind-yuy2.avi
-    pictures $kind bgr24 $kind-rgb24.avi
-    pictures $kind bgra $kind-argb.avi colorchannelmixer=aa=0.5
-done
+pictures natural yuyv422 natural-yuy2.avi
+pictures natural bgr24 natural-rgb24.avi
+pictures natural bgra natural-argb.avi colorchannelmixer=aa=0.5
 round_trip yuy2 46 natural-yuy2.avi $fine
-round_trip yuy2 50 bars-yuy2.avi $fine
 round_trip rgb24 39 natural-rgb24.avi $fine
 round_trip argb32 39 natural-argb.avi $fine --argb
-round_trip rgb24 24 bars-rgb24.avi $fine # hard edges of saturated colours
-round_trip argb32 24 bars-argb.avi $fine --argb
 
 # What was encoded is what another reader of AVI finds.
 run 0 encode natural-rgb24.avi zeta.avi --preset 1
@@ -54,11 +49,7 @@ run 0 info zeta.avi
 says "bottom first"
 says "27:20"
 
-# Quality: coarser is smaller, and the budget holds.
-run 0 encode natural-yuy2.avi coarse.avi --preset 3
-run 0 encode natural-yuy2.avi fine.avi --preset 0
-holds "offline is smaller than superfine" \
-    test "$(stat -c %s coarse.avi)" -lt "$(stat -c %s fine.avi)"
+# The budget holds.
 run 0 encode natural-yuy2.avi small.avi --quant 4 --max-size 5
 holds "three frames of at most 5 %" \
     test "$(stat -c %s small.avi)" -lt $((3 * 720 * 480 * 2 * 5 / 100 + 65536))

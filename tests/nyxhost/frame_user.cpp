@@ -13,38 +13,29 @@ namespace {
 constexpr int kWaitMs = 20000;
 constexpr int kStepMs = 50;
 
+/// A visible window by a part of its title, or by its number when that is not 0.
 struct Search {
     const wchar_t* title;
-    HWND found;
-};
-
-BOOL CALLBACK TitleMatches(HWND window, LPARAM parameter) {
-    auto* search = reinterpret_cast<Search*>(parameter);
-    wchar_t title[256] = {};
-    GetWindowTextW(window, title, 256);
-    if (IsWindowVisible(window) && std::wcsstr(title, search->title)) {
-        search->found = window;
-    }
-    return search->found == nullptr;
-}
-
-struct ControlSearch {
     int id;
     HWND found;
 };
 
-BOOL CALLBACK ControlMatches(HWND window, LPARAM parameter) {
-    auto* search = reinterpret_cast<ControlSearch*>(parameter);
-    if (IsWindowVisible(window) && GetDlgCtrlID(window) == search->id) {
+BOOL CALLBACK Matches(HWND window, LPARAM parameter) {
+    auto* search = reinterpret_cast<Search*>(parameter);
+    wchar_t title[256] = {};
+    GetWindowTextW(window, title, 256);
+    if (IsWindowVisible(window) &&
+        (search->id != 0 ? GetDlgCtrlID(window) == search->id
+                         : std::wcsstr(title, search->title) != nullptr)) {
         search->found = window;
     }
     return search->found == nullptr;
 }
 
 HWND WaitForWindow(const wchar_t* title) {
-    Search search = {title, nullptr};
+    Search search = {title, 0, nullptr};
     for (int waited = 0; !search.found && waited < kWaitMs; waited += kStepMs) {
-        EnumWindows(TitleMatches, reinterpret_cast<LPARAM>(&search));
+        EnumWindows(Matches, reinterpret_cast<LPARAM>(&search));
         Sleep(kStepMs);
     }
     return search.found;
@@ -58,8 +49,8 @@ int wmain(int count, wchar_t** words) {
         return 1;
     }
     for (int i = 2; i < count; ++i) {
-        ControlSearch search = {static_cast<int>(std::wcstol(words[i], nullptr, 10)), nullptr};
-        EnumChildWindows(window, ControlMatches, reinterpret_cast<LPARAM>(&search));
+        Search search = {nullptr, static_cast<int>(std::wcstol(words[i], nullptr, 10)), nullptr};
+        EnumChildWindows(window, Matches, reinterpret_cast<LPARAM>(&search));
         if (!search.found) {
             return 2;
         }

@@ -29,23 +29,6 @@ HWND MakeFrame(SIZE page) {
 
 }  // namespace
 
-HRESULT STDMETHODCALLTYPE PageSite::OnStatusChange(DWORD flags) {
-    statuses.push_back(flags);
-    return S_OK;
-}
-
-HRESULT STDMETHODCALLTYPE PageSite::GetLocaleID(LCID*) {
-    return E_NOTIMPL;
-}
-
-HRESULT STDMETHODCALLTYPE PageSite::GetPageContainer(IUnknown**) {
-    return E_NOTIMPL;
-}
-
-HRESULT STDMETHODCALLTYPE PageSite::TranslateAccelerator(MSG*) {
-    return S_FALSE;
-}
-
 PageHost::PageHost(const ComPtr<IPropertyPage>& shown, IUnknown* object) : page(shown) {
     PROPPAGEINFO info{};
     if (!page || FAILED(page->SetPageSite(site.get())) || FAILED(page->SetObjects(1, &object)) ||

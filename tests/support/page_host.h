@@ -15,10 +15,13 @@ class PageSite : public TestObject<IPropertyPageSite> {
   public:
     std::vector<DWORD> statuses;
 
-    HRESULT STDMETHODCALLTYPE OnStatusChange(DWORD flags) override;
-    HRESULT STDMETHODCALLTYPE GetLocaleID(LCID* locale) override;
-    HRESULT STDMETHODCALLTYPE GetPageContainer(IUnknown** container) override;
-    HRESULT STDMETHODCALLTYPE TranslateAccelerator(MSG* message) override;
+    HRESULT STDMETHODCALLTYPE OnStatusChange(DWORD flags) override {
+        statuses.push_back(flags);
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE GetLocaleID(LCID*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetPageContainer(IUnknown**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE TranslateAccelerator(MSG*) override { return S_FALSE; }
 };
 
 /// A property frame of the suite's own: one page, shown for one object and used by window messages

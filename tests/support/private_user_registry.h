@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <optional>
+#include <stdexcept>
 #include <string>
 
 namespace nyx::test {
@@ -11,19 +12,42 @@ namespace nyx::test {
 /// neither find nor leave anything. For one test at a time.
 class PrivateUserRegistry {
   public:
-    PrivateUserRegistry();
+    PrivateUserRegistry() {
+        HKEY key = nullptr;
+        if (RegCreateKeyExW(HKEY_CURRENT_USER, path_.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS,
+                            nullptr, &key, nullptr) != ERROR_SUCCESS ||
+            RegOverridePredefKey(HKEY_CURRENT_USER, key) != ERROR_SUCCESS) {
+            throw std::runtime_error("no private registry");
+        }
+        RegCloseKey(key);
+    }
     PrivateUserRegistry(const PrivateUserRegistry&) = delete;
     PrivateUserRegistry& operator=(const PrivateUserRegistry&) = delete;
-    ~PrivateUserRegistry();
+    ~PrivateUserRegistry() {
+        RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
+        RegDeleteTreeW(HKEY_CURRENT_USER, path_.c_str());
+    }
 
     /// Stores a 32-bit value in a key below the current user's.
-    void Store(const std::wstring& key, const wchar_t* name, LONG value) const;
+    void Store(const std::wstring& key, const wchar_t* name, LONG value) const {
+        if (RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), name, REG_DWORD, &value,
+                            sizeof(value)) != ERROR_SUCCESS) {
+            throw std::runtime_error("cannot store a value");
+        }
+    }
 
     /// A stored 32-bit value, nothing when it is missing or of another kind.
-    std::optional<LONG> Stored(const std::wstring& key, const wchar_t* name) const;
+    std::optional<LONG> Stored(const std::wstring& key, const wchar_t* name) const {
+        LONG value = 0;
+        DWORD size = sizeof(value);
+        return RegGetValueW(HKEY_CURRENT_USER, key.c_str(), name, RRF_RT_REG_DWORD, nullptr, &value,
+                            &size) == ERROR_SUCCESS
+                   ? std::optional<LONG>(value)
+                   : std::nullopt;
+    }
 
   private:
-    std::wstring path_;
+    std::wstring path_ = L"Software\\nyx-test-" + std::to_wstring(GetCurrentProcessId());
 };
 
 }  // namespace nyx::test

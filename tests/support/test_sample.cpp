@@ -35,10 +35,6 @@ HRESULT TestSample::GetPointer(BYTE** buffer) {
     return behaviour_.getPointerResult;
 }
 
-LONG TestSample::GetSize() {
-    return static_cast<LONG>(memory_.size());
-}
-
 HRESULT TestSample::GetTime(REFERENCE_TIME* start, REFERENCE_TIME* stop) {
     if (!properties_.start) {
         return VFW_E_SAMPLE_TIME_NOT_SET;
@@ -60,25 +56,6 @@ HRESULT TestSample::SetTime(REFERENCE_TIME* start, REFERENCE_TIME* stop) {
     return S_OK;
 }
 
-HRESULT TestSample::IsSyncPoint() {
-    return properties_.syncPoint ? S_OK : S_FALSE;
-}
-HRESULT TestSample::SetSyncPoint(BOOL set) {
-    properties_.syncPoint = set;
-    return S_OK;
-}
-
-HRESULT TestSample::IsPreroll() {
-    return properties_.preroll ? S_OK : S_FALSE;
-}
-HRESULT TestSample::SetPreroll(BOOL set) {
-    properties_.preroll = set;
-    return S_OK;
-}
-
-LONG TestSample::GetActualDataLength() {
-    return behaviour_.claimedLength.value_or(actualLength_);
-}
 HRESULT TestSample::SetActualDataLength(LONG length) {
     if (SUCCEEDED(behaviour_.setActualDataLengthResult)) {
         actualLength_ = length;
@@ -96,14 +73,6 @@ HRESULT TestSample::SetMediaType(AM_MEDIA_TYPE* type) {
     if (type) {
         properties_.type.emplace(*type);
     }
-    return S_OK;
-}
-
-HRESULT TestSample::IsDiscontinuity() {
-    return properties_.discontinuity ? S_OK : S_FALSE;
-}
-HRESULT TestSample::SetDiscontinuity(BOOL set) {
-    properties_.discontinuity = set;
     return S_OK;
 }
 

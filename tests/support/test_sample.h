@@ -56,19 +56,34 @@ class TestSample : public TestObject<IMediaSample2> {
     bool typeHandedBack() const { return typeHandedBack_; }
 
     HRESULT STDMETHODCALLTYPE GetPointer(BYTE** buffer) override;
-    LONG STDMETHODCALLTYPE GetSize() override;
+    LONG STDMETHODCALLTYPE GetSize() override { return static_cast<LONG>(memory_.size()); }
     HRESULT STDMETHODCALLTYPE GetTime(REFERENCE_TIME* start, REFERENCE_TIME* stop) override;
     HRESULT STDMETHODCALLTYPE SetTime(REFERENCE_TIME* start, REFERENCE_TIME* stop) override;
-    HRESULT STDMETHODCALLTYPE IsSyncPoint() override;
-    HRESULT STDMETHODCALLTYPE SetSyncPoint(BOOL set) override;
-    HRESULT STDMETHODCALLTYPE IsPreroll() override;
-    HRESULT STDMETHODCALLTYPE SetPreroll(BOOL set) override;
-    LONG STDMETHODCALLTYPE GetActualDataLength() override;
+    HRESULT STDMETHODCALLTYPE IsSyncPoint() override {
+        return properties_.syncPoint ? S_OK : S_FALSE;
+    }
+    HRESULT STDMETHODCALLTYPE SetSyncPoint(BOOL set) override {
+        properties_.syncPoint = set;
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE IsPreroll() override { return properties_.preroll ? S_OK : S_FALSE; }
+    HRESULT STDMETHODCALLTYPE SetPreroll(BOOL set) override {
+        properties_.preroll = set;
+        return S_OK;
+    }
+    LONG STDMETHODCALLTYPE GetActualDataLength() override {
+        return behaviour_.claimedLength.value_or(actualLength_);
+    }
     HRESULT STDMETHODCALLTYPE SetActualDataLength(LONG length) override;
     HRESULT STDMETHODCALLTYPE GetMediaType(AM_MEDIA_TYPE** type) override;
     HRESULT STDMETHODCALLTYPE SetMediaType(AM_MEDIA_TYPE* type) override;
-    HRESULT STDMETHODCALLTYPE IsDiscontinuity() override;
-    HRESULT STDMETHODCALLTYPE SetDiscontinuity(BOOL set) override;
+    HRESULT STDMETHODCALLTYPE IsDiscontinuity() override {
+        return properties_.discontinuity ? S_OK : S_FALSE;
+    }
+    HRESULT STDMETHODCALLTYPE SetDiscontinuity(BOOL set) override {
+        properties_.discontinuity = set;
+        return S_OK;
+    }
     HRESULT STDMETHODCALLTYPE GetMediaTime(LONGLONG* start, LONGLONG* stop) override;
     HRESULT STDMETHODCALLTYPE SetMediaTime(LONGLONG* start, LONGLONG* stop) override;
     HRESULT STDMETHODCALLTYPE GetProperties(DWORD size, BYTE* properties) override;
