@@ -17,31 +17,16 @@ std::chrono::milliseconds StormTime() {
     return std::chrono::milliseconds(seconds ? std::atoi(seconds) * 1000 : 400);
 }
 
-/// Does `work` over and over on a thread of its own, until told to stop.
-class Storm {
-  public:
-    template <class Work>
-    Storm(const std::atomic<bool>& go, Work work)
-        : thread_([&go, this, work] {
-              while (go) {
-                  work();
-                  ++rounds_;
-                  std::this_thread::yield();
-              }
-          }) {}
-    Storm(const Storm&) = delete;
-    Storm& operator=(const Storm&) = delete;
-
-    /// Waits for the end; how often the work was done.
-    int Join() {
-        thread_.join();
-        return rounds_;
-    }
-
-  private:
-    std::atomic<int> rounds_{0};
-    std::thread thread_;
-};
+/// Does `work` over and over on a thread of its own, once at least, until told to stop.
+template <class Work>
+std::thread Storm(const std::atomic<bool>& go, Work work) {
+    return std::thread([&go, work] {
+        do {
+            work();
+            std::this_thread::yield();
+        } while (go);
+    });
+}
 
 class Storms : public FilterTest {
   protected:
@@ -57,27 +42,27 @@ TEST_P(Storms, FlushesSeeksAndStopsWhileFramesFlowNeitherDeadlockNorLeaveTheFilt
         "a storm of flushes, seeks and stops",
         [&] {
             std::atomic<bool> go{true};
-            Storm frames(go, [&] { rig.source->Push(frame); });
-            Storm flushes(go, [&] {
+            std::thread frames = Storm(go, [&] { rig.source->Push(frame); });
+            std::thread flushes = Storm(go, [&] {
                 rig.input->BeginFlush();
                 rig.input->EndFlush();
             });
-            Storm seeks(go, [&] {
+            std::thread seeks = Storm(go, [&] {
                 rig.input->NewSegment(0, 400000, 1.0);
                 rig.output.As<IQualityControl>()->Notify(rig.sink.get(),
                                                          Quality{Flood, 500, 800000, 0});
                 rig.input->EndOfStream();
                 OfferedTypes(rig.output);
             });
-            Storm stops(go, [&] {
+            std::thread stops = Storm(go, [&] {
                 rig.filter->Stop();
                 rig.filter->Pause();
                 rig.filter->Run(0);
             });
             std::this_thread::sleep_for(StormTime());
             go = false;
-            for (Storm* storm : {&frames, &flushes, &seeks, &stops}) {
-                EXPECT_GT(storm->Join(), 0);
+            for (std::thread* storm : {&frames, &flushes, &seeks, &stops}) {
+                storm->join();
             }
         },
         StormTime() + std::chrono::seconds(60));
