@@ -155,14 +155,15 @@ TEST_F(ZetaPropertyPage, CustomTakesTheNumbersThatAreShown) {
 TEST_F(ZetaPropertyPage, SlidersMoveTheirNumbersAndEndAtTheirRanges) {
     SetLive({0, 12, 60, 4});
     const PageHost host(NewPage(), encoder_.get());
-    host.Drag(IDC_QUANT_SLIDER, 1000);
-    EXPECT_EQ(Look(host), (Shown{4, L"19", L"60", 19, 60, true}));
+    host.Drag(IDC_SIZE_SLIDER, -5);
+    EXPECT_EQ(Look(host), (Shown{4, L"12", L"4", 12, 4, true}));
     EXPECT_EQ(host.page->IsPageDirty(), S_OK);
     EXPECT_EQ(host.site->statuses.back(), DWORD{PROPPAGESTATUS_DIRTY});
+    host.Drag(IDC_QUANT_SLIDER, 1000);
+    EXPECT_EQ(Look(host), (Shown{4, L"19", L"4", 19, 4, true}));
     host.Drag(IDC_QUANT_SLIDER, -5);
-    host.Drag(IDC_SIZE_SLIDER, -5);
-    EXPECT_EQ(Look(host), (Shown{4, L"4", L"4", 4, 4, true}));
     host.Drag(IDC_SIZE_SLIDER, 1000);
+    EXPECT_EQ(Look(host), (Shown{4, L"4", L"100", 4, 100, true}));
     host.Strike(IDC_SIZE_SLIDER, VK_LEFT);
     host.Strike(IDC_QUANT_SLIDER, VK_END);
     EXPECT_EQ(Look(host), (Shown{4, L"19", L"99", 19, 99, true}));
