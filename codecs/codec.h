@@ -4,6 +4,8 @@
 /// The one interface through which a filter talks to a codec, and the records that cross it.
 
 #include <atomic>
+#include <cstdint>
+#include <limits>
 
 #include "platform/win_types.h"
 
@@ -34,6 +36,15 @@ enum EngineMode : LONG {
     kEngineForEncoding = 0,
     kEngineForDecoding = 1,
 };
+
+/// Bytes of the buffer in which an encoded frame is given room, for a picture of so many bytes: 1.2
+/// times as many. The most that 64 bits hold when the product does not fit them.
+inline std::int64_t EncodedBufferSize(std::int64_t pictureBytes) {
+    std::int64_t scaled = 0;
+    return __builtin_mul_overflow(pictureBytes, std::int64_t{12}, &scaled)
+               ? std::numeric_limits<std::int64_t>::max()
+               : scaled / 10;
+}
 
 /// Bytes in GetMaxCompressedSize for the chunks in front of a frame; a frame alone takes that less.
 constexpr DWORD kChunkMargin = 1064;

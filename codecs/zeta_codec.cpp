@@ -166,10 +166,11 @@ HRESULT CZetaCodec::DecodeFrame(const DecodeJob& job) {
 DWORD CZetaCodec::OutputCapacity(const EncodeJob& job) {
     const auto width = static_cast<DWORD>(job.surface.width);
     const auto height = static_cast<DWORD>(job.surface.height);
-    // The budget may be set to anything at any time; the encoder's buffers are 1.2 times a picture.
-    const DWORD buffer = width * height * static_cast<DWORD>(job.surface.bytesPerPixel) * 12 / 10;
-    return std::min(buffer,
-                    CapacityFor(width, height, job.input->biBitCount == 32, max_stream_size_));
+    // The budget may be set to anything at any time, beyond the buffer too.
+    const std::int64_t buffer =
+        EncodedBufferSize(std::int64_t{width} * height * job.surface.bytesPerPixel);
+    return static_cast<DWORD>(std::min<std::int64_t>(
+        buffer, CapacityFor(width, height, job.input->biBitCount == 32, max_stream_size_)));
 }
 
 HRESULT CZetaCodec::EncodeFrame(const EncodeJob& job, LONG* codedLength) {

@@ -1,7 +1,5 @@
 #include "filters/encoder_negotiation.h"
 
-#include <limits>
-
 #include "codecs/frame_size_tables.h"
 #include "codecs/header_checks.h"
 #include "filters/buffer_request.h"
@@ -85,12 +83,8 @@ HRESULT OfferEncoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position
 }
 
 std::int64_t EncoderBufferSize(const BITMAPINFOHEADER& picture) {
-    const std::int64_t bytes =
-        SignedPictureSize(picture.biBitCount, AbsoluteHeight(picture), picture.biWidth);
-    std::int64_t scaled = 0;
-    return __builtin_mul_overflow(bytes, std::int64_t{12}, &scaled)
-               ? std::numeric_limits<std::int64_t>::max()
-               : scaled / 10;
+    return EncodedBufferSize(
+        SignedPictureSize(picture.biBitCount, AbsoluteHeight(picture), picture.biWidth));
 }
 
 HRESULT RequestEncoderBuffer(const AM_MEDIA_TYPE& input, IMemAllocator* allocator,

@@ -20,8 +20,7 @@ HRESULT CheckEncoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input, const AM_ME
 /// `E_OUTOFMEMORY`.
 HRESULT OfferEncoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position, CMediaType* type);
 
-/// Bytes of the buffer that a frame of such a picture is given: 1.2 times the picture. The most
-/// that 64 bits hold when the product does not fit them.
+/// EncodedBufferSize of such a picture.
 std::int64_t EncoderBufferSize(const BITMAPINFOHEADER& picture);
 
 /// Asks the allocator for one buffer of EncoderBufferSize. `E_UNEXPECTED` when the

@@ -25,23 +25,22 @@ extern "C" LONG __stdcall dv_decode(LONG flags, const void* frame, void* destina
                                     LONG bytesPerPixel, LONG code) {
     using namespace nyx::open;
     const DvSignal* signal = FindSignal(flags);
-    const auto layout = LayoutOf(code);
-    if (!signal || !frame || !layout || layout->bytesPerPixel != bytesPerPixel) {
+    if (!signal || !frame) {
         return -1;
     }
-    const Surface surface = {static_cast<BYTE*>(destination), stride, signal->width, signal->height,
-                             *layout};
-    if (!surface.IsSound()) {
+    const auto surface =
+        SurfaceOf(destination, stride, signal->width, signal->height, bytesPerPixel, code);
+    if (!surface) {
         return -1;
     }
     LONG result = -1;
     try {
-        result = Decode(*signal, frame, surface);
+        result = Decode(*signal, frame, *surface);
     } catch (const std::bad_alloc&) {
         // Black as for a frame that does not decode.
     }
     if (result < 0) {
-        FillBlack(surface);
+        FillBlack(*surface);
     }
     return result;
 }

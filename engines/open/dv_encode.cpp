@@ -57,17 +57,16 @@ extern "C" LONG __stdcall dv_encode(LONG flags, void* frame, const void* source,
                                     LONG bytesPerPixel, LONG code) {
     using namespace nyx::open;
     const DvSignal* signal = FindSignal(flags);
-    const auto layout = LayoutOf(code);
-    if (!signal || !frame || !layout || layout->bytesPerPixel != bytesPerPixel) {
+    if (!signal || !frame) {
         return -1;
     }
-    auto* pixels = const_cast<BYTE*>(static_cast<const BYTE*>(source));
-    const Surface surface = {pixels, stride, signal->width, signal->height, *layout};
-    if (!surface.IsSound()) {
+    const auto surface =
+        SurfaceOf(source, stride, signal->width, signal->height, bytesPerPixel, code);
+    if (!surface) {
         return -1;
     }
     try {
-        return Encode(*signal, (flags & nyx::kEngineWide) != 0, surface, frame);
+        return Encode(*signal, (flags & nyx::kEngineWide) != 0, *surface, frame);
     } catch (const std::bad_alloc&) {
         return -1;
     }

@@ -59,20 +59,20 @@ bool Decode(ByteSpan frame, LONG firstRow, const Surface& surface) {
 }
 
 LONG DecodePicture(const MpegIntraPictureRecord& record) {
-    const Surface surface = {static_cast<BYTE*>(record.destination), record.stride, record.width,
-                             record.height, *LayoutOf(kYuy2)};
-    if (record.bytesPerPixel != surface.layout.bytesPerPixel || !surface.IsSound()) {
+    const auto surface = SurfaceOf(record.destination, record.stride, record.width, record.height,
+                                   record.bytesPerPixel, kYuy2);
+    if (!surface) {
         return -1;
     }
     bool done = false;
     try {
         done = Decode(ByteSpan(record.frame, record.frameLength),
-                      record.crop ? record.crop->linesDroppedAtTop : 0, surface);
+                      record.crop ? record.crop->linesDroppedAtTop : 0, *surface);
     } catch (const std::bad_alloc&) {
         // Black as for a frame that does not decode.
     }
     if (!done) {
-        FillBlack(surface);
+        FillBlack(*surface);
     }
     return done ? 0 : -1;
 }

@@ -27,6 +27,17 @@ bool Surface::IsSound() const {
            std::abs(std::int64_t{stride}) >= std::int64_t{width} * layout.bytesPerPixel;
 }
 
+std::optional<Surface> SurfaceOf(const void* data, LONG stride, LONG width, LONG height,
+                                 LONG bytesPerPixel, LONG code) {
+    const auto layout = LayoutOf(code);
+    if (!layout || layout->bytesPerPixel != bytesPerPixel) {
+        return std::nullopt;
+    }
+    const Surface surface = {static_cast<BYTE*>(const_cast<void*>(data)), stride, width, height,
+                             *layout};
+    return surface.IsSound() ? std::optional<Surface>(surface) : std::nullopt;
+}
+
 void FillBlack(const Surface& surface) {
     const auto rowBytes = static_cast<std::size_t>(surface.width * surface.layout.bytesPerPixel);
     for (LONG y = 0; y < surface.height; ++y) {

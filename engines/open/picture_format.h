@@ -36,6 +36,11 @@ struct Surface {
     bool IsSound() const;
 };
 
+/// A call's picture; nothing when its code has no layout, the pixel size is not the layout's or the
+/// rows do not fit their stride.
+std::optional<Surface> SurfaceOf(const void* data, LONG stride, LONG width, LONG height,
+                                 LONG bytesPerPixel, LONG code);
+
 /// Video black of "YUY2", zeroes of RGB.
 void FillBlack(const Surface& surface);
 

@@ -34,13 +34,12 @@ bool IsWorkSize(LONG size, LONG width, LONG height) {
 }
 
 LONG Probe(Zeta2DecodeRecord* record, Action action) {
-    const auto header = ReadHeader(record->frame, kTag);
-    if (!header) {
-        return kBadFrame;
+    const LONG result = ProbeLength(record, kTag, action);
+    if (result == kDone) {
+        const bool alpha = ReadHeader(record->frame, kTag)->alphaBytes != 0;
+        record->alphaKind = alpha ? nyx::kZeta2FirstAlphaKind : 0;
     }
-    record->codedLength = header->codedLength + (action == Action::kLonger ? 1 : 0);
-    record->alphaKind = header->alphaBytes != 0 ? nyx::kZeta2FirstAlphaKind : 0;
-    return kDone;
+    return result;
 }
 
 LONG Store(const Picture& picture, const Surface& surface, DWORD code) {

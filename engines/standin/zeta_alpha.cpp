@@ -10,7 +10,6 @@ namespace {
 
 using nyx::ZetaAlphaDecodeRecord;
 using nyx::ZetaAlphaEncodeRecord;
-using nyx::ZetaAlphaProbeRecord;
 
 constexpr std::string_view kTag = "ZTA1";
 constexpr int kDepth = 8;
@@ -38,15 +37,6 @@ std::size_t CapacityFor(LONG width, LONG height) {
     const auto w = static_cast<std::size_t>(width);
     const auto h = static_cast<std::size_t>(height);
     return std::max(w * h * 48 / 10, ((w + 15) / 16) * ((h + 15) / 16) * 32);
-}
-
-LONG Probe(ZetaAlphaProbeRecord* record, Action action) {
-    const auto header = ReadHeader(record->frame, kTag);
-    if (!header) {
-        return kBadFrame;
-    }
-    record->codedLength = header->codedLength + (action == Action::kLonger ? 1 : 0);
-    return kDone;
 }
 
 LONG Store(const Picture& picture, const ZetaAlphaDecodeRecord& record) {
@@ -112,23 +102,10 @@ LONG Encode(const ZetaAlphaEncodeRecord& record, Action action) {
 }  // namespace standin
 
 extern "C" LONG __stdcall zetaa_decode(void* words) {
-    auto* probeRecord = static_cast<nyx::ZetaAlphaProbeRecord*>(words);
-    const auto* record = static_cast<const nyx::ZetaAlphaDecodeRecord*>(words);
-    const bool probe = record->command == nyx::kCommandProbe;
-    const standin::Purpose purpose = probe ? standin::kProbe : standin::kDecode;
-    standin::LogCall(purpose, words, sizeof(*record) / 4);
-    return standin::RunEntry(purpose, [&](standin::Action action) {
-        if (probe) {
-            return standin::Probe(probeRecord, action);
-        }
-        return record->command == nyx::kCommandDecode ? standin::Decode(*record, action)
-                                                      : LONG{standin::kBadRecord};
-    });
+    return standin::RunDecodeEntry<nyx::ZetaAlphaProbeRecord>(words, standin::kTag,
+                                                              &standin::Decode);
 }
 
 extern "C" LONG __stdcall zetaa_encode(void* words) {
-    const auto* record = static_cast<const nyx::ZetaAlphaEncodeRecord*>(words);
-    standin::LogCall(standin::kEncode, words, sizeof(*record) / 4);
-    return standin::RunEntry(
-        standin::kEncode, [&](standin::Action action) { return standin::Encode(*record, action); });
+    return standin::RunEncodeEntry(words, &standin::Encode);
 }

@@ -23,15 +23,6 @@ CoreCallback CallbackIn(DWORD slot) {
     return *reinterpret_cast<const CoreCallback*>(slot);
 }
 
-LONG Probe(ZetaCoreDecodeRecord* record, Action action) {
-    const auto header = ReadHeader(record->frame, kTag);
-    if (!header) {
-        return kBadFrame;
-    }
-    record->codedLength = header->codedLength + (action == Action::kLonger ? 1 : 0);
-    return kDone;
-}
-
 LONG Store(const Picture& picture, const ZetaCoreDecodeRecord& record) {
     const Surface surface = {static_cast<BYTE*>(record.destination), record.stride};
     if (IsAddress(record.pixelFormat)) {
@@ -98,22 +89,10 @@ LONG Encode(const ZetaCoreEncodeRecord& record, Action action) {
 }  // namespace standin
 
 extern "C" LONG __stdcall zcf_decode(void* words) {
-    auto* record = static_cast<nyx::ZetaCoreDecodeRecord*>(words);
-    const bool probe = record->command == nyx::kCommandProbe;
-    const standin::Purpose purpose = probe ? standin::kProbe : standin::kDecode;
-    standin::LogCall(purpose, words, sizeof(*record) / 4);
-    return standin::RunEntry(purpose, [&](standin::Action action) {
-        if (probe) {
-            return standin::Probe(record, action);
-        }
-        return record->command == nyx::kCommandDecode ? standin::Decode(*record, action)
-                                                      : LONG{standin::kBadRecord};
-    });
+    return standin::RunDecodeEntry<nyx::ZetaCoreDecodeRecord>(words, standin::kTag,
+                                                              &standin::Decode);
 }
 
 extern "C" LONG __stdcall zcf_encode(void* words) {
-    const auto* record = static_cast<const nyx::ZetaCoreEncodeRecord*>(words);
-    standin::LogCall(standin::kEncode, words, sizeof(*record) / 4);
-    return standin::RunEntry(
-        standin::kEncode, [&](standin::Action action) { return standin::Encode(*record, action); });
+    return standin::RunEncodeEntry(words, &standin::Encode);
 }

@@ -1,14 +1,15 @@
 #pragma once
 
 /// @file
-/// What the Zeta engines have in common: the numbers by which they are told a layout, and the end
-/// of an encode.
+/// What the Zeta engines have in common: the numbers by which they are told a layout, the end of an
+/// encode, and their entries.
 
 #include <algorithm>
 #include <cstring>
 #include <optional>
 #include <string_view>
 
+#include "codecs/engine_records.h"
 #include "engines/standin/call_log.h"
 #include "engines/standin/coder.h"
 #include "engines/standin/picture.h"
@@ -43,6 +44,41 @@ inline LONG EncodeInto(void* output, std::size_t capacity, std::string_view tag,
     }
     std::memcpy(output, frame.data(), frame.size());
     return static_cast<LONG>(action == Action::kLonger ? capacity + 1 : frame.size());
+}
+
+/// Answers a probe with the coded length, or with one more when told to lie.
+template <class Record>
+LONG ProbeLength(Record* record, std::string_view tag, Action action) {
+    const auto header = ReadHeader(record->frame, tag);
+    if (!header) {
+        return kBadFrame;
+    }
+    record->codedLength = header->codedLength + (action == Action::kLonger ? 1 : 0);
+    return kDone;
+}
+
+/// The decode entry of an engine whose records begin with a command.
+template <class ProbeRecord, class Record>
+LONG RunDecodeEntry(void* words, std::string_view tag,
+                    LONG (*decode)(const Record& record, Action action)) {
+    const auto& record = *static_cast<const Record*>(words);
+    const bool probe = record.command == nyx::kCommandProbe;
+    const Purpose purpose = probe ? kProbe : kDecode;
+    LogCall(purpose, words, sizeof(record) / sizeof(DWORD));
+    return RunEntry(purpose, [&](Action action) -> LONG {
+        if (probe) {
+            return ProbeLength(static_cast<ProbeRecord*>(words), tag, action);
+        }
+        return record.command == nyx::kCommandDecode ? decode(record, action) : LONG{kBadRecord};
+    });
+}
+
+/// The encode entry of such an engine.
+template <class Record>
+LONG RunEncodeEntry(const void* words, LONG (*encode)(const Record& record, Action action)) {
+    const auto& record = *static_cast<const Record*>(words);
+    LogCall(kEncode, words, sizeof(record) / sizeof(DWORD));
+    return RunEntry(kEncode, [&](Action action) { return encode(record, action); });
 }
 
 }  // namespace standin
