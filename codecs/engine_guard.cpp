@@ -29,8 +29,10 @@ void SetChainHead(EXCEPTION_REGISTRATION_RECORD* head) {
     asm volatile("movl %0, %%fs:0" : : "r"(head) : "memory");
 }
 
+/// Two faults have the severity "warning": a page that warns of its first use, and misalignment.
 bool IsOurs(DWORD code) {
-    return (code & kSeverityMask) == kSeverityError && code != EXCEPTION_STACK_OVERFLOW;
+    return ((code & kSeverityMask) == kSeverityError && code != EXCEPTION_STACK_OVERFLOW) ||
+           code == EXCEPTION_GUARD_PAGE || code == EXCEPTION_DATATYPE_MISALIGNMENT;
 }
 
 /// Has every handler below `frame` clean up and takes it off the chain. RtlUnwind keeps none of the

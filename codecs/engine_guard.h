@@ -11,8 +11,9 @@
 namespace nyx {
 
 /// Calls `function(context)` on this thread. `S_OK` when it returned; `E_FAIL` when it raised an
-/// access violation, a divide error, another compiler's C++ exception (code 0xE06D7363) or any
-/// further exception of severity "error", and when it threw a C++ exception of this module.
+/// access violation, a divide error, another compiler's C++ exception (code 0xE06D7363), any
+/// further exception of severity "error", a guard-page or a misalignment fault, and when it threw a
+/// C++ exception of this module.
 /// Stack overflows go on to the host's handlers, because a stack without its guard page is not fit
 /// to be used again; so do breakpoints, single steps, debug output and everything else below
 /// severity "error". The x87 control word and MXCSR come back as they were on entry, the x87

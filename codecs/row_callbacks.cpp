@@ -364,10 +364,10 @@ void WriteAlphaBlock(BYTE* destination, LONG stride, DWORD, DWORD, const BYTE* b
 
 template <PackedLayout kLayout>
 void FillTransparent(BYTE* destination, LONG stride, DWORD, DWORD, LONG width, LONG rows) {
-    const int pairs = PairsOf(width);
+    const LONG pairs = width / 2;  // no block is read here, so its size is no bound
     for (LONG y = 0; y < rows; ++y) {
         BYTE* pair = destination + static_cast<std::ptrdiff_t>(y) * stride;
-        for (int i = 0; i < pairs; ++i, pair += BytesPerPair(kLayout)) {
+        for (LONG i = 0; i < pairs; ++i, pair += BytesPerPair(kLayout)) {
             FillPair<kLayout>(pair);
         }
     }

@@ -157,7 +157,8 @@ CoefficientBlock YuvToDeepRgbCoefficients(LONG matrix, LONG range, LONG destinat
     constexpr int kLumaBits = 14 + kDeepExtraBits;
     constexpr int kChromaBits = 13 + kDeepExtraBits;
     constexpr int kSumBits = 16 + kDeepExtraBits;
-    constexpr double kHalfOfOutputCode = 0.5 / 256;
+    // Half of a 16-bit code; ten bits are rounded where they are cut from the 16.
+    const double half = destinationBits == 10 ? 0 : 0.5 / 256;
     const CodeRange output = ChannelRange(range, destinationBits);
     const RealGains real = GainsByRule(matrix, output);
     CoefficientBlock block = {ToFixed(real.luma, kLumaBits),   ToFixed(real.vToR, kChromaBits),
@@ -167,7 +168,7 @@ CoefficientBlock YuvToDeepRgbCoefficients(LONG matrix, LONG range, LONG destinat
         std::ldexp(block.luma, -kLumaBits), std::ldexp(block.vToR, -kChromaBits),
         std::ldexp(block.uToG, -kChromaBits), std::ldexp(block.vToG, -kChromaBits),
         std::ldexp(block.uToB, -kChromaBits)};
-    FillOffsets(block, stored, kHalfOfOutputCode, output.black, kSumBits);
+    FillOffsets(block, stored, half, output.black, kSumBits);
     return block;
 }
 

@@ -94,8 +94,12 @@ HRESULT RunYuvToRgb(const CpuInfo& cpu, const YuvToRgbRequest& in) {
 
 HRESULT RunRgbToYuv(const CpuInfo& cpu, const RgbToYuvRequest& in) {
     const RgbToYuvKernel kernel = FindRgbToYuvKernel(in.sourceFourCC, in.destinationFourCC);
+    // As in the other direction, 8-bit RGB knows straight alpha alone.
     const bool usesAlpha = in.sourceAlpha || in.destinationAlpha;
-    if (!kernel || (usesAlpha && !IsAlphaMode(in.alphaMode)) || !IsRangeVariant(in.range) ||
+    const bool knowsMode =
+        in.alphaMode == kStraightAlpha ||
+        (IsAlphaMode(in.alphaMode) && IsKind(in.sourceFourCC, FormatKind::kDeepRgb));
+    if (!kernel || (usesAlpha && !knowsMode) || !IsRangeVariant(in.range) ||
         !IsMatrixId(in.matrix)) {
         return E_INVALIDARG;
     }

@@ -5,6 +5,7 @@
 #include <limits>
 #include <new>
 
+#include "codecs/engine_guard.h"
 #include "dv/dv_engine.h"
 #include "dv/resample.h"
 #include "settings/codec_settings.h"
@@ -93,9 +94,14 @@ HRESULT CDv25Codec::DecodeFrame(LONG width, LONG height, LONG flags, const void*
     if (FAILED(result) || bytesPerPixel == 4) {
         return result;
     }
-    return StretchRows(UnitOf(bytesPerPixel),
-                       {recorded.data(), recorded.stride(), UnitsOf(kRecordedWidth, bytesPerPixel)},
-                       {destination, stride, UnitsOf(width, bytesPerPixel)}, height);
+    HRESULT stretched = E_FAIL;
+    const HRESULT guarded = Guarded([&] {
+        stretched = StretchRows(
+            UnitOf(bytesPerPixel),
+            {recorded.data(), recorded.stride(), UnitsOf(kRecordedWidth, bytesPerPixel)},
+            {destination, stride, UnitsOf(width, bytesPerPixel)}, height);
+    });
+    return FAILED(guarded) ? guarded : stretched;
 }
 
 LONG CDv25Codec::EncodeFlags(const SurfaceFormat& source) const {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <utility>
 
 #include "codecs/engine_guard.h"
 #include "codecs/header_checks.h"
@@ -41,6 +42,22 @@ LONG VariantFlags(LONG formatCode) {
 bool FitsSurface(const FormatRecord& format, ByteSpan frame, const SurfaceFormat& surface) {
     return frame.size() >= static_cast<std::size_t>(format.frameBytes) &&
            format.codedWidth <= surface.width && format.codedHeight == surface.height;
+}
+
+/// A chain of references that is longer is taken for one without an end.
+constexpr int kMostReferences = 8;
+
+/// The frame may be anywhere, in a mapped file whose disk is gone too.
+HRESULT ParseGuarded(ByteSpan frame, CLvtDifParser* parser) {
+    HRESULT parsed = E_FAIL;
+    const HRESULT read = Guarded([&] { parsed = parser->Parse(frame.data(), frame.size()); });
+    return FAILED(read) ? read : parsed;
+}
+
+/// Rows that lie apart, so that none reaches past the picture.
+bool HasSoundStride(const SurfaceFormat& surface) {
+    const std::int64_t rowBytes = std::int64_t{surface.width} * surface.bytesPerPixel;
+    return surface.stride >= rowBytes || surface.stride <= -rowBytes;
 }
 
 /// Black by bytes per pixel: video levels of "YUY2", zeroes of RGB.
@@ -147,17 +164,13 @@ HRESULT CDvCodecBase::GetFrameInfo(const BITMAPINFOHEADER* input, const void* fr
     }
     ByteSpan bytes(frame, input->biSizeImage);
     std::unique_ptr<BYTE[]> buffer;
-    DWORD length = 0;
-    const HRESULT reference = ReadReferenceFrame(bytes, &buffer, &length);
+    const HRESULT reference = FollowReferences(&bytes, &buffer);
     if (FAILED(reference)) {
         return reference;
     }
-    if (reference == S_OK) {
-        bytes = ByteSpan(buffer.get(), length);
-    }
     if (info) {
         CLvtDifParser parser;
-        parser.Parse(bytes.data(), bytes.size());
+        ParseGuarded(bytes, &parser);
         const auto [aspectX, aspectY] = parser.GetPixelAspect();
         *info = {parser.GetFieldOrder(),
                  aspectX,
@@ -176,17 +189,11 @@ HRESULT CDvCodecBase::Decompress(const BITMAPINFOHEADER* input, const void* data
     if (!input || !output || !outputData) {
         return E_POINTER;
     }
-    // A referenced frame is decoded as it stands: it is no reference itself, so that a file that
-    // refers to itself cannot keep us busy.
     ByteSpan frame(data, input->biSizeImage);
     std::unique_ptr<BYTE[]> buffer;
-    DWORD length = 0;
-    const HRESULT reference = ReadReferenceFrame(frame, &buffer, &length);
+    const HRESULT reference = FollowReferences(&frame, &buffer);
     if (FAILED(reference)) {
         return reference;
-    }
-    if (reference == S_OK) {
-        frame = ByteSpan(buffer.get(), length);
     }
     const SurfaceRequest request = {output,          input->biWidth, false, alphaOut,
                                     GetColorSpace(), outputData,     stride};
@@ -206,12 +213,12 @@ HRESULT CDvCodecBase::DecodeSample(ByteSpan frame, const BITMAPINFOHEADER& input
     if (!IsSupportedSize(surface.width, surface.height)) {
         surface.width = input.biWidth;
     }
-    return DecodeToSurface(frame, surface);
+    return HasSoundStride(surface) ? DecodeToSurface(frame, surface) : E_FAIL;
 }
 
 HRESULT CDvCodecBase::DecodeToSurface(ByteSpan frame, const SurfaceFormat& surface) {
     CLvtDifParser parser;
-    if (FAILED(parser.Parse(frame.data(), frame.size()))) {
+    if (FAILED(ParseGuarded(frame, &parser))) {
         FillBlack(surface);
         return E_FAIL;
     }
@@ -235,6 +242,20 @@ HRESULT CDvCodecBase::DecodeToSurface(ByteSpan frame, const SurfaceFormat& surfa
 
 HRESULT CDvCodecBase::ReadReferenceFrame(ByteSpan, std::unique_ptr<BYTE[]>*, DWORD*) {
     return S_FALSE;
+}
+
+HRESULT CDvCodecBase::FollowReferences(ByteSpan* frame, std::unique_ptr<BYTE[]>* buffer) {
+    for (int followed = 0; followed <= kMostReferences; ++followed) {
+        std::unique_ptr<BYTE[]> read;
+        DWORD length = 0;
+        const HRESULT result = ReadReferenceFrame(*frame, &read, &length);
+        if (result != S_OK) {
+            return FAILED(result) ? result : S_OK;
+        }
+        *buffer = std::move(read);
+        *frame = ByteSpan(buffer->get(), length);
+    }
+    return E_FAIL;
 }
 
 HRESULT CDvCodecBase::CallDecode(LONG flags, const void* frame, BYTE* destination, LONG stride,

@@ -117,6 +117,10 @@ class CDvCodecBase : public CCodecBase {
     virtual HRESULT EncodePicture(LONG flags, const SurfaceFormat& source, LONG inputCode,
                                   void* frame, LONG* length);
 
+    /// Replaces a reference sample by the frame that it leads to, which `buffer` then owns.
+    /// ReadReferenceFrame's failure, or E_FAIL when the references have no end.
+    HRESULT FollowReferences(ByteSpan* frame, std::unique_ptr<BYTE[]>* buffer);
+
     HRESULT DecodeSample(ByteSpan frame, const BITMAPINFOHEADER& input,
                          const SurfaceRequest& request);
     HRESULT DecodeToSurface(ByteSpan frame, const SurfaceFormat& surface);

@@ -47,6 +47,7 @@ HRESULT FillOfferedType(const OfferedType& offer, BlockForm form, CMediaType* ty
     type->SetTemporalCompression(FALSE);
     if (offer.fixedSizeSamples) {
         type->SetSampleSize(offer.header.biSizeImage);
+        type->bFixedSizeSamples = TRUE;  // for sizes that 32 bits cut to 0 too
     } else {
         type->SetVariableSize();
     }

@@ -84,10 +84,10 @@ HRESULT CZetaProp::OnActivate() {
                         MAKELPARAM(kQuantScaleRange.low, kQuantScaleRange.high));
     SendDlgItemMessageW(m_Dlg, IDC_SIZE_SLIDER, TBM_SETRANGE, TRUE,
                         MAKELPARAM(kMaxStreamSizeRange.low, kMaxStreamSizeRange.high));
-    const EncodeParameterBlock shown = block_;
-    SetSliders(shown.quant_scale, shown.max_stream_size);
-    WriteNumber(IDC_QUANT_BOX, shown.quant_scale);
-    WriteNumber(IDC_SIZE_BOX, shown.max_stream_size);
+    SetSliders(block_.quant_scale, block_.max_stream_size);
+    WriteNumber(IDC_QUANT_BOX, block_.quant_scale);
+    // The first box's notification may have brought both numbers into their ranges.
+    WriteNumber(IDC_SIZE_BOX, block_.max_stream_size);
     return S_OK;
 }
 

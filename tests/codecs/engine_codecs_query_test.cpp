@@ -4,6 +4,8 @@
 
 #include <functional>
 
+#include "codecs/ten_bit_codec.h"
+#include "settings/codec_settings.h"
 #include "tests/codecs/engine_codec_support.h"
 
 namespace nyx {
@@ -104,6 +106,26 @@ TEST_F(EngineCodecQueries, EncodingFollowsTheRulesForEveryPair) {
                 }
             }
         }
+    }
+}
+
+TEST_F(EngineCodecQueries, EachCodecReadsItsOwnColourSpace) {
+    const auto colours = [] {
+        const test::EngineCodecs anew;
+        std::vector<LONG> read = {CTenBitCodec().GetColorSpace()};
+        for (const NamedCodec& codec : anew.all) {
+            read.push_back(codec.codec->GetColorSpace());
+        }
+        return read;
+    };
+    const DWORD fourccs[] = {FourCC("Q210"), FourCC("QZTA"), FourCC("QZT2"), FourCC("QLLC"),
+                             FourCC("QMIC")};
+    for (std::size_t i = 0; i < std::size(fourccs); ++i) {
+        std::vector<LONG> expected(std::size(fourccs), 0);
+        expected[i] = 1;
+        WriteCodecSetting(fourccs[i], L"color_space", 1);
+        EXPECT_EQ(colours(), expected) << i;
+        WriteCodecSetting(fourccs[i], L"color_space", 0);
     }
 }
 

@@ -96,6 +96,14 @@ TEST(Guard, AnswersEveryKindOfFaultWithFailure) {
     }
 }
 
+TEST(Guard, AnswersAPageThatWarnsOfItsFirstUseWithFailure) {
+    void* const page = VirtualAlloc(nullptr, 1, MEM_COMMIT, PAGE_READWRITE | PAGE_GUARD);
+    auto read = [page] { static_cast<void>(*static_cast<volatile LONG*>(page)); };
+    EXPECT_EQ(Guarded(read), E_FAIL);
+    EXPECT_EQ(Guarded(read), S_OK) << "it warns once";
+    VirtualFree(page, 0, MEM_RELEASE);
+}
+
 TEST(Guard, LetsACallThatReturnsThrough) {
     LONG value = 0;
     EXPECT_EQ(Guarded([&] { value = 42; }), S_OK);
@@ -211,7 +219,7 @@ DWORD SeenByHost(Call call, HRESULT* result) {
 
 TEST(Guard, PassesOnWhatIsTheHostsBusiness) {
     const DWORD codes[] = {
-        EXCEPTION_STACK_OVERFLOW, EXCEPTION_SINGLE_STEP, EXCEPTION_GUARD_PAGE,
+        EXCEPTION_STACK_OVERFLOW, EXCEPTION_SINGLE_STEP,
         0x40010006,  // debug output
     };
     for (DWORD code : codes) {

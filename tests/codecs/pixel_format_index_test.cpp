@@ -55,6 +55,16 @@ TEST(PixelFormatIndex, FollowsTheTable) {
     }
 }
 
+TEST(PixelFormatIndex, TheStreamsWidthTellsTheDefinition) {
+    const BITMAPINFOHEADER wide = MakeHeader(BI_RGB, 24, 960, 720);
+    for (const LONG streamWidth : {958, 960}) {
+        SurfaceFormat surface = {};
+        ASSERT_EQ(DescribeSurface({&wide, streamWidth, false, false, 0, nullptr, 0}, &surface),
+                  S_OK);
+        EXPECT_EQ(surface.index, streamWidth < 960 ? 3 : 1);
+    }
+}
+
 TEST(PixelFormatIndex, OtherFormatsHaveNone) {
     SurfaceFormat surface = {};
     for (const BITMAPINFOHEADER& header :

@@ -271,19 +271,21 @@ TEST(RowWriters, StayInsideTheBlockWhenAnEngineAsksForMore) {
     }
 }
 
-TEST(TransparentFills, StoreTheFixedWords) {
+TEST(TransparentFills, StoreTheFixedWordsOverAnyWidth) {
     for (const LayoutCase& layout : kLayouts) {
-        const std::size_t bytes = 7 * layout.bytesPerPair;
-        std::vector<BYTE> rows(2 * 600, kGuard);
-        layout.fill(rows.data(), 600, 1, 2, 15, 2);
-        for (std::size_t y = 0; y < 2; ++y) {
-            for (std::size_t at = 0; at < bytes; at += 4) {
-                DWORD word;
-                std::memcpy(&word, rows.data() + y * 600 + at, 4);
-                ASSERT_EQ(word, layout.clearPair[at / 4 % layout.clearPair.size()])
-                    << layout.name << " at " << at;
+        for (const LONG width : {1, 15, 32}) {
+            const auto bytes = static_cast<std::size_t>(width / 2) * layout.bytesPerPair;
+            std::vector<BYTE> rows(2 * 600, kGuard);
+            layout.fill(rows.data(), 600, 1, 2, width, 2);
+            for (std::size_t y = 0; y < 2; ++y) {
+                for (std::size_t at = 0; at < bytes; at += 4) {
+                    DWORD word;
+                    std::memcpy(&word, rows.data() + y * 600 + at, 4);
+                    ASSERT_EQ(word, layout.clearPair[at / 4 % layout.clearPair.size()])
+                        << layout.name << " at " << at;
+                }
+                EXPECT_EQ(rows[y * 600 + bytes], kGuard) << layout.name;
             }
-            EXPECT_EQ(rows[y * 600 + bytes], kGuard) << layout.name;
         }
     }
 }

@@ -66,18 +66,21 @@ TEST_F(ZetaPropertyPage, ShowsTheEncodersLiveParameters) {
     const struct {
         EncodeParameterBlock live;
         Shown shown;
+        HRESULT dirty;  // numbers out of the sliders' ranges are brought into them at once
     } cases[] = {
-        {{0, 4, 40, 1}, {1, L"4", L"40", 4, 40, false}},
-        {{0, 5, 30, 2}, {2, L"5", L"30", 5, 30, false}},
-        {{0, 19, 4, 3}, {3, L"19", L"4", 19, 4, false}},
-        {{1, 12, 60, 4}, {4, L"12", L"60", 12, 60, true}},
-        {{0, 12, 60, 9}, {-1, L"12", L"60", 12, 60, false}},
+        {{0, 4, 40, 1}, {1, L"4", L"40", 4, 40, false}, S_FALSE},
+        {{0, 5, 30, 2}, {2, L"5", L"30", 5, 30, false}, S_FALSE},
+        {{0, 19, 4, 3}, {3, L"19", L"4", 19, 4, false}, S_FALSE},
+        {{1, 12, 60, 4}, {4, L"12", L"60", 12, 60, true}, S_FALSE},
+        {{0, 12, 60, 9}, {-1, L"12", L"60", 12, 60, false}, S_FALSE},
+        {{0, 3, 50, 0}, {0, L"4", L"50", 4, 50, false}, S_OK},
+        {{0, 3, 150, 4}, {4, L"4", L"100", 4, 100, true}, S_OK},
     };
     for (const auto& c : cases) {
         SetLive(c.live);
         const PageHost host(NewPage(), encoder_.get());
         EXPECT_EQ(Look(host), c.shown);
-        EXPECT_EQ(host.page->IsPageDirty(), S_FALSE);
+        EXPECT_EQ(host.page->IsPageDirty(), c.dirty);
         EXPECT_EQ(Live(encoder_), c.live);
     }
 }

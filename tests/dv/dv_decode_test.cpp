@@ -99,6 +99,7 @@ void ExpectCodes(const DvFrame& frame, LONG width, LONG height, const DWORD (&co
 
 TEST(DvDecode, OutputCodesFollowLayoutDefinitionAndColourSpace) {
     ExpectCodes<CDv25Codec>(PalFrame(), 720, 576, {{4, 3}, {2, 1}});
+    ExpectCodes<CDv50Codec>(LoadFrame("dvcpro50_625", 288000), 720, 576, {{4, 3}, {2, 1}});
     ExpectCodes<CDvHdCodec>(LoadFrame("dvcprohd_720_50", 288000), 960, 720, {{8, 7}, {6, 5}});
 }
 

@@ -150,14 +150,19 @@ TEST_F(ReferenceSample, ASampleThatEndsTooEarlyIsRefused) {
               HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE));
 }
 
-TEST_F(ReferenceSample, AFrameThatIsItselfAReferenceIsNotFollowed) {
-    const std::string path = Ansi(folder_.PathOf(L"self.avi"));
-    DvFrame self = DvFrame::Blank(144000);
-    const DvFrame sample = Reference(0, path);
-    std::copy(sample.data(), sample.data() + sample.size(), &self[0]);
-    WriteFile(L"self.avi", 0, 144000, self);
-    EXPECT_EQ(DecodeReference(sample), E_FAIL);
-    EXPECT_TRUE(picture_.IsFilled(0x10, 0x80));
+TEST_F(ReferenceSample, AFrameThatIsItselfAReferenceIsFollowedUnlessThereIsNoEnd) {
+    const auto fileOfReference = [this](const wchar_t* name, const DvFrame& reference) {
+        DvFrame frame = DvFrame::Blank(144000);
+        std::copy(reference.data(), reference.data() + reference.size(), &frame[0]);
+        WriteFile(name, 0, 144000, frame);
+    };
+    const DvFrame self = Reference(0, Ansi(folder_.PathOf(L"self.avi")));
+    fileOfReference(L"self.avi", self);
+    EXPECT_EQ(DecodeReference(self), E_FAIL);
+    EXPECT_TRUE(picture_.IsUntouched());
+
+    fileOfReference(L"first.avi", Reference(0, WriteFile(L"second.avi", 0, 144000, frame_)));
+    EXPECT_EQ(DecodeReference(Reference(0, Ansi(folder_.PathOf(L"first.avi")))), S_OK);
 }
 
 TEST_F(ReferenceSample, OtherVariantsTakeItForAFrame) {
