@@ -61,8 +61,9 @@ HRESULT ConvertFromYuv(const ImagePlane* source, const ImagePlane* sourceAlpha, 
 
 /// Converts an RGB picture to "YUY2" or "W210"; chroma is picked from the even pixel of each pair.
 /// Both alpha planes may be null. A destination alpha plane receives the source alpha plane's
-/// bytes, else the upper eight bits of the pixels' own alpha, else 255. `alphaMode`, 0 or 1, is
-/// common to both sides: colours are not scaled. Results and rules as for ConvertFromYuv.
+/// bytes, else the upper eight bits of the pixels' own alpha, else 255. `alphaMode` is common to
+/// both sides, so that colours are not scaled; with an alpha plane it is 0, of deep layouts 0 or 1.
+/// Results and rules as for ConvertFromYuv.
 HRESULT ConvertToYuv(const ImagePlane* source, DWORD sourceFourCC, DWORD sourceColourFlags,
                      const ImagePlane* sourceAlpha, const ImagePlane* destination,
                      const ImagePlane* destinationAlpha, DWORD destinationFourCC,
