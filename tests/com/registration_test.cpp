@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "platform/fourcc.h"
 #include "tests/support/com_test.h"
 #include "tests/support/filter_mapper.h"
 #include "tests/support/filter_rig.h"
@@ -71,10 +72,16 @@ TEST_F(Registration, TheMapperProposesAFilterForItsStreamsAndNoOther) {
     ASSERT_EQ(Module().RegisterServer(), S_OK);
     for (const ModuleClass& entry : ModuleClasses()) {
         const DWORD merit = std::min<DWORD>(entry.merit, MERIT_NORMAL);
+        const GUID made = entry.isCompressor ? FourCCSubtype(FourCC("QZTA")) : MEDIASUBTYPE_RGB24;
         for (const GUID& subtype : entry.inputSubtypes) {
-            EXPECT_TRUE(MapperFinds(entry.clsid, subtype, merit)) << Narrow(entry.name);
+            EXPECT_TRUE(MapperFinds(entry.clsid, subtype, made, merit)) << Narrow(entry.name);
+            // Decoders are entered for any output: which ones they have is for them to say.
+            EXPECT_EQ(MapperFinds(entry.clsid, subtype, MEDIASUBTYPE_MJPG, merit),
+                      !entry.isCompressor)
+                << Narrow(entry.name);
         }
-        EXPECT_FALSE(MapperFinds(entry.clsid, MEDIASUBTYPE_MJPG, merit)) << Narrow(entry.name);
+        EXPECT_FALSE(MapperFinds(entry.clsid, MEDIASUBTYPE_MJPG, made, merit))
+            << Narrow(entry.name);
     }
 }
 

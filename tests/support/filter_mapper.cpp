@@ -58,14 +58,15 @@ std::optional<RegisteredFilter> FilterInCategory(REFCLSID category, REFCLSID cls
     return Find(monikers.get(), clsid);
 }
 
-bool MapperFinds(REFCLSID clsid, REFGUID inputSubtype, DWORD merit) {
-    const GUID types[] = {MEDIATYPE_Video, inputSubtype};
+bool MapperFinds(REFCLSID clsid, REFGUID inputSubtype, REFGUID outputSubtype, DWORD merit) {
+    const GUID inputs[] = {MEDIATYPE_Video, inputSubtype};
+    const GUID outputs[] = {MEDIATYPE_Video, outputSubtype};
     ComPtr<IFilterMapper2> mapper;
     ComPtr<IEnumMoniker> monikers;
     return CoCreateInstance(CLSID_FilterMapper2, nullptr, CLSCTX_INPROC_SERVER, IID_IFilterMapper2,
                             mapper.PutVoid()) == S_OK &&
-           mapper->EnumMatchingFilters(monikers.Put(), 0, TRUE, merit, TRUE, 1, types, nullptr,
-                                       nullptr, FALSE, TRUE, 0, nullptr, nullptr,
+           mapper->EnumMatchingFilters(monikers.Put(), 0, FALSE, merit, TRUE, 1, inputs, nullptr,
+                                       nullptr, FALSE, TRUE, 1, outputs, nullptr,
                                        nullptr) == S_OK &&
            Find(monikers.get(), clsid);
 }

@@ -16,8 +16,8 @@ struct RegisteredFilter {
 /// The filter of that class in a category, by the system's device enumerator.
 std::optional<RegisteredFilter> FilterInCategory(REFCLSID category, REFCLSID clsid);
 
-/// Whether the filter mapper proposes the class for a video stream of this subtype. `merit` is the
-/// least merit asked for.
-bool MapperFinds(REFCLSID clsid, REFGUID inputSubtype, DWORD merit);
+/// Whether the filter mapper proposes the class for turning video of one subtype into the other.
+/// `merit` is the least merit asked for.
+bool MapperFinds(REFCLSID clsid, REFGUID inputSubtype, REFGUID outputSubtype, DWORD merit);
 
 }  // namespace nyx::test
