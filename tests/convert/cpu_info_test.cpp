@@ -116,6 +116,8 @@ TEST(CpuInfo, SseNeedsTheOperatingSystem) {
         EXPECT_EQ(processor.Answer(kCpuSse), 1);
         EXPECT_EQ(processor.Answer(kCpuSseUsable), usable);
         EXPECT_EQ(processor.Answer(kCpuSse2), usable);
+        processor.leaves[1].edx = Flag(25);
+        EXPECT_EQ(processor.Answer(kCpuSse2), 0) << "its own bit counts too";
     }
 }
 
@@ -143,6 +145,7 @@ TEST(CpuInfo, AvxNeedsItsBitsAndBothStates) {
         {7, kAll, 1, 0, 0},
         {7, kAll, 3, 0, 0},
         {7, kAll, 5, 0, 0},
+        {7, kAll & ~Flag(12), 7, 1, 1},
         {7, kAll & ~Flag(28), 7, 0, 0},
         {7, kAll & ~Flag(27), 7, 0, 0},
         {6, kAll, 7, 1, 0},
@@ -156,7 +159,7 @@ TEST(CpuInfo, AvxNeedsItsBitsAndBothStates) {
         const CpuInfo info = processor.Fill();
         SCOPED_TRACE(testing::Message() << std::hex << c.leaf1Ecx << " " << c.xcr0);
         EXPECT_EQ(HasCpuFeature(info, kCpuAvx), c.avx);
-        EXPECT_EQ(HasCpuFeature(info, kCpuFma), c.avx);
+        EXPECT_EQ(HasCpuFeature(info, kCpuFma), c.avx && (c.leaf1Ecx & Flag(12)) != 0);
         EXPECT_EQ(HasCpuFeature(info, kCpuAvx2), c.avx2);
         // Without OSXSAVE the register must not be read: the instruction would fault.
         const bool saves = (c.leaf1Ecx & Flag(27)) != 0;
