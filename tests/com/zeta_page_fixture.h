@@ -5,6 +5,7 @@
 
 #include "filters/zeta_property_page_resources.h"
 #include "tests/com/zeta_encoder_fixture.h"
+#include "tests/support/module_classes.h"
 #include "tests/support/page_host.h"
 
 namespace nyx::test {
@@ -14,11 +15,11 @@ class ZetaPageTest : public ZetaEncoderTest {
     // Windows bring system parts that keep task memory of their own.
     ZetaPageTest() { TaskMemoryIsTheSystems(); }
 
+    /// The page closes the catalogue.
     static ComPtr<IPropertyPage> NewPage() {
-        const CLSID clsid = {
-            0x55B150FB, 0x86E8, 0x4B96, {0x98, 0x49, 0x73, 0xB7, 0x6D, 0x26, 0x0D, 0x2A}};
         ComPtr<IPropertyPage> page;
-        Module().CreateInstance(clsid, nullptr, IID_IPropertyPage, page.PutVoid());
+        Module().CreateInstance(ModuleClasses().back().clsid, nullptr, IID_IPropertyPage,
+                                page.PutVoid());
         return page;
     }
 

@@ -1,6 +1,8 @@
 /// Every allocation that the module makes, failing in turn: the call says so, nothing is lost, no
 /// picture is touched, and the same call works once there is memory again.
 
+#include <ocidl.h>
+
 #include <algorithm>
 #include <functional>
 
@@ -8,6 +10,7 @@
 #include "tests/support/com_test.h"
 #include "tests/support/filter_rig.h"
 #include "tests/support/loaded_module.h"
+#include "tests/support/module_classes.h"
 
 namespace nyx::test {
 namespace {
@@ -42,34 +45,35 @@ class Starvation {
 
 using Answers = std::vector<HRESULT>;
 
-class AllocationFailure : public FilterTest {
-  protected:
-    /// Runs `call` with its first allocation failing, then its second, and so on until it makes no
-    /// more. A call that failed says one of `failures` and may be one of those that carry on
-    /// without: then `S_OK` is among them. Returns how many allocations the call makes.
-    long FailEach(const std::function<HRESULT()>& call, const Answers& failures = {E_OUTOFMEMORY}) {
-        for (long number = 1;; ++number) {
-            const long alive = CountMemory().alive;
-            HRESULT result = S_OK;
-            long asked = 0;
-            {
-                const Starvation starvation(number);
-                result = call();
-                asked = CountMemory().asked;
-            }
-            if (asked < number) {
-                EXPECT_EQ(result, S_OK) << "nothing failed";
-                return number - 1;
-            }
-            EXPECT_TRUE(std::count(failures.begin(), failures.end(), result))
-                << "allocation " << number << ": " << std::hex << result;
-            if (FAILED(result)) {
-                EXPECT_EQ(CountMemory().alive, alive) << "lost memory after allocation " << number;
-            }
+/// Runs `call` with its first allocation failing, then its second, and so on until it makes no
+/// more. A call that failed says one of `failures` and may be one of those that carry on
+/// without: then `S_OK` is among them. Returns how many allocations the call makes.
+long FailEach(const std::function<HRESULT()>& call, const Answers& failures = {E_OUTOFMEMORY}) {
+    for (long number = 1;; ++number) {
+        const long alive = CountMemory().alive;
+        HRESULT result = S_OK;
+        long asked = 0;
+        {
+            const Starvation starvation(number);
+            result = call();
+            asked = CountMemory().asked;
+        }
+        if (asked < number) {
+            EXPECT_EQ(result, S_OK) << "nothing failed";
+            return number - 1;
+        }
+        EXPECT_TRUE(std::count(failures.begin(), failures.end(), result))
+            << "allocation " << number << ": " << std::hex << result;
+        if (FAILED(result)) {
+            EXPECT_EQ(CountMemory().alive, alive) << "lost memory after allocation " << number;
         }
     }
-};
+}
+
+class AllocationFailure : public FilterTest {};
 NYX_FOR_EVERY_FILTER(AllocationFailure);
+
+using PageAllocationFailure = ComTest;
 
 TEST_P(AllocationFailure, OfCreation) {
     // A setting that cannot be read for want of memory takes its default, as any other would.
@@ -83,6 +87,18 @@ TEST_P(AllocationFailure, OfCreation) {
         },
         {E_OUTOFMEMORY, S_OK});
     EXPECT_GE(made, 2) << "the factory and the filter";
+}
+
+TEST_F(PageAllocationFailure, OfCreation) {
+    const CLSID& clsid = ModuleClasses().back().clsid;  // the page closes the catalogue
+    ASSERT_FALSE(ModuleClasses().back().isFilter);
+    const long made = FailEach(
+        [&] {
+            ComPtr<IPropertyPage> page;
+            return Module().CreateInstance(clsid, nullptr, IID_IPropertyPage, page.PutVoid());
+        },
+        {E_OUTOFMEMORY, S_OK});
+    EXPECT_GE(made, 2) << "the factory and the page";
 }
 
 TEST_P(AllocationFailure, OfThePins) {
