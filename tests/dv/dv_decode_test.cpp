@@ -103,6 +103,29 @@ TEST(DvDecode, OutputCodesFollowLayoutDefinitionAndColourSpace) {
     ExpectCodes<CDvHdCodec>(LoadFrame("dvcprohd_720_50", 288000), 960, 720, {{8, 7}, {6, 5}});
 }
 
+TEST(DvDecode, ASampleThatEndsBeforeTheLengthItClaimsIsBlack) {
+    Bound<CDv25Codec> bound;
+    const DvFrame frame = PalFrame();
+    const test::GuardedMemory sample(100);
+    std::copy(frame.data(), frame.data() + sample.size(), sample.data());
+    BITMAPINFOHEADER input = test::DvHeader(FourCC("QDVC"), 720, 576);
+    input.biSizeImage = 144000;
+    DvPicture picture(16, 720, 576);
+    EXPECT_EQ(bound.codec.Decompress(&input, sample.data(), &picture.header(), false,
+                                     picture.data(), 0, 0),
+              E_FAIL);
+    EXPECT_TRUE(picture.IsFilled(0x10, 0x80));
+}
+
+TEST(DvDecode, AStrideBelowARowIsRefused) {
+    Bound<CDv25Codec> bound;
+    for (const LONG stride : {1438, -1438, 1}) {
+        DvPicture picture(16, 720, 576);
+        EXPECT_EQ(Decode(bound.codec, 720, 576, PalFrame(), &picture, stride), E_FAIL) << stride;
+        EXPECT_TRUE(picture.IsUntouched()) << stride;
+    }
+}
+
 TEST(DvDecode, RgbIsBottomUpUnlessItsHeightIsNegativeOrAStrideIsGiven) {
     Bound<CDv25Codec> bound;
     struct Case {
