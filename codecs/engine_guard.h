@@ -30,6 +30,14 @@ HRESULT Guarded(Call&& call) {
     return CallGuarded([](void* context) { (*static_cast<Callable*>(context))(); }, &call);
 }
 
+/// The result of a guarded callable that has one; `E_FAIL` when it raised.
+template <typename Call>
+HRESULT GuardedResult(Call&& call) {
+    HRESULT result = E_FAIL;
+    Guarded([&] { result = call(); });
+    return result;
+}
+
 /// Calls an engine's entry through the guard and stores what it returned. `E_FAIL`, with `returned`
 /// untouched, when the entry is not bound (null) or raised.
 template <typename Entry, typename... Arguments>

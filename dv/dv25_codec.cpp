@@ -94,14 +94,12 @@ HRESULT CDv25Codec::DecodeFrame(LONG width, LONG height, LONG flags, const void*
     if (FAILED(result) || bytesPerPixel == 4) {
         return result;
     }
-    HRESULT stretched = E_FAIL;
-    const HRESULT guarded = Guarded([&] {
-        stretched = StretchRows(
+    return GuardedResult([&] {
+        return StretchRows(
             UnitOf(bytesPerPixel),
             {recorded.data(), recorded.stride(), UnitsOf(kRecordedWidth, bytesPerPixel)},
             {destination, stride, UnitsOf(width, bytesPerPixel)}, height);
     });
-    return FAILED(guarded) ? guarded : stretched;
 }
 
 LONG CDv25Codec::EncodeFlags(const SurfaceFormat& source) const {

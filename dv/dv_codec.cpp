@@ -49,9 +49,7 @@ constexpr int kMostReferences = 8;
 
 /// The frame may be anywhere, in a mapped file whose disk is gone too.
 HRESULT ParseGuarded(ByteSpan frame, CLvtDifParser* parser) {
-    HRESULT parsed = E_FAIL;
-    const HRESULT read = Guarded([&] { parsed = parser->Parse(frame.data(), frame.size()); });
-    return FAILED(read) ? read : parsed;
+    return GuardedResult([&] { return parser->Parse(frame.data(), frame.size()); });
 }
 
 /// Rows that lie apart, so that none reaches past the picture.

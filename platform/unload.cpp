@@ -21,11 +21,15 @@ constexpr LONG kMostSlots = 8;
 DWORD slots[kMostSlots];
 LONG slotCount = 0;
 
+/// A function of a system library that is always loaded; null when it lacks it.
+template <typename Function>
+Function SystemFunction(const wchar_t* library, const char* name) {
+    return reinterpret_cast<Function>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(library), name)));
+}
+
 DWORD WINAPI AllocateSlot() {
-    using Allocate = DWORD(WINAPI*)();
-    const auto allocate = reinterpret_cast<Allocate>(
-        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "TlsAlloc")));
-    const DWORD slot = allocate();
+    const DWORD slot = SystemFunction<DWORD(WINAPI*)()>(L"kernel32.dll", "TlsAlloc")();
     const LONG at = InterlockedIncrement(&slotCount) - 1;
     if (slot != TLS_OUT_OF_INDEXES && at < kMostSlots) {
         slots[at] = slot;
@@ -44,9 +48,7 @@ void EndThisThreadsPart() {
 
 /// The process ends: its other threads are gone, perhaps with a lock of the runtime.
 bool ProcessEnds() {
-    using Asks = BOOLEAN(WINAPI*)();
-    const auto asks = reinterpret_cast<Asks>(reinterpret_cast<void*>(
-        GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "RtlDllShutdownInProgress")));
+    const auto asks = SystemFunction<BOOLEAN(WINAPI*)()>(L"ntdll.dll", "RtlDllShutdownInProgress");
     return !asks || asks();
 }
 

@@ -34,12 +34,11 @@ bool IsWorkSize(LONG size, LONG width, LONG height) {
 }
 
 LONG Probe(Zeta2DecodeRecord* record, Action action) {
-    const LONG result = ProbeLength(record, kTag, action);
-    if (result == kDone) {
-        const bool alpha = ReadHeader(record->frame, kTag)->alphaBytes != 0;
-        record->alphaKind = alpha ? nyx::kZeta2FirstAlphaKind : 0;
+    const auto header = ReadHeader(record->frame, kTag);
+    if (header) {
+        record->alphaKind = header->alphaBytes != 0 ? nyx::kZeta2FirstAlphaKind : 0;
     }
-    return result;
+    return ProbeLength(record, header, action);
 }
 
 LONG Store(const Picture& picture, const Surface& surface, DWORD code) {

@@ -48,8 +48,7 @@ inline LONG EncodeInto(void* output, std::size_t capacity, std::string_view tag,
 
 /// Answers a probe with the coded length, or with one more when told to lie.
 template <class Record>
-LONG ProbeLength(Record* record, std::string_view tag, Action action) {
-    const auto header = ReadHeader(record->frame, tag);
+LONG ProbeLength(Record* record, const std::optional<FrameHeader>& header, Action action) {
     if (!header) {
         return kBadFrame;
     }
@@ -67,7 +66,8 @@ LONG RunDecodeEntry(void* words, std::string_view tag,
     LogCall(purpose, words, sizeof(record) / sizeof(DWORD));
     return RunEntry(purpose, [&](Action action) -> LONG {
         if (probe) {
-            return ProbeLength(static_cast<ProbeRecord*>(words), tag, action);
+            auto* asked = static_cast<ProbeRecord*>(words);
+            return ProbeLength(asked, ReadHeader(asked->frame, tag), action);
         }
         return record.command == nyx::kCommandDecode ? decode(record, action) : LONG{kBadRecord};
     });
