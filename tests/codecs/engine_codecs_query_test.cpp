@@ -5,8 +5,8 @@
 #include <functional>
 
 #include "codecs/ten_bit_codec.h"
-#include "settings/codec_settings.h"
 #include "tests/codecs/engine_codec_support.h"
+#include "tests/codecs/stored_setting.h"
 
 namespace nyx {
 namespace {
@@ -123,9 +123,8 @@ TEST_F(EngineCodecQueries, EachCodecReadsItsOwnColourSpace) {
     for (std::size_t i = 0; i < std::size(fourccs); ++i) {
         std::vector<LONG> expected(std::size(fourccs), 0);
         expected[i] = 1;
-        WriteCodecSetting(fourccs[i], L"color_space", 1);
+        const test::StoredSetting setting(fourccs[i], L"color_space", 1);
         EXPECT_EQ(colours(), expected) << i;
-        WriteCodecSetting(fourccs[i], L"color_space", 0);
     }
 }
 

@@ -7,8 +7,8 @@
 #include "codecs/engine_records.h"
 #include "codecs/pixel_format_index.h"
 #include "convert/convert.h"
-#include "settings/codec_settings.h"
 #include "tests/codecs/engine_codec_support.h"
+#include "tests/codecs/stored_setting.h"
 
 namespace nyx {
 namespace {
@@ -162,9 +162,8 @@ std::vector<BYTE> OpaqueRgb(const std::vector<BYTE>& rgb, std::size_t from, std:
 TEST_F(LosslessCodec, ConvertsEveryKindToEveryOutput) {
     for (const Colours& colours : kColours) {
         const Conversion& conversion = colours.conversion;
-        WriteCodecSetting(kLossless, L"color_space", colours.colorSpace);
+        const test::StoredSetting setting(kLossless, L"color_space", colours.colorSpace);
         CLosslessCodec codec;  // reads the setting
-        WriteCodecSetting(kLossless, L"color_space", 0);
         EXPECT_EQ(codec.GetColorSpace(), colours.colorSpace);
         for (const Kind& kind : kKinds) {
             // Top-down, so that buffers compare row by row.

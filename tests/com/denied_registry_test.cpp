@@ -1,25 +1,16 @@
 #include "tests/support/denied_registry.h"
 
+#include "tests/com/registration_fixture.h"
 #include "tests/com/zeta_encoder_fixture.h"
 #include "tests/support/registry_snapshot.h"
 
 namespace nyx::test {
 namespace {
 
-/// Leaves the prefix without the module, whatever it held before.
-class DeniedUnregistration : public ComTest {
-  protected:
-    void SetUp() override {
-        TaskMemoryIsTheSystems();
-        // The system makes the keys of its categories with the first filter and keeps them.
-        Module().RegisterServer();
-        Module().UnregisterServer();
-    }
-    void TearDown() override { Module().UnregisterServer(); }
-};
+using DeniedUnregistration = RegistrationTest;
 
-/// The same with one of the functions that write refused.
-class DeniedRegistration : public DeniedUnregistration,
+/// With one of the functions that write refused.
+class DeniedRegistration : public RegistrationTest,
                            public ::testing::WithParamInterface<const char*> {};
 INSTANTIATE_TEST_SUITE_P(Writing, DeniedRegistration,
                          ::testing::Values("RegCreateKeyExW", "RegSetValueExW"),

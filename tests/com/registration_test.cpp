@@ -2,10 +2,9 @@
 #include <optional>
 
 #include "platform/fourcc.h"
-#include "tests/support/com_test.h"
+#include "tests/com/registration_fixture.h"
 #include "tests/support/filter_mapper.h"
 #include "tests/support/filter_rig.h"
-#include "tests/support/loaded_module.h"
 #include "tests/support/module_classes.h"
 #include "tests/support/narrow.h"
 #include "tests/support/registry_snapshot.h"
@@ -31,15 +30,7 @@ std::optional<std::wstring> ClassValue(const std::wstring& key, const wchar_t* n
     return text;
 }
 
-/// Leaves the prefix without the module, whatever it held before.
-class Registration : public ComTest {
-  protected:
-    void SetUp() override {
-        TaskMemoryIsTheSystems();
-        Module().UnregisterServer();
-    }
-    void TearDown() override { Module().UnregisterServer(); }
-};
+using Registration = RegistrationTest;
 
 TEST_F(Registration, WritesTheServerKeysOfEveryClass) {
     ASSERT_EQ(Module().RegisterServer(), S_OK);

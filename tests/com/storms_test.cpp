@@ -2,10 +2,10 @@
 /// and a hundred filters at once. NYX_STORM_SECONDS makes the storms last.
 
 #include <atomic>
-#include <cstdlib>
 #include <memory>
 
 #include "tests/support/com_test.h"
+#include "tests/support/environment.h"
 #include "tests/support/filter_rig.h"
 #include "tests/support/watchdog.h"
 
@@ -13,8 +13,8 @@ namespace nyx::test {
 namespace {
 
 std::chrono::milliseconds StormTime() {
-    const char* seconds = std::getenv("NYX_STORM_SECONDS");
-    return std::chrono::milliseconds(seconds ? std::atoi(seconds) * 1000 : 400);
+    const int seconds = FromEnvironment("NYX_STORM_SECONDS", -1);
+    return std::chrono::milliseconds(seconds < 0 ? 400 : seconds * 1000);
 }
 
 /// Does `work` over and over on a thread of its own, once at least, until told to stop.

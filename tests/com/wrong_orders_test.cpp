@@ -1,20 +1,16 @@
 /// Calls in any order, as by a host that has lost its thread: thousands, drawn at random with a
 /// seed that NYX_ORDER_SEED changes. NYX_ORDER_CALLS makes the run longer.
 
-#include <cstdlib>
+#include <atomic>
 #include <random>
 
 #include "tests/support/com_test.h"
+#include "tests/support/environment.h"
 #include "tests/support/filter_rig.h"
 #include "tests/support/watchdog.h"
 
 namespace nyx::test {
 namespace {
-
-int FromEnvironment(const char* name, int otherwise) {
-    const char* text = std::getenv(name);
-    return text ? std::atoi(text) : otherwise;
-}
 
 using Random = std::minstd_rand;
 
@@ -24,7 +20,7 @@ struct Call {
     void (*make)(FilterRig& rig, Random& random);
 };
 
-/// Sizes a sample may claim of its frame, in eighths.
+/// A frame cut to any number of its eighths, with any flags.
 SampleProperties AnyFrame(FilterRig& rig, Random& random) {
     SampleProperties sample = rig.Frame();
     sample.bytes.resize(sample.bytes.size() * (random() % 9) / 8);
@@ -178,14 +174,17 @@ TEST_P(WrongOrders, OfThousandsOfCallsAreSurvivedAndTheFilterStreamsAfterwards) 
     const int calls = row().Rounds(FromEnvironment("NYX_ORDER_CALLS", 10000));
     SCOPED_TRACE(testing::Message() << "seed " << seed);
     Random random(static_cast<Random::result_type>(seed));
+    std::atomic<const char*> latest{"before the first call"};
     MustFinish(
-        "calls in any order",
+        latest,
         [&] {
             for (int i = 0; i < calls; ++i) {
                 if (random() % 8 == 0) {
                     InGoodOrder(rig);
                 }
-                kCalls[random() % std::size(kCalls)].make(rig, random);
+                const Call& call = kCalls[random() % std::size(kCalls)];
+                latest = call.name;
+                call.make(rig, random);
             }
         },
         std::chrono::seconds(60));

@@ -5,122 +5,86 @@
 namespace nyx::test {
 namespace {
 
-class ZetaPageOrders : public ZetaPageTest {
-  protected:
-    void Call(unsigned which);
-    RECT place_ = {0, 0, 300, 200};
-    MSG key_ = {nullptr, WM_KEYDOWN, VK_TAB, 1, 0, {}};
-    ComPtr<PageSite> site_ = MakeCom<PageSite>();
-    ComPtr<IEncodeParmeter_QZTA> encoder_ = NewEncoder();
-    ComPtr<IPropertyPage> page_ = NewPage();
-    HWND frame_ = CreateWindowExW(0, L"STATIC", L"", WS_POPUP, 0, 0, 400, 300, nullptr, nullptr,
-                                  nullptr, nullptr);
+/// A page and what a host may hand it.
+struct PageRig {
+    ComPtr<IPropertyPage> page;
+    ComPtr<IEncodeParmeter_QZTA> encoder;
+    ComPtr<PageSite> site = MakeCom<PageSite>();
+    RECT place = {0, 0, 300, 200};
+    HWND frame = CreateWindowExW(0, L"STATIC", L"", WS_POPUP, 0, 0, 400, 300, nullptr, nullptr,
+                                 nullptr, nullptr);
+
+    void SetSite() { page->SetPageSite(site.get()); }
+    void SetObject(IUnknown* object) { page->SetObjects(1, &object); }
+    void Show() { page->Activate(frame, &place, FALSE); }
 };
 
-constexpr unsigned kCalls = 23;
+void (*const kCalls[])(PageRig&) = {
+    [](PageRig& rig) { rig.SetSite(); },
+    [](PageRig& rig) { rig.page->SetPageSite(nullptr); },
+    [](PageRig& rig) { rig.SetObject(rig.encoder.get()); },
+    [](PageRig& rig) { rig.SetObject(rig.site.get()); },
+    [](PageRig& rig) { rig.SetObject(nullptr); },
+    [](PageRig& rig) { rig.page->SetObjects(1, nullptr); },
+    [](PageRig& rig) {
+        IUnknown* two[] = {rig.encoder.get(), rig.site.get()};
+        rig.page->SetObjects(2, two);
+    },
+    [](PageRig& rig) { rig.page->SetObjects(0, nullptr); },
+    [](PageRig& rig) { rig.Show(); },
+    [](PageRig& rig) { rig.page->Activate(rig.frame, nullptr, TRUE); },
+    [](PageRig& rig) {
+        rig.page->Activate(reinterpret_cast<HWND>(1), &rig.place, FALSE);  // no window
+    },
+    [](PageRig& rig) { rig.page->Deactivate(); },
+    [](PageRig& rig) { rig.page->GetPageInfo(nullptr); },
+    [](PageRig& rig) {
+        PROPPAGEINFO info{};
+        rig.page->GetPageInfo(&info);
+        CoTaskMemFree(info.pszTitle);
+    },
+    [](PageRig& rig) { rig.page->Show(SW_SHOWNOACTIVATE); },
+    [](PageRig& rig) { rig.page->Show(12345); },
+    [](PageRig& rig) { rig.page->Move(&rig.place); },
+    [](PageRig& rig) { rig.page->Move(nullptr); },
+    [](PageRig& rig) { rig.page->IsPageDirty(); },
+    [](PageRig& rig) { rig.page->Apply(); },
+    [](PageRig& rig) { rig.page->Help(nullptr); },
+    [](PageRig& rig) { rig.page->TranslateAccelerator(nullptr); },
+    [](PageRig& rig) {
+        MSG key = {nullptr, WM_KEYDOWN, VK_TAB, 1, 0, {}};
+        rig.page->TranslateAccelerator(&key);
+        for (const int button : kPresetButtons) {
+            SendDlgItemMessageW(GetWindow(rig.frame, GW_CHILD), button, BM_CLICK, 0, 0);
+        }
+    },
+};
 
-void ZetaPageOrders::Call(unsigned which) {
-    IUnknown* objects[] = {encoder_.get(), site_.get(), nullptr};
-    PROPPAGEINFO info{};
-    const HWND dialog = GetWindow(frame_, GW_CHILD);
-    switch (which) {
-        case 0:
-            page_->SetPageSite(site_.get());
-            break;
-        case 1:
-            page_->SetPageSite(nullptr);
-            break;
-        case 2:
-            page_->SetObjects(1, &objects[0]);
-            break;
-        case 3:
-            page_->SetObjects(1, &objects[1]);
-            break;  // no encoder
-        case 4:
-            page_->SetObjects(1, &objects[2]);
-            break;  // no object
-        case 5:
-            page_->SetObjects(1, nullptr);
-            break;
-        case 6:
-            page_->SetObjects(2, objects);
-            break;
-        case 7:
-            page_->SetObjects(0, nullptr);
-            break;
-        case 8:
-            page_->Activate(frame_, &place_, FALSE);
-            break;
-        case 9:
-            page_->Activate(frame_, nullptr, TRUE);
-            break;
-        case 10:
-            page_->Activate(reinterpret_cast<HWND>(1), &place_, FALSE);
-            break;
-        case 11:
-            page_->Deactivate();
-            break;
-        case 12:
-            page_->GetPageInfo(nullptr);
-            break;
-        case 13:
-            page_->GetPageInfo(&info);
-            CoTaskMemFree(info.pszTitle);
-            break;
-        case 14:
-            page_->Show(SW_SHOWNOACTIVATE);
-            break;
-        case 15:
-            page_->Show(12345);
-            break;
-        case 16:
-            page_->Move(&place_);
-            break;
-        case 17:
-            page_->Move(nullptr);
-            break;
-        case 18:
-            page_->IsPageDirty();
-            break;
-        case 19:
-            page_->Apply();
-            break;
-        case 20:
-            page_->Help(nullptr);
-            break;
-        case 21:
-            page_->TranslateAccelerator(nullptr);
-            break;
-        default:
-            page_->TranslateAccelerator(&key_);
-            for (const int button : kPresetButtons) {
-                SendDlgItemMessageW(dialog, button, BM_CLICK, 0, 0);
-            }
-    }
-}
+using ZetaPageOrders = ZetaPageTest;
 
 TEST_F(ZetaPageOrders, OfHundredsOfCallsAreSurvivedAndThePageServesAfterwards) {
-    ASSERT_TRUE(page_ && encoder_ && frame_);
+    PageRig rig = {NewPage(), NewEncoder()};
+    ASSERT_TRUE(rig.page && rig.encoder && rig.frame);
     std::minstd_rand random;
     for (int i = 0; i < 1000; ++i) {
         if (random() % 8 == 0) {  // so that what follows meets a page that is shown
-            Call(0);
-            Call(2);
-            Call(8);
+            rig.SetSite();
+            rig.SetObject(rig.encoder.get());
+            rig.Show();
         }
-        Call(random() % kCalls);
+        kCalls[random() % std::size(kCalls)](rig);
     }
-    page_->Deactivate();
-    page_->SetObjects(0, nullptr);
-    page_->SetPageSite(nullptr);
-    DestroyWindow(frame_);
+    rig.page->Deactivate();
+    rig.page->SetObjects(0, nullptr);
+    rig.page->SetPageSite(nullptr);
+    DestroyWindow(rig.frame);
 
     const EncodeParameterBlock before = {0, 5, 30, 2};
-    ASSERT_EQ(encoder_->SetParameter(&before, FALSE), S_OK);
-    const PageHost host(page_, encoder_.get());
+    ASSERT_EQ(rig.encoder->SetParameter(&before, FALSE), S_OK);
+    const PageHost host(rig.page, rig.encoder.get());
     host.Click(IDC_PRESET_FINE);
-    EXPECT_EQ(page_->Apply(), S_OK);
-    EXPECT_EQ(Live(encoder_).preset, 1);
+    EXPECT_EQ(rig.page->Apply(), S_OK);
+    EXPECT_EQ(Live(rig.encoder).preset, 1);
 }
 
 }  // namespace

@@ -10,9 +10,9 @@
 
 #include "engines/standin/dv_picture.h"
 #include "platform/fourcc.h"
-#include "settings/codec_settings.h"
 #include "tests/codecs/picture_header.h"
 #include "tests/codecs/standin_engines.h"
+#include "tests/codecs/stored_setting.h"
 #include "tests/dv/dv_frames.h"
 #include "tests/support/guarded_memory.h"
 
@@ -92,20 +92,5 @@ inline bool IsStandinRow(const BYTE* row, LONG width, int y, std::uint32_t diges
     }
     return true;
 }
-
-/// A codec setting that is there while in scope.
-class StoredSetting {
-  public:
-    StoredSetting(DWORD fourcc, const wchar_t* name, LONG value) : fourcc_(fourcc), name_(name) {
-        EXPECT_EQ(WriteCodecSetting(fourcc, name, value), 0);
-    }
-    ~StoredSetting() { WriteCodecSetting(fourcc_, name_, 0); }
-    StoredSetting(const StoredSetting&) = delete;
-    StoredSetting& operator=(const StoredSetting&) = delete;
-
-  private:
-    DWORD fourcc_;
-    const wchar_t* name_;
-};
 
 }  // namespace nyx::test
