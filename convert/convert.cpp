@@ -49,4 +49,36 @@ HRESULT ConvertToYuv(const ImagePlane* source, DWORD sourceFourCC, DWORD sourceC
                                       RangeOfCode(code), MatrixOfCode(code), width, height});
 }
 
+HRESULT StripConversion::PrepareFromYuv(DWORD sourceFourCC, DWORD sourceColourFlags,
+                                        DWORD destinationFourCC, DWORD destinationColourFlags) {
+    *this = {};
+    if (ResolveColourFlags(destinationColourFlags, sourceColourFlags) < 0 ||
+        BytesPerPixel(sourceFourCC) == 0 || BytesPerPixel(destinationFourCC) == 0) {
+        return E_INVALIDARG;
+    }
+    sourceFourCC_ = sourceFourCC;
+    sourceFlags_ = sourceColourFlags;
+    destinationFourCC_ = destinationFourCC;
+    destinationFlags_ = destinationColourFlags;
+    return S_OK;
+}
+
+HRESULT StripConversion::PrepareToYuv(DWORD sourceFourCC, DWORD sourceColourFlags,
+                                      DWORD destinationFourCC, DWORD destinationColourFlags) {
+    const HRESULT result =
+        PrepareFromYuv(sourceFourCC, destinationColourFlags, destinationFourCC, sourceColourFlags);
+    toYuv_ = true;
+    sourceFlags_ = sourceColourFlags;
+    destinationFlags_ = destinationColourFlags;
+    return result;
+}
+
+HRESULT StripConversion::Run(const ImagePlane& source, const ImagePlane& destination, LONG width,
+                             LONG height) const {
+    return toYuv_ ? ConvertToYuv(&source, sourceFourCC_, sourceFlags_, nullptr, &destination,
+                                 nullptr, destinationFourCC_, destinationFlags_, 0, width, height)
+                  : ConvertFromYuv(&source, nullptr, sourceFourCC_, sourceFlags_, 0, &destination,
+                                   destinationFourCC_, destinationFlags_, 0, width, height);
+}
+
 }  // namespace nyx

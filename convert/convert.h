@@ -69,4 +69,27 @@ HRESULT ConvertToYuv(const ImagePlane* source, DWORD sourceFourCC, DWORD sourceC
                      const ImagePlane* destinationAlpha, DWORD destinationFourCC,
                      DWORD destinationColourFlags, LONG alphaMode, LONG width, LONG height);
 
+/// A conversion without alpha planes that is chosen once and then run on any number of strips of
+/// rows. Prepared, it may be run on several threads at once.
+class StripConversion {
+  public:
+    /// Both take the formats and flags as ConvertFromYuv and ConvertToYuv do; `E_INVALIDARG` for an
+    /// unsupported combination, after which nothing can be run.
+    HRESULT PrepareFromYuv(DWORD sourceFourCC, DWORD sourceColourFlags, DWORD destinationFourCC,
+                           DWORD destinationColourFlags);
+    HRESULT PrepareToYuv(DWORD sourceFourCC, DWORD sourceColourFlags, DWORD destinationFourCC,
+                         DWORD destinationColourFlags);
+
+    /// Converts one strip; results and rules as for ConvertFromYuv.
+    HRESULT Run(const ImagePlane& source, const ImagePlane& destination, LONG width,
+                LONG height) const;
+
+  private:
+    bool toYuv_ = false;
+    DWORD sourceFourCC_ = 0;
+    DWORD sourceFlags_ = 0;
+    DWORD destinationFourCC_ = 0;
+    DWORD destinationFlags_ = 0;
+};
+
 }  // namespace nyx
