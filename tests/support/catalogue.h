@@ -1,0 +1,67 @@
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include "tests/support/media_types.h"
+
+namespace nyx::test {
+
+/// One output format of a filter.
+struct OutputFormat {
+    GUID subtype;
+    WORD bits;
+    DWORD compression;
+};
+
+/// What a test must know of one filter of the module.
+struct CatalogueRow {
+    const char* name;      ///< letters and digits only: part of a test's name
+    const wchar_t* title;  ///< in the registry
+    CLSID clsid;
+    const char* fourcc;     ///< of the coded side
+    WORD bits;              ///< of the input
+    const char* coding;     ///< of the stand-in engine that makes its frames; null: none does
+    const wchar_t* engine;  ///< the library that it needs; null: none
+    Stream stream;          ///< the smallest that it takes, or nearly
+    Stream other;           ///< another of its streams, narrower if it has such
+
+    bool IsEncoder() const { return bits == 16; }
+    /// In order; each is offered in both block forms, all of the long form first.
+    std::vector<OutputFormat> Outputs() const;
+    MediaType InputType(const Stream& input) const;
+    MediaType InputType() const { return InputType(stream); }
+    /// By position in Outputs().
+    MediaType OutputType(std::size_t format, const Stream& output) const;
+    MediaType OutputType(std::size_t format = 0) const { return OutputType(format, stream); }
+    /// What the filter asks for as the size of an output buffer.
+    LONG BufferBytes(std::size_t format = 0) const;
+    /// A well-formed sample.
+    std::vector<BYTE> Frame(const Stream& input) const;
+};
+
+/// Its property page, the module's tenth class.
+extern const CLSID kPropertyPage;
+extern const wchar_t* const kPropertyPageTitle;
+
+/// All nine filters, in the module's order, and the Zeta decoder once more with alpha.
+const std::vector<CatalogueRow>& Catalogue();
+/// Those of these names; throws std::logic_error when there is no such.
+std::vector<CatalogueRow> Rows(const std::vector<std::string>& names);
+inline CatalogueRow Row(const std::string& name) {
+    return Rows({name}).front();
+}
+/// One filter without an engine, one with, one that encodes: what is true of these in the words of
+/// the base classes and the templates is true of all.
+inline std::vector<CatalogueRow> ThreeKinds() {
+    return Rows({"Q210Decoder", "ZetaDecoder", "ZetaEncoder"});
+}
+inline std::vector<CatalogueRow> TwoDecoders() {
+    return Rows({"Q210Decoder", "ZetaDecoder"});
+}
+
+/// Prints the row's name in a failed test's message.
+void PrintTo(const CatalogueRow& row, std::ostream* out);
+
+}  // namespace nyx::test

@@ -1,0 +1,93 @@
+#pragma once
+
+/// @file
+/// COM as the tests need it: the platform's smart pointer, and objects of the suite's own.
+
+#include <wrl/client.h>
+
+#include <atomic>
+#include <utility>
+
+#include "tests/support/directshow.h"
+
+namespace nyx::test {
+
+using Microsoft::WRL::ComPtr;
+
+/// Another interface of the same object, empty when it has none.
+template <class U, class T>
+ComPtr<U> As(T* object) {
+    ComPtr<U> other;
+    if (object) {
+        object->QueryInterface(__uuidof(U), reinterpret_cast<void**>(other.GetAddressOf()));
+    }
+    return other;
+}
+template <class U, class T>
+ComPtr<U> As(const ComPtr<T>& object) {
+    return As<U>(object.Get());
+}
+
+/// Takes over the caller's reference.
+template <class T>
+ComPtr<T> Adopt(T* object) {
+    ComPtr<T> pointer;
+    *pointer.GetAddressOf() = object;  // Attach adds a reference in this compiler's version
+    return pointer;
+}
+
+/// A new object of the suite's own, whose constructor leaves one reference for its creator.
+template <class T, class... Args>
+ComPtr<T> Make(Args&&... args) {
+    return Adopt(new T(std::forward<Args>(args)...));
+}
+
+/// The suite's own objects that are alive: a reference that the module keeps to one shows here.
+inline std::atomic<long> liveObjects{0};
+
+/// `self` as the interface `iid` when `I` or one of `More` is it, else null.
+template <class I, class... More, class Self>
+void* FindInterface(Self* self, REFIID iid) {
+    if (iid == __uuidof(I)) {
+        return static_cast<I*>(self);
+    }
+    if constexpr (sizeof...(More) > 0) {
+        return FindInterface<More...>(self, iid);
+    } else {
+        return nullptr;
+    }
+}
+
+/// IUnknown for an object of the given interfaces, born with one reference. Counts thread-safely.
+template <class Primary, class... More>
+class Object : public Primary, public More... {
+  public:
+    Object() { ++liveObjects; }
+    Object(const Object&) = delete;
+    Object& operator=(const Object&) = delete;
+
+    STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
+        *object = iid == IID_IUnknown ? static_cast<Primary*>(this) : Find(iid);
+        return *object ? (AddRef(), S_OK) : E_NOINTERFACE;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
+    STDMETHODIMP_(ULONG) Release() override {
+        const ULONG left = --references_;
+        if (left == 0) {
+            delete this;
+        }
+        return left;
+    }
+    /// References held at this moment.
+    ULONG References() const { return references_; }
+
+  protected:
+    virtual ~Object() { --liveObjects; }
+    /// The object as interface `iid`, without a new reference, or null.
+    virtual void* Find(REFIID iid) { return FindInterface<Primary, More...>(this, iid); }
+
+  private:
+    std::atomic<ULONG> references_{1};
+};
+
+}  // namespace nyx::test

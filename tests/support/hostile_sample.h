@@ -1,0 +1,212 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "tests/support/media_types.h"
+
+namespace nyx::test {
+
+/// What a foreign sample answers otherwise than the platform's.
+struct Lies {
+    bool sample2 = true;  ///< whether it has IMediaSample2
+    HRESULT pointerResult = S_OK;
+    bool nullPointer = false;
+    HRESULT setLengthResult = S_OK;
+    std::optional<LONG> length{};  ///< claimed instead of the actual data length
+    std::optional<LONG> size{};    ///< claimed instead of the size
+};
+
+/// A platform's sample whose memory is the suite's own and some of whose answers are lies.
+class HostileSample : public Object<IMediaSample2> {
+  public:
+    /// `memory` owns what `data` points into. `typeHandedBack` is set when SetProperties is given
+    /// the sample's own type, which the platform's samples may free before they copy it.
+    HostileSample(IMediaSample* real, const Lies& lies, BYTE* data, LONG size,
+                  std::shared_ptr<void> memory, bool* typeHandedBack = nullptr)
+        : real_(real),
+          lies_(lies),
+          data_(data),
+          size_(size),
+          length_(size),
+          memory_(memory),
+          typeHandedBack_(typeHandedBack) {}
+
+    STDMETHODIMP GetPointer(BYTE** data) override {
+        *data = lies_.nullPointer ? nullptr : data_;
+        return lies_.pointerResult;
+    }
+    STDMETHODIMP_(LONG) GetSize() override { return lies_.size.value_or(size_); }
+    STDMETHODIMP_(LONG) GetActualDataLength() override { return lies_.length.value_or(length_); }
+    STDMETHODIMP SetActualDataLength(LONG length) override {
+        length_ = SUCCEEDED(lies_.setLengthResult) ? length : length_;
+        return lies_.setLengthResult;
+    }
+    STDMETHODIMP GetProperties(DWORD size, BYTE* properties) override {
+        AM_SAMPLE2_PROPERTIES record = Record();
+        record.pbBuffer = data_;
+        record.cbBuffer = GetSize();
+        record.lActual = GetActualDataLength();
+        std::memcpy(properties, &record, std::min<std::size_t>(size, sizeof(record)));
+        return S_OK;
+    }
+    STDMETHODIMP SetProperties(DWORD size, const BYTE* properties) override {
+        const AM_SAMPLE2_PROPERTIES before = Record();
+        AM_SAMPLE2_PROPERTIES record = before;
+        std::memcpy(&record, properties, std::min<std::size_t>(size, sizeof(record)));
+        SetActualDataLength(record.lActual);
+        if (typeHandedBack_ && record.pMediaType && record.pMediaType == before.pMediaType) {
+            *typeHandedBack_ = true;
+        }
+        record.pbBuffer = before.pbBuffer;
+        record.cbBuffer = record.lActual = before.cbBuffer;
+        return As<IMediaSample2>(real_)->SetProperties(sizeof(record),
+                                                       reinterpret_cast<BYTE*>(&record));
+    }
+
+    STDMETHODIMP GetTime(REFERENCE_TIME* a, REFERENCE_TIME* b) override {
+        return real_->GetTime(a, b);
+    }
+    STDMETHODIMP SetTime(REFERENCE_TIME* a, REFERENCE_TIME* b) override {
+        return real_->SetTime(a, b);
+    }
+    STDMETHODIMP GetMediaTime(LONGLONG* a, LONGLONG* b) override {
+        return real_->GetMediaTime(a, b);
+    }
+    STDMETHODIMP SetMediaTime(LONGLONG* a, LONGLONG* b) override {
+        return real_->SetMediaTime(a, b);
+    }
+    STDMETHODIMP GetMediaType(AM_MEDIA_TYPE** type) override { return real_->GetMediaType(type); }
+    STDMETHODIMP SetMediaType(AM_MEDIA_TYPE* type) override { return real_->SetMediaType(type); }
+    STDMETHODIMP IsSyncPoint() override { return real_->IsSyncPoint(); }
+    STDMETHODIMP SetSyncPoint(BOOL set) override { return real_->SetSyncPoint(set); }
+    STDMETHODIMP IsPreroll() override { return real_->IsPreroll(); }
+    STDMETHODIMP SetPreroll(BOOL set) override { return real_->SetPreroll(set); }
+    STDMETHODIMP IsDiscontinuity() override { return real_->IsDiscontinuity(); }
+    STDMETHODIMP SetDiscontinuity(BOOL set) override { return real_->SetDiscontinuity(set); }
+
+  protected:
+    void* Find(REFIID iid) override {
+        return iid == IID_IMediaSample ? static_cast<IMediaSample*>(this)
+               : lies_.sample2         ? Object::Find(iid)
+                                       : nullptr;
+    }
+
+  private:
+    AM_SAMPLE2_PROPERTIES Record() {
+        AM_SAMPLE2_PROPERTIES record = {};
+        As<IMediaSample2>(real_)->GetProperties(sizeof(record), reinterpret_cast<BYTE*>(&record));
+        return record;
+    }
+
+    const ComPtr<IMediaSample> real_;
+    const Lies lies_;
+    BYTE* const data_;
+    const LONG size_;
+    LONG length_;
+    const std::shared_ptr<void> memory_;
+    bool* const typeHandedBack_;
+};
+
+/// A platform's allocator, with one byte a sample: the memory is the suite's.
+inline ComPtr<IMemAllocator> NewAllocator(LONG buffers) {
+    ComPtr<IMemAllocator> allocator;
+    CoCreateInstance(CLSID_MemoryAllocator, nullptr, CLSCTX_INPROC_SERVER, IID_IMemAllocator,
+                     &allocator);
+    ALLOCATOR_PROPERTIES properties = {buffers, 1, 1, 0};
+    allocator->SetProperties(&properties, &properties);
+    return allocator;
+}
+
+/// A downstream allocator that remembers what it was asked for and grants what it is told to. Its
+/// buffers are one piece of memory, filled anew with kUnwritten each time, with margins around it.
+class HostileAllocator : public Object<IMemAllocator> {
+  public:
+    static constexpr BYTE kUnwritten = 0xA5;
+    static constexpr std::size_t kMargin = 1 << 16;  // and a multiple of 16
+
+    std::optional<ALLOCATOR_PROPERTIES> granted;  ///< instead of the request
+    HRESULT setPropertiesResult = S_OK;
+    Lies lies;
+    /// Bytes by which a buffer is shorter than promised and lies off an aligned address.
+    LONG shorter = 0;
+    LONG misaligned = 0;
+    std::optional<MediaType> nextType;  ///< attached to the next buffer only
+    DWORD protection = PAGE_READWRITE;  ///< of the buffers' memory
+    ALLOCATOR_PROPERTIES requested{};
+    bool typeHandedBack = false;
+
+    /// The last buffer, and whether it and all around it are as they were handed out.
+    std::vector<BYTE> Buffer() const { return {Data(), Data() + size_}; }
+    bool IsUntouched() const { return Unwritten(Data(), Data() + size_); }
+    bool MarginsAreUntouched() const {
+        return Unwritten(room_.get(), Data()) && Unwritten(Data() + size_, room_.get() + roomSize_);
+    }
+
+    STDMETHODIMP SetProperties(ALLOCATOR_PROPERTIES* request,
+                               ALLOCATOR_PROPERTIES* actual) override {
+        requested = *request;
+        if (SUCCEEDED(setPropertiesResult)) {
+            properties_ = granted.value_or(*request);
+            properties_.cbBuffer = std::abs(properties_.cbBuffer);
+            *actual = properties_;
+            real_ = NewAllocator(std::max(properties_.cBuffers, 1L));
+        }
+        return setPropertiesResult;
+    }
+    STDMETHODIMP GetProperties(ALLOCATOR_PROPERTIES* properties) override {
+        *properties = properties_;
+        return S_OK;
+    }
+    STDMETHODIMP Commit() override { return real_->Commit(); }
+    STDMETHODIMP Decommit() override { return real_->Decommit(); }
+    STDMETHODIMP ReleaseBuffer(IMediaSample*) override { return E_NOTIMPL; }
+    STDMETHODIMP GetBuffer(IMediaSample** buffer, REFERENCE_TIME* start, REFERENCE_TIME* stop,
+                           DWORD flags) override {
+        *buffer = nullptr;
+        ComPtr<IMediaSample> real;
+        const HRESULT result = real_->GetBuffer(&real, start, stop, flags);
+        if (FAILED(result)) {
+            return result;
+        }
+        Prepare();
+        real->SetMediaType(nextType ? &*nextType : nullptr);
+        nextType.reset();
+        *buffer = new HostileSample(real.Get(), lies, Data(), static_cast<LONG>(size_), room_,
+                                    &typeHandedBack);
+        return S_OK;
+    }
+
+  private:
+    BYTE* Data() const { return room_.get() + kMargin + misaligned; }
+    static bool Unwritten(const BYTE* from, const BYTE* to) {
+        return std::all_of(from, to, [](BYTE byte) { return byte == kUnwritten; });
+    }
+    void Prepare() {
+        size_ = static_cast<std::size_t>(properties_.cbBuffer - shorter);
+        const std::size_t needed = 2 * kMargin + static_cast<std::size_t>(properties_.cbBuffer);
+        if (roomSize_ != needed) {
+            roomSize_ = needed;
+            room_.reset(
+                static_cast<BYTE*>(VirtualAlloc(nullptr, needed, MEM_COMMIT, PAGE_READWRITE)),
+                [](BYTE* room) { VirtualFree(room, 0, MEM_RELEASE); });
+        }
+        DWORD old = 0;
+        VirtualProtect(room_.get(), roomSize_, PAGE_READWRITE, &old);
+        std::fill_n(room_.get(), roomSize_, kUnwritten);
+        VirtualProtect(room_.get(), roomSize_, protection, &old);
+    }
+
+    ComPtr<IMemAllocator> real_ = NewAllocator(1);
+    ALLOCATOR_PROPERTIES properties_{};
+    std::shared_ptr<BYTE> room_;
+    std::size_t roomSize_ = 0;
+    std::size_t size_ = 0;
+};
+
+}  // namespace nyx::test

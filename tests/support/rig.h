@@ -1,0 +1,267 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+#include "tests/codecs/standin_engines.h"
+#include "tests/support/catalogue.h"
+#include "tests/support/hostile_sample.h"
+#include "tests/support/module.h"
+
+namespace nyx::test {
+
+/// A sample as a source sets it and as a sink finds it. Times in 100-ns units.
+struct Sample {
+    std::vector<BYTE> bytes;
+    std::optional<LONGLONG> start{};
+    std::optional<LONGLONG> stop{};  ///< counts only together with `start`
+    std::optional<LONGLONG> mediaStart{};
+    bool syncPoint = true;
+    bool preroll = false;
+    bool discontinuity = false;
+    DWORD typeFlags = 0;  ///< the type-specific ones
+    std::optional<MediaType> type{};
+};
+
+/// A media sample object; its memory ends at an inaccessible page.
+ComPtr<IMediaSample> MakeSample(const Sample& sample, const Lies& lies = {});
+/// Everything that can be read from any sample.
+Sample ReadSample(IMediaSample* sample);
+
+/// What a sink has seen besides samples.
+struct Events {
+    int endOfStream = 0;
+    int beginFlush = 0;
+    int endFlush = 0;
+    int newSegment = 0;
+    REFERENCE_TIME segmentStart = 0;
+    REFERENCE_TIME segmentStop = 0;
+    double rate = 0;
+};
+
+/// The one pin of a filter of the suite's own: an output that connects, or an input that records.
+/// Its public members say how it behaves; they are set before use.
+class EndPin : public IPin, public IMemInputPin, public IPinConnection {
+  public:
+    EndPin(IBaseFilter* filter, PIN_DIRECTION direction) : filter_(filter), direction_(direction) {}
+    virtual ~EndPin() = default;
+
+    std::vector<MediaType> proposals;  ///< what EnumMediaTypes gives; an output offers the first
+    std::function<HRESULT(const MediaType&)> accept = [](const MediaType&) { return S_OK; };
+    /// Called in Receive, after the sample was recorded, on the streaming thread.
+    std::function<HRESULT(IMediaSample*)> onReceive;
+    /// Called by DynamicQueryAccept; IPinConnection is there when this is set.
+    std::function<HRESULT(const MediaType&)> onDynamicType;
+    ComPtr<HostileAllocator> ownAllocator;  ///< null: none to offer, what it is told is used
+    std::optional<ALLOCATOR_PROPERTIES> requirements;
+    HRESULT notifyResult = S_OK;
+    HRESULT canBlockResult = S_OK;
+    HRESULT endOfStreamResult = S_OK;
+    bool keepsSamples = true;
+
+    /// What the peer has made of it.
+    ComPtr<IPin> peer;
+    MediaType type;
+    ComPtr<IMemAllocator> allocator;
+    BOOL readOnly = FALSE;
+    std::vector<Sample> Samples() const { return Locked(samples_); }
+    Sample Last() const { return Samples().back(); }
+    std::size_t Count() const { return Locked(count_); }
+    Events Seen() const { return Locked(events_); }
+    /// Whether it was asked for an interface.
+    bool WasAskedFor(REFIID iid) const;
+    /// Forgets samples, events and questions.
+    void Forget();
+
+    STDMETHODIMP QueryInterface(REFIID iid, void** object) override;
+    STDMETHODIMP_(ULONG) AddRef() override { return filter_->AddRef(); }
+    STDMETHODIMP_(ULONG) Release() override { return filter_->Release(); }
+
+    STDMETHODIMP Connect(IPin* to, const AM_MEDIA_TYPE* wanted) override;
+    STDMETHODIMP ReceiveConnection(IPin* from, const AM_MEDIA_TYPE* offered) override;
+    STDMETHODIMP Disconnect() override;
+    STDMETHODIMP ConnectedTo(IPin** to) override;
+    STDMETHODIMP ConnectionMediaType(AM_MEDIA_TYPE* copy) override;
+    STDMETHODIMP QueryPinInfo(PIN_INFO* info) override;
+    STDMETHODIMP QueryDirection(PIN_DIRECTION* direction) override;
+    STDMETHODIMP QueryId(LPWSTR*) override { return E_NOTIMPL; }
+    STDMETHODIMP QueryAccept(const AM_MEDIA_TYPE* offered) override { return accept(*offered); }
+    STDMETHODIMP EnumMediaTypes(IEnumMediaTypes** types) override;
+    STDMETHODIMP QueryInternalConnections(IPin**, ULONG*) override { return E_NOTIMPL; }
+    STDMETHODIMP EndOfStream() override;
+    STDMETHODIMP BeginFlush() override { return Note(&events_.beginFlush); }
+    STDMETHODIMP EndFlush() override { return Note(&events_.endFlush); }
+    STDMETHODIMP NewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) override;
+
+    STDMETHODIMP GetAllocator(IMemAllocator** own) override;
+    STDMETHODIMP NotifyAllocator(IMemAllocator* told, BOOL toldReadOnly) override;
+    STDMETHODIMP GetAllocatorRequirements(ALLOCATOR_PROPERTIES* properties) override;
+    STDMETHODIMP Receive(IMediaSample* sample) override;
+    STDMETHODIMP ReceiveMultiple(IMediaSample**, LONG, LONG*) override { return E_NOTIMPL; }
+    STDMETHODIMP ReceiveCanBlock() override { return canBlockResult; }
+
+    STDMETHODIMP DynamicQueryAccept(const AM_MEDIA_TYPE* t) override { return onDynamicType(*t); }
+    STDMETHODIMP NotifyEndOfStream(HANDLE) override { return E_NOTIMPL; }
+    STDMETHODIMP IsEndPin() override { return S_OK; }
+    STDMETHODIMP DynamicDisconnect() override { return E_NOTIMPL; }
+
+  private:
+    template <class T>
+    T Locked(const T& value) const {
+        const std::lock_guard lock(mutex_);
+        return value;
+    }
+    HRESULT Note(int* event);
+    HRESULT AgreeOnAllocator();
+
+    IBaseFilter* const filter_;
+    const PIN_DIRECTION direction_;
+    mutable std::mutex mutex_;
+    std::vector<Sample> samples_;
+    std::size_t count_ = 0;
+    Events events_;
+    std::vector<IID> asked_;
+};
+
+/// A filter of the suite's own: a source of what a test hands it, or a renderer.
+class End : public Object<IBaseFilter> {
+  public:
+    explicit End(PIN_DIRECTION direction) : pin(this, direction) {}
+
+    EndPin pin;  ///< lives and dies with the filter and shares its reference count
+
+    STDMETHODIMP GetClassID(CLSID*) override { return E_NOTIMPL; }
+    STDMETHODIMP Stop() override { return SetState(State_Stopped); }
+    STDMETHODIMP Pause() override { return SetState(State_Paused); }
+    STDMETHODIMP Run(REFERENCE_TIME) override { return SetState(State_Running); }
+    STDMETHODIMP GetState(DWORD, FILTER_STATE* state) override;
+    STDMETHODIMP SetSyncSource(IReferenceClock*) override { return S_OK; }
+    STDMETHODIMP GetSyncSource(IReferenceClock**) override { return E_NOTIMPL; }
+    STDMETHODIMP EnumPins(IEnumPins** pins) override;
+    STDMETHODIMP FindPin(LPCWSTR, IPin**) override { return VFW_E_NOT_FOUND; }
+    STDMETHODIMP QueryFilterInfo(FILTER_INFO* info) override;
+    STDMETHODIMP JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) override;
+    STDMETHODIMP QueryVendorInfo(LPWSTR*) override { return E_NOTIMPL; }
+
+  protected:
+    void* Find(REFIID iid) override;
+
+  private:
+    HRESULT SetState(FILTER_STATE state);
+
+    std::atomic<FILTER_STATE> state_{State_Stopped};
+    FILTER_INFO info_{};  // its graph is not referenced, as filters of a graph must not
+};
+
+/// A stand-in for the filter graph that only collects the events of the filters in it.
+class Graph : public Object<IFilterGraph, IMediaEventSink> {
+  public:
+    struct Event {
+        long code;
+        LONG_PTR parameter;
+    };
+    std::vector<Event> Seen() const;
+    /// How many events of this code have come.
+    int Count(long code) const;
+
+    STDMETHODIMP AddFilter(IBaseFilter*, LPCWSTR) override { return E_NOTIMPL; }
+    STDMETHODIMP RemoveFilter(IBaseFilter*) override { return E_NOTIMPL; }
+    STDMETHODIMP EnumFilters(IEnumFilters**) override { return E_NOTIMPL; }
+    STDMETHODIMP FindFilterByName(LPCWSTR, IBaseFilter**) override { return E_NOTIMPL; }
+    STDMETHODIMP ConnectDirect(IPin*, IPin*, const AM_MEDIA_TYPE*) override { return E_NOTIMPL; }
+    STDMETHODIMP Reconnect(IPin*) override { return E_NOTIMPL; }
+    STDMETHODIMP Disconnect(IPin*) override { return E_NOTIMPL; }
+    STDMETHODIMP SetDefaultSyncSource() override { return E_NOTIMPL; }
+    STDMETHODIMP Notify(LONG code, LONG_PTR parameter, LONG_PTR) override;
+
+  private:
+    mutable std::mutex mutex_;
+    std::vector<Event> events_;
+};
+
+/// One filter of the module between a source and a sink of the suite's own, in a stand-in graph.
+/// Everything is public: tests do to the parts what a host may do. Made unconnected and stopped;
+/// stops and disconnects what is left when it goes.
+struct Rig {
+    static constexpr const wchar_t* kNameInGraph = L"under test";
+
+    /// Throws std::runtime_error when the filter cannot be made.
+    explicit Rig(const CatalogueRow& filterRow) : Rig(filterRow, filterRow.stream) {}
+    Rig(const CatalogueRow& filterRow, const Stream& inputStream);
+    Rig(const Rig&) = delete;
+    Rig& operator=(const Rig&) = delete;
+    ~Rig();
+
+    const CatalogueRow& row;
+    Stream stream;
+    ComPtr<Graph> graph = Make<Graph>();
+    ComPtr<IBaseFilter> filter;
+    ComPtr<IPin> input;
+    ComPtr<IPin> output;
+    ComPtr<IMemInputPin> transport;  ///< the input's
+    ComPtr<End> sourceFilter = Make<End>(PINDIR_OUTPUT);
+    ComPtr<End> sinkFilter = Make<End>(PINDIR_INPUT);
+    EndPin& source = sourceFilter->pin;
+    EndPin& sink = sinkFilter->pin;
+
+    HRESULT ConnectInput() { return ConnectInput(row.InputType(stream)); }
+    HRESULT ConnectInput(const MediaType& type) { return source.Connect(input.Get(), &type); }
+    /// Lets the filter choose among its own types.
+    HRESULT ConnectOutput() { return output->Connect(&sink, nullptr); }
+    HRESULT ConnectOutput(const MediaType& type) { return output->Connect(&sink, &type); }
+    /// Both sides; the output as position `format` of the row's list in the given form.
+    void Connect(std::size_t format = 0, Block block = Block::kVideoInfo2);
+    /// Connect, then pause: samples flow from here on.
+    void Start(std::size_t format = 0, Block block = Block::kVideoInfo2);
+    /// Takes the connections apart on either end; the filter must be stopped.
+    void DisconnectOutput();
+    void Disconnect();
+    /// Has the sink offer an allocator of the suite's own from the next connection on.
+    HostileAllocator& OwnAllocator();
+
+    /// A well-formed sample of the stream, a sync point without times.
+    Sample Frame() const { return {row.Frame(stream)}; }
+    HRESULT Push() { return Push(Frame()); }
+    /// Delivers one sample on the caller's thread; what Receive returned.
+    HRESULT Push(const Sample& sample, const Lies& lies = {}) {
+        return transport->Receive(MakeSample(sample, lies).Get());
+    }
+    HRESULT Notify(const Quality& message) {
+        return As<IQualityControl>(output)->Notify(sinkFilter.Get(), message);
+    }
+    FILTER_STATE State() const;
+};
+
+/// The type of the connection as the pin reports it, empty when there is none.
+MediaType ConnectionType(const ComPtr<IPin>& pin);
+/// The peer of a pin, null when it is not connected.
+ComPtr<IPin> PeerOf(const ComPtr<IPin>& pin);
+/// The types that a pin enumerates, in order.
+std::vector<MediaType> OfferedTypes(const ComPtr<IPin>& pin);
+
+/// A test that uses the module in this process, with the stand-in engines on the search path. When
+/// it and its members are gone, so must be every object of the module and of the suite.
+class ComTest : public ::testing::Test {
+  protected:
+    ~ComTest() override;
+
+  private:
+    EngineSearch engines_;
+};
+
+/// The same, once for every row that the suite is instantiated with.
+class RowTest : public ComTest, public ::testing::WithParamInterface<CatalogueRow> {
+  protected:
+    const CatalogueRow& row() const { return GetParam(); }
+};
+
+}  // namespace nyx::test
+
+/// Runs a parameterised suite for these rows: a call that gives a vector of them.
+#define NYX_FOR_ROWS(Suite, rows)                                       \
+    INSTANTIATE_TEST_SUITE_P(Filters, Suite, ::testing::ValuesIn(rows), \
+                             [](const auto& filter) { return std::string(filter.param.name); })

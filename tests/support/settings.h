@@ -1,0 +1,75 @@
+#pragma once
+
+#include <windows.h>
+
+#include <filesystem>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+namespace nyx::test {
+
+/// Gives this process an empty current user's registry while in scope, so that tests of settings
+/// neither find nor leave anything. For one test at a time.
+class PrivateUserRegistry {
+  public:
+    PrivateUserRegistry() {
+        HKEY key = nullptr;
+        if (RegCreateKeyExW(HKEY_CURRENT_USER, path_.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS,
+                            nullptr, &key, nullptr) != ERROR_SUCCESS ||
+            RegOverridePredefKey(HKEY_CURRENT_USER, key) != ERROR_SUCCESS) {
+            throw std::runtime_error("no private registry");
+        }
+        RegCloseKey(key);
+    }
+    PrivateUserRegistry(const PrivateUserRegistry&) = delete;
+    PrivateUserRegistry& operator=(const PrivateUserRegistry&) = delete;
+    ~PrivateUserRegistry() {
+        RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
+        RegDeleteTreeW(HKEY_CURRENT_USER, path_.c_str());
+    }
+
+    /// Stores a 32-bit value in a key below the current user's.
+    void Store(const std::wstring& key, const wchar_t* name, LONG value) const {
+        if (RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), name, REG_DWORD, &value,
+                            sizeof(value)) != ERROR_SUCCESS) {
+            throw std::runtime_error("cannot store a value");
+        }
+    }
+
+    /// A stored 32-bit value, nothing when it is missing or of another kind.
+    std::optional<LONG> Stored(const std::wstring& key, const wchar_t* name) const {
+        LONG value = 0;
+        DWORD size = sizeof(value);
+        return RegGetValueW(HKEY_CURRENT_USER, key.c_str(), name, RRF_RT_REG_DWORD, nullptr, &value,
+                            &size) == ERROR_SUCCESS
+                   ? std::optional<LONG>(value)
+                   : std::nullopt;
+    }
+
+  private:
+    const std::wstring path_ = L"Software\\nyx-test-" + std::to_wstring(GetCurrentProcessId());
+};
+
+/// A new empty folder below the system's temporary one, removed with its files at the end.
+struct TemporaryFolder {
+    /// `name` becomes part of the folder's name and may hold any letters.
+    explicit TemporaryFolder(const std::wstring& name)
+        : path(std::filesystem::temp_directory_path() /
+               (L"nyx-" + name + L"-" + std::to_wstring(GetCurrentProcessId()))) {
+        std::filesystem::create_directory(path);
+    }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    ~TemporaryFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path, ignored);
+    }
+
+    /// The full path of a file in it.
+    std::wstring PathOf(const std::wstring& file) const { return (path / file).wstring(); }
+
+    const std::filesystem::path path;
+};
+
+}  // namespace nyx::test
