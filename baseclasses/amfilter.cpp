@@ -54,27 +54,6 @@ CBasePin* CBaseFilter::ConnectedPin(int n) {
     return pin && pin->IsConnected() ? pin : nullptr;
 }
 
-/// Inactivates the connected ones of the first `count` pins; the first failure is returned.
-HRESULT CBaseFilter::InactivatePins(int count) {
-    HRESULT result = S_OK;
-    for (int i = 0; i < count; ++i) {
-        if (CBasePin* const pin = ConnectedPin(i)) {
-            const HRESULT hr = pin->Inactive();
-            if (FAILED(hr) && SUCCEEDED(result)) {
-                result = hr;
-            }
-        }
-    }
-    return result;
-}
-
-HRESULT STDMETHODCALLTYPE CBaseFilter::Stop() {
-    CAutoLock lock(m_pLock);
-    const HRESULT hr = m_State == State_Stopped ? S_OK : InactivatePins(GetPinCount());
-    m_State = State_Stopped;
-    return hr;
-}
-
 HRESULT STDMETHODCALLTYPE CBaseFilter::Pause() {
     CAutoLock lock(m_pLock);
     if (m_State == State_Stopped) {
@@ -83,7 +62,11 @@ HRESULT STDMETHODCALLTYPE CBaseFilter::Pause() {
             CBasePin* const pin = ConnectedPin(i);
             const HRESULT hr = pin ? pin->Active() : S_OK;
             if (FAILED(hr)) {
-                InactivatePins(i);
+                while (i-- > 0) {
+                    if (CBasePin* const active = ConnectedPin(i)) {
+                        active->Inactive();
+                    }
+                }
                 return hr;
             }
         }
@@ -94,7 +77,6 @@ HRESULT STDMETHODCALLTYPE CBaseFilter::Pause() {
 
 HRESULT STDMETHODCALLTYPE CBaseFilter::Run(REFERENCE_TIME tStart) {
     CAutoLock lock(m_pLock);
-    m_tStart = tStart;
     if (m_State == State_Stopped) {
         const HRESULT hr = Pause();
         if (FAILED(hr)) {
@@ -119,23 +101,6 @@ HRESULT STDMETHODCALLTYPE CBaseFilter::EnumPins(IEnumPins** ppEnum) {
     CheckPointer(ppEnum, E_POINTER);
     *ppEnum = new (std::nothrow) CEnumPins(this);
     return *ppEnum ? S_OK : E_OUTOFMEMORY;
-}
-
-HRESULT STDMETHODCALLTYPE CBaseFilter::FindPin(LPCWSTR Id, IPin** ppPin) {
-    CheckPointer(ppPin, E_POINTER);
-    *ppPin = nullptr;
-    CheckPointer(Id, E_POINTER);
-    CAutoLock lock(m_pLock);
-    const int count = GetPinCount();
-    for (int i = 0; i < count; ++i) {
-        CBasePin* const pin = GetPin(i);
-        if (pin && wcscmp(pin->Name(), Id) == 0) {
-            *ppPin = pin;
-            pin->AddRef();
-            return S_OK;
-        }
-    }
-    return VFW_E_NOT_FOUND;
 }
 
 HRESULT STDMETHODCALLTYPE CBaseFilter::QueryFilterInfo(FILTER_INFO* pInfo) {
@@ -173,25 +138,8 @@ HRESULT STDMETHODCALLTYPE CBaseFilter::QueryVendorInfo(LPWSTR*) {
     return E_NOTIMPL;
 }
 
-HRESULT CBaseFilter::StreamTime(CRefTime& rtStream) {
-    CheckPointer(m_pClock, VFW_E_NO_CLOCK);
-    REFERENCE_TIME now = 0;
-    const HRESULT hr = m_pClock->GetTime(&now);
-    if (SUCCEEDED(hr)) {
-        rtStream = now - m_tStart;
-    }
-    return hr;
-}
-
 HRESULT CBaseFilter::NotifyEvent(LONG EventCode, LONG_PTR EventParam1, LONG_PTR EventParam2) {
     IMediaEventSink* const sink = m_pSink;
     CheckPointer(sink, E_NOTIMPL);
-    if (EventCode == EC_COMPLETE) {
-        EventParam2 = reinterpret_cast<LONG_PTR>(static_cast<IBaseFilter*>(this));
-    }
     return sink->Notify(EventCode, EventParam1, EventParam2);
-}
-
-BOOL CBaseFilter::IsActive() {
-    return m_State == State_Paused || m_State == State_Running;
 }

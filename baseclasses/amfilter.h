@@ -1,7 +1,6 @@
 #pragma once
 
 #include "baseclasses/combase.h"
-#include "baseclasses/reftime.h"
 #include "baseclasses/wxutil.h"
 
 class CBasePin;
@@ -28,8 +27,6 @@ class CBaseFilter : public CUnknown, public IBaseFilter {
     HRESULT STDMETHODCALLTYPE GetState(DWORD dwMSecs, FILTER_STATE* State) override;
     HRESULT STDMETHODCALLTYPE SetSyncSource(IReferenceClock* pClock) override;
     HRESULT STDMETHODCALLTYPE GetSyncSource(IReferenceClock** pClock) override;
-    /// Inactivates every connected pin; the first failure is returned, the filter stops anyway.
-    HRESULT STDMETHODCALLTYPE Stop() override;
     /// From stopped, activates every connected pin. When one fails, the filter stays stopped.
     HRESULT STDMETHODCALLTYPE Pause() override;
     /// Pauses first when stopped, then tells the connected pins.
@@ -37,20 +34,14 @@ class CBaseFilter : public CUnknown, public IBaseFilter {
 
     // IBaseFilter
     HRESULT STDMETHODCALLTYPE EnumPins(IEnumPins** ppEnum) override;
-    HRESULT STDMETHODCALLTYPE FindPin(LPCWSTR Id, IPin** ppPin) override;
     HRESULT STDMETHODCALLTYPE QueryFilterInfo(FILTER_INFO* pInfo) override;
     HRESULT STDMETHODCALLTYPE JoinFilterGraph(IFilterGraph* pGraph, LPCWSTR pName) override;
     HRESULT STDMETHODCALLTYPE QueryVendorInfo(LPWSTR* pVendorInfo) override;
 
-    /// The time since Run by the filter's clock; `VFW_E_NO_CLOCK` without one.
-    virtual HRESULT StreamTime(CRefTime& rtStream);
-    /// Sends an event to the graph, `E_NOTIMPL` without one. `EC_COMPLETE` names this filter.
+    /// Sends an event to the graph, `E_NOTIMPL` without one.
     HRESULT NotifyEvent(LONG EventCode, LONG_PTR EventParam1, LONG_PTR EventParam2);
 
-    BOOL IsActive();
     BOOL IsStopped() { return m_State == State_Stopped; }
-    /// Not AddRef'd.
-    IFilterGraph* GetFilterGraph() { return m_pGraph; }
 
     /// Changes whenever the set of pins does; pin enumerators watch it.
     virtual LONG GetPinVersion() { return m_PinVersion; }
@@ -59,7 +50,6 @@ class CBaseFilter : public CUnknown, public IBaseFilter {
   protected:
     FILTER_STATE m_State = State_Stopped;
     IReferenceClock* m_pClock = nullptr;
-    CRefTime m_tStart;  ///< offset from stream time to clock time
     CLSID m_clsid;
     CCritSec* m_pLock;
     WCHAR* m_pName = nullptr;            ///< the name in the graph
@@ -69,5 +59,4 @@ class CBaseFilter : public CUnknown, public IBaseFilter {
 
   private:
     CBasePin* ConnectedPin(int n);
-    HRESULT InactivatePins(int count);
 };

@@ -33,16 +33,6 @@ HRESULT CBaseInputPin::Inactive() {
     return m_pAllocator->Decommit();
 }
 
-HRESULT CBaseInputPin::CheckStreaming() {
-    if (IsStopped()) {
-        return VFW_E_WRONG_STATE;
-    }
-    if (m_bFlushing) {
-        return S_FALSE;
-    }
-    return m_bRunTimeError ? VFW_E_RUNTIME_ERROR : S_OK;
-}
-
 HRESULT CBaseInputPin::PassNotify(Quality& q) {
     if (IQualityControl* const sink = m_pQSink) {
         return sink->Notify(m_pFilter, q);
@@ -78,12 +68,10 @@ HRESULT STDMETHODCALLTYPE CBaseInputPin::GetAllocator(IMemAllocator** ppAllocato
     return S_OK;
 }
 
-HRESULT STDMETHODCALLTYPE CBaseInputPin::NotifyAllocator(IMemAllocator* pAllocator,
-                                                         BOOL bReadOnly) {
+HRESULT STDMETHODCALLTYPE CBaseInputPin::NotifyAllocator(IMemAllocator* pAllocator, BOOL) {
     CheckPointer(pAllocator, E_POINTER);
     CAutoLock lock(m_pLock);
     ReplaceInterface(m_pAllocator, pAllocator);
-    m_bReadOnly = bReadOnly != FALSE;
     return S_OK;
 }
 

@@ -16,13 +16,11 @@ class CBaseInputPin : public CBasePin, public IMemInputPin {
     HRESULT BreakConnect() override;
     HRESULT Inactive() override;
     /// `S_OK` when samples may come; `S_FALSE` while flushing; else why not.
-    virtual HRESULT CheckStreaming();
+    virtual HRESULT CheckStreaming() = 0;
     /// Sends a quality message on upstream: to the sink that was set, else to the peer.
     /// `VFW_E_NOT_FOUND` without either.
     HRESULT PassNotify(Quality& q);
 
-    BOOL IsReadOnly() const { return m_bReadOnly; }
-    BOOL IsFlushing() const { return m_bFlushing; }
     /// The properties of the sample that was received last; its pointers are good as long as that.
     AM_SAMPLE2_PROPERTIES* SampleProps() { return &m_SampleProps; }
 
@@ -47,7 +45,6 @@ class CBaseInputPin : public CBasePin, public IMemInputPin {
 
   protected:
     IMemAllocator* m_pAllocator = nullptr;
-    BYTE m_bReadOnly = FALSE;
     BYTE m_bFlushing = FALSE;
     AM_SAMPLE2_PROPERTIES m_SampleProps{};
 

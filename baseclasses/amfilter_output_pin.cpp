@@ -44,10 +44,6 @@ HRESULT CBaseOutputPin::BreakConnect() {
     return S_OK;
 }
 
-HRESULT CBaseOutputPin::InitAllocator(IMemAllocator** ppAlloc) {
-    return CreateMemoryAllocator(ppAlloc);
-}
-
 HRESULT CBaseOutputPin::DecideAllocator(IMemInputPin* pPin, IMemAllocator** ppAlloc) {
     CheckPointer(pPin, E_POINTER);
     CheckPointer(ppAlloc, E_POINTER);
@@ -61,7 +57,7 @@ HRESULT CBaseOutputPin::DecideAllocator(IMemInputPin* pPin, IMemAllocator** ppAl
     HRESULT hr = E_FAIL;
     for (const bool peers : {true, false}) {
         *ppAlloc = nullptr;
-        hr = peers ? pPin->GetAllocator(ppAlloc) : InitAllocator(ppAlloc);
+        hr = peers ? pPin->GetAllocator(ppAlloc) : CreateMemoryAllocator(ppAlloc);
         if (SUCCEEDED(hr)) {
             hr = UseAllocator(pPin, *ppAlloc, &request);
         }
@@ -90,12 +86,6 @@ HRESULT CBaseOutputPin::Inactive() {
     m_bRunTimeError = false;
     CheckPointer(m_pAllocator, VFW_E_NO_ALLOCATOR);
     return m_pAllocator->Decommit();
-}
-
-HRESULT CBaseOutputPin::GetDeliveryBuffer(IMediaSample** ppSample, REFERENCE_TIME* pStartTime,
-                                          REFERENCE_TIME* pEndTime, DWORD dwFlags) {
-    CheckPointer(m_pAllocator, E_NOINTERFACE);
-    return m_pAllocator->GetBuffer(ppSample, pStartTime, pEndTime, dwFlags);
 }
 
 HRESULT CBaseOutputPin::Deliver(IMediaSample* pSample) {

@@ -14,12 +14,9 @@ class CBaseOutputPin : public CBasePin {
     /// Sets the size and number of buffers of `pAlloc`, beginning with what the peer requires.
     virtual HRESULT DecideBufferSize(IMemAllocator* pAlloc,
                                      ALLOCATOR_PROPERTIES* ppropInputRequest) = 0;
-    /// The peer's allocator when it suits, else one of our own; told to the peer. The caller
-    /// releases
-    /// `*ppAlloc`, null on failure.
+    /// The peer's allocator when it suits, else the platform's; told to the peer. The caller
+    /// releases `*ppAlloc`, null on failure.
     virtual HRESULT DecideAllocator(IMemInputPin* pPin, IMemAllocator** ppAlloc);
-    /// A new allocator of our own: the platform's.
-    virtual HRESULT InitAllocator(IMemAllocator** ppAlloc);
 
     HRESULT CheckConnect(IPin* pPin) override;
     HRESULT CompleteConnect(IPin* pReceivePin) override;
@@ -27,9 +24,6 @@ class CBaseOutputPin : public CBasePin {
     HRESULT Active() override;
     HRESULT Inactive() override;
 
-    /// A buffer of the connection's allocator; waits for one unless `dwFlags` says not to.
-    virtual HRESULT GetDeliveryBuffer(IMediaSample** ppSample, REFERENCE_TIME* pStartTime,
-                                      REFERENCE_TIME* pEndTime, DWORD dwFlags);
     virtual HRESULT Deliver(IMediaSample* pSample);
     virtual HRESULT DeliverEndOfStream();
     virtual HRESULT DeliverBeginFlush();

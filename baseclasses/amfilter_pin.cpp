@@ -1,5 +1,6 @@
 #include "baseclasses/amfilter_pin.h"
 
+#include <initializer_list>
 #include <new>
 
 #include "baseclasses/amfilter.h"
@@ -64,10 +65,6 @@ HRESULT CBasePin::CheckConnect(IPin* pPin) {
     return SUCCEEDED(hr) && direction == m_dir ? VFW_E_INVALID_DIRECTION : hr;
 }
 
-HRESULT CBasePin::BreakConnect() {
-    return S_OK;
-}
-
 HRESULT CBasePin::CompleteConnect(IPin*) {
     return S_OK;
 }
@@ -80,11 +77,6 @@ HRESULT CBasePin::Active() {
     return S_OK;
 }
 
-HRESULT CBasePin::Inactive() {
-    m_bRunTimeError = false;
-    return S_OK;
-}
-
 HRESULT CBasePin::Run(REFERENCE_TIME) {
     return S_OK;
 }
@@ -94,7 +86,7 @@ HRESULT CBasePin::MayConnect() const {
     if (m_Connected) {
         return VFW_E_ALREADY_CONNECTED;
     }
-    return IsStopped() || m_bCanReconnectWhenActive ? S_OK : VFW_E_NOT_STOPPED;
+    return IsStopped() ? S_OK : VFW_E_NOT_STOPPED;
 }
 
 /// Makes `pPin` the peer, null for none; the reference follows.
@@ -132,8 +124,7 @@ HRESULT CBasePin::AgreeMediaType(IPin* pReceivePin, const CMediaType* pmt) {
         return AttemptConnection(pReceivePin, pmt);
     }
     HRESULT result = VFW_E_NO_ACCEPTABLE_TYPES;
-    for (int turn = 0; turn < 2; ++turn) {
-        const bool own = (turn == 0) == m_bTryMyTypesFirst;
+    for (const bool own : {false, true}) {
         IEnumMediaTypes* types = nullptr;
         HRESULT hr = own ? EnumMediaTypes(&types) : pReceivePin->EnumMediaTypes(&types);
         if (FAILED(hr) || !types) {
@@ -291,10 +282,6 @@ HRESULT STDMETHODCALLTYPE CBasePin::QueryDirection(PIN_DIRECTION* pPinDir) {
     return S_OK;
 }
 
-HRESULT STDMETHODCALLTYPE CBasePin::QueryId(LPWSTR* Id) {
-    return AMGetWideString(Name(), Id);
-}
-
 HRESULT STDMETHODCALLTYPE CBasePin::QueryAccept(const AM_MEDIA_TYPE* pmt) {
     CheckPointer(pmt, E_POINTER);
     HRESULT hr = S_OK;
@@ -315,20 +302,8 @@ HRESULT STDMETHODCALLTYPE CBasePin::QueryInternalConnections(IPin**, ULONG*) {
     return E_NOTIMPL;
 }
 
-HRESULT STDMETHODCALLTYPE CBasePin::EndOfStream() {
+HRESULT STDMETHODCALLTYPE CBasePin::NewSegment(REFERENCE_TIME, REFERENCE_TIME, double) {
     return S_OK;
-}
-
-HRESULT STDMETHODCALLTYPE CBasePin::NewSegment(REFERENCE_TIME tStart, REFERENCE_TIME tStop,
-                                               double dRate) {
-    m_tStart = tStart;
-    m_tStop = tStop;
-    m_dRate = dRate;
-    return S_OK;
-}
-
-HRESULT STDMETHODCALLTYPE CBasePin::Notify(IBaseFilter*, Quality) {
-    return E_NOTIMPL;
 }
 
 HRESULT STDMETHODCALLTYPE CBasePin::SetSink(IQualityControl* piqc) {

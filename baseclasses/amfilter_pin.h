@@ -2,7 +2,6 @@
 
 #include "baseclasses/combase.h"
 #include "baseclasses/mtype.h"
-#include "baseclasses/reftime.h"
 #include "baseclasses/wxutil.h"
 
 class CBaseFilter;
@@ -12,8 +11,7 @@ class CBaseFilter;
 /// do not, so that a neighbour may ask them at any time.
 class CBasePin : public CUnknown, public IPin, public IQualityControl {
   public:
-    /// `pName` is the pin's name and, unless QueryId is overridden, its identifier; it is copied.
-    /// `*phr` becomes `E_OUTOFMEMORY` when it cannot be.
+    /// `pName` is the pin's name; it is copied. `*phr` becomes `E_OUTOFMEMORY` when it cannot be.
     CBasePin(LPCTSTR pObjectName, CBaseFilter* pFilter, CCritSec* pLock, HRESULT* phr,
              LPCWSTR pName, PIN_DIRECTION dir);
     ~CBasePin() override;
@@ -33,7 +31,7 @@ class CBasePin : public CUnknown, public IPin, public IQualityControl {
     /// Whether `pPin` may be connected to at all. The base asks for the opposite direction.
     virtual HRESULT CheckConnect(IPin* pPin);
     /// Undoes CheckConnect and CompleteConnect; also called when a connection fails on the way.
-    virtual HRESULT BreakConnect();
+    virtual HRESULT BreakConnect() = 0;
     /// The last word on a connection, after both pins agreed on the type.
     virtual HRESULT CompleteConnect(IPin* pReceivePin);
     /// Preferred type `iPosition` from 0 on; the base has none: `E_UNEXPECTED`.
@@ -41,7 +39,7 @@ class CBasePin : public CUnknown, public IPin, public IQualityControl {
 
     /// Called when the filter leaves, enters the stopped state, or runs.
     virtual HRESULT Active();
-    virtual HRESULT Inactive();
+    virtual HRESULT Inactive() = 0;
     virtual HRESULT Run(REFERENCE_TIME tStart);
 
     // IPin
@@ -53,16 +51,13 @@ class CBasePin : public CUnknown, public IPin, public IQualityControl {
     HRESULT STDMETHODCALLTYPE ConnectionMediaType(AM_MEDIA_TYPE* pmt) override;
     HRESULT STDMETHODCALLTYPE QueryPinInfo(PIN_INFO* pInfo) override;
     HRESULT STDMETHODCALLTYPE QueryDirection(PIN_DIRECTION* pPinDir) override;
-    HRESULT STDMETHODCALLTYPE QueryId(LPWSTR* Id) override;
     HRESULT STDMETHODCALLTYPE QueryAccept(const AM_MEDIA_TYPE* pmt) override;
     HRESULT STDMETHODCALLTYPE EnumMediaTypes(IEnumMediaTypes** ppEnum) override;
     HRESULT STDMETHODCALLTYPE QueryInternalConnections(IPin** apPin, ULONG* nPin) override;
-    HRESULT STDMETHODCALLTYPE EndOfStream() override;
     HRESULT STDMETHODCALLTYPE NewSegment(REFERENCE_TIME tStart, REFERENCE_TIME tStop,
                                          double dRate) override;
 
     // IQualityControl
-    HRESULT STDMETHODCALLTYPE Notify(IBaseFilter* pSender, Quality q) override;
     HRESULT STDMETHODCALLTYPE SetSink(IQualityControl* piqc) override;
 
     BOOL IsConnected() const { return m_Connected != nullptr; }
@@ -77,19 +72,12 @@ class CBasePin : public CUnknown, public IPin, public IQualityControl {
     virtual LONG GetMediaTypeVersion() { return m_TypeVersion; }
     void IncrementTypeVersion() { InterlockedIncrement(&m_TypeVersion); }
 
-    REFERENCE_TIME CurrentStartTime() const { return m_tStart; }
-    REFERENCE_TIME CurrentStopTime() const { return m_tStop; }
-    double CurrentRate() const { return m_dRate; }
-
-    bool CanReconnectWhenActive() const { return m_bCanReconnectWhenActive; }
-    void SetReconnectWhenActive(bool bCanReconnect) { m_bCanReconnectWhenActive = bCanReconnect; }
-
   protected:
     /// Tries one type with one peer: afterwards connected, or as before.
     HRESULT AttemptConnection(IPin* pReceivePin, const CMediaType* pmt);
     /// Tries what `pEnum` offers and `pmt`, null allowed, does not exclude.
     HRESULT TryMediaTypes(IPin* pReceivePin, const CMediaType* pmt, IEnumMediaTypes* pEnum);
-    /// Tries a full type alone, else both pins' own types.
+    /// Tries a full type alone, else the peer's types, then this pin's own.
     HRESULT AgreeMediaType(IPin* pReceivePin, const CMediaType* pmt);
     /// Disconnect without the question of state, under the filter lock. `S_FALSE` when there was no
     /// connection.
@@ -105,15 +93,10 @@ class CBasePin : public CUnknown, public IPin, public IQualityControl {
     PIN_DIRECTION m_dir;
     CCritSec* m_pLock;  ///< the filter lock
     bool m_bRunTimeError = false;
-    bool m_bCanReconnectWhenActive = false;
-    bool m_bTryMyTypesFirst = false;
     CBaseFilter* m_pFilter;
     IQualityControl* m_pQSink = nullptr;  ///< not AddRef'd, as the interface asks
     volatile LONG m_TypeVersion = 1;
     CMediaType m_mt;
-    CRefTime m_tStart;  ///< of the segment
-    CRefTime m_tStop = 0x7fffffffffffffff;
-    double m_dRate = 1.0;
 
   private:
     HRESULT MakeConnection(IPin* pPeer, const CMediaType* pmt, bool connecting);

@@ -33,8 +33,6 @@ LPUNKNOWN InnerUnknown(PNDUNKNOWN object) {
 CUnknown::CUnknown(LPCTSTR pName, LPUNKNOWN pUnk)
     : CBaseObject(pName), m_pUnknown(pUnk ? pUnk : InnerUnknown(this)) {}
 
-CUnknown::CUnknown(LPCTSTR pName, LPUNKNOWN pUnk, HRESULT*) : CUnknown(pName, pUnk) {}
-
 HRESULT STDMETHODCALLTYPE CUnknown::NonDelegatingQueryInterface(REFIID riid, void** ppv) {
     CheckPointer(ppv, E_POINTER);
     if (riid == IID_IUnknown) {

@@ -38,7 +38,6 @@ class CUnknown : public INonDelegatingUnknown, public CBaseObject {
   public:
     /// `pUnk` is the outer object or null; it is not AddRef'd.
     CUnknown(LPCTSTR pName, LPUNKNOWN pUnk);
-    CUnknown(LPCTSTR pName, LPUNKNOWN pUnk, HRESULT* phr);
     virtual ~CUnknown() = default;
 
     /// The outer object, or this one's own identity. Not AddRef'd.

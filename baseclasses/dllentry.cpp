@@ -16,14 +16,6 @@ const CFactoryTemplate* FindTemplate(REFCLSID rclsid) {
     return nullptr;
 }
 
-void DllInitClasses(BOOL bLoading) {
-    for (int i = 0; i < g_cTemplates; ++i) {
-        if (g_Templates[i].m_lpfnInit) {
-            g_Templates[i].m_lpfnInit(bLoading, g_Templates[i].m_ClsID);
-        }
-    }
-}
-
 }  // namespace
 
 CUnknown* CFactoryTemplate::CreateInstance(LPUNKNOWN pUnk, HRESULT* phr) const {
@@ -119,9 +111,6 @@ extern "C" BOOL WINAPI DllEntryPoint(HINSTANCE hInstance, ULONG ulReason, LPVOID
     // Thread calls stay on: the statically linked language runtime frees its per-thread data then.
     if (ulReason == DLL_PROCESS_ATTACH) {
         g_hInst = hInstance;
-        DllInitClasses(TRUE);
-    } else if (ulReason == DLL_PROCESS_DETACH) {
-        DllInitClasses(FALSE);
     }
     return TRUE;
 }

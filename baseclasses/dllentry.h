@@ -5,8 +5,6 @@
 
 /// Makes one object; null, or a failure in `*phr`, when it cannot.
 typedef CUnknown*(CALLBACK* LPFNNewCOMObject)(LPUNKNOWN pUnkOuter, HRESULT* phr);
-/// Called once for a class when the module is loaded and once when it is unloaded.
-typedef void(CALLBACK* LPFNInitRoutine)(BOOL bLoading, const CLSID* rclsid);
 
 /// One class that the module serves.
 class CFactoryTemplate {
@@ -14,7 +12,6 @@ class CFactoryTemplate {
     const WCHAR* m_Name;
     const CLSID* m_ClsID;
     LPFNNewCOMObject m_lpfnNew;
-    LPFNInitRoutine m_lpfnInit;                       ///< or null
     const AMOVIESETUP_FILTER* m_pAMovieSetup_Filter;  ///< null for what is no filter
 
     BOOL IsClassID(REFCLSID rclsid) const { return *m_ClsID == rclsid; }
@@ -51,6 +48,5 @@ class CClassFactory final : public IClassFactory, public CBaseObject {
     static volatile LONG m_cLocked;
 };
 
-/// What the module's DllMain passes every call to: keeps the handle and runs the templates'
-/// initialisation routines on load and unload.
+/// What the module's DllMain passes every call to: keeps the handle.
 extern "C" BOOL WINAPI DllEntryPoint(HINSTANCE hInstance, ULONG ulReason, LPVOID pv);

@@ -99,34 +99,33 @@ HRESULT UnregisterAllClasses() {
     return S_OK;
 }
 
-/// Applies `setup` to each template that has setup data, up to the first failure.
-template <class Mapper>
-HRESULT ForEachFilter(HRESULT(WINAPI* setup)(const AMOVIESETUP_FILTER*, Mapper*, BOOL),
-                      Mapper* mapper, BOOL bRegister) {
-    HRESULT hr = S_OK;
-    for (int i = 0; i < g_cTemplates && SUCCEEDED(hr); ++i) {
-        if (const AMOVIESETUP_FILTER* const data = g_Templates[i].m_pAMovieSetup_Filter) {
-            hr = setup(data, mapper, bRegister);
-        }
+/// Takes a filter out of the mapper and, when `bRegister`, puts it in afresh. One that was not
+/// there is no failure.
+HRESULT SetupFilter(const AMOVIESETUP_FILTER& setup, IFilterMapper2* mapper, BOOL bRegister) {
+    HRESULT hr = mapper->UnregisterFilter(nullptr, nullptr, *setup.clsID);
+    if (bRegister) {
+        REGFILTER2 record{};
+        record.dwVersion = 1;
+        record.dwMerit = setup.dwMerit;
+        record.cPins = setup.nPins;
+        record.rgPins = setup.lpPin;
+        hr =
+            mapper->RegisterFilter(*setup.clsID, setup.strName, nullptr, nullptr, nullptr, &record);
     }
-    mapper->Release();
-    return hr;
+    return hr == kNotRegistered ? S_OK : hr;
 }
 
+/// Applies SetupFilter to each template that has setup data, up to the first failure.
 HRESULT SetupAllFilters(BOOL bRegister) {
-    void* mapper = nullptr;
+    IFilterMapper2* mapper = nullptr;
     HRESULT hr = CoCreateInstance(CLSID_FilterMapper2, nullptr, CLSCTX_INPROC_SERVER,
-                                  IID_IFilterMapper2, &mapper);
-    if (SUCCEEDED(hr)) {
-        return ForEachFilter(AMovieSetupRegisterFilter2, static_cast<IFilterMapper2*>(mapper),
-                             bRegister);
+                                  IID_IFilterMapper2, reinterpret_cast<void**>(&mapper));
+    for (int i = 0; i < g_cTemplates && SUCCEEDED(hr); ++i) {
+        if (const AMOVIESETUP_FILTER* const setup = g_Templates[i].m_pAMovieSetup_Filter) {
+            hr = SetupFilter(*setup, mapper, bRegister);
+        }
     }
-    hr = CoCreateInstance(CLSID_FilterMapper, nullptr, CLSCTX_INPROC_SERVER, IID_IFilterMapper,
-                          &mapper);
-    if (SUCCEEDED(hr)) {
-        return ForEachFilter(AMovieSetupRegisterFilter, static_cast<IFilterMapper*>(mapper),
-                             bRegister);
-    }
+    ReleaseInterface(mapper);
     return hr;
 }
 
@@ -135,26 +134,6 @@ HRESULT SetupAllFiltersWithCom(BOOL bRegister) {
     const HRESULT hr = SetupAllFilters(bRegister);
     if (SUCCEEDED(initialised)) {
         CoUninitialize();
-    }
-    return hr;
-}
-
-HRESULT MissingIsFine(HRESULT hr) {
-    return hr == kNotRegistered ? S_OK : hr;
-}
-
-HRESULT RegisterPins(const AMOVIESETUP_FILTER& filter, IFilterMapper* mapper) {
-    HRESULT hr = S_OK;
-    for (UINT i = 0; i < filter.nPins && SUCCEEDED(hr); ++i) {
-        const AMOVIESETUP_PIN& pin = filter.lpPin[i];
-        const CLSID peer = pin.clsConnectsToFilter ? *pin.clsConnectsToFilter : CLSID_NULL;
-        hr = mapper->RegisterPin(*filter.clsID, pin.strName, pin.bRendered, pin.bOutput, pin.bZero,
-                                 pin.bMany, peer, pin.strConnectsToPin);
-        for (UINT type = 0; type < pin.nMediaTypes && SUCCEEDED(hr); ++type) {
-            hr = mapper->RegisterPinType(*filter.clsID, pin.strName,
-                                         *pin.lpMediaType[type].clsMajorType,
-                                         *pin.lpMediaType[type].clsMinorType);
-        }
     }
     return hr;
 }
@@ -168,34 +147,4 @@ STDAPI AMovieDllRegisterServer2(BOOL bRegister) {
     }
     const HRESULT hr = SetupAllFiltersWithCom(FALSE);
     return SUCCEEDED(hr) ? UnregisterAllClasses() : hr;
-}
-
-STDAPI AMovieSetupRegisterFilter2(const AMOVIESETUP_FILTER* psetupdata, IFilterMapper2* pIFM2,
-                                  BOOL bRegister) {
-    CheckPointer(psetupdata, S_FALSE);
-    CheckPointer(pIFM2, E_POINTER);
-    const HRESULT removed = pIFM2->UnregisterFilter(nullptr, nullptr, *psetupdata->clsID);
-    if (!bRegister) {
-        return MissingIsFine(removed);
-    }
-    REGFILTER2 record{};
-    record.dwVersion = 1;
-    record.dwMerit = psetupdata->dwMerit;
-    record.cPins = psetupdata->nPins;
-    record.rgPins = psetupdata->lpPin;
-    return MissingIsFine(pIFM2->RegisterFilter(*psetupdata->clsID, psetupdata->strName, nullptr,
-                                               nullptr, nullptr, &record));
-}
-
-STDAPI AMovieSetupRegisterFilter(const AMOVIESETUP_FILTER* psetupdata, IFilterMapper* pIFM,
-                                 BOOL bRegister) {
-    CheckPointer(psetupdata, S_FALSE);
-    CheckPointer(pIFM, E_POINTER);
-    const HRESULT removed = pIFM->UnregisterFilter(*psetupdata->clsID);
-    if (!bRegister) {
-        return MissingIsFine(removed);
-    }
-    const HRESULT hr =
-        pIFM->RegisterFilter(*psetupdata->clsID, psetupdata->strName, psetupdata->dwMerit);
-    return MissingIsFine(SUCCEEDED(hr) ? RegisterPins(*psetupdata, pIFM) : hr);
 }

@@ -20,12 +20,3 @@ typedef struct _AMOVIESETUP_FILTER {
 /// all, and the filter entry, in the mapper's default category, of those with setup data. The
 /// module's path is `g_hInst`'s. The first failure ends it and is returned.
 STDAPI AMovieDllRegisterServer2(BOOL bRegister);
-
-/// Takes one filter out of the mapper and, when `bRegister`, puts it in afresh. A filter that was
-/// not there is no failure.
-STDAPI AMovieSetupRegisterFilter2(const AMOVIESETUP_FILTER* psetupdata, IFilterMapper2* pIFM2,
-                                  BOOL bRegister);
-
-/// The same for the platform's first mapper, which knows pins one by one.
-STDAPI AMovieSetupRegisterFilter(const AMOVIESETUP_FILTER* psetupdata, IFilterMapper* pIFM,
-                                 BOOL bRegister);

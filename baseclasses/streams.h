@@ -16,7 +16,6 @@
 #include "baseclasses/dllsetup.h"
 #include "baseclasses/mtype.h"
 #include "baseclasses/platform.h"
-#include "baseclasses/reftime.h"
 #include "baseclasses/transfrm.h"
 #include "baseclasses/transfrm_pins.h"
 #include "baseclasses/vtrans.h"

@@ -92,7 +92,6 @@ HRESULT STDMETHODCALLTYPE CTransformFilter::Pause() {
         m_State = State_Paused;
     }
     m_bSampleSkipped = FALSE;
-    m_bQualityChanged = FALSE;
     return hr;
 }
 
@@ -111,10 +110,6 @@ HRESULT CTransformFilter::PauseConnected() {
         StopStreaming();
     }
     return hr;
-}
-
-HRESULT CTransformFilter::Transform(IMediaSample*, IMediaSample*) {
-    return E_UNEXPECTED;
 }
 
 HRESULT CTransformFilter::StartStreaming() {
@@ -159,45 +154,6 @@ HRESULT CTransformFilter::EndFlush() {
 
 HRESULT CTransformFilter::NewSegment(REFERENCE_TIME tStart, REFERENCE_TIME tStop, double dRate) {
     return m_pOutput ? m_pOutput->DeliverNewSegment(tStart, tStop, dRate) : S_OK;
-}
-
-HRESULT CTransformFilter::Receive(IMediaSample* pSample) {
-    if (m_pInput->SampleProps()->dwStreamId != AM_STREAM_MEDIA) {
-        return m_pOutput->Deliver(pSample);
-    }
-    IMediaSample* outSample = nullptr;
-    HRESULT hr = InitializeOutputSample(pSample, &outSample);
-    if (FAILED(hr)) {
-        return hr;
-    }
-    hr = Transform(pSample, outSample);
-    if (hr == S_OK) {
-        m_bSampleSkipped = FALSE;
-    }
-    return FinishSample(hr, outSample, m_bQualityChanged);
-}
-
-HRESULT CTransformFilter::FinishSample(HRESULT hr, IMediaSample* pOutSample, BOOL& qualityChanged) {
-    if (hr == S_OK) {
-        hr = m_pOutput->Deliver(pOutSample);
-        pOutSample->Release();
-        return hr;
-    }
-    // Released before the graph hears of it: a sample may hold a lock on the display.
-    pOutSample->Release();
-    if (hr != S_FALSE) {
-        return hr;
-    }
-    m_bSampleSkipped = TRUE;
-    NoteQualityChange(qualityChanged);
-    return S_OK;
-}
-
-void CTransformFilter::NoteQualityChange(BOOL& qualityChanged) {
-    if (!qualityChanged) {
-        qualityChanged = TRUE;
-        NotifyEvent(EC_QUALITY_CHANGE, 0, 0);
-    }
 }
 
 namespace {

@@ -23,7 +23,7 @@ class CTransformFilter : public CBaseFilter {
     HRESULT STDMETHODCALLTYPE Pause() override;
 
     /// Turns the contents of `pIn` into those of `pOut`. `S_FALSE` withholds the result.
-    virtual HRESULT Transform(IMediaSample* pIn, IMediaSample* pOut);
+    virtual HRESULT Transform(IMediaSample* pIn, IMediaSample* pOut) = 0;
     /// `S_OK` for an input type that can be handled.
     virtual HRESULT CheckInputType(const CMediaType* mtIn) = 0;
     /// `S_OK` when `mtIn` can be turned into `mtOut`.
@@ -48,7 +48,7 @@ class CTransformFilter : public CBaseFilter {
     virtual HRESULT AlterQuality(Quality q);
 
     // The stream, as the input pin gets it.
-    virtual HRESULT Receive(IMediaSample* pSample);
+    virtual HRESULT Receive(IMediaSample* pSample) = 0;
     virtual HRESULT EndOfStream();
     virtual HRESULT BeginFlush();
     virtual HRESULT EndFlush();
@@ -58,15 +58,9 @@ class CTransformFilter : public CBaseFilter {
     /// Takes an output buffer and gives it the properties of `pSample`, which Receive has got. The
     /// renderer may have attached a new type to it; that stays.
     HRESULT InitializeOutputSample(IMediaSample* pSample, IMediaSample** ppOutSample);
-    /// Delivers what Transform made, or tells the graph once that quality suffers. `hr` is
-    /// Transform's; takes over the reference to `pOutSample`.
-    HRESULT FinishSample(HRESULT hr, IMediaSample* pOutSample, BOOL& qualityChanged);
-    /// Notes that a frame was left out; the first time sends `EC_QUALITY_CHANGE`.
-    void NoteQualityChange(BOOL& qualityChanged);
 
-    BOOL m_bEOSDelivered = FALSE;    ///< the end was sent for want of an input
-    BOOL m_bSampleSkipped = FALSE;   ///< the last sample was not delivered
-    BOOL m_bQualityChanged = FALSE;  ///< the graph was told that quality suffers
+    BOOL m_bEOSDelivered = FALSE;   ///< the end was sent for want of an input
+    BOOL m_bSampleSkipped = FALSE;  ///< the last sample was not delivered
 
     CCritSec m_csFilter;
     CCritSec m_csReceive;

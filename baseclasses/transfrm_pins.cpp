@@ -89,7 +89,6 @@ HRESULT STDMETHODCALLTYPE CTransformInputPin::EndFlush() {
 
 HRESULT STDMETHODCALLTYPE CTransformInputPin::NewSegment(REFERENCE_TIME tStart,
                                                          REFERENCE_TIME tStop, double dRate) {
-    CBaseInputPin::NewSegment(tStart, tStop, dRate);
     return m_pTransformFilter->NewSegment(tStart, tStop, dRate);
 }
 

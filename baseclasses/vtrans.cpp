@@ -8,8 +8,8 @@ namespace {
 constexpr int kFramesToWaitForKey = 30;
 constexpr int kFirstAverageDecode = 300000;  // 30 ms, before anything is measured
 constexpr int kAverageWeight = 16;           // the newest value counts one part in so many
-constexpr int kUnitsPerMillisecond = static_cast<int>(UNITS / MILLISECONDS);
-constexpr int kLatestSensible = 300000000;  // 30 s
+constexpr int kUnitsPerMillisecond = 10000;  // of reference time, 100 ns
+constexpr int kLatestSensible = 300000000;   // 30 s
 
 /// A duration that an int holds; negative ones count as none.
 int FrameDuration(REFERENCE_TIME start, REFERENCE_TIME stop) {
@@ -114,7 +114,34 @@ HRESULT CVideoTransformFilter::Receive(IMediaSample* pSample) {
     if (WaitingForKey(pSample) && hr == S_OK) {
         hr = S_FALSE;
     }
-    return FinishSample(hr, outSample, m_bQualityChanged);
+    return FinishSample(hr, outSample);
+}
+
+/// Delivers what Transform made, or tells the graph once that quality suffers. `hr` is Transform's;
+/// takes over the reference to `pOutSample`.
+HRESULT CVideoTransformFilter::FinishSample(HRESULT hr, IMediaSample* pOutSample) {
+    if (hr == S_OK) {
+        hr = m_pOutput->Deliver(pOutSample);
+        pOutSample->Release();
+        return hr;
+    }
+    // Released before the graph hears of it: a sample may hold a lock on the display.
+    pOutSample->Release();
+    if (hr != S_FALSE) {
+        return hr;
+    }
+    m_bSampleSkipped = TRUE;
+    NoteQualityChange();
+    return S_OK;
+}
+
+/// Notes that a frame was left out; the first time since the stream began sends
+/// `EC_QUALITY_CHANGE`.
+void CVideoTransformFilter::NoteQualityChange() {
+    if (!m_bQualityChanged) {
+        m_bQualityChanged = TRUE;
+        NotifyEvent(EC_QUALITY_CHANGE, 0, 0);
+    }
 }
 
 HRESULT CVideoTransformFilter::TimedTransform(IMediaSample* pSample, IMediaSample* pOutSample) {
@@ -153,7 +180,7 @@ BOOL CVideoTransformFilter::ShouldSkipFrame(IMediaSample* pIn) {
     ++m_nFramesSinceKeyFrame;
     if (m_bSkipping) {
         m_itrLate -= duration;
-        NoteQualityChange(m_bQualityChanged);
+        NoteQualityChange();
     }
     return m_bSkipping;
 }

@@ -33,13 +33,15 @@ class CVideoTransformFilter : public CTransformFilter {
     DWORD m_tDecodeStart = 0;     ///< start, then duration, of the last Transform in milliseconds
     int m_itrAvgDecode = 300000;  ///< sliding average duration of Transform
     int m_nWaitForKey = 0;        ///< frames that may still be withheld for want of a key frame
-    BOOL m_bQualityChanged = FALSE;  ///< hides the base's, which Pause resets and this is not
+    BOOL m_bQualityChanged = FALSE;  ///< the graph was told that quality suffers
 
   private:
     HRESULT FollowInputType();
     HRESULT FollowOutputType(IMediaSample* pOutSample);
     template <class Pin>
     HRESULT ChangeType(Pin& pin, const AM_MEDIA_TYPE& type);
+    HRESULT FinishSample(HRESULT hr, IMediaSample* pOutSample);
+    void NoteQualityChange();
     HRESULT TimedTransform(IMediaSample* pSample, IMediaSample* pOutSample);
     bool WaitingForKey(IMediaSample* pSample);
     void CountFrame(bool keyFrame);

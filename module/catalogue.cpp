@@ -1,7 +1,5 @@
 #include "module/catalogue.h"
 
-#include <iterator>
-
 #include "filters/decoders.h"
 #include "filters/zeta_encoder.h"
 #include "filters/zeta_property_page.h"
@@ -15,17 +13,6 @@ namespace {
 /// merit.
 constexpr DWORD kDecoderMerit = MERIT_PREFERRED;
 static_assert(kDecoderMerit == 0x00800000);
-
-constexpr PinTypes kAnyVideo = {{GUID{}}, 1};
-
-constexpr GUID kYuy2Subtype = FourCCSubtype(FourCC("YUY2"));
-/// MEDIASUBTYPE_RGB32, {E436EB7E-524F-11CE-9F53-0020AF0BA770}.
-constexpr GUID kRgb32Subtype = {
-    0xE436EB7E, 0x524F, 0x11CE, {0x9F, 0x53, 0x00, 0x20, 0xAF, 0x0B, 0xA7, 0x70}};
-
-constexpr PinTypes Compressed(const char (&fourcc)[5]) {
-    return {{FourCCSubtype(FourCC(fourcc))}, 1};
-}
 
 /// A class whose objects bear its friendly name.
 constexpr ClassIdentity Named(const wchar_t* name, const CLSID& clsid) {
@@ -64,34 +51,68 @@ constexpr ClassIdentity kZetaEncoder =
 constexpr ClassIdentity kZetaProp =
     Named(L"Rokka Zeta Encoder Property Page", kZetaPropertyPageClsid);
 
-template <class Filter, const ClassIdentity& identity>
-constexpr CatalogueRow Decoder(const char (&fourcc)[5]) {
-    return {&identity,     CreateFilter<Filter, identity, kEngineForDecoding>,
-            kDecoderMerit, Compressed(fourcc),
-            kAnyVideo,     nullptr};
+template <DWORD fourcc>
+constexpr GUID kCoded = FourCCSubtype(fourcc);
+constexpr GUID kAnyVideo = {};
+
+/// What a pin registers: major type Video with each of `subtypes`.
+template <const GUID&... subtypes>
+struct Types {
+    static constexpr AMOVIESETUP_MEDIATYPE kRows[] = {{&MEDIATYPE_Video, &subtypes}...};
+};
+
+// The records hold names as writable text.
+wchar_t inputName[] = L"Input";
+wchar_t outputName[] = L"Output";
+
+template <UINT count>
+constexpr AMOVIESETUP_PIN Pin(wchar_t* name, BOOL isOutput,
+                              const AMOVIESETUP_MEDIATYPE (&types)[count]) {
+    return {name, FALSE, isOutput, FALSE, FALSE, nullptr, nullptr, count, types};
 }
+
+template <class Input, class Output>
+constexpr AMOVIESETUP_PIN kPins[] = {Pin(inputName, FALSE, Input::kRows),
+                                     Pin(outputName, TRUE, Output::kRows)};
+
+template <const ClassIdentity& identity, DWORD merit, class Input, class Output>
+constexpr AMOVIESETUP_FILTER kSetup = {&identity.clsid, identity.friendlyName, merit, 2,
+                                       kPins<Input, Output>};
+
+constexpr CFactoryTemplate Class(const ClassIdentity& identity, LPFNNewCOMObject create,
+                                 const AMOVIESETUP_FILTER* setup) {
+    return {identity.friendlyName, &identity.clsid, create, setup};
+}
+
+template <class Filter, const ClassIdentity& identity, DWORD fourcc>
+constexpr CFactoryTemplate Decoder() {
+    return Class(identity, CreateFilter<Filter, identity, kEngineForDecoding>,
+                 &kSetup<identity, kDecoderMerit, Types<kCoded<fourcc>>, Types<kAnyVideo>>);
+}
+
+constexpr AMOVIESETUP_FILTER kEncoderSetup =
+    kSetup<kZetaEncoder, MERIT_DO_NOT_USE, Types<MEDIASUBTYPE_YUY2, MEDIASUBTYPE_RGB32>,
+           Types<kCoded<FourCC("QZTA")>>>;
 
 }  // namespace
 
-constexpr CatalogueRow kCatalogue[] = {
-    Decoder<CDv25Decoder, kDv25Decoder>("QDVC"),
-    Decoder<CDv50Decoder, kDv50Decoder>("QDV5"),
-    Decoder<CDvHdDecoder, kDvHdDecoder>("QDVH"),
-    Decoder<CZetaDecoder, kZetaDecoder>("QZTA"),
-    Decoder<CLosslessDecoder, kLosslessDecoder>("QLLC"),
-    Decoder<CMpegIntraDecoder, kMpegIntraDecoder>("QMIC"),
-    Decoder<CZeta2Decoder, kZeta2Decoder>("QZT2"),
-    Decoder<CTenBitDecoder, kTenBitDecoder>("Q210"),
-    {&kZetaEncoder,
-     CreateFilter<CZetaEncoder, kZetaEncoder, kEngineForEncoding>,
-     MERIT_DO_NOT_USE,
-     {{kYuy2Subtype, kRgb32Subtype}, 2},
-     Compressed("QZTA"),
-     &CLSID_VideoCompressorCategory},
-    {&kZetaProp, CreateObject<CZetaProp, kZetaProp>, 0, {}, {}, nullptr},
-};
-const int kCatalogueSize = static_cast<int>(std::size(kCatalogue));
-
-static_assert(std::size(kCatalogue) <= kMostClasses);
+const AMOVIESETUP_FILTER& kZetaEncoderSetup = kEncoderSetup;
 
 }  // namespace nyx
+
+using namespace nyx;
+
+CFactoryTemplate g_Templates[] = {
+    Decoder<CDv25Decoder, kDv25Decoder, FourCC("QDVC")>(),
+    Decoder<CDv50Decoder, kDv50Decoder, FourCC("QDV5")>(),
+    Decoder<CDvHdDecoder, kDvHdDecoder, FourCC("QDVH")>(),
+    Decoder<CZetaDecoder, kZetaDecoder, FourCC("QZTA")>(),
+    Decoder<CLosslessDecoder, kLosslessDecoder, FourCC("QLLC")>(),
+    Decoder<CMpegIntraDecoder, kMpegIntraDecoder, FourCC("QMIC")>(),
+    Decoder<CZeta2Decoder, kZeta2Decoder, FourCC("QZT2")>(),
+    Decoder<CTenBitDecoder, kTenBitDecoder, FourCC("Q210")>(),
+    Class(kZetaEncoder, CreateFilter<CZetaEncoder, kZetaEncoder, kEngineForEncoding>,
+          &kEncoderSetup),
+    Class(kZetaProp, CreateObject<CZetaProp, kZetaProp>, nullptr),
+};
+int g_cTemplates = ARRAYSIZE(g_Templates);

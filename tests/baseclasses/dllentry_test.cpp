@@ -15,8 +15,6 @@ const CLSID kFailing = Class(1);
 const CLSID kNothing = Class(2);
 const CLSID kThrowing = Class(3);
 
-int loads = 0;
-
 CUnknown* CALLBACK MakeFailing(LPUNKNOWN outer, HRESULT* phr) {
     *phr = E_ABORT;
     return new CUnknown(NAME("Failing"), outer);
@@ -27,26 +25,19 @@ CUnknown* CALLBACK MakeNothing(LPUNKNOWN, HRESULT*) {
 CUnknown* CALLBACK Throw(LPUNKNOWN, HRESULT*) {
     throw std::bad_alloc();
 }
-void CALLBACK OnLoad(BOOL loading, const CLSID* clsid) {
-    loads += loading && *clsid == kFailing ? 1 : 0;
-}
 
 }  // namespace
 }  // namespace nyx::test
 
 CFactoryTemplate g_Templates[] = {
-    {L"Failing", &nyx::test::kFailing, nyx::test::MakeFailing, nyx::test::OnLoad, nullptr},
-    {L"Nothing", &nyx::test::kNothing, nyx::test::MakeNothing, nullptr, nullptr},
-    {L"Throwing", &nyx::test::kThrowing, nyx::test::Throw, nullptr, nullptr},
+    {L"Failing", &nyx::test::kFailing, nyx::test::MakeFailing, nullptr},
+    {L"Nothing", &nyx::test::kNothing, nyx::test::MakeNothing, nullptr},
+    {L"Throwing", &nyx::test::kThrowing, nyx::test::Throw, nullptr},
 };
 int g_cTemplates = ARRAYSIZE(g_Templates);
 
 namespace nyx::test {
 namespace {
-
-TEST(DllEntry, InitialisationRoutinesRunAtLoad) {
-    EXPECT_EQ(loads, 1);
-}
 
 TEST(DllEntry, WhatCannotBeMadeLeavesNoObject) {
     const struct {
