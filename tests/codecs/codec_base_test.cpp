@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "codecs/ten_bit_codec.h"
-#include "tests/codecs/chunk_builder.h"
+#include "tests/support/frames.h"
 
 namespace nyx {
 namespace {

@@ -16,8 +16,8 @@
 #include "codecs/zeta_codec.h"
 #include "platform/fourcc.h"
 #include "settings/codec_settings.h"
-#include "tests/codecs/picture_header.h"
-#include "tests/codecs/standin_engines.h"
+#include "tests/support/engines.h"
+#include "tests/support/frames.h"
 
 namespace nyx::test {
 
@@ -34,27 +34,6 @@ inline BITMAPINFOHEADER RgbHeader(WORD bitCount, LONG width, LONG height) {
 inline std::size_t PictureBytes(const BITMAPINFOHEADER& header) {
     return static_cast<std::size_t>(header.biWidth) *
            static_cast<std::size_t>(std::abs(header.biHeight)) * ((header.biBitCount + 7u) / 8);
-}
-
-/// A smooth picture with some detail, as bytes of any layout: neighbouring pixels are alike in
-/// every channel. The fourth byte of 32-bit pixels is alpha: a third clear, a third half, a third
-/// opaque.
-inline std::vector<BYTE> SmoothPicture(const BITMAPINFOHEADER& header) {
-    const std::size_t width = static_cast<std::size_t>(header.biWidth);
-    const std::size_t bytes = (header.biBitCount + 7u) / 8;
-    std::vector<BYTE> picture(PictureBytes(header));
-    for (std::size_t i = 0; i < picture.size(); ++i) {
-        const std::size_t channel = i % bytes;
-        const double x = static_cast<double>(i / bytes % width);
-        const double y = static_cast<double>(i / bytes / width);
-        const double wave = std::sin(x / 19 + static_cast<double>(channel)) + std::cos(y / 13);
-        picture[i] = static_cast<BYTE>(128 + 45 * wave);
-        if (bytes == 4 && channel == 3) {
-            const std::size_t third = static_cast<std::size_t>(x) * 3 / width;
-            picture[i] = static_cast<BYTE>(third == 0 ? 0 : (third == 1 ? 128 : 255));
-        }
-    }
-    return picture;
 }
 
 /// What `codec` makes of a picture; empty when it failed.

@@ -9,7 +9,7 @@
 
 #include "codecs/engine_library.h"
 #include "codecs/engine_records.h"
-#include "tests/codecs/standin_engines.h"
+#include "tests/support/engines.h"
 #include "tests/support/temporary_folder.h"
 
 namespace nyx {

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "codecs/row_callbacks.h"
-#include "tests/codecs/standin_engines.h"
+#include "tests/support/engines.h"
 #include "tests/support/private_bytes.h"
 
 namespace nyx {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "codecs/engine_records.h"
-#include "tests/codecs/standin_engines.h"
+#include "tests/support/engines.h"
 
 namespace nyx {
 namespace {

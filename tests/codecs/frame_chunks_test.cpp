@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/codecs/chunk_builder.h"
+#include "tests/support/frames.h"
 
 namespace nyx {
 namespace {

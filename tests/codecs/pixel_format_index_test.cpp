@@ -6,7 +6,7 @@
 #include <string>
 
 #include "platform/fourcc.h"
-#include "tests/codecs/picture_header.h"
+#include "tests/support/frames.h"
 
 namespace nyx {
 namespace {

@@ -7,9 +7,7 @@
 
 #include "codecs/pixel_format_index.h"
 #include "convert/convert.h"
-#include "tests/codecs/chunk_builder.h"
-#include "tests/codecs/picture_header.h"
-#include "tests/codecs/ten_bit_reference.h"
+#include "tests/support/frames.h"
 
 namespace nyx {
 namespace {
@@ -107,7 +105,7 @@ TEST(TenBitDecode, WritesThePictureAndNothingElse) {
     for (const Size size :
          {Size{2, 1}, Size{46, 5}, Size{720, 17}, Size{1280, 33}, Size{960, 720}}) {
         const TenBitPicture picture = test::RandomTenBitPicture(size.width, size.height, 5);
-        const Bytes bare = test::EncodeTenBitFrame(picture, 0xFF);
+        const Bytes bare = test::Q210Frame(picture, 0xFF);
         for (const Bytes& frame : {bare, test::InfoChunk(1, 2, 3, 4) + bare}) {
             for (const LONG wider : {0, 10}) {
                 const LONG width = size.width + wider;
@@ -137,7 +135,7 @@ TEST(TenBitDecode, WritesThePictureAndNothingElse) {
 TEST(TenBitDecode, AFrameThatCannotBeHandledWritesNothing) {
     CTenBitCodec codec;
     const TenBitPicture picture = test::RandomTenBitPicture(50, 4, 1);
-    const Bytes bare = test::EncodeTenBitFrame(picture, 0);
+    const Bytes bare = test::Q210Frame(picture, 0);
     Bytes endless = test::InfoChunk(0, 0, 1, 1) + bare;
     endless[7] = 0x80;
     const Bytes cut(bare.begin(), bare.end() - 1);

@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "convert/cpu_info.h"
-#include "tests/codecs/ten_bit_reference.h"
+#include "tests/support/frames.h"
 
 namespace nyx {
 namespace {
@@ -38,7 +38,7 @@ TEST_P(TenBitRows, UnpackEqualsThePlainRuleAtEveryWidth) {
             test::RandomTenBitPicture(width, 1, static_cast<unsigned>(width));
         const std::vector<BYTE> expected = test::ReferenceYuy2(picture);
         for (const BYTE filler : {BYTE{0}, BYTE{0xFF}}) {
-            const std::vector<BYTE> frame = test::EncodeTenBitFrame(picture, filler);
+            const std::vector<BYTE> frame = test::Q210Frame(picture, filler);
             const auto groups = ExactCopy(frame.data(), TenBitRowLayoutFor(width).filled);
             const std::unique_ptr<BYTE[]> row(new BYTE[expected.size()]);
             GetParam()->unpack(groups.get(), row.get(), width);
@@ -55,7 +55,7 @@ TEST_P(TenBitRows, UnpackRoundsEverySampleValueInEveryPosition) {
         for (std::size_t i = 0; i < picture.samples.size(); i += 2) {
             picture.samples[i] = static_cast<WORD>(1023 - value);
         }
-        const std::vector<BYTE> frame = test::EncodeTenBitFrame(picture, 0xFF);
+        const std::vector<BYTE> frame = test::Q210Frame(picture, 0xFF);
         std::vector<BYTE> row(2 * kWidth);
         GetParam()->unpack(frame.data(), row.data(), kWidth);
         ASSERT_EQ(row, test::ReferenceYuy2(picture)) << value;
@@ -69,7 +69,7 @@ TEST_P(TenBitRows, PackWritesTheWordLayoutAndZeroPastTheEnd) {
             sample = static_cast<WORD>(sample & ~3);
         }
         const std::vector<BYTE> yuy2 = test::ReferenceYuy2(picture);
-        const std::vector<BYTE> expected = test::EncodeTenBitFrame(picture, 0);
+        const std::vector<BYTE> expected = test::Q210Frame(picture, 0);
         const std::size_t filled = TenBitRowLayoutFor(width).filled;
         const auto row = ExactCopy(yuy2.data(), yuy2.size());
         const std::unique_ptr<BYTE[]> groups(new BYTE[filled]);

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/codecs/standin_engines.h"
 #include "tests/support/catalogue_under_test.h"
+#include "tests/support/engines.h"
 #include "tests/support/loaded_module.h"
 #include "tests/support/open_handles.h"
 

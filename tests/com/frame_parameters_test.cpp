@@ -1,9 +1,9 @@
 #include <numeric>
 
-#include "tests/codecs/chunk_builder.h"
 #include "tests/com/streams.h"
 #include "tests/support/com_test.h"
 #include "tests/support/filter_rig.h"
+#include "tests/support/frames.h"
 
 namespace nyx::test {
 namespace {

@@ -3,7 +3,7 @@
 #include "platform/fourcc.h"
 #include "tests/support/com_test.h"
 #include "tests/support/filter_rig.h"
-#include "tests/support/q210_frames.h"
+#include "tests/support/frames.h"
 
 namespace nyx::test {
 namespace {

@@ -6,8 +6,8 @@
 
 #include "filters/encode_parameter.h"
 #include "platform/fourcc.h"
-#include "tests/codecs/standin_engines.h"
 #include "tests/support/com_test.h"
+#include "tests/support/engines.h"
 #include "tests/support/filter_rig.h"
 #include "tests/support/loaded_module.h"
 #include "tests/support/private_user_registry.h"

@@ -10,10 +10,10 @@
 
 #include "engines/standin/dv_picture.h"
 #include "platform/fourcc.h"
-#include "tests/codecs/picture_header.h"
-#include "tests/codecs/standin_engines.h"
 #include "tests/codecs/stored_setting.h"
 #include "tests/dv/dv_frames.h"
+#include "tests/support/engines.h"
+#include "tests/support/frames.h"
 #include "tests/support/guarded_memory.h"
 
 namespace nyx::test {

@@ -6,7 +6,7 @@
 #include "codecs/ten_bit_codec.h"
 #include "filters/decode_sample.h"
 #include "platform/fourcc.h"
-#include "tests/codecs/picture_header.h"
+#include "tests/support/frames.h"
 
 namespace nyx {
 namespace {

@@ -3,7 +3,7 @@
 #include "engines/standin/frame_coder.h"
 #include "platform/fourcc.h"
 #include "tests/soak/stream.h"
-#include "tests/support/q210_frames.h"
+#include "tests/support/frames.h"
 
 namespace nyx::soak {
 namespace {

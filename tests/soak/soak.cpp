@@ -8,8 +8,8 @@
 #include <cstdlib>
 #include <stdexcept>
 
-#include "tests/codecs/standin_engines.h"
 #include "tests/soak/stream.h"
+#include "tests/support/engines.h"
 #include "tests/support/loaded_module.h"
 #include "tests/support/process_state.h"
 

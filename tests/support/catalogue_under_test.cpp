@@ -5,9 +5,8 @@
 #include <stdexcept>
 
 #include "platform/fourcc.h"
-#include "tests/support/coded_frames.h"
+#include "tests/support/frames.h"
 #include "tests/support/module_classes.h"
-#include "tests/support/q210_frames.h"
 
 namespace nyx::test {
 namespace {

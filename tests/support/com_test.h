@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/codecs/standin_engines.h"
 #include "tests/support/catalogue_under_test.h"
+#include "tests/support/engines.h"
 
 namespace nyx::test {
 

@@ -1,0 +1,132 @@
+#include "tests/support/frames.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <random>
+
+#ifdef _WIN32
+#include <map>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+#include <tuple>
+
+#include "engines/standin/frame_coder.h"
+#endif
+
+namespace nyx::test {
+
+Bytes SmoothPicture(const BITMAPINFOHEADER& header, int number) {
+    const auto width = static_cast<std::size_t>(header.biWidth);
+    const std::size_t bytes = (header.biBitCount + 7u) / 8;
+    Bytes picture(width * static_cast<std::size_t>(std::abs(header.biHeight)) * bytes);
+    for (std::size_t i = 0; i < picture.size(); ++i) {
+        const std::size_t channel = i % bytes;
+        const std::size_t x = i / bytes % width;
+        const std::size_t y = i / bytes / width;
+        const double wave = std::sin(static_cast<double>(x) / 19 + static_cast<double>(channel)) +
+                            std::cos((static_cast<double>(y) + 5 * number) / 13);
+        picture[i] = static_cast<BYTE>(128 + 45 * wave);
+        if (bytes == 4 && channel == 3) {
+            constexpr BYTE kAlpha[] = {0, 128, 255};
+            picture[i] = kAlpha[x * 3 / width];
+        }
+    }
+    return picture;
+}
+
+TenBitPicture RandomTenBitPicture(LONG width, LONG height, unsigned seed) {
+    std::mt19937 random(seed);
+    TenBitPicture picture = {width, height, {}};
+    picture.samples.resize(static_cast<std::size_t>(2 * width * height));
+    constexpr WORD kExtremes[] = {0, 1, 2, 509, 510, 1020, 1021, 1022, 1023};
+    for (WORD& sample : picture.samples) {
+        const auto value = static_cast<unsigned>(random());
+        sample = value % 4 == 0 ? kExtremes[value / 4 % 9] : static_cast<WORD>(value / 4 % 1024);
+    }
+    return picture;
+}
+
+Bytes Q210Frame(const TenBitPicture& picture, BYTE filler) {
+    const auto samplesPerRow = static_cast<std::size_t>(2 * picture.width);
+    const std::size_t stride = (static_cast<std::size_t>(picture.width) + 47) / 48 * 128;
+    Bytes frame(stride * static_cast<std::size_t>(picture.height), filler);
+    for (std::size_t i = 0; i < picture.samples.size(); ++i) {
+        const std::size_t inRow = i % samplesPerRow;
+        BYTE* const at = &frame[i / samplesPerRow * stride + inRow / 3 * 4];
+        DWORD word;
+        std::memcpy(&word, at, 4);
+        const std::size_t shift = inRow % 3 * 10;
+        word = (word & ~(0x3FFu << shift)) | DWORD{picture.samples[i]} << shift;
+        std::memcpy(at, &word, 4);
+    }
+    return frame;
+}
+
+Bytes ReferenceYuy2(const TenBitPicture& picture) {
+    Bytes yuy2(picture.samples.size());
+    for (std::size_t i = 0; i < yuy2.size(); ++i) {
+        // Chroma and luma change places within each pair of bytes.
+        yuy2[i ^ 1] = static_cast<BYTE>(std::min((picture.samples[i] + 2) >> 2, 255));
+    }
+    return yuy2;
+}
+
+Bytes Q210Frame(LONG width, LONG height, const std::function<TenBitPixel(LONG x, LONG y)>& pixel) {
+    TenBitPicture picture = {width, height, {}};
+    for (LONG y = 0; y < height; ++y) {
+        for (LONG x = 0; x < width; ++x) {
+            const TenBitPixel p = pixel(x, y);
+            picture.samples.push_back(static_cast<WORD>(x % 2 == 0 ? p.cb : pixel(x - 1, y).cr));
+            picture.samples.push_back(static_cast<WORD>(p.y));
+        }
+    }
+    return Q210Frame(picture);
+}
+
+Bytes FlatQ210Frame(LONG width, LONG height, TenBitPixel pixel) {
+    const Bytes row = Q210Frame(width, 1, [pixel](LONG, LONG) { return pixel; });
+    Bytes frame;
+    for (LONG y = 0; y < height; ++y) {
+        frame.insert(frame.end(), row.begin(), row.end());
+    }
+    return frame;
+}
+
+Bytes PlainDvFrame(std::size_t size, bool fiftyFields, BYTE signalType, bool wide) {
+    constexpr std::size_t kVideoSource = 448;  // VAUX block 5, pack 9
+    constexpr std::size_t kVideoControl = 453;
+    Bytes frame(size);
+    frame[kVideoSource] = 0x60;
+    frame[kVideoSource + 3] = static_cast<BYTE>((fiftyFields ? 0x20 : 0) | signalType);
+    frame[kVideoControl] = 0x61;
+    frame[kVideoControl + 2] = wide ? 2 : 0;
+    return frame;
+}
+
+#ifdef _WIN32
+Bytes GreyFrame(const char* name, LONG width, LONG height) {
+    static std::mutex mutex;
+    static std::map<std::tuple<std::string, LONG, LONG>, Bytes> frames;
+    const std::lock_guard<std::mutex> hold(mutex);
+    Bytes& frame = frames[{name, width, height}];
+    if (frame.empty()) {
+        const standin::Coding* coding = standin::FindCoding(name);
+        if (!coding) {
+            throw std::runtime_error(std::string("no such coding: ") + name);
+        }
+        // Luma and chroma, or a colour and alpha: grey in every layout, and opaque.
+        const std::size_t bytes = coding->sourceBits / 8u;
+        const BYTE pixel[] = {126, static_cast<BYTE>(bytes == 2 ? 128 : 126), 126, 255};
+        Bytes picture(static_cast<std::size_t>(width * height) * bytes);
+        for (std::size_t i = 0; i < picture.size(); ++i) {
+            picture[i] = pixel[i % bytes];
+        }
+        frame = standin::FrameCoder(*coding).Code(picture.data(), width, height, 1);
+    }
+    return frame;
+}
+#endif
+
+}  // namespace nyx::test
