@@ -5,8 +5,7 @@
 #include <stdexcept>
 
 #include "platform/fourcc.h"
-#include "tests/support/coded_frames.h"
-#include "tests/support/q210_frames.h"
+#include "tests/support/frames.h"
 
 namespace nyx::test {
 

@@ -7,8 +7,8 @@
 #include <optional>
 #include <vector>
 
-#include "tests/codecs/standin_engines.h"
 #include "tests/support/catalogue.h"
+#include "tests/support/engines.h"
 #include "tests/support/hostile_sample.h"
 #include "tests/support/module.h"
 
