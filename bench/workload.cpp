@@ -6,8 +6,8 @@
 #include <stdexcept>
 
 #include "codecs/ten_bit_rows.h"
-#include "convert/coefficients.h"
-#include "convert/conversion_groups.h"
+#include "convert/convert.h"
+#include "convert/cpu_info.h"
 #include "convert/formats.h"
 #include "tests/convert/reference.h"
 
@@ -34,10 +34,6 @@ constexpr Size kSizes[] = {{1920, 1080}, {720, 486}};
 
 /// For one pair more sizes, to see that the cost grows with the pixels alone.
 constexpr Size kLargeSizes[] = {{3840, 2160}, {7680, 4320}};
-
-bool IsYuv(DWORD format) {
-    return format == kYuy2 || format == kW210;
-}
 
 std::size_t RowBytes(DWORD format, LONG width) {
     if (format == kQ210) {
@@ -68,25 +64,19 @@ void Check(HRESULT result) {
     }
 }
 
-YuvToRgbRequest FromYuv(const Pictures& p, const ImagePlane& from, const ImagePlane& to) {
-    return {&from,        nullptr,      p.sourceFormat, 0, &to, p.destinationFormat, 0, kFullRange,
-            kMatrixBt709, p.size.width, p.size.height};
-}
-
-RgbToYuvRequest ToYuv(const Pictures& p, const ImagePlane& from, const ImagePlane& to) {
-    return {&from, nullptr,    p.sourceFormat, &to,          nullptr,      p.destinationFormat,
-            0,     kFullRange, kMatrixBt709,   p.size.width, p.size.height};
-}
-
 std::vector<Implementation> ConversionsOfOurs(const Pictures& p) {
     const ImagePlane from = PlaneOf(p.source, p.sourceFormat, p.size.width);
     const ImagePlane to = PlaneOf(p.destination, p.destinationFormat, p.size.width);
-    if (IsYuv(p.sourceFormat)) {
-        return {{kOurs, [=] { Check(RunYuvToRgb(GetCpuInfo(), FromYuv(p, from, to))); }, {}},
-                {kScalar, [=] { reference::FromYuv(FromYuv(p, from, to)); }, {}}};
-    }
-    return {{kOurs, [=] { Check(RunRgbToYuv(GetCpuInfo(), ToYuv(p, from, to))); }, {}},
-            {kScalar, [=] { reference::ToYuv(ToYuv(p, from, to)); }, {}}};
+    const ConversionKind kind = {p.sourceFormat, p.destinationFormat, kFullRange, kMatrixBt709};
+    const auto ours = [=] {
+        Conversion conversion;
+        Check(ChooseConversion(kind, &conversion));
+        Check(RunConversion(GetCpuInfo(), conversion, {&from, &to}, p.size.width, p.size.height));
+    };
+    const auto scalar = [=] {
+        reference::Convert(kind, {&from, &to}, p.size.width, p.size.height);
+    };
+    return {{kOurs, ours, {}}, {kScalar, scalar, {}}};
 }
 
 using RowFunction = void (*)(const BYTE*, BYTE*, LONG);

@@ -1,17 +1,37 @@
 #include "convert/convert.h"
 
 #include "convert/coefficients.h"
-#include "convert/conversion_groups.h"
+#include "convert/cpu_info.h"
+#include "convert/formats.h"
 
 namespace nyx {
 namespace {
 
-/// What a resolved colour code (0 to 3) stands for.
-LONG RangeOfCode(int code) {
-    return code & 1 ? kFullRange : kStudioRange;
+bool IsYuv(DWORD fourcc) {
+    return fourcc == kYuy2 || fourcc == kW210;
 }
-LONG MatrixOfCode(int code) {
-    return code & 2 ? kMatrixBt709 : kMatrixBt601;
+
+/// Chooses by a resolved colour code, -1 for flags that have none.
+HRESULT Choose(ConversionKind kind, int code, Conversion* conversion) {
+    *conversion = {};
+    if (code < 0) {
+        return E_INVALIDARG;
+    }
+    kind.range = code & 1 ? kFullRange : kStudioRange;
+    kind.matrix = code & 2 ? kMatrixBt709 : kMatrixBt601;
+    return ChooseConversion(kind, conversion);
+}
+
+HRESULT ChooseFromYuv(const ConversionKind& kind, DWORD yuvFlags, DWORD rgbFlags,
+                      Conversion* conversion) {
+    return Choose(kind, IsYuv(kind.source) ? ResolveColourFlags(rgbFlags, yuvFlags) : -1,
+                  conversion);
+}
+
+HRESULT ChooseToYuv(const ConversionKind& kind, DWORD rgbFlags, DWORD yuvFlags,
+                    Conversion* conversion) {
+    return Choose(kind, IsYuv(kind.destination) ? ResolveColourFlags(rgbFlags, yuvFlags) : -1,
+                  conversion);
 }
 
 }  // namespace
@@ -27,58 +47,45 @@ HRESULT ConvertFromYuv(const ImagePlane* source, const ImagePlane* sourceAlpha, 
                        DWORD sourceColourFlags, LONG sourceAlphaMode, const ImagePlane* destination,
                        DWORD destinationFourCC, DWORD destinationColourFlags,
                        LONG destinationAlphaMode, LONG width, LONG height) {
-    const int code = ResolveColourFlags(destinationColourFlags, sourceColourFlags);
-    if (code < 0) {
-        return E_INVALIDARG;
-    }
-    return RunYuvToRgb(GetCpuInfo(), {source, sourceAlpha, sourceFourCC, sourceAlphaMode,
-                                      destination, destinationFourCC, destinationAlphaMode,
-                                      RangeOfCode(code), MatrixOfCode(code), width, height});
+    Conversion conversion;
+    const HRESULT chosen =
+        ChooseFromYuv({sourceFourCC, destinationFourCC, 0, 0, sourceAlpha != nullptr,
+                       sourceAlphaMode, destinationAlphaMode},
+                      sourceColourFlags, destinationColourFlags, &conversion);
+    return FAILED(chosen) ? chosen
+                          : RunConversion(GetCpuInfo(), conversion,
+                                          {source, destination, sourceAlpha}, width, height);
 }
 
 HRESULT ConvertToYuv(const ImagePlane* source, DWORD sourceFourCC, DWORD sourceColourFlags,
                      const ImagePlane* sourceAlpha, const ImagePlane* destination,
                      const ImagePlane* destinationAlpha, DWORD destinationFourCC,
                      DWORD destinationColourFlags, LONG alphaMode, LONG width, LONG height) {
-    const int code = ResolveColourFlags(sourceColourFlags, destinationColourFlags);
-    if (code < 0) {
-        return E_INVALIDARG;
-    }
-    return RunRgbToYuv(GetCpuInfo(), {source, sourceAlpha, sourceFourCC, destination,
-                                      destinationAlpha, destinationFourCC, alphaMode,
-                                      RangeOfCode(code), MatrixOfCode(code), width, height});
+    Conversion conversion;
+    const HRESULT chosen = ChooseToYuv({sourceFourCC, destinationFourCC, 0, 0,
+                                        sourceAlpha || destinationAlpha, alphaMode, alphaMode},
+                                       sourceColourFlags, destinationColourFlags, &conversion);
+    return FAILED(chosen)
+               ? chosen
+               : RunConversion(GetCpuInfo(), conversion,
+                               {source, destination, sourceAlpha, destinationAlpha}, width, height);
 }
 
 HRESULT StripConversion::PrepareFromYuv(DWORD sourceFourCC, DWORD sourceColourFlags,
                                         DWORD destinationFourCC, DWORD destinationColourFlags) {
-    *this = {};
-    if (ResolveColourFlags(destinationColourFlags, sourceColourFlags) < 0 ||
-        BytesPerPixel(sourceFourCC) == 0 || BytesPerPixel(destinationFourCC) == 0) {
-        return E_INVALIDARG;
-    }
-    sourceFourCC_ = sourceFourCC;
-    sourceFlags_ = sourceColourFlags;
-    destinationFourCC_ = destinationFourCC;
-    destinationFlags_ = destinationColourFlags;
-    return S_OK;
+    return ChooseFromYuv({sourceFourCC, destinationFourCC, 0, 0}, sourceColourFlags,
+                         destinationColourFlags, &conversion_);
 }
 
 HRESULT StripConversion::PrepareToYuv(DWORD sourceFourCC, DWORD sourceColourFlags,
                                       DWORD destinationFourCC, DWORD destinationColourFlags) {
-    const HRESULT result =
-        PrepareFromYuv(sourceFourCC, destinationColourFlags, destinationFourCC, sourceColourFlags);
-    toYuv_ = true;
-    sourceFlags_ = sourceColourFlags;
-    destinationFlags_ = destinationColourFlags;
-    return result;
+    return ChooseToYuv({sourceFourCC, destinationFourCC, 0, 0}, sourceColourFlags,
+                       destinationColourFlags, &conversion_);
 }
 
 HRESULT StripConversion::Run(const ImagePlane& source, const ImagePlane& destination, LONG width,
                              LONG height) const {
-    return toYuv_ ? ConvertToYuv(&source, sourceFourCC_, sourceFlags_, nullptr, &destination,
-                                 nullptr, destinationFourCC_, destinationFlags_, 0, width, height)
-                  : ConvertFromYuv(&source, nullptr, sourceFourCC_, sourceFlags_, 0, &destination,
-                                   destinationFourCC_, destinationFlags_, 0, width, height);
+    return RunConversion(GetCpuInfo(), conversion_, {&source, &destination}, width, height);
 }
 
 }  // namespace nyx

@@ -4,6 +4,7 @@
 /// Pixel-format conversion between the codecs' 4:2:2 working layouts and RGB. Knows nothing of
 /// codecs or filters. All entries are reentrant and keep no state of their own.
 
+#include "convert/conversion.h"
 #include "platform/fourcc.h"
 #include "platform/win_types.h"
 
@@ -85,11 +86,7 @@ class StripConversion {
                 LONG height) const;
 
   private:
-    bool toYuv_ = false;
-    DWORD sourceFourCC_ = 0;
-    DWORD sourceFlags_ = 0;
-    DWORD destinationFourCC_ = 0;
-    DWORD destinationFlags_ = 0;
+    Conversion conversion_;
 };
 
 }  // namespace nyx

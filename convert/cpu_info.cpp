@@ -12,31 +12,62 @@ namespace {
 constexpr DWORD kFirstExtendedLeaf = 0x80000000;
 constexpr int kExtendedFeatures = CpuInfo::kStandardSlots + 1;
 
-enum class Word { kEax, kEbx, kEcx, kEdx };
+/// What must hold beside a flag's own bit.
+enum class Also { kNothing, kSseUsable, kAvxUsable, kSeveralProcessors };
 
 /// One flag: a bit of a word of a slot of the record.
-struct FeatureBit {
+struct Flag {
+    LONG index;
     int slot;
-    Word word;
+    DWORD CpuidWords::*word;
     int bit;
+    Also also = Also::kNothing;
 };
 
-DWORD WordOf(const CpuInfo& info, int slot, Word word) {
-    const CpuidWords& leaf = info.leaves[slot];
-    switch (word) {
-        case Word::kEax:
-            return leaf.eax;
-        case Word::kEbx:
-            return leaf.ebx;
-        case Word::kEcx:
-            return leaf.ecx;
-        default:
-            return leaf.edx;
-    }
+constexpr auto kEbx = &CpuidWords::ebx;
+constexpr auto kEcx = &CpuidWords::ecx;
+constexpr auto kEdx = &CpuidWords::edx;
+
+constexpr Flag kSse = {26, 1, kEdx, 25};
+constexpr Flag kOsSavesState = {-1, 1, kEcx, 27};
+constexpr Flag kAvx = {-1, 1, kEcx, 28};
+
+/// The flags after the first seventeen; of an index with two rows either will do.
+constexpr Flag kFlags[] = {
+    {20, 1, kEdx, 25},
+    {20, kExtendedFeatures, kEdx, 22},
+    {21, 1, kEdx, 23},
+    {23, kExtendedFeatures, kEdx, 30},
+    {25, kExtendedFeatures, kEdx, 22},
+    kSse,
+    {27, 1, kEdx, 25, Also::kSseUsable},
+    {28, 1, kEdx, 26, Also::kSseUsable},
+    {29, 1, kEcx, 0},
+    {kCpuSsse3, 1, kEcx, 9},
+    {kCpuSse41, 1, kEcx, 19},
+    {32, 1, kEcx, 20},
+    {33, kExtendedFeatures, kEcx, 11},
+    {34, 1, kEdx, 28, Also::kSeveralProcessors},
+    {35, 1, kEcx, 28, Also::kAvxUsable},
+    {36, 1, kEcx, 12, Also::kAvxUsable},
+    {37, 7, kEbx, 5, Also::kAvxUsable},
+};
+
+bool Bit(const CpuInfo& info, const Flag& flag) {
+    return (info.leaves[flag.slot].*flag.word >> flag.bit & 1) != 0;
 }
 
-LONG Bit(const CpuInfo& info, FeatureBit at) {
-    return WordOf(info, at.slot, at.word) >> at.bit & 1;
+bool Holds(const CpuInfo& info, Also also) {
+    switch (also) {
+        case Also::kSseUsable:
+            return Bit(info, kSse) && info.sseUsable;
+        case Also::kAvxUsable:
+            return (info.xcr0Low & 6) == 6 && Bit(info, kOsSavesState) && Bit(info, kAvx);
+        case Also::kSeveralProcessors:
+            return (info.leaves[1].ebx >> 16 & 0xFF) >= 2;
+        default:
+            return true;
+    }
 }
 
 void Widen(const char* text, std::size_t length, wchar_t* wide) {
@@ -73,39 +104,25 @@ void FillExtendedLeaves(const CpuSource& source, CpuInfo& info) {
 LONG VendorCode(const CpuInfo& info) {
     static constexpr struct {
         const wchar_t* vendor;
-        CpuVendorCode code;
+        LONG code;
     } kVendors[] = {
-        {L"GenuineIntel", kVendorIntel},
-        {L"AuthenticAMD", kVendorAmd},
-        {L"CyrixInstead", kVendorCyrix},
-        {L"CentaurHauls", kVendorCentaur},
+        {L"GenuineIntel", 2},
+        {L"AuthenticAMD", 1},
+        {L"CyrixInstead", 3},
+        {L"CentaurHauls", 4},
     };
     for (const auto& known : kVendors) {
         if (std::wcscmp(info.vendor, known.vendor) == 0) {
             return known.code;
         }
     }
-    return kVendorOther;
+    return 0;
 }
 
-LONG AvxUsable(const CpuInfo& info) {
-    const bool stateSaved = (info.xcr0Low & 6) == 6;
-    return stateSaved && Bit(info, {1, Word::kEcx, 27}) && Bit(info, {1, Word::kEcx, 28});
-}
-
-LONG SseUsable(const CpuInfo& info) {
-    return Bit(info, {1, Word::kEdx, 25}) && info.sseUsable;
-}
-
-LONG SeveralLogicalProcessors(const CpuInfo& info) {
-    return Bit(info, {1, Word::kEdx, 28}) && (info.leaves[1].ebx >> 16 & 0xFF) >= 2;
-}
-
+/// Indices 3 to 19: the first bits of leaf 1 EDX without the reserved bit 10.
 LONG BasicFeature(const CpuInfo& info, LONG index) {
-    constexpr LONG kFirst = 3;
-    constexpr LONG kReservedBit = 10;
-    const LONG bit = index - kFirst;
-    return Bit(info, {1, Word::kEdx, bit < kReservedBit ? bit : bit + 1});
+    const int bit = index - 3;
+    return Bit(info, {index, 1, kEdx, bit < 10 ? bit : bit + 1});
 }
 
 CpuidWords HardwareCpuid(DWORD leaf) {
@@ -141,13 +158,13 @@ CpuInfo FillCpuInfo(const CpuSource& source) {
     for (DWORD leaf = 1; leaf <= highest; ++leaf) {
         info.leaves[leaf] = source.cpuid(leaf);
     }
-    if (Bit(info, {1, Word::kEcx, 27})) {
+    if (Bit(info, kOsSavesState)) {
         const std::uint64_t xcr0 = source.xcr0();
         info.xcr0Low = static_cast<DWORD>(xcr0);
         info.xcr0High = static_cast<DWORD>(xcr0 >> 32);
     }
     FillExtendedLeaves(source, info);
-    info.sseUsable = Bit(info, {1, Word::kEdx, 25}) && source.sseUsable();
+    info.sseUsable = Bit(info, kSse) && source.sseUsable();
     return info;
 }
 
@@ -163,46 +180,15 @@ LONG HasCpuFeature(const CpuInfo& info, LONG index) {
     if (index >= 3 && index <= 19) {
         return BasicFeature(info, index);
     }
-    switch (index) {
-        case kCpuVendorCode:
-            return VendorCode(info);
-        case 2:
-            return 1;
-        case 20:
-            return Bit(info, {1, Word::kEdx, 25}) | Bit(info, {kExtendedFeatures, Word::kEdx, 22});
-        case kCpuMmx:
-            return Bit(info, {1, Word::kEdx, 23});
-        case 23:
-            return Bit(info, {kExtendedFeatures, Word::kEdx, 30});
-        case 25:
-            return Bit(info, {kExtendedFeatures, Word::kEdx, 22});
-        case kCpuSse:
-            return Bit(info, {1, Word::kEdx, 25});
-        case kCpuSseUsable:
-            return SseUsable(info);
-        case kCpuSse2:
-            return SseUsable(info) & Bit(info, {1, Word::kEdx, 26});
-        case kCpuSse3:
-            return Bit(info, {1, Word::kEcx, 0});
-        case kCpuSsse3:
-            return Bit(info, {1, Word::kEcx, 9});
-        case kCpuSse41:
-            return Bit(info, {1, Word::kEcx, 19});
-        case kCpuSse42:
-            return Bit(info, {1, Word::kEcx, 20});
-        case 33:
-            return Bit(info, {kExtendedFeatures, Word::kEcx, 11});
-        case kCpuHyperThreading:
-            return SeveralLogicalProcessors(info);
-        case kCpuAvx:
-            return AvxUsable(info);
-        case kCpuFma:
-            return AvxUsable(info) & Bit(info, {1, Word::kEcx, 12});
-        case kCpuAvx2:
-            return AvxUsable(info) & Bit(info, {7, Word::kEbx, 5});
-        default:
-            return 0;
+    if (index == 0 || index == 2) {
+        return index == 0 ? VendorCode(info) : 1;
     }
+    for (const Flag& flag : kFlags) {
+        if (flag.index == index && Bit(info, flag) && Holds(info, flag.also)) {
+            return 1;
+        }
+    }
+    return 0;
 }
 
 LONG HasCpuFeature(LONG index) {

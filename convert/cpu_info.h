@@ -4,7 +4,6 @@
 /// What the processor reports about itself, read once, and the numeric questions asked of it.
 
 #include <cstdint>
-#include <functional>
 
 #include "platform/win_types.h"
 
@@ -33,39 +32,17 @@ struct CpuInfo {
     LONG sseUsable;      ///< 1 when the operating system runs SSE instructions without a fault
 };
 
-/// Indices that HasCpuFeature takes and the module uses or tests by name; the function's
-/// description lists all.
+/// The indices of HasCpuFeature that the module asks for.
 enum CpuFeature : LONG {
-    kCpuVendorCode = 0,
-    kCpuGeneration = 1,
-    kCpuMmx = 21,
-    kCpuSse = 26,
-    kCpuSseUsable = 27,
-    kCpuSse2 = 28,
-    kCpuSse3 = 29,
     kCpuSsse3 = 30,
     kCpuSse41 = 31,
-    kCpuSse42 = 32,
-    kCpuHyperThreading = 34,
-    kCpuAvx = 35,
-    kCpuFma = 36,
-    kCpuAvx2 = 37,
-};
-
-/// Values of kCpuVendorCode.
-enum CpuVendorCode : LONG {
-    kVendorOther = 0,
-    kVendorAmd = 1,
-    kVendorIntel = 2,
-    kVendorCyrix = 3,
-    kVendorCentaur = 4,
 };
 
 /// Where a record is filled from; the processor itself, or a made-up one in tests.
 struct CpuSource {
-    std::function<CpuidWords(DWORD leaf)> cpuid;  ///< called with sub-leaf 0
-    std::function<std::uint64_t()> xcr0;          ///< called only when leaf 1 reports OSXSAVE
-    std::function<bool()> sseUsable;              ///< called only when leaf 1 reports SSE
+    CpuidWords (*cpuid)(DWORD leaf);  ///< called with sub-leaf 0
+    std::uint64_t (*xcr0)();          ///< called only when leaf 1 reports OSXSAVE
+    bool (*sseUsable)();              ///< called only when leaf 1 reports SSE
 };
 
 /// Fills a record. Throws only what the source throws.
@@ -75,12 +52,12 @@ CpuInfo FillCpuInfo(const CpuSource& source);
 /// Callable on any thread.
 const CpuInfo& GetCpuInfo();
 
-/// Answers a CpuFeature index from `info`; 1 or 0 for flags. Every index is 0 when the processor
+/// Answers an index from `info`; 1 or 0 for flags. Every index is 0 when the processor
 /// reports no standard leaf beyond 0, and an index with no meaning here is 0.
 ///
 /// | index | answer |
 /// |---|---|
-/// | 0 | CpuVendorCode |
+/// | 0 | vendor: 2 "GenuineIntel", 1 "AuthenticAMD", 3 "CyrixInstead", 4 "CentaurHauls", else 0 |
 /// | 1 | processor generation; not kept, always 0 (unknown) |
 /// | 2 | 1 |
 /// | 3 to 19 | leaf 1 EDX bits 0 to 9 (3 to 12) and 11 to 17 (13 to 19) |

@@ -36,6 +36,8 @@ struct PixelFormat {
     FormatKind kind;
     LONG bitsPerChannel;
     LONG bytesPerPixel;
+    LONG alphaByte;   ///< the byte where the upper eight bits of alpha start; -1 without alpha
+    LONG alphaShift;  ///< the bit of that byte where they start
 };
 
 /// The row of a FourCC, or null when it is not one of the library's formats.

@@ -5,7 +5,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "convert/conversion_groups.h"
+#include "convert/convert.h"
+#include "convert/cpu_info.h"
 #include "convert/formats.h"
 #include "fuzz/byte_source.h"
 
@@ -77,7 +78,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Image out(source, RowBytes(to, width), height);
     Image outAlpha(source, RowBytes(0, width) / 8, height);
     const nyx::ImagePlane* sourceAlpha = source.ConsumeBool() ? inAlpha.plane() : nullptr;
-    const nyx::ImagePlane* destinationAlpha = source.ConsumeBool() ? outAlpha.plane() : nullptr;
+    const nyx::ImagePlane* destinationAlpha =
+        source.ConsumeBool() && toYuv ? outAlpha.plane() : nullptr;
     const LONG fromMode = source.ConsumeIntegralInRange<LONG>(0, 2);
     const LONG toMode = source.ConsumeIntegralInRange<LONG>(0, 2);
     const LONG range = source.ConsumeIntegralInRange<LONG>(-1, 2);
@@ -85,13 +87,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     source.ConsumeData(in.bytes().data(), in.bytes().size());
     source.ConsumeData(inAlpha.bytes().data(), inAlpha.bytes().size());
 
-    const nyx::CpuInfo& cpu = nyx::GetCpuInfo();
-    const HRESULT result =
-        toYuv ? nyx::RunRgbToYuv(cpu, {in.plane(), sourceAlpha, from, out.plane(), destinationAlpha,
-                                       to, fromMode, range, matrix, width, height})
-              : nyx::RunYuvToRgb(cpu, {in.plane(), sourceAlpha, from, fromMode, out.plane(), to,
-                                       toMode, range, matrix, width, height});
+    nyx::Conversion conversion;
+    HRESULT result =
+        nyx::ChooseConversion({from, to, range, matrix, sourceAlpha || destinationAlpha, fromMode,
+                               toYuv ? fromMode : toMode},
+                              &conversion);
+    if (SUCCEEDED(result)) {
+        result = nyx::RunConversion(nyx::GetCpuInfo(), conversion,
+                                    {in.plane(), out.plane(), sourceAlpha, destinationAlpha}, width,
+                                    height);
+    }
     out.RequireKept(FAILED(result));
-    outAlpha.RequireKept(FAILED(result) || !toYuv || !destinationAlpha);
+    outAlpha.RequireKept(FAILED(result) || !destinationAlpha);
     return 0;
 }

@@ -28,6 +28,15 @@ constexpr AlphaFactor MakeFactor(unsigned numerator, unsigned denominator) {
             static_cast<std::uint16_t>((rest * 65536 + denominator - 1) / denominator)};
 }
 
+/// 1, for colours that stay.
+constexpr AlphaFactorTable MakeUnscaled() {
+    AlphaFactorTable table{};
+    for (AlphaFactor& factor : table.factors) {
+        factor = MakeFactor(1, 1);
+    }
+    return table;
+}
+
 /// alpha / 255.
 constexpr AlphaFactorTable MakePremultiply() {
     AlphaFactorTable table{};
@@ -46,6 +55,7 @@ constexpr AlphaFactorTable MakeUnpremultiply() {
     return table;
 }
 
+constexpr AlphaFactorTable kUnscaled = MakeUnscaled();
 constexpr AlphaFactorTable kPremultiply = MakePremultiply();
 constexpr AlphaFactorTable kUnpremultiply = MakeUnpremultiply();
 

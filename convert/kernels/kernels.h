@@ -1,27 +1,14 @@
 #pragma once
 
 /// @file
-/// The kernels as the dispatch sees them. Everything is checked before a kernel runs; none can
-/// fail. All need SSSE3.
+/// The kernels as the dispatch sees them: a kernel converts whole steps of pixels of one row, and
+/// everything around that is common to all (rows.h). None can fail. All need SSSE3.
+
+#include <cstddef>
 
 #include "convert/coefficients.h"
-#include "convert/convert.h"
 
 namespace nyx {
-
-/// One picture for a YUV-to-RGB kernel. Planes hold the whole picture; a source alpha plane without
-/// data is absent.
-struct YuvToRgbArguments {
-    ImagePlane source;
-    ImagePlane sourceAlpha;  ///< one byte per pixel
-    ImagePlane destination;
-    LONG width;  ///< even, at least 2
-    LONG height;
-    const CoefficientBlock* coefficients;
-    BYTE constantAlpha;  ///< for layouts with alpha when there is no alpha plane
-    BYTE black;          ///< the 8-bit code of black, about which alpha scales
-};
-using YuvToRgbKernel = void (*)(const YuvToRgbArguments&);
 
 /// What becomes of the colours when a source alpha plane is present.
 enum class AlphaTransform {
@@ -30,22 +17,33 @@ enum class AlphaTransform {
     kUnpremultiply,
 };
 
-/// One picture for an RGB-to-YUV kernel; alpha planes without data are absent.
-struct RgbToYuvArguments {
-    ImagePlane source;
-    ImagePlane sourceAlpha;
-    ImagePlane destination;
-    ImagePlane destinationAlpha;
-    LONG width;
-    LONG height;
-    const ReverseCoefficientBlock* coefficients;
-    BYTE constantAlpha;  ///< for the alpha plane when the source carries no alpha
+/// What kernels compute with; each reads the part that its direction needs.
+struct KernelNumbers {
+    CoefficientBlock toRgb;
+    ReverseCoefficientBlock toYuv;
+    AlphaTransform transform;
+    BYTE black;  ///< the 8-bit code of black, about which alpha scales
 };
-using RgbToYuvKernel = void (*)(const RgbToYuvArguments&);
 
-/// The kernel of a pair, or null when there is none.
-YuvToRgbKernel FindYuvToRgb8Kernel(DWORD source, DWORD destination);
-YuvToRgbKernel FindYuvToDeepRgbKernel(DWORD source, DWORD destination, AlphaTransform transform);
-RgbToYuvKernel FindRgbToYuvKernel(DWORD source, DWORD destination);
+/// Converts `pixels` pixels, a multiple of the kernel's step. `alpha` has one byte per pixel, and
+/// is used only by a function that takes it.
+using KernelFunction = void (*)(const KernelNumbers& numbers, const BYTE* source, const BYTE* alpha,
+                                BYTE* destination, std::size_t pixels);
+
+/// One pair of formats and what converts it.
+struct Kernel {
+    DWORD source;
+    DWORD destination;
+    std::size_t sourceBytes;       ///< per pixel
+    std::size_t destinationBytes;  ///< per pixel
+    std::size_t step;
+    std::size_t window;            ///< pixels from a step's first one on that it reads or writes
+    KernelFunction convert;        ///< layouts with alpha become opaque
+    KernelFunction convertScaled;  ///< stores alpha and transforms colours; null where nothing does
+};
+
+extern const Kernel kYuvToRgb8Kernels[10];
+extern const Kernel kYuvToDeepRgbKernels[16];
+extern const Kernel kRgbToYuvKernels[26];
 
 }  // namespace nyx

@@ -17,13 +17,6 @@ struct RgbLanes {
     __m128i second;
 };
 
-/// The alpha words of four pixels, one per 32-bit lane.
-template <class Order>
-__m128i AlphaOf(const RgbLanes& lanes) {
-    const __m128i pair = Order::a < 2 ? lanes.first : lanes.second;
-    return Order::a % 2 ? _mm_srli_epi32(pair, 16) : _mm_and_si128(pair, _mm_set1_epi32(0xFFFF));
-}
-
 /// One byte per channel; lanes hold 0 to 255.
 template <DWORD kCode, class OrderPolicy>
 struct Rgb8Reader {
@@ -40,9 +33,6 @@ struct Rgb8Reader {
         const __m128i pixels = Load(at);
         return {_mm_shuffle_epi8(pixels, Load(kFirst)), _mm_shuffle_epi8(pixels, Load(kSecond))};
     }
-
-    /// One byte per 32-bit lane.
-    static __m128i Alpha(const RgbLanes& lanes) { return AlphaOf<Order>(lanes); }
 
   private:
     static constexpr ShuffleMask Places(int channel) {
@@ -66,11 +56,6 @@ struct DeepReader {
 
     static __m128i Centred(__m128i words) {
         return _mm_xor_si128(words, _mm_set1_epi16(static_cast<short>(0x8000)));
-    }
-
-    /// The upper eight bits.
-    static __m128i Alpha(const RgbLanes& lanes) {
-        return _mm_xor_si128(_mm_srli_epi32(AlphaOf<Order>(lanes), 8), _mm_set1_epi32(0x80));
     }
 
     /// From two vectors of two pixels: four words a pixel, in the layout's order.

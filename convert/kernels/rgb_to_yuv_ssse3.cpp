@@ -1,4 +1,3 @@
-#include "convert/kernels/kernel_table.h"
 #include "convert/kernels/kernels.h"
 #include "convert/kernels/rgb_readers.h"
 #include "convert/kernels/yuv_writers.h"
@@ -69,106 +68,28 @@ class ReverseMatrix {
     __m128i offsetY_, offsetUv_;
 };
 
-/// Eight pixels; `alpha` receives eight bytes when the kernel extracts the pixels' alpha.
-template <class Reader, class Writer, bool kExtractsAlpha>
-void ConvertStep(const ReverseMatrix<Reader, Writer>& matrix, const BYTE* source, BYTE* destination,
-                 BYTE* alpha) {
-    const RgbLanes firstFour = Reader::Read(source);
-    const RgbLanes lastFour = Reader::Read(source + 4 * Reader::kBytesPerPixel);
-    Writer::Write(destination, matrix.Apply(firstFour), matrix.Apply(lastFour));
-    if constexpr (kExtractsAlpha) {
-        const __m128i words = _mm_packs_epi32(Reader::Alpha(firstFour), Reader::Alpha(lastFour));
-        StoreEightBytes(alpha, _mm_packus_epi16(words, words));
-    }
-}
-
-/// The last pixels of a row, fewer than a step touches, by way of copies that hold whole steps.
-template <class Reader, class Writer, bool kExtractsAlpha>
-void ConvertTail(const ReverseMatrix<Reader, Writer>& matrix, const BYTE* source, BYTE* destination,
-                 BYTE* alpha, std::size_t pixels) {
-    BYTE in[24 * Reader::kBytesPerPixel] = {};
-    BYTE out[16 * Writer::kBytesPerPixel];
-    BYTE outAlpha[16];
-    std::memcpy(in, source, pixels * Reader::kBytesPerPixel);
-    for (std::size_t i = 0; i < pixels; i += 8) {
-        ConvertStep<Reader, Writer, kExtractsAlpha>(matrix, in + i * Reader::kBytesPerPixel,
-                                                    out + i * Writer::kBytesPerPixel, outAlpha + i);
-    }
-    std::memcpy(destination, out, pixels * Writer::kBytesPerPixel);
-    if constexpr (kExtractsAlpha) {
-        std::memcpy(alpha, outAlpha, pixels);
-    }
-}
-
-template <class Reader, class Writer, bool kExtractsAlpha>
-void ConvertRow(const ReverseMatrix<Reader, Writer>& matrix, const BYTE* source, BYTE* destination,
-                BYTE* alpha, std::size_t width) {
-    const std::size_t whole = WholeSteps(width, 8, 4 + Reader::kWindowPixels);
-    for (std::size_t x = 0; x < whole; x += 8) {
-        ConvertStep<Reader, Writer, kExtractsAlpha>(matrix, source + x * Reader::kBytesPerPixel,
-                                                    destination + x * Writer::kBytesPerPixel,
-                                                    kExtractsAlpha ? alpha + x : nullptr);
-    }
-    if (whole < width) {
-        ConvertTail<Reader, Writer, kExtractsAlpha>(matrix, source + whole * Reader::kBytesPerPixel,
-                                                    destination + whole * Writer::kBytesPerPixel,
-                                                    kExtractsAlpha ? alpha + whole : nullptr,
-                                                    width - whole);
-    }
-}
-
-template <class Reader, class Writer, bool kExtractsAlpha>
-void ConvertRows(const RgbToYuvArguments& in) {
-    const ReverseMatrix<Reader, Writer> matrix(*in.coefficients);
-    const auto width = static_cast<std::size_t>(in.width);
-    RowCursor source(in.source, width * Reader::kBytesPerPixel);
-    RowCursor destination(in.destination, width * Writer::kBytesPerPixel);
-    RowCursor alpha(in.destinationAlpha, width);
-    for (LONG y = 0; y < in.height; ++y) {
-        ConvertRow<Reader, Writer, kExtractsAlpha>(matrix, source.row(), destination.row(),
-                                                   alpha.row(), width);
-        source.Next();
-        destination.Next();
-        if (kExtractsAlpha) {
-            alpha.Next();
-        }
-    }
-}
-
-/// The alpha plane when it does not come from the pixels: the source's plane, or opaque.
-void FillAlphaPlane(const RgbToYuvArguments& in) {
-    const auto bytes = static_cast<std::size_t>(in.width);
-    RowCursor source(in.sourceAlpha, bytes);
-    RowCursor destination(in.destinationAlpha, bytes);
-    for (LONG y = 0; y < in.height; ++y) {
-        if (in.sourceAlpha.data) {
-            std::memcpy(destination.row(), source.row(), bytes);
-            source.Next();
-        } else {
-            std::memset(destination.row(), in.constantAlpha, bytes);
-        }
-        destination.Next();
+template <class Reader, class Writer>
+void Convert(const KernelNumbers& numbers, const BYTE* source, const BYTE*, BYTE* destination,
+             std::size_t pixels) {
+    const ReverseMatrix<Reader, Writer> matrix(numbers.toYuv);
+    for (std::size_t x = 0; x < pixels; x += 8) {
+        const BYTE* at = source + x * Reader::kBytesPerPixel;
+        Writer::Write(destination + x * Writer::kBytesPerPixel, matrix.Apply(Reader::Read(at)),
+                      matrix.Apply(Reader::Read(at + 4 * Reader::kBytesPerPixel)));
     }
 }
 
 template <class Reader, class Writer>
-void Kernel(const RgbToYuvArguments& in) {
-    if constexpr (Reader::Order::kHasAlpha) {
-        if (in.destinationAlpha.data && !in.sourceAlpha.data) {
-            ConvertRows<Reader, Writer, true>(in);
-            return;
-        }
-    }
-    ConvertRows<Reader, Writer, false>(in);
-    if (in.destinationAlpha.data) {
-        FillAlphaPlane(in);
-    }
-}
-
-using Row = KernelRow<RgbToYuvKernel>;
-
-template <class Reader, class Writer>
-constexpr Row kRow = {Reader::kFourCC, Writer::kFourCC, Kernel<Reader, Writer>};
+constexpr Kernel kRow = {
+    Reader::kFourCC,
+    Writer::kFourCC,
+    Reader::kBytesPerPixel,
+    Writer::kBytesPerPixel,
+    8,
+    4 + Reader::kWindowPixels,
+    Convert<Reader, Writer>,
+    nullptr,
+};
 
 using Bgr3Reader = Rgb8Reader<kBgr3, OrderBgr>;
 using Rgb3Reader = Rgb8Reader<kRgb3, OrderRgb>;
@@ -184,7 +105,9 @@ using Reader40al = TenBitAlphaReader<k40al, OrderRgba>;
 using ReaderA04l = TenBitAlphaReader<kA04l, OrderArgb>;
 using ReaderL40a = TenBitAlphaReader<kL40a, OrderBgra>;
 
-constexpr Row kKernels[] = {
+}  // namespace
+
+const Kernel kRgbToYuvKernels[] = {
     kRow<Bgr3Reader, Yuy2Writer>, kRow<Rgb3Reader, Yuy2Writer>, kRow<BgraReader, Yuy2Writer>,
     kRow<RgbaReader, Yuy2Writer>, kRow<ArgbReader, Yuy2Writer>, kRow<Reader48rl, Yuy2Writer>,
     kRow<Reader64al, Yuy2Writer>, kRow<ReaderA46l, Yuy2Writer>, kRow<ReaderL64a, Yuy2Writer>,
@@ -195,12 +118,5 @@ constexpr Row kKernels[] = {
     kRow<ReaderL64a, W210Writer>, kRow<Reader30rl, W210Writer>, kRow<Reader40al, W210Writer>,
     kRow<ReaderA04l, W210Writer>, kRow<ReaderL40a, W210Writer>,
 };
-
-}  // namespace
-
-RgbToYuvKernel FindRgbToYuvKernel(DWORD source, DWORD destination) {
-    const Row* row = FindKernelRow(kKernels, source, destination);
-    return row ? row->kernels : nullptr;
-}
 
 }  // namespace nyx

@@ -9,7 +9,7 @@
 #include <array>
 #include <cstring>
 
-#include "convert/convert.h"
+#include "platform/win_types.h"
 
 namespace nyx {
 namespace {
@@ -58,26 +58,6 @@ inline __m128i PairOfGains(int low, int high) {
     const auto pair = static_cast<unsigned>(low & 0xFFFF) | static_cast<unsigned>(high) << 16;
     return _mm_set1_epi32(static_cast<int>(pair));
 }
-
-/// How many of a row's pixels can be converted `step` by `step` when each step touches a window of
-/// pixels from its first one on, all of which must lie inside the row.
-constexpr std::size_t WholeSteps(std::size_t width, std::size_t step, std::size_t window) {
-    return width < window ? 0 : (width - window) / step * step + step;
-}
-
-/// Where a kernel stands in a plane: rows of `rowBytes` bytes, each followed by the plane's gap.
-class RowCursor {
-  public:
-    RowCursor(const ImagePlane& plane, std::size_t rowBytes)
-        : row_(plane.data), step_(static_cast<std::ptrdiff_t>(rowBytes) + plane.rowGap) {}
-
-    BYTE* row() const { return row_; }
-    void Next() { row_ += step_; }
-
-  private:
-    BYTE* row_;
-    std::ptrdiff_t step_;
-};
 
 }  // namespace
 }  // namespace nyx

@@ -1,9 +1,9 @@
-#include <array>
+#include <algorithm>
 
 #include "convert/kernels/alpha_scale.h"
 #include "convert/kernels/deep_rgb_writers.h"
-#include "convert/kernels/kernel_table.h"
-#include "convert/kernels/yuv_to_rgb_rows.h"
+#include "convert/kernels/kernels.h"
+#include "convert/kernels/yuv_readers.h"
 
 namespace nyx {
 namespace {
@@ -22,7 +22,7 @@ class DeepMatrix {
           offsetG_(Offset(block.offset[1])),
           offsetB_(Offset(block.offset[2])) {}
 
-    /// Four reds and greens, four blues and blues again.
+    /// Opaque pixels.
     DeepPixels Apply(const WideYuvLanes& in) const {
         const __m128i y = _mm_madd_epi16(in.y, y_);
         const __m128i toR = _mm_madd_epi16(in.v, vToR_);
@@ -31,7 +31,8 @@ class DeepMatrix {
         const __m128i r = ToChannel(_mm_add_epi32(y, toR), offsetR_);
         const __m128i g = ToChannel(_mm_add_epi32(y, toG), offsetG_);
         const __m128i b = ToChannel(_mm_add_epi32(y, toB), offsetB_);
-        return {ToUnsigned(_mm_packs_epi32(r, g)), ToUnsigned(_mm_packs_epi32(b, b))};
+        return {ToUnsigned(_mm_packs_epi32(r, g)),
+                ToUnsigned(_mm_packs_epi32(b, _mm_set1_epi32(0x7FFF)))};
     }
 
   private:
@@ -56,64 +57,66 @@ class DeepMatrix {
     __m128i offsetR_, offsetG_, offsetB_;
 };
 
-template <class ReaderPolicy, class WriterPolicy, bool kAlphaPlane, AlphaTransform kTransform>
-class DeepQuad {
+/// Colours scaled about black, and the alpha plane's bytes for words that they fill.
+class AlphaScale {
   public:
-    using Reader = ReaderPolicy;
-    using Writer = WriterPolicy;
-    static constexpr bool kReadsAlpha = kAlphaPlane;
+    explicit AlphaScale(const KernelNumbers& numbers)
+        : table_(*TableOf(numbers.transform)),
+          black_(_mm_set1_epi16(static_cast<short>(
+              numbers.transform == AlphaTransform::kKeep ? 0 : numbers.black << 8))) {}
 
-    explicit DeepQuad(const YuvToRgbArguments& in)
-        : matrix_(*in.coefficients),
-          alpha_(_mm_set1_epi16(static_cast<short>(in.constantAlpha * 257))),
-          black_(_mm_set1_epi16(static_cast<short>(in.black << 8))) {}
-
-    void Convert(const BYTE* source, const BYTE* alpha, BYTE* destination) const {
-        DeepPixels pixels = matrix_.Apply(Reader::ReadWide(source));
-        if constexpr (kTransform != AlphaTransform::kKeep) {
-            constexpr const AlphaFactorTable& kTable =
-                kTransform == AlphaTransform::kPremultiply ? kPremultiply : kUnpremultiply;
-            const FourFactors factors(kTable, alpha);
-            pixels.rg = factors.Scale(pixels.rg, black_);
-            pixels.ba = factors.Scale(pixels.ba, black_);
-        }
-        pixels.ba = _mm_unpacklo_epi64(pixels.ba, Alpha(alpha));
-        Writer::Write(destination, pixels);
+    DeepPixels Apply(const DeepPixels& opaque, const BYTE* alpha) const {
+        const FourFactors factors(table_, alpha);
+        const __m128i bytes = LoadFourBytes(alpha);
+        return {
+            factors.Scale(opaque.rg, black_),
+            _mm_unpacklo_epi64(factors.Scale(opaque.ba, black_), _mm_unpacklo_epi8(bytes, bytes))};
     }
 
   private:
-    /// 257 times the byte: 255 fills the word.
-    __m128i Alpha(const BYTE* at) const {
-        if constexpr (kAlphaPlane) {
-            const __m128i bytes = LoadFourBytes(at);
-            return _mm_unpacklo_epi8(bytes, bytes);
-        } else {
-            return alpha_;
-        }
+    static const AlphaFactorTable* TableOf(AlphaTransform transform) {
+        return transform == AlphaTransform::kPremultiply     ? &kPremultiply
+               : transform == AlphaTransform::kUnpremultiply ? &kUnpremultiply
+                                                             : &kUnscaled;
     }
 
-    DeepMatrix matrix_;
-    __m128i alpha_;
+    const AlphaFactorTable& table_;
     __m128i black_;
 };
 
-template <class Reader, class Writer, AlphaTransform kTransform>
-void Kernel(const YuvToRgbArguments& in) {
-    if (in.sourceAlpha.data) {
-        ConvertRows(DeepQuad<Reader, Writer, true, kTransform>(in), in);
-    } else {
-        ConvertRows(DeepQuad<Reader, Writer, false, AlphaTransform::kKeep>(in), in);
+template <class Reader, class Writer>
+void Convert(const KernelNumbers& numbers, const BYTE* source, const BYTE*, BYTE* destination,
+             std::size_t pixels) {
+    const DeepMatrix matrix(numbers.toRgb);
+    for (std::size_t x = 0; x < pixels; x += 4) {
+        Writer::Write(destination + x * Writer::kBytesPerPixel,
+                      matrix.Apply(Reader::ReadWide(source + x * Reader::kBytesPerPixel)));
     }
 }
 
-using Row = KernelRow<std::array<YuvToRgbKernel, 3>>;  ///< kernels by AlphaTransform
+template <class Reader, class Writer>
+void ConvertScaled(const KernelNumbers& numbers, const BYTE* source, const BYTE* alpha,
+                   BYTE* destination, std::size_t pixels) {
+    const DeepMatrix matrix(numbers.toRgb);
+    const AlphaScale scale(numbers);
+    for (std::size_t x = 0; x < pixels; x += 4) {
+        const DeepPixels opaque =
+            matrix.Apply(Reader::ReadWide(source + x * Reader::kBytesPerPixel));
+        Writer::Write(destination + x * Writer::kBytesPerPixel, scale.Apply(opaque, alpha + x));
+    }
+}
 
 template <class Reader, class Writer>
-constexpr Row kRow = {Reader::kFourCC,
-                      Writer::kFourCC,
-                      {Kernel<Reader, Writer, AlphaTransform::kKeep>,
-                       Kernel<Reader, Writer, AlphaTransform::kPremultiply>,
-                       Kernel<Reader, Writer, AlphaTransform::kUnpremultiply>}};
+constexpr Kernel kRow = {
+    Reader::kFourCC,
+    Writer::kFourCC,
+    Reader::kBytesPerPixel,
+    Writer::kBytesPerPixel,
+    4,
+    std::max(Reader::kWindowPixels, Writer::kWindowPixels),
+    Convert<Reader, Writer>,
+    ConvertScaled<Reader, Writer>,
+};
 
 using Writer48rl = WordWriter<k48rl, OrderRgb>;
 using Writer64al = WordWriter<k64al, OrderRgba>;
@@ -124,7 +127,9 @@ using Writer40al = TenBitAlphaWriter<k40al, OrderRgba>;
 using WriterA04l = TenBitAlphaWriter<kA04l, OrderArgb>;
 using WriterL40a = TenBitAlphaWriter<kL40a, OrderBgra>;
 
-constexpr Row kKernels[] = {
+}  // namespace
+
+const Kernel kYuvToDeepRgbKernels[] = {
     kRow<Yuy2Reader, Writer48rl>, kRow<Yuy2Reader, WriterL64a>, kRow<Yuy2Reader, WriterA46l>,
     kRow<Yuy2Reader, Writer64al>, kRow<Yuy2Reader, Writer30rl>, kRow<Yuy2Reader, WriterL40a>,
     kRow<Yuy2Reader, WriterA04l>, kRow<Yuy2Reader, Writer40al>, kRow<W210Reader, Writer48rl>,
@@ -132,12 +137,5 @@ constexpr Row kKernels[] = {
     kRow<W210Reader, Writer30rl>, kRow<W210Reader, WriterL40a>, kRow<W210Reader, WriterA04l>,
     kRow<W210Reader, Writer40al>,
 };
-
-}  // namespace
-
-YuvToRgbKernel FindYuvToDeepRgbKernel(DWORD source, DWORD destination, AlphaTransform transform) {
-    const Row* row = FindKernelRow(kKernels, source, destination);
-    return row ? row->kernels[static_cast<std::size_t>(transform)] : nullptr;
-}
 
 }  // namespace nyx

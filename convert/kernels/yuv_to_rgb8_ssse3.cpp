@@ -1,9 +1,43 @@
-#include "convert/kernels/kernel_table.h"
+#include <algorithm>
+
+#include "convert/kernels/kernels.h"
 #include "convert/kernels/rgb_orders.h"
-#include "convert/kernels/yuv_to_rgb_rows.h"
+#include "convert/kernels/yuv_readers.h"
 
 namespace nyx {
 namespace {
+
+/// Four pixels, one 32-bit sum per lane and channel.
+struct RgbSums {
+    __m128i r;
+    __m128i g;
+    __m128i b;
+};
+
+/// The matrix for 8-bit outputs: sums with 16 fractional bits, the channel in their high words.
+class Rgb8Matrix {
+  public:
+    Rgb8Matrix(const CoefficientBlock& block, int offsetShift)
+        : r_(PairOfGains(block.luma, block.vToR)),
+          gFromU_(PairOfGains(block.luma, block.uToG)),
+          gFromV_(PairOfGains(0, block.vToG)),
+          b_(PairOfGains(block.luma, block.uToB)),
+          offsetR_(_mm_set1_epi32(block.offset[0] * (1 << offsetShift))),
+          offsetG_(_mm_set1_epi32(block.offset[1] * (1 << offsetShift))),
+          offsetB_(_mm_set1_epi32(block.offset[2] * (1 << offsetShift))) {}
+
+    RgbSums Apply(YuvLanes in) const {
+        const __m128i r = _mm_madd_epi16(in.yv, r_);
+        const __m128i g =
+            _mm_add_epi32(_mm_madd_epi16(in.yu, gFromU_), _mm_madd_epi16(in.yv, gFromV_));
+        const __m128i b = _mm_madd_epi16(in.yu, b_);
+        return {_mm_add_epi32(r, offsetR_), _mm_add_epi32(g, offsetG_), _mm_add_epi32(b, offsetB_)};
+    }
+
+  private:
+    __m128i r_, gFromU_, gFromV_, b_;
+    __m128i offsetR_, offsetG_, offsetB_;
+};
 
 /// Destination policy of the 8-bit layouts.
 template <DWORD kCode, class Order>
@@ -12,7 +46,6 @@ struct Rgb8Writer {
     static constexpr std::size_t kBytesPerPixel = Order::kChannels;
     static constexpr std::size_t kWindowPixels =
         Order::kHasAlpha ? 4 : 6;  ///< pixels that are overwritten
-    static constexpr bool kHasAlpha = Order::kHasAlpha;
 
     /// The four values of one channel lie in the odd bytes of one half of a packed vector.
     static constexpr void Place(ShuffleMask& mask, int channel, int half) {
@@ -29,61 +62,37 @@ struct Rgb8Writer {
     }
 
     /// Packing saturates each half-word to a byte. The high half-words are the channels, the low
-    /// ones fractions: their bytes are not taken. `alpha` is in the high half-words, too.
-    static void Write(BYTE* at, const RgbSums& sums, __m128i alpha) {
+    /// ones fractions: their bytes are not taken.
+    static void Write(BYTE* at, const RgbSums& sums) {
         constexpr ShuffleMask kBg = Places(Order::b, Order::g);
         constexpr ShuffleMask kRa = Places(Order::r, Order::a);
         const __m128i bg = _mm_packus_epi16(sums.b, sums.g);
-        const __m128i ra = _mm_packus_epi16(sums.r, alpha);
+        const __m128i ra = _mm_packus_epi16(sums.r, _mm_set1_epi32(255 << 16));
         Store(at, _mm_or_si128(_mm_shuffle_epi8(bg, Load(kBg)), _mm_shuffle_epi8(ra, Load(kRa))));
     }
 };
 
-template <class ReaderPolicy, class WriterPolicy, bool kAlphaPlane>
-class Rgb8Quad {
-  public:
-    using Reader = ReaderPolicy;
-    using Writer = WriterPolicy;
-    static constexpr bool kReadsAlpha = kAlphaPlane;
-
-    explicit Rgb8Quad(const YuvToRgbArguments& in)
-        : matrix_(*in.coefficients, Reader::kOffsetShift),
-          alpha_(_mm_set1_epi32(in.constantAlpha << 16)) {}
-
-    void Convert(const BYTE* source, const BYTE* alpha, BYTE* destination) const {
-        Writer::Write(destination, matrix_.Apply(Reader::Read(source)), Alpha(alpha));
-    }
-
-  private:
-    __m128i Alpha(const BYTE* at) const {
-        if constexpr (kAlphaPlane) {
-            const __m128i zero = _mm_setzero_si128();
-            const __m128i words = _mm_unpacklo_epi8(LoadFourBytes(at), zero);
-            return _mm_unpacklo_epi16(zero, words);
-        } else {
-            return alpha_;
-        }
-    }
-
-    Rgb8Matrix matrix_;
-    __m128i alpha_;
-};
-
 template <class Reader, class Writer>
-void Kernel(const YuvToRgbArguments& in) {
-    if constexpr (Writer::kHasAlpha) {
-        if (in.sourceAlpha.data) {
-            ConvertRows(Rgb8Quad<Reader, Writer, true>(in), in);
-            return;
-        }
+void Convert(const KernelNumbers& numbers, const BYTE* source, const BYTE*, BYTE* destination,
+             std::size_t pixels) {
+    const Rgb8Matrix matrix(numbers.toRgb, Reader::kOffsetShift);
+    for (std::size_t x = 0; x < pixels; x += 4) {
+        Writer::Write(destination + x * Writer::kBytesPerPixel,
+                      matrix.Apply(Reader::Read(source + x * Reader::kBytesPerPixel)));
     }
-    ConvertRows(Rgb8Quad<Reader, Writer, false>(in), in);
 }
 
-using Row = KernelRow<YuvToRgbKernel>;
-
 template <class Reader, class Writer>
-constexpr Row kRow = {Reader::kFourCC, Writer::kFourCC, Kernel<Reader, Writer>};
+constexpr Kernel kRow = {
+    Reader::kFourCC,
+    Writer::kFourCC,
+    Reader::kBytesPerPixel,
+    Writer::kBytesPerPixel,
+    4,
+    std::max(Reader::kWindowPixels, Writer::kWindowPixels),
+    Convert<Reader, Writer>,
+    nullptr,
+};
 
 using Bgr3Writer = Rgb8Writer<kBgr3, OrderBgr>;
 using Rgb3Writer = Rgb8Writer<kRgb3, OrderRgb>;
@@ -91,18 +100,13 @@ using BgraWriter = Rgb8Writer<kBgra, OrderBgra>;
 using RgbaWriter = Rgb8Writer<kRgba, OrderRgba>;
 using ArgbWriter = Rgb8Writer<kArgb, OrderArgb>;
 
-constexpr Row kKernels[] = {
+}  // namespace
+
+const Kernel kYuvToRgb8Kernels[] = {
     kRow<Yuy2Reader, Bgr3Writer>, kRow<Yuy2Reader, Rgb3Writer>, kRow<Yuy2Reader, BgraWriter>,
     kRow<Yuy2Reader, RgbaWriter>, kRow<Yuy2Reader, ArgbWriter>, kRow<W210Reader, Bgr3Writer>,
     kRow<W210Reader, Rgb3Writer>, kRow<W210Reader, BgraWriter>, kRow<W210Reader, RgbaWriter>,
     kRow<W210Reader, ArgbWriter>,
 };
-
-}  // namespace
-
-YuvToRgbKernel FindYuvToRgb8Kernel(DWORD source, DWORD destination) {
-    const Row* row = FindKernelRow(kKernels, source, destination);
-    return row ? row->kernels : nullptr;
-}
 
 }  // namespace nyx

@@ -1,6 +1,7 @@
 #include "tests/convert/reference.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 
@@ -10,14 +11,16 @@
 namespace nyx::reference {
 namespace {
 
-int Clamp(int value, int highest) {
-    return std::clamp(value, 0, highest);
-}
+/// One pixel's channels, each in its layout's own codes.
+struct Channels {
+    int r, g, b, a;
+};
 
-/// An RGB layout: a pixel is a little-endian number in which channels of `kBits` lie side by side,
-/// R, G, B and A in these positions; -1 for no alpha.
-template <int kChannelBits, std::size_t kPixelBytes, int kR, int kG, int kB, int kA>
-struct RgbLayout {
+/// A pixel is a little-endian number in which channels of `kChannelBits` lie side by side, R, G, B
+/// and A in these positions; -1 for no alpha.
+template <DWORD kCode, int kChannelBits, std::size_t kPixelBytes, int kR, int kG, int kB, int kA>
+struct Rgb {
+    static constexpr DWORD kFourCC = kCode;
     static constexpr int kBits = kChannelBits;
     static constexpr std::size_t kBytes = kPixelBytes;
 
@@ -26,9 +29,14 @@ struct RgbLayout {
             Put(c.r, kR) | Put(c.g, kG) | Put(c.b, kB) | (kA < 0 ? 0 : Put(c.a, kA));
         std::memcpy(at, &number, kBytes);
     }
-
     static Channels Read(const BYTE* at) {
-        return {Get(at, kR), Get(at, kG), Get(at, kB), kA < 0 ? kHighest : Get(at, kA)};
+        std::uint64_t number = 0;
+        std::memcpy(&number, at, kBytes);
+        const auto get = [&](int position) {
+            return position < 0 ? kHighest
+                                : static_cast<int>(number >> kBits * position) & kHighest;
+        };
+        return {get(kR), get(kG), get(kB), get(kA)};
     }
 
   private:
@@ -37,97 +45,90 @@ struct RgbLayout {
     static std::uint64_t Put(int value, int position) {
         return static_cast<std::uint64_t>(value) << kBits * std::max(position, 0);
     }
-    /// A channel lies within two bytes.
-    static int Get(const BYTE* at, int position) {
-        const int bit = kBits * std::max(position, 0);
-        const int word = at[bit / 8] | (kBits > 8 ? at[bit / 8 + 1] << 8 : 0);
-        return word >> bit % 8 & kHighest;
+};
+
+/// Samples of a row in memory order Y0, U, Y1, V, of one byte or a little-endian word each.
+template <DWORD kCode, int kSampleBits>
+struct Yuv {
+    static constexpr DWORD kFourCC = kCode;
+    static constexpr int kBits = kSampleBits;
+    static constexpr std::size_t kBytes = kBits == 8 ? 2 : 4;
+
+    static int Get(const BYTE* row, std::size_t sample) {
+        return kBits == 8 ? row[sample] : (row[2 * sample] | row[2 * sample + 1] << 8) & 1023;
+    }
+    static void Put(BYTE* row, std::size_t sample, int value) {
+        std::memcpy(row + sample * kBytes / 2, &value, kBytes / 2);
     }
 };
 
 /// Calls `use` with the layout of a FourCC.
+template <class... Layouts, class Use>
+void WithOneOf(DWORD fourcc, Use use) {
+    ((fourcc == Layouts::kFourCC ? use(Layouts{}) : void()), ...);
+}
 template <class Use>
-void WithRgbLayout(DWORD fourcc, Use use) {
-    switch (fourcc) {
-        case kBgr3:
-            return use(RgbLayout<8, 3, 2, 1, 0, -1>{});
-        case kRgb3:
-            return use(RgbLayout<8, 3, 0, 1, 2, -1>{});
-        case kBgra:
-            return use(RgbLayout<8, 4, 2, 1, 0, 3>{});
-        case kRgba:
-            return use(RgbLayout<8, 4, 0, 1, 2, 3>{});
-        case kArgb:
-            return use(RgbLayout<8, 4, 1, 2, 3, 0>{});
-        case k48rl:
-            return use(RgbLayout<16, 6, 0, 1, 2, -1>{});
-        case k64al:
-            return use(RgbLayout<16, 8, 0, 1, 2, 3>{});
-        case kA46l:
-            return use(RgbLayout<16, 8, 1, 2, 3, 0>{});
-        case kL64a:
-            return use(RgbLayout<16, 8, 2, 1, 0, 3>{});
-        case k30rl:
-            return use(RgbLayout<10, 4, 0, 1, 2, -1>{});
-        case k40al:
-            return use(RgbLayout<10, 5, 0, 1, 2, 3>{});
-        case kA04l:
-            return use(RgbLayout<10, 5, 1, 2, 3, 0>{});
-        case kL40a:
-            return use(RgbLayout<10, 5, 2, 1, 0, 3>{});
-        default:
-            return;
-    }
+void WithRgb(DWORD fourcc, Use use) {
+    WithOneOf<
+        Rgb<kBgr3, 8, 3, 2, 1, 0, -1>, Rgb<kRgb3, 8, 3, 0, 1, 2, -1>, Rgb<kBgra, 8, 4, 2, 1, 0, 3>,
+        Rgb<kRgba, 8, 4, 0, 1, 2, 3>, Rgb<kArgb, 8, 4, 1, 2, 3, 0>, Rgb<k48rl, 16, 6, 0, 1, 2, -1>,
+        Rgb<k64al, 16, 8, 0, 1, 2, 3>, Rgb<kA46l, 16, 8, 1, 2, 3, 0>, Rgb<kL64a, 16, 8, 2, 1, 0, 3>,
+        Rgb<k30rl, 10, 4, 0, 1, 2, -1>, Rgb<k40al, 10, 5, 0, 1, 2, 3>,
+        Rgb<kA04l, 10, 5, 1, 2, 3, 0>, Rgb<kL40a, 10, 5, 2, 1, 0, 3>>(fourcc, use);
 }
-
-// ---- YUV layouts: samples of a row in memory order Y0, U, Y1, V ----
-
-struct Yuy2Layout {
-    static constexpr int kBits = 8;
-    static constexpr std::size_t kBytes = 2;
-    static int Get(const BYTE* row, std::size_t sample) { return row[sample]; }
-    static void Put(BYTE* row, std::size_t sample, int value) {
-        row[sample] = static_cast<BYTE>(value);
-    }
-};
-
-struct W210Layout {
-    static constexpr int kBits = 10;
-    static constexpr std::size_t kBytes = 4;
-    static int Get(const BYTE* row, std::size_t sample) {
-        return (row[2 * sample] | row[2 * sample + 1] << 8) & 1023;
-    }
-    static void Put(BYTE* row, std::size_t sample, int value) {
-        row[2 * sample] = static_cast<BYTE>(value);
-        row[2 * sample + 1] = static_cast<BYTE>(value >> 8);
-    }
-};
-
 template <class Use>
-void WithYuvLayout(DWORD fourcc, Use use) {
-    if (fourcc == kYuy2) {
-        return use(Yuy2Layout{});
-    }
-    return use(W210Layout{});
+void WithYuv(DWORD fourcc, Use use) {
+    WithOneOf<Yuv<kYuy2, 8>, Yuv<kW210, 10>>(fourcc, use);
 }
 
-// ---- arithmetic ----
+int Fixed(double value, int fractionalBits) {
+    return static_cast<int>(std::lround(std::ldexp(value, fractionalBits)));
+}
 
-struct Sums {
-    int r;
-    int g;
-    int b;
+/// Black and the span to white of RGB, in 8-bit codes.
+struct Range {
+    double black, span;
+};
+Range RangeOf(LONG range, int bits) {
+    return range == kStudioRange ? Range{16, 219} : Range{0, 256 - std::ldexp(1, 8 - bits)};
+}
+
+/// Gains and offsets of the three sums of the direction to RGB.
+struct ToRgb {
+    int luma, vToR, uToG, vToG, uToB, offsets[3];
 };
 
-Sums Multiply(const CoefficientBlock& k, int y, int cu, int cv) {
-    return {y * k.luma + cv * k.vToR + k.offset[0],
-            y * k.luma + cu * k.uToG + cv * k.vToG + k.offset[1],
-            y * k.luma + cu * k.uToB + k.offset[2]};
-}
-
-/// 16-bit channels before alpha: sums with 20 fractional bits, counted in 8-bit codes.
-Channels DeepChannels(const Sums& sums) {
-    return {Clamp(sums.r >> 12, 65535), Clamp(sums.g >> 12, 65535), Clamp(sums.b >> 12, 65535), 0};
+ToRgb ToRgbNumbers(const ConversionKind& kind, int yuvBits, int rgbBits) {
+    const Weights k = WeightsOf(kind.matrix);
+    const Range to = RangeOf(kind.range, rgbBits);
+    const bool deep = rgbBits > 8;
+    const int bits = deep ? 18 : 14;
+    double luma = to.span / 219;
+    double vToR = 2 * (1 - k.kr) * to.span / 224;
+    double uToB = 2 * (1 - k.kb) * to.span / 224;
+    double uToG = -uToB * k.kb / k.kg;
+    double vToG = -vToR * k.kr / k.kg;
+    ToRgb n = {Fixed(luma, bits),     Fixed(vToR, bits - 1), Fixed(uToG, bits - 1),
+               Fixed(vToG, bits - 1), Fixed(uToB, bits - 1), {}};
+    if (deep) {  // greys come out grey to the last bit when the stored gains make the offsets
+        luma = std::ldexp(n.luma, -bits);
+        vToR = std::ldexp(n.vToR, 1 - bits);
+        uToB = std::ldexp(n.uToB, 1 - bits);
+        uToG = std::ldexp(n.uToG, 1 - bits);
+        vToG = std::ldexp(n.vToG, 1 - bits);
+    }
+    const double half = rgbBits == 8 ? 0.5 : rgbBits == 10 ? 0 : 1 / 512.0;
+    const double chroma[] = {vToR, uToG + vToG, uToB};
+    for (int c = 0; c < 3; ++c) {
+        n.offsets[c] = Fixed(half + to.black - 16 * luma - 128 * chroma[c], deep           ? 20
+                                                                            : yuvBits == 8 ? 14
+                                                                                           : 16);
+        // Three of the tabulated offsets stand one below what the rule rounds to.
+        const bool studio8 = kind.range == kStudioRange && yuvBits == 8 && c != 1;
+        const bool full10 = kind.range == kFullRange && yuvBits == 10 && c == 2;
+        n.offsets[c] -= !deep && kind.matrix == kMatrixBt601 && (studio8 || full10) ? 1 : 0;
+    }
+    return n;
 }
 
 /// black + (colour - black) numerator / denominator, the factor rounded up to 16 fractional bits.
@@ -140,173 +141,143 @@ int ScaleAboutBlack(int colour, int black, int numerator, int denominator) {
     return static_cast<int>(std::min<std::int64_t>(scaled, 65535));
 }
 
-Channels ScaleByAlpha(const Channels& c, const YuvToRgbRequest& in, int alpha) {
-    if (in.sourceAlphaMode == in.destinationAlphaMode) {
-        return c;
-    }
-    const bool premultiply = in.destinationAlphaMode == kPremultipliedAlpha;
-    const int numerator = premultiply ? alpha : 255;
-    const int denominator = premultiply ? 255 : alpha;
-    const int black = in.range == kStudioRange ? 16 * 256 : 0;
-    return {ScaleAboutBlack(c.r, black, numerator, denominator),
-            ScaleAboutBlack(c.g, black, numerator, denominator),
-            ScaleAboutBlack(c.b, black, numerator, denominator), 0};
-}
+template <class Source, class Destination>
+struct RowToRgb {
+    const ConversionKind& kind;
+    ToRgb n = ToRgbNumbers(kind, Source::kBits, Destination::kBits);
 
-int ToTen(int word) {
-    return std::min(word + 32, 65535) >> 6;
-}
-
-template <class Yuv, class Rgb>
-struct FromYuvPixel {
-    const YuvToRgbRequest& in;
-    CoefficientBlock block;
-
-    void operator()(BYTE* at, int y, int cu, int cv, const BYTE* alpha) const {
-        if constexpr (Rgb::kBits == 8) {
-            constexpr int kShift = Yuv::kBits == 8 ? 14 : 16;
-            const Sums sums = Multiply(block, y, cu, cv);
-            Rgb::Write(at, {Clamp(sums.r >> kShift, 255), Clamp(sums.g >> kShift, 255),
-                            Clamp(sums.b >> kShift, 255), alpha ? *alpha : 255});
-        } else {
-            constexpr int kToTenBits = Yuv::kBits == 8 ? 4 : 1;
-            Channels c =
-                DeepChannels(Multiply(block, y * kToTenBits, cu * kToTenBits, cv * kToTenBits));
-            if (alpha) {
-                c = ScaleByAlpha(c, in, *alpha);
-            }
-            c.a = (alpha ? *alpha : 255) * 257;
-            if constexpr (Rgb::kBits == 10) {
-                c = {ToTen(c.r), ToTen(c.g), ToTen(c.b), c.a >> 6};
-            }
-            Rgb::Write(at, c);
+    void operator()(const BYTE* source, const BYTE* alpha, BYTE* to, BYTE*, std::size_t width) {
+        for (std::size_t x = 0; x < width; ++x) {
+            // The odd pixel's chroma is the mean of its pair's and the next pair's.
+            const std::size_t own = 2 * (x & ~std::size_t{1});
+            const std::size_t other = x % 2 != 0 && x + 1 < width ? own + 4 : own;
+            Pixel(Source::Get(source, 2 * x),
+                  Source::Get(source, own + 1) + Source::Get(source, other + 1),
+                  Source::Get(source, own + 3) + Source::Get(source, other + 3),
+                  alpha ? alpha + x : nullptr, to + x * Destination::kBytes);
         }
+    }
+
+  private:
+    static constexpr bool kDeep = Destination::kBits > 8;
+    static constexpr int kShift = kDeep ? 12 : Source::kBits == 8 ? 14 : 16;
+    static constexpr int kScale = kDeep && Source::kBits == 8 ? 4 : 1;
+
+    void Pixel(int y, int cu, int cv, const BYTE* alpha, BYTE* at) const {
+        Channels c = {Channel(y * n.luma + cv * n.vToR, 0, alpha),
+                      Channel(y * n.luma + cu * n.uToG + cv * n.vToG, 1, alpha),
+                      Channel(y * n.luma + cu * n.uToB, 2, alpha),
+                      (alpha ? *alpha : 255) * (kDeep ? 257 : 1)};
+        if (Destination::kBits == 10) {
+            const auto ten = [](int word) { return std::min(word + 32, 65535) >> 6; };
+            c = {ten(c.r), ten(c.g), ten(c.b), c.a >> 6};
+        }
+        Destination::Write(at, c);
+    }
+    int Channel(int sum, int index, const BYTE* alpha) const {
+        const int highest = kDeep ? 65535 : 255;
+        const int code = std::clamp((sum * kScale + n.offsets[index]) >> kShift, 0, highest);
+        if (!kDeep || !alpha || kind.sourceAlphaMode == kind.destinationAlphaMode) {
+            return code;
+        }
+        const bool premultiply = kind.destinationAlphaMode == kPremultipliedAlpha;
+        return ScaleAboutBlack(code, kind.range == kStudioRange ? 16 * 256 : 0,
+                               premultiply ? *alpha : 255, premultiply ? 255 : *alpha);
     }
 };
 
-template <class Yuv, class Pixel>
-void FromYuvRow(const Pixel& pixel, const BYTE* source, const BYTE* alpha, BYTE* destination,
-                std::size_t bytesPerPixel, std::size_t width) {
-    for (std::size_t x = 0; x < width; x += 2) {
-        const std::size_t own = 2 * x;
-        const std::size_t right = x + 2 < width ? own + 4 : own;
-        const int u = Yuv::Get(source, own + 1);
-        const int v = Yuv::Get(source, own + 3);
-        const int nextU = Yuv::Get(source, right + 1);
-        const int nextV = Yuv::Get(source, right + 3);
-        pixel(destination + x * bytesPerPixel, Yuv::Get(source, own), 2 * u, 2 * v,
-              alpha ? alpha + x : nullptr);
-        pixel(destination + (x + 1) * bytesPerPixel, Yuv::Get(source, own + 2), u + nextU,
-              v + nextV, alpha ? alpha + x + 1 : nullptr);
+template <class Source, class Destination>
+struct RowToYuv {
+    explicit RowToYuv(const ConversionKind& kind) {
+        const Weights k = WeightsOf(kind.matrix);
+        const Range from = RangeOf(kind.range, Source::kBits);
+        const double luma = 219 / from.span;
+        const double u = 112 / from.span / (1 - k.kb);
+        const double v = 112 / from.span / (1 - k.kr);
+        const double half = std::ldexp(0.5, 8 - Destination::kBits);
+        Set(rows[0], k.kb * luma, k.kg * luma, k.kr * luma, 16 - from.black * luma + half);
+        Set(rows[1], (1 - k.kb) * u, -k.kg * u, -k.kr * u, 128 + half);
+        Set(rows[2], -k.kb * v, -k.kg * v, (1 - k.kr) * v, 128 + half);
     }
-}
 
-/// First byte of a row by the rule that kernels step by: the row's bytes, then the gap.
+    void operator()(const BYTE* source, const BYTE* alpha, BYTE* to, BYTE* toAlpha,
+                    std::size_t width) const {
+        Channels even{};
+        for (std::size_t x = 0; x < width; ++x) {
+            const Channels c = Source::Read(source + x * Source::kBytes);
+            even = x % 2 == 0 ? c : even;
+            Destination::Put(to, 2 * x, Sample(rows[0], c));
+            Destination::Put(to, 2 * x + 1, Sample(rows[x % 2 == 0 ? 1 : 2], even));
+            if (toAlpha) {
+                const int own = c.a >> (Source::kBits - 8);
+                toAlpha[x] = alpha ? alpha[x] : static_cast<BYTE>(own);
+            }
+        }
+    }
+
+  private:
+    /// Sums count in 8-bit codes with 15 fractional bits, those of deep channels with 23.
+    static constexpr int kSumBits = Source::kBits == 8 ? 15 : 23;
+    using Number = std::conditional_t<Source::kBits == 8, std::int32_t, std::int64_t>;
+    struct Row {
+        int b, g, r, offset;
+    };
+    Row rows[3];
+
+    static void Set(Row& row, double b, double g, double r, double offset) {
+        row = {Fixed(b, 15), Fixed(g, 15), Fixed(r, 15), Fixed(offset, kSumBits)};
+    }
+    static int Sample(const Row& row, const Channels& c) {
+        const Number scale = Source::kBits == 10 ? 64 : 1;
+        const Number sum =
+            (Number{row.b} * c.b + Number{row.g} * c.g + Number{row.r} * c.r) * scale;
+        return static_cast<int>(
+            std::clamp<Number>((sum + row.offset) >> (kSumBits - (Destination::kBits - 8)), 0,
+                               (1 << Destination::kBits) - 1));
+    }
+};
+
+/// First byte of a row by the rule that conversions step by: the row's bytes, then the gap.
 BYTE* RowOf(const ImagePlane* plane, std::size_t rowBytes, LONG y) {
-    if (!plane || !plane->data) {
-        return nullptr;
-    }
-    return plane->data + (static_cast<std::ptrdiff_t>(rowBytes) + plane->rowGap) * y;
+    return plane ? plane->data + (static_cast<std::ptrdiff_t>(rowBytes) + plane->rowGap) * y
+                 : nullptr;
 }
 
-template <class Yuv, class Rgb>
-void FromYuvPicture(const YuvToRgbRequest& in) {
-    const CoefficientBlock block = Rgb::kBits == 8
-                                       ? YuvToRgb8Coefficients(in.matrix, in.range, Yuv::kBits)
-                                       : YuvToDeepRgbCoefficients(in.matrix, in.range, Rgb::kBits);
-    const FromYuvPixel<Yuv, Rgb> pixel{in, block};
-    const auto width = static_cast<std::size_t>(in.width);
-    for (LONG y = 0; y < in.height; ++y) {
-        FromYuvRow<Yuv>(pixel, RowOf(in.source, width * Yuv::kBytes, y),
-                        RowOf(in.sourceAlpha, width, y),
-                        RowOf(in.destination, width * Rgb::kBytes, y), Rgb::kBytes, width);
-    }
-}
-
-/// One sample: the dot product, then `shift` and saturation.
-template <class Number>
-int DotProduct(const ReverseRow& row, const Channels& c, int shift, int highest) {
-    const Number sum = Number{row.b} * c.b + Number{row.g} * c.g + Number{row.r} * c.r + row.offset;
-    return static_cast<int>(std::clamp<Number>(sum >> shift, 0, highest));
-}
-
-template <class Rgb, class Yuv>
-struct ToYuvSample {
-    using Number = std::conditional_t<Rgb::kBits == 8, std::int32_t, std::int64_t>;
-    static constexpr int kShift = (Rgb::kBits == 8 ? 15 : 23) - (Yuv::kBits - 8);
-
-    int operator()(const ReverseRow& row, const Channels& c) const {
-        return DotProduct<Number>(row, c, kShift, (1 << Yuv::kBits) - 1);
-    }
-};
-
-template <class Rgb>
-Channels ReadScaled(const BYTE* at) {
-    constexpr int kScale = Rgb::kBits == 10 ? 64 : 1;
-    const Channels c = Rgb::Read(at);
-    return {c.r * kScale, c.g * kScale, c.b * kScale, c.a * kScale};
-}
-
-template <class Rgb, class Yuv>
-void ToYuvRow(const ReverseCoefficientBlock& block, const BYTE* source, BYTE* destination,
-              std::size_t width) {
-    const ToYuvSample<Rgb, Yuv> sample;
-    for (std::size_t x = 0; x < width; x += 2) {
-        const Channels even = ReadScaled<Rgb>(source + x * Rgb::kBytes);
-        const Channels odd = ReadScaled<Rgb>(source + (x + 1) * Rgb::kBytes);
-        Yuv::Put(destination, 2 * x, sample(block.y, even));
-        Yuv::Put(destination, 2 * x + 1, sample(block.u, even));
-        Yuv::Put(destination, 2 * x + 2, sample(block.y, odd));
-        Yuv::Put(destination, 2 * x + 3, sample(block.v, even));
-    }
-}
-
-template <class Rgb>
-void AlphaRow(const BYTE* source, const BYTE* sourceAlpha, BYTE* destination, std::size_t width) {
-    for (std::size_t x = 0; x < width; ++x) {
-        const int own = Rgb::Read(source + x * Rgb::kBytes).a >> (Rgb::kBits - 8);
-        destination[x] = sourceAlpha ? sourceAlpha[x] : static_cast<BYTE>(own);
-    }
-}
-
-template <class Rgb, class Yuv>
-void ToYuvPicture(const RgbToYuvRequest& in) {
-    const ReverseCoefficientBlock block =
-        RgbToYuvCoefficients(in.matrix, in.range, Rgb::kBits, Yuv::kBits);
-    const auto width = static_cast<std::size_t>(in.width);
-    for (LONG y = 0; y < in.height; ++y) {
-        const BYTE* source = RowOf(in.source, width * Rgb::kBytes, y);
-        ToYuvRow<Rgb, Yuv>(block, source, RowOf(in.destination, width * Yuv::kBytes, y), width);
-        if (BYTE* alpha = RowOf(in.destinationAlpha, width, y)) {
-            AlphaRow<Rgb>(source, RowOf(in.sourceAlpha, width, y), alpha, width);
-        }
+template <class Source, class Destination, class Row>
+void Picture(Row row, const ConversionPlanes& planes, LONG width, LONG height) {
+    const auto pixels = static_cast<std::size_t>(width);
+    for (LONG y = 0; y < height; ++y) {
+        row(RowOf(planes.source, pixels * Source::kBytes, y), RowOf(planes.sourceAlpha, pixels, y),
+            RowOf(planes.destination, pixels * Destination::kBytes, y),
+            RowOf(planes.destinationAlpha, pixels, y), pixels);
     }
 }
 
 }  // namespace
 
-void FromYuv(const YuvToRgbRequest& in) {
-    WithYuvLayout(in.sourceFourCC, [&](auto yuv) {
-        WithRgbLayout(in.destinationFourCC,
-                      [&](auto rgb) { FromYuvPicture<decltype(yuv), decltype(rgb)>(in); });
+Weights WeightsOf(LONG matrix) {
+    return matrix == kMatrixBt601   ? Weights{0.299, 0.587, 0.114}
+           : matrix == kMatrixBt709 ? Weights{0.2126, 0.7152, 0.0722}
+                                    : Weights{0.2627, 0.6780, 0.0593};
+}
+
+void Convert(const ConversionKind& kind, const ConversionPlanes& planes, LONG width, LONG height) {
+    WithYuv(kind.source, [&](auto yuv) {
+        WithRgb(kind.destination, [&](auto rgb) {
+            using Source = decltype(yuv);
+            using Destination = decltype(rgb);
+            Picture<Source, Destination>(RowToRgb<Source, Destination>{kind}, planes, width,
+                                         height);
+        });
     });
-}
-
-void ToYuv(const RgbToYuvRequest& in) {
-    WithYuvLayout(in.destinationFourCC, [&](auto yuv) {
-        WithRgbLayout(in.sourceFourCC,
-                      [&](auto rgb) { ToYuvPicture<decltype(rgb), decltype(yuv)>(in); });
+    WithYuv(kind.destination, [&](auto yuv) {
+        WithRgb(kind.source, [&](auto rgb) {
+            using Source = decltype(rgb);
+            using Destination = decltype(yuv);
+            Picture<Source, Destination>(RowToYuv<Source, Destination>(kind), planes, width,
+                                         height);
+        });
     });
-}
-
-void PackPixel(DWORD fourcc, const Channels& channels, BYTE* at) {
-    WithRgbLayout(fourcc, [&](auto rgb) { decltype(rgb)::Write(at, channels); });
-}
-
-Channels UnpackPixel(DWORD fourcc, const BYTE* at) {
-    Channels channels{};
-    WithRgbLayout(fourcc, [&](auto rgb) { channels = decltype(rgb)::Read(at); });
-    return channels;
 }
 
 }  // namespace nyx::reference

@@ -1,26 +1,21 @@
 #pragma once
 
 /// @file
-/// The conversions written as plainly as they can be, one pixel after the other: the definition
-/// of the kernels. Requests are taken as valid.
+/// The conversions written as plainly as they can be, one pixel after the other: the definition of
+/// the kernels, with coefficients of its own. Requests are taken as valid.
 
-#include "convert/conversion_groups.h"
+#include <cstddef>
+
+#include "convert/convert.h"
 
 namespace nyx::reference {
 
-/// One pixel's channels, each in its layout's own codes.
-struct Channels {
-    int r;
-    int g;
-    int b;
-    int a;
+/// Luma weights as ITU-R BT.601, BT.709 and BT.2020 (non-constant luminance) publish them.
+struct Weights {
+    double kr, kg, kb;
 };
+Weights WeightsOf(LONG matrix);
 
-void FromYuv(const YuvToRgbRequest& request);
-void ToYuv(const RgbToYuvRequest& request);
-
-/// One pixel in an RGB layout. Layouts without alpha read as opaque.
-void PackPixel(DWORD fourcc, const Channels& channels, BYTE* at);
-Channels UnpackPixel(DWORD fourcc, const BYTE* at);
+void Convert(const ConversionKind& kind, const ConversionPlanes& planes, LONG width, LONG height);
 
 }  // namespace nyx::reference
