@@ -173,23 +173,16 @@ HRESULT STDMETHODCALLTYPE CBaseInputPin::ReceiveMultiple(IMediaSample** pSamples
 
 namespace {
 
-/// What the input connected to `pin` says about blocking; `S_OK` for a transport unknown to us.
-HRESULT PeerCanBlock(CBasePin* pin) {
-    IPin* peer = nullptr;
-    HRESULT hr = pin->ConnectedTo(&peer);
-    if (FAILED(hr)) {
-        return hr;
-    }
+/// Whether the input `peer` may block; one of a transport unknown to us may.
+bool CanBlock(IPin* peer) {
     void* input = nullptr;
-    hr = peer->QueryInterface(IID_IMemInputPin, &input);
-    peer->Release();
-    if (FAILED(hr)) {
-        return S_OK;
+    if (FAILED(peer->QueryInterface(IID_IMemInputPin, &input))) {
+        return true;
     }
     auto* const transport = static_cast<IMemInputPin*>(input);
-    hr = transport->ReceiveCanBlock();
+    const HRESULT hr = transport->ReceiveCanBlock();
     transport->Release();
-    return hr == S_FALSE ? S_FALSE : S_OK;
+    return hr != S_FALSE;
 }
 
 }  // namespace
@@ -200,13 +193,17 @@ HRESULT STDMETHODCALLTYPE CBaseInputPin::ReceiveCanBlock() {
     for (int i = 0; i < count; ++i) {
         CBasePin* const pin = m_pFilter->GetPin(i);
         PIN_DIRECTION direction = PINDIR_INPUT;
-        if (!pin || FAILED(pin->QueryDirection(&direction)) || direction != PINDIR_OUTPUT) {
+        IPin* peer = nullptr;
+        if (!pin || FAILED(pin->QueryDirection(&direction)) || direction != PINDIR_OUTPUT ||
+            FAILED(pin->ConnectedTo(&peer))) {
             continue;
         }
-        result = PeerCanBlock(pin);
-        if (result != S_FALSE) {
-            return result;
+        const bool blocks = CanBlock(peer);
+        peer->Release();
+        if (blocks) {
+            return S_OK;
         }
+        result = S_FALSE;
     }
     return result;
 }
