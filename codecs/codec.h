@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <limits>
 
 #include "platform/win_types.h"
 
@@ -37,15 +36,6 @@ enum EngineMode : LONG {
     kEngineForDecoding = 1,
 };
 
-/// Bytes of the buffer in which an encoded frame is given room, for a picture of so many bytes: 1.2
-/// times as many. The most that 64 bits hold when the product does not fit them.
-inline std::int64_t EncodedBufferSize(std::int64_t pictureBytes) {
-    std::int64_t scaled = 0;
-    return __builtin_mul_overflow(pictureBytes, std::int64_t{12}, &scaled)
-               ? std::numeric_limits<std::int64_t>::max()
-               : scaled / 10;
-}
-
 /// Bytes in GetMaxCompressedSize for the chunks in front of a frame; a frame alone takes that less.
 constexpr DWORD kChunkMargin = 1064;
 
@@ -74,8 +64,10 @@ class ICodec {
     virtual HRESULT CompressQuery(const BITMAPINFOHEADER* input, bool alphaInput,
                                   const BITMAPINFOHEADER* output) = 0;
 
-    /// Encodes one frame. `output->biSizeImage` receives the compressed size; `outputData` holds at
-    /// least GetMaxCompressedSize bytes. The last three arguments are reserved and passed as 0.
+    /// Encodes one frame. `output->biSizeImage` is the number of bytes at `outputData`, or 0 where
+    /// those are GetMaxCompressedSize, and receives the compressed size. A codec whose budget can
+    /// be changed between two frames keeps within that number. The last three arguments are
+    /// reserved and passed as 0.
     virtual HRESULT Compress(const BITMAPINFOHEADER* input, bool alphaInput, const void* inputData,
                              BITMAPINFOHEADER* output, void* outputData, DWORD reserved1,
                              DWORD reserved2, DWORD reserved3) = 0;

@@ -25,12 +25,13 @@ HRESULT CEngineCodec::Compress(const BITMAPINFOHEADER* input, bool alphaInput,
     if (!input || !inputData || !output || !outputData) {
         return E_POINTER;
     }
-    EncodeJob job = {{}, input, alphaInput, alphaMode, outputData, 0};
+    EncodeJob job = {
+        {}, input, alphaInput, alphaMode, CurrentSettings(), outputData, output->biSizeImage, 0};
     const SurfaceRequest request = {input,
                                     output->biWidth,
                                     output->biBitCount == kAlphaStreamBits,
                                     alphaInput,
-                                    GetColorSpace(),
+                                    job.settings.color_space,
                                     const_cast<void*>(inputData),
                                     static_cast<LONG>(stride)};
     if (FAILED(DescribeSurface(request, &job.surface))) {

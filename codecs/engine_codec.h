@@ -11,6 +11,7 @@
 #include "codecs/format_rules.h"
 #include "codecs/pixel_format_index.h"
 #include "platform/byte_span.h"
+#include "settings/quality_presets.h"
 
 namespace nyx {
 
@@ -28,7 +29,9 @@ struct EncodeJob {
     const BITMAPINFOHEADER* input;
     bool alpha;  ///< the caller's flag
     DWORD alphaMode;
-    void* output;    ///< room for GetMaxCompressedSize bytes
+    EncoderParameters settings;  ///< as they were when the frame began
+    void* output;
+    DWORD room;      ///< bytes at `output`, 0 for GetMaxCompressedSize
     DWORD capacity;  ///< the most bytes that the coded frame may take, from OutputCapacity
 };
 
@@ -75,8 +78,10 @@ class CEngineCodec : public CCodecBase {
     /// Stores the coded length as the engine returned it. Asked only of codecs that encode.
     virtual HRESULT EncodeFrame(const EncodeJob&, LONG*) { return E_NOTIMPL; }
 
-    /// The most bytes that EncodeFrame may report. Asked once a frame, so that settings changed
-    /// meanwhile do not part what the engine was told from what it is held to.
+    /// The settings, all of one moment. Asked once a frame, which goes by these alone.
+    virtual EncoderParameters CurrentSettings() { return {GetColorSpace(), 0, 0, 0}; }
+
+    /// The most bytes that EncodeFrame may report.
     virtual DWORD OutputCapacity(const EncodeJob&) { return 0; }
 
     /// What Compress answers to a format without an index.

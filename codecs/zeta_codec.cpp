@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <mutex>
 
 #include "codecs/engine_guard.h"
 #include "codecs/engine_records.h"
@@ -33,6 +34,7 @@ bool IsZetaSize(std::int64_t width, std::int64_t height) {
 
 constexpr CodecFormats kFormats = {kFourCC, &IsZetaSize, kAlphaDecodePairs, kAlphaEncodePairs};
 
+constexpr WORD kAlphaBits = 32;
 constexpr std::size_t kShortestFrame = 4;  // an alpha frame's tag
 
 /// Blocks of 16 by 16 pixels, those at the edges counted whole.
@@ -40,13 +42,17 @@ DWORD BlocksOf(DWORD width, DWORD height) {
     return ((width + 15) / 16) * ((height + 15) / 16);
 }
 
+/// The least that an engine needs for one frame.
+DWORD FloorFor(DWORD width, DWORD height, bool alpha) {
+    return BlocksOf(width, height) * 16 * (alpha ? 2 : 1);
+}
+
 /// The engine's budget for one frame. 32-bit arithmetic, wrapping like the engine's own.
 DWORD CapacityFor(DWORD width, DWORD height, bool alpha, LONG maxStreamSize) {
     const DWORD pixels = width * height;
     const DWORD budget = alpha ? pixels * 48 / 10  // 4.8 bytes per pixel
                                : pixels * 2 * static_cast<DWORD>(maxStreamSize) / 100;
-    const DWORD floor = BlocksOf(width, height) * 16 * (alpha ? 2 : 1);
-    return std::max(budget, floor);
+    return std::max(budget, FloorFor(width, height, alpha));
 }
 
 bool StartsWith(ByteSpan frame, const char* tag, std::size_t length) {
@@ -77,9 +83,7 @@ CZetaCodec::CZetaCodec() : CZetaCodec(ReadEncoderParameters(kFourCC)) {}
 
 CZetaCodec::CZetaCodec(const EncoderParameters& parameters)
     : CEngineCodec(kFormats, parameters.color_space),
-      quant_scale_(parameters.quant_scale),
-      max_stream_size_(parameters.max_stream_size),
-      preset_(parameters.preset),
+      settings_(parameters),
       engines_(ZetaEngines()) {}
 
 bool CZetaCodec::IsEngineAvailable(LONG) {
@@ -91,22 +95,26 @@ DWORD CZetaCodec::GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool alpha
         return 0;
     }
     return CapacityFor(static_cast<DWORD>(input->biWidth),
-                       static_cast<DWORD>(AbsoluteHeight(*input)), alpha, max_stream_size_) +
+                       static_cast<DWORD>(AbsoluteHeight(*input)), alpha,
+                       CurrentSettings().max_stream_size) +
            kChunkMargin;
 }
 
 EncoderParameters CZetaCodec::GetParameters(bool fromRegistry) {
-    if (fromRegistry) {
-        return ReadEncoderParameters(kFourCC);
-    }
-    return {GetColorSpace(), quant_scale_, max_stream_size_, preset_};
+    return fromRegistry ? ReadEncoderParameters(kFourCC) : CurrentSettings();
+}
+
+EncoderParameters CZetaCodec::CurrentSettings() {
+    const std::lock_guard<SpinLock> lock(settingsLock_);
+    return settings_;
 }
 
 void CZetaCodec::SetParameters(const EncoderParameters& parameters, bool persist) {
-    SetColorSpace(parameters.color_space);
-    quant_scale_ = parameters.quant_scale;
-    max_stream_size_ = parameters.max_stream_size;
-    preset_ = parameters.preset;
+    {
+        const std::lock_guard<SpinLock> lock(settingsLock_);
+        SetColorSpace(parameters.color_space);
+        settings_ = parameters;
+    }
     if (persist) {
         // The colour space is never stored from here.
         WriteCodecSetting(kFourCC, L"quant_scale", parameters.quant_scale);
@@ -164,22 +172,26 @@ HRESULT CZetaCodec::DecodeFrame(const DecodeJob& job) {
 }
 
 DWORD CZetaCodec::OutputCapacity(const EncodeJob& job) {
-    const auto width = static_cast<DWORD>(job.surface.width);
-    const auto height = static_cast<DWORD>(job.surface.height);
+    const DWORD budget =
+        CapacityFor(static_cast<DWORD>(job.surface.width), static_cast<DWORD>(job.surface.height),
+                    job.input->biBitCount == kAlphaBits, job.settings.max_stream_size);
     // The budget may be set to anything at any time, beyond the buffer too.
-    const std::int64_t buffer =
-        EncodedBufferSize(std::int64_t{width} * height * job.surface.bytesPerPixel);
-    return static_cast<DWORD>(std::min<std::int64_t>(
-        buffer, CapacityFor(width, height, job.input->biBitCount == 32, max_stream_size_)));
+    return job.room == 0 ? budget : std::min(job.room, budget);
 }
 
 HRESULT CZetaCodec::EncodeFrame(const EncodeJob& job, LONG* codedLength) {
+    const auto width = static_cast<DWORD>(job.surface.width);
+    const auto height = static_cast<DWORD>(job.surface.height);
     switch (job.input->biBitCount) {
         case 16:
         case 24:
-            return EncodeCore(job, codedLength);
-        case 32:
-            return EncodeAlpha(job, codedLength);
+            return job.capacity < FloorFor(width, height, false) ? E_FAIL
+                                                                 : EncodeCore(job, codedLength);
+        case kAlphaBits:
+            // This engine is not told how much room there is, and may take all of its budget.
+            return job.capacity < CapacityFor(width, height, true, 0)
+                       ? E_FAIL
+                       : EncodeAlpha(job, codedLength);
         default:
             return E_FAIL;
     }
@@ -200,7 +212,7 @@ HRESULT CZetaCodec::EncodeCore(const EncodeJob& job, LONG* codedLength) {
     record.coreConstant = kCoreConstant;
     record.width = surface.width;
     record.height = surface.height;
-    record.quantScale = quant_scale_;
+    record.quantScale = job.settings.quant_scale;
     record.encodeConstant = kZetaEncodeConstant;
     return CallEngine(codedLength, engines_[kZetaCoreEngine].Encode<ZetaEntry>(),
                       static_cast<void*>(&record));
@@ -217,7 +229,7 @@ HRESULT CZetaCodec::EncodeAlpha(const EncodeJob& job, LONG* codedLength) {
     record.output = job.output;
     record.width = surface.width;
     record.height = surface.height;
-    record.quantScale = quant_scale_;
+    record.quantScale = job.settings.quant_scale;
     record.encodeConstant = kZetaEncodeConstant;
     return CallEngine(codedLength, engines_[kZetaAlphaEngine].Encode<ZetaEntry>(),
                       static_cast<void*>(&record));

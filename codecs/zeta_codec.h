@@ -1,9 +1,8 @@
 #pragma once
 
-#include <atomic>
-
 #include "codecs/engine_codec.h"
 #include "codecs/engine_library.h"
+#include "codecs/spin_lock.h"
 #include "settings/quality_presets.h"
 
 namespace nyx {
@@ -34,6 +33,7 @@ class CZetaCodec : public CEngineCodec {
     std::optional<bool> Probe(ByteSpan frame, const BITMAPINFOHEADER& input) override;
     HRESULT DecodeFrame(const DecodeJob& job) override;
     HRESULT EncodeFrame(const EncodeJob& job, LONG* codedLength) override;
+    EncoderParameters CurrentSettings() override;
     DWORD OutputCapacity(const EncodeJob& job) override;
 
     HRESULT EncodeCore(const EncodeJob& job, LONG* codedLength);
@@ -42,9 +42,8 @@ class CZetaCodec : public CEngineCodec {
     explicit CZetaCodec(const EncoderParameters& parameters);
 
     // Set on any thread while frames are encoded on another.
-    std::atomic<LONG> quant_scale_;
-    std::atomic<LONG> max_stream_size_;
-    std::atomic<LONG> preset_;
+    SpinLock settingsLock_;
+    EncoderParameters settings_;
     EngineUse engines_;
 };
 

@@ -5,8 +5,8 @@
 #include <memory>
 #include <new>
 
+#include "codecs/header_checks.h"
 #include "codecs/pixel_format_index.h"
-#include "filters/frame_parameters.h"
 #include "filters/nyx_util.h"
 #include "filters/sample_data.h"
 
@@ -39,46 +39,60 @@ void SetFieldFlag(IMediaSample* sample, LONG fieldOrder) {
     sample2->Release();
 }
 
-bool AcceptsDynamically(IPin* peer, const AM_MEDIA_TYPE& type) {
-    IPinConnection* connection = nullptr;
-    if (!peer ||
-        FAILED(peer->QueryInterface(IID_IPinConnection, reinterpret_cast<void**>(&connection)))) {
+bool AcceptsDynamically(CBasePin& output, const AM_MEDIA_TYPE& type) {
+    IPin* peer = nullptr;
+    if (FAILED(output.ConnectedTo(&peer))) {
         return false;
     }
-    const HRESULT result = connection->DynamicQueryAccept(&type);
+    IPinConnection* connection = nullptr;
+    HRESULT result =
+        peer->QueryInterface(IID_IPinConnection, reinterpret_cast<void**>(&connection));
+    peer->Release();
+    if (FAILED(result)) {
+        return false;
+    }
+    result = connection->DynamicQueryAccept(&type);
     connection->Release();
     return result == S_OK;
 }
 
-/// Keeps the output type true to the frame. The stored type keeps the new values even when the peer
-/// does not take them on this sample.
-void FollowFrameParameters(const FrameParameters& frame, const OutputConnection& output,
-                           IMediaSample* sample) {
-    VIDEOINFOHEADER2* block = NyxUtil::FindVideoInfo2(*output.type);
-    if (!block) {
+/// Copies what the codec has written of each row.
+void CopyPicture(const DecodeCall& call, const BYTE* from) {
+    const auto rows = static_cast<std::size_t>(AbsoluteHeight(*call.output));
+    if (call.pictureSize == 0) {
         return;
     }
-    const DWORD interlaceFlags = NyxUtil::InterlaceFlags(frame.fieldOrder);
-    const auto aspectX = static_cast<DWORD>(frame.aspect.x);
-    const auto aspectY = static_cast<DWORD>(frame.aspect.y);
-    if (block->dwInterlaceFlags == interlaceFlags && block->dwPictAspectRatioX == aspectX &&
-        block->dwPictAspectRatioY == aspectY) {
-        return;
+    const std::size_t rowBytes = call.pictureSize / rows;
+    std::size_t written = rowBytes;
+    if (!call.fillsRows && call.input->biWidth < call.output->biWidth) {
+        written = rowBytes / static_cast<std::size_t>(call.output->biWidth) *
+                  static_cast<std::size_t>(call.input->biWidth);
     }
-    block->dwInterlaceFlags = interlaceFlags;
-    block->dwPictAspectRatioX = aspectX;
-    block->dwPictAspectRatioY = aspectY;
-    if (AcceptsDynamically(output.peer, *output.type)) {
-        sample->SetMediaType(output.type);
+    for (std::size_t at = 0; at < call.pictureSize; at += rowBytes) {
+        std::memcpy(call.picture + at, from + at, written);
     }
 }
 
 }  // namespace
 
-bool IsWriteCombined(const void* memory) {
-    MEMORY_BASIC_INFORMATION information = {};
-    return VirtualQuery(memory, &information, sizeof(information)) != 0 &&
-           (information.AllocationProtect & PAGE_WRITECOMBINE) != 0;
+void FollowFrameParameters(const FrameParameters& shown, CBasePin& output, IMediaSample* sample) {
+    const VIDEOINFOHEADER2* before = NyxUtil::FormatOf(output.CurrentMediaType()).newer;
+    if (!before) {
+        return;
+    }
+    VIDEOINFOHEADER2 block = *before;
+    ShowFrame(shown.fieldOrder, shown.aspect, &block);
+    CMediaType type;  // the peer's, since ours may be replaced while it is asked
+    if (std::memcmp(&block, before, sizeof(block)) == 0 ||
+        FAILED(output.ConnectionMediaType(&type))) {
+        return;
+    }
+    for (CMediaType* each : {&output.CurrentMediaType(), &type}) {
+        std::memcpy(each->pbFormat, &block, sizeof(block));
+    }
+    if (AcceptsDynamically(output, type)) {
+        sample->SetMediaType(&type);
+    }
 }
 
 HRESULT DecodePicture(ICodec& codec, const DecodeCall& call, bool writeCombined) {
@@ -86,24 +100,21 @@ HRESULT DecodePicture(ICodec& codec, const DecodeCall& call, bool writeCombined)
         return codec.Decompress(call.input, call.frame, call.output, call.alpha, call.picture, 0,
                                 0);
     }
-    const std::unique_ptr<BYTE[]> bounce(new (std::nothrow) BYTE[call.pictureSize]);
+    const std::unique_ptr<BYTE[]> bounce(new (std::nothrow) BYTE[call.pictureSize]());
     if (!bounce) {
         return E_OUTOFMEMORY;
-    }
-    // A codec leaves what is right of a narrower picture as it was.
-    if (call.output->biWidth > call.input->biWidth) {
-        std::memcpy(bounce.get(), call.picture, call.pictureSize);
     }
     const HRESULT result =
         codec.Decompress(call.input, call.frame, call.output, call.alpha, bounce.get(), 0, 0);
     if (SUCCEEDED(result)) {
-        std::memcpy(call.picture, bounce.get(), call.pictureSize);
+        CopyPicture(call, bounce.get());
     }
     return result;
 }
 
-HRESULT DecodeSample(ICodec& codec, const AM_MEDIA_TYPE& inputType, const OutputConnection& output,
-                     IMediaSample* inputSample, IMediaSample* outputSample) {
+HRESULT DecodeSample(ICodec& codec, bool fillsRows, const AM_MEDIA_TYPE& inputType,
+                     const AM_MEDIA_TYPE& outputType, IMediaSample* inputSample,
+                     IMediaSample* outputSample, FrameParameters* shown) {
     if (!inputSample || !outputSample) {
         return E_POINTER;
     }
@@ -113,32 +124,36 @@ HRESULT DecodeSample(ICodec& codec, const AM_MEDIA_TYPE& inputType, const Output
         return E_UNEXPECTED;
     }
     const std::size_t frameSize = SampleLength(inputSample);
-
-    FrameParameters parameters;
-    const HRESULT result =
-        ReadFrameParameters(codec, inputType, ByteSpan(frame, frameSize), &parameters);
+    const std::size_t room = SampleCapacity(outputSample);
+    HRESULT result = ReadFrameParameters(codec, inputType, ByteSpan(frame, frameSize), shown);
     if (FAILED(result)) {
         return result;
     }
-    SetFieldFlag(outputSample, parameters.fieldOrder);
-    FollowFrameParameters(parameters, output, outputSample);
+    SetFieldFlag(outputSample, shown->fieldOrder);
 
-    const BITMAPINFOHEADER* outputHeader = NyxUtil::FindHeader(*output.type);
-    if (!outputHeader) {
+    const BITMAPINFOHEADER* format = NyxUtil::FormatOf(outputType).header;
+    if (!format) {
         return E_FAIL;
     }
-    const std::uint64_t pictureSize = SurfaceSize(*outputHeader);
-    if (pictureSize > SampleCapacity(outputSample) ||
-        !IsWritable(picture, static_cast<std::size_t>(pictureSize))) {
+    const BITMAPINFOHEADER output = *format;
+    const PictureKind kind = NyxUtil::ClassifyPicture(output.biBitCount, outputType.subtype);
+    const std::uint64_t pictureSize = SurfaceSize(output);
+    if (kind == PictureKind::kInvalid || pictureSize > room) {
         return E_FAIL;
     }
-    BITMAPINFOHEADER input = *parameters.header;
-    input.biSizeImage = static_cast<DWORD>(frameSize);
-    const bool alpha = NyxUtil::ClassifyPicture(outputHeader->biBitCount, output.type->subtype) ==
-                       PictureKind::kAlpha;
-    const DecodeCall call = {&input, frame,   outputHeader,
-                             alpha,  picture, static_cast<std::size_t>(pictureSize)};
-    return DecodePicture(codec, call, IsWriteCombined(picture));
+    const DecodeCall call = {&shown->header, frame,
+                             &output,        kind == PictureKind::kAlpha,
+                             picture,        static_cast<std::size_t>(pictureSize),
+                             fillsRows};
+    const MemoryKind memory = QueryMemory(picture, call.pictureSize);
+    if (memory == MemoryKind::kUnwritable) {
+        return E_FAIL;
+    }
+    result = DecodePicture(codec, call, memory == MemoryKind::kWriteCombined);
+    if (SUCCEEDED(result)) {
+        outputSample->SetActualDataLength(static_cast<long>(pictureSize));
+    }
+    return result;
 }
 
 }  // namespace nyx

@@ -5,23 +5,24 @@
 
 #include "baseclasses/streams.h"
 #include "codecs/codec.h"
+#include "filters/frame_parameters.h"
 
 namespace nyx {
 
-/// The connected output side as one sample sees it.
-struct OutputConnection {
-    CMediaType*
-        type;    ///< the output pin's type, rewritten in place when field order or aspect change
-    IPin* peer;  ///< the connected downstream pin, or null; not owned
-};
+/// Decodes one compressed sample into one output sample, whose field-1-first flag and length it
+/// sets, and tells what the frame shows. `fillsRows` says that the codec fills the rows of an
+/// output that is wider than the stream; others leave what is right of the picture as it was.
+/// `E_POINTER` for null samples, `E_UNEXPECTED` for samples without data, `E_FAIL` for types
+/// without a header, an output of no known kind or a buffer that is smaller than its picture or may
+/// not be written, else the codec's result. Runs on the streaming thread.
+HRESULT DecodeSample(ICodec& codec, bool fillsRows, const AM_MEDIA_TYPE& inputType,
+                     const AM_MEDIA_TYPE& outputType, IMediaSample* inputSample,
+                     IMediaSample* outputSample, FrameParameters* shown);
 
-/// Decodes one compressed sample into one output sample: reads the frame's parameters, sets the
-/// field-1-first flag, follows a change of interlacing or aspect on a `VIDEOINFOHEADER2` connection
-/// and decodes. `E_POINTER` for null samples, `E_UNEXPECTED` for samples without data, `E_FAIL` for
-/// types without a header or an output buffer that is smaller than its picture or may not be
-/// written, else the codec's result. Runs on the streaming thread.
-HRESULT DecodeSample(ICodec& codec, const AM_MEDIA_TYPE& inputType, const OutputConnection& output,
-                     IMediaSample* inputSample, IMediaSample* outputSample);
+/// Keeps the type of a `VIDEOINFOHEADER2` connection true to a frame that is about to be delivered
+/// with `sample`: rewrites it in place and, where the peer takes it dynamically, lets the sample
+/// carry it. A change that comes with a frame that is not delivered waits for the next one.
+void FollowFrameParameters(const FrameParameters& shown, CBasePin& output, IMediaSample* sample);
 
 /// One call of ICodec::Decompress.
 struct DecodeCall {
@@ -31,13 +32,12 @@ struct DecodeCall {
     bool alpha;
     BYTE* picture;
     std::size_t pictureSize;  ///< bytes of the whole picture
+    bool fillsRows;           ///< see DecodeSample
 };
 
 /// Decodes straight into the picture, or, for write-combined memory, which codecs would read and
-/// write out of order at a crawl, by way of a temporary buffer that is copied on success.
+/// write out of order at a crawl, by way of a temporary buffer, of which on success the bytes that
+/// the codec has written are copied. Never reads the picture.
 HRESULT DecodePicture(ICodec& codec, const DecodeCall& call, bool writeCombined);
-
-/// Whether the memory was allocated write-combined.
-bool IsWriteCombined(const void* memory);
 
 }  // namespace nyx

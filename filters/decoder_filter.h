@@ -1,5 +1,8 @@
 #pragma once
 
+#include <type_traits>
+
+#include "dv/dv_codec.h"
 #include "filters/decode_sample.h"
 #include "filters/decoder_negotiation.h"
 #include "filters/filter.h"
@@ -18,11 +21,18 @@ struct DecoderSide {
         return RequestDecoderBuffer(output.CurrentMediaType(), allocator, properties);
     }
 
-    static HRESULT Transform(ICodec& codec, CBasePin& input, CBasePin& output,
-                             IMediaSample* inputSample, IMediaSample* outputSample) {
-        return DecodeSample(codec, input.CurrentMediaType(),
-                            {&output.CurrentMediaType(), output.GetConnected()}, inputSample,
-                            outputSample);
+    template <class Codec>
+    static HRESULT Transform(Codec& codec, CBasePin& input, CBasePin& output,
+                             IMediaSample* inputSample, IMediaSample* outputSample, bool withheld) {
+        constexpr bool kStretches = std::is_base_of_v<CDvCodecBase, Codec>;
+        FrameParameters shown;
+        const HRESULT result =
+            DecodeSample(codec, kStretches, input.CurrentMediaType(), output.CurrentMediaType(),
+                         inputSample, outputSample, &shown);
+        if (result == S_OK && !withheld) {
+            FollowFrameParameters(shown, output, outputSample);
+        }
+        return result;
     }
 };
 

@@ -72,7 +72,7 @@ HRESULT CheckDecoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input, const AM_ME
     const BITMAPINFOHEADER* outputHeader = nullptr;
     PictureKind kind = PictureKind::kOpaque;
     if (output) {
-        outputHeader = NyxUtil::FindHeader(*output);
+        outputHeader = NyxUtil::FormatOf(*output).header;
         if (!outputHeader) {
             return VFW_E_TYPE_NOT_ACCEPTED;
         }
@@ -81,7 +81,7 @@ HRESULT CheckDecoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input, const AM_ME
             return VFW_E_TYPE_NOT_ACCEPTED;
         }
     }
-    return codec.DecompressQuery(NyxUtil::FindHeader(input), outputHeader,
+    return codec.DecompressQuery(NyxUtil::FormatOf(input).header, outputHeader,
                                  kind == PictureKind::kAlpha);
 }
 
@@ -95,12 +95,12 @@ HRESULT OfferDecoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position
     if (FAILED(result)) {
         return result;
     }
-    const LayoutList list = LayoutsFor(codec, frame.header->biBitCount);
+    const LayoutList list = LayoutsFor(codec, frame.header.biBitCount);
     if (position >= 2 * list.count) {
         return VFW_S_NO_MORE_ITEMS;
     }
     const OutputLayout& layout = list.layouts[position % list.count];
-    const BITMAPINFOHEADER& header = *frame.header;
+    const BITMAPINFOHEADER& header = frame.header;
     const OfferedType offer = {
         *layout.subtype,
         OfferedHeader(header, layout),
@@ -117,7 +117,7 @@ HRESULT OfferDecoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position
 
 HRESULT RequestDecoderBuffer(const AM_MEDIA_TYPE& output, IMemAllocator* allocator,
                              ALLOCATOR_PROPERTIES* properties) {
-    const BITMAPINFOHEADER* header = NyxUtil::FindHeader(output);
+    const BITMAPINFOHEADER* header = NyxUtil::FormatOf(output).header;
     if (!header) {
         return E_FAIL;
     }

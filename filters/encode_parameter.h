@@ -12,19 +12,12 @@
  *     };
  *
  * Both operations may be called on any thread, also while frames are being encoded: a change is
- * taken up by the next frame. They answer S_OK, or E_INVALIDARG for a null block. */
+ * taken up whole by the next frame. Of a flag only the low byte counts, so that a host may pass a
+ * one-byte bool. They answer S_OK, or E_INVALIDARG for a null block. */
 
 #include <unknwn.h>
 
-/* What the encoder is told. Four signed 32-bit values in this order. Quantiser and budget are what
- * frames are made by; the preset says which pair they are, and a host that chooses a preset sets
- * its pair too. */
-typedef struct EncodeParameterBlock {
-    LONG color_space;     /* RGB input: 0 spans 0 to 255, anything else has black 16, white 235 */
-    LONG quant_scale;     /* quantiser scale, 3 to 19; larger is coarser */
-    LONG max_stream_size; /* budget in percent of an 8-bit 4:2:2 frame, 4 to 100 */
-    LONG preset;          /* 0 (3, 50), 1 (4, 40), 2 (5, 30), 3 (19, 4), 4 custom */
-} EncodeParameterBlock;
+#include "settings/encode_parameter_block.h"
 
 /* {26890151-8A34-4C58-BBBC-40993F38169A} */
 static const IID IID_IEncodeParmeter_QZTA = {

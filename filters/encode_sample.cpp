@@ -17,26 +17,27 @@ HRESULT EncodeSample(ICodec& codec, const AM_MEDIA_TYPE& inputType, const AM_MED
     if (FAILED(SampleData(inputSample, &picture)) || FAILED(SampleData(outputSample, &frame))) {
         return E_UNEXPECTED;
     }
-    const BITMAPINFOHEADER* input = NyxUtil::FindHeader(inputType);
-    const BITMAPINFOHEADER* outputHeader = NyxUtil::FindHeader(outputType);
+    const std::size_t pictureSize = SampleLength(inputSample);
+    const std::size_t room = SampleCapacity(outputSample);
+    const BITMAPINFOHEADER* input = NyxUtil::FormatOf(inputType).header;
+    const BITMAPINFOHEADER* outputHeader = NyxUtil::FormatOf(outputType).header;
     if (!input || !outputHeader) {
         return E_FAIL;
     }
-    const bool alpha =
-        NyxUtil::ClassifyPicture(input->biBitCount, inputType.subtype) == PictureKind::kAlpha;
-    const std::size_t capacity = SampleCapacity(outputSample);
-    if (SampleLength(inputSample) < SurfaceSize(*input) ||
-        static_cast<std::int64_t>(capacity) < EncoderBufferSize(*input) ||
-        !IsWritable(frame, capacity)) {
+    const PictureKind kind = NyxUtil::ClassifyPicture(input->biBitCount, inputType.subtype);
+    if (kind == PictureKind::kInvalid || pictureSize < SurfaceSize(*input) || room == 0 ||
+        QueryMemory(frame, room) == MemoryKind::kUnwritable) {
         return E_FAIL;
     }
 
     BITMAPINFOHEADER output = *outputHeader;
-    const HRESULT result = codec.Compress(input, alpha, picture, &output, frame, 0, 0, 0);
+    output.biSizeImage = static_cast<DWORD>(room);
+    const HRESULT result =
+        codec.Compress(input, kind == PictureKind::kAlpha, picture, &output, frame, 0, 0, 0);
     if (FAILED(result)) {
         return result;
     }
-    if (output.biSizeImage > capacity) {
+    if (output.biSizeImage > room) {
         return E_FAIL;
     }
     outputSample->SetActualDataLength(static_cast<long>(output.biSizeImage));

@@ -7,8 +7,8 @@ namespace nyx {
 
 /// Encodes one uncompressed sample into one output sample and sets its length. `E_POINTER` for null
 /// samples, `E_UNEXPECTED` for samples without data, `E_FAIL` for types without a header, an input
-/// that is shorter than its picture, or an output buffer below EncoderBufferSize;
-/// else the codec's result. Runs on the streaming thread.
+/// of no known kind or shorter than its picture, or an output buffer that may not be written; else
+/// the codec's result, which is told how large the buffer is. Runs on the streaming thread.
 HRESULT EncodeSample(ICodec& codec, const AM_MEDIA_TYPE& inputType, const AM_MEDIA_TYPE& outputType,
                      IMediaSample* inputSample, IMediaSample* outputSample);
 

@@ -15,11 +15,14 @@ struct EncoderSide {
     /// The buffer's size follows from the input.
     static HRESULT RequestBuffer(CBasePin& input, CBasePin&, IMemAllocator* allocator,
                                  ALLOCATOR_PROPERTIES* properties) {
-        return RequestEncoderBuffer(input.CurrentMediaType(), allocator, properties);
+        CMediaType type;
+        return FAILED(input.ConnectionMediaType(&type))
+                   ? E_UNEXPECTED
+                   : RequestEncoderBuffer(type, allocator, properties);
     }
 
     static HRESULT Transform(ICodec& codec, CBasePin& input, CBasePin& output,
-                             IMediaSample* inputSample, IMediaSample* outputSample) {
+                             IMediaSample* inputSample, IMediaSample* outputSample, bool) {
         return EncodeSample(codec, input.CurrentMediaType(), output.CurrentMediaType(), inputSample,
                             outputSample);
     }

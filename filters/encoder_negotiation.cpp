@@ -14,10 +14,9 @@ namespace {
 constexpr BlockForm kForms[] = {BlockForm::kVideoInfo2, BlockForm::kVideoInfo};
 constexpr int kFormCount = 2;
 
-PictureKind KindOf(const AM_MEDIA_TYPE& type) {
-    const BITMAPINFOHEADER* header = NyxUtil::FindHeader(type);
-    return header ? NyxUtil::ClassifyPicture(header->biBitCount, type.subtype)
-                  : PictureKind::kInvalid;
+PictureKind KindOf(const VideoFormat& format, const AM_MEDIA_TYPE& type) {
+    return format.header ? NyxUtil::ClassifyPicture(format.header->biBitCount, type.subtype)
+                         : PictureKind::kInvalid;
 }
 
 /// The compressed side of an uncompressed picture, always top-down. Its size is that of the picture
@@ -38,13 +37,13 @@ BITMAPINFOHEADER CompressedHeader(const BITMAPINFOHEADER& picture, DWORD fourcc,
 }  // namespace
 
 HRESULT CheckEncoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input, const AM_MEDIA_TYPE* output) {
-    const PictureKind kind = KindOf(input);
-    const BITMAPINFOHEADER* outputHeader = output ? NyxUtil::FindHeader(*output) : nullptr;
+    const VideoFormat format = NyxUtil::FormatOf(input);
+    const PictureKind kind = KindOf(format, input);
+    const BITMAPINFOHEADER* outputHeader = output ? NyxUtil::FormatOf(*output).header : nullptr;
     if (kind == PictureKind::kInvalid || (output && !outputHeader)) {
         return VFW_E_TYPE_NOT_ACCEPTED;
     }
-    return codec.CompressQuery(NyxUtil::FindHeader(input), kind == PictureKind::kAlpha,
-                               outputHeader);
+    return codec.CompressQuery(format.header, kind == PictureKind::kAlpha, outputHeader);
 }
 
 HRESULT OfferEncoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position,
@@ -52,18 +51,19 @@ HRESULT OfferEncoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position
     if (position < 0) {
         return E_INVALIDARG;
     }
-    const BITMAPINFOHEADER* picture = NyxUtil::FindHeader(input);
+    const VideoFormat format = NyxUtil::FormatOf(input);
+    const BITMAPINFOHEADER* picture = format.header;
     if (!picture) {
         return E_FAIL;
     }
-    const PictureKind kind = KindOf(input);
+    const PictureKind kind = KindOf(format, input);
     if (kind == PictureKind::kInvalid) {
         return VFW_E_TYPE_NOT_ACCEPTED;
     }
     if (position >= kFormCount) {
         return VFW_S_NO_MORE_ITEMS;
     }
-    const REFERENCE_TIME duration = *NyxUtil::FindAverageFrameDuration(input);
+    const REFERENCE_TIME duration = format.averageFrameDuration;
     const BITMAPINFOHEADER header =
         CompressedHeader(*picture, codec.GetFourCC(), kind == PictureKind::kAlpha);
     const PixelAspect pixel = DefaultPixelAspect(header.biWidth, header.biHeight);
@@ -82,18 +82,18 @@ HRESULT OfferEncoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position
     return FillOfferedType(offer, kForms[position], type);
 }
 
-std::int64_t EncoderBufferSize(const BITMAPINFOHEADER& picture) {
-    return EncodedBufferSize(
-        SignedPictureSize(picture.biBitCount, AbsoluteHeight(picture), picture.biWidth));
-}
-
 HRESULT RequestEncoderBuffer(const AM_MEDIA_TYPE& input, IMemAllocator* allocator,
                              ALLOCATOR_PROPERTIES* properties) {
-    const BITMAPINFOHEADER* picture = NyxUtil::FindHeader(input);
+    const BITMAPINFOHEADER* picture = NyxUtil::FormatOf(input).header;
     if (!picture) {
         return E_UNEXPECTED;
     }
-    return RequestOneBuffer(allocator, properties, EncoderBufferSize(*picture));
+    const std::int64_t size =
+        SignedPictureSize(picture->biBitCount, AbsoluteHeight(*picture), picture->biWidth);
+    std::int64_t scaled = 0;
+    return __builtin_mul_overflow(size, std::int64_t{12}, &scaled)
+               ? E_FAIL
+               : RequestOneBuffer(allocator, properties, scaled / 10);
 }
 
 }  // namespace nyx

@@ -3,15 +3,14 @@
 /// @file
 /// What an encoder filter accepts, offers and asks for, as functions over plain records.
 
-#include <cstdint>
-
 #include "baseclasses/streams.h"
 #include "codecs/codec.h"
 
 namespace nyx {
 
 /// Whether the codec encodes `input`, and to `output` when that is given. `S_OK` or
-/// `VFW_E_TYPE_NOT_ACCEPTED`.
+/// `VFW_E_TYPE_NOT_ACCEPTED`. RGB 32-bit is an opaque kind, and a codec whose 32-bit pictures carry
+/// alpha refuses it, though its registered pin types name it: a host has to ask for ARGB 32-bit.
 HRESULT CheckEncoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input, const AM_MEDIA_TYPE* output);
 
 /// Builds the compressed type offered at `position` for pictures of type `input`: first with a
@@ -20,11 +19,8 @@ HRESULT CheckEncoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input, const AM_ME
 /// `E_OUTOFMEMORY`.
 HRESULT OfferEncoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position, CMediaType* type);
 
-/// EncodedBufferSize of such a picture.
-std::int64_t EncoderBufferSize(const BITMAPINFOHEADER& picture);
-
-/// Asks the allocator for one buffer of EncoderBufferSize. `E_UNEXPECTED` when the
-/// input has no header.
+/// Asks the allocator for one buffer of 1.2 times the picture. `E_UNEXPECTED` when the input has no
+/// header.
 HRESULT RequestEncoderBuffer(const AM_MEDIA_TYPE& input, IMemAllocator* allocator,
                              ALLOCATOR_PROPERTIES* properties);
 

@@ -36,7 +36,10 @@ class NyxFilterImpl : public Base, public Codec, public NyxUtil {
         if (!this->m_pInput || !this->m_pOutput) {
             return E_UNEXPECTED;
         }
-        return Side::Transform(*this, *this->m_pInput, *this->m_pOutput, input, output);
+        // What the base counts down to a key frame, with this frame still counted.
+        const bool withheld = this->m_nWaitForKey > 1 && input->IsSyncPoint() != S_OK;
+        return Side::Transform(static_cast<Codec&>(*this), *this->m_pInput, *this->m_pOutput, input,
+                               output, withheld);
     }
 
     HRESULT CheckInputType(const CMediaType* input) override {
@@ -73,10 +76,12 @@ class NyxFilterImpl : public Base, public Codec, public NyxUtil {
         if (position < 0) {
             return E_INVALIDARG;
         }
-        if (!this->m_pInput->IsConnected()) {
-            return E_UNEXPECTED;
+        CMediaType input;  // a copy: the streaming thread may replace the pin's own at any time
+        const HRESULT result = this->m_pInput->ConnectionMediaType(&input);
+        if (FAILED(result)) {
+            return result == VFW_E_NOT_CONNECTED ? E_UNEXPECTED : result;
         }
-        return Side::OfferType(*this, this->m_pInput->CurrentMediaType(), position, type);
+        return Side::OfferType(*this, input, position, type);
     }
 
   protected:

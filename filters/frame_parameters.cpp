@@ -7,34 +7,37 @@
 namespace nyx {
 
 PictureAspect PictureAspectOf(LONG width, LONG height, LONG pixelAspectX, LONG pixelAspectY) {
-    if (pixelAspectX < 0 || pixelAspectY < 0) {
-        return {0, 0};
-    }
     const std::int64_t x = std::int64_t{width} * pixelAspectX;
     const std::int64_t y = std::int64_t{height} * pixelAspectY;
     const std::int64_t divisor = std::gcd(x, y);
     return divisor == 0 ? PictureAspect{x, y} : PictureAspect{x / divisor, y / divisor};
 }
 
+void ShowFrame(LONG fieldOrder, const PictureAspect& aspect, VIDEOINFOHEADER2* block) {
+    block->dwInterlaceFlags = NyxUtil::InterlaceFlags(fieldOrder);
+    block->dwPictAspectRatioX = static_cast<DWORD>(aspect.x);
+    block->dwPictAspectRatioY = static_cast<DWORD>(aspect.y);
+}
+
 HRESULT ReadFrameParameters(ICodec& codec, const AM_MEDIA_TYPE& type, ByteSpan frame,
                             FrameParameters* parameters) {
-    const BITMAPINFOHEADER* header = NyxUtil::FindHeader(type);
-    if (!header) {
+    const VideoFormat format = NyxUtil::FormatOf(type);
+    if (!format.header) {
         return E_FAIL;
     }
-    BITMAPINFOHEADER input = *header;
+    BITMAPINFOHEADER header = *format.header;
     if (frame.data()) {
-        input.biSizeImage = static_cast<DWORD>(frame.size());
+        header.biSizeImage = static_cast<DWORD>(frame.size());
     }
-    const REFERENCE_TIME duration = *NyxUtil::FindAverageFrameDuration(type);
     FrameInfo info;
-    const HRESULT result = codec.GetFrameInfo(&input, frame.data(), duration, &info);
+    const HRESULT result =
+        codec.GetFrameInfo(&header, frame.data(), format.averageFrameDuration, &info);
     if (FAILED(result)) {
         return result;
     }
     *parameters = {
-        header, duration, info.fieldOrder,
-        PictureAspectOf(header->biWidth, header->biHeight, info.pixelAspectX, info.pixelAspectY)};
+        header, format.averageFrameDuration, info.fieldOrder,
+        PictureAspectOf(header.biWidth, header.biHeight, info.pixelAspectX, info.pixelAspectY)};
     return S_OK;
 }
 

@@ -14,17 +14,20 @@ struct PictureAspect {
     std::int64_t y;
 };
 
-/// The picture aspect of `width` by `height` pixels of the given pixel aspect, reduced. A negative
-/// pixel aspect is an unknown one.
+/// The picture aspect of `width` by `height` pixels of the given pixel aspect, divided by the
+/// greatest common divisor of the absolute values. Signs are kept: a frame may tell any of them.
 PictureAspect PictureAspectOf(LONG width, LONG height, LONG pixelAspectX, LONG pixelAspectY);
 
 /// What negotiation and each frame need to know of the compressed side.
 struct FrameParameters {
-    const BITMAPINFOHEADER* header;  ///< inside the media type, borrowed from it
+    BITMAPINFOHEADER header;  ///< the type's; `biSizeImage` is the given frame's length
     REFERENCE_TIME averageFrameDuration;
     LONG fieldOrder;
     PictureAspect aspect;
 };
+
+/// Writes what a frame shows into a block of the newer form.
+void ShowFrame(LONG fieldOrder, const PictureAspect& aspect, VIDEOINFOHEADER2* block);
 
 /// Asks the codec about one frame, or with an empty `frame` about the stream. `E_FAIL` when the
 /// type has no header; a codec's failure is passed on.

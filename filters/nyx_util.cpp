@@ -19,36 +19,22 @@ const KindRow kKinds[] = {
 };
 
 template <class Block>
-Block* BlockOf(const AM_MEDIA_TYPE& type, const GUID& formatType) {
+const Block* BlockOf(const AM_MEDIA_TYPE& type, const GUID& formatType) {
     const bool there =
         type.formattype == formatType && type.pbFormat && type.cbFormat >= sizeof(Block);
-    return there ? reinterpret_cast<Block*>(type.pbFormat) : nullptr;
-}
-
-VIDEOINFOHEADER* FindVideoInfo(const AM_MEDIA_TYPE& type) {
-    return BlockOf<VIDEOINFOHEADER>(type, FORMAT_VideoInfo);
+    return there ? reinterpret_cast<const Block*>(type.pbFormat) : nullptr;
 }
 
 }  // namespace
 
-VIDEOINFOHEADER2* NyxUtil::FindVideoInfo2(const AM_MEDIA_TYPE& type) {
-    return BlockOf<VIDEOINFOHEADER2>(type, FORMAT_VideoInfo2);
-}
-
-BITMAPINFOHEADER* NyxUtil::FindHeader(const AM_MEDIA_TYPE& type) {
-    if (VIDEOINFOHEADER2* block = FindVideoInfo2(type)) {
-        return &block->bmiHeader;
+VideoFormat NyxUtil::FormatOf(const AM_MEDIA_TYPE& type) {
+    if (const auto* block = BlockOf<VIDEOINFOHEADER2>(type, FORMAT_VideoInfo2)) {
+        return {&block->bmiHeader, block->AvgTimePerFrame, block};
     }
-    VIDEOINFOHEADER* block = FindVideoInfo(type);
-    return block ? &block->bmiHeader : nullptr;
-}
-
-REFERENCE_TIME* NyxUtil::FindAverageFrameDuration(const AM_MEDIA_TYPE& type) {
-    if (VIDEOINFOHEADER2* block = FindVideoInfo2(type)) {
-        return &block->AvgTimePerFrame;
+    if (const auto* block = BlockOf<VIDEOINFOHEADER>(type, FORMAT_VideoInfo)) {
+        return {&block->bmiHeader, block->AvgTimePerFrame, nullptr};
     }
-    VIDEOINFOHEADER* block = FindVideoInfo(type);
-    return block ? &block->AvgTimePerFrame : nullptr;
+    return {};
 }
 
 PictureKind NyxUtil::ClassifyPicture(WORD bitCount, const GUID& subtype) {

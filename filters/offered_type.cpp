@@ -1,7 +1,5 @@
 #include "filters/offered_type.h"
 
-#include "filters/nyx_util.h"
-
 namespace nyx {
 namespace {
 
@@ -27,9 +25,7 @@ HRESULT FillVideoInfo2(const OfferedType& offer, CMediaType* type) {
     if (!block) {
         return E_OUTOFMEMORY;
     }
-    block->dwInterlaceFlags = NyxUtil::InterlaceFlags(offer.fieldOrder);
-    block->dwPictAspectRatioX = static_cast<DWORD>(offer.aspect.x);
-    block->dwPictAspectRatioY = static_cast<DWORD>(offer.aspect.y);
+    ShowFrame(offer.fieldOrder, offer.aspect, block);
     return S_OK;
 }
 

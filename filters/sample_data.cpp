@@ -24,14 +24,18 @@ std::size_t SampleCapacity(IMediaSample* sample) {
     return NotNegative(sample->GetSize());
 }
 
-bool IsWritable(const BYTE* data, std::size_t size) {
+MemoryKind QueryMemory(const BYTE* data, std::size_t size) {
     constexpr DWORD kWritable =
         PAGE_READWRITE | PAGE_WRITECOPY | PAGE_EXECUTE_READWRITE | PAGE_EXECUTE_WRITECOPY;
-    while (size != 0) {
-        MEMORY_BASIC_INFORMATION region = {};
-        if (VirtualQuery(data, &region, sizeof(region)) == 0 || region.State != MEM_COMMIT ||
-            (region.Protect & kWritable) == 0 || (region.Protect & PAGE_GUARD) != 0) {
-            return false;
+    MemoryKind kind = MemoryKind::kOrdinary;
+    MEMORY_BASIC_INFORMATION region = {};
+    while (size != 0 && VirtualQuery(data, &region, sizeof(region)) != 0) {
+        if (region.State == MEM_COMMIT &&
+            ((region.Protect & kWritable) == 0 || (region.Protect & PAGE_GUARD) != 0)) {
+            return MemoryKind::kUnwritable;
+        }
+        if ((region.AllocationProtect & PAGE_WRITECOMBINE) != 0) {
+            kind = MemoryKind::kWriteCombined;
         }
         const auto offset =
             static_cast<std::size_t>(data - static_cast<const BYTE*>(region.BaseAddress));
@@ -39,7 +43,7 @@ bool IsWritable(const BYTE* data, std::size_t size) {
         data += inside;
         size -= inside;
     }
-    return true;
+    return kind;
 }
 
 }  // namespace nyx

@@ -15,8 +15,15 @@ std::size_t SampleLength(IMediaSample* sample);
 /// The bytes that a sample has room for.
 std::size_t SampleCapacity(IMediaSample* sample);
 
-/// Whether the process may write all the bytes. A host may hand out memory that it has protected,
-/// and a write to that would end the host.
-bool IsWritable(const BYTE* data, std::size_t size);
+/// What the system knows of the memory behind a sample.
+enum class MemoryKind {
+    kOrdinary,
+    kWriteCombined,  ///< by its allocation: slow to read, and to write out of order
+    kUnwritable,     ///< a write would end the host
+};
+
+/// Asks the system about all of the bytes. Only memory that is known to be there and not to be
+/// writable is unwritable: a system may know nothing of a renderer's mapped buffers.
+MemoryKind QueryMemory(const BYTE* data, std::size_t size);
 
 }  // namespace nyx

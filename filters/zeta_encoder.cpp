@@ -33,13 +33,20 @@ STDMETHODIMP CZetaEncoder::GetPages(CAUUID* pages) {
     return S_OK;
 }
 
+namespace {
+
+/// A host's flag, of which a one-byte bool sets the low byte only.
+bool IsSet(BOOL flag) {
+    return (flag & 0xFF) != 0;
+}
+
+}  // namespace
+
 STDMETHODIMP CZetaEncoder::GetParameter(EncodeParameterBlock* block, BOOL fromRegistry) {
     if (!block) {
         return E_INVALIDARG;
     }
-    const EncoderParameters parameters = GetParameters(fromRegistry != FALSE);
-    *block = {parameters.color_space, parameters.quant_scale, parameters.max_stream_size,
-              parameters.preset};
+    *block = GetParameters(IsSet(fromRegistry));
     return S_OK;
 }
 
@@ -47,8 +54,7 @@ STDMETHODIMP CZetaEncoder::SetParameter(const EncodeParameterBlock* block, BOOL 
     if (!block) {
         return E_INVALIDARG;
     }
-    SetParameters({block->color_space, block->quant_scale, block->max_stream_size, block->preset},
-                  save != FALSE);
+    SetParameters(*block, IsSet(save));
     return S_OK;
 }
 

@@ -1,17 +1,12 @@
 #pragma once
 
 #include "platform/win_types.h"
+#include "settings/encode_parameter_block.h"
 
 namespace nyx {
 
-/// The Zeta encoder's parameters, shared by the codec, the encoder's parameter interface, the
-/// property page and the settings store. Four signed 32-bit values in this order.
-struct EncoderParameters {
-    LONG color_space;      ///< 0 full-range RGB, anything else studio range
-    LONG quant_scale;      ///< quantiser scale, larger is coarser
-    LONG max_stream_size;  ///< budget in percent of an 8-bit 4:2:2 frame
-    LONG preset;           ///< 0 to 3 a fixed pair of the two above, 4 custom
-};
+/// The record that hosts, codec, property page and settings share.
+using EncoderParameters = EncodeParameterBlock;
 static_assert(sizeof(EncoderParameters) == 16);
 
 constexpr LONG kCustomPreset = 4;

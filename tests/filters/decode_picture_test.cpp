@@ -25,8 +25,8 @@ class BounceBuffer : public testing::TestWithParam<LONG> {
 
     HRESULT Decode(std::vector<BYTE>* picture, bool writeCombined) {
         picture->assign(static_cast<std::size_t>(GetParam() * 4 * 4), 0xA5);
-        const DecodeCall call = {&input_, frame_.data(),   &output_,
-                                 false,   picture->data(), picture->size()};
+        const DecodeCall call = {&input_,         frame_.data(),   &output_, false,
+                                 picture->data(), picture->size(), false};
         return DecodePicture(codec_, call, writeCombined);
     }
 

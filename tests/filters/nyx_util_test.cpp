@@ -13,14 +13,11 @@ TEST(FormatBlocks, AreFoundByTypeAndOnlyWhenWhole) {
         const GUID* formatType;
         std::size_t size;
         std::ptrdiff_t header;  // -1: none
-        std::ptrdiff_t duration;
     };
     const Case cases[] = {
-        {&FORMAT_VideoInfo2, 112, 72, 40}, {&FORMAT_VideoInfo2, 200, 72, 40},
-        {&FORMAT_VideoInfo2, 111, -1, -1}, {&FORMAT_VideoInfo2, 0, -1, -1},
-        {&FORMAT_VideoInfo, 88, 48, 40},   {&FORMAT_VideoInfo, 1064, 48, 40},
-        {&FORMAT_VideoInfo, 87, -1, -1},   {&FORMAT_MPEG2Video, 200, -1, -1},
-        {&GUID_NULL, 200, -1, -1},
+        {&FORMAT_VideoInfo2, 112, 72}, {&FORMAT_VideoInfo2, 200, 72}, {&FORMAT_VideoInfo2, 111, -1},
+        {&FORMAT_VideoInfo2, 0, -1},   {&FORMAT_VideoInfo, 88, 48},   {&FORMAT_VideoInfo, 1064, 48},
+        {&FORMAT_VideoInfo, 87, -1},   {&FORMAT_MPEG2Video, 200, -1}, {&GUID_NULL, 200, -1},
     };
     for (const Case& c : cases) {
         std::vector<BYTE> block(c.size + 1);
@@ -28,13 +25,15 @@ TEST(FormatBlocks, AreFoundByTypeAndOnlyWhenWhole) {
         type.formattype = *c.formatType;
         type.cbFormat = static_cast<ULONG>(c.size);
         type.pbFormat = block.data();
-        const auto* header = reinterpret_cast<const BYTE*>(NyxUtil::FindHeader(type));
-        const auto* duration =
-            reinterpret_cast<const BYTE*>(NyxUtil::FindAverageFrameDuration(type));
+        if (c.size > 40) {
+            block[40] = 5;
+        }
+        const VideoFormat format = NyxUtil::FormatOf(type);
+        EXPECT_EQ(format.averageFrameDuration, c.header < 0 ? 0 : 5) << c.size;
+        const auto* header = reinterpret_cast<const BYTE*>(format.header);
         EXPECT_EQ(header ? header - block.data() : -1, c.header) << c.size;
-        EXPECT_EQ(duration ? duration - block.data() : -1, c.duration) << c.size;
         type.pbFormat = nullptr;
-        EXPECT_EQ(NyxUtil::FindHeader(type), nullptr);
+        EXPECT_EQ(NyxUtil::FormatOf(type).header, nullptr);
     }
 }
 
