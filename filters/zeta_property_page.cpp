@@ -22,11 +22,6 @@ LONG Clamp(LONG value, SettingRange range) {
     return value < range.low ? range.low : value > range.high ? range.high : value;
 }
 
-EncodeParameterBlock StoredBlock() {
-    const EncoderParameters stored = ReadEncoderParameters(FourCC("QZTA"));
-    return {stored.color_space, stored.quant_scale, stored.max_stream_size, stored.preset};
-}
-
 /// The encoder's parameter interface, with a reference, or null.
 IEncodeParmeter_QZTA* EncoderOf(IUnknown* object) {
     IEncodeParmeter_QZTA* encoder = nullptr;
@@ -41,7 +36,8 @@ IEncodeParmeter_QZTA* EncoderOf(IUnknown* object) {
 
 CZetaProp::CZetaProp(const wchar_t* name, IUnknown* outer)
     : CBasePropertyPage(name, outer, IDD_ZETA_PROPERTIES, IDS_ZETA_PROPERTIES_TITLE),
-      block_(StoredBlock()) {
+      block_(ReadEncoderParameters(FourCC("QZTA"))),
+      chosen_(block_.preset) {
     const INITCOMMONCONTROLSEX sliders = {sizeof(sliders), ICC_BAR_CLASSES};
     InitCommonControlsEx(&sliders);
 }
@@ -69,6 +65,7 @@ HRESULT CZetaProp::OnConnect(IUnknown* object) {
     }
     if (IEncodeParmeter_QZTA* encoder = EncoderOf(object_)) {
         encoder->GetParameter(&block_, FALSE);
+        chosen_ = block_.preset;
         encoder->Release();
     }
     return S_OK;
@@ -77,9 +74,9 @@ HRESULT CZetaProp::OnConnect(IUnknown* object) {
 HRESULT CZetaProp::OnActivate() {
     for (int preset = 0; preset < static_cast<int>(std::size(kPresetButtons)); ++preset) {
         CheckDlgButton(m_Dlg, kPresetButtons[preset],
-                       preset == block_.preset ? BST_CHECKED : BST_UNCHECKED);
+                       preset == chosen_ ? BST_CHECKED : BST_UNCHECKED);
     }
-    EnableCustomControls(block_.preset == kCustomPreset);
+    EnableCustomControls(chosen_ == kCustomPreset);
     SendDlgItemMessageW(m_Dlg, IDC_QUANT_SLIDER, TBM_SETRANGE, TRUE,
                         MAKELPARAM(kQuantScaleRange.low, kQuantScaleRange.high));
     SendDlgItemMessageW(m_Dlg, IDC_SIZE_SLIDER, TBM_SETRANGE, TRUE,
@@ -92,7 +89,10 @@ HRESULT CZetaProp::OnActivate() {
 }
 
 HRESULT CZetaProp::OnApplyChanges() {
-    block_.preset = CheckedPreset();
+    if (m_Dlg) {
+        chosen_ = CheckedPreset();
+    }
+    block_.preset = chosen_;
     if (IEncodeParmeter_QZTA* encoder = EncoderOf(object_)) {
         encoder->SetParameter(&block_, TRUE);
         encoder->Release();
@@ -136,6 +136,7 @@ bool CZetaProp::OnCommand(int control) {
 
 void CZetaProp::OnPresetClick() {
     const LONG preset = CheckedPreset();
+    chosen_ = preset;
     const bool custom = preset == kCustomPreset;
     const QualityPreset pair =
         custom ? QualityPreset{ReadNumber(IDC_QUANT_BOX), ReadNumber(IDC_SIZE_BOX)}
@@ -206,6 +207,7 @@ LONG CZetaProp::ReadNumber(int box) {
 
 void CZetaProp::SetDirty(bool dirty, DWORD status) {
     m_bDirty = dirty;
+    chosen_ = CheckedPreset();
     if (m_pPageSite) {
         m_pPageSite->OnStatusChange(status);
     }

@@ -11,7 +11,9 @@ constexpr CLSID kZetaPropertyPageClsid = {
 
 /// The Zeta encoder's property page: five presets and, for the custom one, two sliders with number
 /// boxes. Lives on the property frame's thread; applies through IEncodeParmeter_QZTA and has the
-/// encoder save. Shows the stored settings while no encoder is connected.
+/// encoder save. Shows the stored settings while no encoder is connected. All numbers go through
+/// the boxes, which hold them to the custom ranges: preset 0, whose quantiser 3 lies below, is
+/// shown and applied with 4; an encoder that is made with the stored preset works with 3.
 class CZetaProp : public CBasePropertyPage {
   public:
     CZetaProp(const wchar_t* name, IUnknown* outer);
@@ -36,6 +38,7 @@ class CZetaProp : public CBasePropertyPage {
 
     IUnknown* object_ = nullptr;
     EncodeParameterBlock block_;
+    LONG chosen_;  ///< the checked preset, which outlives the window until it is applied
 };
 
 }  // namespace nyx
