@@ -15,25 +15,25 @@
 namespace nyx::test {
 namespace {
 
-/// A valid request that a case spoils.
+/// A valid request that a case spoils; planes are there or null, with data or without.
 struct Request {
-    DWORD yuv = kYuy2, rgb = kBgra, yuvFlags = 0, rgbFlags = 1;
-    bool alphaPlane = false, noSource = false, noDestination = false;
-    BYTE bytes[3][256] = {};  ///< source, destination, alpha
-    BYTE* source = bytes[0];
-    BYTE* destination = bytes[1];
-    LONG from = 0, to = 0, width = 12, height = 2;
+    DWORD yuv = kYuy2, rgb = kBgra, yuvFlags = 0, rgbFlags = 1, from = 0, to = 0, alphaPlane = 0;
+    DWORD source = 1, sourceData = 1, destination = 1, destinationData = 1, width = 12, height = 2;
+    BYTE bytes[3][256] = {};
 
     HRESULT Run(bool toYuv) {
-        const ImagePlane in = {source, 0, 0}, out = {destination, 0, 0}, alpha = {bytes[2], 0, 0};
-        const ImagePlane* alphaPlane_ = alphaPlane ? &alpha : nullptr;
-        const ImagePlane* in_ = noSource ? nullptr : &in;
-        const ImagePlane* out_ = noDestination ? nullptr : &out;
+        const ImagePlane planes[] = {{sourceData ? bytes[0] : nullptr, 0, 0},
+                                     {destinationData ? bytes[1] : nullptr, 0, 0},
+                                     {bytes[2], 0, 0}};
+        const ImagePlane *in = source ? planes : nullptr, *out = destination ? planes + 1 : nullptr;
+        const ImagePlane* alpha = alphaPlane ? planes + 2 : nullptr;
+        const LONG w = static_cast<LONG>(width), h = static_cast<LONG>(height);
+        const LONG mode = static_cast<LONG>(from), otherMode = static_cast<LONG>(to);
         std::memset(bytes[1], 0xA5, sizeof bytes[1]);
-        const HRESULT result = toYuv ? ConvertToYuv(in_, rgb, rgbFlags, nullptr, out_, alphaPlane_,
-                                                    yuv, yuvFlags, from, width, height)
-                                     : ConvertFromYuv(in_, alphaPlane_, yuv, yuvFlags, from, out_,
-                                                      rgb, rgbFlags, to, width, height);
+        const HRESULT result =
+            toYuv ? ConvertToYuv(in, rgb, rgbFlags, nullptr, out, alpha, yuv, yuvFlags, mode, w, h)
+                  : ConvertFromYuv(in, alpha, yuv, yuvFlags, mode, out, rgb, rgbFlags, otherMode, w,
+                                   h);
         EXPECT_EQ(std::count(bytes[1], bytes[1] + 256, 0xA5) == 256, FAILED(result));
         return result;
     }
@@ -41,50 +41,49 @@ struct Request {
 
 TEST(Entries, RefuseFaultyRequestsCombinationFirstAndWriteNothing) {
     using R = Request;
-    const std::pair<HRESULT, void (*)(R&)> cases[] = {
-        {S_OK, [](R&) {}},
-        {S_OK, [](R& r) { r.yuvFlags = 2; }},
-        {S_OK, [](R& r) { r.rgbFlags = 0xFFFFFFFE; }},
-        {E_INVALIDARG, [](R& r) { r.yuv = FourCC("UYVY"); }},
-        {E_INVALIDARG, [](R& r) { r.yuv = kBgra; }},
-        {E_INVALIDARG, [](R& r) { r.rgb = FourCC("BGR4"); }},
-        {E_INVALIDARG, [](R& r) { r.rgb = kW210; }},
-        {E_INVALIDARG, [](R& r) { std::swap(r.rgb, r.yuv); }},
-        {E_INVALIDARG, [](R& r) { r.yuvFlags = 1; }},
-        {E_INVALIDARG, [](R& r) { r.yuvFlags = 3; }},
-        {E_INVALIDARG, [](R& r) { r.yuvFlags = 0x80000002; }},
-        {E_POINTER, [](R& r) { r.noSource = true; }},
-        {E_POINTER, [](R& r) { r.source = nullptr; }},
-        {E_POINTER, [](R& r) { r.noDestination = true; }},
-        {E_POINTER, [](R& r) { r.destination = nullptr; }},
-        {E_INVALIDARG, [](R& r) { r.noSource = true, r.rgb = 0; }},
-        {E_POINTER, [](R& r) { r.noSource = true, r.width = 0; }},
-        {E_INVALIDARG, [](R& r) { r.width = 0; }},
-        {E_INVALIDARG, [](R& r) { r.width = 11; }},
-        {E_INVALIDARG, [](R& r) { r.width = -2; }},
-        {E_INVALIDARG, [](R& r) { r.height = 0; }},
-        {E_INVALIDARG, [](R& r) { r.height = -1; }},
+    struct Case {
+        DWORD R::*field;
+        std::vector<DWORD> values;
+        HRESULT result, withoutSource;
     };
-    for (const auto& [result, spoil] : cases) {
-        for (bool toYuv : {false, true}) {
+    constexpr DWORD kMinusTwo = 0xFFFFFFFE;
+    const Case cases[] = {
+        {&R::yuvFlags, {0, 2}, S_OK, E_POINTER},
+        {&R::rgbFlags, {0, 3, kMinusTwo}, S_OK, E_POINTER},
+        {&R::yuv, {0, FourCC("UYVY"), kRgba, k48rl}, E_INVALIDARG, E_INVALIDARG},
+        {&R::rgb, {0, FourCC("BGR4"), kYuy2, kW210}, E_INVALIDARG, E_INVALIDARG},
+        {&R::yuvFlags, {1, 3, 4, 0x80000002}, E_INVALIDARG, E_INVALIDARG},
+        {&R::sourceData, {0}, E_POINTER, E_POINTER},
+        {&R::destination, {0}, E_POINTER, E_POINTER},
+        {&R::destinationData, {0}, E_POINTER, E_POINTER},
+        {&R::width, {0, 1, 11, kMinusTwo}, E_INVALIDARG, E_POINTER},
+        {&R::height, {0, kMinusTwo}, E_INVALIDARG, E_POINTER},
+    };
+    for (int i = 0; i < 2 * static_cast<int>(std::size(cases)); ++i) {
+        const Case& c = cases[i / 2];
+        for (DWORD value : c.values) {
             Request request;
-            spoil(request);
-            EXPECT_EQ(request.Run(toYuv), result) << &spoil - &cases[0].second << toYuv;
+            request.*c.field = value;
+            EXPECT_EQ(request.Run(i % 2 != 0), c.result) << i << " " << value;
+            request.source = 0;
+            EXPECT_EQ(request.Run(i % 2 != 0), c.withoutSource) << i << " " << value;
         }
     }
+    Request reversed;
+    std::swap(reversed.yuv, reversed.rgb);
+    EXPECT_EQ(reversed.Run(false) & reversed.Run(true), E_INVALIDARG);
 }
 
-/// 8-bit layouts take straight alpha only, deep ones any pair of modes; without a plane none
-/// counts.
+/// 8-bit layouts take straight alpha alone, deep ones any modes; without a plane none counts.
 TEST(Entries, AlphaModesCountWithAnAlphaPlane) {
-    for (int code = 0; code < 64; ++code) {
+    for (DWORD code = 0; code < 64; ++code) {
         Request r;
         r.from = code % 4 - 1;
         r.to = code / 4 % 4 - 1;
         r.rgb = code / 16 % 2 ? k48rl : kRgba;
-        r.alphaPlane = code / 32 != 0;
-        const auto takes = [&](LONG from, LONG to) {
-            const bool known = (from & ~1) == 0 && (to & ~1) == 0 && r.rgb == k48rl;
+        r.alphaPlane = code / 32;
+        const auto takes = [&](DWORD from, DWORD to) {
+            const bool known = from < 2 && to < 2 && r.rgb == k48rl;
             return !r.alphaPlane || (from == 0 && to == 0) || known ? S_OK : E_INVALIDARG;
         };
         EXPECT_EQ(r.Run(false), takes(r.from, r.to)) << code;
@@ -98,8 +97,8 @@ TEST(Entries, StripsAreConvertedAsWholePictures) {
     ASSERT_EQ(r.Run(false), S_OK);
     BYTE out[96] = {};
     StripConversion strips;
-    EXPECT_EQ(strips.Run({r.bytes[0], 0, 0}, {out, 0, 0}, 12, 1), E_INVALIDARG);
     EXPECT_EQ(strips.PrepareFromYuv(kBgra, 0, kYuy2, 1), E_INVALIDARG);
+    EXPECT_EQ(strips.Run({r.bytes[0], 0, 0}, {out, 0, 0}, 12, 1), E_INVALIDARG);
     ASSERT_EQ(strips.PrepareFromYuv(kYuy2, 0, kBgra, 1), S_OK);
     EXPECT_EQ(strips.Run({r.bytes[0], 0, 0}, {out, 0, 0}, 12, 1), S_OK);
     EXPECT_EQ(strips.Run({r.bytes[0] + 24, 0, 0}, {out + 48, 0, 0}, 12, 1), S_OK);
@@ -131,20 +130,20 @@ std::map<DWORD, CpuidWords> leaves;
 std::uint64_t xcr0;
 bool sseUsable;
 
+CpuidWords Leaf(DWORD leaf) {
+    // None is asked for above what the record keeps, nor above the highest.
+    const DWORD kind = leaf & 0x80000000;
+    EXPECT_LE(leaf - kind, kind ? 6u : 7u);
+    EXPECT_LE(leaf, std::max(kind, leaves[kind].eax));
+    return leaves[leaf];
+}
+
 CpuInfo Filled() {
-    return FillCpuInfo({[](DWORD leaf) {
-                            // Above what the record keeps, and above the highest, none is asked
-                            // for.
-                            const DWORD kind = leaf & 0x80000000;
-                            EXPECT_LE(leaf - kind, kind ? 6u : 7u);
-                            EXPECT_LE(leaf, std::max(kind, leaves[kind].eax));
-                            return leaves[leaf];
-                        },
-                        [] {
-                            EXPECT_TRUE(leaves[1].ecx >> 27 & 1);
-                            return xcr0;
-                        },
-                        [] { return sseUsable; }});
+    const auto readXcr0 = [] {
+        EXPECT_TRUE(leaves[1].ecx >> 27 & 1) << "reading it would fault";
+        return xcr0;
+    };
+    return FillCpuInfo({Leaf, readXcr0, [] { return sseUsable; }});
 }
 
 constexpr DWORD kExtended = 0x80000000;
@@ -158,66 +157,54 @@ void MakeComplete() {
     sseUsable = true;
 }
 
+/// The bit of each index from 3 on: of leaf 1 EDX, plus 100 of ECX; plus 200 of the extended leaf's
+/// EDX, plus 300 of its ECX; plus 400 of leaf 7 EBX; -1 for no one bit.
+constexpr int kBits[] = {0,  1,  2,   3,   4,   5,   6,   7,  8,   9,   11,  12,
+                         13, 14, 15,  16,  17,  -1,  23,  -1, 230, -1,  222, 25,
+                         25, 26, 100, 109, 119, 120, 311, 28, 128, 112, 405};
+
+void ClearBit(int bit) {
+    CpuidWords& leaf = leaves[bit >= 400 ? 7 : bit >= 200 ? kExtended + 1 : 1];
+    DWORD& word = bit >= 400 ? leaf.ebx : bit / 100 % 2 != 0 ? leaf.ecx : leaf.edx;
+    word &= ~(DWORD{1} << bit % 100);
+}
+
 TEST(Processor, AnswersEachFlagByItsBitAndWhatItNeeds) {
-    struct Row {
-        LONG index;
-        DWORD leaf;
-        DWORD CpuidWords::*word;
-        int bit;
-    };
-    constexpr auto kEdx = &CpuidWords::edx, kEcx = &CpuidWords::ecx, kEbx = &CpuidWords::ebx;
-    std::vector<Row> rows = {
-        {21, 1, kEdx, 23},
-        {23, kExtended + 1, kEdx, 30},
-        {25, kExtended + 1, kEdx, 22},
-        {26, 1, kEdx, 25},
-        {27, 1, kEdx, 25},
-        {28, 1, kEdx, 25},
-        {28, 1, kEdx, 26},
-        {29, 1, kEcx, 0},
-        {30, 1, kEcx, 9},
-        {31, 1, kEcx, 19},
-        {32, 1, kEcx, 20},
-        {33, kExtended + 1, kEcx, 11},
-        {34, 1, kEdx, 28},
-        {34, 1, kEbx, 17},
-        {35, 1, kEcx, 27},
-        {35, 1, kEcx, 28},
-        {36, 1, kEcx, 12},
-        {36, 1, kEcx, 27},
-        {37, 7, kEbx, 5},
-        {37, 1, kEcx, 28},
-    };
-    for (LONG index = 3; index <= 19; ++index) {
-        rows.push_back({index, 1, kEdx, static_cast<int>(index < 13 ? index - 3 : index - 2)});
-    }
-    for (const Row& row : rows) {
-        SCOPED_TRACE(testing::Message() << row.index << " bit " << row.bit);
+    const auto answer = [](LONG index) { return HasCpuFeature(Filled(), index); };
+    for (LONG index = 3; index <= 37; ++index) {
         MakeComplete();
-        EXPECT_EQ(HasCpuFeature(Filled(), row.index), 1);
-        leaves[row.leaf].*row.word &= ~(DWORD{1} << row.bit);
-        EXPECT_EQ(HasCpuFeature(Filled(), row.index), 0);
-    }
-    for (auto [sse, vendors] : {std::pair(1, 0), {0, 1}, {0, 0}}) {
+        EXPECT_EQ(answer(index), index == 22 || index == 24 ? 0 : 1) << index;
+        if (kBits[index - 3] >= 0) {
+            ClearBit(kBits[index - 3]);
+            EXPECT_EQ(answer(index), 0) << index;
+        }
         MakeComplete();
-        leaves[1].edx = sse ? 1 << 25 : 0;
-        leaves[kExtended + 1].edx = vendors ? 1 << 22 : 0;
-        EXPECT_EQ(HasCpuFeature(Filled(), 20), sse | vendors);
-    }
-    for (LONG index : {27, 28, 35, 36, 37}) {
+        sseUsable = false;
+        xcr0 = index % 2 == 0 ? 3 : 5;
+        leaves[1].ebx = 0xFF01FFFF;
+        const bool needs = index == 27 || index == 28 || index >= 34;
+        EXPECT_EQ(answer(index), needs || index == 22 || index == 24 ? 0 : 1) << index;
         MakeComplete();
-        sseUsable = index > 28;
-        xcr0 = index == 36 ? 3 : 5;
-        EXPECT_EQ(HasCpuFeature(Filled(), index), 0) << index;
+        ClearBit(index == 28 ? 25 : index % 2 == 0 ? 127 : 128);
+        EXPECT_EQ(answer(index) == 0, index == 28 || index >= 35 || index == 22 || index == 24);
     }
+    MakeComplete();
+    ClearBit(25);
+    EXPECT_EQ(answer(20), 1);
+    ClearBit(222);
+    EXPECT_EQ(answer(20), 0);
+    MakeComplete();
+    ClearBit(222);
+    EXPECT_EQ(answer(20), 1);
 }
 
 TEST(Processor, KeepsLeavesVendorAndBrandAndAnswersTheEndsOfTheQuery) {
     MakeComplete();
-    const std::pair<const char*, LONG> vendors[] = {
-        {"GenuineIntel", 2}, {"AuthenticAMD", 1}, {"CyrixInstead", 3},
-        {"CentaurHauls", 4}, {"genuineintel", 0},
-    };
+    const std::pair<const char*, LONG> vendors[] = {{"GenuineIntel", 2},
+                                                    {"AuthenticAMD", 1},
+                                                    {"CyrixInstead", 3},
+                                                    {"CentaurHauls", 4},
+                                                    {"genuineintel", 0}};
     for (const auto& [vendor, code] : vendors) {
         std::memcpy(&leaves[0].ebx, vendor, 4);
         std::memcpy(&leaves[0].edx, vendor + 4, 4);
@@ -235,7 +222,7 @@ TEST(Processor, KeepsLeavesVendorAndBrandAndAnswersTheEndsOfTheQuery) {
     EXPECT_EQ(Filled().leaves[6].ebx, 106u);
     EXPECT_EQ(Filled().leaves[14].ecx, 206u);
     EXPECT_EQ(Filled().xcr0High, 2u);
-    for (LONG index : {-1, 1, 22, 24, 38, 1000}) {
+    for (LONG index : {-1, 1, 38, 1000}) {
         EXPECT_EQ(HasCpuFeature(Filled(), index), 0) << index;
     }
     EXPECT_EQ(HasCpuFeature(Filled(), 2), 1);
@@ -243,7 +230,7 @@ TEST(Processor, KeepsLeavesVendorAndBrandAndAnswersTheEndsOfTheQuery) {
     EXPECT_EQ(Filled().brand[0], L'\0');
     leaves[kExtended].eax = 0x1234;
     EXPECT_EQ(HasCpuFeature(Filled(), 33), 0);
-    leaves[1].ecx = 0;  // without OSXSAVE reading the register would fault
+    leaves[1].ecx = 0;
     EXPECT_EQ(Filled().xcr0Low, 0u);
     leaves[0].eax = 6;
     EXPECT_EQ(Filled().leaves[7].ebx, 0u);

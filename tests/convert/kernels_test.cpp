@@ -39,46 +39,36 @@ class Bytes {
 /// How planes lie in memory: bytes between rows, the last row first, against which guarded page.
 struct Placement {
     LONG gap;
-    bool bottomUp;
-    GuardedMemory::Edge edge;
+    bool bottomUp, atEnd;
 };
 constexpr Placement kPlacements[] = {
-    {0, false, GuardedMemory::Edge::kEnd},
-    {5, false, GuardedMemory::Edge::kStart},
-    {7, true, GuardedMemory::Edge::kEnd},
-    {1, true, GuardedMemory::Edge::kStart},
-};
+    {0, false, true}, {5, false, false}, {7, true, true}, {1, true, false}};
 
 /// A plane in guarded memory and its twin for the reference, gaps included.
-class Plane {
-  public:
+struct Plane {
+    ImagePlane guarded, unguarded;
+
     void Shape(LONG rowBytes, Placement placement) {
         const auto size = static_cast<std::size_t>((rowBytes + placement.gap) * (kHeight - 1));
         twin_.assign(size + static_cast<std::size_t>(rowBytes), kUntouched);
-        const bool atEnd = placement.edge == GuardedMemory::Edge::kEnd;
-        data_ = atEnd ? end_.data() + kMostBytes - twin_.size() : start_.data();
+        data_ = placement.atEnd ? end_.data() + end_.size() - twin_.size() : start_.data();
         std::copy(twin_.begin(), twin_.end(), data_);
         const LONG pitch = (rowBytes + placement.gap) * (placement.bottomUp ? -1 : 1);
         const std::size_t first = placement.bottomUp ? size : 0;
         // Rows follow each other by the bytes written and the gap: the pitch is not looked at.
-        guarded_ = {data_ + first, 12345, pitch - rowBytes};
-        unguarded_ = {twin_.data() + first, -7, pitch - rowBytes};
+        guarded = {data_ + first, 12345, pitch - rowBytes};
+        unguarded = {twin_.data() + first, -7, pitch - rowBytes};
     }
     void Fill(Bytes bytes) {
         std::generate(twin_.begin(), twin_.end(), bytes);
         std::copy(twin_.begin(), twin_.end(), data_);
     }
-    const ImagePlane* guarded() const { return &guarded_; }
-    const ImagePlane* unguarded() const { return &unguarded_; }
     bool Agrees() const { return std::equal(twin_.begin(), twin_.end(), data_); }
 
   private:
-    static constexpr std::size_t kMostBytes = 32768;
-    GuardedMemory end_{kMostBytes};
-    GuardedMemory start_{kMostBytes, 0, GuardedMemory::Edge::kStart};
+    GuardedMemory end_{32768}, start_{32768, 0, GuardedMemory::Edge::kStart};
     std::vector<BYTE> twin_;
     BYTE* data_ = nullptr;
-    ImagePlane guarded_{}, unguarded_{};
 };
 
 /// The planes of one conversion; runs it and the reference.
@@ -86,13 +76,12 @@ struct Planes {
     Plane source, destination, sourceAlpha, destinationAlpha;
 
     /// A set bit of `alphas` gives the source an alpha plane, the next one the destination.
-    void Check(ConversionKind kind, int alphas, LONG width, Placement placement) {
-        kind.alphaPlane = alphas != 0;
+    void Check(const ConversionKind& kind, int alphas, LONG width, Placement placement) {
         destination.Shape(width * BytesPerPixel(kind.destination), placement);
         destinationAlpha.Shape(width, placement);
-        const auto planes = [&](const ImagePlane* (Plane::*of)() const) -> ConversionPlanes {
-            return {(source.*of)(), (destination.*of)(), alphas & 1 ? (sourceAlpha.*of)() : nullptr,
-                    alphas & 2 ? (destinationAlpha.*of)() : nullptr};
+        const auto planes = [&](ImagePlane Plane::*of) -> ConversionPlanes {
+            return {&(source.*of), &(destination.*of), alphas & 1 ? &(sourceAlpha.*of) : nullptr,
+                    alphas & 2 ? &(destinationAlpha.*of) : nullptr};
         };
         Conversion conversion;
         ASSERT_EQ(ChooseConversion(kind, &conversion), S_OK);
@@ -101,8 +90,7 @@ struct Planes {
         reference::Convert(kind, planes(&Plane::unguarded), width, kHeight);
         ASSERT_TRUE(destination.Agrees() && destinationAlpha.Agrees() && source.Agrees())
             << "width " << width << " matrix " << kind.matrix << " range " << kind.range
-            << " planes " << alphas << " modes " << kind.sourceAlphaMode
-            << kind.destinationAlphaMode;
+            << " alpha " << alphas << kind.sourceAlphaMode << kind.destinationAlphaMode;
     }
 
     /// All matrices, ranges and ways of alpha at one width.
@@ -113,30 +101,23 @@ struct Planes {
         source.Fill(Bytes(seed));
         sourceAlpha.Shape(width, placement);
         sourceAlpha.Fill(Bytes(seed + 1));
-        for (int modes = 0; modes < (deep ? 4 : 1); ++modes) {
-            const LONG mode = modes & 1;
-            const LONG otherMode = back ? mode : modes >> 1;
-            for (int alphas = 0; alphas < (back ? 4 : 2); ++alphas) {
-                for (LONG matrix : {kMatrixBt601, kMatrixBt709, kMatrixBt2020}) {
-                    for (LONG range : {kStudioRange, kFullRange}) {
-                        Check({from, to, range, matrix, false, mode, otherMode}, alphas, width,
-                              placement);
-                    }
-                }
-            }
+        const int alphas = back ? 4 : 2;
+        for (int i = 0; i < 6 * alphas * (deep ? 4 : 1); ++i) {
+            const LONG mode = i / 6 / alphas % 2;
+            const LONG otherMode = back ? mode : i / 6 / alphas / 2;
+            const int planes = i / 6 % alphas;
+            Check({from, to, i % 2, 2 + i / 2 % 3, planes != 0, mode, otherMode}, planes, width,
+                  placement);
         }
     }
 };
 
 TEST(Kernels, EqualTheReferenceAndTouchNothingElse) {
-    std::vector<std::pair<DWORD, DWORD>> pairs;
-    for (DWORD yuv : kYuvFormats) {
-        for (DWORD rgb : kRgbFormats) {
-            pairs.insert(pairs.end(), {{yuv, rgb}, {rgb, yuv}});
-        }
-    }
     Planes planes;
-    for (const auto& [from, to] : pairs) {
+    for (std::size_t pair = 0; pair < 4 * std::size(kRgbFormats); ++pair) {
+        DWORD from = kYuvFormats[pair % 2];
+        DWORD to = kRgbFormats[pair / 4];
+        pair % 4 >= 2 ? std::swap(from, to) : void();
         SCOPED_TRACE(testing::Message() << std::hex << from << " to " << to);
         std::uint32_t seed = from ^ to;
         for (LONG width = 2; width <= 70; width += 2) {
@@ -144,7 +125,6 @@ TEST(Kernels, EqualTheReferenceAndTouchNothingElse) {
                 // Every tail with every placement, longer rows with one.
                 if (width <= 18 || ++seed % 4 == 0) {
                     planes.CheckAll(from, to, width, placement, ++seed);
-                    ASSERT_FALSE(HasFatalFailure());
                 }
             }
         }

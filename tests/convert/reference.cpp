@@ -1,6 +1,7 @@
 #include "tests/convert/reference.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -11,39 +12,35 @@
 namespace nyx::reference {
 namespace {
 
-/// One pixel's channels, each in its layout's own codes.
-struct Channels {
-    int r, g, b, a;
-};
+/// R, G, B and A of one pixel, each in its layout's own codes.
+using Channels = std::array<int, 4>;
 
 /// A pixel is a little-endian number in which channels of `kChannelBits` lie side by side, R, G, B
-/// and A in these positions; -1 for no alpha.
-template <DWORD kCode, int kChannelBits, std::size_t kPixelBytes, int kR, int kG, int kB, int kA>
+/// and A in these positions; -1 for no alpha, which reads as opaque.
+template <DWORD kCode, int kChannelBits, std::size_t kPixelBytes, int... kPositions>
 struct Rgb {
     static constexpr DWORD kFourCC = kCode;
     static constexpr int kBits = kChannelBits;
     static constexpr std::size_t kBytes = kPixelBytes;
 
     static void Write(BYTE* at, const Channels& c) {
-        const std::uint64_t number =
-            Put(c.r, kR) | Put(c.g, kG) | Put(c.b, kB) | (kA < 0 ? 0 : Put(c.a, kA));
+        std::uint64_t number = 0;
+        const int* channel = c.data();
+        ((number |= Bits(*channel++, kPositions)), ...);
         std::memcpy(at, &number, kBytes);
     }
     static Channels Read(const BYTE* at) {
         std::uint64_t number = 0;
         std::memcpy(&number, at, kBytes);
-        const auto get = [&](int position) {
-            return position < 0 ? kHighest
-                                : static_cast<int>(number >> kBits * position) & kHighest;
-        };
-        return {get(kR), get(kG), get(kB), get(kA)};
+        constexpr int kHighest = (1 << kBits) - 1;
+        return {(kPositions < 0
+                     ? kHighest
+                     : static_cast<int>(number >> kBits * std::max(kPositions, 0)) & kHighest)...};
     }
 
   private:
-    static constexpr int kHighest = (1 << kBits) - 1;
-
-    static std::uint64_t Put(int value, int position) {
-        return static_cast<std::uint64_t>(value) << kBits * std::max(position, 0);
+    static std::uint64_t Bits(int value, int position) {
+        return position < 0 ? 0 : static_cast<std::uint64_t>(value) << kBits * position;
     }
 };
 
@@ -93,69 +90,51 @@ Range RangeOf(LONG range, int bits) {
     return range == kStudioRange ? Range{16, 219} : Range{0, 256 - std::ldexp(1, 8 - bits)};
 }
 
-/// Gains and offsets of the three sums of the direction to RGB.
-struct ToRgb {
-    int luma, vToR, uToG, vToG, uToB, offsets[3];
-};
-
-ToRgb ToRgbNumbers(const ConversionKind& kind, int yuvBits, int rgbBits) {
-    const Weights k = WeightsOf(kind.matrix);
-    const Range to = RangeOf(kind.range, rgbBits);
-    const bool deep = rgbBits > 8;
-    const int bits = deep ? 18 : 14;
-    double luma = to.span / 219;
-    double vToR = 2 * (1 - k.kr) * to.span / 224;
-    double uToB = 2 * (1 - k.kb) * to.span / 224;
-    double uToG = -uToB * k.kb / k.kg;
-    double vToG = -vToR * k.kr / k.kg;
-    ToRgb n = {Fixed(luma, bits),     Fixed(vToR, bits - 1), Fixed(uToG, bits - 1),
-               Fixed(vToG, bits - 1), Fixed(uToB, bits - 1), {}};
-    if (deep) {  // greys come out grey to the last bit when the stored gains make the offsets
-        luma = std::ldexp(n.luma, -bits);
-        vToR = std::ldexp(n.vToR, 1 - bits);
-        uToB = std::ldexp(n.uToB, 1 - bits);
-        uToG = std::ldexp(n.uToG, 1 - bits);
-        vToG = std::ldexp(n.vToG, 1 - bits);
-    }
-    const double half = rgbBits == 8 ? 0.5 : rgbBits == 10 ? 0 : 1 / 512.0;
-    const double chroma[] = {vToR, uToG + vToG, uToB};
-    for (int c = 0; c < 3; ++c) {
-        n.offsets[c] = Fixed(half + to.black - 16 * luma - 128 * chroma[c], deep           ? 20
-                                                                            : yuvBits == 8 ? 14
-                                                                                           : 16);
-        // Three of the tabulated offsets stand one below what the rule rounds to.
-        const bool studio8 = kind.range == kStudioRange && yuvBits == 8 && c != 1;
-        const bool full10 = kind.range == kFullRange && yuvBits == 10 && c == 2;
-        n.offsets[c] -= !deep && kind.matrix == kMatrixBt601 && (studio8 || full10) ? 1 : 0;
-    }
-    return n;
-}
-
-/// black + (colour - black) numerator / denominator, the factor rounded up to 16 fractional bits.
-int ScaleAboutBlack(int colour, int black, int numerator, int denominator) {
-    if (denominator == 0) {
-        return black;
-    }
-    const std::int64_t factor = (std::int64_t{numerator} * 65536 + denominator - 1) / denominator;
-    const std::int64_t scaled = black + (std::max(colour - black, 0) * factor >> 16);
-    return static_cast<int>(std::min<std::int64_t>(scaled, 65535));
-}
-
 template <class Source, class Destination>
-struct RowToRgb {
-    const ConversionKind& kind;
-    ToRgb n = ToRgbNumbers(kind, Source::kBits, Destination::kBits);
-
-    void operator()(const BYTE* source, const BYTE* alpha, BYTE* to, BYTE*, std::size_t width) {
-        for (std::size_t x = 0; x < width; ++x) {
-            // The odd pixel's chroma is the mean of its pair's and the next pair's.
-            const std::size_t own = 2 * (x & ~std::size_t{1});
-            const std::size_t other = x % 2 != 0 && x + 1 < width ? own + 4 : own;
-            Pixel(Source::Get(source, 2 * x),
-                  Source::Get(source, own + 1) + Source::Get(source, other + 1),
-                  Source::Get(source, own + 3) + Source::Get(source, other + 3),
-                  alpha ? alpha + x : nullptr, to + x * Destination::kBytes);
+class ToRgb {
+  public:
+    explicit ToRgb(const ConversionKind& kind) : kind_(kind) {
+        const Weights k = WeightsOf(kind.matrix);
+        const Range to = RangeOf(kind.range, Destination::kBits);
+        const double red = 2 * (1 - k.kr) * to.span / 224;
+        const double blue = 2 * (1 - k.kb) * to.span / 224;
+        double gains[] = {to.span / 219, red, -blue * k.kb / k.kg, -red * k.kr / k.kg, blue};
+        for (int i = 0; i < 5; ++i) {
+            const int bits = (kDeep ? 18 : 14) - (i == 0 ? 0 : 1);
+            gains_[i] = Fixed(gains[i], bits);
+            // Deep greys come out grey to the last bit when the stored gains make the offsets.
+            gains[i] = kDeep ? std::ldexp(gains_[i], -bits) : gains[i];
         }
+        const double half = kDeep ? (Destination::kBits == 10 ? 0 : 1 / 512.0) : 0.5;
+        const double chroma[] = {gains[1], gains[2] + gains[3], gains[4]};
+        for (int c = 0; c < 3; ++c) {
+            offsets_[c] =
+                Fixed(half + to.black - 16 * gains[0] - 128 * chroma[c], kDeep ? 20 : kShift);
+            // Three of the tabulated offsets stand one below what the rule rounds to.
+            const bool studio8 = kind.range == kStudioRange && kShift == 14 && c != 1;
+            const bool full10 = kind.range == kFullRange && kShift == 16 && c == 2;
+            offsets_[c] -= kind.matrix == kMatrixBt601 && (studio8 || full10) ? 1 : 0;
+        }
+    }
+
+    void operator()(const BYTE* source, const BYTE* alpha, BYTE* to, BYTE*, std::size_t x,
+                    std::size_t width) const {
+        // The odd pixel's chroma is the mean of its pair's and the next pair's.
+        const std::size_t own = 2 * (x & ~std::size_t{1});
+        const std::size_t other = x % 2 != 0 && x + 1 < width ? own + 4 : own;
+        const int y = Source::Get(source, 2 * x);
+        const int u = Source::Get(source, own + 1) + Source::Get(source, other + 1);
+        const int v = Source::Get(source, own + 3) + Source::Get(source, other + 3);
+        const int a = alpha ? alpha[x] : 255;
+        Channels c = {y * gains_[0] + v * gains_[1], y * gains_[0] + u * gains_[2] + v * gains_[3],
+                      y * gains_[0] + u * gains_[4], a * (kDeep ? 257 : 1)};
+        for (std::size_t i = 0; i < 3; ++i) {
+            c[i] = std::clamp((c[i] * kScale + offsets_[i]) >> kShift, 0, kDeep ? 65535 : 255);
+            c[i] = kDeep && alpha ? Scaled(c[i], a) : c[i];
+            c[i] = Destination::kBits == 10 ? std::min(c[i] + 32, 65535) >> 6 : c[i];
+        }
+        c[3] = Destination::kBits == 10 ? c[3] >> 6 : c[3];
+        Destination::Write(to + x * Destination::kBytes, c);
     }
 
   private:
@@ -163,55 +142,51 @@ struct RowToRgb {
     static constexpr int kShift = kDeep ? 12 : Source::kBits == 8 ? 14 : 16;
     static constexpr int kScale = kDeep && Source::kBits == 8 ? 4 : 1;
 
-    void Pixel(int y, int cu, int cv, const BYTE* alpha, BYTE* at) const {
-        Channels c = {Channel(y * n.luma + cv * n.vToR, 0, alpha),
-                      Channel(y * n.luma + cu * n.uToG + cv * n.vToG, 1, alpha),
-                      Channel(y * n.luma + cu * n.uToB, 2, alpha),
-                      (alpha ? *alpha : 255) * (kDeep ? 257 : 1)};
-        if (Destination::kBits == 10) {
-            const auto ten = [](int word) { return std::min(word + 32, 65535) >> 6; };
-            c = {ten(c.r), ten(c.g), ten(c.b), c.a >> 6};
+    /// black + (colour - black) times the factor, which is rounded up to 16 fractional bits.
+    int Scaled(int colour, int alpha) const {
+        const bool premultiply = kind_.destinationAlphaMode == kPremultipliedAlpha;
+        const int black = kind_.range == kStudioRange ? 16 * 256 : 0;
+        if (kind_.sourceAlphaMode == kind_.destinationAlphaMode || (!premultiply && alpha == 0)) {
+            return kind_.sourceAlphaMode == kind_.destinationAlphaMode ? colour : black;
         }
-        Destination::Write(at, c);
+        const std::int64_t numerator = (premultiply ? alpha : 255) * 65536;
+        const std::int64_t denominator = premultiply ? 255 : alpha;
+        const std::int64_t factor = (numerator + denominator - 1) / denominator;
+        return static_cast<int>(
+            std::min<std::int64_t>(black + (std::max(colour - black, 0) * factor >> 16), 65535));
     }
-    int Channel(int sum, int index, const BYTE* alpha) const {
-        const int highest = kDeep ? 65535 : 255;
-        const int code = std::clamp((sum * kScale + n.offsets[index]) >> kShift, 0, highest);
-        if (!kDeep || !alpha || kind.sourceAlphaMode == kind.destinationAlphaMode) {
-            return code;
-        }
-        const bool premultiply = kind.destinationAlphaMode == kPremultipliedAlpha;
-        return ScaleAboutBlack(code, kind.range == kStudioRange ? 16 * 256 : 0,
-                               premultiply ? *alpha : 255, premultiply ? 255 : *alpha);
-    }
+
+    const ConversionKind& kind_;
+    int gains_[5], offsets_[3];
 };
 
 template <class Source, class Destination>
-struct RowToYuv {
-    explicit RowToYuv(const ConversionKind& kind) {
+class ToYuv {
+  public:
+    explicit ToYuv(const ConversionKind& kind) {
         const Weights k = WeightsOf(kind.matrix);
         const Range from = RangeOf(kind.range, Source::kBits);
         const double luma = 219 / from.span;
         const double u = 112 / from.span / (1 - k.kb);
         const double v = 112 / from.span / (1 - k.kr);
         const double half = std::ldexp(0.5, 8 - Destination::kBits);
-        Set(rows[0], k.kb * luma, k.kg * luma, k.kr * luma, 16 - from.black * luma + half);
-        Set(rows[1], (1 - k.kb) * u, -k.kg * u, -k.kr * u, 128 + half);
-        Set(rows[2], -k.kb * v, -k.kg * v, (1 - k.kr) * v, 128 + half);
+        const double rows[3][4] = {
+            {k.kr * luma, k.kg * luma, k.kb * luma, 16 - from.black * luma + half},
+            {-k.kr * u, -k.kg * u, (1 - k.kb) * u, 128 + half},
+            {(1 - k.kr) * v, -k.kg * v, -k.kb * v, 128 + half}};
+        for (int i = 0; i < 12; ++i) {
+            rows_[i / 4][i % 4] = Fixed(rows[i / 4][i % 4], i % 4 == 3 ? kSumBits : 15);
+        }
     }
 
-    void operator()(const BYTE* source, const BYTE* alpha, BYTE* to, BYTE* toAlpha,
-                    std::size_t width) const {
-        Channels even{};
-        for (std::size_t x = 0; x < width; ++x) {
-            const Channels c = Source::Read(source + x * Source::kBytes);
-            even = x % 2 == 0 ? c : even;
-            Destination::Put(to, 2 * x, Sample(rows[0], c));
-            Destination::Put(to, 2 * x + 1, Sample(rows[x % 2 == 0 ? 1 : 2], even));
-            if (toAlpha) {
-                const int own = c.a >> (Source::kBits - 8);
-                toAlpha[x] = alpha ? alpha[x] : static_cast<BYTE>(own);
-            }
+    void operator()(const BYTE* source, const BYTE* alpha, BYTE* to, BYTE* toAlpha, std::size_t x,
+                    std::size_t) const {
+        const Channels c = Source::Read(source + x * Source::kBytes);
+        const Channels even = Source::Read(source + (x & ~std::size_t{1}) * Source::kBytes);
+        Destination::Put(to, 2 * x, Sample(rows_[0], c));
+        Destination::Put(to, 2 * x + 1, Sample(rows_[x % 2 == 0 ? 1 : 2], even));
+        if (toAlpha) {
+            toAlpha[x] = alpha ? alpha[x] : static_cast<BYTE>(c[3] >> (Source::kBits - 8));
         }
     }
 
@@ -219,37 +194,36 @@ struct RowToYuv {
     /// Sums count in 8-bit codes with 15 fractional bits, those of deep channels with 23.
     static constexpr int kSumBits = Source::kBits == 8 ? 15 : 23;
     using Number = std::conditional_t<Source::kBits == 8, std::int32_t, std::int64_t>;
-    struct Row {
-        int b, g, r, offset;
-    };
-    Row rows[3];
 
-    static void Set(Row& row, double b, double g, double r, double offset) {
-        row = {Fixed(b, 15), Fixed(g, 15), Fixed(r, 15), Fixed(offset, kSumBits)};
+    static int Sample(const int (&row)[4], const Channels& c) {
+        const Number sum = Number{row[0]} * c[0] + Number{row[1]} * c[1] + Number{row[2]} * c[2];
+        const Number scaled = sum * (Source::kBits == 10 ? 64 : 1) + row[3];
+        return static_cast<int>(std::clamp<Number>(scaled >> (kSumBits + 8 - Destination::kBits), 0,
+                                                   (1 << Destination::kBits) - 1));
     }
-    static int Sample(const Row& row, const Channels& c) {
-        const Number scale = Source::kBits == 10 ? 64 : 1;
-        const Number sum =
-            (Number{row.b} * c.b + Number{row.g} * c.g + Number{row.r} * c.r) * scale;
-        return static_cast<int>(
-            std::clamp<Number>((sum + row.offset) >> (kSumBits - (Destination::kBits - 8)), 0,
-                               (1 << Destination::kBits) - 1));
-    }
+
+    int rows_[3][4];
 };
 
 /// First byte of a row by the rule that conversions step by: the row's bytes, then the gap.
 BYTE* RowOf(const ImagePlane* plane, std::size_t rowBytes, LONG y) {
-    return plane ? plane->data + (static_cast<std::ptrdiff_t>(rowBytes) + plane->rowGap) * y
-                 : nullptr;
+    const auto step = static_cast<std::ptrdiff_t>(rowBytes);
+    return plane ? plane->data + (step + plane->rowGap) * y : nullptr;
 }
 
-template <class Source, class Destination, class Row>
-void Picture(Row row, const ConversionPlanes& planes, LONG width, LONG height) {
+template <template <class, class> class Direction, class Source, class Destination>
+void ConvertPicture(const ConversionKind& kind, const ConversionPlanes& planes, LONG width,
+                    LONG height) {
+    const Direction<Source, Destination> convert(kind);
     const auto pixels = static_cast<std::size_t>(width);
     for (LONG y = 0; y < height; ++y) {
-        row(RowOf(planes.source, pixels * Source::kBytes, y), RowOf(planes.sourceAlpha, pixels, y),
-            RowOf(planes.destination, pixels * Destination::kBytes, y),
-            RowOf(planes.destinationAlpha, pixels, y), pixels);
+        const BYTE* source = RowOf(planes.source, pixels * Source::kBytes, y);
+        BYTE* destination = RowOf(planes.destination, pixels * Destination::kBytes, y);
+        const BYTE* alpha = RowOf(planes.sourceAlpha, pixels, y);
+        BYTE* toAlpha = RowOf(planes.destinationAlpha, pixels, y);
+        for (std::size_t x = 0; x < pixels; ++x) {
+            convert(source, alpha, destination, toAlpha, x, pixels);
+        }
     }
 }
 
@@ -264,18 +238,12 @@ Weights WeightsOf(LONG matrix) {
 void Convert(const ConversionKind& kind, const ConversionPlanes& planes, LONG width, LONG height) {
     WithYuv(kind.source, [&](auto yuv) {
         WithRgb(kind.destination, [&](auto rgb) {
-            using Source = decltype(yuv);
-            using Destination = decltype(rgb);
-            Picture<Source, Destination>(RowToRgb<Source, Destination>{kind}, planes, width,
-                                         height);
+            ConvertPicture<ToRgb, decltype(yuv), decltype(rgb)>(kind, planes, width, height);
         });
     });
     WithYuv(kind.destination, [&](auto yuv) {
         WithRgb(kind.source, [&](auto rgb) {
-            using Source = decltype(rgb);
-            using Destination = decltype(yuv);
-            Picture<Source, Destination>(RowToYuv<Source, Destination>(kind), planes, width,
-                                         height);
+            ConvertPicture<ToYuv, decltype(rgb), decltype(yuv)>(kind, planes, width, height);
         });
     });
 }
