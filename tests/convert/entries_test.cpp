@@ -7,6 +7,7 @@
 #include <cstring>
 #include <cwchar>
 #include <map>
+#include <set>
 
 #include "convert/convert.h"
 #include "convert/cpu_info.h"
@@ -129,10 +130,11 @@ TEST(Entries, OtherMatricesRangesAndProcessorsAreRefusedAndThrowsBecomeResults) 
 std::map<DWORD, CpuidWords> leaves;
 std::uint64_t xcr0;
 bool sseUsable;
+constexpr DWORD kExtended = 0x80000000;
 
 CpuidWords Leaf(DWORD leaf) {
     // None is asked for above what the record keeps, nor above the highest.
-    const DWORD kind = leaf & 0x80000000;
+    const DWORD kind = leaf & kExtended;
     EXPECT_LE(leaf - kind, kind ? 6u : 7u);
     EXPECT_LE(leaf, std::max(kind, leaves[kind].eax));
     return leaves[leaf];
@@ -146,9 +148,7 @@ CpuInfo Filled() {
     return FillCpuInfo({Leaf, readXcr0, [] { return sseUsable; }});
 }
 
-constexpr DWORD kExtended = 0x80000000;
-
-/// A processor with every bit set, and more leaves than are kept.
+/// Every bit is set, and there are more leaves than are kept.
 void MakeComplete() {
     const CpuidWords all = {0xFFFFFFFF, 0xFF02FFFF, 0xFFFFFFFF, 0xFFFFFFFF};
     leaves = {{0, {0x20, 0, 0, 0}}, {1, all}, {7, all}, {kExtended, {kExtended + 9, 0, 0, 0}}};
@@ -157,85 +157,82 @@ void MakeComplete() {
     sseUsable = true;
 }
 
-/// The bit of each index from 3 on: of leaf 1 EDX, plus 100 of ECX; plus 200 of the extended leaf's
-/// EDX, plus 300 of its ECX; plus 400 of leaf 7 EBX; -1 for no one bit.
-constexpr int kBits[] = {0,  1,  2,   3,   4,   5,   6,   7,  8,   9,   11,  12,
-                         13, 14, 15,  16,  17,  -1,  23,  -1, 230, -1,  222, 25,
-                         25, 26, 100, 109, 119, 120, 311, 28, 128, 112, 405};
-
+/// Takes a bit away: of leaf 1 EDX, plus 100 of its ECX; plus 200 of the extended leaf's EDX, plus
+/// 300 of its ECX; plus 400 of leaf 7 EBX.
 void ClearBit(int bit) {
     CpuidWords& leaf = leaves[bit >= 400 ? 7 : bit >= 200 ? kExtended + 1 : 1];
     DWORD& word = bit >= 400 ? leaf.ebx : bit / 100 % 2 != 0 ? leaf.ecx : leaf.edx;
     word &= ~(DWORD{1} << bit % 100);
 }
 
-TEST(Processor, AnswersEachFlagByItsBitAndWhatItNeeds) {
-    const auto answer = [](LONG index) { return HasCpuFeature(Filled(), index); };
-    for (LONG index = 3; index <= 37; ++index) {
-        MakeComplete();
-        EXPECT_EQ(answer(index), index == 22 || index == 24 ? 0 : 1) << index;
-        if (kBits[index - 3] >= 0) {
-            ClearBit(kBits[index - 3]);
-            EXPECT_EQ(answer(index), 0) << index;
+/// The indices from -1 to 39 that answer 0.
+std::set<LONG> Absent() {
+    std::set<LONG> absent;
+    for (LONG index = -1; index < 40; ++index) {
+        if (HasCpuFeature(Filled(), index) == 0) {
+            absent.insert(index);
         }
-        MakeComplete();
-        sseUsable = false;
-        xcr0 = index % 2 == 0 ? 3 : 5;
-        leaves[1].ebx = 0xFF01FFFF;
-        const bool needs = index == 27 || index == 28 || index >= 34;
-        EXPECT_EQ(answer(index), needs || index == 22 || index == 24 ? 0 : 1) << index;
-        MakeComplete();
-        ClearBit(index == 28 ? 25 : index % 2 == 0 ? 127 : 128);
-        EXPECT_EQ(answer(index) == 0, index == 28 || index >= 35 || index == 22 || index == 24);
     }
-    MakeComplete();
-    ClearBit(25);
-    EXPECT_EQ(answer(20), 1);
-    ClearBit(222);
-    EXPECT_EQ(answer(20), 0);
-    MakeComplete();
-    ClearBit(222);
-    EXPECT_EQ(answer(20), 1);
+    return absent;
 }
 
-TEST(Processor, KeepsLeavesVendorAndBrandAndAnswersTheEndsOfTheQuery) {
-    MakeComplete();
-    const std::pair<const char*, LONG> vendors[] = {{"GenuineIntel", 2},
-                                                    {"AuthenticAMD", 1},
-                                                    {"CyrixInstead", 3},
-                                                    {"CentaurHauls", 4},
-                                                    {"genuineintel", 0}};
-    for (const auto& [vendor, code] : vendors) {
-        std::memcpy(&leaves[0].ebx, vendor, 4);
-        std::memcpy(&leaves[0].edx, vendor + 4, 4);
-        std::memcpy(&leaves[0].ecx, vendor + 8, 4);
-        EXPECT_EQ(std::wstring(Filled().vendor), std::wstring(vendor, vendor + 12));
-        EXPECT_EQ(HasCpuFeature(Filled(), 0), code) << vendor;
+TEST(Processor, AnswersEachFlagByItsBitAndWhatItNeeds) {
+    /// By index from 3 on; -1 for no one bit.
+    constexpr int kBits[] = {0,  1,  2,   3,   4,   5,   6,   7,  8,   9,   11,  12,
+                             13, 14, 15,  16,  17,  -1,  23,  -1, 230, -1,  222, 25,
+                             25, 26, 100, 109, 119, 120, 311, 28, 128, 112, 405};
+    for (int i = 0; i < static_cast<int>(std::size(kBits)); ++i) {
+        MakeComplete();
+        ClearBit(std::max(kBits[i], 0));
+        EXPECT_EQ(Absent().count(kBits[i] < 0 ? -1 : i + 3), 1u) << i + 3;
     }
-    const char brand[49] = "An imaginary processor, made for this test only.";
+    const std::pair<void (*)(), std::set<LONG>> losses[] = {
+        {[] {}, {}},
+        {[] { sseUsable = false; }, {27, 28}},
+        {[] { xcr0 = 3; }, {35, 36, 37}},
+        {[] { xcr0 = 5; }, {35, 36, 37}},
+        {[] { ClearBit(127); }, {35, 36, 37}},
+        {[] { ClearBit(128); }, {35, 36, 37}},
+        {[] { leaves[1].ebx = 0xFF01FFFF; }, {34}},
+        {[] { ClearBit(222); }, {25}},
+        {[] { ClearBit(25); }, {26, 27, 28}},
+        {[] { ClearBit(25), ClearBit(222); }, {20, 25, 26, 27, 28}},
+        {[] { leaves[0].eax = 6; }, {37}},
+        {[] { leaves[kExtended].eax = kExtended; }, {23, 25, 33}},
+        {[] { leaves[kExtended].eax = 0x1234; }, {23, 25, 33}},
+    };
+    for (const auto& [lose, lost] : losses) {
+        MakeComplete();
+        lose();
+        std::set<LONG> expected = {-1, 0, 1, 22, 24, 38, 39};
+        expected.insert(lost.begin(), lost.end());
+        EXPECT_EQ(Absent(), expected) << testing::PrintToString(lost);
+    }
+    leaves[0].eax = 0;
+    EXPECT_EQ(Absent().size(), 41u);
+}
+
+TEST(Processor, KeepsLeavesVendorAndBrand) {
+    MakeComplete();
+    const char* vendors[] = {"genuineintel", "AuthenticAMD", "GenuineIntel", "CyrixInstead",
+                             "CentaurHauls"};
+    for (LONG code = 0; code < 5; ++code) {
+        std::memcpy(&leaves[0].ebx, vendors[code], 4);
+        std::memcpy(&leaves[0].edx, vendors[code] + 4, 4);
+        std::memcpy(&leaves[0].ecx, vendors[code] + 8, 4);
+        EXPECT_EQ(std::wstring(Filled().vendor), std::wstring(vendors[code], vendors[code] + 12));
+        EXPECT_EQ(HasCpuFeature(Filled(), 0), code);
+    }
+    const char brand[] = "An imaginary processor, made for this test only.";
     for (DWORD i = 0; i < 3; ++i) {
         std::memcpy(&leaves[kExtended + 2 + i], brand + 16 * i, 16);
     }
-    leaves[6].ebx = 106;
-    leaves[kExtended + 6].ecx = 206;
+    leaves[6].ebx = leaves[kExtended + 6].ecx = 106;
     EXPECT_EQ(std::wstring(Filled().brand), std::wstring(brand, brand + 48));
-    EXPECT_EQ(Filled().leaves[6].ebx, 106u);
-    EXPECT_EQ(Filled().leaves[14].ecx, 206u);
+    EXPECT_EQ(Filled().leaves[6].ebx + Filled().leaves[14].ecx, 212u);
     EXPECT_EQ(Filled().xcr0High, 2u);
-    for (LONG index : {-1, 1, 38, 1000}) {
-        EXPECT_EQ(HasCpuFeature(Filled(), index), 0) << index;
-    }
-    EXPECT_EQ(HasCpuFeature(Filled(), 2), 1);
     leaves[kExtended].eax = kExtended + 3;
     EXPECT_EQ(Filled().brand[0], L'\0');
-    leaves[kExtended].eax = 0x1234;
-    EXPECT_EQ(HasCpuFeature(Filled(), 33), 0);
-    leaves[1].ecx = 0;
-    EXPECT_EQ(Filled().xcr0Low, 0u);
-    leaves[0].eax = 6;
-    EXPECT_EQ(Filled().leaves[7].ebx, 0u);
-    leaves[0].eax = 0;
-    EXPECT_EQ(HasCpuFeature(Filled(), 0) + HasCpuFeature(Filled(), 2), 0);
     EXPECT_EQ(GetCpuInfo().vendor + 12, std::wcschr(GetCpuInfo().vendor, L'\0'));
 }
 
