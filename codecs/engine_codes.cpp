@@ -24,22 +24,9 @@ constexpr BYTE kLosslessKinds[kNumberedIndices] = {0, 1, 1, 1, 1, 2, 2, 2, 2, 3,
 
 /// The layout whose callbacks serve an index above 12; none for "v210" and "b64a".
 std::optional<PackedLayout> CallbackLayout(int index) {
-    switch (index) {
-        case kIndexV408:
-        case kIndexV408 + 1:
-            return PackedLayout::kV408;
-        case kIndexR408:
-        case kIndexR408 + 1:
-            return PackedLayout::kR408;
-        case kIndexR4fl:
-        case kIndexR4fl + 1:
-            return PackedLayout::kR4fl;
-        case kIndex2vuy:
-        case kIndex2vuy + 1:
-            return PackedLayout::k2vuy;
-        default:
-            return std::nullopt;
-    }
+    return index >= 0 && index < kPixelFormatCount
+               ? kPixelFormats[static_cast<std::size_t>(index)].packed
+               : std::nullopt;
 }
 
 /// One word of a slot, as the engine reads it.
@@ -105,20 +92,6 @@ CallbackTable Zeta2Writers(std::index_sequence<kOffsets...>) {
 template <AlphaUse kAlpha, std::size_t... kOffsets>
 CallbackTable Zeta2Readers(std::index_sequence<kOffsets...>) {
     return {Callback<&ReadWorkingRows<kIndexV210 + static_cast<int>(kOffsets), kAlpha>>()...};
-}
-
-/// The indices whose layout keeps alpha, so that the alpha mode matters.
-bool KeepsAlpha(int index) {
-    switch (index) {
-        case kIndexV408 + 1:
-        case kIndexR408 + 1:
-        case kIndexB64a + 2:
-        case kIndexB64a + 3:
-        case kIndexR4fl + 1:
-            return true;
-        default:
-            return false;
-    }
 }
 
 bool IsNumbered(int index) {

@@ -1,97 +1,68 @@
 #include "codecs/matte.h"
 
-#include <emmintrin.h>
-
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 
 namespace nyx {
 namespace {
 
-/// RGB 32-bit: alpha is the top byte. `black` is 0 or studio black with alpha 0.
-void CleanRgb32(BYTE* row, LONG width, DWORD black) {
-    const __m128i replacement = _mm_set1_epi32(static_cast<int>(black));
-    LONG x = 0;
-    for (; x + 4 <= width; x += 4) {
-        auto* pixels = reinterpret_cast<__m128i*>(row + std::ptrdiff_t{4} * x);
-        const __m128i value = _mm_loadu_si128(pixels);
-        const __m128i clear = _mm_cmpeq_epi32(_mm_srli_epi32(value, 24), _mm_setzero_si128());
-        _mm_storeu_si128(pixels, _mm_or_si128(_mm_andnot_si128(clear, value),
-                                              _mm_and_si128(clear, replacement)));
-    }
-    for (; x < width; ++x) {
-        BYTE* pixel = row + std::ptrdiff_t{4} * x;
-        if (pixel[3] == 0) {
-            std::memcpy(pixel, &black, 4);
-        }
-    }
-}
-
-/// The packed layouts: how a pixel is recognised as transparent, and what it becomes.
-struct V408 {
-    static constexpr std::size_t kBytes = 4;
-    static constexpr BYTE kBlack[kBytes] = {0x80, 0x10, 0x80, 0x10};
-    static bool IsTransparent(const BYTE* pixel) { return pixel[3] <= 16; }
+/// A layout with alpha: a pixel of one to four little-endian words, of which the first holds alpha
+/// under `alpha`. Visible is what lies from `lowest` to `highest` there.
+struct MatteRow {
+    DWORD fourcc;
+    std::size_t pixelBytes;
+    When studioRange;
+    DWORD alpha;
+    DWORD lowest;
+    DWORD highest;
+    DWORD black[4];
 };
 
-struct R408 {
-    static constexpr std::size_t kBytes = 4;
-    static constexpr BYTE kBlack[kBytes] = {0x00, 0x00, 0x80, 0x80};
-    static bool IsTransparent(const BYTE* pixel) { return pixel[0] == 0; }
+constexpr DWORD kFloatNeutral = 0x3F008081;  // 128/255
+constexpr DWORD kFloatInfinity = 0x7F800000;
+
+constexpr MatteRow kRows[] = {
+    {BI_RGB, 4, When::kNo, 0xFF000000, 0x01000000, 0xFF000000, {0}},
+    {BI_RGB, 4, When::kYes, 0xFF000000, 0x01000000, 0xFF000000, {0x00101010}},
+    {FourCC("v408"), 4, When::kAny, 0xFF000000, 0x11000000, 0xFF000000, {0x10801080}},
+    {FourCC("r408"), 4, When::kAny, 0xFF, 1, 0xFF, {0x80800000}},
+    {FourCC("b64a"), 8, When::kAny, 0xFFFF, 1, 0xFFFF, {0, 0}},
+    // The positive floats: neither negative ones, whose top bit is set, nor what is not a number.
+    {FourCC("r4fl"),
+     16,
+     When::kAny,
+     ~DWORD{0},
+     1,
+     kFloatInfinity,
+     {0, 0, kFloatNeutral, kFloatNeutral}},
 };
 
-struct B64a {
-    static constexpr std::size_t kBytes = 8;
-    static constexpr BYTE kBlack[kBytes] = {};
-    static bool IsTransparent(const BYTE* pixel) { return pixel[0] == 0 && pixel[1] == 0; }
-};
-
-struct R4fl {
-    static constexpr std::size_t kBytes = 16;
-    static constexpr BYTE kBlack[kBytes] = {0,    0,    0,    0,    0,    0,    0,    0,
-                                            0x81, 0x80, 0x00, 0x3F, 0x81, 0x80, 0x00, 0x3F};
-    static bool IsTransparent(const BYTE* pixel) {
-        float alpha;
-        std::memcpy(&alpha, pixel, sizeof(alpha));
-        return !(alpha > 0.0f);  // so is an alpha that is not a number
-    }
-};
-
-template <typename Layout>
-void CleanPacked(BYTE* row, LONG width) {
-    for (LONG x = 0; x < width; ++x, row += Layout::kBytes) {
-        if (Layout::IsTransparent(row)) {
-            std::memcpy(row, Layout::kBlack, Layout::kBytes);
-        }
-    }
-}
-
-constexpr DWORD kStudioBlack = 0x00101010;
-
-/// Indices 5 to 12 alternate between full and studio range, full first.
-bool IsStudioRange(int index) {
-    return (index - kIndexRgb32) % 2 != 0;
-}
-
-void CleanRow(int index, BYTE* row, LONG width) {
-    if (index >= kIndexRgb32 && index < kIndexV210) {
-        CleanRgb32(row, width, IsStudioRange(index) ? kStudioBlack : 0);
-    } else if (index >= kIndexV408 && index < kIndexR408) {
-        CleanPacked<V408>(row, width);
-    } else if (index >= kIndexR408 && index < kIndexB64a) {
-        CleanPacked<R408>(row, width);
-    } else if (index >= kIndexB64a && index < kIndexR4fl) {
-        CleanPacked<B64a>(row, width);
-    } else if (index >= kIndexR4fl && index < kIndex2vuy) {
-        CleanPacked<R4fl>(row, width);
-    }
+const MatteRow* RowOf(const PixelFormatRow& format) {
+    const auto* row = std::find_if(std::begin(kRows), std::end(kRows), [&](const MatteRow& r) {
+        return r.fourcc == format.fourcc && r.studioRange == format.studioRange &&
+               r.pixelBytes == static_cast<std::size_t>(format.bytesPerPixel);
+    });
+    return row == std::end(kRows) ? nullptr : row;
 }
 
 }  // namespace
 
 void CleanMatte(const SurfaceFormat& surface) {
+    const MatteRow* found = RowOf(kPixelFormats[static_cast<std::size_t>(surface.index)]);
+    if (!found) {
+        return;
+    }
+    const MatteRow layout = *found;
     for (LONG y = 0; y < surface.height; ++y) {
-        CleanRow(surface.index, surface.data + std::ptrdiff_t{y} * surface.stride, surface.width);
+        BYTE* pixel = surface.data + std::ptrdiff_t{y} * surface.stride;
+        for (LONG x = 0; x < surface.width; ++x, pixel += layout.pixelBytes) {
+            DWORD first;
+            std::memcpy(&first, pixel, sizeof(first));
+            if ((first & layout.alpha) - layout.lowest > layout.highest - layout.lowest) {
+                std::memcpy(pixel, layout.black, layout.pixelBytes);
+            }
+        }
     }
 }
 

@@ -1,46 +1,40 @@
 #include "codecs/pixel_format_index.h"
 
+#include <algorithm>
 #include <limits>
 
 #include "convert/convert.h"
-#include "platform/fourcc.h"
 
 namespace nyx {
 namespace {
 
-/// How a layout's index depends on the stream: index = base + the terms that apply.
-struct LayoutRow {
-    DWORD fourcc;
-    int bitCount;  // 0: any
-    LONG bytesPerPixel;
-    int base;
-    int studioRange;         // added when the codec's color_space is not 0
-    int standardDefinition;  // added below high definition
-    int streamAlpha;         // added when the stream carries alpha
-    int alphaRequested;      // added when the caller asks for alpha
-};
+bool Meets(When term, bool is) {
+    return term == When::kAny || (term == When::kYes) == is;
+}
 
-constexpr LayoutRow kLayouts[] = {
-    // fourcc         bits bytes  base          studio  SD  stream alpha  asked alpha
-    {FourCC("YUY2"), 0, 2, kIndexYuy2, 0, 0, 0, 0},
-    {BI_RGB, 24, 3, kIndexRgb24, 1, 2, 0, 0},
-    {BI_RGB, 32, 4, kIndexRgb32, 1, 2, 0, kIndexArgb32 - kIndexRgb32},
-    {FourCC("v210"), 0, 2, kIndexV210, 0, 0, 0, 0},
-    {FourCC("v408"), 0, 4, kIndexV408, 0, 0, 1, 0},
-    {FourCC("r408"), 0, 4, kIndexR408, 0, 0, 1, 0},
-    {FourCC("b64a"), 0, 8, kIndexB64a, 0, 1, 2, 0},
-    {FourCC("r4fl"), 0, 16, kIndexR4fl, 0, 0, 1, 0},
-    {FourCC("2vuy"), 0, 2, kIndex2vuy, 0, 0, 1, 0},
-};
+bool IsLayoutOf(const PixelFormatRow& row, const BITMAPINFOHEADER& header) {
+    return row.fourcc == header.biCompression &&
+           (row.bitCount == 0 || row.bitCount == header.biBitCount);
+}
 
-const LayoutRow* FindLayout(const BITMAPINFOHEADER& header) {
-    for (const LayoutRow& row : kLayouts) {
-        if (row.fourcc == header.biCompression &&
-            (row.bitCount == 0 || row.bitCount == header.biBitCount)) {
-            return &row;
-        }
-    }
-    return nullptr;
+/// Any row of the header's layout, which all take the same bytes per pixel; null for none.
+const PixelFormatRow* FindLayout(const BITMAPINFOHEADER& header) {
+    const auto* row = std::find_if(kPixelFormats.begin(), kPixelFormats.end(),
+                                   [&](const PixelFormatRow& r) { return IsLayoutOf(r, header); });
+    return row == kPixelFormats.end() ? nullptr : row;
+}
+
+int IndexOf(const SurfaceRequest& request) {
+    const BITMAPINFOHEADER& header = *request.uncompressed;
+    const bool highDefinition = IsHighDefinition(request.compressedWidth, header.biHeight);
+    const auto* row =
+        std::find_if(kPixelFormats.begin(), kPixelFormats.end(), [&](const PixelFormatRow& r) {
+            return IsLayoutOf(r, header) && Meets(r.highDefinition, highDefinition) &&
+                   Meets(r.studioRange, request.colorSpace != 0) &&
+                   Meets(r.alphaAsked, request.alphaRequested) &&
+                   Meets(r.streamAlpha, request.streamAlpha);
+        });
+    return static_cast<int>(row - kPixelFormats.begin());
 }
 
 std::int64_t Absolute(LONG value) {
@@ -59,7 +53,7 @@ bool IsHighDefinition(LONG width, LONG height) {
 
 HRESULT DescribeSurface(const SurfaceRequest& request, SurfaceFormat* surface) {
     const BITMAPINFOHEADER& header = *request.uncompressed;
-    const LayoutRow* layout = FindLayout(header);
+    const PixelFormatRow* layout = FindLayout(header);
     if (!layout || header.biWidth < 0) {
         return E_FAIL;
     }
@@ -73,11 +67,7 @@ HRESULT DescribeSurface(const SurfaceRequest& request, SurfaceFormat* surface) {
         return E_FAIL;
     }
 
-    const bool highDefinition = IsHighDefinition(request.compressedWidth, header.biHeight);
-    surface->index = layout->base + (request.colorSpace != 0 ? layout->studioRange : 0) +
-                     (highDefinition ? 0 : layout->standardDefinition) +
-                     (request.streamAlpha ? layout->streamAlpha : 0) +
-                     (request.alphaRequested ? layout->alphaRequested : 0);
+    surface->index = IndexOf(request);
     surface->bytesPerPixel = layout->bytesPerPixel;
     surface->data = static_cast<BYTE*>(request.data);
     surface->stride = static_cast<LONG>(stride);
@@ -94,7 +84,7 @@ HRESULT DescribeSurface(const SurfaceRequest& request, SurfaceFormat* surface) {
 }
 
 std::uint64_t SurfaceSize(const BITMAPINFOHEADER& uncompressed) {
-    const LayoutRow* layout = FindLayout(uncompressed);
+    const PixelFormatRow* layout = FindLayout(uncompressed);
     if (!layout || uncompressed.biWidth < 0) {
         return 0;
     }

@@ -3,14 +3,18 @@
 /// @file
 /// The uncompressed side of a frame, formed in one place: codecs ask, none recomputes.
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 
+#include "platform/fourcc.h"
 #include "platform/win_types.h"
 
 namespace nyx {
 
-/// The one number by which every codec names an uncompressed layout. Where several numbers name one
-/// layout they differ by matrix and range: see the table in pixel_format_index.cpp.
+/// The one number by which every codec names an uncompressed layout, with the first one of each
+/// layout by name. kPixelFormats tells what the others of a layout stand for.
 enum PixelFormatIndex : int {
     kIndexYuy2 = 0,
     kIndexRgb24 = 1,   ///< 1 to 4
@@ -24,6 +28,65 @@ enum PixelFormatIndex : int {
     kIndex2vuy = 24,  ///< 25 with alpha
     kPixelFormatCount = 26,
 };
+
+/// The packed layouts that the row callbacks store and read.
+enum class PackedLayout { k2vuy, kV408, kR408, kR4fl };
+constexpr int kPackedLayouts = 4;
+
+/// What a term of a frame has to be for a row of the table.
+enum class When : signed char { kNo, kYes, kAny };
+
+/// What an index stands for. A frame's index is the first row that it meets all terms of.
+struct PixelFormatRow {
+    DWORD fourcc;
+    WORD bitCount;       ///< 0: any
+    LONG bytesPerPixel;  ///< as reported to the engines
+    When highDefinition;
+    When studioRange;  ///< the codec's color_space is not 0
+    When alphaAsked;   ///< by the caller
+    When streamAlpha;  ///< the compressed stream carries alpha
+    std::optional<PackedLayout> packed;
+};
+
+constexpr std::array<PixelFormatRow, kPixelFormatCount> kPixelFormats = [] {
+    using Packed = PackedLayout;
+    constexpr When no = When::kNo, yes = When::kYes, any = When::kAny;
+    return std::array<PixelFormatRow, kPixelFormatCount>{{
+        // fourcc, bits, bytes, HD, studio range, alpha asked, stream alpha, packed
+        {FourCC("YUY2"), 0, 2, any, any, any, any, {}},
+        {BI_RGB, 24, 3, yes, no, any, any, {}},
+        {BI_RGB, 24, 3, yes, yes, any, any, {}},
+        {BI_RGB, 24, 3, no, no, any, any, {}},
+        {BI_RGB, 24, 3, no, yes, any, any, {}},
+        {BI_RGB, 32, 4, yes, no, no, any, {}},
+        {BI_RGB, 32, 4, yes, yes, no, any, {}},
+        {BI_RGB, 32, 4, no, no, no, any, {}},
+        {BI_RGB, 32, 4, no, yes, no, any, {}},
+        {BI_RGB, 32, 4, yes, no, yes, any, {}},
+        {BI_RGB, 32, 4, yes, yes, yes, any, {}},
+        {BI_RGB, 32, 4, no, no, yes, any, {}},
+        {BI_RGB, 32, 4, no, yes, yes, any, {}},
+        {FourCC("v210"), 0, 2, any, any, any, any, {}},
+        {FourCC("v408"), 0, 4, any, any, any, no, Packed::kV408},
+        {FourCC("v408"), 0, 4, any, any, any, yes, Packed::kV408},
+        {FourCC("r408"), 0, 4, any, any, any, no, Packed::kR408},
+        {FourCC("r408"), 0, 4, any, any, any, yes, Packed::kR408},
+        {FourCC("b64a"), 0, 8, yes, any, any, no, {}},
+        {FourCC("b64a"), 0, 8, no, any, any, no, {}},
+        {FourCC("b64a"), 0, 8, yes, any, any, yes, {}},
+        {FourCC("b64a"), 0, 8, no, any, any, yes, {}},
+        {FourCC("r4fl"), 0, 16, any, any, any, no, Packed::kR4fl},
+        {FourCC("r4fl"), 0, 16, any, any, any, yes, Packed::kR4fl},
+        {FourCC("2vuy"), 0, 2, any, any, any, no, Packed::k2vuy},
+        {FourCC("2vuy"), 0, 2, any, any, any, yes, Packed::k2vuy},
+    }};
+}();
+
+/// Whether the layout of an index has a channel that keeps the stream's alpha; "2vuy" has none.
+constexpr bool KeepsAlpha(int index) {
+    const PixelFormatRow& row = kPixelFormats[static_cast<std::size_t>(index)];
+    return row.streamAlpha == When::kYes && row.packed != PackedLayout::k2vuy;
+}
 
 /// An uncompressed picture as a codec or an engine walks it.
 struct SurfaceFormat {

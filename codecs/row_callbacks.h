@@ -24,8 +24,8 @@
 ///     v408    Y, C, 235              Y, C, (219 A + 127)/255+16   as 2vuy; alpha as straight
 ///     r408    max(Y-16, 0), C, 255   max(Y-16, 0), C, A           max(((Y-16)A + 127)/255, 0),
 ///                                                                 C', A
-///     r4fl    (Y-16)k, Ck, 1.0       (Y-16)k, Ck, Ak              ((Y-16)k)(Ak),
-///                                                                 ((C-128)k)(Ek) + 128k, Ak
+///     r4fl    (Y-16)k, Ck, 1.0       (Y-16)k, Ck, A/255           (Y-16)A/255 k,
+///                                                                 ((C-128)E/255 + 128)k, A/255
 ///
 /// with C' = ((C-128)E + 32767) / 255. "2vuy" has no alpha channel: pictures with alpha are put
 /// over black there. Floats are clamped: luma to -0.0627451..0.9372549, chroma and alpha to 0..1.
@@ -42,12 +42,9 @@
 /// Every routine handles width / 2 pixel pairs of a row, 8 at most; an odd last pixel is left
 /// alone.
 
-#include "platform/win_types.h"
+#include "codecs/pixel_format_index.h"
 
 namespace nyx {
-
-enum class PackedLayout { k2vuy, kV408, kR408, kR4fl };
-constexpr int kPackedLayouts = 4;
 
 enum class AlphaUse { kStraight, kPremultiplied };
 

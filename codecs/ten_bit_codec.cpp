@@ -45,31 +45,7 @@ constexpr FormatPair kEncodePairs[] = {
 constexpr CodecFormats kFormats = {kFourCC, &IsPossibleSize, kDecodePairs, kEncodePairs};
 
 bool IsRgbIndex(int index) {
-    return index >= kIndexRgb24 && index < kIndexArgb32;
-}
-
-/// A strip of 8-bit 4:2:2 rows without gaps, for one call: RGB passes through it a few rows at a
-/// time, so that the rows are still in the cache when the second kernel reads them.
-class ScratchStrip {
-  public:
-    static constexpr LONG kRows = 16;
-
-    explicit ScratchStrip(LONG width)
-        : pitch_(width * kYuy2BytesPerPixel),
-          bytes_(new (std::nothrow) BYTE[static_cast<std::size_t>(pitch_) * kRows]) {}
-
-    explicit operator bool() const { return bytes_ != nullptr; }
-    ImagePlane plane() const { return {bytes_.get(), pitch_, 0}; }
-
-  private:
-    LONG pitch_;
-    std::unique_ptr<BYTE[]> bytes_;
-};
-
-/// The plane that starts `rows` further down.
-ImagePlane Below(const ImagePlane& plane, LONG rows) {
-    return {plane.data + static_cast<std::ptrdiff_t>(plane.pitch) * rows, plane.pitch,
-            plane.rowGap};
+    return index >= kIndexRgb24 && index < kIndexV210;
 }
 
 void UnpackRows(const TenBitRowKernels& rows, const BYTE* frame, const ImagePlane& destination,
@@ -94,44 +70,62 @@ void PackRows(const TenBitRowKernels& rows, const ImagePlane& source, BYTE* fram
     }
 }
 
-HRESULT DecodeRgb(const TenBitRowKernels& rows, const BYTE* frame, const ImagePlane& destination,
-                  DWORD rgbFourCC, const ConversionFlags& flags, LONG width, LONG height) {
-    const ScratchStrip strip(width);
-    if (!strip) {
+/// RGB passes through a strip of 8-bit 4:2:2 rows without gaps, a few rows at a time, so that the
+/// rows are still in the cache when the second kernel reads them.
+constexpr LONG kStripRows = 16;
+
+/// Calls `convert` with the strip, a picture's next rows in RGB, the first one's number and how
+/// many there are.
+template <typename Convert>
+HRESULT ForEachStrip(ImagePlane rgb, LONG width, LONG height, Convert convert) {
+    const LONG pitch = width * kYuy2BytesPerPixel;
+    const std::unique_ptr<BYTE[]> bytes(new (std::nothrow)
+                                            BYTE[static_cast<std::size_t>(pitch) * kStripRows]);
+    if (!bytes) {
         return E_OUTOFMEMORY;
     }
-    const ImagePlane yuy2 = strip.plane();
-    for (LONG y = 0; y < height; y += ScratchStrip::kRows) {
-        const LONG count = std::min(ScratchStrip::kRows, height - y);
-        UnpackRows(rows, frame, yuy2, width, count);
-        frame += TenBitRowLayoutFor(width).stride * static_cast<std::size_t>(count);
-        const ImagePlane rgb = Below(destination, y);
-        if (FAILED(ConvertFromYuv(&yuy2, nullptr, kYuy2, flags.yuv, 0, &rgb, rgbFourCC, flags.rgb,
-                                  0, width, count))) {
+    for (LONG y = 0; y < height; y += kStripRows) {
+        if (FAILED(convert(ImagePlane{bytes.get(), pitch, 0}, rgb, y,
+                           std::min(kStripRows, height - y)))) {
             return E_FAIL;
         }
+        rgb.data += static_cast<std::ptrdiff_t>(rgb.pitch) * kStripRows;
     }
     return S_OK;
 }
 
-HRESULT EncodeRgb(const TenBitRowKernels& rows, const ImagePlane& source, DWORD rgbFourCC,
-                  const ConversionFlags& flags, BYTE* frame, LONG width, LONG height) {
-    const ScratchStrip strip(width);
-    if (!strip) {
-        return E_OUTOFMEMORY;
+HRESULT DecodeRgb(const TenBitRowKernels& rows, const BYTE* frame, const SurfaceFormat& surface,
+                  const ConversionFlags& flags, LONG width) {
+    StripConversion toRgb;
+    if (FAILED(toRgb.PrepareFromYuv(kYuy2, flags.yuv, RgbFourCC(surface), flags.rgb))) {
+        return E_FAIL;
     }
-    const ImagePlane yuy2 = strip.plane();
-    for (LONG y = 0; y < height; y += ScratchStrip::kRows) {
-        const LONG count = std::min(ScratchStrip::kRows, height - y);
-        const ImagePlane rgb = Below(source, y);
-        if (FAILED(ConvertToYuv(&rgb, rgbFourCC, flags.rgb, nullptr, &yuy2, nullptr, kYuy2,
-                                flags.yuv, 0, width, count))) {
-            return E_FAIL;
-        }
-        PackRows(rows, yuy2, frame, width, count);
-        frame += TenBitRowLayoutFor(width).stride * static_cast<std::size_t>(count);
+    const std::size_t stride = TenBitRowLayoutFor(width).stride;
+    return ForEachStrip(PlaneOf(surface, width), width, surface.height,
+                        [&](const ImagePlane& yuy2, const ImagePlane& rgb, LONG y, LONG count) {
+                            UnpackRows(rows, frame + stride * static_cast<std::size_t>(y), yuy2,
+                                       width, count);
+                            return toRgb.Run(yuy2, rgb, width, count);
+                        });
+}
+
+HRESULT EncodeRgb(const TenBitRowKernels& rows, const SurfaceFormat& surface,
+                  const ConversionFlags& flags, BYTE* frame) {
+    StripConversion toYuy2;
+    if (FAILED(toYuy2.PrepareToYuv(RgbFourCC(surface), flags.rgb, kYuy2, flags.yuv))) {
+        return E_FAIL;
     }
-    return S_OK;
+    const LONG width = surface.width;
+    const std::size_t stride = TenBitRowLayoutFor(width).stride;
+    return ForEachStrip(PlaneOf(surface, width), width, surface.height,
+                        [&](const ImagePlane& yuy2, const ImagePlane& rgb, LONG y, LONG count) {
+                            const HRESULT result = toYuy2.Run(rgb, yuy2, width, count);
+                            if (SUCCEEDED(result)) {
+                                PackRows(rows, yuy2, frame + stride * static_cast<std::size_t>(y),
+                                         width, count);
+                            }
+                            return result;
+                        });
 }
 
 }  // namespace
@@ -179,14 +173,12 @@ HRESULT CTenBitCodec::Compress(const BITMAPINFOHEADER* input, bool alphaInput,
     }
 
     auto* frame = static_cast<BYTE*>(outputData);
-    const ImagePlane source = PlaneOf(surface, surface.width);
     if (surface.index == kIndexYuy2) {
-        PackRows(*rows, source, frame, surface.width, surface.height);
+        PackRows(*rows, PlaneOf(surface, surface.width), frame, surface.width, surface.height);
     } else if (IsRgbIndex(surface.index)) {
         const HRESULT result =
-            EncodeRgb(*rows, source, RgbFourCC(surface),
-                      ConversionFlagsFor(output->biWidth, input->biHeight, GetColorSpace()), frame,
-                      surface.width, surface.height);
+            EncodeRgb(*rows, surface,
+                      ConversionFlagsFor(output->biWidth, input->biHeight, GetColorSpace()), frame);
         if (FAILED(result)) {
             return result;
         }
@@ -229,13 +221,12 @@ HRESULT CTenBitCodec::Decompress(const BITMAPINFOHEADER* input, const void* data
         return E_FAIL;
     }
 
-    const ImagePlane destination = PlaneOf(surface, width);
     if (surface.index == kIndexYuy2) {
-        UnpackRows(*rows, frame.data(), destination, width, height);
+        UnpackRows(*rows, frame.data(), PlaneOf(surface, width), width, height);
         return S_OK;
     }
-    return DecodeRgb(*rows, frame.data(), destination, RgbFourCC(surface),
-                     ConversionFlagsFor(width, output->biHeight, GetColorSpace()), width, height);
+    return DecodeRgb(*rows, frame.data(), surface,
+                     ConversionFlagsFor(width, output->biHeight, GetColorSpace()), width);
 }
 
 }  // namespace nyx
