@@ -1,0 +1,85 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <vector>
+
+#include "platform/byte_span.h"
+#include "source/byte_source.h"
+#include "source/libavformat.h"
+#include "source/stream_format.h"
+
+namespace nyx::source {
+
+/// A frame of video or a run of sound, as the file holds it.
+struct Packet {
+    std::size_t stream = 0;  ///< into FootageFile::streams
+    REFERENCE_TIME start = 0;
+    REFERENCE_TIME stop = 0;
+    LibavPtr<AVPacket> data;
+
+    ByteSpan bytes() const { return {data->data, static_cast<std::size_t>(data->size)}; }
+};
+
+/// A file of footage: its streams, described, and their packets in the order of time. Times count
+/// from the first picture, or from the first sound where there is no picture. Nothing in the file
+/// is trusted. One thread at a time, but for Cancel.
+class FootageFile {
+  public:
+    FootageFile() = default;
+    FootageFile(const FootageFile&) = delete;
+    FootageFile& operator=(const FootageFile&) = delete;
+
+    /// Opens a file once. The failures of failures.h, of reading, or `E_OUTOFMEMORY`; the object
+    /// then is good for nothing.
+    HRESULT Open(std::unique_ptr<ByteSource> bytes);
+
+    /// What can be delivered, video first; never empty after Open.
+    const std::vector<StreamFormat>& streams() const { return streams_; }
+    /// The longest stream's.
+    REFERENCE_TIME duration() const;
+
+    /// Leaves out the packets of streams that are not wanted; one entry a stream.
+    void Select(const std::vector<bool>& wanted);
+
+    /// Goes where Read continues with what lasts at `time`: of each stream the packet that holds
+    /// it.
+    HRESULT Seek(REFERENCE_TIME time);
+
+    /// The next packet. `S_FALSE` at the end; `E_ABORT` when cancelled; `E_OUTOFMEMORY`; or why the
+    /// file could not be read. What is damaged or torn is left out.
+    HRESULT Read(Packet* packet);
+
+    /// Makes reading fail soon, now and later, until it is withdrawn. From any thread.
+    void Cancel(bool cancelled) { cancelled_ = cancelled; }
+
+  private:
+    static int ReadBytes(void* self, std::uint8_t* to, int count);
+    static std::int64_t SeekBytes(void* self, std::int64_t offset, int whence);
+
+    HRESULT OpenContainer();
+    HRESULT FindStreams();
+    HRESULT SeeFirstFrames(std::vector<std::vector<LibavPtr<AVPacket>>>* seen);
+    void SetOrigin();
+    HRESULT Restart();
+    void SkipUnwanted();
+    HRESULT ReadRaw(LibavPtr<AVPacket>* packet);
+    bool TimePacket(Packet* packet);
+    HRESULT ResultOf(int error) const;
+
+    std::unique_ptr<ByteSource> bytes_;
+    LibavPtr<AVIOContext> input_;
+    LibavPtr<AVFormatContext> context_;
+    std::vector<StreamFormat> streams_;
+    std::vector<bool> wanted_;
+    std::vector<std::int64_t>
+        next_;  ///< tick after the last packet of a stream, for one without times
+    REFERENCE_TIME origin_ = 0;
+    REFERENCE_TIME from_ = 0;    ///< packets that end by then are not delivered
+    bool checkLanding_ = false;  ///< the first picture shows whether a seek went too far
+    std::int64_t position_ = 0;  ///< in the file
+    bool readFailed_ = false;
+    std::atomic<bool> cancelled_{false};
+};
+
+}  // namespace nyx::source

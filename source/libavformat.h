@@ -1,0 +1,28 @@
+#pragma once
+
+/// @file
+/// libavformat's headers, which are C, and owners of its objects.
+
+extern "C" {
+#include <libavcodec/dv_profile.h>
+#include <libavformat/avformat.h>
+#include <libavutil/mathematics.h>
+}
+
+#include <memory>
+
+namespace nyx::source {
+
+struct LibavDeleter {
+    void operator()(AVFormatContext* context) const { avformat_close_input(&context); }
+    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+    void operator()(AVIOContext* input) const {
+        av_freep(&input->buffer);
+        avio_context_free(&input);
+    }
+};
+
+template <class Object>
+using LibavPtr = std::unique_ptr<Object, LibavDeleter>;
+
+}  // namespace nyx::source

@@ -1,0 +1,132 @@
+#include "source/read_ahead.h"
+
+#include <algorithm>
+#include <new>
+#include <system_error>
+
+namespace nyx::source {
+namespace {
+
+/// Packets of so many bytes are read ahead: some frames of the largest kind.
+constexpr std::size_t kEnough = 24 << 20;
+/// And so many while a stream has none, as its next may lie behind many of another: a delivering
+/// thread may be held up until the other stream has something too.
+constexpr std::size_t kMost = 96 << 20;
+
+}  // namespace
+
+HRESULT ReadAhead::Start(REFERENCE_TIME time, const std::vector<bool>& wanted) {
+    Finish();
+    try {
+        queues_ = std::vector<Queue>(wanted.size());
+        for (std::size_t i = 0; i < wanted.size(); ++i) {
+            queues_[i].open = wanted[i];
+        }
+        bytes_ = 0;
+        cancelled_ = false;
+        ended_ = false;
+        file_->Cancel(false);
+        file_->Select(wanted);
+        thread_ = std::thread([this, time] { Run(time); });
+        return S_OK;
+    } catch (const std::bad_alloc&) {
+    } catch (const std::system_error&) {
+    }
+    return E_OUTOFMEMORY;
+}
+
+void ReadAhead::Run(REFERENCE_TIME time) {
+    HRESULT result = S_OK;
+    try {
+        result = file_->Seek(time);
+        while (SUCCEEDED(result)) {
+            Packet packet;
+            result = file_->Read(&packet);
+            if (result != S_OK || !Put(std::move(packet))) {
+                break;
+            }
+        }
+    } catch (const std::bad_alloc&) {
+        result = E_OUTOFMEMORY;
+    }
+    End(result);
+}
+
+bool ReadAhead::HasRoom() const {
+    if (bytes_ < kEnough) {
+        return true;
+    }
+    return bytes_ < kMost && std::any_of(queues_.begin(), queues_.end(), [](const Queue& queue) {
+               return queue.open && queue.packets.empty();
+           });
+}
+
+/// Keeps a packet as soon as there is room; false when no one waits for any.
+bool ReadAhead::Put(Packet packet) {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return cancelled_ || HasRoom(); });
+    const bool any =
+        std::any_of(queues_.begin(), queues_.end(), [](const Queue& queue) { return queue.open; });
+    Queue& queue = queues_[packet.stream];
+    if (queue.open && !cancelled_) {
+        const std::size_t bytes = packet.bytes().size();
+        queue.packets.push_back(std::move(packet));
+        bytes_ += bytes;
+        changed_.notify_all();
+    }
+    return any && !cancelled_;
+}
+
+void ReadAhead::End(HRESULT result) {
+    const std::lock_guard lock(mutex_);
+    ended_ = true;
+    result_ = result;
+    changed_.notify_all();
+}
+
+HRESULT ReadAhead::Next(std::size_t stream, Packet* packet) {
+    std::unique_lock lock(mutex_);
+    Queue& queue = queues_[stream];
+    changed_.wait(lock, [&] { return cancelled_ || ended_ || !queue.packets.empty(); });
+    if (cancelled_) {
+        return E_ABORT;
+    }
+    if (queue.packets.empty()) {
+        return FAILED(result_) ? result_ : S_FALSE;
+    }
+    *packet = std::move(queue.packets.front());
+    queue.packets.pop_front();
+    bytes_ -= packet->bytes().size();
+    changed_.notify_all();
+    return S_OK;
+}
+
+void ReadAhead::Close(std::size_t stream) {
+    const std::lock_guard lock(mutex_);
+    Queue& queue = queues_[stream];
+    queue.open = false;
+    for (const Packet& packet : queue.packets) {
+        bytes_ -= packet.bytes().size();
+    }
+    queue.packets.clear();
+    changed_.notify_all();
+}
+
+void ReadAhead::Cancel() {
+    file_->Cancel(true);
+    const std::lock_guard lock(mutex_);
+    cancelled_ = true;
+    changed_.notify_all();
+}
+
+void ReadAhead::Finish() {
+    if (thread_.joinable()) {
+        Cancel();
+        thread_.join();
+    }
+    for (Queue& queue : queues_) {
+        queue.packets.clear();
+    }
+}
+
+}  // namespace nyx::source

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "source/footage_file.h"
+
+namespace nyx::source {
+
+/// Reads a file's packets on a thread of its own and keeps them, by stream, for the threads that
+/// deliver them.
+class ReadAhead {
+  public:
+    /// `file` outlives this object and belongs to its thread between Start and Finish.
+    explicit ReadAhead(FootageFile* file) : file_(file) {}
+    ~ReadAhead() { Finish(); }
+    ReadAhead(const ReadAhead&) = delete;
+    ReadAhead& operator=(const ReadAhead&) = delete;
+
+    /// Begins to read the wanted streams, one entry a stream, at `time`. `E_OUTOFMEMORY` when there
+    /// can be no thread.
+    HRESULT Start(REFERENCE_TIME time, const std::vector<bool>& wanted);
+
+    /// Waits for the next packet of a stream. `S_FALSE` at its end, `E_ABORT` after Cancel, or the
+    /// failure that ended reading.
+    HRESULT Next(std::size_t stream, Packet* packet);
+
+    /// Says that nobody takes the packets of a stream any more.
+    void Close(std::size_t stream);
+
+    /// Ends reading and every wait; returns at once.
+    void Cancel();
+
+    /// Cancels and waits for the thread. What is not taken is dropped.
+    void Finish();
+
+  private:
+    struct Queue {
+        std::deque<Packet> packets;
+        bool open = false;
+    };
+
+    void Run(REFERENCE_TIME time);
+    bool Put(Packet packet);
+    bool HasRoom() const;
+    void End(HRESULT result);
+
+    FootageFile* const file_;
+    std::thread thread_;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::vector<Queue> queues_;
+    std::size_t bytes_ = 0;  ///< in all queues
+    bool cancelled_ = false;
+    bool ended_ = false;
+    HRESULT result_ = S_OK;  ///< once ended
+};
+
+}  // namespace nyx::source

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "baseclasses/platform.h"
+#include "source/stream_format.h"
+
+namespace nyx::source {
+
+/// What is played of a file.
+struct Segment {
+    REFERENCE_TIME start = 0;
+    REFERENCE_TIME stop = 0;
+    double rate = 1.0;
+};
+
+/// What a pin's seeking acts on: the filter.
+class Seekable {
+  public:
+    virtual REFERENCE_TIME Duration() = 0;
+    virtual Segment CurrentSegment() = 0;
+    /// Plays another segment, from its start; `pin` names who asks. The pins of a graph are all
+    /// asked the same: what one brought about is not repeated for the others.
+    virtual HRESULT SeekTo(const void* pin, REFERENCE_TIME start, REFERENCE_TIME stop) = 0;
+    /// Moves the end alone.
+    virtual HRESULT StopAt(REFERENCE_TIME stop) = 0;
+    /// Plays on at another rate, from where it is.
+    virtual HRESULT PlayAt(double rate) = 0;
+
+  protected:
+    ~Seekable() = default;
+};
+
+/// `IMediaSeeking` of a pin, in time and, beside video, in frames. The pin supplies `IUnknown`.
+class PinSeeking : public IMediaSeeking {
+  public:
+    /// `rate` is the video's, in frames per second; 0 where there is none. `target` outlives this.
+    PinSeeking(Seekable* target, AVRational rate) : target_(target), rate_(rate) {}
+
+    HRESULT STDMETHODCALLTYPE GetCapabilities(DWORD* capabilities) override;
+    HRESULT STDMETHODCALLTYPE CheckCapabilities(DWORD* capabilities) override;
+    HRESULT STDMETHODCALLTYPE IsFormatSupported(const GUID* format) override;
+    HRESULT STDMETHODCALLTYPE QueryPreferredFormat(GUID* format) override;
+    HRESULT STDMETHODCALLTYPE GetTimeFormat(GUID* format) override;
+    HRESULT STDMETHODCALLTYPE IsUsingTimeFormat(const GUID* format) override;
+    HRESULT STDMETHODCALLTYPE SetTimeFormat(const GUID* format) override;
+    HRESULT STDMETHODCALLTYPE GetDuration(LONGLONG* duration) override;
+    HRESULT STDMETHODCALLTYPE GetStopPosition(LONGLONG* stop) override;
+    /// Known to renderers alone: `E_NOTIMPL`.
+    HRESULT STDMETHODCALLTYPE GetCurrentPosition(LONGLONG* current) override;
+    HRESULT STDMETHODCALLTYPE ConvertTimeFormat(LONGLONG* target, const GUID* targetFormat,
+                                                LONGLONG source, const GUID* sourceFormat) override;
+    HRESULT STDMETHODCALLTYPE SetPositions(LONGLONG* current, DWORD currentFlags, LONGLONG* stop,
+                                           DWORD stopFlags) override;
+    HRESULT STDMETHODCALLTYPE GetPositions(LONGLONG* current, LONGLONG* stop) override;
+    HRESULT STDMETHODCALLTYPE GetAvailable(LONGLONG* earliest, LONGLONG* latest) override;
+    HRESULT STDMETHODCALLTYPE SetRate(double rate) override;
+    HRESULT STDMETHODCALLTYPE GetRate(double* rate) override;
+    HRESULT STDMETHODCALLTYPE GetPreroll(LONGLONG* preroll) override;
+
+  protected:
+    ~PinSeeking() = default;
+
+  private:
+    bool Supports(const GUID& format) const;
+    REFERENCE_TIME ToTime(LONGLONG value, bool frames) const;
+    LONGLONG FromTime(REFERENCE_TIME time, bool frames) const;
+    HRESULT Moved(LONGLONG* value, DWORD flags, REFERENCE_TIME base, REFERENCE_TIME* time) const;
+    HRESULT Give(LONGLONG* value, REFERENCE_TIME time) const;
+
+    Seekable* const target_;
+    const AVRational rate_;
+    bool frames_ = false;  ///< the format in use
+};
+
+}  // namespace nyx::source

@@ -1,0 +1,233 @@
+#include "source/source_filter.h"
+
+#include <algorithm>
+#include <new>
+
+#include "source/disk_file.h"
+
+namespace nyx::source {
+
+const wchar_t kFootageSourceName[] = L"Nyx Footage Source";
+
+CUnknown* CALLBACK FootageSource::Create(LPUNKNOWN outer, HRESULT*) {
+    return new (std::nothrow) FootageSource(outer);
+}
+
+FootageSource::FootageSource(LPUNKNOWN outer)
+    : CBaseFilter(NAME("Footage source"), outer, &lock_, kFootageSourceClass) {}
+
+FootageSource::~FootageSource() {
+    FinishStreaming();
+}
+
+HRESULT STDMETHODCALLTYPE FootageSource::NonDelegatingQueryInterface(REFIID iid, void** object) {
+    if (iid == IID_IFileSourceFilter) {
+        return GetInterface(static_cast<IFileSourceFilter*>(this), object);
+    }
+    if (iid == IID_IAMFilterMiscFlags) {
+        return GetInterface(static_cast<IAMFilterMiscFlags*>(this), object);
+    }
+    return CBaseFilter::NonDelegatingQueryInterface(iid, object);
+}
+
+int FootageSource::GetPinCount() {
+    CAutoLock lock(&lock_);
+    return static_cast<int>(pins_.size());
+}
+
+CBasePin* FootageSource::GetPin(int n) {
+    CAutoLock lock(&lock_);
+    return n >= 0 && n < GetPinCount() ? pins_[static_cast<std::size_t>(n)].get() : nullptr;
+}
+
+HRESULT STDMETHODCALLTYPE FootageSource::Load(LPCOLESTR path, const AM_MEDIA_TYPE*) {
+    CheckPointer(path, E_POINTER);
+    CAutoLock lock(&lock_);
+    if (file_) {
+        return E_UNEXPECTED;
+    }
+    try {
+        return OpenFile(path);
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
+}
+
+/// All that Load makes is made before any of it is kept.
+HRESULT FootageSource::OpenFile(const wchar_t* path) {
+    std::wstring kept = path;
+    auto bytes = std::make_unique<DiskFile>();
+    HRESULT result = bytes->Open(path);
+    if (FAILED(result)) {
+        return result;
+    }
+    auto file = std::make_unique<FootageFile>();
+    result = file->Open(std::move(bytes));
+    if (FAILED(result)) {
+        return result;
+    }
+    auto readAhead = std::make_unique<ReadAhead>(file.get());
+    std::vector<std::unique_ptr<SourcePin>> pins;
+    const auto& first = file->streams().front().video;
+    const AVRational rate = first ? first->rate : AVRational{};
+    int counts[2] = {};
+    for (const StreamFormat& stream : file->streams()) {
+        const int number = ++counts[stream.video ? 0 : 1];
+        const std::wstring name = (stream.video ? L"Video " : L"Audio ") + std::to_wstring(number);
+        if (stream.video) {
+            pins.push_back(std::make_unique<VideoPin>(this, this, &lock_, &result, name.c_str(),
+                                                      stream, rate));
+        } else {
+            pins.push_back(std::make_unique<AudioPin>(this, this, &lock_, &result, name.c_str(),
+                                                      stream, rate));
+        }
+    }
+    if (FAILED(result)) {
+        return result;
+    }
+    askers_.reserve(pins.size());
+    path_ = std::move(kept);
+    file_ = std::move(file);
+    readAhead_ = std::move(readAhead);
+    pins_ = std::move(pins);
+    segment_ = {0, file_->duration(), 1.0};
+    IncrementPinVersion();
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE FootageSource::GetCurFile(LPOLESTR* path, AM_MEDIA_TYPE* type) {
+    CheckPointer(path, E_POINTER);
+    CAutoLock lock(&lock_);
+    if (type) {
+        *type = {};
+        type->majortype = MEDIATYPE_Stream;
+    }
+    *path = nullptr;
+    return file_ ? AMGetWideString(path_.c_str(), path) : S_OK;
+}
+
+ULONG STDMETHODCALLTYPE FootageSource::GetMiscFlags() {
+    return AM_FILTER_MISC_FLAGS_IS_SOURCE;
+}
+
+HRESULT STDMETHODCALLTYPE FootageSource::Pause() {
+    CAutoLock lock(&lock_);
+    const bool starts = m_State == State_Stopped;
+    HRESULT result = CBaseFilter::Pause();
+    if (starts && SUCCEEDED(result)) {
+        result = StartStreaming();
+        if (FAILED(result)) {
+            Stop();
+        }
+    }
+    return result;
+}
+
+HRESULT STDMETHODCALLTYPE FootageSource::Stop() {
+    CAutoLock lock(&lock_);
+    if (readAhead_) {
+        readAhead_->Cancel();
+    }
+    const HRESULT result = CBaseFilter::Stop();  // takes the buffers for which the threads wait
+    FinishStreaming();
+    return result;
+}
+
+HRESULT FootageSource::StartStreaming() {
+    std::vector<bool> wanted;
+    try {
+        for (const auto& pin : pins_) {
+            wanted.push_back(pin->IsConnected());
+        }
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
+    if (std::find(wanted.begin(), wanted.end(), true) == wanted.end()) {
+        return S_OK;
+    }
+    HRESULT result = readAhead_->Start(segment_.start, wanted);
+    for (std::size_t i = 0; i < pins_.size() && SUCCEEDED(result); ++i) {
+        if (wanted[i]) {
+            result = pins_[i]->StartStreaming(readAhead_.get(), i, segment_);
+        }
+    }
+    return result;
+}
+
+void FootageSource::FinishStreaming() {
+    if (readAhead_) {
+        readAhead_->Cancel();
+        for (const auto& pin : pins_) {
+            pin->FinishStreaming();
+        }
+        readAhead_->Finish();
+    }
+}
+
+/// Drops what is on its way and streams from the segment's start.
+HRESULT FootageSource::Flush() {
+    if (!IsActive()) {
+        return S_OK;
+    }
+    for (const auto& pin : pins_) {
+        pin->DeliverBeginFlush();
+    }
+    FinishStreaming();
+    for (const auto& pin : pins_) {
+        pin->DeliverEndFlush();
+    }
+    return StartStreaming();
+}
+
+REFERENCE_TIME FootageSource::Duration() {
+    return file_->duration();
+}
+
+Segment FootageSource::CurrentSegment() {
+    CAutoLock lock(&lock_);
+    return segment_;
+}
+
+HRESULT FootageSource::SeekTo(const void* pin, REFERENCE_TIME start, REFERENCE_TIME stop) {
+    CAutoLock lock(&lock_);
+    const bool same = segment_.start == start && segment_.stop == stop;
+    if (!same || std::find(askers_.begin(), askers_.end(), pin) != askers_.end()) {
+        askers_.clear();
+    }
+    const bool repeated = !askers_.empty();
+    askers_.push_back(pin);
+    if (repeated) {
+        return S_OK;
+    }
+    segment_.start = start;
+    segment_.stop = stop;
+    return Flush();
+}
+
+HRESULT FootageSource::StopAt(REFERENCE_TIME stop) {
+    CAutoLock lock(&lock_);
+    if (stop == segment_.stop) {
+        return S_OK;
+    }
+    segment_.stop = stop;
+    for (const auto& pin : pins_) {
+        pin->StopAt(stop);
+    }
+    return S_OK;
+}
+
+HRESULT FootageSource::PlayAt(double rate) {
+    CAutoLock lock(&lock_);
+    if (rate == segment_.rate) {
+        return S_OK;
+    }
+    segment_.rate = rate;
+    const auto connected = std::find_if(pins_.begin(), pins_.end(),
+                                        [](const auto& pin) { return pin->IsConnected(); });
+    if (IsActive() && connected != pins_.end()) {
+        segment_.start = (*connected)->position();
+    }
+    return Flush();
+}
+
+}  // namespace nyx::source

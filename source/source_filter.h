@@ -1,0 +1,66 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "source/source_pin.h"
+
+namespace nyx::source {
+
+/// The filter's class: {5F2C1E6A-8B0D-4C57-9D3E-7A41B6C9E210}.
+constexpr CLSID kFootageSourceClass = {
+    0x5F2C1E6A, 0x8B0D, 0x4C57, {0x9D, 0x3E, 0x7A, 0x41, 0xB6, 0xC9, 0xE2, 0x10}};
+extern const wchar_t kFootageSourceName[];
+
+/// Plays a file of footage into a graph: one pin a stream, made by Load.
+class FootageSource final : public CBaseFilter,
+                            public IFileSourceFilter,
+                            public IAMFilterMiscFlags,
+                            public Seekable {
+  public:
+    /// As the class factory wants it.
+    static CUnknown* CALLBACK Create(LPUNKNOWN outer, HRESULT* result);
+    ~FootageSource() override;
+
+    DECLARE_IUNKNOWN
+    HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID iid, void** object) override;
+
+    int GetPinCount() override;
+    CBasePin* GetPin(int n) override;
+    HRESULT STDMETHODCALLTYPE Stop() override;
+    HRESULT STDMETHODCALLTYPE Pause() override;
+
+    /// Opens a file, once: `E_UNEXPECTED` for another. The system's error for a file that cannot be
+    /// read, else VFW_E_UNKNOWN_FILE_TYPE, VFW_E_INVALID_FILE_FORMAT, VFW_E_UNSUPPORTED_STREAM or
+    /// VFW_E_UNSUPPORTED_VIDEO; the filter then is as before. The type is not looked at.
+    HRESULT STDMETHODCALLTYPE Load(LPCOLESTR path, const AM_MEDIA_TYPE* type) override;
+    /// The name that Load was given, null before.
+    HRESULT STDMETHODCALLTYPE GetCurFile(LPOLESTR* path, AM_MEDIA_TYPE* type) override;
+
+    ULONG STDMETHODCALLTYPE GetMiscFlags() override;
+
+  private:
+    explicit FootageSource(LPUNKNOWN outer);
+
+    REFERENCE_TIME Duration() override;
+    Segment CurrentSegment() override;
+    HRESULT SeekTo(const void* pin, REFERENCE_TIME start, REFERENCE_TIME stop) override;
+    HRESULT StopAt(REFERENCE_TIME stop) override;
+    HRESULT PlayAt(double rate) override;
+
+    HRESULT OpenFile(const wchar_t* path);
+    HRESULT StartStreaming();
+    void FinishStreaming();
+    HRESULT Flush();
+
+    CCritSec lock_;
+    std::wstring path_;
+    std::unique_ptr<FootageFile> file_;
+    std::unique_ptr<ReadAhead> readAhead_;
+    std::vector<std::unique_ptr<SourcePin>> pins_;
+    Segment segment_;
+    std::vector<const void*> askers_;  ///< pins that asked for the segment as it is
+};
+
+}  // namespace nyx::source

@@ -1,0 +1,52 @@
+/// @file
+/// The library's entry points and the one class that it serves.
+
+#include "baseclasses/streams.h"
+#include "source/registration.h"
+#include "source/source_filter.h"
+
+namespace {
+
+constexpr AMOVIESETUP_MEDIATYPE kTypes[] = {{&MEDIATYPE_Video, &GUID_NULL},
+                                            {&MEDIATYPE_Audio, &GUID_NULL}};
+
+AMOVIESETUP_PIN OutputPin() {
+    AMOVIESETUP_PIN pin{};
+    pin.strName = const_cast<wchar_t*>(L"Output");
+    pin.bOutput = TRUE;
+    pin.bZero = TRUE;
+    pin.bMany = TRUE;
+    pin.nMediaTypes = 2;
+    pin.lpMediaType = kTypes;
+    return pin;
+}
+
+const AMOVIESETUP_PIN kPin = OutputPin();
+
+// Found by its name and by what a file is, never by a search for a filter that connects.
+const AMOVIESETUP_FILTER kSetup = {&nyx::source::kFootageSourceClass,
+                                   nyx::source::kFootageSourceName, MERIT_DO_NOT_USE, 1, &kPin};
+
+}  // namespace
+
+CFactoryTemplate g_Templates[] = {{nyx::source::kFootageSourceName,
+                                   &nyx::source::kFootageSourceClass,
+                                   nyx::source::FootageSource::Create, nullptr, &kSetup}};
+int g_cTemplates = 1;
+
+extern "C" BOOL WINAPI DllEntryPoint(HINSTANCE instance, ULONG reason, LPVOID reserved);
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved) {
+    return DllEntryPoint(instance, reason, reserved);
+}
+
+STDAPI DllRegisterServer() {
+    const HRESULT result = AMovieDllRegisterServer2(TRUE);
+    return SUCCEEDED(result) ? nyx::source::RegisterFileTypes() : result;
+}
+
+STDAPI DllUnregisterServer() {
+    const HRESULT types = nyx::source::UnregisterFileTypes();
+    const HRESULT classes = AMovieDllRegisterServer2(FALSE);
+    return FAILED(types) ? types : classes;
+}

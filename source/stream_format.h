@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "source/pcm.h"
+#include "source/stream_kind.h"
+
+namespace nyx::source {
+
+/// What a video pin says of its stream.
+struct VideoFormat {
+    DWORD fourcc = 0;
+    WORD bitCount = 0;
+    LONG width = 0;
+    LONG height = 0;      ///< as shown
+    AVRational rate{};    ///< frames per second
+    AVRational aspect{};  ///< of the whole picture
+    AVFieldOrder fields = AV_FIELD_UNKNOWN;
+    DWORD bitRate = 0;        ///< bits per second, 0 when not known
+    DWORD largestPacket = 0;  ///< bytes; no frame may be longer
+    DWORD wholeFrame = 1;     ///< bytes; a shorter packet is a torn frame
+};
+
+/// What an audio pin says of its stream.
+struct AudioFormat {
+    PcmFormat pcm{};
+    int rate = 0;  ///< frames per second
+    int channels = 0;
+    DWORD channelMask = 0;  ///< as in WAVEFORMATEXTENSIBLE, 0 when not known
+
+    int storedFrame() const { return pcm.storedBytes * channels; }
+    int deliveredFrame() const { return pcm.deliveredBytes * channels; }
+};
+
+/// One stream that a pin delivers.
+struct StreamFormat {
+    int index = 0;  ///< in the file
+    AVRational timeBase{};
+    REFERENCE_TIME duration = 0;
+    std::optional<VideoFormat> video;
+    AudioFormat audio;  ///< of a stream without video
+};
+
+/// How many frames of a stream must be seen before it can be described.
+int FramesToSee(const AVCodecParameters& parameters);
+
+/// Describes a video stream. `seen` holds its first frames, as many as FramesToSee asks or as there
+/// are. `kUnsupportedStream` for a coding that is not ours, `kUnsupportedVideo` for a variant
+/// without a decoder: predicted pictures, no size, an unknown kind of DV.
+HRESULT DescribeVideo(AVFormatContext* file, AVStream* stream,
+                      const std::vector<LibavPtr<AVPacket>>& seen, VideoFormat* format);
+
+/// Describes an audio stream; false when it is not uncompressed sound with sensible numbers.
+bool DescribeAudio(const AVCodecParameters& parameters, AudioFormat* format);
+
+}  // namespace nyx::source
