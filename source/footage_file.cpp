@@ -166,10 +166,11 @@ HRESULT FootageFile::FindStreams() {
         StreamFormat format;
         format.index = static_cast<int>(i);
         format.timeBase = stream->time_base;
-        format.duration = stream->duration != AV_NOPTS_VALUE
-                              ? TimeOfTick(stream->duration, stream->time_base)
-                              : TimeOfTick(context_->duration, AV_TIME_BASE_Q);
-        format.duration = std::max<REFERENCE_TIME>(format.duration, 0);
+        const bool timed = stream->duration != AV_NOPTS_VALUE;
+        format.duration =
+            std::max<REFERENCE_TIME>(timed ? TimeOfTick(stream->duration, stream->time_base)
+                                           : TimeOfTick(context_->duration, AV_TIME_BASE_Q),
+                                     0);
         if (stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO) {
             anyVideo = true;
             format.video.emplace();
@@ -178,6 +179,12 @@ HRESULT FootageFile::FindStreams() {
             if (FAILED(described)) {
                 refusal = described;
                 continue;
+            }
+            if (format.duration == 0) {
+                const HRESULT counted = CountFrames(seen[i], &format);
+                if (FAILED(counted)) {
+                    return counted;
+                }
             }
         } else if (stream->codecpar->codec_type != AVMEDIA_TYPE_AUDIO ||
                    !DescribeAudio(*stream->codecpar, &format.audio)) {
@@ -188,6 +195,32 @@ HRESULT FootageFile::FindStreams() {
     std::stable_partition(streams_.begin(), streams_.end(),
                           [](const StreamFormat& stream) { return stream.video.has_value(); });
     return streams_.empty() || (anyVideo && !streams_.front().video) ? refusal : S_OK;
+}
+
+/// How long a file without times is: its frames are counted, to its end if that is not far, else as
+/// if the rest were like them. The first frames were seen already.
+HRESULT FootageFile::CountFrames(const std::vector<LibavPtr<AVPacket>>& seen,
+                                 StreamFormat* stream) {
+    std::int64_t bytes = 0;
+    for (const auto& packet : seen) {
+        bytes += packet->size;
+    }
+    auto count = static_cast<std::int64_t>(seen.size());
+    HRESULT result = S_OK;
+    while (bytes < kMostBytesSeen) {
+        LibavPtr<AVPacket> packet;
+        result = ReadRaw(&packet);
+        if (result != S_OK) {
+            break;
+        }
+        bytes += packet->size;
+        count += packet->stream_index == stream->index ? 1 : 0;
+    }
+    if (result == S_OK) {
+        count = av_rescale(bytes_->Size(), count, bytes);
+    }
+    stream->duration = TimeOfTick(count, av_inv_q(stream->video->rate));
+    return FAILED(result) ? result : S_OK;
 }
 
 void FootageFile::SetOrigin() {
@@ -251,7 +284,7 @@ HRESULT FootageFile::Seek(REFERENCE_TIME time) {
     }
     const StreamFormat& first = streams_.front();
     REFERENCE_TIME place = av_sat_add64(time, origin_);
-    if (std::strcmp(context_->iformat->name, "gxf") == 0) {
+    if (IsFieldCounted()) {
         place = Difference(place, kLongestSound);
     }
     input_->error = 0;
@@ -278,29 +311,57 @@ HRESULT FootageFile::ReadRaw(LibavPtr<AVPacket>* packet) {
 /// Gives a packet its times; false when it is not to be delivered.
 bool FootageFile::TimePacket(Packet* packet) {
     const StreamFormat& stream = streams_[packet->stream];
+    if (stream.video) {
+        TimePicture(*stream.video, packet);
+        return packet->data->size >= static_cast<std::int64_t>(stream.video->wholeFrame) &&
+               packet->stop > from_;
+    }
+    TimeSound(stream.audio, packet);
+    return packet->stop > from_;
+}
+
+void FootageFile::TimePicture(const VideoFormat& format, Packet* packet) {
+    const AVRational base = streams_[packet->stream].timeBase;
     const AVPacket& data = *packet->data;
-    std::int64_t first = data.pts != AV_NOPTS_VALUE ? data.pts : data.dts;
     std::int64_t& next = next_[packet->stream];
-    if (first == AV_NOPTS_VALUE) {
-        first = next != AV_NOPTS_VALUE ? next : TickAt(origin_, stream.timeBase);
+    std::int64_t tick = data.pts != AV_NOPTS_VALUE ? data.pts : data.dts;
+    if (tick == AV_NOPTS_VALUE) {
+        tick = next != AV_NOPTS_VALUE ? next : TickAt(origin_, base);
     }
-    std::int64_t length = data.duration;
-    if (!stream.video) {
-        length = av_rescale_q(data.size / stream.audio.storedFrame(),
-                              av_make_q(1, stream.audio.rate), stream.timeBase);
-    } else if (length <= 0) {
-        length = av_rescale_q(1, av_inv_q(stream.video->rate), stream.timeBase);
+    // Where fields are counted, what is said to last one is a frame all the same.
+    const bool counted = data.duration > 0 && !IsFieldCounted();
+    const std::int64_t length =
+        counted ? data.duration : av_rescale_q(1, av_inv_q(format.rate), base);
+    next = av_sat_add64(tick, std::max<std::int64_t>(length, 0));
+    packet->start = Difference(TimeOfTick(tick, base), origin_);
+    packet->stop = Difference(TimeOfTick(next, base), origin_);
+}
+
+void FootageFile::TimeSound(const AudioFormat& format, Packet* packet) {
+    const AVRational base = streams_[packet->stream].timeBase;
+    const AVRational clock = av_make_q(1, format.rate);
+    const AVPacket& data = *packet->data;
+    const std::int64_t length = data.size / format.storedFrame();
+    std::int64_t& next = next_[packet->stream];
+    const std::int64_t tick = data.pts != AV_NOPTS_VALUE ? data.pts : data.dts;
+    std::int64_t first = tick == AV_NOPTS_VALUE ? next : av_rescale_q(tick, base, clock);
+    // A clock of frames or fields tells roughly where sound begins: it follows on what came before,
+    // and runs that are longer than a tick count from the file's start.
+    const std::int64_t coarse = av_rescale_q(1, base, clock);
+    if (next != AV_NOPTS_VALUE && std::abs(Difference(first, next)) <= coarse) {
+        first = next;
+    } else if (first == AV_NOPTS_VALUE) {
+        first = TickAt(origin_, clock);
+    } else if (length > 2 * coarse && coarse > 1) {
+        first = (first + length / 2) / length * length;
     }
-    next = av_sat_add64(first, std::max<std::int64_t>(length, 0));
-    packet->start = Difference(TimeOfTick(first, stream.timeBase), origin_);
-    packet->stop = Difference(TimeOfTick(next, stream.timeBase), origin_);
-    if (!stream.video) {
-        packet->stop = av_sat_add64(
-            packet->start,
-            TimeOfTick(data.size / stream.audio.storedFrame(), av_make_q(1, stream.audio.rate)));
-        return packet->stop > from_;
-    }
-    return data.size >= static_cast<std::int64_t>(stream.video->wholeFrame) && packet->stop > from_;
+    next = av_sat_add64(first, length);
+    packet->start = Difference(TimeOfTick(first, clock), origin_);
+    packet->stop = Difference(TimeOfTick(next, clock), origin_);
+}
+
+bool FootageFile::IsFieldCounted() const {
+    return std::strcmp(context_->iformat->name, "gxf") == 0;
 }
 
 HRESULT FootageFile::Read(Packet* packet) {

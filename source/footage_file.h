@@ -60,11 +60,15 @@ class FootageFile {
     HRESULT OpenContainer();
     HRESULT FindStreams();
     HRESULT SeeFirstFrames(std::vector<std::vector<LibavPtr<AVPacket>>>* seen);
+    HRESULT CountFrames(const std::vector<LibavPtr<AVPacket>>& seen, StreamFormat* stream);
     void SetOrigin();
     HRESULT Restart();
     void SkipUnwanted();
     HRESULT ReadRaw(LibavPtr<AVPacket>* packet);
     bool TimePacket(Packet* packet);
+    void TimePicture(const VideoFormat& format, Packet* packet);
+    void TimeSound(const AudioFormat& format, Packet* packet);
+    bool IsFieldCounted() const;
     HRESULT ResultOf(int error) const;
 
     std::unique_ptr<ByteSource> bytes_;
@@ -72,8 +76,7 @@ class FootageFile {
     LibavPtr<AVFormatContext> context_;
     std::vector<StreamFormat> streams_;
     std::vector<bool> wanted_;
-    std::vector<std::int64_t>
-        next_;  ///< tick after the last packet of a stream, for one without times
+    std::vector<std::int64_t> next_;  ///< tick, or frame of sound, after a stream's last packet
     REFERENCE_TIME origin_ = 0;
     REFERENCE_TIME from_ = 0;    ///< packets that end by then are not delivered
     bool checkLanding_ = false;  ///< the first picture shows whether a seek went too far

@@ -1,6 +1,8 @@
 #include "source/source_filter.h"
 
 #include <algorithm>
+#include <cwchar>
+#include <limits>
 #include <new>
 
 #include "source/disk_file.h"
@@ -128,9 +130,29 @@ HRESULT STDMETHODCALLTYPE FootageSource::Stop() {
     if (readAhead_) {
         readAhead_->Cancel();
     }
-    const HRESULT result = CBaseFilter::Stop();  // takes the buffers for which the threads wait
+    HRESULT result = S_OK;
+    for (const auto& pin : pins_) {
+        if (!IsStopped() && pin->IsConnected()) {
+            const HRESULT stopped = pin->Inactive();  // takes the buffers for which a thread waits
+            result = SUCCEEDED(result) ? stopped : result;
+        }
+    }
+    m_State = State_Stopped;
     FinishStreaming();
     return result;
+}
+
+HRESULT STDMETHODCALLTYPE FootageSource::FindPin(LPCWSTR id, IPin** pin) {
+    CheckPointer(pin, E_POINTER);
+    *pin = nullptr;
+    CheckPointer(id, E_POINTER);
+    CAutoLock lock(&lock_);
+    for (const auto& own : pins_) {
+        if (std::wcscmp(own->Name(), id) == 0) {
+            return GetInterface(static_cast<IPin*>(own.get()), reinterpret_cast<void**>(pin));
+        }
+    }
+    return VFW_E_NOT_FOUND;
 }
 
 HRESULT FootageSource::StartStreaming() {
@@ -146,12 +168,21 @@ HRESULT FootageSource::StartStreaming() {
         return S_OK;
     }
     HRESULT result = readAhead_->Start(segment_.start, wanted);
+    StopPins();
     for (std::size_t i = 0; i < pins_.size() && SUCCEEDED(result); ++i) {
         if (wanted[i]) {
             result = pins_[i]->StartStreaming(readAhead_.get(), i, segment_);
         }
     }
     return result;
+}
+
+/// Tells the pins where to stop: nowhere for the file's end, which may be estimated, or grow.
+void FootageSource::StopPins() {
+    const bool toTheEnd = segment_.stop >= file_->duration();
+    for (const auto& pin : pins_) {
+        pin->StopAt(toTheEnd ? std::numeric_limits<REFERENCE_TIME>::max() : segment_.stop);
+    }
 }
 
 void FootageSource::FinishStreaming() {
@@ -166,7 +197,7 @@ void FootageSource::FinishStreaming() {
 
 /// Drops what is on its way and streams from the segment's start.
 HRESULT FootageSource::Flush() {
-    if (!IsActive()) {
+    if (IsStopped()) {
         return S_OK;
     }
     for (const auto& pin : pins_) {
@@ -210,9 +241,7 @@ HRESULT FootageSource::StopAt(REFERENCE_TIME stop) {
         return S_OK;
     }
     segment_.stop = stop;
-    for (const auto& pin : pins_) {
-        pin->StopAt(stop);
-    }
+    StopPins();
     return S_OK;
 }
 
@@ -224,7 +253,7 @@ HRESULT FootageSource::PlayAt(double rate) {
     segment_.rate = rate;
     const auto connected = std::find_if(pins_.begin(), pins_.end(),
                                         [](const auto& pin) { return pin->IsConnected(); });
-    if (IsActive() && connected != pins_.end()) {
+    if (!IsStopped() && connected != pins_.end()) {
         segment_.start = (*connected)->position();
     }
     return Flush();

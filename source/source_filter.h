@@ -28,6 +28,8 @@ class FootageSource final : public CBaseFilter,
 
     int GetPinCount() override;
     CBasePin* GetPin(int n) override;
+    /// Pins are found by their names.
+    HRESULT STDMETHODCALLTYPE FindPin(LPCWSTR id, IPin** pin) override;
     HRESULT STDMETHODCALLTYPE Stop() override;
     HRESULT STDMETHODCALLTYPE Pause() override;
 
@@ -51,6 +53,7 @@ class FootageSource final : public CBaseFilter,
 
     HRESULT OpenFile(const wchar_t* path);
     HRESULT StartStreaming();
+    void StopPins();
     void FinishStreaming();
     HRESULT Flush();
 

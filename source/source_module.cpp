@@ -31,7 +31,7 @@ const AMOVIESETUP_FILTER kSetup = {&nyx::source::kFootageSourceClass,
 
 CFactoryTemplate g_Templates[] = {{nyx::source::kFootageSourceName,
                                    &nyx::source::kFootageSourceClass,
-                                   nyx::source::FootageSource::Create, nullptr, &kSetup}};
+                                   nyx::source::FootageSource::Create, &kSetup}};
 int g_cTemplates = 1;
 
 extern "C" BOOL WINAPI DllEntryPoint(HINSTANCE instance, ULONG reason, LPVOID reserved);

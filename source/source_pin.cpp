@@ -15,14 +15,19 @@ constexpr long kVideoBuffers = 3;
 constexpr long kAudioBuffers = 4;
 constexpr int kAudioBuffersPerSecond = 5;
 
+bool IsSame(const AM_MEDIA_TYPE& a, const AM_MEDIA_TYPE& b) {
+    return a.majortype == b.majortype && a.subtype == b.subtype && a.formattype == b.formattype &&
+           a.cbFormat == b.cbFormat && std::memcmp(a.pbFormat, b.pbFormat, a.cbFormat) == 0;
+}
+
 /// Downstream takes nothing more for now, by its own will: a stop, a flush.
 bool IsQuietEnd(HRESULT result) {
     return result == E_ABORT || result == VFW_E_WRONG_STATE || result == VFW_E_NOT_COMMITTED;
 }
 
-/// Frames of sound that begin before `offset` from the first.
-std::int64_t FramesBefore(REFERENCE_TIME offset, int rate) {
-    return TickAt(offset - 1, av_make_q(1, rate)) + 1;
+/// Frames of sound that begin before `time`, which is at least 0, from the file's start on.
+std::int64_t FramesBefore(REFERENCE_TIME time, AVRational clock) {
+    return TickAt(time - 1, clock) + 1;
 }
 
 }  // namespace
@@ -31,15 +36,21 @@ SourcePin::SourcePin(CBaseFilter* filter, Seekable* seekable, CCritSec* lock, HR
                      const wchar_t* name, const StreamFormat& format, AVRational rate)
     : CBaseOutputPin(NAME("Footage pin"), filter, lock, result, name),
       PinSeeking(seekable, rate),
-      format_(format) {
-    m_bTryMyTypesFirst = true;
-}
+      format_(format) {}
 
 HRESULT STDMETHODCALLTYPE SourcePin::NonDelegatingQueryInterface(REFIID iid, void** object) {
     if (iid == IID_IMediaSeeking) {
         return GetInterface(static_cast<IMediaSeeking*>(this), object);
     }
     return CBaseOutputPin::NonDelegatingQueryInterface(iid, object);
+}
+
+HRESULT STDMETHODCALLTYPE SourcePin::QueryId(LPWSTR* id) {
+    return AMGetWideString(Name(), id);
+}
+
+HRESULT STDMETHODCALLTYPE SourcePin::Notify(IBaseFilter*, Quality) {
+    return E_NOTIMPL;
 }
 
 HRESULT SourcePin::CheckMediaType(const CMediaType* type) {
@@ -49,7 +60,7 @@ HRESULT SourcePin::CheckMediaType(const CMediaType* type) {
         if (FAILED(result)) {
             return result;
         }
-        if (own == *type) {
+        if (IsSame(own, *type)) {
             return S_OK;
         }
     }
@@ -79,7 +90,6 @@ HRESULT SourcePin::StartStreaming(ReadAhead* packets, std::size_t stream, const 
     packets_ = packets;
     stream_ = stream;
     segment_ = segment;
-    stop_ = segment.stop;
     discontinuity_ = true;
     position_ = segment.start;
     try {
@@ -122,7 +132,7 @@ void SourcePin::Stream() {
 template <class Fill>
 HRESULT SourcePin::DeliverSample(REFERENCE_TIME start, REFERENCE_TIME stop, Fill fill) {
     IMediaSample* sample = nullptr;
-    HRESULT result = GetDeliveryBuffer(&sample, nullptr, nullptr, 0);
+    HRESULT result = m_pAllocator->GetBuffer(&sample, nullptr, nullptr, 0);
     if (FAILED(result)) {
         return VFW_E_NOT_COMMITTED;  // the one reason to get none
     }
@@ -189,10 +199,11 @@ HRESULT AudioPin::DeliverPacket(const Packet& packet) {
     const ByteSpan bytes = packet.bytes();
     const auto frames =
         static_cast<std::int64_t>(bytes.size()) / static_cast<std::int64_t>(audio.storedFrame());
-    const REFERENCE_TIME early = Difference(segment_.start, packet.start);
-    std::int64_t first = early > 0 ? FramesBefore(early, audio.rate) : 0;
-    const std::int64_t last =
-        std::min(frames, FramesBefore(Difference(stop_, packet.start), audio.rate));
+    // Counted in frames of sound from the file's start, so that nothing is rounded twice.
+    const std::int64_t begin = av_rescale(packet.start, audio.rate, kUnits);
+    std::int64_t first =
+        std::max<std::int64_t>(0, Difference(FramesBefore(segment_.start, clock), begin));
+    const std::int64_t last = std::min(frames, Difference(FramesBefore(stop_, clock), begin));
     const std::int64_t most = Buffers().cbBuffer / audio.deliveredFrame();
     while (first < last) {
         const std::int64_t end = std::min(last, first + most);
@@ -205,8 +216,8 @@ HRESULT AudioPin::DeliverPacket(const Packet& packet) {
                        static_cast<std::size_t>((end - first) * audio.channels), to);
             return static_cast<long>(length);
         };
-        const HRESULT result = DeliverSample(packet.start + TimeOfTick(first, clock),
-                                             packet.start + TimeOfTick(end, clock), fill);
+        const HRESULT result =
+            DeliverSample(TimeOfTick(begin + first, clock), TimeOfTick(begin + end, clock), fill);
         if (result != S_OK) {
             return result;
         }

@@ -19,6 +19,10 @@ class SourcePin : public CBaseOutputPin, public PinSeeking {
 
     DECLARE_IUNKNOWN
     HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID iid, void** object) override;
+    /// A pin's name.
+    HRESULT STDMETHODCALLTYPE QueryId(LPWSTR* id) override;
+    /// Every packet is wanted, however late: `E_NOTIMPL`.
+    HRESULT STDMETHODCALLTYPE Notify(IBaseFilter* sender, Quality quality) override;
     HRESULT CheckMediaType(const CMediaType* type) override;
     HRESULT GetMediaType(int position, CMediaType* type) override;
     HRESULT DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* request) override;
@@ -30,7 +34,7 @@ class SourcePin : public CBaseOutputPin, public PinSeeking {
     /// stopped or begins to flush.
     void FinishStreaming();
 
-    /// Moves the segment's end while it is played.
+    /// Where in the file to stop; also while the segment is played.
     void StopAt(REFERENCE_TIME stop) { stop_ = stop; }
     /// When in the file the packet delivered last began.
     REFERENCE_TIME position() const { return position_; }
@@ -49,7 +53,7 @@ class SourcePin : public CBaseOutputPin, public PinSeeking {
 
     const StreamFormat format_;
     Segment segment_;
-    std::atomic<REFERENCE_TIME> stop_{0};  ///< of the segment
+    std::atomic<REFERENCE_TIME> stop_{0};
 
   private:
     void Stream();

@@ -1,6 +1,7 @@
 #include "source/stream_format.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "platform/fourcc.h"
 #include "source/failures.h"
@@ -97,8 +98,12 @@ AVRational AspectOf(AVFormatContext* file, AVStream* stream) {
     return aspect;
 }
 
-AVRational RateOf(const AVStream& stream) {
-    for (const AVRational rate : {stream.avg_frame_rate, stream.r_frame_rate}) {
+/// GXF counts fields, which makes the average that of fields.
+AVRational RateOf(const AVFormatContext& file, const AVStream& stream) {
+    const bool fields = std::strcmp(file.iformat->name, "gxf") == 0;
+    const AVRational average = stream.avg_frame_rate;
+    const AVRational basic = stream.r_frame_rate;
+    for (const AVRational rate : {fields ? basic : average, fields ? average : basic}) {
         if (rate.num > 0 && rate.den > 0 && rate.num / rate.den <= kFastest) {
             return rate;
         }
@@ -150,7 +155,7 @@ HRESULT DescribeVideo(AVFormatContext* file, AVStream* stream,
     format->bitCount = kind->bitCount;
     format->width = parameters.width;
     format->height = parameters.height;
-    format->rate = RateOf(*stream);
+    format->rate = RateOf(*file, *stream);
     format->aspect = AspectOf(file, stream);
     format->fields = parameters.field_order;
     HRESULT result = S_OK;

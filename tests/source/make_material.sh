@@ -1,0 +1,53 @@
+#!/usr/bin/env bash
+# Clips of every kind that the source filter reads, and what ffmpeg itself reads in them:
+# make_material.sh FOLDER. For CLIP there are CLIP.video, a line a packet (framecrc), CLIP.audio, all
+# samples as the pin delivers them, and CLIP.times, time base and duration by ffprobe, a stream a line.
+set -euo pipefail
+mkdir -p "$1"
+cd "$1"
+
+run() { ffmpeg -nostdin -hide_banner -loglevel error -y "$@"; }
+
+list() { # CLIP PCM
+    run -i "$1" -map 0:v -c copy -f framecrc "$1.video"
+    [ "$2" = none ] || run -i "$1" -map 0:a -c:a "pcm_$2" -f "$2" "$1.audio"
+    ffprobe -loglevel error -show_entries stream=codec_type,time_base,duration_ts -of csv=p=0 "$1" |
+        tr ',' ' ' >"$1.times"
+}
+
+# clip FILE SIZE RATE SECONDS PIXELS CHANNELS STORED-PCM DELIVERED-PCM ENCODER-OPTION...
+clip() {
+    local sound=()
+    [ "$7" = none ] || sound=(-f lavfi -i "aevalsrc=exprs=$(tones "$6"):s=48000" -c:a "pcm_$7")
+    run -f lavfi -i "testsrc2=size=$2:rate=$3" "${sound[@]}" -t "$4" -pix_fmt "$5" -threads 1 "${@:9}" "$1"
+    list "$1" "$8"
+}
+
+tones() { # CHANNELS
+    local i
+    for ((i = 1; i <= $1; i++)); do printf "%ssin(%d*t)/2" "${separator:-}" $((1000 * i)) && separator='|'; done
+}
+
+dv=(-c:v dvvideo -field_order bb -aspect 4:3)
+hd=(-c:v dvvideo -aspect 16:9)
+intra=(-c:v mpeg2video -g 1 -flags +ildct -top 1 -intra_vlc 1 -aspect 4:3)
+d10=(-vf pad=720:608:0:32 "${intra[@]}" -threads 4 -flags +ildct+low_delay -dc 10 -ps 1 -qmin 1 -qmax 12
+    -non_linear_quant 1 -b:v 50000k -minrate 50000k -maxrate 50000k -bufsize 2000000 -rc_init_occupancy 2000000)
+ntsc=30000/1001
+clip dv25.avi 720x576 25 2 yuv420p 2 s16le s16le "${dv[@]}"
+clip dv25.mov 720x480 $ntsc 2 yuv411p 2 s16be s16le "${dv[@]}"
+clip dv25.dv 720x576 25 2 yuv420p 2 s16le s16le "${dv[@]}"
+clip dv50.mov 720x576 25 1 yuv422p 6 s24be s24le "${dv[@]}"
+clip dv50.mxf 720x480 $ntsc 1 yuv422p 1 s24le s24le "${dv[@]}"
+clip dvhd.mov 1280x1080 $ntsc 0.4 yuv422p 1 s32be s32le "${hd[@]}" -field_order tt
+clip dvhd.mxf 960x720 50 0.4 yuv422p 2 s16le s16le "${hd[@]}"
+clip d10.mxf 720x576 25 1 yuv422p 2 s16le s16le "${d10[@]}" -f mxf_d10
+clip mpeg.gxf 720x576 25 2 yuv422p 1 s16le s16le "${intra[@]}" -b:v 8000k
+clip v210.mov 192x64 24 2 yuv422p10le 1 s8 s16le -c:v v210
+clip v210.avi 210x64 $ntsc 2 yuv422p10le 1 u8 s16le -c:v v210
+clip tagged.avi 96x64 25 1 yuv422p10le 1 none none -c:v v210
+LC_ALL=C sed -i s/v210/Q210/g tagged.avi
+clip mpeg.m2v 720x512 25 1 yuv422p 1 none none "${intra[@]}"
+# And what is refused.
+run -f lavfi -i testsrc2=size=320x240 -t 1 -pix_fmt yuv422p -g 12 -c:v mpeg2video long.mxf
+run -f lavfi -i testsrc2=size=320x240 -t 1 -c:v mpeg4 other.avi
