@@ -50,7 +50,8 @@ int ResolveColourFlags(DWORD rgbFlags, DWORD yuvFlags);
 /// With an alpha plane, 8-bit layouts store its bytes and take both alpha modes 0 only. Deep
 /// layouts take each mode as 0 (straight) or 1 (premultiplied): equal modes leave the colours,
 /// unequal ones scale them by alpha or its inverse about black; a transparent pixel of a
-/// premultiplied source becomes black, and colours below black count as black.
+/// premultiplied source becomes black, and colours below black count as black. Premultiplied
+/// full-range colours never exceed their alpha.
 ///
 /// Results: `S_OK`; `E_INVALIDARG` for an unsupported combination or size; `E_POINTER` for a
 /// missing image; `E_UNEXPECTED` without SSSE3; found in the order of combination, images, size,

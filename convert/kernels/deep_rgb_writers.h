@@ -58,6 +58,7 @@ struct WordWriter {
     static constexpr DWORD kFourCC = kCode;
     static constexpr std::size_t kBytesPerPixel = 2 * Order::kChannels;
     static constexpr std::size_t kWindowPixels = Order::kHasAlpha ? 4 : 6;
+    static constexpr bool kTenBitsOfAlpha = false;
 
     static void Write(BYTE* at, const DeepPixels& pixels) {
         const PixelPairs pairs = Interleave<Order>(pixels);
@@ -84,6 +85,7 @@ struct TenBitWriter {
     static constexpr DWORD kFourCC = k30rl;
     static constexpr std::size_t kBytesPerPixel = 4;
     static constexpr std::size_t kWindowPixels = 4;
+    static constexpr bool kTenBitsOfAlpha = false;
 
     static void Write(BYTE* at, const DeepPixels& pixels) {
         const DeepPixels tens = ToTenBits(pixels);
@@ -99,6 +101,7 @@ struct TenBitAlphaWriter {
     static constexpr DWORD kFourCC = kCode;
     static constexpr std::size_t kBytesPerPixel = 5;
     static constexpr std::size_t kWindowPixels = 6;
+    static constexpr bool kTenBitsOfAlpha = true;
 
     static void Write(BYTE* at, const DeepPixels& pixels) {
         const PixelPairs pairs = Interleave<Order>(ToTenBits(pixels));

@@ -63,7 +63,9 @@ class AlphaScale {
     explicit AlphaScale(const KernelNumbers& numbers)
         : table_(*TableOf(numbers.transform)),
           black_(_mm_set1_epi16(static_cast<short>(
-              numbers.transform == AlphaTransform::kKeep ? 0 : numbers.black << 8))) {}
+              numbers.transform == AlphaTransform::kKeep ? 0 : numbers.black << 8))),
+          unbounded_(_mm_set1_epi16(
+              numbers.transform == AlphaTransform::kPremultiply && numbers.black == 0 ? 0 : -1)) {}
 
     DeepPixels Apply(const DeepPixels& opaque, const BYTE* alpha) const {
         const FourFactors factors(table_, alpha);
@@ -71,6 +73,16 @@ class AlphaScale {
         return {
             factors.Scale(opaque.rg, black_),
             _mm_unpacklo_epi64(factors.Scale(opaque.ba, black_), _mm_unpacklo_epi8(bytes, bytes))};
+    }
+
+    /// Ten bits round colours and cut alpha: holds colours that were scaled from black at 0 to the
+    /// most that rounds to their alpha. Alpha keeps its upper ten bits.
+    DeepPixels BoundedForTenBits(const DeepPixels& in) const {
+        const __m128i alpha = _mm_unpackhi_epi64(in.ba, in.ba);
+        const __m128i cut = _mm_and_si128(alpha, _mm_set1_epi16(~63));
+        const __m128i most = _mm_or_si128(_mm_or_si128(cut, _mm_set1_epi16(31)), unbounded_);
+        return {_mm_sub_epi16(in.rg, _mm_subs_epu16(in.rg, most)),
+                _mm_sub_epi16(in.ba, _mm_subs_epu16(in.ba, most))};
     }
 
   private:
@@ -82,6 +94,7 @@ class AlphaScale {
 
     const AlphaFactorTable& table_;
     __m128i black_;
+    __m128i unbounded_;
 };
 
 template <class Reader, class Writer>
@@ -102,7 +115,11 @@ void ConvertScaled(const KernelNumbers& numbers, const BYTE* source, const BYTE*
     for (std::size_t x = 0; x < pixels; x += 4) {
         const DeepPixels opaque =
             matrix.Apply(Reader::ReadWide(source + x * Reader::kBytesPerPixel));
-        Writer::Write(destination + x * Writer::kBytesPerPixel, scale.Apply(opaque, alpha + x));
+        DeepPixels scaled = scale.Apply(opaque, alpha + x);
+        if constexpr (Writer::kTenBitsOfAlpha) {
+            scaled = scale.BoundedForTenBits(scaled);
+        }
+        Writer::Write(destination + x * Writer::kBytesPerPixel, scaled);
     }
 }
 

@@ -134,6 +134,9 @@ class ToRgb {
             c[i] = Destination::kBits == 10 ? std::min(c[i] + 32, 65535) >> 6 : c[i];
         }
         c[3] = Destination::kBits == 10 ? c[3] >> 6 : c[3];
+        for (std::size_t i = 0; i < 3 && alpha && HoldsColoursToAlpha(); ++i) {
+            c[i] = std::min(c[i], c[3]);
+        }
         Destination::Write(to + x * Destination::kBytes, c);
     }
 
@@ -141,6 +144,14 @@ class ToRgb {
     static constexpr bool kDeep = Destination::kBits > 8;
     static constexpr int kShift = kDeep ? 12 : Source::kBits == 8 ? 14 : 16;
     static constexpr int kScale = kDeep && Source::kBits == 8 ? 4 : 1;
+
+    /// Premultiplied colours about black at 0 do not pass their alpha, though it is cut to ten
+    /// bits.
+    bool HoldsColoursToAlpha() const {
+        return Destination::kBytes == 5 && kind_.range == kFullRange &&
+               kind_.sourceAlphaMode == kStraightAlpha &&
+               kind_.destinationAlphaMode == kPremultipliedAlpha;
+    }
 
     /// black + (colour - black) times the factor, which is rounded up to 16 fractional bits.
     int Scaled(int colour, int alpha) const {
