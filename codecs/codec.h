@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include "codecs/format_rules.h"
 #include "platform/win_types.h"
 
 namespace nyx {
@@ -66,11 +67,13 @@ class ICodec {
 
     /// Encodes one frame. `output->biSizeImage` is the number of bytes at `outputData`, or 0 where
     /// those are GetMaxCompressedSize, and receives the compressed size. A codec whose budget can
-    /// be changed between two frames keeps within that number. The last three arguments are
-    /// reserved and passed as 0.
+    /// be changed between two frames keeps within that number. Of the last three arguments the
+    /// first is reserved, the others are the source's stride in bytes, 0 to have it computed, and
+    /// the alpha mode; a codec may have no use for them. `E_FAIL` for a picture that cannot be
+    /// handled, with the output's bytes undefined.
     virtual HRESULT Compress(const BITMAPINFOHEADER* input, bool alphaInput, const void* inputData,
-                             BITMAPINFOHEADER* output, void* outputData, DWORD reserved1,
-                             DWORD reserved2, DWORD reserved3) = 0;
+                             BITMAPINFOHEADER* output, void* outputData, DWORD reserved,
+                             DWORD stride, DWORD alphaMode) = 0;
 
     /// Whether the compressed `input` can be decoded, to `output` when that is not null.
     /// `S_OK` or `VFW_E_TYPE_NOT_ACCEPTED`; a null input is always refused.
@@ -85,7 +88,9 @@ class ICodec {
 
     /// Decodes one frame; `input->biSizeImage` is the number of bytes at `data`. `outputData` holds
     /// the whole picture that `output` and `stride` describe (stride 0: computed by the codec).
-    /// `E_FAIL` for a frame that cannot be handled, with the destination untouched.
+    /// `E_FAIL` for a frame that cannot be handled: the destination is untouched when the frame is
+    /// refused before it is decoded, else partly written, or black where the codec says so. Other
+    /// failures (`E_POINTER`, `E_OUTOFMEMORY`) leave it untouched.
     virtual HRESULT Decompress(const BITMAPINFOHEADER* input, const void* data,
                                const BITMAPINFOHEADER* output, bool alphaOut, void* outputData,
                                LONG stride, DWORD alphaMode) = 0;
@@ -99,18 +104,30 @@ class CCodecBase : public ICodec {
   public:
     LONG GetColorSpace() override { return color_space_; }
     bool SupportsAlpha() override { return false; }
+    DWORD GetFourCC() override { return formats_.fourcc; }
+
+    /// The queries by the codec's formats; `E_NOTIMPL` from a codec without encode pairs.
+    HRESULT CompressQuery(const BITMAPINFOHEADER* input, bool alphaInput,
+                          const BITMAPINFOHEADER* output) override;
+    HRESULT DecompressQuery(const BITMAPINFOHEADER* input, const BITMAPINFOHEADER* output,
+                            bool alphaOut) override;
 
     /// Reads field order and pixel aspect from the frame's chunks, else from the size tables.
     HRESULT GetFrameInfo(const BITMAPINFOHEADER* input, const void* frame,
                          REFERENCE_TIME averageFrameDuration, FrameInfo* info) override;
 
   protected:
-    explicit CCodecBase(LONG colorSpace) : color_space_(colorSpace) {}
+    /// `formats` is a static record.
+    CCodecBase(const CodecFormats& formats, LONG colorSpace)
+        : formats_(formats), color_space_(colorSpace) {}
     ~CCodecBase() = default;
+
+    bool Encodes() const { return formats_.encode.count != 0; }
 
     void SetColorSpace(LONG colorSpace) { color_space_ = colorSpace; }
 
   private:
+    const CodecFormats& formats_;
     std::atomic<LONG> color_space_;
 };
 

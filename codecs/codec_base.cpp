@@ -1,4 +1,5 @@
 #include "codecs/codec.h"
+#include "codecs/fault_guard.h"
 #include "codecs/frame_chunks.h"
 #include "codecs/frame_size_tables.h"
 
@@ -9,22 +10,17 @@ bool IsFieldCode(std::optional<DWORD> code) {
     return code && *code <= kProgressive;
 }
 
-}  // namespace
-
-HRESULT CCodecBase::GetFrameInfo(const BITMAPINFOHEADER* input, const void* frame,
-                                 REFERENCE_TIME averageFrameDuration, FrameInfo* info) {
-    if (!input) {
-        return E_POINTER;
-    }
-    const FrameChunks chunks(ByteSpan(frame, input->biSizeImage));
+HRESULT DescribeFrame(const BITMAPINFOHEADER& input, const void* frame,
+                      REFERENCE_TIME averageFrameDuration, FrameInfo* info) {
+    const FrameChunks chunks(ByteSpan(frame, input.biSizeImage));
     const std::optional<InfoWords> words = chunks.Info();
     const HRESULT result = words ? S_OK : S_FALSE;
     if (!info) {
         return result;
     }
 
-    const LONG width = input->biWidth;
-    const LONG height = input->biHeight;
+    const LONG width = input.biWidth;
+    const LONG height = input.biHeight;
     const std::optional<DWORD> fieldCode = chunks.FieldCode();
     info->fieldOrder = IsFieldCode(fieldCode)
                            ? static_cast<LONG>(*fieldCode)
@@ -39,6 +35,26 @@ HRESULT CCodecBase::GetFrameInfo(const BITMAPINFOHEADER* input, const void* fram
     info->rdrtA = rdrt ? rdrt->a : -1;
     info->rdrtB = rdrt ? rdrt->b : -1;
     return result;
+}
+
+}  // namespace
+
+HRESULT CCodecBase::CompressQuery(const BITMAPINFOHEADER* input, bool alphaInput,
+                                  const BITMAPINFOHEADER* output) {
+    return Encodes() ? CheckEncodeFormats(formats_, input, alphaInput, output) : E_NOTIMPL;
+}
+
+HRESULT CCodecBase::DecompressQuery(const BITMAPINFOHEADER* input, const BITMAPINFOHEADER* output,
+                                    bool alphaOut) {
+    return CheckDecodeFormats(formats_, input, output, alphaOut);
+}
+
+HRESULT CCodecBase::GetFrameInfo(const BITMAPINFOHEADER* input, const void* frame,
+                                 REFERENCE_TIME averageFrameDuration, FrameInfo* info) {
+    if (!input) {
+        return E_POINTER;
+    }
+    return GuardedResult([&] { return DescribeFrame(*input, frame, averageFrameDuration, info); });
 }
 
 }  // namespace nyx

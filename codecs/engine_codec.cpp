@@ -1,5 +1,6 @@
 #include "codecs/engine_codec.h"
 
+#include "codecs/fault_guard.h"
 #include "codecs/frame_chunks.h"
 #include "codecs/header_checks.h"
 #include "codecs/matte.h"
@@ -10,11 +11,6 @@ namespace {
 constexpr WORD kAlphaStreamBits = 32;
 
 }  // namespace
-
-HRESULT CEngineCodec::CompressQuery(const BITMAPINFOHEADER* input, bool alphaInput,
-                                    const BITMAPINFOHEADER* output) {
-    return Encodes() ? CheckEncodeFormats(formats_, input, alphaInput, output) : E_NOTIMPL;
-}
 
 HRESULT CEngineCodec::Compress(const BITMAPINFOHEADER* input, bool alphaInput,
                                const void* inputData, BITMAPINFOHEADER* output, void* outputData,
@@ -34,8 +30,11 @@ HRESULT CEngineCodec::Compress(const BITMAPINFOHEADER* input, bool alphaInput,
                                     job.settings.color_space,
                                     const_cast<void*>(inputData),
                                     static_cast<LONG>(stride)};
-    if (FAILED(DescribeSurface(request, &job.surface))) {
+    if (!HasPixelFormatIndex(*input)) {
         return UnknownFormatResult();
+    }
+    if (FAILED(DescribeSurface(request, &job.surface))) {
+        return E_FAIL;
     }
     job.capacity = OutputCapacity(job);
     LONG codedLength = -1;
@@ -50,32 +49,36 @@ HRESULT CEngineCodec::Compress(const BITMAPINFOHEADER* input, bool alphaInput,
     return S_OK;
 }
 
-HRESULT CEngineCodec::DecompressQuery(const BITMAPINFOHEADER* input, const BITMAPINFOHEADER* output,
-                                      bool alphaOut) {
-    return CheckDecodeFormats(formats_, input, output, alphaOut);
-}
-
 HRESULT CEngineCodec::Decompress(const BITMAPINFOHEADER* input, const void* data,
                                  const BITMAPINFOHEADER* output, bool alphaOut, void* outputData,
                                  LONG stride, DWORD alphaMode) {
     if (!input || !data || !output || !outputData) {
         return E_POINTER;
     }
-    const bool sizesMatch = input->biWidth > 0 && input->biWidth <= output->biWidth &&
-                            input->biHeight > 0 && input->biHeight == AbsoluteHeight(*output);
-    const ByteSpan frame = SkipInfoChunk(ByteSpan(data, input->biSizeImage));
-    const std::optional<bool> streamAlpha =
-        sizesMatch ? Probe(frame, *input) : std::optional<bool>();
+    if (input->biWidth < 1 || input->biWidth > output->biWidth || input->biHeight < 1 ||
+        input->biHeight != AbsoluteHeight(*output)) {
+        return E_FAIL;
+    }
+    const SurfaceRequest request = {output,          input->biWidth, false, alphaOut,
+                                    GetColorSpace(), outputData,     stride};
+    ScratchMemory scratch;
+    return GuardedResult([&] { return DecodeSample(*input, data, request, alphaMode, &scratch); });
+}
+
+HRESULT CEngineCodec::DecodeSample(const BITMAPINFOHEADER& input, const void* data,
+                                   SurfaceRequest request, DWORD alphaMode,
+                                   ScratchMemory* scratch) {
+    const ByteSpan frame = SkipInfoChunk(ByteSpan(data, input.biSizeImage));
+    const std::optional<bool> streamAlpha = Probe(frame, input);
     if (!streamAlpha) {
         return E_FAIL;
     }
-    DecodeJob job = {frame, {}, *streamAlpha, alphaMode};
-    const SurfaceRequest request = {output,          input->biWidth, *streamAlpha, alphaOut,
-                                    GetColorSpace(), outputData,     stride};
+    request.streamAlpha = *streamAlpha;
+    DecodeJob job = {frame, {}, *streamAlpha, alphaMode, scratch};
     if (FAILED(DescribeSurface(request, &job.surface))) {
         return E_FAIL;
     }
-    job.surface.width = input->biWidth;
+    job.surface.width = input.biWidth;
     return DecodeFrame(job);
 }
 

@@ -10,6 +10,7 @@
 #include "codecs/engine_codes.h"
 #include "codecs/format_rules.h"
 #include "codecs/pixel_format_index.h"
+#include "codecs/scratch_image.h"
 #include "platform/byte_span.h"
 #include "settings/quality_presets.h"
 
@@ -17,10 +18,11 @@ namespace nyx {
 
 /// One frame on its way to a decode entry.
 struct DecodeJob {
-    ByteSpan frame;         ///< the coded frame, behind any "INFO" chunk
-    SurfaceFormat surface;  ///< the destination, as wide as the compressed picture
-    bool streamAlpha;       ///< the frame carries alpha
-    DWORD alphaMode;        ///< the caller's
+    ByteSpan frame;          ///< the coded frame, behind any "INFO" chunk
+    SurfaceFormat surface;   ///< the destination, as wide as the compressed picture
+    bool streamAlpha;        ///< the frame carries alpha
+    DWORD alphaMode;         ///< the caller's
+    ScratchMemory* scratch;  ///< where memory for this frame comes from
 };
 
 /// One picture on its way to an encode entry.
@@ -37,24 +39,17 @@ struct EncodeJob {
 
 class CEngineCodec : public CCodecBase {
   public:
-    DWORD GetFourCC() override { return formats_.fourcc; }
-
-    /// `E_NOTIMPL` from a codec without encode pairs, as is Compress.
-    HRESULT CompressQuery(const BITMAPINFOHEADER* input, bool alphaInput,
-                          const BITMAPINFOHEADER* output) override;
-
-    /// The last two words are the source's stride in bytes, 0 to have it computed, and the alpha
-    /// mode. `E_FAIL` for a format without an index, a raise of the engine, or a coded length that
-    /// does not fit the room it was given.
+    /// `E_NOTIMPL` from a codec that does not encode. `E_FAIL` for a format without an index, a
+    /// raise of the engine or of a faulty buffer, or a coded length that is negative or above the
+    /// capacity that the engine was given.
     HRESULT Compress(const BITMAPINFOHEADER* input, bool alphaInput, const void* inputData,
                      BITMAPINFOHEADER* output, void* outputData, DWORD reserved, DWORD stride,
                      DWORD alphaMode) override;
-    HRESULT DecompressQuery(const BITMAPINFOHEADER* input, const BITMAPINFOHEADER* output,
-                            bool alphaOut) override;
 
     /// An output wider than the input has the first pixels of each row filled. `E_FAIL`, with the
     /// destination untouched, for sizes that do not belong together, a format without an index, or
-    /// a frame that fails its probe.
+    /// a frame that fails its probe; with the destination as the engine left it for a raise, of the
+    /// engine or of a buffer that goes away meanwhile.
     HRESULT Decompress(const BITMAPINFOHEADER* input, const void* data,
                        const BITMAPINFOHEADER* output, bool alphaOut, void* outputData, LONG stride,
                        DWORD alphaMode) override;
@@ -62,9 +57,7 @@ class CEngineCodec : public CCodecBase {
     virtual ~CEngineCodec() = default;
 
   protected:
-    /// `formats` is a static record.
-    CEngineCodec(const CodecFormats& formats, LONG colorSpace)
-        : CCodecBase(colorSpace), formats_(formats) {}
+    CEngineCodec(const CodecFormats& formats, LONG colorSpace) : CCodecBase(formats, colorSpace) {}
 
     /// Clears what is under the matte of a frame that was decoded with straight alpha.
     static void CleanStraightMatte(const DecodeJob& job);
@@ -73,6 +66,8 @@ class CEngineCodec : public CCodecBase {
     /// Looks at a coded frame: whether it carries alpha, or nothing when it cannot be decoded.
     virtual std::optional<bool> Probe(ByteSpan frame, const BITMAPINFOHEADER& input) = 0;
 
+    /// Runs behind the guard, as does EncodeFrame: what has a destructor, and so all memory, has
+    /// to live in the job.
     virtual HRESULT DecodeFrame(const DecodeJob& job) = 0;
 
     /// Stores the coded length as the engine returned it. Asked only of codecs that encode.
@@ -87,9 +82,8 @@ class CEngineCodec : public CCodecBase {
     /// What Compress answers to a format without an index.
     virtual HRESULT UnknownFormatResult() const { return E_FAIL; }
 
-    bool Encodes() const { return formats_.encode.count != 0; }
-
-    const CodecFormats& formats_;
+    HRESULT DecodeSample(const BITMAPINFOHEADER& input, const void* data, SurfaceRequest request,
+                         DWORD alphaMode, ScratchMemory* scratch);
 };
 
 }  // namespace nyx

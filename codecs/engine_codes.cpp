@@ -6,7 +6,6 @@
 #include <optional>
 #include <utility>
 
-#include "codecs/engine_guard.h"
 #include "codecs/pixel_format_index.h"
 #include "codecs/row_callbacks.h"
 #include "codecs/working_rows.h"
@@ -29,13 +28,19 @@ std::optional<PackedLayout> CallbackLayout(int index) {
                : std::nullopt;
 }
 
-/// One word of a slot, as the engine reads it.
-using SlotEntry = std::atomic<void*>;
-static_assert(sizeof(SlotEntry) == sizeof(LONG));
+/// A routine of ours as an engine calls it: the same arguments in a standard call. Needs no barrier
+/// for exceptions, since the routines allocate nothing and throw nothing.
+template <auto kBody>
+struct Callback;
+template <typename... Arguments, void (*kBody)(Arguments...)>
+struct Callback<kBody> {
+    static void __stdcall Call(Arguments... arguments) { kBody(arguments...); }
+};
 
-template <auto Body>
-void* Callback() {
-    return reinterpret_cast<void*>(&EngineCallback<Body>::Call);
+/// The address as an engine's record holds it.
+template <typename Function>
+PixelFormatCode AddressOf(Function* function) {
+    return reinterpret_cast<PixelFormatCode>(function);
 }
 
 constexpr int kAlphaModes = 2;  // straight, premultiplied
@@ -45,54 +50,75 @@ int AlphaModeIndex(PackedLayout layout, DWORD alphaMode) {
     return layout != PackedLayout::k2vuy && alphaMode == kPremultipliedMode ? 1 : 0;
 }
 
-/// The slots of one layout.
+/// The slots of one layout, each of one or two words. An engine reads them while another thread
+/// fills them anew with the same.
 struct LayoutSlots {
-    SlotEntry coreDecode[1];
-    SlotEntry coreEncode[1];
-    SlotEntry alphaDecode[kAlphaModes][2];
-    SlotEntry alphaEncode[kAlphaModes][1];
+    std::atomic<DWORD> coreDecode[1];
+    std::atomic<DWORD> coreEncode[1];
+    std::atomic<DWORD> alphaDecode[kAlphaModes][2];
+    std::atomic<DWORD> alphaEncode[kAlphaModes][1];
 };
+static_assert(sizeof(LayoutSlots) == 8 * sizeof(DWORD));
 
 LayoutSlots slots[kPackedLayouts];
 
 template <PackedLayout kLayout>
-void FillSlots(LayoutSlots& layout) {
-    layout.coreDecode[0] = Callback<&WriteCoreBlock<kLayout>>();
-    layout.coreEncode[0] = Callback<&ReadCoreBlock<kLayout>>();
-    layout.alphaDecode[0][0] = Callback<&FillTransparent<kLayout>>();
-    layout.alphaDecode[0][1] = Callback<&WriteAlphaBlock<kLayout, AlphaUse::kStraight>>();
-    layout.alphaDecode[1][0] = Callback<&FillTransparent<kLayout>>();
-    layout.alphaDecode[1][1] = Callback<&WriteAlphaBlock<kLayout, AlphaUse::kPremultiplied>>();
-    layout.alphaEncode[0][0] = Callback<&ReadAlphaBlock<kLayout, AlphaUse::kStraight>>();
-    layout.alphaEncode[1][0] = Callback<&ReadAlphaBlock<kLayout, AlphaUse::kPremultiplied>>();
+LayoutSlots& Filled() {
+    LayoutSlots& layout = slots[static_cast<int>(kLayout)];
+    layout.coreDecode[0] = AddressOf(&Callback<&WriteCoreBlock<kLayout>>::Call);
+    layout.coreEncode[0] = AddressOf(&Callback<&ReadCoreBlock<kLayout>>::Call);
+    const DWORD fill = AddressOf(&Callback<&FillTransparent<kLayout>>::Call);
+    layout.alphaDecode[0][0] = layout.alphaDecode[1][0] = fill;
+    layout.alphaDecode[0][1] =
+        AddressOf(&Callback<&WriteAlphaBlock<kLayout, AlphaUse::kStraight>>::Call);
+    layout.alphaDecode[1][1] =
+        AddressOf(&Callback<&WriteAlphaBlock<kLayout, AlphaUse::kPremultiplied>>::Call);
+    layout.alphaEncode[0][0] =
+        AddressOf(&Callback<&ReadAlphaBlock<kLayout, AlphaUse::kStraight>>::Call);
+    layout.alphaEncode[1][0] =
+        AddressOf(&Callback<&ReadAlphaBlock<kLayout, AlphaUse::kPremultiplied>>::Call);
+    return layout;
 }
 
 LayoutSlots& FilledSlots(PackedLayout layout) {
-    FillSlots<PackedLayout::k2vuy>(slots[static_cast<int>(PackedLayout::k2vuy)]);
-    FillSlots<PackedLayout::kV408>(slots[static_cast<int>(PackedLayout::kV408)]);
-    FillSlots<PackedLayout::kR408>(slots[static_cast<int>(PackedLayout::kR408)]);
-    FillSlots<PackedLayout::kR4fl>(slots[static_cast<int>(PackedLayout::kR4fl)]);
-    return slots[static_cast<int>(layout)];
-}
-
-PixelFormatCode AddressOf(SlotEntry* slot) {
-    return reinterpret_cast<PixelFormatCode>(slot);
+    switch (layout) {
+        case PackedLayout::kV408:
+            return Filled<PackedLayout::kV408>();
+        case PackedLayout::kR408:
+            return Filled<PackedLayout::kR408>();
+        case PackedLayout::kR4fl:
+            return Filled<PackedLayout::kR4fl>();
+        default:
+            return Filled<PackedLayout::k2vuy>();
+    }
 }
 
 constexpr std::size_t kCallbackIndices = kPixelFormatCount - kNumberedIndices;
 
-/// The addresses of a direction's Zeta2 callbacks, from index 13 on.
-using CallbackTable = std::array<void*, kCallbackIndices>;
+/// The Zeta2 callbacks from index 13 on, straight and premultiplied. All of a direction have one
+/// type, so that the compiler builds the tables.
+using Zeta2Writer = decltype(&Callback<&WriteWorkingRows<kIndexV210, AlphaUse::kStraight>>::Call);
+using Zeta2Reader = decltype(&Callback<&ReadWorkingRows<kIndexV210, AlphaUse::kStraight>>::Call);
+template <typename Entry>
+using Zeta2Callbacks = std::array<std::array<Entry, kCallbackIndices>, kAlphaModes>;
 
-template <AlphaUse kAlpha, std::size_t... kOffsets>
-CallbackTable Zeta2Writers(std::index_sequence<kOffsets...>) {
-    return {Callback<&WriteWorkingRows<kIndexV210 + static_cast<int>(kOffsets), kAlpha>>()...};
+template <std::size_t... kOffsets>
+constexpr Zeta2Callbacks<Zeta2Writer> Writers(std::index_sequence<kOffsets...>) {
+    constexpr int kFirst = kIndexV210;
+    return {{{&Callback<&WriteWorkingRows<kFirst + int{kOffsets}, AlphaUse::kStraight>>::Call...},
+             {&Callback<
+                 &WriteWorkingRows<kFirst + int{kOffsets}, AlphaUse::kPremultiplied>>::Call...}}};
+}
+template <std::size_t... kOffsets>
+constexpr Zeta2Callbacks<Zeta2Reader> Readers(std::index_sequence<kOffsets...>) {
+    constexpr int kFirst = kIndexV210;
+    return {
+        {{&Callback<&ReadWorkingRows<kFirst + int{kOffsets}, AlphaUse::kStraight>>::Call...},
+         {&Callback<&ReadWorkingRows<kFirst + int{kOffsets}, AlphaUse::kPremultiplied>>::Call...}}};
 }
 
-template <AlphaUse kAlpha, std::size_t... kOffsets>
-CallbackTable Zeta2Readers(std::index_sequence<kOffsets...>) {
-    return {Callback<&ReadWorkingRows<kIndexV210 + static_cast<int>(kOffsets), kAlpha>>()...};
-}
+constexpr auto kZeta2Writers = Writers(std::make_index_sequence<kCallbackIndices>());
+constexpr auto kZeta2Readers = Readers(std::make_index_sequence<kCallbackIndices>());
 
 bool IsNumbered(int index) {
     return index >= 0 && index < static_cast<int>(kNumberedIndices);
@@ -133,19 +159,10 @@ PixelFormatCode Zeta2Code(int index, Direction direction, DWORD alphaMode) {
     if (index < 0 || index >= kPixelFormatCount) {
         return 0;
     }
-    constexpr std::make_index_sequence<kCallbackIndices> kAll;
-    const bool decode = direction == Direction::kDecode;
-    const bool premultiplied = KeepsAlpha(index) && alphaMode == kPremultipliedMode;
-    CallbackTable table;
-    if (premultiplied) {
-        table = decode ? Zeta2Writers<AlphaUse::kPremultiplied>(kAll)
-                       : Zeta2Readers<AlphaUse::kPremultiplied>(kAll);
-    } else {
-        table = decode ? Zeta2Writers<AlphaUse::kStraight>(kAll)
-                       : Zeta2Readers<AlphaUse::kStraight>(kAll);
-    }
+    const std::size_t mode = KeepsAlpha(index) && alphaMode == kPremultipliedMode ? 1 : 0;
     const auto offset = static_cast<std::size_t>(index) - kNumberedIndices;
-    return reinterpret_cast<PixelFormatCode>(table[offset]);
+    return direction == Direction::kDecode ? AddressOf(kZeta2Writers[mode][offset])
+                                           : AddressOf(kZeta2Readers[mode][offset]);
 }
 
 LONG NativeLosslessKind(int index) {

@@ -1,7 +1,5 @@
 #include "codecs/engine_library.h"
 
-#include <psapi.h>
-
 #include <memory>
 #include <mutex>
 #include <new>
@@ -42,7 +40,9 @@ __constinit EngineFamily dvFamily(kDvTable);
 /// or it cannot be read.
 ULONGLONG FileVersion(HMODULE module) {
     wchar_t path[519];
-    if (GetModuleFileNameExW(GetCurrentProcess(), module, path, 519) == 0) {
+    // Not by the call that names a process: it walks the list of modules without the loader's lock,
+    // and finds nothing while another thread loads or frees one.
+    if (GetModuleFileNameW(module, path, 519) == 0) {
         return 0;
     }
     DWORD ignored = 0;

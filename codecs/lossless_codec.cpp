@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "codecs/engine_guard.h"
 #include "codecs/engine_records.h"
+#include "codecs/fault_guard.h"
 #include "codecs/header_checks.h"
 #include "codecs/matte.h"
 #include "codecs/scratch_image.h"
@@ -30,49 +30,48 @@ bool IsLosslessSize(std::int64_t width, std::int64_t height) {
 
 constexpr CodecFormats kFormats = {kFourCC, &IsLosslessSize, kAlphaDecodePairs, kAlphaEncodePairs};
 
-/// A frame with readable memory behind it: where it lies, or in a copy.
-class PaddedFrame {
-  public:
-    explicit PaddedFrame(ByteSpan frame) : data_(frame.data()) {
-        if (IsReadable(frame.data() + frame.size() + kOverRead - 1)) {
-            return;
-        }
-        copy_.reset(new (std::nothrow) BYTE[frame.size() + kOverRead]);
-        data_ = copy_.get();
-        if (copy_) {
-            std::memcpy(copy_.get(), frame.data(), frame.size());
-            std::memset(copy_.get() + frame.size(), 0, kOverRead);
-        }
+bool IsReadable(const void* address) {
+    constexpr DWORD kReadable =
+        PAGE_READONLY | PAGE_READWRITE | PAGE_EXECUTE_READ | PAGE_EXECUTE_READWRITE;
+    MEMORY_BASIC_INFORMATION page = {};
+    return VirtualQuery(address, &page, sizeof(page)) != 0 && (page.Protect & kReadable) != 0;
+}
+
+/// The frame with readable memory behind it: where it lies, or in a copy. Null when there is not
+/// the memory for one.
+const BYTE* PaddedFrame(ByteSpan frame, ScratchMemory* scratch) {
+    if (IsReadable(frame.data() + frame.size() + kOverRead - 1)) {
+        return frame.data();
     }
-
-    /// Null when there was not the memory for a copy.
-    const BYTE* data() const { return data_; }
-
-  private:
-    static bool IsReadable(const void* address) {
-        constexpr DWORD kReadable =
-            PAGE_READONLY | PAGE_READWRITE | PAGE_EXECUTE_READ | PAGE_EXECUTE_READWRITE;
-        MEMORY_BASIC_INFORMATION page = {};
-        return VirtualQuery(address, &page, sizeof(page)) != 0 && (page.Protect & kReadable) != 0;
+    BYTE* const copy = scratch->Allocate(std::uint64_t{frame.size()} + kOverRead);
+    if (copy) {
+        std::memcpy(copy, frame.data(), frame.size());
     }
-
-    const BYTE* data_;
-    std::unique_ptr<BYTE[]> copy_;
-};
+    return copy;
+}
 
 /// Copies the colours of each pixel; a fourth byte becomes opaque.
-void CopyRgb(const SurfaceFormat& from, const SurfaceFormat& to) {
+template <std::size_t kFrom, std::size_t kTo>
+void CopyPixels(const SurfaceFormat& from, const SurfaceFormat& to) {
     for (LONG y = 0; y < to.height; ++y) {
         const BYTE* source = from.data + std::ptrdiff_t{y} * from.stride;
         BYTE* destination = to.data + std::ptrdiff_t{y} * to.stride;
-        for (LONG x = 0; x < to.width; ++x) {
+        for (LONG x = 0; x < to.width; ++x, source += kFrom, destination += kTo) {
             std::memcpy(destination, source, 3);
-            if (to.bytesPerPixel == 4) {
+            if (kTo == 4) {
                 destination[3] = 0xFF;
             }
-            source += from.bytesPerPixel;
-            destination += to.bytesPerPixel;
         }
+    }
+}
+
+void CopyRgb(const SurfaceFormat& from, const SurfaceFormat& to) {
+    if (from.bytesPerPixel == 3) {
+        CopyPixels<3, 4>(from, to);
+    } else if (to.bytesPerPixel == 3) {
+        CopyPixels<4, 3>(from, to);
+    } else {
+        CopyPixels<4, 4>(from, to);
     }
 }
 
@@ -129,15 +128,20 @@ std::optional<bool> CLosslessCodec::Probe(ByteSpan frame, const BITMAPINFOHEADER
     return input.biBitCount == 32;
 }
 
-HRESULT CLosslessCodec::DecodeStored(ByteSpan frame, LONG kind, const SurfaceFormat& destination) {
-    const PaddedFrame padded(frame);
-    if (!padded.data()) {
+HRESULT CLosslessCodec::DecodeStored(const DecodeJob& job, LONG kind,
+                                     const SurfaceFormat& destination) {
+    const BYTE* const frame = PaddedFrame(job.frame, job.scratch);
+    if (!frame) {
         return E_OUTOFMEMORY;
     }
-    LONG ignored;
-    return CallEngine(&ignored, engines_[kEngine].Decode<LosslessDecodeEntry>(), kind,
-                      static_cast<const void*>(padded.data()), static_cast<void*>(destination.data),
-                      destination.stride, destination.width, destination.height);
+    LONG returned = 0;
+    const HRESULT result =
+        CallEngine(&returned, engines_[kEngine].Decode<LosslessDecodeEntry>(), kind,
+                   static_cast<const void*>(frame), static_cast<void*>(destination.data),
+                   destination.stride, destination.width, destination.height);
+    // Alone of the engines' results this one is the codec's own: as a result code as well as a
+    // length or a count, what is negative can only be a failure.
+    return SUCCEEDED(result) && returned < 0 ? E_FAIL : result;
 }
 
 HRESULT CLosslessCodec::DecodeFrame(const DecodeJob& job) {
@@ -147,13 +151,13 @@ HRESULT CLosslessCodec::DecodeFrame(const DecodeJob& job) {
         return E_FAIL;
     }
     if (kind == native) {
-        return DecodeStored(job.frame, kind, job.surface);
+        return DecodeStored(job, kind, job.surface);
     }
-    const ScratchImage stored(job.surface.width, job.surface.height, kKindBytes[kind]);
+    const ScratchImage stored(job.scratch, job.surface.width, job.surface.height, kKindBytes[kind]);
     if (!stored) {
         return E_OUTOFMEMORY;
     }
-    const HRESULT result = DecodeStored(job.frame, kind, stored.Surface(job.surface.index));
+    const HRESULT result = DecodeStored(job, kind, stored.Surface(job.surface.index));
     if (FAILED(result)) {
         return result;
     }

@@ -7,6 +7,8 @@ namespace nyx {
 
 /// The lossless intra codec "QLLC". A frame stores one of four kinds of pixels and says which in
 /// its second byte; where the caller asks for another, the frame is decoded beside and converted.
+/// A frame of which the engine reports a failure (a negative result) fails: its destination is as
+/// the engine left it, or untouched where the frame would have been converted.
 class CLosslessCodec : public CEngineCodec {
   public:
     CLosslessCodec();
@@ -26,7 +28,7 @@ class CLosslessCodec : public CEngineCodec {
     HRESULT EncodeFrame(const EncodeJob& job, LONG* codedLength) override;
     DWORD OutputCapacity(const EncodeJob& job) override;
 
-    HRESULT DecodeStored(ByteSpan frame, LONG kind, const SurfaceFormat& destination);
+    HRESULT DecodeStored(const DecodeJob& job, LONG kind, const SurfaceFormat& destination);
 
     EngineUse engines_;
 };

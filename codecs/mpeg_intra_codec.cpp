@@ -1,7 +1,7 @@
 #include "codecs/mpeg_intra_codec.h"
 
-#include "codecs/engine_guard.h"
 #include "codecs/engine_records.h"
+#include "codecs/fault_guard.h"
 #include "codecs/scratch_image.h"
 #include "codecs/surface_conversion.h"
 #include "settings/codec_settings.h"
@@ -41,17 +41,6 @@ LONG LinesDropped(LONG width, LONG height, LONG codedHeight) {
         }
     }
     return 0;
-}
-
-/// 8-bit 4:2:2 black.
-void FillBlack(const SurfaceFormat& surface) {
-    for (LONG y = 0; y < surface.height; ++y) {
-        BYTE* row = surface.data + std::ptrdiff_t{y} * surface.stride;
-        for (LONG at = 0; at < surface.width * 2; at += 2) {
-            row[at] = 0x10;
-            row[at + 1] = 0x80;
-        }
-    }
 }
 
 /// The conversion writes three bytes per pixel for 32-bit outputs too; the row gap is reckoned from
@@ -132,7 +121,7 @@ HRESULT CMpegIntraCodec::DecodeFrame(const DecodeJob& job) {
     if (surface.index == kIndexYuy2) {
         return DecodePicture(job.frame, linesDropped, surface);
     }
-    const ScratchImage picture(surface.width, surface.height, 2);
+    const ScratchImage picture(job.scratch, surface.width, surface.height, 2);
     if (!picture) {
         return E_OUTOFMEMORY;
     }

@@ -7,6 +7,10 @@ namespace nyx {
 
 /// Intra-only MPEG-2 video, 4:2:2 and 8 bits, "QMIC". Decodes only. Lines that production formats
 /// code above the picture are dropped.
+///
+/// Take its pictures as "YUY2" or RGB 24-bit. In RGB 32-bit it stores three bytes a pixel, blue
+/// green red, from the start of each row on, and leaves the last quarter of the row alone: what
+/// this format's programs were written against, and so kept. Any other program shows garbage.
 class CMpegIntraCodec : public CEngineCodec {
   public:
     CMpegIntraCodec();

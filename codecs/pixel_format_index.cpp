@@ -47,6 +47,10 @@ bool FitsLong(std::int64_t value) {
 
 }  // namespace
 
+bool HasPixelFormatIndex(const BITMAPINFOHEADER& uncompressed) {
+    return FindLayout(uncompressed) != nullptr;
+}
+
 bool IsHighDefinition(LONG width, LONG height) {
     return Absolute(width) >= 960 && Absolute(height) >= 720;
 }

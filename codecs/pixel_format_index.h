@@ -115,6 +115,9 @@ struct SurfaceRequest {
 /// its width is negative or its sizes do not fit 32 bits.
 HRESULT DescribeSurface(const SurfaceRequest& request, SurfaceFormat* surface);
 
+/// True when the header names a layout of the table, whatever its size.
+bool HasPixelFormatIndex(const BITMAPINFOHEADER& uncompressed);
+
 /// High definition: at least 960 by 720 in absolute values.
 bool IsHighDefinition(LONG width, LONG height);
 

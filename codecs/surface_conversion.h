@@ -3,6 +3,8 @@
 /// @file
 /// Surfaces as the conversion library names and walks them.
 
+#include <cstddef>
+
 #include "codecs/pixel_format_index.h"
 #include "convert/convert.h"
 #include "platform/fourcc.h"
@@ -20,6 +22,18 @@ inline ImagePlane PlaneOf(const SurfaceFormat& surface, LONG width, LONG bytesPe
 }
 inline ImagePlane PlaneOf(const SurfaceFormat& surface, LONG width) {
     return PlaneOf(surface, width, surface.bytesPerPixel);
+}
+
+/// Fills a picture with black: video levels of 4:2:2 in two bytes per pixel, zeroes otherwise.
+inline void FillBlack(const SurfaceFormat& surface) {
+    const BYTE even = surface.bytesPerPixel == 2 ? 0x10 : 0;
+    const BYTE odd = surface.bytesPerPixel == 2 ? 0x80 : 0;
+    for (LONG y = 0; y < surface.height; ++y) {
+        BYTE* row = surface.data + std::ptrdiff_t{y} * surface.stride;
+        for (LONG i = 0; i < surface.width * surface.bytesPerPixel; ++i) {
+            row[i] = i % 2 == 0 ? even : odd;
+        }
+    }
 }
 
 }  // namespace nyx

@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <memory>
-#include <new>
 
-#include "codecs/format_rules.h"
+#include "codecs/fault_guard.h"
 #include "codecs/frame_chunks.h"
 #include "codecs/header_checks.h"
 #include "codecs/pixel_format_index.h"
+#include "codecs/scratch_image.h"
 #include "codecs/surface_conversion.h"
 #include "codecs/ten_bit_rows.h"
 #include "convert/convert.h"
@@ -77,16 +76,14 @@ constexpr LONG kStripRows = 16;
 /// Calls `convert` with the strip, a picture's next rows in RGB, the first one's number and how
 /// many there are.
 template <typename Convert>
-HRESULT ForEachStrip(ImagePlane rgb, LONG width, LONG height, Convert convert) {
-    const LONG pitch = width * kYuy2BytesPerPixel;
-    const std::unique_ptr<BYTE[]> bytes(new (std::nothrow)
-                                            BYTE[static_cast<std::size_t>(pitch) * kStripRows]);
-    if (!bytes) {
+HRESULT ForEachStrip(ScratchMemory* scratch, ImagePlane rgb, LONG width, LONG height,
+                     Convert convert) {
+    const ScratchImage strip(scratch, width, kStripRows, kYuy2BytesPerPixel);
+    if (!strip) {
         return E_OUTOFMEMORY;
     }
     for (LONG y = 0; y < height; y += kStripRows) {
-        if (FAILED(convert(ImagePlane{bytes.get(), pitch, 0}, rgb, y,
-                           std::min(kStripRows, height - y)))) {
+        if (FAILED(convert(strip.Plane(), rgb, y, std::min(kStripRows, height - y)))) {
             return E_FAIL;
         }
         rgb.data += static_cast<std::ptrdiff_t>(rgb.pitch) * kStripRows;
@@ -95,13 +92,13 @@ HRESULT ForEachStrip(ImagePlane rgb, LONG width, LONG height, Convert convert) {
 }
 
 HRESULT DecodeRgb(const TenBitRowKernels& rows, const BYTE* frame, const SurfaceFormat& surface,
-                  const ConversionFlags& flags, LONG width) {
+                  const ConversionFlags& flags, LONG width, ScratchMemory* scratch) {
     StripConversion toRgb;
     if (FAILED(toRgb.PrepareFromYuv(kYuy2, flags.yuv, RgbFourCC(surface), flags.rgb))) {
         return E_FAIL;
     }
     const std::size_t stride = TenBitRowLayoutFor(width).stride;
-    return ForEachStrip(PlaneOf(surface, width), width, surface.height,
+    return ForEachStrip(scratch, PlaneOf(surface, width), width, surface.height,
                         [&](const ImagePlane& yuy2, const ImagePlane& rgb, LONG y, LONG count) {
                             UnpackRows(rows, frame + stride * static_cast<std::size_t>(y), yuy2,
                                        width, count);
@@ -110,14 +107,14 @@ HRESULT DecodeRgb(const TenBitRowKernels& rows, const BYTE* frame, const Surface
 }
 
 HRESULT EncodeRgb(const TenBitRowKernels& rows, const SurfaceFormat& surface,
-                  const ConversionFlags& flags, BYTE* frame) {
+                  const ConversionFlags& flags, BYTE* frame, ScratchMemory* scratch) {
     StripConversion toYuy2;
     if (FAILED(toYuy2.PrepareToYuv(RgbFourCC(surface), flags.rgb, kYuy2, flags.yuv))) {
         return E_FAIL;
     }
     const LONG width = surface.width;
     const std::size_t stride = TenBitRowLayoutFor(width).stride;
-    return ForEachStrip(PlaneOf(surface, width), width, surface.height,
+    return ForEachStrip(scratch, PlaneOf(surface, width), width, surface.height,
                         [&](const ImagePlane& yuy2, const ImagePlane& rgb, LONG y, LONG count) {
                             const HRESULT result = toYuy2.Run(rgb, yuy2, width, count);
                             if (SUCCEEDED(result)) {
@@ -130,14 +127,10 @@ HRESULT EncodeRgb(const TenBitRowKernels& rows, const SurfaceFormat& surface,
 
 }  // namespace
 
-CTenBitCodec::CTenBitCodec() : CCodecBase(ReadCodecSetting(kFourCC, L"color_space", 0)) {}
+CTenBitCodec::CTenBitCodec() : CCodecBase(kFormats, ReadCodecSetting(kFourCC, L"color_space", 0)) {}
 
 bool CTenBitCodec::IsEngineAvailable(LONG) {
     return true;
-}
-
-DWORD CTenBitCodec::GetFourCC() {
-    return kFourCC;
 }
 
 DWORD CTenBitCodec::GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool) {
@@ -146,11 +139,6 @@ DWORD CTenBitCodec::GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool) {
     }
     const auto rows = static_cast<DWORD>(AbsoluteHeight(*input));
     return static_cast<DWORD>(TenBitRowLayoutFor(input->biWidth).stride) * rows + kChunkMargin;
-}
-
-HRESULT CTenBitCodec::CompressQuery(const BITMAPINFOHEADER* input, bool alphaInput,
-                                    const BITMAPINFOHEADER* output) {
-    return CheckEncodeFormats(kFormats, input, alphaInput, output);
 }
 
 HRESULT CTenBitCodec::Compress(const BITMAPINFOHEADER* input, bool alphaInput,
@@ -172,28 +160,25 @@ HRESULT CTenBitCodec::Compress(const BITMAPINFOHEADER* input, bool alphaInput,
         return E_FAIL;
     }
 
-    auto* frame = static_cast<BYTE*>(outputData);
-    if (surface.index == kIndexYuy2) {
-        PackRows(*rows, PlaneOf(surface, surface.width), frame, surface.width, surface.height);
-    } else if (IsRgbIndex(surface.index)) {
-        const HRESULT result =
-            EncodeRgb(*rows, surface,
-                      ConversionFlagsFor(output->biWidth, input->biHeight, GetColorSpace()), frame);
-        if (FAILED(result)) {
-            return result;
+    ScratchMemory scratch;
+    const HRESULT result = GuardedResult([&]() -> HRESULT {
+        auto* frame = static_cast<BYTE*>(outputData);
+        if (surface.index == kIndexYuy2) {
+            PackRows(*rows, PlaneOf(surface, surface.width), frame, surface.width, surface.height);
+            return S_OK;
         }
-    } else {
-        return E_FAIL;
+        const ConversionFlags flags =
+            ConversionFlagsFor(output->biWidth, input->biHeight, GetColorSpace());
+        return IsRgbIndex(surface.index) ? EncodeRgb(*rows, surface, flags, frame, &scratch)
+                                         : E_FAIL;
+    });
+    if (FAILED(result)) {
+        return result;
     }
     const TenBitRowLayout layout = TenBitRowLayoutFor(surface.width);
     output->biSizeImage =
         static_cast<DWORD>(layout.stride + layout.gap) * static_cast<DWORD>(surface.height);
     return S_OK;
-}
-
-HRESULT CTenBitCodec::DecompressQuery(const BITMAPINFOHEADER* input, const BITMAPINFOHEADER* output,
-                                      bool alphaOut) {
-    return CheckDecodeFormats(kFormats, input, output, alphaOut);
 }
 
 HRESULT CTenBitCodec::Decompress(const BITMAPINFOHEADER* input, const void* data,
@@ -216,17 +201,19 @@ HRESULT CTenBitCodec::Decompress(const BITMAPINFOHEADER* input, const void* data
 
     const LONG width = input->biWidth;
     const LONG height = surface.height;
-    const ByteSpan frame = SkipInfoChunk(ByteSpan(data, input->biSizeImage));
-    if (frame.size() / TenBitRowLayoutFor(width).stride < static_cast<std::size_t>(height)) {
-        return E_FAIL;
-    }
-
-    if (surface.index == kIndexYuy2) {
-        UnpackRows(*rows, frame.data(), PlaneOf(surface, width), width, height);
-        return S_OK;
-    }
-    return DecodeRgb(*rows, frame.data(), surface,
-                     ConversionFlagsFor(width, output->biHeight, GetColorSpace()), width);
+    ScratchMemory scratch;
+    return GuardedResult([&]() -> HRESULT {
+        const ByteSpan frame = SkipInfoChunk(ByteSpan(data, input->biSizeImage));
+        if (frame.size() / TenBitRowLayoutFor(width).stride < static_cast<std::size_t>(height)) {
+            return E_FAIL;
+        }
+        if (surface.index == kIndexYuy2) {
+            UnpackRows(*rows, frame.data(), PlaneOf(surface, width), width, height);
+            return S_OK;
+        }
+        const ConversionFlags flags = ConversionFlagsFor(width, output->biHeight, GetColorSpace());
+        return DecodeRgb(*rows, frame.data(), surface, flags, width, &scratch);
+    });
 }
 
 }  // namespace nyx

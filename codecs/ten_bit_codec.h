@@ -14,18 +14,14 @@ class CTenBitCodec : public CCodecBase {
     /// Always true.
     static bool IsEngineAvailable(LONG mode);
 
-    DWORD GetFourCC() override;
     DWORD GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool alpha) override;
-    HRESULT CompressQuery(const BITMAPINFOHEADER* input, bool alphaInput,
-                          const BITMAPINFOHEADER* output) override;
 
-    /// `output->biSizeImage` becomes (stride + gap) * height: more than the frame takes where the
-    /// width is not a whole number of 48-pixel blocks, and so on purpose.
+    /// The picture's rows are packed: a caller's stride is not looked at. `output->biSizeImage`
+    /// becomes (stride + gap) * height: more than the frame takes where the width is not a whole
+    /// number of 48-pixel blocks, and so on purpose.
     HRESULT Compress(const BITMAPINFOHEADER* input, bool alphaInput, const void* inputData,
-                     BITMAPINFOHEADER* output, void* outputData, DWORD reserved1, DWORD reserved2,
-                     DWORD reserved3) override;
-    HRESULT DecompressQuery(const BITMAPINFOHEADER* input, const BITMAPINFOHEADER* output,
-                            bool alphaOut) override;
+                     BITMAPINFOHEADER* output, void* outputData, DWORD reserved, DWORD stride,
+                     DWORD alphaMode) override;
 
     /// An output wider than the input has the first pixels of each row filled, the rest left alone.
     HRESULT Decompress(const BITMAPINFOHEADER* input, const void* data,

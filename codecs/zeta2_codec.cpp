@@ -1,8 +1,11 @@
 #include "codecs/zeta2_codec.h"
 
-#include "codecs/engine_guard.h"
+#include <cstdlib>
+
 #include "codecs/engine_records.h"
+#include "codecs/fault_guard.h"
 #include "codecs/header_checks.h"
+#include "codecs/ten_bit_rows.h"
 
 namespace nyx {
 namespace {
@@ -26,6 +29,13 @@ DWORD CapacityFor(const BITMAPINFOHEADER& input, bool alpha, LONG maxStreamSize)
     }
     const DWORD layer = static_cast<DWORD>(input.biWidth) * height * 20 >> 3;
     return layer * (alpha ? 2u : 1u) * static_cast<DWORD>(maxStreamSize) / 100;
+}
+
+/// "v210" is reported with 2 bytes per pixel but takes 8/3: a computed stride is too short for it.
+bool RowsFit(const SurfaceFormat& surface) {
+    return surface.index != kIndexV210 ||
+           static_cast<std::int64_t>(TenBitRowLayoutFor(surface.width).filled) <=
+               std::abs(std::int64_t{surface.stride});
 }
 
 Zeta2Plane PlaneOf(const SurfaceFormat& surface) {
@@ -63,14 +73,17 @@ std::optional<bool> CZeta2Codec::Probe(ByteSpan frame, const BITMAPINFOHEADER&) 
     LONG ignored;
     const HRESULT result =
         CallEngine(&ignored, engines_[kEngine].Decode<Zeta2Entry>(), static_cast<void*>(&record));
-    // A length of 0 is what the engine leaves of a frame that it does not know.
-    if (FAILED(result) || record.codedLength == 0 || record.codedLength > frame.size()) {
+    // As of the Zeta engines, any length within the bytes at hand will do, 0 too.
+    if (FAILED(result) || record.codedLength > frame.size()) {
         return std::nullopt;
     }
     return record.alphaKind >= kZeta2FirstAlphaKind && record.alphaKind <= kZeta2LastAlphaKind;
 }
 
 HRESULT CZeta2Codec::DecodeFrame(const DecodeJob& job) {
+    if (!RowsFit(job.surface)) {
+        return E_FAIL;
+    }
     const Zeta2Plane plane = PlaneOf(job.surface);
     Zeta2DecodeRecord record = {};
     record.command = kCommandZeta2;
@@ -93,6 +106,9 @@ DWORD CZeta2Codec::OutputCapacity(const EncodeJob& job) {
 
 HRESULT CZeta2Codec::EncodeFrame(const EncodeJob& job, LONG* codedLength) {
     const SurfaceFormat& surface = job.surface;
+    if (!RowsFit(surface)) {
+        return E_FAIL;
+    }
     const Zeta2Plane plane = PlaneOf(surface);
     Zeta2EncodeRecord record = {};
     record.command = kCommandZeta2;

@@ -5,8 +5,8 @@
 #include <iterator>
 #include <mutex>
 
-#include "codecs/engine_guard.h"
 #include "codecs/engine_records.h"
+#include "codecs/fault_guard.h"
 #include "codecs/header_checks.h"
 #include "settings/codec_settings.h"
 

@@ -5,7 +5,7 @@
 #include <limits>
 #include <new>
 
-#include "codecs/engine_guard.h"
+#include "codecs/fault_guard.h"
 #include "dv/dv_engine.h"
 #include "dv/resample.h"
 #include "settings/codec_settings.h"

@@ -5,8 +5,9 @@
 #include <iterator>
 #include <utility>
 
-#include "codecs/engine_guard.h"
+#include "codecs/fault_guard.h"
 #include "codecs/header_checks.h"
+#include "codecs/surface_conversion.h"
 #include "dv/dv_engine.h"
 #include "settings/codec_settings.h"
 
@@ -58,23 +59,6 @@ bool HasSoundStride(const SurfaceFormat& surface) {
     return surface.stride >= rowBytes || surface.stride <= -rowBytes;
 }
 
-/// Black by bytes per pixel: video levels of "YUY2", zeroes of RGB.
-void FillBlack(const SurfaceFormat& surface) {
-    constexpr BYTE kBlackYuy2[] = {0x10, 0x80};
-    const auto rowBytes =
-        static_cast<std::size_t>(surface.width) * static_cast<std::size_t>(surface.bytesPerPixel);
-    BYTE* row = surface.data;
-    for (LONG y = 0; y < surface.height; ++y, row += surface.stride) {
-        if (surface.bytesPerPixel == 2) {
-            for (std::size_t i = 0; i < rowBytes; ++i) {
-                row[i] = kBlackYuy2[i % 2];
-            }
-        } else {
-            std::memset(row, 0, rowBytes);
-        }
-    }
-}
-
 }  // namespace
 
 const DvPictureSize* FindDvSize(const DvPictureSize* sizes, std::size_t count, std::int64_t width,
@@ -87,7 +71,7 @@ const DvPictureSize* FindDvSize(const DvPictureSize* sizes, std::size_t count, s
 }
 
 CDvCodecBase::CDvCodecBase(const DvVariant& variant, LONG colorSpace)
-    : CCodecBase(colorSpace), variant_(variant), engine_(DvEngines()) {}
+    : CCodecBase(variant.formats, colorSpace), variant_(variant), engine_(DvEngines()) {}
 
 bool CDvCodecBase::IsEngineAvailable(LONG) {
     return DvEngines().IsComplete();
@@ -104,16 +88,6 @@ DWORD CDvCodecBase::GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool) {
     const DvPictureSize* size =
         FindDvSize(variant_.sizes, variant_.sizeCount, input->biWidth, AbsoluteHeight(*input));
     return size ? size->frameBytes : 0;
-}
-
-HRESULT CDvCodecBase::CompressQuery(const BITMAPINFOHEADER* input, bool alphaInput,
-                                    const BITMAPINFOHEADER* output) {
-    return CheckEncodeFormats(variant_.formats, input, alphaInput, output);
-}
-
-HRESULT CDvCodecBase::DecompressQuery(const BITMAPINFOHEADER* input, const BITMAPINFOHEADER* output,
-                                      bool alphaOut) {
-    return CheckDecodeFormats(variant_.formats, input, output, alphaOut);
 }
 
 HRESULT CDvCodecBase::Compress(const BITMAPINFOHEADER* input, bool alphaInput,

@@ -51,10 +51,7 @@ class CDvCodecBase : public CCodecBase {
     /// True when the DV engine is bound, in either mode.
     static bool IsEngineAvailable(LONG mode);
 
-    DWORD GetFourCC() override { return variant_.formats.fourcc; }
     DWORD GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool alpha) override;
-    HRESULT CompressQuery(const BITMAPINFOHEADER* input, bool alphaInput,
-                          const BITMAPINFOHEADER* output) override;
 
     /// The middle one of the last three words is the source's stride in bytes, 0 to have it
     /// computed. `outputData` holds a whole frame of what is encoded: of 960 x 720 at 50 frames per
@@ -62,8 +59,6 @@ class CDvCodecBase : public CCodecBase {
     HRESULT Compress(const BITMAPINFOHEADER* input, bool alphaInput, const void* inputData,
                      BITMAPINFOHEADER* output, void* outputData, DWORD reserved1, DWORD stride,
                      DWORD reserved3) override;
-    HRESULT DecompressQuery(const BITMAPINFOHEADER* input, const BITMAPINFOHEADER* output,
-                            bool alphaOut) override;
 
     /// S_OK with what the frame itself tells, -1 for what it does not; without a frame with the
     /// defaults of the picture's size. A negative result of ReadReferenceFrame is passed on.

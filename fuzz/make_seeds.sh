@@ -4,7 +4,7 @@
 set -eu
 out=$1
 here=$(dirname "$0")
-for fuzzer in frame_chunks dif_parser q210 convert surface format_block zeta_probe; do
+for fuzzer in frame_chunks dif_parser q210 convert surface; do
     mkdir -p "$out/fuzz_$fuzzer"
 done
 
@@ -18,11 +18,6 @@ picture 32x4 yuyv422 rawvideo "$out/fuzz_convert/yuy2"
 picture 32x4 bgra rawvideo "$out/fuzz_convert/bgra"
 picture 16x4 rgb48le rawvideo "$out/fuzz_convert/rgb48"
 
-# Zeta frames: a tag, then what the engines make of a picture.
-for tag in ZCF ZTA1 ''; do
-    { printf '%s' "$tag"; cat "$out/fuzz_convert/yuy2"; } >"$out/fuzz_zeta_probe/tag_$tag"
-done
-
 # A container with its four words, a field code and two more words, in front of a frame.
 {
     printf 'INFO\060\0\0\0\001\0\0\0\002\0\0\0\013\0\0\0\012\0\0\0'
@@ -30,8 +25,6 @@ done
     cat "$out/fuzz_q210/v210"
 } >"$out/fuzz_frame_chunks/info"
 cp "$out/fuzz_frame_chunks/info" "$out/fuzz_q210/info"
-cp "$out/fuzz_frame_chunks/info" "$out/fuzz_zeta_probe/info"
-cp "$out/fuzz_frame_chunks/info" "$out/fuzz_format_block/info"
 cp "$out/fuzz_frame_chunks/info" "$out/fuzz_surface/info"
 
 # The headers, subcode and auxiliary blocks of two sequences of each variant: the parser looks at

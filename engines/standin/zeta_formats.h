@@ -50,6 +50,7 @@ inline LONG EncodeInto(void* output, std::size_t capacity, std::string_view tag,
 template <class Record>
 LONG ProbeLength(Record* record, const std::optional<FrameHeader>& header, Action action) {
     if (!header) {
+        record->codedLength = ~DWORD{0};  // more than any sample holds
         return kBadFrame;
     }
     record->codedLength = header->codedLength + (action == Action::kLonger ? 1 : 0);

@@ -1,10 +1,9 @@
-#include "codecs/engine_guard.h"
+#include "codecs/fault_guard.h"
+
+#include <windows.h>
 
 namespace nyx {
 namespace {
-
-/// What RaiseCallbackFailure raises: severity "error", the bit that marks codes not of the system.
-constexpr DWORD kCallbackFailure = 0xE0004E59;
 
 constexpr DWORD kSeverityMask = 0xC0000000;
 constexpr DWORD kSeverityError = 0xC0000000;
@@ -29,10 +28,19 @@ void SetChainHead(EXCEPTION_REGISTRATION_RECORD* head) {
     asm volatile("movl %0, %%fs:0" : : "r"(head) : "memory");
 }
 
-/// Two faults have the severity "warning": a page that warns of its first use, and misalignment.
-bool IsOurs(DWORD code) {
-    return ((code & kSeverityMask) == kSeverityError && code != EXCEPTION_STACK_OVERFLOW) ||
-           code == EXCEPTION_GUARD_PAGE || code == EXCEPTION_DATATYPE_MISALIGNMENT;
+bool IsOurs(const EXCEPTION_RECORD& record) {
+    switch (record.ExceptionCode) {
+        case EXCEPTION_STACK_OVERFLOW:
+        case EXCEPTION_BREAKPOINT:
+        case EXCEPTION_SINGLE_STEP:
+            return false;
+        case EXCEPTION_GUARD_PAGE:  // these two faults have the severity "warning"
+        case EXCEPTION_DATATYPE_MISALIGNMENT:
+            return true;
+        default:
+            return (record.ExceptionCode & kSeverityMask) == kSeverityError ||
+                   (record.ExceptionFlags & EXCEPTION_NONCONTINUABLE) != 0;
+    }
 }
 
 /// Has every handler below `frame` clean up and takes it off the chain. RtlUnwind keeps none of the
@@ -54,7 +62,7 @@ void UnwindTo(EXCEPTION_REGISTRATION_RECORD* frame, EXCEPTION_RECORD* record) {
 
 EXCEPTION_DISPOSITION __cdecl HandleException(EXCEPTION_RECORD* record, void* establisher, CONTEXT*,
                                               void*) {
-    if ((record->ExceptionFlags & kUnwinding) != 0 || !IsOurs(record->ExceptionCode)) {
+    if ((record->ExceptionFlags & kUnwinding) != 0 || !IsOurs(*record)) {
         return ExceptionContinueSearch;
     }
     auto* frame = static_cast<GuardFrame*>(establisher);
@@ -114,11 +122,6 @@ HRESULT CallGuarded(void (*function)(void* context), void* context) {
     asm volatile("cld");
     RestoreFloatingPoint(floatingPoint);
     return returned ? S_OK : E_FAIL;
-}
-
-void RaiseCallbackFailure() {
-    RaiseException(kCallbackFailure, EXCEPTION_NONCONTINUABLE, 0, nullptr);
-    __builtin_unreachable();
 }
 
 }  // namespace nyx

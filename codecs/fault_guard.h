@@ -1,0 +1,61 @@
+#pragma once
+
+/// @file
+/// What may fault runs behind this guard: the closed engines, the callbacks that they call, and our
+/// own loops over pictures and frames, whose memory a host may take away meanwhile. Then the call
+/// ends with `E_FAIL` and the host goes on with the next frame.
+
+#include <type_traits>
+
+#include "platform/win_types.h"
+
+namespace nyx {
+
+#ifdef _WIN32
+/// Calls `function(context)` on this thread. `S_OK` when it returned; `E_FAIL` when it raised
+///
+/// - an exception of severity "error", such as an access violation, a divide error or another
+///   compiler's C++ exception (code 0xE06D7363); a guard-page or a misalignment fault,
+/// - any exception that cannot be continued: other compilers raise those of their languages with
+///   codes of lower severity,
+/// - or when it threw a C++ exception of this module.
+///
+/// Stack overflows go on to the host's handlers, because a stack without its guard page is not fit
+/// to be used again; so do breakpoints and single steps, which are a debugger's, and everything
+/// else below severity "error" that the host may have go on, such as debug output. The x87 control
+/// word and MXCSR come back as they were on entry, the x87 register stack empty.
+///
+/// After a raise the frames between the fault and this call are dropped as they stand: no object
+/// with a destructor may live in them. Calls may be nested.
+HRESULT CallGuarded(void (*function)(void* context), void* context);
+#else
+/// There is no such guard here: a fault ends the process, so that sanitizers and fuzzers see it.
+inline HRESULT CallGuarded(void (*function)(void* context), void* context) {
+    function(context);
+    return S_OK;
+}
+#endif
+
+/// CallGuarded for a callable without arguments.
+template <typename Call>
+HRESULT Guarded(Call&& call) {
+    using Callable = std::remove_reference_t<Call>;
+    return CallGuarded([](void* context) { (*static_cast<Callable*>(context))(); }, &call);
+}
+
+/// The result of a guarded callable that has one; `E_FAIL` when it raised.
+template <typename Call>
+HRESULT GuardedResult(Call&& call) {
+    HRESULT result = E_FAIL;
+    Guarded([&] { result = call(); });
+    return result;
+}
+
+/// Calls an engine's entry through the guard and stores what it returned. `E_FAIL`, with `returned`
+/// untouched, when the entry is not bound (null) or raised.
+template <typename Entry, typename... Arguments>
+HRESULT CallEngine(LONG* returned, Entry entry, Arguments... arguments) {
+    return entry ? Guarded([&] { *returned = entry(arguments...); }) : E_FAIL;
+}
+
+}  // namespace nyx
