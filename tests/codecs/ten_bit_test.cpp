@@ -1,0 +1,167 @@
+/// Q210: the row kernels against the v210 layout by the letter, and the codec both ways against one
+/// plain unpacking or packing of the whole picture and one conversion of it.
+
+#include <gtest/gtest.h>
+
+#include "codecs/pixel_format_index.h"
+#include "codecs/ten_bit_codec.h"
+#include "codecs/ten_bit_rows.h"
+#include "convert/convert.h"
+#include "convert/cpu_info.h"
+#include "tests/support/frames.h"
+#include "tests/support/guard.h"
+
+namespace nyx {
+namespace {
+
+using namespace test;
+
+constexpr BYTE kGuard = 0xA5;
+constexpr DWORD kYuy2 = FourCC("YUY2");
+
+/// 8-bit "YUY2" widened to ten bits.
+TenBitPicture Widened(LONG width, LONG height, const Bytes& yuy2) {
+    TenBitPicture picture = {width, height, {}};
+    for (std::size_t i = 0; i < yuy2.size(); ++i) {
+        picture.samples.push_back(static_cast<WORD>(yuy2[i ^ 1] << 2));
+    }
+    return picture;
+}
+
+Bytes Copy(const GuardedMemory& memory) {
+    return Bytes(memory.data(), memory.data() + memory.size());
+}
+
+class TenBitRows : public testing::TestWithParam<const TenBitRowKernels*> {};
+INSTANTIATE_TEST_SUITE_P(Kernels, TenBitRows,
+                         testing::Values(&kTenBitRowsSsse3, &kTenBitRowsSse41));
+
+TEST_P(TenBitRows, EqualThePlainRuleAtEveryWidthAndForEveryValueInEveryPlace) {
+    if (GetParam() == &kTenBitRowsSse41 && !HasCpuFeature(kCpuSse41)) {
+        GTEST_SKIP() << "this processor has no SSE4.1";
+    }
+    for (LONG i = 1; i < 1024; ++i) {
+        const LONG width = i <= 100 ? 2 * i : 48;
+        TenBitPicture picture = {width, 1, {}};
+        for (LONG k = 0; k < 2 * width; ++k) {
+            picture.samples.push_back(static_cast<WORD>((i + 85 * k) % 1024));
+        }
+        Bytes groups = Q210Frame(picture, i % 2 == 0 ? 0 : 0xFF);
+        const TenBitRowLayout layout = TenBitRowLayoutFor(width);
+        ASSERT_EQ(layout.stride, groups.size());
+        ASSERT_EQ(layout.stride - layout.gap, layout.filled);
+        groups.resize(static_cast<std::size_t>((width + 5) / 6 * 16));
+        const GuardedMemory from(groups), yuy2(static_cast<std::size_t>(2 * width), kGuard);
+        const GuardedMemory packed(layout.filled, kGuard);
+        GetParam()->unpack(from.data(), yuy2.data(), width);
+        ASSERT_EQ(Copy(yuy2), ReferenceYuy2(picture)) << width;
+        GetParam()->pack(yuy2.data(), packed.data(), width);
+        Bytes expected = Q210Frame(Widened(width, 1, Copy(yuy2)), 0);
+        expected.resize(layout.filled);
+        ASSERT_EQ(Copy(packed), expected) << width;
+    }
+}
+
+/// An RGB picture from, or for with `toYuv`, a whole "YUY2" one.
+void Convert(bool toYuv, Bytes& yuy2, Bytes& rgb, LONG bytes, LONG width, LONG height) {
+    const ImagePlane yuv = {yuy2.data(), 2 * width, 0}, other = {rgb.data(), bytes * width, 0};
+    const DWORD matrix = width >= 960 && height >= 720 ? kYuvBt709 : kYuvBt601;
+    const DWORD format = bytes == 3 ? FourCC("BGR3") : FourCC("BGRA");
+    ASSERT_EQ(toYuv ? ConvertToYuv(&other, format, kRgbFullRange, nullptr, &yuv, nullptr, kYuy2,
+                                   matrix, 0, width, height)
+                    : ConvertFromYuv(&yuv, nullptr, kYuy2, matrix, 0, &other, format, kRgbFullRange,
+                                     0, width, height),
+              S_OK);
+}
+
+/// One size through one uncompressed layout, both ways; `rowBytes` and `reported` of its frames.
+void CheckCodec(LONG width, LONG height, DWORD rowBytes, DWORD reported, LONG bytes, bool topDown,
+                LONG wider) {
+    SCOPED_TRACE(testing::Message() << width << "x" << height << " of " << bytes << "+" << wider);
+    CTenBitCodec codec;
+    const TenBitPicture picture = RandomTenBitPicture(width, height, 5);
+    Bytes yuy2 = ReferenceYuy2(picture), rows = yuy2;
+    if (bytes > 2) {
+        rows.resize(static_cast<std::size_t>(bytes * width * height));
+        Convert(false, yuy2, rows, bytes, width, height);
+    }
+    const BITMAPINFOHEADER header =
+        MakeHeader(bytes == 2 ? kYuy2 : DWORD{BI_RGB}, static_cast<WORD>(8 * bytes), width + wider,
+                   topDown ? -height : height);
+    const LONG pitch = bytes * (width + wider);
+    Bytes expected(static_cast<std::size_t>(pitch * height), kGuard);
+    for (LONG y = 0; y < height; ++y) {
+        const LONG to = bytes == 2 || topDown ? y : height - 1 - y;
+        std::copy_n(rows.begin() + y * bytes * width, bytes * width, expected.begin() + to * pitch);
+    }
+    for (const Bytes& frame : {Q210Frame(picture), InfoChunk(1, 2, 3, 4) + Q210Frame(picture)}) {
+        const GuardedMemory coded(frame), output(expected.size(), kGuard);
+        const BITMAPINFOHEADER stream = MakeHeader(FourCC("Q210"), 20, width, height, frame.size());
+        ASSERT_EQ(codec.Decompress(&stream, coded.data(), &header, false, output.data(), 0, 0),
+                  S_OK);
+        ASSERT_TRUE(Copy(output) == expected);
+    }
+    if (wider == 0) {
+        if (bytes > 2) {
+            Convert(true, yuy2, rows, bytes, width, height);
+        }
+        const auto size = static_cast<std::size_t>(rowBytes) * static_cast<std::size_t>(height);
+        const GuardedMemory input(expected), coded(size, 0);
+        BITMAPINFOHEADER stream = MakeHeader(FourCC("Q210"), 20, width, height);
+        ASSERT_EQ(codec.Compress(&header, bytes == 4, input.data(), &stream, coded.data(), 0, 0, 0),
+                  S_OK);
+        ASSERT_TRUE(Copy(coded) == Q210Frame(Widened(width, height, yuy2), 0));
+        EXPECT_EQ(stream.biSizeImage, reported * static_cast<DWORD>(height));
+        EXPECT_EQ(codec.GetMaxCompressedSize(&header, false), size + 1064);
+    }
+}
+
+TEST(TenBitCodec, UnpacksAndPacksThePictureAndNothingElse) {
+    constexpr struct {
+        LONG width, height;
+        DWORD rowBytes, reported;
+    } kSizes[] = {{2, 1, 128, 240},      {46, 5, 128, 128},      {50, 16, 256, 368},
+                  {720, 17, 1920, 1920}, {1280, 33, 3456, 3488}, {960, 720, 2560, 2560}};
+    for (const auto& size : kSizes) {
+        for (const LONG wider : {0, 10}) {
+            for (const LONG bytes : {2, 3, 4}) {
+                for (const bool topDown : {false, true}) {
+                    CheckCodec(size.width, size.height, size.rowBytes, size.reported, bytes,
+                               topDown, wider);
+                }
+            }
+        }
+    }
+}
+
+TEST(TenBitCodec, RefusesWhatItCannotHandleAndWritesNothing) {
+    CTenBitCodec codec;
+    const Bytes whole = Q210Frame(RandomTenBitPicture(50, 4, 1)),
+                cut(whole.begin(), whole.end() - 1);
+    Bytes endless = InfoChunk(0, 0, 1, 1) + whole, untouched(50 * 4 * 4, kGuard),
+          buffer = untouched;
+    endless[7] = 0x80;
+    const BITMAPINFOHEADER rgb = MakeHeader(BI_RGB, 32, 50, 4),
+                           other = MakeHeader(FourCC("v210"), 20, 50, 4);
+    const auto decode = [&](const Bytes& frame, const BITMAPINFOHEADER& output, bool alpha) {
+        const GuardedMemory bytes(frame);
+        const BITMAPINFOHEADER stream = MakeHeader(FourCC("Q210"), 20, 50, 4, frame.size());
+        return codec.Decompress(&stream, bytes.data(), &output, alpha, buffer.data(), 0, 0);
+    };
+    for (const Bytes& frame : {Bytes{}, Bytes{1}, cut, InfoChunk(0, 0, 1, 1) + cut, endless}) {
+        EXPECT_EQ(decode(frame, rgb, false), E_FAIL) << frame.size();
+    }
+    EXPECT_EQ(decode(whole, other, false), E_FAIL);
+    EXPECT_EQ(decode(whole, rgb, true), E_FAIL);
+    EXPECT_EQ(codec.Decompress(&rgb, nullptr, &rgb, false, buffer.data(), 0, 0), E_POINTER);
+    EXPECT_EQ(codec.Decompress(&rgb, buffer.data(), &rgb, false, nullptr, 0, 0), E_POINTER);
+    BITMAPINFOHEADER stream = MakeHeader(FourCC("Q210"), 20, 50, 4);
+    EXPECT_EQ(codec.Compress(&other, false, whole.data(), &stream, buffer.data(), 0, 0, 0), E_FAIL);
+    const BITMAPINFOHEADER odd = MakeHeader(BI_RGB, 32, 49, 4);
+    EXPECT_EQ(codec.Compress(&odd, false, whole.data(), &stream, buffer.data(), 0, 0, 0), E_FAIL);
+    EXPECT_EQ(codec.Compress(&rgb, false, nullptr, &stream, buffer.data(), 0, 0, 0), E_POINTER);
+    EXPECT_EQ(buffer, untouched);
+}
+
+}  // namespace
+}  // namespace nyx
