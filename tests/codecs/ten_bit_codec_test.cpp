@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/fourcc.h"
 #include "tests/support/frames.h"
 
 namespace nyx {
