@@ -1,4 +1,16 @@
+/// What comes of samples between pause and stop.
+
+#include <climits>
+#include <numeric>
+
+#include "codecs/ten_bit_codec.h"
+#include "filters/decode_sample.h"
+#include "platform/fourcc.h"
+#include "tests/support/frames.h"
+#include "tests/support/guard.h"
+#include "tests/support/leaks.h"
 #include "tests/support/rig.h"
+#include "tests/support/watchdog.h"
 
 namespace nyx::test {
 namespace {
@@ -6,15 +18,868 @@ namespace {
 class EveryFilter : public RowTest {};
 NYX_FOR_ROWS(EveryFilter, Catalogue());
 
-TEST_P(EveryFilter, PassesFrames) {
-    Rig rig(row());
-    rig.Start();
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(rig.Push(), S_OK);
+TEST_P(EveryFilter, TurnsFramesIntoEachOfItsFormats) {
+    for (std::size_t i = 0; i < row().Outputs().size(); ++i) {
+        Rig rig(row());
+        HostileAllocator& buffers = rig.OwnAllocator();
+        rig.Start(i);
+        for (int frame = 0; frame < 3; ++frame) {
+            EXPECT_EQ(rig.Push(), S_OK);
+            EXPECT_TRUE(buffers.MarginsAreUntouched());
+            const auto bytes = rig.sink.Last().bytes;
+            EXPECT_EQ(bytes, rig.sink.Samples().front().bytes);
+            EXPECT_TRUE(row().IsEncoder() ||
+                        static_cast<LONG>(bytes.size()) == row().BufferBytes(i));
+        }
+        EXPECT_EQ(rig.filter->Stop(), S_OK);
+        EXPECT_EQ(rig.sink.Count(), 3u);
     }
-    EXPECT_EQ(rig.sink.Count(), 3u);
-    EXPECT_GT(rig.sink.Last().bytes.size(), 0u);
-    EXPECT_EQ(rig.filter->Stop(), S_OK);
 }
+
+class Streaming : public RowTest {
+  protected:
+    /// Connects anew, with the suite's own buffers, and pauses.
+    HostileAllocator& Restart(const Lies& lies = {}) {
+        rig.filter->Stop();
+        rig.Disconnect();
+        rig.sink.Forget();
+        HostileAllocator& buffers = rig.OwnAllocator();
+        buffers.lies = lies;
+        rig.Start();
+        return buffers;
+    }
+    /// The one sample that arrives when `sample` is pushed.
+    Sample Through(const Sample& sample, const Lies& lies = {}) {
+        rig.sink.Forget();
+        EXPECT_EQ(rig.Push(sample, lies), S_OK);
+        EXPECT_EQ(rig.sink.Count(), 1u);
+        return rig.sink.Count() == 1 ? rig.sink.Last() : Sample{};
+    }
+    /// What comes of `call`, which happens on the streaming thread inside the next delivery.
+    template <class Call>
+    HRESULT PushAndCallBack(Call call) {
+        rig.sink.onReceive = [&](IMediaSample*) {
+            rig.sink.onReceive = nullptr;
+            call();
+            return S_OK;
+        };
+        HRESULT pushed = E_ABORT;
+        MustFinish("a call back into the filter", [&] { pushed = rig.Push(); });
+        return pushed;
+    }
+    Rig rig{row()};
+};
+NYX_FOR_ROWS(Streaming, ThreeKinds());
+
+class Decoding : public Streaming {};
+NYX_FOR_ROWS(Decoding, TwoDecoders());
+
+const Lies kNoSample2 = {false};
+
+TEST_P(Streaming, TimesAndFlagsAreCarriedByAnyKindOfSample) {
+    struct Case {
+        std::optional<LONGLONG> start, stop;
+        bool sync, preroll, discontinuity;
+    };
+    for (const int buffers : {0, 1, 2}) {  // the platform's, foreign ones, without IMediaSample2
+        SCOPED_TRACE(buffers);
+        Restart(buffers == 2 ? kNoSample2 : Lies{});
+        if (buffers == 0) {
+            rig.filter->Stop();
+            rig.Disconnect();
+            rig.sink.ownAllocator.Reset();
+            rig.Start();
+        }
+        for (const Lies& input : {Lies{}, kNoSample2}) {
+            for (const Case& c :
+                 {Case{{}, {}, true, false, false}, Case{20000, {}, true, true, false},
+                  Case{20000, 30000, false, true, false}, Case{-1, 1, true, false, true}}) {
+                Sample sample = rig.Frame();
+                sample.start = c.start;
+                sample.stop = c.stop;
+                sample.mediaStart = 7;
+                sample.syncPoint = c.sync;
+                sample.preroll = c.preroll;
+                sample.discontinuity = c.discontinuity;
+                const Sample arrived = Through(sample, input);
+                EXPECT_EQ(arrived.start, c.start);
+                EXPECT_EQ(arrived.stop, c.stop);
+                EXPECT_EQ(arrived.syncPoint, c.sync);
+                EXPECT_EQ(arrived.discontinuity, c.discontinuity);
+                // The older interface's way carries media times and knows no preroll.
+                EXPECT_EQ(arrived.preroll, c.preroll && buffers != 2);
+                EXPECT_EQ(arrived.mediaStart, buffers == 2 ? sample.mediaStart : std::nullopt);
+                EXPECT_FALSE(arrived.type);
+            }
+        }
+    }
+    for (const LONGLONG time : {LONGLONG{0}, LONGLONG{-1}, INT64_MAX, INT64_MIN}) {
+        Sample sample = rig.Frame();
+        sample.start = time;
+        sample.stop = -time;
+        EXPECT_EQ(rig.Push(sample), S_OK);
+        rig.Notify({Flood, -1, time, time});
+        EXPECT_EQ(rig.input->NewSegment(time, -time, -1.0), S_OK);
+    }
+}
+
+TEST_P(Streaming, FramesWaitForAKeyFrameButNotForEver) {
+    rig.Start();
+    Sample sample = rig.Frame();
+    sample.syncPoint = false;
+    Through(sample);  // without a discontinuity there is nothing to wait for
+    sample.discontinuity = true;
+    rig.sink.Forget();
+    EXPECT_EQ(rig.Push(sample), S_OK);
+    EXPECT_EQ(rig.sink.Count(), 0u);
+    sample.discontinuity = false;
+    Through(rig.Frame());
+    Through(sample);
+    rig.sink.Forget();
+    sample.discontinuity = true;
+    for (int i = 0; i < 29; ++i) {
+        EXPECT_EQ(rig.Push(sample), S_OK);
+        sample.discontinuity = false;
+    }
+    EXPECT_EQ(rig.sink.Count(), 0u);
+    EXPECT_EQ(rig.graph->Count(EC_QUALITY_CHANGE), 1);
+    Through(sample);
+    Through(sample);
+}
+
+TEST_P(Streaming, ASampleThatIsShortOrLiesFailsItsFrameOnly) {
+    HostileAllocator& buffers = Restart();
+    const Sample whole = rig.Frame();
+    const auto size = static_cast<LONG>(whole.bytes.size());
+    const auto lying = [](HRESULT pointer, bool null, std::optional<LONG> length = {}) {
+        Lies lies;
+        lies.pointerResult = pointer;
+        lies.nullPointer = null;
+        lies.length = length;
+        return lies;
+    };
+    // What a length claims is true of the buffer too: nothing behind it may be used, whether it is
+    // the end of the readable memory or not.
+    const struct {
+        Lies lies;
+        HRESULT expected;
+    } table[] = {
+        {lying(E_FAIL, false), E_UNEXPECTED},   {lying(S_OK, true), E_UNEXPECTED},
+        {lying(S_OK, false, 0), E_FAIL},        {lying(S_OK, false, 1), E_FAIL},
+        {lying(S_OK, false, size / 2), E_FAIL}, {lying(S_OK, false, size - 1), E_FAIL},
+        {lying(S_OK, false, -1), E_FAIL},       {lying(S_OK, false, LONG_MIN), E_FAIL},
+        {lying(S_OK, false, LONG_MAX), S_OK},
+    };
+    std::size_t delivered = 0;
+    for (const auto& c : table) {
+        EXPECT_EQ(rig.Push(whole, c.lies), c.expected) << c.lies.length.value_or(-2);
+        delivered += c.expected == S_OK ? 1u : 0u;
+        EXPECT_EQ(rig.sink.Count(), delivered);
+        EXPECT_EQ(buffers.IsUntouched(), c.expected != S_OK);
+    }
+    EXPECT_EQ(rig.graph->Seen().size(), 0u) << "a failed frame raises no event";
+    // Cut for good: every length where headers and tags lie, then in strides to the end.
+    for (std::size_t cut = 0; cut < whole.bytes.size();
+         cut += cut < 64 ? 1 : whole.bytes.size() / 20) {
+        Sample sample = whole;
+        sample.bytes.resize(cut);
+        EXPECT_EQ(rig.Push(sample), E_FAIL) << cut;
+        sample.bytes.resize(cut / 2);
+        EXPECT_NE(rig.Push(sample, lying(S_OK, false, INT32_MAX)), S_OK) << cut;
+    }
+    // An odd number more: the frame then begins at an odd address.
+    const auto picture = Through(whole).bytes;
+    for (const std::size_t more : {1u, 3u, 15u, 4097u}) {
+        Sample longer = whole;
+        longer.bytes.resize(longer.bytes.size() + more, 0xFF);
+        EXPECT_EQ(Through(longer).bytes, picture) << more;
+    }
+}
+
+TEST_P(Streaming, ABufferThatIsNotAsAgreedFailsItsFrameOnly) {
+    HostileAllocator& buffers = Restart();
+    const auto picture = Through(rig.Frame()).bytes;
+    // A frame of an encoder may be smaller than the buffer that was agreed on.
+    const LONG size = row().BufferBytes();
+    for (const LONG shorter : {size, size - 1, row().IsEncoder() ? size : 1}) {
+        buffers.shorter = shorter;
+        EXPECT_EQ(rig.Push(), E_FAIL) << shorter;
+        EXPECT_TRUE(buffers.IsUntouched());
+        EXPECT_TRUE(buffers.MarginsAreUntouched());
+    }
+    buffers.shorter = 0;
+    for (const int protection : {PAGE_READONLY, PAGE_NOACCESS, PAGE_READWRITE | PAGE_GUARD}) {
+        buffers.protection = static_cast<DWORD>(protection);
+        EXPECT_EQ(rig.Push(), E_FAIL) << protection;
+    }
+    buffers.protection = PAGE_READWRITE;
+    for (const LONG misaligned : {1, 2, 3, 7, 15}) {
+        buffers.misaligned = misaligned;
+        EXPECT_EQ(Through(rig.Frame()).bytes, picture) << misaligned;
+        EXPECT_TRUE(buffers.MarginsAreUntouched());
+    }
+    buffers.misaligned = 0;
+    Lies lies;
+    lies.nullPointer = true;
+    EXPECT_EQ((Restart(lies), rig.Push()), E_UNEXPECTED);
+    lies = {};
+    lies.pointerResult = E_FAIL;
+    EXPECT_EQ((Restart(lies), rig.Push()), E_UNEXPECTED);
+    EXPECT_EQ(rig.sink.Count(), 0u);
+    lies = {};
+    lies.setLengthResult = E_NOTIMPL;
+    EXPECT_EQ((Restart(lies), rig.Push()), S_OK);
+    EXPECT_EQ(rig.sink.Count(), 1u) << "a length that cannot be set stops nothing";
+}
+
+TEST_P(Streaming, DownstreamsAnswersComeBack) {
+    EXPECT_EQ(rig.transport->ReceiveCanBlock(), S_OK) << "an unconnected output tells nothing";
+    rig.Start();
+    for (const HRESULT answer : {S_FALSE, S_OK}) {
+        rig.sink.canBlockResult = answer;
+        EXPECT_EQ(rig.transport->ReceiveCanBlock(), answer);
+    }
+    for (const HRESULT answer : {S_FALSE, E_FAIL, VFW_E_WRONG_STATE, S_OK}) {
+        rig.sink.onReceive = [answer](IMediaSample*) { return answer; };
+        EXPECT_EQ(rig.Push(), answer);
+    }
+    rig.sink.Forget();
+    const auto good = MakeSample(rig.Frame());
+    const auto bad = MakeSample(Sample{{1}});
+    IMediaSample* samples[] = {good.Get(), good.Get(), bad.Get(), good.Get()};
+    LONG done = -1;
+    EXPECT_EQ(rig.transport->ReceiveMultiple(samples, 2, &done), S_OK);
+    EXPECT_EQ(done, 2);
+    EXPECT_EQ(rig.transport->ReceiveMultiple(samples, 4, &done), E_FAIL);
+    EXPECT_EQ(done, 2);
+    EXPECT_EQ(rig.sink.Count(), 4u);
+}
+
+TEST_P(Streaming, StreamCallsArePassedOnByStateAndFlush) {
+    EXPECT_EQ(rig.input->BeginFlush(), VFW_E_NOT_CONNECTED);
+    ASSERT_EQ(rig.ConnectInput(), S_OK);
+    EXPECT_EQ(rig.input->EndFlush(), VFW_E_NOT_CONNECTED);
+    EXPECT_EQ(rig.input->BeginFlush(), VFW_E_NOT_CONNECTED);
+    ASSERT_EQ(rig.ConnectOutput(), S_OK);
+    EXPECT_EQ(rig.Push(), VFW_E_WRONG_STATE);
+    EXPECT_EQ(rig.input->EndOfStream(), VFW_E_WRONG_STATE);
+    ASSERT_EQ(rig.filter->Pause(), S_OK);
+    EXPECT_EQ(rig.Push(), S_OK) << "a refused flush leaves nothing behind";
+    EXPECT_EQ(rig.input->NewSegment(10000, 20000, 1.5), S_OK);
+    EXPECT_EQ(rig.input->EndOfStream(), S_OK);
+    rig.sink.endOfStreamResult = E_ABORT;
+    EXPECT_EQ(rig.input->EndOfStream(), E_ABORT);
+    EXPECT_EQ(rig.Push(), S_OK) << "frames after the end are still delivered";
+    ASSERT_EQ(rig.input->BeginFlush(), S_OK);
+    EXPECT_EQ(rig.sink.Seen().beginFlush, 1);
+    EXPECT_EQ(rig.sink.Seen().endFlush, 0);
+    EXPECT_EQ(rig.Push(), S_FALSE);
+    EXPECT_EQ(rig.input->EndOfStream(), S_FALSE);
+    ASSERT_EQ(rig.input->EndFlush(), S_OK);
+    EXPECT_EQ(rig.Push(), S_OK);
+    for (const HRESULT result :
+         {rig.output->EndOfStream(), rig.output->BeginFlush(), rig.output->EndFlush()}) {
+        EXPECT_EQ(result, E_UNEXPECTED) << "the output takes no stream calls";
+    }
+    const Events seen = rig.sink.Seen();
+    EXPECT_EQ(seen.newSegment, 1);
+    EXPECT_EQ(seen.segmentStart, 10000);
+    EXPECT_EQ(seen.segmentStop, 20000);
+    EXPECT_EQ(seen.rate, 1.5);
+    EXPECT_EQ(seen.endOfStream, 2);
+    EXPECT_EQ(seen.beginFlush, 1);
+    EXPECT_EQ(seen.endFlush, 1);
+    EXPECT_EQ(rig.sink.Count(), 3u);
+}
+
+TEST_P(Streaming, EveryOrderOfStatesIsGoneThroughConnectedOrNot) {
+    for (const int connected : {0, 1, 2}) {
+        for (int order = 0; order < 27; ++order) {
+            for (int left = order, i = 0; i < 3; ++i, left /= 3) {
+                SCOPED_TRACE(testing::Message() << connected << " " << order << " " << i);
+                const FILTER_STATE next[] = {State_Stopped, State_Paused, State_Running};
+                const FILTER_STATE state = next[left % 3];
+                ASSERT_EQ(state == State_Stopped  ? rig.filter->Stop()
+                          : state == State_Paused ? rig.filter->Pause()
+                                                  : rig.filter->Run(0),
+                          S_OK);
+                ASSERT_EQ(rig.State(), state);
+                const HRESULT expected = connected < 2            ? VFW_E_NOT_CONNECTED
+                                         : state == State_Stopped ? VFW_E_WRONG_STATE
+                                                                  : S_OK;
+                rig.sink.Forget();
+                if (i == 2) {
+                    EXPECT_EQ(rig.Push(), expected);
+                    EXPECT_EQ(rig.sink.Count(), expected == S_OK ? 1u : 0u);
+                }
+            }
+        }
+        rig.filter->Stop();
+        EXPECT_EQ(connected == 0 ? rig.ConnectInput() : rig.ConnectOutput(),
+                  connected == 2 ? VFW_E_ALREADY_CONNECTED : S_OK);
+    }
+}
+
+TEST_P(Streaming, TheClockIsKeptGivenBackAndLetGo) {
+    ComPtr<IReferenceClock> clock;
+    ASSERT_EQ(CoCreateInstance(CLSID_SystemClock, nullptr, CLSCTX_INPROC_SERVER,
+                               IID_IReferenceClock, &clock),
+              S_OK);
+    ComPtr<IReferenceClock> got;
+    auto filter = Module().Create(row().clsid);
+    for (IReferenceClock* const set :
+         {clock.Get(), static_cast<IReferenceClock*>(nullptr), clock.Get()}) {
+        EXPECT_EQ(filter->SetSyncSource(set), S_OK);
+        EXPECT_EQ(filter->GetSyncSource(&got), S_OK);
+        EXPECT_EQ(got.Get(), set);
+    }
+    got.Reset();
+    EXPECT_EQ(filter.Reset(), 0u);
+    EXPECT_EQ(clock.Reset(), 0u) << "the filter has gone and holds it no more";
+}
+
+constexpr REFERENCE_TIME kFrame = 400000;  // 25 frames per second, 100-ns units
+
+TEST_P(Streaming, ALateStreamDropsFramesUntilItHasCaughtUpAndTellsTheGraphOnce) {
+    const struct {
+        REFERENCE_TIME late;
+        bool stopTimes, restarted, everyTime;
+        bool drops;
+    } table[] = {
+        {kFrame / 2, true, false, true, false},  // not late by a frame
+        {3 * kFrame, true, false, false, true},
+        {10 * kFrame, false, false, true, false},  // never without stop times
+        {50 * kFrame, true, true, false, false},   // stopping forgets it
+    };
+    for (const auto& c : table) {
+        SCOPED_TRACE(c.late);
+        Restart();
+        const int told = rig.graph->Count(EC_QUALITY_CHANGE);
+        rig.source.Forget();
+        for (int i = 0; i < 20; ++i) {
+            Sample sample = rig.Frame();
+            sample.start = i * kFrame;
+            sample.stop = c.stopTimes ? std::optional(*sample.start + kFrame) : std::nullopt;
+            EXPECT_EQ(rig.Push(sample), S_OK) << "a dropped frame is no error";
+            if (i == 0 || c.everyTime) {
+                EXPECT_EQ(rig.Notify({Flood, 1000, c.late, 0}), E_FAIL) << "left to the renderer";
+            }
+            if (i == 0 && c.restarted) {
+                rig.filter->Stop();
+                rig.filter->Pause();
+            }
+        }
+        EXPECT_FALSE(rig.source.WasAskedFor(IID_IQualityControl)) << "nothing goes upstream";
+        EXPECT_EQ(rig.sink.Count() < 20, c.drops);
+        EXPECT_GT(rig.sink.Count(), 10u);
+        EXPECT_EQ(rig.graph->Count(EC_QUALITY_CHANGE) - told, c.drops ? 1 : 0);
+    }
+}
+
+TEST_P(Streaming, DownstreamMayCallBackIntoTheFilter) {
+    Restart().granted = ALLOCATOR_PROPERTIES{3, row().BufferBytes(), 1, 0};
+    Restart();
+    EXPECT_EQ(PushAndCallBack([&] {
+                  EXPECT_EQ(rig.State(), State_Paused);
+                  EXPECT_EQ(OfferedTypes(rig.output).size(), 2 * row().Outputs().size());
+                  const MediaType type = row().InputType();
+                  EXPECT_EQ(rig.input->QueryAccept(&type), S_OK);
+                  EXPECT_EQ(rig.output->Disconnect(), VFW_E_NOT_STOPPED);
+                  EXPECT_EQ(rig.input->Disconnect(), VFW_E_NOT_STOPPED);
+                  EXPECT_TRUE(FAILED(rig.ConnectOutput()));
+                  EXPECT_EQ(rig.input->NewSegment(0, 100, 1.0), S_OK);
+                  EXPECT_EQ(rig.input->EndOfStream(), S_OK);
+                  std::thread([&] { rig.Notify({Flood, 500, kFrame, 0}); }).join();
+                  EXPECT_EQ(rig.Push(), S_OK) << "a frame inside a frame";
+              }),
+              S_OK);
+    EXPECT_EQ(rig.sink.Count(), 2u);
+    EXPECT_EQ(rig.sink.Last().bytes, rig.sink.Samples().front().bytes);
+    PushAndCallBack([&] {
+        EXPECT_EQ(rig.input->BeginFlush(), S_OK);
+        EXPECT_EQ(rig.input->EndFlush(), S_OK);
+    });
+    Through(rig.Frame());
+    PushAndCallBack([&] {
+        EXPECT_EQ(rig.filter->Run(0), S_OK);
+        EXPECT_EQ(rig.filter->Stop(), S_OK);
+    });
+    EXPECT_EQ(rig.Push(), VFW_E_WRONG_STATE);
+    ASSERT_EQ(rig.filter->Pause(), S_OK);
+    Through(rig.Frame());
+}
+
+TEST_P(Streaming, StopAndFlushLetAWaitingUpstreamThreadGo) {
+    rig.Start();
+    // The one buffer of the pool is held here, so Receive must wait for it.
+    ComPtr<IMediaSample> held;
+    ASSERT_EQ(rig.sink.allocator->GetBuffer(&held, nullptr, nullptr, 0), S_OK);
+    HRESULT pushed = S_OK;
+    MustFinish("Stop while Receive waits for a buffer", [&] {
+        std::thread upstream([&] { pushed = rig.Push(); });
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        rig.filter->Stop();
+        upstream.join();
+    });
+    EXPECT_NE(pushed, S_OK);
+    EXPECT_EQ(rig.sink.Count(), 0u);
+    held.Reset();
+    rig.filter->Pause();
+    // Downstream lets its waiting thread go when it is told to flush.
+    rig.sink.onReceive = [&](IMediaSample*) {
+        while (rig.sink.Seen().beginFlush == 0) {
+            std::this_thread::yield();
+        }
+        return S_FALSE;
+    };
+    MustFinish("BeginFlush while Receive waits downstream", [&] {
+        std::thread upstream([&] { pushed = rig.Push(); });
+        while (rig.sink.Count() == 0) {
+            std::this_thread::yield();
+        }
+        EXPECT_EQ(rig.input->BeginFlush(), S_OK);
+        upstream.join();
+        EXPECT_EQ(rig.input->EndFlush(), S_OK);
+    });
+    EXPECT_EQ(pushed, S_FALSE);
+}
+
+TEST_P(Streaming, ARefusedTypeOnAnInputSampleAbortsTheStreamUntilAStopOrAFlush) {
+    rig.Start();
+    int errors = 0;
+    for (const Lies& lies : {Lies{}, kNoSample2}) {
+        Sample sample = rig.Frame();
+        sample.type = row().InputType();
+        Through(sample, lies);  // its own type is fine, and is not passed on
+        sample.type->Header().biCompression = 0x12345678;
+        rig.sink.Forget();
+        EXPECT_EQ(rig.Push(sample, lies), VFW_E_INVALIDMEDIATYPE);
+        EXPECT_EQ(ConnectionType(rig.input), row().InputType());
+        ASSERT_EQ(rig.graph->Count(EC_ERRORABORT), ++errors);
+        EXPECT_EQ(rig.graph->Seen().back().parameter, VFW_E_TYPE_NOT_ACCEPTED);
+        EXPECT_EQ(rig.sink.Seen().endOfStream, 0);
+        EXPECT_EQ(rig.Push(), VFW_E_RUNTIME_ERROR);
+        EXPECT_EQ(rig.sink.Count(), 0u);
+        if (errors == 1) {
+            rig.filter->Stop();
+            rig.filter->Pause();
+        } else {
+            rig.input->BeginFlush();
+            rig.input->EndFlush();
+        }
+        Through(rig.Frame());
+    }
+}
+
+TEST_P(Decoding, ATypeOnDownstreamsBufferChangesTheOutputFromThatFrameOn) {
+    HostileAllocator& buffers = rig.OwnAllocator();
+    buffers.granted =
+        ALLOCATOR_PROPERTIES{1, 4 * (rig.stream.width + 64) * rig.stream.height, 1, 0};
+    rig.Start();
+    const LONG width = rig.stream.width;
+    for (std::size_t i = 0; i < row().Outputs().size(); ++i) {
+        for (const LONG wider : {0, 32}) {
+            MediaType type = row().OutputType(i);
+            type.Header().biWidth = width + wider;
+            ASSERT_EQ(rig.output->QueryAccept(&type), S_OK) << "is offered while streaming";
+            buffers.nextType = type;
+            Sample delta = rig.Frame();
+            delta.syncPoint = false;
+            rig.sink.Forget();
+            EXPECT_EQ(rig.Push(delta), S_OK);
+            EXPECT_EQ(rig.sink.Count(), 0u)
+                << "after a new output type frames wait for a key frame";
+            EXPECT_EQ(ConnectionType(rig.output), type);
+            buffers.nextType = type;
+            EXPECT_EQ(Through(rig.Frame()).type, type) << "it travels with the first frame of it";
+            EXPECT_FALSE(buffers.typeHandedBack);
+            const Sample next = Through(rig.Frame());
+            EXPECT_FALSE(next.type);
+            const auto pixel = static_cast<std::size_t>(type.Header().biBitCount / 8);
+            const std::size_t stride = pixel * static_cast<std::size_t>(width + wider);
+            const auto bytes = buffers.Buffer();
+            const auto size = static_cast<std::size_t>(PictureBytes(type.Header()));
+            EXPECT_EQ(next.bytes.size(), size) << "the picture's, not the buffer's";
+            for (std::size_t at = 0; at < bytes.size(); ++at) {
+                const bool written =
+                    at < size && at % stride < pixel * static_cast<std::size_t>(width);
+                ASSERT_EQ(bytes[at] != HostileAllocator::kUnwritten, written) << at;
+            }
+        }
+    }
+}
+
+TEST_P(Decoding, AnUnusableTypeOnDownstreamsBufferFailsTheFrame) {
+    const Sample frame = rig.Frame();
+    HostileAllocator& buffers = Restart();
+    const auto change = [&](void (*apply)(MediaType&)) {
+        MediaType type = row().OutputType();
+        apply(type);
+        buffers.nextType = type;
+        EXPECT_EQ(rig.Push(), E_FAIL);
+        EXPECT_TRUE(buffers.IsUntouched());
+        EXPECT_TRUE(buffers.MarginsAreUntouched());
+    };
+    change([](MediaType& t) { t.ResizeFormat(0); });
+    change([](MediaType& t) { t.formattype = GUID_NULL; });
+    change([](MediaType& t) { t.subtype = MEDIASUBTYPE_RGB565; });
+    change([](MediaType& t) { t.subtype = MEDIASUBTYPE_RGB24; });
+    change([](MediaType& t) { t.Header().biWidth += 2; });
+    change([](MediaType& t) { t.Header().biWidth = 100000; });
+    change([](MediaType& t) { t.Header().biWidth = 0x7FFFFFFE; });
+    EXPECT_EQ(rig.sink.Count(), 0u);
+    buffers.nextType = row().OutputType();
+    Through(frame);
+}
+
+class Narrower : public Streaming {};
+NYX_FOR_ROWS(Narrower, Rows({"Q210Decoder"}));
+
+TEST_P(Narrower, ATypeOnAnInputSampleChangesTheInputBeforeTheFrame) {
+    rig.Start();
+    const MediaType narrower = row().InputType(row().other);
+    ASSERT_EQ(rig.input->QueryAccept(&narrower), S_OK) << "is offered while streaming";
+    Sample narrow{row().Frame(row().other)};
+    EXPECT_EQ(rig.Push(narrow), E_FAIL) << "too short for the old type";
+    for (const Lies& lies : {Lies{}, kNoSample2}) {
+        narrow.type = narrower;
+        EXPECT_FALSE(Through(narrow, lies).type) << "the output type is not affected";
+        EXPECT_EQ(ConnectionType(rig.input), narrower);
+        narrow.type.reset();
+        Through(narrow);
+        Sample wide = rig.Frame();
+        wide.type = row().InputType();
+        Through(wide, lies);
+    }
+    // Nobody who asks for types meanwhile sees one that is just going.
+    std::atomic<bool> go{true};
+    std::thread asking([&] {
+        while (go) {
+            for (const MediaType& type : OfferedTypes(rig.output)) {
+                const LONG width = type.Header().biWidth;
+                EXPECT_TRUE(width == rig.stream.width || width == row().other.width) << width;
+                EXPECT_EQ(type.Header().biHeight, rig.stream.height);
+            }
+            OfferedTypes(rig.input);
+            ConnectionType(rig.input);
+        }
+    });
+    const auto samples = {
+        MakeSample({rig.Frame().bytes, {}, {}, {}, true, false, false, 0, row().InputType()}),
+        MakeSample({narrow.bytes, {}, {}, {}, true, false, false, 0, narrower})};
+    rig.sink.keepsSamples = false;
+    For(std::chrono::milliseconds(500), [&] {
+        for (const auto& sample : samples) {
+            EXPECT_EQ(rig.transport->Receive(sample.Get()), S_OK);
+        }
+    });
+    go = false;
+    asking.join();
+}
+
+// dvdmedia.h of the platform: AM_VIDEO_FLAG_FIELD1FIRST and AM_VIDEO_FLAG_WEAVE.
+constexpr DWORD kField1First = 4;
+constexpr DWORD kWeave = 2;
+
+class FrameParameters : public Streaming {
+  protected:
+    void Start(std::size_t position, HRESULT dynamic = S_OK) {
+        rig.sink.onDynamicType = [this, dynamic](const MediaType& type) {
+            ++queries;
+            EXPECT_EQ(ConnectionType(rig.output), type) << "downstream may ask while it is asked";
+            return dynamic;
+        };
+        ASSERT_EQ(rig.ConnectInput(), S_OK);
+        ASSERT_EQ(rig.ConnectOutput(OfferedTypes(rig.output).at(position)), S_OK);
+        ASSERT_EQ(rig.filter->Pause(), S_OK);
+    }
+    /// A frame with chunks: the pixel aspect, and the field code, which is 0 for top first, 1 for
+    /// bottom first, 2 for progressive.
+    Sample Frame(LONG pixelX, LONG pixelY, DWORD fieldCode, DWORD flags = 0) {
+        Sample sample = rig.Frame();
+        sample.bytes = InfoChunk(0, 0, pixelX, pixelY, Chunk("FIEL", {fieldCode})) + sample.bytes;
+        sample.typeFlags = flags;
+        return sample;
+    }
+    /// The three values that follow the frames.
+    static std::vector<DWORD> Shown(MediaType type) {
+        return {type.Info2().dwInterlaceFlags, type.Info2().dwPictAspectRatioX,
+                type.Info2().dwPictAspectRatioY};
+    }
+    std::vector<DWORD> Expected(DWORD interlaced, LONG pixelX, LONG pixelY) const {
+        const LONGLONG x = LONGLONG{rig.stream.width} * pixelX;
+        const LONGLONG y = LONGLONG{rig.stream.height} * pixelY;
+        const LONGLONG divisor = std::max(std::gcd(x, y), LONGLONG{1});
+        return {interlaced, static_cast<DWORD>(x / divisor), static_cast<DWORD>(y / divisor)};
+    }
+    int queries = 0;
+};
+NYX_FOR_ROWS(FrameParameters, TwoDecoders());
+
+TEST_P(FrameParameters, FollowTheChunksOfTheFrames) {
+    const struct {
+        LONG x, y;
+        DWORD code, upstream;  // flags that upstream set
+        DWORD interlaced;
+    } table[] = {
+        {4, 3, 0, kWeave, 0xA5},
+        {4, 3, 0, 0, 0xA5},
+        {4, 3, 1, kField1First, 0xA1},
+        {1, 1, 2, kField1First, 0},
+        {1, 1, 3, kField1First, 0},
+        {0, 0, 2, 0, 0},
+        {5, 0, 2, 0, 0},
+        {0, 7, 0, 0, 0xA5},
+        {-1, -1, 2, 0, 0},
+        {-4, 3, 2, 0, 0},
+        {0x7FFFFFF, -3, 2, 0, 0},
+    };
+    Start(0);
+    MediaType before = ConnectionType(rig.output);
+    for (const auto& c : table) {
+        SCOPED_TRACE(testing::Message() << c.x << ":" << c.y << " " << c.code);
+        const bool changes = Shown(before) != Expected(c.interlaced, c.x, c.y);
+        const int asked = queries;
+        const Sample arrived = Through(Frame(c.x, c.y, c.code, c.upstream));
+        EXPECT_EQ(arrived.typeFlags, (c.code == 0 ? kField1First : 0u) | (c.upstream & kWeave));
+        const MediaType after = ConnectionType(rig.output);
+        EXPECT_EQ(Shown(after), Expected(c.interlaced, c.x, c.y));
+        EXPECT_EQ(queries - asked, changes ? 1 : 0);
+        EXPECT_EQ(arrived.type, changes ? std::optional(after) : std::nullopt);
+        MediaType rest = after;
+        std::memcpy(&rest.Info2().dwInterlaceFlags, &before.Info2().dwInterlaceFlags, 4);
+        std::memcpy(&rest.Info2().dwPictAspectRatioX, &before.Info2().dwPictAspectRatioX, 8);
+        EXPECT_EQ(rest, before) << "only the three values change";
+        before = after;
+    }
+}
+
+TEST_P(FrameParameters, AChangeOnAFrameThatIsNotDeliveredIsAnnouncedWithTheNext) {
+    Start(0);
+    Through(Frame(4, 3, 0));
+    rig.sink.Forget();
+    Sample lost = Frame(5, 3, 1);
+    lost.bytes.resize(lost.bytes.size() - rig.Frame().bytes.size() / 2);
+    EXPECT_EQ(rig.Push(lost), E_FAIL);
+    EXPECT_EQ(rig.sink.Count(), 0u);
+    const Sample next = Through(Frame(5, 3, 1));
+    ASSERT_TRUE(next.type);
+    EXPECT_EQ(Shown(*next.type), Expected(0xA1, 5, 3));
+    EXPECT_FALSE(Through(Frame(5, 3, 1)).type);
+}
+
+TEST_P(FrameParameters, APeerThatTakesNoTypeDynamicallyStillLeavesItUpdated) {
+    for (const HRESULT refusal : {HRESULT{VFW_E_TYPE_NOT_ACCEPTED}, HRESULT{S_FALSE}}) {
+        Start(0, refusal);
+        queries = 0;
+        EXPECT_FALSE(Through(Frame(4, 3, 0)).type);
+        EXPECT_FALSE(Through(Frame(4, 3, 0)).type);
+        EXPECT_EQ(queries, 1) << "it is asked once";
+        EXPECT_EQ(Shown(ConnectionType(rig.output)), Expected(0xA5, 4, 3));
+        rig.filter->Stop();
+        rig.Disconnect();
+    }
+    rig.OwnAllocator().lies = kNoSample2;
+    Start(0);
+    rig.sink.onDynamicType = nullptr;  // a peer without dynamic connections
+    EXPECT_FALSE(Through(Frame(4, 3, 0)).type);
+    EXPECT_EQ(Shown(ConnectionType(rig.output)), Expected(0xA5, 4, 3));
+    rig.filter->Stop();
+    rig.Disconnect();
+    queries = 0;
+    Start(row().Outputs().size());
+    const MediaType shortForm = ConnectionType(rig.output);
+    EXPECT_FALSE(Through(Frame(4, 3, 0)).type);
+    EXPECT_EQ(ConnectionType(rig.output), shortForm) << "the short form is never updated";
+    EXPECT_EQ(queries, 0);
+}
+
+TEST_P(FrameParameters, AContainerThatClaimsMoreThanTheSampleHoldsIsSurvived) {
+    Start(0);
+    const Sample whole = Frame(4, 3, 0);
+    const std::size_t container = whole.bytes.size() - rig.Frame().bytes.size();
+    const auto size = static_cast<DWORD>(whole.bytes.size());
+    for (const DWORD claim :
+         {DWORD{0x7FFFFFFF}, DWORD{0xFFFFFFFF}, DWORD{0xFFFFFFF8}, size - 8, size}) {
+        Sample sample = whole;
+        std::memcpy(&sample.bytes[4], &claim, sizeof(claim));
+        EXPECT_EQ(rig.Push(sample), E_FAIL) << claim;
+    }
+    for (std::size_t length = 0; length < container + 4; ++length) {
+        Sample sample = whole;
+        sample.bytes.resize(length);
+        EXPECT_EQ(rig.Push(sample), E_FAIL) << length;
+    }
+}
+
+using Engines = ComTest;
+
+TEST_F(Engines, AFaultCostsItsOwnFrameOnlyAndLeavesNothingBehind) {
+    Rig rig(Row("ZetaDecoder"));
+    HostileAllocator& buffers = rig.OwnAllocator();
+    rig.Start();
+    ASSERT_EQ(rig.Push(), S_OK);
+    const auto sound = rig.sink.Last().bytes;
+    rig.sink.keepsSamples = false;
+    const auto frame = MakeSample(rig.Frame());
+    for (const char* fault : {"decode:access/3", "decode:divide/3", "decode:throw/3"}) {
+        const Misbehaviour misbehaviour(fault);
+        ExpectNoLeak(20, [&] {
+            int failed = 0;
+            for (int i = 0; i < 3; ++i) {
+                const HRESULT result = rig.transport->Receive(frame.Get());
+                failed += result == E_FAIL ? 1 : 0;
+                EXPECT_TRUE(result == E_FAIL ? buffers.IsUntouched() : result == S_OK);
+            }
+            EXPECT_EQ(failed, 1) << fault;
+        });
+    }
+    rig.sink.keepsSamples = true;
+    ASSERT_EQ(rig.Push(), S_OK);
+    EXPECT_EQ(rig.sink.Last().bytes, sound);
+}
+
+TEST_P(Streaming, LongRunsLoseNoMemory) {
+    rig.sink.keepsSamples = false;
+    MediaType refused = row().InputType();
+    refused.Header().biCompression = 0x12345678;
+    Sample typed = rig.Frame();
+    typed.type = row().InputType();
+    HostileAllocator& buffers = rig.OwnAllocator();
+    const auto keepsTheEngine = Module().Create(row().clsid);
+    ExpectNoLeak(100, [&] {
+        auto filter = Module().Create(row().clsid);
+        ComPtr<IPin> pin;
+        ASSERT_EQ(filter->FindPin(L"Out", &pin), S_OK);
+        As<IMediaSeeking>(pin);
+        LPWSTR id = nullptr;
+        pin->QueryId(&id);
+        CoTaskMemFree(id);
+        pin.Reset();
+        ASSERT_EQ(filter.Reset(), 0u);
+        ASSERT_NE(rig.ConnectInput(refused), S_OK);
+        ASSERT_EQ(rig.ConnectInput(), S_OK);
+        rig.sink.accept = [](const MediaType&) { return S_FALSE; };
+        ASSERT_NE(rig.ConnectOutput(), S_OK);
+        rig.sink.accept = [](const MediaType&) { return S_OK; };
+        ASSERT_EQ(rig.ConnectOutput(), S_OK);
+        ASSERT_EQ(rig.filter->Pause(), S_OK);
+        buffers.nextType = ConnectionType(rig.output);
+        ASSERT_EQ(rig.Push(typed), S_OK);
+        ASSERT_EQ(rig.filter->Stop(), S_OK);
+        rig.Disconnect();
+    });
+}
+
+/// The Q210 decoder's pictures of one colour.
+class Q210Pictures : public ComTest {
+  protected:
+    static std::vector<BYTE> Decode(const Stream& stream, const Bytes& frame, MediaType type) {
+        Rig rig(Row("Q210Decoder"), stream);
+        rig.OwnAllocator();
+        EXPECT_EQ(rig.ConnectInput(), S_OK);
+        EXPECT_EQ(rig.ConnectOutput(type), S_OK);
+        EXPECT_EQ(rig.filter->Pause(), S_OK);
+        EXPECT_EQ(rig.Push({frame}), S_OK);
+        return rig.sink.Last().bytes;
+    }
+};
+
+TEST_F(Q210Pictures, FlatColoursComeOutExactByBt601OrBt709) {
+    const Stream small = {96, 16};
+    const Stream large = {960, 720};
+    const struct {
+        const Stream& stream;
+        unsigned y, cb, cr;
+        BYTE red, green, blue;
+    } table[] = {
+        {small, 16, 128, 128, 0, 0, 0},        {small, 235, 128, 128, 255, 255, 255},
+        {small, 126, 128, 128, 128, 128, 128}, {small, 81, 90, 240, 254, 0, 0},
+        {small, 145, 54, 34, 0, 255, 1},       {small, 41, 240, 110, 0, 0, 255},
+        {large, 235, 128, 128, 255, 255, 255}, {large, 81, 90, 240, 255, 24, 0},
+        {large, 145, 54, 34, 0, 216, 0},
+    };
+    for (const auto& c : table) {
+        const auto frame =
+            FlatQ210Frame(c.stream.width, c.stream.height, {4 * c.y, 4 * c.cb, 4 * c.cr});
+        for (const std::size_t format : {1u, 2u}) {
+            const auto bytes =
+                Decode(c.stream, frame, Row("Q210Decoder").OutputType(format, c.stream));
+            const BYTE pixel[] = {c.blue, c.green, c.red, 255};
+            ASSERT_EQ(bytes.size(),
+                      (format + 2) * static_cast<std::size_t>(c.stream.width * c.stream.height));
+            std::size_t at = 0;
+            EXPECT_TRUE(std::all_of(bytes.begin(), bytes.end(),
+                                    [&](BYTE byte) { return byte == pixel[at++ % (format + 2)]; }))
+                << c.y << " " << c.cb;
+        }
+    }
+}
+
+TEST_F(Q210Pictures, RgbOfPositiveHeightAloneIsBottomUp) {
+    const Stream stream = {96, 16};
+    const auto frame = Q210Frame(96, 16, [](LONG, LONG y) {
+        return TenBitPixel{y == 0 ? 940u : 64u, 512, 512};
+    });
+    for (const std::size_t format : {0u, 1u, 2u}) {
+        for (const LONG height : {16, -16}) {
+            MediaType type = Row("Q210Decoder").OutputType(format, stream);
+            type.Header().biHeight = height;
+            const auto bytes = Decode(stream, frame, type);
+            const std::size_t last = bytes.size() / 16 * 15;
+            const bool bottomUp = format != 0 && height > 0;
+            EXPECT_GE(bytes.at(bottomUp ? last : 0), 235) << format << " " << height;
+            EXPECT_LE(bytes.at(bottomUp ? 0 : last), 16) << format << " " << height;
+        }
+    }
+}
+
+/// Memory whose first access on each page tells whether it was a read.
+const BYTE* watched = nullptr;
+int reads = 0;
+LONG CALLBACK NoteAccess(EXCEPTION_POINTERS* fault) {
+    const ULONG_PTR* access = fault->ExceptionRecord->ExceptionInformation;
+    DWORD old = 0;
+    if (fault->ExceptionRecord->ExceptionCode != DWORD{STATUS_ACCESS_VIOLATION} ||
+        access[1] - reinterpret_cast<ULONG_PTR>(watched) >= 1 << 16) {
+        return EXCEPTION_CONTINUE_SEARCH;
+    }
+    reads += access[0] == 0 ? 1 : 0;
+    VirtualProtect(reinterpret_cast<void*>(access[1]), 1, PAGE_READWRITE, &old);
+    return EXCEPTION_CONTINUE_EXECUTION;
+}
+
+TEST(WriteCombinedOutput, GetsTheSamePictureAndIsNotRead) {
+    CTenBitCodec codec;
+    for (const LONG width : {48, 60}) {
+        const GuardedMemory memory(1 << 16, 0xA5);
+        std::vector<BYTE> direct(1 << 16, 0xA5);
+        std::vector<BYTE> frame = FlatQ210Frame(48, 64, {502, 512, 512});
+        BITMAPINFOHEADER input = MakeHeader(FourCC("Q210"), 20, 48, 64, frame.size());
+        const BITMAPINFOHEADER output = MakeHeader(BI_RGB, 32, width, 64);
+        const auto decode = [&](BYTE* picture, bool writeCombined) {
+            return DecodePicture(codec,
+                                 {&input, frame.data(), &output, false, picture,
+                                  static_cast<std::size_t>(4 * width * 64), false},
+                                 writeCombined);
+        };
+        ASSERT_EQ(decode(direct.data(), false), S_OK);
+        watched = memory.data();
+        reads = 0;
+        DWORD old = 0;
+        VirtualProtect(memory.data(), 1 << 16, PAGE_NOACCESS, &old);
+        void* const handler = AddVectoredExceptionHandler(1, NoteAccess);
+        EXPECT_EQ(decode(memory.data(), true), S_OK);
+        RemoveVectoredExceptionHandler(handler);
+        VirtualProtect(memory.data(), 1 << 16, PAGE_READWRITE, &old);
+        EXPECT_EQ(reads, 0) << width;
+        EXPECT_TRUE(std::equal(direct.begin(), direct.end(), memory.data())) << width;
+        input.biSizeImage -= 1;
+        std::vector<BYTE> untouched(1 << 16, 0xA5);
+        EXPECT_EQ(decode(untouched.data(), true), E_FAIL);
+        EXPECT_EQ(untouched, std::vector<BYTE>(1 << 16, 0xA5));
+    }
+}
+
 }  // namespace
 }  // namespace nyx::test

@@ -80,15 +80,19 @@ const std::vector<CatalogueRow>& Catalogue() {
     return rows;
 }
 
+const CatalogueRow& Row(const std::string& name) {
+    for (const CatalogueRow& row : Catalogue()) {
+        if (row.name == name) {
+            return row;
+        }
+    }
+    throw std::logic_error("no such filter: " + name);
+}
+
 std::vector<CatalogueRow> Rows(const std::vector<std::string>& names) {
     std::vector<CatalogueRow> rows;
     for (const std::string& name : names) {
-        const auto found = std::find_if(Catalogue().begin(), Catalogue().end(),
-                                        [&](const CatalogueRow& row) { return row.name == name; });
-        if (found == Catalogue().end()) {
-            throw std::logic_error("no such filter: " + name);
-        }
-        rows.push_back(*found);
+        rows.push_back(Row(name));
     }
     return rows;
 }

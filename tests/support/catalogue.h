@@ -47,11 +47,9 @@ extern const wchar_t* const kPropertyPageTitle;
 
 /// All nine filters, in the module's order, and the Zeta decoder once more with alpha.
 const std::vector<CatalogueRow>& Catalogue();
-/// Those of these names; throws std::logic_error when there is no such.
+/// The one of that name; throws std::logic_error when there is none.
+const CatalogueRow& Row(const std::string& name);
 std::vector<CatalogueRow> Rows(const std::vector<std::string>& names);
-inline CatalogueRow Row(const std::string& name) {
-    return Rows({name}).front();
-}
 /// One filter without an engine, one with, one that encodes: what is true of these in the words of
 /// the base classes and the templates is true of all.
 inline std::vector<CatalogueRow> ThreeKinds() {

@@ -36,6 +36,7 @@ class HostileSample : public Object<IMediaSample2> {
           length_(size),
           memory_(memory),
           typeHandedBack_(typeHandedBack) {}
+    ~HostileSample() override { real_->SetMediaType(nullptr); }
 
     STDMETHODIMP GetPointer(BYTE** data) override {
         *data = lies_.nullPointer ? nullptr : data_;
@@ -56,16 +57,19 @@ class HostileSample : public Object<IMediaSample2> {
         return S_OK;
     }
     STDMETHODIMP SetProperties(DWORD size, const BYTE* properties) override {
-        const AM_SAMPLE2_PROPERTIES before = Record();
-        AM_SAMPLE2_PROPERTIES record = before;
+        AM_SAMPLE2_PROPERTIES record = Record();
+        const AM_MEDIA_TYPE* const own = record.pMediaType;
         std::memcpy(&record, properties, std::min<std::size_t>(size, sizeof(record)));
         SetActualDataLength(record.lActual);
-        if (typeHandedBack_ && record.pMediaType && record.pMediaType == before.pMediaType) {
+        if (typeHandedBack_ && own && size == sizeof(record) && record.pMediaType == own) {
             *typeHandedBack_ = true;
         }
-        record.pbBuffer = before.pbBuffer;
-        record.cbBuffer = record.lActual = before.cbBuffer;
-        return As<IMediaSample2>(real_)->SetProperties(sizeof(record),
+        if (record.dwSampleFlags & AM_SAMPLE_TYPECHANGED && record.pMediaType) {
+            MediaType type(*record.pMediaType);
+            real_->SetMediaType(&type);
+        }
+        // Up to the type: the runtime's samples would keep the caller's pointer to it.
+        return As<IMediaSample2>(real_)->SetProperties(offsetof(AM_SAMPLE2_PROPERTIES, pMediaType),
                                                        reinterpret_cast<BYTE*>(&record));
     }
 

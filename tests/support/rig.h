@@ -256,6 +256,12 @@ class ComTest : public ::testing::Test {
 /// The same, once for every row that the suite is instantiated with.
 class RowTest : public ComTest, public ::testing::WithParamInterface<CatalogueRow> {
   protected:
+    /// Keeps the engine for the rest of the program: loading it takes most of a test's time.
+    RowTest() {
+        if (row().engine) {
+            LoadLibraryW(row().engine);
+        }
+    }
     const CatalogueRow& row() const { return GetParam(); }
 };
 

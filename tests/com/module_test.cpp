@@ -1,0 +1,441 @@
+/// The module as a file, as a COM server and as an entry of the registry.
+
+#include <algorithm>
+#include <cctype>
+#include <fstream>
+#include <set>
+#include <sstream>
+
+#include "platform/fourcc.h"
+#include "tests/support/leaks.h"
+#include "tests/support/rig.h"
+#include "tests/support/settings.h"
+#include "tests/support/watchdog.h"
+
+namespace nyx::test {
+namespace {
+
+template <class T>
+const T* At(DWORD address) {
+    return reinterpret_cast<const T*>(reinterpret_cast<const BYTE*>(Module().handle) + address);
+}
+const IMAGE_NT_HEADERS32& Headers() {
+    return *At<IMAGE_NT_HEADERS32>(static_cast<DWORD>(At<IMAGE_DOS_HEADER>(0)->e_lfanew));
+}
+DWORD Directory(int which) {
+    return Headers().OptionalHeader.DataDirectory[which].VirtualAddress;
+}
+std::string Lower(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](char c) { return static_cast<char>(std::tolower(c)); });
+    return text;
+}
+
+TEST(DllFile, ExportsTheComEntriesAloneAndImportsSystemLibrariesAlone) {
+    const auto* exports = At<IMAGE_EXPORT_DIRECTORY>(Directory(IMAGE_DIRECTORY_ENTRY_EXPORT));
+    std::set<std::string> names;
+    for (DWORD i = 0; i < exports->NumberOfNames; ++i) {
+        names.insert(At<char>(At<DWORD>(exports->AddressOfNames)[i]));
+    }
+    names.erase("DllMain");  // the entry point, which may be exported as well
+    EXPECT_EQ(names, (std::set<std::string>{"DllCanUnloadNow", "DllGetClassObject",
+                                            "DllRegisterServer", "DllUnregisterServer"}));
+    const std::set<std::string> system = {
+        "advapi32.dll", "comctl32.dll", "gdi32.dll",  "kernel32.dll", "msvcrt.dll", "ole32.dll",
+        "oleaut32.dll", "psapi.dll",    "user32.dll", "version.dll",  "winmm.dll"};
+    const auto* import = At<IMAGE_IMPORT_DESCRIPTOR>(Directory(IMAGE_DIRECTORY_ENTRY_IMPORT));
+    ASSERT_TRUE(import->Name);
+    for (; import->Name; ++import) {
+        EXPECT_EQ(system.count(Lower(At<char>(import->Name))), 1u) << At<char>(import->Name);
+    }
+}
+
+TEST(DllFile, MayBeLoadedAnywhereAndIsHardened) {
+    const WORD flags = Headers().OptionalHeader.DllCharacteristics;
+    EXPECT_NE(flags & IMAGE_DLLCHARACTERISTICS_DYNAMIC_BASE, 0);
+    EXPECT_NE(flags & IMAGE_DLLCHARACTERISTICS_NX_COMPAT, 0);
+    EXPECT_EQ(Headers().FileHeader.Characteristics & IMAGE_FILE_RELOCS_STRIPPED, 0);
+    EXPECT_NE(Directory(IMAGE_DIRECTORY_ENTRY_BASERELOC), 0u);
+    const IMAGE_SECTION_HEADER* section = IMAGE_FIRST_SECTION(&Headers());
+    for (WORD i = 0; i < Headers().FileHeader.NumberOfSections; ++i, ++section) {
+        constexpr DWORD kBoth = IMAGE_SCN_MEM_WRITE | IMAGE_SCN_MEM_EXECUTE;
+        EXPECT_NE(section->Characteristics & kBoth, kBoth) << i;
+    }
+    const std::string words = "*** stack smashing detected ***";  // the protector's last ones
+    const char* const end = At<char>(Headers().OptionalHeader.SizeOfImage);
+    EXPECT_NE(std::search(At<char>(0), end, words.begin(), words.end()), end);
+}
+
+using Server = ComTest;
+
+TEST_F(Server, LoadsAndUnloadsAgainAndKeepsNothing) {
+    // As in any DirectShow host, which has it of the graph manager; Wine's loses handles when
+    // freed.
+    ASSERT_TRUE(LoadLibraryW(L"winmm.dll"));
+    const TemporaryFolder folder(L"copy");
+    const std::wstring path = folder.PathOf(L"copied.dll");
+    ASSERT_TRUE(CopyFileW(ModulePath().c_str(), path.c_str(), TRUE));
+    const auto firstFreeSlot = [] {
+        const DWORD slot = TlsAlloc();
+        TlsFree(slot);
+        return slot;
+    };
+    DWORD slot = 0;
+    std::size_t handles = 0;
+    for (int i = 0; i < 12; ++i) {
+        if (i == 4) {  // past what the system makes once and keeps
+            slot = firstFreeSlot();
+            handles = held::Handles();
+        }
+        const LoadedModule module(path);
+        for (const CatalogueRow& row : Catalogue()) {
+            ASSERT_TRUE(module.Create(row.clsid)) << row.name;
+        }
+        ASSERT_EQ(module.CanUnloadNow(), S_OK) << i;
+    }
+    EXPECT_EQ(GetModuleHandleW(L"copied.dll"), nullptr);
+    EXPECT_EQ(firstFreeSlot(), slot);
+    EXPECT_NE(handles, 0u);
+    EXPECT_LE(held::Handles(), handles);
+}
+
+TEST_F(Server, ServesItsClassesWithoutTheirEnginesButMakesOnlyWhatNeedsNone) {
+    const EngineSearch none(L"none");
+    for (const CatalogueRow& row : Catalogue()) {
+        void* made = &made;
+        EXPECT_EQ(Module().Create(row.clsid, nullptr, IID_IUnknown, &made),
+                  row.engine ? E_OUTOFMEMORY : S_OK);
+        ASSERT_EQ(made == nullptr, row.engine != nullptr) << row.name;
+        Adopt(static_cast<IUnknown*>(made));
+    }
+    EXPECT_TRUE(Module().Create<IUnknown>(kPropertyPage));
+}
+
+TEST_F(Server, FiltersMadeOnSeveralThreadsAtOnceAreNeverRefused) {
+    std::atomic<int> refused{0};
+    std::vector<std::thread> threads;
+    for (std::size_t thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([&, thread] {
+            std::size_t next = thread;
+            For(std::chrono::milliseconds(1500), [&] {
+                refused += Module().Create(Catalogue()[next++ % Catalogue().size()].clsid) ? 0 : 1;
+            });
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(refused, 0);
+}
+
+TEST_F(Server, KnowsItsFactoriesInterfacesAndItsOwnClassesOnly) {
+    const CLSID clsid = Row("Q210Decoder").clsid;
+    ComPtr<IUnknown> object;
+    EXPECT_EQ(Module().GetClassObject(clsid, IID_IUnknown, &object), S_OK);
+    EXPECT_EQ(Module().GetClassObject(clsid, IID_IBaseFilter, &object), E_NOINTERFACE);
+    EXPECT_FALSE(object);
+    EXPECT_EQ(Module().GetClassObject(clsid, IID_IClassFactory, nullptr), E_POINTER);
+    void* none = &none;
+    const CLSID unknown = {1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
+    EXPECT_EQ(Module().GetClassObject(unknown, IID_IClassFactory, &none),
+              CLASS_E_CLASSNOTAVAILABLE);
+    EXPECT_EQ(none, nullptr);
+    ComPtr<IClassFactory> factory;
+    ASSERT_EQ(Module().GetClassObject(clsid, IID_IClassFactory, &factory), S_OK);
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IBaseFilter, nullptr), E_POINTER);
+    EXPECT_EQ(factory->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IVideoWindow, &none), E_NOINTERFACE);
+    EXPECT_EQ(none, nullptr);
+}
+
+TEST_F(Server, IsKeptByObjectsFactoriesAndLocks) {
+    const CLSID clsid = Row("Q210Decoder").clsid;
+    EXPECT_EQ(Module().CanUnloadNow(), S_OK);
+    for (const BOOL lock : {TRUE, FALSE}) {
+        ComPtr<IClassFactory> factory;
+        ASSERT_EQ(Module().GetClassObject(clsid, IID_IClassFactory, &factory), S_OK);
+        EXPECT_EQ(factory->LockServer(lock), S_OK);
+        EXPECT_EQ(Module().CanUnloadNow(), S_FALSE) << "a factory is alive";
+        factory.Reset();
+        EXPECT_EQ(Module().CanUnloadNow(), lock ? S_FALSE : S_OK) << "the server is locked";
+    }
+    auto filter = Module().Create(clsid);
+    EXPECT_EQ(Module().CanUnloadNow(), S_FALSE) << "a filter is alive";
+    EXPECT_EQ(filter.Reset(), 0u);
+}
+
+constexpr IID kOutersOwn = {0x5D0E8B11, 0x0001, 0x4C10, {1, 2, 3, 4, 5, 6, 7, 8}};
+
+/// A host's object that makes a filter part of itself.
+class Outer : public Object<IUnknown> {
+  protected:
+    void* Find(REFIID iid) override { return iid == kOutersOwn ? this : nullptr; }
+};
+
+class Aggregation : public RowTest {};
+NYX_FOR_ROWS(Aggregation, ThreeKinds());
+
+TEST_P(Aggregation, TheInnerUnknownCountsByItselfAndAllElseIsTheOuters) {
+    const auto outer = Make<Outer>();
+    for (const IID& iid : {IID_IBaseFilter, IID_IPersist, IID_IMediaFilter}) {
+        void* result = &result;
+        EXPECT_EQ(Module().Create(row().clsid, outer.Get(), iid, &result), E_NOINTERFACE);
+        EXPECT_EQ(result, nullptr);
+    }
+    ComPtr<IUnknown> inner;
+    ASSERT_EQ(Module().Create(row().clsid, outer.Get(), IID_IUnknown, &inner), S_OK);
+    EXPECT_EQ(inner->AddRef(), 2u);
+    EXPECT_EQ(inner->Release(), 1u);
+    EXPECT_EQ(As<IUnknown>(inner).Get(), inner.Get());
+    EXPECT_EQ(outer->References(), 1u);
+
+    auto filter = As<IBaseFilter>(inner);
+    ASSERT_TRUE(filter);
+    EXPECT_EQ(outer->References(), 2u) << "the interface is counted by the outer object";
+    EXPECT_EQ(As<IUnknown>(filter).Get(), static_cast<IUnknown*>(outer.Get()));
+    ComPtr<IUnknown> own;
+    EXPECT_EQ(filter->QueryInterface(kOutersOwn, &own), S_OK);
+    EXPECT_EQ(filter->QueryInterface(IID_IBaseFilter, &own), E_NOINTERFACE) << "it decides";
+    EXPECT_EQ(inner->QueryInterface(kOutersOwn, &own), E_NOINTERFACE);
+    ComPtr<IPin> pin;
+    ASSERT_EQ(filter->FindPin(L"In", &pin), S_OK);
+    EXPECT_EQ(outer->References(), 3u) << "so is a pin";
+    pin.Reset();
+    filter.Reset();
+    EXPECT_EQ(outer->References(), 1u);
+    EXPECT_EQ(inner.Reset(), 0u);
+}
+
+/// The registry's entries for classes and filters, as "path=value".
+std::set<std::wstring> Classes(HKEY parent = HKEY_CLASSES_ROOT,
+                               const std::wstring& name = L"CLSID") {
+    std::set<std::wstring> entries = {name};
+    HKEY key = nullptr;
+    RegOpenKeyExW(parent, name.c_str(), 0, KEY_READ, &key);
+    wchar_t text[1024];
+    std::vector<wchar_t> data(1 << 16);
+    DWORD length = 1024;
+    DWORD size = 1 << 17;
+    for (DWORD i = 0; RegEnumValueW(key, i, text, &length, nullptr, nullptr,
+                                    reinterpret_cast<BYTE*>(data.data()), &size) == ERROR_SUCCESS;
+         ++i, length = 1024, size = 1 << 17) {
+        entries.insert(name + L":" + text + L"=" + std::wstring(data.data(), size / 2));
+    }
+    for (DWORD i = 0; RegEnumKeyW(key, i, text, 1024) == ERROR_SUCCESS; ++i) {
+        for (const std::wstring& entry : Classes(key, text)) {
+            entries.insert(name + L"\\" + entry);
+        }
+    }
+    RegCloseKey(key);
+    return entries;
+}
+
+std::wstring ClassValue(const CLSID& clsid, const wchar_t* key, const wchar_t* name) {
+    wchar_t id[40] = {};
+    wchar_t text[1024] = {};
+    DWORD size = sizeof(text);
+    StringFromGUID2(clsid, id, 40);
+    RegGetValueW(HKEY_CLASSES_ROOT, (std::wstring(L"CLSID\\") + id + key).c_str(), name,
+                 RRF_RT_REG_SZ, nullptr, text, &size);
+    return text;
+}
+
+/// A filter as the system knows it; without a name when it does not.
+struct Entered {
+    std::wstring name;
+    DWORD merit;
+    bool operator==(const Entered& o) const { return name == o.name && merit == o.merit; }
+};
+
+Entered Find(const ComPtr<IEnumMoniker>& monikers, REFCLSID wanted) {
+    ComPtr<IMoniker> moniker;
+    while (monikers && monikers->Next(1, &moniker, nullptr) == S_OK) {
+        ComPtr<IPropertyBag> bag;
+        moniker->BindToStorage(nullptr, nullptr, IID_IPropertyBag, &bag);
+        const auto read = [&](const wchar_t* property) {
+            VARIANT value = {};
+            bag->Read(property, &value, nullptr);
+            return value;
+        };
+        VARIANT values[] = {read(L"CLSID"), read(L"FriendlyName"), read(L"FilterData")};
+        CLSID clsid{};
+        Entered entered = {};
+        if (CLSIDFromString(values[0].bstrVal, &clsid) == S_OK && clsid == wanted) {
+            // The stored description begins with its version and the merit.
+            entered = {values[1].bstrVal, static_cast<DWORD*>(values[2].parray->pvData)[1]};
+        }
+        for (VARIANT& value : values) {
+            VariantClear(&value);
+        }
+        if (!entered.name.empty()) {
+            return entered;
+        }
+    }
+    return {};
+}
+
+/// By the system's device enumerator.
+Entered FindInCategory(REFCLSID category, REFCLSID clsid) {
+    ComPtr<ICreateDevEnum> devices;
+    ComPtr<IEnumMoniker> monikers;
+    CoCreateInstance(CLSID_SystemDeviceEnum, nullptr, CLSCTX_INPROC_SERVER, IID_ICreateDevEnum,
+                     &devices);
+    devices->CreateClassEnumerator(category, &monikers, 0);
+    return Find(monikers, clsid);
+}
+
+/// Whether the filter mapper proposes the class for turning video of one subtype into the other.
+bool MapperFinds(REFCLSID clsid, const GUID& from, const GUID& to) {
+    const GUID inputs[] = {MEDIATYPE_Video, from};
+    const GUID outputs[] = {MEDIATYPE_Video, to};
+    ComPtr<IFilterMapper2> mapper;
+    ComPtr<IEnumMoniker> monikers;
+    CoCreateInstance(CLSID_FilterMapper2, nullptr, CLSCTX_INPROC_SERVER, IID_IFilterMapper2,
+                     &mapper);
+    mapper->EnumMatchingFilters(&monikers, 0, FALSE, MERIT_DO_NOT_USE, TRUE, 1, inputs, nullptr,
+                                nullptr, FALSE, TRUE, 1, outputs, nullptr, nullptr);
+    return !Find(monikers, clsid).name.empty();
+}
+
+/// Leaves the system without the module, whatever it held before.
+class Registration : public ComTest {
+  protected:
+    void SetUp() override {
+        // The system makes the keys of its categories with the first filter and keeps them.
+        Module().RegisterServer();
+        Module().UnregisterServer();
+        before = Classes();
+        ASSERT_EQ(Module().RegisterServer(), S_OK);
+    }
+    void TearDown() override {
+        EXPECT_EQ(Module().UnregisterServer(), S_OK);
+        EXPECT_TRUE(Classes() == before) << "unregistering leaves the registry as it was";
+    }
+    std::set<std::wstring> before;
+};
+
+TEST_F(Registration, EveryClassIsEnteredWithItsNamePathAndThreadingModel) {
+    std::vector<std::pair<CLSID, std::wstring>> classes = {{kPropertyPage, kPropertyPageTitle}};
+    for (const CatalogueRow& row : Catalogue()) {
+        classes.emplace_back(row.clsid, row.title);
+    }
+    for (const auto& [clsid, title] : classes) {
+        EXPECT_EQ(ClassValue(clsid, L"", nullptr), title);
+        EXPECT_EQ(ClassValue(clsid, L"\\InprocServer32", nullptr), ModulePath());
+        EXPECT_EQ(ClassValue(clsid, L"\\InprocServer32", L"ThreadingModel"), L"Both");
+    }
+    EXPECT_EQ(FindInCategory(CLSID_LegacyAmFilterCategory, kPropertyPage), Entered{});
+    const auto once = Classes();
+    EXPECT_EQ(Module().RegisterServer(), S_OK);
+    EXPECT_TRUE(Classes() == once) << "twice is once";
+}
+
+TEST_F(Registration, TheSystemFindsEveryFilterByCategoryMeritAndTypes) {
+    const GUID foreign = MEDIASUBTYPE_MJPG;
+    for (const CatalogueRow& row : Catalogue()) {
+        SCOPED_TRACE(row.name);
+        const bool encoder = row.IsEncoder();
+        const Entered entered = {row.title, encoder ? 0x00200000u : 0x00800000u};
+        EXPECT_EQ(FindInCategory(CLSID_LegacyAmFilterCategory, row.clsid), entered);
+        EXPECT_EQ(FindInCategory(CLSID_VideoCompressorCategory, row.clsid),
+                  encoder ? entered : Entered{});
+        const GUID made = row.OutputType().subtype;
+        const GUID taken = row.InputType().subtype;
+        for (const GUID& from : {taken, encoder ? MEDIASUBTYPE_RGB32 : taken}) {
+            EXPECT_TRUE(MapperFinds(row.clsid, from, made));
+            // Decoders are entered for any output: which ones they have is for them to say.
+            EXPECT_EQ(MapperFinds(row.clsid, from, foreign), !encoder);
+        }
+        EXPECT_FALSE(MapperFinds(row.clsid, foreign, made));
+    }
+}
+
+TEST_F(Registration, AGraphPutsTheDecoderBetweenSourceAndSinkByItself) {
+    for (const CatalogueRow& row : Catalogue()) {
+        if (row.IsEncoder()) {
+            continue;
+        }
+        const auto source = Make<End>(PINDIR_OUTPUT);
+        const auto sink = Make<End>(PINDIR_INPUT);
+        source->pin.proposals = {row.InputType()};
+        sink->pin.accept = [&](const MediaType& type) {
+            return type.subtype == row.OutputType().subtype ? S_OK : S_FALSE;
+        };
+        ComPtr<IGraphBuilder> builder;
+        ASSERT_EQ(CoCreateInstance(CLSID_FilterGraphNoThread, nullptr, CLSCTX_INPROC_SERVER,
+                                   IID_IGraphBuilder, &builder),
+                  S_OK);
+        builder->AddFilter(source.Get(), L"source");
+        builder->AddFilter(sink.Get(), L"sink");
+        ASSERT_EQ(builder->Connect(&source->pin, &sink->pin), S_OK) << row.name;
+        PIN_INFO info{};
+        ASSERT_EQ(source->pin.peer->QueryPinInfo(&info), S_OK);
+        CLSID clsid{};
+        EXPECT_EQ(Adopt(info.pFilter)->GetClassID(&clsid), S_OK);
+        EXPECT_EQ(clsid, row.clsid);
+    }
+}
+
+TEST_F(Registration, AFolderNamedInAnyScriptIsRegisteredAsItIs) {
+    const TemporaryFolder folder(L"\u03A9\u0436\u65E5");
+    const std::wstring path = folder.PathOf(L"nyxcodecs.dll");
+    ASSERT_TRUE(CopyFileW(ModulePath().c_str(), path.c_str(), TRUE));
+    const LoadedModule copy(path);
+    ASSERT_EQ(copy.RegisterServer(), S_OK);
+    EXPECT_EQ(ClassValue(kPropertyPage, L"\\InprocServer32", nullptr), path);
+}
+
+TEST_F(Registration, ARegistryThatRefusesIsReported) {
+    // A key that is gone: nothing can be made below it.
+    HKEY gone = nullptr;
+    RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\nyx-gone", 0, nullptr, 0, KEY_ALL_ACCESS,
+                    nullptr, &gone, nullptr);
+    RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\nyx-gone");
+    RegOverridePredefKey(HKEY_CLASSES_ROOT, gone);
+    const HRESULT result = Module().RegisterServer();
+    RegOverridePredefKey(HKEY_CLASSES_ROOT, nullptr);
+    RegCloseKey(gone);
+    EXPECT_EQ(result, HRESULT_FROM_WIN32(ERROR_KEY_DELETED));
+}
+
+/// Runs a small host under a name of the test's choice, with the siblings of these names beside it.
+/// What they logged.
+std::string LogOfHost(const std::wstring& name, const std::string& siblings,
+                      const std::wstring& arguments = L"") {
+    const TemporaryFolder folder(L"host");
+    const auto copy = [&](const std::wstring& from, const std::wstring& to) {
+        EXPECT_TRUE(CopyFileW((ProgramFolder() + from).c_str(), folder.PathOf(to).c_str(), TRUE));
+    };
+    copy(L"nyxcodecs.dll", L"nyxcodecs.dll");
+    copy(L"preload_host.exe", name);
+    std::istringstream list(siblings);
+    for (std::string sibling; list >> sibling;) {
+        copy(L"preload_sibling.dll", std::wstring(sibling.begin(), sibling.end()));
+    }
+    SetEnvironmentVariableW(L"NYX_PRELOAD_LOG", folder.PathOf(L"log.txt").c_str());
+    EXPECT_EQ(_wsystem((L"\"" + folder.PathOf(name) + L"\" " + arguments).c_str()), 0);
+    std::ifstream log(folder.path / "log.txt");
+    return Lower({std::istreambuf_iterator<char>(log), {}});
+}
+
+TEST(HostPreload, TheNamedHostAloneKeepsTheSiblingsLoadedAndFreesThemInReverse) {
+    const std::string all =
+        "rkdv5codc.dll rkllccodc.dll rkzcodc.dll rkdvccodc.dll rkdvhcodc.dll rkz2codc.dll "
+        "rk210codc.dll";
+    const std::string loads =
+        "+rkdv5codc.dll\n+rkllccodc.dll\n+rkzcodc.dll\n+rkdvccodc.dll\n+rkdvhcodc.dll\n"
+        "+rkz2codc.dll\n+rk210codc.dll\n";
+    EXPECT_EQ(LogOfHost(L"pCEMAVREl.exe", all),
+              loads +
+                  "-rk210codc.dll\n-rkz2codc.dll\n-rkdvhcodc.dll\n-rkdvccodc.dll\n"
+                  "-rkzcodc.dll\n-rkllccodc.dll\n-rkdv5codc.dll\n");
+    EXPECT_EQ(LogOfHost(L"PceMavrel2.exe", all), "");
+    EXPECT_EQ(LogOfHost(L"PceMavrel.exe", "rkdvhcodc.dll rkllccodc.dll"),
+              "+rkllccodc.dll\n+rkdvhcodc.dll\n-rkdvhcodc.dll\n-rkllccodc.dll\n")
+        << "a missing one is passed over";
+    EXPECT_EQ(LogOfHost(L"PceMavrel.exe", all, L"stay").substr(0, loads.size()), loads)
+        << "and a host that just ends ends well";
+}
+
+}  // namespace
+}  // namespace nyx::test

@@ -1,0 +1,598 @@
+/// What a host meets before the first frame: interfaces, pins, types, connections, allocators.
+
+#include <array>
+#include <climits>
+#include <random>
+
+#include "platform/fourcc.h"
+#include "tests/support/guard.h"
+#include "tests/support/rig.h"
+#include "tests/support/watchdog.h"
+
+namespace nyx::test {
+namespace {
+
+class Negotiation : public RowTest {
+  protected:
+    Rig rig{row()};
+};
+NYX_FOR_ROWS(Negotiation, ThreeKinds());
+
+class Decoders : public Negotiation {};
+NYX_FOR_ROWS(Decoders, TwoDecoders());
+
+/// What `object` answers to, always as one object, and what it does not.
+template <class T>
+void ExpectInterfaces(const ComPtr<T>& object, const std::vector<IID>& present,
+                      const std::vector<IID>& absent) {
+    EXPECT_EQ(object->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
+    for (const IID& iid : present) {
+        ComPtr<IUnknown> found;
+        ASSERT_EQ(object->QueryInterface(iid, &found), S_OK);
+        EXPECT_EQ(As<IUnknown>(found).Get(), As<IUnknown>(object).Get());
+    }
+    for (const IID& iid : absent) {
+        void* found = &found;
+        EXPECT_EQ(object->QueryInterface(iid, &found), E_NOINTERFACE);
+        EXPECT_EQ(found, nullptr);
+    }
+}
+
+TEST_P(Negotiation, TheInterfacesAreThoseOfAFilterAndItsPinsAndNoOthers) {
+    ExpectInterfaces(rig.filter, {IID_IUnknown, IID_IPersist, IID_IMediaFilter, IID_IBaseFilter},
+                     {IID_IMediaSeeking, IID_IMediaPosition, IID_IQualityControl, IID_IPin,
+                      IID_IAMFilterMiscFlags, IID_IPropertyBag, IID_IPersistPropertyBag,
+                      IID_IMemInputPin, IID_IVideoWindow, IID_IReferenceClock, IID_IClassFactory});
+    ExpectInterfaces(rig.input, {IID_IUnknown, IID_IPin, IID_IMemInputPin, IID_IQualityControl},
+                     {IID_IMediaSeeking, IID_IMediaPosition, IID_IBaseFilter, IID_IKsPropertySet});
+    ExpectInterfaces(
+        rig.output,
+        {IID_IUnknown, IID_IPin, IID_IQualityControl, IID_IMediaSeeking, IID_IMediaPosition},
+        {IID_IMemInputPin, IID_IBaseFilter, IID_IKsPropertySet, IID_IVideoWindow});
+    EXPECT_NE(As<IUnknown>(rig.input).Get(), As<IUnknown>(rig.filter).Get());
+
+    ASSERT_EQ(rig.ConnectInput(), S_OK);
+    rig.source.Forget();
+    LONGLONG duration = 0;
+    As<IMediaSeeking>(rig.output)->GetDuration(&duration);
+    EXPECT_TRUE(rig.source.WasAskedFor(IID_IMediaSeeking)) << "seeking is passed upstream";
+    REFTIME seconds = 0;
+    As<IMediaPosition>(rig.output)->get_Duration(&seconds);
+    EXPECT_TRUE(rig.source.WasAskedFor(IID_IMediaPosition));
+}
+
+TEST_P(Negotiation, PinsAndFilterKnowTheirNamesAndCountAsOne) {
+    const struct {
+        const ComPtr<IPin>& pin;
+        PIN_DIRECTION direction;
+        const wchar_t* name;
+        const wchar_t* id;
+    } pins[] = {{rig.input, PINDIR_INPUT, L"XForm In", L"In"},
+                {rig.output, PINDIR_OUTPUT, L"XForm Out", L"Out"}};
+    for (const auto& expected : pins) {
+        PIN_INFO info{};
+        ASSERT_EQ(expected.pin->QueryPinInfo(&info), S_OK);
+        EXPECT_EQ(Adopt(info.pFilter).Get(), rig.filter.Get());
+        EXPECT_EQ(info.dir, expected.direction);
+        EXPECT_STREQ(info.achName, expected.name);
+        PIN_DIRECTION direction{};
+        EXPECT_EQ(expected.pin->QueryDirection(&direction), S_OK);
+        EXPECT_EQ(direction, expected.direction);
+        LPWSTR id = nullptr;
+        ASSERT_EQ(expected.pin->QueryId(&id), S_OK);
+        EXPECT_STREQ(id, expected.id);
+        CoTaskMemFree(id);
+    }
+    for (const wchar_t* other : {L"XForm In", L"XForm Out", L"in", L"Input", L""}) {
+        ComPtr<IPin> pin = rig.input;
+        EXPECT_EQ(rig.filter->FindPin(other, pin.GetAddressOf()), VFW_E_NOT_FOUND);
+        EXPECT_EQ(pin.Get(), nullptr);
+        rig.input->Release();
+    }
+    CLSID clsid{};
+    EXPECT_EQ(rig.filter->GetClassID(&clsid), S_OK);
+    EXPECT_EQ(clsid, row().clsid);
+    EXPECT_EQ(rig.graph->References(), 1u) << "a filter does not keep its graph alive";
+    FILTER_INFO info{};
+    ASSERT_EQ(rig.filter->QueryFilterInfo(&info), S_OK);
+    EXPECT_STREQ(info.achName, Rig::kNameInGraph);
+    EXPECT_EQ(Adopt(info.pGraph).Get(), static_cast<IFilterGraph*>(rig.graph.Get()));
+    const std::wstring longName(500, L'x');
+    ASSERT_EQ(rig.filter->JoinFilterGraph(nullptr, longName.c_str()), S_OK);
+    ASSERT_EQ(rig.filter->QueryFilterInfo(&info), S_OK);
+    EXPECT_EQ(info.achName, longName.substr(0, MAX_FILTER_NAME - 1)) << "what the record holds";
+    EXPECT_EQ(info.pGraph, nullptr);
+
+    const ULONG before = rig.filter->AddRef();
+    EXPECT_EQ(rig.input->AddRef(), before + 1);
+    EXPECT_EQ(rig.output->AddRef(), before + 2);
+    EXPECT_EQ(rig.transport->Release(), before + 1);
+    EXPECT_EQ(rig.output->Release(), before);
+    EXPECT_EQ(rig.filter->Release(), before - 1);
+}
+
+/// The rules of enumerators, for one of `count` items, two at least; `free` frees an item.
+template <class Item, class Enumerator, class Free>
+void ExpectEnumeratorRules(const ComPtr<Enumerator>& items, ULONG count, Free free) {
+    std::array<Item*, 8> got{};
+    const auto next = [&](Enumerator* from, ULONG asked, ULONG expected) {
+        ULONG given = 99;
+        EXPECT_EQ(from->Next(asked, got.data(), &given), asked == expected ? S_OK : S_FALSE);
+        EXPECT_EQ(given, expected);
+        std::for_each(got.begin(), got.begin() + given, free);
+    };
+    EXPECT_EQ(items->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
+    EXPECT_EQ(items->Next(1, nullptr, nullptr), E_POINTER);
+    EXPECT_EQ(items->Clone(nullptr), E_POINTER);
+    EXPECT_EQ(items->Next(2, got.data(), nullptr), E_INVALIDARG);
+    EXPECT_EQ(got[0], nullptr);
+    next(items.Get(), count + 1, count);
+    next(items.Get(), 1, 0);
+    EXPECT_EQ(items->Reset(), S_OK);
+    EXPECT_EQ(items->Skip(count + 1), S_FALSE);
+    EXPECT_EQ(items->Reset(), S_OK);
+    next(items.Get(), count, count);
+    EXPECT_EQ(items->Reset(), S_OK);
+    EXPECT_EQ(items->Skip(count - 1), S_OK);
+    ComPtr<Enumerator> clone;
+    ASSERT_EQ(items->Clone(&clone), S_OK);
+    EXPECT_EQ(clone->Next(1, got.data(), nullptr), S_OK) << "a clone keeps the position";
+    free(got[0]);
+    next(clone.Get(), 1, 0);
+    next(items.Get(), 2, 1);
+    EXPECT_EQ(items->Skip(1), S_FALSE);
+}
+
+TEST_P(Negotiation, EnumeratorsFollowTheirRules) {
+    ComPtr<IEnumPins> pins;
+    ASSERT_EQ(rig.filter->EnumPins(&pins), S_OK);
+    IPin* both[2] = {};
+    ASSERT_EQ(pins->Next(2, both, nullptr), E_INVALIDARG);
+    ULONG given = 0;
+    ASSERT_EQ(pins->Next(2, both, &given), S_OK);
+    EXPECT_EQ(Adopt(both[0]).Get(), rig.input.Get()) << "the input comes first";
+    EXPECT_EQ(Adopt(both[1]).Get(), rig.output.Get());
+    pins->Reset();
+    ExpectEnumeratorRules<IPin>(pins, 2, [](IPin* pin) { pin->Release(); });
+    ASSERT_EQ(rig.ConnectInput(), S_OK);
+    ComPtr<IEnumMediaTypes> types;
+    ASSERT_EQ(rig.output->EnumMediaTypes(&types), S_OK);
+    ExpectEnumeratorRules<AM_MEDIA_TYPE>(types, static_cast<ULONG>(2 * row().Outputs().size()),
+                                         [](AM_MEDIA_TYPE* type) { MediaType::Adopt(type); });
+}
+
+/// Streams of every size that a table knows, and what types must say about fields and aspect.
+const struct StreamShown {
+    Stream stream;
+    DWORD interlaceFlags;
+    DWORD aspectX;
+    DWORD aspectY;
+} kStreams[] = {
+    {{1920, 1080, 400000}, 0xA5, 16, 9}, {{1440, 1080, 333666}, 0xA5, 16, 9},
+    {{1280, 1080, 400000}, 0xA5, 16, 9}, {{1280, 720, 333666}, 0, 16, 9},
+    {{960, 720, 200000}, 0, 16, 9},      {{720, 576, 400000}, 0xA1, 4, 3},
+    {{720, 576, 333667}, 0, 4, 3},       {{720, 486, 333666}, 0xA5, 4, 3},
+    {{720, 480, 333666}, 0xA1, 27, 20},  {{720, 480, 0}, 0, 27, 20},
+    {{640, 480, 400000}, 0, 27, 20},     {{320, 240, 400000}, 0, 27, 20},
+    {{160, 120, 400000}, 0, 27, 20},     {{800, 600, 400000}, 0, 4, 3},
+    {{352, 480, 333666}, 0, 27, 20},     {{352, 240, 333666}, 0, 27, 20},
+    {{352, 288, 400000}, 0, 176, 135},   {{176, 144, 400000}, 0, 176, 135},
+    {{1280, 1024, 400000}, 0, 5, 4},     {{1280, 960, 400000}, 0, 4, 3},
+    {{1024, 768, 400000}, 0, 4, 3},      {{704, 480, 333666}, 0, 33, 25},
+    {{704, 576, 400000}, 0, 176, 135},   {{1024, 576, 400000}, 0xA1, 16, 9},
+    {{856, 480, 333666}, 0xA1, 107, 60}, {{1000, 1000, 400000}, 0, 1, 1},
+    {{96, 16, 0x10000061A80}, 0, 6, 1},
+};
+
+class OfferedTypesOf : public RowTest {};
+NYX_FOR_ROWS(OfferedTypesOf, Rows({"Q210Decoder", "ZetaDecoder", "ZetaAlphaDecoder"}));
+
+TEST_P(OfferedTypesOf, ComeInTheLongFormFirstAndAreAcceptedAndConnectedToTheByte) {
+    const std::size_t count = row().Outputs().size();
+    int taken = 0;
+    for (const StreamShown& shown : kStreams) {
+        SCOPED_TRACE(testing::Message() << shown.stream.width << "x" << shown.stream.height);
+        Rig rig(row(), shown.stream);
+        if (rig.ConnectInput() != S_OK) {
+            continue;
+        }
+        ++taken;
+        const auto offered = OfferedTypes(rig.output);
+        ASSERT_EQ(offered.size(), 2 * count);
+        for (std::size_t i = 0; i < offered.size(); ++i) {
+            Stream stream = shown.stream;
+            stream.block = i < count ? Block::kVideoInfo2 : Block::kVideoInfo;
+            MediaType expected = row().OutputType(i % count, stream);
+            // The product with the frame's duration, not the quotient, is what is offered.
+            const double rate = 1.0 * row().Outputs()[i % count].bits * stream.width *
+                                stream.height * static_cast<double>(stream.frameDuration) * 1e-7;
+            expected.Info().dwBitRate = static_cast<DWORD>(static_cast<LONGLONG>(rate));
+            if (i < count) {
+                expected.Info2().dwInterlaceFlags = shown.interlaceFlags;
+                expected.Info2().dwPictAspectRatioX = shown.aspectX;
+                expected.Info2().dwPictAspectRatioY = shown.aspectY;
+            }
+            EXPECT_EQ(offered[i], expected) << i;
+            EXPECT_EQ(rig.output->QueryAccept(&offered[i]), S_OK);
+            // The first one that the peer takes is used.
+            rig.sink.accept = [&](const MediaType& t) { return t == offered[i] ? S_OK : S_FALSE; };
+            ASSERT_EQ(rig.ConnectOutput(), S_OK);
+            EXPECT_EQ(ConnectionType(rig.output), offered[i]);
+            EXPECT_EQ(rig.sink.type, offered[i]);
+            rig.DisconnectOutput();
+        }
+    }
+    EXPECT_GE(taken, 20);
+}
+
+/// One way to spoil a valid type.
+struct Spoiled {
+    const char* how;
+    void (*apply)(MediaType& type);
+};
+
+TEST_P(Negotiation, ASpoiledInputTypeIsFalseWhenAskedAndAnErrorWhenConnecting) {
+    const Spoiled table[] = {
+        {"no format type", [](MediaType& t) { t.formattype = GUID_NULL; }},
+        {"a foreign format type", [](MediaType& t) { t.formattype = FORMAT_WaveFormatEx; }},
+        {"no format block", [](MediaType& t) { t.ResizeFormat(0); }},
+        {"the long form with the short block",
+         [](MediaType& t) { t.formattype = FORMAT_VideoInfo2; }},
+        {"a foreign FourCC", [](MediaType& t) { t.Header().biCompression = FourCC("XVID"); }},
+        {"a header that is too small", [](MediaType& t) { t.Header().biSize = 39; }},
+        {"a bit count of 0", [](MediaType& t) { t.Header().biBitCount = 0; }},
+    };
+    for (const Spoiled& spoiled : table) {
+        MediaType type = row().InputType();
+        spoiled.apply(type);
+        EXPECT_EQ(rig.input->QueryAccept(&type), S_FALSE) << spoiled.how;
+        EXPECT_EQ(rig.ConnectInput(type), VFW_E_TYPE_NOT_ACCEPTED) << spoiled.how;
+        EXPECT_FALSE(PeerOf(rig.input)) << spoiled.how;
+    }
+    const MediaType whole = row().InputType();
+    for (ULONG length = 0; length <= whole.cbFormat; ++length) {
+        const GuardedMemory block({whole.pbFormat, whole.pbFormat + length});
+        for (const GUID& form : {FORMAT_VideoInfo, FORMAT_VideoInfo2}) {
+            AM_MEDIA_TYPE type = whole;
+            type.formattype = form;
+            type.pbFormat = block.data();
+            type.cbFormat = length;
+            const bool complete = form == FORMAT_VideoInfo && length == whole.cbFormat;
+            EXPECT_EQ(rig.input->QueryAccept(&type), complete ? S_OK : S_FALSE) << length;
+        }
+    }
+    MediaType longer =
+        row().InputType({row().stream.width, row().stream.height, 400000, Block::kVideoInfo2});
+    longer.ResizeFormat(longer.cbFormat + 1024);
+    EXPECT_EQ(rig.ConnectInput(longer), S_OK);
+    EXPECT_EQ(ConnectionType(rig.input), longer);
+}
+
+TEST_P(Decoders, AnOutputTypeOfAnotherKindOrSizeIsRefused) {
+    ASSERT_EQ(rig.ConnectInput(), S_OK);
+    const Spoiled table[] = {
+        {"no format block", [](MediaType& t) { t.ResizeFormat(0); }},
+        {"a truncated block", [](MediaType& t) { t.ResizeFormat(87); }},
+        {"16 bits of RGB24", [](MediaType& t) { t.subtype = MEDIASUBTYPE_RGB24; }},
+        {"16 bits of RGB32", [](MediaType& t) { t.subtype = MEDIASUBTYPE_RGB32; }},
+        {"a subtype of another kind", [](MediaType& t) { t.subtype = MEDIASUBTYPE_RGB565; }},
+        {"24 bits of YUY2", [](MediaType& t) { t.Header().biBitCount = 24; }},
+        {"another height", [](MediaType& t) { t.Header().biHeight += 2; }},
+        {"a width that is too small", [](MediaType& t) { t.Header().biWidth -= 2; }},
+        {"a small header", [](MediaType& t) { t.Header().biSize = 12; }},
+    };
+    for (const Spoiled& spoiled : table) {
+        MediaType type = row().OutputType();
+        spoiled.apply(type);
+        EXPECT_EQ(rig.output->QueryAccept(&type), S_FALSE) << spoiled.how;
+        EXPECT_NE(rig.ConnectOutput(type), S_OK) << spoiled.how;
+        EXPECT_FALSE(PeerOf(rig.output)) << spoiled.how;
+    }
+    MediaType rgb = row().OutputType(1);
+    rgb.subtype = MEDIASUBTYPE_RGB32;
+    EXPECT_EQ(rig.output->QueryAccept(&rgb), S_OK) << "24 bits of RGB32 are opaque";
+    rgb.subtype = MEDIASUBTYPE_ARGB32;
+    EXPECT_EQ(rig.output->QueryAccept(&rgb), row().coding ? S_OK : S_FALSE) << "with alpha";
+    MediaType input = row().InputType();
+    input.majortype = MEDIATYPE_Interleaved;
+    input.subtype = GUID_NULL;
+    EXPECT_EQ(rig.input->QueryAccept(&input), S_OK) << "these two are not looked at";
+}
+
+TEST_P(Negotiation, HostileFormatBlocksAreSurvivedFromTheQuestionToTheFrame) {
+    rig.sink.keepsSamples = false;
+    std::minstd_rand random(1);
+    const auto any = [&](std::size_t count) { return random() % count; };
+    constexpr DWORD kExtremes[] = {0,        1,          2,          16,         0x7FFF,
+                                   0x8000,   0xFFFE,     0x10000,    0x20000000, 0x7FFFFFFE,
+                                   LONG_MAX, 0x80000000, 0xFFFFFFF0, 0xFFFFFFFE, UINT_MAX};
+    int round = 0;
+    For(std::chrono::milliseconds(800), [&] {
+        SCOPED_TRACE(++round);
+        const bool ofInput = any(2) == 0;
+        if (!ofInput) {
+            rig.ConnectInput();
+        }
+        const Block block = any(2) == 0 ? Block::kVideoInfo : Block::kVideoInfo2;
+        const Stream stream = {rig.stream.width, rig.stream.height, 400000, block};
+        MediaType type = ofInput ? row().InputType(stream)
+                                 : row().OutputType(any(row().Outputs().size()), stream);
+        for (std::size_t changes = 1 + any(2); changes > 0; --changes) {
+            // The size most often, else any word of the block.
+            LONG* const size[] = {&type.Header().biWidth, &type.Header().biHeight};
+            void* const word =
+                any(3) != 0 ? size[any(2)] : static_cast<void*>(type.pbFormat + 4 * any(22));
+            const DWORD value = any(4) == 0 ? random() : kExtremes[any(std::size(kExtremes))];
+            std::memcpy(word, &value, sizeof(value));
+        }
+        const GuardedMemory memory({type.pbFormat, type.pbFormat + type.cbFormat});
+        AM_MEDIA_TYPE guarded = type;
+        guarded.pbFormat = memory.data();
+        const auto& pin = ofInput ? rig.input : rig.output;
+        const bool accepted = pin->QueryAccept(&guarded) == S_OK;
+        const BITMAPINFOHEADER& header = type.Header();
+        if (accepted && !row().IsEncoder() && !ofInput) {
+            EXPECT_GE(header.biWidth, rig.stream.width);
+            EXPECT_EQ(std::abs(header.biHeight), rig.stream.height);
+        }
+        const HRESULT connected = ofInput ? rig.ConnectInput(type) : rig.ConnectOutput(type);
+        // An output whose buffer cannot be had may fail to connect, or to start; nothing more.
+        EXPECT_TRUE(ofInput ? SUCCEEDED(connected) == accepted : accepted || FAILED(connected));
+        EXPECT_EQ(OfferedTypes(rig.output).empty(), ofInput && !accepted);
+        if (!PeerOf(rig.output)) {
+            rig.ConnectOutput();
+        }
+        // An engine writes the size that the frame has: a host must tell it no other one.
+        if ((!ofInput || !row().coding) && SUCCEEDED(rig.filter->Pause())) {
+            rig.Push();
+        }
+        rig.filter->Stop();
+        rig.Disconnect();
+    });
+}
+
+TEST_P(Negotiation, RequestsHaveWildcardsAndTheReceiversOwnProposalsComeFirst) {
+    ASSERT_EQ(rig.ConnectInput(), S_OK);
+    const auto offered = OfferedTypes(rig.output);
+    const std::size_t count = row().Outputs().size();
+    const GUID last = row().Outputs().back().subtype;
+    MediaType shortForm = offered[count];
+    shortForm.majortype = shortForm.subtype = GUID_NULL;
+    const GUID null = GUID_NULL;
+    const struct {
+        MediaType request;
+        const MediaType* expected;  // null: nothing matches
+    } table[] = {
+        {PartialType(null, null, null), &offered[0]},
+        {PartialType(MEDIATYPE_Video, null, null), &offered[0]},
+        {PartialType(null, last, null), &offered[count - 1]},
+        {PartialType(MEDIATYPE_Video, last, null), &offered[count - 1]},
+        {shortForm, &offered[count]},
+        {PartialType(MEDIATYPE_Audio, null, null), nullptr},
+        {PartialType(null, MEDIASUBTYPE_RGB565, null), nullptr},
+        {PartialType(null, null, FORMAT_WaveFormatEx), nullptr},
+    };
+    for (const auto& row : table) {
+        EXPECT_EQ(rig.ConnectOutput(row.request), row.expected ? S_OK : VFW_E_NO_ACCEPTABLE_TYPES);
+        EXPECT_EQ(ConnectionType(rig.output), row.expected ? *row.expected : MediaType());
+        rig.DisconnectOutput();
+    }
+    MediaType proposal = row().OutputType(count - 1);
+    proposal.lSampleSize = 4711;
+    rig.sink.proposals = {PartialType(MEDIATYPE_Audio, MEDIASUBTYPE_PCM, FORMAT_None), proposal};
+    ASSERT_EQ(rig.ConnectOutput(), S_OK);
+    EXPECT_EQ(ConnectionType(rig.output), proposal);
+    rig.DisconnectOutput();
+    rig.sink.accept = [](const MediaType&) { return S_FALSE; };
+    EXPECT_EQ(rig.ConnectOutput(), VFW_E_NO_ACCEPTABLE_TYPES);
+    EXPECT_EQ(rig.ConnectOutput(row().OutputType()), VFW_E_TYPE_NOT_ACCEPTED);
+    EXPECT_FALSE(PeerOf(rig.output));
+}
+
+TEST_P(Negotiation, ConnectionsAreMadeAndBrokenByTheRules) {
+    const MediaType in = row().InputType();
+    for (const auto& pin : {rig.input, rig.output}) {
+        auto* peer = reinterpret_cast<IPin*>(1);
+        EXPECT_EQ(pin->ConnectedTo(&peer), VFW_E_NOT_CONNECTED);
+        EXPECT_EQ(peer, nullptr);
+        AM_MEDIA_TYPE type = in;
+        EXPECT_EQ(pin->ConnectionMediaType(&type), VFW_E_NOT_CONNECTED);
+        EXPECT_EQ(type.pbFormat, nullptr);
+        EXPECT_EQ(type.cbFormat, 0u);
+        EXPECT_EQ(pin->Disconnect(), S_FALSE);
+        EXPECT_TRUE(OfferedTypes(pin).empty());
+    }
+    const MediaType out = row().OutputType();
+    EXPECT_EQ(rig.output->QueryAccept(&out), S_FALSE);
+    EXPECT_EQ(rig.ConnectOutput(out), E_UNEXPECTED) << "the input comes first";
+    EXPECT_EQ(rig.sink.peer.Get(), nullptr);
+    ASSERT_EQ(rig.filter->Pause(), S_OK);
+    EXPECT_EQ(rig.ConnectInput(), VFW_E_NOT_STOPPED);
+    EXPECT_EQ(rig.ConnectOutput(), VFW_E_NOT_STOPPED);
+    ASSERT_EQ(rig.filter->Stop(), S_OK);
+
+    ASSERT_EQ(rig.ConnectInput(), S_OK);
+    EXPECT_EQ(ConnectionType(rig.input), in);
+    EXPECT_TRUE(OfferedTypes(rig.input).empty());
+    const auto other = Make<End>(PINDIR_OUTPUT);
+    EXPECT_EQ(rig.output->Connect(&other->pin, nullptr), VFW_E_INVALID_DIRECTION);
+    rig.sink.notifyResult = E_FAIL;
+    EXPECT_EQ(rig.ConnectOutput(out), E_FAIL) << "without an allocator";
+    EXPECT_FALSE(PeerOf(rig.output));
+    EXPECT_EQ(rig.sink.peer.Get(), nullptr) << "the peer was told";
+    rig.sink.notifyResult = S_OK;
+    ASSERT_EQ(rig.ConnectOutput(out), S_OK);
+    EXPECT_EQ(rig.input->ReceiveConnection(&other->pin, &in), VFW_E_ALREADY_CONNECTED);
+    EXPECT_EQ(rig.output->Connect(&Make<End>(PINDIR_INPUT)->pin, nullptr), VFW_E_ALREADY_CONNECTED);
+    EXPECT_EQ(PeerOf(rig.input).Get(), &rig.source);
+    EXPECT_EQ(PeerOf(rig.output).Get(), &rig.sink);
+    ASSERT_EQ(rig.filter->Run(0), S_OK);
+    for (const auto& pin : {rig.input, rig.output}) {
+        EXPECT_EQ(pin->Disconnect(), VFW_E_NOT_STOPPED);
+        EXPECT_TRUE(PeerOf(pin));
+    }
+    ASSERT_EQ(rig.filter->Stop(), S_OK);
+    ASSERT_EQ(rig.output->Disconnect(), S_OK);
+    EXPECT_EQ(rig.sink.peer.Get(), rig.output.Get()) << "the peer is left to its owner";
+    rig.sink.Disconnect();
+    ASSERT_EQ(rig.ConnectOutput(row().OutputType(row().Outputs().size() - 1)), S_OK);
+    ASSERT_EQ(rig.filter->Pause(), S_OK);
+    EXPECT_EQ(rig.Push(), S_OK) << "as another type";
+    ASSERT_EQ(rig.filter->Stop(), S_OK);
+    ASSERT_EQ(rig.input->Disconnect(), S_OK);
+    EXPECT_EQ(rig.source.peer.Get(), rig.input.Get());
+    EXPECT_FALSE(PeerOf(rig.output)) << "broken when the input is";
+    EXPECT_TRUE(OfferedTypes(rig.output).empty());
+    rig.Disconnect();
+    const Stream next = row().other;
+    ASSERT_EQ(rig.ConnectInput(row().InputType(next)), S_OK);
+    for (const MediaType& type : OfferedTypes(rig.output)) {
+        EXPECT_EQ(type.Header().biWidth, next.width);
+        EXPECT_EQ(type.Header().biHeight, next.height);
+    }
+}
+
+TEST_P(Negotiation, AllocatorsAreChosenAndAskedByTheRules) {
+    ALLOCATOR_PROPERTIES properties{1, 2, 3, 4};
+    EXPECT_EQ(rig.transport->GetAllocatorRequirements(&properties), E_NOTIMPL);
+    ComPtr<IMemAllocator> first;
+    ComPtr<IMemAllocator> again;
+    ASSERT_EQ(rig.transport->GetAllocator(&first), S_OK);
+    ASSERT_EQ(first->GetProperties(&properties), S_OK);
+    EXPECT_EQ(properties.cBuffers | properties.cbBuffer | properties.cbAlign | properties.cbPrefix,
+              0);
+    ASSERT_EQ(rig.transport->GetAllocator(&again), S_OK);
+    EXPECT_EQ(again.Get(), first.Get());
+    const auto told = Make<HostileAllocator>();
+    ASSERT_EQ(rig.transport->NotifyAllocator(told.Get(), TRUE), S_OK);
+    ASSERT_EQ(rig.transport->GetAllocator(&again), S_OK);
+    EXPECT_EQ(again.Get(), static_cast<IMemAllocator*>(told.Get()));
+    again.Reset();
+    ASSERT_EQ(rig.transport->NotifyAllocator(first.Get(), FALSE), S_OK);
+    EXPECT_EQ(told->References(), 1u) << "the old one was let go";
+
+    for (std::size_t i = 0; i < row().Outputs().size(); ++i) {
+        const LONG size = row().BufferBytes(i);
+        rig.sink.ownAllocator.Reset();
+        rig.Connect(i);
+        ASSERT_EQ(rig.sink.allocator->GetProperties(&properties), S_OK);
+        EXPECT_EQ(properties.cBuffers, 1);
+        EXPECT_EQ(properties.cbBuffer, size);
+        rig.Disconnect();
+        HostileAllocator& own = rig.OwnAllocator();
+        const struct {
+            std::optional<ALLOCATOR_PROPERTIES> granted;
+            HRESULT result;
+            bool taken;
+        } table[] = {
+            {std::nullopt, S_OK, true},
+            {{{1, size, 1, 0}}, S_OK, true},
+            {{{4, size + 4711, 64, 0}}, S_OK, true},
+            {{{1, size - 1, 1, 0}}, S_OK, false},
+            {{{0, size, 1, 0}}, S_OK, false},
+            {{{1, size, 1, 0}}, E_OUTOFMEMORY, false},
+        };
+        for (const auto& answer : table) {
+            rig.sink.requirements.reset();
+            if (i == 1) {
+                rig.sink.requirements = {3, 10, 16, 8};
+            }
+            own.granted = answer.granted;
+            own.setPropertiesResult = answer.result;
+            rig.Connect(i);
+            ASSERT_TRUE(rig.sink.allocator);
+            EXPECT_EQ(rig.sink.allocator.Get() == &own, answer.taken) << answer.result;
+            EXPECT_FALSE(rig.sink.readOnly);
+            EXPECT_EQ(own.requested.cBuffers, 1);
+            EXPECT_EQ(own.requested.cbBuffer, size);
+            EXPECT_EQ(own.requested.cbAlign, i == 1 ? 16 : 1) << "0 is asked as 1";
+            EXPECT_EQ(own.requested.cbPrefix, i == 1 ? 8 : 0);
+            rig.Disconnect();
+        }
+        rig.sink.ownAllocator.Reset();
+    }
+    rig.Connect();
+    const ComPtr<IMemAllocator> allocator = rig.sink.allocator;
+    const auto get = [&] {
+        ComPtr<IMediaSample> buffer;
+        return allocator->GetBuffer(&buffer, nullptr, nullptr, AM_GBF_NOWAIT);
+    };
+    EXPECT_EQ(get(), VFW_E_NOT_COMMITTED);
+    rig.filter->Pause();
+    EXPECT_EQ(get(), S_OK);
+    rig.filter->Run(0);
+    rig.filter->Pause();
+    EXPECT_EQ(get(), S_OK);
+    rig.filter->Stop();
+    EXPECT_EQ(get(), VFW_E_NOT_COMMITTED);
+}
+
+TEST_P(Decoders, AWiderOutputSizesTheBufferAndATopDownOneAsksForTheNegativeProduct) {
+    HostileAllocator& own = rig.OwnAllocator();
+    ASSERT_EQ(rig.ConnectInput(), S_OK);
+    MediaType type = row().OutputType(2);
+    type.Header().biWidth += 32;
+    for (const LONG sign : {1, -1}) {
+        type.Header().biHeight = sign * rig.stream.height;
+        ASSERT_EQ(rig.ConnectOutput(type), S_OK);
+        EXPECT_EQ(own.requested.cbBuffer, sign * PictureBytes(type.Header()));
+        rig.DisconnectOutput();
+    }
+}
+
+void ExpectNullsAnswered(Rig& rig) {
+    IBaseFilter& filter = *rig.filter.Get();
+    ComPtr<IPin> found;
+    EXPECT_EQ(filter.GetClassID(nullptr), E_POINTER);
+    EXPECT_EQ(filter.GetState(0, nullptr), E_POINTER);
+    EXPECT_EQ(filter.SetSyncSource(nullptr), S_OK);
+    EXPECT_EQ(filter.GetSyncSource(nullptr), E_POINTER);
+    EXPECT_EQ(filter.EnumPins(nullptr), E_POINTER);
+    EXPECT_EQ(filter.FindPin(L"In", nullptr), E_POINTER);
+    EXPECT_TRUE(FAILED(filter.FindPin(nullptr, &found)));
+    EXPECT_EQ(filter.QueryFilterInfo(nullptr), E_POINTER);
+    EXPECT_TRUE(FAILED(filter.QueryVendorInfo(nullptr)));
+    EXPECT_EQ(filter.JoinFilterGraph(rig.graph.Get(), nullptr), S_OK) << "a name is optional";
+    const MediaType type = rig.row.InputType();
+    for (const auto& pin : {rig.input, rig.output}) {
+        EXPECT_EQ(pin->Connect(nullptr, nullptr), E_POINTER);
+        EXPECT_EQ(pin->ReceiveConnection(nullptr, nullptr), E_POINTER);
+        EXPECT_EQ(pin->ReceiveConnection(&rig.source, nullptr), E_POINTER);
+        EXPECT_EQ(pin->ReceiveConnection(nullptr, &type), E_POINTER);
+        EXPECT_EQ(pin->ConnectedTo(nullptr), E_POINTER);
+        EXPECT_EQ(pin->ConnectionMediaType(nullptr), E_POINTER);
+        EXPECT_EQ(pin->QueryPinInfo(nullptr), E_POINTER);
+        EXPECT_EQ(pin->QueryDirection(nullptr), E_POINTER);
+        EXPECT_EQ(pin->QueryId(nullptr), E_POINTER);
+        EXPECT_EQ(pin->QueryAccept(nullptr), E_POINTER);
+        EXPECT_EQ(pin->EnumMediaTypes(nullptr), E_POINTER);
+        EXPECT_EQ(pin->QueryInternalConnections(nullptr, nullptr), E_NOTIMPL);
+        EXPECT_EQ(As<IQualityControl>(pin)->SetSink(nullptr), S_OK);
+        As<IQualityControl>(pin)->Notify(nullptr, Quality{Famine, 0, 0, 0});
+    }
+    IMemInputPin& transport = *rig.transport.Get();
+    LONG done = 0;
+    IMediaSample* nothing = nullptr;
+    EXPECT_EQ(transport.GetAllocator(nullptr), E_POINTER);
+    EXPECT_EQ(transport.NotifyAllocator(nullptr, FALSE), E_POINTER);
+    EXPECT_TRUE(FAILED(transport.GetAllocatorRequirements(nullptr)));
+    EXPECT_EQ(transport.Receive(nullptr), E_POINTER);
+    EXPECT_EQ(transport.ReceiveMultiple(nullptr, 1, &done), E_POINTER);
+    EXPECT_EQ(transport.ReceiveMultiple(&nothing, 1, nullptr), E_POINTER);
+    EXPECT_TRUE(FAILED(transport.ReceiveMultiple(&nothing, 1, &done)));
+    EXPECT_EQ(transport.ReceiveMultiple(&nothing, 0, &done), S_OK);
+    EXPECT_EQ(transport.ReceiveMultiple(&nothing, -1, &done), S_OK);
+    EXPECT_EQ(done, 0);
+}
+
+TEST_P(Negotiation, NullsAreAnsweredUnconnectedConnectedAndStreaming) {
+    ExpectNullsAnswered(rig);
+    rig.Connect();
+    ExpectNullsAnswered(rig);
+    ASSERT_EQ(rig.filter->Pause(), S_OK);
+    ExpectNullsAnswered(rig);
+    EXPECT_EQ(rig.Push(), S_OK) << "and streaming goes on";
+}
+
+}  // namespace
+}  // namespace nyx::test
