@@ -1,5 +1,6 @@
 #include "dv/pack_search.h"
 
+#include <array>
 #include <cstdint>
 #include <initializer_list>
 
@@ -25,7 +26,7 @@ struct SyncBlockList {
 
 constexpr int kNoPlace = -1;
 
-/// Where one pack is looked for before the whole frame is searched. First the places that are tried
+/// Where one pack is looked for before the whole frame is searched: first the places that are tried
 /// once, then, sequence by sequence, one place in the audio or VAUX blocks and some sync blocks.
 struct PackRoute {
     PackId id;
@@ -70,11 +71,11 @@ constexpr PackRoute kRoutes[] = {
     {kAudioControlPack, kNoPlace, {kNoPlace, kNoPlace}, Audio(4), Audio(1), {}, {}},
     {kAudioRecDatePack, kNoPlace, {kNoPlace, kNoPlace}, Audio(5), Audio(2), {}, {4, 10, 1, 7}},
     {kAudioRecTimePack, kNoPlace, {kNoPlace, kNoPlace}, Audio(6), Audio(3), {11}, {5, 11, 2, 8}},
-    {kVideoSourcePack, kNoPlace, {Vaux(39), kNoPlace}, Vaux(39), Vaux(0), {}, {}},
-    {kVideoControlPack, kNoPlace, {Vaux(40), kNoPlace}, Vaux(40), Vaux(1), {}, {}},
-    {kVideoRecDatePack, 4, {Vaux(41), kNoPlace}, Vaux(41), Vaux(2), {}, {4, 10, 1, 7}},
-    {kVideoRecTimePack, 5, {Vaux(42), kNoPlace}, Vaux(42), Vaux(3), {11}, {5, 11, 2, 8}},
-    {kFrameRatePack, kNoPlace, {Vaux(43), kNoPlace}, Vaux(43), Vaux(4), {}, {}},
+    {kVideoSourcePack, kNoPlace, {kNoPlace, kNoPlace}, Vaux(39), Vaux(0), {}, {}},
+    {kVideoControlPack, kNoPlace, {kNoPlace, kNoPlace}, Vaux(40), Vaux(1), {}, {}},
+    {kVideoRecDatePack, 4, {kNoPlace, kNoPlace}, Vaux(41), Vaux(2), {}, {4, 10, 1, 7}},
+    {kVideoRecTimePack, 5, {kNoPlace, kNoPlace}, Vaux(42), Vaux(3), {11}, {5, 11, 2, 8}},
+    {kFrameRatePack, kNoPlace, {kNoPlace, kNoPlace}, Vaux(43), Vaux(4), {}, {}},
 };
 
 /// The pack at `offset` of the frame when it lies inside and has ID `id`, else null. The offset is
@@ -144,35 +145,21 @@ const BYTE* FindOnRoute(ByteSpan frame, const PackRoute& route) {
     return nullptr;
 }
 
-const BYTE* FindInAudioBlocks(const BYTE* sequence, BYTE id) {
+/// Where a sequence has packs, in the order in which they are searched: audio, VAUX, subcode.
+constexpr auto kPackOffsets = [] {
+    std::array<std::size_t, kAudioBlocks + kVauxPacks + kSyncBlocks> offsets{};
+    std::size_t at = 0;
     for (std::size_t block = 0; block < kAudioBlocks; ++block) {
-        const BYTE* pack = sequence + AudioPackOffset(block);
-        if (pack[kPackId] == id) {
-            return pack;
-        }
+        offsets[at++] = AudioPackOffset(block);
     }
-    return nullptr;
-}
-
-const BYTE* FindInVaux(const BYTE* sequence, BYTE id) {
     for (std::size_t index = 0; index < kVauxPacks; ++index) {
-        const BYTE* pack = sequence + VauxPackOffset(index);
-        if (pack[kPackId] == id) {
-            return pack;
-        }
+        offsets[at++] = VauxPackOffset(index);
     }
-    return nullptr;
-}
-
-const BYTE* FindInSubcode(const BYTE* sequence, BYTE id) {
-    for (DWORD syncBlock = 0; syncBlock < kSyncBlocks; ++syncBlock) {
-        const BYTE* pack = SubcodePackAt(sequence, 0, syncBlock);
-        if (pack[kPackId] == id) {
-            return pack;
-        }
+    for (std::size_t syncBlock = 0; syncBlock < kSyncBlocks; ++syncBlock) {
+        offsets[at++] = SubcodePackOffset(syncBlock);
     }
-    return nullptr;
-}
+    return offsets;
+}();
 
 /// The audio source pack travels in audio block 3 of even sequences and audio block 0 of odd ones.
 std::size_t AudioSourceOffset(std::uint64_t sequence) {
@@ -183,16 +170,11 @@ std::size_t AudioSourceOffset(std::uint64_t sequence) {
 
 const BYTE* FindPack(const void* frame, std::size_t size, BYTE id) {
     const ByteSpan bytes(frame, size);
-    for (DWORD index = 0; index < SequenceCount(bytes); ++index) {
-        const BYTE* sequence = bytes.data() + index * kDifSequenceBytes;
-        if (auto* pack = FindInAudioBlocks(sequence, id)) {
-            return pack;
-        }
-        if (auto* pack = FindInVaux(sequence, id)) {
-            return pack;
-        }
-        if (auto* pack = FindInSubcode(sequence, id)) {
-            return pack;
+    for (DWORD sequence = 0; sequence < SequenceCount(bytes); ++sequence) {
+        for (const std::size_t offset : kPackOffsets) {
+            if (auto* pack = PackIfThere(bytes, sequence, offset, id)) {
+                return pack;
+            }
         }
     }
     return nullptr;

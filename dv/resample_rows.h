@@ -1,12 +1,8 @@
 #pragma once
 
 /// @file
-/// What stretch and squeeze share: the check of their arguments, the walk along 8.8 positions, and
-/// the walk over the picture.
+/// What stretch and squeeze share: the check of their arguments and the walk along 8.8 positions.
 
-#include <algorithm>
-#include <array>
-#include <cstddef>
 #include <cstdint>
 
 #include "dv/resample.h"
@@ -47,41 +43,5 @@ class FixedPointPositions {
     std::int64_t floor_ = 0;
     std::int64_t remainder_ = 0;
 };
-
-/// Runs `Kernel` over a picture in vertical strips, so that the taps of a strip are worked out once
-/// for all rows and need no allocation. A Kernel has a type Tap; a constructor from (S, D); Next(),
-/// which gives the taps from left to right; IsFast(tap), asked right after it; and the static
-/// functions Fast and Exact, which store one output unit. Fast may read and write a little past its
-/// units, as far as IsFast has checked that there is room; the units that follow it overwrite the
-/// rest.
-template <class Kernel>
-void ResampleInStrips(const UnitRows<const BYTE>& source, const UnitRows<BYTE>& destination,
-                      LONG rows) {
-    constexpr std::size_t kStripUnits = 128;
-    std::array<typename Kernel::Tap, kStripUnits> taps;
-    Kernel kernel(source.width, destination.width);
-    const auto width = static_cast<std::size_t>(destination.width);
-    for (std::size_t first = 0; first < width; first += kStripUnits) {
-        const std::size_t count = std::min(kStripUnits, width - first);
-        std::size_t fast = 0;
-        for (std::size_t i = 0; i < count; ++i) {
-            taps[i] = kernel.Next();
-            if (fast == i && kernel.IsFast(taps[i])) {
-                ++fast;
-            }
-        }
-        for (LONG row = 0; row < rows; ++row) {
-            const BYTE* from = source.data + std::ptrdiff_t{source.stride} * row;
-            BYTE* to = destination.data + std::ptrdiff_t{destination.stride} * row +
-                       first * Kernel::kUnitBytes;
-            for (std::size_t i = 0; i < fast; ++i, to += Kernel::kUnitBytes) {
-                Kernel::Fast(taps[i], from, to);
-            }
-            for (std::size_t i = fast; i < count; ++i, to += Kernel::kUnitBytes) {
-                Kernel::Exact(taps[i], from, to);
-            }
-        }
-    }
-}
 
 }  // namespace nyx

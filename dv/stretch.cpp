@@ -1,5 +1,8 @@
 #include <emmintrin.h>
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstring>
 
 #include "dv/resample_rows.h"
@@ -74,6 +77,39 @@ class StretchKernel {
     std::size_t rowBytes_;
 };
 
+/// Stretches a picture in vertical strips, so that the taps of a strip are worked out once for all
+/// rows and need no allocation. Fast may write a little past its unit, as far as IsFast has checked
+/// that there is room; the units that follow overwrite the rest.
+template <class Kernel>
+void StretchInStrips(const UnitRows<const BYTE>& source, const UnitRows<BYTE>& destination,
+                     LONG rows) {
+    constexpr std::size_t kStripUnits = 128;
+    std::array<typename Kernel::Tap, kStripUnits> taps;
+    Kernel kernel(source.width, destination.width);
+    const auto width = static_cast<std::size_t>(destination.width);
+    for (std::size_t first = 0; first < width; first += kStripUnits) {
+        const std::size_t count = std::min(kStripUnits, width - first);
+        std::size_t fast = 0;
+        for (std::size_t i = 0; i < count; ++i) {
+            taps[i] = kernel.Next();
+            if (fast == i && kernel.IsFast(taps[i])) {
+                ++fast;
+            }
+        }
+        for (LONG row = 0; row < rows; ++row) {
+            const BYTE* from = source.data + std::ptrdiff_t{source.stride} * row;
+            BYTE* to = destination.data + std::ptrdiff_t{destination.stride} * row +
+                       first * Kernel::kUnitBytes;
+            for (std::size_t i = 0; i < fast; ++i, to += Kernel::kUnitBytes) {
+                Kernel::Fast(taps[i], from, to);
+            }
+            for (std::size_t i = fast; i < count; ++i, to += Kernel::kUnitBytes) {
+                Kernel::Exact(taps[i], from, to);
+            }
+        }
+    }
+}
+
 }  // namespace
 
 HRESULT StretchRows(ResampleUnit unit, const UnitRows<const BYTE>& source,
@@ -83,9 +119,9 @@ HRESULT StretchRows(ResampleUnit unit, const UnitRows<const BYTE>& source,
         return E_FAIL;
     }
     if (unit == ResampleUnit::kThreeBytes) {
-        ResampleInStrips<StretchKernel<3>>(source, destination, rows);
+        StretchInStrips<StretchKernel<3>>(source, destination, rows);
     } else {
-        ResampleInStrips<StretchKernel<4>>(source, destination, rows);
+        StretchInStrips<StretchKernel<4>>(source, destination, rows);
     }
     return S_OK;
 }

@@ -3,7 +3,6 @@
 #include <cstdlib>
 
 #include "dv/dif_parser.h"
-#include "dv/frame_description.h"
 
 namespace {
 
@@ -42,6 +41,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (SUCCEEDED(result)) {
         RequireSound(state.format);
     }
-    nyx::DescribeDvFrame(data, size);
     return 0;
 }

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "clip_reader.h"
-#include "dv/frame_description.h"
+#include "dv_description.h"
 
 namespace nyx::host {
 

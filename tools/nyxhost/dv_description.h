@@ -1,14 +1,14 @@
 #pragma once
 
 /// @file
-/// A DV frame in words, for tools that show it to people.
+/// A DV frame in words.
 
 #include <cstddef>
 #include <string>
 
 #include "platform/win_types.h"
 
-namespace nyx {
+namespace nyx::host {
 
 /// Texts are empty where the frame does not tell.
 struct DvFrameDescription {
@@ -31,10 +31,4 @@ struct DvFrameDescription {
 /// std::bad_alloc.
 DvFrameDescription DescribeDvFrame(const void* frame, std::size_t size);
 
-/// Payloads of single packs as the parser's getters give them; empty for -1 and for digits that no
-/// clock or calendar shows. Years from 75 on belong to the last century.
-std::string TimecodeText(LONG payload);
-std::string RecordingDateText(LONG payload);
-std::string RecordingTimeText(LONG payload);
-
-}  // namespace nyx
+}  // namespace nyx::host

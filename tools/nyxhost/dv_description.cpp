@@ -1,4 +1,4 @@
-#include "dv/frame_description.h"
+#include "dv_description.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -7,7 +7,7 @@
 
 #include "dv/dif_parser.h"
 
-namespace nyx {
+namespace nyx::host {
 namespace {
 
 /// Byte `index` (0 is PC1) of a payload word.
@@ -139,6 +139,7 @@ std::string DescribeAudio(const DifState& state) {
     return text;
 }
 
+/// Empty for -1 and for digits that no clock shows.
 std::string ClockText(LONG payload) {
     const auto hours = Digits(PayloadByte(payload, 3), 0x3F, 0, 23);
     const auto minutes = Digits(PayloadByte(payload, 2), 0x7F, 0, 59);
@@ -147,20 +148,6 @@ std::string ClockText(LONG payload) {
         return {};
     }
     return Format("%02u:%02u:%02u", *hours, *minutes, *seconds);
-}
-
-}  // namespace
-
-DvFrameDescription DescribeDvFrame(const void* frame, std::size_t size) {
-    CLvtDifParser parser;
-    DvFrameDescription description;
-    description.recognised = SUCCEEDED(parser.Parse(frame, size));
-    DescribePicture(parser.State().format, &description);
-    description.audio = DescribeAudio(parser.State());
-    description.timecode = TimecodeText(parser.GetTimecodePack());
-    description.recordingDate = RecordingDateText(parser.GetRecDatePack());
-    description.recordingTime = RecordingTimeText(parser.GetRecTimePack());
-    return description;
 }
 
 std::string TimecodeText(LONG payload) {
@@ -174,6 +161,7 @@ std::string TimecodeText(LONG payload) {
     return clock + Format((first & kDropFrame) ? ";%02u" : ":%02u", *frames);
 }
 
+/// Years from 75 on belong to the last century.
 std::string RecordingDateText(LONG payload) {
     const auto day = Digits(PayloadByte(payload, 1), 0x3F, 1, 31);
     const auto month = Digits(PayloadByte(payload, 2), 0x1F, 1, 12);
@@ -184,8 +172,18 @@ std::string RecordingDateText(LONG payload) {
     return Format("%04u-%02u-%02u", *year + (*year < 75 ? 2000 : 1900), *month, *day);
 }
 
-std::string RecordingTimeText(LONG payload) {
-    return ClockText(payload);
+}  // namespace
+
+DvFrameDescription DescribeDvFrame(const void* frame, std::size_t size) {
+    CLvtDifParser parser;
+    DvFrameDescription description;
+    description.recognised = SUCCEEDED(parser.Parse(frame, size));
+    DescribePicture(parser.State().format, &description);
+    description.audio = DescribeAudio(parser.State());
+    description.timecode = TimecodeText(parser.GetTimecodePack());
+    description.recordingDate = RecordingDateText(parser.GetRecDatePack());
+    description.recordingTime = ClockText(parser.GetRecTimePack());
+    return description;
 }
 
-}  // namespace nyx
+}  // namespace nyx::host
