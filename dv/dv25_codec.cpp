@@ -1,11 +1,9 @@
 #include "dv/dv25_codec.h"
 
-#include <cstdint>
-#include <iterator>
-#include <limits>
-#include <new>
+#include <cstddef>
 
 #include "codecs/fault_guard.h"
+#include "codecs/scratch_image.h"
 #include "dv/dv_engine.h"
 #include "dv/resample.h"
 #include "settings/codec_settings.h"
@@ -19,38 +17,17 @@ constexpr LONG kRecordedWidth = 720;
 constexpr DvPictureSize kSizes[] = {
     {720, 480, 120000}, {856, 480, 120000}, {720, 576, 144000}, {1024, 576, 144000}};
 
-bool IsDv25Size(std::int64_t width, std::int64_t height) {
-    return HasDvSize(kSizes, width, height);
-}
+constexpr DvVariant kVariant = MakeDvVariant<kSizes>(kFourCC);
 
-constexpr DvVariant kVariant = {
-    {kFourCC, &IsDv25Size, kOpaqueDecodePairs, kDvEncodePairs}, kSizes, std::size(kSizes)};
-
-/// A picture of 720 pixels per row, for one call, walked in the direction of another one.
-class RecordedPicture {
-  public:
-    RecordedPicture(LONG height, LONG bytesPerPixel, bool bottomUp)
-        : stride_(kRecordedWidth * bytesPerPixel) {
-        const std::int64_t size = std::int64_t{stride_} * height;
-        if (height < 1 || size > std::numeric_limits<LONG>::max()) {
-            return;
-        }
-        bytes_.reset(new (std::nothrow) BYTE[static_cast<std::size_t>(size)]());
-        if (bytes_ && bottomUp) {
-            first_row_ = stride_ * (height - 1);
-            stride_ = -stride_;
-        }
+/// A picture of 720 pixels per row, walked in the direction of another one.
+SurfaceFormat RecordedSurface(const ScratchImage& picture, int index, bool bottomUp) {
+    SurfaceFormat surface = picture.Surface(index);
+    if (bottomUp) {
+        surface.data += std::ptrdiff_t{surface.stride} * (surface.height - 1);
+        surface.stride = -surface.stride;
     }
-
-    explicit operator bool() const { return bytes_ != nullptr; }
-    BYTE* data() const { return bytes_.get() + first_row_; }
-    LONG stride() const { return stride_; }
-
-  private:
-    LONG stride_;
-    LONG first_row_ = 0;
-    std::unique_ptr<BYTE[]> bytes_;
-};
+    return surface;
+}
 
 /// How rows are resampled: "YUY2" by macropixels of two pixels.
 ResampleUnit UnitOf(LONG bytesPerPixel) {
@@ -67,10 +44,6 @@ CDv25Codec::CDv25Codec()
       wide_screen_(IsSettingOn(kFourCC, L"wide_screen")),
       dvcpro25_(IsSettingOn(kFourCC, L"dvcpro25")) {}
 
-bool CDv25Codec::IsSupportedSize(LONG width, LONG height) {
-    return IsDv25Size(width, height);
-}
-
 HRESULT CDv25Codec::ReadReferenceFrame(ByteSpan sample, std::unique_ptr<BYTE[]>* buffer,
                                        DWORD* length) {
     if (!sample.data()) {
@@ -83,22 +56,26 @@ HRESULT CDv25Codec::DecodeFrame(LONG width, LONG height, LONG flags, const void*
                                 BYTE* destination, LONG stride, LONG bytesPerPixel,
                                 LONG outputCode) {
     if (width == kRecordedWidth) {
-        return CallDecode(flags, frame, destination, stride, bytesPerPixel, outputCode);
+        return CDvCodecBase::DecodeFrame(width, height, flags, frame, destination, stride,
+                                         bytesPerPixel, outputCode);
     }
-    const RecordedPicture recorded(height, bytesPerPixel, stride < 0);
-    if (!recorded) {
+    ScratchMemory memory;
+    const ScratchImage scratch(&memory, kRecordedWidth, height, bytesPerPixel);
+    if (!scratch) {
         return E_OUTOFMEMORY;
     }
+    // Only the engine's output code tells the layout here.
+    const SurfaceFormat recorded = RecordedSurface(scratch, kIndexYuy2, stride < 0);
     const HRESULT result =
-        CallDecode(flags, frame, recorded.data(), recorded.stride(), bytesPerPixel, outputCode);
+        CDvCodecBase::DecodeFrame(kRecordedWidth, height, flags, frame, recorded.data,
+                                  recorded.stride, bytesPerPixel, outputCode);
     if (FAILED(result) || bytesPerPixel == 4) {
         return result;
     }
     return GuardedResult([&] {
-        return StretchRows(
-            UnitOf(bytesPerPixel),
-            {recorded.data(), recorded.stride(), UnitsOf(kRecordedWidth, bytesPerPixel)},
-            {destination, stride, UnitsOf(width, bytesPerPixel)}, height);
+        return StretchRows(UnitOf(bytesPerPixel),
+                           {recorded.data, recorded.stride, UnitsOf(kRecordedWidth, bytesPerPixel)},
+                           {destination, stride, UnitsOf(width, bytesPerPixel)}, height);
     });
 }
 
@@ -122,23 +99,20 @@ HRESULT CDv25Codec::EncodePicture(LONG flags, const SurfaceFormat& source, LONG 
     if (source.width == kRecordedWidth) {
         return CallEncode(flags, source, inputCode, frame, length);
     }
-    const RecordedPicture recorded(source.height, source.bytesPerPixel, source.stride < 0);
-    if (!recorded) {
+    const LONG bytesPerPixel = source.bytesPerPixel;
+    ScratchMemory memory;
+    const ScratchImage scratch(&memory, kRecordedWidth, source.height, bytesPerPixel);
+    if (!scratch) {
         return E_OUTOFMEMORY;
     }
-    const LONG bytesPerPixel = source.bytesPerPixel;
-    const HRESULT result = SqueezeRows(
-        UnitOf(bytesPerPixel), {source.data, source.stride, UnitsOf(source.width, bytesPerPixel)},
-        {recorded.data(), recorded.stride(), UnitsOf(kRecordedWidth, bytesPerPixel)},
-        source.height);
-    if (FAILED(result)) {
-        return result;
-    }
-    SurfaceFormat squeezed = source;
-    squeezed.data = recorded.data();
-    squeezed.stride = recorded.stride();
-    squeezed.width = kRecordedWidth;
-    return CallEncode(flags, squeezed, inputCode, frame, length);
+    const SurfaceFormat recorded = RecordedSurface(scratch, source.index, source.stride < 0);
+    const HRESULT result = GuardedResult([&] {
+        return SqueezeRows(UnitOf(bytesPerPixel),
+                           {source.data, source.stride, UnitsOf(source.width, bytesPerPixel)},
+                           {recorded.data, recorded.stride, UnitsOf(kRecordedWidth, bytesPerPixel)},
+                           source.height);
+    });
+    return FAILED(result) ? result : CallEncode(flags, recorded, inputCode, frame, length);
 }
 
 }  // namespace nyx

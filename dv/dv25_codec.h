@@ -10,7 +10,6 @@ namespace nyx {
 class CDv25Codec : public CDvCodecBase {
   public:
     CDv25Codec();
-    bool IsSupportedSize(LONG width, LONG height) override;
 
     /// E_FAIL for no sample at all, else as DvReferenceFile tells.
     HRESULT ReadReferenceFrame(ByteSpan sample, std::unique_ptr<BYTE[]>* buffer,

@@ -8,9 +8,6 @@ namespace nyx {
 class CDv50Codec : public CDvCodecBase {
   public:
     CDv50Codec();
-    bool IsSupportedSize(LONG width, LONG height) override;
-    HRESULT DecodeFrame(LONG width, LONG height, LONG flags, const void* frame, BYTE* destination,
-                        LONG stride, LONG bytesPerPixel, LONG outputCode) override;
     virtual ~CDv50Codec() = default;
 
   private:

@@ -48,9 +48,23 @@ bool FitsSurface(const FormatRecord& format, ByteSpan frame, const SurfaceFormat
 /// A chain of references that is longer is taken for one without an end.
 constexpr int kMostReferences = 8;
 
-/// The frame may be anywhere, in a mapped file whose disk is gone too.
-HRESULT ParseGuarded(ByteSpan frame, CLvtDifParser* parser) {
-    return GuardedResult([&] { return parser->Parse(frame.data(), frame.size()); });
+FrameInfo DescribeDvFrame(ByteSpan frame) {
+    CLvtDifParser parser;
+    parser.Parse(frame.data(), frame.size());
+    const auto [aspectX, aspectY] = parser.GetPixelAspect();
+    return {parser.GetFieldOrder(),
+            aspectX,
+            aspectY,
+            parser.GetTimecodePack(),
+            parser.GetBinaryGroupPack(),
+            parser.GetRecDatePack(),
+            parser.GetRecTimePack()};
+}
+
+/// The picture's memory may be what went away.
+HRESULT FailBlack(const SurfaceFormat& output) {
+    Guarded([&] { FillBlack(output); });
+    return E_FAIL;
 }
 
 /// Rows that lie apart, so that none reaches past the picture.
@@ -131,8 +145,7 @@ HRESULT CDvCodecBase::GetFrameInfo(const BITMAPINFOHEADER* input, const void* fr
         return E_POINTER;
     }
     if (!frame) {
-        CCodecBase::GetFrameInfo(input, nullptr, averageFrameDuration, info);
-        return S_OK;
+        return CCodecBase::GetFrameInfo(input, nullptr, averageFrameDuration, info);
     }
     ByteSpan bytes(frame, input->biSizeImage);
     std::unique_ptr<BYTE[]> buffer;
@@ -141,16 +154,8 @@ HRESULT CDvCodecBase::GetFrameInfo(const BITMAPINFOHEADER* input, const void* fr
         return reference;
     }
     if (info) {
-        CLvtDifParser parser;
-        ParseGuarded(bytes, &parser);
-        const auto [aspectX, aspectY] = parser.GetPixelAspect();
-        *info = {parser.GetFieldOrder(),
-                 aspectX,
-                 aspectY,
-                 parser.GetTimecodePack(),
-                 parser.GetBinaryGroupPack(),
-                 parser.GetRecDatePack(),
-                 parser.GetRecTimePack()};
+        *info = {-1, -1, -1, -1, -1, -1, -1};
+        Guarded([&] { *info = DescribeDvFrame(bytes); });
     }
     return S_OK;
 }
@@ -178,38 +183,39 @@ HRESULT CDvCodecBase::DecodeSample(ByteSpan frame, const BITMAPINFOHEADER& input
     SurfaceFormat surface;
     if (input.biWidth < 1 || input.biWidth > output.biWidth || input.biHeight < 1 ||
         input.biHeight != AbsoluteHeight(output) || FAILED(DescribeSurface(request, &surface)) ||
-        surface.index >= kDecodedFormats) {
+        surface.index >= kDecodedFormats || !HasSoundStride(surface)) {
         return E_FAIL;
     }
-    // An output of a size of its own is filled; one that is merely wider has its rows padded.
+    SurfaceFormat picture = surface;
     if (!IsSupportedSize(surface.width, surface.height)) {
-        surface.width = input.biWidth;
+        picture.width = input.biWidth;
     }
-    return HasSoundStride(surface) ? DecodeToSurface(frame, surface) : E_FAIL;
+    return DecodeToSurface(frame, picture, surface);
 }
 
-HRESULT CDvCodecBase::DecodeToSurface(ByteSpan frame, const SurfaceFormat& surface) {
+HRESULT CDvCodecBase::DecodeToSurface(ByteSpan frame, const SurfaceFormat& picture,
+                                      const SurfaceFormat& output) {
     CLvtDifParser parser;
-    if (FAILED(ParseGuarded(frame, &parser))) {
-        FillBlack(surface);
-        return E_FAIL;
+    // The frame may be anywhere, in a mapped file whose disk is gone too.
+    if (FAILED(GuardedResult([&] { return parser.Parse(frame.data(), frame.size()); }))) {
+        return FailBlack(output);
     }
     const LONG variant = VariantFlags(parser.GetFormatCode());
     if (variant == 0 || !engine_[0].Decode<DvDecodeEntry>()) {
         return E_FAIL;
     }
-    if (!FitsSurface(parser.State().format, frame, surface)) {
-        FillBlack(surface);
-        return E_FAIL;
+    if (!FitsSurface(parser.State().format, frame, picture)) {
+        return FailBlack(output);
     }
     const LONG system = parser.GetSystemRate() == 60 ? kEngineSystem60 : kEngineSystem50;
     const HRESULT result =
-        DecodeFrame(surface.width, surface.height, system | variant, frame.data(), surface.data,
-                    surface.stride, surface.bytesPerPixel, kPixelFormatCodes[surface.index]);
-    if (result == E_FAIL) {
-        FillBlack(surface);
-    }
-    return result;
+        DecodeFrame(picture.width, picture.height, system | variant, frame.data(), picture.data,
+                    picture.stride, picture.bytesPerPixel, kPixelFormatCodes[picture.index]);
+    return result == E_FAIL ? FailBlack(output) : result;
+}
+
+bool CDvCodecBase::IsSupportedSize(LONG width, LONG height) {
+    return variant_.formats.acceptsSize(width, height);
 }
 
 HRESULT CDvCodecBase::ReadReferenceFrame(ByteSpan, std::unique_ptr<BYTE[]>*, DWORD*) {
@@ -230,8 +236,8 @@ HRESULT CDvCodecBase::FollowReferences(ByteSpan* frame, std::unique_ptr<BYTE[]>*
     return E_FAIL;
 }
 
-HRESULT CDvCodecBase::CallDecode(LONG flags, const void* frame, BYTE* destination, LONG stride,
-                                 LONG bytesPerPixel, LONG outputCode) {
+HRESULT CDvCodecBase::DecodeFrame(LONG, LONG, LONG flags, const void* frame, BYTE* destination,
+                                  LONG stride, LONG bytesPerPixel, LONG outputCode) {
     LONG ignored;  // the engine's own status is not looked at
     return CallEngine(&ignored, engine_[0].Decode<DvDecodeEntry>(), flags, frame,
                       static_cast<void*>(destination), stride, bytesPerPixel, outputCode);

@@ -5,6 +5,7 @@
 /// the queries. A variant is its record of formats and sizes and a few small overrides.
 
 #include <cstddef>
+#include <iterator>
 #include <memory>
 
 #include "codecs/codec.h"
@@ -30,21 +31,25 @@ struct DvVariant {
     std::size_t sizeCount;
 };
 
-/// The size's row of a variant's table, null when it has none.
-const DvPictureSize* FindDvSize(const DvPictureSize* sizes, std::size_t count, std::int64_t width,
-                                std::int64_t height);
-
-template <std::size_t kCount>
-bool HasDvSize(const DvPictureSize (&sizes)[kCount], std::int64_t width, std::int64_t height) {
-    return FindDvSize(sizes, kCount, width, height) != nullptr;
-}
-
 /// What the variants encode, from the filters' side; a direct caller of Compress may give RGB
 /// 32-bit as well.
 constexpr FormatPair kDvEncodePairs[] = {
     {24, BI_RGB, 24, AlphaFlag::kAny},
     {24, FourCC("YUY2"), 16, AlphaFlag::kAny},
 };
+
+/// The size's row of a variant's table, null when it has none.
+const DvPictureSize* FindDvSize(const DvPictureSize* sizes, std::size_t count, std::int64_t width,
+                                std::int64_t height);
+
+/// The record of a variant with these sizes, a static array.
+template <const auto& kSizes>
+constexpr DvVariant MakeDvVariant(DWORD fourcc) {
+    constexpr auto kAccepts = [](std::int64_t width, std::int64_t height) {
+        return FindDvSize(kSizes, std::size(kSizes), width, height) != nullptr;
+    };
+    return {{fourcc, kAccepts, kOpaqueDecodePairs, kDvEncodePairs}, kSizes, std::size(kSizes)};
+}
 
 class CDvCodecBase : public CCodecBase {
   public:
@@ -60,22 +65,26 @@ class CDvCodecBase : public CCodecBase {
                      BITMAPINFOHEADER* output, void* outputData, DWORD reserved1, DWORD stride,
                      DWORD reserved3) override;
 
-    /// S_OK with what the frame itself tells, -1 for what it does not; without a frame with the
-    /// defaults of the picture's size. A negative result of ReadReferenceFrame is passed on.
+    /// S_OK with what the frame itself tells, -1 for what it does not; without a frame S_FALSE with
+    /// the defaults of the picture's size. A negative result of ReadReferenceFrame is passed on.
     HRESULT GetFrameInfo(const BITMAPINFOHEADER* input, const void* frame,
                          REFERENCE_TIME averageFrameDuration, FrameInfo* info) override;
 
-    /// A frame that does not parse, is cut short, or is no picture of the size at hand leaves a
-    /// black picture and E_FAIL, and so does an engine that raises. E_FAIL with the destination
-    /// untouched for formats without an output code, signal types without a variant, and as long as
-    /// the engine is missing. The other negative results are those of ReadReferenceFrame and
-    /// DecodeFrame.
+    /// An output as wide as a size of the variant is filled; in one of another width the stream's
+    /// picture stands at the left and what is right of it stays as it was: the width is that of a
+    /// row in memory, and nothing is stretched to it.
+    ///
+    /// A frame that does not parse, is cut short, or is no picture of the size at hand leaves an
+    /// output that is black in all its width and E_FAIL, and so does an engine that raises. E_FAIL
+    /// with the destination untouched for formats without an output code, signal types without a
+    /// variant, and as long as the engine is missing. The other negative results are those of
+    /// ReadReferenceFrame and DecodeFrame.
     HRESULT Decompress(const BITMAPINFOHEADER* input, const void* data,
                        const BITMAPINFOHEADER* output, bool alphaOut, void* outputData, LONG stride,
                        DWORD alphaMode) override;
 
     /// Whether the variant has pictures of exactly this size.
-    virtual bool IsSupportedSize(LONG width, LONG height) = 0;
+    virtual bool IsSupportedSize(LONG width, LONG height);
 
     /// S_OK when `sample` points into a file: the frame it stands for is in `buffer`, `length`
     /// bytes long. S_FALSE when the sample is the frame itself, as it always is here. Negative when
@@ -83,11 +92,11 @@ class CDvCodecBase : public CCodecBase {
     virtual HRESULT ReadReferenceFrame(ByteSpan sample, std::unique_ptr<BYTE[]>* buffer,
                                        DWORD* length);
 
-    /// Decodes a whole frame that was parsed to a picture of `width` x `height`. E_FAIL when the
-    /// engine raised.
+    /// Decodes a whole frame that was parsed to a picture of `width` x `height`: here by the engine
+    /// alone, which knows the size by the frame. E_FAIL when the engine is missing or raised.
     virtual HRESULT DecodeFrame(LONG width, LONG height, LONG flags, const void* frame,
                                 BYTE* destination, LONG stride, LONG bytesPerPixel,
-                                LONG outputCode) = 0;
+                                LONG outputCode);
 
     virtual ~CDvCodecBase() = default;
 
@@ -95,9 +104,7 @@ class CDvCodecBase : public CCodecBase {
     /// `variant` is a static record.
     CDvCodecBase(const DvVariant& variant, LONG colorSpace);
 
-    /// One call to the engine. E_FAIL when it is missing or raised.
-    HRESULT CallDecode(LONG flags, const void* frame, BYTE* destination, LONG stride,
-                       LONG bytesPerPixel, LONG outputCode);
+    /// Encodes by the engine. E_FAIL when it is missing or raised.
     HRESULT CallEncode(LONG flags, const SurfaceFormat& source, LONG inputCode, void* frame,
                        LONG* length);
 
@@ -118,7 +125,9 @@ class CDvCodecBase : public CCodecBase {
 
     HRESULT DecodeSample(ByteSpan frame, const BITMAPINFOHEADER& input,
                          const SurfaceRequest& request);
-    HRESULT DecodeToSurface(ByteSpan frame, const SurfaceFormat& surface);
+    /// `output` is the whole of what is filled black, `picture` the part of it that is decoded to.
+    HRESULT DecodeToSurface(ByteSpan frame, const SurfaceFormat& picture,
+                            const SurfaceFormat& output);
 
     const DvVariant& variant_;
     EngineUse engine_;

@@ -1,7 +1,5 @@
 #include "dv/dvhd_codec.h"
 
-#include <iterator>
-
 #include "dv/dv_engine.h"
 #include "settings/codec_settings.h"
 
@@ -14,27 +12,13 @@ constexpr DWORD kFourCC = FourCC("QDVH");
 constexpr DvPictureSize kSizes[] = {
     {1280, 1080, 480000}, {1440, 1080, 576000}, {960, 720, 240000}, {960, 720, 240000}};
 
-bool IsDvHdSize(std::int64_t width, std::int64_t height) {
-    return HasDvSize(kSizes, width, height);
-}
-
-constexpr DvVariant kVariant = {
-    {kFourCC, &IsDvHdSize, kOpaqueDecodePairs, kDvEncodePairs}, kSizes, std::size(kSizes)};
+constexpr DvVariant kVariant = MakeDvVariant<kSizes>(kFourCC);
 
 }  // namespace
 
 CDvHdCodec::CDvHdCodec()
     : CDvCodecBase(kVariant, ReadCodecSetting(kFourCC, L"color_space", 0)),
       fifty_frames_(IsSettingOn(kFourCC, L"5060")) {}
-
-bool CDvHdCodec::IsSupportedSize(LONG width, LONG height) {
-    return IsDvHdSize(width, height);
-}
-
-HRESULT CDvHdCodec::DecodeFrame(LONG, LONG, LONG flags, const void* frame, BYTE* destination,
-                                LONG stride, LONG bytesPerPixel, LONG outputCode) {
-    return CallDecode(flags, frame, destination, stride, bytesPerPixel, outputCode);
-}
 
 LONG CDvHdCodec::EncodeFlags(const SurfaceFormat& source) const {
     switch (source.width) {

@@ -3,32 +3,37 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
-#include <optional>
+#include "codecs/fault_guard.h"
+#include "platform/fourcc.h"
 
 namespace nyx {
 namespace {
 
-constexpr char kMagic[] = {'R', 'E', 'F', ' '};
+constexpr DWORD kMagic = FourCC("REF ");
 constexpr std::size_t kOffsetField = 4;
 constexpr std::size_t kPathField = 16;
 constexpr std::size_t kChunkLengthField = 4;  // of the chunk that is referred to
 
+/// Without a destructor, since it is read behind the guard.
 struct Reference {
     LONGLONG lengthOffset;  ///< where in the file the frame's length stands, right before the frame
-    const char* path;       ///< ends in a NUL inside the sample
-    std::size_t pathLength;
+    char path[MAX_PATH];
 };
 
-std::optional<Reference> ReadReference(ByteSpan sample) {
+HRESULT ReadReference(ByteSpan sample, Reference* reference) {
     const auto offset = sample.Le32At(kOffsetField);
     const ByteSpan path = sample.Slice(kPathField);
     const BYTE* end = std::find(path.data(), path.data() + path.size(), BYTE{0});
     if (!offset || end == path.data() + path.size()) {
-        return std::nullopt;
+        return E_FAIL;
     }
-    return Reference{LONGLONG{*offset} + static_cast<LONGLONG>(kChunkLengthField),
-                     reinterpret_cast<const char*>(path.data()),
-                     static_cast<std::size_t>(end - path.data())};
+    const auto length = static_cast<std::size_t>(end - path.data());
+    if (length >= sizeof(reference->path)) {
+        return HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE);
+    }
+    std::memcpy(reference->path, path.data(), length + 1);
+    reference->lengthOffset = LONGLONG{*offset} + static_cast<LONGLONG>(kChunkLengthField);
+    return S_OK;
 }
 
 bool IsDv25Frame(DWORD length) {
@@ -44,23 +49,25 @@ HRESULT LastError() {
 }  // namespace
 
 bool IsReferenceSample(ByteSpan sample) {
-    return sample.Holds(0, sizeof(kMagic)) &&
-           std::memcmp(sample.data(), kMagic, sizeof(kMagic)) == 0;
+    bool isReference = false;
+    Guarded([&] { isReference = sample.Le32At(0) == kMagic; });
+    return isReference;
 }
 
 HRESULT DvReferenceFile::ReadFrame(ByteSpan sample, std::unique_ptr<BYTE[]>* buffer,
                                    DWORD* length) {
-    const std::optional<Reference> reference = ReadReference(sample);
-    if (!reference) {
-        return E_FAIL;
+    Reference reference;
+    HRESULT result = GuardedResult([&] { return ReadReference(sample, &reference); });
+    if (FAILED(result)) {
+        return result;
     }
     const std::lock_guard<std::mutex> hold(lock_);
-    HRESULT result = Open(reference->path, reference->pathLength);
+    result = Open(reference.path);
     if (FAILED(result)) {
         return result;
     }
     LARGE_INTEGER position;
-    position.QuadPart = reference->lengthOffset;
+    position.QuadPart = reference.lengthOffset;
     if (!SetFilePointerEx(file_, position, nullptr, FILE_BEGIN)) {
         return LastError();
     }
@@ -85,15 +92,12 @@ HRESULT DvReferenceFile::ReadFrame(ByteSpan sample, std::unique_ptr<BYTE[]>* buf
     return result;
 }
 
-HRESULT DvReferenceFile::Open(const char* path, std::size_t pathLength) {
-    if (pathLength >= sizeof(path_)) {
-        return HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE);
-    }
+HRESULT DvReferenceFile::Open(const char* path) {
     if (file_ != INVALID_HANDLE_VALUE && std::strcmp(path_, path) == 0) {
         return S_OK;
     }
     Close();
-    std::memcpy(path_, path, pathLength + 1);
+    std::strcpy(path_, path);
     file_ = CreateFileA(path_, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                         FILE_ATTRIBUTE_NORMAL, nullptr);
     return file_ == INVALID_HANDLE_VALUE ? LastError() : S_OK;

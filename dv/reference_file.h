@@ -11,6 +11,7 @@ namespace nyx {
 
 /// A sample that stands for a DV25 frame in a file: "REF ", the file offset of the frame's RIFF
 /// chunk header, 8 bytes of no meaning, then the file's path in the ANSI code page up to a NUL.
+/// False for memory that cannot be read.
 bool IsReferenceSample(ByteSpan sample);
 
 /// The file that reference samples point into, kept open from sample to sample. Callable on any
@@ -29,7 +30,7 @@ class DvReferenceFile {
     HRESULT ReadFrame(ByteSpan sample, std::unique_ptr<BYTE[]>* buffer, DWORD* length);
 
   private:
-    HRESULT Open(const char* path, std::size_t pathLength);
+    HRESULT Open(const char* path);
     HRESULT ReadExactly(void* buffer, DWORD length);
     void Close();
 
