@@ -66,13 +66,11 @@ HRESULT STDMETHODCALLTYPE CClassFactory::CreateInstance(LPUNKNOWN pUnkOuter, REF
     if (!object) {
         return FAILED(hr) ? hr : E_OUTOFMEMORY;
     }
-    if (FAILED(hr)) {
-        delete object;
-        return hr;
-    }
-    // The reference around the query deletes the object when the query fails.
+    // The reference around the query deletes the object when it, or the query, has failed.
     object->NonDelegatingAddRef();
-    hr = object->NonDelegatingQueryInterface(riid, ppv);
+    if (SUCCEEDED(hr)) {
+        hr = object->NonDelegatingQueryInterface(riid, ppv);
+    }
     object->NonDelegatingRelease();
     return hr;
 }

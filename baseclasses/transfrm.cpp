@@ -74,7 +74,6 @@ HRESULT STDMETHODCALLTYPE CTransformFilter::Stop() {
         m_State = State_Stopped;
     }
     m_State = State_Stopped;
-    m_bEOSDelivered = FALSE;
     return hr;
 }
 
@@ -84,12 +83,7 @@ HRESULT STDMETHODCALLTYPE CTransformFilter::Pause() {
     if (BothConnected()) {
         hr = PauseConnected();
     } else {
-        if (m_State != State_Paused && m_pOutput && !m_pInput->IsConnected() && !m_bEOSDelivered) {
-            // Nothing will ever come; without the end of the stream downstream would wait for it.
-            m_pOutput->DeliverEndOfStream();
-            m_bEOSDelivered = TRUE;
-        }
-        m_State = State_Paused;
+        m_State = State_Paused;  // no output is connected without an input: nobody waits
     }
     m_bSampleSkipped = FALSE;
     return hr;

@@ -59,7 +59,6 @@ class CTransformFilter : public CBaseFilter {
     /// renderer may have attached a new type to it; that stays.
     HRESULT InitializeOutputSample(IMediaSample* pSample, IMediaSample** ppOutSample);
 
-    BOOL m_bEOSDelivered = FALSE;   ///< the end was sent for want of an input
     BOOL m_bSampleSkipped = FALSE;  ///< the last sample was not delivered
 
     CCritSec m_csFilter;

@@ -1,0 +1,456 @@
+#include <cctype>
+#include <cstring>
+#include <map>
+
+#include "baseclasses/streams.h"
+#include "tests/support/rig.h"
+#include "tests/support/watchdog.h"
+
+namespace nyx::test {
+namespace {
+
+constexpr LONGLONG kFrame = 400000;  // 25 frames per second, 100-ns units
+constexpr BYTE kRefused = 13;
+
+/// A type with `number` as its whole format block, for the passthrough filter.
+MediaType Numbered(BYTE number) {
+    MediaType type = PartialType(MEDIATYPE_Video, GUID_NULL, FORMAT_VideoInfo);
+    type.ResizeFormat(1);
+    *type.pbFormat = number;
+    return type;
+}
+BYTE NumberOf(const AM_MEDIA_TYPE& type) {
+    return type.cbFormat == 1 ? *type.pbFormat : BYTE{0};
+}
+
+/// The smallest video transform filter: takes numbered types but one, makes nothing of its samples,
+/// writes down what the library calls and answers as it is told to.
+class Passthrough : public CVideoTransformFilter {
+  public:
+    Passthrough() : CVideoTransformFilter(NAME("Passthrough"), nullptr, GUID_NULL) {}
+
+    std::string log;
+    std::map<std::string, HRESULT> answers;  ///< other than `S_OK`
+    std::function<void()> onTransform = [] {};
+    bool handlesQuality = true;  ///< off: as a plain transform filter
+    int qualityMessages = 0;
+
+    HRESULT Transform(IMediaSample*, IMediaSample*) override {
+        onTransform();
+        return Call("Transform");
+    }
+    HRESULT CheckInputType(const CMediaType* type) override {
+        return NumberOf(*type) == kRefused ? VFW_E_TYPE_NOT_ACCEPTED : S_OK;
+    }
+    HRESULT CheckTransform(const CMediaType*, const CMediaType* out) override {
+        return CheckInputType(out);
+    }
+    HRESULT DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* request) override {
+        request->cBuffers = request->cbBuffer = 1;
+        return allocator->SetProperties(request, request);
+    }
+    HRESULT GetMediaType(int position, CMediaType* type) override {
+        return position > 2 ? VFW_S_NO_MORE_ITEMS
+                            : type->Set(Numbered(static_cast<BYTE>(position + 1)));
+    }
+    HRESULT StartStreaming() override {
+        const HRESULT hr = Call("Start");
+        return FAILED(hr) ? hr : CVideoTransformFilter::StartStreaming();
+    }
+    HRESULT StopStreaming() override { return Call("Stop"); }
+    HRESULT SetMediaType(PIN_DIRECTION, const CMediaType*) override { return Call("Type"); }
+    HRESULT AlterQuality(Quality quality) override {
+        ++qualityMessages;
+        return handlesQuality ? CVideoTransformFilter::AlterQuality(quality)
+                              : CTransformFilter::AlterQuality(quality);
+    }
+    CTransformInputPin* Input() { return GetPin(0) ? m_pInput : nullptr; }
+    CTransformOutputPin* Output() { return GetPin(1) ? m_pOutput : nullptr; }
+    using CTransformFilter::m_csFilter;
+    using CTransformFilter::m_pOutput;
+    using CVideoTransformFilter::m_itrAvgDecode;
+    using CVideoTransformFilter::m_itrLate;
+    using CVideoTransformFilter::m_nKeyFramePeriod;
+    using CVideoTransformFilter::m_tDecodeStart;
+
+  private:
+    HRESULT Call(const char* name) {
+        log += std::string(name) + " ";
+        return answers.count(name) ? answers[name] : S_OK;
+    }
+};
+
+/// The sink's allocator; remembers with which flags its buffers were asked for.
+struct FlagsAllocator : HostileAllocator {
+    std::vector<DWORD> flags;
+    STDMETHODIMP GetBuffer(IMediaSample** buffer, REFERENCE_TIME* start, REFERENCE_TIME* stop,
+                           DWORD asked) override {
+        flags.push_back(asked);
+        return HostileAllocator::GetBuffer(buffer, start, stop, asked);
+    }
+};
+
+/// A passthrough filter between a source and a sink, in a stand-in graph.
+class BaseClasses : public ::testing::Test {
+  protected:
+    BaseClasses() {
+        sink.ownAllocator = allocator;
+        filter->JoinFilterGraph(graph.Get(), L"");
+    }
+    ~BaseClasses() override {
+        filter->Stop();
+        input->Disconnect();
+        source.Disconnect();
+        sink.Disconnect();
+        EXPECT_EQ(filter.Reset(), 0u) << "somebody still holds the filter";
+        EXPECT_EQ(CBaseObject::ObjectsActive(), 0);
+    }
+    void Start() {
+        EXPECT_EQ(source.Connect(input, &one), S_OK);
+        EXPECT_EQ(output->Connect(&sink, &one), S_OK);
+        EXPECT_EQ(filter->Pause(), S_OK);
+        filter->log.clear();
+    }
+    HRESULT Push(const Sample& sample = {{1}}) { return input->Receive(MakeSample(sample).Get()); }
+    /// Pushes a frame with times; whether it was delivered.
+    bool PushTimed(bool key = true) {
+        Sample sample{{1}, time += kFrame, time + kFrame};
+        sample.syncPoint = key;
+        const std::size_t before = sink.Count();
+        EXPECT_EQ(Push(sample), S_OK);
+        return sink.Count() != before;
+    }
+    HRESULT Notify(REFERENCE_TIME late = 0) {
+        return output->Notify(sinkFilter.Get(), {Flood, 1000, late, 0});
+    }
+
+    const ComPtr<Graph> graph = Make<Graph>();
+    const ComPtr<End> sourceFilter = Make<End>(PINDIR_OUTPUT);
+    const ComPtr<End> sinkFilter = Make<End>(PINDIR_INPUT);
+    const ComPtr<FlagsAllocator> allocator = Make<FlagsAllocator>();
+    ComPtr<Passthrough> filter{new Passthrough};
+    EndPin& source = sourceFilter->pin;
+    EndPin& sink = sinkFilter->pin;
+    CTransformInputPin* const input = filter->Input();
+    CTransformOutputPin* const output = filter->Output();
+    const MediaType one = Numbered(1);
+    LONGLONG time = 0;
+};
+
+TEST_F(BaseClasses, QuestionsAboutPinsNeedNoFilterLock) {
+    Start();
+    const CAutoLock lock(&filter->m_csFilter);
+    MustFinish("a question waits for the filter lock", [&] {
+        MediaType type;
+        EXPECT_EQ(input->ConnectionMediaType(&type), S_OK);
+        EXPECT_EQ(output->QueryAccept(&type), S_OK);
+        ComPtr<IPin> pin;
+        EXPECT_EQ(output->ConnectedTo(&pin), S_OK);
+        EXPECT_EQ(filter->FindPin(L"Out", pin.ReleaseAndGetAddressOf()), S_OK);
+        EXPECT_TRUE(As<IMediaSeeking>(pin));
+    });
+}
+
+TEST_F(BaseClasses, EnumeratorsNoticeChanges) {
+    ASSERT_EQ(source.Connect(input, &one), S_OK);
+    ComPtr<IEnumPins> pins;
+    ComPtr<IEnumPins> clone;
+    ASSERT_EQ(filter->EnumPins(&pins), S_OK);
+    ComPtr<IPin> pin;
+    EXPECT_EQ(pins->Next(1, &pin, nullptr), S_OK);
+    filter->IncrementPinVersion();
+    EXPECT_EQ(pins->Skip(1), VFW_E_ENUM_OUT_OF_SYNC);
+    EXPECT_EQ(pins->Clone(&clone), VFW_E_ENUM_OUT_OF_SYNC);
+    EXPECT_EQ(pins->Next(1, pin.ReleaseAndGetAddressOf(), nullptr), S_OK);
+    EXPECT_EQ(pin.Get(), output) << "afresh, but no pin twice";
+    EXPECT_EQ(pins->Skip(1), S_FALSE) << "in step again, at the end";
+
+    ComPtr<IEnumMediaTypes> types;
+    ComPtr<IEnumMediaTypes> typesClone;
+    ASSERT_EQ(output->EnumMediaTypes(&types), S_OK);
+    output->IncrementTypeVersion();
+    AM_MEDIA_TYPE* type = nullptr;
+    EXPECT_EQ(types->Next(1, &type, nullptr), VFW_E_ENUM_OUT_OF_SYNC);
+    EXPECT_EQ(types->Skip(1), VFW_E_ENUM_OUT_OF_SYNC);
+    EXPECT_EQ(types->Clone(&typesClone), VFW_E_ENUM_OUT_OF_SYNC);
+    EXPECT_EQ(types->Reset(), S_OK);
+    EXPECT_EQ(types->Skip(2), S_OK);
+    ASSERT_EQ(types->Next(1, &type, nullptr), S_OK);
+    EXPECT_EQ(NumberOf(MediaType::Adopt(type)), 3);
+    EXPECT_EQ(types->Skip(0xFFFFFFFFu), S_FALSE);
+    EXPECT_EQ(types->Skip(0xFFFFFFFFu), S_FALSE) << "however far it is told";
+}
+
+TEST_F(BaseClasses, StreamingStartsAndStopsOncePerRunAndNotWithoutAllOfIt) {
+    Start();
+    filter->Stop();
+    filter->answers["Start"] = E_ABORT;
+    EXPECT_EQ(filter->Run(0), E_ABORT);
+    EXPECT_TRUE(filter->IsStopped());
+    EXPECT_EQ(Push(), VFW_E_WRONG_STATE);
+    filter->answers.clear();
+    filter->log.clear();
+    for (const auto enter : {&Passthrough::Pause, &Passthrough::Stop, &Passthrough::Stop}) {
+        EXPECT_EQ(filter->Run(0), S_OK);
+        EXPECT_EQ((*filter.Get().*enter)(), S_OK);
+    }
+    EXPECT_EQ(filter->log, "Start Stop Start Stop ");
+    filter->Pause();
+    EXPECT_EQ(input->BeginFlush(), S_OK);
+    EXPECT_EQ(Push(), S_FALSE);
+    filter->Stop();
+    filter->Pause();
+    EXPECT_EQ(Push(), S_OK) << "stopping ends the flush";
+    filter->Stop();
+    output->BreakConnect();
+    filter->log.clear();
+    EXPECT_EQ(filter->Pause(), VFW_E_NO_ALLOCATOR);
+    EXPECT_TRUE(filter->IsStopped());
+    EXPECT_EQ(filter->log, "Start Stop ");
+}
+
+TEST_F(BaseClasses, StopWaitsForTheFrameUnderWay) {
+    Start();
+    std::thread stopper;
+    filter->onTransform = [&] {
+        stopper = std::thread([&] { filter->Stop(); });
+        Sleep(30);
+        EXPECT_FALSE(filter->IsStopped()) << "not while a frame is being made";
+    };
+    EXPECT_EQ(Push(), S_OK);
+    stopper.join();
+    EXPECT_EQ(filter->log, "Transform Stop ");
+}
+
+TEST_F(BaseClasses, LatenessThatTheFilterLeavesAloneGoesToTheSinkOrUpstream) {
+    const ComPtr<Passthrough> upstream(new Passthrough);
+    const ComPtr<Passthrough> manager(new Passthrough);
+    filter->handlesQuality = false;
+    EXPECT_EQ(Notify(), VFW_E_NOT_FOUND) << "there is nobody";
+    ASSERT_EQ(source.Connect(upstream->Input(), &one), S_OK);
+    ASSERT_EQ(upstream->Output()->Connect(input, &one), S_OK);
+    EXPECT_EQ(Notify(), E_FAIL) << "the answer from upstream";
+    input->SetSink(manager->Output());
+    EXPECT_EQ(Notify(), E_FAIL);
+    EXPECT_EQ(manager->qualityMessages, 1);
+    EXPECT_EQ(upstream->qualityMessages, 1);
+    upstream->Input()->Disconnect();
+}
+
+TEST_F(BaseClasses, ANewTypeInMidStreamRestartsTheStreamOrAbortsIt) {
+    Start();
+    Sample sample{{1}};
+    sample.type = Numbered(5);
+    EXPECT_EQ(Push(sample), S_OK);
+    EXPECT_EQ(NumberOf(input->CurrentMediaType()), 5);
+    EXPECT_EQ(NumberOf(output->CurrentMediaType()), 1);
+    EXPECT_FALSE(sink.Last().type) << "the input's type is not the output's";
+    sample.type.reset();
+    sample.syncPoint = false;
+    allocator->nextType = Numbered(6);
+    EXPECT_EQ(Push(sample), S_OK);
+    EXPECT_EQ(NumberOf(output->CurrentMediaType()), 6);
+    EXPECT_EQ(sink.Count(), 1u) << "a new output waits for a key frame";
+    allocator->nextType = Numbered(7);
+    EXPECT_EQ(Push(), S_OK);
+    ASSERT_EQ(sink.Count(), 2u) << "which itself goes at once";
+    EXPECT_EQ(NumberOf(*sink.Last().type), 7);
+    EXPECT_EQ(filter->log, "Stop Start Transform Stop Start Transform Stop Start Transform ")
+        << "SetMediaType is not called";
+
+    filter->answers["Start"] = E_ABORT;
+    sample.type = Numbered(5);
+    EXPECT_EQ(Push(sample), E_ABORT);
+    allocator->nextType = Numbered(6);
+    EXPECT_EQ(Push(), E_ABORT);
+    EXPECT_EQ(graph->Count(EC_ERRORABORT), 2);
+    EXPECT_EQ(graph->Seen().back().parameter, E_ABORT);
+    EXPECT_EQ(sink.Seen().endOfStream, 2);
+    ComPtr<IMediaSample> buffer;
+    EXPECT_EQ(allocator->GetBuffer(&buffer, nullptr, nullptr, AM_GBF_NOWAIT), S_OK) << "given back";
+}
+
+TEST_F(BaseClasses, ARefusedTypeEndsTheStream) {
+    Start();
+    Sample sample{{1}};
+    sample.type = Numbered(kRefused);
+    for (const bool sample2 : {true, false}) {
+        EXPECT_EQ(input->Receive(MakeSample(sample, {sample2}).Get()), VFW_E_INVALIDMEDIATYPE);
+        EXPECT_EQ(graph->Seen().back().parameter, VFW_E_TYPE_NOT_ACCEPTED);
+        EXPECT_EQ(Push(), VFW_E_RUNTIME_ERROR);
+        filter->Stop();
+        filter->Pause();
+        EXPECT_EQ(Push(), S_OK);
+    }
+    EXPECT_EQ(graph->Count(EC_ERRORABORT), 2);
+    EXPECT_EQ(sink.Seen().endOfStream, 0) << "the error came first";
+}
+
+TEST_F(BaseClasses, AfterADiscontinuityThirtyFramesAtMostWaitForAKeyFrame) {
+    Start();
+    Sample sample{{1}};
+    sample.syncPoint = false;
+    sample.discontinuity = true;
+    filter->answers["Transform"] = E_ABORT;
+    EXPECT_EQ(Push(sample), E_ABORT) << "a failure is returned as it is";
+    EXPECT_TRUE(graph->Seen().empty());
+    filter->answers.clear();
+    for (int frame = 1; frame <= 30; ++frame) {
+        EXPECT_EQ(Push(sample), S_OK);
+        EXPECT_EQ(sink.Count(), frame == 30 ? 1u : 0u) << frame;
+        sample.discontinuity = false;
+    }
+}
+
+TEST_F(BaseClasses, WithheldFramesAreNewsOncePerRunAndTheAllocatorIsTold) {
+    Start();
+    EXPECT_TRUE(PushTimed(false));
+    filter->answers["Transform"] = S_FALSE;
+    EXPECT_FALSE(PushTimed());
+    EXPECT_FALSE(PushTimed());
+    filter->Pause();
+    EXPECT_FALSE(PushTimed());
+    EXPECT_EQ(graph->Count(EC_QUALITY_CHANGE), 1) << "pausing does not make it news again";
+    const DWORD skipped = AM_GBF_PREVFRAMESKIPPED;
+    EXPECT_EQ(allocator->flags, (std::vector<DWORD>{AM_GBF_NOTASYNCPOINT, 0, skipped, 0}));
+    filter->Stop();
+    filter->Pause();
+    EXPECT_FALSE(PushTimed());
+    EXPECT_EQ(graph->Count(EC_QUALITY_CHANGE), 2) << "starting does";
+}
+
+TEST_F(BaseClasses, LateFramesAreLeftOutUpToTheNextKeyFrame) {
+    // Upper-case frames are delivered, others left out; k is a key frame. A digit is the renderer's
+    // word before the next frame: so many half frames late; '+' is 100 ns more than a frame.
+    const struct {
+        const char* what;
+        const char* frames;
+        int avgDecode;
+        LONGLONG leftLate;
+    } rows[] = {
+        {"all keys, from the second on", "6KkkK", 300000, kFrame},
+        {"a frame late is not late", "K2K", 300000, kFrame},
+        {"more is", "K+k", 300000, 1},
+        {"groups of five: once later than the next key is away", "KDDDDK6D5dddKD", 300000,
+         -kFrame / 2},
+        {"the longest group counts", "KDDDDKDK3D", 300000, 3 * kFrame / 2},
+        {"decoding in next to no time", "K9K", kFrame / 4, 9 * kFrame / 2},
+    };
+    Start();
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        filter->Stop();
+        filter->Pause();
+        const int told = graph->Count(EC_QUALITY_CHANGE);
+        bool skipped = false;
+        bool last = false;
+        for (const char* at = row.frames; *at; ++at) {
+            if (*at == '+' || std::isdigit(*at)) {
+                EXPECT_EQ(Notify(*at == '+' ? kFrame + 1 : (*at - '0') * kFrame / 2), E_FAIL);
+                continue;
+            }
+            filter->m_itrAvgDecode = row.avgDecode;
+            const bool key = std::toupper(*at) == 'K';
+            const bool delivered = std::isupper(*at) != 0;
+            EXPECT_EQ(PushTimed(key), delivered) << at;
+            if (delivered) {
+                EXPECT_EQ(allocator->flags.back(),
+                          (key ? 0 : AM_GBF_NOTASYNCPOINT) | (last ? AM_GBF_PREVFRAMESKIPPED : 0));
+            }
+            skipped |= last = !delivered;
+        }
+        EXPECT_EQ(filter->m_itrLate, row.leftLate);
+        EXPECT_EQ(graph->Count(EC_QUALITY_CHANGE), told + skipped);
+    }
+    Notify(9 * kFrame);
+    sink.Forget();
+    EXPECT_EQ(Push({{1}, time += kFrame}), S_OK);
+    EXPECT_EQ(sink.Count(), 1u) << "how long it is shown nobody says";
+}
+
+TEST_F(BaseClasses, StatisticsFollowTheFramesAndFlushingForgetsThem) {
+    Start();
+    filter->onTransform = [] { Sleep(20); };
+    filter->m_itrAvgDecode = 1600000;
+    EXPECT_TRUE(PushTimed());
+    EXPECT_GE(filter->m_tDecodeStart, 10u);
+    EXPECT_EQ(filter->m_itrAvgDecode,
+              1500000 + static_cast<int>(filter->m_tDecodeStart) * 10000 / 16);
+    const int cut = 300000000;  // 30 s, judged by the message before
+    for (const auto& [late, kept] : {std::pair{cut + 5, cut + 5}, {5, cut}, {7, 7}}) {
+        Notify(late);
+        EXPECT_EQ(filter->m_itrLate, kept);
+    }
+    PushTimed();
+    filter->log.clear();
+    EXPECT_EQ(input->BeginFlush(), S_OK);
+    EXPECT_EQ(input->EndFlush(), S_OK);
+    EXPECT_EQ(filter->log, "") << "the derived start is not called";
+    EXPECT_EQ(filter->m_itrLate, 0);
+    EXPECT_EQ(filter->m_nKeyFramePeriod, 0);
+    EXPECT_EQ(filter->m_itrAvgDecode, 300000);
+}
+
+BYTE bytes[] = {1, 2, 3, 4};
+constexpr ULONG kHuge = 0xFFFFFFF0u;  // no allocation can have it
+
+AM_MEDIA_TYPE Video(ULONG length = sizeof(bytes), BYTE* block = bytes) {
+    AM_MEDIA_TYPE type = PartialType(MEDIATYPE_Video, MEDIASUBTYPE_YUY2, FORMAT_VideoInfo);
+    type.cbFormat = length;
+    type.pbFormat = block;
+    return type;
+}
+
+TEST(MediaTypes, CopiesAreDeepAndWithoutMemoryWhatWasThereStays) {
+    const auto held = Make<End>(PINDIR_INPUT);
+    AM_MEDIA_TYPE original = Video();
+    original.pUnk = held.Get();
+    HRESULT hr = S_OK;
+    for (const AM_MEDIA_TYPE& other : {original, Video(kHuge)}) {
+        CMediaType copy(original, &hr);
+        ASSERT_EQ(hr, S_OK);
+        EXPECT_EQ(copy.Set(other), other.cbFormat == kHuge ? E_OUTOFMEMORY : S_OK);
+        EXPECT_EQ(copy.AllocFormatBuffer(kHuge), nullptr);
+        EXPECT_EQ(held->References(), 2u);
+        ASSERT_EQ(copy.cbFormat, sizeof(bytes));
+        EXPECT_NE(copy.pbFormat, bytes);
+        EXPECT_EQ(std::memcmp(copy.pbFormat, bytes, sizeof(bytes)), 0);
+    }
+    EXPECT_EQ(held->References(), 1u);
+    const AM_MEDIA_TYPE huge = Video(kHuge);
+    EXPECT_EQ(CreateMediaType(&huge), nullptr);
+    CMediaType none(huge, &hr);
+    EXPECT_EQ(hr, E_OUTOFMEMORY);
+    EXPECT_EQ(none.Set(Video(kHuge, nullptr)), S_OK) << "a count without a block is none";
+    EXPECT_EQ(none.cbFormat, 0u);
+    EXPECT_EQ(*none.AllocFormatBuffer(1), 0);
+}
+
+/// Takes and gives back a reference to itself when it goes.
+struct Recounting : CUnknown {
+    explicit Recounting(LPUNKNOWN outer) : CUnknown(NAME("Recounting"), outer) {}
+    ~Recounting() override {
+        NonDelegatingAddRef();
+        NonDelegatingRelease();
+    }
+};
+
+CUnknown* CALLBACK MakeFailing(LPUNKNOWN outer, HRESULT* result) {
+    *result = E_ABORT;
+    return new Recounting(outer);
+}
+
+TEST(Objects, WhatFailedToBeMadeIsDeletedOnceEvenWhenItsDestructorCounts) {
+    ComPtr<IClassFactory> factory;
+    ASSERT_EQ(DllGetClassObject(IID_IPin, IID_IClassFactory, &factory), S_OK);
+    ComPtr<IUnknown> object;
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, &object), E_ABORT);
+    EXPECT_EQ(object, nullptr);
+    EXPECT_EQ(CBaseObject::ObjectsActive(), 1) << "the factory";
+}
+
+}  // namespace
+}  // namespace nyx::test
+
+CFactoryTemplate g_Templates[] = {{L"Class", &IID_IPin, nyx::test::MakeFailing, nullptr}};
+int g_cTemplates = 1;
