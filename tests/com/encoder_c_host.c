@@ -1,6 +1,4 @@
 #define COBJMACROS
-#include "tests/com/zeta_encoder_c_host.h"
-
 #include "filters/encode_parameter.h"
 
 HRESULT SetQuantScaleFromC(IUnknown* filter, LONG quant_scale, LONG* before) {

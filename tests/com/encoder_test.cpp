@@ -1,0 +1,292 @@
+/// What the encoder has beyond any filter: its kinds of pictures, its buffer, its parameters.
+
+#include <array>
+#include <cmath>
+#include <thread>
+
+#include "filters/encode_parameter.h"
+#include "platform/fourcc.h"
+#include "tests/support/frames.h"
+#include "tests/support/rig.h"
+#include "tests/support/settings.h"
+#include "tests/support/watchdog.h"
+
+__CRT_UUID_DECL(IEncodeParmeter_QZTA, 0x26890151, 0x8A34, 0x4C58, 0xBB, 0xBC, 0x40, 0x99, 0x3F,
+                0x38, 0x16, 0x9A)
+
+/// encoder_c_host.c: reads the live parameters, then sets the quantiser and the custom preset.
+extern "C" HRESULT SetQuantScaleFromC(IUnknown* filter, LONG quant_scale, LONG* before);
+
+namespace nyx::test {
+namespace {
+
+/// "YUY2", RGB 24-bit or, for frames with alpha, ARGB 32-bit, by bit count.
+MediaType Pictures(WORD bits, const Stream& stream = {160, 120}) {
+    const GUID& rgb = bits == 24 ? MEDIASUBTYPE_RGB24 : MEDIASUBTYPE_ARGB32;
+    return VideoType(bits == 16 ? MEDIASUBTYPE_YUY2 : rgb, bits,
+                     bits == 16 ? FourCC("YUY2") : BI_RGB, stream);
+}
+
+standin::Call LastEncode(WORD bits) {
+    return LastCall(bits == 32 ? L"rkzalpha.dll" : L"rkzcore.dll", standin::kEncode);
+}
+
+constexpr WORD kKinds[] = {16, 24, 32};
+constexpr LONG kPixels = 160 * 120;
+constexpr LONG kYuy2Room = kPixels * 12 / 5;  // 1.2 times two bytes a pixel
+
+/// An encoder that is ready for pictures.
+struct Encoding : Rig {
+    explicit Encoding(WORD bits, const Stream& size = {160, 120})
+        : Rig(TheRow()), type(Pictures(bits, size)), allocator(OwnAllocator()) {
+        EXPECT_EQ(ConnectInput(type), S_OK);
+        EXPECT_EQ(ConnectOutput(), S_OK);
+        EXPECT_EQ(filter->Pause(), S_OK);
+    }
+    static const CatalogueRow& TheRow() {
+        static const CatalogueRow row = Row("ZetaEncoder");
+        return row;
+    }
+    HRESULT PushPicture() { return Push({SmoothPicture(type.Header())}); }
+    Bytes Encode() {
+        EXPECT_EQ(PushPicture(), S_OK);
+        return sink.Last().bytes;
+    }
+    void Set(LONG quantScale, LONG maxStreamSize, LONG colorSpace = 0) {
+        const EncodeParameterBlock block = {colorSpace, quantScale, maxStreamSize, 4};
+        EXPECT_EQ(As<IEncodeParmeter_QZTA>(filter)->SetParameter(&block, FALSE), S_OK);
+    }
+    void GiveRoom(LONG bytes) { allocator.shorter = allocator.requested.cbBuffer - bytes; }
+    MediaType type;
+    HostileAllocator& allocator;
+};
+
+class Encoder : public ComTest {
+  protected:
+    using Words = std::array<LONG, 4>;
+    static ComPtr<IEncodeParmeter_QZTA> New() {
+        return Module().Create<IEncodeParmeter_QZTA>(Encoding::TheRow().clsid);
+    }
+    static Words Read(const ComPtr<IEncodeParmeter_QZTA>& encoder, BOOL fromRegistry = FALSE) {
+        EncodeParameterBlock b = {-1, -1, -1, -1};
+        EXPECT_EQ(encoder->GetParameter(&b, fromRegistry), S_OK);
+        return {b.color_space, b.quant_scale, b.max_stream_size, b.preset};
+    }
+    void Store(const wchar_t* name, LONG value) { user_.Store(kKey, name, value); }
+    LONG Stored(const wchar_t* name) { return user_.Stored(kKey, name).value_or(-1); }
+
+  private:
+    static constexpr wchar_t kKey[] = L"Software\\Veltro\\Codec\\QZTA";
+    PrivateUserRegistry user_;
+};
+
+TEST_F(Encoder, OffersItsFormatInBothFormsAndAsksForOnePointTwoPictures) {
+    const struct {
+        Stream stream;
+        DWORD interlaceFlags, aspectX, aspectY;
+    } cases[] = {{{720, -480, 333666}, 0xA1, 27, static_cast<DWORD>(-20)},
+                 {{720, 576, 400001}, 0, 4, 3},
+                 {{1920, 1080}, 0xA5, 16, 9}};
+    for (const WORD bits : kKinds) {
+        for (const auto& c : cases) {
+            SCOPED_TRACE(::testing::Message() << bits << " bits " << c.stream.height);
+            Encoding rig(bits, c.stream);
+            const auto offered = OfferedTypes(rig.output);
+            ASSERT_EQ(offered.size(), 2u);
+            for (const Block form : {Block::kVideoInfo2, Block::kVideoInfo}) {
+                const WORD coded = bits == 32 ? 32 : 24;
+                MediaType type = VideoType(
+                    FourCCSubtype(FourCC("QZTA")), coded, FourCC("QZTA"),
+                    {c.stream.width, std::abs(c.stream.height), c.stream.frameDuration, form});
+                type.bFixedSizeSamples = FALSE;
+                type.lSampleSize = 1;  // without meaning here; what a new media type has
+                type.Header().biSizeImage = static_cast<DWORD>(PictureBytes(type.Header()));
+                type.Info().dwBitRate = type.Header().biSizeImage;  // in both forms at one place
+                if (form == Block::kVideoInfo2) {
+                    type.Info2().dwInterlaceFlags = c.interlaceFlags;
+                    type.Info2().dwPictAspectRatioX = c.aspectX;
+                    type.Info2().dwPictAspectRatioY = c.aspectY;
+                }
+                EXPECT_EQ(offered[form == Block::kVideoInfo2 ? 0 : 1], type);
+                type.Header().biBitCount ^= 24 ^ 32;
+                EXPECT_EQ(rig.output->QueryAccept(&type), S_FALSE) << "of another kind";
+            }
+            EXPECT_EQ(rig.allocator.requested.cbBuffer, PictureBytes(rig.type.Header()) / 10 * 12);
+        }
+    }
+    const MediaType opaque = VideoType(MEDIASUBTYPE_RGB32, 32, BI_RGB, {160, 120});
+    EXPECT_EQ(Encoding(16).input->QueryAccept(&opaque), S_FALSE);
+}
+
+TEST_F(Encoder, APictureComesBackFromTheDecoderAndTopDownItIsTheSameFrame) {
+    for (const WORD bits : kKinds) {
+        SCOPED_TRACE(bits);
+        Encoding rig(bits);
+        rig.Set(4, 100);
+        const Bytes picture = SmoothPicture(rig.type.Header());
+        const Bytes frame = rig.Encode();
+        EXPECT_EQ(std::string(frame.begin(), frame.begin() + 3), bits == 32 ? "ZTA" : "ZCF");
+        EXPECT_EQ(rig.sink.Last().typeFlags, 0u) << "no field flags";
+
+        const CatalogueRow decoderRow = Row(bits == 32 ? "ZetaAlphaDecoder" : "ZetaDecoder");
+        Rig decoder(decoderRow);
+        ASSERT_EQ(decoder.ConnectInput(ConnectionType(rig.output)), S_OK);
+        ASSERT_EQ(decoder.ConnectOutput(rig.type), S_OK);
+        ASSERT_EQ(decoder.filter->Pause(), S_OK);
+        ASSERT_EQ(decoder.Push({frame}), S_OK);
+        const Bytes back = decoder.sink.Last().bytes;
+        ASSERT_EQ(back.size(), picture.size());
+        double sum = 0;
+        for (std::size_t i = 0; i < back.size(); ++i) {
+            const bool kept = bits != 32 || i % 4 == 3 || picture[i | 3] != 0;  // not under a matte
+            sum += kept ? std::pow(back[i] - picture[i], 2) : 0;
+        }
+        // Half of the chroma is dropped and the matrix rounds; flipped rows or swapped channels
+        // are off by tens.
+        EXPECT_LT(std::sqrt(sum / static_cast<double>(back.size())), 8.0);
+
+        if (bits != 16) {
+            Encoding topDown(bits, {160, -120});
+            topDown.Set(4, 100);
+            Bytes flipped;
+            for (std::size_t row = picture.size() / 120, at = picture.size(); at > 0; at -= row) {
+                flipped.insert(flipped.end(), &picture[at - row], &picture[at - row] + row);
+            }
+            ASSERT_EQ(topDown.Push({flipped}), S_OK);
+            EXPECT_EQ(topDown.sink.Last().bytes, frame);
+        }
+    }
+}
+
+TEST_F(Encoder, TheEngineIsToldTheBudgetAndNeverMoreThanTheBuffer) {
+    const struct {
+        WORD bits;
+        LONG room;
+        LONG maxStreamSize;
+        LONG capacity;  ///< that the engine is told; 0: it is not called
+    } cases[] = {
+        {16, kYuy2Room, 30, kPixels * 2 * 30 / 100},
+        {16, kYuy2Room, 100, kPixels * 2},
+        {16, kYuy2Room, 0, 80 * 16},  // 16 bytes a block are the least
+        {16, kYuy2Room, 120, kYuy2Room},
+        {16, kYuy2Room, -1, kYuy2Room},
+        {16, kYuy2Room - 1, LONG_MAX, kYuy2Room - 1},
+        {16, 80 * 16, 30, 80 * 16},
+        {16, 80 * 16 - 1, 30, 0},
+        {32, 2 * kYuy2Room, 30, 1},  // this engine is told nothing and may take all of that
+        {32, 2 * kYuy2Room - 1, 30, 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(::testing::Message() << c.bits << " bits in " << c.room);
+        Encoding rig(c.bits);
+        rig.Set(7, c.maxStreamSize);
+        rig.GiveRoom(c.room);
+        const DWORD before = LastEncode(c.bits).count;
+        EXPECT_TRUE(rig.PushPicture() == E_FAIL || c.capacity != 0);
+        EXPECT_TRUE(rig.allocator.MarginsAreUntouched());
+        const standin::Call call = LastEncode(c.bits);
+        ASSERT_EQ(call.count, before + (c.capacity != 0 ? 1 : 0));
+        if (c.bits == 16 && c.capacity != 0) {
+            EXPECT_EQ(call.words[6], static_cast<DWORD>(c.capacity));
+            EXPECT_EQ(call.words[11], 7u);
+        }
+    }
+    for (const WORD bits : kKinds) {
+        Encoding rig(bits);
+        const Misbehaviour longer("encode:longer");
+        EXPECT_EQ(rig.PushPicture(), E_FAIL) << "a length beyond the room";
+        EXPECT_EQ(rig.sink.Count(), 0u);
+    }
+}
+
+TEST_F(Encoder, GoesOnWithOtherPicturesThatBecomeTheSameKindOfFrame) {
+    Encoding rig(16);
+    rig.Set(4, 5000);
+    for (const WORD bits : {WORD{24}, WORD{16}}) {
+        Sample sample{SmoothPicture(Pictures(bits).Header())};
+        sample.type = Pictures(bits);
+        EXPECT_EQ(rig.input->QueryAccept(&*sample.type), S_OK);
+        EXPECT_EQ(rig.Push(sample), S_OK);
+        EXPECT_TRUE(rig.allocator.MarginsAreUntouched());
+        EXPECT_EQ(LastEncode(bits).words[6], DWORD{kYuy2Room}) << "of the buffer there is";
+        Encoding alone(bits);
+        alone.Set(4, 5000);
+        alone.GiveRoom(kYuy2Room);
+        EXPECT_EQ(alone.Encode(), rig.sink.Last().bytes);
+    }
+    const MediaType alpha = Pictures(32);
+    EXPECT_EQ(rig.input->QueryAccept(&alpha), S_FALSE) << "its frames might never fit";
+}
+
+TEST_F(Encoder, StartsWithTheStoredParametersAndStoresAllButTheColourSpace) {
+    EXPECT_EQ(Read(New()), (Words{0, 5, 30, 2}));
+    Store(L"color_space", -7);
+    Store(L"preset", 0);
+    const auto encoder = New();
+    EXPECT_EQ(Read(encoder), (Words{-7, 3, 50, 0}));
+    // Anything is taken. Of a one-byte bool the other bytes may be anything.
+    for (const auto& [flag, set] :
+         {std::pair{0x100, false}, {0x101, true}, {0, false}, {-1, true}}) {
+        const EncodeParameterBlock odd = {2, 1000 + flag, -30, 77};
+        Store(L"preset", 1);
+        ASSERT_EQ(encoder->SetParameter(&odd, flag), S_OK);
+        EXPECT_EQ(Read(encoder), (Words{2, 1000 + flag, -30, 77}));
+        EXPECT_EQ(Read(encoder, flag)[0], set ? -7 : 2);
+        EXPECT_EQ(Stored(L"preset"), set ? 77 : 1);
+        EXPECT_EQ(Stored(L"quant_scale") == 1000 + flag, set);
+        EXPECT_EQ(Stored(L"max_stream_size"), flag == 0x100 ? -1 : -30);
+        EXPECT_EQ(Stored(L"color_space"), -7);
+        EXPECT_EQ(encoder->GetParameter(nullptr, flag), E_INVALIDARG);
+        EXPECT_EQ(encoder->SetParameter(nullptr, flag), E_INVALIDARG);
+    }
+    EXPECT_EQ(Read(encoder, TRUE), (Words{-7, 5, 30, 2}));
+}
+
+TEST_F(Encoder, AHostInCUsesTheSameHeaderAndFindsThePage) {
+    const auto encoder = New();
+    LONG before = 0;
+    ASSERT_EQ(SetQuantScaleFromC(encoder.Get(), 13, &before), S_OK);
+    EXPECT_EQ(before, 5);
+    EXPECT_EQ(Read(encoder), (Words{0, 13, 30, 4}));
+    const auto decoder = Module().Create(Row("ZetaDecoder").clsid);
+    EXPECT_EQ(SetQuantScaleFromC(decoder.Get(), 13, &before), E_NOINTERFACE);
+    EXPECT_FALSE(As<ISpecifyPropertyPages>(decoder));
+    CAUUID list{};
+    const auto pages = As<ISpecifyPropertyPages>(encoder);
+    EXPECT_EQ(pages->GetPages(nullptr), E_POINTER);
+    ASSERT_EQ(pages->GetPages(&list), S_OK);
+    ASSERT_EQ(list.cElems, 1u);
+    EXPECT_EQ(list.pElems[0], kPropertyPage);
+    CoTaskMemFree(list.pElems);
+}
+
+TEST_F(Encoder, FramesAndReadersSeeOneSettingWhileAnotherThreadChangesThem) {
+    // Each value tells the others: the colour space, which shows in the layout's code, is the
+    // quantiser's parity, and the budget so many times the quantiser.
+    Encoding rig(24);
+    rig.sink.keepsSamples = false;
+    const auto set = [&](LONG quant) { rig.Set(quant, 5 * quant, quant % 2); };
+    set(4);
+    std::atomic<bool> going{true};
+    std::thread host([&] {
+        for (LONG i = 0; going; ++i) {
+            set(4 + i % 16);
+        }
+    });
+    const auto parameters = As<IEncodeParmeter_QZTA>(rig.filter);
+    For(std::chrono::milliseconds(600), [&] {
+        for (int i = 0; i < 2000; ++i) {
+            const Words read = Read(parameters);
+            ASSERT_EQ(read, (Words{read[1] % 2, read[1], 5 * read[1], 4}));
+        }
+        ASSERT_EQ(rig.PushPicture(), S_OK);
+        const standin::Call call = LastEncode(24);
+        ASSERT_EQ(call.words[4], call.words[11] % 2 ? 2u : 4u);
+        ASSERT_EQ(call.words[6], kPixels * 2 * 5 * call.words[11] / 100);
+    });
+    going = false;
+    host.join();
+}
+
+}  // namespace
+}  // namespace nyx::test

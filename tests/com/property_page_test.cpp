@@ -1,0 +1,289 @@
+/// The encoder's property page, shown for an encoder in a frame of the suite's own. Needs a
+/// display.
+
+#include <array>
+#include <random>
+
+#include "filters/encode_parameter.h"
+#include "filters/zeta_property_page_resources.h"
+#include "tests/support/page_frame.h"
+#include "tests/support/rig.h"
+#include "tests/support/settings.h"
+
+__CRT_UUID_DECL(IEncodeParmeter_QZTA, 0x26890151, 0x8A34, 0x4C58, 0xBB, 0xBC, 0x40, 0x99, 0x3F,
+                0x38, 0x16, 0x9A)
+
+namespace nyx::test {
+namespace {
+
+/// In the order of their presets.
+constexpr int kButtons[] = {IDC_PRESET_SUPERFINE, IDC_PRESET_FINE, IDC_PRESET_STANDARD,
+                            IDC_PRESET_OFFLINE, IDC_PRESET_CUSTOM};
+/// Quantiser, size and preset, which is -1 when none is checked.
+using Shown = std::array<LONG, 3>;
+/// Colour space, quantiser, size and preset.
+using Words = std::array<LONG, 4>;
+
+/// What the page shows. Its boxes say what its sliders do; these four are for the custom preset.
+Shown Look(const PageFrame& page) {
+    Shown shown = {page.Position(IDC_QUANT_SLIDER), page.Position(IDC_SIZE_SLIDER), -1};
+    EXPECT_EQ(page.Text(IDC_QUANT_BOX), std::to_wstring(shown[0]));
+    EXPECT_EQ(page.Text(IDC_SIZE_BOX), std::to_wstring(shown[1]));
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_TRUE(!page.IsChecked(kButtons[i]) || shown[2] == -1) << "two presets are checked";
+        shown[2] = page.IsChecked(kButtons[i]) ? i : shown[2];
+    }
+    for (const int control : {IDC_QUANT_SLIDER, IDC_QUANT_BOX, IDC_SIZE_SLIDER, IDC_SIZE_BOX}) {
+        EXPECT_EQ(page.IsEnabled(control), shown[2] == 4) << control;
+    }
+    return shown;
+}
+
+class Page : public ComTest {
+  protected:
+    static ComPtr<IPropertyPage> New() { return Module().Create<IPropertyPage>(kPropertyPage); }
+    static ComPtr<IEncodeParmeter_QZTA> NewEncoder() {
+        return Module().Create<IEncodeParmeter_QZTA>(Row("ZetaEncoder").clsid);
+    }
+    void SetLive(const Words& w) {
+        const EncodeParameterBlock block = {w[0], w[1], w[2], w[3]};
+        ASSERT_EQ(encoder_->SetParameter(&block, FALSE), S_OK);
+    }
+    Words Live() {
+        EncodeParameterBlock b = {};
+        EXPECT_EQ(encoder_->GetParameter(&b, FALSE), S_OK);
+        return {b.color_space, b.quant_scale, b.max_stream_size, b.preset};
+    }
+    LONG Stored(const wchar_t* name) { return user_.Stored(kKey, name).value_or(-1); }
+    /// That the page is dirty and last told its site so.
+    static void ExpectDirty(const PageFrame& frame) {
+        EXPECT_EQ(frame.page->IsPageDirty(), S_OK);
+        ASSERT_FALSE(frame.site->statuses.empty());
+        EXPECT_EQ(frame.site->statuses.back(), DWORD{PROPPAGESTATUS_DIRTY});
+    }
+
+    static constexpr wchar_t kKey[] = L"Software\\Veltro\\Codec\\QZTA";
+    PrivateUserRegistry user_;
+    ComPtr<IEncodeParmeter_QZTA> encoder_ = NewEncoder();
+};
+
+TEST_F(Page, ShowsTheLiveParametersOfEachEncoderInTurn) {
+    user_.Store(kKey, L"preset", 3);
+    const struct {
+        Words live;
+        Shown shown;
+        HRESULT dirty;  // numbers out of the boxes' ranges are brought into them at once
+    } cases[] = {
+        {{0, 4, 40, 1}, {4, 40, 1}, S_FALSE},    {{0, 5, 30, 2}, {5, 30, 2}, S_FALSE},
+        {{0, 19, 4, 3}, {19, 4, 3}, S_FALSE},    {{1, 12, 60, 4}, {12, 60, 4}, S_FALSE},
+        {{0, 12, 60, 9}, {12, 60, -1}, S_FALSE}, {{0, 3, 150, 4}, {4, 100, 4}, S_OK},
+        {{0, 3, 50, 0}, {4, 50, 0}, S_OK},
+    };
+    const auto page = New();
+    PROPPAGEINFO info{};
+    ASSERT_EQ(page->GetPageInfo(&info), S_OK);
+    EXPECT_STREQ(info.pszTitle, L"Rokka Zeta properties");
+    EXPECT_GT(info.size.cx, 235);
+    CoTaskMemFree(info.pszTitle);
+    for (const auto& c : cases) {
+        encoder_ = NewEncoder();
+        SetLive(c.live);
+        const PageFrame frame(page, encoder_.Get());
+        EXPECT_EQ(Look(frame), c.shown);
+        EXPECT_EQ(page->IsPageDirty(), c.dirty);
+        EXPECT_EQ(Live(), c.live);
+    }
+}
+
+TEST_F(Page, WithoutAnEncoderItShowsTheStoredParametersAndAppliesNothing) {
+    user_.Store(kKey, L"preset", 4);
+    user_.Store(kKey, L"quant_scale", 12);
+    const auto stranger = Make<PageSite>();
+    const PageFrame frame(New(), stranger.Get());
+    EXPECT_EQ(Look(frame), (Shown{12, 30, 4}));
+    frame.Click(IDC_PRESET_OFFLINE);
+    ExpectDirty(frame);
+    EXPECT_EQ(frame.page->Apply(), S_OK);
+    EXPECT_EQ(Stored(L"preset"), 4);
+}
+
+TEST_F(Page, APresetIsStoredWhenItIsAppliedWithItsWindowOrWithout) {
+    // The boxes hold 4 to 19, the finest preset's quantiser of 3 included.
+    for (const Shown& shown :
+         {Shown{4, 50, 0}, Shown{4, 40, 1}, Shown{5, 30, 2}, Shown{19, 4, 3}, Shown{11, 77, 4}}) {
+        for (const bool windowGone : {false, true}) {
+            SCOPED_TRACE(shown[2]);
+            const Words before = {1, 11, 77, shown[2] == 4 ? 2 : 4};
+            SetLive(before);
+            const PageFrame frame(New(), encoder_.Get());
+            frame.Click(kButtons[shown[2]]);
+            EXPECT_EQ(Look(frame), shown);
+            ExpectDirty(frame);
+            EXPECT_EQ(Live(), before) << "nothing is applied before Apply";
+            EXPECT_TRUE(!windowGone || frame.page->Deactivate() == S_OK);
+            EXPECT_EQ(frame.page->Apply(), S_OK);
+            EXPECT_EQ(frame.page->IsPageDirty(), S_FALSE);
+            EXPECT_EQ(Live(), (Words{1, shown[0], shown[1], shown[2]}));
+            EXPECT_EQ(Stored(L"quant_scale"), shown[0]);
+            EXPECT_EQ(Stored(L"max_stream_size"), shown[1]);
+            EXPECT_EQ(Stored(L"preset"), shown[2]);
+            EXPECT_EQ(Stored(L"color_space"), -1);
+        }
+    }
+}
+
+TEST_F(Page, WhatIsNotAppliedStaysWithThePage) {
+    const Words before = Live();
+    {
+        PageFrame frame(New(), encoder_.Get());
+        EXPECT_EQ(frame.page->Apply(), S_OK) << "of nothing";
+        frame.Click(IDC_PRESET_STANDARD);
+        EXPECT_EQ(frame.page->IsPageDirty(), S_FALSE) << "it is the one";
+        EXPECT_TRUE(frame.site->statuses.empty());
+        frame.Click(IDC_PRESET_OFFLINE);
+        frame.Click(IDC_PRESET_CUSTOM);
+        EXPECT_EQ(Look(frame), (Shown{19, 4, 4})) << "the numbers that were shown";
+        EXPECT_EQ(frame.page->Deactivate(), S_OK);
+        const RECT place = {0, 0, 300, 100};
+        EXPECT_EQ(frame.page->Activate(frame.frame, &place, FALSE), S_OK);
+        frame.dialog = GetWindow(frame.frame, GW_CHILD);
+        EXPECT_EQ(Look(frame), (Shown{19, 4, 4}));
+        ExpectDirty(frame);
+    }
+    EXPECT_EQ(Live(), before);
+    EXPECT_EQ(Stored(L"preset"), -1);
+    const PageFrame frame(New(), encoder_.Get());
+    frame.Click(IDC_PRESET_SUPERFINE);
+    ASSERT_EQ(frame.page->Apply(), S_OK);
+    frame.site->statuses.clear();
+    frame.Click(IDC_PRESET_SUPERFINE);  // whose pair is not what the boxes made of it
+    EXPECT_EQ(frame.site->statuses, std::vector<DWORD>{PROPPAGESTATUS_VALIDATE});
+    EXPECT_EQ(frame.page->IsPageDirty(), S_FALSE);
+}
+
+TEST_F(Page, SlidersAndTextMoveTheNumbersInsideTheirRanges) {
+    const struct {
+        int control;
+        const wchar_t* value;  // the text of a box, the position of a slider
+        LONG quant, size;
+    } cases[] = {
+        {IDC_SIZE_SLIDER, L"-5", 12, 4},  {IDC_QUANT_SLIDER, L"99", 19, 4},
+        {IDC_QUANT_SLIDER, L"-5", 4, 4},  {IDC_SIZE_SLIDER, L"999", 4, 100},
+        {IDC_QUANT_BOX, L"7", 7, 100},    {IDC_QUANT_BOX, L"999", 19, 100},
+        {IDC_QUANT_BOX, L"fine", 4, 100}, {IDC_SIZE_BOX, L"-1", 4, 4},
+        {IDC_SIZE_BOX, L"75", 4, 75},     {IDC_SIZE_BOX, L"99999999999", 4, 100},
+    };
+    SetLive({0, 12, 60, 4});
+    const PageFrame frame(New(), encoder_.Get());
+    for (const int box : {IDC_QUANT_BOX, IDC_SIZE_BOX}) {
+        SendMessageW(frame.Control(box), WM_CHAR, L'7', 1);  // they are read-only
+    }
+    EXPECT_EQ(frame.page->IsPageDirty(), S_FALSE);
+    for (const auto& c : cases) {
+        frame.site->statuses.clear();
+        if (c.control == IDC_SIZE_SLIDER || c.control == IDC_QUANT_SLIDER) {
+            frame.Drag(c.control, std::stol(c.value));
+        } else {
+            SetDlgItemTextW(frame.dialog, c.control, c.value);
+        }
+        EXPECT_EQ(Look(frame), (Shown{c.quant, c.size, 4}));
+        ExpectDirty(frame);
+        EXPECT_EQ(frame.page->Apply(), S_OK);
+        EXPECT_EQ(Live(), (Words{0, c.quant, c.size, 4}));
+    }
+}
+
+TEST_F(Page, TheTabKeyTheArrowKeysAndLettersWithAltReachWhatIsEnabled) {
+    const PageFrame frame(New(), encoder_.Get());
+    SetWindowLongW(frame.dialog, GWL_EXSTYLE, 0);  // as frames do
+    EXPECT_TRUE(GetWindowLongW(frame.dialog, GWL_EXSTYLE) & WS_EX_CONTROLPARENT);
+    EXPECT_EQ(frame.TabOrder(), std::vector<int>{IDC_PRESET_STANDARD});
+    frame.Strike(IDC_PRESET_STANDARD, VK_DOWN);
+    EXPECT_EQ(Look(frame), (Shown{19, 4, 3}));
+    frame.Strike(IDC_PRESET_SUPERFINE, VK_UP);
+    EXPECT_TRUE(frame.IsChecked(IDC_PRESET_CUSTOM)) << "the group is a circle";
+    EXPECT_EQ(frame.TabOrder(), (std::vector<int>{IDC_PRESET_CUSTOM, IDC_QUANT_SLIDER,
+                                                  IDC_QUANT_BOX, IDC_SIZE_SLIDER, IDC_SIZE_BOX}));
+    frame.StrikeWithAlt('q');
+    EXPECT_EQ(GetDlgCtrlID(GetFocus()), IDC_QUANT_SLIDER);
+    frame.StrikeWithAlt('m');
+    EXPECT_EQ(GetDlgCtrlID(GetFocus()), IDC_SIZE_SLIDER);
+}
+
+TEST_F(Page, NoControlReachesBeyondItOrCoversAnother) {
+    const PageFrame frame(New(), encoder_.Get());
+    RECT page{}, common{};
+    GetWindowRect(frame.dialog, &page);
+    std::vector<RECT> places;
+    for (HWND at = GetWindow(frame.dialog, GW_CHILD); at; at = GetWindow(at, GW_HWNDNEXT)) {
+        SCOPED_TRACE(GetDlgCtrlID(at));
+        RECT place{};
+        GetWindowRect(at, &place);
+        IntersectRect(&common, &place, &page);
+        EXPECT_TRUE(EqualRect(&common, &place));
+        for (const RECT& other : places) {
+            EXPECT_FALSE(IntersectRect(&common, &place, &other));
+        }
+        places.push_back(place);
+    }
+    EXPECT_EQ(places.size(), 13u);
+}
+
+TEST_F(Page, CallsInAnyOrderAreAnsweredByTheRulesAndThePageServesAfterwards) {
+    const auto page = New();
+    const auto site = Make<PageSite>();
+    const HWND window =
+        CreateWindowW(L"STATIC", L"", WS_POPUP, 0, 0, 400, 300, nullptr, nullptr, nullptr, nullptr);
+    const RECT place = {0, 0, 300, 200};
+    bool sited = false, connected = false, active = false;
+    std::minstd_rand random;
+    for (int i = 0; i < 1000; ++i) {
+        SCOPED_TRACE(i);
+        IUnknown* objects[] = {encoder_.Get(), site.Get(), nullptr};
+        const bool set = random() % 2;
+        switch (random() % 5) {
+            case 0:
+                EXPECT_EQ(page->SetPageSite(set ? site.Get() : nullptr),
+                          set == sited ? E_UNEXPECTED : S_OK);
+                sited = set;
+                break;
+            case 1:
+                EXPECT_EQ(page->SetObjects(set, set ? objects + random() % 2 : nullptr), S_OK);
+                connected = set;
+                break;
+            case 2:
+                EXPECT_EQ(set ? page->Activate(window, &place, FALSE) : page->Deactivate(),
+                          (set ? connected && !active : active) ? S_OK : E_UNEXPECTED);
+                active = set && (connected || active);
+                break;
+            default:
+                SendDlgItemMessageW(GetWindow(window, GW_CHILD), kButtons[random() % 5], BM_CLICK,
+                                    0, 0);
+        }
+        EXPECT_EQ(GetWindow(window, GW_CHILD) != nullptr, active);
+        EXPECT_EQ(page->Move(&place), active ? S_OK : E_UNEXPECTED);
+        EXPECT_EQ(page->Show(set ? SW_HIDE : SW_SHOW), active ? S_OK : E_UNEXPECTED);
+        EXPECT_EQ(page->Show(SW_SHOWMAXIMIZED), active ? E_INVALIDARG : E_UNEXPECTED);
+        EXPECT_TRUE(set || page->Apply() == (connected && sited ? S_OK : E_UNEXPECTED));
+        EXPECT_EQ(page->SetObjects(2, objects), E_UNEXPECTED);
+        EXPECT_EQ(page->SetObjects(1, objects + 2), E_POINTER);
+        for (const HRESULT refused :
+             {page->SetObjects(1, nullptr), page->Activate(window, nullptr, FALSE),
+              page->GetPageInfo(nullptr), page->Move(nullptr)}) {
+            EXPECT_EQ(refused, E_POINTER);
+        }
+    }
+    EXPECT_EQ(page->Help(nullptr), E_NOTIMPL);
+    EXPECT_EQ(page->TranslateAccelerator(nullptr), E_NOTIMPL);
+    page->Deactivate();
+    page->SetPageSite(nullptr);
+    const PageFrame frame(page, encoder_.Get());
+    frame.Click(IDC_PRESET_STANDARD);
+    frame.Click(IDC_PRESET_FINE);
+    EXPECT_EQ(page->Apply(), S_OK);
+    EXPECT_EQ(Live()[3], 1);
+    DestroyWindow(window);
+}
+
+}  // namespace
+}  // namespace nyx::test
