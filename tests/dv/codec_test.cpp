@@ -1,0 +1,631 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <random>
+
+#include "dv/dv25_codec.h"
+#include "dv/dv50_codec.h"
+#include "dv/dvhd_codec.h"
+#include "dv/resample.h"
+#include "engines/standin/dv_picture.h"
+#include "settings/codec_settings.h"
+#include "tests/dv/dv_frames.h"
+#include "tests/support/engines.h"
+#include "tests/support/frames.h"
+#include "tests/support/guard.h"
+#include "tests/support/leaks.h"
+#include "tests/support/settings.h"
+
+namespace nyx {
+namespace {
+
+using test::Bytes;
+using test::DvFrame;
+using test::LoadFrame;
+using test::MakeHeader;
+
+constexpr BYTE kUntouched = 0xA5;
+constexpr DWORD kDv25 = FourCC("QDVC");
+constexpr DWORD kDv50 = FourCC("QDV5");
+constexpr DWORD kDvHd = FourCC("QDVH");
+
+DWORD Word(const void* pointer) {
+    return reinterpret_cast<DWORD>(pointer);
+}
+
+standin::Call LastDecode() {
+    return test::LastCall(L"rkdvh.dll", standin::kDecode);
+}
+
+/// "YUY2" for 16 bits, else RGB.
+BITMAPINFOHEADER PictureHeader(WORD bits, LONG width, LONG height) {
+    return MakeHeader(bits == 16 ? FourCC("YUY2") : DWORD{BI_RGB}, bits, width, height);
+}
+
+/// A picture that ends where its memory ends; rows lie `stride` bytes apart.
+struct Picture {
+    Picture(WORD bits, LONG width, LONG height, LONG distance = 0)
+        : header(PictureHeader(bits, width, height)),
+          rowBytes(width * bits / 8),
+          stride(distance == 0 ? rowBytes : distance),
+          rows(std::abs(height)),
+          memory(static_cast<std::size_t>(stride * (rows - 1) + rowBytes), kUntouched) {}
+
+    BYTE* Row(LONG y) const { return memory.data() + std::ptrdiff_t{y} * stride; }
+    bool IsFilled(BYTE even, BYTE odd) const {
+        for (LONG i = 0; i < rows * rowBytes; ++i) {
+            if (Row(i / rowBytes)[i % rowBytes] != (i % rowBytes % 2 == 0 ? even : odd)) {
+                return false;
+            }
+        }
+        return true;
+    }
+    bool IsUntouched() const { return IsFilled(kUntouched, kUntouched); }
+    bool IsBlack() const { return header.biBitCount == 16 ? IsFilled(0x10, 0x80) : IsFilled(0, 0); }
+
+    const BITMAPINFOHEADER header;
+    const LONG rowBytes, stride, rows;
+    const test::GuardedMemory memory;
+};
+
+/// Whether a "YUY2" row is what the stand-in shows for the frame.
+bool ShowsFrame(const BYTE* row, LONG width, int y, const DvFrame& frame) {
+    const std::uint32_t digest = standin::DvFrameDigest(frame.data(), frame.size());
+    for (int x = 0; x < width; ++x) {
+        const BYTE chroma =
+            x % 2 == 0 ? standin::DvBlue(digest, x, y) : standin::DvRed(digest, x - 1, y);
+        if (row[2 * x] != standin::DvLuma(digest, x, y) || row[2 * x + 1] != chroma) {
+            return false;
+        }
+    }
+    return true;
+}
+
+class DvCodec : public testing::Test {
+  protected:
+    /// A codec with the settings as they are; that of DV25 stays until it is reset, since it may
+    /// hold a file.
+    CDvCodecBase& Codec(DWORD fourcc) {
+        if (fourcc == kDv25) {
+            if (!dv25_) {
+                dv25_ = std::make_unique<CDv25Codec>();
+            }
+            return *dv25_;
+        }
+        if (fourcc == kDv50) {
+            dv50_ = std::make_unique<CDv50Codec>();
+            return *dv50_;
+        }
+        dvHd_ = std::make_unique<CDvHdCodec>();
+        return *dvHd_;
+    }
+
+    /// Decodes `frame` from memory that ends with it.
+    HRESULT Decode(DWORD fourcc, LONG width, LONG height, const DvFrame& frame,
+                   const Picture& picture, LONG stride = 0) {
+        const test::GuardedMemory sample(Bytes(frame.data(), frame.data() + frame.size()));
+        const BITMAPINFOHEADER input = MakeHeader(fourcc, 24, width, height, frame.size());
+        return Codec(fourcc).Decompress(&input, sample.data(), &picture.header, false,
+                                        picture.memory.data(), stride, 0);
+    }
+    HRESULT DecodePal(const DvFrame& frame, const Picture& picture, LONG stride = 0) {
+        return Decode(kDv25, 720, 576, frame, picture, stride);
+    }
+
+    const test::PrivateUserRegistry registry_;
+    const test::EngineSearch search_;
+    const DvFrame pal_ = LoadFrame("dv25_625_16x9", 144000);
+    std::unique_ptr<CDv25Codec> dv25_;
+    std::unique_ptr<CDv50Codec> dv50_;
+    std::unique_ptr<CDvHdCodec> dvHd_;
+};
+
+TEST_F(DvCodec, TheEngineIsToldSystemVariantAndLayout) {
+    struct Case {
+        const char* clip;
+        std::size_t bytes;
+        int applicationId;  // -1: as recorded
+        DWORD fourcc;
+        LONG width, height;
+        DWORD flags, codes[2][2];  // of RGB 24 and 32 bits, in the full and in the studio range
+    };
+    const Case cases[] = {
+        {"dv25_525_4x3", 120000, 0, kDv25, 720, 480, 0x51, {{4, 3}, {2, 1}}},
+        {"dv25_525_16x9", 120000, 1, kDv25, 720, 480, 0x52, {{4, 3}, {2, 1}}},
+        {"dv25_625_16x9", 144000, -1, kDv25, 720, 576, 0x91, {{4, 3}, {2, 1}}},
+        {"dvcpro25_625", 144000, -1, kDv25, 720, 576, 0x92, {{4, 3}, {2, 1}}},
+        {"dvcpro50_525", 240000, -1, kDv50, 720, 480, 0x60, {{4, 3}, {2, 1}}},
+        {"dvcpro50_625", 288000, -1, kDv50, 720, 576, 0xA0, {{4, 3}, {2, 1}}},
+        {"dvcprohd_1080_60", 480000, -1, kDvHd, 1280, 1080, 0x472, {{8, 7}, {6, 5}}},
+        {"dvcprohd_1080_50", 576000, -1, kDvHd, 1440, 1080, 0x4B2, {{8, 7}, {6, 5}}},
+        {"dvcprohd_720_60", 240000, -1, kDvHd, 960, 720, 0x474, {{8, 7}, {6, 5}}},
+        {"dvcprohd_720_50", 288000, -1, kDvHd, 960, 720, 0x4B4, {{8, 7}, {6, 5}}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.clip << ", application " << c.applicationId);
+        DvFrame frame = LoadFrame(c.clip, c.bytes);
+        if (c.applicationId >= 0) {
+            frame.SetApplicationId(static_cast<BYTE>(c.applicationId));
+        }
+        const Picture picture(16, c.width, c.height);
+        ASSERT_EQ(Decode(c.fourcc, c.width, c.height, frame, picture), S_OK);
+        const standin::Call call = LastDecode();
+        const DWORD words[] = {
+            c.flags, call.words[1], Word(picture.memory.data()), static_cast<DWORD>(2 * c.width), 2,
+            0};
+        EXPECT_EQ(call.wordCount, std::size(words));
+        EXPECT_TRUE(std::equal(std::begin(words), std::end(words), call.words));
+        EXPECT_TRUE(ShowsFrame(picture.Row(c.height - 1), c.width, c.height - 1, frame));
+        for (const LONG colorSpace : {0, 1}) {
+            WriteCodecSetting(c.fourcc, L"color_space", colorSpace);
+            dv25_.reset();
+            for (const WORD bits : {WORD{24}, WORD{32}}) {
+                const Picture rgb(bits, c.width, c.height);
+                ASSERT_EQ(Decode(c.fourcc, c.width, c.height, frame, rgb), S_OK);
+                EXPECT_EQ(LastDecode().words[5], c.codes[colorSpace][bits == 32]) << bits;
+                EXPECT_EQ(LastDecode().words[4], bits / 8u);
+                EXPECT_EQ(LastDecode().result, standin::kDone);
+            }
+        }
+        WriteCodecSetting(c.fourcc, L"color_space", 0);
+        dv25_.reset();
+    }
+}
+
+TEST_F(DvCodec, RgbIsBottomUpUnlessItsHeightIsNegativeOrAStrideIsGiven) {
+    struct Case {
+        LONG height, callerStride, firstRow, stride;
+    };
+    for (const Case& c :
+         {Case{576, 0, 575, -2160}, Case{-576, 0, 0, 2160}, Case{576, 2400, 0, 2400}}) {
+        const Picture picture(24, 720, c.height, c.callerStride);
+        ASSERT_EQ(DecodePal(pal_, picture, c.callerStride), S_OK);
+        EXPECT_EQ(LastDecode().words[2], Word(picture.Row(c.firstRow)));
+        EXPECT_EQ(static_cast<LONG>(LastDecode().words[3]), c.stride);
+        EXPECT_TRUE(c.callerStride == 0 || picture.Row(0)[2160] == kUntouched);
+    }
+    for (const LONG stride : {1438, -1438, 1}) {
+        const Picture picture(16, 720, 576);
+        EXPECT_EQ(DecodePal(pal_, picture, stride), E_FAIL) << "a stride below a row: " << stride;
+        EXPECT_TRUE(picture.IsUntouched());
+    }
+}
+
+TEST_F(DvCodec, WideScreenPicturesAreStretched) {
+    struct Case {
+        WORD bits;
+        LONG width, height;
+    };
+    for (const Case& c : {Case{16, 856, 480}, {16, 1024, 576}, {24, 856, -480}, {24, 1024, 576}}) {
+        SCOPED_TRACE(testing::Message() << c.bits << " bits, " << c.width << " x " << c.height);
+        const LONG height = std::abs(c.height);
+        const DvFrame frame = height == 576 ? pal_ : LoadFrame("dv25_525_16x9", 120000);
+        const Picture recorded(c.bits, 720, c.height);
+        ASSERT_EQ(Decode(kDv25, 720, height, frame, recorded), S_OK);
+        const LONG perUnit = c.bits == 16 ? 2 : 1;
+        Bytes expected(static_cast<std::size_t>(c.width * c.bits / 8 * height));
+        ASSERT_EQ(StretchRows(c.bits == 24 ? ResampleUnit::kThreeBytes : ResampleUnit::kFourBytes,
+                              {recorded.Row(0), recorded.stride, 720 / perUnit},
+                              {expected.data(), c.width * c.bits / 8, c.width / perUnit}, height),
+                  S_OK);
+        for (const LONG inputWidth : {c.width, LONG{720}}) {
+            const Picture picture(c.bits, c.width, c.height);
+            ASSERT_EQ(Decode(kDv25, inputWidth, height, frame, picture), S_OK);
+            EXPECT_TRUE(std::equal(expected.begin(), expected.end(), picture.Row(0)));
+            const standin::Call call = LastDecode();
+            EXPECT_NE(call.words[2], Word(picture.memory.data()));
+            EXPECT_EQ(static_cast<LONG>(call.words[3]),
+                      720 * c.bits / 8 * (c.bits == 24 && c.height > 0 ? -1 : 1));
+        }
+    }
+    const Picture deep(32, 1024, 576);
+    const DWORD before = LastDecode().count;
+    EXPECT_EQ(DecodePal(pal_, deep), S_OK);
+    EXPECT_TRUE(deep.IsUntouched()) << "32-bit pixels are not stretched";
+    EXPECT_EQ(LastDecode().count, before + 1);
+    const Picture padded(16, 736, 576);
+    ASSERT_EQ(DecodePal(pal_, padded), S_OK);
+    EXPECT_TRUE(ShowsFrame(padded.Row(575), 720, 575, pal_));
+    EXPECT_TRUE(padded.Row(575)[1440] == kUntouched && padded.Row(575)[1471] == kUntouched);
+}
+
+TEST_F(DvCodec, WhatIsNoFrameOfTheSizeIsABlackPictureAndNeverReachesTheEngine) {
+    const auto cut = [this](std::size_t size) {
+        return DvFrame(Bytes(pal_.data(), pal_.data() + size));
+    };
+    struct Case {
+        const char* name;
+        DvFrame frame;
+        WORD bits;
+        LONG width, height, outputWidth, stride;
+    };
+    const Case cases[] = {
+        {"garbage", DvFrame::Blank(120000), 16, 720, 480, 720, 0},
+        {"garbage to RGB", DvFrame::Blank(120000), 24, 720, 480, 720, 0},
+        {"garbage to a wide picture", DvFrame::Blank(7), 32, 1024, 576, 1024, 0},
+        {"garbage to a wider output", DvFrame::Blank(7), 16, 720, 576, 736, 0},
+        {"garbage to rows apart", DvFrame::Blank(120000), 16, 720, 480, 720, 1500},
+        {"a byte short", cut(143999), 16, 720, 576, 720, 0},
+        {"a sequence short", cut(132000), 16, 720, 576, 736, 0},
+        {"little more than a sequence", cut(13000), 16, 720, 576, 720, 0},
+        {"another height", pal_, 16, 720, 480, 720, 0},
+        {"another variant", LoadFrame("dvcprohd_720_50", 288000), 16, 720, 576, 720, 0},
+    };
+    Codec(kDv25);
+    const DWORD before = LastDecode().count;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const Picture picture(c.bits, c.outputWidth, c.height, c.stride);
+        EXPECT_EQ(Decode(kDv25, c.width, c.height, c.frame, picture, c.stride), E_FAIL);
+        EXPECT_TRUE(picture.IsBlack());
+        EXPECT_TRUE(c.stride == 0 || picture.Row(0)[1440] == kUntouched);
+    }
+    EXPECT_EQ(LastDecode().count, before);
+
+    // A sample that ends before the length it claims.
+    const test::GuardedMemory sample(Bytes(pal_.data(), pal_.data() + 100));
+    const BITMAPINFOHEADER input = MakeHeader(kDv25, 24, 720, 576, 144000);
+    const Picture picture(16, 720, 576);
+    CDvCodecBase& codec = Codec(kDv25);
+    EXPECT_EQ(codec.Decompress(&input, sample.data(), &picture.header, false, picture.Row(0), 0, 0),
+              E_FAIL);
+    EXPECT_TRUE(picture.IsBlack());
+    // So short that its tag cannot be read, and a picture that cannot be written.
+    const test::GuardedMemory nothing(0);
+    const Picture second(16, 720, 576);
+    EXPECT_EQ(codec.Decompress(&input, nothing.data(), &second.header, false, second.Row(0), 0, 0),
+              E_FAIL);
+    EXPECT_TRUE(second.IsBlack());
+    second.memory.Protect();
+    EXPECT_EQ(codec.Decompress(&input, nothing.data(), &second.header, false, second.Row(0), 0, 0),
+              E_FAIL);
+    EXPECT_EQ(DecodePal(pal_, second), E_FAIL);
+}
+
+TEST_F(DvCodec, AFaultIsBlackARefusalLeavesThePictureAlone) {
+    for (const char* what : {"decode:access", "decode:divide", "decode:throw"}) {
+        const test::Misbehaviour misbehaviour(what);
+        for (const LONG width : {720, 736, 1024}) {
+            const Picture picture(16, width, 576);
+            EXPECT_EQ(DecodePal(pal_, picture), E_FAIL) << what;
+            EXPECT_TRUE(picture.IsBlack()) << what << width;
+        }
+    }
+    const Picture picture(16, 720, 576);
+    DvFrame type15 = LoadFrame("dvcprohd_1080_50", 576000);
+    type15.SetPackByte(0x60, 3, 0xF5);
+    const Picture hd(16, 1440, 1080);
+    EXPECT_EQ(Decode(kDvHd, 1440, 1080, type15, hd), E_FAIL);
+    EXPECT_TRUE(hd.IsUntouched());
+
+    const BITMAPINFOHEADER input = MakeHeader(kDv25, 24, 720, 576, pal_.size());
+    const auto decode = [&](const BITMAPINFOHEADER* in, const BYTE* sample,
+                            const BITMAPINFOHEADER& out, BYTE* to) {
+        return Codec(kDv25).Decompress(in, sample, &out, false, to, 0, 0);
+    };
+    for (const BITMAPINFOHEADER& output : {PictureHeader(16, 700, 576), PictureHeader(16, 720, 480),
+                                           MakeHeader(FourCC("v408"), 16, 720, 576)}) {
+        EXPECT_EQ(decode(&input, pal_.data(), output, picture.Row(0)), E_FAIL);
+    }
+    EXPECT_EQ(decode(nullptr, pal_.data(), picture.header, picture.Row(0)), E_POINTER);
+    EXPECT_EQ(decode(&input, pal_.data(), picture.header, nullptr), E_POINTER);
+    EXPECT_EQ(decode(&input, nullptr, picture.header, picture.Row(0)), E_FAIL);
+
+    dv25_.reset();
+    dvHd_.reset();
+    for (const wchar_t* folder : {L"none", L"old", L"no_encode", L"no_decode"}) {
+        const test::EngineSearch search(folder);
+        CDv25Codec codec;
+        EXPECT_FALSE(CDv25Codec::IsEngineAvailable(kEngineForDecoding));
+        EXPECT_EQ(
+            codec.Decompress(&input, pal_.data(), &picture.header, false, picture.Row(0), 0, 0),
+            E_FAIL);
+    }
+    EXPECT_TRUE(picture.IsUntouched());
+}
+
+TEST_F(DvCodec, FramesTellTheirParameters) {
+    struct Case {
+        const void* frame;
+        std::size_t size;
+        HRESULT result;
+        FrameInfo info;
+    };
+    const Case cases[] = {
+        {pal_.data(),
+         pal_.size(),
+         S_OK,
+         {1, 1024, 720, static_cast<LONG>(0xC1828304u), -1, 0x0405C6FF,
+          static_cast<LONG>(0xC78889FFu)}},
+        {nullptr, 0, S_FALSE, {1, 768, 720, -1, -1, -1, -1}},  // by the tables of sizes
+        {pal_.data(), 100, S_OK, {-1, -1, -1, -1, -1, -1, -1}},
+    };
+    for (const Case& c : cases) {
+        const BITMAPINFOHEADER input = MakeHeader(kDv25, 24, 720, 576, c.size);
+        FrameInfo info = {9, 9, 9, 9, 9, 9, 9};
+        EXPECT_EQ(Codec(kDv25).GetFrameInfo(&input, c.frame, 400000, &info), c.result);
+        EXPECT_EQ(std::memcmp(&info, &c.info, sizeof(info)), 0) << &c - cases;
+        EXPECT_EQ(Codec(kDv25).GetFrameInfo(&input, c.frame, 400000, nullptr), c.result);
+    }
+    EXPECT_EQ(Codec(kDv25).GetFrameInfo(nullptr, pal_.data(), 400000, nullptr), E_POINTER);
+}
+
+TEST_F(DvCodec, PicturesAreEncodedBySizeAndSettings) {
+    struct Case {
+        DWORD fourcc;
+        const wchar_t* settings[2];
+        WORD bits;
+        LONG width, height;
+        DWORD flags, length, code;
+    };
+    const Case cases[] = {
+        {kDv25, {}, 24, 720, 480, 0x51, 120000, 4},
+        {kDv25, {}, 24, 720, -576, 0x91, 144000, 4},
+        {kDv25, {}, 16, 856, 480, 0x451, 120000, 0},
+        {kDv25, {}, 24, 856, -480, 0x451, 120000, 4},
+        {kDv25, {}, 16, 1024, 576, 0x491, 144000, 0},
+        {kDv25, {}, 24, 1024, 576, 0x491, 144000, 4},
+        {kDv25, {}, 32, 1024, 576, 0x491, 144000, 3},
+        {kDv25, {L"dvcpro25"}, 24, 720, 480, 0x52, 120000, 4},
+        {kDv25, {L"dvcpro25"}, 24, 1024, 576, 0x492, 144000, 4},
+        {kDv25, {L"dvcpro25", L"wide_screen"}, 24, 720, 480, 0x452, 120000, 4},
+        {kDv50, {}, 24, 720, 480, 0x60, 240000, 4},
+        {kDv50, {}, 16, 720, 576, 0xA0, 288000, 0},
+        {kDv50, {L"wide_screen"}, 24, 720, 480, 0x460, 240000, 4},
+        {kDv50, {L"wide_screen"}, 24, 720, 576, 0x4A0, 288000, 4},
+        {kDvHd, {}, 24, 1280, 1080, 0x472, 480000, 8},
+        {kDvHd, {}, 24, 1440, 1080, 0x4B2, 576000, 8},
+        {kDvHd, {}, 24, 960, 720, 0x475, 240000, 8},
+        {kDvHd, {L"5060"}, 24, 960, 720, 0x4B5, 288000, 8},
+        {kDv25, {}, 24, 640, 480, 0, 0, 0},  // a squeeze cannot enlarge
+    };
+    std::mt19937 random(3);
+    for (const Case& c : cases) {
+        SCOPED_TRACE(&c - cases);
+        for (const wchar_t* setting : c.settings) {
+            if (setting) {
+                WriteCodecSetting(c.fourcc, setting, 2);
+            }
+        }
+        dv25_.reset();
+        const Picture picture(c.bits, c.width, c.height);
+        std::generate(picture.memory.data(), picture.memory.data() + picture.memory.size(),
+                      [&] { return static_cast<BYTE>(random()); });
+        Bytes frame(576000);
+        BITMAPINFOHEADER output = MakeHeader(c.fourcc, 24, c.width, picture.rows);
+        const HRESULT result = Codec(c.fourcc).Compress(&picture.header, false, picture.Row(0),
+                                                        &output, frame.data(), 0, 0, 0);
+        const standin::Call call = test::LastCall(L"rkdvh.dll", standin::kEncode);
+        for (const wchar_t* setting : c.settings) {
+            if (setting) {
+                WriteCodecSetting(c.fourcc, setting, 0);
+            }
+        }
+        if (c.length == 0) {
+            EXPECT_EQ(result, E_FAIL);
+            continue;
+        }
+        ASSERT_EQ(result, S_OK);
+        EXPECT_EQ(output.biSizeImage, c.length);
+        const bool squeezed = c.fourcc == kDv25 && c.width != 720;
+        const bool bottomUp = c.bits != 16 && c.height > 0;
+        const LONG rowBytes = (squeezed ? 720 : c.width) * c.bits / 8;
+        const DWORD words[] = {
+            c.flags,
+            Word(frame.data()),
+            squeezed ? call.words[2] : Word(picture.Row(bottomUp ? picture.rows - 1 : 0)),
+            static_cast<DWORD>(bottomUp ? -rowBytes : rowBytes),
+            c.bits / 8u,
+            c.code};
+        EXPECT_TRUE(std::equal(std::begin(words), std::end(words), call.words));
+        // The stand-in puts the picture's first and last row into its frame.
+        const LONG perUnit = c.bits == 16 ? 2 : 1;
+        for (const LONG y : {LONG{0}, picture.rows - 1}) {
+            const BYTE* source = picture.Row(bottomUp ? picture.rows - 1 - y : y);
+            Bytes expected(source, source + picture.rowBytes);
+            if (squeezed) {
+                expected.resize(static_cast<std::size_t>(rowBytes));
+                SqueezeRows(c.bits == 24 ? ResampleUnit::kThreeBytes : ResampleUnit::kFourBytes,
+                            {source, picture.rowBytes, c.width / perUnit},
+                            {expected.data(), rowBytes, 720 / perUnit}, 1);
+            }
+            EXPECT_TRUE(std::equal(expected.begin(), expected.end(),
+                                   frame.data() + (y == 0 ? 0 : rowBytes)));
+        }
+    }
+}
+
+TEST_F(DvCodec, AnEncoderThatFailsFails) {
+    const Picture picture(24, 720, 480);
+    Bytes frame(120000);
+    BITMAPINFOHEADER output = MakeHeader(kDv25, 24, 720, 480);
+    const auto encode = [&](const BITMAPINFOHEADER* input) {
+        return Codec(kDv25).Compress(input, false, picture.Row(0), &output, frame.data(), 0, 0, 0);
+    };
+    for (const char* what : {"encode:access", "encode:longer"}) {
+        const test::Misbehaviour misbehaviour(what);
+        EXPECT_EQ(encode(&picture.header), E_FAIL) << what;
+    }
+    const BITMAPINFOHEADER v210 = MakeHeader(FourCC("v210"), 24, 720, 480);
+    EXPECT_EQ(encode(&v210), E_FAIL);
+    EXPECT_EQ(encode(nullptr), E_POINTER);
+}
+
+TEST_F(DvCodec, EachVariantHasItsSizes) {
+    struct Case {
+        DWORD fourcc;
+        LONG width, height;
+        DWORD frameBytes;  // 0: not a size of the variant
+    };
+    constexpr Case kCases[] = {
+        {kDv25, 720, 480, 120000},  {kDv25, 856, 480, 120000},   {kDv25, 720, 576, 144000},
+        {kDv25, 1024, 576, 144000}, {kDv25, 1024, 480, 0},       {kDv25, 856, 576, 0},
+        {kDv25, 720, 486, 0},       {kDv50, 720, 480, 240000},   {kDv50, 720, 576, 288000},
+        {kDv50, 856, 480, 0},       {kDvHd, 1280, 1080, 480000}, {kDvHd, 1440, 1080, 576000},
+        {kDvHd, 960, 720, 240000},  {kDvHd, 1280, 720, 0}};
+    for (const Case& c : kCases) {
+        SCOPED_TRACE(&c - kCases);
+        CDvCodecBase& codec = Codec(c.fourcc);
+        const HRESULT expected = c.frameBytes != 0 ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
+        const BITMAPINFOHEADER stream = MakeHeader(c.fourcc, 24, c.width, c.height);
+        const BITMAPINFOHEADER topDown = PictureHeader(24, c.width, -c.height);
+        EXPECT_EQ(codec.GetFourCC(), c.fourcc);
+        EXPECT_EQ(codec.IsSupportedSize(c.width, c.height), c.frameBytes != 0);
+        EXPECT_EQ(codec.GetMaxCompressedSize(&topDown, false), c.frameBytes);
+        EXPECT_EQ(codec.DecompressQuery(&stream, nullptr, false), expected);
+        EXPECT_EQ(codec.CompressQuery(&topDown, false, &stream), expected);
+    }
+    EXPECT_EQ(Codec(kDv25).GetMaxCompressedSize(nullptr, false), 0u);
+
+    struct Pair {
+        BITMAPINFOHEADER stream, picture;
+        bool alpha, decodes, encodes;
+    };
+    const BITMAPINFOHEADER stream = MakeHeader(kDv25, 24, 720, 576);
+    const Pair pairs[] = {
+        {stream, PictureHeader(16, 720, 576), false, true, true},
+        {stream, PictureHeader(24, 720, 576), true, false, true},
+        {stream, PictureHeader(32, 720, -576), false, true, false},
+        {stream, PictureHeader(24, 1024, 576), false, true, false},
+        {stream, PictureHeader(24, 719, 576), false, false, false},
+        {MakeHeader(FourCC("dvsd"), 24, 720, 576), PictureHeader(24, 720, 576), false, false,
+         false},
+        {MakeHeader(kDv25, 24, 1024, 576), PictureHeader(24, 720, 576), false, false, false},
+    };
+    for (const Pair& p : pairs) {
+        SCOPED_TRACE(&p - pairs);
+        EXPECT_EQ(Codec(kDv25).DecompressQuery(&p.stream, &p.picture, p.alpha) == S_OK, p.decodes);
+        EXPECT_EQ(Codec(kDv25).CompressQuery(&p.picture, p.alpha, &p.stream) == S_OK, p.encodes);
+    }
+}
+
+/// Samples that stand for a frame in a file.
+class DvReference : public DvCodec {
+  protected:
+    std::string PathOf(const wchar_t* name) const {
+        const std::wstring path = folder_.PathOf(name);
+        return std::string(path.begin(), path.end());
+    }
+
+    /// A sample that stands for the chunk at `offset` of `path`.
+    static DvFrame Reference(DWORD offset, const std::string& path) {
+        Bytes sample(16, 0xEE);
+        std::memcpy(&sample[0], "REF ", 4);
+        std::memcpy(&sample[4], &offset, 4);
+        sample.insert(sample.end(), path.begin(), path.end());
+        sample.push_back(0);
+        return DvFrame(sample);
+    }
+
+    /// Writes `gap` bytes and a chunk that claims `length` bytes of `frame`.
+    std::string WriteFile(const wchar_t* name, std::size_t gap, DWORD length,
+                          const DvFrame& frame) const {
+        Bytes bytes(gap + 8, 0x11);
+        std::memcpy(&bytes[gap], "00dc", 4);
+        std::memcpy(&bytes[gap + 4], &length, 4);
+        bytes.insert(bytes.end(), frame.data(), frame.data() + frame.size());
+        std::ofstream file(PathOf(name), std::ios::binary);
+        file.write(reinterpret_cast<const char*>(bytes.data()),
+                   static_cast<std::streamsize>(bytes.size()));
+        EXPECT_TRUE(file);
+        return PathOf(name);
+    }
+
+    HRESULT Decode(DWORD offset, const std::string& path) {
+        return DecodePal(Reference(offset, path), picture_);
+    }
+
+    const test::TemporaryFolder folder_{L"dv references"};
+    const Picture picture_{16, 720, 576};
+};
+
+TEST_F(DvReference, StandsForTheFrameInItsFile) {
+    const std::string path = WriteFile(L"clip.avi", 1000, 144000, pal_);
+    ASSERT_EQ(Decode(1000, path), S_OK);
+    EXPECT_TRUE(ShowsFrame(picture_.Row(100), 720, 100, pal_));
+    const DvFrame sample = Reference(1000, path);
+    const BITMAPINFOHEADER input = MakeHeader(kDv25, 24, 720, 576, sample.size());
+    FrameInfo info;
+    ASSERT_EQ(Codec(kDv25).GetFrameInfo(&input, sample.data(), 400000, &info), S_OK);
+    EXPECT_EQ(info.pixelAspectX, 1024);
+    EXPECT_EQ(info.rdrtA, 0x0405C6FF);
+    const Picture other(16, 720, 576);
+    EXPECT_EQ(DvCodec::Decode(kDv50, 720, 576, sample, other), E_FAIL);
+    EXPECT_TRUE(other.IsBlack()) << "other variants take it for a frame";
+
+    // A frame that is itself a reference is followed, unless there is no end.
+    const auto fileOf = [this](const wchar_t* name, const DvFrame& reference) {
+        DvFrame frame = DvFrame::Blank(144000);
+        std::copy(reference.data(), reference.data() + reference.size(), &frame[0]);
+        return WriteFile(name, 0, 144000, frame);
+    };
+    EXPECT_EQ(Decode(0, fileOf(L"first.avi", sample)), S_OK);
+    EXPECT_EQ(Decode(0, fileOf(L"self.avi", Reference(0, PathOf(L"self.avi")))), E_FAIL);
+}
+
+TEST_F(DvReference, KeepsTheFileOpenUntilAnotherPathComesOrTheCodecGoes) {
+    const std::string first = WriteFile(L"first.avi", 0, 144000, pal_);
+    const std::string second = WriteFile(L"second.avi", 8, 144000, pal_);
+    ASSERT_EQ(Decode(0, first), S_OK);
+    ASSERT_EQ(Decode(0, first), S_OK);
+    EXPECT_FALSE(DeleteFileA(first.c_str())) << "open, shared for reading only";
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_SHARING_VIOLATION});
+    ASSERT_EQ(Decode(8, second), S_OK);
+    EXPECT_TRUE(DeleteFileA(first.c_str()));
+    EXPECT_FALSE(DeleteFileA(second.c_str()));
+    EXPECT_EQ(Decode(0, first), HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND));
+    EXPECT_TRUE(DeleteFileA(second.c_str())) << "closed although the next one did not open";
+    const std::string last = WriteFile(L"last.avi", 0, 144000, pal_);
+    ASSERT_EQ(Decode(0, last), S_OK);
+    dv25_.reset();
+    EXPECT_TRUE(DeleteFileA(last.c_str())) << "closed with its codec";
+}
+
+TEST_F(DvReference, WhatCannotBeReadIsRefusedAndLeavesNothingBehind) {
+    const std::string path = WriteFile(L"clip.avi", 0, 144000, pal_);
+    const std::string cut =
+        WriteFile(L"cut.avi", 0, 144000, DvFrame(Bytes(pal_.data(), pal_.data() + 143999)));
+    struct Case {
+        DWORD offset;
+        std::string path;
+        HRESULT result;
+    };
+    std::vector<Case> cases = {
+        {0, PathOf(L"no.avi"), HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)},
+        {0, "", HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND)},
+        {0, std::string(300, 'x'), HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE)},
+        {4, path, E_FAIL},  // what stands there is no length
+    };
+    for (const DWORD offset : {0u, 144006u, 200000u, 0x80000000u, 0xFFFFFFFFu}) {
+        cases.push_back({offset, cut, HRESULT_FROM_WIN32(ERROR_HANDLE_EOF)});
+    }
+    for (const DWORD length : {0u, 119999u, 240000u, 0xFFFFFFFFu}) {
+        const std::wstring name = L"length" + std::to_wstring(length) + L".avi";
+        cases.push_back({0, WriteFile(name.c_str(), 0, length, pal_), E_FAIL});
+    }
+    const auto all = [&] {
+        for (const Case& c : cases) {
+            EXPECT_EQ(Decode(c.offset, c.path), c.result) << &c - cases.data();
+        }
+    };
+    all();
+    const test::Held before = test::CountHeld();
+    all();
+    const test::Held after = test::CountHeld();
+    EXPECT_EQ(after.handles, before.handles);
+    EXPECT_EQ(after.heapBlocks, before.heapBlocks);
+
+    const DvFrame whole = Reference(0, path);
+    for (std::size_t size = 4; size < whole.size(); ++size) {
+        EXPECT_EQ(DecodePal(DvFrame(Bytes(whole.data(), whole.data() + size)), picture_), E_FAIL);
+    }
+    const HANDLE lock = CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    EXPECT_EQ(Decode(0, path), HRESULT_FROM_WIN32(ERROR_SHARING_VIOLATION));
+    CloseHandle(lock);
+    EXPECT_TRUE(picture_.IsUntouched());
+    EXPECT_EQ(Decode(0, path), S_OK);
+}
+
+}  // namespace
+}  // namespace nyx
