@@ -96,7 +96,9 @@ HRESULT STDMETHODCALLTYPE CBaseInputPin::Receive(IMediaSample* pSample) {
     if (FAILED(hr)) {
         return hr;
     }
-    return CheckMediaType(&type) == S_OK ? S_OK : RefuseSampleType();
+    hr = CheckMediaType(&type);
+    // Want of memory costs the sample; a type that cannot be handled ends the stream.
+    return hr == S_OK || hr == E_OUTOFMEMORY ? hr : RefuseSampleType();
 }
 
 HRESULT CBaseInputPin::ReadSampleProps(IMediaSample* pSample) {

@@ -5,86 +5,64 @@
 #include <cstdlib>
 #include <new>
 
-namespace {
+using nyx::test::Answer;
 
-long failing = 0;
-nyx::test::MemoryCount count = {};
+extern "C" {
+__declspec(dllexport) nyx::test::Starved starved = {};
+}
+
+namespace {
 
 /// Counts one allocation; whether it is the one to fail.
 bool RunsOut() {
-    return ++count.asked == failing;
+    return ++starved.asked == starved.failing;
 }
 
-void* Allocate(std::size_t size) {
-    void* block = RunsOut() ? nullptr : std::malloc(size ? size : 1);
-    count.alive += block ? 1 : 0;
-    return block;
-}
-
-void* AllocateOrThrow(std::size_t size) {
-    void* block = Allocate(size);
-    if (!block) {
-        throw std::bad_alloc();
-    }
-    return block;
-}
-
-void Free(void* block) {
-    count.alive -= block ? 1 : 0;
-    std::free(block);
+template <class Function>
+Function RealFunction(const wchar_t* library, const char* name) {
+    return reinterpret_cast<Function>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(library), name)));
 }
 
 void* __stdcall TaskAllocate(SIZE_T size) {
-    using Allocator = void*(__stdcall*)(SIZE_T);
-    static const auto allocator = reinterpret_cast<Allocator>(
-        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ole32"), "CoTaskMemAlloc")));
-    return RunsOut() ? nullptr : allocator(size);
+    static const auto real = RealFunction<decltype(&TaskAllocate)>(L"ole32", "CoTaskMemAlloc");
+    return RunsOut() ? nullptr : real(size);
+}
+
+SIZE_T __stdcall Query(const void* address, MEMORY_BASIC_INFORMATION* told, SIZE_T size) {
+    static const auto real = RealFunction<decltype(&Query)>(L"kernel32", "VirtualQuery");
+    ++starved.queries;
+    const SIZE_T result = starved.answer == Answer::kUnknown ? 0 : real(address, told, size);
+    if (starved.answer == Answer::kReserved) {
+        told->State = MEM_RESERVE;
+        told->Protect = 0;
+    }
+    told->AllocationProtect |= starved.answer == Answer::kWriteCombined ? PAGE_WRITECOMBINE : 0;
+    return result;
 }
 
 }  // namespace
 
 extern "C" {
-
-void starved_fail(long number) {
-    failing = number;
-    count.asked = 0;
+// In the place of the imports, where every call looks.
+void*(__stdcall* taskAllocateImport)(SIZE_T) asm("__imp__CoTaskMemAlloc@4") = &TaskAllocate;
+SIZE_T(__stdcall* queryImport)
+(const void*, MEMORY_BASIC_INFORMATION*, SIZE_T) asm("__imp__VirtualQuery@12") = &Query;
 }
 
-nyx::test::MemoryCount starved_count() {
-    return count;
-}
-
-// Stands in the place of the import, where every call of CoTaskMemAlloc looks.
-void*(__stdcall* const taskAllocateImport)(SIZE_T) asm("__imp__CoTaskMemAlloc@4") = &TaskAllocate;
-}
-
+// The other forms of the two come down to these.
 void* operator new(std::size_t size) {
-    return AllocateOrThrow(size);
-}
-void* operator new[](std::size_t size) {
-    return AllocateOrThrow(size);
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return Allocate(size);
-}
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-    return Allocate(size);
+    void* block = RunsOut() ? nullptr : std::malloc(size ? size : 1);
+    if (!block) {
+        throw std::bad_alloc();
+    }
+    ++starved.alive;
+    return block;
 }
 void operator delete(void* block) noexcept {
-    Free(block);
-}
-void operator delete[](void* block) noexcept {
-    Free(block);
+    starved.alive -= block ? 1 : 0;
+    std::free(block);
 }
 void operator delete(void* block, std::size_t) noexcept {
-    Free(block);
-}
-void operator delete[](void* block, std::size_t) noexcept {
-    Free(block);
-}
-void operator delete(void* block, const std::nothrow_t&) noexcept {
-    Free(block);
-}
-void operator delete[](void* block, const std::nothrow_t&) noexcept {
-    Free(block);
+    operator delete(block);
 }

@@ -1,20 +1,18 @@
 #pragma once
 
-/// @file
-/// The extra exports of the starved module: the module's own code, whose memory runs out when a
-/// test says so. One thread at a time.
-
 namespace nyx::test {
 
-/// What a test reads after a run.
-struct MemoryCount {
-    long asked;  ///< allocations since the last call of starved_fail
-    long alive;  ///< blocks of operator new that are in use
-};
+/// What the system says of memory when the module asks it.
+enum class Answer { kTruth, kUnknown, kReserved, kWriteCombined };
 
-/// Counts from 0 again, and lets the allocation with this number fail, 1 being the next; 0 for
-/// none. Counted are operator new in all its forms and CoTaskMemAlloc, as this module calls them.
-using StarvedFail = void(__cdecl*)(long number);
-using StarvedCount = MemoryCount(__cdecl*)();
+/// The one export of the starved module beside the module's own, "starved": a test sets and reads
+/// it. One thread at a time. Counted are operator new in all its forms and CoTaskMemAlloc.
+struct Starved {
+    long failing;  ///< the number of the allocation to fail, 1 being the first; 0 for none
+    long asked;    ///< allocations since the test has set it to 0
+    long alive;    ///< blocks of operator new in use
+    Answer answer;
+    long queries;  ///< of the kind of memory, since the test has set it to 0
+};
 
 }  // namespace nyx::test
