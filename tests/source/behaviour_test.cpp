@@ -31,8 +31,8 @@ class Source : public ComTest {
     }
 
     const fs::path folder = [] {
-        const fs::path made =
-            fs::temp_directory_path() / (L"footage \u00E9\u3042 " + std::to_wstring(GetCurrentProcessId()));
+        const fs::path made = fs::temp_directory_path() /
+                              (L"footage \u00E9\u3042 " + std::to_wstring(GetCurrentProcessId()));
         fs::create_directories(made);
         return made;
     }();
@@ -40,7 +40,8 @@ class Source : public ComTest {
 
 TEST_F(Source, WhatCannotBePlayedIsRefusedAndChangesNothing) {
     const std::wstring locked = Write(L"locked", "x");
-    const HANDLE lock = CreateFileW(locked.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    const HANDLE lock =
+        CreateFileW(locked.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
     const struct {
         std::wstring path;
         HRESULT result;
@@ -98,7 +99,8 @@ TEST_F(Source, OpensAPathOfAnyLengthAndTellsIt) {
 }
 
 TEST_F(Source, ATornRecordingPlaysToItsLastWholeFrame) {
-    for (const char* clip : {"dv25.avi", "dv25.dv", "dv50.mxf", "d10.mxf", "mpeg.gxf", "v210.avi"}) {
+    for (const char* clip :
+         {"dv25.avi", "dv25.dv", "dv50.mxf", "d10.mxf", "mpeg.gxf", "v210.avi"}) {
         SCOPED_TRACE(clip);
         FootageHost whole(Material(clip));
         whole.Play();
