@@ -1,13 +1,11 @@
 #pragma once
 
 /// @file
-/// The stand-ins' own coding: 8 by 8 cosine transform, one quantiser step for all coefficients,
-/// zlib. With step s the mean squared error before rounding and clamping is at most (s / 2)^2 in
-/// sample units, because the transform is orthonormal. Alpha is kept exactly.
+/// The stand-ins' own coding: samples divided by one step, the distances to their neighbours, zlib.
+/// Alpha is kept exactly; so are samples of 8 bits with a step of 4, and all with one of 1.
 
 #include <windows.h>
 
-#include <cstdint>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -22,24 +20,22 @@ struct FrameHeader {
     DWORD codedLength;  ///< of the whole frame, header included
     LONG width;
     LONG height;
-    LONG depth;        ///< bits per sample
-    float step;        ///< quantiser step
-    DWORD bodyBytes;   ///< deflated coefficients behind the header
-    DWORD alphaBytes;  ///< deflated alpha behind those, 0 for an opaque picture
+    LONG step;   ///< quantiser step in codes of 10 bits
+    LONG alpha;  ///< 1 with alpha, 0 without
 };
-static_assert(sizeof(FrameHeader) == 32);
+static_assert(sizeof(FrameHeader) == 24);
 
 /// The header at `frame`, when its tag starts with `tag` and its numbers belong together. Reads the
-/// header's 32 bytes blindly: an engine's probe is told no length.
+/// header's bytes blindly: an engine's probe is told no length.
 std::optional<FrameHeader> ReadHeader(const void* frame, std::string_view tag);
 
-/// Codes a picture in at most `capacity` bytes, with `step` or the smallest coarser one that fits.
-/// Empty when nothing fits. May throw std::bad_alloc.
-std::vector<BYTE> EncodeFrame(std::string_view tag, const Picture& picture, float step,
-                              std::size_t capacity);
+/// Codes a picture with `step`, or the smallest coarser one that fits. The coded length, or
+/// kNoRoom. May throw std::bad_alloc.
+LONG EncodeFrame(std::string_view tag, const Picture& picture, LONG step, void* output,
+                 std::size_t capacity);
 
 /// Decodes a whole frame, empty when it is damaged. May throw std::bad_alloc.
-std::optional<Picture> DecodeFrame(const BYTE* frame, const FrameHeader& header);
+std::optional<Picture> DecodeFrame(const void* frame, const FrameHeader& header);
 
 /// zlib in one call each. An inflated size other than `size` is nothing.
 std::vector<BYTE> Deflate(const std::vector<BYTE>& bytes);

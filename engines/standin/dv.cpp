@@ -2,7 +2,6 @@
 // digest, see dv_picture.h. An encoded frame is the first and the last row of the source.
 
 #include <cstring>
-#include <optional>
 
 #include "dv/dv_engine.h"
 #include "engines/standin/call_log.h"
@@ -12,7 +11,7 @@
 namespace standin {
 namespace {
 
-constexpr LONG kVariantMask = 0x3F;
+constexpr Codes kCodes = {0, 8, 2, 7, 2};
 
 struct Format {
     LONG variant;
@@ -46,56 +45,39 @@ const Format* FormatFor(LONG flags) {
     return nullptr;
 }
 
-/// Codes count down from the high-definition full-range layout: 8 to 2 by twos for RGB 24-bit, 7 to
-/// 1 for RGB 32-bit.
-std::optional<RgbLayout> LayoutFor(LONG code, LONG bytesPerPixel) {
-    const LONG first = bytesPerPixel == 3 ? 8 : 7;
-    const LONG step = first - code;
-    if ((bytesPerPixel != 3 && bytesPerPixel != 4) || step < 0 || step > 6 || step % 2 != 0) {
-        return std::nullopt;
-    }
-    return RgbLayout{static_cast<int>(bytesPerPixel), step < 4, step % 4 == 0};
-}
-
 Picture MakeUp(const Format& format, const BYTE* frame) {
     const std::uint32_t digest = DvFrameDigest(frame, static_cast<std::size_t>(format.frameBytes));
-    Picture picture(format.width, format.height, 8, false);
+    Picture picture(format.width, format.height, false);
     for (int y = 0; y < format.height; ++y) {
         for (int x = 0; x < format.width; ++x) {
-            picture.y.row(y)[x] = DvLuma(digest, x, y);
-        }
-        for (int x = 0; x < format.width; x += 2) {
-            picture.cb.row(y)[x / 2] = DvBlue(digest, x, y);
-            picture.cr.row(y)[x / 2] = DvRed(digest, x, y);
+            const BYTE chroma = x % 2 == 0 ? DvBlue(digest, x, y) : DvRed(digest, x - 1, y);
+            picture.row(y)[2 * x] = static_cast<std::uint16_t>(DvLuma(digest, x, y) * 4);
+            picture.row(y)[2 * x + 1] = static_cast<std::uint16_t>(chroma * 4);
         }
     }
     return picture;
 }
 
-LONG Decode(LONG flags, const BYTE* frame, const Surface& surface, LONG bytesPerPixel, LONG code) {
+LONG Decode(LONG flags, const BYTE* frame, const Surface& surface, LONG code) {
     const Format* format = FormatFor(flags);
     if (!format || format->variant == nyx::kEngineDvcProHd720Encode) {
         return kBadRecord;
     }
-    if (bytesPerPixel == 2 && code == 0) {
-        StoreYuy2(MakeUp(*format, frame), surface);
-        return kDone;
-    }
-    const auto layout = LayoutFor(code, bytesPerPixel);
-    return layout && StoreRgb(MakeUp(*format, frame), *layout, surface) ? kDone : kBadRecord;
+    Picture picture = MakeUp(*format, frame);
+    return Move(Way::kStore, kCodes, static_cast<DWORD>(code), surface, &picture) ? kDone
+                                                                                  : kBadRecord;
 }
 
-LONG Encode(LONG flags, BYTE* frame, const Surface& source, LONG bytesPerPixel) {
+LONG Encode(LONG flags, BYTE* frame, const Surface& source) {
     const Format* format = FormatFor(flags);
-    if (!format || format->variant == nyx::kEngineDvcProHd720Decode || bytesPerPixel < 2 ||
-        bytesPerPixel > 4) {
+    if (!format || format->variant == nyx::kEngineDvcProHd720Decode || source.bytesPerPixel < 2 ||
+        source.bytesPerPixel > 4) {
         return kBadRecord;
     }
-    const auto rowBytes = static_cast<std::size_t>(format->width * bytesPerPixel);
+    const auto rowBytes = static_cast<std::size_t>(format->width * source.bytesPerPixel);
     std::memset(frame, 0, static_cast<std::size_t>(format->frameBytes));
     std::memcpy(frame, source.data, rowBytes);
-    std::memcpy(frame + rowBytes,
-                source.data + std::ptrdiff_t{source.stride} * (format->height - 1), rowBytes);
+    std::memcpy(frame + rowBytes, source.row(format->height - 1), rowBytes);
     return format->frameBytes;
 }
 
@@ -122,7 +104,7 @@ extern "C" LONG __stdcall dv_decode(LONG flags, const void* frame, void* destina
                  Word(bytesPerPixel), Word(code));
     return RunEntry(kDecode, [&](Action) {
         return Decode(flags, static_cast<const BYTE*>(frame),
-                      {static_cast<BYTE*>(destination), stride}, bytesPerPixel, code);
+                      {static_cast<BYTE*>(destination), stride, bytesPerPixel}, code);
     });
 }
 
@@ -134,7 +116,7 @@ extern "C" LONG __stdcall dv_encode(LONG flags, void* frame, const void* source,
     return RunEntry(kEncode, [&](Action action) {
         auto* pixels = const_cast<BYTE*>(static_cast<const BYTE*>(source));
         const LONG length =
-            Encode(flags, static_cast<BYTE*>(frame), {pixels, stride}, bytesPerPixel);
+            Encode(flags, static_cast<BYTE*>(frame), {pixels, stride, bytesPerPixel});
         return action == Action::kLonger ? -length : length;
     });
 }

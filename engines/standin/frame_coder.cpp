@@ -17,6 +17,10 @@ Entry As(FARPROC entry) {
     return reinterpret_cast<Entry>(reinterpret_cast<void*>(entry));
 }
 
+DWORD RoomOf(const std::vector<BYTE>& output) {
+    return static_cast<DWORD>(output.size());
+}
+
 /// The full-range code of an RGB layout: the engines count down from the high-definition one in
 /// steps, the standard-definition one comes two steps later.
 DWORD FullRangeCode(const Source& source, DWORD first, DWORD step) {
@@ -25,52 +29,56 @@ DWORD FullRangeCode(const Source& source, DWORD first, DWORD step) {
 }
 
 LONG CallZetaCore(FARPROC entry, const Source& source, std::vector<BYTE>* output) {
-    nyx::ZetaCoreEncodeRecord record = {};
-    record.command = nyx::kCommandCoreEncode;
-    record.source = source.data;
-    record.stride = source.stride;
-    record.bytesPerPixel = 2;
-    record.output = output->data();
-    record.outputCapacity = static_cast<DWORD>(output->size());
-    record.workSize = ((source.width + 15) / 16) * ((source.height + 15) / 16) * 4096;
-    record.coreConstant = nyx::kCoreConstant;
-    record.width = source.width;
-    record.height = source.height;
-    record.quantScale = source.quantScale;
-    record.encodeConstant = nyx::kZetaEncodeConstant;
+    const LONG blocks = ((source.width + 15) / 16) * ((source.height + 15) / 16);
+    nyx::ZetaCoreEncodeRecord record = {nyx::kCommandCoreEncode,
+                                        source.data,
+                                        source.stride,
+                                        2,
+                                        0,
+                                        output->data(),
+                                        RoomOf(*output),
+                                        blocks * 4096,
+                                        nyx::kCoreConstant,
+                                        source.width,
+                                        source.height,
+                                        source.quantScale,
+                                        nyx::kZetaEncodeConstant,
+                                        0};
     return As<nyx::ZetaEntry>(entry)(&record);
 }
 
 LONG CallZetaAlpha(FARPROC entry, const Source& source, std::vector<BYTE>* output) {
-    nyx::ZetaAlphaEncodeRecord record = {};
-    record.command = nyx::kCommandAlphaEncode;
-    record.source = source.data;
-    record.stride = source.stride;
-    record.bytesPerPixel = 4;
-    record.pixelFormat = FullRangeCode(source, 4, 1);
-    record.output = output->data();
-    record.width = source.width;
-    record.height = source.height;
-    record.quantScale = source.quantScale;
-    record.encodeConstant = nyx::kZetaEncodeConstant;
+    nyx::ZetaAlphaEncodeRecord record = {nyx::kCommandAlphaEncode,
+                                         source.data,
+                                         source.stride,
+                                         4,
+                                         {},
+                                         FullRangeCode(source, 4, 1),
+                                         output->data(),
+                                         source.width,
+                                         source.height,
+                                         source.quantScale,
+                                         nyx::kZetaEncodeConstant,
+                                         0};
     return As<nyx::ZetaEntry>(entry)(&record);
 }
 
 LONG CallZeta2(FARPROC entry, const Source& source, std::vector<BYTE>* output, LONG bytesPerPixel,
                DWORD code, LONG alpha) {
     const nyx::Zeta2Plane plane = {const_cast<BYTE*>(source.data), source.stride, 0};
-    nyx::Zeta2EncodeRecord record = {};
-    record.command = nyx::kCommandZeta2;
-    record.plane = &plane;
-    record.pixelFormat = code;
-    record.output = output->data();
-    record.outputCapacity = static_cast<DWORD>(output->size());
-    record.workSize = source.height * source.width / bytesPerPixel / 8;
-    record.alpha = alpha;
-    record.width = source.width;
-    record.height = source.height;
-    record.quantScale = source.quantScale;
-    record.encodeConstant = nyx::kZeta2EncodeConstant;
+    const LONG workSize = source.height * source.width / bytesPerPixel / 8;
+    nyx::Zeta2EncodeRecord record = {nyx::kCommandZeta2,
+                                     &plane,
+                                     code,
+                                     output->data(),
+                                     RoomOf(*output),
+                                     workSize,
+                                     alpha,
+                                     source.width,
+                                     source.height,
+                                     source.quantScale,
+                                     nyx::kZeta2EncodeConstant,
+                                     0};
     return As<nyx::Zeta2Entry>(entry)(&record);
 }
 

@@ -21,30 +21,9 @@ struct Header {
     DWORD codedLength;
     LONG width;
     LONG height;
-    DWORD packed;  ///< 1: differences, deflated; 0: pixels as they are, where that is no longer
+    DWORD packed;  ///< 1: distances, deflated; 0: pixels as they are, where that is no longer
 };
 static_assert(sizeof(Header) == 20);
-
-/// A pixel's distance to the left neighbour, in the first column to the one above.
-void Predict(std::vector<BYTE>* rows, std::size_t rowBytes, std::size_t pixelBytes, bool forward) {
-    const auto step = [&](std::size_t i) {
-        const bool first = i % rowBytes < pixelBytes;
-        if (first && i < rowBytes) {
-            return;
-        }
-        const BYTE neighbour = (*rows)[i - (first ? rowBytes : pixelBytes)];
-        (*rows)[i] = static_cast<BYTE>(forward ? (*rows)[i] - neighbour : (*rows)[i] + neighbour);
-    };
-    if (forward) {
-        for (std::size_t i = rows->size(); i-- > 0;) {
-            step(i);
-        }
-    } else {
-        for (std::size_t i = 0; i < rows->size(); ++i) {
-            step(i);
-        }
-    }
-}
 
 bool IsPossible(LONG kind, LONG width, LONG height) {
     return kind >= 0 && kind <= nyx::kLosslessArgb32 && width > 0 && height > 0 && width <= 10000 &&
@@ -68,24 +47,20 @@ LONG Decode(LONG kind, const BYTE* frame, BYTE* destination, LONG stride, LONG w
     const std::size_t size = rowBytes * static_cast<std::size_t>(height);
     const BYTE* body = frame + sizeof(header);
     const std::size_t bodyBytes = header.codedLength - sizeof(header);
-    std::vector<BYTE> rows;
+    std::optional<std::vector<BYTE>> rows;
     if (header.packed != 0) {
-        auto inflated = Inflate(body, bodyBytes, size);
-        if (!inflated) {
-            return kBadFrame;
+        rows = Inflate(body, bodyBytes, size);
+        for (std::size_t i = pixelBytes; rows && i < size; ++i) {
+            (*rows)[i] = static_cast<BYTE>((*rows)[i] + (*rows)[i - pixelBytes]);
         }
-        rows = std::move(*inflated);
-        Predict(&rows, rowBytes, pixelBytes, false);
     } else if (bodyBytes == size) {
-        rows.assign(body, body + size);
-    } else {
-        return kBadFrame;
+        rows.emplace(body, body + size);
     }
-    for (LONG y = 0; y < height; ++y) {
+    for (LONG y = 0; rows && y < height; ++y) {
         std::memcpy(destination + std::ptrdiff_t{y} * stride,
-                    rows.data() + static_cast<std::size_t>(y) * rowBytes, rowBytes);
+                    rows->data() + static_cast<std::size_t>(y) * rowBytes, rowBytes);
     }
-    return kDone;
+    return rows ? kDone : kBadFrame;
 }
 
 LONG Encode(LONG kind, BYTE* output, const BYTE* source, LONG stride, LONG width, LONG height,
@@ -95,14 +70,16 @@ LONG Encode(LONG kind, BYTE* output, const BYTE* source, LONG stride, LONG width
     }
     const auto pixelBytes = static_cast<std::size_t>(kKindBytes[kind]);
     const std::size_t rowBytes = static_cast<std::size_t>(width) * pixelBytes;
-    std::vector<BYTE> rows(rowBytes * static_cast<std::size_t>(height));
+    std::vector<BYTE> rows;
     for (LONG y = 0; y < height; ++y) {
-        std::memcpy(rows.data() + static_cast<std::size_t>(y) * rowBytes,
-                    source + std::ptrdiff_t{y} * stride, rowBytes);
+        const BYTE* row = source + std::ptrdiff_t{y} * stride;
+        rows.insert(rows.end(), row, row + rowBytes);
     }
-    std::vector<BYTE> differences = rows;
-    Predict(&differences, rowBytes, pixelBytes, true);
-    const std::vector<BYTE> packed = Deflate(differences);
+    std::vector<BYTE> distances = rows;
+    for (std::size_t i = pixelBytes; i < rows.size(); ++i) {
+        distances[i] = static_cast<BYTE>(rows[i] - rows[i - pixelBytes]);
+    }
+    const std::vector<BYTE> packed = Deflate(distances);
     const bool smaller = packed.size() < rows.size();
     const std::vector<BYTE>& body = smaller ? packed : rows;
     const Header header = {'L',

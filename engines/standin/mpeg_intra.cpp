@@ -15,8 +15,8 @@ using nyx::MpegIntraPictureRecord;
 
 /// A sequence header's start code, as such frames begin with.
 constexpr std::string_view kTag("\x00\x00\x01\xB3", 4);
-constexpr int kDepth = 8;
 constexpr std::size_t kCropWords = 3;
+constexpr Codes kCodes = {0, 0, 1, 0, 1};  // nothing but "YUY2"
 
 template <typename Record>
 std::optional<FrameHeader> HeaderOf(const Record& record) {
@@ -44,19 +44,6 @@ LONG ReadSequence(const MpegIntraHeaderRecord& record) {
     return kDone;
 }
 
-/// The rows of a picture below the first `dropped`.
-Picture Cropped(const Picture& picture, int dropped, int height) {
-    Picture cropped(picture.width, height, picture.depth, false);
-    const auto copy = [&](const Plane& from, Plane* to) {
-        const std::uint16_t* first = from.row(dropped);
-        std::copy(first, first + to->samples.size(), to->samples.begin());
-    };
-    copy(picture.y, &cropped.y);
-    copy(picture.cb, &cropped.cb);
-    copy(picture.cr, &cropped.cr);
-    return cropped;
-}
-
 LONG DecodePicture(const MpegIntraPictureRecord& record) {
     if (!IsZero(record.state, sizeof(*record.state) / 4) || !IsZero(record.reserved, 5) ||
         record.bytesPerPixel != 2) {
@@ -68,26 +55,24 @@ LONG DecodePicture(const MpegIntraPictureRecord& record) {
         header->height - dropped < record.height) {
         return kBadFrame;
     }
-    const auto picture = DecodeFrame(static_cast<const BYTE*>(record.frame), *header);
+    auto picture = DecodeFrame(record.frame, *header);
     if (!picture) {
         return kBadFrame;
     }
-    StoreYuy2(Cropped(*picture, dropped, record.height),
-              {static_cast<BYTE*>(record.destination), record.stride});
+    const std::uint16_t* const first = picture->row(dropped);
+    picture->samples.erase(picture->samples.begin(),
+                           picture->samples.begin() + (first - picture->samples.data()));
+    picture->height = record.height;
+    Move(Way::kStore, kCodes, 0,
+         {static_cast<BYTE*>(record.destination), record.stride, record.bytesPerPixel}, &*picture);
     return kDone;
 }
 
 LONG EncodePicture(const BYTE* source, LONG stride, LONG width, LONG height, LONG quantScale,
                    BYTE* output, DWORD capacity) {
-    Picture picture(width, height, kDepth, false);
-    LoadYuy2({const_cast<BYTE*>(source), stride}, &picture);
-    const float step = static_cast<float>(std::max(quantScale, LONG{1}));
-    const std::vector<BYTE> frame = EncodeFrame(kTag, picture, step, capacity);
-    if (frame.empty()) {
-        return kNoRoom;
-    }
-    std::memcpy(output, frame.data(), frame.size());
-    return static_cast<LONG>(frame.size());
+    Picture picture(width, height, false);
+    Move(Way::kLoad, kCodes, 0, {const_cast<BYTE*>(source), stride, 2}, &picture);
+    return EncodeFrame(kTag, picture, quantScale * 4, output, capacity);
 }
 
 }  // namespace

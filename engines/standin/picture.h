@@ -1,27 +1,32 @@
 #pragma once
 
 /// @file
-/// A stand-in's working picture: planes of 4:2:2 samples, filled from and stored to the callers'
-/// layouts.
+/// A stand-in's working picture, filled from and stored to the callers' layouts.
 
 #include <windows.h>
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 namespace standin {
 
-struct Plane {
-    int width = 0;
-    int height = 0;
-    std::vector<std::uint16_t> samples;
+/// 4:2:2 samples of 10 bits as the conversion library's "W210" and the working rows have them.
+/// Bytes come and go without loss, alpha so that the ends of the ranges meet.
+struct Picture {
+    int width;
+    int height;
+    std::vector<std::uint16_t> samples;  ///< Y Cb Y Cr ..., 2 * width a row
+    std::vector<std::uint16_t> alpha;    ///< width a row, empty for opaque pictures
 
-    Plane() = default;
-    Plane(int w, int h)
-        : width(w), height(h), samples(static_cast<std::size_t>(w) * static_cast<std::size_t>(h)) {}
+    Picture(int w, int h, bool withAlpha)
+        : width(w),
+          height(h),
+          samples(2 * static_cast<std::size_t>(w) * static_cast<std::size_t>(h)),
+          alpha(withAlpha ? samples.size() / 2 : 0) {}
 
-    std::uint16_t* row(int y) { return samples.data() + Offset(y); }
-    const std::uint16_t* row(int y) const { return samples.data() + Offset(y); }
+    std::uint16_t* row(int y) { return &samples[2 * Offset(y)]; }
+    std::uint16_t* alphaRow(int y) { return alpha.empty() ? nullptr : &alpha[Offset(y)]; }
 
   private:
     std::size_t Offset(int y) const {
@@ -29,78 +34,44 @@ struct Plane {
     }
 };
 
-/// Samples of `depth` bits; chroma planes are half as wide. `alpha` is empty for opaque pictures.
-struct Picture {
-    int width = 0;
-    int height = 0;
-    int depth = 8;
-    Plane y;
-    Plane cb;
-    Plane cr;
-    Plane alpha;
-
-    Picture() = default;
-    Picture(int w, int h, int bits, bool withAlpha)
-        : width(w),
-          height(h),
-          depth(bits),
-          y(w, h),
-          cb(w / 2, h),
-          cr(w / 2, h),
-          alpha(withAlpha ? Plane(w, h) : Plane()) {}
-
-    bool hasAlpha() const { return !alpha.samples.empty(); }
-};
-
-/// An RGB layout that an engine stores itself.
-struct RgbLayout {
-    int bytesPerPixel;    ///< 3 or 4
-    bool highDefinition;  ///< the BT.709 matrix, else BT.601
-    bool fullRange;
-};
-
 /// The caller's picture in memory.
 struct Surface {
     BYTE* data;
     LONG stride;
+    LONG bytesPerPixel;
+
+    BYTE* row(int y) const { return data + std::ptrdiff_t{y} * stride; }
 };
 
-/// "YUY2", 8 bits. Deeper samples are rounded.
-void StoreYuy2(const Picture& picture, const Surface& surface);
-void LoadYuy2(const Surface& surface, Picture* picture);
+/// Whether samples go to the surface or come from it.
+enum class Way { kStore, kLoad };
 
-/// RGB; alpha goes to the fourth byte when both have it, else that byte is 255. False when the
-/// conversion library refuses, as on a processor without its instruction set.
-bool StoreRgb(const Picture& picture, const RgbLayout& layout, const Surface& surface);
-bool LoadRgb(const Surface& surface, const RgbLayout& layout, Picture* picture);
+/// An engine's numbers for the layouts that it stores itself. Those of RGB count down in steps:
+/// high definition full range, high definition studio range, then standard definition in both.
+struct Codes {
+    DWORD yuy2;
+    DWORD rgb24;
+    DWORD rgb24Step;
+    DWORD rgb32;
+    DWORD rgb32Step;
+};
 
-/// Where 16 by 16 blocks of 8-bit samples go through the caller's row callbacks.
-using CoreCallback = void(__stdcall*)(BYTE* picture, LONG stride, BYTE* block, LONG width,
-                                      LONG rows);
-using AlphaCallback = void(__stdcall*)(BYTE* picture, LONG stride, DWORD, DWORD, BYTE* block,
-                                       LONG width, LONG rows);
-using FillCallback = void(__stdcall*)(BYTE* picture, LONG stride, DWORD, DWORD, LONG width,
-                                      LONG rows);
+/// Moves a picture between samples and a numbered layout; the surface's bytes per pixel decide
+/// where numbers are used twice. RGB 32-bit has alpha in its fourth byte, 255 without. False for an
+/// unknown number, and where the conversion library refuses.
+bool Move(Way way, const Codes& codes, DWORD code, const Surface& surface, Picture* picture);
 
-void StoreByCoreCallback(const Picture& picture, const Surface& surface, LONG bytesPerPixel,
-                         CoreCallback writer);
-void LoadByCoreCallback(const Surface& surface, LONG bytesPerPixel, CoreCallback reader,
-                        Picture* picture);
+/// Moves a picture through a row callback of 16 by 16 blocks of bytes. `call` is given the block's
+/// place in the surface, the block, its width and rows, and whether it is transparent throughout.
+void MoveBlocks(
+    Way way, const Surface& surface, Picture* picture,
+    const std::function<void(BYTE* at, BYTE* block, LONG width, LONG rows, bool clear)>& call);
 
-/// Blocks whose alpha is 0 throughout go to `fill`.
-void StoreByAlphaCallback(const Picture& picture, const Surface& surface, LONG bytesPerPixel,
-                          FillCallback fill, AlphaCallback writer);
-void LoadByAlphaCallback(const Surface& surface, LONG bytesPerPixel, AlphaCallback reader,
-                         Picture* picture);
-
-/// Where 10-bit rows go through the caller's callback: pairs of Y0, Cb, Y1, Cr words, and alpha
-/// words or null.
+/// The row callbacks that take 10-bit rows, and alpha rows or null, as they are.
 using WorkingRowsCallback = void(__stdcall*)(BYTE* picture, LONG stride, BYTE* rows, LONG rowStride,
                                              BYTE* alpha, LONG alphaStride, LONG width,
                                              LONG rowCount);
-
-void StoreByWorkingRows(const Picture& picture, const Surface& surface, WorkingRowsCallback writer);
-void LoadByWorkingRows(const Surface& surface, WorkingRowsCallback reader, Picture* picture);
+void MoveWorkingRows(const Surface& surface, WorkingRowsCallback call, Picture* picture);
 
 /// True when a pixel-format word is an address rather than a number.
 constexpr bool IsAddress(DWORD code) {

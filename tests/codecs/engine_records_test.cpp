@@ -72,16 +72,14 @@ void ForEachScene(Body body) {
 
 /// A frame of nothing but a stand-in's header: it passes the probe and is given up in the decoder,
 /// after the record was kept.
-std::vector<BYTE> HollowFrame(const char* tag, const Scene& scene, DWORD bits, DWORD alphaBytes) {
-    std::vector<BYTE> frame(32 + alphaBytes);
+std::vector<BYTE> HollowFrame(const char* tag, const Scene& scene, DWORD, DWORD alpha) {
+    std::vector<BYTE> frame(24);
     const DWORD words[] = {0,
                            static_cast<DWORD>(frame.size()),
                            static_cast<DWORD>(scene.width),
                            static_cast<DWORD>(scene.height),
-                           bits,
-                           0x3F800000,
-                           0,
-                           alphaBytes};
+                           1,
+                           alpha != 0};
     std::memcpy(frame.data(), words, sizeof(words));
     std::memcpy(frame.data(), tag, 4);
     return frame;
@@ -136,7 +134,7 @@ TEST_F(ZetaRecords, CoreDecodeIsLaidOutWordByWord) {
                 }
                 EXPECT_EQ(Words(decode),
                           Record(13, {0, scene.data, scene.stride, scene.format.bytesPerPixel, code,
-                                      coded, 32, 2}));
+                                      coded, 24, 2}));
             }
         }
     });

@@ -1,0 +1,125 @@
+#pragma once
+
+/// @file
+/// The entries of the three Zeta engines, made from what is an engine's own:
+///
+///     kTag                            what its frames begin with
+///     ProbeRecord, DecodeRecord, EncodeRecord
+///     IsProbe(DecodeRecord)           how a probe is told from a decode
+///     IsSound(record)                 whether every word has a value that a caller should give
+///     LengthOf(DecodeRecord)          the bytes at the frame, as far as the record tells
+///     SurfaceOf(record)               the caller's picture
+///     CapacityOf(EncodeRecord), HasAlpha(EncodeRecord)
+///     Move(way, code, surface, picture)   by number or callback; false for an unknown code
+
+#include <algorithm>
+#include <string_view>
+
+#include "codecs/engine_records.h"
+#include "engines/standin/call_log.h"
+#include "engines/standin/coder.h"
+
+namespace standin {
+
+inline bool IsZero(const LONG* words, std::size_t count) {
+    return std::all_of(words, words + count, [](LONG word) { return word == 0; });
+}
+
+/// What an encode record of any engine has to say of the picture.
+template <class Record>
+bool IsPicture(const Record& record, LONG encodeConstant) {
+    return record.width >= 2 && record.height >= 1 && record.quantScale >= 0 &&
+           record.encodeConstant == encodeConstant;
+}
+
+/// What the records of the core and the alpha engine share.
+struct ZetaRecords {
+    static constexpr bool kTellsAlpha = false;
+
+    template <class Record>
+    static bool IsProbe(const Record& record) {
+        return record.command == nyx::kCommandProbe;
+    }
+    template <class Record>
+    static auto SurfaceOf(const Record& record) -> decltype(record.destination, Surface{}) {
+        return {static_cast<BYTE*>(record.destination), record.stride, record.bytesPerPixel};
+    }
+    template <class Record>
+    static auto SurfaceOf(const Record& record) -> decltype(record.source, Surface{}) {
+        return {const_cast<BYTE*>(static_cast<const BYTE*>(record.source)), record.stride,
+                record.bytesPerPixel};
+    }
+};
+
+/// Quantiser steps of 10 bits in one of the caller's scale.
+constexpr LONG kSamplesStep = 4;
+
+/// Answers a probe with the coded length, or with one more when told to lie; a frame that is none
+/// has more bytes than any sample.
+template <class Engine>
+LONG AnswerProbe(typename Engine::ProbeRecord* record, Action action) {
+    const auto header = ReadHeader(record->frame, Engine::kTag);
+    record->codedLength =
+        header ? header->codedLength + (action == Action::kLonger ? 1 : 0) : ~DWORD{0};
+    if constexpr (Engine::kTellsAlpha) {
+        record->alphaKind = header && header->alpha != 0 ? nyx::kZeta2FirstAlphaKind : 0;
+    }
+    return header ? kDone : kBadFrame;
+}
+
+template <class Engine>
+LONG Decode(const typename Engine::DecodeRecord& record, Action action) {
+    const auto header = ReadHeader(record.frame, Engine::kTag);
+    if (!header || header->codedLength > Engine::LengthOf(record)) {
+        return kBadFrame;
+    }
+    if (!Engine::IsSound(record)) {
+        return kBadRecord;
+    }
+    auto picture = DecodeFrame(record.frame, *header);
+    Surface surface = Engine::SurfaceOf(record);
+    if (action == Action::kCallback && IsAddress(record.pixelFormat)) {
+        surface.data = nullptr;
+    }
+    if (!picture) {
+        return kBadFrame;
+    }
+    return Engine::Move(Way::kStore, record.pixelFormat, surface, &*picture) ? kDone : kBadRecord;
+}
+
+template <class Engine>
+LONG Encode(const typename Engine::EncodeRecord& record, Action action) {
+    if (!Engine::IsSound(record)) {
+        return kBadRecord;
+    }
+    Picture picture(record.width, record.height, Engine::HasAlpha(record));
+    if (!Engine::Move(Way::kLoad, record.pixelFormat, Engine::SurfaceOf(record), &picture)) {
+        return kBadRecord;
+    }
+    const std::size_t capacity = Engine::CapacityOf(record);
+    const LONG length = EncodeFrame(Engine::kTag, picture, record.quantScale * kSamplesStep,
+                                    record.output, capacity);
+    return action == Action::kLonger ? static_cast<LONG>(capacity) + 1 : length;
+}
+
+/// `inner` is a record that the first one points to, or null.
+template <class Engine>
+LONG DecodeEntry(void* words, const void* inner = nullptr, std::size_t innerWords = 0) {
+    auto* record = static_cast<typename Engine::DecodeRecord*>(words);
+    const bool probe = Engine::IsProbe(*record);
+    LogCall(probe ? kProbe : kDecode, words, sizeof(*record) / sizeof(DWORD), inner, innerWords);
+    return RunEntry(probe ? kProbe : kDecode, [&](Action action) {
+        return probe
+                   ? AnswerProbe<Engine>(static_cast<typename Engine::ProbeRecord*>(words), action)
+                   : Decode<Engine>(*record, action);
+    });
+}
+
+template <class Engine>
+LONG EncodeEntry(const void* words, const void* inner = nullptr, std::size_t innerWords = 0) {
+    const auto* record = static_cast<const typename Engine::EncodeRecord*>(words);
+    LogCall(kEncode, words, sizeof(*record) / sizeof(DWORD), inner, innerWords);
+    return RunEntry(kEncode, [&](Action action) { return Encode<Engine>(*record, action); });
+}
+
+}  // namespace standin
