@@ -122,14 +122,14 @@ make_standin_clip() { # CODING WIDTH HEIGHT RATE PICTURES AVI [QUANT [EXTRA-LINE
     rm "$6.frames"
 }
 
-# The average PSNR in dB between two files of raw pictures, "inf" when they are the same. ORIENTATION
-# turns the first one upright: null or vflip.
+# The PSNR in dB between two files of raw pictures, "inf" when they are the same: the average, or that
+# of $component. ORIENTATION turns the first one upright: null or vflip.
 psnr_of_raw() { # PIXELS WIDTH HEIGHT DECODED ORIENTATION ORIGINAL
     ffmpeg -nostdin -hide_banner -loglevel info \
         -f rawvideo -pixel_format "$1" -video_size "${2}x$3" -i "$4" \
         -f rawvideo -pixel_format "$1" -video_size "${2}x$3" -i "$6" \
         -lavfi "[0]$5[a];[a][1]psnr" -f null - 2>&1 |
-        sed -n 's/.*PSNR.* average:\([^ ]*\) .*/\1/p'
+        sed -n "s/.*PSNR.* ${component:-average}:\([^ ]*\) .*/\1/p"
 }
 
 # ffmpeg's name for the samples that nyxhost decode --raw writes, and what turns them upright.

@@ -1,85 +1,92 @@
-# Every failure has its message and its exit code.
-
-# 2: the input is missing or cannot be read.
-run 2 decode missing.avi
-says "cannot open missing.avi"
-run 2 info .
-run 2 wrap missing.raw new.avi --fourcc Q210 --size 720x486 --bits 20 --rate 25/1 --frame-bytes 1
-head -c 933121 clip.v210 >odd.v210
-run 2 wrap odd.v210 new.avi --fourcc Q210 --size 720x486 --bits 20 --rate 25/1 --frame-bytes 933120
-says "no whole number of frames"
-
-# 3: no AVI with video in it.
-echo "no film" >text.avi
-run 3 decode text.avi
-says "is not an AVI file"
-: >empty.avi
-run 3 decode empty.avi
-for size in 100 3000 1500000; do
-    head -c $size clip.avi >cut.avi
-    run 3 info cut.avi
-    says "is cut short"
+# Every failure has its exit code and its message, and leaves no file.
+fields="--fourcc Q210 --size 720x486 --bits 20 --rate 25/1 --frame-bytes 933120"
+for change in "Q210:Q21" "size 720x486:size 720" "720x486:0x486" "bits 20:bits many" "25/1:25" "25/1:25/0" \
+    "933120:0" "933120:933120 --info 0,1"; do
+    run 1 wrap clip.v210 none.avi ${fields/"${change%%:*}"/"${change#*:}"}
 done
+# As it may be said, but not be played.
+run 0 wrap clip.v210 odd.avi ${fields/720x486/719x486}
+run 0 wrap clip.v210 short.avi ${fields/720x486/720x488}
+holds "ffprobe reads the wrapped clip" diff - <(ffprobe -loglevel error -select_streams v \
+    -show_entries stream=codec_tag_string,width,height,r_frame_rate,nb_frames -of csv=p=0 \
+    short.avi) <<<"Q210,720,488,25/1,3"
+
+head -c 933121 clip.v210 >odd.v210
+echo "no film" >text.avi
+: >empty.avi
+head -c 3000 clip.avi >cut.avi
 cp clip.avi unfinished.avi
 at=$(grep -abo idx1 unfinished.avi | tail -n 1 | cut -d: -f1)
-printf 'JUNK' | dd of=unfinished.avi bs=1 seek="$at" conv=notrunc status=none
-run 3 decode unfinished.avi
-says "has no index"
-quiet_ffmpeg -f lavfi -i sine -t 0.1 -f avi sound.avi
-run 3 decode sound.avi
-says "has no video stream"
-truncate -s 2200000000 large.avi
-run 3 decode large.avi
-says "2^31"
-
-# 5: the decoder is there but refuses the output or the clip.
-run 5 decode clip.avi --format argb32
-says "Rokka Q210 Decoder takes the clip but does not deliver argb32"
-wrap_as() { # FILE OPTION VALUE...: the same frames, said to be something else
-    local file=$1
-    shift
-    run 0 wrap clip.v210 "$file" --fourcc Q210 --rate 25/1 --frame-bytes 933120 "$@"
-}
-wrap_as odd.avi --size 719x486 --bits 20
-run 5 decode odd.avi --raw out.raw
-says "Rokka Q210 Decoder refuses the clip's format"
-wrap_as deep.avi --size 720x486 --bits 30
-run 5 bench deep.avi
-
-# 6: frames that cannot be decoded; the others are.
-wrap_as short.avi --size 720x488 --bits 20
-run 6 decode short.avi --raw out.raw
-says "frame 0 could not be decoded: E_FAIL"
-says "frame 2 could not be decoded: E_FAIL"
-holds "nothing is written for frames that fail" test ! -s out.raw
+printf JUNK | dd of=unfinished.avi bs=1 seek="$at" conv=notrunc status=none
 cp info.avi broken.avi
 at=$(grep -abo INFO broken.avi | sed -n 2p | cut -d: -f1)
 printf '\xff\xff\xff\xff' | dd of=broken.avi bs=1 seek=$((at + 4)) conv=notrunc status=none
-run 6 decode broken.avi --format yuy2 --raw out.raw
-says "frame 1 could not be decoded: E_FAIL"
-holds "the frames around a broken one are decoded" \
-    test "$(stat -c %s out.raw)" = $((720 * 486 * 2 * 2))
-run 6 info broken.avi
-says "could not be decoded: E_FAIL"
-run 6 info broken.avi --json
-says '"error": "E_FAIL (0x80004005)"'
-
-# 7: the output cannot be written.
-run 7 decode clip.avi --out text.avi
-says "text.avi"
-run 7 decode clip.avi --raw missing/out.raw
-says "cannot create missing/out.raw"
+quiet_ffmpeg -f lavfi -i sine -t 0.1 -f avi sound.avi
+truncate -s 2200000000 large.avi
 mkdir -p taken/clip-rgb32-00001.png
-run 7 decode clip.avi --format rgb32 --out taken
-says "cannot write"
-holds "pictures before the failing one are kept" test -s taken/clip-rgb32-00000.png
-run 7 wrap clip.v210 missing/new.avi --fourcc Q210 --size 720x486 --bits 20 --rate 25/1 \
-    --frame-bytes 933120
-says "cannot create missing/new.avi"
+cp rgb24.avi same.avi
+encoder="--rgb24 --size 720x480 --rate 25/1"
 
-# 8: an AVI must stay below 2^31 bytes.
-truncate -s 2240000000 large.v210
-run 8 wrap large.v210 new.avi --fourcc Q210 --size 720x486 --bits 20 --rate 25/1 \
-    --frame-bytes 1120000
-says "2^31"
-holds "no half file is left" test ! -e new.avi
+use_engines
+while IFS='|' read -r code arguments text; do
+    run "$code" $arguments
+    says "$text"
+done <<TABLE
+0|--help|Exit codes:
+0|decode --help|--raw
+1||subcommand
+1|enhance clip.avi|
+1|decode|clip is required
+1|decode clip.avi --format yv12|yv12
+1|decode clip.avi --frames 0|
+1|info clip.avi --colour|
+1|encode pictures.raw none.avi --rgb24 --size 720x480|need both --size and --rate
+1|encode pictures.raw none.avi --size 720x480 --rate 25/1|--argb
+1|encode rgb24.avi none.avi --rgb24 --argb|
+1|encode rgb24.avi none.avi --preset 5|
+1|encode rgb24.avi none.avi --quant 3|
+1|encode rgb24.avi none.avi --max-size 101|
+1|encode rgb24.avi none.avi --preset 1 --quant 5|the custom one
+2|decode missing.avi|cannot open missing.avi
+2|info .|
+2|encode missing.avi none.avi|
+2|encode pictures.raw none.avi ${encoder/720/721}|no whole number of pictures
+2|wrap odd.v210 none.avi $fields|no whole number of frames
+3|decode text.avi|is not an AVI file
+3|decode empty.avi|
+3|info cut.avi|is cut short
+3|decode unfinished.avi|has no index
+3|decode sound.avi|has no video stream
+3|decode large.avi|2^31
+5|decode clip.avi --format argb32|takes the clip but does not deliver argb32
+5|decode odd.avi --raw none.avi|Rokka Q210 Decoder refuses the clip's format
+5|encode argb.avi none.avi --rgb32|takes 32-bit pictures only with alpha: --argb
+5|encode argb.avi none.avi|refuses rgb32 pictures
+5|encode rgb24.avi none.avi --yuy2|holds rgb24 pictures, not yuy2
+5|encode clip.avi none.avi|no pictures that can be encoded but Q210
+5|encode pictures.raw none.avi ${encoder/720/240}|refuses rgb24 pictures of 240x480
+6|decode short.avi --raw short.raw|frame 2 could not be decoded: E_FAIL
+6|decode broken.avi --format yuy2 --raw out.raw|frame 1 could not be decoded: E_FAIL
+6|info broken.avi --json|"error": "E_FAIL (0x80004005)"
+7|decode clip.avi --out text.avi|text.avi
+7|decode clip.avi --raw missing/out.raw|cannot create missing/out.raw
+7|decode clip.avi --format rgb32 --out taken|cannot write
+7|encode rgb24.avi missing/out.avi|cannot create missing/out.avi
+7|encode same.avi same.avi|
+8|wrap large.avi none.avi ${fields/933120/1100000}|2^31
+TABLE
+holds "nothing is written for frames that fail" test ! -s short.raw
+holds "the frames around a broken one are decoded" test "$(stat -c %s out.raw)" = $((720 * 486 * 2 * 2))
+holds "pictures before the failing one are kept" test -s taken/clip-rgb32-00000.png
+holds "pictures are not replaced by their own clip" cmp -s rgb24.avi same.avi
+
+use_no_engines
+for arguments in "encode rgb24.avi none.avi" properties; do
+    run 5 $arguments
+    says "cannot be created"
+done
+holds "regsvr32 /u" register /u
+run 4 encode rgb24.avi none.avi
+says 'no video compressor "Rokka Zeta Encoder" is registered'
+holds "regsvr32" register
+holds "nothing is left where nothing was made" test ! -e none.avi
