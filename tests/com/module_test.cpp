@@ -85,7 +85,7 @@ TEST_F(Server, LoadsAndUnloadsAgainAndKeepsNothing) {
     for (int i = 0; i < 12; ++i) {
         if (i == 4) {  // past what the system makes once and keeps
             slot = firstFreeSlot();
-            handles = held::Handles();
+            handles = CountHeld().handles;
         }
         const LoadedModule module(path);
         for (const CatalogueRow& row : Catalogue()) {
@@ -96,7 +96,7 @@ TEST_F(Server, LoadsAndUnloadsAgainAndKeepsNothing) {
     EXPECT_EQ(GetModuleHandleW(L"copied.dll"), nullptr);
     EXPECT_EQ(firstFreeSlot(), slot);
     EXPECT_NE(handles, 0u);
-    EXPECT_LE(held::Handles(), handles);
+    EXPECT_LE(CountHeld().handles, handles);
 }
 
 TEST_F(Server, ServesItsClassesWithoutTheirEnginesButMakesOnlyWhatNeedsNone) {

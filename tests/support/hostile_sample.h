@@ -19,7 +19,6 @@ struct Lies {
     bool nullPointer = false;
     HRESULT setLengthResult = S_OK;
     std::optional<LONG> length{};  ///< claimed instead of the actual data length
-    std::optional<LONG> size{};    ///< claimed instead of the size
 };
 
 /// A platform's sample whose memory is the suite's own and some of whose answers are lies.
@@ -42,7 +41,7 @@ class HostileSample : public Object<IMediaSample2> {
         *data = lies_.nullPointer ? nullptr : data_;
         return lies_.pointerResult;
     }
-    STDMETHODIMP_(LONG) GetSize() override { return lies_.size.value_or(size_); }
+    STDMETHODIMP_(LONG) GetSize() override { return size_; }
     STDMETHODIMP_(LONG) GetActualDataLength() override { return lies_.length.value_or(length_); }
     STDMETHODIMP SetActualDataLength(LONG length) override {
         length_ = SUCCEEDED(lies_.setLengthResult) ? length : length_;

@@ -24,14 +24,7 @@ struct Held {
     std::size_t threads;
 };
 
-namespace held {
-
-inline std::size_t PrivateBytes() {
-    PROCESS_MEMORY_COUNTERS counters = {};
-    GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof(counters));
-    return counters.PagefileUsage;
-}
-
+/// Blocks in use in all heaps.
 inline std::size_t HeapBlocks() {
     HANDLE heaps[64] = {};
     const DWORD count = std::min<DWORD>(GetProcessHeaps(64, heaps), 64);
@@ -47,63 +40,47 @@ inline std::size_t HeapBlocks() {
     return blocks;
 }
 
-/// The process's own entries of the system's table; 0 when that cannot be had.
-inline std::size_t Handles() {
-    struct Entry {
+inline Held CountHeld() {
+    Held held = {};
+    held.heapBlocks = HeapBlocks();
+    PROCESS_MEMORY_COUNTERS memory = {};
+    GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof(memory));
+    held.privateBytes = memory.PagefileUsage;
+
+    // The system's table of handles, whose count stands where the first entry begins.
+    struct HandleEntry {
         ULONG process;
         ULONG kindAndValue;
         void* object;
         ACCESS_MASK access;
     };
-    constexpr auto kSystemHandleInformation = static_cast<SYSTEM_INFORMATION_CLASS>(16);
-    std::vector<Entry> table(1 << 16);  // the count stands where the first entry begins
-    const auto size = static_cast<ULONG>(table.size() * sizeof(Entry));
-    if (NtQuerySystemInformation(kSystemHandleInformation, table.data(), size, nullptr) < 0) {
-        return 0;
+    std::vector<HandleEntry> handles(1 << 16);
+    NtQuerySystemInformation(static_cast<SYSTEM_INFORMATION_CLASS>(16), handles.data(),
+                             static_cast<ULONG>(handles.size() * sizeof(HandleEntry)), nullptr);
+    const auto* entry = reinterpret_cast<const HandleEntry*>(&handles[0].kindAndValue);
+    for (ULONG i = 0; i < handles[0].process; ++i, ++entry) {
+        held.handles += entry->process == GetCurrentProcessId() ? 1u : 0u;
     }
-    const auto* const first =
-        reinterpret_cast<const Entry*>(reinterpret_cast<const ULONG*>(table.data()) + 1);
-    return static_cast<std::size_t>(
-        std::count_if(first, first + table[0].process,
-                      [](const Entry& entry) { return entry.process == GetCurrentProcessId(); }));
-}
 
-/// The entries of the table of GDI objects that every 32-bit process maps.
-inline std::size_t GdiObjects() {
-    struct Entry {
-        BYTE object[14];
-        BYTE type;  // 0: free
-        BYTE rest[9];
-    };
-    constexpr std::size_t kGdiTable = 0x94;  // in the process's block
-    constexpr int kEntries = 0x4000;
+    // The table of GDI objects that every 32-bit process maps: its place in the process's block,
+    // its entries, and in them the type, which is 0 where nothing is.
     PROCESS_BASIC_INFORMATION process = {};
     NtQueryInformationProcess(GetCurrentProcess(), ProcessBasicInformation, &process,
                               sizeof(process), nullptr);
     const auto* block = reinterpret_cast<const BYTE*>(process.PebBaseAddress);
-    const Entry* table = *reinterpret_cast<const Entry* const*>(block + kGdiTable);
-    return !table ? 0
-                  : static_cast<std::size_t>(std::count_if(
-                        table, table + kEntries, [](const Entry& e) { return e.type != 0; }));
-}
+    const BYTE* objects = *reinterpret_cast<const BYTE* const*>(block + 0x94);
+    for (std::size_t i = 0; objects && i < 0x4000; ++i) {
+        held.gdiObjects += objects[i * 24 + 14] != 0 ? 1u : 0u;
+    }
 
-inline std::size_t Threads() {
     const HANDLE all = CreateToolhelp32Snapshot(DWORD{TH32CS_SNAPTHREAD}, 0);
-    THREADENTRY32 entry = {};
-    entry.dwSize = sizeof(entry);
-    std::size_t count = 0;
-    for (BOOL more = Thread32First(all, &entry); more; more = Thread32Next(all, &entry)) {
-        count += entry.th32OwnerProcessID == GetCurrentProcessId() ? 1u : 0u;
+    THREADENTRY32 thread = {};
+    thread.dwSize = sizeof(thread);
+    for (BOOL more = Thread32First(all, &thread); more; more = Thread32Next(all, &thread)) {
+        held.threads += thread.th32OwnerProcessID == GetCurrentProcessId() ? 1u : 0u;
     }
     CloseHandle(all);
-    return count;
-}
-
-}  // namespace held
-
-inline Held CountHeld() {
-    return {held::PrivateBytes(), held::HeapBlocks(), held::Handles(), held::GdiObjects(),
-            held::Threads()};
+    return held;
 }
 
 /// Calls `round` many times; less than one heap block in ten rounds may be left, which is what the
@@ -113,10 +90,10 @@ void ExpectNoLeak(int rounds, Round round) {
     constexpr int kWarmUp = 10;
     std::size_t before = 0;
     for (int i = 0; i < kWarmUp + rounds && !::testing::Test::HasFatalFailure(); ++i) {
-        before = i == kWarmUp ? held::HeapBlocks() : before;
+        before = i == kWarmUp ? HeapBlocks() : before;
         round();
     }
-    EXPECT_LE(held::HeapBlocks(), before + static_cast<std::size_t>(rounds / 10)) << "blocks lost";
+    EXPECT_LE(HeapBlocks(), before + static_cast<std::size_t>(rounds / 10)) << "blocks lost";
 }
 
 }  // namespace nyx::test

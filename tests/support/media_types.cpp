@@ -33,7 +33,7 @@ MediaType MediaType::Adopt(AM_MEDIA_TYPE* type) {
 
 AM_MEDIA_TYPE* MediaType::Release() {
     auto* released = static_cast<AM_MEDIA_TYPE*>(CoTaskMemAlloc(sizeof(AM_MEDIA_TYPE)));
-    *released = std::exchange<AM_MEDIA_TYPE>(*this, {});
+    *released = Detach();
     return released;
 }
 

@@ -15,7 +15,8 @@ class MediaType : public AM_MEDIA_TYPE {
 
     /// Takes over what a method allocated for its caller; null gives an empty type.
     static MediaType Adopt(AM_MEDIA_TYPE* type);
-    /// Gives the type away in task memory, as enumerators hand it out.
+    /// Gives the type away; Release in task memory, as enumerators do.
+    AM_MEDIA_TYPE Detach() { return std::exchange<AM_MEDIA_TYPE>(*this, {}); }
     AM_MEDIA_TYPE* Release();
 
     void Clear();

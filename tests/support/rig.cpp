@@ -10,47 +10,6 @@
 namespace nyx::test {
 namespace {
 
-IPin* Hand(const ComPtr<IPin>& pin) {
-    pin->AddRef();
-    return pin.Get();
-}
-AM_MEDIA_TYPE* Hand(const MediaType& type) {
-    return MediaType(type).Release();
-}
-
-/// IEnumPins or IEnumMediaTypes over a list.
-template <class Interface, class Item, class Element>
-class Enumerator : public Object<Interface> {
-  public:
-    explicit Enumerator(std::vector<Element> list, std::size_t position = 0)
-        : list_(std::move(list)), position_(position) {}
-
-    STDMETHODIMP Next(ULONG count, Item** items, ULONG* fetched) override {
-        ULONG given = 0;
-        for (; given < count && position_ < list_.size(); ++given) {
-            items[given] = Hand(list_[position_++]);
-        }
-        if (fetched) {
-            *fetched = given;
-        }
-        return given == count ? S_OK : S_FALSE;
-    }
-    STDMETHODIMP Skip(ULONG count) override {
-        const std::size_t left = list_.size() - position_;
-        position_ += std::min<std::size_t>(left, count);
-        return count <= left ? S_OK : S_FALSE;
-    }
-    STDMETHODIMP Reset() override { return position_ = 0, S_OK; }
-    STDMETHODIMP Clone(Interface** clone) override {
-        *clone = new Enumerator(list_, position_);
-        return S_OK;
-    }
-
-  private:
-    const std::vector<Element> list_;
-    std::size_t position_;
-};
-
 /// Ends the program as failed. Otherwise the runtime's debugger takes a crash over, and the exit
 /// code that it leaves may say success.
 LONG WINAPI EndOnCrash(EXCEPTION_POINTERS* crash) {
@@ -136,19 +95,6 @@ Sample ReadSample(IMediaSample* sample) {
     return read;
 }
 
-bool EndPin::WasAskedFor(REFIID iid) const {
-    const auto asked = Locked(asked_);
-    return std::find(asked.begin(), asked.end(), iid) != asked.end();
-}
-
-void EndPin::Forget() {
-    const std::lock_guard lock(mutex_);
-    samples_.clear();
-    count_ = 0;
-    events_ = {};
-    asked_.clear();
-}
-
 HRESULT EndPin::QueryInterface(REFIID iid, void** object) {
     const bool isInput = direction_ == PINDIR_INPUT;
     *object = iid == IID_IUnknown || iid == IID_IPin       ? static_cast<IPin*>(this)
@@ -169,21 +115,13 @@ HRESULT EndPin::Connect(IPin* to, const AM_MEDIA_TYPE* wanted) {
     peer = to;
     HRESULT result = to->ReceiveConnection(this, &type);
     if (SUCCEEDED(result)) {
-        result = AgreeOnAllocator();
-        if (FAILED(result)) {
-            to->Disconnect();
-        }
+        const auto transport = As<IMemInputPin>(to);
+        result = transport ? transport->GetAllocator(&allocator) : E_NOINTERFACE;
+        result = FAILED(result) ? result : transport->NotifyAllocator(allocator.Get(), FALSE);
+        FAILED(result) ? to->Disconnect() : S_OK;
     }
-    if (FAILED(result)) {
-        Disconnect();
-    }
+    FAILED(result) ? Disconnect() : S_OK;
     return result;
-}
-
-HRESULT EndPin::AgreeOnAllocator() {
-    const auto transport = As<IMemInputPin>(peer);
-    const HRESULT result = transport ? transport->GetAllocator(&allocator) : E_NOINTERFACE;
-    return FAILED(result) ? result : transport->NotifyAllocator(allocator.Get(), FALSE);
 }
 
 HRESULT EndPin::ReceiveConnection(IPin* from, const AM_MEDIA_TYPE* offered) {
@@ -199,72 +137,6 @@ HRESULT EndPin::ReceiveConnection(IPin* from, const AM_MEDIA_TYPE* offered) {
     return S_OK;
 }
 
-HRESULT EndPin::Disconnect() {
-    type.Clear();
-    allocator.Reset();
-    const bool connected = peer != nullptr;
-    peer.Reset();
-    return connected ? S_OK : S_FALSE;
-}
-
-HRESULT EndPin::ConnectedTo(IPin** to) {
-    *to = nullptr;
-    return peer ? peer.CopyTo(to) : VFW_E_NOT_CONNECTED;
-}
-
-HRESULT EndPin::ConnectionMediaType(AM_MEDIA_TYPE* copy) {
-    *copy = {};
-    MediaType own(type);
-    std::swap<AM_MEDIA_TYPE>(*copy, own);
-    return peer ? S_OK : VFW_E_NOT_CONNECTED;
-}
-
-HRESULT EndPin::QueryPinInfo(PIN_INFO* info) {
-    *info = {filter_, direction_, L"End"};
-    filter_->AddRef();
-    return S_OK;
-}
-
-HRESULT EndPin::QueryDirection(PIN_DIRECTION* direction) {
-    *direction = direction_;
-    return S_OK;
-}
-
-HRESULT EndPin::EnumMediaTypes(IEnumMediaTypes** types) {
-    *types = new Enumerator<IEnumMediaTypes, AM_MEDIA_TYPE, MediaType>(proposals);
-    return S_OK;
-}
-
-HRESULT EndPin::EndOfStream() {
-    Note(&events_.endOfStream);
-    return endOfStreamResult;
-}
-
-HRESULT EndPin::NewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) {
-    const std::lock_guard lock(mutex_);
-    ++events_.newSegment;
-    events_.segmentStart = start;
-    events_.segmentStop = stop;
-    events_.rate = rate;
-    return S_OK;
-}
-
-HRESULT EndPin::GetAllocator(IMemAllocator** own) {
-    *own = ownAllocator.Get();
-    return *own ? ((*own)->AddRef(), S_OK) : VFW_E_NO_ALLOCATOR;
-}
-
-HRESULT EndPin::NotifyAllocator(IMemAllocator* told, BOOL toldReadOnly) {
-    allocator = SUCCEEDED(notifyResult) ? told : nullptr;
-    readOnly = toldReadOnly;
-    return notifyResult;
-}
-
-HRESULT EndPin::GetAllocatorRequirements(ALLOCATOR_PROPERTIES* properties) {
-    *properties = requirements.value_or(*properties);
-    return requirements ? S_OK : E_NOTIMPL;
-}
-
 HRESULT EndPin::Receive(IMediaSample* sample) {
     {
         const std::lock_guard lock(mutex_);
@@ -274,62 +146,6 @@ HRESULT EndPin::Receive(IMediaSample* sample) {
         }
     }
     return onReceive ? onReceive(sample) : S_OK;
-}
-
-HRESULT EndPin::Note(int* event) {
-    const std::lock_guard lock(mutex_);
-    ++*event;
-    return S_OK;
-}
-
-HRESULT End::GetState(DWORD, FILTER_STATE* state) {
-    *state = state_;
-    return S_OK;
-}
-
-HRESULT End::SetState(FILTER_STATE state) {
-    state_ = state;
-    return S_OK;
-}
-
-HRESULT End::EnumPins(IEnumPins** pins) {
-    *pins = new Enumerator<IEnumPins, IPin, ComPtr<IPin>>({ComPtr<IPin>(&pin)});
-    return S_OK;
-}
-
-HRESULT End::QueryFilterInfo(FILTER_INFO* info) {
-    *info = info_;
-    if (info->pGraph) {
-        info->pGraph->AddRef();
-    }
-    return S_OK;
-}
-
-HRESULT End::JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) {
-    info_.pGraph = graph;
-    std::wcsncpy(info_.achName, name ? name : L"", MAX_FILTER_NAME - 1);
-    return S_OK;
-}
-
-void* End::Find(REFIID iid) {
-    return FindInterface<IBaseFilter, IMediaFilter, IPersist>(this, iid);
-}
-
-std::vector<Graph::Event> Graph::Seen() const {
-    const std::lock_guard lock(mutex_);
-    return events_;
-}
-
-int Graph::Count(long code) const {
-    const auto all = Seen();
-    return static_cast<int>(
-        std::count_if(all.begin(), all.end(), [code](const Event& e) { return e.code == code; }));
-}
-
-HRESULT Graph::Notify(LONG code, LONG_PTR parameter, LONG_PTR) {
-    const std::lock_guard lock(mutex_);
-    events_.push_back({code, parameter});
-    return S_OK;
 }
 
 Rig::Rig(const CatalogueRow& filterRow, const Stream& inputStream)
@@ -358,30 +174,6 @@ void Rig::Connect(std::size_t format, Block block) {
 void Rig::Start(std::size_t format, Block block) {
     Connect(format, block);
     ASSERT_EQ(filter->Pause(), S_OK);
-}
-
-void Rig::DisconnectOutput() {
-    output->Disconnect();
-    sink.Disconnect();
-}
-
-void Rig::Disconnect() {
-    DisconnectOutput();
-    input->Disconnect();
-    source.Disconnect();
-}
-
-HostileAllocator& Rig::OwnAllocator() {
-    if (!sink.ownAllocator) {
-        sink.ownAllocator = Make<HostileAllocator>();
-    }
-    return *sink.ownAllocator.Get();
-}
-
-FILTER_STATE Rig::State() const {
-    FILTER_STATE state{};
-    EXPECT_EQ(filter->GetState(0, &state), S_OK);
-    return state;
 }
 
 MediaType ConnectionType(const ComPtr<IPin>& pin) {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cwchar>
 #include <functional>
 #include <mutex>
 #include <optional>
@@ -43,6 +45,44 @@ struct Events {
     double rate = 0;
 };
 
+inline IPin* Hand(const ComPtr<IPin>& pin) {
+    return pin->AddRef(), pin.Get();
+}
+inline AM_MEDIA_TYPE* Hand(const MediaType& type) {
+    return MediaType(type).Release();
+}
+
+/// IEnumPins or IEnumMediaTypes over a list.
+template <class Interface, class Item, class Element>
+class Enumerator : public Object<Interface> {
+  public:
+    explicit Enumerator(std::vector<Element> list, std::size_t position = 0)
+        : list_(std::move(list)), position_(position) {}
+
+    STDMETHODIMP Next(ULONG count, Item** items, ULONG* fetched) override {
+        ULONG given = 0;
+        while (given < count && position_ < list_.size()) {
+            items[given++] = Hand(list_[position_++]);
+        }
+        ULONG unasked = 0;
+        *(fetched ? fetched : &unasked) = given;
+        return given == count ? S_OK : S_FALSE;
+    }
+    STDMETHODIMP Skip(ULONG count) override {
+        const std::size_t left = list_.size() - position_;
+        position_ += std::min<std::size_t>(left, count);
+        return count <= left ? S_OK : S_FALSE;
+    }
+    STDMETHODIMP Reset() override { return position_ = 0, S_OK; }
+    STDMETHODIMP Clone(Interface** clone) override {
+        return *clone = new Enumerator(list_, position_), S_OK;
+    }
+
+  private:
+    const std::vector<Element> list_;
+    std::size_t position_;
+};
+
 /// The one pin of a filter of the suite's own: an output that connects, or an input that records.
 /// Its public members say how it behaves; they are set before use.
 class EndPin : public IPin, public IMemInputPin, public IPinConnection {
@@ -73,9 +113,18 @@ class EndPin : public IPin, public IMemInputPin, public IPinConnection {
     std::size_t Count() const { return Locked(count_); }
     Events Seen() const { return Locked(events_); }
     /// Whether it was asked for an interface.
-    bool WasAskedFor(REFIID iid) const;
+    bool WasAskedFor(REFIID iid) const {
+        const auto asked = Locked(asked_);
+        return std::find(asked.begin(), asked.end(), iid) != asked.end();
+    }
     /// Forgets samples, events and questions.
-    void Forget();
+    void Forget() {
+        const std::lock_guard lock(mutex_);
+        samples_.clear();
+        asked_.clear();
+        events_ = {};
+        count_ = 0;
+    }
 
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override;
     STDMETHODIMP_(ULONG) AddRef() override { return filter_->AddRef(); }
@@ -83,23 +132,53 @@ class EndPin : public IPin, public IMemInputPin, public IPinConnection {
 
     STDMETHODIMP Connect(IPin* to, const AM_MEDIA_TYPE* wanted) override;
     STDMETHODIMP ReceiveConnection(IPin* from, const AM_MEDIA_TYPE* offered) override;
-    STDMETHODIMP Disconnect() override;
-    STDMETHODIMP ConnectedTo(IPin** to) override;
-    STDMETHODIMP ConnectionMediaType(AM_MEDIA_TYPE* copy) override;
-    STDMETHODIMP QueryPinInfo(PIN_INFO* info) override;
-    STDMETHODIMP QueryDirection(PIN_DIRECTION* direction) override;
+    STDMETHODIMP Disconnect() override {
+        type.Clear();
+        allocator.Reset();
+        return std::exchange(peer, nullptr) ? S_OK : S_FALSE;
+    }
+    STDMETHODIMP ConnectedTo(IPin** to) override {
+        return peer.CopyTo(to), peer ? S_OK : VFW_E_NOT_CONNECTED;
+    }
+    STDMETHODIMP ConnectionMediaType(AM_MEDIA_TYPE* copy) override {
+        *copy = MediaType(type).Detach();
+        return peer ? S_OK : VFW_E_NOT_CONNECTED;
+    }
+    STDMETHODIMP QueryPinInfo(PIN_INFO* info) override {
+        *info = {filter_, direction_, L"End"};
+        return AddRef(), S_OK;
+    }
+    STDMETHODIMP QueryDirection(PIN_DIRECTION* out) override { return *out = direction_, S_OK; }
     STDMETHODIMP QueryId(LPWSTR*) override { return E_NOTIMPL; }
     STDMETHODIMP QueryAccept(const AM_MEDIA_TYPE* offered) override { return accept(*offered); }
-    STDMETHODIMP EnumMediaTypes(IEnumMediaTypes** types) override;
+    STDMETHODIMP EnumMediaTypes(IEnumMediaTypes** types) override {
+        *types = new Enumerator<IEnumMediaTypes, AM_MEDIA_TYPE, MediaType>(proposals);
+        return S_OK;
+    }
     STDMETHODIMP QueryInternalConnections(IPin**, ULONG*) override { return E_NOTIMPL; }
-    STDMETHODIMP EndOfStream() override;
+    STDMETHODIMP EndOfStream() override { return Note(&events_.endOfStream), endOfStreamResult; }
     STDMETHODIMP BeginFlush() override { return Note(&events_.beginFlush); }
     STDMETHODIMP EndFlush() override { return Note(&events_.endFlush); }
-    STDMETHODIMP NewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) override;
+    STDMETHODIMP NewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) override {
+        const std::lock_guard lock(mutex_);
+        events_.segmentStart = start;
+        events_.segmentStop = stop;
+        events_.rate = rate;
+        return ++events_.newSegment, S_OK;
+    }
 
-    STDMETHODIMP GetAllocator(IMemAllocator** own) override;
-    STDMETHODIMP NotifyAllocator(IMemAllocator* told, BOOL toldReadOnly) override;
-    STDMETHODIMP GetAllocatorRequirements(ALLOCATOR_PROPERTIES* properties) override;
+    STDMETHODIMP GetAllocator(IMemAllocator** own) override {
+        *own = ownAllocator.Get();
+        return *own ? ((*own)->AddRef(), S_OK) : VFW_E_NO_ALLOCATOR;
+    }
+    STDMETHODIMP NotifyAllocator(IMemAllocator* told, BOOL toldReadOnly) override {
+        allocator = SUCCEEDED(notifyResult) ? told : nullptr;
+        return readOnly = toldReadOnly, notifyResult;
+    }
+    STDMETHODIMP GetAllocatorRequirements(ALLOCATOR_PROPERTIES* properties) override {
+        *properties = requirements.value_or(*properties);
+        return requirements ? S_OK : E_NOTIMPL;
+    }
     STDMETHODIMP Receive(IMediaSample* sample) override;
     STDMETHODIMP ReceiveMultiple(IMediaSample**, LONG, LONG*) override { return E_NOTIMPL; }
     STDMETHODIMP ReceiveCanBlock() override { return canBlockResult; }
@@ -115,8 +194,10 @@ class EndPin : public IPin, public IMemInputPin, public IPinConnection {
         const std::lock_guard lock(mutex_);
         return value;
     }
-    HRESULT Note(int* event);
-    HRESULT AgreeOnAllocator();
+    HRESULT Note(int* event) {
+        const std::lock_guard lock(mutex_);
+        return ++*event, S_OK;
+    }
 
     IBaseFilter* const filter_;
     const PIN_DIRECTION direction_;
@@ -135,24 +216,34 @@ class End : public Object<IBaseFilter> {
     EndPin pin;  ///< lives and dies with the filter and shares its reference count
 
     STDMETHODIMP GetClassID(CLSID*) override { return E_NOTIMPL; }
-    STDMETHODIMP Stop() override { return SetState(State_Stopped); }
-    STDMETHODIMP Pause() override { return SetState(State_Paused); }
-    STDMETHODIMP Run(REFERENCE_TIME) override { return SetState(State_Running); }
-    STDMETHODIMP GetState(DWORD, FILTER_STATE* state) override;
+    STDMETHODIMP Stop() override { return state_ = State_Stopped, S_OK; }
+    STDMETHODIMP Pause() override { return state_ = State_Paused, S_OK; }
+    STDMETHODIMP Run(REFERENCE_TIME) override { return state_ = State_Running, S_OK; }
+    STDMETHODIMP GetState(DWORD, FILTER_STATE* state) override { return *state = state_, S_OK; }
     STDMETHODIMP SetSyncSource(IReferenceClock*) override { return S_OK; }
     STDMETHODIMP GetSyncSource(IReferenceClock**) override { return E_NOTIMPL; }
-    STDMETHODIMP EnumPins(IEnumPins** pins) override;
+    STDMETHODIMP EnumPins(IEnumPins** pins) override {
+        *pins = new Enumerator<IEnumPins, IPin, ComPtr<IPin>>({ComPtr<IPin>(&pin)});
+        return S_OK;
+    }
     STDMETHODIMP FindPin(LPCWSTR, IPin**) override { return VFW_E_NOT_FOUND; }
-    STDMETHODIMP QueryFilterInfo(FILTER_INFO* info) override;
-    STDMETHODIMP JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) override;
+    STDMETHODIMP QueryFilterInfo(FILTER_INFO* info) override {
+        *info = info_;
+        return info_.pGraph ? (info_.pGraph->AddRef(), S_OK) : S_OK;
+    }
+    STDMETHODIMP JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) override {
+        info_.pGraph = graph;
+        std::wcsncpy(info_.achName, name ? name : L"", MAX_FILTER_NAME - 1);
+        return S_OK;
+    }
     STDMETHODIMP QueryVendorInfo(LPWSTR*) override { return E_NOTIMPL; }
 
   protected:
-    void* Find(REFIID iid) override;
+    void* Find(REFIID iid) override {
+        return FindInterface<IBaseFilter, IMediaFilter, IPersist>(this, iid);
+    }
 
   private:
-    HRESULT SetState(FILTER_STATE state);
-
     std::atomic<FILTER_STATE> state_{State_Stopped};
     FILTER_INFO info_{};  // its graph is not referenced, as filters of a graph must not
 };
@@ -164,9 +255,16 @@ class Graph : public Object<IFilterGraph, IMediaEventSink> {
         long code;
         LONG_PTR parameter;
     };
-    std::vector<Event> Seen() const;
+    std::vector<Event> Seen() const {
+        const std::lock_guard lock(mutex_);
+        return events_;
+    }
     /// How many events of this code have come.
-    int Count(long code) const;
+    int Count(long code) const {
+        const auto all = Seen();
+        const auto is = [code](const Event& event) { return event.code == code; };
+        return static_cast<int>(std::count_if(all.begin(), all.end(), is));
+    }
 
     STDMETHODIMP AddFilter(IBaseFilter*, LPCWSTR) override { return E_NOTIMPL; }
     STDMETHODIMP RemoveFilter(IBaseFilter*) override { return E_NOTIMPL; }
@@ -176,7 +274,10 @@ class Graph : public Object<IFilterGraph, IMediaEventSink> {
     STDMETHODIMP Reconnect(IPin*) override { return E_NOTIMPL; }
     STDMETHODIMP Disconnect(IPin*) override { return E_NOTIMPL; }
     STDMETHODIMP SetDefaultSyncSource() override { return E_NOTIMPL; }
-    STDMETHODIMP Notify(LONG code, LONG_PTR parameter, LONG_PTR) override;
+    STDMETHODIMP Notify(LONG code, LONG_PTR parameter, LONG_PTR) override {
+        const std::lock_guard lock(mutex_);
+        return events_.push_back({code, parameter}), S_OK;
+    }
 
   private:
     mutable std::mutex mutex_;
@@ -218,10 +319,13 @@ struct Rig {
     /// Connect, then pause: samples flow from here on.
     void Start(std::size_t format = 0, Block block = Block::kVideoInfo2);
     /// Takes the connections apart on either end; the filter must be stopped.
-    void DisconnectOutput();
-    void Disconnect();
+    void DisconnectOutput() { output->Disconnect(), sink.Disconnect(); }
+    void Disconnect() { DisconnectOutput(), input->Disconnect(), source.Disconnect(); }
     /// Has the sink offer an allocator of the suite's own from the next connection on.
-    HostileAllocator& OwnAllocator();
+    HostileAllocator& OwnAllocator() {
+        sink.ownAllocator = sink.ownAllocator ? sink.ownAllocator : Make<HostileAllocator>();
+        return *sink.ownAllocator.Get();
+    }
 
     /// A well-formed sample of the stream, a sync point without times.
     Sample Frame() const { return {row.Frame(stream)}; }
@@ -233,7 +337,11 @@ struct Rig {
     HRESULT Notify(const Quality& message) {
         return As<IQualityControl>(output)->Notify(sinkFilter.Get(), message);
     }
-    FILTER_STATE State() const;
+    FILTER_STATE State() const {
+        FILTER_STATE state{};
+        EXPECT_EQ(filter->GetState(0, &state), S_OK);
+        return state;
+    }
 };
 
 /// The type of the connection as the pin reports it, empty when there is none.
