@@ -82,8 +82,8 @@ TEST_F(Server, LoadsAndUnloadsAgainAndKeepsNothing) {
     };
     DWORD slot = 0;
     std::size_t handles = 0;
-    for (int i = 0; i < 12; ++i) {
-        if (i == 4) {  // past what the system makes once and keeps
+    for (int i = 0; i < 8; ++i) {
+        if (i == 3) {  // past what the system makes once and keeps
             slot = firstFreeSlot();
             handles = CountHeld().handles;
         }
@@ -114,10 +114,10 @@ TEST_F(Server, ServesItsClassesWithoutTheirEnginesButMakesOnlyWhatNeedsNone) {
 TEST_F(Server, FiltersMadeOnSeveralThreadsAtOnceAreNeverRefused) {
     std::atomic<int> refused{0};
     std::vector<std::thread> threads;
-    for (std::size_t thread = 0; thread < 4; ++thread) {
+    for (std::size_t thread = 0; thread < 6; ++thread) {
         threads.emplace_back([&, thread] {
             std::size_t next = thread;
-            For(std::chrono::milliseconds(1500), [&] {
+            For(std::chrono::milliseconds(2500), [&] {
                 refused += Module().Create(Catalogue()[next++ % Catalogue().size()].clsid) ? 0 : 1;
             });
         });
@@ -230,58 +230,30 @@ std::set<std::wstring> Classes(HKEY parent = HKEY_CLASSES_ROOT,
     return entries;
 }
 
-std::wstring ClassValue(const CLSID& clsid, const wchar_t* key, const wchar_t* name) {
-    wchar_t id[40] = {};
-    wchar_t text[1024] = {};
-    DWORD size = sizeof(text);
-    StringFromGUID2(clsid, id, 40);
-    RegGetValueW(HKEY_CLASSES_ROOT, (std::wstring(L"CLSID\\") + id + key).c_str(), name,
-                 RRF_RT_REG_SZ, nullptr, text, &size);
+std::wstring Text(const CLSID& clsid) {
+    wchar_t text[40] = {};
+    StringFromGUID2(clsid, text, 40);
     return text;
 }
 
-/// A filter as the system knows it; without a name when it does not.
-struct Entered {
-    std::wstring name;
-    DWORD merit;
-    bool operator==(const Entered& o) const { return name == o.name && merit == o.merit; }
-};
-
-Entered Find(const ComPtr<IEnumMoniker>& monikers, REFCLSID wanted) {
-    ComPtr<IMoniker> moniker;
-    while (monikers && monikers->Next(1, &moniker, nullptr) == S_OK) {
-        ComPtr<IPropertyBag> bag;
-        moniker->BindToStorage(nullptr, nullptr, IID_IPropertyBag, &bag);
-        const auto read = [&](const wchar_t* property) {
-            VARIANT value = {};
-            bag->Read(property, &value, nullptr);
-            return value;
-        };
-        VARIANT values[] = {read(L"CLSID"), read(L"FriendlyName"), read(L"FilterData")};
-        CLSID clsid{};
-        Entered entered = {};
-        if (CLSIDFromString(values[0].bstrVal, &clsid) == S_OK && clsid == wanted) {
-            // The stored description begins with its version and the merit.
-            entered = {values[1].bstrVal, static_cast<DWORD*>(values[2].parray->pvData)[1]};
-        }
-        for (VARIANT& value : values) {
-            VariantClear(&value);
-        }
-        if (!entered.name.empty()) {
-            return entered;
-        }
-    }
-    return {};
+/// What a value of a class's key holds, as bytes in the form of text.
+std::wstring ClassValue(const CLSID& clsid, const std::wstring& key, const wchar_t* name) {
+    wchar_t data[1024] = {};
+    DWORD size = sizeof(data) - sizeof(wchar_t);
+    RegGetValueW(HKEY_CLASSES_ROOT, (L"CLSID\\" + Text(clsid) + key).c_str(), name,
+                 RRF_RT_REG_SZ | RRF_RT_REG_BINARY, nullptr, data, &size);
+    return std::wstring(data, size / sizeof(wchar_t)).c_str();
 }
 
-/// By the system's device enumerator.
-Entered FindInCategory(REFCLSID category, REFCLSID clsid) {
-    ComPtr<ICreateDevEnum> devices;
-    ComPtr<IEnumMoniker> monikers;
-    CoCreateInstance(CLSID_SystemDeviceEnum, nullptr, CLSCTX_INPROC_SERVER, IID_ICreateDevEnum,
-                     &devices);
-    devices->CreateClassEnumerator(category, &monikers, 0);
-    return Find(monikers, clsid);
+/// A filter's name in a category, where it is one instance, and its merit, which stands behind the
+/// version of its data.
+std::pair<std::wstring, DWORD> EntryIn(const CLSID& category, const std::wstring& instance) {
+    const std::wstring key = L"\\Instance\\" + instance;
+    DWORD data[64] = {};
+    DWORD size = sizeof(data);
+    RegGetValueW(HKEY_CLASSES_ROOT, (L"CLSID\\" + Text(category) + key).c_str(), L"FilterData",
+                 RRF_RT_REG_BINARY, nullptr, data, &size);
+    return {ClassValue(category, key, L"FriendlyName"), data[1]};
 }
 
 /// Whether the filter mapper proposes the class for turning video of one subtype into the other.
@@ -294,7 +266,14 @@ bool MapperFinds(REFCLSID clsid, const GUID& from, const GUID& to) {
                      &mapper);
     mapper->EnumMatchingFilters(&monikers, 0, FALSE, MERIT_DO_NOT_USE, TRUE, 1, inputs, nullptr,
                                 nullptr, FALSE, TRUE, 1, outputs, nullptr, nullptr);
-    return !Find(monikers, clsid).name.empty();
+    bool found = false;
+    for (ComPtr<IMoniker> moniker; monikers->Next(1, &moniker, nullptr) == S_OK;) {
+        LPOLESTR name = nullptr;
+        moniker->GetDisplayName(nullptr, nullptr, &name);
+        found = found || std::wstring(name).find(Text(clsid)) != std::wstring::npos;
+        CoTaskMemFree(name);
+    }
+    return found;
 }
 
 /// Leaves the system without the module, whatever it held before.
@@ -324,7 +303,7 @@ TEST_F(Registration, EveryClassIsEnteredWithItsNamePathAndThreadingModel) {
         EXPECT_EQ(ClassValue(clsid, L"\\InprocServer32", nullptr), ModulePath());
         EXPECT_EQ(ClassValue(clsid, L"\\InprocServer32", L"ThreadingModel"), L"Both");
     }
-    EXPECT_EQ(FindInCategory(CLSID_LegacyAmFilterCategory, kPropertyPage), Entered{});
+    EXPECT_EQ(EntryIn(CLSID_LegacyAmFilterCategory, Text(kPropertyPage)).first, L"");
     const auto once = Classes();
     EXPECT_EQ(Module().RegisterServer(), S_OK);
     EXPECT_TRUE(Classes() == once) << "twice is once";
@@ -335,10 +314,10 @@ TEST_F(Registration, TheSystemFindsEveryFilterByCategoryMeritAndTypes) {
     for (const CatalogueRow& row : Catalogue()) {
         SCOPED_TRACE(row.name);
         const bool encoder = row.IsEncoder();
-        const Entered entered = {row.title, encoder ? 0x00200000u : 0x00800000u};
-        EXPECT_EQ(FindInCategory(CLSID_LegacyAmFilterCategory, row.clsid), entered);
-        EXPECT_EQ(FindInCategory(CLSID_VideoCompressorCategory, row.clsid),
-                  encoder ? entered : Entered{});
+        const std::pair<std::wstring, DWORD> none;
+        const std::pair<std::wstring, DWORD> entry = {row.title, encoder ? 0x200000 : 0x800000};
+        EXPECT_EQ(EntryIn(CLSID_LegacyAmFilterCategory, Text(row.clsid)), entry);
+        EXPECT_EQ(EntryIn(CLSID_VideoCompressorCategory, row.title), encoder ? entry : none);
         const GUID made = row.OutputType().subtype;
         const GUID taken = row.InputType().subtype;
         for (const GUID& from : {taken, encoder ? MEDIASUBTYPE_RGB32 : taken}) {
