@@ -19,8 +19,7 @@ struct CheckBytes {
 
 constexpr CheckBytes kCheckBytes[] = {
     // SMPTE 377: the key of a header partition pack, of any version and status.
-    {L"{1D4C0B31-52E7-4F0A-8C66-9A0E5B7F3C01}",
-     {L"0,7,,060E2B34020501,8,6,,0D0102010102"}},
+    {L"{1D4C0B31-52E7-4F0A-8C66-9A0E5B7F3C01}", {L"0,7,,060E2B34020501,8,6,,0D0102010102"}},
     // SMPTE 360: a map packet with its leader and trailer.
     {L"{1D4C0B32-52E7-4F0A-8C66-9A0E5B7F3C01}", {L"0,6,,0000000001BC,14,2,,E1E2"}},
     // RIFF, AVI, and one of our codes as the handler of the first stream's header.

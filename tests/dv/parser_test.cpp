@@ -21,6 +21,11 @@ using test::VauxPackByte;
 
 constexpr HRESULT kRecognised = 1;
 
+template <class... Numbers>
+std::vector<LONG> Longs(Numbers... numbers) {
+    return {static_cast<LONG>(numbers)...};
+}
+
 struct Parsed {
     explicit Parsed(const DvFrame& frame) : result(parser.Parse(frame.data(), frame.size())) {}
     const FormatRecord& Format() const { return parser.State().format; }
@@ -59,24 +64,14 @@ TEST(DifParser, EveryVariantOfRealFramesTellsWhatItIs) {
         EXPECT_EQ(parsed.parser.GetFieldOrder(), v.fieldOrder);
         // The pixels of a line fill the aspect's width: its second number is the coded width.
         EXPECT_EQ(parsed.parser.GetPixelAspect(), std::make_pair(v.aspectX, v.width));
-        const LONG told[] = {
-            state.format.fourCC,          state.format.frameBytes,      state.format.codedWidth,
-            state.format.codedHeight,     state.format.frameRateNum,    state.format.frameRateDen,
-            state.format.recordedRateNum, state.format.recordedRateDen, state.format.frameStructure,
-            state.format.rateCode,        state.audioSamplesPerFrame,   state.audioChannels};
-        const LONG expected[] = {v.fourCC,
-                                 static_cast<LONG>(v.clip.frameBytes),
-                                 v.width,
-                                 v.height,
-                                 v.rateNum,
-                                 v.rateDen,
-                                 v.rateNum,
-                                 v.rateDen,
-                                 v.fieldOrder != 2,
-                                 15,
-                                 v.systemRate == 60 ? 1600 : 1920,
-                                 static_cast<LONG>(2 * v.channels)};
-        EXPECT_TRUE(std::equal(std::begin(told), std::end(told), expected));
+        EXPECT_EQ(Longs(state.format.fourCC, state.format.frameBytes, state.format.codedWidth,
+                        state.format.codedHeight, state.format.frameRateNum,
+                        state.format.frameRateDen, state.format.recordedRateNum,
+                        state.format.recordedRateDen, state.format.frameStructure,
+                        state.format.rateCode, state.audioSamplesPerFrame, state.audioChannels),
+                  Longs(v.fourCC, static_cast<LONG>(v.clip.frameBytes), v.width, v.height,
+                        v.rateNum, v.rateDen, v.rateNum, v.rateDen, v.fieldOrder != 2, 15,
+                        v.systemRate == 60 ? 1600 : 1920, static_cast<LONG>(2 * v.channels)));
         EXPECT_EQ(state.channelCount, v.channels);
         // Recorders write the timecode in every sequence; the second one's is read first.
         EXPECT_EQ(frame.OffsetOf(state.timecode), 12110);
@@ -87,48 +82,38 @@ TEST(DifParser, EveryVariantOfRealFramesTellsWhatItIs) {
 TEST(DifParser, EverySignalTypeAndAspectHasItsFormat) {
     struct Type {
         BYTE signalType;
-        LONG formatCode, channels, fourCC, height;
+        LONG formatCode, channels, fourCC, lines, rateFactor;
     };
-    constexpr Type kTypes[] = {{0x00, 0, 1, kFourCCDv25, 0},
-                               {0x04, 3, 2, kFourCCDv50, 0},
-                               {0x14, 4, 4, kFourCCDvHd, 1080},
-                               {0x15, 5, 4, kFourCCDvHd, 1080},
-                               {0x18, 6, 2, kFourCCDvHd, 720}};
-    for (const Type& type : kTypes) {
-        for (const bool fifty : {false, true}) {
-            for (const bool wide : {false, true}) {
-                SCOPED_TRACE(testing::Message() << "signal type " << +type.signalType << ", "
-                                                << (fifty ? 50 : 60) << ", wide " << wide);
-                const BYTE source[] = {0x60, 0xFF, 0xFF,
-                                       static_cast<BYTE>(0xC0 | fifty << 5 | type.signalType)};
-                const BYTE control[] = {0x61, 0xFF, static_cast<BYTE>(wide ? 0xCA : 0xC8), 0xFC};
-                FormatRecord f;
-                const bool high = type.height == 1080;
-                ASSERT_EQ(LookUpFormat(source, control, &f), wide || !high);
-                EXPECT_EQ(f.fieldOrder, type.height == 720 ? 2 : high ? 0 : 1);
-                EXPECT_EQ(f.frameStructure, type.height != 720);
-                if (!wide && high) {
-                    EXPECT_EQ(f.formatCode, -1);
-                    continue;
-                }
-                EXPECT_EQ(f.formatCode, type.formatCode);
-                EXPECT_EQ(f.systemRate, fifty ? 50 : 60);
-                EXPECT_EQ(f.frameBytes, type.channels * (fifty ? 144000 : 120000));
-                EXPECT_EQ(f.fourCC, type.fourCC);
-                EXPECT_EQ(f.frameRateNum * (fifty ? 1 : 25),
-                          (type.height == 720 ? 2 : 1) * (fifty ? 25 : 750000));
-                EXPECT_EQ(f.frameRateDen, fifty ? 1 : 1001);
-                const LONG width = type.height == 720 ? 960 : !high ? 720 : fifty ? 1440 : 1280;
-                EXPECT_EQ(f.codedWidth, width);
-                EXPECT_EQ(f.codedHeight, type.height != 0 ? type.height : fifty ? 576 : 480);
-                const LONG square = fifty ? 768 : 648;
-                EXPECT_EQ(f.pixelAspectX, high                 ? 1920
-                                          : type.height == 720 ? 1280
-                                          : wide               ? square * 4 / 3
-                                                               : square);
-                EXPECT_EQ(f.pixelAspectY, width);
-            }
-        }
+    constexpr Type kTypes[] = {{0x00, 0, 1, kFourCCDv25, 0, 1},
+                               {0x04, 3, 2, kFourCCDv50, 0, 1},
+                               {0x14, 4, 4, kFourCCDvHd, 1080, 1},
+                               {0x15, 5, 4, kFourCCDvHd, 1080, 1},
+                               {0x18, 6, 2, kFourCCDvHd, 720, 2}};
+    for (unsigned at = 0; at < 4 * std::size(kTypes); ++at) {
+        const Type& t = kTypes[at / 4];
+        const bool fifty = at % 2 != 0;
+        const bool wide = at % 4 >= 2;
+        const bool high = t.lines == 1080;
+        const LONG order = t.lines == 720 ? 2 : high ? 0 : 1;
+        const LONG num = t.rateFactor * (fifty ? 25 : 30000);
+        const LONG den = fifty ? 1 : 1001;
+        const LONG square = (fifty ? 768 : 648) * (wide ? 4 : 3) / 3;
+        const LONG aspect = t.lines == 0 ? square : high ? 1920 : 1280;
+        const LONG lines = t.lines != 0 ? t.lines : fifty ? 576 : 480;
+        const LONG width = t.lines == 0 ? 720 : !high ? 960 : fifty ? 1440 : 1280;
+        const LONG size = t.channels * (fifty ? 144000 : 120000);
+        const std::vector<LONG> written =
+            Longs(t.formatCode, fifty ? 50 : 60, size, t.fourCC, num, den, aspect, width, width,
+                  lines, order, order != 2, num, den, 15);
+        const std::vector<LONG> unwritten =
+            Longs(-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, 0, 1, -1, -1, 15);
+        const BYTE source[] = {0x60, 0xFF, 0xFF,
+                               static_cast<BYTE>(0xC0 | fifty << 5 | t.signalType)};
+        const BYTE control[] = {0x61, 0xFF, static_cast<BYTE>(wide ? 0xCA : 0xC8), 0xFC};
+        FormatRecord found;
+        EXPECT_EQ(LookUpFormat(source, control, &found), wide || !high) << at;
+        const auto* words = reinterpret_cast<const LONG*>(&found);
+        EXPECT_EQ(std::vector<LONG>(words, words + 15), wide || !high ? written : unwritten) << at;
     }
 }
 
@@ -137,95 +122,78 @@ constexpr Clip kNtsc = {"dv25_525_4x3", 120000};
 constexpr Clip kPal50 = {"dvcpro50_625", 288000};
 constexpr Clip kHd = {"dvcprohd_1080_50", 576000};
 
+/// Byte `index` of every pack `pack` becomes `value`; index 0 removes the packs. Pack 0 stands for
+/// the application ID, pack 1 for byte `index` of the frame.
+struct Edit {
+    BYTE pack;
+    std::size_t index;
+    BYTE value;
+};
+
+void Apply(const Edit& edit, DvFrame* frame) {
+    if (edit.pack == 1) {
+        (*frame)[edit.index] = edit.value;
+    } else if (edit.pack == 0) {
+        frame->SetApplicationId(edit.value);
+    } else if (edit.index == 0) {
+        frame->RemovePacks(edit.pack);
+    } else {
+        frame->SetPackByte(edit.pack, edit.index, edit.value);
+    }
+}
+
 /// Whatever stops a frame from being recognised, the rest that was found is readable.
 TEST(DifParser, EditedFramesAreReadByTheirRules) {
     struct Case {
         const char* name;
         Clip clip;
-        void (*edit)(DvFrame&);
+        std::vector<Edit> edits;
         HRESULT result;
         LONG formatCode, fieldOrder, aspectX, audioChannels;
     };
+    using Edits = std::vector<Edit>;
+    const std::size_t off = 7 * 12000 + SubcodePackByte(11);  // nobody's own place
+    const Edits anywhere = {{0x60, 0, 0}, {1, off, 0x60}, {1, off + 3, 0xC0}};
+    const std::size_t secondHalf = 6 * 12000 + AudioPackByte(3);
+    const Edits lockedLate = {{1, secondHalf + 1, 0x58}, {1, 84000 + AudioPackByte(0) + 1, 0x58}};
+    Edits denial;
+    for (std::size_t sequence = 0; sequence < 12; ++sequence) {
+        denial.push_back({1, sequence * 12000 + 5, 0xF8});
+    }
     const Case cases[] = {
-        {"no video source", kNtsc, [](DvFrame& f) { f.RemovePacks(0x60); }, E_FAIL, -1, -1, -1, 2},
-        {"video source anywhere", kNtsc,
-         [](DvFrame& f) {
-             f.RemovePacks(0x60);
-             f.Put(7 * 12000 + SubcodePackByte(11), {0x60, 0xFF, 0xFF, 0xC0, 0xFF});
-         },
-         kRecognised, 2, 1, 648, 2},
-        {"no source control", kPal50, [](DvFrame& f) { f.RemovePacks(0x61); }, E_FAIL, -1, -1, -1,
-         4},
-        {"the first source control counts", kNtsc,
-         [](DvFrame& f) {
-             f.SetPackByte(0x61, 2, 0xCA);
-             f.Put(453, {0x61, 0x3F, 0xC8, 0xFC, 0xFF});
-         },
-         kRecognised, 2, 1, 648, 2},
-        {"progressive DV25", kPal, [](DvFrame& f) { f.SetPackByte(0x61, 3, 0xF4); }, kRecognised, 0,
-         2, 768, 2},
-        {"progressive DVCPRO50 is no such thing", kPal50,
-         [](DvFrame& f) { f.SetPackByte(0x61, 3, 0xF4); }, kRecognised, 3, 1, 1024, 4},
-        {"unknown signal type", kPal, [](DvFrame& f) { f.SetPackByte(0x60, 3, 0xE5); }, E_FAIL, -1,
-         -1, -1, 2},
-        {"narrow high definition", kHd, [](DvFrame& f) { f.SetPackByte(0x61, 2, 0xC8); }, E_FAIL,
-         -1, 0, -1, 8},
-        {"application 0", kNtsc, [](DvFrame& f) { f.SetApplicationId(0); }, kRecognised, 0, 1, 648,
-         2},
-        {"application 2", kPal, [](DvFrame& f) { f.SetApplicationId(2); }, kRecognised, 0, 1, 768,
-         2},
-        {"unknown application", kPal, [](DvFrame& f) { f.SetApplicationId(7); }, E_FAIL, 0, 1, 768,
-         2},
-        {"unknown application, telling signal type", kPal50,
-         [](DvFrame& f) { f.SetApplicationId(7); }, kRecognised, 3, 1, 1024, 4},
-        {"locked 48 kHz", kPal, [](DvFrame& f) { f.SetPackByte(0x50, 1, 0x18); }, kRecognised, 1, 1,
-         768, 2},
-        {"locked 32 kHz", kPal,
-         [](DvFrame& f) {
-             f.SetPackByte(0x50, 1, 0x10);
-             f.SetPackByte(0x50, 4, 0x90);
-         },
-         kRecognised, 1, 1, 768, 2},
-        {"locked 44.1 kHz", kPal,
-         [](DvFrame& f) {
-             f.SetPackByte(0x50, 1, 0x10);
-             f.SetPackByte(0x50, 4, 0x88);
-         },
-         kRecognised, 0, 1, 768, 2},
-        {"locked in the second half alone", kPal,
-         [](DvFrame& f) {
-             f[6 * 12000 + AudioPackByte(3) + 1] &= 0x7F;
-             f[7 * 12000 + AudioPackByte(0) + 1] &= 0x7F;
-         },
-         kRecognised, 1, 1, 768, 2},
-        {"audio of the other system", kPal, [](DvFrame& f) { f.SetPackByte(0x50, 3, 0xC0); },
-         kRecognised, 0, 1, 768, 0},
-        {"unsound audio", kPal, [](DvFrame& f) { f.SetPackByte(0x50, 4, 0x87); }, E_FAIL, 0, 1, 768,
-         2},
-        {"four channels", kPal, [](DvFrame& f) { f.SetPackByte(0x50, 2, 0x20); }, kRecognised, 0, 1,
-         768, 4},
-        {"the second half silent", kPal,
-         [](DvFrame& f) { f[6 * 12000 + AudioPackByte(3) + 2] = 0x0F; }, kRecognised, 0, 1, 768, 1},
-        {"headers deny audio", kPal,
-         [](DvFrame& f) {
-             for (std::size_t sequence = 0; sequence < f.Sequences(); ++sequence) {
-                 f[sequence * 12000 + 5] |= 0x80;
-             }
-         },
-         kRecognised, 0, 1, 768, 1},
-        {"no audio packs", {"dv25_625_silent", 144000}, [](DvFrame&) {}, kRecognised, 0, 1, 768, 0},
+        {"no video source", kNtsc, {{0x60, 0, 0}}, E_FAIL, -1, -1, -1, 2},
+        {"video source anywhere", kNtsc, anywhere, 1, 2, 1, 648, 2},
+        {"no source control", kPal50, {{0x61, 0, 0}}, E_FAIL, -1, -1, -1, 4},
+        {"the first control counts", kNtsc, {{0x61, 2, 0xCA}, {1, 455, 0xC8}}, 1, 2, 1, 648, 2},
+        {"progressive DV25", kPal, {{0x61, 3, 0xF4}}, 1, 0, 2, 768, 2},
+        {"progressive DVCPRO50 is none", kPal50, {{0x61, 3, 0xF4}}, 1, 3, 1, 1024, 4},
+        {"unknown signal type", kPal, {{0x60, 3, 0xE5}}, E_FAIL, -1, -1, -1, 2},
+        {"narrow high definition", kHd, {{0x61, 2, 0xC8}}, E_FAIL, -1, 0, -1, 8},
+        {"application 0", kNtsc, {{0, 0, 0}}, 1, 0, 1, 648, 2},
+        {"application 2", kPal, {{0, 0, 2}}, 1, 0, 1, 768, 2},
+        {"unknown application", kPal, {{0, 0, 7}}, E_FAIL, 0, 1, 768, 2},
+        {"unknown, telling signal type", kPal50, {{0, 0, 7}}, 1, 3, 1, 1024, 4},
+        {"locked 48 kHz", kPal, {{0x50, 1, 0x18}}, 1, 1, 1, 768, 2},
+        {"locked 32 kHz", kPal, {{0x50, 1, 0x10}, {0x50, 4, 0x90}}, 1, 1, 1, 768, 2},
+        {"locked 44.1 kHz", kPal, {{0x50, 1, 0x10}, {0x50, 4, 0x88}}, 1, 0, 1, 768, 2},
+        {"locked in the second half", kPal, lockedLate, 1, 1, 1, 768, 2},
+        {"audio of the other system", kPal, {{0x50, 3, 0xC0}}, 1, 0, 1, 768, 0},
+        {"unsound audio", kPal, {{0x50, 4, 0x87}}, E_FAIL, 0, 1, 768, 2},
+        {"four channels", kPal, {{0x50, 2, 0x20}}, 1, 0, 1, 768, 4},
+        {"the second half silent", kPal, {{1, secondHalf + 2, 0x0F}}, 1, 0, 1, 768, 1},
+        {"headers deny audio", kPal, denial, 1, 0, 1, 768, 1},
+        {"no audio packs", {"dv25_625_silent", 144000}, {}, 1, 0, 1, 768, 0},
     };
     for (const Case& c : cases) {
         DvFrame frame = LoadFrame(c.clip.name, c.clip.frameBytes);
-        c.edit(frame);
+        std::for_each(c.edits.begin(), c.edits.end(), [&](const Edit& e) { Apply(e, &frame); });
         const Parsed parsed(frame);
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(parsed.result, c.result);
-        EXPECT_EQ(parsed.parser.GetFormatCode(), c.formatCode);
-        EXPECT_EQ(parsed.parser.GetFieldOrder(), c.fieldOrder);
-        EXPECT_EQ(parsed.parser.GetPixelAspect().first, c.aspectX);
-        EXPECT_EQ(parsed.parser.State().audioChannels, c.audioChannels);
-        EXPECT_EQ(parsed.parser.State().audioChannelsEven, (c.audioChannels + 1) / 2 * 2);
+        EXPECT_EQ(Longs(parsed.result, parsed.parser.GetFormatCode(), parsed.parser.GetFieldOrder(),
+                        parsed.parser.GetPixelAspect().first, parsed.parser.State().audioChannels,
+                        parsed.parser.State().audioChannelsEven),
+                  Longs(c.result, c.formatCode, c.fieldOrder, c.aspectX, c.audioChannels,
+                        (c.audioChannels + 1) / 2 * 2))
+            << c.name;
         EXPECT_NE(parsed.parser.GetTimecodePack(), -1);
     }
 }
@@ -302,10 +270,10 @@ TEST(DifParser, TheFrameRatePackTellsWhatTheCameraRecorded) {
         FormatRecord f;
         ASSERT_TRUE(LookUpFormat(source, control, &f));
         ApplyFrameRatePack(pack, &f);
-        const LONG told[] = {f.recordedRateNum, f.recordedRateDen, f.fieldOrder, f.frameStructure,
-                             f.rateCode};
-        const LONG expected[] = {c.num, c.den, c.fieldOrder, c.structure, c.rateCode};
-        EXPECT_TRUE(std::equal(std::begin(told), std::end(told), expected)) << &c - kCases;
+        EXPECT_EQ(
+            Longs(f.recordedRateNum, f.recordedRateDen, f.fieldOrder, f.frameStructure, f.rateCode),
+            Longs(c.num, c.den, c.fieldOrder, c.structure, c.rateCode))
+            << &c - kCases;
     }
     DvFrame frame = LoadFrame("dvcprohd_720_60", 240000);
     frame.Put(468, {0x64, 0x80, 0x24, 0x03, (0x80 + 0x24 + 0x03) ^ 0x55});
@@ -549,8 +517,8 @@ void ParseGuarded(const BYTE* bytes, std::size_t size) {
 TEST(DifBounds, CutAndDamagedFramesParse) {
     EXPECT_EQ(CLvtDifParser().Parse(nullptr, 144000), E_FAIL);
     const DvFrame ntsc = LoadFrame("dv25_525_4x3", 120000);
-    for (std::size_t size = 0; size < 25000; size += size < 800 || size > 12000 ? 1 : 41) {
-        ParseGuarded(ntsc.data(), size - (size > 13000 ? size % 37 : 0));
+    for (std::size_t size = 0; size < 25000; size += size < 800 ? 1 : 11) {
+        ParseGuarded(ntsc.data(), size);
     }
     std::mt19937 random(1);
     for (const Clip& clip : test::kClips) {
