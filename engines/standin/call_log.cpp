@@ -21,9 +21,14 @@ struct ActionName {
     Action action;
 };
 constexpr ActionName kActions[] = {
-    {"access", Action::kAccess},         {"divide", Action::kDivide},
-    {"throw", Action::kThrow},           {"callback", Action::kCallback},
-    {"breakpoint", Action::kBreakpoint}, {"longer", Action::kLonger},
+    {"access", Action::kAccess},
+    {"divide", Action::kDivide},
+    {"throw", Action::kThrow},
+    {"callback", Action::kCallback},
+    {"breakpoint", Action::kBreakpoint},
+    {"longer", Action::kLonger},
+    {"zero", Action::kZero},
+    {"negative", Action::kNegative},
 };
 
 constexpr DWORD kForeignException = 0xE06D7363;  // "msc" of another compiler's C++ runtime
@@ -98,9 +103,7 @@ void Raise(Action action) {
         case Action::kBreakpoint:
             DebugBreak();
             break;
-        case Action::kNone:
-        case Action::kCallback:
-        case Action::kLonger:
+        default:
             break;
     }
 }

@@ -11,7 +11,17 @@
 
 namespace standin {
 
-enum class Action { kNone, kAccess, kDivide, kThrow, kCallback, kBreakpoint, kLonger };
+enum class Action {
+    kNone,
+    kAccess,
+    kDivide,
+    kThrow,
+    kCallback,
+    kBreakpoint,
+    kLonger,
+    kZero,
+    kNegative
+};
 
 /// What the environment tells this purpose to do, asked anew at each call.
 Action ActionFor(Purpose purpose);
@@ -37,6 +47,7 @@ LONG RunEntry(Purpose purpose, Body body) {
     } catch (const std::bad_alloc&) {
         result = kNoMemory;
     }
+    result = purpose == kEncode && action == Action::kNegative ? kBadFrame : result;
     LogResult(purpose, result);
     return result;
 }

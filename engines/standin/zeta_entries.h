@@ -59,8 +59,9 @@ constexpr LONG kSamplesStep = 4;
 template <class Engine>
 LONG AnswerProbe(typename Engine::ProbeRecord* record, Action action) {
     const auto header = ReadHeader(record->frame, Engine::kTag);
-    record->codedLength =
-        header ? header->codedLength + (action == Action::kLonger ? 1 : 0) : ~DWORD{0};
+    record->codedLength = action == Action::kZero ? 0
+                          : header ? header->codedLength + (action == Action::kLonger ? 1 : 0)
+                                   : ~DWORD{0};
     if constexpr (Engine::kTellsAlpha) {
         record->alphaKind = header && header->alpha != 0 ? nyx::kZeta2FirstAlphaKind : 0;
     }

@@ -1,0 +1,47 @@
+#pragma once
+
+/// @file
+/// The codecs that are no DV, for tests of what they have in common.
+
+#include "codecs/lossless_codec.h"
+#include "codecs/mpeg_intra_codec.h"
+#include "codecs/ten_bit_codec.h"
+#include "codecs/zeta2_codec.h"
+#include "codecs/zeta_codec.h"
+#include "tests/support/frames.h"
+#include "tests/support/settings.h"
+
+namespace nyx::test {
+
+enum CodecNumber { kZeta, kZeta2, kLossless, kMpeg, kTenBit, kCodecs };
+constexpr const char* kFourCCs[kCodecs] = {"QZTA", "QZT2", "QLLC", "QMIC", "Q210"};
+
+inline DWORD FourCCOf(int codec) {
+    DWORD fourcc;
+    std::memcpy(&fourcc, kFourCCs[codec], sizeof(fourcc));
+    return fourcc;
+}
+
+/// One of each. Settings are read and engines bound here.
+struct Codecs {
+    CZetaCodec zeta;
+    CZeta2Codec zeta2;
+    CLosslessCodec lossless;
+    CMpegIntraCodec mpeg;
+    CTenBitCodec tenBit;
+    ICodec* const all[kCodecs] = {&zeta, &zeta2, &lossless, &mpeg, &tenBit};
+};
+
+inline std::wstring SettingsKey(int codec) {
+    const char* name = kFourCCs[codec];
+    return L"Software\\Veltro\\Codec\\" + std::wstring(name, name + 4);
+}
+
+inline BITMAPINFOHEADER Yuy2Header(LONG width, LONG height) {
+    return MakeHeader(FourCC("YUY2"), 16, width, height);
+}
+inline BITMAPINFOHEADER RgbHeader(WORD bits, LONG width, LONG height) {
+    return MakeHeader(BI_RGB, bits, width, height);
+}
+
+}  // namespace nyx::test

@@ -1,0 +1,396 @@
+/// The engines' libraries as they are found, refused, shared and let go, and the guard that every
+/// call into them crosses.
+
+#include <gtest/gtest.h>
+#include <mmintrin.h>
+#include <xmmintrin.h>
+
+#include <atomic>
+#include <chrono>
+#include <fstream>
+#include <iterator>
+#include <mutex>
+#include <stdexcept>
+#include <thread>
+
+#include "codecs/engine_codes.h"
+#include "codecs/fault_guard.h"
+#include "tests/codecs/codecs.h"
+#include "tests/support/engines.h"
+#include "tests/support/leaks.h"
+#include "tests/support/misaligned.h"
+
+namespace nyx::test {
+namespace {
+
+constexpr wchar_t kCore[] = L"rkzcore.dll";
+constexpr wchar_t kAlpha[] = L"rkzalpha.dll";
+constexpr wchar_t kZeta2Engine[] = L"rkz2core.dll";
+
+template <typename Body>
+void OnFourThreads(Body body) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back(body, i);
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+/// Calls `round` for a second, but once at least.
+template <typename Round>
+void ForASecond(Round round) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+    do {
+        round();
+    } while (std::chrono::steady_clock::now() < end);
+}
+
+TEST(SpinLock, LetsOneThreadInAtATime) {
+    SpinLock lock;
+    int counter = 0;
+    OnFourThreads([&](int) {
+        for (int i = 0; i < 2000; ++i) {
+            const std::lock_guard<SpinLock> hold(lock);
+            const int seen = counter;
+            if (i % 64 == 0) {
+                Sleep(0);  // while others wait
+            }
+            counter = seen + 1;
+        }
+    });
+    EXPECT_EQ(counter, 4 * 2000);
+}
+
+TEST(Engines, AreLoadedByTheFirstUserAndFreedByTheLast) {
+    std::optional<EngineUse> first;
+    {
+        const EngineSearch search;
+        first.emplace(ZetaEngines());
+    }
+    EXPECT_TRUE(IsLoaded(kCore) && IsLoaded(kAlpha));
+    const EngineSearch nowhere(L"none");  // a second load would now find nothing
+    {
+        const EngineUse second(ZetaEngines());
+        first.reset();
+        EXPECT_TRUE(ZetaEngines().IsComplete() && IsLoaded(kCore) && IsLoaded(kAlpha));
+    }
+    EXPECT_FALSE(ZetaEngines().IsComplete() || IsLoaded(kCore) || IsLoaded(kAlpha));
+    EXPECT_EQ(ZetaEngines()[kZetaCoreEngine].Decode<ZetaEntry>(), nullptr);
+    EXPECT_EQ(ZetaEngines()[kZetaCoreEngine].Encode<ZetaEntry>(), nullptr);
+    EXPECT_EQ(ZetaEngines()[kZetaAlphaEngine].Decode<ZetaEntry>(), nullptr);
+}
+
+TEST(Engines, AreKeptWholeAndNewEnoughOrLetGoAtOnce) {
+    const struct {
+        const wchar_t* folder;
+        bool all, zeta2, lossless, mpeg;
+    } cases[] = {
+        {L"", true, true, true, true},
+        {L"none", false, false, false, false},
+        {L"old", false, false, false, false},  // a step too old, the low version words at most
+        {L"unversioned", false, false, false, false},
+        {L"no_encode", false, false, false, false},
+        {L"no_decode", false, false, false, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.folder, c.folder + wcslen(c.folder)));
+        const EngineSearch search(c.folder);
+        const Codecs codecs;
+        const EngineUse dv(DvEngines());
+        for (const LONG mode : {kEngineForEncoding, kEngineForDecoding}) {
+            EXPECT_EQ(CZetaCodec::IsEngineAvailable(mode), c.all);
+            EXPECT_EQ(CZeta2Codec::IsEngineAvailable(mode), c.zeta2);
+            EXPECT_EQ(CLosslessCodec::IsEngineAvailable(mode), c.lossless);
+            EXPECT_EQ(CMpegIntraCodec::IsEngineAvailable(mode), c.mpeg && mode == 1);
+        }
+        EXPECT_EQ(DvEngines().IsComplete(), c.all);
+        for (const wchar_t* library : {kCore, kAlpha, kZeta2Engine, L"rkllc.dll", L"rkdvh.dll"}) {
+            EXPECT_EQ(IsLoaded(library), c.all) << library;
+        }
+    }
+}
+
+TEST(Engines, AreRefusedOneByOne) {
+    // A library that the process has already is found before the folders are searched.
+    const HMODULE old = LoadLibraryW((EngineFolder(L"old") + L"\\" + kCore).c_str());
+    {
+        const EngineSearch search;
+        const EngineUse use(ZetaEngines());
+        EXPECT_EQ(use[kZetaCoreEngine].Decode<ZetaEntry>(), nullptr);
+        EXPECT_NE(use[kZetaAlphaEngine].Decode<ZetaEntry>(), nullptr);
+        EXPECT_FALSE(ZetaEngines().IsComplete());
+    }
+    EXPECT_TRUE(IsLoaded(kCore)) << "the process's own reference";
+    FreeLibrary(old);
+    EXPECT_FALSE(IsLoaded(kCore));
+}
+
+TEST(Engines, AreThereForEveryThreadThatMakesACodecWhileOthersComeAndGo) {
+    const EngineSearch search;
+    std::atomic<int> missing{0};
+    EngineFamily* const families[] = {&ZetaEngines(), &Zeta2Engines(), &LosslessEngines(),
+                                      &DvEngines()};
+    OnFourThreads([&](int thread) {
+        int round = thread;
+        ForASecond([&] {
+            EngineFamily& family = *families[round++ % 4];
+            const EngineUse use(family);
+            missing += family.IsComplete() && use[0].Decode<ZetaEntry>() ? 0 : 1;
+        });
+    });
+    EXPECT_EQ(missing, 0);
+    EXPECT_FALSE(IsLoaded(kCore) || IsLoaded(kAlpha) || IsLoaded(kZeta2Engine));
+}
+
+class EngineFile : public testing::Test {
+  protected:
+    EngineFile() { SetDllDirectoryW(folder_.PathOf(L"").c_str()); }
+    ~EngineFile() override { SetDllDirectoryW(nullptr); }
+
+    bool Binds(const std::string& bytes) const {
+        std::ofstream(Path(), std::ios::binary) << bytes;
+        return Binds();
+    }
+    static bool Binds() {
+        const EngineUse use(Zeta2Engines());
+        EXPECT_EQ(Zeta2Engines().IsComplete(), IsLoaded(kZeta2Engine));
+        return IsLoaded(kZeta2Engine);
+    }
+    std::filesystem::path Path() const { return folder_.path / kZeta2Engine; }
+
+    const TemporaryFolder folder_{L"engines"};
+    const std::filesystem::path whole_ = EngineFolder() + L"\\" + kZeta2Engine;
+};
+
+TEST_F(EngineFile, IsBoundOnlyWhenWholeAndForThisMachine) {
+    std::ifstream file(whole_, std::ios::binary);
+    const std::string whole{std::istreambuf_iterator<char>(file), {}};
+    for (const std::size_t size : {0u, 63u, 512u, 4096u}) {
+        EXPECT_FALSE(Binds(whole.substr(0, size))) << size;
+    }
+    // The machine's number stands behind the signature whose place is at 0x3C of the file.
+    std::string foreign = whole;
+    foreign.replace(static_cast<unsigned char>(whole.at(0x3C)) + 4u, 2, "\x64\x86");
+    EXPECT_FALSE(Binds(foreign));
+    EXPECT_TRUE(Binds(whole));
+}
+
+TEST_F(EngineFile, StaysInUseUntilTheLastUserGoesWhateverTakesItsName) {
+    copy_file(whole_, Path());
+    {
+        const EngineUse use(Zeta2Engines());
+        rename(Path(), folder_.path / L"away.dll");
+        copy_file(EngineFolder(L"old") + L"\\" + kZeta2Engine, Path());
+        EXPECT_TRUE(Binds());
+    }
+    EXPECT_FALSE(Binds()) << "what lies there now is too old";
+}
+
+// The guard.
+
+void Raise(DWORD code, DWORD flags = EXCEPTION_NONCONTINUABLE) {
+    RaiseException(code, flags, 0, nullptr);
+}
+void WriteToNull() {
+    volatile LONG* volatile nowhere = nullptr;  // unknown to the optimiser, which drops the rest
+    *nowhere = 1;
+}
+void DivideByZero() {
+    volatile LONG zero = 0;
+    zero = 10 / zero;
+}
+void CallNull() {
+    void (*volatile nothing)() = nullptr;
+    nothing();
+}
+
+struct Named {
+    const char* name;
+    void (*call)();
+};
+const Named kTaken[] = {
+    {"write to null", &WriteToNull},
+    {"read of high memory",
+     [] { static_cast<void>(*reinterpret_cast<volatile LONG*>(0xFFFFFFF0)); }},
+    {"call of null", &CallNull},
+    {"divide", &DivideByZero},
+    {"illegal instruction", [] { asm volatile("ud2"); }},
+    {"C++ of another compiler", [] { Raise(0xE06D7363); }},
+    {"an error that may be continued", [] { Raise(0xE0000001, 0); }},
+    {"guard page", [] { Raise(EXCEPTION_GUARD_PAGE, 0); }},
+    {"misalignment", [] { Raise(EXCEPTION_DATATYPE_MISALIGNMENT, 0); }},
+    {"another language, a success code", [] { Raise(0x0EEDFADE); }},
+    {"another language, informational", [] { Raise(0x4A000001); }},
+    {"another language, a warning", [] { Raise(0x8A000001); }},
+    {"our object", [] { throw std::runtime_error("thrown inside a guarded call"); }},
+    {"our number", [] { throw 7; }},
+};
+__attribute__((noinline)) LONG Recurse(volatile LONG* depth) {
+    volatile char page[2048];
+    page[0] = static_cast<char>(*depth);
+    *depth = *depth + 1;
+    return *depth < 1 << 30 ? Recurse(depth) + page[0] : 0;
+}
+const Named kPassedOn[] = {
+    {"breakpoint", [] { asm volatile("int3"); }},
+    {"lasting breakpoint", [] { Raise(EXCEPTION_BREAKPOINT); }},
+    {"single step", [] { Raise(EXCEPTION_SINGLE_STEP); }},
+    {"debug output", [] { Raise(0x40010006, 0); }},
+    {"a warning", [] { Raise(0x8A000001, 0); }},
+    {"a success code", [] { Raise(0x0EEDFADE, 0); }},
+    {"a raised stack overflow", [] { Raise(EXCEPTION_STACK_OVERFLOW); }},
+    {"a real stack overflow",
+     [] {
+         volatile LONG depth = 0;
+         Recurse(&depth);
+     }},
+};
+
+// Not by the header's intrinsics: they write through a null pointer, which may be left out.
+DWORD ChainHead() {
+    DWORD head;
+    asm volatile("movl %%fs:0, %0" : "=r"(head) : : "memory");
+    return head;
+}
+void SetChainHead(const void* head) {
+    asm volatile("movl %0, %%fs:0" : : "r"(head) : "memory");
+}
+
+/// A handler of the host that gives up on the whole call, as its own C++ handling would.
+struct HostFrame {
+    EXCEPTION_REGISTRATION_RECORD registration;
+    DWORD code;
+    void* landing[5];
+};
+
+EXCEPTION_DISPOSITION __cdecl LandInHost(EXCEPTION_RECORD* record, void* establisher, CONTEXT*,
+                                         void*) {
+    if ((record->ExceptionFlags & 6) != 0) {
+        return ExceptionContinueSearch;
+    }
+    auto* volatile frame = static_cast<HostFrame*>(establisher);
+    frame->code = record->ExceptionCode;
+    RtlUnwind(frame, nullptr, record, nullptr);
+    __builtin_longjmp(frame->landing, 1);
+}
+
+/// What reaches the host when `call` runs guarded, 0 for nothing; `*result` is the guard's.
+__attribute__((noinline)) DWORD SeenByHost(void (*call)(), HRESULT* result) {
+    HostFrame onThisStack = {};
+    HostFrame* volatile frame = &onThisStack;
+    frame->registration.Handler = reinterpret_cast<PEXCEPTION_ROUTINE>(&LandInHost);
+    frame->registration.Next = reinterpret_cast<EXCEPTION_REGISTRATION_RECORD*>(ChainHead());
+    if (__builtin_setjmp(frame->landing) == 0) {
+        SetChainHead(frame);
+        *result = Guarded([call] { call(); });
+    }
+    SetChainHead(frame->registration.Next);
+    return frame->code;
+}
+
+TEST(Guard, TakesFaultsAndLeavesTheHostWhatIsItsOwn) {
+    for (const Named& fault : kTaken) {
+        const DWORD chain = ChainHead();
+        HRESULT result = S_OK;
+        EXPECT_EQ(SeenByHost(fault.call, &result), 0u) << fault.name;
+        EXPECT_EQ(result, E_FAIL) << fault.name;
+        EXPECT_EQ(ChainHead(), chain) << fault.name;
+        EXPECT_THROW(throw std::runtime_error("outside"), std::runtime_error);
+    }
+    for (const Named& event : kPassedOn) {
+        std::thread([&] {
+            HRESULT result = S_FALSE;
+            EXPECT_NE(SeenByHost(event.call, &result), 0u) << event.name;
+            EXPECT_EQ(result, S_FALSE) << event.name;
+        }).join();
+    }
+}
+
+LONG __stdcall Sum(LONG a, LONG b) {
+    return a + b;
+}
+LONG __stdcall Faulting(LONG, LONG) {
+    WriteToNull();
+    return 0;
+}
+
+TEST(Guard, StoresTheResultOnlyOfACallThatReturned) {
+    LONG returned = -7;
+    EXPECT_EQ(CallEngine(&returned, &Sum, LONG{40}, LONG{2}), S_OK);
+    EXPECT_EQ(returned, 42);
+    EXPECT_EQ(CallEngine(&returned, &Faulting, LONG{1}, LONG{2}), E_FAIL);
+    EXPECT_EQ(CallEngine(&returned, decltype(&Sum){nullptr}, LONG{1}, LONG{2}), E_FAIL);
+    EXPECT_EQ(returned, 42);
+    EXPECT_EQ(GuardedResult([] { return S_FALSE; }), S_FALSE);
+    HRESULT inner = S_OK;
+    EXPECT_EQ(Guarded([&] {
+                  inner = Guarded(&WriteToNull);
+                  DivideByZero();
+              }),
+              E_FAIL);
+    EXPECT_EQ(inner, E_FAIL);
+}
+
+TEST(Guard, HoldsAStormOnManyThreadsWithoutALeak) {
+    std::atomic<int> wrong{0};
+    const auto storm = [&](int) {
+        const DWORD chain = ChainHead();
+        std::uintptr_t stack = 0;
+        ForASecond([&] {
+            for (const Named& fault : kTaken) {
+                std::uintptr_t inside = 0;
+                const HRESULT result = Guarded([&] {
+                    inside = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
+                    fault.call();
+                });
+                wrong += result == E_FAIL && ChainHead() == chain ? 0 : 1;
+                wrong += stack == 0 || stack == inside ? 0 : 1;
+                stack = inside;
+            }
+        });
+    };
+    OnFourThreads(storm);  // the runtime's first-use allocations
+    const std::size_t before = HeapBlocks();
+    OnFourThreads(storm);
+    EXPECT_LT(HeapBlocks(), before + 100);
+    EXPECT_EQ(wrong, 0);
+}
+
+TEST(Guard, GivesTheFloatingPointStateBack) {
+    WORD control = 0, after = 0;
+    asm volatile("fnstcw %0" : "=m"(control));
+    const unsigned mxcsr = _mm_getcsr();
+    for (const bool fault : {false, true}) {
+        Guarded([&] {
+            const WORD truncating = 0x0C7F;  // and single precision
+            asm volatile("fldcw %0" : : "m"(truncating));
+            _mm_setcsr(mxcsr | 0xE040);                 // truncating, denormals to zero
+            asm volatile("movd %0, %%mm0" : : "r"(1));  // and the x87 registers taken by MMX
+            if (fault) {
+                WriteToNull();
+            }
+        });
+        asm volatile("fnstcw %0" : "=m"(after));
+        EXPECT_EQ(after, control);
+        EXPECT_EQ(_mm_getcsr(), mxcsr);
+        volatile long double third = 1.0L;
+        third = third / 3;
+        EXPECT_EQ(third * 3, 1.0L) << fault;
+    }
+}
+
+TEST(Callbacks, RunOnAStackOfAnyAlignment) {
+    const std::vector<BYTE> block(1024, 100);
+    const DWORD slot = ZetaCoreCode(kIndexR4fl, Direction::kDecode);
+    for (const DWORD offset : {0u, 4u, 8u, 12u}) {
+        float row[64] = {};
+        CallMisaligned(offset, *reinterpret_cast<void* const*>(slot), &row, 256, block.data(), 16,
+                       1);
+        EXPECT_EQ(row[0], 1.0f) << offset;
+    }
+}
+
+}  // namespace
+}  // namespace nyx::test

@@ -1,0 +1,194 @@
+/// Which headers each codec takes, in both directions, and what it says of itself. No engine is
+/// there: queries need none.
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "tests/codecs/codecs.h"
+#include "tests/support/engines.h"
+
+namespace nyx::test {
+namespace {
+
+constexpr bool kHasAlpha[kCodecs] = {true, true, true, false, false};
+constexpr WORD kOpaqueBits[kCodecs] = {24, 24, 24, 24, 20};
+
+HRESULT Answer(bool accepted) {
+    return accepted ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
+}
+
+HRESULT EncodeAnswer(int codec, bool accepted) {
+    return codec == kMpeg ? E_NOTIMPL : Answer(accepted);
+}
+
+class Queries : public testing::TestWithParam<int> {
+  protected:
+    const int number_ = GetParam();
+    PrivateUserRegistry registry_;
+    EngineSearch nowhere_{L"none"};
+    Codecs codecs_;
+    ICodec& codec_ = *codecs_.all[number_];
+
+    BITMAPINFOHEADER Stream(WORD bits, LONG width = 720, LONG height = 480) const {
+        return MakeHeader(FourCCOf(number_), bits, width, height);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Codecs, Queries, testing::Range(0, int{kCodecs}),
+                         [](const auto& row) { return kFourCCs[row.param]; });
+
+TEST_P(Queries, TakeThePairsOfTheRules) {
+    enum Kind { kYuy2, kRgb24, kRgb32, kOther };
+    const struct {
+        DWORD fourcc;
+        WORD bits;
+        Kind kind;
+    } layouts[] = {
+        {FourCC("YUY2"), 16, kYuy2},  {BI_RGB, 24, kRgb24},         {BI_RGB, 32, kRgb32},
+        {BI_RGB, 16, kOther},         {BI_RGB, 8, kOther},          {FourCC("YUY2"), 24, kOther},
+        {FourCC("UYVY"), 16, kOther}, {FourCC("v210"), 20, kOther}, {FourCC("v408"), 32, kOther},
+        {FourCC("2vuy"), 16, kOther}, {BI_BITFIELDS, 32, kOther}};
+    const bool hasAlpha = kHasAlpha[number_];
+    for (const auto& layout : layouts) {
+        for (const WORD bits : std::initializer_list<WORD>{8, 16, 20, 24, 32, 48}) {
+            for (const bool flag : {false, true}) {
+                for (const LONG height : {480, -480}) {
+                    SCOPED_TRACE(testing::Message() << layout.fourcc << "/" << layout.bits << " "
+                                                    << bits << " flag " << flag);
+                    const Kind kind = layout.kind;
+                    const bool opaque = bits == kOpaqueBits[number_];
+                    const bool decodes =
+                        hasAlpha ? (opaque && (kind == kYuy2 || kind == kRgb24)) ||
+                                       (kind == kRgb32 && ((opaque && !flag) || bits == 32))
+                                 : opaque && kind != kOther && !flag;
+                    const bool input =
+                        kind == kYuy2 || kind == kRgb24 || (kind == kRgb32 && hasAlpha && flag);
+                    const bool encodes =
+                        input && bits == (kind == kRgb32 ? 32 : kOpaqueBits[number_]);
+                    const BITMAPINFOHEADER stream = Stream(bits);
+                    const BITMAPINFOHEADER picture =
+                        MakeHeader(layout.fourcc, layout.bits, 720, height);
+                    EXPECT_EQ(codec_.DecompressQuery(&stream, &picture, flag), Answer(decodes));
+                    EXPECT_EQ(codec_.DecompressQuery(&stream, nullptr, flag),
+                              Answer(opaque || (hasAlpha && bits == 32)));
+                    EXPECT_EQ(codec_.CompressQuery(&picture, flag, &stream),
+                              EncodeAnswer(number_, encodes));
+                    EXPECT_EQ(codec_.CompressQuery(&picture, flag, nullptr),
+                              EncodeAnswer(number_, input));
+                }
+            }
+        }
+    }
+}
+
+TEST_P(Queries, LookAtEachFieldOfBothHeaders) {
+    using H = BITMAPINFOHEADER;
+    const struct {
+        const char* name;
+        bool decodes, encodes;
+        std::function<void(H& compressed, H& picture)> change;
+    } cases[] = {
+        {"nothing", true, true, [](H&, H&) {}},
+        {"long headers", true, true, [](H& c, H& p) { c.biSize = p.biSize = 124; }},
+        {"short compressed", false, false, [](H& c, H&) { c.biSize = 39; }},
+        {"short picture", false, false, [](H&, H& p) { p.biSize = 39; }},
+        {"two compressed planes", false, false, [](H& c, H&) { c.biPlanes = 2; }},
+        {"no picture planes", false, false, [](H&, H& p) { p.biPlanes = 0; }},
+        {"other FourCC", false, false, [](H& c, H&) { c.biCompression ^= 0x20; }},
+        {"wider", true, false, [](H&, H& p) { p.biWidth += 2; }},
+        {"narrower", false, false, [](H&, H& p) { p.biWidth -= 2; }},
+        {"higher", false, false, [](H&, H& p) { p.biHeight += 1; }},
+        {"lower", false, false, [](H&, H& p) { p.biHeight -= 1; }},
+        {"upright picture", true, true, [](H&, H& p) { p.biHeight = -480; }},
+        {"upright stream", false, false, [](H& c, H&) { c.biHeight = -480; }},
+        {"no height", false, false, [](H& c, H& p) { c.biHeight = p.biHeight = 0; }},
+        {"lowest height", false, false, [](H& c, H& p) { c.biHeight = p.biHeight = LONG_MIN; }},
+        {"lowest picture", false, false, [](H&, H& p) { p.biHeight = LONG_MIN; }},
+        {"odd width", false, false, [](H& c, H& p) { c.biWidth = p.biWidth = 719; }},
+        {"no width", false, false, [](H& c, H& p) { c.biWidth = p.biWidth = 0; }},
+        {"negative width", false, false, [](H& c, H& p) { c.biWidth = p.biWidth = -720; }},
+    };
+    for (const auto& c : cases) {
+        H compressed = Stream(kOpaqueBits[number_]);
+        H picture = Yuy2Header(720, 480);
+        c.change(compressed, picture);
+        EXPECT_EQ(codec_.DecompressQuery(&compressed, &picture, false), Answer(c.decodes))
+            << c.name;
+        EXPECT_EQ(codec_.CompressQuery(&picture, false, &compressed),
+                  EncodeAnswer(number_, c.encodes))
+            << c.name;
+    }
+    const H picture = Yuy2Header(720, 480);
+    EXPECT_EQ(codec_.DecompressQuery(nullptr, nullptr, false), VFW_E_TYPE_NOT_ACCEPTED);
+    EXPECT_EQ(codec_.DecompressQuery(nullptr, &picture, false), VFW_E_TYPE_NOT_ACCEPTED);
+    EXPECT_EQ(codec_.CompressQuery(nullptr, false, nullptr), EncodeAnswer(number_, false));
+}
+
+TEST_P(Queries, TakeTheSizesOfTheCodec) {
+    const auto check = [&](LONG width, LONG height, bool accepted) {
+        const BITMAPINFOHEADER stream = Stream(kOpaqueBits[number_], width, height);
+        const BITMAPINFOHEADER picture = Yuy2Header(width, -height);
+        EXPECT_EQ(codec_.DecompressQuery(&stream, nullptr, false), Answer(accepted))
+            << width << "x" << height;
+        EXPECT_EQ(codec_.CompressQuery(&picture, false, &stream), EncodeAnswer(number_, accepted))
+            << width << "x" << height;
+    };
+    constexpr LONG kEvery[][2] = {
+        {1920, 1080}, {1440, 1080}, {1280, 1080}, {1280, 720}, {960, 720},  {720, 576}, {720, 486},
+        {720, 480},   {640, 480},   {320, 240},   {160, 120},  {800, 600},  {352, 480}, {352, 240},
+        {352, 288},   {176, 144},   {1280, 1024}, {1280, 960}, {1024, 768}, {704, 480}, {704, 576}};
+    for (const auto& size : kEvery) {
+        check(size[0], size[1], true);
+        check(size[0] + 2, size[1], number_ != kZeta);
+        check(size[0] + 1, size[1], false);
+    }
+    check(2, 1, number_ != kZeta);
+    check(10000, 10000, number_ != kZeta);
+    check(10002, 720, number_ != kZeta && number_ != kLossless);
+    check(720, 10001, number_ != kZeta && number_ != kLossless);
+    // A 10-bit frame and a 32-bit picture of it must stay below 2^31 bytes.
+    check(0x7FFFFFFE, 0x7FFFFFFF, number_ == kZeta2 || number_ == kMpeg);
+}
+
+TEST_P(Queries, TellWhatTheCodecIsAndReadItsOwnColourSpace) {
+    EXPECT_EQ(codec_.SupportsAlpha(), kHasAlpha[number_]);
+    EXPECT_EQ(codec_.GetFourCC(), FourCCOf(number_));
+    EXPECT_EQ(codec_.GetMaxCompressedSize(nullptr, false), 0u);
+    registry_.Store(SettingsKey(number_), L"color_space", 7);
+    const Codecs anew;
+    for (int i = 0; i < kCodecs; ++i) {
+        EXPECT_EQ(anew.all[i]->GetColorSpace(), i == number_ ? 7 : 0) << kFourCCs[i];
+    }
+}
+
+TEST(WorstCaseSizes, FollowTheirFormulas) {
+    const PrivateUserRegistry defaults;
+    Codecs codecs;
+    const BITMAPINFOHEADER rgb24 = RgbHeader(24, 718, -480), rgb32 = RgbHeader(32, 718, 480);
+    const BITMAPINFOHEADER v210 = MakeHeader(FourCC("v210"), 20, 1282, 720);
+    const struct {
+        int codec;
+        const BITMAPINFOHEADER& input;
+        bool alpha;
+        DWORD size;
+    } rows[] = {{kLossless, rgb24, false, 718 * 480 * 3 + 2064},
+                {kLossless, rgb32, true, 718 * 480 * 4 + 2064},
+                {kZeta2, rgb24, false, 718 * 480 * 20 / 8 * 30 / 100 + 1064},
+                {kZeta2, rgb24, true, 718 * 480 * 20 / 8 * 2 * 30 / 100 + 1064},
+                {kZeta2, v210, true, 27 * 720 * 128 + 1064},
+                {kZeta, rgb24, false, 718 * 480 * 2 * 30 / 100 + 1064},
+                {kZeta, rgb24, true, 718 * 480 * 48 / 10 + 1064},
+                {kMpeg, rgb24, false, 0},
+                {kTenBit, v210, false, 27 * 720 * 128 + 1064}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(codecs.all[row.codec]->GetMaxCompressedSize(&row.input, row.alpha), row.size)
+            << kFourCCs[row.codec];
+    }
+    codecs.zeta.SetParameters({0, 19, 0, 4}, false);  // the floor of 16 bytes a block holds
+    EXPECT_EQ(codecs.zeta.GetMaxCompressedSize(&rgb24, false), 45u * 30 * 16 + 1064);
+    EXPECT_EQ(CTenBitCodec::IsEngineAvailable(kEngineForEncoding), true);
+}
+
+}  // namespace
+}  // namespace nyx::test
