@@ -1,20 +1,17 @@
 #pragma once
 
 /// @file
-/// What a file is refused with: DirectShow's own codes (vfwmsgs.h), under names that also exist
-/// where that header does not.
+/// Why a file is not read: the platform's own codes, under names that also exist where its headers
+/// do not.
 
 #include "platform/win_types.h"
 
 namespace nyx::source {
 
-/// VFW_E_UNKNOWN_FILE_TYPE: none of the kinds of files that are read here.
-constexpr HRESULT kUnknownFileType = static_cast<HRESULT>(0x80040240u);
-/// VFW_E_INVALID_FILE_FORMAT: such a file, but damaged beyond reading.
-constexpr HRESULT kInvalidFileFormat = static_cast<HRESULT>(0x8004022Fu);
-/// VFW_E_UNSUPPORTED_STREAM: nothing in it that a pin could deliver.
-constexpr HRESULT kUnsupportedStream = static_cast<HRESULT>(0x80040265u);
-/// VFW_E_UNSUPPORTED_VIDEO: video of a format that is delivered here, but not in this variant.
-constexpr HRESULT kUnsupportedVideo = static_cast<HRESULT>(0x8004025Du);
+constexpr HRESULT kCancelled = static_cast<HRESULT>(0x80004004u);          ///< E_ABORT
+constexpr HRESULT kUnknownFileType = static_cast<HRESULT>(0x80040240u);    ///< VFW_E_...
+constexpr HRESULT kInvalidFileFormat = static_cast<HRESULT>(0x8004022Fu);  ///< a damaged container
+constexpr HRESULT kUnsupportedStream = static_cast<HRESULT>(0x80040265u);  ///< nothing for a pin
+constexpr HRESULT kUnsupportedVideo = static_cast<HRESULT>(0x8004025Du);   ///< a variant of ours
 
 }  // namespace nyx::source

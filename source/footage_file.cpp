@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 
 #include "source/failures.h"
 #include "source/sample_clock.h"
@@ -11,12 +10,11 @@ namespace nyx::source {
 namespace {
 
 constexpr int kInputBytes = 1 << 16;
-/// What is read to see a file's first frames: enough for any of ours, little enough for any other.
+/// What is read to see a file's first frames or to count them.
 constexpr int kMostPacketsSeen = 2000;
 constexpr std::int64_t kMostBytesSeen = 128 << 20;
 /// A packet of sound in GXF may begin so much before the picture that it goes with.
 constexpr REFERENCE_TIME kLongestSound = kUnits;
-
 constexpr char kKinds[] = "avi,dv,gxf,mov,mp4,m4a,3gp,3g2,mj2,mpegvideo,mxf";
 
 }  // namespace
@@ -27,12 +25,9 @@ int FootageFile::ReadBytes(void* self, std::uint8_t* to, int count) {
         return AVERROR_EXIT;
     }
     const int got = file->bytes_->Read(file->position_, to, count);
-    if (got < 0) {
-        file->readFailed_ = true;
-        return AVERROR(EIO);
-    }
-    file->position_ += got;
-    return got == 0 ? AVERROR_EOF : got;
+    file->readFailed_ = got < 0;
+    file->position_ += std::max(got, 0);
+    return got > 0 ? got : got == 0 ? AVERROR_EOF : AVERROR(EIO);
 }
 
 std::int64_t FootageFile::SeekBytes(void* self, std::int64_t offset, int whence) {
@@ -40,39 +35,27 @@ std::int64_t FootageFile::SeekBytes(void* self, std::int64_t offset, int whence)
     if (whence == AVSEEK_SIZE) {
         return file->bytes_->Size();
     }
-    const std::int64_t base = whence == SEEK_CUR   ? file->position_
-                              : whence == SEEK_END ? file->bytes_->Size()
-                                                   : 0;
+    const std::int64_t base = whence == SEEK_CUR ? file->position_ : 0;
     const std::int64_t position = av_sat_add64(base, offset);
-    if (position < 0) {
-        return AVERROR(EINVAL);
-    }
-    return file->position_ = position;
+    return position < 0 ? AVERROR(EINVAL) : file->position_ = position;
 }
 
 HRESULT FootageFile::ResultOf(int error) const {
-    if (error >= 0) {
-        return S_OK;
-    }
-    if (error == AVERROR(ENOMEM)) {
-        return E_OUTOFMEMORY;
-    }
-    if (cancelled_) {
-        return E_ABORT;
-    }
-    return readFailed_ ? bytes_->failure() : kInvalidFileFormat;
+    return error >= 0                 ? S_OK
+           : error == AVERROR(ENOMEM) ? E_OUTOFMEMORY
+           : cancelled_               ? kCancelled
+           : readFailed_              ? bytes_->failure()
+                                      : kInvalidFileFormat;
 }
 
 HRESULT FootageFile::OpenContainer() {
     context_.reset();
-    input_.reset();
     position_ = 0;
     readFailed_ = false;
     auto* buffer = static_cast<unsigned char*>(av_malloc(kInputBytes));
-    if (!buffer) {
-        return E_OUTOFMEMORY;
-    }
-    input_.reset(avio_alloc_context(buffer, kInputBytes, 0, this, ReadBytes, nullptr, SeekBytes));
+    input_.reset(
+        buffer ? avio_alloc_context(buffer, kInputBytes, 0, this, ReadBytes, nullptr, SeekBytes)
+               : nullptr);
     if (!input_) {
         av_free(buffer);
         return E_OUTOFMEMORY;
@@ -87,12 +70,11 @@ HRESULT FootageFile::OpenContainer() {
     context->format_whitelist = av_strdup(kKinds);
     context->codec_whitelist = av_strdup("none");
     context->protocol_whitelist = av_strdup("none");
-    if (!context->format_whitelist || !context->codec_whitelist || !context->protocol_whitelist) {
-        avformat_free_context(context);
-        return E_OUTOFMEMORY;
-    }
     const AVInputFormat* kind = nullptr;
-    int error = av_probe_input_buffer2(input_.get(), &kind, "", nullptr, 0, 0);
+    int error = AVERROR(ENOMEM);
+    if (context->format_whitelist && context->codec_whitelist && context->protocol_whitelist) {
+        error = av_probe_input_buffer2(input_.get(), &kind, "", nullptr, 0, 0);
+    }
     if (error < 0) {
         avformat_free_context(context);
         const HRESULT result = ResultOf(error);
@@ -115,62 +97,72 @@ HRESULT FootageFile::Open(std::unique_ptr<ByteSource> bytes) {
     if (SUCCEEDED(result)) {
         result = FindStreams();
     }
-    if (SUCCEEDED(result)) {
-        SetOrigin();
-        wanted_.assign(streams_.size(), true);
-        result = Seek(0);
+    if (FAILED(result)) {
+        return result;
     }
-    return result;
+    const StreamFormat& first = streams_.front();
+    const std::int64_t start = context_->streams[first.index]->start_time;
+    origin_ = start == AV_NOPTS_VALUE ? 0 : TimeOfTick(start, first.timeBase);
+    Select(std::vector<bool>(streams_.size(), true));
+    return Seek(0);
 }
 
 /// Reads until enough frames of each stream were seen to describe it.
-HRESULT FootageFile::SeeFirstFrames(std::vector<std::vector<LibavPtr<AVPacket>>>* seen) {
-    std::vector<int> missing;
+HRESULT FootageFile::SeeFirstFrames(std::vector<Packets>* seen) {
+    std::size_t missing = 0;
     for (unsigned i = 0; i < context_->nb_streams; ++i) {
-        missing.push_back(FramesToSee(*context_->streams[i]->codecpar));
+        missing += FramesToSee(*context_->streams[i]->codecpar);
     }
-    seen->resize(missing.size());
+    seen->resize(context_->nb_streams);
     std::int64_t bytes = 0;
-    for (int packets = 0; packets < kMostPacketsSeen && bytes < kMostBytesSeen; ++packets) {
-        if (std::all_of(missing.begin(), missing.end(), [](int count) { return count <= 0; })) {
-            break;
-        }
+    for (int i = 0; missing > 0 && i < kMostPacketsSeen && bytes < kMostBytesSeen; ++i) {
         LibavPtr<AVPacket> packet;
         const HRESULT result = ReadRaw(&packet);
-        if (FAILED(result)) {
+        if (result != S_OK) {
             return result;
-        }
-        if (result == S_FALSE) {
-            break;
         }
         bytes += packet->size;
         const auto stream = static_cast<std::size_t>(packet->stream_index);
-        if (stream < missing.size() && missing[stream] > 0) {
-            --missing[stream];
+        if (stream < seen->size() &&
+            (*seen)[stream].size() < FramesToSee(*context_->streams[stream]->codecpar)) {
             (*seen)[stream].push_back(std::move(packet));
+            --missing;
         }
     }
     return S_OK;
 }
 
-HRESULT FootageFile::FindStreams() {
-    std::vector<std::vector<LibavPtr<AVPacket>>> seen;
-    const HRESULT result = SeeFirstFrames(&seen);
-    if (FAILED(result)) {
-        return result;
+/// How long a file without times is: its frames are counted, to its end if that is not far, else as
+/// if the rest were like them. The first frames were seen already.
+HRESULT FootageFile::CountFrames(const Packets& seen, StreamFormat* stream) {
+    auto count = static_cast<std::int64_t>(seen.size());
+    HRESULT result = S_OK;
+    while (result == S_OK && position_ < kMostBytesSeen) {
+        LibavPtr<AVPacket> packet;
+        result = ReadRaw(&packet);
+        count += result == S_OK && packet->stream_index == stream->index ? 1 : 0;
     }
+    if (result == S_OK) {
+        count = av_rescale(count, bytes_->Size(), position_);
+    }
+    stream->duration = TimeOfTick(count, av_inv_q(stream->video->rate));
+    return result;
+}
+
+HRESULT FootageFile::FindStreams() {
+    std::vector<Packets> seen;
+    HRESULT result = SeeFirstFrames(&seen);
     HRESULT refusal = kUnsupportedStream;
     bool anyVideo = false;
-    for (unsigned i = 0; i < seen.size(); ++i) {
+    for (unsigned i = 0; i < seen.size() && SUCCEEDED(result); ++i) {
         AVStream* stream = context_->streams[i];
         StreamFormat format;
         format.index = static_cast<int>(i);
         format.timeBase = stream->time_base;
-        const bool timed = stream->duration != AV_NOPTS_VALUE;
-        format.duration =
-            std::max<REFERENCE_TIME>(timed ? TimeOfTick(stream->duration, stream->time_base)
-                                           : TimeOfTick(context_->duration, AV_TIME_BASE_Q),
-                                     0);
+        const REFERENCE_TIME duration = stream->duration != AV_NOPTS_VALUE
+                                            ? TimeOfTick(stream->duration, stream->time_base)
+                                            : TimeOfTick(context_->duration, AV_TIME_BASE_Q);
+        format.duration = std::max<REFERENCE_TIME>(duration, 0);
         if (stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO) {
             anyVideo = true;
             format.video.emplace();
@@ -181,10 +173,7 @@ HRESULT FootageFile::FindStreams() {
                 continue;
             }
             if (format.duration == 0) {
-                const HRESULT counted = CountFrames(seen[i], &format);
-                if (FAILED(counted)) {
-                    return counted;
-                }
+                result = CountFrames(seen[i], &format);
             }
         } else if (stream->codecpar->codec_type != AVMEDIA_TYPE_AUDIO ||
                    !DescribeAudio(*stream->codecpar, &format.audio)) {
@@ -194,39 +183,8 @@ HRESULT FootageFile::FindStreams() {
     }
     std::stable_partition(streams_.begin(), streams_.end(),
                           [](const StreamFormat& stream) { return stream.video.has_value(); });
-    return streams_.empty() || (anyVideo && !streams_.front().video) ? refusal : S_OK;
-}
-
-/// How long a file without times is: its frames are counted, to its end if that is not far, else as
-/// if the rest were like them. The first frames were seen already.
-HRESULT FootageFile::CountFrames(const std::vector<LibavPtr<AVPacket>>& seen,
-                                 StreamFormat* stream) {
-    std::int64_t bytes = 0;
-    for (const auto& packet : seen) {
-        bytes += packet->size;
-    }
-    auto count = static_cast<std::int64_t>(seen.size());
-    HRESULT result = S_OK;
-    while (bytes < kMostBytesSeen) {
-        LibavPtr<AVPacket> packet;
-        result = ReadRaw(&packet);
-        if (result != S_OK) {
-            break;
-        }
-        bytes += packet->size;
-        count += packet->stream_index == stream->index ? 1 : 0;
-    }
-    if (result == S_OK) {
-        count = av_rescale(bytes_->Size(), count, bytes);
-    }
-    stream->duration = TimeOfTick(count, av_inv_q(stream->video->rate));
-    return FAILED(result) ? result : S_OK;
-}
-
-void FootageFile::SetOrigin() {
-    const StreamFormat& first = streams_.front();
-    const std::int64_t start = context_->streams[first.index]->start_time;
-    origin_ = start == AV_NOPTS_VALUE ? 0 : TimeOfTick(start, first.timeBase);
+    const bool missing = streams_.empty() || (anyVideo && !streams_.front().video);
+    return FAILED(result) ? result : missing ? refusal : S_OK;
 }
 
 REFERENCE_TIME FootageFile::duration() const {
@@ -239,17 +197,15 @@ REFERENCE_TIME FootageFile::duration() const {
 
 void FootageFile::Select(const std::vector<bool>& wanted) {
     wanted_ = wanted;
-    if (context_) {
-        SkipUnwanted();
-    }
+    SkipUnwanted();
 }
 
 /// Lets the container pass over what nobody wants, where it can.
 void FootageFile::SkipUnwanted() {
-    for (unsigned i = 0; i < context_->nb_streams; ++i) {
+    for (unsigned i = 0; context_ && i < context_->nb_streams; ++i) {
         context_->streams[i]->discard = AVDISCARD_ALL;
     }
-    for (std::size_t i = 0; i < streams_.size(); ++i) {
+    for (std::size_t i = 0; context_ && i < streams_.size(); ++i) {
         if (wanted_[i]) {
             context_->streams[streams_[i].index]->discard = AVDISCARD_DEFAULT;
         }
@@ -257,15 +213,15 @@ void FootageFile::SkipUnwanted() {
 }
 
 HRESULT FootageFile::Restart() {
+    next_.assign(streams_.size(), AV_NOPTS_VALUE);
     const HRESULT result = OpenContainer();
     if (FAILED(result)) {
         return result;
     }
-    const bool same = std::all_of(streams_.begin(), streams_.end(), [&](const StreamFormat& one) {
-        return static_cast<unsigned>(one.index) < context_->nb_streams;
-    });
-    if (!same) {
-        return kInvalidFileFormat;
+    for (const StreamFormat& stream : streams_) {
+        if (static_cast<unsigned>(stream.index) >= context_->nb_streams) {
+            return kInvalidFileFormat;
+        }
     }
     SkipUnwanted();
     return S_OK;
@@ -273,21 +229,15 @@ HRESULT FootageFile::Restart() {
 
 HRESULT FootageFile::Seek(REFERENCE_TIME time) {
     from_ = time;
-    checkLanding_ = true;
+    checkLanding_ = time > 0;
     next_.assign(streams_.size(), AV_NOPTS_VALUE);
-    readFailed_ = false;
-    if (!context_) {  // a restart was cancelled
-        const HRESULT result = Restart();
-        if (FAILED(result)) {
-            return result;
-        }
+    if (!context_) {
+        return Restart();  // the last one was cancelled
     }
     const StreamFormat& first = streams_.front();
-    REFERENCE_TIME place = av_sat_add64(time, origin_);
-    if (IsFieldCounted()) {
-        place = Difference(place, kLongestSound);
-    }
-    input_->error = 0;
+    const REFERENCE_TIME early = CountsFields(*context_) ? kLongestSound : 0;
+    const REFERENCE_TIME place = Difference(av_sat_add64(time, origin_), early);
+    readFailed_ = false;
     const int error = av_seek_frame(context_.get(), first.index, TickAt(place, first.timeBase),
                                     AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY);
     return error < 0 ? Restart() : S_OK;
@@ -299,101 +249,76 @@ HRESULT FootageFile::ReadRaw(LibavPtr<AVPacket>* packet) {
     if (!*packet) {
         return E_OUTOFMEMORY;
     }
-    const int error = av_read_frame(context_.get(), packet->get());
-    if (error >= 0) {
-        return S_OK;
-    }
-    const HRESULT result = ResultOf(error);
+    const HRESULT result = ResultOf(av_read_frame(context_.get(), packet->get()));
     // Behind the last thing that can be made out there is nothing, whatever it is.
     return result == kInvalidFileFormat ? S_FALSE : result;
 }
 
-/// Gives a packet its times; false when it is not to be delivered.
-bool FootageFile::TimePacket(Packet* packet) {
-    const StreamFormat& stream = streams_[packet->stream];
-    if (stream.video) {
-        TimePicture(*stream.video, packet);
-        return packet->data->size >= static_cast<std::int64_t>(stream.video->wholeFrame) &&
-               packet->stop > from_;
-    }
-    TimeSound(stream.audio, packet);
-    return packet->stop > from_;
-}
-
-void FootageFile::TimePicture(const VideoFormat& format, Packet* packet) {
-    const AVRational base = streams_[packet->stream].timeBase;
+void FootageFile::TimePicture(const StreamFormat& stream, Packet* packet) {
     const AVPacket& data = *packet->data;
     std::int64_t& next = next_[packet->stream];
     std::int64_t tick = data.pts != AV_NOPTS_VALUE ? data.pts : data.dts;
     if (tick == AV_NOPTS_VALUE) {
-        tick = next != AV_NOPTS_VALUE ? next : TickAt(origin_, base);
+        tick = next != AV_NOPTS_VALUE ? next : TickAt(origin_, stream.timeBase);
     }
-    // Where fields are counted, what is said to last one is a frame all the same.
-    const bool counted = data.duration > 0 && !IsFieldCounted();
-    const std::int64_t length =
-        counted ? data.duration : av_rescale_q(1, av_inv_q(format.rate), base);
-    next = av_sat_add64(tick, std::max<std::int64_t>(length, 0));
-    packet->start = Difference(TimeOfTick(tick, base), origin_);
-    packet->stop = Difference(TimeOfTick(next, base), origin_);
+    const bool known = data.duration > 0 && !CountsFields(*context_);
+    next =
+        av_sat_add64(tick, known ? data.duration
+                                 : av_rescale_q(1, av_inv_q(stream.video->rate), stream.timeBase));
+    packet->start = Difference(TimeOfTick(tick, stream.timeBase), origin_);
+    packet->stop = Difference(TimeOfTick(next, stream.timeBase), origin_);
 }
 
-void FootageFile::TimeSound(const AudioFormat& format, Packet* packet) {
-    const AVRational base = streams_[packet->stream].timeBase;
-    const AVRational clock = av_make_q(1, format.rate);
+void FootageFile::TimeSound(const StreamFormat& stream, Packet* packet) {
+    const AVRational clock = av_make_q(1, stream.audio.rate);
     const AVPacket& data = *packet->data;
-    const std::int64_t length = data.size / format.storedFrame();
+    const std::int64_t length = data.size / stream.audio.storedFrame();
     std::int64_t& next = next_[packet->stream];
     const std::int64_t tick = data.pts != AV_NOPTS_VALUE ? data.pts : data.dts;
-    std::int64_t first = tick == AV_NOPTS_VALUE ? next : av_rescale_q(tick, base, clock);
+    std::int64_t first = tick == AV_NOPTS_VALUE ? next : av_rescale_q(tick, stream.timeBase, clock);
     // A clock of frames or fields tells roughly where sound begins: it follows on what came before,
     // and runs that are longer than a tick count from the file's start.
-    const std::int64_t coarse = av_rescale_q(1, base, clock);
-    if (next != AV_NOPTS_VALUE && std::abs(Difference(first, next)) <= coarse) {
+    const std::int64_t coarse = av_rescale_q(1, stream.timeBase, clock);
+    const std::int64_t gap = Difference(first, next);
+    if (next != AV_NOPTS_VALUE && gap <= coarse && gap >= -coarse) {
         first = next;
     } else if (first == AV_NOPTS_VALUE) {
         first = TickAt(origin_, clock);
-    } else if (length > 2 * coarse && coarse > 1) {
-        first = (first + length / 2) / length * length;
+    } else if (coarse > 1 && length > 2 * coarse) {
+        first = av_rescale(first, 1, length) * length;
     }
     next = av_sat_add64(first, length);
     packet->start = Difference(TimeOfTick(first, clock), origin_);
     packet->stop = Difference(TimeOfTick(next, clock), origin_);
 }
 
-bool FootageFile::IsFieldCounted() const {
-    return std::strcmp(context_->iformat->name, "gxf") == 0;
-}
-
 HRESULT FootageFile::Read(Packet* packet) {
     for (;;) {
-        if (cancelled_) {
-            return E_ABORT;
-        }
-        const HRESULT result = ReadRaw(&packet->data);
+        const HRESULT result = cancelled_ ? kCancelled : ReadRaw(&packet->data);
         if (result != S_OK) {
             return result;
         }
-        const auto stream = std::find_if(
-            streams_.begin(), streams_.end(),
-            [&](const StreamFormat& one) { return one.index == packet->data->stream_index; });
-        if (stream == streams_.end()) {
+        std::size_t at = 0;
+        while (at < streams_.size() && streams_[at].index != packet->data->stream_index) {
+            ++at;
+        }
+        if (at == streams_.size() || packet->data->size <= 0) {
             continue;
         }
-        packet->stream = static_cast<std::size_t>(stream - streams_.begin());
-        const bool deliver = TimePacket(packet);
-        if (checkLanding_ && packet->stream == 0) {
-            checkLanding_ = false;
-            if (packet->start > from_ && from_ > 0) {
-                // Past it: from the start, whatever it takes.
-                next_.assign(streams_.size(), AV_NOPTS_VALUE);
-                const HRESULT restarted = Restart();
-                if (FAILED(restarted)) {
-                    return restarted;
-                }
-                continue;
+        packet->stream = at;
+        const StreamFormat& stream = streams_[at];
+        stream.video ? TimePicture(stream, packet) : TimeSound(stream, packet);
+        const bool tooFar = checkLanding_ && at == 0 && packet->start > from_;
+        checkLanding_ = checkLanding_ && at != 0;
+        if (tooFar) {  // from the start, whatever it takes
+            const HRESULT restarted = Restart();
+            if (FAILED(restarted)) {
+                return restarted;
             }
+            continue;
         }
-        if (deliver && wanted_[packet->stream]) {
+        const bool torn = stream.video && packet->bytes().size() < stream.video->wholeFrame;
+        if (wanted_[at] && !torn && packet->stop > from_) {
             return S_OK;
         }
     }

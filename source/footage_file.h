@@ -6,7 +6,6 @@
 
 #include "platform/byte_span.h"
 #include "source/byte_source.h"
-#include "source/libavformat.h"
 #include "source/stream_format.h"
 
 namespace nyx::source {
@@ -36,7 +35,7 @@ class FootageFile {
 
     /// What can be delivered, video first; never empty after Open.
     const std::vector<StreamFormat>& streams() const { return streams_; }
-    /// The longest stream's.
+    /// The longest stream's; for one without times or an end nearby, an estimate.
     REFERENCE_TIME duration() const;
 
     /// Leaves out the packets of streams that are not wanted; one entry a stream.
@@ -46,8 +45,8 @@ class FootageFile {
     /// it.
     HRESULT Seek(REFERENCE_TIME time);
 
-    /// The next packet. `S_FALSE` at the end; `E_ABORT` when cancelled; `E_OUTOFMEMORY`; or why the
-    /// file could not be read. What is damaged or torn is left out.
+    /// The next packet. `S_FALSE` at the end; `kCancelled`; `E_OUTOFMEMORY`; or why the file could
+    /// not be read. What is damaged or torn is left out.
     HRESULT Read(Packet* packet);
 
     /// Makes reading fail soon, now and later, until it is withdrawn. From any thread.
@@ -59,30 +58,27 @@ class FootageFile {
 
     HRESULT OpenContainer();
     HRESULT FindStreams();
-    HRESULT SeeFirstFrames(std::vector<std::vector<LibavPtr<AVPacket>>>* seen);
-    HRESULT CountFrames(const std::vector<LibavPtr<AVPacket>>& seen, StreamFormat* stream);
-    void SetOrigin();
+    HRESULT SeeFirstFrames(std::vector<Packets>* seen);
+    HRESULT CountFrames(const Packets& seen, StreamFormat* stream);
     HRESULT Restart();
     void SkipUnwanted();
     HRESULT ReadRaw(LibavPtr<AVPacket>* packet);
-    bool TimePacket(Packet* packet);
-    void TimePicture(const VideoFormat& format, Packet* packet);
-    void TimeSound(const AudioFormat& format, Packet* packet);
-    bool IsFieldCounted() const;
+    void TimePicture(const StreamFormat& stream, Packet* packet);
+    void TimeSound(const StreamFormat& stream, Packet* packet);
     HRESULT ResultOf(int error) const;
 
     std::unique_ptr<ByteSource> bytes_;
+    std::int64_t position_ = 0;  ///< in the file
+    bool readFailed_ = false;
+    std::atomic<bool> cancelled_{false};
     LibavPtr<AVIOContext> input_;
     LibavPtr<AVFormatContext> context_;
     std::vector<StreamFormat> streams_;
     std::vector<bool> wanted_;
     std::vector<std::int64_t> next_;  ///< tick, or frame of sound, after a stream's last packet
-    REFERENCE_TIME origin_ = 0;
-    REFERENCE_TIME from_ = 0;    ///< packets that end by then are not delivered
-    bool checkLanding_ = false;  ///< the first picture shows whether a seek went too far
-    std::int64_t position_ = 0;  ///< in the file
-    bool readFailed_ = false;
-    std::atomic<bool> cancelled_{false};
+    REFERENCE_TIME origin_ = 0;       ///< what the container calls the first picture's time
+    REFERENCE_TIME from_ = 0;         ///< packets that end by then are not delivered
+    bool checkLanding_ = false;       ///< the first picture shows whether a seek went too far
 };
 
 }  // namespace nyx::source

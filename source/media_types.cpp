@@ -99,15 +99,11 @@ HRESULT FillAudio(const AudioFormat& format, CMediaType* type) {
 
 }  // namespace
 
-int MediaTypeCount(const StreamFormat& stream) {
-    return stream.video ? 2 : 1;
-}
-
 HRESULT FillMediaType(const StreamFormat& stream, int position, CMediaType* type) {
     if (position < 0) {
         return E_INVALIDARG;
     }
-    if (position >= MediaTypeCount(stream)) {
+    if (position >= (stream.video ? 2 : 1)) {
         return VFW_S_NO_MORE_ITEMS;
     }
     type->SetTemporalCompression(FALSE);

@@ -5,9 +5,6 @@
 
 namespace nyx::source {
 
-/// How many types a stream is offered in.
-int MediaTypeCount(const StreamFormat& stream);
-
 /// Type `position` of a stream: of video with a `VIDEOINFOHEADER2` block, then with a
 /// `VIDEOINFOHEADER` one; of sound the one that its depth and channels ask for. `E_INVALIDARG`
 /// before the first, `VFW_S_NO_MORE_ITEMS` behind the last, or `E_OUTOFMEMORY`.

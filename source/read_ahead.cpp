@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <new>
-#include <system_error>
+
+#include "source/failures.h"
 
 namespace nyx::source {
 namespace {
@@ -15,24 +16,18 @@ constexpr std::size_t kMost = 96 << 20;
 
 }  // namespace
 
-HRESULT ReadAhead::Start(REFERENCE_TIME time, const std::vector<bool>& wanted) {
+void ReadAhead::Start(REFERENCE_TIME time, const std::vector<bool>& wanted) {
     Finish();
-    try {
-        queues_ = std::vector<Queue>(wanted.size());
-        for (std::size_t i = 0; i < wanted.size(); ++i) {
-            queues_[i].open = wanted[i];
-        }
-        bytes_ = 0;
-        cancelled_ = false;
-        ended_ = false;
-        file_->Cancel(false);
-        file_->Select(wanted);
-        thread_ = std::thread([this, time] { Run(time); });
-        return S_OK;
-    } catch (const std::bad_alloc&) {
-    } catch (const std::system_error&) {
+    queues_ = std::vector<Queue>(wanted.size());
+    for (std::size_t i = 0; i < wanted.size(); ++i) {
+        queues_[i].open = wanted[i];
     }
-    return E_OUTOFMEMORY;
+    bytes_ = 0;
+    cancelled_ = false;
+    ended_ = false;
+    file_->Cancel(false);
+    file_->Select(wanted);
+    thread_ = std::thread([this, time] { Run(time); });
 }
 
 void ReadAhead::Run(REFERENCE_TIME time) {
@@ -49,7 +44,10 @@ void ReadAhead::Run(REFERENCE_TIME time) {
     } catch (const std::bad_alloc&) {
         result = E_OUTOFMEMORY;
     }
-    End(result);
+    const std::lock_guard lock(mutex_);
+    ended_ = true;
+    result_ = result;
+    changed_.notify_all();
 }
 
 bool ReadAhead::HasRoom() const {
@@ -77,19 +75,12 @@ bool ReadAhead::Put(Packet packet) {
     return any && !cancelled_;
 }
 
-void ReadAhead::End(HRESULT result) {
-    const std::lock_guard lock(mutex_);
-    ended_ = true;
-    result_ = result;
-    changed_.notify_all();
-}
-
 HRESULT ReadAhead::Next(std::size_t stream, Packet* packet) {
     std::unique_lock lock(mutex_);
     Queue& queue = queues_[stream];
     changed_.wait(lock, [&] { return cancelled_ || ended_ || !queue.packets.empty(); });
     if (cancelled_) {
-        return E_ABORT;
+        return kCancelled;
     }
     if (queue.packets.empty()) {
         return FAILED(result_) ? result_ : S_FALSE;

@@ -20,12 +20,12 @@ class ReadAhead {
     ReadAhead(const ReadAhead&) = delete;
     ReadAhead& operator=(const ReadAhead&) = delete;
 
-    /// Begins to read the wanted streams, one entry a stream, at `time`. `E_OUTOFMEMORY` when there
-    /// can be no thread.
-    HRESULT Start(REFERENCE_TIME time, const std::vector<bool>& wanted);
+    /// Begins to read the wanted streams, one entry a stream, at `time`. Throws when there is no
+    /// memory or can be no thread.
+    void Start(REFERENCE_TIME time, const std::vector<bool>& wanted);
 
-    /// Waits for the next packet of a stream. `S_FALSE` at its end, `E_ABORT` after Cancel, or the
-    /// failure that ended reading.
+    /// Waits for the next packet of a stream. `S_FALSE` at its end, `kCancelled` after Cancel, or
+    /// the failure that ended reading.
     HRESULT Next(std::size_t stream, Packet* packet);
 
     /// Says that nobody takes the packets of a stream any more.
@@ -46,7 +46,6 @@ class ReadAhead {
     void Run(REFERENCE_TIME time);
     bool Put(Packet packet);
     bool HasRoom() const;
-    void End(HRESULT result);
 
     FootageFile* const file_;
     std::thread thread_;

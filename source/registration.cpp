@@ -1,35 +1,39 @@
 #include "source/registration.h"
 
 #include <string>
+#include <vector>
 
 #include "source/source_filter.h"
 
 namespace nyx::source {
 namespace {
 
-/// A kind of file that is known by its bytes. Each value is a list of offset, length, mask, bytes;
-/// a file is of the kind when one value matches. The look-up goes through the subtypes in order and
-/// takes the first that matches: AVI must come before the platform's own entry, {E436EB88-...}.
+/// A kind of file that is known by its bytes: under a media subtype of ours, any of some lists of
+/// offset, length, mask, bytes. The look-up goes through the subtypes in order and takes the first
+/// that matches: AVI must come before the platform's own entry, {E436EB88-...}. Not every look-up
+/// knows masks.
 struct CheckBytes {
     const wchar_t* subtype;
-    const wchar_t* values[8];
+    std::vector<std::wstring> values;
 };
 
-#define NYX_AVI(code) L"0,4,,52494646,8,4,,41564920,112,4,," code
-
-constexpr CheckBytes kCheckBytes[] = {
-    // SMPTE 377: the key of a header partition pack, of any version and status.
-    {L"{1D4C0B31-52E7-4F0A-8C66-9A0E5B7F3C01}", {L"0,7,,060E2B34020501,8,6,,0D0102010102"}},
-    // SMPTE 360: a map packet with its leader and trailer.
-    {L"{1D4C0B32-52E7-4F0A-8C66-9A0E5B7F3C01}", {L"0,6,,0000000001BC,14,2,,E1E2"}},
+std::vector<CheckBytes> KnownBytes() {
     // RIFF, AVI, and one of our codes as the handler of the first stream's header.
-    {L"{1D4C0B33-52E7-4F0A-8C66-9A0E5B7F3C01}",
-     {NYX_AVI("515A5441"), NYX_AVI("515A5432"), NYX_AVI("514C4C43"), NYX_AVI("514D4943"),
-      NYX_AVI("51323130"), NYX_AVI("51445643"), NYX_AVI("51445635"), NYX_AVI("51445648")}},
-};
+    std::vector<std::wstring> avi;
+    for (const wchar_t* code : {L"515A5441", L"515A5432", L"514C4C43", L"514D4943", L"51323130",
+                                L"51445643", L"51445635", L"51445648"}) {
+        avi.push_back(std::wstring(L"0,4,,52494646,8,4,,41564920,112,4,,") + code);
+    }
+    return {
+        // SMPTE 377: the key of a header partition pack, but for the version of its registry.
+        {L"{1D4C0B31-52E7-4F0A-8C66-9A0E5B7F3C01}", {L"0,7,,060E2B34020501,8,6,,0D0102010102"}},
+        // SMPTE 360: a map packet with its leader and trailer.
+        {L"{1D4C0B32-52E7-4F0A-8C66-9A0E5B7F3C01}", {L"0,6,,0000000001BC,14,2,,E1E2"}},
+        {L"{1D4C0B33-52E7-4F0A-8C66-9A0E5B7F3C01}", avi},
+    };
+}
 
 constexpr const wchar_t* kExtensions[] = {L".mxf", L".gxf", L".dv", L".dif"};
-
 constexpr wchar_t kStreams[] = L"Media Type\\{E436EB83-524F-11CE-9F53-0020AF0BA770}\\";
 constexpr wchar_t kByExtension[] = L"Media Type\\Extensions\\";
 constexpr wchar_t kSourceFilter[] = L"Source Filter";
@@ -46,12 +50,6 @@ bool IgnoresExtensions() {
     return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
 }
 
-HRESULT SetValue(const std::wstring& key, const wchar_t* name, const std::wstring& text) {
-    const auto bytes = static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
-    return HRESULT_FROM_WIN32(static_cast<DWORD>(
-        RegSetKeyValueW(HKEY_CLASSES_ROOT, key.c_str(), name, REG_SZ, text.c_str(), bytes)));
-}
-
 /// The source filter that a key names; empty without one.
 std::wstring SourceFilterOf(const std::wstring& key) {
     wchar_t text[64] = {};
@@ -64,46 +62,39 @@ std::wstring SourceFilterOf(const std::wstring& key) {
 
 bool Exists(const std::wstring& key) {
     HKEY opened = nullptr;
-    const bool exists =
-        RegOpenKeyExW(HKEY_CLASSES_ROOT, key.c_str(), 0, KEY_READ, &opened) == ERROR_SUCCESS;
-    if (exists) {
-        RegCloseKey(opened);
-    }
-    return exists;
-}
-
-HRESULT RegisterBytes(const CheckBytes& kind) {
-    const std::wstring key = std::wstring(kStreams) + kind.subtype;
-    HRESULT result = SetValue(key, kSourceFilter, OwnClass());
-    for (int i = 0; i < 8 && kind.values[i] && SUCCEEDED(result); ++i) {
-        result = SetValue(key, std::to_wstring(i).c_str(), kind.values[i]);
-    }
-    return result;
-}
-
-HRESULT RegisterExtension(const wchar_t* extension) {
-    const std::wstring key = std::wstring(kByExtension) + extension;
-    return Exists(key) ? S_OK : SetValue(key, kSourceFilter, OwnClass());
+    RegOpenKeyExW(HKEY_CLASSES_ROOT, key.c_str(), 0, KEY_READ, &opened);
+    return opened && RegCloseKey(opened) == ERROR_SUCCESS;
 }
 
 /// Takes a key out when it is ours.
 HRESULT Remove(const std::wstring& key) {
-    if (SourceFilterOf(key) != OwnClass()) {
-        return S_OK;
-    }
-    return HRESULT_FROM_WIN32(static_cast<DWORD>(RegDeleteTreeW(HKEY_CLASSES_ROOT, key.c_str())));
+    return SourceFilterOf(key) == OwnClass() ? HRESULT_FROM_WIN32(static_cast<DWORD>(
+                                                   RegDeleteTreeW(HKEY_CLASSES_ROOT, key.c_str())))
+                                             : S_OK;
 }
 
 }  // namespace
 
 HRESULT RegisterFileTypes() {
     HRESULT result = S_OK;
-    for (const CheckBytes& kind : kCheckBytes) {
-        result = SUCCEEDED(result) ? RegisterBytes(kind) : result;
+    const auto set = [&result](const std::wstring& key, const std::wstring& name,
+                               const std::wstring& text) {
+        const auto bytes = static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
+        const LSTATUS status = RegSetKeyValueW(HKEY_CLASSES_ROOT, key.c_str(), name.c_str(), REG_SZ,
+                                               text.c_str(), bytes);
+        result = SUCCEEDED(result) ? HRESULT_FROM_WIN32(static_cast<DWORD>(status)) : result;
+    };
+    for (const CheckBytes& kind : KnownBytes()) {
+        const std::wstring key = std::wstring(kStreams) + kind.subtype;
+        set(key, kSourceFilter, OwnClass());
+        for (std::size_t i = 0; i < kind.values.size(); ++i) {
+            set(key, std::to_wstring(i), kind.values[i]);
+        }
     }
     for (const wchar_t* extension : kExtensions) {
-        if (SUCCEEDED(result) && !IgnoresExtensions()) {
-            result = RegisterExtension(extension);
+        const std::wstring key = std::wstring(kByExtension) + extension;
+        if (!IgnoresExtensions() && !Exists(key)) {
+            set(key, kSourceFilter, OwnClass());
         }
     }
     return result;
@@ -115,7 +106,7 @@ HRESULT UnregisterFileTypes() {
         const HRESULT removed = Remove(key);
         result = SUCCEEDED(result) ? removed : result;
     };
-    for (const CheckBytes& kind : kCheckBytes) {
+    for (const CheckBytes& kind : KnownBytes()) {
         remove(std::wstring(kStreams) + kind.subtype);
     }
     for (const wchar_t* extension : kExtensions) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 #include "platform/win_types.h"
@@ -7,15 +8,28 @@
 
 namespace nyx::source {
 
-/// Reference-time units (100 ns) in one second.
-constexpr int kUnits = 10000000;
+constexpr int kUnits = 10000000;  ///< reference-time units (100 ns) in one second
+/// Times are cut to this, 3,600 years, so that sums of a few hold.
+constexpr REFERENCE_TIME kLongest = REFERENCE_TIME{1} << 60;
 
-/// The time at which tick `ticks` of a clock begins whose ticks last `base` seconds, rounded down.
-/// Times beyond 3,000 years either way are cut to that.
-REFERENCE_TIME TimeOfTick(std::int64_t ticks, AVRational base);
+/// The time at which tick `ticks` of a clock begins whose ticks last `base` seconds, rounded down;
+/// 0 for a clock that does not go.
+inline REFERENCE_TIME TimeOfTick(std::int64_t ticks, AVRational base) {
+    if (base.num <= 0 || base.den <= 0) {
+        return 0;
+    }
+    const std::int64_t unit = std::int64_t{kUnits} * base.num;
+    return std::clamp(av_rescale_rnd(ticks, unit, base.den, AV_ROUND_DOWN), -kLongest, kLongest);
+}
 
 /// The tick that lasts at `time`: the last one that TimeOfTick does not put behind it.
-std::int64_t TickAt(REFERENCE_TIME time, AVRational base);
+inline std::int64_t TickAt(REFERENCE_TIME time, AVRational base) {
+    if (base.num <= 0 || base.den <= 0) {
+        return 0;
+    }
+    const REFERENCE_TIME next = std::clamp(time, -kLongest, kLongest) + 1;
+    return av_rescale_rnd(next, base.den, std::int64_t{kUnits} * base.num, AV_ROUND_UP) - 1;
+}
 
 /// A difference of two times or ticks, cut to what 64 bits hold.
 inline std::int64_t Difference(std::int64_t a, std::int64_t b) {

@@ -13,30 +13,25 @@ constexpr DWORD kCapabilities = AM_SEEKING_CanSeekAbsolute | AM_SEEKING_CanSeekF
                                 AM_SEEKING_CanGetDuration;
 constexpr double kFastest = 100.0;
 
+template <class T>
+HRESULT Put(T* to, const T& value) {
+    CheckPointer(to, E_POINTER);
+    *to = value;
+    return S_OK;
+}
+
+/// A position in one format as one in the other.
+LONGLONG Convert(LONGLONG value, const GUID& from, const GUID& to, AVRational frame) {
+    if (from == to) {
+        return value;
+    }
+    return from == TIME_FORMAT_FRAME ? TimeOfTick(value, frame) : TickAt(value, frame);
+}
+
 }  // namespace
 
-bool PinSeeking::Supports(const GUID& format) const {
-    return format == TIME_FORMAT_MEDIA_TIME || (format == TIME_FORMAT_FRAME && rate_.num > 0);
-}
-
-REFERENCE_TIME PinSeeking::ToTime(LONGLONG value, bool frames) const {
-    return frames ? TimeOfTick(value, av_inv_q(rate_)) : value;
-}
-
-LONGLONG PinSeeking::FromTime(REFERENCE_TIME time, bool frames) const {
-    return frames ? TickAt(time, av_inv_q(rate_)) : time;
-}
-
-HRESULT PinSeeking::Give(LONGLONG* value, REFERENCE_TIME time) const {
-    CheckPointer(value, E_POINTER);
-    *value = FromTime(time, frames_);
-    return S_OK;
-}
-
 HRESULT STDMETHODCALLTYPE PinSeeking::GetCapabilities(DWORD* capabilities) {
-    CheckPointer(capabilities, E_POINTER);
-    *capabilities = kCapabilities;
-    return S_OK;
+    return Put(capabilities, kCapabilities);
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::CheckCapabilities(DWORD* capabilities) {
@@ -48,37 +43,36 @@ HRESULT STDMETHODCALLTYPE PinSeeking::CheckCapabilities(DWORD* capabilities) {
 
 HRESULT STDMETHODCALLTYPE PinSeeking::IsFormatSupported(const GUID* format) {
     CheckPointer(format, E_POINTER);
-    return Supports(*format) ? S_OK : S_FALSE;
+    const bool frames = *format == TIME_FORMAT_FRAME && frame_.den > 0;
+    return frames || *format == TIME_FORMAT_MEDIA_TIME ? S_OK : S_FALSE;
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::QueryPreferredFormat(GUID* format) {
-    CheckPointer(format, E_POINTER);
-    *format = TIME_FORMAT_MEDIA_TIME;
-    return S_OK;
+    return Put(format, TIME_FORMAT_MEDIA_TIME);
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetTimeFormat(GUID* format) {
-    CheckPointer(format, E_POINTER);
-    *format = frames_ ? TIME_FORMAT_FRAME : TIME_FORMAT_MEDIA_TIME;
-    return S_OK;
+    return Put(format, format_);
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::IsUsingTimeFormat(const GUID* format) {
     CheckPointer(format, E_POINTER);
-    return *format == (frames_ ? TIME_FORMAT_FRAME : TIME_FORMAT_MEDIA_TIME) ? S_OK : S_FALSE;
+    return *format == format_ ? S_OK : S_FALSE;
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::SetTimeFormat(const GUID* format) {
-    CheckPointer(format, E_POINTER);
-    if (!Supports(*format)) {
-        return E_INVALIDARG;
+    const HRESULT supported = IsFormatSupported(format);
+    if (supported == S_OK) {
+        format_ = *format;
     }
-    frames_ = *format == TIME_FORMAT_FRAME;
-    return S_OK;
+    return supported == S_FALSE ? E_INVALIDARG : supported;
+}
+
+HRESULT PinSeeking::Give(LONGLONG* value, REFERENCE_TIME time) const {
+    return Put(value, Convert(time, TIME_FORMAT_MEDIA_TIME, format_, frame_));
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetDuration(LONGLONG* duration) {
-    // The first frame behind the end: as many as there are.
     return Give(duration, target_->Duration());
 }
 
@@ -86,57 +80,48 @@ HRESULT STDMETHODCALLTYPE PinSeeking::GetStopPosition(LONGLONG* stop) {
     return Give(stop, target_->CurrentSegment().stop);
 }
 
-HRESULT STDMETHODCALLTYPE PinSeeking::GetCurrentPosition(LONGLONG*) {
-    return E_NOTIMPL;
-}
-
 HRESULT STDMETHODCALLTYPE PinSeeking::ConvertTimeFormat(LONGLONG* target, const GUID* targetFormat,
                                                         LONGLONG source, const GUID* sourceFormat) {
-    CheckPointer(target, E_POINTER);
-    const GUID used = frames_ ? TIME_FORMAT_FRAME : TIME_FORMAT_MEDIA_TIME;
-    const GUID from = sourceFormat ? *sourceFormat : used;
-    const GUID to = targetFormat ? *targetFormat : used;
-    if (!Supports(from) || !Supports(to)) {
+    const GUID from = sourceFormat ? *sourceFormat : format_;
+    const GUID to = targetFormat ? *targetFormat : format_;
+    if (IsFormatSupported(&from) != S_OK || IsFormatSupported(&to) != S_OK) {
         return E_INVALIDARG;
     }
-    *target = from == to
-                  ? source
-                  : FromTime(ToTime(source, from == TIME_FORMAT_FRAME), to == TIME_FORMAT_FRAME);
-    return S_OK;
+    return Put(target, Convert(source, from, to, frame_));
 }
 
-/// Where a position of SetPositions lies, by its flags; `base` is what it is relative to.
-HRESULT PinSeeking::Moved(LONGLONG* value, DWORD flags, REFERENCE_TIME base,
+/// Where a position of SetPositions lies, kept inside the file; `base` is what it may be relative
+/// to.
+HRESULT PinSeeking::Moved(const LONGLONG* value, DWORD how, REFERENCE_TIME base,
                           REFERENCE_TIME* time) const {
-    const DWORD how = flags & AM_SEEKING_PositioningBitsMask;
     if (how == AM_SEEKING_NoPositioning) {
         return S_OK;
     }
     CheckPointer(value, E_POINTER);
-    if (how == AM_SEEKING_AbsolutePositioning) {
-        *time = ToTime(*value, frames_);
-    } else {
-        *time = ToTime(av_sat_add64(FromTime(base, frames_), *value), frames_);
+    LONGLONG origin = 0;
+    if (how != AM_SEEKING_AbsolutePositioning) {
+        Give(&origin, base);
     }
-    *time = std::clamp<REFERENCE_TIME>(*time, 0, target_->Duration());
+    const LONGLONG place = av_sat_add64(origin, *value);
+    *time = std::clamp<REFERENCE_TIME>(Convert(place, format_, TIME_FORMAT_MEDIA_TIME, frame_), 0,
+                                       target_->Duration());
     return S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::SetPositions(LONGLONG* current, DWORD currentFlags,
                                                    LONGLONG* stop, DWORD stopFlags) {
-    const Segment now = target_->CurrentSegment();
     const DWORD currentHow = currentFlags & AM_SEEKING_PositioningBitsMask;
     const DWORD stopHow = stopFlags & AM_SEEKING_PositioningBitsMask;
-    // Only an end can be so far from a start.
     if (currentHow == AM_SEEKING_IncrementalPositioning) {
-        return E_INVALIDARG;
+        return E_INVALIDARG;  // only an end can be so far from a start
     }
+    const Segment now = target_->CurrentSegment();
     REFERENCE_TIME start = now.start;
     REFERENCE_TIME end = now.stop;
-    HRESULT result = Moved(current, currentFlags, now.start, &start);
+    HRESULT result = Moved(current, currentHow, now.start, &start);
     if (SUCCEEDED(result)) {
-        result = Moved(stop, stopFlags,
-                       stopHow == AM_SEEKING_IncrementalPositioning ? start : now.stop, &end);
+        const bool fromStart = stopHow == AM_SEEKING_IncrementalPositioning;
+        result = Moved(stop, stopHow, fromStart ? start : now.stop, &end);
     }
     if (SUCCEEDED(result) && currentHow != AM_SEEKING_NoPositioning) {
         result = target_->SeekTo(this, start, end);
@@ -157,37 +142,27 @@ HRESULT STDMETHODCALLTYPE PinSeeking::GetPositions(LONGLONG* current, LONGLONG* 
     if (current) {
         Give(current, now.start);
     }
-    if (stop) {
-        Give(stop, now.stop);
-    }
-    return S_OK;
+    return stop ? Give(stop, now.stop) : S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetAvailable(LONGLONG* earliest, LONGLONG* latest) {
     if (earliest) {
         *earliest = 0;
     }
-    return latest ? Give(latest, target_->Duration()) : S_OK;
+    return latest ? GetDuration(latest) : S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::SetRate(double rate) {
     // Written so that what is no number is refused too.
-    if (!(rate > 0.0 && rate <= kFastest)) {
-        return E_INVALIDARG;
-    }
-    return target_->PlayAt(rate);
+    return rate > 0.0 && rate <= kFastest ? target_->PlayAt(rate) : E_INVALIDARG;
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetRate(double* rate) {
-    CheckPointer(rate, E_POINTER);
-    *rate = target_->CurrentSegment().rate;
-    return S_OK;
+    return Put(rate, target_->CurrentSegment().rate);
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetPreroll(LONGLONG* preroll) {
-    CheckPointer(preroll, E_POINTER);
-    *preroll = 0;  // every frame is a key frame
-    return S_OK;
+    return Put<LONGLONG>(preroll, 0);  // every frame is a key frame
 }
 
 }  // namespace nyx::source

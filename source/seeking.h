@@ -1,7 +1,7 @@
 #pragma once
 
 #include "baseclasses/platform.h"
-#include "source/stream_format.h"
+#include "source/libavformat.h"
 
 namespace nyx::source {
 
@@ -33,7 +33,7 @@ class Seekable {
 class PinSeeking : public IMediaSeeking {
   public:
     /// `rate` is the video's, in frames per second; 0 where there is none. `target` outlives this.
-    PinSeeking(Seekable* target, AVRational rate) : target_(target), rate_(rate) {}
+    PinSeeking(Seekable* target, AVRational rate) : target_(target), frame_(av_inv_q(rate)) {}
 
     HRESULT STDMETHODCALLTYPE GetCapabilities(DWORD* capabilities) override;
     HRESULT STDMETHODCALLTYPE CheckCapabilities(DWORD* capabilities) override;
@@ -44,8 +44,8 @@ class PinSeeking : public IMediaSeeking {
     HRESULT STDMETHODCALLTYPE SetTimeFormat(const GUID* format) override;
     HRESULT STDMETHODCALLTYPE GetDuration(LONGLONG* duration) override;
     HRESULT STDMETHODCALLTYPE GetStopPosition(LONGLONG* stop) override;
-    /// Known to renderers alone: `E_NOTIMPL`.
-    HRESULT STDMETHODCALLTYPE GetCurrentPosition(LONGLONG* current) override;
+    /// Known to renderers alone.
+    HRESULT STDMETHODCALLTYPE GetCurrentPosition(LONGLONG*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE ConvertTimeFormat(LONGLONG* target, const GUID* targetFormat,
                                                 LONGLONG source, const GUID* sourceFormat) override;
     HRESULT STDMETHODCALLTYPE SetPositions(LONGLONG* current, DWORD currentFlags, LONGLONG* stop,
@@ -60,15 +60,13 @@ class PinSeeking : public IMediaSeeking {
     ~PinSeeking() = default;
 
   private:
-    bool Supports(const GUID& format) const;
-    REFERENCE_TIME ToTime(LONGLONG value, bool frames) const;
-    LONGLONG FromTime(REFERENCE_TIME time, bool frames) const;
-    HRESULT Moved(LONGLONG* value, DWORD flags, REFERENCE_TIME base, REFERENCE_TIME* time) const;
+    HRESULT Moved(const LONGLONG* value, DWORD how, REFERENCE_TIME base,
+                  REFERENCE_TIME* time) const;
     HRESULT Give(LONGLONG* value, REFERENCE_TIME time) const;
 
     Seekable* const target_;
-    const AVRational rate_;
-    bool frames_ = false;  ///< the format in use
+    const AVRational frame_;  ///< seconds
+    GUID format_ = TIME_FORMAT_MEDIA_TIME;
 };
 
 }  // namespace nyx::source

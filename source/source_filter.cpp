@@ -9,18 +9,12 @@
 
 namespace nyx::source {
 
-const wchar_t kFootageSourceName[] = L"Nyx Footage Source";
-
 CUnknown* CALLBACK FootageSource::Create(LPUNKNOWN outer, HRESULT*) {
     return new (std::nothrow) FootageSource(outer);
 }
 
 FootageSource::FootageSource(LPUNKNOWN outer)
     : CBaseFilter(NAME("Footage source"), outer, &lock_, kFootageSourceClass) {}
-
-FootageSource::~FootageSource() {
-    FinishStreaming();
-}
 
 HRESULT STDMETHODCALLTYPE FootageSource::NonDelegatingQueryInterface(REFIID iid, void** object) {
     if (iid == IID_IFileSourceFilter) {
@@ -76,13 +70,8 @@ HRESULT FootageSource::OpenFile(const wchar_t* path) {
     for (const StreamFormat& stream : file->streams()) {
         const int number = ++counts[stream.video ? 0 : 1];
         const std::wstring name = (stream.video ? L"Video " : L"Audio ") + std::to_wstring(number);
-        if (stream.video) {
-            pins.push_back(std::make_unique<VideoPin>(this, this, &lock_, &result, name.c_str(),
-                                                      stream, rate));
-        } else {
-            pins.push_back(std::make_unique<AudioPin>(this, this, &lock_, &result, name.c_str(),
-                                                      stream, rate));
-        }
+        pins.push_back(
+            std::make_unique<SourcePin>(this, this, &lock_, &result, name.c_str(), stream, rate));
     }
     if (FAILED(result)) {
         return result;
@@ -106,10 +95,6 @@ HRESULT STDMETHODCALLTYPE FootageSource::GetCurFile(LPOLESTR* path, AM_MEDIA_TYP
     }
     *path = nullptr;
     return file_ ? AMGetWideString(path_.c_str(), path) : S_OK;
-}
-
-ULONG STDMETHODCALLTYPE FootageSource::GetMiscFlags() {
-    return AM_FILTER_MISC_FLAGS_IS_SOURCE;
 }
 
 HRESULT STDMETHODCALLTYPE FootageSource::Pause() {
@@ -156,21 +141,22 @@ HRESULT STDMETHODCALLTYPE FootageSource::FindPin(LPCWSTR id, IPin** pin) {
 }
 
 HRESULT FootageSource::StartStreaming() {
-    std::vector<bool> wanted;
     try {
+        std::vector<bool> wanted;
         for (const auto& pin : pins_) {
             wanted.push_back(pin->IsConnected());
         }
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
+        if (std::find(wanted.begin(), wanted.end(), true) == wanted.end()) {
+            return S_OK;
+        }
+        readAhead_->Start(segment_.start, wanted);
+    } catch (const std::exception&) {
+        return E_OUTOFMEMORY;  // there is no memory, or can be no thread
     }
-    if (std::find(wanted.begin(), wanted.end(), true) == wanted.end()) {
-        return S_OK;
-    }
-    HRESULT result = readAhead_->Start(segment_.start, wanted);
     StopPins();
+    HRESULT result = S_OK;
     for (std::size_t i = 0; i < pins_.size() && SUCCEEDED(result); ++i) {
-        if (wanted[i]) {
+        if (pins_[i]->IsConnected()) {
             result = pins_[i]->StartStreaming(readAhead_.get(), i, segment_);
         }
     }
@@ -208,10 +194,6 @@ HRESULT FootageSource::Flush() {
         pin->DeliverEndFlush();
     }
     return StartStreaming();
-}
-
-REFERENCE_TIME FootageSource::Duration() {
-    return file_->duration();
 }
 
 Segment FootageSource::CurrentSegment() {

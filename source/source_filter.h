@@ -8,10 +8,9 @@
 
 namespace nyx::source {
 
-/// The filter's class: {5F2C1E6A-8B0D-4C57-9D3E-7A41B6C9E210}.
 constexpr CLSID kFootageSourceClass = {
     0x5F2C1E6A, 0x8B0D, 0x4C57, {0x9D, 0x3E, 0x7A, 0x41, 0xB6, 0xC9, 0xE2, 0x10}};
-extern const wchar_t kFootageSourceName[];
+constexpr wchar_t kFootageSourceName[] = L"Nyx Footage Source";
 
 /// Plays a file of footage into a graph: one pin a stream, made by Load.
 class FootageSource final : public CBaseFilter,
@@ -21,7 +20,7 @@ class FootageSource final : public CBaseFilter,
   public:
     /// As the class factory wants it.
     static CUnknown* CALLBACK Create(LPUNKNOWN outer, HRESULT* result);
-    ~FootageSource() override;
+    ~FootageSource() override { FinishStreaming(); }
 
     DECLARE_IUNKNOWN
     HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID iid, void** object) override;
@@ -34,22 +33,21 @@ class FootageSource final : public CBaseFilter,
     HRESULT STDMETHODCALLTYPE Pause() override;
 
     /// Opens a file, once: `E_UNEXPECTED` for another. The system's error for a file that cannot be
-    /// read, else VFW_E_UNKNOWN_FILE_TYPE, VFW_E_INVALID_FILE_FORMAT, VFW_E_UNSUPPORTED_STREAM or
-    /// VFW_E_UNSUPPORTED_VIDEO; the filter then is as before. The type is not looked at.
+    /// read, else one of failures.h or `E_OUTOFMEMORY`; the filter then is as before. The type is
+    /// not looked at.
     HRESULT STDMETHODCALLTYPE Load(LPCOLESTR path, const AM_MEDIA_TYPE* type) override;
     /// The name that Load was given, null before.
     HRESULT STDMETHODCALLTYPE GetCurFile(LPOLESTR* path, AM_MEDIA_TYPE* type) override;
+    ULONG STDMETHODCALLTYPE GetMiscFlags() override { return AM_FILTER_MISC_FLAGS_IS_SOURCE; }
 
-    ULONG STDMETHODCALLTYPE GetMiscFlags() override;
-
-  private:
-    explicit FootageSource(LPUNKNOWN outer);
-
-    REFERENCE_TIME Duration() override;
+    REFERENCE_TIME Duration() override { return file_->duration(); }
     Segment CurrentSegment() override;
     HRESULT SeekTo(const void* pin, REFERENCE_TIME start, REFERENCE_TIME stop) override;
     HRESULT StopAt(REFERENCE_TIME stop) override;
     HRESULT PlayAt(double rate) override;
+
+  private:
+    explicit FootageSource(LPUNKNOWN outer);
 
     HRESULT OpenFile(const wchar_t* path);
     HRESULT StartStreaming();

@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
-#include <system_error>
+#include <exception>
 
+#include "source/failures.h"
 #include "source/media_types.h"
 #include "source/sample_clock.h"
 
@@ -22,7 +23,7 @@ bool IsSame(const AM_MEDIA_TYPE& a, const AM_MEDIA_TYPE& b) {
 
 /// Downstream takes nothing more for now, by its own will: a stop, a flush.
 bool IsQuietEnd(HRESULT result) {
-    return result == E_ABORT || result == VFW_E_WRONG_STATE || result == VFW_E_NOT_COMMITTED;
+    return result == kCancelled || result == VFW_E_WRONG_STATE || result == VFW_E_NOT_COMMITTED;
 }
 
 /// Frames of sound that begin before `time`, which is at least 0, from the file's start on.
@@ -45,31 +46,28 @@ HRESULT STDMETHODCALLTYPE SourcePin::NonDelegatingQueryInterface(REFIID iid, voi
     return CBaseOutputPin::NonDelegatingQueryInterface(iid, object);
 }
 
-HRESULT STDMETHODCALLTYPE SourcePin::QueryId(LPWSTR* id) {
-    return AMGetWideString(Name(), id);
-}
-
-HRESULT STDMETHODCALLTYPE SourcePin::Notify(IBaseFilter*, Quality) {
-    return E_NOTIMPL;
-}
-
 HRESULT SourcePin::CheckMediaType(const CMediaType* type) {
-    for (int i = 0; i < MediaTypeCount(format_); ++i) {
-        CMediaType own;
-        const HRESULT result = FillMediaType(format_, i, &own);
-        if (FAILED(result)) {
-            return result;
-        }
+    CMediaType own;
+    HRESULT result = S_OK;
+    for (int i = 0; (result = FillMediaType(format_, i, &own)) == S_OK; ++i) {
         if (IsSame(own, *type)) {
             return S_OK;
         }
     }
-    return VFW_E_TYPE_NOT_ACCEPTED;
+    return FAILED(result) ? result : VFW_E_TYPE_NOT_ACCEPTED;
 }
 
 HRESULT SourcePin::GetMediaType(int position, CMediaType* type) {
     CheckPointer(type, E_POINTER);
     return FillMediaType(format_, position, type);
+}
+
+ALLOCATOR_PROPERTIES SourcePin::Buffers() const {
+    if (format_.video) {
+        return {kVideoBuffers, static_cast<long>(format_.video->largestPacket), 1, 0};
+    }
+    const int frames = format_.audio.rate / kAudioBuffersPerSecond + 1;
+    return {kAudioBuffers, long{frames} * format_.audio.deliveredFrame(), 1, 0};
 }
 
 HRESULT SourcePin::DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* request) {
@@ -80,10 +78,8 @@ HRESULT SourcePin::DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTI
     request->cbBuffer = std::max(request->cbBuffer, needed.cbBuffer);
     ALLOCATOR_PROPERTIES actual{};
     const HRESULT result = allocator->SetProperties(request, &actual);
-    if (FAILED(result)) {
-        return result;
-    }
-    return actual.cbBuffer < needed.cbBuffer || actual.cBuffers < 1 ? E_FAIL : S_OK;
+    const bool enough = actual.cbBuffer >= needed.cbBuffer && actual.cBuffers > 0;
+    return SUCCEEDED(result) && !enough ? E_FAIL : result;
 }
 
 HRESULT SourcePin::StartStreaming(ReadAhead* packets, std::size_t stream, const Segment& segment) {
@@ -94,7 +90,7 @@ HRESULT SourcePin::StartStreaming(ReadAhead* packets, std::size_t stream, const 
     position_ = segment.start;
     try {
         thread_ = std::thread([this] { Stream(); });
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
         return E_OUTOFMEMORY;
     }
     return S_OK;
@@ -113,8 +109,10 @@ void SourcePin::Stream() {
     while (result == S_OK) {
         Packet packet;
         result = packets_->Next(stream_, &packet);
-        if (result == S_OK) {
-            result = DeliverPacket(packet);
+        if (result == S_OK && packet.start >= stop_) {
+            result = S_FALSE;
+        } else if (result == S_OK) {
+            result = format_.video ? DeliverPicture(packet) : DeliverSound(packet);
         }
     }
     packets_->Close(stream_);
@@ -129,32 +127,37 @@ void SourcePin::Stream() {
     }
 }
 
+REFERENCE_TIME SourcePin::InSegment(REFERENCE_TIME time) const {
+    const REFERENCE_TIME offset = Difference(time, segment_.start);
+    return segment_.rate == 1.0
+               ? offset
+               : static_cast<REFERENCE_TIME>(static_cast<double>(offset) / segment_.rate);
+}
+
+/// Delivers what `fill` puts into a buffer, with the times in the segment of those in the file.
 template <class Fill>
-HRESULT SourcePin::DeliverSample(REFERENCE_TIME start, REFERENCE_TIME stop, Fill fill) {
+HRESULT SourcePin::DeliverSample(REFERENCE_TIME start, REFERENCE_TIME stop, std::int64_t bytes,
+                                 Fill fill) {
     IMediaSample* sample = nullptr;
-    HRESULT result = m_pAllocator->GetBuffer(&sample, nullptr, nullptr, 0);
-    if (FAILED(result)) {
+    if (FAILED(m_pAllocator->GetBuffer(&sample, nullptr, nullptr, 0))) {
         return VFW_E_NOT_COMMITTED;  // the one reason to get none
     }
     BYTE* to = nullptr;
-    result = sample->GetPointer(&to);
+    HRESULT result = sample->GetPointer(&to);
+    if (SUCCEEDED(result) && bytes > sample->GetSize()) {
+        result = VFW_E_BUFFER_OVERFLOW;
+    }
     if (SUCCEEDED(result)) {
-        const long length = fill(to, sample->GetSize());
-        const auto inSegment = [this](REFERENCE_TIME time) {
-            const REFERENCE_TIME offset = Difference(time, segment_.start);
-            return segment_.rate == 1.0
-                       ? offset
-                       : static_cast<REFERENCE_TIME>(static_cast<double>(offset) / segment_.rate);
-        };
-        REFERENCE_TIME sampleStart = inSegment(start);
-        REFERENCE_TIME sampleStop = inSegment(stop);
-        sample->SetTime(&sampleStart, &sampleStop);
+        fill(to);
+        REFERENCE_TIME from = InSegment(start);
+        REFERENCE_TIME until = InSegment(stop);
+        sample->SetTime(&from, &until);
         sample->SetMediaTime(nullptr, nullptr);
         sample->SetMediaType(nullptr);
         sample->SetSyncPoint(TRUE);
         sample->SetPreroll(FALSE);
         sample->SetDiscontinuity(discontinuity_);
-        result = length == 0 ? VFW_E_BUFFER_OVERFLOW : sample->SetActualDataLength(length);
+        result = sample->SetActualDataLength(static_cast<long>(bytes));
     }
     if (SUCCEEDED(result)) {
         position_ = start;
@@ -162,66 +165,38 @@ HRESULT SourcePin::DeliverSample(REFERENCE_TIME start, REFERENCE_TIME stop, Fill
         discontinuity_ = result == E_FAIL;
     }
     sample->Release();
-    return result == S_FALSE ? E_ABORT : result;
+    return result == S_FALSE ? kCancelled : result;
 }
 
-ALLOCATOR_PROPERTIES VideoPin::Buffers() const {
-    return {kVideoBuffers, static_cast<long>(format_.video->largestPacket), 1, 0};
-}
-
-HRESULT VideoPin::DeliverPacket(const Packet& packet) {
-    if (packet.start >= stop_) {
-        return S_FALSE;
-    }
+HRESULT SourcePin::DeliverPicture(const Packet& packet) {
     const ByteSpan bytes = packet.bytes();
     const HRESULT result =
-        DeliverSample(packet.start, packet.stop, [bytes](BYTE* to, long room) -> long {
-            if (bytes.size() > static_cast<std::size_t>(room)) {
-                return 0;
-            }
-            std::memcpy(to, bytes.data(), bytes.size());
-            return static_cast<long>(bytes.size());
-        });
+        DeliverSample(packet.start, packet.stop, static_cast<std::int64_t>(bytes.size()),
+                      [bytes](BYTE* to) { std::memcpy(to, bytes.data(), bytes.size()); });
     return result == E_FAIL ? S_OK : result;  // a damaged frame costs no more than itself
 }
 
-ALLOCATOR_PROPERTIES AudioPin::Buffers() const {
-    const int frames = format_.audio.rate / kAudioBuffersPerSecond + 1;
-    return {kAudioBuffers, long{frames} * format_.audio.deliveredFrame(), 1, 0};
-}
-
-HRESULT AudioPin::DeliverPacket(const Packet& packet) {
-    if (packet.start >= stop_) {
-        return S_FALSE;
-    }
+HRESULT SourcePin::DeliverSound(const Packet& packet) {
     const AudioFormat& audio = format_.audio;
     const AVRational clock = av_make_q(1, audio.rate);
-    const ByteSpan bytes = packet.bytes();
-    const auto frames =
-        static_cast<std::int64_t>(bytes.size()) / static_cast<std::int64_t>(audio.storedFrame());
     // Counted in frames of sound from the file's start, so that nothing is rounded twice.
     const std::int64_t begin = av_rescale(packet.start, audio.rate, kUnits);
-    std::int64_t first =
-        std::max<std::int64_t>(0, Difference(FramesBefore(segment_.start, clock), begin));
-    const std::int64_t last = std::min(frames, Difference(FramesBefore(stop_, clock), begin));
+    const std::int64_t frames = packet.data->size / audio.storedFrame();
+    const std::int64_t last = std::min(begin + frames, FramesBefore(stop_, clock));
     const std::int64_t most = Buffers().cbBuffer / audio.deliveredFrame();
+    std::int64_t first = std::max(begin, FramesBefore(segment_.start, clock));
     while (first < last) {
-        const std::int64_t end = std::min(last, first + most);
-        const auto fill = [&](BYTE* to, long room) -> long {
-            const std::int64_t length = (end - first) * audio.deliveredFrame();
-            if (length > room) {
-                return 0;
-            }
-            ConvertPcm(audio.pcm, bytes.data() + first * audio.storedFrame(),
-                       static_cast<std::size_t>((end - first) * audio.channels), to);
-            return static_cast<long>(length);
-        };
-        const HRESULT result =
-            DeliverSample(TimeOfTick(begin + first, clock), TimeOfTick(begin + end, clock), fill);
+        const std::int64_t count = std::min(last - first, most);
+        const BYTE* from = packet.bytes().data() + (first - begin) * audio.storedFrame();
+        const HRESULT result = DeliverSample(
+            TimeOfTick(first, clock), TimeOfTick(first + count, clock),
+            count * audio.deliveredFrame(), [&](BYTE* to) {
+                ConvertPcm(audio.pcm, from, static_cast<std::size_t>(count * audio.channels), to);
+            });
         if (result != S_OK) {
             return result;
         }
-        first = end;
+        first += count;
     }
     return S_OK;
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -12,7 +11,7 @@ namespace nyx::source {
 /// What a video pin says of its stream.
 struct VideoFormat {
     DWORD fourcc = 0;
-    WORD bitCount = 0;
+    WORD bitCount = 0;  ///< as the decoder of the FourCC knows it
     LONG width = 0;
     LONG height = 0;      ///< as shown
     AVRational rate{};    ///< frames per second
@@ -43,16 +42,21 @@ struct StreamFormat {
     AudioFormat audio;  ///< of a stream without video
 };
 
+using Packets = std::vector<LibavPtr<AVPacket>>;
+
 /// How many frames of a stream must be seen before it can be described.
-int FramesToSee(const AVCodecParameters& parameters);
+std::size_t FramesToSee(const AVCodecParameters& parameters);
 
 /// Describes a video stream. `seen` holds its first frames, as many as FramesToSee asks or as there
 /// are. `kUnsupportedStream` for a coding that is not ours, `kUnsupportedVideo` for a variant
 /// without a decoder: predicted pictures, no size, an unknown kind of DV.
-HRESULT DescribeVideo(AVFormatContext* file, AVStream* stream,
-                      const std::vector<LibavPtr<AVPacket>>& seen, VideoFormat* format);
+HRESULT DescribeVideo(AVFormatContext* file, AVStream* stream, const Packets& seen,
+                      VideoFormat* format);
 
 /// Describes an audio stream; false when it is not uncompressed sound with sensible numbers.
 bool DescribeAudio(const AVCodecParameters& parameters, AudioFormat* format);
+
+/// True for a container that counts fields, where libavformat takes a frame to last one.
+bool CountsFields(const AVFormatContext& file);
 
 }  // namespace nyx::source

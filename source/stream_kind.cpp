@@ -5,23 +5,8 @@
 namespace nyx::source {
 namespace {
 
-/// Our own FourCCs, and the bit count where a container has none.
-constexpr StreamKind kTagged[] = {
-    {Coding::kTagged, FourCC("QZTA"), 24}, {Coding::kTagged, FourCC("QZT2"), 24},
-    {Coding::kTagged, FourCC("QLLC"), 24}, {Coding::kTagged, FourCC("QMIC"), 24},
-    {Coding::kTagged, FourCC("Q210"), 20}, {Coding::kTagged, FourCC("QDVC"), 24},
-    {Coding::kTagged, FourCC("QDV5"), 24}, {Coding::kTagged, FourCC("QDVH"), 24},
-};
-
-struct CodecRow {
-    AVCodecID codec;
-    StreamKind kind;
-};
-constexpr CodecRow kCodecs[] = {
-    {AV_CODEC_ID_DVVIDEO, {Coding::kDv, 0, 24}},
-    {AV_CODEC_ID_MPEG2VIDEO, {Coding::kMpeg2, FourCC("QMIC"), 24}},
-    {AV_CODEC_ID_V210, {Coding::kTenBit, FourCC("Q210"), 20}},
-};
+constexpr DWORD kTags[] = {FourCC("QZTA"), FourCC("QZT2"), FourCC("QLLC"), FourCC("QMIC"),
+                           FourCC("Q210"), FourCC("QDVC"), FourCC("QDV5"), FourCC("QDVH")};
 
 struct DvRow {
     int lines;
@@ -33,45 +18,32 @@ constexpr DvRow kDv[] = {
     {576, 2, FourCC("QDV5")}, {1080, 4, FourCC("QDVH")}, {720, 2, FourCC("QDVH")},
 };
 
-struct LinesRow {
-    int width;
-    int coded;
-    int shown;
-};
-constexpr LinesRow kLines[] = {
-    {720, 608, 576},  // SMPTE 356M, 625 lines
-    {720, 512, 486},  // SMPTE 356M, 525 lines
-    {1440, 1088, 1080},
-    {1920, 1088, 1080},
-};
-
 // ISO/IEC 13818-2, table 6-1.
 constexpr BYTE kPictureStart = 0x00;
-constexpr BYTE kFirstSlice = 0x01;
-constexpr BYTE kLastSlice = 0xAF;
 constexpr BYTE kSequenceHeader = 0xB3;
 constexpr int kIntraPicture = 1;
 
 }  // namespace
 
-std::optional<StreamKind> StreamKindOf(const AVCodecParameters& parameters) {
+Coding CodingOf(const AVCodecParameters& parameters) {
     if (parameters.codec_type != AVMEDIA_TYPE_VIDEO) {
-        return std::nullopt;
+        return Coding::kOther;
     }
-    for (StreamKind kind : kTagged) {
-        if (kind.fourcc == parameters.codec_tag) {
-            if (parameters.bits_per_coded_sample > 0 && parameters.bits_per_coded_sample <= 64) {
-                kind.bitCount = static_cast<WORD>(parameters.bits_per_coded_sample);
-            }
-            return kind;
+    for (const DWORD tag : kTags) {
+        if (tag == parameters.codec_tag) {
+            return Coding::kTagged;
         }
     }
-    for (const CodecRow& row : kCodecs) {
-        if (row.codec == parameters.codec_id) {
-            return row.kind;
-        }
+    switch (parameters.codec_id) {
+        case AV_CODEC_ID_DVVIDEO:
+            return Coding::kDv;
+        case AV_CODEC_ID_MPEG2VIDEO:
+            return Coding::kMpeg2;
+        case AV_CODEC_ID_V210:
+            return Coding::kTenBit;
+        default:
+            return Coding::kOther;
     }
-    return std::nullopt;
 }
 
 DWORD DvFourCC(const AVDVProfile& profile) {
@@ -84,16 +56,15 @@ DWORD DvFourCC(const AVDVProfile& profile) {
 }
 
 bool DvIsWide(ByteSpan frame) {
-    // The first sequence's VAUX source control pack, IEC 61834-4: DIF block 5, pack 9, and the
-    // header block's application id, which tells how to read the pack's display field.
-    constexpr std::size_t kSourceControl = 80 * 5 + 48 + 5;
-    constexpr BYTE kSourceControlPack = 0x61;
-    const std::optional<BYTE> last = frame.ByteAt(kSourceControl + 2);
-    if (!last || frame.data()[kSourceControl] != kSourceControlPack) {
+    // The first sequence's VAUX source control pack, IEC 61834-4: DIF block 5, pack 9. The header
+    // block's application id tells how to read the pack's display field.
+    constexpr std::size_t kPack = 80 * 5 + 48 + 5;
+    constexpr BYTE kSourceControl = 0x61;
+    if (!frame.Holds(kPack, 5) || frame.data()[kPack] != kSourceControl) {
         return false;
     }
-    const int display = *last & 7;
-    return display == 2 || ((frame.data()[4] & 7) == 0 && display == 7);
+    const int display = frame.data()[kPack + 2] & 7;
+    return display == 2 || (display == 7 && (frame.data()[4] & 7) == 0);
 }
 
 MpegPicture ReadMpegPicture(ByteSpan frame) {
@@ -103,25 +74,26 @@ MpegPicture ReadMpegPicture(ByteSpan frame) {
         if (code[0] != 0 || code[1] != 0 || code[2] != 1) {
             continue;
         }
-        if (code[3] == kSequenceHeader) {
-            picture.aspectCode = code[7] >> 4;
-        } else if (code[3] == kPictureStart) {
+        if (code[3] == kPictureStart) {
             picture.intra = (code[5] >> 3 & 7) == kIntraPicture;
             break;
-        } else if (code[3] >= kFirstSlice && code[3] <= kLastSlice) {
-            break;
+        }
+        if (code[3] == kSequenceHeader) {  // table 6-3; other codes are square pixels or unused
+            const int aspect = code[7] >> 4;
+            picture.aspect = aspect == 2 ? AVRational{4, 3} : AVRational{aspect == 3 ? 16 : 0, 9};
         }
     }
     return picture;
 }
 
 int ShownLines(int width, int codedLines) {
-    for (const LinesRow& row : kLines) {
-        if (row.width == width && row.coded == codedLines) {
-            return row.shown;
-        }
+    if (width == 720 && codedLines == 608) {
+        return 576;  // SMPTE 356M, 625 lines
     }
-    return codedLines;
+    if (width == 720 && codedLines == 512) {
+        return 486;  // and 525 lines
+    }
+    return codedLines == 1088 ? 1080 : codedLines;
 }
 
 }  // namespace nyx::source
