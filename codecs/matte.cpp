@@ -46,6 +46,20 @@ const MatteRow* RowOf(const PixelFormatRow& format) {
     return row == std::end(kRows) ? nullptr : row;
 }
 
+template <std::size_t kBytes>
+void CleanRows(const SurfaceFormat& surface, const MatteRow layout) {
+    for (LONG y = 0; y < surface.height; ++y) {
+        BYTE* pixel = surface.data + std::ptrdiff_t{y} * surface.stride;
+        for (LONG x = 0; x < surface.width; ++x, pixel += kBytes) {
+            DWORD first;
+            std::memcpy(&first, pixel, sizeof(first));
+            if ((first & layout.alpha) - layout.lowest > layout.highest - layout.lowest) {
+                std::memcpy(pixel, layout.black, kBytes);
+            }
+        }
+    }
+}
+
 }  // namespace
 
 void CleanMatte(const SurfaceFormat& surface) {
@@ -53,17 +67,10 @@ void CleanMatte(const SurfaceFormat& surface) {
     if (!found) {
         return;
     }
-    const MatteRow layout = *found;
-    for (LONG y = 0; y < surface.height; ++y) {
-        BYTE* pixel = surface.data + std::ptrdiff_t{y} * surface.stride;
-        for (LONG x = 0; x < surface.width; ++x, pixel += layout.pixelBytes) {
-            DWORD first;
-            std::memcpy(&first, pixel, sizeof(first));
-            if ((first & layout.alpha) - layout.lowest > layout.highest - layout.lowest) {
-                std::memcpy(pixel, layout.black, layout.pixelBytes);
-            }
-        }
-    }
+    const auto clean = found->pixelBytes == 4   ? &CleanRows<4>
+                       : found->pixelBytes == 8 ? &CleanRows<8>
+                                                : &CleanRows<16>;
+    clean(surface, *found);
 }
 
 }  // namespace nyx

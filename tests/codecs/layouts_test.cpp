@@ -213,7 +213,7 @@ void CheckBlocks(LONG pairBytes, std::vector<DWORD> clear) {
         for (LONG i = 0; i < 512; ++i) {  // every luma, every chroma, the alpha and its complement
             const LONG low = i % 32 < 16 ? i % 16 : i % 8 * 2 + alpha % 2;
             block.data()[i] = static_cast<BYTE>(i / 32 * 16 + low);
-            block.data()[512 + i] = static_cast<BYTE>(i % 2 == 0 ? alpha : 255 - alpha);
+            block.data()[512 + i] = static_cast<BYTE>((i + i / 32) % 2 == 0 ? alpha : 255 - alpha);
         }
         const LONG width = alpha % 22 - 1, rows = alpha % 18 - 1;
         CheckBlock<kLayout, kOpaque>(block, pairBytes, width, rows, alpha % 2 == 0);
@@ -262,6 +262,8 @@ TEST(Blocks, ReadWhatNoWriterStoresByClampingAndTakeChromaFromTheEvenPixel) {
     EXPECT_EQ(BlockPair(block, 0), (Pair{16, 25, 128, 128, 0, 255}));
     ReadAlphaBlock<PackedLayout::kR4fl, kOne>(floats, 32, 5, 6, block, 2, 1);
     EXPECT_EQ(BlockPair(block, 0), (Pair{0, 255, 0, 255, 255, 0}));
+    ReadAlphaBlock<PackedLayout::kR4fl, kOther>(floats, 32, 5, 6, block, 2, 1);
+    EXPECT_EQ(BlockPair(block, 0), (Pair{0, 16, 128, 128, 255, 0}));
 }
 
 int WordAt(const BYTE* words, LONG i) {
@@ -339,8 +341,8 @@ void CheckRows(PackedLayout layout, LONG pairBytes) {
         const Kind kind = !rows.kAlpha ? kOpaque : weighed ? kPremultiplied : kStraight;
         rows.picture.Expect(layout, kind, pairAt, rows.again);
         for (LONG x = 0; x < width / 2 * 2; ++x) {
-            const bool opaque = kIndex == 25 || rows.Alpha(1, x) > 1020;
-            ASSERT_EQ(WordAt(rows.backAlpha.data(), width + x) > 1020, opaque) << x;
+            const int alpha = kIndex == 25 ? 1023 : rows.Alpha(1, x);
+            ASSERT_NEAR(WordAt(rows.backAlpha.data(), width + x), alpha, kIndex == 15 ? 6 : 2) << x;
         }
         ASSERT_TRUE(width % 2 == 0 || WordAt(rows.back.data(), 4 * width - 1) == 0xA5A5);
     }
@@ -398,6 +400,24 @@ TEST(WorkingRows, BecomeDeepRgbByTheMatrixOfTheirDefinition) {
     CheckDeepRgb<21>(0.299, 0.114);
 }
 
+/// The first pixel of a picture of the bytes 0, 0, 9, 9, ... : its alpha and its luma.
+template <int kIndex>
+std::pair<int, int> ReadPremultiplied() {
+    Bytes picture(32, 9), samples(8), alpha(4);
+    picture[0] = picture[1] = 0;
+    ReadWorkingRows<kIndex, AlphaUse::kPremultiplied>(picture.data(), 32, samples.data(), 8,
+                                                      alpha.data(), 4, 2, 1);
+    return {WordAt(alpha.data(), 0), WordAt(samples.data(), 0)};
+}
+
+TEST(WorkingRows, ReadAnOpaquePictureWithoutItsAlphaAndAClearPixelAsBlack) {
+    EXPECT_EQ(ReadPremultiplied<14>(), std::pair(1023, 0));
+    EXPECT_EQ(ReadPremultiplied<16>(), std::pair(1023, 64));
+    EXPECT_EQ(ReadPremultiplied<18>().first, 1023);
+    EXPECT_EQ(ReadPremultiplied<20>(), std::pair(0, 64));
+    EXPECT_EQ(ReadPremultiplied<22>().first, 1023);
+}
+
 TEST(WorkingRows, KeepV210SamplesAsTheyAreIfTheRowFits) {
     for (LONG width = 2; width <= 50; width += 2) {
         const LONG groups = (width + 5) / 6;
@@ -415,12 +435,12 @@ TEST(WorkingRows, KeepV210SamplesAsTheyAreIfTheRowFits) {
             ASSERT_TRUE(row == 1 || at[groups * 16] == kGuard);
         }
     }
-    const Bytes samples(4 * 48);
-    Bytes picture(256, kGuard);
-    for (const LONG stride : {127, 0, -127}) {
-        WriteWorkingRows<13, AlphaUse::kStraight>(&picture[128], stride, samples.data(), 0, nullptr,
-                                                  0, 48, 1);
-        EXPECT_EQ(picture, Bytes(256, kGuard));
+    const Bytes samples(4 * 50);
+    Bytes picture(288, kGuard);
+    for (const LONG stride : {143, 0, -143}) {
+        WriteWorkingRows<13, AlphaUse::kStraight>(&picture[144], stride, samples.data(), 0, nullptr,
+                                                  0, 50, 1);
+        EXPECT_EQ(picture, Bytes(288, kGuard));
     }
 }
 
