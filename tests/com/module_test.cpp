@@ -329,32 +329,6 @@ TEST_F(Registration, TheSystemFindsEveryFilterByCategoryMeritAndTypes) {
     }
 }
 
-TEST_F(Registration, AGraphPutsTheDecoderBetweenSourceAndSinkByItself) {
-    for (const CatalogueRow& row : Catalogue()) {
-        if (row.IsEncoder()) {
-            continue;
-        }
-        const auto source = Make<End>(PINDIR_OUTPUT);
-        const auto sink = Make<End>(PINDIR_INPUT);
-        source->pin.proposals = {row.InputType()};
-        sink->pin.accept = [&](const MediaType& type) {
-            return type.subtype == row.OutputType().subtype ? S_OK : S_FALSE;
-        };
-        ComPtr<IGraphBuilder> builder;
-        ASSERT_EQ(CoCreateInstance(CLSID_FilterGraphNoThread, nullptr, CLSCTX_INPROC_SERVER,
-                                   IID_IGraphBuilder, &builder),
-                  S_OK);
-        builder->AddFilter(source.Get(), L"source");
-        builder->AddFilter(sink.Get(), L"sink");
-        ASSERT_EQ(builder->Connect(&source->pin, &sink->pin), S_OK) << row.name;
-        PIN_INFO info{};
-        ASSERT_EQ(source->pin.peer->QueryPinInfo(&info), S_OK);
-        CLSID clsid{};
-        EXPECT_EQ(Adopt(info.pFilter)->GetClassID(&clsid), S_OK);
-        EXPECT_EQ(clsid, row.clsid);
-    }
-}
-
 TEST_F(Registration, AFolderNamedInAnyScriptIsRegisteredAsItIs) {
     const TemporaryFolder folder(L"\u03A9\u0436\u65E5");
     const std::wstring path = folder.PathOf(L"nyxcodecs.dll");

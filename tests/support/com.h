@@ -3,12 +3,21 @@
 /// @file
 /// COM as the tests need it: the platform's smart pointer, and objects of the suite's own.
 
+// Without this dshow.h turns the plain string functions into errors.
+#define NO_DSHOW_STRSAFE
+#include <dshow.h>
+// dvdmedia.h wants dshow.h first.
+#include <dvdmedia.h>
 #include <wrl/client.h>
 
 #include <atomic>
 #include <utility>
 
-#include "tests/support/directshow.h"
+// Ids that the cross compiler's headers do not tie to their interfaces.
+__CRT_UUID_DECL(IPinConnection, 0x4a9a62d3, 0x27d4, 0x403d, 0x91, 0xe9, 0x89, 0xf5, 0x40, 0xe5,
+                0x55, 0x34)
+__CRT_UUID_DECL(IMediaPosition, 0x56a868b2, 0x0ad4, 0x11ce, 0xb0, 0x3a, 0x00, 0x20, 0xaf, 0x0b,
+                0xa7, 0x70)
 
 namespace nyx::test {
 
@@ -63,8 +72,6 @@ template <class Primary, class... More>
 class Object : public Primary, public More... {
   public:
     Object() { ++liveObjects; }
-    Object(const Object&) = delete;
-    Object& operator=(const Object&) = delete;
 
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
         *object = iid == IID_IUnknown ? static_cast<Primary*>(this) : Find(iid);

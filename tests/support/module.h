@@ -33,8 +33,6 @@ struct LoadedModule {
         Find(&UnregisterServer, "DllUnregisterServer");
     }
     ~LoadedModule() { FreeLibrary(handle); }
-    LoadedModule(const LoadedModule&) = delete;
-    LoadedModule& operator=(const LoadedModule&) = delete;
 
     /// Creates an object through its class factory.
     HRESULT Create(REFCLSID clsid, IUnknown* outer, REFIID iid, void** object) const {

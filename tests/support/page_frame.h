@@ -60,8 +60,6 @@ class PageFrame {
         Pump();
         site->statuses.clear();
     }
-    PageFrame(const PageFrame&) = delete;
-    PageFrame& operator=(const PageFrame&) = delete;
     ~PageFrame() {
         page->Deactivate();
         page->SetObjects(0, nullptr);

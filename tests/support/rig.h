@@ -293,8 +293,6 @@ struct Rig {
     /// Throws std::runtime_error when the filter cannot be made.
     explicit Rig(const CatalogueRow& filterRow) : Rig(filterRow, filterRow.stream) {}
     Rig(const CatalogueRow& filterRow, const Stream& inputStream);
-    Rig(const Rig&) = delete;
-    Rig& operator=(const Rig&) = delete;
     ~Rig();
 
     const CatalogueRow& row;

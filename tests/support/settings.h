@@ -22,8 +22,6 @@ class PrivateUserRegistry {
         }
         RegCloseKey(key);
     }
-    PrivateUserRegistry(const PrivateUserRegistry&) = delete;
-    PrivateUserRegistry& operator=(const PrivateUserRegistry&) = delete;
     ~PrivateUserRegistry() {
         RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
         RegDeleteTreeW(HKEY_CURRENT_USER, path_.c_str());
@@ -59,8 +57,6 @@ struct TemporaryFolder {
                (L"nyx-" + name + L"-" + std::to_wstring(GetCurrentProcessId()))) {
         std::filesystem::create_directory(path);
     }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
     ~TemporaryFolder() {
         std::error_code ignored;
         std::filesystem::remove_all(path, ignored);

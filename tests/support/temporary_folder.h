@@ -10,8 +10,6 @@ class TemporaryFolder {
     /// `name` becomes part of the folder's name and may hold any letters. Throws
     /// std::runtime_error when the folder cannot be made.
     explicit TemporaryFolder(const std::wstring& name);
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
     ~TemporaryFolder();
 
     /// The full path of a file in it.
