@@ -159,22 +159,20 @@ const struct StreamShown {
     DWORD interlaceFlags;
     DWORD aspectX;
     DWORD aspectY;
-} kStreams[] = {
-    {{1920, 1080, 400000}, 0xA5, 16, 9}, {{1440, 1080, 333666}, 0xA5, 16, 9},
-    {{1280, 1080, 400000}, 0xA5, 16, 9}, {{1280, 720, 333666}, 0, 16, 9},
-    {{960, 720, 200000}, 0, 16, 9},      {{720, 576, 400000}, 0xA1, 4, 3},
-    {{720, 576, 333667}, 0, 4, 3},       {{720, 486, 333666}, 0xA5, 4, 3},
-    {{720, 480, 333666}, 0xA1, 27, 20},  {{720, 480, 0}, 0, 27, 20},
-    {{640, 480, 400000}, 0, 27, 20},     {{320, 240, 400000}, 0, 27, 20},
-    {{160, 120, 400000}, 0, 27, 20},     {{800, 600, 400000}, 0, 4, 3},
-    {{352, 480, 333666}, 0, 27, 20},     {{352, 240, 333666}, 0, 27, 20},
-    {{352, 288, 400000}, 0, 176, 135},   {{176, 144, 400000}, 0, 176, 135},
-    {{1280, 1024, 400000}, 0, 5, 4},     {{1280, 960, 400000}, 0, 4, 3},
-    {{1024, 768, 400000}, 0, 4, 3},      {{704, 480, 333666}, 0, 33, 25},
-    {{704, 576, 400000}, 0, 176, 135},   {{1024, 576, 400000}, 0xA1, 16, 9},
-    {{856, 480, 333666}, 0xA1, 107, 60}, {{1000, 1000, 400000}, 0, 1, 1},
-    {{96, 16, 0x10000061A80}, 0, 6, 1},
-};
+} kStreams[] = {{{1920, 1080, 400000}, 0xA5, 16, 9}, {{1440, 1080, 333666}, 0xA5, 16, 9},
+                {{1280, 1080, 400000}, 0xA5, 16, 9}, {{1280, 720, 333666}, 0, 16, 9},
+                {{960, 720, 200000}, 0, 16, 9},      {{720, 576, 400000}, 0xA1, 4, 3},
+                {{720, 576, 333667}, 0, 4, 3},       {{720, 486, 333666}, 0xA5, 4, 3},
+                {{720, 480, 333666}, 0xA1, 27, 20},  {{720, 480, 0}, 0, 27, 20},
+                {{640, 480, 400000}, 0, 27, 20},     {{320, 240, 400000}, 0, 27, 20},
+                {{160, 120, 400000}, 0, 27, 20},     {{800, 600, 400000}, 0, 4, 3},
+                {{352, 480, 333666}, 0, 27, 20},     {{352, 240, 333666}, 0, 27, 20},
+                {{352, 288, 400000}, 0, 176, 135},   {{176, 144, 400000}, 0, 176, 135},
+                {{1280, 1024, 400000}, 0, 5, 4},     {{1280, 960, 400000}, 0, 4, 3},
+                {{1024, 768, 400000}, 0, 4, 3},      {{704, 480, 333666}, 0, 33, 25},
+                {{704, 576, 400000}, 0, 176, 135},   {{1024, 576, 400000}, 0xA1, 16, 9},
+                {{856, 480, 333666}, 0xA1, 107, 60}, {{1000, 1000, 400000}, 0, 1, 1},
+                {{96, 16, 0x10000061A80}, 0, 6, 1}};
 
 class OfferedTypesOf : public RowTest {};
 NYX_FOR_ROWS(OfferedTypesOf, Rows({"Q210Decoder", "ZetaDecoder", "ZetaAlphaDecoder"}));
@@ -280,8 +278,7 @@ TEST_P(Decoders, AnOutputTypeIsTakenByKindAndSize) {
         {MEDIASUBTYPE_RGB32, 24, 0, 0, 40, S_OK},     {MEDIASUBTYPE_RGB32, 32, 0, 0, 40, S_OK},
         {MEDIASUBTYPE_RGB32, 16, 0, 0, 40, S_FALSE},  {MEDIASUBTYPE_ARGB32, 24, 0, 0, 40, alpha},
         {MEDIASUBTYPE_ARGB32, 32, 0, 0, 40, S_FALSE}, {MEDIASUBTYPE_ARGB32, 16, 0, 0, 40, S_FALSE},
-        {MEDIASUBTYPE_RGB565, 16, 0, 0, 40, S_FALSE},
-    };
+        {MEDIASUBTYPE_RGB565, 16, 0, 0, 40, S_FALSE}};
     for (const auto& c : table) {
         SCOPED_TRACE(&c - table);
         MediaType type = row().OutputType(c.subtype == MEDIASUBTYPE_YUY2 ? 0 : 1);
@@ -369,15 +366,13 @@ TEST_P(Negotiation, RequestsHaveWildcardsAndTheReceiversOwnProposalsComeFirst) {
     const struct {
         MediaType request;
         std::size_t expected;
-    } table[] = {
-        {PartialType(GUID_NULL, GUID_NULL, GUID_NULL), 0},
-        {PartialType(MEDIATYPE_Video, GUID_NULL, GUID_NULL), 0},
-        {PartialType(GUID_NULL, last, GUID_NULL), count - 1},
-        {shortForm, count},
-        {PartialType(MEDIATYPE_Audio, GUID_NULL, GUID_NULL), kNone},
-        {PartialType(GUID_NULL, MEDIASUBTYPE_RGB565, GUID_NULL), kNone},
-        {PartialType(GUID_NULL, GUID_NULL, FORMAT_WaveFormatEx), kNone},
-    };
+    } table[] = {{PartialType(GUID_NULL, GUID_NULL, GUID_NULL), 0},
+                 {PartialType(MEDIATYPE_Video, GUID_NULL, GUID_NULL), 0},
+                 {PartialType(GUID_NULL, last, GUID_NULL), count - 1},
+                 {shortForm, count},
+                 {PartialType(MEDIATYPE_Audio, GUID_NULL, GUID_NULL), kNone},
+                 {PartialType(GUID_NULL, MEDIASUBTYPE_RGB565, GUID_NULL), kNone},
+                 {PartialType(GUID_NULL, GUID_NULL, FORMAT_WaveFormatEx), kNone}};
     for (const auto& c : table) {
         const bool found = c.expected != kNone;
         EXPECT_EQ(rig.ConnectOutput(c.request), found ? S_OK : VFW_E_NO_ACCEPTABLE_TYPES);

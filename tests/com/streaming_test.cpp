@@ -276,7 +276,7 @@ TEST_P(Streaming, ALateStreamDropsFramesUntilItHasCaughtUpAndTellsTheGraphOnce) 
         {kFrame / 2, true, false, true, false},  // not late by a frame
         {3 * kFrame, true, false, false, true},
         {10 * kFrame, false, false, true, false},  // never without stop times
-        {50 * kFrame, true, true, false, false},   // stopping forgets it
+        {50 * kFrame, true, true, false, false}    // stopping forgets it
     };
     for (const auto& c : table) {
         SCOPED_TRACE(c.late);
@@ -521,19 +521,17 @@ TEST_P(FrameParameters, FollowTheChunksOfTheFrames) {
         LONG x, y;
         DWORD code, upstream;  // flags that upstream set
         DWORD interlaced;
-    } table[] = {
-        {4, 3, 0, kWeave, 0xA5},
-        {4, 3, 0, 0, 0xA5},
-        {4, 3, 1, kField1First, 0xA1},
-        {1, 1, 2, kField1First, 0},
-        {1, 1, 3, kField1First, 0},
-        {0, 0, 2, 0, 0},
-        {5, 0, 2, 0, 0},
-        {0, 7, 0, 0, 0xA5},
-        {-1, -1, 2, 0, 0},
-        {-4, 3, 2, 0, 0},
-        {0x7FFFFFF, -3, 2, 0, 0},
-    };
+    } table[] = {{4, 3, 0, kWeave, 0xA5},
+                 {4, 3, 0, 0, 0xA5},
+                 {4, 3, 1, kField1First, 0xA1},
+                 {1, 1, 2, kField1First, 0},
+                 {1, 1, 3, kField1First, 0},
+                 {0, 0, 2, 0, 0},
+                 {5, 0, 2, 0, 0},
+                 {0, 7, 0, 0, 0xA5},
+                 {-1, -1, 2, 0, 0},
+                 {-4, 3, 2, 0, 0},
+                 {0x7FFFFFF, -3, 2, 0, 0}};
     Start(0);
     MediaType before = ConnectionType(rig.output);
     for (const auto& c : table) {
