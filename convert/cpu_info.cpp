@@ -148,6 +148,11 @@ bool HardwareSseUsable() {
 #endif
 }
 
+/// Filled while the program or library loads, which happens once and on one thread. A static inside
+/// the function would be guarded by the compiler's thread runtime, which keeps a thread-local slot
+/// and a record of the thread when the library is unloaded.
+const CpuInfo thisProcessor = FillCpuInfo({HardwareCpuid, HardwareXcr0, HardwareSseUsable});
+
 }  // namespace
 
 CpuInfo FillCpuInfo(const CpuSource& source) {
@@ -169,8 +174,7 @@ CpuInfo FillCpuInfo(const CpuSource& source) {
 }
 
 const CpuInfo& GetCpuInfo() {
-    static const CpuInfo info = FillCpuInfo({HardwareCpuid, HardwareXcr0, HardwareSseUsable});
-    return info;
+    return thisProcessor;
 }
 
 LONG HasCpuFeature(const CpuInfo& info, LONG index) {

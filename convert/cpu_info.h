@@ -48,8 +48,8 @@ struct CpuSource {
 /// Fills a record. Throws only what the source throws.
 CpuInfo FillCpuInfo(const CpuSource& source);
 
-/// The record of this processor, filled on the first call; concurrent first callers wait for it.
-/// Callable on any thread.
+/// The record of this processor, filled while the program or library loads. Callable on any thread
+/// once static objects are made.
 const CpuInfo& GetCpuInfo();
 
 /// Answers an index from `info`; 1 or 0 for flags. Every index is 0 when the processor

@@ -25,12 +25,12 @@ Function RealFunction(const wchar_t* library, const char* name) {
 }
 
 void* __stdcall TaskAllocate(SIZE_T size) {
-    static const auto real = RealFunction<decltype(&TaskAllocate)>(L"ole32", "CoTaskMemAlloc");
+    const auto real = RealFunction<decltype(&TaskAllocate)>(L"ole32", "CoTaskMemAlloc");
     return RunsOut() ? nullptr : real(size);
 }
 
 SIZE_T __stdcall Query(const void* address, MEMORY_BASIC_INFORMATION* told, SIZE_T size) {
-    static const auto real = RealFunction<decltype(&Query)>(L"kernel32", "VirtualQuery");
+    const auto real = RealFunction<decltype(&Query)>(L"kernel32", "VirtualQuery");
     ++starved.queries;
     const SIZE_T result = starved.answer == Answer::kUnknown ? 0 : real(address, told, size);
     if (starved.answer == Answer::kReserved) {

@@ -1,0 +1,113 @@
+// What the compiler's static runtime asks of a thread library, by the system's own means. Its usual
+// one is made for programs: linked into a library that a host loads and frees, it hooks the
+// process's exceptions and leaves a thread-local slot, of which a process has 1088, and two handles
+// at every unload. Nothing here starts a thread, waits for a condition or guards a static object;
+// code that does brings in the usual library, and the linker then reports these names twice.
+
+#include <pthread.h>
+#include <windows.h>
+
+namespace __gnu_cxx {
+void __freeres();  // frees the reserve for exceptions; libstdc++ declares it in no header
+}
+
+namespace {
+
+constexpr pthread_mutex_t kFree = PTHREAD_MUTEX_INITIALIZER;
+constexpr pthread_mutex_t kHeld = 1;
+
+/// The runtime makes one key, for its thread-local objects.
+DWORD key = FLS_OUT_OF_INDEXES;
+void (*destroyValue)(void*) = nullptr;
+
+void WINAPI DestroyValue(void* value) {
+    if (destroyValue && value) {
+        destroyValue(value);
+    }
+}
+
+BOOL WINAPI CallOnce(INIT_ONCE*, void* function, void**) {
+    reinterpret_cast<void (*)()>(function)();
+    return TRUE;
+}
+
+/// The process ends: its other threads are gone, perhaps with the lock of the heap.
+bool ProcessEnds() {
+    const auto asks = reinterpret_cast<BOOLEAN(WINAPI*)()>(reinterpret_cast<void*>(
+        GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "RtlDllShutdownInProgress")));
+    return !asks || asks();
+}
+
+/// The first object to be made and so the last to go: gives back what the runtime would leave
+/// behind, all threads' values of the key and the reserve for exceptions.
+struct Unloading {
+    ~Unloading() {
+        if (ProcessEnds()) {
+            return;
+        }
+        if (key != FLS_OUT_OF_INDEXES) {
+            FlsFree(key);
+        }
+        __gnu_cxx::__freeres();
+    }
+};
+__attribute__((init_priority(101))) Unloading unloading;
+
+}  // namespace
+
+extern "C" {
+
+int pthread_once(pthread_once_t* once, void (*function)()) {
+    static_assert(sizeof(*once) == sizeof(INIT_ONCE) && PTHREAD_ONCE_INIT == 0);
+    InitOnceExecuteOnce(reinterpret_cast<INIT_ONCE*>(once), CallOnce,
+                        reinterpret_cast<void*>(function), nullptr);
+    return 0;
+}
+
+int pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t*) {
+    *mutex = kFree;
+    return 0;
+}
+
+int pthread_mutex_destroy(pthread_mutex_t*) {
+    return 0;
+}
+
+// Held for moments only: while a reserve is taken, a list searched, or a file read.
+int pthread_mutex_lock(pthread_mutex_t* mutex) {
+    static_assert(sizeof(*mutex) == sizeof(LONG));
+    for (DWORD pause = 0; InterlockedExchange(reinterpret_cast<LONG*>(mutex), kHeld) == kHeld;
+         pause = 1) {
+        Sleep(pause);
+    }
+    return 0;
+}
+
+int pthread_mutex_unlock(pthread_mutex_t* mutex) {
+    InterlockedExchange(reinterpret_cast<LONG*>(mutex), kFree);
+    return 0;
+}
+
+int pthread_key_create(pthread_key_t* created, void (*destroy)(void*)) {
+    if (key != FLS_OUT_OF_INDEXES) {
+        return EAGAIN;
+    }
+    destroyValue = destroy;
+    key = FlsAlloc(DestroyValue);
+    *created = key;
+    return key == FLS_OUT_OF_INDEXES ? EAGAIN : 0;
+}
+
+void* pthread_getspecific(pthread_key_t of) {
+    // The caller of a runtime function may have a system error to read yet.
+    const DWORD error = GetLastError();
+    void* value = FlsGetValue(of);
+    SetLastError(error);
+    return value;
+}
+
+int pthread_setspecific(pthread_key_t of, const void* value) {
+    return FlsSetValue(of, const_cast<void*>(value)) ? 0 : ENOMEM;
+}
+
+}  // extern "C"
