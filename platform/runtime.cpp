@@ -1,11 +1,14 @@
 // What the compiler's static runtime asks of a thread library, by the system's own means. Its usual
 // one is made for programs: linked into a library that a host loads and frees, it hooks the
 // process's exceptions and leaves a thread-local slot, of which a process has 1088, and two handles
-// at every unload. Nothing here starts a thread, waits for a condition or guards a static object;
-// code that does brings in the usual library, and the linker then reports these names twice.
+// at every unload. No library of ours that is linked with this starts a thread by std::thread,
+// waits for a std::condition_variable or has a static object inside a function: that would bring in
+// the usual library, and the linker would report these names twice.
 
 #include <pthread.h>
 #include <windows.h>
+
+#include <cerrno>
 
 namespace __gnu_cxx {
 void __freeres();  // frees the reserve for exceptions; libstdc++ declares it in no header
@@ -108,6 +111,14 @@ void* pthread_getspecific(pthread_key_t of) {
 
 int pthread_setspecific(pthread_key_t of, const void* value) {
     return FlsSetValue(of, const_cast<void*>(value)) ? 0 : ENOMEM;
+}
+
+/// Asked for by libavutil, which waits with it; never cut short.
+int nanosleep(const timespec* time, timespec*) {
+    constexpr long kMillisecond = 1000000;
+    Sleep(static_cast<DWORD>(time->tv_sec * 1000 +
+                             (time->tv_nsec + kMillisecond - 1) / kMillisecond));
+    return 0;
 }
 
 }  // extern "C"

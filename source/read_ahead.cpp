@@ -27,7 +27,7 @@ void ReadAhead::Start(REFERENCE_TIME time, const std::vector<bool>& wanted) {
     ended_ = false;
     file_->Cancel(false);
     file_->Select(wanted);
-    thread_ = std::thread([this, time] { Run(time); });
+    thread_.Start([this, time] { Run(time); });
 }
 
 void ReadAhead::Run(REFERENCE_TIME time) {

@@ -1,12 +1,10 @@
 #pragma once
 
-#include <condition_variable>
 #include <deque>
-#include <mutex>
-#include <thread>
 #include <vector>
 
 #include "source/footage_file.h"
+#include "source/system_thread.h"
 
 namespace nyx::source {
 
@@ -48,9 +46,9 @@ class ReadAhead {
     bool HasRoom() const;
 
     FootageFile* const file_;
-    std::thread thread_;
-    std::mutex mutex_;
-    std::condition_variable changed_;
+    Thread thread_;
+    Mutex mutex_;
+    Condition changed_;
     std::vector<Queue> queues_;
     std::size_t bytes_ = 0;  ///< in all queues
     bool cancelled_ = false;

@@ -89,7 +89,7 @@ HRESULT SourcePin::StartStreaming(ReadAhead* packets, std::size_t stream, const 
     discontinuity_ = true;
     position_ = segment.start;
     try {
-        thread_ = std::thread([this] { Stream(); });
+        thread_.Start([this] { Stream(); });
     } catch (const std::exception&) {
         return E_OUTOFMEMORY;
     }

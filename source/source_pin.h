@@ -1,11 +1,11 @@
 #pragma once
 
 #include <atomic>
-#include <thread>
 
 #include "baseclasses/streams.h"
 #include "source/read_ahead.h"
 #include "source/seeking.h"
+#include "source/system_thread.h"
 
 namespace nyx::source {
 
@@ -55,7 +55,7 @@ class SourcePin final : public CBaseOutputPin, public PinSeeking {
     ReadAhead* packets_ = nullptr;
     std::size_t stream_ = 0;
     bool discontinuity_ = false;
-    std::thread thread_;
+    Thread thread_;
 };
 
 }  // namespace nyx::source
