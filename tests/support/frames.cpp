@@ -1,7 +1,6 @@
 #include "tests/support/frames.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdlib>
 #include <random>
 
@@ -21,17 +20,16 @@ Bytes SmoothPicture(const BITMAPINFOHEADER& header, int number) {
     const auto width = static_cast<std::size_t>(header.biWidth);
     const std::size_t bytes = (header.biBitCount + 7u) / 8;
     Bytes picture(width * static_cast<std::size_t>(std::abs(header.biHeight)) * bytes);
+    const auto wave = [](std::size_t at) {  // between 0 and 90, rising and falling by one
+        return at % 180 < 90 ? at % 180 : 180 - at % 180;
+    };
     for (std::size_t i = 0; i < picture.size(); ++i) {
-        const std::size_t channel = i % bytes;
-        const std::size_t x = i / bytes % width;
-        const std::size_t y = i / bytes / width;
-        const double wave = std::sin(static_cast<double>(x) / 19 + static_cast<double>(channel)) +
-                            std::cos((static_cast<double>(y) + 5 * number) / 13);
-        picture[i] = static_cast<BYTE>(128 + 45 * wave);
-        if (bytes == 4 && channel == 3) {
-            constexpr BYTE kAlpha[] = {0, 128, 255};
-            picture[i] = kAlpha[x * 3 / width];
-        }
+        const std::size_t channel = i % bytes, x = i / bytes % width, y = i / bytes / width;
+        constexpr BYTE kAlpha[] = {0, 128, 255};
+        picture[i] = bytes == 4 && channel == 3
+                         ? kAlpha[x * 3 / width]
+                         : static_cast<BYTE>(40 + wave(2 * x + 50 * channel) +
+                                             wave(y + 5 * static_cast<std::size_t>(number)));
     }
     return picture;
 }
