@@ -8,6 +8,7 @@
 
 #include "platform/fourcc.h"
 #include "tests/support/leaks.h"
+#include "tests/support/registry.h"
 #include "tests/support/rig.h"
 #include "tests/support/settings.h"
 #include "tests/support/watchdog.h"
@@ -206,30 +207,6 @@ TEST_P(Aggregation, TheInnerUnknownCountsByItselfAndAllElseIsTheOuters) {
     EXPECT_EQ(inner.Reset(), 0u);
 }
 
-/// The registry's entries for classes and filters, as "path=value".
-std::set<std::wstring> Classes(HKEY parent = HKEY_CLASSES_ROOT,
-                               const std::wstring& name = L"CLSID") {
-    std::set<std::wstring> entries = {name};
-    HKEY key = nullptr;
-    RegOpenKeyExW(parent, name.c_str(), 0, KEY_READ, &key);
-    wchar_t text[1024];
-    std::vector<wchar_t> data(1 << 16);
-    DWORD length = 1024;
-    DWORD size = 1 << 17;
-    for (DWORD i = 0; RegEnumValueW(key, i, text, &length, nullptr, nullptr,
-                                    reinterpret_cast<BYTE*>(data.data()), &size) == ERROR_SUCCESS;
-         ++i, length = 1024, size = 1 << 17) {
-        entries.insert(name + L":" + text + L"=" + std::wstring(data.data(), size / 2));
-    }
-    for (DWORD i = 0; RegEnumKeyW(key, i, text, 1024) == ERROR_SUCCESS; ++i) {
-        for (const std::wstring& entry : Classes(key, text)) {
-            entries.insert(name + L"\\" + entry);
-        }
-    }
-    RegCloseKey(key);
-    return entries;
-}
-
 std::wstring Text(const CLSID& clsid) {
     wchar_t text[40] = {};
     StringFromGUID2(clsid, text, 40);
@@ -283,12 +260,13 @@ class Registration : public ComTest {
         // The system makes the keys of its categories with the first filter and keeps them.
         Module().RegisterServer();
         Module().UnregisterServer();
-        before = Classes();
+        before = RegistryBelow(L"CLSID");
         ASSERT_EQ(Module().RegisterServer(), S_OK);
     }
     void TearDown() override {
         EXPECT_EQ(Module().UnregisterServer(), S_OK);
-        EXPECT_TRUE(Classes() == before) << "unregistering leaves the registry as it was";
+        EXPECT_TRUE(RegistryBelow(L"CLSID") == before)
+            << "unregistering leaves the registry as it was";
     }
     std::set<std::wstring> before;
 };
@@ -304,9 +282,9 @@ TEST_F(Registration, EveryClassIsEnteredWithItsNamePathAndThreadingModel) {
         EXPECT_EQ(ClassValue(clsid, L"\\InprocServer32", L"ThreadingModel"), L"Both");
     }
     EXPECT_EQ(EntryIn(CLSID_LegacyAmFilterCategory, Text(kPropertyPage)).first, L"");
-    const auto once = Classes();
+    const auto once = RegistryBelow(L"CLSID");
     EXPECT_EQ(Module().RegisterServer(), S_OK);
-    EXPECT_TRUE(Classes() == once) << "twice is once";
+    EXPECT_TRUE(RegistryBelow(L"CLSID") == once) << "twice is once";
 }
 
 TEST_F(Registration, TheSystemFindsEveryFilterByCategoryMeritAndTypes) {

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Clips of every kind that the source filter reads, and what ffmpeg itself reads in them:
 # make_material.sh FOLDER. For CLIP there are CLIP.video, a line a packet (framecrc), CLIP.audio, all
-# samples as the pin delivers them, and CLIP.times, time base and duration by ffprobe, a stream a line.
+# samples as the pin delivers them.
 set -euo pipefail
 mkdir -p "$1"
 cd "$1"
@@ -11,8 +11,6 @@ run() { ffmpeg -nostdin -hide_banner -loglevel error -y "$@"; }
 list() { # CLIP PCM
     run -i "$1" -map 0:v -c copy -f framecrc "$1.video"
     [ "$2" = none ] || run -i "$1" -map 0:a -c:a "pcm_$2" -f "$2" "$1.audio"
-    ffprobe -loglevel error -show_entries stream=codec_type,time_base,duration_ts -of csv=p=0 "$1" |
-        tr ',' ' ' >"$1.times"
 }
 
 # clip FILE SIZE RATE SECONDS PIXELS CHANNELS STORED-PCM DELIVERED-PCM ENCODER-OPTION...
@@ -34,11 +32,14 @@ intra=(-c:v mpeg2video -g 1 -flags +ildct -top 1 -intra_vlc 1 -aspect 4:3)
 d10=(-vf pad=720:608:0:32 "${intra[@]}" -threads 4 -flags +ildct+low_delay -dc 10 -ps 1 -qmin 1 -qmax 12
     -non_linear_quant 1 -b:v 50000k -minrate 50000k -maxrate 50000k -bufsize 2000000 -rc_init_occupancy 2000000)
 ntsc=30000/1001
-clip dv25.avi 720x576 25 2 yuv420p 2 s16le s16le "${dv[@]}"
+clip dv25.avi 720x576 25 2 yuv420p 2 s16le s16le "${hd[@]}"
+LC_ALL=C sed -i s/vprp/JUNK/ dv25.avi # the aspect then stands in the frames alone
 clip dv25.mov 720x480 $ntsc 2 yuv411p 2 s16be s16le "${dv[@]}"
 clip dv25.dv 720x576 25 2 yuv420p 2 s16le s16le "${dv[@]}"
 clip dv50.mov 720x576 25 1 yuv422p 6 s24be s24le "${dv[@]}"
 clip dv50.mxf 720x480 $ntsc 1 yuv422p 1 s24le s24le "${dv[@]}"
+run -i dv50.mov -map 0:v -c copy -f mxf_opatom atom.mxf
+list atom.mxf none
 clip dvhd.mov 1280x1080 $ntsc 0.4 yuv422p 1 s32be s32le "${hd[@]}" -field_order tt
 clip dvhd.mxf 960x720 50 0.4 yuv422p 2 s16le s16le "${hd[@]}"
 clip d10.mxf 720x576 25 1 yuv422p 2 s16le s16le "${d10[@]}" -f mxf_d10
