@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 
+#include "platform/fourcc.h"
 #include "platform/win_types.h"
 
 namespace nyx::fuzz {
@@ -17,30 +18,6 @@ inline void Require(bool promise) {
     if (!promise) {
         std::abort();
     }
-}
-
-/// Any 32-bit number, half of the time a small one.
-inline LONG AnyLong(ByteSource& source) {
-    return source.ConsumeBool() ? source.ConsumeIntegralInRange<LONG>(-64, 2048)
-                                : source.ConsumeIntegral<LONG>();
-}
-
-/// A picture header with every field that counts from the fuzzer; layouts that are known now and
-/// then.
-inline BITMAPINFOHEADER AnyHeader(ByteSource& source, const DWORD* compressions,
-                                  std::size_t count) {
-    BITMAPINFOHEADER header = {};
-    header.biSize = source.ConsumeBool() ? DWORD{sizeof(header)} : source.ConsumeIntegral<DWORD>();
-    header.biWidth = AnyLong(source);
-    header.biHeight = AnyLong(source);
-    header.biPlanes = source.ConsumeBool() ? WORD{1} : source.ConsumeIntegral<WORD>();
-    constexpr WORD kBits[] = {16, 20, 24, 32};
-    header.biBitCount =
-        source.ConsumeBool() ? source.PickValueInArray(kBits) : source.ConsumeIntegral<WORD>();
-    const auto choice = source.ConsumeIntegralInRange<std::size_t>(0, count);
-    header.biCompression = choice < count ? compressions[choice] : source.ConsumeIntegral<DWORD>();
-    header.biSizeImage = source.ConsumeIntegral<DWORD>();
-    return header;
 }
 
 }  // namespace nyx::fuzz

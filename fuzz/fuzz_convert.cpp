@@ -1,6 +1,7 @@
 /// Conversions with any formats, flags, sizes, pitches and alpha planes: exactly the picture's
 /// pixels are read and written, and a refused request writes nothing.
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -21,6 +22,10 @@ constexpr DWORD kFormats[] = {nyx::kYuy2, nyx::kW210, nyx::kBgr3, nyx::kRgb3, ny
                               nyx::kRgba, nyx::kArgb, nyx::k48rl, nyx::k64al, nyx::kA46l,
                               nyx::kL64a, nyx::k30rl, nyx::k40al, nyx::kA04l, nyx::kL40a};
 
+LONG BytesOf(DWORD format) {
+    return std::max<LONG>(nyx::BytesPerPixel(format), 1);
+}
+
 DWORD AnyFormat(ByteSource& source) {
     const auto choice = source.ConsumeIntegralInRange<std::size_t>(0, std::size(kFormats));
     return choice < std::size(kFormats) ? kFormats[choice] : source.ConsumeIntegral<DWORD>();
@@ -28,41 +33,29 @@ DWORD AnyFormat(ByteSource& source) {
 
 /// An image in memory that ends with its last pixel, so that the sanitizer sees the first byte too
 /// far; rows may be apart, and walked from the last one up.
-class Image {
-  public:
-    Image(ByteSource& source, LONG rowBytes, LONG height)
-        : row_(static_cast<std::size_t>(rowBytes)),
-          pitch_(row_ + source.ConsumeIntegralInRange<std::size_t>(0, 33)),
-          bytes_(height > 0 && rowBytes > 0 ? pitch_ * (static_cast<std::size_t>(height) - 1) + row_
-                                            : 1,
-                 kUntouched) {
-        const bool bottomUp = source.ConsumeBool();
-        const auto last = static_cast<std::ptrdiff_t>(bytes_.size()) - rowBytes;
-        const LONG pitch = static_cast<LONG>(pitch_) * (bottomUp ? -1 : 1);
-        plane_ = {bytes_.data() + (bottomUp && last > 0 ? last : 0), pitch, pitch - rowBytes};
+struct Image {
+    Image(ByteSource& source, LONG bytesPerPixel, LONG width, LONG height)
+        : row(std::max<LONG>(width * bytesPerPixel, 0)),
+          pitch(row + source.ConsumeIntegralInRange<LONG>(0, 33)),
+          bytes(static_cast<std::size_t>(std::max<LONG>(pitch * (height - 1) + row, 1)),
+                kUntouched) {
+        const bool bottomUp = source.ConsumeBool() && row > 0 && height > 0;
+        const LONG step = bottomUp ? -pitch : pitch;
+        plane = {bytes.data() + (bottomUp ? pitch * (height - 1) : 0), step, step - row};
     }
-
-    const nyx::ImagePlane* plane() const { return &plane_; }
-    std::vector<BYTE>& bytes() { return bytes_; }
 
     /// Nothing between the rows was written, or with `nowhere` nothing at all.
     void RequireKept(bool nowhere) const {
-        for (std::size_t at = 0; at < bytes_.size(); ++at) {
-            Require((!nowhere && at % pitch_ < row_) || bytes_[at] == kUntouched);
+        for (std::size_t at = 0; at < bytes.size(); ++at) {
+            const bool inRow = row > 0 && static_cast<LONG>(at) % pitch < row;
+            Require((!nowhere && inRow) || bytes[at] == kUntouched);
         }
     }
 
-  private:
-    std::size_t row_;
-    std::size_t pitch_;
-    std::vector<BYTE> bytes_;
-    nyx::ImagePlane plane_;
+    LONG row, pitch;
+    std::vector<BYTE> bytes;
+    nyx::ImagePlane plane;
 };
-
-LONG RowBytes(DWORD format, LONG width) {
-    const LONG bytes = nyx::BytesPerPixel(format);
-    return width > 0 ? width * (bytes > 0 ? bytes : 8) : 0;
-}
 
 }  // namespace
 
@@ -73,19 +66,19 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const LONG height = source.ConsumeIntegralInRange<LONG>(-1, 6);
     const DWORD from = AnyFormat(source);
     const DWORD to = AnyFormat(source);
-    Image in(source, RowBytes(from, width), height);
-    Image inAlpha(source, RowBytes(0, width) / 8, height);
-    Image out(source, RowBytes(to, width), height);
-    Image outAlpha(source, RowBytes(0, width) / 8, height);
-    const nyx::ImagePlane* sourceAlpha = source.ConsumeBool() ? inAlpha.plane() : nullptr;
+    Image in(source, BytesOf(from), width, height);
+    Image inAlpha(source, 1, width, height);
+    const Image out(source, BytesOf(to), width, height);
+    const Image outAlpha(source, 1, width, height);
+    const nyx::ImagePlane* sourceAlpha = source.ConsumeBool() ? &inAlpha.plane : nullptr;
     const nyx::ImagePlane* destinationAlpha =
-        source.ConsumeBool() && toYuv ? outAlpha.plane() : nullptr;
+        source.ConsumeBool() && toYuv ? &outAlpha.plane : nullptr;
     const LONG fromMode = source.ConsumeIntegralInRange<LONG>(0, 2);
     const LONG toMode = source.ConsumeIntegralInRange<LONG>(0, 2);
     const LONG range = source.ConsumeIntegralInRange<LONG>(-1, 2);
     const LONG matrix = source.ConsumeIntegralInRange<LONG>(-1, 3);
-    source.ConsumeData(in.bytes().data(), in.bytes().size());
-    source.ConsumeData(inAlpha.bytes().data(), inAlpha.bytes().size());
+    source.ConsumeData(in.bytes.data(), in.bytes.size());
+    source.ConsumeData(inAlpha.bytes.data(), inAlpha.bytes.size());
 
     nyx::Conversion conversion;
     HRESULT result =
@@ -94,7 +87,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                               &conversion);
     if (SUCCEEDED(result)) {
         result = nyx::RunConversion(nyx::GetCpuInfo(), conversion,
-                                    {in.plane(), out.plane(), sourceAlpha, destinationAlpha}, width,
+                                    {&in.plane, &out.plane, sourceAlpha, destinationAlpha}, width,
                                     height);
     }
     out.RequireKept(FAILED(result));

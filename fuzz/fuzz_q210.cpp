@@ -1,138 +1,130 @@
-/// The 10-bit codec both ways, with headers, strides and frame lengths that need not fit each
-/// other: only the described picture is written, and a refused frame leaves it untouched.
+/// The 10-bit codec both ways and the geometry of pictures, with headers up to the 32-bit limits,
+/// strides and lengths that need not fit each other, and memory that is refused: only the described
+/// picture is written, and a refused frame leaves it untouched.
 
 #include <algorithm>
-#include <cstdint>
-#include <optional>
+#include <new>
 #include <vector>
 
+#include "codecs/pixel_format_index.h"
 #include "codecs/ten_bit_codec.h"
 #include "fuzz/byte_source.h"
-#include "platform/fourcc.h"
 
 namespace {
 
+using nyx::FourCC;
 using nyx::fuzz::ByteSource;
 using nyx::fuzz::Require;
 
-constexpr std::int64_t kMostBytes = 1 << 20;  // a picture larger than that only costs time
 constexpr BYTE kUntouched = 0xA5;
+bool starved = false;
 
-constexpr DWORD kPictures[] = {nyx::FourCC("YUY2"), BI_RGB, BI_RGB};
-
-/// The input header of a stream whose size is close to that of the picture.
-BITMAPINFOHEADER StreamHeader(ByteSource& source, const BITMAPINFOHEADER& picture, DWORD length) {
-    const DWORD q210[] = {nyx::FourCC("Q210"), nyx::FourCC("Q210"), nyx::FourCC("Q210")};
-    BITMAPINFOHEADER header = nyx::fuzz::AnyHeader(source, q210, 3);
-    if (source.ConsumeProbability<float>() < 0.9f) {
-        header.biSize = sizeof(header);
-        header.biPlanes = 1;
-        header.biBitCount = 20;
-        header.biWidth = picture.biWidth - 2 * source.ConsumeIntegralInRange<LONG>(0, 3);
-        header.biHeight = picture.biHeight < 0 ? -picture.biHeight : picture.biHeight;
-    }
-    header.biSizeImage = length;
-    return header;
-}
-
-/// A small picture of a known layout.
-BITMAPINFOHEADER PictureHeader(ByteSource& source) {
+/// A header with every field that counts from the fuzzer; a sound one of a small picture more
+/// often.
+BITMAPINFOHEADER AnyHeader(ByteSource& source) {
+    constexpr struct {
+        DWORD compression;
+        WORD bits;
+    } kLayouts[] = {{FourCC("YUY2"), 16}, {BI_RGB, 24},         {BI_RGB, 32},
+                    {FourCC("Q210"), 20}, {FourCC("v210"), 20}, {FourCC("v408"), 32},
+                    {FourCC("b64a"), 64}, {FourCC("r4fl"), 128}};
+    const auto layout = source.PickValueInArray(kLayouts);
     BITMAPINFOHEADER header = {};
     header.biSize = sizeof(header);
     header.biPlanes = 1;
     header.biWidth = source.ConsumeIntegralInRange<LONG>(0, 200);
     header.biHeight = source.ConsumeIntegralInRange<LONG>(-20, 20);
-    const auto layout = source.ConsumeIntegralInRange<std::size_t>(0, 2);
-    constexpr WORD kBits[] = {16, 24, 32};
-    header.biBitCount = kBits[layout];
-    header.biCompression = kPictures[layout];
+    header.biBitCount = layout.bits;
+    header.biCompression = layout.compression;
+    if (source.ConsumeProbability<float>() < 0.2f) {
+        header.biSize = source.ConsumeIntegral<DWORD>();
+        header.biPlanes = source.ConsumeIntegral<WORD>();
+        header.biWidth = source.ConsumeIntegral<LONG>();
+        header.biHeight = source.ConsumeIntegral<LONG>();
+        header.biBitCount = source.ConsumeIntegral<WORD>();
+    }
     return header;
 }
 
-struct Room {
-    std::vector<BYTE> bytes;
-    BYTE* start;
-    LONG stride;
-};
-
-/// Memory for exactly the described picture: rows `gap` bytes apart, 0 for the codec's own stride.
-std::optional<Room> RoomFor(const BITMAPINFOHEADER& picture, LONG gap, bool bottomUp) {
-    const std::int64_t rows =
-        picture.biHeight < 0 ? -std::int64_t{picture.biHeight} : std::int64_t{picture.biHeight};
-    const std::int64_t row = std::int64_t{picture.biWidth} * (picture.biBitCount / 8);
-    if (row < 0 || rows == 0 || (row + gap) * rows > kMostBytes) {
-        return std::nullopt;
-    }
-    const std::int64_t before = (row + gap) * (rows - 1);
-    Room room = {std::vector<BYTE>(static_cast<std::size_t>(before + row), kUntouched), nullptr, 0};
-    room.start = room.bytes.data();
-    if (gap > 0) {
-        room.stride = static_cast<LONG>(bottomUp ? -(row + gap) : row + gap);
-        room.start += bottomUp ? before : 0;
-    }
-    return room;
-}
-
-bool IsUntouched(const std::vector<BYTE>& bytes) {
-    return std::all_of(bytes.begin(), bytes.end(), [](BYTE b) { return b == kUntouched; });
-}
-
-void Decode(ByteSource& source) {
-    const BITMAPINFOHEADER picture = PictureHeader(source);
-    const LONG gap = source.ConsumeBool() ? source.ConsumeIntegralInRange<LONG>(0, 40) : 0;
-    std::optional<Room> room = RoomFor(picture, gap, source.ConsumeBool());
-    const bool alpha = source.ConsumeProbability<float>() < 0.05f;
-    BITMAPINFOHEADER stream = StreamHeader(source, picture, 0);
-    const std::vector<BYTE> frame = source.ConsumeRemainingBytes<BYTE>();
-    stream.biSizeImage = static_cast<DWORD>(frame.size());
-    if (!room) {
+/// A surface without a stride of the caller's lies inside the bytes that its picture takes.
+void CheckGeometry(ByteSource& source, const BITMAPINFOHEADER& header) {
+    static BYTE anywhere[1];  // no memory is touched
+    const LONG stride = source.ConsumeBool() ? 0 : source.ConsumeIntegral<LONG>();
+    nyx::SurfaceFormat surface = {};
+    const HRESULT result = nyx::DescribeSurface(
+        {&header, source.ConsumeIntegral<LONG>(), source.ConsumeBool(), source.ConsumeBool(),
+         source.ConsumeIntegral<LONG>(), anywhere, stride},
+        &surface);
+    if (FAILED(result) || stride != 0 || surface.height == 0) {
         return;
     }
-    nyx::CTenBitCodec codec;
-    const HRESULT result = codec.Decompress(&stream, frame.empty() ? nullptr : frame.data(),
-                                            &picture, alpha, room->start, room->stride, 0);
-    Require(SUCCEEDED(result) || IsUntouched(room->bytes));
-    Require(FAILED(result) || codec.DecompressQuery(&stream, &picture, alpha) == S_OK);
-}
-
-void Encode(ByteSource& source) {
-    const BITMAPINFOHEADER picture = PictureHeader(source);
-    BITMAPINFOHEADER stream = StreamHeader(source, picture, 0);
-    std::optional<Room> room = RoomFor(picture, 0, false);
-    if (!room) {
-        return;
-    }
-    const std::vector<BYTE> pixels = source.ConsumeRemainingBytes<BYTE>();
-    std::copy_n(pixels.begin(), std::min(pixels.size(), room->bytes.size()), room->bytes.begin());
-
-    nyx::CTenBitCodec codec;
-    const DWORD most = codec.GetMaxCompressedSize(&picture, false);
-    std::vector<BYTE> coded(std::max<DWORD>(most, 1));
-    const HRESULT result =
-        codec.Compress(&picture, false, room->start, &stream, coded.data(), 0, 0, 0);
-    if (FAILED(result)) {
-        return;
-    }
-    // What was packed is a whole frame: it decodes to the size that it came from. The length counts
-    // padding that a frame does not take, so what may be read is the room, not the length.
-    stream.biSize = sizeof(stream);
-    stream.biPlanes = 1;
-    stream.biBitCount = 20;
-    stream.biCompression = nyx::FourCC("Q210");
-    stream.biWidth = picture.biWidth;
-    stream.biHeight = picture.biHeight < 0 ? -picture.biHeight : picture.biHeight;
-    stream.biSizeImage = most;
-    Require(codec.Decompress(&stream, coded.data(), &picture, false, room->start, 0, 0) == S_OK);
+    Require(surface.index >= 0 && surface.index < nyx::kPixelFormatCount && surface.width >= 0);
+    const auto size = static_cast<std::int64_t>(nyx::SurfaceSize(header));
+    const std::int64_t first = surface.data - anywhere;
+    const std::int64_t last = first + std::int64_t{surface.stride} * (surface.height - 1);
+    const std::int64_t row = std::int64_t{surface.width} * surface.bytesPerPixel;
+    Require(first >= 0 && first + row <= size && last >= 0 && last + row <= size);
 }
 
 }  // namespace
 
+/// What the product asks for without exceptions; refused while a call is starved.
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return starved ? nullptr : ::operator new[](size);
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     ByteSource source(data, size);
-    if (source.ConsumeProbability<float>() < 0.8f) {
-        Decode(source);
-    } else {
-        Encode(source);
+    nyx::CTenBitCodec codec;
+    const BITMAPINFOHEADER picture = AnyHeader(source);
+    BITMAPINFOHEADER stream = AnyHeader(source);
+    CheckGeometry(source, picture);
+    CheckGeometry(source, stream);
+    if (source.ConsumeProbability<float>() < 0.9f) {
+        stream.biBitCount = 20;
+        stream.biCompression = FourCC("Q210");
+        stream.biWidth =
+            picture.biWidth - 2 * source.ConsumeIntegralInRange<LONG>(0, 3) * (picture.biWidth > 6);
+        stream.biHeight =
+            picture.biHeight > 0 ? picture.biHeight : LONG(0u - DWORD(picture.biHeight));
     }
+    const DWORD most = codec.GetMaxCompressedSize(&picture, false);
+    const std::uint64_t pictureSize = nyx::SurfaceSize(picture);
+    if (pictureSize == 0 || pictureSize > 1 << 20) {
+        return 0;
+    }
+    // Memory for exactly the picture, its rows a gap apart if the caller has a stride.
+    const LONG height = picture.biHeight < 0 ? -picture.biHeight : picture.biHeight;
+    const LONG row = static_cast<LONG>(pictureSize) / height;
+    const bool decode = source.ConsumeBool(), bottomUp = source.ConsumeBool();
+    const LONG gap =
+        decode && source.ConsumeBool() ? source.ConsumeIntegralInRange<LONG>(1, 40) : 0;
+    std::vector<BYTE> room(static_cast<std::size_t>((row + gap) * (height - 1) + row), kUntouched);
+    const LONG stride = gap == 0 ? 0 : bottomUp ? -row - gap : row + gap;
+    BYTE* start = room.data() + (stride < 0 ? (row + gap) * (height - 1) : 0);
+    const bool alpha = source.ConsumeProbability<float>() < 0.1f;
+    starved = source.ConsumeProbability<float>() < 0.1f;
+    if (decode) {
+        const std::vector<BYTE> frame = source.ConsumeRemainingBytes<BYTE>();
+        stream.biSizeImage = static_cast<DWORD>(frame.size());
+        const HRESULT result =
+            codec.Decompress(&stream, frame.data(), &picture, alpha, start, stride, 0);
+        Require(FAILED(result)
+                    ? std::all_of(room.begin(), room.end(), [](BYTE b) { return b == kUntouched; })
+                    : codec.DecompressQuery(&stream, &picture, alpha) == S_OK);
+        Require(result != E_OUTOFMEMORY || starved);
+    } else {
+        source.ConsumeData(room.data(), room.size());
+        std::vector<BYTE> coded(most > 0 ? most - nyx::kChunkMargin : 1);
+        const HRESULT result =
+            codec.Compress(&picture, alpha, start, &stream, coded.data(), 0, 0, 0);
+        // What was packed is a whole frame: it decodes again.
+        stream = {sizeof(stream), picture.biWidth, height, 1, 20, FourCC("Q210"), 0, 0, 0, 0, 0};
+        stream.biSizeImage = static_cast<DWORD>(coded.size());
+        starved = false;
+        Require(FAILED(result) || codec.DecompressQuery(&stream, &picture, false) != S_OK ||
+                codec.Decompress(&stream, coded.data(), &picture, false, start, 0, 0) == S_OK);
+    }
+    starved = false;
     return 0;
 }

@@ -4,7 +4,7 @@
 set -eu
 out=$1
 here=$(dirname "$0")
-for fuzzer in frame_chunks dif_parser q210 convert surface; do
+for fuzzer in frame_chunks dif_parser q210 convert; do
     mkdir -p "$out/fuzz_$fuzzer"
 done
 
@@ -25,7 +25,6 @@ picture 16x4 rgb48le rawvideo "$out/fuzz_convert/rgb48"
     cat "$out/fuzz_q210/v210"
 } >"$out/fuzz_frame_chunks/info"
 cp "$out/fuzz_frame_chunks/info" "$out/fuzz_q210/info"
-cp "$out/fuzz_frame_chunks/info" "$out/fuzz_surface/info"
 
 # The headers, subcode and auxiliary blocks of two sequences of each variant: the parser looks at
 # no picture block.

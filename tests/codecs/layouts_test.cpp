@@ -86,6 +86,8 @@ TEST(Surfaces, AreBottomUpForRgbAloneAndRefusedWhereTheyDoNotFit) {
         {MakeHeader(BI_RGB, 24, -6, 3), 0, 0, 0, 0},
         {MakeHeader(kYuy2, 16, kMin, -3), 0, 0, 0, 0},
         {MakeHeader(BI_RGB, 32, 6, kMin), 0, 0, 0, 24ull << 31},
+        {MakeHeader(BI_RGB, 32, 0, kMin), 0, 0, 0, 0},
+        {MakeHeader(BI_RGB, 32, kMax, 1), 0, 0, 0, 4ull * kMax},
         {MakeHeader(BI_RGB, 32, kMax, 3), 0, 0, 0, 12ull * kMax},
         {MakeHeader(BI_RGB, 24, 65536, 65536), 0, 0, 0, 3ull << 32},
         {MakeHeader(FourCC("r4fl"), 128, kMax, kMin), 0, 0, 0, ~0ull},
