@@ -3,7 +3,6 @@
 /// @file
 /// The one interface through which a filter talks to a codec, and the records that cross it.
 
-#include <atomic>
 #include <cstdint>
 
 #include "codecs/format_rules.h"
@@ -124,11 +123,9 @@ class CCodecBase : public ICodec {
 
     bool Encodes() const { return formats_.encode.count != 0; }
 
-    void SetColorSpace(LONG colorSpace) { color_space_ = colorSpace; }
-
   private:
     const CodecFormats& formats_;
-    std::atomic<LONG> color_space_;
+    const LONG color_space_;
 };
 
 }  // namespace nyx

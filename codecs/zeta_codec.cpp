@@ -112,7 +112,6 @@ EncoderParameters CZetaCodec::CurrentSettings() {
 void CZetaCodec::SetParameters(const EncoderParameters& parameters, bool persist) {
     {
         const std::lock_guard<SpinLock> lock(settingsLock_);
-        SetColorSpace(parameters.color_space);
         settings_ = parameters;
     }
     if (persist) {

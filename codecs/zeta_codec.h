@@ -18,6 +18,7 @@ class CZetaCodec : public CEngineCodec {
     /// True when both engines are bound, in either mode.
     static bool IsEngineAvailable(LONG mode);
 
+    LONG GetColorSpace() override { return CurrentSettings().color_space; }
     bool SupportsAlpha() override { return true; }
     DWORD GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool alpha) override;
 

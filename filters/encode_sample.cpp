@@ -34,13 +34,9 @@ HRESULT EncodeSample(ICodec& codec, const AM_MEDIA_TYPE& inputType, const AM_MED
     output.biSizeImage = static_cast<DWORD>(room);
     const HRESULT result =
         codec.Compress(input, kind == PictureKind::kAlpha, picture, &output, frame, 0, 0, 0);
-    if (FAILED(result)) {
-        return result;
+    if (SUCCEEDED(result)) {
+        outputSample->SetActualDataLength(static_cast<long>(output.biSizeImage));
     }
-    if (output.biSizeImage > room) {
-        return E_FAIL;
-    }
-    outputSample->SetActualDataLength(static_cast<long>(output.biSizeImage));
     return result;
 }
 

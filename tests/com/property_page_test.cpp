@@ -27,8 +27,13 @@ using Words = std::array<LONG, 4>;
 /// What the page shows. Its boxes say what its sliders do; these four are for the custom preset.
 Shown Look(const PageFrame& page) {
     Shown shown = {page.Position(IDC_QUANT_SLIDER), page.Position(IDC_SIZE_SLIDER), -1};
-    EXPECT_EQ(page.Text(IDC_QUANT_BOX), std::to_wstring(shown[0]));
-    EXPECT_EQ(page.Text(IDC_SIZE_BOX), std::to_wstring(shown[1]));
+    for (const int i : {0, 1}) {
+        const int box = i == 0 ? IDC_QUANT_BOX : IDC_SIZE_BOX;
+        const std::wstring number = std::to_wstring(shown[static_cast<std::size_t>(i)]);
+        EXPECT_EQ(page.Text(box), number);
+        EXPECT_EQ(HIWORD(SendDlgItemMessageW(page.dialog, box, EM_GETSEL, 0, 0)), number.size())
+            << "the caret is behind it";
+    }
     for (int i = 0; i < 5; ++i) {
         EXPECT_TRUE(!page.IsChecked(kButtons[i]) || shown[2] == -1) << "two presets are checked";
         shown[2] = page.IsChecked(kButtons[i]) ? i : shown[2];
@@ -159,6 +164,13 @@ TEST_F(Page, WhatIsNotAppliedStaysWithThePage) {
     frame.Click(IDC_PRESET_SUPERFINE);  // whose pair is not what the boxes made of it
     EXPECT_EQ(frame.site->statuses, std::vector<DWORD>{PROPPAGESTATUS_VALIDATE});
     EXPECT_EQ(frame.page->IsPageDirty(), S_FALSE);
+    frame.Click(IDC_PRESET_OFFLINE);
+    EXPECT_EQ(frame.page->Apply(), S_OK);
+    frame.Click(IDC_PRESET_CUSTOM);
+    frame.Click(IDC_PRESET_OFFLINE);  // as it was applied: nobody is told
+    EXPECT_EQ(frame.page->Deactivate(), S_OK);
+    EXPECT_EQ(frame.page->Apply(), S_OK);
+    EXPECT_EQ(Live(), (Words{0, 19, 4, 3}));
 }
 
 TEST_F(Page, SlidersAndTextMoveTheNumbersInsideTheirRanges) {
