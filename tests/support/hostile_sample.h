@@ -38,14 +38,12 @@ class HostileSample : public Object<IMediaSample2> {
     ~HostileSample() override { real_->SetMediaType(nullptr); }
 
     STDMETHODIMP GetPointer(BYTE** data) override {
-        *data = lies_.nullPointer ? nullptr : data_;
-        return lies_.pointerResult;
+        return *data = lies_.nullPointer ? nullptr : data_, lies_.pointerResult;
     }
     STDMETHODIMP_(LONG) GetSize() override { return size_; }
     STDMETHODIMP_(LONG) GetActualDataLength() override { return lies_.length.value_or(length_); }
     STDMETHODIMP SetActualDataLength(LONG length) override {
-        length_ = SUCCEEDED(lies_.setLengthResult) ? length : length_;
-        return lies_.setLengthResult;
+        return length_ = lies_.setLengthResult ? length_ : length, lies_.setLengthResult;
     }
     STDMETHODIMP GetProperties(DWORD size, BYTE* properties) override {
         AM_SAMPLE2_PROPERTIES record = Record();
@@ -72,18 +70,11 @@ class HostileSample : public Object<IMediaSample2> {
                                                        reinterpret_cast<BYTE*>(&record));
     }
 
-    STDMETHODIMP GetTime(REFERENCE_TIME* a, REFERENCE_TIME* b) override {
-        return real_->GetTime(a, b);
-    }
-    STDMETHODIMP SetTime(REFERENCE_TIME* a, REFERENCE_TIME* b) override {
-        return real_->SetTime(a, b);
-    }
-    STDMETHODIMP GetMediaTime(LONGLONG* a, LONGLONG* b) override {
-        return real_->GetMediaTime(a, b);
-    }
-    STDMETHODIMP SetMediaTime(LONGLONG* a, LONGLONG* b) override {
-        return real_->SetMediaTime(a, b);
-    }
+    using Time = LONGLONG;
+    STDMETHODIMP GetTime(Time* from, Time* to) override { return real_->GetTime(from, to); }
+    STDMETHODIMP SetTime(Time* from, Time* to) override { return real_->SetTime(from, to); }
+    STDMETHODIMP GetMediaTime(Time* a, Time* b) override { return real_->GetMediaTime(a, b); }
+    STDMETHODIMP SetMediaTime(Time* a, Time* b) override { return real_->SetMediaTime(a, b); }
     STDMETHODIMP GetMediaType(AM_MEDIA_TYPE** type) override { return real_->GetMediaType(type); }
     STDMETHODIMP SetMediaType(AM_MEDIA_TYPE* type) override { return real_->SetMediaType(type); }
     STDMETHODIMP IsSyncPoint() override { return real_->IsSyncPoint(); }
@@ -162,10 +153,7 @@ class HostileAllocator : public Object<IMemAllocator> {
         }
         return setPropertiesResult;
     }
-    STDMETHODIMP GetProperties(ALLOCATOR_PROPERTIES* properties) override {
-        *properties = properties_;
-        return S_OK;
-    }
+    STDMETHODIMP GetProperties(ALLOCATOR_PROPERTIES* p) override { return *p = properties_, S_OK; }
     STDMETHODIMP Commit() override { return real_->Commit(); }
     STDMETHODIMP Decommit() override { return real_->Decommit(); }
     STDMETHODIMP ReleaseBuffer(IMediaSample*) override { return E_NOTIMPL; }
@@ -173,8 +161,7 @@ class HostileAllocator : public Object<IMemAllocator> {
                            DWORD flags) override {
         *buffer = nullptr;
         ComPtr<IMediaSample> real;
-        const HRESULT result = real_->GetBuffer(&real, start, stop, flags);
-        if (FAILED(result)) {
+        if (const HRESULT result = real_->GetBuffer(&real, start, stop, flags)) {
             return result;
         }
         Prepare();

@@ -42,23 +42,22 @@ ComPtr<IMediaSample> MakeSample(const Sample& sample, const Lies& lies) {
     }();
     ComPtr<IMediaSample> real;
     pool->GetBuffer(&real, nullptr, nullptr, 0);
-    LONGLONG start = sample.start.value_or(0);
-    LONGLONG stop = sample.stop.value_or(0);
-    LONGLONG mediaStart = sample.mediaStart.value_or(0);
-    LONGLONG mediaStop = mediaStart + 1;
-    real->SetTime(sample.start ? &start : nullptr, sample.stop ? &stop : nullptr);
-    real->SetMediaTime(sample.mediaStart ? &mediaStart : nullptr,
-                       sample.mediaStart ? &mediaStop : nullptr);
-    real->SetSyncPoint(sample.syncPoint);
-    real->SetPreroll(sample.preroll);
-    real->SetDiscontinuity(sample.discontinuity);
-    real->SetMediaType(sample.type ? const_cast<MediaType*>(&*sample.type) : nullptr);
+    const auto flag = [](bool set, DWORD bit) { return set ? bit : 0; };
     AM_SAMPLE2_PROPERTIES record = {};
-    const auto real2 = As<IMediaSample2>(real);
-    constexpr DWORD kUpToTheFlags = offsetof(AM_SAMPLE2_PROPERTIES, dwSampleFlags);
-    real2->GetProperties(kUpToTheFlags, reinterpret_cast<BYTE*>(&record));
+    record.cbData = offsetof(AM_SAMPLE2_PROPERTIES, dwStreamId);
     record.dwTypeSpecificFlags = sample.typeFlags;
-    real2->SetProperties(kUpToTheFlags, reinterpret_cast<BYTE*>(&record));
+    record.dwSampleFlags = flag(sample.syncPoint, AM_SAMPLE_SPLICEPOINT) |
+                           flag(sample.preroll, AM_SAMPLE_PREROLL) |
+                           flag(sample.discontinuity, AM_SAMPLE_DATADISCONTINUITY) |
+                           flag(sample.start.has_value(), AM_SAMPLE_TIMEVALID) |
+                           flag(sample.start && sample.stop, AM_SAMPLE_STOPVALID);
+    record.tStart = sample.start.value_or(0);
+    record.tStop = sample.stop.value_or(0);
+    As<IMediaSample2>(real)->SetProperties(record.cbData, reinterpret_cast<BYTE*>(&record));
+    LONGLONG from = sample.mediaStart.value_or(0);
+    LONGLONG to = from + 1;
+    real->SetMediaTime(sample.mediaStart ? &from : nullptr, &to);
+    real->SetMediaType(sample.type ? const_cast<MediaType*>(&*sample.type) : nullptr);
 
     const auto memory = std::make_shared<GuardedMemory>(sample.bytes);
     return Make<HostileSample>(real.Get(), lies, memory->data(),
