@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <map>
 #include <random>
 
 #include "dv/dv25_codec.h"
@@ -20,6 +21,7 @@ namespace nyx {
 namespace {
 
 using test::Bytes;
+using test::Clip;
 using test::DvFrame;
 using test::LoadFrame;
 using test::MakeHeader;
@@ -83,30 +85,30 @@ bool ShowsFrame(const BYTE* row, LONG width, int y, const DvFrame& frame) {
 
 class DvCodec : public testing::Test {
   protected:
-    /// A codec with the settings as they are; that of DV25 stays until it is reset, since it may
-    /// hold a file.
-    CDvCodecBase& Codec(DWORD fourcc) {
-        if (fourcc == kDv25) {
-            if (!dv25_) {
-                dv25_ = std::make_unique<CDv25Codec>();
-            }
-            return *dv25_;
+    /// The variant's codec, made with the settings as they are when it is first asked for.
+    CDvCodecBase& Codec(DWORD fourcc = kDv25) {
+        std::unique_ptr<CDvCodecBase>& codec = codecs_[fourcc];
+        if (!codec && fourcc == kDv25) {
+            codec = std::make_unique<CDv25Codec>();
+        } else if (!codec && fourcc == kDv50) {
+            codec = std::make_unique<CDv50Codec>();
+        } else if (!codec) {
+            codec = std::make_unique<CDvHdCodec>();
         }
-        if (fourcc == kDv50) {
-            dv50_ = std::make_unique<CDv50Codec>();
-            return *dv50_;
-        }
-        dvHd_ = std::make_unique<CDvHdCodec>();
-        return *dvHd_;
+        return *codec;
     }
 
-    /// Decodes `frame` from memory that ends with it.
+    HRESULT Decode(DWORD fourcc, LONG width, LONG height, const void* frame, std::size_t size,
+                   const Picture& picture, LONG stride = 0) {
+        const BITMAPINFOHEADER input = MakeHeader(fourcc, 24, width, height, size);
+        return Codec(fourcc).Decompress(&input, frame, &picture.header, false, picture.Row(0),
+                                        stride, 0);
+    }
+    /// `frame` from memory that ends with it.
     HRESULT Decode(DWORD fourcc, LONG width, LONG height, const DvFrame& frame,
                    const Picture& picture, LONG stride = 0) {
         const test::GuardedMemory sample(Bytes(frame.data(), frame.data() + frame.size()));
-        const BITMAPINFOHEADER input = MakeHeader(fourcc, 24, width, height, frame.size());
-        return Codec(fourcc).Decompress(&input, sample.data(), &picture.header, false,
-                                        picture.memory.data(), stride, 0);
+        return Decode(fourcc, width, height, sample.data(), sample.size(), picture, stride);
     }
     HRESULT DecodePal(const DvFrame& frame, const Picture& picture, LONG stride = 0) {
         return Decode(kDv25, 720, 576, frame, picture, stride);
@@ -115,60 +117,53 @@ class DvCodec : public testing::Test {
     const test::PrivateUserRegistry registry_;
     const test::EngineSearch search_;
     const DvFrame pal_ = LoadFrame("dv25_625_16x9", 144000);
-    std::unique_ptr<CDv25Codec> dv25_;
-    std::unique_ptr<CDv50Codec> dv50_;
-    std::unique_ptr<CDvHdCodec> dvHd_;
+    std::map<DWORD, std::unique_ptr<CDvCodecBase>> codecs_;
 };
 
 TEST_F(DvCodec, TheEngineIsToldSystemVariantAndLayout) {
     struct Case {
-        const char* clip;
-        std::size_t bytes;
+        Clip clip;
         int applicationId;  // -1: as recorded
         DWORD fourcc;
         LONG width, height;
-        DWORD flags, codes[2][2];  // of RGB 24 and 32 bits, in the full and in the studio range
+        DWORD flags, rgb24Code;  // 32 bits are one below, the studio range two
     };
-    const Case cases[] = {
-        {"dv25_525_4x3", 120000, 0, kDv25, 720, 480, 0x51, {{4, 3}, {2, 1}}},
-        {"dv25_525_16x9", 120000, 1, kDv25, 720, 480, 0x52, {{4, 3}, {2, 1}}},
-        {"dv25_625_16x9", 144000, -1, kDv25, 720, 576, 0x91, {{4, 3}, {2, 1}}},
-        {"dvcpro25_625", 144000, -1, kDv25, 720, 576, 0x92, {{4, 3}, {2, 1}}},
-        {"dvcpro50_525", 240000, -1, kDv50, 720, 480, 0x60, {{4, 3}, {2, 1}}},
-        {"dvcpro50_625", 288000, -1, kDv50, 720, 576, 0xA0, {{4, 3}, {2, 1}}},
-        {"dvcprohd_1080_60", 480000, -1, kDvHd, 1280, 1080, 0x472, {{8, 7}, {6, 5}}},
-        {"dvcprohd_1080_50", 576000, -1, kDvHd, 1440, 1080, 0x4B2, {{8, 7}, {6, 5}}},
-        {"dvcprohd_720_60", 240000, -1, kDvHd, 960, 720, 0x474, {{8, 7}, {6, 5}}},
-        {"dvcprohd_720_50", 288000, -1, kDvHd, 960, 720, 0x4B4, {{8, 7}, {6, 5}}},
+    constexpr Case kCases[] = {
+        {{"dv25_525_4x3", 120000}, 0, kDv25, 720, 480, 0x51, 4},
+        {{"dv25_525_16x9", 120000}, 1, kDv25, 720, 480, 0x52, 4},
+        {{"dv25_625_16x9", 144000}, -1, kDv25, 720, 576, 0x91, 4},
+        {{"dvcpro25_625", 144000}, -1, kDv25, 720, 576, 0x92, 4},
+        {{"dvcpro50_525", 240000}, -1, kDv50, 720, 480, 0x60, 4},
+        {{"dvcpro50_625", 288000}, -1, kDv50, 720, 576, 0xA0, 4},
+        {{"dvcprohd_1080_60", 480000}, -1, kDvHd, 1280, 1080, 0x472, 8},
+        {{"dvcprohd_1080_50", 576000}, -1, kDvHd, 1440, 1080, 0x4B2, 8},
+        {{"dvcprohd_720_60", 240000}, -1, kDvHd, 960, 720, 0x474, 8},
+        {{"dvcprohd_720_50", 288000}, -1, kDvHd, 960, 720, 0x4B4, 8},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.clip << ", application " << c.applicationId);
-        DvFrame frame = LoadFrame(c.clip, c.bytes);
+    for (const Case& c : kCases) {
+        SCOPED_TRACE(testing::Message() << c.clip.name << ", application " << c.applicationId);
+        DvFrame frame = LoadFrame(c.clip);
         if (c.applicationId >= 0) {
             frame.SetApplicationId(static_cast<BYTE>(c.applicationId));
         }
-        const Picture picture(16, c.width, c.height);
-        ASSERT_EQ(Decode(c.fourcc, c.width, c.height, frame, picture), S_OK);
-        const standin::Call call = LastDecode();
-        const DWORD words[] = {
-            c.flags, call.words[1], Word(picture.memory.data()), static_cast<DWORD>(2 * c.width), 2,
-            0};
-        EXPECT_EQ(call.wordCount, std::size(words));
-        EXPECT_TRUE(std::equal(std::begin(words), std::end(words), call.words));
-        EXPECT_TRUE(ShowsFrame(picture.Row(c.height - 1), c.width, c.height - 1, frame));
         for (const LONG colorSpace : {0, 1}) {
             WriteCodecSetting(c.fourcc, L"color_space", colorSpace);
-            dv25_.reset();
-            for (const WORD bits : {WORD{24}, WORD{32}}) {
-                const Picture rgb(bits, c.width, c.height);
-                ASSERT_EQ(Decode(c.fourcc, c.width, c.height, frame, rgb), S_OK);
-                EXPECT_EQ(LastDecode().words[5], c.codes[colorSpace][bits == 32]) << bits;
-                EXPECT_EQ(LastDecode().words[4], bits / 8u);
-                EXPECT_EQ(LastDecode().result, standin::kDone);
+            codecs_.clear();
+            for (const WORD bits : {WORD{16}, WORD{24}, WORD{32}}) {
+                const Picture picture(bits, c.width, -c.height);
+                ASSERT_EQ(Decode(c.fourcc, c.width, c.height, frame, picture), S_OK);
+                const standin::Call call = LastDecode();
+                const DWORD code = c.rgb24Code - (bits == 32) - (colorSpace == 1 ? 2 : 0);
+                const std::vector<DWORD> words = {
+                    c.flags,   call.words[1],        Word(picture.Row(0)), DWORD(picture.rowBytes),
+                    bits / 8u, bits == 16 ? 0 : code};
+                EXPECT_EQ(std::vector<DWORD>(call.words, call.words + call.wordCount), words);
+                EXPECT_EQ(call.result, standin::kDone);
+                EXPECT_TRUE(bits != 16 || ShowsFrame(picture.Row(99), c.width, 99, frame));
             }
         }
         WriteCodecSetting(c.fourcc, L"color_space", 0);
-        dv25_.reset();
+        codecs_.clear();
     }
 }
 
@@ -251,7 +246,7 @@ TEST_F(DvCodec, WhatIsNoFrameOfTheSizeIsABlackPictureAndNeverReachesTheEngine) {
         {"another height", pal_, 16, 720, 480, 720, 0},
         {"another variant", LoadFrame("dvcprohd_720_50", 288000), 16, 720, 576, 720, 0},
     };
-    Codec(kDv25);
+    Codec();
     const DWORD before = LastDecode().count;
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -262,24 +257,16 @@ TEST_F(DvCodec, WhatIsNoFrameOfTheSizeIsABlackPictureAndNeverReachesTheEngine) {
     }
     EXPECT_EQ(LastDecode().count, before);
 
-    // A sample that ends before the length it claims.
+    // A sample that ends before the length it claims, before its tag even; a picture that is gone.
     const test::GuardedMemory sample(Bytes(pal_.data(), pal_.data() + 100));
-    const BITMAPINFOHEADER input = MakeHeader(kDv25, 24, 720, 576, 144000);
-    const Picture picture(16, 720, 576);
-    CDvCodecBase& codec = Codec(kDv25);
-    EXPECT_EQ(codec.Decompress(&input, sample.data(), &picture.header, false, picture.Row(0), 0, 0),
-              E_FAIL);
-    EXPECT_TRUE(picture.IsBlack());
-    // So short that its tag cannot be read, and a picture that cannot be written.
-    const test::GuardedMemory nothing(0);
-    const Picture second(16, 720, 576);
-    EXPECT_EQ(codec.Decompress(&input, nothing.data(), &second.header, false, second.Row(0), 0, 0),
-              E_FAIL);
-    EXPECT_TRUE(second.IsBlack());
-    second.memory.Protect();
-    EXPECT_EQ(codec.Decompress(&input, nothing.data(), &second.header, false, second.Row(0), 0, 0),
-              E_FAIL);
-    EXPECT_EQ(DecodePal(pal_, second), E_FAIL);
+    for (const BYTE* begin : {sample.data(), sample.data() + sample.size()}) {
+        const Picture picture(16, 720, 576);
+        EXPECT_EQ(Decode(kDv25, 720, 576, begin, 144000, picture), E_FAIL);
+        EXPECT_TRUE(picture.IsBlack());
+        picture.memory.Protect();
+        EXPECT_EQ(Decode(kDv25, 720, 576, begin, 144000, picture), E_FAIL);
+        EXPECT_EQ(DecodePal(pal_, picture), E_FAIL);
+    }
 }
 
 TEST_F(DvCodec, AFaultIsBlackARefusalLeavesThePictureAlone) {
@@ -291,40 +278,37 @@ TEST_F(DvCodec, AFaultIsBlackARefusalLeavesThePictureAlone) {
             EXPECT_TRUE(picture.IsBlack()) << what << width;
         }
     }
-    const Picture picture(16, 720, 576);
     DvFrame type15 = LoadFrame("dvcprohd_1080_50", 576000);
     type15.SetPackByte(0x60, 3, 0xF5);
     const Picture hd(16, 1440, 1080);
     EXPECT_EQ(Decode(kDvHd, 1440, 1080, type15, hd), E_FAIL);
     EXPECT_TRUE(hd.IsUntouched());
 
+    const Picture picture(16, 720, 576);
     const BITMAPINFOHEADER input = MakeHeader(kDv25, 24, 720, 576, pal_.size());
-    const auto decode = [&](const BITMAPINFOHEADER* in, const BYTE* sample,
-                            const BITMAPINFOHEADER& out, BYTE* to) {
-        return Codec(kDv25).Decompress(in, sample, &out, false, to, 0, 0);
-    };
     for (const BITMAPINFOHEADER& output : {PictureHeader(16, 700, 576), PictureHeader(16, 720, 480),
                                            MakeHeader(FourCC("v408"), 16, 720, 576)}) {
-        EXPECT_EQ(decode(&input, pal_.data(), output, picture.Row(0)), E_FAIL);
+        EXPECT_EQ(Codec().Decompress(&input, pal_.data(), &output, false, picture.Row(0), 0, 0),
+                  E_FAIL);
     }
-    EXPECT_EQ(decode(nullptr, pal_.data(), picture.header, picture.Row(0)), E_POINTER);
-    EXPECT_EQ(decode(&input, pal_.data(), picture.header, nullptr), E_POINTER);
-    EXPECT_EQ(decode(&input, nullptr, picture.header, picture.Row(0)), E_FAIL);
-
-    dv25_.reset();
-    dvHd_.reset();
+    const BITMAPINFOHEADER* output = &picture.header;
+    EXPECT_EQ(Codec().Decompress(nullptr, pal_.data(), output, false, picture.Row(0), 0, 0),
+              E_POINTER);
+    EXPECT_EQ(Codec().Decompress(&input, pal_.data(), output, false, nullptr, 0, 0), E_POINTER);
+    EXPECT_EQ(Decode(kDv25, 720, 576, nullptr, 144000, picture), E_FAIL);
+    codecs_.clear();
     for (const wchar_t* folder : {L"none", L"old", L"no_encode", L"no_decode"}) {
         const test::EngineSearch search(folder);
-        CDv25Codec codec;
+        EXPECT_EQ(DecodePal(pal_, picture), E_FAIL);
         EXPECT_FALSE(CDv25Codec::IsEngineAvailable(kEngineForDecoding));
-        EXPECT_EQ(
-            codec.Decompress(&input, pal_.data(), &picture.header, false, picture.Row(0), 0, 0),
-            E_FAIL);
+        codecs_.clear();
     }
     EXPECT_TRUE(picture.IsUntouched());
 }
 
 TEST_F(DvCodec, FramesTellTheirParameters) {
+    constexpr auto kTimecode = static_cast<LONG>(0xC1828304u);
+    constexpr auto kRecorded = static_cast<LONG>(0xC78889FFu);
     struct Case {
         const void* frame;
         std::size_t size;
@@ -332,28 +316,24 @@ TEST_F(DvCodec, FramesTellTheirParameters) {
         FrameInfo info;
     };
     const Case cases[] = {
-        {pal_.data(),
-         pal_.size(),
-         S_OK,
-         {1, 1024, 720, static_cast<LONG>(0xC1828304u), -1, 0x0405C6FF,
-          static_cast<LONG>(0xC78889FFu)}},
+        {pal_.data(), pal_.size(), S_OK, {1, 1024, 720, kTimecode, -1, 0x0405C6FF, kRecorded}},
         {nullptr, 0, S_FALSE, {1, 768, 720, -1, -1, -1, -1}},  // by the tables of sizes
         {pal_.data(), 100, S_OK, {-1, -1, -1, -1, -1, -1, -1}},
     };
     for (const Case& c : cases) {
         const BITMAPINFOHEADER input = MakeHeader(kDv25, 24, 720, 576, c.size);
         FrameInfo info = {9, 9, 9, 9, 9, 9, 9};
-        EXPECT_EQ(Codec(kDv25).GetFrameInfo(&input, c.frame, 400000, &info), c.result);
+        EXPECT_EQ(Codec().GetFrameInfo(&input, c.frame, 400000, &info), c.result);
         EXPECT_EQ(std::memcmp(&info, &c.info, sizeof(info)), 0) << &c - cases;
-        EXPECT_EQ(Codec(kDv25).GetFrameInfo(&input, c.frame, 400000, nullptr), c.result);
+        EXPECT_EQ(Codec().GetFrameInfo(&input, c.frame, 400000, nullptr), c.result);
     }
-    EXPECT_EQ(Codec(kDv25).GetFrameInfo(nullptr, pal_.data(), 400000, nullptr), E_POINTER);
+    EXPECT_EQ(Codec().GetFrameInfo(nullptr, pal_.data(), 400000, nullptr), E_POINTER);
 }
 
 TEST_F(DvCodec, PicturesAreEncodedBySizeAndSettings) {
     struct Case {
         DWORD fourcc;
-        const wchar_t* settings[2];
+        std::vector<const wchar_t*> settings;
         WORD bits;
         LONG width, height;
         DWORD flags, length, code;
@@ -383,11 +363,9 @@ TEST_F(DvCodec, PicturesAreEncodedBySizeAndSettings) {
     for (const Case& c : cases) {
         SCOPED_TRACE(&c - cases);
         for (const wchar_t* setting : c.settings) {
-            if (setting) {
-                WriteCodecSetting(c.fourcc, setting, 2);
-            }
+            WriteCodecSetting(c.fourcc, setting, 2);
         }
-        dv25_.reset();
+        codecs_.clear();
         const Picture picture(c.bits, c.width, c.height);
         std::generate(picture.memory.data(), picture.memory.data() + picture.memory.size(),
                       [&] { return static_cast<BYTE>(random()); });
@@ -397,9 +375,7 @@ TEST_F(DvCodec, PicturesAreEncodedBySizeAndSettings) {
                                                         &output, frame.data(), 0, 0, 0);
         const standin::Call call = test::LastCall(L"rkdvh.dll", standin::kEncode);
         for (const wchar_t* setting : c.settings) {
-            if (setting) {
-                WriteCodecSetting(c.fourcc, setting, 0);
-            }
+            WriteCodecSetting(c.fourcc, setting, 0);
         }
         if (c.length == 0) {
             EXPECT_EQ(result, E_FAIL);
@@ -440,7 +416,7 @@ TEST_F(DvCodec, AnEncoderThatFailsFails) {
     Bytes frame(120000);
     BITMAPINFOHEADER output = MakeHeader(kDv25, 24, 720, 480);
     const auto encode = [&](const BITMAPINFOHEADER* input) {
-        return Codec(kDv25).Compress(input, false, picture.Row(0), &output, frame.data(), 0, 0, 0);
+        return Codec().Compress(input, false, picture.Row(0), &output, frame.data(), 0, 0, 0);
     };
     for (const char* what : {"encode:access", "encode:longer"}) {
         const test::Misbehaviour misbehaviour(what);
@@ -475,27 +451,27 @@ TEST_F(DvCodec, EachVariantHasItsSizes) {
         EXPECT_EQ(codec.DecompressQuery(&stream, nullptr, false), expected);
         EXPECT_EQ(codec.CompressQuery(&topDown, false, &stream), expected);
     }
-    EXPECT_EQ(Codec(kDv25).GetMaxCompressedSize(nullptr, false), 0u);
+    EXPECT_EQ(Codec().GetMaxCompressedSize(nullptr, false), 0u);
 
     struct Pair {
-        BITMAPINFOHEADER stream, picture;
+        DWORD stream;
+        WORD bits;
+        LONG width, height;
         bool alpha, decodes, encodes;
     };
-    const BITMAPINFOHEADER stream = MakeHeader(kDv25, 24, 720, 576);
-    const Pair pairs[] = {
-        {stream, PictureHeader(16, 720, 576), false, true, true},
-        {stream, PictureHeader(24, 720, 576), true, false, true},
-        {stream, PictureHeader(32, 720, -576), false, true, false},
-        {stream, PictureHeader(24, 1024, 576), false, true, false},
-        {stream, PictureHeader(24, 719, 576), false, false, false},
-        {MakeHeader(FourCC("dvsd"), 24, 720, 576), PictureHeader(24, 720, 576), false, false,
-         false},
-        {MakeHeader(kDv25, 24, 1024, 576), PictureHeader(24, 720, 576), false, false, false},
-    };
-    for (const Pair& p : pairs) {
-        SCOPED_TRACE(&p - pairs);
-        EXPECT_EQ(Codec(kDv25).DecompressQuery(&p.stream, &p.picture, p.alpha) == S_OK, p.decodes);
-        EXPECT_EQ(Codec(kDv25).CompressQuery(&p.picture, p.alpha, &p.stream) == S_OK, p.encodes);
+    constexpr Pair kPairs[] = {{kDv25, 16, 720, 576, false, true, true},
+                               {kDv25, 24, 720, 576, true, false, true},
+                               {kDv25, 32, 720, -576, false, true, false},
+                               {kDv25, 24, 1024, 576, false, true, false},
+                               {kDv25, 24, 719, 576, false, false, false},
+                               {kDv50, 24, 720, 576, false, false, false},
+                               {FourCC("dvsd"), 24, 720, 576, false, false, false}};
+    for (const Pair& p : kPairs) {
+        SCOPED_TRACE(&p - kPairs);
+        const BITMAPINFOHEADER stream = MakeHeader(p.stream, 24, 720, 576);
+        const BITMAPINFOHEADER picture = PictureHeader(p.bits, p.width, p.height);
+        EXPECT_EQ(Codec().DecompressQuery(&stream, &picture, p.alpha) == S_OK, p.decodes);
+        EXPECT_EQ(Codec().CompressQuery(&picture, p.alpha, &stream) == S_OK, p.encodes);
     }
 }
 
@@ -546,7 +522,7 @@ TEST_F(DvReference, StandsForTheFrameInItsFile) {
     const DvFrame sample = Reference(1000, path);
     const BITMAPINFOHEADER input = MakeHeader(kDv25, 24, 720, 576, sample.size());
     FrameInfo info;
-    ASSERT_EQ(Codec(kDv25).GetFrameInfo(&input, sample.data(), 400000, &info), S_OK);
+    ASSERT_EQ(Codec().GetFrameInfo(&input, sample.data(), 400000, &info), S_OK);
     EXPECT_EQ(info.pixelAspectX, 1024);
     EXPECT_EQ(info.rdrtA, 0x0405C6FF);
     const Picture other(16, 720, 576);
@@ -577,7 +553,7 @@ TEST_F(DvReference, KeepsTheFileOpenUntilAnotherPathComesOrTheCodecGoes) {
     EXPECT_TRUE(DeleteFileA(second.c_str())) << "closed although the next one did not open";
     const std::string last = WriteFile(L"last.avi", 0, 144000, pal_);
     ASSERT_EQ(Decode(0, last), S_OK);
-    dv25_.reset();
+    codecs_.clear();
     EXPECT_TRUE(DeleteFileA(last.c_str())) << "closed with its codec";
 }
 

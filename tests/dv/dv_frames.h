@@ -3,8 +3,10 @@
 /// @file
 /// The real frames that the tests read, and the edits that they make to copies of them.
 
-#include <cstddef>
-#include <functional>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
 #include <initializer_list>
 #include <string>
 #include <vector>
@@ -12,6 +14,28 @@
 #include "platform/win_types.h"
 
 namespace nyx::test {
+
+/// Byte of a sequence where packs lie, as the standards' block layouts give it.
+inline std::size_t AudioPackByte(std::size_t block) {
+    return 483 + 1280 * block;
+}
+inline std::size_t VauxPackByte(std::size_t index) {
+    return 243 + 5 * (index + index / 15);
+}
+inline std::size_t SubcodePackByte(std::size_t syncBlock) {
+    return 86 + 8 * (syncBlock + 4 * (syncBlock / 6));
+}
+
+/// All of them: audio, VAUX, subcode.
+inline std::vector<std::size_t> PackBytes() {
+    std::vector<std::size_t> places;
+    for (std::size_t i = 0; i < 9 + 45 + 12; ++i) {
+        places.push_back(i < 9    ? AudioPackByte(i)
+                         : i < 54 ? VauxPackByte(i - 9)
+                                  : SubcodePackByte(i - 54));
+    }
+    return places;
+}
 
 /// One compressed frame in memory of exactly its size, so that a sanitizer sees a read past it.
 class DvFrame {
@@ -23,39 +47,38 @@ class DvFrame {
 
     const BYTE* data() const { return bytes_.data(); }
     std::size_t size() const { return bytes_.size(); }
-    std::size_t Sequences() const { return size() / 12000; }
     BYTE& operator[](std::size_t offset) { return bytes_.at(offset); }
 
     /// Where in the frame `pack`, a result of the parser, lies; -1 for null.
     std::ptrdiff_t OffsetOf(const BYTE* pack) const { return pack ? pack - data() : -1; }
 
     /// Writes one pack, ID byte first.
-    void Put(std::size_t offset, std::initializer_list<BYTE> pack);
-
-    /// Calls `edit` with every pack of ID `id` in the audio, VAUX and subcode areas.
-    void EditPacks(BYTE id, const std::function<void(BYTE* pack)>& edit);
-
-    /// Overwrites every pack of ID `id` by an empty one.
-    void RemovePacks(BYTE id);
-
-    /// Sets byte `index` (1..4) of every pack of ID `id`.
-    void SetPackByte(BYTE id, std::size_t index, BYTE value);
-
+    void Put(std::size_t offset, std::initializer_list<BYTE> pack) {
+        std::copy(pack.begin(), pack.end(), &bytes_.at(offset));
+    }
+    /// Sets byte `index` (1..4) of every pack of ID `id`; 0 makes the packs unknown ones.
+    void SetPackByte(BYTE id, std::size_t index, BYTE value) {
+        for (std::size_t sequence = 0; sequence < size(); sequence += 12000) {
+            for (const std::size_t place : PackBytes()) {
+                BYTE* pack = &bytes_.at(sequence + place);
+                pack[index] = *pack == id ? value : pack[index];
+            }
+        }
+    }
     /// Sets header bytes 4 to 7 and the subcode repetitions of the application ID everywhere.
-    void SetApplicationId(BYTE id);
+    void SetApplicationId(BYTE id) {
+        for (std::size_t sequence = 0; sequence < size(); sequence += 12000) {
+            for (const std::size_t at : {4u, 5u, 6u, 7u, 83u, 163u, 203u}) {
+                const unsigned shift = at < 8 ? 0 : 4;
+                BYTE& byte = bytes_.at(sequence + at);
+                byte = static_cast<BYTE>((byte & ~(7u << shift)) | unsigned{id} << shift);
+            }
+        }
+    }
 
   private:
     std::vector<BYTE> bytes_;
 };
-
-/// Byte of a sequence where things lie, as the standards' block layouts give it.
-std::size_t AudioPackByte(std::size_t block);
-std::size_t VauxPackByte(std::size_t index);
-std::size_t SubcodePackByte(std::size_t syncBlock);
-
-/// Frame `index` of the clip `name`, whose frames are `frameBytes` long. A missing clip fails the
-/// test and gives a blank frame.
-DvFrame LoadFrame(const std::string& name, std::size_t frameBytes, std::size_t index = 0);
 
 /// A clip, and what its frames are.
 struct Clip {
@@ -68,5 +91,18 @@ constexpr Clip kClips[] = {
     {"dvcpro50_525", 240000},     {"dvcpro50_625", 288000},    {"dvcprohd_1080_60", 480000},
     {"dvcprohd_1080_50", 576000}, {"dvcprohd_720_60", 240000}, {"dvcprohd_720_50", 288000},
 };
+
+/// Frame `index` of a clip. A missing clip fails the test and gives a blank frame.
+inline DvFrame LoadFrame(const std::string& name, std::size_t frameBytes, std::size_t index = 0) {
+    DvFrame frame = DvFrame::Blank(frameBytes);
+    std::ifstream file(std::string(NYX_DV_FRAMES) + "/" + name + ".dv", std::ios::binary);
+    file.seekg(static_cast<std::streamoff>(index * frameBytes));
+    file.read(reinterpret_cast<char*>(&frame[0]), static_cast<std::streamsize>(frameBytes));
+    EXPECT_TRUE(file) << name << ": no frame " << index << "; run the dv_frames fixture";
+    return frame;
+}
+inline DvFrame LoadFrame(const Clip& clip) {
+    return LoadFrame(clip.name, clip.frameBytes);
+}
 
 }  // namespace nyx::test

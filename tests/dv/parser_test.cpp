@@ -17,7 +17,6 @@ using test::Clip;
 using test::DvFrame;
 using test::LoadFrame;
 using test::SubcodePackByte;
-using test::VauxPackByte;
 
 constexpr HRESULT kRecognised = 1;
 
@@ -54,7 +53,7 @@ TEST(DifParser, EveryVariantOfRealFramesTellsWhatItIs) {
         {{"dvcprohd_720_50", 288000}, 6, 50, kFourCCDvHd, 50, 1, 1280, 960, 720, 2, 2},
     };
     for (const Variant& v : kVariants) {
-        const DvFrame frame = LoadFrame(v.clip.name, v.clip.frameBytes);
+        const DvFrame frame = LoadFrame(v.clip);
         const Parsed parsed(frame);
         const DifState& state = parsed.parser.State();
         SCOPED_TRACE(v.clip.name);
@@ -122,8 +121,8 @@ constexpr Clip kNtsc = {"dv25_525_4x3", 120000};
 constexpr Clip kPal50 = {"dvcpro50_625", 288000};
 constexpr Clip kHd = {"dvcprohd_1080_50", 576000};
 
-/// Byte `index` of every pack `pack` becomes `value`; index 0 removes the packs. Pack 0 stands for
-/// the application ID, pack 1 for byte `index` of the frame.
+/// Byte `index` of every pack `pack` becomes `value`. Pack 0 stands for the application ID, pack 1
+/// for byte `index` of the frame.
 struct Edit {
     BYTE pack;
     std::size_t index;
@@ -135,8 +134,6 @@ void Apply(const Edit& edit, DvFrame* frame) {
         (*frame)[edit.index] = edit.value;
     } else if (edit.pack == 0) {
         frame->SetApplicationId(edit.value);
-    } else if (edit.index == 0) {
-        frame->RemovePacks(edit.pack);
     } else {
         frame->SetPackByte(edit.pack, edit.index, edit.value);
     }
@@ -185,7 +182,7 @@ TEST(DifParser, EditedFramesAreReadByTheirRules) {
         {"no audio packs", {"dv25_625_silent", 144000}, {}, 1, 0, 1, 768, 0},
     };
     for (const Case& c : cases) {
-        DvFrame frame = LoadFrame(c.clip.name, c.clip.frameBytes);
+        DvFrame frame = LoadFrame(c.clip);
         std::for_each(c.edits.begin(), c.edits.end(), [&](const Edit& e) { Apply(e, &frame); });
         const Parsed parsed(frame);
         EXPECT_EQ(Longs(parsed.result, parsed.parser.GetFormatCode(), parsed.parser.GetFieldOrder(),
@@ -361,15 +358,9 @@ TEST(PackSearch, TheBestOfSeveralPlacesWins) {
 
 TEST(PackSearch, TheWholeFrameIsSearchedAudioThenVauxThenSubcode) {
     std::vector<std::size_t> order;
-    for (std::size_t sequence = 0; sequence < 12; ++sequence) {
-        for (std::size_t block = 0; block < 9; ++block) {
-            order.push_back(sequence * 12000 + AudioPackByte(block));
-        }
-        for (std::size_t index = 0; index < 45; ++index) {
-            order.push_back(sequence * 12000 + VauxPackByte(index));
-        }
-        for (std::size_t syncBlock = 0; syncBlock < 12; ++syncBlock) {
-            order.push_back(sequence * 12000 + SubcodePackByte(syncBlock));
+    for (std::size_t sequence = 0; sequence < 144000; sequence += 12000) {
+        for (const std::size_t place : test::PackBytes()) {
+            order.push_back(sequence + place);
         }
     }
     ExpectOrder(144000, 0x42, order,
@@ -453,49 +444,49 @@ TEST(SequenceHeaders, TheApplicationIdIsVoted) {
 
 TEST(AudioSource, EachFieldAnswersForItself) {
     struct Case {
-        std::array<BYTE, 4> payload;
-        AudioRecord expected;
+        DWORD payload;  // PC1 first
+        LONG channels, bits, rate, samples, locked;
         HRESULT result;
     };
     std::vector<Case> cases = {
-        {{0xD4, 0, 0xC0, 0x80}, {1, 16, 48000, 1600, 0}, S_OK},
-        {{0xD4, 0, 0xE0, 0x80}, {1, 16, 48000, 1916, 0}, S_OK},
-        {{0xD4, 0, 0xC0, 0x88}, {1, 16, 44100, 1472, 0}, S_OK},
-        {{0xD4, 0, 0xE0, 0x88}, {1, 16, 44100, 1762, 0}, S_OK},
-        {{0xD4, 0, 0xC0, 0x90}, {1, 16, 32000, 1073, 0}, S_OK},
-        {{0xD4, 0, 0xE0, 0x90}, {1, 16, 32000, 1284, 0}, S_OK},
-        {{0xFE, 0, 0xC0, 0x80}, {1, 16, 48000, 1580 + 62, 0}, S_OK},
-        {{0xFF, 0, 0xC0, 0x80}, {1, 16, 48000, 0, 0}, S_OK},     // the largest size means unknown
-        {{0x54, 0, 0xC0, 0x80}, {1, 16, 48000, 1600, 1}, S_OK},  // top bit clear: locked
-        {{0xD4, 0, 0xC0, 0x81}, {1, 12, 32000, 1073, 0}, S_OK},  // 12 bits are always 32 kHz
-        {{0xD4, 0, 0xC0, 0xB9}, {1, 12, 32000, 1073, 0}, S_OK},
-        {{0xD4, 0, 0xC0, 0x82}, {1, 20, 48000, 1600, 0}, S_OK},
-        {{0xD4, 0, 0xC0, 0x03}, {1, 0, 48000, 1600, 0}, E_FAIL},
-        {{0xD4, 0, 0xC0, 0x18}, {1, 16, 0, 0, 0}, E_FAIL},
-        {{0xFF, 0xFF, 0xFF, 0xFF}, {0, 0, 0, 0, 0}, S_OK},
+        {0xD400C080, 1, 16, 48000, 1600, 0, S_OK},
+        {0xD400E080, 1, 16, 48000, 1916, 0, S_OK},
+        {0xD400C088, 1, 16, 44100, 1472, 0, S_OK},
+        {0xD400E088, 1, 16, 44100, 1762, 0, S_OK},
+        {0xD400C090, 1, 16, 32000, 1073, 0, S_OK},
+        {0xD400E090, 1, 16, 32000, 1284, 0, S_OK},
+        {0xFE00C080, 1, 16, 48000, 1580 + 62, 0, S_OK},
+        {0xFF00C080, 1, 16, 48000, 0, 0, S_OK},     // the largest size means unknown
+        {0x5400C080, 1, 16, 48000, 1600, 1, S_OK},  // top bit clear: locked
+        {0xD400C081, 1, 12, 32000, 1073, 0, S_OK},  // 12 bits are always 32 kHz
+        {0xD400C0B9, 1, 12, 32000, 1073, 0, S_OK},
+        {0xD400C082, 1, 20, 48000, 1600, 0, S_OK},
+        {0xD400C003, 1, 0, 48000, 1600, 0, E_FAIL},
+        {0xD400C018, 1, 16, 0, 0, 0, E_FAIL},
+        {0xFFFFFFFF, 0, 0, 0, 0, 0, S_OK},
     };
-    constexpr const char* kChannels[] = {"111------------0", "212221---------0", "----------------",
-                                         "----------------"};
+    // Channels by CHN and AUDIO_MODE; - is unsound.
+    const std::string channels = "111------------0212221---------0--------------------------------";
     for (unsigned at = 0; at < 64; ++at) {
-        const char channels = kChannels[at / 16][at % 16];
-        cases.push_back({{0xD4, static_cast<BYTE>(at / 16 << 5 | at % 16), 0xC0, 0x80},
-                         {channels == '-' ? 0 : channels - '0', 16, 48000, 1600, 0},
-                         channels == '-' ? E_FAIL : S_OK});
+        const bool sound = channels[at] != '-';
+        cases.push_back({0xD400C080 | (at / 16 << 5 | at % 16) << 16,
+                         sound ? channels[at] - '0' : 0, 16, 48000, 1600, 0,
+                         sound ? S_OK : E_FAIL});
     }
+    AudioRecord r;
     for (const Case& c : cases) {
-        const BYTE pack[] = {0x50, c.payload[0], c.payload[1], c.payload[2], c.payload[3]};
-        AudioRecord r = {7, 7, 7, 7, 7};
-        SCOPED_TRACE(&c - cases.data());
-        EXPECT_EQ(DecodeAudioSourcePack(pack, nullptr, &r), c.result);
-        const AudioRecord& e = c.expected;
-        EXPECT_TRUE(r.channels == e.channels && r.bitsPerSample == e.bitsPerSample &&
-                    r.sampleRate == e.sampleRate && r.samplesPerFrame == e.samplesPerFrame &&
-                    r.locked == e.locked);
+        const BYTE pack[] = {0x50, static_cast<BYTE>(c.payload >> 24),
+                             static_cast<BYTE>(c.payload >> 16), static_cast<BYTE>(c.payload >> 8),
+                             static_cast<BYTE>(c.payload)};
+        r = {7, 7, 7, 7, 7};
+        EXPECT_EQ(DecodeAudioSourcePack(pack, nullptr, &r), c.result) << std::hex << c.payload;
+        EXPECT_EQ(Longs(r.channels, r.bitsPerSample, r.sampleRate, r.samplesPerFrame, r.locked),
+                  Longs(c.channels, c.bits, c.rate, c.samples, c.locked))
+            << std::hex << c.payload;
     }
     EXPECT_EQ(DecodeAudioSourcePack(nullptr, nullptr, nullptr), E_POINTER);
-    AudioRecord none = {7, 7, 7, 7, 7};
-    EXPECT_EQ(DecodeAudioSourcePack(nullptr, nullptr, &none), S_OK);
-    EXPECT_EQ(none.channels, 0);
+    EXPECT_EQ(DecodeAudioSourcePack(nullptr, nullptr, &r), S_OK);
+    EXPECT_EQ(r.channels, 0);
 }
 
 /// Parses bytes that end at inaccessible memory; every pack found lies inside with all its bytes.
@@ -522,7 +513,7 @@ TEST(DifBounds, CutAndDamagedFramesParse) {
     }
     std::mt19937 random(1);
     for (const Clip& clip : test::kClips) {
-        DvFrame frame = LoadFrame(clip.name, clip.frameBytes);
+        DvFrame frame = LoadFrame(clip);
         for (std::size_t size = 0; size <= frame.size(); size += 11999) {
             ParseGuarded(frame.data(), size);
         }
