@@ -1,6 +1,5 @@
 #include <cctype>
 #include <cstring>
-#include <map>
 
 #include "baseclasses/streams.h"
 #include "tests/support/rig.h"
@@ -19,9 +18,6 @@ MediaType Numbered(BYTE number) {
     *type.pbFormat = number;
     return type;
 }
-BYTE NumberOf(const AM_MEDIA_TYPE& type) {
-    return type.cbFormat == 1 ? *type.pbFormat : BYTE{0};
-}
 
 /// The smallest video transform filter: takes numbered types but one, makes nothing of its samples,
 /// writes down what the library calls and answers as it is told to.
@@ -30,17 +26,19 @@ class Passthrough : public CVideoTransformFilter {
     Passthrough() : CVideoTransformFilter(NAME("Passthrough"), nullptr, GUID_NULL) {}
 
     std::string log;
-    std::map<std::string, HRESULT> answers;  ///< other than `S_OK`
+    HRESULT startResult = S_OK;
+    HRESULT transformResult = S_OK;
     std::function<void()> onTransform = [] {};
     bool handlesQuality = true;  ///< off: as a plain transform filter
     int qualityMessages = 0;
 
     HRESULT Transform(IMediaSample*, IMediaSample*) override {
         onTransform();
-        return Call("Transform");
+        log += "Transform ";
+        return transformResult;
     }
     HRESULT CheckInputType(const CMediaType* type) override {
-        return NumberOf(*type) == kRefused ? VFW_E_TYPE_NOT_ACCEPTED : S_OK;
+        return *type->pbFormat == kRefused ? VFW_E_TYPE_NOT_ACCEPTED : S_OK;
     }
     HRESULT CheckTransform(const CMediaType*, const CMediaType* out) override {
         return CheckInputType(out);
@@ -50,15 +48,14 @@ class Passthrough : public CVideoTransformFilter {
         return allocator->SetProperties(request, request);
     }
     HRESULT GetMediaType(int position, CMediaType* type) override {
-        return position > 2 ? VFW_S_NO_MORE_ITEMS
-                            : type->Set(Numbered(static_cast<BYTE>(position + 1)));
+        return position > 0 ? VFW_S_NO_MORE_ITEMS : type->Set(Numbered(1));
     }
     HRESULT StartStreaming() override {
-        const HRESULT hr = Call("Start");
-        return FAILED(hr) ? hr : CVideoTransformFilter::StartStreaming();
+        log += "Start ";
+        return FAILED(startResult) ? startResult : CVideoTransformFilter::StartStreaming();
     }
-    HRESULT StopStreaming() override { return Call("Stop"); }
-    HRESULT SetMediaType(PIN_DIRECTION, const CMediaType*) override { return Call("Type"); }
+    HRESULT StopStreaming() override { return log += "Stop ", S_OK; }
+    HRESULT SetMediaType(PIN_DIRECTION, const CMediaType*) override { return log += "Type ", S_OK; }
     HRESULT AlterQuality(Quality quality) override {
         ++qualityMessages;
         return handlesQuality ? CVideoTransformFilter::AlterQuality(quality)
@@ -72,12 +69,6 @@ class Passthrough : public CVideoTransformFilter {
     using CVideoTransformFilter::m_itrLate;
     using CVideoTransformFilter::m_nKeyFramePeriod;
     using CVideoTransformFilter::m_tDecodeStart;
-
-  private:
-    HRESULT Call(const char* name) {
-        log += std::string(name) + " ";
-        return answers.count(name) ? answers[name] : S_OK;
-    }
 };
 
 /// The sink's allocator; remembers with which flags its buffers were asked for.
@@ -154,41 +145,32 @@ TEST_F(BaseClasses, QuestionsAboutPinsNeedNoFilterLock) {
 TEST_F(BaseClasses, EnumeratorsNoticeChanges) {
     ASSERT_EQ(source.Connect(input, &one), S_OK);
     ComPtr<IEnumPins> pins;
-    ComPtr<IEnumPins> clone;
-    ASSERT_EQ(filter->EnumPins(&pins), S_OK);
     ComPtr<IPin> pin;
+    ASSERT_EQ(filter->EnumPins(&pins), S_OK);
     EXPECT_EQ(pins->Next(1, &pin, nullptr), S_OK);
     filter->IncrementPinVersion();
     EXPECT_EQ(pins->Skip(1), VFW_E_ENUM_OUT_OF_SYNC);
-    EXPECT_EQ(pins->Clone(&clone), VFW_E_ENUM_OUT_OF_SYNC);
     EXPECT_EQ(pins->Next(1, pin.ReleaseAndGetAddressOf(), nullptr), S_OK);
     EXPECT_EQ(pin.Get(), output) << "afresh, but no pin twice";
     EXPECT_EQ(pins->Skip(1), S_FALSE) << "in step again, at the end";
-
     ComPtr<IEnumMediaTypes> types;
-    ComPtr<IEnumMediaTypes> typesClone;
     ASSERT_EQ(output->EnumMediaTypes(&types), S_OK);
     output->IncrementTypeVersion();
-    AM_MEDIA_TYPE* type = nullptr;
-    EXPECT_EQ(types->Next(1, &type, nullptr), VFW_E_ENUM_OUT_OF_SYNC);
+    AM_MEDIA_TYPE* next = nullptr;
+    EXPECT_EQ(types->Next(1, &next, nullptr), VFW_E_ENUM_OUT_OF_SYNC);
     EXPECT_EQ(types->Skip(1), VFW_E_ENUM_OUT_OF_SYNC);
-    EXPECT_EQ(types->Clone(&typesClone), VFW_E_ENUM_OUT_OF_SYNC);
     EXPECT_EQ(types->Reset(), S_OK);
-    EXPECT_EQ(types->Skip(2), S_OK);
-    ASSERT_EQ(types->Next(1, &type, nullptr), S_OK);
-    EXPECT_EQ(NumberOf(MediaType::Adopt(type)), 3);
-    EXPECT_EQ(types->Skip(0xFFFFFFFFu), S_FALSE);
-    EXPECT_EQ(types->Skip(0xFFFFFFFFu), S_FALSE) << "however far it is told";
+    EXPECT_EQ(types->Skip(1), S_OK);
 }
 
 TEST_F(BaseClasses, StreamingStartsAndStopsOncePerRunAndNotWithoutAllOfIt) {
     Start();
     filter->Stop();
-    filter->answers["Start"] = E_ABORT;
+    filter->startResult = E_ABORT;
     EXPECT_EQ(filter->Run(0), E_ABORT);
     EXPECT_TRUE(filter->IsStopped());
     EXPECT_EQ(Push(), VFW_E_WRONG_STATE);
-    filter->answers.clear();
+    filter->startResult = S_OK;
     filter->log.clear();
     for (const auto enter : {&Passthrough::Pause, &Passthrough::Stop, &Passthrough::Stop}) {
         EXPECT_EQ(filter->Run(0), S_OK);
@@ -237,53 +219,30 @@ TEST_F(BaseClasses, LatenessThatTheFilterLeavesAloneGoesToTheSinkOrUpstream) {
     upstream->Input()->Disconnect();
 }
 
-TEST_F(BaseClasses, ANewTypeInMidStreamRestartsTheStreamOrAbortsIt) {
+TEST_F(BaseClasses, ANewTypeRestartsTheStreamAndEndsItWhereItCannot) {
     Start();
-    Sample sample{{1}};
-    sample.type = Numbered(5);
-    EXPECT_EQ(Push(sample), S_OK);
-    EXPECT_EQ(NumberOf(input->CurrentMediaType()), 5);
-    EXPECT_EQ(NumberOf(output->CurrentMediaType()), 1);
-    EXPECT_FALSE(sink.Last().type) << "the input's type is not the output's";
-    sample.type.reset();
-    sample.syncPoint = false;
+    Sample typed{{1}};
+    typed.type = Numbered(5);
+    EXPECT_EQ(Push(typed), S_OK);
     allocator->nextType = Numbered(6);
-    EXPECT_EQ(Push(sample), S_OK);
-    EXPECT_EQ(NumberOf(output->CurrentMediaType()), 6);
-    EXPECT_EQ(sink.Count(), 1u) << "a new output waits for a key frame";
-    allocator->nextType = Numbered(7);
     EXPECT_EQ(Push(), S_OK);
-    ASSERT_EQ(sink.Count(), 2u) << "which itself goes at once";
-    EXPECT_EQ(NumberOf(*sink.Last().type), 7);
-    EXPECT_EQ(filter->log, "Stop Start Transform Stop Start Transform Stop Start Transform ")
-        << "SetMediaType is not called";
-
-    filter->answers["Start"] = E_ABORT;
-    sample.type = Numbered(5);
-    EXPECT_EQ(Push(sample), E_ABORT);
-    allocator->nextType = Numbered(6);
+    EXPECT_EQ(filter->log, "Stop Start Transform Stop Start Transform ") << "without SetMediaType";
+    EXPECT_EQ(*input->CurrentMediaType().pbFormat, 5);
+    EXPECT_EQ(*output->CurrentMediaType().pbFormat, 6);
+    filter->startResult = E_ABORT;
+    EXPECT_EQ(Push(typed), E_ABORT);
+    allocator->nextType = Numbered(7);
     EXPECT_EQ(Push(), E_ABORT);
-    EXPECT_EQ(graph->Count(EC_ERRORABORT), 2);
     EXPECT_EQ(graph->Seen().back().parameter, E_ABORT);
     EXPECT_EQ(sink.Seen().endOfStream, 2);
     ComPtr<IMediaSample> buffer;
     EXPECT_EQ(allocator->GetBuffer(&buffer, nullptr, nullptr, AM_GBF_NOWAIT), S_OK) << "given back";
-}
-
-TEST_F(BaseClasses, ARefusedTypeEndsTheStream) {
-    Start();
-    Sample sample{{1}};
-    sample.type = Numbered(kRefused);
-    for (const bool sample2 : {true, false}) {
-        EXPECT_EQ(input->Receive(MakeSample(sample, {sample2}).Get()), VFW_E_INVALIDMEDIATYPE);
-        EXPECT_EQ(graph->Seen().back().parameter, VFW_E_TYPE_NOT_ACCEPTED);
-        EXPECT_EQ(Push(), VFW_E_RUNTIME_ERROR);
-        filter->Stop();
-        filter->Pause();
-        EXPECT_EQ(Push(), S_OK);
-    }
-    EXPECT_EQ(graph->Count(EC_ERRORABORT), 2);
-    EXPECT_EQ(sink.Seen().endOfStream, 0) << "the error came first";
+    typed.type = Numbered(kRefused);
+    EXPECT_EQ(Push(typed), VFW_E_INVALIDMEDIATYPE);
+    EXPECT_EQ(graph->Seen().back().parameter, VFW_E_TYPE_NOT_ACCEPTED);
+    EXPECT_EQ(graph->Count(EC_ERRORABORT), 3);
+    EXPECT_EQ(sink.Seen().endOfStream, 2) << "the error came first";
+    EXPECT_EQ(Push(), VFW_E_RUNTIME_ERROR);
 }
 
 TEST_F(BaseClasses, AfterADiscontinuityThirtyFramesAtMostWaitForAKeyFrame) {
@@ -291,10 +250,10 @@ TEST_F(BaseClasses, AfterADiscontinuityThirtyFramesAtMostWaitForAKeyFrame) {
     Sample sample{{1}};
     sample.syncPoint = false;
     sample.discontinuity = true;
-    filter->answers["Transform"] = E_ABORT;
+    filter->transformResult = E_ABORT;
     EXPECT_EQ(Push(sample), E_ABORT) << "a failure is returned as it is";
     EXPECT_TRUE(graph->Seen().empty());
-    filter->answers.clear();
+    filter->transformResult = S_OK;
     for (int frame = 1; frame <= 30; ++frame) {
         EXPECT_EQ(Push(sample), S_OK);
         EXPECT_EQ(sink.Count(), frame == 30 ? 1u : 0u) << frame;
@@ -305,7 +264,7 @@ TEST_F(BaseClasses, AfterADiscontinuityThirtyFramesAtMostWaitForAKeyFrame) {
 TEST_F(BaseClasses, WithheldFramesAreNewsOncePerRunAndTheAllocatorIsTold) {
     Start();
     EXPECT_TRUE(PushTimed(false));
-    filter->answers["Transform"] = S_FALSE;
+    filter->transformResult = S_FALSE;
     EXPECT_FALSE(PushTimed());
     EXPECT_FALSE(PushTimed());
     filter->Pause();
@@ -426,31 +385,8 @@ TEST(MediaTypes, CopiesAreDeepAndWithoutMemoryWhatWasThereStays) {
     EXPECT_EQ(*none.AllocFormatBuffer(1), 0);
 }
 
-/// Takes and gives back a reference to itself when it goes.
-struct Recounting : CUnknown {
-    explicit Recounting(LPUNKNOWN outer) : CUnknown(NAME("Recounting"), outer) {}
-    ~Recounting() override {
-        NonDelegatingAddRef();
-        NonDelegatingRelease();
-    }
-};
-
-CUnknown* CALLBACK MakeFailing(LPUNKNOWN outer, HRESULT* result) {
-    *result = E_ABORT;
-    return new Recounting(outer);
-}
-
-TEST(Objects, WhatFailedToBeMadeIsDeletedOnceEvenWhenItsDestructorCounts) {
-    ComPtr<IClassFactory> factory;
-    ASSERT_EQ(DllGetClassObject(IID_IPin, IID_IClassFactory, &factory), S_OK);
-    ComPtr<IUnknown> object;
-    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, &object), E_ABORT);
-    EXPECT_EQ(object, nullptr);
-    EXPECT_EQ(CBaseObject::ObjectsActive(), 1) << "the factory";
-}
-
 }  // namespace
 }  // namespace nyx::test
 
-CFactoryTemplate g_Templates[] = {{L"Class", &IID_IPin, nyx::test::MakeFailing, nullptr}};
-int g_cTemplates = 1;
+CFactoryTemplate g_Templates[1];
+int g_cTemplates = 0;
