@@ -104,6 +104,8 @@ TEST(Entries, StripsAreConvertedAsWholePictures) {
     EXPECT_EQ(strips.Run({r.bytes[0], 0, 0}, {out, 0, 0}, 12, 1), S_OK);
     EXPECT_EQ(strips.Run({r.bytes[0] + 24, 0, 0}, {out + 48, 0, 0}, 12, 1), S_OK);
     EXPECT_EQ(std::memcmp(out, r.bytes[1], 96), 0);
+    EXPECT_EQ(strips.PrepareFromYuv(kYuy2, 1, kBgra, 1), E_INVALIDARG);
+    EXPECT_EQ(strips.Run({r.bytes[0], 0, 0}, {out, 0, 0}, 12, 1), E_INVALIDARG);
     ASSERT_EQ(strips.PrepareToYuv(kBgra, 1, kYuy2, 0), S_OK);
     EXPECT_EQ(strips.Run({out, 0, 0}, {r.bytes[1], 0, 0}, 12, 2), S_OK);
     EXPECT_NEAR(r.bytes[1][2], r.bytes[0][2], 1);

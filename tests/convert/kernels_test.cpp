@@ -85,6 +85,7 @@ struct Planes {
         };
         Conversion conversion;
         ASSERT_EQ(ChooseConversion(kind, &conversion), S_OK);
+        ASSERT_TRUE(reference::HasSameNumbers(kind, conversion.numbers));
         ASSERT_EQ(RunConversion(GetCpuInfo(), conversion, planes(&Plane::guarded), width, kHeight),
                   S_OK);
         reference::Convert(kind, planes(&Plane::unguarded), width, kHeight);

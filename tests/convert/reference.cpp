@@ -101,20 +101,24 @@ class ToRgb {
         double gains[] = {to.span / 219, red, -blue * k.kb / k.kg, -red * k.kr / k.kg, blue};
         for (int i = 0; i < 5; ++i) {
             const int bits = (kDeep ? 18 : 14) - (i == 0 ? 0 : 1);
-            gains_[i] = Fixed(gains[i], bits);
+            numbers_[i] = Fixed(gains[i], bits);
             // Deep greys come out grey to the last bit when the stored gains make the offsets.
-            gains[i] = kDeep ? std::ldexp(gains_[i], -bits) : gains[i];
+            gains[i] = kDeep ? std::ldexp(numbers_[i], -bits) : gains[i];
         }
         const double half = kDeep ? (Destination::kBits == 10 ? 0 : 1 / 512.0) : 0.5;
         const double chroma[] = {gains[1], gains[2] + gains[3], gains[4]};
         for (int c = 0; c < 3; ++c) {
-            offsets_[c] =
+            numbers_[5 + c] =
                 Fixed(half + to.black - 16 * gains[0] - 128 * chroma[c], kDeep ? 20 : kShift);
             // Three of the tabulated offsets stand one below what the rule rounds to.
             const bool studio8 = kind.range == kStudioRange && kShift == 14 && c != 1;
             const bool full10 = kind.range == kFullRange && kShift == 16 && c == 2;
-            offsets_[c] -= kind.matrix == kMatrixBt601 && (studio8 || full10) ? 1 : 0;
+            numbers_[5 + c] -= kind.matrix == kMatrixBt601 && (studio8 || full10) ? 1 : 0;
         }
+    }
+
+    bool Has(const KernelNumbers& numbers) const {
+        return std::memcmp(&numbers.toRgb, numbers_, sizeof numbers_) == 0;
     }
 
     void operator()(const BYTE* source, const BYTE* alpha, BYTE* to, BYTE*, std::size_t x,
@@ -126,10 +130,11 @@ class ToRgb {
         const int u = Source::Get(source, own + 1) + Source::Get(source, other + 1);
         const int v = Source::Get(source, own + 3) + Source::Get(source, other + 3);
         const int a = alpha ? alpha[x] : 255;
-        Channels c = {y * gains_[0] + v * gains_[1], y * gains_[0] + u * gains_[2] + v * gains_[3],
-                      y * gains_[0] + u * gains_[4], a * (kDeep ? 257 : 1)};
+        Channels c = {y * numbers_[0] + v * numbers_[1],
+                      y * numbers_[0] + u * numbers_[2] + v * numbers_[3],
+                      y * numbers_[0] + u * numbers_[4], a * (kDeep ? 257 : 1)};
         for (std::size_t i = 0; i < 3; ++i) {
-            c[i] = std::clamp((c[i] * kScale + offsets_[i]) >> kShift, 0, kDeep ? 65535 : 255);
+            c[i] = std::clamp((c[i] * kScale + numbers_[5 + i]) >> kShift, 0, kDeep ? 65535 : 255);
             c[i] = kDeep && alpha ? Scaled(c[i], a) : c[i];
             c[i] = Destination::kBits == 10 ? std::min(c[i] + 32, 65535) >> 6 : c[i];
         }
@@ -168,7 +173,7 @@ class ToRgb {
     }
 
     const ConversionKind& kind_;
-    int gains_[5], offsets_[3];
+    int numbers_[8];  ///< as in CoefficientBlock
 };
 
 template <class Source, class Destination>
@@ -182,12 +187,16 @@ class ToYuv {
         const double v = 112 / from.span / (1 - k.kr);
         const double half = std::ldexp(0.5, 8 - Destination::kBits);
         const double rows[3][4] = {
-            {k.kr * luma, k.kg * luma, k.kb * luma, 16 - from.black * luma + half},
-            {-k.kr * u, -k.kg * u, (1 - k.kb) * u, 128 + half},
-            {(1 - k.kr) * v, -k.kg * v, -k.kb * v, 128 + half}};
+            {k.kb * luma, k.kg * luma, k.kr * luma, 16 - from.black * luma + half},
+            {(1 - k.kb) * u, -k.kg * u, -k.kr * u, 128 + half},
+            {-k.kb * v, -k.kg * v, (1 - k.kr) * v, 128 + half}};
         for (int i = 0; i < 12; ++i) {
             rows_[i / 4][i % 4] = Fixed(rows[i / 4][i % 4], i % 4 == 3 ? kSumBits : 15);
         }
+    }
+
+    bool Has(const KernelNumbers& numbers) const {
+        return std::memcmp(&numbers.toYuv, rows_, sizeof rows_) == 0;
     }
 
     void operator()(const BYTE* source, const BYTE* alpha, BYTE* to, BYTE* toAlpha, std::size_t x,
@@ -207,13 +216,13 @@ class ToYuv {
     using Number = std::conditional_t<Source::kBits == 8, std::int32_t, std::int64_t>;
 
     static int Sample(const int (&row)[4], const Channels& c) {
-        const Number sum = Number{row[0]} * c[0] + Number{row[1]} * c[1] + Number{row[2]} * c[2];
+        const Number sum = Number{row[0]} * c[2] + Number{row[1]} * c[1] + Number{row[2]} * c[0];
         const Number scaled = sum * (Source::kBits == 10 ? 64 : 1) + row[3];
         return static_cast<int>(std::clamp<Number>(scaled >> (kSumBits + 8 - Destination::kBits), 0,
                                                    (1 << Destination::kBits) - 1));
     }
 
-    int rows_[3][4];
+    int rows_[3][4];  ///< as in ReverseCoefficientBlock
 };
 
 /// First byte of a row by the rule that conversions step by: the row's bytes, then the gap.
@@ -222,10 +231,9 @@ BYTE* RowOf(const ImagePlane* plane, std::size_t rowBytes, LONG y) {
     return plane ? plane->data + (step + plane->rowGap) * y : nullptr;
 }
 
-template <template <class, class> class Direction, class Source, class Destination>
-void ConvertPicture(const ConversionKind& kind, const ConversionPlanes& planes, LONG width,
+template <class Conversion, class Source, class Destination>
+void ConvertPicture(const Conversion& convert, const ConversionPlanes& planes, LONG width,
                     LONG height) {
-    const Direction<Source, Destination> convert(kind);
     const auto pixels = static_cast<std::size_t>(width);
     for (LONG y = 0; y < height; ++y) {
         const BYTE* source = RowOf(planes.source, pixels * Source::kBytes, y);
@@ -238,6 +246,19 @@ void ConvertPicture(const ConversionKind& kind, const ConversionPlanes& planes, 
     }
 }
 
+/// Calls `use` with the conversion and both layouts.
+template <class Use>
+void WithConversion(const ConversionKind& kind, Use use) {
+    WithYuv(kind.source, [&](auto yuv) {
+        WithRgb(kind.destination,
+                [&](auto rgb) { use(ToRgb<decltype(yuv), decltype(rgb)>(kind), yuv, rgb); });
+    });
+    WithYuv(kind.destination, [&](auto yuv) {
+        WithRgb(kind.source,
+                [&](auto rgb) { use(ToYuv<decltype(rgb), decltype(yuv)>(kind), rgb, yuv); });
+    });
+}
+
 }  // namespace
 
 Weights WeightsOf(LONG matrix) {
@@ -246,16 +267,16 @@ Weights WeightsOf(LONG matrix) {
                                     : Weights{0.2627, 0.6780, 0.0593};
 }
 
+bool HasSameNumbers(const ConversionKind& kind, const KernelNumbers& numbers) {
+    bool same = false;
+    WithConversion(kind, [&](const auto& own, auto, auto) { same = own.Has(numbers); });
+    return same;
+}
+
 void Convert(const ConversionKind& kind, const ConversionPlanes& planes, LONG width, LONG height) {
-    WithYuv(kind.source, [&](auto yuv) {
-        WithRgb(kind.destination, [&](auto rgb) {
-            ConvertPicture<ToRgb, decltype(yuv), decltype(rgb)>(kind, planes, width, height);
-        });
-    });
-    WithYuv(kind.destination, [&](auto yuv) {
-        WithRgb(kind.source, [&](auto rgb) {
-            ConvertPicture<ToYuv, decltype(rgb), decltype(yuv)>(kind, planes, width, height);
-        });
+    WithConversion(kind, [&](const auto& own, auto from, auto to) {
+        ConvertPicture<std::decay_t<decltype(own)>, decltype(from), decltype(to)>(own, planes,
+                                                                                  width, height);
     });
 }
 

@@ -16,6 +16,9 @@ struct Weights {
 };
 Weights WeightsOf(LONG matrix);
 
+/// Whether the library computes with the very coefficients that the rules give.
+bool HasSameNumbers(const ConversionKind& kind, const KernelNumbers& numbers);
+
 void Convert(const ConversionKind& kind, const ConversionPlanes& planes, LONG width, LONG height);
 
 }  // namespace nyx::reference
