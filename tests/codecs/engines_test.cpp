@@ -36,10 +36,10 @@ void OnFourThreads(Body body) {
     }
 }
 
-/// Calls `round` for a second, but once at least.
+/// Calls `round` for so many seconds, but once at least.
 template <typename Round>
-void ForASecond(Round round) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+void ForSeconds(int seconds, Round round) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
     do {
         round();
     } while (std::chrono::steady_clock::now() < end);
@@ -124,9 +124,9 @@ TEST(Engines, AreThereForEveryThreadThatMakesACodecWhileOthersComeAndGo) {
                                       &DvEngines()};
     OnFourThreads([&](int thread) {
         int round = thread;
-        ForASecond([&] {
-            EngineFamily& family = *families[round++ % 4];
-            const EngineUse use(family);
+        ForSeconds(3, [&] {
+            const EngineFamily& family = *families[round % 4];
+            const EngineUse use(*families[round++ % 4]);
             missing += family.IsComplete() && use[0].Decode<ZetaEntry>() ? 0 : 1;
         });
     });
@@ -284,7 +284,7 @@ TEST(Guard, HoldsAStormOnManyThreadsWithoutALeak) {
     const auto storm = [&](int) {
         const DWORD chain = ChainHead();
         std::uintptr_t stack = 0;
-        ForASecond([&] {
+        ForSeconds(1, [&] {
             for (const Named& fault : kTaken) {
                 std::uintptr_t inside = 0;
                 const HRESULT result = Guarded([&] {
