@@ -6,10 +6,12 @@
 #include <future>
 #include <iterator>
 #include <random>
+#include <set>
 
 #include "codecs/engine_records.h"
 #include "dv/dif_parser.h"
 #include "dv/dv_engine.h"
+#include "engines/open/chroma_siting.h"
 #include "tests/dv/dv_frames.h"
 #include "tests/support/engines.h"
 #include "tests/support/frames.h"
@@ -161,13 +163,12 @@ TEST(OpenDv, ShowsWhatFfmpegShowsAndEncodesItAgain) {
         frame.Put(VauxPackByte(39), {0xFF, 0xFF, 0xFF, 0xFF, 0xFF});
         for (const LONG bytes : {2, 3, 4}) {
             const LONG code = bytes == 2 ? 0 : 7 - bytes;
-            if (code != 0 && kind.width > 720) {
-                break;
-            }
             const Picture source(kind.width, kind.height, bytes, 52, -1);
             ASSERT_EQ(DecodeDv(kind.decodeFlags, frame.data(), source, code), 0);
             EXPECT_TRUE(code != 0 || source.Pixels() == whole.Pixels());
-
+            if (code != 0 && kind.width > 720) {
+                continue;
+            }
             const GuardedMemory coded(kind.frameBytes);
             ASSERT_EQ(
                 kEncode(kind.encodeFlags, coded.data(), source.Row(0), source.stride, bytes, code),
@@ -243,18 +244,23 @@ TEST(OpenDv, RefusesCallsThatMakeNoSense) {
 }
 
 TEST(OpenDv, ServesManyThreadsAtOnce) {
-    const auto decode = [](std::size_t i) {
-        const DvKind& kind = kDvKinds[3 + i % 3];
-        const Picture picture(kind.width, kind.height, 2);
-        DecodeDv(kind.decodeFlags, LoadFrame(kind.clip, kind.frameBytes).data(), picture);
-        return picture.Pixels();
+    const auto decode = [](std::size_t kindOf, int times) {
+        const DvKind& kind = kDvKinds[3 + kindOf % 3];
+        const DvFrame frame = LoadFrame(kind.clip, kind.frameBytes);
+        std::set<Bytes> pictures;
+        while (times-- > 0) {
+            const Picture picture(kind.width, kind.height, 2);
+            DecodeDv(kind.decodeFlags, frame.data(), picture);
+            pictures.insert(picture.Pixels());
+        }
+        return pictures;
     };
-    std::vector<std::future<Bytes>> pictures;
-    for (std::size_t i = 0; i < 12; ++i) {
-        pictures.push_back(std::async(std::launch::async, decode, i));
+    std::vector<std::future<std::set<Bytes>>> threads;
+    for (std::size_t i = 0; i < 6; ++i) {
+        threads.push_back(std::async(std::launch::async, decode, i, 8));
     }
-    for (std::size_t i = 0; i < pictures.size(); ++i) {
-        EXPECT_EQ(pictures[i].get(), decode(i)) << i;
+    for (std::size_t i = 0; i < threads.size(); ++i) {
+        EXPECT_TRUE(threads[i].get() == decode(i, 1)) << i;
     }
 }
 
@@ -361,6 +367,20 @@ TEST(OpenEngines, DamageAndCutsStayInsideThePicture) {
             DecodeMpeg(bytes.data(), bytes.size(), picture, kind.dropped);
         }
         picture.Pixels();
+    }
+}
+
+/// Where vectors end; source and result end at guards.
+TEST(OpenEngines, SamplesOfEveryCountAreDoubled) {
+    for (int count = 1; count <= 100; ++count) {
+        const GuardedMemory samples(static_cast<std::size_t>((count + 1) / 2));
+        const GuardedMemory doubled(static_cast<std::size_t>(count));
+        std::generate_n(samples.data(), samples.size(), std::mt19937(5));
+        open::DoubleSamples(samples.data(), count, doubled.data());
+        for (std::size_t x = 0; x < doubled.size(); ++x) {
+            const BYTE right = samples.data()[std::min((x + 1) / 2, samples.size() - 1)];
+            ASSERT_EQ(doubled.data()[x], (samples.data()[x / 2] + right + 1) / 2) << count;
+        }
     }
 }
 
