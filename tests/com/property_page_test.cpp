@@ -88,7 +88,6 @@ TEST_F(Page, ShowsTheLiveParametersOfEachEncoderInTurn) {
     PROPPAGEINFO info{};
     ASSERT_EQ(page->GetPageInfo(&info), S_OK);
     EXPECT_STREQ(info.pszTitle, L"Rokka Zeta properties");
-    EXPECT_GT(info.size.cx, 235);
     CoTaskMemFree(info.pszTitle);
     for (const auto& c : cases) {
         encoder_ = NewEncoder();
@@ -205,24 +204,7 @@ TEST_F(Page, SlidersAndTextMoveTheNumbersInsideTheirRanges) {
     }
 }
 
-TEST_F(Page, TheTabKeyTheArrowKeysAndLettersWithAltReachWhatIsEnabled) {
-    const PageFrame frame(New(), encoder_.Get());
-    SetWindowLongW(frame.dialog, GWL_EXSTYLE, 0);  // as frames do
-    EXPECT_TRUE(GetWindowLongW(frame.dialog, GWL_EXSTYLE) & WS_EX_CONTROLPARENT);
-    EXPECT_EQ(frame.TabOrder(), std::vector<int>{IDC_PRESET_STANDARD});
-    frame.Strike(IDC_PRESET_STANDARD, VK_DOWN);
-    EXPECT_EQ(Look(frame), (Shown{19, 4, 3}));
-    frame.Strike(IDC_PRESET_SUPERFINE, VK_UP);
-    EXPECT_TRUE(frame.IsChecked(IDC_PRESET_CUSTOM)) << "the group is a circle";
-    EXPECT_EQ(frame.TabOrder(), (std::vector<int>{IDC_PRESET_CUSTOM, IDC_QUANT_SLIDER,
-                                                  IDC_QUANT_BOX, IDC_SIZE_SLIDER, IDC_SIZE_BOX}));
-    frame.StrikeWithAlt('q');
-    EXPECT_EQ(GetDlgCtrlID(GetFocus()), IDC_QUANT_SLIDER);
-    frame.StrikeWithAlt('m');
-    EXPECT_EQ(GetDlgCtrlID(GetFocus()), IDC_SIZE_SLIDER);
-}
-
-TEST_F(Page, NoControlReachesBeyondItOrCoversAnother) {
+TEST_F(Page, EveryControlIsSeenWholeAndReachedByKeysWhenItIsEnabled) {
     const PageFrame frame(New(), encoder_.Get());
     RECT page{}, common{};
     GetWindowRect(frame.dialog, &page);
@@ -239,6 +221,19 @@ TEST_F(Page, NoControlReachesBeyondItOrCoversAnother) {
         places.push_back(place);
     }
     EXPECT_EQ(places.size(), 13u);
+    SetWindowLongW(frame.dialog, GWL_EXSTYLE, 0);  // as frames do
+    EXPECT_TRUE(GetWindowLongW(frame.dialog, GWL_EXSTYLE) & WS_EX_CONTROLPARENT);
+    EXPECT_EQ(frame.TabOrder(), std::vector<int>{IDC_PRESET_STANDARD});
+    frame.Strike(IDC_PRESET_STANDARD, VK_DOWN);
+    EXPECT_EQ(Look(frame), (Shown{19, 4, 3}));
+    frame.Strike(IDC_PRESET_SUPERFINE, VK_UP);
+    EXPECT_TRUE(frame.IsChecked(IDC_PRESET_CUSTOM)) << "the group is a circle";
+    EXPECT_EQ(frame.TabOrder(), (std::vector<int>{IDC_PRESET_CUSTOM, IDC_QUANT_SLIDER,
+                                                  IDC_QUANT_BOX, IDC_SIZE_SLIDER, IDC_SIZE_BOX}));
+    frame.StrikeWithAlt('q');
+    EXPECT_EQ(GetDlgCtrlID(GetFocus()), IDC_QUANT_SLIDER);
+    frame.StrikeWithAlt('m');
+    EXPECT_EQ(GetDlgCtrlID(GetFocus()), IDC_SIZE_SLIDER);
 }
 
 TEST_F(Page, CallsInAnyOrderAreAnsweredByTheRulesAndThePageServesAfterwards) {

@@ -50,14 +50,13 @@ NYX_FOR_ROWS(WithoutMemory, Catalogue());
 TEST_P(WithoutMemory, ObjectsPinsAndConnectionsAreMadeOrRefusedWhole) {
     for (const CLSID& clsid : {row().clsid, kPropertyPage}) {
         // A setting that cannot be read for want of memory takes its default, as any other would.
-        FailEach("creation", 2,
-                 [&] {
-                     ComPtr<IUnknown> object;
-                     const HRESULT result = Module().Create(clsid, nullptr, IID_IUnknown, &object);
-                     EXPECT_EQ(SUCCEEDED(result), object.Get() != nullptr);
-                     return result;
-                 },
-                 {S_OK});
+        const auto create = [&] {
+            ComPtr<IUnknown> object;
+            const HRESULT result = Module().Create(clsid, nullptr, IID_IUnknown, &object);
+            EXPECT_EQ(SUCCEEDED(result), object.Get() != nullptr);
+            return result;
+        };
+        FailEach("creation", 2, create, {S_OK});
     }
     const auto bare = Module().Create(row().clsid);
     FailEach("pins, both or none", 2, [&] {
@@ -65,47 +64,35 @@ TEST_P(WithoutMemory, ObjectsPinsAndConnectionsAreMadeOrRefusedWhole) {
         return bare->FindPin(L"Out", &pin);
     });
     Rig rig(row());
-    FailEach("the input's connection", 1, [&] {
-        rig.Disconnect();
-        return rig.ConnectInput();
-    });
-    FailEach("pin enumerators", 2, [&] {
-        ComPtr<IEnumPins> pins, clone;
-        const HRESULT result = rig.filter->EnumPins(&pins);
-        return FAILED(result) ? result : pins->Clone(&clone);
-    });
-    FailEach("type enumerators", 2,
-             [&] {
-                 ComPtr<IEnumMediaTypes> types;
-                 HRESULT result = rig.output->EnumMediaTypes(&types);
-                 AM_MEDIA_TYPE* type = nullptr;
-                 result = SUCCEEDED(result) ? types->Next(1, &type, nullptr) : result;
-                 MediaType::Adopt(type);
-                 return result;
-             },
-             {S_FALSE});
-    FailEach("a pin's name", 1, [&] {
-        LPWSTR id = nullptr;
-        const HRESULT result = rig.output->QueryId(&id);
-        CoTaskMemFree(id);
-        return result;
-    });
+    FailEach("the input's connection", 1, [&] { return rig.Disconnect(), rig.ConnectInput(); });
     for (const bool chosen : {false, true}) {
         // A pin that cannot make its list of types has none to propose; a type that cannot be
         // looked at is one that was not expected; the filter's own allocator is its second choice.
-        FailEach("the output's connection", 1,
-                 [&] {
-                     rig.DisconnectOutput();
-                     return chosen ? rig.ConnectOutput(row().OutputType()) : rig.ConnectOutput();
-                 },
+        const auto connect = [&] {
+            rig.DisconnectOutput();
+            return chosen ? rig.ConnectOutput(row().OutputType()) : rig.ConnectOutput();
+        };
+        FailEach("the output's connection", 1, connect,
                  {S_OK, E_UNEXPECTED, HRESULT{VFW_E_NO_ACCEPTABLE_TYPES}});
     }
-    FailEach("the connection's type", 1, [&] {
-        AM_MEDIA_TYPE type{};
-        const HRESULT result = rig.output->ConnectionMediaType(&type);
+    const auto ask = [&] {
+        ComPtr<IEnumPins> pins, clone;
+        ComPtr<IEnumMediaTypes> types;
+        AM_MEDIA_TYPE *offered = nullptr, type{};
+        LPWSTR id = nullptr;
+        HRESULT result = S_OK;
+        SUCCEEDED(result = rig.filter->EnumPins(&pins)) &&
+            SUCCEEDED(result = pins->Clone(&clone)) &&
+            SUCCEEDED(result = rig.output->EnumMediaTypes(&types)) &&
+            (result = types->Next(1, &offered, nullptr)) ==
+                S_OK&& SUCCEEDED(result = rig.output->QueryId(&id)) &&
+            SUCCEEDED(result = rig.output->ConnectionMediaType(&type));
+        MediaType::Adopt(offered);
+        CoTaskMemFree(id);
         CoTaskMemFree(type.pbFormat);
         return result;
-    });
+    };
+    FailEach("enumerators and names", 6, ask, {S_FALSE});
 }
 
 TEST_P(WithoutMemory, AFrameIsDeliveredOrItsPictureUntouched) {
@@ -127,12 +114,11 @@ TEST_P(WithoutMemory, AFrameIsDeliveredOrItsPictureUntouched) {
             TheStarved().answer = Answer::kTruth;
             Sample typed = rig.Frame();
             typed.type = row().InputType();
-            FailEach("types that change", 2,
-                     [&] {
-                         buffers.nextType = row().OutputType(row().Outputs().size() - 1);
-                         return rig.Push(typed);
-                     },
-                     {S_OK});
+            const auto change = [&] {
+                buffers.nextType = row().OutputType(row().Outputs().size() - 1);
+                return rig.Push(typed);
+            };
+            FailEach("types that change", 2, change, {S_OK});
         }
     }
 }

@@ -62,14 +62,6 @@ struct Load {
         }
     }
 
-    void RunGraphs(const std::atomic<bool>& going) {
-        CoInitializeEx(nullptr, COINIT_MULTITHREADED);
-        for (; going; ++graphs) {
-            RunGraph(going);
-        }
-        CoUninitialize();
-    }
-
     void RunGraph(const std::atomic<bool>& going) {
         Rig rig(row);
         rig.sink.keepsSamples = false;
@@ -106,8 +98,6 @@ struct Load {
         rig.filter->Stop();
     }
 
-    bool IsGood() const { return sent == arrived && sent > 0 && lost == 0 && wrong == 0; }
-
     const CatalogueRow& row;
     std::vector<Bytes> frames;
     std::vector<std::vector<std::uint32_t>> checksums;  ///< by format and picture, 0: none yet
@@ -139,7 +129,13 @@ int Soak(int seconds, std::FILE* csv) {
     std::vector<Load> loads(Catalogue().begin(), Catalogue().end());
     std::atomic<bool> going{true};
     for (Load& load : loads) {
-        load.thread = std::thread([&] { load.RunGraphs(going); });
+        load.thread = std::thread([&] {
+            CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+            for (; going; ++load.graphs) {
+                load.RunGraph(going);
+            }
+            CoUninitialize();
+        });
     }
     SampleEverySecond(seconds, csv);
     going = false;
@@ -150,7 +146,7 @@ int Soak(int seconds, std::FILE* csv) {
         load.thread.join();
         std::printf("%-22s %10zu %10zu %6zu %6zu %8zu\n", load.row.name, load.sent, load.arrived,
                     load.lost, load.wrong, load.graphs);
-        good = good && load.IsGood();
+        good = good && load.sent == load.arrived && load.sent > 0 && load.lost + load.wrong == 0;
     }
     const bool unloadable = Module().CanUnloadNow() == S_OK;
     std::printf("the module %s\n", unloadable ? "could be unloaded" : "still has objects");
