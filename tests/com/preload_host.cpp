@@ -11,7 +11,8 @@ int main(int count, char**) {
     }
     if (count == 1) {
         FreeLibrary(module);
-        return GetModuleHandleW(L"nyxcodecs.dll") ? 2 : 0;
+        // A sibling that stayed would go with the process, in the same order.
+        return GetModuleHandleW(L"nyxcodecs.dll") || GetModuleHandleW(L"rkdvhcodc.dll") ? 2 : 0;
     }
     return 0;
 }

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cwchar>
 #include <functional>
 #include <mutex>
 #include <optional>
@@ -45,42 +44,27 @@ struct Events {
     double rate = 0;
 };
 
-inline IPin* Hand(const ComPtr<IPin>& pin) {
-    return pin->AddRef(), pin.Get();
-}
-inline AM_MEDIA_TYPE* Hand(const MediaType& type) {
-    return MediaType(type).Release();
-}
-
-/// IEnumPins or IEnumMediaTypes over a list.
-template <class Interface, class Item, class Element>
-class Enumerator : public Object<Interface> {
+/// What a pin of the suite's own proposes.
+class Proposals : public Object<IEnumMediaTypes> {
   public:
-    explicit Enumerator(std::vector<Element> list, std::size_t position = 0)
-        : list_(std::move(list)), position_(position) {}
+    explicit Proposals(const std::vector<MediaType>& types) : types_(types) {}
 
-    STDMETHODIMP Next(ULONG count, Item** items, ULONG* fetched) override {
+    STDMETHODIMP Next(ULONG count, AM_MEDIA_TYPE** types, ULONG* fetched) override {
         ULONG given = 0;
-        while (given < count && position_ < list_.size()) {
-            items[given++] = Hand(list_[position_++]);
+        while (given < count && at_ < types_.size()) {
+            types[given++] = MediaType(types_[at_++]).Release();
         }
         ULONG unasked = 0;
         *(fetched ? fetched : &unasked) = given;
         return given == count ? S_OK : S_FALSE;
     }
-    STDMETHODIMP Skip(ULONG count) override {
-        const std::size_t left = list_.size() - position_;
-        position_ += std::min<std::size_t>(left, count);
-        return count <= left ? S_OK : S_FALSE;
-    }
-    STDMETHODIMP Reset() override { return position_ = 0, S_OK; }
-    STDMETHODIMP Clone(Interface** clone) override {
-        return *clone = new Enumerator(list_, position_), S_OK;
-    }
+    STDMETHODIMP Skip(ULONG) override { return E_NOTIMPL; }
+    STDMETHODIMP Reset() override { return at_ = 0, S_OK; }
+    STDMETHODIMP Clone(IEnumMediaTypes**) override { return E_NOTIMPL; }
 
   private:
-    const std::vector<Element> list_;
-    std::size_t position_;
+    const std::vector<MediaType> types_;
+    std::size_t at_ = 0;
 };
 
 /// The one pin of a filter of the suite's own: an output that connects, or an input that records.
@@ -152,8 +136,7 @@ class EndPin : public IPin, public IMemInputPin, public IPinConnection {
     STDMETHODIMP QueryId(LPWSTR*) override { return E_NOTIMPL; }
     STDMETHODIMP QueryAccept(const AM_MEDIA_TYPE* offered) override { return accept(*offered); }
     STDMETHODIMP EnumMediaTypes(IEnumMediaTypes** types) override {
-        *types = new Enumerator<IEnumMediaTypes, AM_MEDIA_TYPE, MediaType>(proposals);
-        return S_OK;
+        return *types = new Proposals(proposals), S_OK;
     }
     STDMETHODIMP QueryInternalConnections(IPin**, ULONG*) override { return E_NOTIMPL; }
     STDMETHODIMP EndOfStream() override { return Note(&events_.endOfStream), endOfStreamResult; }
@@ -208,7 +191,7 @@ class EndPin : public IPin, public IMemInputPin, public IPinConnection {
     std::vector<IID> asked_;
 };
 
-/// A filter of the suite's own: a source of what a test hands it, or a renderer.
+/// A filter of the suite's own around its pin: a source of what a test hands it, or a renderer.
 class End : public Object<IBaseFilter> {
   public:
     explicit End(PIN_DIRECTION direction) : pin(this, direction) {}
@@ -216,36 +199,17 @@ class End : public Object<IBaseFilter> {
     EndPin pin;  ///< lives and dies with the filter and shares its reference count
 
     STDMETHODIMP GetClassID(CLSID*) override { return E_NOTIMPL; }
-    STDMETHODIMP Stop() override { return state_ = State_Stopped, S_OK; }
-    STDMETHODIMP Pause() override { return state_ = State_Paused, S_OK; }
-    STDMETHODIMP Run(REFERENCE_TIME) override { return state_ = State_Running, S_OK; }
-    STDMETHODIMP GetState(DWORD, FILTER_STATE* state) override { return *state = state_, S_OK; }
+    STDMETHODIMP Stop() override { return S_OK; }
+    STDMETHODIMP Pause() override { return S_OK; }
+    STDMETHODIMP Run(REFERENCE_TIME) override { return S_OK; }
+    STDMETHODIMP GetState(DWORD, FILTER_STATE*) override { return E_NOTIMPL; }
     STDMETHODIMP SetSyncSource(IReferenceClock*) override { return S_OK; }
     STDMETHODIMP GetSyncSource(IReferenceClock**) override { return E_NOTIMPL; }
-    STDMETHODIMP EnumPins(IEnumPins** pins) override {
-        *pins = new Enumerator<IEnumPins, IPin, ComPtr<IPin>>({ComPtr<IPin>(&pin)});
-        return S_OK;
-    }
+    STDMETHODIMP EnumPins(IEnumPins**) override { return E_NOTIMPL; }
     STDMETHODIMP FindPin(LPCWSTR, IPin**) override { return VFW_E_NOT_FOUND; }
-    STDMETHODIMP QueryFilterInfo(FILTER_INFO* info) override {
-        *info = info_;
-        return info_.pGraph ? (info_.pGraph->AddRef(), S_OK) : S_OK;
-    }
-    STDMETHODIMP JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) override {
-        info_.pGraph = graph;
-        std::wcsncpy(info_.achName, name ? name : L"", MAX_FILTER_NAME - 1);
-        return S_OK;
-    }
+    STDMETHODIMP QueryFilterInfo(FILTER_INFO*) override { return E_NOTIMPL; }
+    STDMETHODIMP JoinFilterGraph(IFilterGraph*, LPCWSTR) override { return S_OK; }
     STDMETHODIMP QueryVendorInfo(LPWSTR*) override { return E_NOTIMPL; }
-
-  protected:
-    void* Find(REFIID iid) override {
-        return FindInterface<IBaseFilter, IMediaFilter, IPersist>(this, iid);
-    }
-
-  private:
-    std::atomic<FILTER_STATE> state_{State_Stopped};
-    FILTER_INFO info_{};  // its graph is not referenced, as filters of a graph must not
 };
 
 /// A stand-in for the filter graph that only collects the events of the filters in it.
