@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstring>
 #include <new>
 #include <vector>
 
@@ -23,12 +22,17 @@ class GuardedMemory {
 
     explicit GuardedMemory(std::size_t size, BYTE fill = 0, Edge edge = Edge::kEnd)
         : size_(size), inside_((size + kPage - 1) / kPage * kPage) {
-        Reserve();
+#ifdef _WIN32
+        void* pages = VirtualAlloc(nullptr, Whole(), MEM_RESERVE | MEM_COMMIT, PAGE_NOACCESS);
+        Require(pages != nullptr);
+#else
+        void* pages = mmap(nullptr, Whole(), PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        Require(pages != MAP_FAILED);
+#endif
+        pages_ = static_cast<BYTE*>(pages);
         data_ = pages_ + kPage + (edge == Edge::kEnd ? inside_ - size : 0);
-        if (size != 0) {
-            Allow(true);
-            std::memset(data_, fill, size);
-        }
+        Allow(true);
+        std::fill_n(data_, size, fill);
     }
     explicit GuardedMemory(const std::vector<BYTE>& bytes) : GuardedMemory(bytes.size()) {
         std::copy(bytes.begin(), bytes.end(), data_);
@@ -39,15 +43,13 @@ class GuardedMemory {
 #ifdef _WIN32
         VirtualFree(pages_, 0, MEM_RELEASE);
 #else
-        munmap(pages_, inside_ + 2 * kPage);
+        munmap(pages_, Whole());
 #endif
     }
 
     /// Takes the right to write away.
     void Protect() const {
-        if (size_ != 0) {
-            Allow(false);
-        }
+        Allow(false);
     }
 
     BYTE* data() const {
@@ -60,26 +62,21 @@ class GuardedMemory {
   private:
     static constexpr std::size_t kPage = 4096;
 
-    void Reserve() {
-        const std::size_t bytes = inside_ + 2 * kPage;
-#ifdef _WIN32
-        void* pages = VirtualAlloc(nullptr, bytes, MEM_RESERVE | MEM_COMMIT, PAGE_NOACCESS);
-#else
-        void* pages = mmap(nullptr, bytes, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        pages = pages == MAP_FAILED ? nullptr : pages;
-#endif
-        Require(pages != nullptr);
-        pages_ = static_cast<BYTE*>(pages);
+    std::size_t Whole() const {
+        return inside_ + 2 * kPage;
     }
 
     void Allow(bool writing) const {
+        if (inside_ == 0) {
+            return;
+        }
 #ifdef _WIN32
         DWORD old = 0;
         Require(VirtualProtect(pages_ + kPage, inside_, writing ? PAGE_READWRITE : PAGE_READONLY,
                                &old) != FALSE);
 #else
-        Require(mprotect(pages_ + kPage, inside_, writing ? PROT_READ | PROT_WRITE : PROT_READ) ==
-                0);
+        const int rights = writing ? PROT_READ | PROT_WRITE : PROT_READ;
+        Require(mprotect(pages_ + kPage, inside_, rights) == 0);
 #endif
     }
 
@@ -89,10 +86,8 @@ class GuardedMemory {
         }
     }
 
-    std::size_t size_;
-    std::size_t inside_;
-    BYTE* pages_ = nullptr;
-    BYTE* data_ = nullptr;
+    std::size_t size_, inside_;
+    BYTE *pages_ = nullptr, *data_ = nullptr;
 };
 
 }  // namespace nyx::test
