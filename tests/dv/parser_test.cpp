@@ -77,49 +77,13 @@ TEST(DifParser, EveryVariantOfRealFramesTellsWhatItIs) {
     }
 }
 
-/// The rows that ffmpeg does not write follow from the system, the signal type and the aspect.
-TEST(DifParser, EverySignalTypeAndAspectHasItsFormat) {
-    struct Type {
-        BYTE signalType;
-        LONG formatCode, channels, fourCC, lines, rateFactor;
-    };
-    constexpr Type kTypes[] = {{0x00, 0, 1, kFourCCDv25, 0, 1},
-                               {0x04, 3, 2, kFourCCDv50, 0, 1},
-                               {0x14, 4, 4, kFourCCDvHd, 1080, 1},
-                               {0x15, 5, 4, kFourCCDvHd, 1080, 1},
-                               {0x18, 6, 2, kFourCCDvHd, 720, 2}};
-    for (unsigned at = 0; at < 4 * std::size(kTypes); ++at) {
-        const Type& t = kTypes[at / 4];
-        const bool fifty = at % 2 != 0;
-        const bool wide = at % 4 >= 2;
-        const bool high = t.lines == 1080;
-        const LONG order = t.lines == 720 ? 2 : high ? 0 : 1;
-        const LONG num = t.rateFactor * (fifty ? 25 : 30000);
-        const LONG den = fifty ? 1 : 1001;
-        const LONG square = (fifty ? 768 : 648) * (wide ? 4 : 3) / 3;
-        const LONG aspect = t.lines == 0 ? square : high ? 1920 : 1280;
-        const LONG lines = t.lines != 0 ? t.lines : fifty ? 576 : 480;
-        const LONG width = t.lines == 0 ? 720 : !high ? 960 : fifty ? 1440 : 1280;
-        const LONG size = t.channels * (fifty ? 144000 : 120000);
-        const std::vector<LONG> written =
-            Longs(t.formatCode, fifty ? 50 : 60, size, t.fourCC, num, den, aspect, width, width,
-                  lines, order, order != 2, num, den, 15);
-        const std::vector<LONG> unwritten =
-            Longs(-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, 0, 1, -1, -1, 15);
-        const BYTE source[] = {0x60, 0xFF, 0xFF,
-                               static_cast<BYTE>(0xC0 | fifty << 5 | t.signalType)};
-        const BYTE control[] = {0x61, 0xFF, static_cast<BYTE>(wide ? 0xCA : 0xC8), 0xFC};
-        FormatRecord found;
-        EXPECT_EQ(LookUpFormat(source, control, &found), wide || !high) << at;
-        const auto* words = reinterpret_cast<const LONG*>(&found);
-        EXPECT_EQ(std::vector<LONG>(words, words + 15), wide || !high ? written : unwritten) << at;
-    }
-}
-
 constexpr Clip kPal = {"dv25_625_4x3", 144000};
 constexpr Clip kNtsc = {"dv25_525_4x3", 120000};
 constexpr Clip kPal50 = {"dvcpro50_625", 288000};
+constexpr Clip kNtsc50 = {"dvcpro50_525", 240000};
 constexpr Clip kHd = {"dvcprohd_1080_50", 576000};
+constexpr Clip kHd60 = {"dvcprohd_1080_60", 480000};
+constexpr Clip k720 = {"dvcprohd_720_60", 240000};
 
 /// Byte `index` of every pack `pack` becomes `value`. Pack 0 stands for the application ID, pack 1
 /// for byte `index` of the frame.
@@ -164,6 +128,12 @@ TEST(DifParser, EditedFramesAreReadByTheirRules) {
         {"the first control counts", kNtsc, {{0x61, 2, 0xCA}, {1, 455, 0xC8}}, 1, 2, 1, 648, 2},
         {"progressive DV25", kPal, {{0x61, 3, 0xF4}}, 1, 0, 2, 768, 2},
         {"progressive DVCPRO50 is none", kPal50, {{0x61, 3, 0xF4}}, 1, 3, 1, 1024, 4},
+        {"wide DVCPRO50", kNtsc50, {{0x61, 2, 0xCA}}, 1, 3, 1, 864, 4},
+        {"narrow DVCPRO50", kPal50, {{0x61, 2, 0xC8}}, 1, 3, 1, 768, 4},
+        {"the second type of 1080 lines", kHd, {{0x60, 3, 0xF5}}, 1, 5, 0, 1920, 8},
+        {"and of 60 fields", kHd60, {{0x60, 3, 0xD5}}, 1, 5, 0, 1920, 8},
+        {"narrow 720 lines", k720, {{0x61, 2, 0xC8}}, 1, 6, 2, 1280, 4},
+        {"letterbox", kPal, {{0x61, 2, 0xCE}, {0x61, 3, 0xFD}}, E_FAIL, -1, -1, -1, 2},
         {"unknown signal type", kPal, {{0x60, 3, 0xE5}}, E_FAIL, -1, -1, -1, 2},
         {"narrow high definition", kHd, {{0x61, 2, 0xC8}}, E_FAIL, -1, 0, -1, 8},
         {"application 0", kNtsc, {{0, 0, 0}}, 1, 0, 1, 648, 2},
