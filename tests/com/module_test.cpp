@@ -256,20 +256,23 @@ bool MapperFinds(REFCLSID clsid, const GUID& from, const GUID& to) {
 /// Leaves the system without the module, whatever it held before.
 class Registration : public ComTest {
   protected:
-    void SetUp() override {
-        // The system makes the keys of its categories with the first filter and keeps them.
-        Module().RegisterServer();
-        Module().UnregisterServer();
-        before = RegistryBelow(L"CLSID");
-        ASSERT_EQ(Module().RegisterServer(), S_OK);
-    }
-    void TearDown() override {
-        EXPECT_EQ(Module().UnregisterServer(), S_OK);
-        EXPECT_TRUE(RegistryBelow(L"CLSID") == before)
-            << "unregistering leaves the registry as it was";
-    }
-    std::set<std::wstring> before;
+    void SetUp() override { ASSERT_EQ(Module().RegisterServer(), S_OK); }
+    void TearDown() override { EXPECT_EQ(Module().UnregisterServer(), S_OK); }
 };
+
+TEST_F(Registration, TwiceIsOnceAndUnregisteringLeavesTheRegistryAsItWas) {
+    // The system makes the keys of its categories with the first filter and keeps them.
+    ASSERT_EQ(Module().UnregisterServer(), S_OK);
+    const auto before = RegistryBelow(L"CLSID");
+    EXPECT_EQ(Module().RegisterServer(), S_OK);
+    const auto once = RegistryBelow(L"CLSID");
+    EXPECT_FALSE(once == before);
+    EXPECT_EQ(Module().RegisterServer(), S_OK);
+    EXPECT_TRUE(RegistryBelow(L"CLSID") == once);
+    EXPECT_EQ(Module().UnregisterServer(), S_OK);
+    EXPECT_TRUE(RegistryBelow(L"CLSID") == before);
+    EXPECT_EQ(Module().RegisterServer(), S_OK);
+}
 
 TEST_F(Registration, EveryClassIsEnteredWithItsNamePathAndThreadingModel) {
     std::vector<std::pair<CLSID, std::wstring>> classes = {{kPropertyPage, kPropertyPageTitle}};
@@ -282,9 +285,6 @@ TEST_F(Registration, EveryClassIsEnteredWithItsNamePathAndThreadingModel) {
         EXPECT_EQ(ClassValue(clsid, L"\\InprocServer32", L"ThreadingModel"), L"Both");
     }
     EXPECT_EQ(EntryIn(CLSID_LegacyAmFilterCategory, Text(kPropertyPage)).first, L"");
-    const auto once = RegistryBelow(L"CLSID");
-    EXPECT_EQ(Module().RegisterServer(), S_OK);
-    EXPECT_TRUE(RegistryBelow(L"CLSID") == once) << "twice is once";
 }
 
 TEST_F(Registration, TheSystemFindsEveryFilterByCategoryMeritAndTypes) {
