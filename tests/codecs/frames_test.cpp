@@ -15,21 +15,24 @@
 namespace nyx::test {
 namespace {
 
+using namespace standin;
 using Words = std::vector<DWORD>;
+constexpr wchar_t kCore[] = L"rkzcore.dll", kAlpha[] = L"rkzalpha.dll";
+constexpr wchar_t kZeta2Core[] = L"rkz2core.dll", kLlc[] = L"rkllc.dll", kM2vi[] = L"rkm2vi01.dll";
 constexpr BYTE kGuard = 0x5A;
 constexpr DWORD kOnes = 0xFFFFFFFF;
 
 DWORD Word(const void* pointer) {
     return reinterpret_cast<DWORD>(pointer);
 }
-Words Last(const wchar_t* library, standin::Purpose purpose) {
-    const standin::Call call = LastCall(library, purpose);
+Words Last(const wchar_t* library, Purpose purpose) {
+    const Call call = LastCall(library, purpose);
     return {call.words, call.words + call.wordCount};
 }
 
 /// A frame that a stand-in makes of a picture, bit by bit the same when it is decoded as "YUY2".
 Bytes Coded(const char* coding, const Bytes& picture, LONG width, LONG height) {
-    const standin::FrameCoder coder(*standin::FindCoding(coding));
+    const FrameCoder coder(*FindCoding(coding));
     return coder.Code(picture.data(), width, height, 1);
 }
 
@@ -89,6 +92,12 @@ class Frames : public testing::Test {
     const EngineSearch search_;
     Codecs codecs_;
 
+    HRESULT Decompress(const Stream& stream, const BITMAPINFOHEADER& input, const BYTE* frame,
+                       const BITMAPINFOHEADER& output, BYTE* picture) {
+        return codecs_.all[stream.codec]->Decompress(&input, frame, &output, stream.alpha, picture,
+                                                     0, 0);
+    }
+
     /// Decodes a sample that ends where its memory ends, into `picture` between bytes that nothing
     /// may touch.
     HRESULT Decode(const Stream& stream, const Bytes& sample, const BITMAPINFOHEADER& output,
@@ -135,8 +144,8 @@ constexpr Layout kLayouts[] = {
 
 /// Holds an engine's last call against a record of `size` words: the first ones, then `rest`. The
 /// pixel-format word is `code`, or with `callback` an address of something that is not 0.
-void Expect(const wchar_t* library, standin::Purpose purpose, std::size_t size, Words words,
-            DWORD code = 0, bool callback = false, DWORD rest = 0) {
+void Expect(const wchar_t* library, Purpose purpose, std::size_t size, Words words, DWORD code = 0,
+            bool callback = false, DWORD rest = 0) {
     words.resize(size, rest);
     const Words got = Last(library, purpose);
     ASSERT_EQ(got.size(), size);
@@ -182,18 +191,17 @@ TEST_F(Frames, ReachTheEnginesInRecordsThatAreRightWordByWord) {
         for (const bool flag : {false, true}) {
             const Bytes core = Hollow("ZCF1", width, height, 0);
             ASSERT_EQ(decode(codecs.zeta, core, flag), S_OK);
-            Expect(L"rkzcore.dll", standin::kProbe, 13,
-                   {0x40000000, kOnes, kOnes, kOnes, kOnes, Word(core.data())}, 0, false, kOnes);
-            Expect(L"rkzcore.dll", standin::kDecode, 13,
-                   {0, first, stride, bytes, kCode, Word(core.data()), 24, 2}, layout.core[place],
-                   layout.callback);
+            Expect(kCore, kProbe, 13, {0x40000000, kOnes, kOnes, kOnes, kOnes, Word(core.data())},
+                   0, false, kOnes);
+            Expect(kCore, kDecode, 13, {0, first, stride, bytes, kCode, Word(core.data()), 24, 2},
+                   layout.core[place], layout.callback);
             const Bytes alpha = Hollow("ZTA1", width, height, 1);
             ASSERT_EQ(decode(codecs.zeta, alpha, flag), S_OK);
             Words probe(8, kOnes);
             probe[0] = 0x40000000;
             probe.push_back(Word(alpha.data()));
-            Expect(L"rkzalpha.dll", standin::kProbe, 14, probe, 0, false, kOnes);
-            Expect(L"rkzalpha.dll", standin::kDecode, 14,
+            Expect(kAlpha, kProbe, 14, probe, 0, false, kOnes);
+            Expect(kAlpha, kDecode, 14,
                    {0, first, stride, bytes, 0, 0, 0, kCode, Word(alpha.data())},
                    layout.alpha[place], layout.callback);
         }
@@ -203,10 +211,10 @@ TEST_F(Frames, ReachTheEnginesInRecordsThatAreRightWordByWord) {
             DWORD callbacks[2];
             for (const DWORD mode : {0u, 1u}) {
                 ASSERT_EQ(decode(codecs.zeta2, frame, alpha, mode), S_OK);
-                Expect(L"rkz2core.dll", standin::kProbe, 11, {0, 0, 0, Word(frame.data())});
-                Expect(L"rkz2core.dll", standin::kDecode, 11,
-                       {0, kAny, kCode, Word(frame.data()), 24}, code, code == 0);
-                const standin::Call call = LastCall(L"rkz2core.dll", standin::kDecode);
+                Expect(kZeta2Core, kProbe, 11, {0, 0, 0, Word(frame.data())});
+                Expect(kZeta2Core, kDecode, 11, {0, kAny, kCode, Word(frame.data()), 24}, code,
+                       code == 0);
+                const Call call = LastCall(kZeta2Core, kDecode);
                 EXPECT_EQ(Words(call.inner, call.inner + 3), (Words{first, stride, 0}));
                 callbacks[mode] = call.words[2];
             }
@@ -215,18 +223,18 @@ TEST_F(Frames, ReachTheEnginesInRecordsThatAreRightWordByWord) {
         }
         const bool flag = layout.bits == 32;
         encode(codecs.zeta2, flag);
-        Expect(L"rkz2core.dll", standin::kEncode, 12,
+        Expect(kZeta2Core, kEncode, 12,
                {0, kAny, kCode, Word(out.data()),
                 isV210 ? row * h : w * h * 20 / 8 * (flag ? 2 : 1) * 30 / 100, w * h / bytes / 8,
                 flag ? 2u : 0u, w, h, 7, 11},
                code, code == 0);
         encode(codecs.zeta, flag);
         if (flag) {
-            Expect(L"rkzalpha.dll", standin::kEncode, 14,
+            Expect(kAlpha, kEncode, 14,
                    {0, first, stride, bytes, 0, 0, 0, kCode, Word(out.data()), w, h, 11, 9},
                    layout.alpha[place], layout.callback);
         } else if (layout.bits <= 24 && !isV210) {
-            Expect(L"rkzcore.dll", standin::kEncode, 14,
+            Expect(kCore, kEncode, 14,
                    {0x04000000, first, stride, bytes, kCode, Word(out.data()), w * h * 2 * 33 / 100,
                     (w + 15) / 16 * ((h + 15) / 16) * 4096, 2, w, h, 11, 9},
                    layout.core[place], layout.callback);
@@ -236,11 +244,9 @@ TEST_F(Frames, ReachTheEnginesInRecordsThatAreRightWordByWord) {
             Bytes frame = {'L', kind};
             frame.resize(100);  // room to read on, so that it is decoded in place
             EXPECT_EQ(decode(codecs.lossless, frame, kind == 3), E_FAIL) << "as it says";
-            Expect(L"rkllc.dll", standin::kDecode, 6,
-                   {kind, Word(frame.data()), first, stride, w, h});
+            Expect(kLlc, kDecode, 6, {kind, Word(frame.data()), first, stride, w, h});
             encode(codecs.lossless, kind == 3);
-            Expect(L"rkllc.dll", standin::kEncode, 6,
-                   {kind, Word(out.data()), first, stride, w, h});
+            Expect(kLlc, kEncode, 6, {kind, Word(out.data()), first, stride, w, h});
         }
     }
 }
@@ -252,26 +258,11 @@ TEST_F(Frames, HaveTheirRowsStoredAndReadByTheCallbackOfTheLayout) {
     std::fill_n(block.begin() + 24, 8, BYTE{200});
     std::fill_n(block.begin() + 512, 16, BYTE{128});
     const struct {
-        DWORD fourcc;
-        Bytes opaque, straight, premultiplied, clear;
-    } rows[] = {
-        {FourCC("2vuy"),
-         {200, 100, 60, 100},
-         {164, 58, 94, 58},
-         {164, 58, 94, 58},
-         {128, 16, 128, 16}},
-        {FourCC("v408"),
-         {200, 100, 60, 235},
-         {200, 100, 60, 126},
-         {164, 58, 94, 126},
-         {128, 16, 128, 16}},
-        {FourCC("r408"),
-         {255, 84, 200, 60},
-         {128, 84, 200, 60},
-         {128, 42, 164, 94},
-         {0, 0, 128, 128}},
-        {FourCC("r4fl"), {0, 0, 128, 63}, {129, 128, 0, 63}, {129, 128, 0, 63}, {0, 0, 0, 0}},
-    };
+        DWORD fourcc, opaque, straight, premultiplied, clear;
+    } rows[] = {{FourCC("2vuy"), 0x643C64C8, 0x3A5E3AA4, 0x3A5E3AA4, 0x10801080},
+                {FourCC("v408"), 0xEB3C64C8, 0x7E3C64C8, 0x7E5E3AA4, 0x10801080},
+                {FourCC("r408"), 0x3CC854FF, 0x3CC85480, 0x5EA42A80, 0x80800000},
+                {FourCC("r4fl"), 0x3F800000, 0x3F008081, 0x3F008081, 0}};
     using Core = void(__stdcall*)(BYTE*, LONG, BYTE*, LONG, LONG);
     using Alpha = void(__stdcall*)(BYTE*, LONG, DWORD, DWORD, BYTE*, LONG, LONG);
     using Fill = void(__stdcall*)(BYTE*, LONG, DWORD, DWORD, LONG, LONG);
@@ -286,25 +277,24 @@ TEST_F(Frames, HaveTheirRowsStoredAndReadByTheCallbackOfTheLayout) {
                                            0, mode)
                    : codecs_.zeta.Decompress(&stream, frame.data(), &picture, true, memory.data(),
                                              0, mode);
-            const Words words = Last(alpha ? L"rkzalpha.dll" : L"rkzcore.dll",
-                                     encode ? standin::kEncode : standin::kDecode);
+            const Words words = Last(alpha ? kAlpha : kCore, encode ? kEncode : kDecode);
             return reinterpret_cast<void* const*>(words.at(alpha ? 7 : 4));
         };
-        const auto pixel = [&] { return Bytes(memory.begin(), memory.begin() + 4); };
+        const auto& pixel = *reinterpret_cast<const volatile DWORD*>(memory.data());
         Bytes back(1024);
         reinterpret_cast<Core> (*slot(false, false, 0))(memory.data(), 512, block.data(), 16, 1);
-        EXPECT_EQ(pixel(), row.opaque);
+        EXPECT_EQ(pixel, row.opaque);
         reinterpret_cast<Core> (*slot(false, true, 0))(memory.data(), 512, back.data(), 16, 1);
         EXPECT_TRUE(std::equal(back.begin(), back.begin() + 32, block.begin()));
         for (const DWORD mode : {0u, 1u, 2u}) {
             void* const* pair = slot(true, false, mode);
             reinterpret_cast<Alpha>(pair[1])(memory.data(), 512, 0, 0, block.data(), 16, 1);
-            EXPECT_EQ(pixel(), mode == 1 ? row.premultiplied : row.straight) << mode;
+            EXPECT_EQ(pixel, mode == 1 ? row.premultiplied : row.straight) << mode;
             reinterpret_cast<Alpha> (*slot(true, true, mode))(memory.data(), 512, 0, 0, back.data(),
                                                               16, 1);
             EXPECT_NEAR(back[0], row.fourcc == FourCC("2vuy") ? 58 : 100, 1) << mode;
             reinterpret_cast<Fill>(pair[0])(memory.data(), 512, 0, 0, 16, 1);
-            EXPECT_EQ(pixel(), row.clear);
+            EXPECT_EQ(pixel, row.clear);
         }
     }
 }
@@ -326,14 +316,28 @@ TEST_F(Frames, ComeBackWithTheirAlphaAndWithoutWhatIsUnderTheMatte) {
             EXPECT_EQ(Decode(other, frame, output, &again), S_OK);
             EXPECT_EQ(again, bare);
         }
+        if (stream.codec <= kZeta2 && !stream.alpha) {  // "2vuy" is "YUY2" with its bytes swapped
+            const BITMAPINFOHEADER vuy = MakeHeader(FourCC("2vuy"), 16, kWidth, kHeight);
+            Bytes swapped, coded(kWidth * kHeight * 2);
+            ASSERT_EQ(Decode(stream, frame, vuy, &swapped), S_OK);
+            BITMAPINFOHEADER header = MakeHeader(FourCCOf(stream.codec), 24, kWidth, kHeight);
+            ASSERT_EQ(codecs_.all[stream.codec]->Compress(&vuy, false, swapped.data(), &header,
+                                                          coded.data(), 0, 0, 0),
+                      S_OK);
+            ASSERT_EQ(Decode(stream, coded, output, &again), S_OK);
+            for (std::size_t i = 0; i < source.size(); ++i) {
+                ASSERT_EQ(swapped[i ^ 1], source[i]);
+                ASSERT_NEAR(again[i], source[i], 8);
+            }
+        }
         if (!stream.alpha) {
             EXPECT_EQ(bare, stream.codec != kTenBit
                                 ? source
                                 : ReferenceYuy2(RandomTenBitPicture(kWidth, kHeight, 3)));
             continue;
         }
-        for (const BYTE black :
-             {BYTE{0}, BYTE{0x10}}) {  // by range; alpha mode 1 leaves the matte alone
+        for (const BYTE black : {BYTE{0}, BYTE{0x10}}) {
+            // Alpha mode 1 leaves the matte alone.
             registry_.Store(SettingsKey(stream.codec), L"color_space", black);
             Codecs anew;
             ICodec& codec = *anew.all[stream.codec];
@@ -424,7 +428,7 @@ TEST_F(Frames, OfTheLosslessCodecAreCopiedOnlyWhereTheMemoryBehindCannotBeRead) 
         EXPECT_EQ(codecs_.lossless.Decompress(&input, at, &picture, false, back.data(), 0, 0),
                   S_OK);
         EXPECT_EQ(back, source);
-        EXPECT_EQ(Last(L"rkllc.dll", standin::kDecode)[1] != Word(at), c.copied) << c.protection;
+        EXPECT_EQ(Last(kLlc, kDecode)[1] != Word(at), c.copied) << c.protection;
         VirtualFree(pages, 0, MEM_RELEASE);
     }
 }
@@ -445,12 +449,12 @@ TEST_F(Frames, OfMpegLoseTheLinesAboveThePictureAndAreThreeBytesAPixelInRgb) {
         EXPECT_TRUE(
             std::equal(picture.begin(), picture.end(), source.begin() + c.dropped * c.width * 2));
         const auto size = static_cast<DWORD>(frame.size());
-        Expect(L"rkm2vi01.dll", standin::kProbe, 14, {kAny, kAny, size});
-        Expect(L"rkm2vi01.dll", standin::kDecode, 14,
+        Expect(kM2vi, kProbe, 14, {kAny, kAny, size});
+        Expect(kM2vi, kDecode, 14,
                {kAny, kAny, size, kAny, 2 * w, 2, w, h, 0, 0, 0, 0, 0, c.dropped == 0 ? 0 : kAny});
-        const standin::Call call = LastCall(L"rkm2vi01.dll", standin::kDecode);
+        const Call call = LastCall(kM2vi, kDecode);
         EXPECT_EQ(call.inner[2], static_cast<DWORD>(c.dropped));
-        EXPECT_EQ(call.result, standin::kDone) << "its state record was zeroed";
+        EXPECT_EQ(call.result, kDone) << "its state record was zeroed";
         const Bytes expected = Converted(picture, FourCC("YUY2"), FourCC("BGR3"), c.width, c.height,
                                          c.width >= 960 ? 3 : 1);
         for (const DWORD bytes : {3u, 4u}) {
@@ -482,8 +486,7 @@ TEST_F(Frames, FillWhatTheyCoverOfAWiderOutputAndAreRefusedByOthers) {
         const BITMAPINFOHEADER wider = PictureOf(stream.pictureBits, kWidth + 6);
         const std::size_t bytes = stream.pictureBits / 8u, row = kWidth * bytes, gap = 6 * bytes;
         wide.assign((row + gap) * kHeight, kGuard);
-        ASSERT_EQ(codec.Decompress(&input, frame.data(), &wider, stream.alpha, wide.data(), 0, 0),
-                  S_OK);
+        ASSERT_EQ(Decompress(stream, input, frame.data(), wider, wide.data()), S_OK);
         for (std::size_t y = 0; y < kHeight; ++y) {
             const BYTE* at = &wide[y * (row + gap)];
             ASSERT_EQ(std::memcmp(at, &narrow[y * row], row), 0);
@@ -493,9 +496,7 @@ TEST_F(Frames, FillWhatTheyCoverOfAWiderOutputAndAreRefusedByOthers) {
              {Yuy2Header(kWidth - 2, kHeight), Yuy2Header(kWidth, kHeight + 1),
               Yuy2Header(kWidth, kHeight - 1), RgbHeader(8, kWidth, kHeight),
               MakeHeader(FourCC("UYVY"), 16, kWidth, kHeight)}) {
-            EXPECT_EQ(
-                codec.Decompress(&input, frame.data(), &output, stream.alpha, picture.data(), 0, 0),
-                E_FAIL);
+            EXPECT_EQ(Decompress(stream, input, frame.data(), output, picture.data()), E_FAIL);
             EXPECT_TRUE(Untouched(picture));
         }
         BITMAPINFOHEADER* const headers[] = {nullptr, &input};
@@ -597,8 +598,7 @@ TEST_F(Frames, OfAFailingEngineFailAndTheNextOneIsDecoded) {
 TEST_F(Frames, ThatAreDamagedNeverReachPastTheirBytesOrThePicture) {
     std::mt19937 random(20);
     for (const Stream& stream : kStreams) {
-        const wchar_t* library =
-            stream.codec == kTenBit ? L"" : standin::FindCoding(stream.name)->library;
+        const wchar_t* library = stream.codec == kTenBit ? L"" : FindCoding(stream.name)->library;
         const Bytes frame = InfoChunk(0, 0, 1, 1) + FrameOf(stream);
         for (int round = 0; round < 60; ++round) {
             SCOPED_TRACE(testing::Message() << stream.name << " round " << round);
@@ -611,9 +611,9 @@ TEST_F(Frames, ThatAreDamagedNeverReachPastTheirBytesOrThePicture) {
                 damaged[random() % std::min<std::size_t>(damaged.size(), 60)] ^=
                     static_cast<BYTE>(1u << random() % 8);
             }
-            const DWORD calls = LastCall(library, standin::kDecode).count;
+            const DWORD calls = LastCall(library, kDecode).count;
             const HRESULT result = Decode(stream, damaged, PictureOf(stream.pictureBits), &picture);
-            const standin::Call last = LastCall(library, standin::kDecode);
+            const Call last = LastCall(library, kDecode);
             if (stream.codec != kTenBit && last.count == calls) {
                 EXPECT_EQ(result, E_FAIL);
                 EXPECT_TRUE(Untouched(picture));
@@ -643,16 +643,13 @@ TEST_F(Frames, WhoseMemoryGoesAwayFailAndLeaveNothingBehind) {
     Bytes room(kWidth * kHeight * 4);
     ExpectNoLeak(40, [&] {
         for (const auto& c : cases) {
-            SCOPED_TRACE(std::string(c.stream.name) + " " + std::to_string(c.pictureBits));
+            SCOPED_TRACE(testing::Message() << c.stream.name << " " << c.pictureBits);
             ICodec& codec = *codecs_.all[c.stream.codec];
             const auto input =
                 MakeHeader(codec.GetFourCC(), c.stream.bits, kWidth, kHeight, c.frame.size());
             const BITMAPINFOHEADER picture = PictureOf(c.pictureBits);
-            EXPECT_EQ(codec.Decompress(&input, c.frame.data(), &picture, c.stream.alpha,
-                                       nothing.data(), 0, 0),
-                      E_FAIL);
-            EXPECT_EQ(codec.Decompress(&input, nothing.data(), &picture, false, room.data(), 0, 0),
-                      E_FAIL);
+            EXPECT_EQ(Decompress(c.stream, input, c.frame.data(), picture, nothing.data()), E_FAIL);
+            EXPECT_EQ(Decompress(c.stream, input, nothing.data(), picture, room.data()), E_FAIL);
             EXPECT_EQ(codec.GetFrameInfo(&input, nothing.data(), 0, nullptr), E_FAIL);
         }
         for (const BITMAPINFOHEADER& picture : {PictureOf(16), PictureOf(24), PictureOf(32)}) {
