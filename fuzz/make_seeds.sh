@@ -4,7 +4,7 @@
 set -eu
 out=$1
 here=$(dirname "$0")
-for fuzzer in frame_chunks dif_parser q210 convert; do
+for fuzzer in frame_chunks dif_parser q210 convert source; do
     mkdir -p "$out/fuzz_$fuzzer"
 done
 
@@ -33,3 +33,21 @@ for clip in "$out"/dv/*.dv; do
     head -c 24000 "$clip" >"$out/fuzz_dif_parser/$(basename "$clip" .dv)"
 done
 rm -r "$out/dv"
+
+# Containers, a few frames each. The last sixteen bytes steer: no failing allocation, two places to
+# seek to.
+container() { # FILE SIZE CODEC PIXELS FRAMES OPTION...
+    file=$out/fuzz_source/$1 size=$2 codec=$3 pixels=$4 frames=$5
+    shift 5
+    ffmpeg -nostdin -v error -y -f lavfi -i "testsrc2=s=$size:r=25" -f lavfi -i anoisesrc=r=48000 \
+        -t "$(echo "$frames" | awk '{ print $1 / 25 }')" -pix_fmt "$pixels" -c:v "$codec" -g 1 -q:v 31 \
+        -c:a pcm_s16le "$@" "$file"
+    printf '\0\0\0\0\200\032\006\0\0\010\0\0\0\0\0\0' >>"$file"
+}
+container v210.mov 48x16 v210 yuv422p10le 3
+container v210.avi 48x16 v210 yuv422p10le 3
+container dv.avi 720x576 dvvideo yuv420p 1 -ac 2
+container dv.dv 720x576 dvvideo yuv420p 2 -ac 2
+container mpeg.gxf 720x576 mpeg2video yuv422p 2
+container mpeg.mxf 64x48 mpeg2video yuv422p 18
+container mpeg.m2v 64x48 mpeg2video yuv422p 18 -an

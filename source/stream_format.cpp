@@ -69,17 +69,18 @@ AVRational AspectOf(int width, int height, AVRational pixel) {
     return aspect;
 }
 
-/// The longest packet that the container's index names, 0 without a complete one.
-std::int64_t LongestIndexed(AVStream* stream) {
+/// The longest packet that the container's index names, 0 without one for all frames.
+std::int64_t LongestIndexed(AVStream* stream, AVRational rate) {
+    const int count = avformat_index_get_entries_count(stream);
+    const std::int64_t indexed = av_rescale_q(count, av_inv_q(rate), stream->time_base);
     std::int64_t longest = 0;
-    for (int i = avformat_index_get_entries_count(stream); i > 0; --i) {
-        const std::int64_t size = avformat_index_get_entry(stream, i - 1)->size;
-        if (size <= 0) {
-            return 0;
-        }
+    std::int64_t shortest = stream->duration > 0 && indexed >= stream->duration ? 1 : 0;
+    for (int i = 0; i < count; ++i) {
+        const std::int64_t size = avformat_index_get_entry(stream, i)->size;
         longest = std::max(longest, size);
+        shortest = std::min(shortest, size);
     }
-    return longest;
+    return shortest > 0 ? longest : 0;
 }
 
 /// Sizes and bit rate, once the picture is known; false for more than can be handled.
@@ -87,17 +88,16 @@ bool Measure(AVStream* stream, VideoFormat* format) {
     if (format->fourcc == FourCC("Q210")) {  // groups of 48 pixels and 128 bytes
         format->wholeFrame = static_cast<DWORD>((format->width + 47) / 48 * 128 * format->height);
     }
-    std::int64_t longest = LongestIndexed(stream);
-    if (longest == 0) {
+    std::int64_t longest = LongestIndexed(stream, format->rate);
+    std::int64_t bits = stream->codecpar->bit_rate;
+    if (format->wholeFrame > 1) {  // all frames are of one size
+        longest = std::max<std::int64_t>(longest, format->wholeFrame);
+        bits = av_rescale(std::int64_t{format->wholeFrame} * 8, format->rate.num, format->rate.den);
+    } else if (longest == 0) {
         // Intra-coded frames stay below the picture itself, at 32 bits a pixel.
         longest = std::int64_t{format->width} * format->height * 4 + 4096;
     }
-    longest = std::max<std::int64_t>(longest, format->wholeFrame);
     format->largestPacket = static_cast<DWORD>(std::min(longest, kMostBytes));
-    std::int64_t bits = stream->codecpar->bit_rate;
-    if (bits <= 0 && format->wholeFrame > 1) {
-        bits = av_rescale(std::int64_t{format->wholeFrame} * 8, format->rate.num, format->rate.den);
-    }
     format->bitRate = static_cast<DWORD>(std::clamp<std::int64_t>(bits, 0, INT32_MAX));
     return longest <= kMostBytes;
 }

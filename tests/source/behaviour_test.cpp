@@ -142,7 +142,20 @@ TEST_F(Source, SeekingAnswersAsHostsExpect) {
         EXPECT_EQ(seeking->GetPositions(&first, &end), S_OK);
         EXPECT_EQ((std::vector{first, end}), (std::vector<LONGLONG>{400000, 1200000}));
         EXPECT_EQ(host.Seek(0, 20000000), S_OK);
+        last = 2000000;
+        EXPECT_EQ(seeking->SetPositions(nullptr, AM_SEEKING_NoPositioning, &last,
+                                        AM_SEEKING_AbsolutePositioning),
+                  S_OK);
+        EXPECT_EQ(host.Play().size(), 5u);
+        EXPECT_EQ(host.Seek(0, 20000000), S_OK);
+        PIN_INFO info{};
+        ComPtr<IPin> found;
+        EXPECT_EQ(pin->QueryPinInfo(&info), S_OK);
+        EXPECT_EQ(Adopt(info.pFilter)->FindPin(info.achName, &found), S_OK);
+        EXPECT_EQ(found, pin);
     }
+    EXPECT_EQ(As<IAMFilterMiscFlags>(host.filter)->GetMiscFlags(),
+              ULONG{AM_FILTER_MISC_FLAGS_IS_SOURCE});
 }
 
 TEST_F(Source, ASeekWhilePlayingFlushesEachPinOnce) {

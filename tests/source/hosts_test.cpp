@@ -2,10 +2,9 @@
 
 #include <qedit.h>
 
-#include <cmath>
-
 #include "tests/source/footage_host.h"
 #include "tests/support/registry.h"
+#include "tests/support/settings.h"
 
 __CRT_UUID_DECL(IMediaEvent, 0x56a868b6, 0x0ad4, 0x11ce, 0xb0, 0x3a, 0x00, 0x20, 0xaf, 0x0b, 0xa7,
                 0x70)
@@ -51,28 +50,39 @@ TEST(Registration, ReplacesNothingAndLeavesNoTrace) {
 }
 
 TEST_F(Hosts, RenderFilePlaysSeeksAndTellsTheLength) {
-    for (const auto& [clip, seconds] :
-         {std::pair("dv50.mxf", 1.001), {"d10.mxf", 1.0}, {"mpeg.gxf", 2.0}, {"tagged.avi", 1.0}}) {
-        SCOPED_TRACE(clip);
+    const TemporaryFolder folder(L"tagged");
+    std::vector<std::pair<std::wstring, LONGLONG>> files = {{Material("dv50.mxf"), 10010000},
+                                                            {Material("d10.mxf"), 10000000},
+                                                            {Material("mpeg.gxf"), 20000000}};
+    for (const char* code : {"QZTA", "QZT2", "QLLC", "QMIC", "Q210", "QDVC", "QDV5", "QDVH"}) {
+        std::string avi = ReadAll(Material("tagged.avi"));
+        for (const std::size_t at : {108u, 184u}) {  // the stream's handler, its picture's header
+            avi.replace(avi.find("Q210", at), 4, code);
+        }
+        files.emplace_back(folder.PathOf(std::wstring(code, code + 4) + L".avi"), 10000000);
+        std::ofstream(std::filesystem::path(files.back().first), std::ios::binary) << avi;
+    }
+    for (const auto& [file, expected] : files) {
+        SCOPED_TRACE(std::filesystem::path(file));
         const auto graph = Platform<IGraphBuilder>(CLSID_FilterGraph);
         for (const wchar_t* name : {L"picture", L"sound"}) {
             graph->AddFilter(Platform<IBaseFilter>(kNullRenderer).Get(), name);
         }
-        EXPECT_EQ(graph->RenderFile(Material(clip).c_str(), nullptr), S_OK);
+        EXPECT_EQ(graph->RenderFile(file.c_str(), nullptr), S_OK);
         As<IMediaFilter>(graph)->SetSyncSource(nullptr);
         const auto seeking = As<IMediaSeeking>(graph);
         LONGLONG length = 0;
         EXPECT_EQ(seeking->GetDuration(&length), S_OK);
-        EXPECT_EQ(length, std::llround(seconds * 1e7));
+        EXPECT_EQ(length, expected);
         for (int round = 0; round < 2; ++round) {
             long code = 0;
             EXPECT_GE(As<IMediaControl>(graph)->Run(), S_OK);
             EXPECT_EQ(As<IMediaEvent>(graph)->WaitForCompletion(200000, &code), S_OK);
             EXPECT_EQ(code, EC_COMPLETE);
-            EXPECT_EQ(seeking->SetPositions(&length, AM_SEEKING_AbsolutePositioning, nullptr, 0),
+            EXPECT_EQ(seeking->SetPositions(&(length /= 2), AM_SEEKING_AbsolutePositioning, nullptr,
+                                            AM_SEEKING_NoPositioning),
                       S_OK);
             EXPECT_EQ(As<IMediaControl>(graph)->Stop(), S_OK);
-            length /= 2;
         }
     }
 }
