@@ -551,7 +551,10 @@ TEST_F(DvReference, WhatCannotBeReadIsRefusedAndLeavesNothingBehind) {
     EXPECT_EQ(after.heapBlocks, before.heapBlocks);
     const DvFrame whole = Reference(0, path);
     for (std::size_t size = 4; size < whole.size(); ++size) {
-        EXPECT_EQ(DecodePal(DvFrame(Bytes(whole.data(), whole.data() + size)), picture_), E_FAIL);
+        const test::GuardedMemory sample(Bytes(whole.data(), whole.data() + size));
+        for (const std::size_t claimed : {size, whole.size() + 200}) {
+            EXPECT_EQ(DvCodec::Decode(kDv25, 720, 576, sample.data(), claimed, picture_), E_FAIL);
+        }
     }
     EXPECT_TRUE(picture_.IsUntouched());
     EXPECT_EQ(Decode(0, path), S_OK);
