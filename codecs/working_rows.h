@@ -25,7 +25,8 @@
 namespace nyx {
 
 /// Stores `rows` rows in the layout of `kIndex`. `picture` is the first one; strides are in bytes,
-/// the picture's may be negative. `alphaRows` may be null. An odd last pixel is left alone.
+/// the picture's may be negative. `alphaRows` may be null. An odd last pixel is left alone; a
+/// "b64a" row that cannot be converted, without SSSE3, becomes clear black.
 template <int kIndex, AlphaUse kAlpha>
 void WriteWorkingRows(BYTE* picture, LONG stride, const BYTE* workingRows, LONG workingStride,
                       const BYTE* alphaRows, LONG alphaStride, LONG width, LONG rows);

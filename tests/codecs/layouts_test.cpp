@@ -246,21 +246,24 @@ TEST(Blocks, ReadWhatNoWriterStoresByClampingAndTakeChromaFromTheEvenPixel) {
     const BYTE v408[] = {7, 1, 8, 3, 9, 2, 9, 240}, r408[] = {5, 0, 7, 8, 6, 250, 9, 9};
     const BYTE bright[] = {1, 200, 255, 0, 0, 9, 9, 9}, clear[] = {0, 9, 9, 9, 255, 9, 9, 9};
     constexpr AlphaUse kOne = AlphaUse::kStraight, kOther = AlphaUse::kPremultiplied;
-    BYTE block[1024] = {};
-    ReadAlphaBlock<PackedLayout::k2vuy, kOne>(v408, 4, 5, 6, block, 2, 1);
-    EXPECT_EQ(BlockPair(block, 0), (Pair{1, 3, 7, 8, 255, 255}));
-    ReadAlphaBlock<PackedLayout::kV408, kOne>(v408, 8, 5, 6, block, 2, 1);
-    EXPECT_EQ(BlockPair(block, 0), (Pair{1, 2, 7, 8, 0, 255}));
-    ReadAlphaBlock<PackedLayout::kR408, kOne>(r408, 8, 5, 6, block, 2, 1);
-    EXPECT_EQ(BlockPair(block, 0), (Pair{16, 255, 7, 8, 5, 6}));
-    ReadAlphaBlock<PackedLayout::kR408, kOther>(bright, 8, 5, 6, block, 2, 1);
-    EXPECT_EQ(BlockPair(block, 0), (Pair{255, 16, 255, 0, 1, 0}));
-    ReadAlphaBlock<PackedLayout::kR408, kOther>(clear, 8, 5, 6, block, 2, 1);
-    EXPECT_EQ(BlockPair(block, 0), (Pair{16, 25, 128, 128, 0, 255}));
-    ReadAlphaBlock<PackedLayout::kR4fl, kOne>(floats, 32, 5, 6, block, 2, 1);
-    EXPECT_EQ(BlockPair(block, 0), (Pair{0, 255, 0, 255, 255, 0}));
-    ReadAlphaBlock<PackedLayout::kR4fl, kOther>(floats, 32, 5, 6, block, 2, 1);
-    EXPECT_EQ(BlockPair(block, 0), (Pair{0, 16, 128, 128, 255, 0}));
+    const struct {
+        void (*read)(const BYTE*, LONG, DWORD, DWORD, BYTE*, LONG, LONG);
+        const BYTE* picture;
+        Pair expected;
+    } rows[] = {
+        {ReadAlphaBlock<PackedLayout::k2vuy, kOne>, v408, {1, 3, 7, 8, 255, 255}},
+        {ReadAlphaBlock<PackedLayout::kV408, kOne>, v408, {1, 2, 7, 8, 0, 255}},
+        {ReadAlphaBlock<PackedLayout::kR408, kOne>, r408, {16, 255, 7, 8, 5, 6}},
+        {ReadAlphaBlock<PackedLayout::kR408, kOther>, bright, {255, 16, 255, 0, 1, 0}},
+        {ReadAlphaBlock<PackedLayout::kR408, kOther>, clear, {16, 25, 128, 128, 0, 255}},
+        {ReadAlphaBlock<PackedLayout::kR4fl, kOne>, floats, {0, 255, 0, 255, 255, 0}},
+        {ReadAlphaBlock<PackedLayout::kR4fl, kOther>, floats, {0, 16, 128, 128, 255, 0}},
+    };
+    for (const auto& row : rows) {
+        BYTE block[1024] = {};
+        row.read(row.picture, 0, 5, 6, block, 2, 1);
+        EXPECT_EQ(BlockPair(block, 0), row.expected) << &row - rows;
+    }
 }
 
 int WordAt(const BYTE* words, LONG i) {
