@@ -181,11 +181,11 @@ TEST_F(Frames, ReachTheEnginesInRecordsThatAreRightWordByWord) {
             return codec.Decompress(&input, frame.data(), &picture, flag, memory.data(),
                                     static_cast<LONG>(given), mode);
         };
-        const auto encode = [&](ICodec& codec, bool flag) {
+        const auto encode = [&](ICodec& codec, bool flag, DWORD mode = 0) {
             const Misbehaviour stopAfterTheRecord("encode:divide");
             auto output = MakeHeader(codec.GetFourCC(), flag ? 32 : 24, width, height);
             EXPECT_EQ(
-                codec.Compress(&picture, flag, memory.data(), &output, out.data(), 0, given, 0),
+                codec.Compress(&picture, flag, memory.data(), &output, out.data(), 0, given, mode),
                 E_FAIL);
         };
         for (const bool flag : {false, true}) {
@@ -228,6 +228,9 @@ TEST_F(Frames, ReachTheEnginesInRecordsThatAreRightWordByWord) {
                 isV210 ? row * h : w * h * 20 / 8 * (flag ? 2 : 1) * 30 / 100, w * h / bytes / 8,
                 flag ? 2u : 0u, w, h, 7, 11},
                code, code == 0);
+        const DWORD straight = Last(kZeta2Core, kEncode)[2];
+        encode(codecs.zeta2, flag, 1);
+        EXPECT_EQ(Last(kZeta2Core, kEncode)[2] != straight, flag && code == 0) << "keeps alpha";
         encode(codecs.zeta, flag);
         if (flag) {
             Expect(kAlpha, kEncode, 14,
