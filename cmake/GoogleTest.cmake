@@ -30,11 +30,25 @@ function(nyx_quick_to_compile name)
   endif()
 endfunction()
 
-# nyx_test(NAME sources...): one executable, one CTest entry; run under Wine when cross-built.
+# nyx_test(NAME sources... [LINK libraries...] [NEEDS targets...] [PROPERTIES property value...]): one
+# executable, one CTest entry; run under Wine when cross-built. NEEDS is built before.
 function(nyx_test name)
-  add_executable(${name} ${ARGN})
-  target_link_libraries(${name} PRIVATE nyx_flags gtest gtest_main)
+  cmake_parse_arguments(PARSE_ARGV 1 test "" "" "LINK;NEEDS;PROPERTIES")
+  add_executable(${name} ${test_UNPARSED_ARGUMENTS})
+  target_link_libraries(${name} PRIVATE nyx_flags gtest gtest_main ${test_LINK})
   nyx_quick_to_compile(${name})
   add_test(NAME ${name} COMMAND ${name})
-  set_tests_properties(${name} PROPERTIES TIMEOUT 300)
+  if(test_NEEDS)
+    add_dependencies(${name} ${test_NEEDS})
+  endif()
+  if(test_PROPERTIES)
+    set_tests_properties(${name} PROPERTIES ${test_PROPERTIES})
+  endif()
+endfunction()
+
+# nyx_material(NAME script [arguments...]): files that are made on the host when the tests start, for
+# those that have FIXTURES_REQUIRED NAME.
+function(nyx_material name script)
+  add_test(NAME ${name} COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/${script} ${ARGN})
+  set_tests_properties(${name} PROPERTIES FIXTURES_SETUP ${name})
 endfunction()
