@@ -520,6 +520,13 @@ TEST_P(FrameParameters, AChangeOnAFrameThatIsNotDeliveredIsAnnouncedWithTheNext)
     ASSERT_TRUE(next.type);
     EXPECT_EQ(Shown(*next.type), Expected(0xA1, 5, 3));
     EXPECT_FALSE(Through(Frame(5, 3, 1)).type);
+    Sample withheld = Frame(7, 3, 1);  // for want of a key frame
+    withheld.discontinuity = true;
+    withheld.syncPoint = false;
+    rig.sink.Forget();
+    EXPECT_EQ(rig.Push(withheld), S_OK);
+    EXPECT_EQ(rig.sink.Count(), 0u);
+    EXPECT_TRUE(Through(Frame(7, 3, 1)).type);
 }
 
 using Engines = ComTest;
