@@ -2,6 +2,7 @@
 
 #include <type_traits>
 
+#include "codecs/header_checks.h"
 #include "dv/dv_codec.h"
 #include "filters/decode_sample.h"
 #include "filters/decoder_negotiation.h"
@@ -24,10 +25,16 @@ struct DecoderSide {
     template <class Codec>
     static HRESULT Transform(Codec& codec, CBasePin& input, CBasePin& output,
                              IMediaSample* inputSample, IMediaSample* outputSample, bool withheld) {
-        constexpr bool kStretches = std::is_base_of_v<CDvCodecBase, Codec>;
+        bool fillsRows = false;
+        if constexpr (std::is_base_of_v<CDvCodecBase, Codec>) {
+            // An output of a size of its own, to which a narrower picture is stretched.
+            const BITMAPINFOHEADER* to = NyxUtil::FormatOf(output.CurrentMediaType()).header;
+            fillsRows =
+                to && codec.IsSupportedSize(to->biWidth, static_cast<LONG>(AbsoluteHeight(*to)));
+        }
         FrameParameters shown;
         const HRESULT result =
-            DecodeSample(codec, kStretches, input.CurrentMediaType(), output.CurrentMediaType(),
+            DecodeSample(codec, fillsRows, input.CurrentMediaType(), output.CurrentMediaType(),
                          inputSample, outputSample, &shown);
         if (result == S_OK && !withheld) {
             FollowFrameParameters(shown, output, outputSample);
