@@ -84,7 +84,7 @@ std::optional<FrameHeader> ReadHeader(const void* frame, std::string_view tag) {
     const bool sound = std::memcmp(header.tag, tag.data(), tag.size()) == 0 && header.width > 0 &&
                        header.height > 0 && header.width % 2 == 0 &&
                        header.height <= kMostPixels / header.width && header.step > 0 &&
-                       header.step <= kCoarsest && (header.alpha == 0 || header.alpha == 1) &&
+                       header.step <= kCoarsest && header.alpha >= 0 && header.alpha <= 3 &&
                        header.codedLength >= sizeof(header);
     return sound ? std::optional<FrameHeader>(header) : std::nullopt;
 }

@@ -21,7 +21,7 @@ struct FrameHeader {
     LONG width;
     LONG height;
     LONG step;   ///< quantiser step in codes of 10 bits
-    LONG alpha;  ///< 1 with alpha, 0 without
+    LONG alpha;  ///< 0 without; 1 with, what frames are coded with; Zeta2 tells its kind as 1 more
 };
 static_assert(sizeof(FrameHeader) == 24);
 

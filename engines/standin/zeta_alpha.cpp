@@ -31,7 +31,8 @@ struct ZetaAlpha : ZetaRecords {
     }
     static bool IsSound(const EncodeRecord& record) {
         return record.command == nyx::kCommandAlphaEncode && IsZero(record.reserved5, 3) &&
-               record.reserved14 == 0 && record.bytesPerPixel != 2 &&
+               record.reserved14 == 0 &&
+               (IsAddress(record.pixelFormat) || record.bytesPerPixel != 2) &&
                IsPicture(record, nyx::kZetaEncodeConstant);
     }
     static DWORD LengthOf(const DecodeRecord&) { return ~DWORD{0}; }  // is told none

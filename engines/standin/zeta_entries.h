@@ -63,7 +63,7 @@ LONG AnswerProbe(typename Engine::ProbeRecord* record, Action action) {
                           : header ? header->codedLength + (action == Action::kLonger ? 1 : 0)
                                    : ~DWORD{0};
     if constexpr (Engine::kTellsAlpha) {
-        record->alphaKind = header && header->alpha != 0 ? nyx::kZeta2FirstAlphaKind : 0;
+        record->alphaKind = header && header->alpha != 0 ? header->alpha + 1 : 0;
     }
     return header ? kDone : kBadFrame;
 }

@@ -11,12 +11,10 @@
 #include <stdexcept>
 #include <thread>
 
-#include "codecs/engine_codes.h"
 #include "codecs/fault_guard.h"
 #include "tests/codecs/codecs.h"
 #include "tests/support/engines.h"
 #include "tests/support/leaks.h"
-#include "tests/support/misaligned.h"
 
 namespace nyx::test {
 namespace {
@@ -322,17 +320,6 @@ TEST(Guard, GivesTheFloatingPointStateBack) {
         volatile long double third = 1.0L;
         third = third / 3;
         EXPECT_EQ(third * 3, 1.0L) << fault;
-    }
-}
-
-TEST(Callbacks, RunOnAStackOfAnyAlignment) {
-    const std::vector<BYTE> block(1024, 100);
-    const DWORD slot = ZetaCoreCode(kIndexR4fl, Direction::kDecode);
-    for (const DWORD offset : {0u, 4u, 8u, 12u}) {
-        float row[64] = {};
-        CallMisaligned(offset, *reinterpret_cast<void* const*>(slot), &row, 256, block.data(), 16,
-                       1);
-        EXPECT_EQ(row[0], 1.0f) << offset;
     }
 }
 
