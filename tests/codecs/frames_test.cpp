@@ -205,6 +205,19 @@ TEST_F(Frames, ReachTheEnginesInRecordsThatAreRightWordByWord) {
                    {0, first, stride, bytes, 0, 0, 0, kCode, Word(alpha.data())},
                    layout.alpha[place], layout.callback);
         }
+        DWORD entries[3][3] = {};  // fill, writer and reader by alpha mode
+        for (DWORD mode = 0; layout.callback && mode < 3; ++mode) {
+            decode(codecs.zeta, Hollow("ZTA1", width, height, 1), true, mode);
+            std::memcpy(entries[mode], reinterpret_cast<void*>(Last(kAlpha, kDecode)[7]), 8);
+            if (layout.bits == 32) {
+                encode(codecs.zeta, true, mode);
+                entries[mode][2] = *reinterpret_cast<DWORD*>(Last(kAlpha, kEncode)[7]);
+            }
+        }
+        EXPECT_EQ(std::memcmp(entries[0], entries[2], sizeof(entries[0])), 0);
+        EXPECT_EQ(entries[0][0], entries[1][0]);
+        EXPECT_EQ(entries[0][1] != entries[1][1], layout.callback && layout.bits != 16);
+        EXPECT_EQ(entries[0][2] != entries[1][2], layout.callback && layout.bits == 32);
         const DWORD code = layout.zeta2[place];
         for (const LONG kind : {0, 1, 2, 3}) {  // of which the middle ones are alpha
             const bool alpha = kind == 1 || kind == 2;
@@ -270,6 +283,9 @@ TEST_F(Frames, GoThroughTheRowCallbacksOfEveryLayoutAndBack) {
         ASSERT_EQ(Decode(stream, frame, picture, &other, 1 - mode), S_OK);
         const bool keepsAlpha = stream.alpha && layout.fourcc != FourCC("2vuy");
         EXPECT_EQ(packed != other, keepsAlpha);
+        if (keepsAlpha && layout.fourcc == FourCC("r408")) {  // premultiplied luma is darker
+            EXPECT_EQ(packed[4 * kWidth / 2 + 1] < other[4 * kWidth / 2 + 1], mode == 1);
+        }
         auto header = MakeHeader(FourCCOf(stream.codec), stream.bits, kWidth, kHeight);
         const auto input = MakeHeader(layout.fourcc, stream.pictureBits, kWidth, kHeight);
         ASSERT_EQ(codecs_.all[stream.codec]->Compress(&input, stream.alpha, packed.data(), &header,
