@@ -1,7 +1,6 @@
 # Every failure has its exit code and its message, and leaves no file.
 fields="--fourcc Q210 --size 720x486 --bits 20 --rate 25/1 --frame-bytes 933120"
-for change in "Q210:Q21" "size 720x486:size 720" "720x486:0x486" "bits 20:bits many" "25/1:25" "25/1:25/0" \
-    "933120:0" "933120:933120 --info 0,1"; do
+for change in "Q210:Q21" "720x486:0x486" "25/1:25/0" "933120:0" "933120:933120 --info 0,1"; do
     run 1 wrap clip.v210 none.avi ${fields/"${change%%:*}"/"${change#*:}"}
 done
 # As it may be said, but not be played.
