@@ -179,7 +179,11 @@ TEST_F(BaseClasses, StreamingStartsAndStopsOncePerRunAndNotWithoutAllOfIt) {
     EXPECT_EQ(filter->log, "Start Stop Start Stop ");
     filter->Pause();
     EXPECT_EQ(input->BeginFlush(), S_OK);
-    EXPECT_EQ(Push(), S_FALSE);
+    const auto sample = MakeSample({{1}});
+    IMediaSample* samples[] = {sample.Get(), sample.Get()};
+    LONG taken = 9;
+    EXPECT_EQ(input->ReceiveMultiple(samples, 2, &taken), S_FALSE);
+    EXPECT_EQ(taken, 0);
     filter->Stop();
     filter->Pause();
     EXPECT_EQ(Push(), S_OK) << "stopping ends the flush";
