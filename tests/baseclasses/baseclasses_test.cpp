@@ -38,7 +38,7 @@ class Passthrough : public CVideoTransformFilter {
         return transformResult;
     }
     HRESULT CheckInputType(const CMediaType* type) override {
-        return *type->pbFormat == kRefused ? VFW_E_TYPE_NOT_ACCEPTED : S_OK;
+        return *type->pbFormat == kRefused ? E_INVALIDARG : S_OK;
     }
     HRESULT CheckTransform(const CMediaType*, const CMediaType* out) override {
         return CheckInputType(out);
@@ -55,7 +55,10 @@ class Passthrough : public CVideoTransformFilter {
         return FAILED(startResult) ? startResult : CVideoTransformFilter::StartStreaming();
     }
     HRESULT StopStreaming() override { return log += "Stop ", S_OK; }
-    HRESULT SetMediaType(PIN_DIRECTION, const CMediaType*) override { return log += "Type ", S_OK; }
+    HRESULT SetMediaType(PIN_DIRECTION direction, const CMediaType*) override {
+        EXPECT_TRUE(GetPin(direction)->IsConnected()) << "the peer may ask back";
+        return log += "Type ", S_OK;
+    }
     HRESULT AlterQuality(Quality quality) override {
         ++qualityMessages;
         return handlesQuality ? CVideoTransformFilter::AlterQuality(quality)
@@ -140,6 +143,11 @@ TEST_F(BaseClasses, QuestionsAboutPinsNeedNoFilterLock) {
         EXPECT_EQ(filter->FindPin(L"Out", pin.ReleaseAndGetAddressOf()), S_OK);
         EXPECT_TRUE(As<IMediaSeeking>(pin));
     });
+}
+
+TEST_F(BaseClasses, ARefusalWithoutAReasonIsATypeNotAccepted) {
+    const MediaType refused = Numbered(kRefused);
+    EXPECT_EQ(source.Connect(input, &refused), VFW_E_TYPE_NOT_ACCEPTED);
 }
 
 TEST_F(BaseClasses, EnumeratorsNoticeChanges) {
