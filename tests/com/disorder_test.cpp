@@ -25,14 +25,6 @@ class Disorder : public RowTest {
                : failed                 ? VFW_E_RUNTIME_ERROR
                                         : S_OK;
     }
-    HRESULT Connects(bool connected) const {
-        return connected                ? VFW_E_ALREADY_CONNECTED
-               : state != State_Stopped ? VFW_E_NOT_STOPPED
-                                        : S_OK;
-    }
-    HRESULT Disconnects(bool connected) const {
-        return state != State_Stopped ? VFW_E_NOT_STOPPED : connected ? S_OK : S_FALSE;
-    }
     /// A frame that must be answered `expected` when the filter streams.
     void Push(const Sample& sample, HRESULT expected, const Lies& lies = {}) {
         const HRESULT streams = Streams();
@@ -60,24 +52,26 @@ class Disorder : public RowTest {
         failed = failed && (begin || !out);
         (begin ? begun : ended) += out ? 1 : 0;
     }
-    void ConnectInput() {
-        const HRESULT expected = Connects(in);
-        const MediaType type = row().InputType();
-        EXPECT_EQ(rig.input->ReceiveConnection(&rig.source, &type), expected);
-        in = in || expected == S_OK;
+    void Connect(bool input) {
+        const bool typed = input || Any(2) == 0;
+        const HRESULT expected = (input ? in : out)       ? VFW_E_ALREADY_CONNECTED
+                                 : state != State_Stopped ? VFW_E_NOT_STOPPED
+                                 : in || input            ? S_OK
+                                 : typed                  ? E_UNEXPECTED
+                                                          : VFW_E_NO_ACCEPTABLE_TYPES;
+        const MediaType type =
+            input ? row().InputType() : row().OutputType(Any(row().Outputs().size()));
+        EXPECT_EQ(input   ? rig.input->ReceiveConnection(&rig.source, &type)
+                  : typed ? rig.ConnectOutput(type)
+                          : rig.ConnectOutput(),
+                  expected);
+        in = in || (input && expected == S_OK);
+        out = out || (!input && expected == S_OK);
     }
-    void ConnectOutput() {
-        const bool typed = Any(2) == 0;
-        const HRESULT connects = Connects(out);
-        const HRESULT expected = in || connects != S_OK ? connects
-                                 : typed                ? E_UNEXPECTED
-                                                        : VFW_E_NO_ACCEPTABLE_TYPES;
-        const MediaType type = row().OutputType(Any(row().Outputs().size()));
-        EXPECT_EQ(typed ? rig.ConnectOutput(type) : rig.ConnectOutput(), expected);
-        out = out || expected == S_OK;
-    }
-    void DisconnectSide(bool input) {
-        const HRESULT expected = Disconnects(input ? in : out);
+    void Disconnect(bool input) {
+        const HRESULT expected = state != State_Stopped ? VFW_E_NOT_STOPPED
+                                 : (input ? in : out)   ? S_OK
+                                                        : S_FALSE;
         EXPECT_EQ((input ? rig.input : rig.output)->Disconnect(), expected);
         in = in && !(input && expected == S_OK);
         if (out && expected == S_OK) {
@@ -86,35 +80,16 @@ class Disorder : public RowTest {
         }
     }
 
-    // The calls.
-    void Stop() { EnterState(State_Stopped); }
-    void Pause() { EnterState(State_Paused); }
-    void Run() { EnterState(State_Running); }
-    void BeginFlush() { Flush(true); }
-    void EndFlush() { Flush(false); }
-    void DisconnectInput() { DisconnectSide(true); }
-    void DisconnectOutput() { DisconnectSide(false); }
-    void JoinOrLeave() {
-        joined = Any(2) == 0;
-        rig.filter->JoinFilterGraph(joined ? rig.graph.Get() : nullptr, L"again");
-    }
-    void Lateness() { rig.Notify({Flood, 10, static_cast<LONGLONG>(random()) << 20, 0}); }
-    void Segment() { rig.input->NewSegment(static_cast<LONGLONG>(random()), -1, 0.0); }
-    void WholeFrame() { Push(rig.Frame(), S_OK); }
     void CutFrame() {
         Sample sample = rig.Frame();
         sample.bytes.resize(sample.bytes.size() * Any(8) / 8);
         Push(sample, E_FAIL);
     }
-    void FrameWithType() {
+    void FrameWithType(bool foreign) {
         Sample sample = rig.Frame();
-        sample.type = row().InputType();
-        Push(sample, S_OK, {Any(2) == 0});
-    }
-    void FrameWithForeignType() {
-        Sample sample = rig.Frame();
-        sample.type = VideoType(MEDIASUBTYPE_RGB565, 16, BI_BITFIELDS, rig.stream);
-        Push(sample, VFW_E_INVALIDMEDIATYPE, {Any(2) == 0});
+        sample.type = foreign ? VideoType(MEDIASUBTYPE_RGB565, 16, BI_BITFIELDS, rig.stream)
+                              : row().InputType();
+        Push(sample, foreign ? VFW_E_INVALIDMEDIATYPE : S_OK, {Any(2) == 0});
     }
     void FrameWithoutBuffers() {
         if (out) {
@@ -136,11 +111,6 @@ class Disorder : public RowTest {
         EXPECT_EQ(rig.output->BeginFlush(), E_UNEXPECTED);
         EXPECT_EQ(rig.output->EndFlush(), E_UNEXPECTED);
     }
-    void UpstreamsAllocator() {
-        ComPtr<IMemAllocator> allocator;
-        EXPECT_EQ(rig.transport->GetAllocator(&allocator), S_OK);
-        EXPECT_EQ(rig.transport->NotifyAllocator(allocator.Get(), TRUE), S_OK);
-    }
     void Questions() {
         const MediaType input = row().InputType();
         const MediaType output = row().OutputType();
@@ -151,35 +121,32 @@ class Disorder : public RowTest {
         EXPECT_EQ(ConnectionType(rig.input), in ? input : MediaType());
         As<IMediaSeeking>(rig.output);
     }
+    void MiscellaneousCall() {
+        ComPtr<IMemAllocator> allocator;
+        joined = Any(2) == 0;
+        rig.filter->JoinFilterGraph(joined ? rig.graph.Get() : nullptr, L"again");
+        rig.Notify({Flood, 10, static_cast<LONGLONG>(random()) << 20, 0});
+        rig.input->NewSegment(static_cast<LONGLONG>(random()), -1, 0.0);
+        EXPECT_EQ(rig.transport->GetAllocator(&allocator), S_OK);
+        EXPECT_EQ(rig.transport->NotifyAllocator(allocator.Get(), TRUE), S_OK);
+    }
+    template <class... Calls>
+    void MakeOneOf(Calls... calls) {
+        const std::size_t chosen = Any(sizeof...(calls));
+        SCOPED_TRACE(chosen);
+        std::size_t at = 0;
+        ((at++ == chosen ? calls() : void()), ...);
+    }
     void MakeAnyCall() {
-        using D = Disorder;
-        constexpr void (Disorder::*kCalls[])() = {&D::ConnectInput,
-                                                  &D::ConnectOutput,
-                                                  &D::DisconnectInput,
-                                                  &D::DisconnectOutput,
-                                                  &D::Stop,
-                                                  &D::Pause,
-                                                  &D::Run,
-                                                  &D::WholeFrame,
-                                                  &D::CutFrame,
-                                                  &D::FrameWithType,
-                                                  &D::FrameWithForeignType,
-                                                  &D::FrameWithoutBuffers,
-                                                  &D::BeginFlush,
-                                                  &D::EndFlush,
-                                                  &D::EndOfStream,
-                                                  &D::Segment,
-                                                  &D::WrongPins,
-                                                  &D::UpstreamsAllocator,
-                                                  &D::Lateness,
-                                                  &D::JoinOrLeave,
-                                                  &D::Questions};
-        const std::size_t call = Any(std::size(kCalls));
-        SCOPED_TRACE(call);
-        (this->*kCalls[call])();
+        const bool either = Any(2) == 0;
+        MakeOneOf([&] { Connect(either); }, [&] { Disconnect(either); },
+                  [&] { EnterState(State_Stopped); }, [&] { EnterState(State_Paused); },
+                  [&] { EnterState(State_Running); }, [&] { Push(rig.Frame(), S_OK); },
+                  [&] { CutFrame(); }, [&] { FrameWithType(either); },
+                  [&] { FrameWithoutBuffers(); }, [&] { Flush(either); }, [&] { EndOfStream(); },
+                  [&] { WrongPins(); }, [&] { Questions(); }, [&] { MiscellaneousCall(); });
         ExpectAsModelled();
     }
-
     void ExpectAsModelled() {
         EXPECT_EQ(rig.State(), state);
         EXPECT_EQ(PeerOf(rig.input) != nullptr, in);
@@ -208,14 +175,14 @@ TEST_P(Disorder, AnyOrderOfCallsIsAnsweredAsTheModelSays) {
     random.seed(seed);
     rig.sink.keepsSamples = false;
     MustFinish("any order of calls", [&] {
-        For(milliseconds(1500), [&] {
+        For(milliseconds(700), [&] {
             // From time to time all is as it should be, so that what follows meets a filter at
             // work.
             if (Any(8) == 0) {
-                ConnectInput();
-                ConnectOutput();
-                Pause();
-                EndFlush();
+                Connect(true);
+                Connect(false);
+                EnterState(State_Paused);
+                Flush(false);
             }
             if (!HasFailure()) {
                 MakeAnyCall();
@@ -235,49 +202,42 @@ class Threads : public RowTest {
 };
 NYX_FOR_ROWS(Threads, ThreeKinds());
 
-/// Does `work` over and over on a thread of its own, once at least, until told to stop.
-template <class Work>
-std::thread Storm(const std::atomic<bool>& go, Work work) {
-    return std::thread([&go, work] {
-        do {
-            work();
-            std::this_thread::yield();
-        } while (go);
-    });
+/// Does each work over and over on a thread of its own, once at least, for a third of a second.
+void Storm(const std::vector<std::function<void()>>& works) {
+    std::vector<std::thread> threads;
+    for (const auto& work : works) {
+        threads.emplace_back([&work] {
+            For(milliseconds(300), [&] {
+                work();
+                std::this_thread::yield();
+            });
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
 }
 
 TEST_P(Threads, FlushSeekAndStopWhileFramesFlowAndLeaveTheFilterInOrder) {
     rig.sink.keepsSamples = false;
     rig.Start();
     const auto frame = MakeSample(rig.Frame());
-    std::atomic<bool> go{true};
     MustFinish("a storm of flushes, seeks and stops", [&] {
-        std::thread storms[] = {Storm(go, [&] { rig.transport->Receive(frame.Get()); }),
-                                Storm(go,
-                                      [&] {
-                                          rig.input->BeginFlush();
-                                          rig.input->EndFlush();
-                                      }),
-                                Storm(go,
-                                      [&] {
-                                          rig.input->NewSegment(0, 400000, 1.0);
-                                          rig.Notify({Flood, 500, 800000, 0});
-                                          rig.input->EndOfStream();
-                                          OfferedTypes(rig.output);
-                                      }),
-                                Storm(go, [&] {
-                                    rig.filter->Stop();
-                                    rig.output->Disconnect();
-                                    rig.sink.Disconnect();
-                                    rig.ConnectOutput();
-                                    rig.filter->Pause();
-                                    rig.filter->Run(0);
-                                })};
-        std::this_thread::sleep_for(milliseconds(500));
-        go = false;
-        for (std::thread& storm : storms) {
-            storm.join();
-        }
+        Storm({[&] { rig.transport->Receive(frame.Get()); },
+               [&] { rig.input->BeginFlush(), rig.input->EndFlush(); },
+               [&] {
+                   rig.input->NewSegment(0, 400000, 1.0);
+                   rig.Notify({Flood, 500, 800000, 0});
+                   rig.input->EndOfStream();
+                   OfferedTypes(rig.output);
+               },
+               [&] {
+                   rig.filter->Stop();
+                   rig.DisconnectOutput();
+                   rig.ConnectOutput();
+                   rig.filter->Pause();
+                   rig.filter->Run(0);
+               }});
     });
     ASSERT_EQ(rig.filter->Stop(), S_OK);
     ASSERT_EQ(rig.filter->Pause(), S_OK);
@@ -329,21 +289,17 @@ TEST_P(Threads, AFilterIsMadeConnectedAndFedFromAMisalignedStack) {
         ASSERT_EQ(CallMethodMisaligned(offset, factory.Get(), kCreateInstance, nullptr,
                                        &IID_IBaseFilter, filter.GetAddressOf()),
                   S_OK);
-        for (std::size_t i = 0; i < row().Outputs().size(); ++i) {
-            const MediaType output = row().OutputType(i);
-            ASSERT_EQ(rig.ConnectInput(), S_OK);
-            ASSERT_EQ(CallMethodMisaligned(offset, rig.output.Get(), kConnect,
-                                           static_cast<IPin*>(&rig.sink), &output),
-                      S_OK);
-            ASSERT_EQ(CallMethodMisaligned(offset, rig.filter.Get(), kPause), S_OK);
-            EXPECT_EQ(CallMethodMisaligned(offset, rig.transport.Get(), kReceive, sample.Get()),
-                      S_OK);
-            EXPECT_EQ(rig.Push(), S_OK);
-            const auto both = rig.sink.Samples();
-            EXPECT_EQ(both.back().bytes, both.at(both.size() - 2).bytes);
-            rig.filter->Stop();
-            rig.Disconnect();
-        }
+        const MediaType output = row().OutputType();
+        ASSERT_EQ(rig.ConnectInput(), S_OK);
+        ASSERT_EQ(CallMethodMisaligned(offset, rig.output.Get(), kConnect,
+                                       static_cast<IPin*>(&rig.sink), &output),
+                  S_OK);
+        ASSERT_EQ(CallMethodMisaligned(offset, rig.filter.Get(), kPause), S_OK);
+        EXPECT_EQ(CallMethodMisaligned(offset, rig.transport.Get(), kReceive, sample.Get()), S_OK);
+        EXPECT_EQ(rig.Push(), S_OK);
+        EXPECT_EQ(rig.sink.Last().bytes, rig.sink.Samples().front().bytes);
+        rig.filter->Stop();
+        rig.Disconnect();
     }
 }
 

@@ -64,43 +64,46 @@ TEST_P(Negotiation, TheInterfacesAreThoseOfAFilterAndItsPinsAndNoOthers) {
 TEST_P(Negotiation, PinsAndFilterKnowTheirNamesAndCountAsOne) {
     for (const bool isInput : {true, false}) {
         const ComPtr<IPin> pin = isInput ? rig.input : rig.output;
+        const PIN_DIRECTION expected = isInput ? PINDIR_INPUT : PINDIR_OUTPUT;
         PIN_INFO info{};
         ASSERT_EQ(pin->QueryPinInfo(&info), S_OK);
         EXPECT_EQ(Adopt(info.pFilter).Get(), rig.filter.Get());
         EXPECT_STREQ(info.achName, isInput ? L"XForm In" : L"XForm Out");
+        EXPECT_EQ(info.dir, expected);
         PIN_DIRECTION direction{};
         EXPECT_EQ(pin->QueryDirection(&direction), S_OK);
-        EXPECT_EQ(direction, isInput ? PINDIR_INPUT : PINDIR_OUTPUT);
-        EXPECT_EQ(direction, info.dir);
+        EXPECT_EQ(direction, expected);
         LPWSTR id = nullptr;
         ASSERT_EQ(pin->QueryId(&id), S_OK);
         EXPECT_STREQ(id, isInput ? L"In" : L"Out");
         CoTaskMemFree(id);
     }
-    for (const wchar_t* other : {L"XForm In", L"in", L"Input", L""}) {
-        IPin* pin = &rig.source;
-        EXPECT_EQ(rig.filter->FindPin(other, &pin), VFW_E_NOT_FOUND);
-        EXPECT_EQ(pin, nullptr);
-    }
+    IPin* none = &rig.source;
+    EXPECT_EQ(rig.filter->FindPin(L"XForm In", &none), VFW_E_NOT_FOUND);
+    EXPECT_EQ(none, nullptr);
     CLSID clsid{};
     EXPECT_EQ(rig.filter->GetClassID(&clsid), S_OK);
     EXPECT_EQ(clsid, row().clsid);
-    EXPECT_EQ(rig.graph->References(), 1u) << "a filter does not keep its graph alive";
+    // Any object will do as a clock: it is kept and never asked.
+    auto* const clock = reinterpret_cast<IReferenceClock*>(rig.graph.Get());
     const std::wstring longName(500, L'x');
     FILTER_INFO info{};
-    for (const std::wstring& name : {std::wstring(Rig::kNameInGraph), longName}) {
-        IFilterGraph* const graph = name == longName ? nullptr : rig.graph.Get();
-        EXPECT_EQ(rig.filter->JoinFilterGraph(graph, name.c_str()), S_OK);
+    for (IFilterGraph* const graph : {static_cast<Graph*>(nullptr), rig.graph.Get()}) {
+        EXPECT_EQ(rig.filter->JoinFilterGraph(graph, longName.c_str()), S_OK);
         ASSERT_EQ(rig.filter->QueryFilterInfo(&info), S_OK);
-        EXPECT_EQ(info.achName, name.substr(0, MAX_FILTER_NAME - 1)) << "what the record holds";
+        EXPECT_EQ(info.achName, longName.substr(0, MAX_FILTER_NAME - 1)) << "what it holds";
         EXPECT_EQ(Adopt(info.pGraph).Get(), graph);
+        ComPtr<IReferenceClock> got;
+        EXPECT_EQ(rig.filter->SetSyncSource(graph ? nullptr : clock), S_OK);
+        EXPECT_EQ(rig.filter->GetSyncSource(&got), S_OK);
+        EXPECT_EQ(got.Get(), graph ? nullptr : clock);
+        got.Reset();
+        EXPECT_EQ(rig.graph->References(), graph ? 1u : 2u) << "its clock is kept, not its graph";
     }
     const ULONG before = rig.filter->AddRef();
     EXPECT_EQ(rig.input->AddRef(), before + 1);
-    EXPECT_EQ(rig.output->AddRef(), before + 2);
-    EXPECT_EQ(rig.transport->Release(), before + 1);
     EXPECT_EQ(rig.output->Release(), before);
-    EXPECT_EQ(rig.filter->Release(), before - 1);
+    EXPECT_EQ(rig.transport->Release(), before - 1);
 }
 
 /// The rules of enumerators, for one of `count` items, two at least; `free` frees an item.
@@ -139,7 +142,6 @@ TEST_P(Negotiation, EnumeratorsFollowTheirRules) {
     ComPtr<IEnumPins> pins;
     ASSERT_EQ(rig.filter->EnumPins(&pins), S_OK);
     IPin* both[2] = {};
-    ASSERT_EQ(pins->Next(2, both, nullptr), E_INVALIDARG);
     ULONG given = 0;
     ASSERT_EQ(pins->Next(2, both, &given), S_OK);
     EXPECT_EQ(Adopt(both[0]).Get(), rig.input.Get()) << "the input comes first";
@@ -153,26 +155,15 @@ TEST_P(Negotiation, EnumeratorsFollowTheirRules) {
                                          [](AM_MEDIA_TYPE* type) { MediaType::Adopt(type); });
 }
 
-/// Streams of every size that a table knows, and what types must say about fields and aspect.
+/// Streams, and what types must say about their fields and aspect.
 const struct StreamShown {
     Stream stream;
-    DWORD interlaceFlags;
-    DWORD aspectX;
-    DWORD aspectY;
-} kStreams[] = {{{1920, 1080, 400000}, 0xA5, 16, 9}, {{1440, 1080, 333666}, 0xA5, 16, 9},
-                {{1280, 1080, 400000}, 0xA5, 16, 9}, {{1280, 720, 333666}, 0, 16, 9},
-                {{960, 720, 200000}, 0, 16, 9},      {{720, 576, 400000}, 0xA1, 4, 3},
-                {{720, 576, 333667}, 0, 4, 3},       {{720, 486, 333666}, 0xA5, 4, 3},
-                {{720, 480, 333666}, 0xA1, 27, 20},  {{720, 480, 0}, 0, 27, 20},
-                {{640, 480, 400000}, 0, 27, 20},     {{320, 240, 400000}, 0, 27, 20},
-                {{160, 120, 400000}, 0, 27, 20},     {{800, 600, 400000}, 0, 4, 3},
-                {{352, 480, 333666}, 0, 27, 20},     {{352, 240, 333666}, 0, 27, 20},
-                {{352, 288, 400000}, 0, 176, 135},   {{176, 144, 400000}, 0, 176, 135},
-                {{1280, 1024, 400000}, 0, 5, 4},     {{1280, 960, 400000}, 0, 4, 3},
-                {{1024, 768, 400000}, 0, 4, 3},      {{704, 480, 333666}, 0, 33, 25},
-                {{704, 576, 400000}, 0, 176, 135},   {{1024, 576, 400000}, 0xA1, 16, 9},
+    DWORD interlaceFlags, aspectX, aspectY;
+} kStreams[] = {{{1920, 1080, 400000}, 0xA5, 16, 9}, {{1280, 720, 333666}, 0, 16, 9},
+                {{720, 576, 400000}, 0xA1, 4, 3},    {{720, 576, 333667}, 0, 4, 3},
+                {{720, 486, 333666}, 0xA5, 4, 3},    {{720, 480, 333666}, 0xA1, 27, 20},
                 {{856, 480, 333666}, 0xA1, 107, 60}, {{1000, 1000, 400000}, 0, 1, 1},
-                {{96, 16, 0x10000061A80}, 0, 6, 1}};
+                {{1024, 768, 400000}, 0, 4, 3},      {{96, 16, 0x10000061A80}, 0, 6, 1}};
 
 class OfferedTypesOf : public RowTest {};
 NYX_FOR_ROWS(OfferedTypesOf, Rows({"Q210Decoder", "ZetaDecoder", "ZetaAlphaDecoder"}));
@@ -212,30 +203,17 @@ TEST_P(OfferedTypesOf, ComeInTheLongFormFirstAndAreAcceptedAndConnectedToTheByte
             rig.DisconnectOutput();
         }
     }
-    EXPECT_GE(taken, 20);
+    EXPECT_GE(taken, 7);
 }
 
-/// A value that spoils a valid type, by its place in the picture header.
-struct Spoiled {
-    std::size_t place;
-    WORD value;
-};
-
 TEST_P(Negotiation, ASpoiledInputTypeIsFalseWhenAskedAndAnErrorWhenConnecting) {
-    constexpr Spoiled kTable[] = {{offsetof(BITMAPINFOHEADER, biSize), 39},
-                                  {offsetof(BITMAPINFOHEADER, biBitCount), 0},
-                                  {offsetof(BITMAPINFOHEADER, biPlanes), 2},
-                                  {offsetof(BITMAPINFOHEADER, biCompression), 0x2020}};
     const MediaType whole = row().InputType();
-    std::vector<MediaType> types(3, whole);
+    std::vector<MediaType> types(5, whole);
     types[0].formattype = FORMAT_WaveFormatEx;
     types[1].formattype = FORMAT_VideoInfo2;  // with the shorter block
     types[2].ResizeFormat(0);
-    for (const Spoiled& spoiled : kTable) {
-        types.push_back(whole);
-        std::memcpy(reinterpret_cast<BYTE*>(&types.back().Header()) + spoiled.place, &spoiled.value,
-                    sizeof(spoiled.value));
-    }
+    types[3].Header().biBitCount = 0;
+    types[4].Header().biCompression ^= 0x2020;
     for (const MediaType& type : types) {
         SCOPED_TRACE(&type - &types[0]);
         EXPECT_EQ(rig.input->QueryAccept(&type), S_FALSE);
@@ -257,6 +235,10 @@ TEST_P(Negotiation, ASpoiledInputTypeIsFalseWhenAskedAndAnErrorWhenConnecting) {
     stream.block = Block::kVideoInfo2;
     MediaType longer = row().InputType(stream);
     longer.ResizeFormat(longer.cbFormat + 1024);
+    if (!row().IsEncoder()) {  // these two are not looked at
+        longer.majortype = MEDIATYPE_Interleaved;
+        longer.subtype = GUID_NULL;
+    }
     EXPECT_EQ(rig.ConnectInput(longer), S_OK);
     EXPECT_EQ(ConnectionType(rig.input), longer);
 }
@@ -297,10 +279,6 @@ TEST_P(Decoders, AnOutputTypeIsTakenByKindAndSize) {
         EXPECT_EQ(rig.output->QueryAccept(&type), S_FALSE);
         EXPECT_NE(rig.ConnectOutput(type), S_OK);
     }
-    MediaType input = row().InputType();
-    input.majortype = MEDIATYPE_Interleaved;
-    input.subtype = GUID_NULL;
-    EXPECT_EQ(rig.input->QueryAccept(&input), S_OK) << "these two are not looked at";
 }
 
 TEST_P(Negotiation, HostileFormatBlocksAreSurvivedFromTheQuestionToTheFrame) {
@@ -311,14 +289,12 @@ TEST_P(Negotiation, HostileFormatBlocksAreSurvivedFromTheQuestionToTheFrame) {
                                    0x8000,   0xFFFE,     0x10000,    0x20000000, 0x7FFFFFFE,
                                    LONG_MAX, 0x80000000, 0xFFFFFFF0, 0xFFFFFFFE, UINT_MAX};
     int round = 0;
-    For(std::chrono::milliseconds(800), [&] {
+    For(std::chrono::milliseconds(400), [&] {
         SCOPED_TRACE(++round);
         const bool ofInput = any(2) == 0;
-        if (!ofInput) {
-            rig.ConnectInput();
-        }
-        const Block block = any(2) == 0 ? Block::kVideoInfo : Block::kVideoInfo2;
-        const Stream stream = {rig.stream.width, rig.stream.height, 400000, block};
+        ofInput ? S_OK : rig.ConnectInput();
+        Stream stream = rig.stream;
+        stream.block = any(2) == 0 ? Block::kVideoInfo : Block::kVideoInfo2;
         MediaType type = ofInput ? row().InputType(stream)
                                  : row().OutputType(any(row().Outputs().size()), stream);
         for (std::size_t changes = 1 + any(2); changes > 0; --changes) {
@@ -329,23 +305,16 @@ TEST_P(Negotiation, HostileFormatBlocksAreSurvivedFromTheQuestionToTheFrame) {
             const DWORD value = any(4) == 0 ? random() : kExtremes[any(std::size(kExtremes))];
             std::memcpy(word, &value, sizeof(value));
         }
-        const GuardedMemory memory({type.pbFormat, type.pbFormat + type.cbFormat});
-        AM_MEDIA_TYPE guarded = type;
-        guarded.pbFormat = memory.data();
-        const auto& pin = ofInput ? rig.input : rig.output;
-        const bool accepted = pin->QueryAccept(&guarded) == S_OK;
+        const bool accepted = (ofInput ? rig.input : rig.output)->QueryAccept(&type) == S_OK;
         const BITMAPINFOHEADER& header = type.Header();
-        if (accepted && !row().IsEncoder() && !ofInput) {
-            EXPECT_GE(header.biWidth, rig.stream.width);
-            EXPECT_EQ(std::abs(header.biHeight), rig.stream.height);
-        }
+        EXPECT_TRUE(
+            !accepted || row().IsEncoder() || ofInput ||
+            (header.biWidth >= rig.stream.width && std::abs(header.biHeight) == rig.stream.height));
         const HRESULT connected = ofInput ? rig.ConnectInput(type) : rig.ConnectOutput(type);
         // An output whose buffer cannot be had may fail to connect, or to start; nothing more.
         EXPECT_TRUE(ofInput ? SUCCEEDED(connected) == accepted : accepted || FAILED(connected));
         EXPECT_EQ(OfferedTypes(rig.output).empty(), ofInput && !accepted);
-        if (!PeerOf(rig.output)) {
-            rig.ConnectOutput();
-        }
+        PeerOf(rig.output) ? S_OK : rig.ConnectOutput();
         // An engine writes the size that the frame has: a host must tell it no other one.
         if ((!ofInput || !row().coding) && SUCCEEDED(rig.filter->Pause())) {
             rig.Push();
@@ -391,7 +360,6 @@ TEST_P(Negotiation, RequestsHaveWildcardsAndTheReceiversOwnProposalsComeFirst) {
     EXPECT_FALSE(PeerOf(rig.output));
 }
 
-/// What any order of calls does not show (disorder_test.cpp).
 TEST_P(Negotiation, AConnectionThatFailsOrEndsLeavesThePeerToItsOwner) {
     for (const auto& pin : {rig.input, rig.output}) {
         IPin* peer = &rig.source;
@@ -415,29 +383,28 @@ TEST_P(Negotiation, AConnectionThatFailsOrEndsLeavesThePeerToItsOwner) {
     ASSERT_EQ(rig.output->Disconnect(), S_OK);
     EXPECT_EQ(rig.sink.peer.Get(), rig.output.Get());
     rig.sink.Disconnect();
-    ASSERT_EQ(rig.ConnectOutput(row().OutputType(row().Outputs().size() - 1)), S_OK);
-    ASSERT_EQ(rig.filter->Pause(), S_OK);
-    EXPECT_EQ(rig.Push(), S_OK) << "as another type";
-    ASSERT_EQ(rig.filter->Stop(), S_OK);
     ASSERT_EQ(rig.input->Disconnect(), S_OK);
     EXPECT_EQ(rig.source.peer.Get(), rig.input.Get());
     rig.Disconnect();
     ASSERT_EQ(rig.ConnectInput(row().InputType(row().other)), S_OK);
     for (const MediaType& type : OfferedTypes(rig.output)) {
-        EXPECT_EQ(type.Header().biWidth, row().other.width);
+        EXPECT_EQ(type.Header().biWidth, row().other.width) << "nothing is left of the old one";
         EXPECT_EQ(type.Header().biHeight, row().other.height);
     }
+}
+
+using Words = std::array<LONG, 4>;
+Words WordsOf(const ALLOCATOR_PROPERTIES& p) {
+    return {p.cBuffers, p.cbBuffer, p.cbAlign, p.cbPrefix};
 }
 
 TEST_P(Negotiation, AllocatorsAreChosenAndAskedByTheRules) {
     ALLOCATOR_PROPERTIES properties{1, 2, 3, 4};
     EXPECT_EQ(rig.transport->GetAllocatorRequirements(&properties), E_NOTIMPL);
-    ComPtr<IMemAllocator> first;
-    ComPtr<IMemAllocator> again;
+    ComPtr<IMemAllocator> first, again;
     ASSERT_EQ(rig.transport->GetAllocator(&first), S_OK);
     ASSERT_EQ(first->GetProperties(&properties), S_OK);
-    EXPECT_EQ(properties.cBuffers | properties.cbBuffer | properties.cbAlign | properties.cbPrefix,
-              0);
+    EXPECT_EQ(WordsOf(properties), Words{});
     ASSERT_EQ(rig.transport->GetAllocator(&again), S_OK);
     EXPECT_EQ(again.Get(), first.Get());
     const auto told = Make<HostileAllocator>();
@@ -450,12 +417,8 @@ TEST_P(Negotiation, AllocatorsAreChosenAndAskedByTheRules) {
 
     for (std::size_t i = 0; i < row().Outputs().size(); ++i) {
         const LONG size = row().BufferBytes(i);
-        rig.Connect(i);
-        ASSERT_EQ(rig.sink.allocator->GetProperties(&properties), S_OK);
-        EXPECT_EQ(properties.cBuffers, 1);
-        EXPECT_EQ(properties.cbBuffer, size);
-        rig.Disconnect();
-        HostileAllocator& own = rig.OwnAllocator();
+        const ALLOCATOR_PROPERTIES wished = {3, 10, 16, 8};
+        rig.sink.requirements = i == 1 ? std::optional(wished) : std::nullopt;
         const struct {
             LONG buffers, size;
             HRESULT result;
@@ -466,22 +429,21 @@ TEST_P(Negotiation, AllocatorsAreChosenAndAskedByTheRules) {
                      {0, size, S_OK, false},
                      {1, size, E_OUTOFMEMORY, false}};
         for (const auto& answer : table) {
-            const ALLOCATOR_PROPERTIES wished = {3, 10, 16, 8};
-            rig.sink.requirements = i == 1 ? std::optional(wished) : std::nullopt;
+            HostileAllocator& own = rig.OwnAllocator();
             own.granted = ALLOCATOR_PROPERTIES{answer.buffers, answer.size, 64, 0};
             own.setPropertiesResult = answer.result;
             rig.Connect(i);
             ASSERT_TRUE(rig.sink.allocator);
             EXPECT_EQ(rig.sink.allocator.Get() == &own, answer.taken) << answer.result;
             EXPECT_FALSE(rig.sink.readOnly);
-            EXPECT_EQ(own.requested.cBuffers, 1);
-            EXPECT_EQ(own.requested.cbBuffer, size);
-            EXPECT_EQ(own.requested.cbAlign, i == 1 ? 16 : 1) << "0 is asked as 1";
-            EXPECT_EQ(own.requested.cbPrefix, i == 1 ? 8 : 0);
+            EXPECT_EQ(WordsOf(own.requested), (Words{1, size, i == 1 ? 16 : 1, i == 1 ? 8 : 0}))
+                << "an alignment of 0 is asked as 1";
+            ASSERT_EQ(rig.sink.allocator->GetProperties(&properties), S_OK);
+            EXPECT_TRUE(answer.taken || (properties.cBuffers == 1 && properties.cbBuffer == size));
             rig.Disconnect();
         }
-        rig.sink.ownAllocator.Reset();
     }
+    rig.sink.ownAllocator.Reset();
     rig.Connect();
     const auto get = [&] {
         ComPtr<IMediaSample> buffer;
@@ -507,54 +469,46 @@ TEST_P(Decoders, AWiderOutputSizesTheBufferAndATopDownOneAsksForTheNegativeProdu
     }
 }
 
-void ExpectNullsAnswered(Rig& rig) {
-    IBaseFilter& filter = *rig.filter.Get();
-    IMemInputPin& transport = *rig.transport.Get();
-    const MediaType type = rig.row.InputType();
-    LONG done = 0;
-    IMediaSample* nothing = nullptr;
-    ComPtr<IPin> found;
-    std::vector<HRESULT> answers = {filter.GetClassID(nullptr),
-                                    filter.GetState(0, nullptr),
-                                    filter.GetSyncSource(nullptr),
-                                    filter.EnumPins(nullptr),
-                                    filter.FindPin(L"In", nullptr),
-                                    filter.QueryFilterInfo(nullptr),
-                                    transport.GetAllocator(nullptr),
-                                    transport.NotifyAllocator(nullptr, FALSE),
-                                    transport.Receive(nullptr),
-                                    transport.ReceiveMultiple(nullptr, 1, &done),
-                                    transport.ReceiveMultiple(&nothing, 1, nullptr)};
-    for (const auto& pin : {rig.input, rig.output}) {
-        answers.insert(
-            answers.end(),
-            {pin->Connect(nullptr, nullptr), pin->ReceiveConnection(nullptr, nullptr),
-             pin->ReceiveConnection(&rig.source, nullptr), pin->ReceiveConnection(nullptr, &type),
-             pin->ConnectedTo(nullptr), pin->ConnectionMediaType(nullptr),
-             pin->QueryPinInfo(nullptr), pin->QueryDirection(nullptr), pin->QueryId(nullptr),
-             pin->QueryAccept(nullptr), pin->EnumMediaTypes(nullptr)});
-        EXPECT_EQ(pin->QueryInternalConnections(nullptr, nullptr), E_NOTIMPL);
-        EXPECT_EQ(As<IQualityControl>(pin)->SetSink(nullptr), S_OK);
-        As<IQualityControl>(pin)->Notify(nullptr, Quality{Famine, 0, 0, 0});
-    }
-    EXPECT_EQ(answers, std::vector<HRESULT>(answers.size(), E_POINTER));
-    EXPECT_EQ(filter.SetSyncSource(nullptr), S_OK);
-    EXPECT_TRUE(FAILED(filter.FindPin(nullptr, &found)));
-    EXPECT_TRUE(FAILED(filter.QueryVendorInfo(nullptr)));
-    EXPECT_EQ(filter.JoinFilterGraph(rig.graph.Get(), nullptr), S_OK) << "a name is optional";
-    EXPECT_TRUE(FAILED(transport.GetAllocatorRequirements(nullptr)));
-    EXPECT_TRUE(FAILED(transport.ReceiveMultiple(&nothing, 1, &done)));
-    EXPECT_EQ(transport.ReceiveMultiple(&nothing, 0, &done), S_OK);
-    EXPECT_EQ(transport.ReceiveMultiple(&nothing, -1, &done), S_OK);
-    EXPECT_EQ(done, 0);
+template <class... Results>
+std::vector<HRESULT> All(Results... results) {
+    return {results...};
 }
 
 TEST_P(Negotiation, NullsAreAnsweredUnconnectedConnectedAndStreaming) {
-    ExpectNullsAnswered(rig);
-    rig.Connect();
-    ExpectNullsAnswered(rig);
-    ASSERT_EQ(rig.filter->Pause(), S_OK);
-    ExpectNullsAnswered(rig);
+    IBaseFilter& filter = *rig.filter.Get();
+    IMemInputPin& transport = *rig.transport.Get();
+    const MediaType type = row().InputType();
+    LONG done = 0;
+    IMediaSample* nothing = nullptr;
+    for (const int stage : {0, 1, 2}) {
+        SCOPED_TRACE(stage);
+        stage == 1 ? rig.Connect() : void(stage == 2 ? filter.Pause() : S_OK);
+        EXPECT_EQ(All(filter.GetClassID(nullptr), filter.GetState(0, nullptr),
+                      filter.GetSyncSource(nullptr), filter.EnumPins(nullptr),
+                      filter.FindPin(L"In", nullptr), filter.QueryFilterInfo(nullptr),
+                      transport.GetAllocator(nullptr), transport.NotifyAllocator(nullptr, FALSE),
+                      transport.Receive(nullptr), transport.ReceiveMultiple(nullptr, 1, &done),
+                      transport.ReceiveMultiple(&nothing, 1, nullptr)),
+                  std::vector<HRESULT>(11, E_POINTER));
+        for (const auto& pin : {rig.input, rig.output}) {
+            EXPECT_EQ(All(pin->Connect(nullptr, nullptr), pin->ReceiveConnection(nullptr, nullptr),
+                          pin->ReceiveConnection(&rig.source, nullptr),
+                          pin->ReceiveConnection(nullptr, &type), pin->ConnectedTo(nullptr),
+                          pin->ConnectionMediaType(nullptr), pin->QueryPinInfo(nullptr),
+                          pin->QueryDirection(nullptr), pin->QueryId(nullptr),
+                          pin->QueryAccept(nullptr), pin->EnumMediaTypes(nullptr)),
+                      std::vector<HRESULT>(11, E_POINTER));
+            EXPECT_EQ(pin->QueryInternalConnections(nullptr, nullptr), E_NOTIMPL);
+            EXPECT_EQ(As<IQualityControl>(pin)->SetSink(nullptr), S_OK);
+            As<IQualityControl>(pin)->Notify(nullptr, Quality{Famine, 0, 0, 0});
+        }
+        ComPtr<IPin> found;
+        EXPECT_TRUE(FAILED(filter.FindPin(nullptr, &found)));
+        EXPECT_EQ(filter.JoinFilterGraph(rig.graph.Get(), nullptr), S_OK) << "a name is optional";
+        EXPECT_TRUE(FAILED(transport.ReceiveMultiple(&nothing, 1, &done)));
+        EXPECT_EQ(transport.ReceiveMultiple(&nothing, -1, &done), S_OK);
+        EXPECT_EQ(done, 0);
+    }
     EXPECT_EQ(rig.Push(), S_OK) << "and streaming goes on";
 }
 
