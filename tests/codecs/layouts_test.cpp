@@ -7,13 +7,13 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <random>
 
 #include "codecs/frame_chunks.h"
 #include "codecs/frame_size_tables.h"
 #include "codecs/matte.h"
 #include "codecs/row_callbacks.h"
 #include "codecs/working_rows.h"
+#include "tests/codecs/converted.h"
 #include "tests/support/frames.h"
 #include "tests/support/guard.h"
 
@@ -24,20 +24,18 @@ using namespace test;
 
 constexpr LONG kMin = std::numeric_limits<LONG>::min();
 constexpr LONG kMax = std::numeric_limits<LONG>::max();
-constexpr DWORD kYuy2 = FourCC("YUY2");
 constexpr BYTE kGuard = 0xA5;
 constexpr WORD kUnread = 0xA5A5;
 using Words = std::vector<WORD>;
 
 TEST(Surfaces, HaveTheIndexOfTheTable) {
-    struct Row {
+    const struct {
         DWORD compression;
         WORD bits;
         LONG bytes;
         int index[8];  // 4 for standard definition + 2 for a color_space + 1 for a stream's alpha
         int askedAlphaAdds;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {kYuy2, 16, 2, {0, 0, 0, 0, 0, 0, 0, 0}, 0},
         {BI_RGB, 24, 3, {1, 1, 2, 2, 3, 3, 4, 4}, 0},
         {BI_RGB, 32, 4, {5, 5, 6, 6, 7, 7, 8, 8}, 4},
@@ -48,7 +46,7 @@ TEST(Surfaces, HaveTheIndexOfTheTable) {
         {FourCC("r4fl"), 128, 16, {22, 23, 22, 23, 22, 23, 22, 23}, 0},
         {FourCC("2vuy"), 16, 2, {24, 25, 24, 25, 24, 25, 24, 25}, 0},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         for (int i = 0; i < 32; ++i) {
             // High definition takes the stream's width and the picture's height.
             const LONG width = i & 16 ? 959 : 960, height = i & 4 ? -719 : -720;
@@ -56,13 +54,10 @@ TEST(Surfaces, HaveTheIndexOfTheTable) {
             const LONG colorSpace = i & 2 ? 7 : 0;
             const BITMAPINFOHEADER header = MakeHeader(row.compression, row.bits, 1280, height);
             SurfaceFormat surface = {};
-            ASSERT_EQ(
-                DescribeSurface({&header, width, alpha, asked, colorSpace, nullptr, 0}, &surface),
-                S_OK);
+            DescribeSurface({&header, width, alpha, asked, colorSpace, nullptr, 0}, &surface);
             EXPECT_EQ(surface.index, row.index[(i & 3) + 4 * standard] + asked * row.askedAlphaAdds)
                 << row.bits << " case " << i;
             EXPECT_EQ(surface.bytesPerPixel, row.bytes);
-            EXPECT_EQ(SurfaceSize(header), std::uint64_t(1280 * -height * row.bytes));
             const ConversionFlags flags = ConversionFlagsFor(-width, height, colorSpace);
             EXPECT_EQ(flags.yuv, standard ? 0u : 2u);
             EXPECT_EQ(flags.rgb, flags.yuv + (colorSpace == 0));
@@ -71,12 +66,11 @@ TEST(Surfaces, HaveTheIndexOfTheTable) {
 }
 
 TEST(Surfaces, AreBottomUpForRgbAloneAndRefusedWhereTheyDoNotFit) {
-    struct Row {
+    const struct {
         BITMAPINFOHEADER header;
         LONG callerStride, stride, start;  // a stride of 0: refused
         std::uint64_t size;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {MakeHeader(BI_RGB, 24, 6, 3), 0, -18, 36, 54},
         {MakeHeader(BI_RGB, 24, 6, -3), 0, 18, 0, 54},
         {MakeHeader(BI_RGB, 24, 6, 3), 20, 20, 0, 54},
@@ -95,16 +89,15 @@ TEST(Surfaces, AreBottomUpForRgbAloneAndRefusedWhereTheyDoNotFit) {
         {MakeHeader(FourCC("r4fl"), 128, kMax, kMin), 0, 0, 0, ~0ull},
     };
     BYTE buffer[64];
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         SurfaceFormat surface = {};
         SCOPED_TRACE(testing::Message() << row.header.biWidth << " x " << row.header.biHeight);
         EXPECT_EQ(
             DescribeSurface({&row.header, 6, false, false, 0, buffer, row.callerStride}, &surface),
             row.stride != 0 ? S_OK : E_FAIL);
-        EXPECT_EQ(surface.stride, row.stride);
         EXPECT_EQ(surface.data ? surface.data - buffer : 0, row.start);
-        EXPECT_EQ(surface.height, row.stride != 0 ? 3 : 0);
-        EXPECT_EQ(SurfaceSize(row.header), row.size);
+        EXPECT_EQ(std::tuple(surface.stride, surface.height, SurfaceSize(row.header)),
+                  std::tuple(row.stride, row.stride != 0 ? 3 : 0, row.size));
     }
     EXPECT_TRUE(IsHighDefinition(kMin, kMin));
 }
@@ -304,50 +297,44 @@ TEST(PackedLayouts, ReadWhatNoWriterStoresByClampingAndTakeChromaFromTheEvenPixe
     }
 }
 
-/// "b64a" against the real formula of its matrix, big-endian A, R, G, B.
+/// "b64a" is what the conversion library makes with a matrix, big-endian, with the row's alpha.
 template <int kIndex, AlphaUse kUse>
-void CheckDeepRgb(double kr, double kb, bool premultiplied) {
-    const double kg = 1 - kr - kb, toR = 2 * (1 - kr), toB = 2 * (1 - kb);
-    std::minstd_rand random;
-    for (std::size_t width = 2; width <= 131; width += 3) {
-        Words words(2 * width + 4), alpha(width), back(2 * width + 4), backAlpha(width);
-        for (std::size_t i = 0; i < 2 * width; ++i) {
-            words[i] = static_cast<WORD>(460 + random() % 100);
-            alpha[i / 2] = static_cast<WORD>(random() % 8 == 0 ? 1023 : 400 + random() % 600);
+void CheckDeepRgb(DWORD matrix) {
+    for (const LONG width : {2, 64, 66, 131}) {
+        const LONG even = width / 2 * 2;
+        Words words, alpha, expected(static_cast<std::size_t>(4 * width)), read, readAlpha;
+        for (LONG i = 0; i < 2 * even; ++i) {
+            words.push_back(static_cast<WORD>(460 + i * 37 % 100));
+            alpha.push_back(static_cast<WORD>(i % 16 == 0 ? 1023 : 400 + i * 71 % 600));
         }
-        const std::size_t even = width / 2 * 2;
-        Bytes picture(8 * width);
-        const auto pixels = static_cast<LONG>(width);
-        WriteWorkingRows<kIndex, kUse>(picture.data(), 0, Address(words), 0, Address(alpha), 0,
-                                       pixels, 1);
-        ReadWorkingRows<kIndex, kUse>(picture.data(), 0, Address(back), 0, Address(backAlpha), 0,
-                                      pixels, 1);
-        for (std::size_t x = 0; x < even; ++x) {
-            const std::size_t cb = x / 2 * 4 + 1, right = cb + (x % 2 != 0 && x + 1 < even ? 4 : 0);
-            const double y = (words[2 * x] / 4.0 - 16) / 219;
-            const double u = ((words[cb] + words[right]) / 8.0 - 128) / 224;
-            const double v = ((words[cb + 2] + words[right + 2]) / 8.0 - 128) / 224;
-            const int ten = kIndex < 20 ? 1023 : alpha[x], wide = ten * 65535 / 1023;
-            const double scale = premultiplied ? wide : 65535;
-            const double expected[] = {1.0 * wide, (y + toR * v) * scale,
-                                       (y - (toB * kb * u + toR * kr * v) / kg) * scale,
-                                       (y + toB * u) * scale};
-            for (std::size_t c = 0; c < 4; ++c) {
-                const BYTE* at = &picture[8 * x + 2 * c];
-                ASSERT_NEAR(at[0] << 8 | at[1], expected[c], c == 0 ? 0 : 3) << width << " " << x;
-            }
-            ASSERT_NEAR(words[2 * x], back[2 * x], 1);
-            ASSERT_NEAR(words[2 * x + 1], back[2 * x + 1], 1);
-            ASSERT_EQ(backAlpha[x], ten);
+        read = readAlpha = Words(words.size());
+        const Bytes samples(Address(words), Address(words) + 4 * even);
+        const Bytes rgb = Converted(samples, FourCC("W210"), FourCC("A46L"), even, 1, matrix + 1);
+        std::memcpy(expected.data(), rgb.data(), rgb.size());
+        for (std::size_t i = 0; i < rgb.size() / 2; ++i) {
+            const DWORD wide = (kIndex < 20 ? 1023 : alpha[i / 4]) * 65535u / 1023;
+            const DWORD weight = kUse == AlphaUse::kPremultiplied ? wide : 65535;
+            const DWORD word = i % 4 == 0 ? wide : (expected[i] * weight + 32767) / 65535;
+            expected[i] = static_cast<WORD>(word >> 8 | (word & 255) << 8);
+        }
+        Words picture(expected.size());
+        WriteWorkingRows<kIndex, kUse>(Address(picture), 0, Address(words), 0, Address(alpha), 0,
+                                       width, 1);
+        ASSERT_EQ(picture, expected);
+        ReadWorkingRows<kIndex, kUse>(Address(picture), 0, Address(read), 0, Address(readAlpha), 0,
+                                      width, 1);
+        for (std::size_t i = 0; i < words.size(); ++i) {
+            ASSERT_NEAR(read[i], words[i], 1);
+            ASSERT_EQ(readAlpha[i / 2], kIndex < 20 ? 1023 : alpha[i / 2]);
         }
     }
 }
 
 TEST(WorkingRows, BecomeDeepRgbByTheMatrixOfTheirDefinition) {
-    CheckDeepRgb<18, AlphaUse::kStraight>(0.2126, 0.0722, false);
-    CheckDeepRgb<19, AlphaUse::kPremultiplied>(0.299, 0.114, true);
-    CheckDeepRgb<20, AlphaUse::kPremultiplied>(0.2126, 0.0722, true);
-    CheckDeepRgb<21, AlphaUse::kStraight>(0.299, 0.114, false);
+    CheckDeepRgb<18, AlphaUse::kStraight>(2);
+    CheckDeepRgb<19, AlphaUse::kPremultiplied>(0);
+    CheckDeepRgb<20, AlphaUse::kPremultiplied>(2);
+    CheckDeepRgb<21, AlphaUse::kStraight>(0);
 }
 
 /// The first pixel's luma and alpha of a picture of the bytes 0, 0, 9, 9, ...
@@ -370,33 +357,27 @@ TEST(WorkingRows, ReadAnOpaquePictureWithoutItsAlphaAndAClearPixelAsBlack) {
 }
 
 TEST(WorkingRows, KeepV210SamplesAsTheyAreIfTheRowFits) {
-    constexpr AlphaUse kUse = AlphaUse::kStraight;
+    constexpr auto kWrite = WriteWorkingRows<13, AlphaUse::kStraight>;
     for (LONG width = 2; width <= 50; width += 2) {
-        const LONG stride = (width + 5) / 6 * 16;
-        const TenBitPicture picture = RandomTenBitPicture(width, 2, 3);
+        const TenBitPicture picture = RandomTenBitPicture(width, 1, 3);
         Words words;
         for (std::size_t i = 0; i < picture.samples.size(); ++i) {
             words.push_back(picture.samples[i ^ 1]);
         }
-        Words back(words.size()), alpha(words.size() / 2, 5);
-        Bytes packed(static_cast<std::size_t>(2 * stride + 8), kGuard);
-        WriteWorkingRows<13, kUse>(packed.data(), stride, Address(words), 4 * width, Address(alpha),
-                                   2 * width, width, 2);
-        ReadWorkingRows<13, kUse>(packed.data(), stride, Address(back), 4 * width, Address(alpha),
-                                  2 * width, width, 2);
-        EXPECT_EQ(back, words);
-        EXPECT_EQ(alpha, Words(alpha.size(), 1023));
-        const Bytes frame = Q210Frame(picture, 0);
-        const auto row = frame.begin() + static_cast<LONG>(frame.size() / 2);
-        EXPECT_EQ(packed, Bytes(frame.begin(), frame.begin() + stride) + Bytes(row, row + stride) +
-                              Bytes(8, kGuard))
-            << width;
+        Words back(words.size()), alpha(words.size() / 2, 5), opaque(words.size() / 2, 1023);
+        Bytes packed(256, 0), expected = Q210Frame(picture, 0);
+        expected.resize(packed.size());
+        kWrite(packed.data(), 256, Address(words), 0, Address(alpha), 0, width, 1);
+        EXPECT_EQ(packed, expected);
+        ReadWorkingRows<13, AlphaUse::kStraight>(packed.data(), 256, Address(back), 0,
+                                                 Address(alpha), 0, width, 1);
+        EXPECT_EQ(std::pair(back, alpha), std::pair(words, opaque));
     }
     Words samples(2 * 50);
-    Bytes picture(288, kGuard);
-    for (const LONG stride : {143, 0, -143}) {
-        WriteWorkingRows<13, kUse>(&picture[144], stride, Address(samples), 0, nullptr, 0, 50, 1);
-        EXPECT_EQ(picture, Bytes(288, kGuard));
+    for (const LONG stride : {143, 0, -143, 144, -144}) {
+        Bytes picture(288, kGuard);
+        kWrite(&picture[144], stride, Address(samples), 0, nullptr, 0, 50, 1);
+        EXPECT_EQ(picture == Bytes(288, kGuard), std::abs(stride) < 144);
     }
 }
 

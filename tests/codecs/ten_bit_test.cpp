@@ -6,9 +6,8 @@
 #include "codecs/pixel_format_index.h"
 #include "codecs/ten_bit_codec.h"
 #include "codecs/ten_bit_rows.h"
-#include "convert/convert.h"
 #include "convert/cpu_info.h"
-#include "tests/support/frames.h"
+#include "tests/codecs/converted.h"
 #include "tests/support/guard.h"
 
 namespace nyx {
@@ -17,7 +16,6 @@ namespace {
 using namespace test;
 
 constexpr BYTE kGuard = 0xA5;
-constexpr DWORD kYuy2 = FourCC("YUY2");
 
 /// 8-bit "YUY2" widened to ten bits.
 TenBitPicture Widened(LONG width, LONG height, const Bytes& yuy2) {
@@ -62,29 +60,15 @@ TEST_P(TenBitRows, EqualThePlainRuleAtEveryWidthAndForEveryValueInEveryPlace) {
     }
 }
 
-/// An RGB picture from, or for with `toYuv`, a whole "YUY2" one.
-void Convert(bool toYuv, Bytes& yuy2, Bytes& rgb, LONG bytes, LONG width, LONG height) {
-    const ImagePlane yuv = {yuy2.data(), 2 * width, 0}, other = {rgb.data(), bytes * width, 0};
-    const DWORD matrix = width >= 960 && height >= 720 ? kYuvBt709 : kYuvBt601;
-    const DWORD format = bytes == 3 ? FourCC("BGR3") : FourCC("BGRA");
-    ASSERT_EQ(toYuv ? ConvertToYuv(&other, format, kRgbFullRange, nullptr, &yuv, nullptr, kYuy2,
-                                   matrix, 0, width, height)
-                    : ConvertFromYuv(&yuv, nullptr, kYuy2, matrix, 0, &other, format, kRgbFullRange,
-                                     0, width, height),
-              S_OK);
-}
-
 /// One size through one uncompressed layout, both ways; `rowBytes` and `reported` of its frames.
 void CheckCodec(LONG width, LONG height, DWORD rowBytes, DWORD reported, LONG bytes, bool topDown,
                 LONG wider) {
     SCOPED_TRACE(testing::Message() << width << "x" << height << " of " << bytes << "+" << wider);
     CTenBitCodec codec;
     const TenBitPicture picture = RandomTenBitPicture(width, height, 5);
-    Bytes yuy2 = ReferenceYuy2(picture), rows = yuy2;
-    if (bytes > 2) {
-        rows.resize(static_cast<std::size_t>(bytes * width * height));
-        Convert(false, yuy2, rows, bytes, width, height);
-    }
+    const DWORD code = width >= 960 && height >= 720 ? 3 : 1, rgb = bytes == 3 ? kBgr3 : kBgra;
+    Bytes yuy2 = ReferenceYuy2(picture);
+    const Bytes rows = bytes == 2 ? yuy2 : Converted(yuy2, kYuy2, rgb, width, height, code);
     const BITMAPINFOHEADER header =
         MakeHeader(bytes == 2 ? kYuy2 : DWORD{BI_RGB}, static_cast<WORD>(8 * bytes), width + wider,
                    topDown ? -height : height);
@@ -102,9 +86,7 @@ void CheckCodec(LONG width, LONG height, DWORD rowBytes, DWORD reported, LONG by
         ASSERT_TRUE(Copy(output) == expected);
     }
     if (wider == 0) {
-        if (bytes > 2) {
-            Convert(true, yuy2, rows, bytes, width, height);
-        }
+        yuy2 = bytes == 2 ? yuy2 : Converted(rows, rgb, kYuy2, width, height, code);
         const auto size = static_cast<std::size_t>(rowBytes) * static_cast<std::size_t>(height);
         const GuardedMemory input(expected), coded(size, 0);
         BITMAPINFOHEADER stream = MakeHeader(FourCC("Q210"), 20, width, height);
