@@ -289,6 +289,12 @@ TEST_F(Page, CallsInAnyOrderAreAnsweredByTheRulesAndThePageServesAfterwards) {
     frame.Click(IDC_PRESET_FINE);
     EXPECT_EQ(page->Apply(), S_OK);
     EXPECT_EQ(Live()[3], 1);
+    IUnknown* encoder = encoder_.Get();
+    auto shown = New();
+    EXPECT_EQ(shown->SetObjects(1, &encoder), S_OK);
+    EXPECT_EQ(shown->Activate(window, &place, FALSE), S_OK);
+    EXPECT_EQ(shown.Reset(), 0u);
+    EXPECT_EQ(GetWindow(window, GW_CHILD), nullptr) << "the last release takes the window down";
     DestroyWindow(window);
 }
 
