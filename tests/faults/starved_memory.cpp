@@ -1,6 +1,6 @@
 #include "tests/faults/starved_memory.h"
 
-#include <windows.h>
+#include <objbase.h>
 
 #include <cstdlib>
 #include <new>
@@ -18,27 +18,21 @@ bool RunsOut() {
     return ++starved.asked == starved.failing;
 }
 
-template <class Function>
-Function RealFunction(const wchar_t* library, const char* name) {
-    return reinterpret_cast<Function>(
-        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(library), name)));
-}
-
 void* __stdcall TaskAllocate(SIZE_T size) {
-    const auto real = RealFunction<decltype(&TaskAllocate)>(L"ole32", "CoTaskMemAlloc");
-    return RunsOut() ? nullptr : real(size);
+    IMalloc* heap = nullptr;
+    CoGetMalloc(1, &heap);
+    return RunsOut() ? nullptr : heap->Alloc(size);
 }
 
 SIZE_T __stdcall Query(const void* address, MEMORY_BASIC_INFORMATION* told, SIZE_T size) {
-    const auto real = RealFunction<decltype(&Query)>(L"kernel32", "VirtualQuery");
     ++starved.queries;
-    const SIZE_T result = starved.answer == Answer::kUnknown ? 0 : real(address, told, size);
+    const SIZE_T result = VirtualQueryEx(GetCurrentProcess(), address, told, size);
     if (starved.answer == Answer::kReserved) {
         told->State = MEM_RESERVE;
         told->Protect = 0;
     }
     told->AllocationProtect |= starved.answer == Answer::kWriteCombined ? PAGE_WRITECOMBINE : 0;
-    return result;
+    return starved.answer == Answer::kUnknown ? 0 : result;
 }
 
 }  // namespace
@@ -53,11 +47,8 @@ SIZE_T(__stdcall* queryImport)
 // The other forms of the two come down to these.
 void* operator new(std::size_t size) {
     void* block = RunsOut() ? nullptr : std::malloc(size ? size : 1);
-    if (!block) {
-        throw std::bad_alloc();
-    }
-    ++starved.alive;
-    return block;
+    starved.alive += block ? 1 : 0;
+    return block ? block : throw std::bad_alloc();
 }
 void operator delete(void* block) noexcept {
     starved.alive -= block ? 1 : 0;
