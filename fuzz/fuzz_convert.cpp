@@ -2,8 +2,6 @@
 /// pixels are read and written, and a refused request writes nothing.
 
 #include <algorithm>
-#include <cstddef>
-#include <cstdint>
 #include <vector>
 
 #include "convert/convert.h"
@@ -22,10 +20,6 @@ constexpr DWORD kFormats[] = {nyx::kYuy2, nyx::kW210, nyx::kBgr3, nyx::kRgb3, ny
                               nyx::kRgba, nyx::kArgb, nyx::k48rl, nyx::k64al, nyx::kA46l,
                               nyx::kL64a, nyx::k30rl, nyx::k40al, nyx::kA04l, nyx::kL40a};
 
-LONG BytesOf(DWORD format) {
-    return std::max<LONG>(nyx::BytesPerPixel(format), 1);
-}
-
 DWORD AnyFormat(ByteSource& source) {
     const auto choice = source.ConsumeIntegralInRange<std::size_t>(0, std::size(kFormats));
     return choice < std::size(kFormats) ? kFormats[choice] : source.ConsumeIntegral<DWORD>();
@@ -35,7 +29,7 @@ DWORD AnyFormat(ByteSource& source) {
 /// far; rows may be apart, and walked from the last one up.
 struct Image {
     Image(ByteSource& source, LONG bytesPerPixel, LONG width, LONG height)
-        : row(std::max<LONG>(width * bytesPerPixel, 0)),
+        : row(std::max<LONG>(width * std::max<LONG>(bytesPerPixel, 1), 0)),
           pitch(row + source.ConsumeIntegralInRange<LONG>(0, 33)),
           bytes(static_cast<std::size_t>(std::max<LONG>(pitch * (height - 1) + row, 1)),
                 kUntouched) {
@@ -66,17 +60,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const LONG height = source.ConsumeIntegralInRange<LONG>(-1, 6);
     const DWORD from = AnyFormat(source);
     const DWORD to = AnyFormat(source);
-    Image in(source, BytesOf(from), width, height);
+    Image in(source, nyx::BytesPerPixel(from), width, height);
     Image inAlpha(source, 1, width, height);
-    const Image out(source, BytesOf(to), width, height);
+    const Image out(source, nyx::BytesPerPixel(to), width, height);
     const Image outAlpha(source, 1, width, height);
     const nyx::ImagePlane* sourceAlpha = source.ConsumeBool() ? &inAlpha.plane : nullptr;
     const nyx::ImagePlane* destinationAlpha =
         source.ConsumeBool() && toYuv ? &outAlpha.plane : nullptr;
-    const LONG fromMode = source.ConsumeIntegralInRange<LONG>(0, 2);
-    const LONG toMode = source.ConsumeIntegralInRange<LONG>(0, 2);
-    const LONG range = source.ConsumeIntegralInRange<LONG>(-1, 2);
-    const LONG matrix = source.ConsumeIntegralInRange<LONG>(-1, 3);
+    const auto number = [&](LONG least, LONG most) {
+        return source.ConsumeIntegralInRange<LONG>(least, most);
+    };
+    const LONG fromMode = number(0, 2), toMode = number(0, 2);
+    const LONG range = number(-1, 2), matrix = number(-1, 3);
     source.ConsumeData(in.bytes.data(), in.bytes.size());
     source.ConsumeData(inAlpha.bytes.data(), inAlpha.bytes.size());
 

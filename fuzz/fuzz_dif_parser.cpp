@@ -1,45 +1,30 @@
-#include <array>
-#include <cstdint>
-#include <cstdlib>
+/// Any bytes as a DIF frame: packs lie inside it whole, and the numbers of a recognised one, on
+/// which a decoder acts, make sense.
 
 #include "dv/dif_parser.h"
-
-namespace {
-
-/// Ends the run when a pack does not lie inside the frame with all its bytes.
-void RequireInside(const BYTE* pack, const std::uint8_t* data, std::size_t size) {
-    if (pack && (pack < data || pack + nyx::kPackBytes > data + size)) {
-        std::abort();
-    }
-}
-
-/// A recognised frame is one that a decoder acts on: its numbers have to make sense.
-void RequireSound(const nyx::FormatRecord& format) {
-    if (format.fourCC == -1 || format.formatCode < 0 || format.pixelAspectX < 1 ||
-        format.pixelAspectY < 1 || format.codedWidth < 1 || format.codedHeight < 1 ||
-        (format.systemRate != 50 && format.systemRate != 60)) {
-        std::abort();
-    }
-}
-
-}  // namespace
+#include "fuzz/byte_source.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    using nyx::fuzz::Require;
+    const auto requireInside = [&](const BYTE* pack) {
+        Require(!pack || (pack >= data && pack + nyx::kPackBytes <= data + size));
+    };
     nyx::CLvtDifParser parser;
     const HRESULT result = parser.Parse(data, size);
     const nyx::DifState& state = parser.State();
-    const std::array<const BYTE*, 10> packs = {
-        state.videoSource, state.videoControl, state.videoRecDate, state.videoRecTime,
-        state.frameRate,   state.audioControl, state.audioRecDate, state.audioRecTime,
-        state.timecode,    state.binaryGroup};
-    for (const BYTE* pack : packs) {
-        RequireInside(pack, data, size);
+    for (const BYTE* pack :
+         {state.videoSource, state.videoControl, state.videoRecDate, state.videoRecTime,
+          state.frameRate, state.audioControl, state.audioRecDate, state.audioRecTime,
+          state.timecode, state.binaryGroup}) {
+        requireInside(pack);
     }
     for (const BYTE* pack : state.audioSource) {
-        RequireInside(pack, data, size);
+        requireInside(pack);
     }
-    if (SUCCEEDED(result)) {
-        RequireSound(state.format);
-    }
+    const nyx::FormatRecord& format = state.format;
+    Require(FAILED(result) ||
+            (format.fourCC != -1 && format.formatCode >= 0 && format.pixelAspectX >= 1 &&
+             format.pixelAspectY >= 1 && format.codedWidth >= 1 && format.codedHeight >= 1 &&
+             (format.systemRate == 50 || format.systemRate == 60)));
     return 0;
 }

@@ -15,10 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     // What the codecs' shared answer reports is what the chunks say.
     nyx::CTenBitCodec codec;
-    BITMAPINFOHEADER header = {};
-    header.biWidth = 720;
-    header.biHeight = 576;
-    header.biSizeImage = static_cast<DWORD>(size);
+    const BITMAPINFOHEADER header = {40, 720, 576, 1, 0, 0, static_cast<DWORD>(size), 0, 0, 0, 0};
     nyx::FrameInfo info;
     const HRESULT result = codec.GetFrameInfo(&header, data, 400000, &info);
     const auto words = chunks.Info();

@@ -22,26 +22,16 @@ bool starved = false;
 /// A header with every field that counts from the fuzzer; a sound one of a small picture more
 /// often.
 BITMAPINFOHEADER AnyHeader(ByteSource& source) {
-    constexpr struct {
-        DWORD compression;
-        WORD bits;
-    } kLayouts[] = {{FourCC("YUY2"), 16}, {BI_RGB, 24},         {BI_RGB, 32},
-                    {FourCC("Q210"), 20}, {FourCC("v210"), 20}, {FourCC("v408"), 32},
-                    {FourCC("b64a"), 64}, {FourCC("r4fl"), 128}};
-    const auto layout = source.PickValueInArray(kLayouts);
-    BITMAPINFOHEADER header = {};
-    header.biSize = sizeof(header);
-    header.biPlanes = 1;
-    header.biWidth = source.ConsumeIntegralInRange<LONG>(0, 200);
-    header.biHeight = source.ConsumeIntegralInRange<LONG>(-20, 20);
-    header.biBitCount = layout.bits;
-    header.biCompression = layout.compression;
+    constexpr std::pair<DWORD, WORD> kLayouts[] = {
+        {FourCC("YUY2"), 16}, {BI_RGB, 24},         {BI_RGB, 32},         {FourCC("Q210"), 20},
+        {FourCC("v210"), 20}, {FourCC("v408"), 32}, {FourCC("b64a"), 64}, {FourCC("r4fl"), 128}};
+    const auto [compression, bits] = source.PickValueInArray(kLayouts);
+    const LONG width = source.ConsumeIntegralInRange<LONG>(0, 200);
+    const LONG height = source.ConsumeIntegralInRange<LONG>(-20, 20);
+    BITMAPINFOHEADER header = {40, width, height, 1, bits, compression, 0, 0, 0, 0, 0};
     if (source.ConsumeProbability<float>() < 0.2f) {
-        header.biSize = source.ConsumeIntegral<DWORD>();
-        header.biPlanes = source.ConsumeIntegral<WORD>();
-        header.biWidth = source.ConsumeIntegral<LONG>();
-        header.biHeight = source.ConsumeIntegral<LONG>();
-        header.biBitCount = source.ConsumeIntegral<WORD>();
+        const std::vector<BYTE> any = source.ConsumeBytes<BYTE>(16);  // up to the bit count
+        std::copy(any.begin(), any.end(), reinterpret_cast<BYTE*>(&header));
     }
     return header;
 }
@@ -62,8 +52,8 @@ void CheckGeometry(ByteSource& source, const BITMAPINFOHEADER& header) {
     const auto size = static_cast<std::int64_t>(nyx::SurfaceSize(header));
     const std::int64_t first = surface.data - anywhere;
     const std::int64_t last = first + std::int64_t{surface.stride} * (surface.height - 1);
-    const std::int64_t row = std::int64_t{surface.width} * surface.bytesPerPixel;
-    Require(first >= 0 && first + row <= size && last >= 0 && last + row <= size);
+    const std::int64_t most = size - std::int64_t{surface.width} * surface.bytesPerPixel;
+    Require(first >= 0 && first <= most && last >= 0 && last <= most);
 }
 
 }  // namespace
@@ -113,6 +103,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                     ? std::all_of(room.begin(), room.end(), [](BYTE b) { return b == kUntouched; })
                     : codec.DecompressQuery(&stream, &picture, alpha) == S_OK);
         Require(result != E_OUTOFMEMORY || starved);
+        starved = false;
     } else {
         source.ConsumeData(room.data(), room.size());
         std::vector<BYTE> coded(most > 0 ? most - nyx::kChunkMargin : 1);
@@ -125,6 +116,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Require(FAILED(result) || codec.DecompressQuery(&stream, &picture, false) != S_OK ||
                 codec.Decompress(&stream, coded.data(), &picture, false, start, 0, 0) == S_OK);
     }
-    starved = false;
     return 0;
 }

@@ -38,28 +38,6 @@ class MemoryFile final : public nyx::source::ByteSource {
     nyx::ByteSpan data_;
 };
 
-void Play(const std::uint8_t* data, std::size_t size, const REFERENCE_TIME* seeks, int count) {
-    nyx::source::FootageFile file;
-    if (FAILED(file.Open(std::make_unique<MemoryFile>(data, size)))) {
-        return;
-    }
-    nyx::fuzz::Require(!file.streams().empty());
-    for (int i = 0; i <= count; ++i) {
-        const REFERENCE_TIME from = i > 0 ? seeks[i - 1] : 0;
-        nyx::source::Packet packet;
-        HRESULT result = i > 0 ? file.Seek(from) : S_OK;
-        for (int frames = 0; frames < 1500 && result == S_OK; ++frames) {
-            result = file.Read(&packet);
-            if (result != S_OK) {
-                break;
-            }
-            const nyx::source::StreamFormat& stream = file.streams().at(packet.stream);
-            nyx::fuzz::Require(packet.start <= packet.stop && packet.stop > from);
-            nyx::fuzz::Require(!stream.video || packet.bytes().size() >= stream.video->wholeFrame);
-        }
-    }
-}
-
 }  // namespace
 
 // By this the library allocates. Not by realloc: where its parser gets no memory, the system's
@@ -70,18 +48,33 @@ extern "C" int posix_memalign(void** memory, std::size_t alignment, std::size_t 
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     // The last bytes steer: a file is read from its start.
-    constexpr std::size_t kSteering = 16;
-    if (size < kSteering) {
+    struct {
+        std::uint16_t failure, unused;
+        std::uint32_t places[3];
+    } steering;
+    if (size < sizeof(steering)) {
         return 0;
     }
-    size -= kSteering;
-    std::uint16_t failure = 0;
-    std::uint32_t places[2];
-    std::memcpy(&failure, data + size, sizeof(failure));
-    std::memcpy(places, data + size + 4, sizeof(places));
-    const REFERENCE_TIME seeks[] = {places[0], places[1]};
-    untilFailure = failure;
-    Play(data, size, seeks, 2);
+    size -= sizeof(steering);
+    std::memcpy(&steering, data + size, sizeof(steering));
+    untilFailure = steering.failure;
+    nyx::source::FootageFile file;
+    const HRESULT opened = file.Open(std::make_unique<MemoryFile>(data, size));
+    nyx::fuzz::Require(FAILED(opened) || !file.streams().empty());
+    for (int i = 0; SUCCEEDED(opened) && i < 3; ++i) {
+        const REFERENCE_TIME from = i > 0 ? steering.places[i - 1] : 0;
+        nyx::source::Packet packet;
+        HRESULT result = i > 0 ? file.Seek(from) : S_OK;
+        for (int frames = 0; frames < 1500 && result == S_OK; ++frames) {
+            result = file.Read(&packet);
+            if (result == S_OK) {
+                const nyx::source::StreamFormat& stream = file.streams().at(packet.stream);
+                nyx::fuzz::Require(packet.start <= packet.stop && packet.stop > from);
+                nyx::fuzz::Require(!stream.video ||
+                                   packet.bytes().size() >= stream.video->wholeFrame);
+            }
+        }
+    }
     untilFailure = 0;
     return 0;
 }
