@@ -14,41 +14,34 @@ using test::Bytes;
 
 using Resample = HRESULT (*)(ResampleUnit, const UnitRows<const BYTE>&, const UnitRows<BYTE>&,
                              LONG);
-/// One byte of output unit `j` of `d`, from `s` units of which `at(i)` gives the byte of unit i.
-template <class At>
-long long Stretched(long long s, long long d, long long j, At at) {
+/// One byte of output unit `j` of `d`, from `s` units whose bytes begin `row`.
+long long Stretched(const BYTE* row, int unit, long long s, long long d, long long j) {
     const long long position = s * 256 - (d - j) * s * 256 / d;
     const long long i = std::min(position / 256, s - 1);
     const long long f = j == d - 1 ? 0 : position % 256;
-    return (at(i) * (256 - f) + at(std::min(i + 1, s - 1)) * f) / 256;
+    return (row[i * unit] * (256 - f) + row[std::min(i + 1, s - 1) * unit] * f) / 256;
 }
 
 /// The average over what lies between the ends of two footprints; a unit in which one ends exactly
 /// has no weight in it.
-template <class At>
-long long Squeezed(long long s, long long d, long long j, At at) {
-    const auto end = [=](long long unit) { return s * 256 - (d - 1 - unit) * s * 256 / d; };
-    const long long from = j == 0 ? 0 : end(j - 1);
-    const long long last = (end(j) - 1) / 256;
-    long long sum = 0;
-    long long weights = 0;
+long long Squeezed(const BYTE* row, int unit, long long s, long long d, long long j) {
+    const auto end = [=](long long of) { return s * 256 - (d - 1 - of) * s * 256 / d; };
+    const long long from = j == 0 ? 0 : end(j - 1), last = (end(j) - 1) / 256;
+    long long sum = 0, weights = 0;
     for (long long i = from / 256; i <= last; ++i) {
         const long long weight = i == from / 256 ? 256 - from % 256
                                  : i == last     ? end(j) % 256
                                                  : 256;
-        sum += at(i) * weight;
+        sum += row[i * unit] * weight;
         weights += weight;
     }
     return sum / weights;
 }
 
-struct Widths {
-    LONG narrow, wide;
-};
-constexpr Widths kWidths[] = {{720, 856}, {720, 1024}, {360, 428}, {360, 512},  // the product's own
-                              {1, 2},     {1, 3},      {1, 300},   {2, 3},     {3, 4},
-                              {5, 11},  // ends of rows
-                              {127, 128}, {128, 129},  {255, 257}, {100, 299}, {7, 100}};
+constexpr LONG kWidths[][2] = {
+    {720, 856}, {720, 1024}, {360, 428}, {360, 512},           // the product's own
+    {1, 2},     {1, 300},    {2, 3},     {3, 4},     {5, 11},  // ends of rows
+    {127, 128}, {128, 129},  {255, 257}, {100, 299}, {7, 100}};
 
 /// Noise whose rows end at inaccessible memory; gaps between rows are looked at afterwards.
 void Check(bool stretch, int unit, LONG s, LONG d, LONG gap, bool bottomUp, bool extremes) {
@@ -64,14 +57,10 @@ void Check(bool stretch, int unit, LONG s, LONG d, LONG gap, bool bottomUp, bool
                   [&] { return static_cast<BYTE>(extremes ? random() % 2 * 255 : random()); });
     Bytes expected(to.size(), 0xA5);
     for (LONG i = 0; i < kRows * d * unit; ++i) {
-        const LONG row = i / (d * unit);
-        const LONG byte = i % unit;
-        const auto at = [&](long long index) {
-            return static_cast<long long>(from.data()[row * fromStride + index * unit + byte]);
-        };
-        const LONG j = i % (d * unit) / unit;
-        expected[static_cast<std::size_t>(row * toStride + j * unit + byte)] =
-            static_cast<BYTE>(stretch ? Stretched(s, d, j, at) : Squeezed(s, d, j, at));
+        const LONG y = i / (d * unit), j = i % (d * unit) / unit, byte = i % unit;
+        const BYTE* row = from.data() + y * fromStride + byte;
+        expected[static_cast<std::size_t>(y * toStride + j * unit + byte)] =
+            static_cast<BYTE>((stretch ? Stretched : Squeezed)(row, unit, s, d, j));
     }
     const LONG first = bottomUp ? kRows - 1 : 0;
     const LONG sign = bottomUp ? -1 : 1;
@@ -84,11 +73,11 @@ void Check(bool stretch, int unit, LONG s, LONG d, LONG gap, bool bottomUp, bool
 }
 
 TEST(Resample, BothWaysFollowTheirFormulaAtEveryWidth) {
-    for (const Widths& w : kWidths) {
+    for (const auto& [narrow, wide] : kWidths) {
         for (const int unit : {3, 4}) {
             for (const bool second : {false, true}) {
-                Check(true, unit, w.narrow, w.wide, second ? 5 : 0, second, second);
-                Check(false, unit, w.wide, w.narrow, second ? 5 : 0, second, second);
+                Check(true, unit, narrow, wide, second ? 5 : 0, second, second);
+                Check(false, unit, wide, narrow, second ? 5 : 0, second, second);
             }
         }
     }
