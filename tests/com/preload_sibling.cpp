@@ -9,27 +9,19 @@ namespace {
 HINSTANCE self = nullptr;
 
 void Append(char sign) {
-    char log[MAX_PATH];
-    char path[MAX_PATH];
-    if (!GetEnvironmentVariableA("NYX_PRELOAD_LOG", log, MAX_PATH) ||
-        !GetModuleFileNameA(self, path, MAX_PATH)) {
-        return;
+    char log[MAX_PATH], path[MAX_PATH];
+    GetEnvironmentVariableA("NYX_PRELOAD_LOG", log, MAX_PATH);
+    // The name's last part with the sign in place of the backslash and a line's end behind.
+    DWORD end = GetModuleFileNameA(self, path, MAX_PATH - 1);
+    DWORD start = end;
+    while (start > 0 && path[start] != '\\') {
+        --start;
     }
-    const char* name = path;
-    for (const char* at = path; *at; ++at) {
-        name = *at == '\\' ? at + 1 : name;
-    }
-    char line[MAX_PATH + 2];
-    int length = 0;
-    line[length++] = sign;
-    while (*name) {
-        line[length++] = *name++;
-    }
-    line[length++] = '\n';
+    path[start] = sign;
+    path[end++] = '\n';
     const HANDLE file = CreateFileA(log, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                     nullptr, OPEN_ALWAYS, 0, nullptr);
-    DWORD written = 0;
-    WriteFile(file, line, static_cast<DWORD>(length), &written, nullptr);
+    WriteFile(file, path + start, end - start, &end, nullptr);
     CloseHandle(file);
 }
 
@@ -37,10 +29,8 @@ void Append(char sign) {
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
     self = instance;
-    if (reason == DLL_PROCESS_ATTACH) {
-        Append('+');
-    } else if (reason == DLL_PROCESS_DETACH) {
-        Append('-');
+    if (reason == DLL_PROCESS_ATTACH || reason == DLL_PROCESS_DETACH) {
+        Append(reason == DLL_PROCESS_ATTACH ? '+' : '-');
     }
     return TRUE;
 }
