@@ -1,7 +1,6 @@
 /// What the encoder has beyond any filter: its kinds of pictures, its buffer, its parameters.
 
 #include <array>
-#include <cmath>
 #include <thread>
 
 #include "filters/encode_parameter.h"
@@ -87,26 +86,24 @@ TEST_F(Encoder, OffersItsFormatInBothFormsAndAsksForOnePointTwoPictures) {
         for (const auto& c : cases) {
             SCOPED_TRACE(::testing::Message() << bits << " bits " << c.stream.height);
             Encoding rig(bits, c.stream);
-            const auto offered = OfferedTypes(rig.output);
-            ASSERT_EQ(offered.size(), 2u);
+            std::vector<MediaType> expected;
             for (const Block form : {Block::kVideoInfo2, Block::kVideoInfo}) {
-                const WORD coded = bits == 32 ? 32 : 24;
-                MediaType type = VideoType(
-                    FourCCSubtype(FourCC("QZTA")), coded, FourCC("QZTA"),
-                    {c.stream.width, std::abs(c.stream.height), c.stream.frameDuration, form});
+                const Stream size = {c.stream.width, std::abs(c.stream.height),
+                                     c.stream.frameDuration, form};
+                MediaType type = VideoType(FourCCSubtype(FourCC("QZTA")), bits == 32 ? 32 : 24,
+                                           FourCC("QZTA"), size);
                 type.bFixedSizeSamples = FALSE;
                 type.lSampleSize = 1;  // without meaning here; what a new media type has
                 type.Header().biSizeImage = static_cast<DWORD>(PictureBytes(type.Header()));
                 type.Info().dwBitRate = type.Header().biSizeImage;  // in both forms at one place
-                if (form == Block::kVideoInfo2) {
-                    type.Info2().dwInterlaceFlags = c.interlaceFlags;
-                    type.Info2().dwPictAspectRatioX = c.aspectX;
-                    type.Info2().dwPictAspectRatioY = c.aspectY;
-                }
-                EXPECT_EQ(offered[form == Block::kVideoInfo2 ? 0 : 1], type);
+                expected.push_back(type);
                 type.Header().biBitCount ^= 24 ^ 32;
                 EXPECT_EQ(rig.output->QueryAccept(&type), S_FALSE) << "of another kind";
             }
+            expected[0].Info2().dwInterlaceFlags = c.interlaceFlags;
+            expected[0].Info2().dwPictAspectRatioX = c.aspectX;
+            expected[0].Info2().dwPictAspectRatioY = c.aspectY;
+            EXPECT_EQ(OfferedTypes(rig.output), expected);
             EXPECT_EQ(rig.allocator.requested.cbBuffer, PictureBytes(rig.type.Header()) / 10 * 12);
         }
     }
@@ -114,35 +111,18 @@ TEST_F(Encoder, OffersItsFormatInBothFormsAndAsksForOnePointTwoPictures) {
     EXPECT_EQ(Encoding(16).input->QueryAccept(&opaque), S_FALSE);
 }
 
-TEST_F(Encoder, APictureComesBackFromTheDecoderAndTopDownItIsTheSameFrame) {
+TEST_F(Encoder, AFrameIsAsLongAsTheEngineSaysAndTheSameOfAPictureTopDown) {
     for (const WORD bits : kKinds) {
         SCOPED_TRACE(bits);
         Encoding rig(bits);
         rig.Set(4, 100);
         const Bytes picture = SmoothPicture(rig.type.Header());
         ASSERT_EQ(rig.PushPicture(), S_OK);
-        const Bytes frame = rig.sink.Last().bytes;
-        EXPECT_EQ(std::string(frame.begin(), frame.begin() + 3), bits == 32 ? "ZTA" : "ZCF");
-        EXPECT_EQ(LONG(frame.size()), LastEncode(bits).result) << "its length is the engine's";
-        EXPECT_EQ(rig.sink.Last().typeFlags, 0u) << "no field flags";
-
-        const CatalogueRow decoderRow = Row(bits == 32 ? "ZetaAlphaDecoder" : "ZetaDecoder");
-        Rig decoder(decoderRow);
-        ASSERT_EQ(decoder.ConnectInput(ConnectionType(rig.output)), S_OK);
-        ASSERT_EQ(decoder.ConnectOutput(rig.type), S_OK);
-        ASSERT_EQ(decoder.filter->Pause(), S_OK);
-        ASSERT_EQ(decoder.Push({frame}), S_OK);
-        const Bytes back = decoder.sink.Last().bytes;
-        ASSERT_EQ(back.size(), picture.size());
-        double sum = 0;
-        for (std::size_t i = 0; i < back.size(); ++i) {
-            const bool kept = bits != 32 || i % 4 == 3 || picture[i | 3] != 0;  // not under a matte
-            sum += kept ? std::pow(back[i] - picture[i], 2) : 0;
-        }
-        // Half of the chroma is dropped and the matrix rounds; flipped rows or swapped channels
-        // are off by tens.
-        EXPECT_LT(std::sqrt(sum / static_cast<double>(back.size())), 8.0);
-
+        const Sample frame = rig.sink.Last();
+        EXPECT_EQ(std::string(frame.bytes.begin(), frame.bytes.begin() + 3),
+                  bits == 32 ? "ZTA" : "ZCF");
+        EXPECT_EQ(LONG(frame.bytes.size()), LastEncode(bits).result);
+        EXPECT_EQ(frame.typeFlags, 0u) << "no field flags";
         if (bits != 16) {
             Encoding topDown(bits, {160, -120});
             topDown.Set(4, 100);
@@ -151,7 +131,7 @@ TEST_F(Encoder, APictureComesBackFromTheDecoderAndTopDownItIsTheSameFrame) {
                 flipped.insert(flipped.end(), &picture[at - row], &picture[at - row] + row);
             }
             ASSERT_EQ(topDown.Push({flipped}), S_OK);
-            EXPECT_EQ(topDown.sink.Last().bytes, frame);
+            EXPECT_EQ(topDown.sink.Last().bytes, frame.bytes);
         }
     }
 }
@@ -164,7 +144,6 @@ TEST_F(Encoder, TheEngineIsToldTheBudgetAndNeverMoreThanTheBuffer) {
         LONG capacity;  ///< that the engine is told; 0: it is not called
     } cases[] = {
         {16, kYuy2Room, 30, kPixels * 2 * 30 / 100},
-        {16, kYuy2Room, 100, kPixels * 2},
         {16, kYuy2Room, 0, 80 * 16},  // 16 bytes a block are the least
         {16, kYuy2Room, 120, kYuy2Room},
         {16, kYuy2Room, -1, kYuy2Room},
@@ -262,19 +241,15 @@ TEST_F(Encoder, FramesAndReadersSeeOneSettingWhileAnotherThreadChangesThem) {
     Encoding rig(24);
     rig.sink.keepsSamples = false;
     const auto parameters = As<IEncodeParmeter_QZTA>(rig.filter);
-    const auto set = [&](LONG quant) {
-        const EncodeParameterBlock block = {quant % 2, quant, 5 * quant, 4};
-        parameters->SetParameter(&block, FALSE);
-    };
-    set(4);
     std::atomic<bool> going{true};
+    rig.Set(4, 5 * 4);
     std::thread host([&] {
-        for (LONG i = 0; going; ++i) {
-            set(4 + i % 16);
+        for (LONG quant = 4; going; quant = 4 + quant % 16) {
+            rig.Set(quant, 5 * quant, quant % 2);
         }
     });
     const auto sample = MakeSample({Bytes(3 * kPixels, 128)});
-    For(std::chrono::milliseconds(1500), [&] {
+    For(std::chrono::milliseconds(800), [&] {
         for (int i = 0; i < 100; ++i) {
             const Words read = Read(parameters);
             ASSERT_EQ(read, (Words{read[1] % 2, read[1], 5 * read[1], 4}));

@@ -79,10 +79,9 @@ TEST_F(Page, ShowsTheLiveParametersOfEachEncoderInTurn) {
         Shown shown;
         HRESULT dirty;  // numbers out of the boxes' ranges are brought into them at once
     } cases[] = {
-        {{0, 4, 40, 1}, {4, 40, 1}, S_FALSE},    {{0, 5, 30, 2}, {5, 30, 2}, S_FALSE},
-        {{0, 19, 4, 3}, {19, 4, 3}, S_FALSE},    {{1, 12, 60, 4}, {12, 60, 4}, S_FALSE},
-        {{0, 12, 60, 9}, {12, 60, -1}, S_FALSE}, {{0, 3, 150, 4}, {4, 100, 4}, S_OK},
-        {{0, 3, 50, 0}, {4, 50, 0}, S_OK},
+        {{0, 4, 40, 1}, {4, 40, 1}, S_FALSE},   {{0, 19, 4, 3}, {19, 4, 3}, S_FALSE},
+        {{1, 12, 60, 4}, {12, 60, 4}, S_FALSE}, {{0, 12, 60, 9}, {12, 60, -1}, S_FALSE},
+        {{0, 3, 150, 4}, {4, 100, 4}, S_OK},    {{0, 3, 50, 0}, {4, 50, 0}, S_OK},
     };
     const auto page = New();
     PROPPAGEINFO info{};
@@ -143,12 +142,11 @@ TEST_F(Page, WhatIsNotAppliedStaysWithThePage) {
         EXPECT_TRUE(frame.site->statuses.empty());
         frame.Click(IDC_PRESET_OFFLINE);
         frame.Click(IDC_PRESET_CUSTOM);
-        EXPECT_EQ(Look(frame), (Shown{19, 4, 4})) << "the numbers that were shown";
         EXPECT_EQ(frame.page->Deactivate(), S_OK);
         const RECT place = {0, 0, 300, 100};
         EXPECT_EQ(frame.page->Activate(frame.frame, &place, FALSE), S_OK);
         frame.dialog = GetWindow(frame.frame, GW_CHILD);
-        EXPECT_EQ(Look(frame), (Shown{19, 4, 4}));
+        EXPECT_EQ(Look(frame), (Shown{19, 4, 4})) << "the numbers that were shown";
         ExpectDirty(frame);
     }
     EXPECT_EQ(Live(), before);
@@ -201,23 +199,8 @@ TEST_F(Page, SlidersAndTextMoveTheNumbersInsideTheirRanges) {
     }
 }
 
-TEST_F(Page, EveryControlIsSeenWholeAndReachedByKeysWhenItIsEnabled) {
+TEST_F(Page, EveryControlIsReachedByKeysWhenItIsEnabled) {
     const PageFrame frame(New(), encoder_.Get());
-    RECT page{}, common{};
-    GetWindowRect(frame.dialog, &page);
-    std::vector<RECT> places;
-    for (HWND at = GetWindow(frame.dialog, GW_CHILD); at; at = GetWindow(at, GW_HWNDNEXT)) {
-        SCOPED_TRACE(GetDlgCtrlID(at));
-        RECT place{};
-        GetWindowRect(at, &place);
-        IntersectRect(&common, &place, &page);
-        EXPECT_TRUE(EqualRect(&common, &place));
-        for (const RECT& other : places) {
-            EXPECT_FALSE(IntersectRect(&common, &place, &other));
-        }
-        places.push_back(place);
-    }
-    EXPECT_EQ(places.size(), 13u);
     SetWindowLongW(frame.dialog, GWL_EXSTYLE, 0);  // as frames do
     EXPECT_TRUE(GetWindowLongW(frame.dialog, GWL_EXSTYLE) & WS_EX_CONTROLPARENT);
     EXPECT_EQ(frame.TabOrder(), std::vector<int>{IDC_PRESET_STANDARD});
