@@ -238,6 +238,9 @@ HRESULT FootageFile::Seek(REFERENCE_TIME time) {
     const REFERENCE_TIME early = CountsFields(*context_) ? kLongestSound : 0;
     const REFERENCE_TIME place = Difference(av_sat_add64(time, origin_), early);
     readFailed_ = false;
+    // A read that was cancelled looks like the end to the next short way forward.
+    input_->eof_reached = 0;
+    input_->error = 0;
     const int error = av_seek_frame(context_.get(), first.index, TickAt(place, first.timeBase),
                                     AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY);
     return error < 0 ? Restart() : S_OK;

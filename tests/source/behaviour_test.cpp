@@ -74,7 +74,7 @@ TEST_F(Source, OpensAPathOfAnyLengthAndTellsIt) {
 
 TEST_F(Source, ATornRecordingPlaysToItsLastWholeFrame) {
     for (const char* clip :
-         {"dv25.avi", "dv25.dv", "dv50.mxf", "d10.mxf", "mpeg.gxf", "v210.avi"}) {
+         {"dv25.avi", "dv25.dv", "dv50.mxf", "d10.mxf", "mpeg.gxf", "mpeg.mxf", "v210.avi"}) {
         SCOPED_TRACE(clip);
         const auto all = FootageHost(Material(clip)).Play();
         const FootageHost host(Cut(clip, 0.6));
@@ -203,17 +203,24 @@ TEST_F(Source, StopsWhateverItsThreadsWaitFor) {
     }
 }
 
-TEST_F(Source, AFrameThatIsRefusedCostsItselfAndAFailureEndsTheStream) {
-    const FootageHost host(Material("tagged.avi"));
+TEST_F(Source, AFrameThatIsRefusedCostsItselfAndAFailureItsStream) {
+    std::string all;
+    for (int i = 0; i < 14; ++i) {  // more than is read ahead
+        all += ReadAll(Material("dv25.dv"));
+    }
+    const FootageHost host(Write(L"long.dv", all));
     HRESULT answer = E_FAIL;
-    host.sinks[0]->pin.onReceive = [&](IMediaSample*) { return answer; };
-    const auto all = host.Play();
-    EXPECT_EQ(all.size(), 25u);
-    EXPECT_TRUE(all.back().discontinuity);
+    EndPin& picture = host.sinks[0]->pin;
+    picture.onReceive = [&](IMediaSample*) { return answer; };
+    EXPECT_EQ(host.Seek(0, 20000000), S_OK);
+    EXPECT_EQ(host.Play().size(), 50u);
+    EXPECT_TRUE(picture.Last().discontinuity);
     EXPECT_EQ(host.graph->Count(EC_ERRORABORT), 0);
     answer = VFW_E_TYPE_NOT_ACCEPTED;
+    EXPECT_EQ(host.Seek(0, 280000000), S_OK);
     EXPECT_EQ(host.Play().size(), 1u);
     EXPECT_EQ(host.graph->Count(EC_ERRORABORT), 1);
+    EXPECT_EQ(host.sinks[1]->pin.Last().stop, 280000000);
 }
 
 }  // namespace

@@ -48,6 +48,7 @@ clip v210.mov 192x64 24 2 yuv422p10le 1 s8 s16le -c:v v210
 clip v210.avi 210x64 $ntsc 2 yuv422p10le 1 u8 s16le -c:v v210
 clip tagged.avi 96x64 25 1 yuv422p10le 1 none none -c:v v210
 LC_ALL=C sed -i s/v210/Q210/g tagged.avi
+clip mpeg.mxf 720x576 25 1 yuv422p 1 s16le s16le "${intra[@]}" -q:v 3
 clip mpeg.m2v 720x512 25 1 yuv422p 1 none none "${intra[@]}" -aspect 16:9
 # And what is refused.
 run -f lavfi -i testsrc2=size=320x240 -t 1 -pix_fmt yuv422p -g 12 -c:v mpeg2video long.mxf
