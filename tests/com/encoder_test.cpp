@@ -13,8 +13,10 @@
 __CRT_UUID_DECL(IEncodeParmeter_QZTA, 0x26890151, 0x8A34, 0x4C58, 0xBB, 0xBC, 0x40, 0x99, 0x3F,
                 0x38, 0x16, 0x9A)
 
-/// encoder_c_host.c: reads the live parameters, then sets the quantiser and the custom preset.
-extern "C" HRESULT SetQuantScaleFromC(IUnknown* filter, LONG quant_scale, LONG* before);
+/// encoder_c_host.c: reads the live parameters, then sets them.
+extern "C" HRESULT ExchangeParametersFromC(IEncodeParmeter_QZTA* encoder,
+                                           const EncodeParameterBlock* block,
+                                           EncodeParameterBlock* before);
 
 namespace nyx::test {
 namespace {
@@ -219,12 +221,13 @@ TEST_F(Encoder, StartsWithTheStoredParametersAndStoresAllButTheColourSpace) {
 
 TEST_F(Encoder, AHostInCUsesTheSameHeaderAndFindsThePage) {
     const auto encoder = New();
-    LONG before = 0;
-    ASSERT_EQ(SetQuantScaleFromC(encoder.Get(), 13, &before), S_OK);
-    EXPECT_EQ(before, 5);
+    const EncodeParameterBlock block = {0, 13, 30, 4};
+    EncodeParameterBlock before = {};
+    ASSERT_EQ(ExchangeParametersFromC(encoder.Get(), &block, &before), S_OK);
+    EXPECT_EQ(before.quant_scale, 5);
     EXPECT_EQ(Read(encoder), (Words{0, 13, 30, 4}));
     const auto decoder = Module().Create(Row("ZetaDecoder").clsid);
-    EXPECT_EQ(SetQuantScaleFromC(decoder.Get(), 13, &before), E_NOINTERFACE);
+    EXPECT_FALSE(As<IEncodeParmeter_QZTA>(decoder));
     EXPECT_FALSE(As<ISpecifyPropertyPages>(decoder));
     CAUUID list{};
     const auto pages = As<ISpecifyPropertyPages>(encoder);

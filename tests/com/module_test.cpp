@@ -32,7 +32,7 @@ std::string Lower(std::string text) {
     return text;
 }
 
-TEST(DllFile, ExportsTheComEntriesAloneAndImportsSystemLibrariesAlone) {
+TEST(DllFile, IsAModuleOfTheComEntriesAloneThatNeedsTheSystemAlone) {
     const auto* exports = At<IMAGE_EXPORT_DIRECTORY>(Directory(IMAGE_DIRECTORY_ENTRY_EXPORT));
     std::set<std::string> names;
     for (DWORD i = 0; i < exports->NumberOfNames; ++i) {
@@ -49,9 +49,7 @@ TEST(DllFile, ExportsTheComEntriesAloneAndImportsSystemLibrariesAlone) {
     for (; import->Name; ++import) {
         EXPECT_EQ(system.count(Lower(At<char>(import->Name))), 1u) << At<char>(import->Name);
     }
-}
-
-TEST(DllFile, MayBeLoadedAnywhereAndIsHardened) {
+    // It may be loaded anywhere and is hardened.
     const WORD flags = Headers().OptionalHeader.DllCharacteristics;
     EXPECT_NE(flags & IMAGE_DLLCHARACTERISTICS_DYNAMIC_BASE, 0);
     EXPECT_NE(flags & IMAGE_DLLCHARACTERISTICS_NX_COMPAT, 0);

