@@ -309,16 +309,15 @@ TEST_F(DvCodec, AFaultIsBlackARefusalLeavesThePictureAlone) {
 }
 
 TEST_F(DvCodec, FramesTellTheirParameters) {
-    constexpr auto kTimecode = static_cast<LONG>(0xC1828304u);
-    constexpr auto kRecorded = static_cast<LONG>(0xC78889FFu);
     struct Case {
         const void* frame;
         std::size_t size;
         HRESULT result;
         FrameInfo info;
     };
+    const LONG timecode = LONG(0xC1828304), recorded = LONG(0xC78889FF);
     const Case cases[] = {
-        {pal_.data(), pal_.size(), S_OK, {1, 1024, 720, kTimecode, -1, 0x0405C6FF, kRecorded}},
+        {pal_.data(), pal_.size(), S_OK, {1, 1024, 720, timecode, -1, 0x0405C6FF, recorded}},
         {nullptr, 0, S_FALSE, {1, 768, 720, -1, -1, -1, -1}},  // by the tables of sizes
         {pal_.data(), 100, S_OK, {-1, -1, -1, -1, -1, -1, -1}},
     };

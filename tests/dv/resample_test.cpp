@@ -15,7 +15,7 @@ using test::Bytes;
 using Resample = HRESULT (*)(ResampleUnit, const UnitRows<const BYTE>&, const UnitRows<BYTE>&,
                              LONG);
 /// One byte of output unit `j` of `d`, from `s` units whose bytes begin `row`.
-long long Stretched(const BYTE* row, int unit, long long s, long long d, long long j) {
+long long Stretched(const BYTE* row, LONG unit, long long s, long long d, long long j) {
     const long long position = s * 256 - (d - j) * s * 256 / d;
     const long long i = std::min(position / 256, s - 1);
     const long long f = j == d - 1 ? 0 : position % 256;
@@ -24,7 +24,7 @@ long long Stretched(const BYTE* row, int unit, long long s, long long d, long lo
 
 /// The average over what lies between the ends of two footprints; a unit in which one ends exactly
 /// has no weight in it.
-long long Squeezed(const BYTE* row, int unit, long long s, long long d, long long j) {
+long long Squeezed(const BYTE* row, LONG unit, long long s, long long d, long long j) {
     const auto end = [=](long long of) { return s * 256 - (d - 1 - of) * s * 256 / d; };
     const long long from = j == 0 ? 0 : end(j - 1), last = (end(j) - 1) / 256;
     long long sum = 0, weights = 0;
@@ -43,43 +43,34 @@ constexpr LONG kWidths[][2] = {
     {1, 2},     {1, 300},    {2, 3},     {3, 4},     {5, 11},  // ends of rows
     {127, 128}, {128, 129},  {255, 257}, {100, 299}, {7, 100}};
 
-/// Noise whose rows end at inaccessible memory; gaps between rows are looked at afterwards.
-void Check(bool stretch, int unit, LONG s, LONG d, LONG gap, bool bottomUp, bool extremes) {
-    SCOPED_TRACE(testing::Message() << s << " to " << d << " units of " << unit << " bytes, gap "
-                                    << gap << ", bottom-up " << bottomUp);
-    constexpr LONG kRows = 3;
-    const LONG fromStride = s * unit + gap;
-    const LONG toStride = d * unit + gap;
-    const test::GuardedMemory from(static_cast<std::size_t>(fromStride * kRows - gap));
-    const test::GuardedMemory to(static_cast<std::size_t>(toStride * kRows - gap), 0xA5);
-    std::mt19937 random(7);
-    std::generate(from.data(), from.data() + from.size(),
-                  [&] { return static_cast<BYTE>(extremes ? random() % 2 * 255 : random()); });
-    Bytes expected(to.size(), 0xA5);
-    for (LONG i = 0; i < kRows * d * unit; ++i) {
-        const LONG y = i / (d * unit), j = i % (d * unit) / unit, byte = i % unit;
-        const BYTE* row = from.data() + y * fromStride + byte;
-        expected[static_cast<std::size_t>(y * toStride + j * unit + byte)] =
-            static_cast<BYTE>((stretch ? Stretched : Squeezed)(row, unit, s, d, j));
-    }
-    const LONG first = bottomUp ? kRows - 1 : 0;
-    const LONG sign = bottomUp ? -1 : 1;
-    const Resample resample = stretch ? StretchRows : SqueezeRows;
-    ASSERT_EQ(resample(static_cast<ResampleUnit>(unit),
-                       {from.data() + first * fromStride, sign * fromStride, s},
-                       {to.data() + first * toStride, sign * toStride, d}, kRows),
-              S_OK);
-    ASSERT_TRUE(std::equal(expected.begin(), expected.end(), to.data()));
-}
-
+/// Three rows of noise or of extremes that end at inaccessible memory, with gaps or without.
 TEST(Resample, BothWaysFollowTheirFormulaAtEveryWidth) {
-    for (const auto& [narrow, wide] : kWidths) {
-        for (const int unit : {3, 4}) {
-            for (const bool second : {false, true}) {
-                Check(true, unit, narrow, wide, second ? 5 : 0, second, second);
-                Check(false, unit, wide, narrow, second ? 5 : 0, second, second);
-            }
+    for (std::size_t i = 0; i < 8 * std::size(kWidths); ++i) {
+        const auto [narrow, wide] = kWidths[i / 8];
+        const bool stretch = i % 2 != 0, bottomUp = i % 4 >= 2;
+        const LONG unit = i % 8 < 4 ? 3 : 4, gap = bottomUp ? 5 : 0;
+        const LONG s = stretch ? narrow : wide, d = stretch ? wide : narrow;
+        const LONG fromStride = s * unit + gap, toStride = d * unit + gap;
+        const test::GuardedMemory from(static_cast<std::size_t>(fromStride * 3 - gap));
+        const test::GuardedMemory to(static_cast<std::size_t>(toStride * 3 - gap), 0xA5);
+        std::generate_n(from.data(), from.size(), [&, random = std::mt19937(7)]() mutable {
+            return static_cast<BYTE>(bottomUp ? random() % 2 * 255 : random());
+        });
+        Bytes expected(to.size(), 0xA5);
+        for (LONG at = 0; at < 3 * d * unit; ++at) {
+            const LONG y = at / (d * unit), j = at % (d * unit) / unit, byte = at % unit;
+            const BYTE* row = from.data() + y * fromStride + byte;
+            expected[static_cast<std::size_t>(y * toStride + j * unit + byte)] =
+                static_cast<BYTE>((stretch ? Stretched : Squeezed)(row, unit, s, d, j));
         }
+        const LONG first = bottomUp ? 2 : 0, sign = bottomUp ? -1 : 1;
+        ASSERT_EQ((stretch ? StretchRows : SqueezeRows)(
+                      static_cast<ResampleUnit>(unit),
+                      {from.data() + first * fromStride, sign * fromStride, s},
+                      {to.data() + first * toStride, sign * toStride, d}, 3),
+                  S_OK);
+        ASSERT_TRUE(std::equal(expected.begin(), expected.end(), to.data()))
+            << s << " to " << d << " units of " << unit << " bytes, bottom-up " << bottomUp;
     }
 }
 

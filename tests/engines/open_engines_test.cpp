@@ -263,16 +263,16 @@ LONG CodedHeight(const BYTE* frame, std::size_t size) {
 LONG DecodeMpeg(const BYTE* frame, std::size_t size, const Picture& picture, LONG dropped = 0) {
     MpegIntraState state = {};
     const MpegIntraCrop crop = {{}, dropped, {}};
-    MpegIntraPictureRecord record = {};
-    record.state = &state;
-    record.frame = frame;
-    record.frameLength = static_cast<DWORD>(size);
-    record.destination = picture.Row(0);
-    record.stride = picture.stride;
-    record.bytesPerPixel = 2;
-    record.width = picture.width / 2;
-    record.height = picture.height;
-    record.crop = dropped != 0 ? &crop : nullptr;
+    MpegIntraPictureRecord record = {&state,
+                                     frame,
+                                     static_cast<DWORD>(size),
+                                     picture.Row(0),
+                                     picture.stride,
+                                     2,
+                                     picture.width / 2,
+                                     picture.height,
+                                     {},
+                                     dropped != 0 ? &crop : nullptr};
     return kMpeg(&record);
 }
 
@@ -323,37 +323,21 @@ TEST(OpenMpeg, ShowsWhatFfmpegShowsWithoutTheLinesAtTheTop) {
     }
 }
 
-/// A copy with some bits flipped, half of them in the headers, where little damage does much.
-GuardedMemory Damaged(Bytes frame, std::mt19937& random) {
-    for (std::size_t flips = random() % 20; flips > 0; --flips) {
-        const std::size_t reach =
-            std::min<std::size_t>(frame.size(), flips % 2 == 0 ? frame.size() : 60);
-        frame[random() % reach] ^= static_cast<BYTE>(1 << random() % 8);
-    }
-    return GuardedMemory(frame);
-}
-
-TEST(OpenEngines, DamageAndCutsStayInsideThePicture) {
+/// Cut frames with some bits flipped, half of them in the headers, where little damage does much.
+TEST(OpenMpeg, DamageAndCutsStayInsideThePicture) {
     std::mt19937 random(11);
-    for (const DvKind& kind : kDvKinds) {
-        const DvFrame frame = LoadFrame(kind.clip);
-        const Picture picture(kind.width, kind.height, 2, 4);
-        for (int round = 0; round < (kind.height > 576 ? 3 : 12); ++round) {
-            const GuardedMemory bytes =
-                Damaged(Bytes(frame.data(), frame.data() + frame.size()), random);
-            DecodeDv(kind.decodeFlags, bytes.data(), picture);
-        }
-        picture.Pixels();
-    }
     for (const MpegKind& kind : kMpegKinds) {
-        const Bytes frame = Load(std::string(kind.name) + ".m2v");
+        const Bytes whole = Load(std::string(kind.name) + ".m2v");
         const Picture picture(kind.width, kind.codedHeight - kind.dropped, 2, 4);
-        const std::size_t step = kind.width == 720 ? frame.size() / 20 : 8;
-        for (std::size_t cut = 0; cut < frame.size(); cut += step) {
-            const GuardedMemory bytes =
-                Damaged(Bytes(frame.begin(), frame.end() - static_cast<int>(cut)), random);
-            CodedHeight(bytes.data(), bytes.size());
-            DecodeMpeg(bytes.data(), bytes.size(), picture, kind.dropped);
+        const std::size_t step = kind.width == 720 ? whole.size() / 20 : 8;
+        for (std::size_t size = whole.size(); size > step; size -= step) {
+            const GuardedMemory frame(Bytes(whole.data(), whole.data() + size));
+            for (std::size_t flips = random() % 20; flips > 0; --flips) {
+                const std::size_t reach = std::min<std::size_t>(size, flips % 2 == 0 ? size : 60);
+                frame.data()[random() % reach] ^= static_cast<BYTE>(1 << random() % 8);
+            }
+            CodedHeight(frame.data(), size);
+            DecodeMpeg(frame.data(), size, picture, kind.dropped);
         }
         picture.Pixels();
     }
