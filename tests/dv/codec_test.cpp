@@ -29,13 +29,10 @@ using test::operator+;
 constexpr BYTE kUntouched = 0xA5;
 constexpr DWORD kDv25 = FourCC("QDVC"), kDv50 = FourCC("QDV5"), kDvHd = FourCC("QDVH");
 
-DWORD Word(const void* pointer) {
-    return reinterpret_cast<DWORD>(pointer);
-}
-
+/// Numbers and addresses.
 template <class... Numbers>
 std::vector<DWORD> Words(Numbers... numbers) {
-    return {static_cast<DWORD>(numbers)...};
+    return {DWORD(numbers)...};
 }
 std::vector<DWORD> WordsOf(const standin::Call& call) {
     return {call.words, call.words + call.wordCount};
@@ -117,17 +114,14 @@ class DvCodec : public testing::Test {
         return *codecs[fourcc == kDv25 ? 0 : fourcc == kDv50 ? 1 : 2];
     }
 
-    HRESULT Decode(DWORD fourcc, LONG width, LONG height, const void* frame, std::size_t size,
-                   const Picture& picture, LONG stride = 0) {
-        const BITMAPINFOHEADER input = MakeHeader(fourcc, 24, width, height, size);
-        return Codec(fourcc).Decompress(&input, frame, &picture.header, false, picture.Row(0),
-                                        stride, 0);
-    }
-    /// `frame` from memory that ends with it.
+    /// `frame` from memory that ends with it, though it claims to be longer.
     HRESULT Decode(DWORD fourcc, LONG width, LONG height, const DvFrame& frame,
-                   const Picture& picture, LONG stride = 0) {
+                   const Picture& picture, LONG stride = 0, std::size_t claimed = 0) {
         const test::GuardedMemory sample(Bytes(frame.data(), frame.data() + frame.size()));
-        return Decode(fourcc, width, height, sample.data(), sample.size(), picture, stride);
+        const BITMAPINFOHEADER input =
+            MakeHeader(fourcc, 24, width, height, std::max(claimed, frame.size()));
+        return Codec(fourcc).Decompress(&input, sample.data(), &picture.header, false,
+                                        picture.Row(0), stride, 0);
     }
     HRESULT DecodePal(const DvFrame& frame, const Picture& picture, LONG stride = 0) {
         return Decode(kDv25, 720, 576, frame, picture, stride);
@@ -175,7 +169,7 @@ TEST_F(DvCodec, TheEngineIsToldSystemVariantAndLayout) {
                 const standin::Call call = LastDecode();
                 const DWORD code = c.rgb24Code - (bits == 32) - (colorSpace == 1 ? 2 : 0);
                 const LONG first = bits == 32 ? c.height - 1 : 0;
-                EXPECT_EQ(WordsOf(call), Words(c.flags, call.words[1], Word(picture.Row(first)),
+                EXPECT_EQ(WordsOf(call), Words(c.flags, call.words[1], picture.Row(first),
                                                picture.rowBytes * (bits == 32 ? -1 : 1), bits / 8,
                                                bits == 16 ? 0 : code));
                 EXPECT_EQ(call.result, standin::kDone);
@@ -188,8 +182,7 @@ TEST_F(DvCodec, TheEngineIsToldSystemVariantAndLayout) {
 TEST_F(DvCodec, ACallersStrideCountsFromTheTopUnlessItIsBelowARow) {
     const Picture apart(24, 720, 576, 2400);
     ASSERT_EQ(DecodePal(pal_, apart, 2400), S_OK);
-    EXPECT_EQ(LastDecode().words[2], Word(apart.Row(0)));
-    EXPECT_EQ(LastDecode().words[3], 2400u);
+    EXPECT_EQ(Words(LastDecode().words[2], LastDecode().words[3]), Words(apart.Row(0), 2400));
     EXPECT_EQ(apart.Row(0)[2160], kUntouched);
     for (const LONG stride : {1438, -1438, 1}) {
         const Picture picture(16, 720, 576);
@@ -214,7 +207,7 @@ TEST_F(DvCodec, WideScreenPicturesAreStretched) {
             const Picture picture(c.bits, c.width, c.height);
             ASSERT_EQ(Decode(kDv25, inputWidth, height, frame, picture), S_OK);
             EXPECT_TRUE(std::equal(expected.begin(), expected.end(), picture.Row(0)));
-            EXPECT_NE(LastDecode().words[2], Word(picture.Row(0)));
+            EXPECT_NE(LastDecode().words[2], DWORD(picture.Row(0)));
             EXPECT_EQ(static_cast<LONG>(LastDecode().words[3]),
                       720 * c.bits / 8 * (c.bits == 24 && c.height > 0 ? -1 : 1));
         }
@@ -260,11 +253,10 @@ TEST_F(DvCodec, WhatIsNoFrameOfTheSizeIsABlackPictureAndNeverReachesTheEngine) {
     EXPECT_EQ(LastDecode().count, before);
 
     // A sample that ends before the length it claims, before its tag even; a picture that is gone.
-    const test::GuardedMemory sample(Bytes(pal_.data(), pal_.data() + 100));
-    for (const std::size_t from : {0u, 100u}) {
+    for (const std::size_t size : {100u, 0u}) {
         const Picture picture(16, 720, 576);
         for (int i = 0; i < 2; ++i) {
-            EXPECT_EQ(Decode(kDv25, 720, 576, sample.data() + from, 144000, picture), E_FAIL);
+            EXPECT_EQ(Decode(kDv25, 720, 576, pal_.Cut(size), picture, 0, 144000), E_FAIL);
             EXPECT_TRUE(picture.IsBlack());
             picture.memory.Protect();
         }
@@ -288,17 +280,18 @@ TEST_F(DvCodec, AFaultIsBlackARefusalLeavesThePictureAlone) {
     EXPECT_TRUE(hd.IsUntouched());
 
     const Picture picture(16, 720, 576);
-    const auto decode = [&](bool input, const BITMAPINFOHEADER& output, bool pixels = true) {
-        const BITMAPINFOHEADER header = MakeHeader(kDv25, 24, 720, 576, pal_.size());
-        return Codec().Decompress(input ? &header : nullptr, pal_.data(), &output, false,
-                                  pixels ? picture.Row(0) : nullptr, 0, 0);
+    const BITMAPINFOHEADER input = MakeHeader(kDv25, 24, 720, 576, pal_.size());
+    const auto decode = [&](const BITMAPINFOHEADER* header, const void* frame,
+                            const BITMAPINFOHEADER& output, void* pixels) {
+        return Codec().Decompress(header, frame, &output, false, pixels, 0, 0);
     };
-    EXPECT_EQ(decode(true, PictureHeader(16, 700, 576)), E_FAIL);
-    EXPECT_EQ(decode(true, PictureHeader(16, 720, 480)), E_FAIL);
-    EXPECT_EQ(decode(true, MakeHeader(FourCC("v408"), 16, 720, 576)), E_FAIL);
-    EXPECT_EQ(decode(false, picture.header), E_POINTER);
-    EXPECT_EQ(decode(true, picture.header, false), E_POINTER);
-    EXPECT_EQ(Decode(kDv25, 720, 576, nullptr, 144000, picture), E_FAIL);
+    for (const BITMAPINFOHEADER& output : {PictureHeader(16, 700, 576), PictureHeader(16, 720, 480),
+                                           MakeHeader(FourCC("v408"), 16, 720, 576)}) {
+        EXPECT_EQ(decode(&input, pal_.data(), output, picture.Row(0)), E_FAIL);
+    }
+    EXPECT_EQ(decode(nullptr, pal_.data(), picture.header, picture.Row(0)), E_POINTER);
+    EXPECT_EQ(decode(&input, pal_.data(), picture.header, nullptr), E_POINTER);
+    EXPECT_EQ(decode(&input, nullptr, picture.header, picture.Row(0)), E_FAIL);
     for (const wchar_t* folder : {L"none", L"old", L"no_encode", L"no_decode"}) {
         const test::EngineSearch search(folder);
         Renew();
@@ -374,9 +367,9 @@ TEST_F(DvCodec, PicturesAreEncodedBySizeAndSettings) {
         const bool bottomUp = c.bits != 16 && c.height > 0;
         const LONG rowBytes = (squeezed ? 720 : c.width) * c.bits / 8;
         const LONG first = bottomUp ? picture.rows - 1 : 0;
-        EXPECT_EQ(WordsOf(call), Words(c.flags, Word(frame.data()),
-                                       squeezed ? call.words[2] : Word(picture.Row(first)),
-                                       bottomUp ? -rowBytes : rowBytes, c.bits / 8, c.code));
+        EXPECT_EQ(WordsOf(call),
+                  Words(c.flags, frame.data(), squeezed ? call.words[2] : DWORD(picture.Row(first)),
+                        bottomUp ? -rowBytes : rowBytes, c.bits / 8, c.code));
         // The stand-in puts the picture's first row into its frame.
         const Bytes rows =
             squeezed ? Resampled(picture, 720) : Bytes(picture.Row(0), picture.Row(picture.rows));
@@ -536,9 +529,9 @@ TEST_F(DvReference, WhatCannotBeReadIsRefusedAndLeavesNothingBehind) {
     EXPECT_EQ(held[1].heapBlocks, held[0].heapBlocks);
     const DvFrame whole = Reference(0, path);
     for (std::size_t size = 4; size < whole.size(); ++size) {
-        const test::GuardedMemory sample(Bytes(whole.data(), whole.data() + size));
         for (const std::size_t claimed : {size, whole.size() + 200}) {
-            EXPECT_EQ(DvCodec::Decode(kDv25, 720, 576, sample.data(), claimed, picture_), E_FAIL);
+            const DvFrame cutOff = whole.Cut(size);
+            EXPECT_EQ(DvCodec::Decode(kDv25, 720, 576, cutOff, picture_, 0, claimed), E_FAIL);
         }
     }
     EXPECT_TRUE(picture_.IsUntouched());

@@ -59,13 +59,11 @@ TEST(DifParser, EveryVariantOfRealFramesTellsWhatItIs) {
         const CLvtDifParser& parser = parsed.parser;
         const std::size_t channels = frame.size() / (v.systemRate == 60 ? 120000 : 144000);
         // Recorders write the timecode in every sequence; the second one's is read first.
-        EXPECT_EQ(Longs(parsed.result, parser.GetFormatCode(), parser.GetSystemRate(),
-                        parser.GetFieldOrder(), parser.GetPixelAspect().first,
-                        parser.GetPixelAspect().second, parsed.state.audioSamplesPerFrame,
-                        parsed.state.audioChannels, parsed.state.channelCount,
-                        frame.OffsetOf(parsed.state.timecode)),
-                  Longs(1, v.code, v.systemRate, v.fieldOrder, v.aspectX, v.width,
-                        v.systemRate == 60 ? 1600 : 1920, 2 * channels, channels, 12110));
+        EXPECT_EQ(Longs(parsed.result, parser.GetSystemRate(), parser.GetPixelAspect().second,
+                        parsed.state.audioSamplesPerFrame, parsed.state.audioChannels,
+                        parsed.state.channelCount, frame.OffsetOf(parsed.state.timecode)),
+                  Longs(1, v.systemRate, v.width, v.systemRate == 60 ? 1600 : 1920, 2 * channels,
+                        channels, 12110));
     }
 }
 
@@ -221,25 +219,26 @@ TEST(DifParser, TheFrameRatePackTellsWhatTheCameraRecorded) {
     EXPECT_EQ(Parsed(frame).state.format.recordedRateNum, 24000);
 }
 
-/// The places of one pack in the order in which they are tried, in bytes.
+/// The places of one pack in the order in which they are tried, in bytes or as hexadecimal digits
+/// of sync blocks.
 struct Places {
     PackId id;
-    int secondHalfSyncBlock;             // in the first sequence of the second half, -1 none
+    const char* opening;                 // sync blocks of the first sequence of the second half
     std::vector<std::size_t> once;       // from the start of the frame
     std::size_t even, odd;               // of each such sequence, 0 none
-    const char *firstHalf, *secondHalf;  // sync blocks, hexadecimal
+    const char *firstHalf, *secondHalf;  // sync blocks of each such sequence
 };
 const Places kPlaces[] = {
-    {kTimecodePack, -1, {12110}, 0, 0, "3459AB012678", "3906"},
-    {kBinaryGroupPack, -1, {118, 12273}, 0, 0, "4A17", ""},
-    {kAudioControlPack, -1, {}, 5603, 1763, "", ""},
-    {kAudioRecDatePack, -1, {}, 6883, 3043, "", "4A17"},
-    {kAudioRecTimePack, -1, {}, 8163, 4323, "B", "5B28"},
-    {kVideoSourcePack, -1, {}, 448, 243, "", ""},
-    {kVideoControlPack, -1, {}, 453, 248, "", ""},
-    {kVideoRecDatePack, 4, {}, 458, 253, "", "4A17"},
-    {kVideoRecTimePack, 5, {}, 463, 258, "B", "5B28"},
-    {kFrameRatePack, -1, {}, 468, 263, "", ""},
+    {kTimecodePack, "", {12110}, 0, 0, "3459AB012678", "3906"},
+    {kBinaryGroupPack, "", {118, 12273}, 0, 0, "4A17", ""},
+    {kAudioControlPack, "", {}, 5603, 1763, "", ""},
+    {kAudioRecDatePack, "", {}, 6883, 3043, "", "4A17"},
+    {kAudioRecTimePack, "", {}, 8163, 4323, "B", "5B28"},
+    {kVideoSourcePack, "", {}, 448, 243, "", ""},
+    {kVideoControlPack, "", {}, 453, 248, "", ""},
+    {kVideoRecDatePack, "4", {}, 458, 253, "", "4A17"},
+    {kVideoRecTimePack, "5", {}, 463, 258, "B", "5B28"},
+    {kFrameRatePack, "", {}, 468, 263, "", ""},
 };
 
 /// Puts the pack at every place, the worst first: each time the new place has to be found. Of a
@@ -266,23 +265,19 @@ TEST(PackSearch, TheBestOfSeveralPlacesWins) {
     for (const auto& [bytes, half] : kShapes) {
         for (const Places& places : kPlaces) {
             std::vector<std::size_t> order;
-            const auto sync = [&order](std::size_t sequence, const std::string& digit) {
-                order.push_back(12000 * sequence + SubcodePackByte(std::stoul(digit, nullptr, 16)));
+            const auto sync = [&order](std::size_t sequence, const std::string& digits) {
+                for (const char digit : digits) {
+                    const std::size_t block = std::string("0123456789AB").find(digit);
+                    order.push_back(12000 * sequence + SubcodePackByte(block));
+                }
             };
-            if (places.secondHalfSyncBlock >= 0) {
-                sync(half, std::to_string(places.secondHalfSyncBlock));
-            }
+            sync(half, places.opening);
             order.insert(order.end(), places.once.begin(), places.once.end());
-            for (std::size_t sequence = 0; sequence < bytes / 12000; ++sequence) {
+            for (std::size_t i = 0; i < bytes / 12000; ++i) {
                 if (places.even != 0) {
-                    order.push_back(sequence * 12000 +
-                                    (sequence % 2 == 0 ? places.even : places.odd));
+                    order.push_back(i * 12000 + (i % 2 == 0 ? places.even : places.odd));
                 }
-                for (const char* block = sequence / half % 2 == 0 ? places.firstHalf
-                                                                  : places.secondHalf;
-                     *block != '\0'; ++block) {
-                    sync(sequence, std::string(1, *block));
-                }
+                sync(i, i / half % 2 == 0 ? places.firstHalf : places.secondHalf);
             }
             order.push_back(6 * 12000 + AudioPackByte(8));  // no pack's own place
             ExpectOrder(bytes, places.id, order, [&](const DvFrame& frame) {
@@ -418,7 +413,7 @@ void ParseGuarded(const DvFrame& frame, std::size_t size) {
 TEST(DifBounds, CutAndDamagedFramesParse) {
     EXPECT_EQ(CLvtDifParser().Parse(nullptr, 144000), E_FAIL);
     const DvFrame ntsc = LoadFrame("dv25_525_4x3");
-    for (std::size_t size = 0; size < 25000; size += size < 800 ? 1 : 11) {
+    for (std::size_t size = 0; size < 25000; size += size % 12000 < 800 ? 1u : 11u) {
         ParseGuarded(ntsc, size);
     }
     std::mt19937 random(1);
