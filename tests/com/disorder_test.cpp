@@ -194,42 +194,32 @@ class Threads : public RowTest {
 };
 NYX_FOR_ROWS(Threads, ThreeKinds());
 
-/// Does each work over and over on a thread of its own, once at least, for a third of a second.
-void Storm(const std::vector<std::function<void()>>& works) {
-    std::vector<std::thread> threads;
-    for (const auto& work : works) {
-        threads.emplace_back([&work] {
-            For(milliseconds(300), [&] {
-                work();
-                std::this_thread::yield();
-            });
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-}
-
 TEST_P(Threads, FlushSeekAndStopWhileFramesFlowAndLeaveTheFilterInOrder) {
     rig.sink.keepsSamples = false;
     rig.Start();
     const auto frame = MakeSample(rig.Frame());
+    const std::function<void()> works[] = {[&] { rig.transport->Receive(frame.Get()); },
+                                           [&] { rig.input->BeginFlush(), rig.input->EndFlush(); },
+                                           [&] {
+                                               rig.input->NewSegment(0, 400000, 1.0);
+                                               rig.Notify({Flood, 500, 800000, 0});
+                                               rig.input->EndOfStream();
+                                               OfferedTypes(rig.output);
+                                           },
+                                           [&] {
+                                               rig.filter->Stop();
+                                               rig.DisconnectOutput();
+                                               rig.ConnectOutput();
+                                               rig.filter->Run(0);
+                                           }};
     MustFinish("a storm of flushes, seeks and stops", [&] {
-        Storm({[&] { rig.transport->Receive(frame.Get()); },
-               [&] { rig.input->BeginFlush(), rig.input->EndFlush(); },
-               [&] {
-                   rig.input->NewSegment(0, 400000, 1.0);
-                   rig.Notify({Flood, 500, 800000, 0});
-                   rig.input->EndOfStream();
-                   OfferedTypes(rig.output);
-               },
-               [&] {
-                   rig.filter->Stop();
-                   rig.DisconnectOutput();
-                   rig.ConnectOutput();
-                   rig.filter->Pause();
-                   rig.filter->Run(0);
-               }});
+        std::vector<std::thread> threads;
+        for (const auto& work : works) {
+            threads.emplace_back([&work] { For(milliseconds(300), work); });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
     });
     ASSERT_EQ(rig.filter->Stop(), S_OK);
     ASSERT_EQ(rig.filter->Pause(), S_OK);

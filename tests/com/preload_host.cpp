@@ -12,7 +12,10 @@ int main(int count, char**) {
     if (count == 1) {
         FreeLibrary(module);
         // A sibling that stayed would go with the process, in the same order.
-        return GetModuleHandleW(L"nyxcodecs.dll") || GetModuleHandleW(L"rkdvhcodc.dll") ? 2 : 0;
+        return GetModuleHandleW(L"nyxcodecs.dll") || GetModuleHandleW(L"rkdv5codc.dll") ||
+                       GetModuleHandleW(L"rk210codc.dll")
+                   ? 2
+                   : 0;
     }
     return 0;
 }
