@@ -308,11 +308,12 @@ TEST_F(DvCodec, FramesTellTheirParameters) {
         HRESULT result;
         FrameInfo info;
     };
+    const test::GuardedMemory cutOff(Bytes(pal_.data(), pal_.data() + 100));
     const LONG timecode = LONG(0xC1828304), recorded = LONG(0xC78889FF);
     const Case cases[] = {
         {pal_.data(), pal_.size(), S_OK, {1, 1024, 720, timecode, -1, 0x0405C6FF, recorded}},
         {nullptr, 0, S_FALSE, {1, 768, 720, -1, -1, -1, -1}},  // by the tables of sizes
-        {pal_.data(), 100, S_OK, {-1, -1, -1, -1, -1, -1, -1}},
+        {cutOff.data(), 144000, S_OK, {-1, -1, -1, -1, -1, -1, -1}},
     };
     for (const Case& c : cases) {
         const BITMAPINFOHEADER input = MakeHeader(kDv25, 24, 720, 576, c.size);
