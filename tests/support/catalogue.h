@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/media_types.h"
+#include "tests/support/host.h"
 
 namespace nyx::test {
 

@@ -8,7 +8,7 @@
 #include <optional>
 #include <vector>
 
-#include "tests/support/media_types.h"
+#include "tests/support/host.h"
 
 namespace nyx::test {
 

@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "tests/support/com.h"
+#include "tests/support/host.h"
 
 namespace nyx::test {
 

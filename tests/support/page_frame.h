@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/com.h"
+#include "tests/support/host.h"
 
 namespace nyx::test {
 

@@ -94,48 +94,6 @@ Sample ReadSample(IMediaSample* sample) {
     return read;
 }
 
-HRESULT EndPin::QueryInterface(REFIID iid, void** object) {
-    const bool isInput = direction_ == PINDIR_INPUT;
-    *object = iid == IID_IUnknown || iid == IID_IPin       ? static_cast<IPin*>(this)
-              : isInput && iid == IID_IMemInputPin         ? static_cast<IMemInputPin*>(this)
-              : onDynamicType && iid == IID_IPinConnection ? static_cast<IPinConnection*>(this)
-                                                           : static_cast<void*>(nullptr);
-    const std::lock_guard lock(mutex_);
-    asked_.push_back(iid);
-    return *object ? (AddRef(), S_OK) : E_NOINTERFACE;
-}
-
-HRESULT EndPin::Connect(IPin* to, const AM_MEDIA_TYPE* wanted) {
-    if (!wanted && proposals.empty()) {
-        return VFW_E_NO_ACCEPTABLE_TYPES;
-    }
-    // As a real pin: the fields are set while the peer looks at them, and undone on failure.
-    type = wanted ? MediaType(*wanted) : proposals.front();
-    peer = to;
-    HRESULT result = to->ReceiveConnection(this, &type);
-    if (SUCCEEDED(result)) {
-        const auto transport = As<IMemInputPin>(to);
-        result = transport ? transport->GetAllocator(&allocator) : E_NOINTERFACE;
-        result = FAILED(result) ? result : transport->NotifyAllocator(allocator.Get(), FALSE);
-        FAILED(result) ? to->Disconnect() : S_OK;
-    }
-    FAILED(result) ? Disconnect() : S_OK;
-    return result;
-}
-
-HRESULT EndPin::ReceiveConnection(IPin* from, const AM_MEDIA_TYPE* offered) {
-    if (peer) {
-        return VFW_E_ALREADY_CONNECTED;
-    }
-    const MediaType copy(*offered);
-    if (direction_ == PINDIR_OUTPUT || accept(copy) != S_OK) {
-        return VFW_E_TYPE_NOT_ACCEPTED;
-    }
-    type = copy;
-    peer = from;
-    return S_OK;
-}
-
 HRESULT EndPin::Receive(IMediaSample* sample) {
     {
         const std::lock_guard lock(mutex_);
@@ -144,7 +102,7 @@ HRESULT EndPin::Receive(IMediaSample* sample) {
             samples_.push_back(ReadSample(sample));
         }
     }
-    return onReceive ? onReceive(sample) : S_OK;
+    return SinglePin::Receive(sample);
 }
 
 Rig::Rig(const CatalogueRow& filterRow, const Stream& inputStream)

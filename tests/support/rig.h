@@ -8,6 +8,7 @@
 #include <optional>
 #include <vector>
 
+#include "host/single_pin_filter.h"
 #include "tests/support/catalogue.h"
 #include "tests/support/engines.h"
 #include "tests/support/hostile_sample.h"
@@ -44,42 +45,12 @@ struct Events {
     double rate = 0;
 };
 
-/// What a pin of the suite's own proposes.
-class Proposals : public Object<IEnumMediaTypes> {
+/// The one pin of a filter of the suite's own: an output that connects with what it is told to, or
+/// an input that records. Its public members say how it behaves; they are set before use.
+class EndPin : public host::SinglePin {
   public:
-    explicit Proposals(const std::vector<MediaType>& types) : types_(types) {}
+    using SinglePin::SinglePin;
 
-    STDMETHODIMP Next(ULONG count, AM_MEDIA_TYPE** types, ULONG* fetched) override {
-        ULONG given = 0;
-        while (given < count && at_ < types_.size()) {
-            types[given++] = MediaType(types_[at_++]).Release();
-        }
-        ULONG unasked = 0;
-        *(fetched ? fetched : &unasked) = given;
-        return given == count ? S_OK : S_FALSE;
-    }
-    STDMETHODIMP Skip(ULONG) override { return E_NOTIMPL; }
-    STDMETHODIMP Reset() override { return at_ = 0, S_OK; }
-    STDMETHODIMP Clone(IEnumMediaTypes**) override { return E_NOTIMPL; }
-
-  private:
-    const std::vector<MediaType> types_;
-    std::size_t at_ = 0;
-};
-
-/// The one pin of a filter of the suite's own: an output that connects, or an input that records.
-/// Its public members say how it behaves; they are set before use.
-class EndPin : public IPin, public IMemInputPin, public IPinConnection {
-  public:
-    EndPin(IBaseFilter* filter, PIN_DIRECTION direction) : filter_(filter), direction_(direction) {}
-    virtual ~EndPin() = default;
-
-    std::vector<MediaType> proposals;  ///< what EnumMediaTypes gives; an output offers the first
-    std::function<HRESULT(const MediaType&)> accept = [](const MediaType&) { return S_OK; };
-    /// Called in Receive, after the sample was recorded, on the streaming thread.
-    std::function<HRESULT(IMediaSample*)> onReceive;
-    /// Called by DynamicQueryAccept; IPinConnection is there when this is set.
-    std::function<HRESULT(const MediaType&)> onDynamicType;
     ComPtr<HostileAllocator> ownAllocator;  ///< null: none to offer, what it is told is used
     std::optional<ALLOCATOR_PROPERTIES> requirements;
     HRESULT notifyResult = S_OK;
@@ -87,11 +58,7 @@ class EndPin : public IPin, public IMemInputPin, public IPinConnection {
     HRESULT endOfStreamResult = S_OK;
     bool keepsSamples = true;
 
-    /// What the peer has made of it.
-    ComPtr<IPin> peer;
-    MediaType type;
-    ComPtr<IMemAllocator> allocator;
-    BOOL readOnly = FALSE;
+    BOOL readOnly = FALSE;  ///< what the peer told together with the allocator
     std::vector<Sample> Samples() const { return Locked(samples_); }
     Sample Last() const { return Samples().back(); }
     std::size_t Count() const { return Locked(count_); }
@@ -110,35 +77,13 @@ class EndPin : public IPin, public IMemInputPin, public IPinConnection {
         count_ = 0;
     }
 
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) override;
-    STDMETHODIMP_(ULONG) AddRef() override { return filter_->AddRef(); }
-    STDMETHODIMP_(ULONG) Release() override { return filter_->Release(); }
-
-    STDMETHODIMP Connect(IPin* to, const AM_MEDIA_TYPE* wanted) override;
-    STDMETHODIMP ReceiveConnection(IPin* from, const AM_MEDIA_TYPE* offered) override;
-    STDMETHODIMP Disconnect() override {
-        type.Clear();
-        allocator.Reset();
-        return std::exchange(peer, nullptr) ? S_OK : S_FALSE;
+    STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
+        const std::lock_guard lock(mutex_);
+        return asked_.push_back(iid), SinglePin::QueryInterface(iid, object);
     }
-    STDMETHODIMP ConnectedTo(IPin** to) override {
-        return peer.CopyTo(to), peer ? S_OK : VFW_E_NOT_CONNECTED;
+    STDMETHODIMP Connect(IPin* to, const AM_MEDIA_TYPE* wanted) override {
+        return wanted ? ConnectAs(to, *wanted) : SinglePin::Connect(to, nullptr);
     }
-    STDMETHODIMP ConnectionMediaType(AM_MEDIA_TYPE* copy) override {
-        *copy = MediaType(type).Detach();
-        return peer ? S_OK : VFW_E_NOT_CONNECTED;
-    }
-    STDMETHODIMP QueryPinInfo(PIN_INFO* info) override {
-        *info = {filter_, direction_, L"End"};
-        return AddRef(), S_OK;
-    }
-    STDMETHODIMP QueryDirection(PIN_DIRECTION* out) override { return *out = direction_, S_OK; }
-    STDMETHODIMP QueryId(LPWSTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP QueryAccept(const AM_MEDIA_TYPE* offered) override { return accept(*offered); }
-    STDMETHODIMP EnumMediaTypes(IEnumMediaTypes** types) override {
-        return *types = new Proposals(proposals), S_OK;
-    }
-    STDMETHODIMP QueryInternalConnections(IPin**, ULONG*) override { return E_NOTIMPL; }
     STDMETHODIMP EndOfStream() override { return Note(&events_.endOfStream), endOfStreamResult; }
     STDMETHODIMP BeginFlush() override { return Note(&events_.beginFlush); }
     STDMETHODIMP EndFlush() override { return Note(&events_.endFlush); }
@@ -149,7 +94,6 @@ class EndPin : public IPin, public IMemInputPin, public IPinConnection {
         events_.rate = rate;
         return ++events_.newSegment, S_OK;
     }
-
     STDMETHODIMP GetAllocator(IMemAllocator** own) override {
         *own = ownAllocator.Get();
         return *own ? ((*own)->AddRef(), S_OK) : VFW_E_NO_ALLOCATOR;
@@ -163,13 +107,7 @@ class EndPin : public IPin, public IMemInputPin, public IPinConnection {
         return requirements ? S_OK : E_NOTIMPL;
     }
     STDMETHODIMP Receive(IMediaSample* sample) override;
-    STDMETHODIMP ReceiveMultiple(IMediaSample**, LONG, LONG*) override { return E_NOTIMPL; }
     STDMETHODIMP ReceiveCanBlock() override { return canBlockResult; }
-
-    STDMETHODIMP DynamicQueryAccept(const AM_MEDIA_TYPE* t) override { return onDynamicType(*t); }
-    STDMETHODIMP NotifyEndOfStream(HANDLE) override { return E_NOTIMPL; }
-    STDMETHODIMP IsEndPin() override { return S_OK; }
-    STDMETHODIMP DynamicDisconnect() override { return E_NOTIMPL; }
 
   private:
     template <class T>
@@ -182,8 +120,6 @@ class EndPin : public IPin, public IMemInputPin, public IPinConnection {
         return ++*event, S_OK;
     }
 
-    IBaseFilter* const filter_;
-    const PIN_DIRECTION direction_;
     mutable std::mutex mutex_;
     std::vector<Sample> samples_;
     std::size_t count_ = 0;
@@ -192,24 +128,14 @@ class EndPin : public IPin, public IMemInputPin, public IPinConnection {
 };
 
 /// A filter of the suite's own around its pin: a source of what a test hands it, or a renderer.
-class End : public Object<IBaseFilter> {
+class End : public host::SinglePinFilter {
   public:
     explicit End(PIN_DIRECTION direction) : pin(this, direction) {}
 
-    EndPin pin;  ///< lives and dies with the filter and shares its reference count
+    EndPin pin;
 
-    STDMETHODIMP GetClassID(CLSID*) override { return E_NOTIMPL; }
-    STDMETHODIMP Stop() override { return S_OK; }
-    STDMETHODIMP Pause() override { return S_OK; }
-    STDMETHODIMP Run(REFERENCE_TIME) override { return S_OK; }
-    STDMETHODIMP GetState(DWORD, FILTER_STATE*) override { return E_NOTIMPL; }
-    STDMETHODIMP SetSyncSource(IReferenceClock*) override { return S_OK; }
-    STDMETHODIMP GetSyncSource(IReferenceClock**) override { return E_NOTIMPL; }
-    STDMETHODIMP EnumPins(IEnumPins**) override { return E_NOTIMPL; }
-    STDMETHODIMP FindPin(LPCWSTR, IPin**) override { return VFW_E_NOT_FOUND; }
-    STDMETHODIMP QueryFilterInfo(FILTER_INFO*) override { return E_NOTIMPL; }
-    STDMETHODIMP JoinFilterGraph(IFilterGraph*, LPCWSTR) override { return S_OK; }
-    STDMETHODIMP QueryVendorInfo(LPWSTR*) override { return E_NOTIMPL; }
+  protected:
+    host::SinglePin& Pin() override { return pin; }
 };
 
 /// A stand-in for the filter graph that only collects the events of the filters in it.

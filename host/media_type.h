@@ -1,10 +1,10 @@
 #pragma once
 
-#include "tests/support/com.h"
+#include "host/com.h"
 
-namespace nyx::test {
+namespace nyx::host {
 
-/// An AM_MEDIA_TYPE that owns its format block and its unknown.
+/// An AM_MEDIA_TYPE that owns its format block and its unknown. Copies throw std::bad_alloc.
 class MediaType : public AM_MEDIA_TYPE {
   public:
     MediaType() : AM_MEDIA_TYPE{} {}
@@ -23,11 +23,18 @@ class MediaType : public AM_MEDIA_TYPE {
     /// A format block of `bytes` bytes: the beginning of the old one, then zeroes.
     void ResizeFormat(ULONG bytes);
 
+    /// Whether the format block is one of the two of video, and whole.
+    bool HasPicture() const;
+    /// Whether every given part of `wanted` equals this type's; a null major type, subtype or
+    /// format type of `wanted` is anything.
+    bool Fits(const AM_MEDIA_TYPE& wanted) const;
+
     /// The format block as the given form; the block must be of that form.
     VIDEOINFOHEADER& Info() { return *reinterpret_cast<VIDEOINFOHEADER*>(pbFormat); }
     VIDEOINFOHEADER2& Info2() { return *reinterpret_cast<VIDEOINFOHEADER2*>(pbFormat); }
     /// The picture header of either form, by format type.
     BITMAPINFOHEADER& Header();
+    const VIDEOINFOHEADER2& Info2() const { return const_cast<MediaType*>(this)->Info2(); }
     const BITMAPINFOHEADER& Header() const { return const_cast<MediaType*>(this)->Header(); }
 };
 
@@ -40,21 +47,13 @@ inline bool operator!=(const MediaType& a, const MediaType& b) {
 /// Which of the two format blocks a video type carries.
 enum class Block { kVideoInfo, kVideoInfo2 };
 
-/// What the tests vary about a stream. Duration in 100-ns units.
-struct Stream {
-    LONG width = 0;
-    LONG height = 0;
-    REFERENCE_TIME frameDuration = 400000;
-    Block block = Block::kVideoInfo;
-};
-
-/// The complete MEDIATYPE_Video type of a stream; `compression` is a FourCC or BI_RGB.
-MediaType VideoType(const GUID& subtype, WORD bits, DWORD compression, const Stream& stream);
-
 /// A type with only these three set, as in a connection request.
 MediaType PartialType(const GUID& major, const GUID& sub, const GUID& format);
 
-/// Bytes of a packed picture: whole bytes per pixel, width, absolute height.
-LONG PictureBytes(const BITMAPINFOHEADER& header);
+/// A MEDIATYPE_Video type whose format block ends with the `bytes` bytes at `bitmapInfo`, a
+/// BITMAPINFOHEADER and what follows it. The whole picture is shown, `duration` is in 100-ns units;
+/// nothing is said of the size of samples.
+MediaType VideoType(const GUID& subtype, Block block, REFERENCE_TIME duration,
+                    const void* bitmapInfo, std::size_t bytes);
 
-}  // namespace nyx::test
+}  // namespace nyx::host

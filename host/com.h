@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// COM as the tests need it: the platform's smart pointer, and objects of the suite's own.
+/// COM as a host needs it: the platform's smart pointer, and objects of the host's own.
 
 // Without this dshow.h turns the plain string functions into errors.
 #define NO_DSHOW_STRSAFE
@@ -11,6 +11,7 @@
 #include <wrl/client.h>
 
 #include <atomic>
+#include <new>
 #include <utility>
 
 // Ids that the cross compiler's headers do not tie to their interfaces.
@@ -19,7 +20,7 @@ __CRT_UUID_DECL(IPinConnection, 0x4a9a62d3, 0x27d4, 0x403d, 0x91, 0xe9, 0x89, 0x
 __CRT_UUID_DECL(IMediaPosition, 0x56a868b2, 0x0ad4, 0x11ce, 0xb0, 0x3a, 0x00, 0x20, 0xaf, 0x0b,
                 0xa7, 0x70)
 
-namespace nyx::test {
+namespace nyx::host {
 
 using Microsoft::WRL::ComPtr;
 
@@ -45,14 +46,25 @@ ComPtr<T> Adopt(T* object) {
     return pointer;
 }
 
-/// A new object of the suite's own, whose constructor leaves one reference for its creator.
+/// A new object of the host's own, whose constructor leaves one reference for its creator.
 template <class T, class... Args>
 ComPtr<T> Make(Args&&... args) {
     return Adopt(new T(std::forward<Args>(args)...));
 }
 
-/// The suite's own objects that are alive: a reference that the module keeps to one shows here.
+/// The host's own objects that are alive: a reference that others keep to one shows here.
 inline std::atomic<long> liveObjects{0};
+
+/// What `work` answers, or E_OUTOFMEMORY when there is no memory for it: no exception crosses an
+/// interface.
+template <class Work>
+HRESULT Guarded(Work work) {
+    try {
+        return work();
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
+}
 
 /// `self` as the interface `iid` when `I` or one of `More` is it, else null.
 template <class I, class... More, class Self>
@@ -74,6 +86,9 @@ class Object : public Primary, public More... {
     Object() { ++liveObjects; }
 
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
+        if (!object) {
+            return E_POINTER;
+        }
         *object = iid == IID_IUnknown ? static_cast<Primary*>(this) : Find(iid);
         return *object ? (AddRef(), S_OK) : E_NOINTERFACE;
     }
@@ -97,4 +112,4 @@ class Object : public Primary, public More... {
     std::atomic<ULONG> references_{1};
 };
 
-}  // namespace nyx::test
+}  // namespace nyx::host

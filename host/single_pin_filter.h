@@ -1,0 +1,127 @@
+#pragma once
+
+#include <functional>
+#include <mutex>
+#include <vector>
+
+#include "host/media_type.h"
+
+namespace nyx::host {
+
+class SinglePinFilter;
+
+/// The pin of a SinglePinFilter, which lives and dies with it and shares its reference count: an
+/// output that connects, or an input. Methods answer as DirectShow documents them.
+class SinglePin : public IPin, public IMemInputPin, public IPinConnection {
+  public:
+    SinglePin(SinglePinFilter* filter, PIN_DIRECTION direction)
+        : filter_(filter), direction_(direction) {}
+    virtual ~SinglePin() = default;
+
+    /// How it behaves; set before use.
+    std::vector<MediaType> proposals;  ///< best first; an output connects with one of these
+    /// S_OK for a type that the pin can work with.
+    std::function<HRESULT(const MediaType&)> accept = [](const MediaType&) { return S_OK; };
+    /// An output's choice, not yet told to the input: the input's own at first.
+    std::function<HRESULT(IMemInputPin*, IMemAllocator**)> chooseAllocator =
+        [](IMemInputPin* to, IMemAllocator** chosen) { return to->GetAllocator(chosen); };
+    /// Called with each sample and at the stream's end, on the streaming thread.
+    std::function<HRESULT(IMediaSample*)> onReceive;
+    std::function<HRESULT()> onEndOfStream;
+    /// Called by DynamicQueryAccept; IPinConnection is there when this is set.
+    std::function<HRESULT(const MediaType&)> onDynamicType;
+
+    /// What a connection has brought; to be read only.
+    ComPtr<IPin> peer;
+    MediaType type;
+    ComPtr<IMemInputPin> transport;  ///< the peer's, on an output
+    ComPtr<IMemAllocator> allocator;
+
+    const wchar_t* Name() const { return direction_ == PINDIR_INPUT ? L"Input" : L"Output"; }
+
+    STDMETHODIMP QueryInterface(REFIID iid, void** object) override;
+    STDMETHODIMP_(ULONG) AddRef() override;
+    STDMETHODIMP_(ULONG) Release() override;
+
+    STDMETHODIMP Connect(IPin* to, const AM_MEDIA_TYPE* wanted) override;
+    STDMETHODIMP ReceiveConnection(IPin* from, const AM_MEDIA_TYPE* offered) override;
+    STDMETHODIMP Disconnect() override;
+    STDMETHODIMP ConnectedTo(IPin** to) override;
+    STDMETHODIMP ConnectionMediaType(AM_MEDIA_TYPE* copy) override;
+    STDMETHODIMP QueryPinInfo(PIN_INFO* info) override;
+    STDMETHODIMP QueryDirection(PIN_DIRECTION* direction) override;
+    STDMETHODIMP QueryId(LPWSTR* id) override;
+    STDMETHODIMP QueryAccept(const AM_MEDIA_TYPE* offered) override;
+    STDMETHODIMP EnumMediaTypes(IEnumMediaTypes** types) override;
+    STDMETHODIMP QueryInternalConnections(IPin**, ULONG*) override { return E_NOTIMPL; }
+    STDMETHODIMP EndOfStream() override { return onEndOfStream ? onEndOfStream() : S_OK; }
+    STDMETHODIMP BeginFlush() override { return S_OK; }
+    STDMETHODIMP EndFlush() override { return S_OK; }
+    STDMETHODIMP NewSegment(REFERENCE_TIME, REFERENCE_TIME, double) override { return S_OK; }
+
+    STDMETHODIMP GetAllocator(IMemAllocator**) override { return VFW_E_NO_ALLOCATOR; }
+    STDMETHODIMP NotifyAllocator(IMemAllocator* told, BOOL readOnly) override;
+    STDMETHODIMP GetAllocatorRequirements(ALLOCATOR_PROPERTIES*) override { return E_NOTIMPL; }
+    STDMETHODIMP Receive(IMediaSample* sample) override;
+    STDMETHODIMP ReceiveMultiple(IMediaSample** samples, LONG count, LONG* processed) override;
+    STDMETHODIMP ReceiveCanBlock() override { return S_FALSE; }
+
+    STDMETHODIMP DynamicQueryAccept(const AM_MEDIA_TYPE* offered) override;
+    STDMETHODIMP NotifyEndOfStream(HANDLE) override { return E_NOTIMPL; }
+    STDMETHODIMP IsEndPin() override { return S_OK; }
+    STDMETHODIMP DynamicDisconnect() override { return E_NOTIMPL; }
+
+  protected:
+    /// Connects with this very type and agrees on an allocator; a failure leaves no connection.
+    HRESULT ConnectAs(IPin* to, const MediaType& wanted);
+
+  private:
+    /// Whether a connection may be made now.
+    HRESULT MayConnect() const;
+
+    SinglePinFilter* const filter_;
+    const PIN_DIRECTION direction_;
+};
+
+/// A DirectShow filter with one pin that cannot change. The derived class has the pin as a member.
+class SinglePinFilter : public Object<IBaseFilter> {
+  public:
+    /// The current state; any thread.
+    FILTER_STATE State() const { return state_; }
+    /// Tells the graph's owner something; nothing when the filter is in no graph.
+    void NotifyGraph(long event, LONG_PTR first, LONG_PTR second);
+
+    STDMETHODIMP GetClassID(CLSID* clsid) override;
+    STDMETHODIMP Stop() override;
+    STDMETHODIMP Pause() override;
+    STDMETHODIMP Run(REFERENCE_TIME start) override;
+    STDMETHODIMP GetState(DWORD timeout, FILTER_STATE* state) override;
+    STDMETHODIMP SetSyncSource(IReferenceClock* clock) override;
+    STDMETHODIMP GetSyncSource(IReferenceClock** clock) override;
+    STDMETHODIMP EnumPins(IEnumPins** pins) override;
+    STDMETHODIMP FindPin(LPCWSTR id, IPin** found) override;
+    STDMETHODIMP QueryFilterInfo(FILTER_INFO* info) override;
+    STDMETHODIMP JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) override;
+    STDMETHODIMP QueryVendorInfo(LPWSTR*) override { return E_NOTIMPL; }
+
+  protected:
+    virtual SinglePin& Pin() = 0;
+
+    /// Called at the state changes, in the application's thread. Entering pause from stop may fail;
+    /// leaving for stop may not.
+    virtual HRESULT OnStart() { return S_OK; }
+    virtual void OnRun() {}
+    virtual void OnStop() {}
+
+    void* Find(REFIID iid) override;
+
+  private:
+    std::mutex stateLock_;
+    std::atomic<FILTER_STATE> state_{State_Stopped};
+    ComPtr<IReferenceClock> clock_;
+    IFilterGraph* graph_ = nullptr;    // not counted: the graph owns its filters
+    IMediaEventSink* sink_ = nullptr;  // the same
+    wchar_t name_[MAX_FILTER_NAME] = L"";
+};
+
+}  // namespace nyx::host
