@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Clips of every kind that the source filter reads, and what ffmpeg itself reads in them:
-# make_material.sh FOLDER. For CLIP there are CLIP.video, a line a packet (framecrc), CLIP.audio, all
-# samples as the pin delivers them.
+# make_material.sh FOLDER. For CLIP there are CLIP.video, a line a packet (framecrc), CLIP.bytes,
+# the packets themselves, CLIP.audio, all samples as the pin delivers them.
 set -euo pipefail
 mkdir -p "$1"
 cd "$1"
@@ -9,7 +9,7 @@ cd "$1"
 run() { ffmpeg -nostdin -hide_banner -loglevel error -y "$@"; }
 
 list() { # CLIP PCM
-    run -i "$1" -map 0:v -c copy -f framecrc "$1.video"
+    run -i "$1" -map 0:v -c copy -f framecrc "$1.video" -map 0:v -c copy -f data "$1.bytes"
     [ "$2" = none ] || run -i "$1" -map 0:a -c:a "pcm_$2" -f "$2" "$1.audio"
 }
 
