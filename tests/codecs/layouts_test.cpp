@@ -356,12 +356,12 @@ TEST(WorkingRows, ReadAnOpaquePictureWithoutItsAlphaAndAClearPixelAsBlack) {
     EXPECT_EQ(ReadPremultiplied<22>()[1], 1023);
 }
 
-TEST(WorkingRows, KeepTheirFractionsInFloats) {
-    Words words = {65, 514, 66, 515}, back(4);
+TEST(WorkingRows, KeepTheirFractionsInFloatsUpToTheHighestCode) {
+    Words words = {65, 514, 1023, 1023}, back(4);
     BYTE floats[32];
     WriteWorkingRows<22, AlphaUse::kStraight>(floats, 0, Address(words), 0, nullptr, 0, 2, 1);
     ReadWorkingRows<22, AlphaUse::kStraight>(floats, 0, Address(back), 0, nullptr, 0, 2, 1);
-    EXPECT_EQ(back, words);
+    EXPECT_EQ(back, (Words{65, 514, 1020, 1020}));
 }
 
 TEST(WorkingRows, KeepV210SamplesAsTheyAreIfTheRowFits) {
