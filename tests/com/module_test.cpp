@@ -66,6 +66,8 @@ TEST_F(Server, LoadsAndUnloadsAgainAndKeepsNothing) {
     // As in any DirectShow host, which has it of the graph manager; Wine's loses handles when
     // freed.
     ASSERT_TRUE(LoadLibraryW(L"winmm.dll"));
+    const PrivateUserRegistry registry;  // with a setting, so that its key is opened
+    registry.Store(L"Software\\Veltro\\Codec\\Q210", L"color_space", 0);
     const TemporaryFolder folder(L"copy");
     const std::wstring path = folder.PathOf(L"copied.dll");
     ASSERT_TRUE(CopyFileW(ModulePath().c_str(), path.c_str(), TRUE));
