@@ -301,6 +301,8 @@ TEST_P(Negotiation, RequestsHaveWildcardsAndTheReceiversOwnProposalsComeFirst) {
     const GUID last = row().Outputs().back().subtype;
     MediaType shortForm = offered[count];
     shortForm.majortype = shortForm.subtype = GUID_NULL;
+    MediaType otherBlock = shortForm;
+    otherBlock.Info().dwBitRate ^= 1;
     constexpr std::size_t kNone = 99;
     const struct {
         MediaType request;
@@ -308,6 +310,7 @@ TEST_P(Negotiation, RequestsHaveWildcardsAndTheReceiversOwnProposalsComeFirst) {
     } table[] = {{PartialType(GUID_NULL, GUID_NULL, GUID_NULL), 0},
                  {PartialType(GUID_NULL, last, GUID_NULL), count - 1},
                  {shortForm, count},
+                 {otherBlock, kNone},
                  {PartialType(MEDIATYPE_Audio, GUID_NULL, GUID_NULL), kNone},
                  {PartialType(GUID_NULL, MEDIASUBTYPE_RGB565, GUID_NULL), kNone},
                  {PartialType(GUID_NULL, GUID_NULL, FORMAT_WaveFormatEx), kNone}};
