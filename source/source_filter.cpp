@@ -27,12 +27,12 @@ HRESULT STDMETHODCALLTYPE FootageSource::NonDelegatingQueryInterface(REFIID iid,
 }
 
 int FootageSource::GetPinCount() {
-    CAutoLock lock(&lock_);
+    CAutoLock lock(&stateLock_);
     return static_cast<int>(pins_.size());
 }
 
 CBasePin* FootageSource::GetPin(int n) {
-    CAutoLock lock(&lock_);
+    CAutoLock lock(&stateLock_);
     return n >= 0 && n < GetPinCount() ? pins_[static_cast<std::size_t>(n)].get() : nullptr;
 }
 
@@ -80,6 +80,7 @@ HRESULT FootageSource::OpenFile(const wchar_t* path) {
     path_ = std::move(kept);
     file_ = std::move(file);
     readAhead_ = std::move(readAhead);
+    CAutoLock lock(&stateLock_);
     pins_ = std::move(pins);
     segment_ = {0, file_->duration(), 1.0};
     IncrementPinVersion();
@@ -131,7 +132,7 @@ HRESULT STDMETHODCALLTYPE FootageSource::FindPin(LPCWSTR id, IPin** pin) {
     CheckPointer(pin, E_POINTER);
     *pin = nullptr;
     CheckPointer(id, E_POINTER);
-    CAutoLock lock(&lock_);
+    CAutoLock lock(&stateLock_);
     for (const auto& own : pins_) {
         if (std::wcscmp(own->Name(), id) == 0) {
             return GetInterface(static_cast<IPin*>(own.get()), reinterpret_cast<void**>(pin));
@@ -197,8 +198,13 @@ HRESULT FootageSource::Flush() {
 }
 
 Segment FootageSource::CurrentSegment() {
-    CAutoLock lock(&lock_);
+    CAutoLock lock(&stateLock_);
     return segment_;
+}
+
+void FootageSource::Keep(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) {
+    CAutoLock lock(&stateLock_);
+    segment_ = {start, stop, rate};
 }
 
 HRESULT FootageSource::SeekTo(const void* pin, REFERENCE_TIME start, REFERENCE_TIME stop) {
@@ -212,8 +218,7 @@ HRESULT FootageSource::SeekTo(const void* pin, REFERENCE_TIME start, REFERENCE_T
     if (repeated) {
         return S_OK;
     }
-    segment_.start = start;
-    segment_.stop = stop;
+    Keep(start, stop, segment_.rate);
     return Flush();
 }
 
@@ -222,7 +227,7 @@ HRESULT FootageSource::StopAt(REFERENCE_TIME stop) {
     if (stop == segment_.stop) {
         return S_OK;
     }
-    segment_.stop = stop;
+    Keep(segment_.start, stop, segment_.rate);
     StopPins();
     return S_OK;
 }
@@ -232,12 +237,10 @@ HRESULT FootageSource::PlayAt(double rate) {
     if (rate == segment_.rate) {
         return S_OK;
     }
-    segment_.rate = rate;
     const auto connected = std::find_if(pins_.begin(), pins_.end(),
                                         [](const auto& pin) { return pin->IsConnected(); });
-    if (!IsStopped() && connected != pins_.end()) {
-        segment_.start = (*connected)->position();
-    }
+    const bool plays = !IsStopped() && connected != pins_.end();
+    Keep(plays ? (*connected)->position() : segment_.start, segment_.stop, rate);
     return Flush();
 }
 

@@ -49,6 +49,7 @@ class FootageSource final : public CBaseFilter,
   private:
     explicit FootageSource(LPUNKNOWN outer);
 
+    void Keep(REFERENCE_TIME start, REFERENCE_TIME stop, double rate);
     HRESULT OpenFile(const wchar_t* path);
     HRESULT StartStreaming();
     void StopPins();
@@ -56,6 +57,9 @@ class FootageSource final : public CBaseFilter,
     HRESULT Flush();
 
     CCritSec lock_;
+    /// Innermost, of what downstream asks for from a streaming thread: the pins and the segment.
+    /// The filter lock may be held by one who waits for that very thread.
+    CCritSec stateLock_;
     std::wstring path_;
     std::unique_ptr<FootageFile> file_;
     std::unique_ptr<ReadAhead> readAhead_;

@@ -163,6 +163,8 @@ TEST_F(Source, ASeekWhilePlayingFlushesEachPinOnce) {
     for (const auto& sink : host.sinks) {  // holds its first sample, as a paused renderer does
         sink->pin.onReceive = [pin = &sink->pin](IMediaSample*) {
             WaitFor([&] { return pin->Seen().beginFlush > 0; });
+            LONGLONG stop = 0;  // as a renderer asks when it has seen the end
+            EXPECT_EQ(As<IMediaSeeking>(pin->peer)->GetStopPosition(&stop), S_OK);
             return pin->Seen().endFlush > 0 ? S_OK : S_FALSE;
         };
     }
