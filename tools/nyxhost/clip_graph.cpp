@@ -8,22 +8,20 @@ namespace nyx::host {
 
 ClipGraph::ClipGraph(ClipSource* source, OnFrame onFrame)
     : graph_(CreateObject<IGraphBuilder>(CLSID_FilterGraph, "no filter graph")),
+      source_(Adopt(source)),
       onFrame_(std::move(onFrame)) {
-    source_.Attach(source);
     Check(graph_->AddFilter(source_.Get(), L"Clip"), "the source does not join the graph");
 }
 
 ComPtr<IPin> ClipGraph::AddOwnSink(FrameSink::Accept accept) {
-    ComPtr<FrameSink> sink;
-    sink.Attach(new FrameSink([this](IMediaSample& sample) { Arrive(sample); }, accept));
+    const auto sink = Make<FrameSink>([this](IMediaSample& sample) { Arrive(sample); }, accept);
     Check(graph_->AddFilter(sink.Get(), L"Frame Sink"), "the sink does not join the graph");
     return sink->Input();
 }
 
 void ClipGraph::Complete(IPin* input) {
-    ReceivedType type;
-    Check(input->ConnectionMediaType(type.Put()), "the graph's end does not tell its type");
-    connectedType_ = MediaType(type.Get());
+    connectedType_.Clear();
+    Check(input->ConnectionMediaType(&connectedType_), "the graph's end does not tell its type");
 
     // Without a clock every filter runs as fast as it can and no frame is ever late.
     Check(Query<IMediaFilter>(graph_, "the graph has no media filter")->SetSyncSource(nullptr),
@@ -48,9 +46,7 @@ void ClipGraph::Arrive(IMediaSample& sample) {
         AM_MEDIA_TYPE* changed = nullptr;
         const bool typeChanged = sample.GetMediaType(&changed) == S_OK && changed != nullptr;
         if (typeChanged) {
-            currentType_ = MediaType(*changed);
-            FreeMediaType(*changed);
-            CoTaskMemFree(changed);
+            currentType_ = MediaType::Adopt(changed);
         }
         ++arrived_;
         onFrame_({source_->CurrentFrame(), sample, currentType_, typeChanged});

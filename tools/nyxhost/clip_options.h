@@ -5,7 +5,7 @@
 #include <climits>
 #include <string>
 
-#include "media_type.h"
+#include "picture_format.h"
 
 namespace nyx::host {
 

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <system_error>
 
+#include "com.h"
+#include "picture_format.h"
+
 namespace nyx::host {
 
 ClipSource::ClipSource(const ClipReader& clip, LONG frames, bool videoInfo2)
@@ -10,86 +13,42 @@ ClipSource::ClipSource(const ClipReader& clip, LONG frames, bool videoInfo2)
                  CompressedVideoType(clip.FormatBlock(), clip.FrameTime(1), videoInfo2)) {}
 
 ClipSource::ClipSource(const ClipReader& clip, LONG frames, MediaType type)
-    : clip_(clip),
-      frames_(std::min(frames, clip.FrameCount())),
-      offered_(std::move(type)),
-      pin_(*this) {}
+    : clip_(clip), frames_(std::min(frames, clip.FrameCount())) {
+    pin_.proposals = {std::move(type)};
+    pin_.accept = [this](const MediaType& asked) { return Type().Fits(asked) ? S_OK : S_FALSE; };
+    pin_.chooseAllocator = [this](IMemInputPin* receiver, IMemAllocator** allocator) {
+        return AgreeOnAllocator(*receiver, allocator);
+    };
+}
 
 ClipSource::~ClipSource() {
     OnStop();
 }
 
-STDMETHODIMP ClipSource::OutputPin::Connect(IPin* receiver, const AM_MEDIA_TYPE* type) {
-    if (receiver == nullptr) {
-        return E_POINTER;
-    }
-    if (peer_ != nullptr) {
-        return VFW_E_ALREADY_CONNECTED;
-    }
-    if (!filter_.IsStopped()) {
-        return VFW_E_NOT_STOPPED;
-    }
-    if (type != nullptr && !source_.offered_.Matches(*type)) {
-        return VFW_E_TYPE_NOT_ACCEPTED;
-    }
-    if (FAILED(receiver->QueryInterface(
-            IID_IMemInputPin, reinterpret_cast<void**>(receiver_.ReleaseAndGetAddressOf())))) {
-        return VFW_E_NO_TRANSPORT;
-    }
-    type_ = source_.offered_;
-    peer_ = receiver;
-    const AM_MEDIA_TYPE view = type_.View();
-    HRESULT result = receiver->ReceiveConnection(this, &view);
-    if (SUCCEEDED(result)) {
-        result = AgreeOnAllocator();
-        if (FAILED(result)) {
-            receiver->Disconnect();
-        }
-    }
-    if (FAILED(result)) {
-        OnDisconnect();
-        peer_.Reset();
-    }
-    return result;
-}
-
-HRESULT ClipSource::OutputPin::AgreeOnAllocator() {
+HRESULT ClipSource::AgreeOnAllocator(IMemInputPin& receiver, IMemAllocator** allocator) const {
     ALLOCATOR_PROPERTIES wanted{};
-    receiver_->GetAllocatorRequirements(&wanted);  // optional: E_NOTIMPL leaves zeroes
+    receiver.GetAllocatorRequirements(&wanted);  // optional: E_NOTIMPL leaves zeroes
     wanted.cBuffers = std::max(wanted.cBuffers, 1L);
-    wanted.cbBuffer = std::max({wanted.cbBuffer, source_.clip_.LargestFrame(), 1L});
+    wanted.cbBuffer = std::max({wanted.cbBuffer, clip_.LargestFrame(), 1L});
     wanted.cbAlign = std::max(wanted.cbAlign, 1L);
 
-    HRESULT result = receiver_->GetAllocator(allocator_.ReleaseAndGetAddressOf());
+    HRESULT result = receiver.GetAllocator(allocator);
     if (FAILED(result)) {
         result = CoCreateInstance(CLSID_MemoryAllocator, nullptr, CLSCTX_INPROC_SERVER,
-                                  IID_IMemAllocator,
-                                  reinterpret_cast<void**>(allocator_.ReleaseAndGetAddressOf()));
+                                  IID_IMemAllocator, reinterpret_cast<void**>(allocator));
     }
     ALLOCATOR_PROPERTIES granted{};
     if (SUCCEEDED(result)) {
-        result = allocator_->SetProperties(&wanted, &granted);
+        result = (*allocator)->SetProperties(&wanted, &granted);
     }
-    if (SUCCEEDED(result) && granted.cbBuffer < wanted.cbBuffer) {
-        result = VFW_E_SIZENOTSET;
-    }
-    return SUCCEEDED(result) ? receiver_->NotifyAllocator(allocator_.Get(), FALSE) : result;
-}
-
-bool ClipSource::OutputPin::Accepts(const AM_MEDIA_TYPE& type) const {
-    return source_.offered_.Matches(type);
-}
-
-void ClipSource::OutputPin::OnDisconnect() {
-    allocator_.Reset();
-    receiver_.Reset();
+    return SUCCEEDED(result) && granted.cbBuffer < wanted.cbBuffer ? VFW_E_SIZENOTSET : result;
 }
 
 HRESULT ClipSource::OnStart() {
-    if (pin_.Peer() == nullptr) {
+    if (pin_.peer == nullptr) {
         return S_OK;
     }
-    const HRESULT result = pin_.Allocator()->Commit();
+    const HRESULT result = pin_.allocator->Commit();
     if (FAILED(result)) {
         return result;
     }
@@ -98,7 +57,7 @@ HRESULT ClipSource::OnStart() {
     try {
         thread_ = std::thread([this] { Stream(); });
     } catch (const std::system_error&) {
-        pin_.Allocator()->Decommit();
+        pin_.allocator->Decommit();
         return E_OUTOFMEMORY;
     }
     return S_OK;
@@ -107,7 +66,7 @@ HRESULT ClipSource::OnStart() {
 void ClipSource::OnStop() {
     aborted_ = true;
     if (thread_.joinable()) {
-        pin_.Allocator()->Decommit();  // frees a thread that waits for a buffer
+        pin_.allocator->Decommit();  // frees a thread that waits for a buffer
         thread_.join();
     }
 }
@@ -115,7 +74,7 @@ void ClipSource::OnStop() {
 void ClipSource::Stream() {
     const ComApartment apartment;
     const long long end = clip_.FrameTime(frames_);
-    pin_.Peer()->NewSegment(0, end, 1.0);
+    pin_.peer->NewSegment(0, end, 1.0);
     for (LONG frame = 0; frame < frames_ && !aborted_; ++frame) {
         current_ = frame;
         const HRESULT result = StreamFrame(frame);
@@ -125,14 +84,14 @@ void ClipSource::Stream() {
             break;
         }
     }
-    pin_.Peer()->EndOfStream();
+    pin_.peer->EndOfStream();
 }
 
 // S_OK to go on. A decoder's refusal of one frame is noted and is no reason to end; S_FALSE (a
 // flush) and VFW_E_WRONG_STATE (the graph stops) are.
 HRESULT ClipSource::StreamFrame(LONG frame) {
     ComPtr<IMediaSample> sample;
-    HRESULT result = pin_.Allocator()->GetBuffer(sample.GetAddressOf(), nullptr, nullptr, 0);
+    HRESULT result = pin_.allocator->GetBuffer(sample.GetAddressOf(), nullptr, nullptr, 0);
     if (SUCCEEDED(result)) {
         result = FillSample(frame, *sample.Get());
     }
@@ -140,7 +99,7 @@ HRESULT ClipSource::StreamFrame(LONG frame) {
         return result;
     }
     const auto start = std::chrono::steady_clock::now();
-    result = pin_.Receiver()->Receive(sample.Get());
+    result = pin_.transport->Receive(sample.Get());
     report_.receiveTime += std::chrono::steady_clock::now() - start;
     ++report_.sent;
     if (FAILED(result) && result != VFW_E_WRONG_STATE) {

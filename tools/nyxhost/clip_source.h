@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "clip_reader.h"
-#include "single_pin_filter.h"
+#include "host/single_pin_filter.h"
 
 namespace nyx::host {
 
@@ -40,7 +40,7 @@ class ClipSource final : public SinglePinFilter {
     IPin* Output() { return &pin_; }
 
     /// The only type that the pin offers.
-    const MediaType& Type() const { return offered_; }
+    const MediaType& Type() const { return pin_.proposals.front(); }
 
     /// The frame being delivered; for code called from within the delivery, in the same thread.
     LONG CurrentFrame() const { return current_; }
@@ -57,40 +57,16 @@ class ClipSource final : public SinglePinFilter {
     void OnStop() override;
 
   private:
-    class OutputPin final : public SinglePin {
-      public:
-        explicit OutputPin(ClipSource& source)
-            : SinglePin(source, PINDIR_OUTPUT, L"Output"), source_(source) {}
-
-        STDMETHODIMP Connect(IPin* receiver, const AM_MEDIA_TYPE* type) override;
-
-        IPin* Peer() const { return peer_.Get(); }
-        IMemInputPin* Receiver() const { return receiver_.Get(); }
-        IMemAllocator* Allocator() const { return allocator_.Get(); }
-
-      protected:
-        std::vector<MediaType> Types() const override { return {source_.offered_}; }
-        bool Accepts(const AM_MEDIA_TYPE& type) const override;
-        void OnDisconnect() override;
-
-      private:
-        HRESULT AgreeOnAllocator();
-
-        ClipSource& source_;
-        ComPtr<IMemInputPin> receiver_;
-        ComPtr<IMemAllocator> allocator_;
-    };
-
     ~ClipSource() override;
 
+    HRESULT AgreeOnAllocator(IMemInputPin& receiver, IMemAllocator** allocator) const;
     void Stream();
     HRESULT StreamFrame(LONG frame);
     HRESULT FillSample(LONG frame, IMediaSample& sample) const;
 
     const ClipReader& clip_;
     LONG frames_;
-    MediaType offered_;
-    OutputPin pin_;
+    SinglePin pin_{this, PINDIR_OUTPUT};
     std::thread thread_;
     std::atomic<LONG> current_{0};
     std::atomic<bool> aborted_{false};

@@ -1,13 +1,9 @@
 #pragma once
 
-#include <objbase.h>
-#include <wrl/client.h>
-
 #include "failure.h"
+#include "host/com.h"
 
 namespace nyx::host {
-
-using Microsoft::WRL::ComPtr;
 
 /// Makes the calling thread a member of the multithreaded apartment for this object's lifetime.
 class ComApartment {

@@ -100,10 +100,8 @@ PictureClip OpenPictures(const EncodeOptions& options) {
 
 /// The AVI's format block: the header of the encoder's output type.
 std::vector<BYTE> FormatBlockOf(const MediaType& type) {
-    const BITMAPINFOHEADER header = ReadVideoFormat(type.View())->header;
-    std::vector<BYTE> block(sizeof(header));
-    std::memcpy(block.data(), &header, sizeof(header));
-    return block;
+    const auto* header = reinterpret_cast<const BYTE*>(&type.Header());
+    return {header, header + sizeof(BITMAPINFOHEADER)};
 }
 
 ExitCode RunEncode(const EncodeOptions& options) {

@@ -6,8 +6,8 @@
 namespace nyx::host {
 namespace {
 
-bool AcceptsAnyVideo(const AM_MEDIA_TYPE& type) {
-    return type.majortype == MEDIATYPE_Video && ReadVideoFormat(type).has_value();
+bool AcceptsAnyVideo(const MediaType& type) {
+    return type.majortype == MEDIATYPE_Video && type.HasPicture();
 }
 
 [[noreturn]] void ExplainRefusal(const EncoderFilter& encoder, const ClipReader& clip,

@@ -2,6 +2,7 @@
 
 #include "clip_graph.h"
 #include "encoder_filter.h"
+#include "picture_format.h"
 
 namespace nyx::host {
 

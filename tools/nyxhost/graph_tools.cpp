@@ -39,8 +39,7 @@ std::string CandidateAnswer(const Candidate& candidate, const MediaType& compres
         return candidate.name + " cannot be created: " + ResultText(created);
     }
     const ComPtr<IPin> input = FindPin(filter.Get(), PINDIR_INPUT);
-    const AM_MEDIA_TYPE view = compressed.View();
-    if (input == nullptr || input->QueryAccept(&view) != S_OK) {
+    if (input == nullptr || input->QueryAccept(&compressed) != S_OK) {
         return candidate.name + " refuses the clip's format";
     }
     return candidate.name + " takes the clip but does not deliver " + formatName;
@@ -80,11 +79,8 @@ ComPtr<IPin> FindPin(IBaseFilter* filter, PIN_DIRECTION direction) {
 
 ComPtr<IBaseFilter> FilterOf(IPin* pin) {
     PIN_INFO info{};
-    ComPtr<IBaseFilter> filter;
-    if (SUCCEEDED(pin->QueryPinInfo(&info))) {
-        filter.Attach(info.pFilter);
-    }
-    return filter;
+    pin->QueryPinInfo(&info);
+    return Adopt(info.pFilter);
 }
 
 std::string FilterName(IBaseFilter* filter) {
@@ -100,9 +96,8 @@ std::string FilterName(IBaseFilter* filter) {
 
 void ExplainFailedConnection(const MediaType& compressed, const std::string& formatName,
                              HRESULT result) {
-    const AM_MEDIA_TYPE view = compressed.View();
-    const std::string code = FourCCText(view.subtype.Data1);
-    const std::vector<Candidate> candidates = FindCandidates(view.subtype);
+    const std::string code = FourCCText(compressed.subtype.Data1);
+    const std::vector<Candidate> candidates = FindCandidates(compressed.subtype);
     if (candidates.empty()) {
         throw Failure(ExitCode::kNoDecoder,
                       "no decoder is registered for \"" + code +

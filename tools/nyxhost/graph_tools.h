@@ -5,7 +5,7 @@
 #include <string>
 
 #include "com.h"
-#include "media_type.h"
+#include "picture_format.h"
 
 namespace nyx::host {
 

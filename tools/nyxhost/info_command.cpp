@@ -1,7 +1,3 @@
-#include <dshow.h>
-
-#include <dvdmedia.h>
-
 #include <CLI/CLI.hpp>
 #include <map>
 #include <nlohmann/json.hpp>
@@ -10,6 +6,7 @@
 #include "commands.h"
 #include "console.h"
 #include "dv_clip.h"
+#include "failure.h"
 #include "playback_report.h"
 #include "text.h"
 
@@ -28,7 +25,8 @@ struct InfoOptions {
 
 /// What the decoder told about one frame.
 struct DecodedFrame {
-    VideoFormat format;
+    VIDEOINFOHEADER2 format{};  ///< zeroes when the type has the short form
+    bool tellsFields = false;   ///< the type has the long form
     bool typeChanged = false;
     bool hasSampleFlags = false;  ///< the sample carries flags of its own
     bool field1First = false;     ///< one of them
@@ -38,7 +36,10 @@ using DecodedFrames = std::map<LONG, DecodedFrame>;
 
 DecodedFrame Look(const ArrivedFrame& frame) {
     DecodedFrame found;
-    found.format = ReadVideoFormat(frame.type.View()).value_or(VideoFormat{});
+    found.tellsFields = frame.type.HasPicture() && frame.type.formattype == FORMAT_VideoInfo2;
+    if (found.tellsFields) {
+        found.format = frame.type.Info2();
+    }
     found.typeChanged = frame.typeChanged;
     ComPtr<IMediaSample2> sample;
     AM_SAMPLE2_PROPERTIES properties{};
@@ -52,14 +53,15 @@ DecodedFrame Look(const ArrivedFrame& frame) {
     return found;
 }
 
-const char* FieldOrderText(const VideoFormat& format) {
-    if (!format.isVideoInfo2) {
+const char* FieldOrderText(const DecodedFrame& frame) {
+    const DWORD flags = frame.format.dwInterlaceFlags;
+    if (!frame.tellsFields) {
         return "untold";
     }
-    if ((format.interlaceFlags & AMINTERLACE_IsInterlaced) == 0) {
+    if ((flags & AMINTERLACE_IsInterlaced) == 0) {
         return "progressive";
     }
-    return (format.interlaceFlags & AMINTERLACE_Field1First) != 0 ? "top first" : "bottom first";
+    return (flags & AMINTERLACE_Field1First) != 0 ? "top first" : "bottom first";
 }
 
 /// Everything that is known about a clip after it was played.
@@ -116,9 +118,10 @@ Json FrameToJson(const Findings& findings, LONG index) {
     const auto entry = findings.decoded.find(index);
     if (entry != findings.decoded.end()) {
         const DecodedFrame& decoded = entry->second;
-        frame["field_order"] = FieldOrderText(decoded.format);
-        frame["interlace_flags"] = decoded.format.interlaceFlags;
-        frame["picture_aspect"] = {decoded.format.aspectX, decoded.format.aspectY};
+        frame["field_order"] = FieldOrderText(decoded);
+        frame["interlace_flags"] = decoded.format.dwInterlaceFlags;
+        frame["picture_aspect"] = {decoded.format.dwPictAspectRatioX,
+                                   decoded.format.dwPictAspectRatioY};
         frame["field1_first"] = decoded.field1First;
         frame["type_changed"] = decoded.typeChanged;
     }
@@ -160,9 +163,9 @@ void PrintFrame(const Findings& findings, LONG index) {
     } else if (entry != findings.decoded.end()) {
         const DecodedFrame& decoded = entry->second;
         const std::string aspect =
-            Format("%lu:%lu", decoded.format.aspectX, decoded.format.aspectY);
-        line += Format("  %-12s 0x%02lX   %-9s %-6s", FieldOrderText(decoded.format),
-                       decoded.format.interlaceFlags, aspect.c_str(),
+            Format("%lu:%lu", decoded.format.dwPictAspectRatioX, decoded.format.dwPictAspectRatioY);
+        line += Format("  %-12s 0x%02lX   %-9s %-6s", FieldOrderText(decoded),
+                       decoded.format.dwInterlaceFlags, aspect.c_str(),
                        !decoded.hasSampleFlags ? "-"
                        : decoded.field1First   ? "set"
                                                : "clear");

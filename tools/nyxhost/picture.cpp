@@ -100,18 +100,17 @@ RowLayout LayoutRows(const PictureFormat& format, UINT width, UINT height, bool 
 }  // namespace
 
 Picture MakePicture(const MediaType& type, const BYTE* data, std::size_t size) {
-    const PictureFormat* format = FindPictureFormat(type.fields.subtype);
-    const auto video = ReadVideoFormat(type.View());
-    if (format == nullptr || !video || video->header.biWidth <= 0 || video->header.biHeight == 0 ||
-        video->header.biHeight == LONG_MIN) {
+    const PictureFormat* format = FindPictureFormat(type.subtype);
+    if (format == nullptr || !type.HasPicture() || type.Header().biWidth <= 0 ||
+        type.Header().biHeight == 0 || type.Header().biHeight == LONG_MIN) {
         throw Failure(ExitCode::kPlatform, "the decoder delivers a picture of an unknown type");
     }
     const bool isYuy2 = format->subtype == &MEDIASUBTYPE_YUY2;
-    const bool bottomUp = video->header.biHeight > 0 && !isYuy2;
+    const bool bottomUp = type.Header().biHeight > 0 && !isYuy2;
 
     Picture picture;
-    picture.width = static_cast<UINT>(video->header.biWidth);
-    picture.height = static_cast<UINT>(std::abs(video->header.biHeight));
+    picture.width = static_cast<UINT>(type.Header().biWidth);
+    picture.height = static_cast<UINT>(std::abs(type.Header().biHeight));
     picture.hasAlpha = format->subtype == &MEDIASUBTYPE_ARGB32;
     const RowLayout rows = LayoutRows(*format, picture.width, picture.height, bottomUp, size);
     const std::size_t outStride = std::size_t{picture.width} * picture.BytesPerPixel();

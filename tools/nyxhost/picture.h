@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "media_type.h"
+#include "picture_format.h"
 
 namespace nyx::host {
 

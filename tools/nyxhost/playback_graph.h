@@ -5,6 +5,7 @@
 
 #include "clip_graph.h"
 #include "one_filter_rule.h"
+#include "picture_format.h"
 
 namespace nyx::host {
 

@@ -2,8 +2,8 @@
 
 #include "clip_reader.h"
 #include "input_file.h"
-#include "media_type.h"
 #include "number_options.h"
+#include "picture_format.h"
 
 namespace nyx::host {
 
