@@ -6,18 +6,22 @@
 
 namespace nyx::test {
 
-/// Calls a standard-call function of 32-bit arguments from a stack that is `offset` bytes (0, 4, 8
-/// or 12) below a 16-byte boundary at the call, as hosts built by other compilers do.
-template <class... Arguments>
-HRESULT CallMisaligned(DWORD offset, const void* function, Arguments... arguments) {
+/// Calls the method in slot `slot` of a COM interface (IUnknown's are 0 to 2), with 32-bit
+/// arguments, from a stack that is `offset` bytes (0, 4, 8 or 12) below a 16-byte boundary at the
+/// call, as hosts built by other compilers do.
+template <class Interface, class... Arguments>
+HRESULT CallMethodMisaligned(DWORD offset, Interface* object, unsigned slot,
+                             Arguments... arguments) {
     static_assert(((sizeof(Arguments) == sizeof(DWORD)) && ...));
-    const DWORD words[] = {[](auto argument) {
-        DWORD word;
-        std::memcpy(&word, &argument, sizeof(word));
-        return word;
-    }(arguments)...};
+    const void* function = (*reinterpret_cast<const void* const* const*>(object))[slot];
+    const auto word = [](auto argument) {
+        DWORD bits;
+        std::memcpy(&bits, &argument, sizeof(bits));
+        return bits;
+    };
+    const DWORD words[] = {word(object), word(arguments)...};
     const DWORD* from = words;
-    DWORD count = sizeof...(arguments);
+    DWORD count = 1 + sizeof...(arguments);
     DWORD result = offset;
     // Cuts the stack to a boundary, lowers it and lays the arguments there.
     asm volatile(
@@ -36,14 +40,6 @@ HRESULT CallMisaligned(DWORD offset, const void* function, Arguments... argument
         : "ebx", "edi", "memory", "cc", "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6",
           "xmm7");
     return static_cast<HRESULT>(result);
-}
-
-/// The same for the method in slot `slot` of a COM interface (IUnknown's are 0 to 2).
-template <class Interface, class... Arguments>
-HRESULT CallMethodMisaligned(DWORD offset, Interface* object, unsigned slot,
-                             Arguments... arguments) {
-    const void* const* table = *reinterpret_cast<const void* const* const*>(object);
-    return CallMisaligned(offset, table[slot], object, arguments...);
 }
 
 }  // namespace nyx::test

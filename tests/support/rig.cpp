@@ -112,7 +112,7 @@ Rig::Rig(const CatalogueRow& filterRow, const Stream& inputStream)
         throw std::runtime_error(std::string("cannot make ") + row.name);
     }
     transport = As<IMemInputPin>(input);
-    filter->JoinFilterGraph(graph.Get(), kNameInGraph);
+    filter->JoinFilterGraph(graph.Get(), L"under test");
 }
 
 Rig::~Rig() {

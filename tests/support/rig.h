@@ -178,8 +178,6 @@ class Graph : public Object<IFilterGraph, IMediaEventSink> {
 /// Everything is public: tests do to the parts what a host may do. Made unconnected and stopped;
 /// stops and disconnects what is left when it goes.
 struct Rig {
-    static constexpr const wchar_t* kNameInGraph = L"under test";
-
     /// Throws std::runtime_error when the filter cannot be made.
     explicit Rig(const CatalogueRow& filterRow) : Rig(filterRow, filterRow.stream) {}
     Rig(const CatalogueRow& filterRow, const Stream& inputStream);
