@@ -356,6 +356,12 @@ TEST_P(Negotiation, AConnectionThatFailsOrEndsLeavesThePeerToItsOwner) {
     ASSERT_EQ(rig.input->Disconnect(), S_OK);
     EXPECT_EQ(rig.source.peer.Get(), rig.input.Get());
     rig.Disconnect();
+    ASSERT_EQ(rig.ConnectInput(), S_OK);
+    ASSERT_EQ(rig.ConnectOutput(), S_OK);
+    ASSERT_EQ(rig.input->Disconnect(), S_OK);
+    EXPECT_EQ(PeerOf(rig.output).Get(), nullptr) << "the output goes with the input";
+    EXPECT_EQ(rig.sink.peer.Get(), nullptr) << "and the peer is told";
+    rig.Disconnect();
     ASSERT_EQ(rig.ConnectInput(row().InputType(row().other)), S_OK);
     for (const MediaType& type : OfferedTypes(rig.output)) {
         EXPECT_EQ(type.Header().biWidth, row().other.width) << "nothing is left of the old one";
