@@ -157,7 +157,7 @@ void CheckRows(const Bytes& picture, LONG pitch, const Bytes& block, const Bytes
                           part = static_cast<int>(i % 4);
                 return static_cast<WORD>(kIndex / 2 == 11 ? 4 * code : std::max(low + part, 0));
             };
-        const auto widened = [](int byte) { return static_cast<WORD>((byte * 1023 + 127) / 255); };
+        const auto widened = [](int code) { return static_cast<WORD>((code * 1023 + 127) / 255); };
         working[2 * i] = word(block[row + x]);
         working[2 * i + 1] = word(block[chroma]);
         alpha[i] = widened(block[512 + row + x]);
