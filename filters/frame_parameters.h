@@ -8,7 +8,7 @@
 
 namespace nyx {
 
-/// A picture aspect ratio; 0:0 when it is not known.
+/// A picture aspect ratio, signs as the frame tells them; 0:0 where the pixel aspect is 0:0.
 struct PictureAspect {
     std::int64_t x;
     std::int64_t y;

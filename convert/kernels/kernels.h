@@ -42,6 +42,14 @@ struct Kernel {
     KernelFunction convertScaled;  ///< stores alpha and transforms colours; null where nothing does
 };
 
+/// The kernel of a source and a destination policy, which know their layouts.
+template <class Reader, class Writer>
+constexpr Kernel KernelOf(std::size_t step, std::size_t window, KernelFunction convert,
+                          KernelFunction convertScaled = nullptr) {
+    return {Reader::kFourCC, Writer::kFourCC, Reader::kBytesPerPixel, Writer::kBytesPerPixel, step,
+            window,          convert,         convertScaled};
+}
+
 extern const Kernel kYuvToRgb8Kernels[10];
 extern const Kernel kYuvToDeepRgbKernels[16];
 extern const Kernel kRgbToYuvKernels[26];

@@ -80,16 +80,8 @@ void Convert(const KernelNumbers& numbers, const BYTE* source, const BYTE*, BYTE
 }
 
 template <class Reader, class Writer>
-constexpr Kernel kRow = {
-    Reader::kFourCC,
-    Writer::kFourCC,
-    Reader::kBytesPerPixel,
-    Writer::kBytesPerPixel,
-    8,
-    4 + Reader::kWindowPixels,
-    Convert<Reader, Writer>,
-    nullptr,
-};
+constexpr Kernel kRow = KernelOf<Reader, Writer>(8, 4 + Reader::kWindowPixels,
+                                                 Convert<Reader, Writer>);
 
 using Bgr3Reader = Rgb8Reader<kBgr3, OrderBgr>;
 using Rgb3Reader = Rgb8Reader<kRgb3, OrderRgb>;

@@ -124,16 +124,9 @@ void ConvertScaled(const KernelNumbers& numbers, const BYTE* source, const BYTE*
 }
 
 template <class Reader, class Writer>
-constexpr Kernel kRow = {
-    Reader::kFourCC,
-    Writer::kFourCC,
-    Reader::kBytesPerPixel,
-    Writer::kBytesPerPixel,
-    4,
-    std::max(Reader::kWindowPixels, Writer::kWindowPixels),
-    Convert<Reader, Writer>,
-    ConvertScaled<Reader, Writer>,
-};
+constexpr Kernel kRow =
+    KernelOf<Reader, Writer>(4, std::max(Reader::kWindowPixels, Writer::kWindowPixels),
+                             Convert<Reader, Writer>, ConvertScaled<Reader, Writer>);
 
 using Writer48rl = WordWriter<k48rl, OrderRgb>;
 using Writer64al = WordWriter<k64al, OrderRgba>;

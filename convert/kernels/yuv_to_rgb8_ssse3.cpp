@@ -83,16 +83,8 @@ void Convert(const KernelNumbers& numbers, const BYTE* source, const BYTE*, BYTE
 }
 
 template <class Reader, class Writer>
-constexpr Kernel kRow = {
-    Reader::kFourCC,
-    Writer::kFourCC,
-    Reader::kBytesPerPixel,
-    Writer::kBytesPerPixel,
-    4,
-    std::max(Reader::kWindowPixels, Writer::kWindowPixels),
-    Convert<Reader, Writer>,
-    nullptr,
-};
+constexpr Kernel kRow = KernelOf<Reader, Writer>(
+    4, std::max(Reader::kWindowPixels, Writer::kWindowPixels), Convert<Reader, Writer>);
 
 using Bgr3Writer = Rgb8Writer<kBgr3, OrderBgr>;
 using Rgb3Writer = Rgb8Writer<kRgb3, OrderRgb>;
