@@ -1,5 +1,5 @@
 # Clips of real material and pictures to hold against: used by scripts/demo and by tests of nyxhost.
-# Needs ffmpeg; wrapping needs a running Wine and $nyxhost, the path of nyxhost.exe.
+# Needs ffmpeg; what runs nyxhost or a stand-in needs a running Wine and $nyxhost, the path of nyxhost.exe.
 
 # No progress, no questions, errors only.
 quiet_ffmpeg() { ffmpeg -nostdin -hide_banner -loglevel error -y "$@"; }
@@ -14,11 +14,6 @@ use_engines() { # [SUBFOLDER]
     export WINEPATH
 }
 use_no_engines() { unset WINEPATH; }
-
-# v210 stores rows in blocks of 48 pixels and 128 bytes.
-v210_frame_bytes() { # WIDTH HEIGHT
-    echo $((($1 + 47) / 48 * 128 * $2))
-}
 
 # The matrix that goes with a size: BT.709 from 960x720 on, else BT.601.
 matrix_of() { # WIDTH HEIGHT
@@ -41,17 +36,49 @@ source_filter() { # KIND WIDTH HEIGHT RATE
     esac
 }
 
-make_v210() { # KIND WIDTH HEIGHT RATE FRAMES FILE
+# 10-bit frames as an AVI under our code, FILE.avi, and alone, FILE.v210.
+make_q210() { # KIND WIDTH HEIGHT RATE FRAMES FILE
     quiet_ffmpeg -f lavfi -i "$(source_filter "$1" "$2" "$3" "$4")" -frames:v "$5" \
         -vf "scale=out_color_matrix=$(matrix_of "$2" "$3"):out_range=tv:out_h_chr_pos=0:flags=accurate_rnd+bicubic,format=yuv422p10le" \
-        -an -c:v v210 -f rawvideo "$6"
+        -c:v v210 -tag:v Q210 -strict unofficial "$6.avi"
+    quiet_ffmpeg -c:v v210 -i "$6.avi" -c copy -f rawvideo "$6.v210"
 }
 
-wrap_q210() { # RAW WIDTH HEIGHT RATE AVI [--info FIELD,X,Y]...
-    local raw=$1 width=$2 height=$3 rate=$4 avi=$5
+# A chunk as it may stand before a frame: tag, length, two words of the codecs' own, the pixel aspect,
+# and the field order (0 top first, 1 bottom first, 2 progressive, -1 not told) as a chunk within.
+info_chunk() { # FIELD ASPECT_X ASPECT_Y
+    local field=
+    [ "$1" = -1 ] || field="FIEL$(words 4 "$1")"
+    printf "INFO$(words $(($1 == -1 ? 16 : 28)) 0 0 "$2" "$3")$field"
+}
+words() { # NUMBER...: little-endian, of 32 bits, as printf takes them
+    local word
+    for word in "$@"; do
+        printf '\\x%02x' $((word & 255)) $((word >> 8 & 255)) $((word >> 16 & 255)) $((word >> 24 & 255))
+    done
+}
+
+# FILE.v210 as an AVI whose frames begin with chunks; each is given as FIELD,X,Y, and they take turns.
+add_info_chunks() { # FILE WIDTH HEIGHT RATE AVI CHUNK...
+    local size=${2}x$3 rate=$4 avi=$5 bytes=$((($2 + 47) / 48 * 128 * $3)) i=0 folder frame chunks
+    folder=$(mktemp -d)
+    split -b $bytes -d -a 3 "$1.v210" "$folder/"
     shift 5
-    run_nyxhost wrap "$raw" "$avi" --fourcc Q210 --bits 20 --size "${width}x$height" \
-        --rate "$rate" --frame-bytes "$(v210_frame_bytes "$width" "$height")" "$@" >/dev/null
+    chunks=("$@")
+    for frame in "$folder"/*; do
+        info_chunk ${chunks[i % $#]//,/ } | cat - "$frame" >"$frame.v210"
+        i=$((i + 1))
+    done
+    frames_to_avi Q210 "$size" "$rate" "$folder/%03d.v210" "$avi"
+    rm -r "$folder"
+}
+
+# Frames, a file each, as an AVI under one of our codes.
+frames_to_avi() { # FOURCC SIZE RATE PATTERN AVI
+    quiet_ffmpeg -loglevel fatal -f image2 -c:v v210 -video_size "$2" -framerate "$3" -i "$4" \
+        -c copy -tag:v "$1" -strict unofficial "$5"
+    # What 10-bit frames have for bits per pixel, in the stream's header.
+    [ "$1" != Q210 ] || printf '\x14' | dd of="$5" bs=1 seek=186 conv=notrunc status=none
 }
 
 # Raw DV as ffmpeg codes it; one thread keeps the two frames of a 720-line pair in turn.
@@ -62,38 +89,25 @@ make_dv() { # KIND WIDTH HEIGHT RATE FRAMES PIXELS FILE
 }
 
 # MPEG-2 intra frames in an AVI for our decoder, WIDTH by HEIGHT in lines as shown of CODED_HEIGHT
-# coded ones; the lines at the top, which nobody shall see, are red. Zero bytes bring all frames to
-# one length, as the standard allows behind a picture. FILE.m2v holds the frames alone.
+# coded ones; the lines at the top, which nobody shall see, are red. FILE.m2v holds the frames alone.
 make_mpeg_intra() { # KIND WIDTH HEIGHT CODED_HEIGHT RATE FRAMES FILE [ENCODER-OPTION...]
-    local kind=$1 width=$2 height=$3 coded=$4 rate=$5 frames=$6 file=$7 folder frame longest=0
+    local kind=$1 width=$2 height=$3 coded=$4 rate=$5 frames=$6 file=$7 folder
     shift 7
     folder=$(mktemp -d)
     quiet_ffmpeg -f lavfi -i "$(source_filter "$kind" "$width" "$height" "$rate")" -frames:v "$frames" \
         -vf "scale=out_color_matrix=$(matrix_of "$width" "$height"):out_range=tv,format=yuv422p,pad=$width:$coded:0:$((coded - height)):red" \
         -c:v mpeg2video -g 1 -q:v 2 -threads 1 "$@" -f image2 -c:v mpeg2video "$folder/%03d.m2v"
-    for frame in "$folder"/*.m2v; do
-        [ "$(stat -c %s "$frame")" -le $longest ] || longest=$(stat -c %s "$frame")
-    done
-    truncate -s "$longest" "$folder"/*.m2v
     cat "$folder"/*.m2v >"$file.m2v"
+    frames_to_avi QMIC "${width}x$height" "$rate" "$folder/%03d.m2v" "$file"
     rm -r "$folder"
-    run_nyxhost wrap "$file.m2v" "$file" --fourcc QMIC --bits 24 --size "${width}x$height" \
-        --rate "$rate" --frame-bytes "$longest" >/dev/null
 }
 
-# What a coding of $engines/standin_encode.exe is made of and goes into: ffmpeg's name for the
-# pictures, the stream's FourCC and its bits.
-standin_coding() { # CODING
+# ffmpeg's name for the pictures that a coding of $engines/standin_encode.exe takes.
+coding_pixels() { # CODING
     case $1 in
-        zeta) echo yuyv422 QZTA 24 ;;
-        zeta-alpha) echo bgra QZTA 32 ;;
-        zeta2) echo yuyv422 QZT2 24 ;;
-        zeta2-alpha) echo bgra QZT2 32 ;;
-        lossless-yuy2) echo yuyv422 QLLC 24 ;;
-        lossless-rgb24) echo bgr24 QLLC 24 ;;
-        lossless-rgb32) echo bgra QLLC 24 ;;
-        lossless-argb32) echo bgra QLLC 32 ;;
-        mpeg2) echo yuyv422 QMIC 24 ;;
+        zeta | zeta2 | lossless-yuy2 | mpeg2) echo yuyv422 ;;
+        lossless-rgb24) echo bgr24 ;;
+        zeta-alpha | zeta2-alpha | lossless-rgb32 | lossless-argb32) echo bgra ;;
         *) die "no such coding: $1" ;;
     esac
 }
@@ -102,7 +116,7 @@ standin_coding() { # CODING
 # right one, by steps of a sixteenth of the width.
 make_pictures() { # KIND WIDTH HEIGHT RATE FRAMES CODING FILE
     local pixels last=null
-    read -r pixels _ _ <<<"$(standin_coding "$6")"
+    pixels=$(coding_pixels "$6")
     [ "$pixels" != yuyv422 ] ||
         last="scale=out_color_matrix=$(matrix_of "$2" "$3"):out_range=tv:out_h_chr_pos=0:flags=accurate_rnd+bicubic"
     [[ $6 != *alpha && $6 != *argb32 ]] ||
@@ -113,13 +127,8 @@ make_pictures() { # KIND WIDTH HEIGHT RATE FRAMES CODING FILE
 
 # A clip of raw pictures, coded by a stand-in engine.
 make_standin_clip() { # CODING WIDTH HEIGHT RATE PICTURES AVI [QUANT [EXTRA-LINES]]
-    local said
-    said=$(wine "$engines/standin_encode.exe" "$1" "${2}x$3" "$5" "$6.frames" "${@:7}" </dev/null |
-        tr -d '\r') || die "no frames of $1: $said"
-    read -r _ fourcc bits <<<"$(standin_coding "$1")"
-    run_nyxhost wrap "$6.frames" "$6" --fourcc "$fourcc" --bits "$bits" --size "${2}x$3" --rate "$4" \
-        --frame-bytes "$(sed -n 's/.* frames of \([0-9]*\) bytes/\1/p' <<<"$said")" >/dev/null
-    rm "$6.frames"
+    wine "$engines/standin_encode.exe" "$1" "${2}x$3" "${@:4}" </dev/null >/dev/null ||
+        die "no frames of $1"
 }
 
 # The PSNR in dB between two files of raw pictures, "inf" when they are the same: the average, or that

@@ -16,12 +16,11 @@ gallery=(
 
 have_open_engines() { [ -e "$engines/../open/rkdvh.dll" ] && [ -e "$engines/../open/rkm2vi01.dll" ]; }
 
-make_gallery_clip() { # HOW CODING WIDTH HEIGHT RATE FOURCC FILE: a clip of two frames
-    local how=$1 coding=$2 width=$3 height=$4 rate=$5 fourcc=$6 file=$7
+make_gallery_clip() { # HOW CODING WIDTH HEIGHT RATE FILE: a clip of two frames
+    local how=$1 coding=$2 width=$3 height=$4 rate=$5 file=$6
     case $how in
         v210)
-            make_v210 natural "$width" "$height" "$rate" 2 "$file.v210"
-            wrap_q210 "$file.v210" "$width" "$height" "$rate" "$file"
+            make_q210 natural "$width" "$height" "$rate" 2 "${file%.avi}"
             ;;
         standin)
             make_pictures natural "$width" "$height" "$rate" 2 "$coding" "$file.raw"
@@ -36,10 +35,7 @@ make_gallery_clip() { # HOW CODING WIDTH HEIGHT RATE FOURCC FILE: a clip of two 
             fi
             ;;
         dv)
-            make_dv natural "$width" "$height" "$rate" 2 "$coding" "$file.dv"
-            run_nyxhost wrap "$file.dv" "$file" --fourcc "$fourcc" --bits 24 \
-                --size "${width}x$height" --rate "$rate" \
-                --frame-bytes $(($(stat -c %s "$file.dv") / 2)) >/dev/null
+            make_dv natural "$width" "$height" "$rate" 2 "$coding" "$file"
             ;;
     esac
 }
@@ -89,7 +85,8 @@ show_gallery() {
         read -r width height rate <<<"$geometry"
         read -r how coding <<<"$how"
         file=$work/gallery-$name.avi
-        make_gallery_clip "$how" "$coding" "$width" "$height" "$rate" "$fourcc" "$file"
+        [ "$how" != dv ] || file=$work/gallery-$name.dv
+        make_gallery_clip "$how" "$coding" "$width" "$height" "$rate" "$file"
         format=yuy2
         [ "$coding" != zeta-alpha ] || format=argb32
         run_nyxhost decode "$file" --format "$format" --out "$out" --raw "$work/samples" >/dev/null ||

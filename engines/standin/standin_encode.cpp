@@ -1,22 +1,23 @@
-// standin_encode: codes raw pictures with a stand-in engine, for clips to play. The frames go to
-// one file, filled up with zero bytes to one length, which the program tells; the decoders take no
-// notice of bytes behind a frame. Looks for the engines as every program does; they lie beside it.
+// standin_encode: codes raw pictures with a stand-in engine into an AVI, for clips to play. Looks
+// for the engines as every program does; they lie beside it.
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
+#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <string>
 
 #include "engines/standin/frame_coder.h"
+#include "host/avi_writer.h"
 
 namespace standin {
 namespace {
 
 constexpr char kUsage[] =
-    "standin_encode CODING WIDTHxHEIGHT PICTURES FRAMES [QUANT [EXTRA]]\n"
+    "standin_encode CODING WIDTHxHEIGHT RATE/SCALE PICTURES AVI [QUANT [EXTRA]]\n"
     "  QUANT  quantiser scale, 1 to 31, 5 when not given\n"
     "  EXTRA  black lines to code above each \"YUY2\" picture, 0 when not given\n"
     "Codings, and the pictures that they take:\n";
@@ -25,6 +26,8 @@ struct Job {
     const Coding* coding;
     LONG width;
     LONG height;
+    LONG rate;  ///< frames per second, over `scale`
+    LONG scale;
     LONG quantScale;
     LONG extraLines;
 };
@@ -42,30 +45,51 @@ LONG Number(const char* text, char** end, LONG least, LONG most) {
     return number;
 }
 
-Job ReadJob(int count, char** words) {
-    Job job = {FindCoding(words[1]), 0, 0, 5, 0};
+/// Two numbers with a sign between them, as in 720x576 and 30000/1001.
+void ReadPair(const char* text, char between, LONG most, LONG* first, LONG* second) {
     char* end = nullptr;
-    job.width = Number(words[2], &end, 2, 16384);
-    if (!job.coding || *end != 'x') {
-        throw std::runtime_error(std::string("unknown coding or size: ") + words[1] + " " +
-                                 words[2]);
+    *first = Number(text, &end, 1, most);
+    if (*end != between) {
+        throw std::runtime_error(std::string("makes no sense: ") + text);
     }
-    job.height = Number(end + 1, &end, 1, 16384);
-    job.quantScale = count > 5 ? Number(words[5], &end, 1, 31) : job.quantScale;
-    job.extraLines = count > 6 ? Number(words[6], &end, 0, 128) : job.extraLines;
+    *second = Number(end + 1, &end, 1, most);
+}
+
+Job ReadJob(int count, char** words) {
+    Job job = {FindCoding(words[1]), 0, 0, 0, 0, 5, 0};
+    char* end = nullptr;
+    if (!job.coding) {
+        throw std::runtime_error(std::string("unknown coding: ") + words[1]);
+    }
+    ReadPair(words[2], 'x', 16384, &job.width, &job.height);
+    ReadPair(words[3], '/', 1000000, &job.rate, &job.scale);
+    job.quantScale = count > 6 ? Number(words[6], &end, 1, 31) : job.quantScale;
+    job.extraLines = count > 7 ? Number(words[7], &end, 0, 128) : job.extraLines;
     if (job.extraLines > 0 && job.coding->sourceBits != 16) {
         throw std::runtime_error("lines can be added above YUY2 pictures only");
     }
     return job;
 }
 
-/// A file of frames that all have the same length.
-struct FrameFile {
-    std::size_t count;
-    std::size_t frameBytes;
-};
+void CheckWritten(HRESULT result) {
+    if (FAILED(result)) {
+        throw std::runtime_error("cannot write the AVI");
+    }
+}
 
-std::vector<std::vector<BYTE>> CodePictures(const Job& job, const char* path) {
+BITMAPINFOHEADER HeaderOf(const Job& job) {
+    BITMAPINFOHEADER header{};
+    header.biSize = sizeof(header);
+    header.biWidth = job.width;
+    header.biHeight = job.height;
+    header.biPlanes = 1;
+    header.biBitCount = job.coding->streamBits;
+    std::memcpy(&header.biCompression, job.coding->fourcc, 4);
+    return header;
+}
+
+/// Codes every picture of a file into the AVI; their number.
+unsigned CodePictures(const Job& job, const char* path, nyx::host::AviWriter* avi) {
     std::ifstream file(path, std::ios::binary);
     const auto rowBytes = static_cast<std::size_t>(job.width * job.coding->sourceBits / 8);
     const std::size_t above = rowBytes * static_cast<std::size_t>(job.extraLines);
@@ -75,33 +99,18 @@ std::vector<std::vector<BYTE>> CodePictures(const Job& job, const char* path) {
         picture[i] = i % 2 == 0 ? 16 : 128;
     }
     const FrameCoder coder(*job.coding);
-    std::vector<std::vector<BYTE>> frames;
-    while (file.read(reinterpret_cast<char*>(picture.data() + above),
-                     static_cast<std::streamsize>(pictureBytes))) {
-        frames.push_back(
-            coder.Code(picture.data(), job.width, job.height + job.extraLines, job.quantScale));
+    unsigned count = 0;
+    for (; file.read(reinterpret_cast<char*>(picture.data() + above),
+                     static_cast<std::streamsize>(pictureBytes));
+         ++count) {
+        const std::vector<BYTE> frame =
+            coder.Code(picture.data(), job.width, job.height + job.extraLines, job.quantScale);
+        CheckWritten(avi->Write(frame.data(), static_cast<LONG>(frame.size())));
     }
-    if (frames.empty() || file.gcount() != 0) {
+    if (count == 0 || file.gcount() != 0) {
         throw std::runtime_error(std::string("no whole number of pictures in ") + path);
     }
-    return frames;
-}
-
-FrameFile WriteFrames(std::vector<std::vector<BYTE>> frames, const char* path) {
-    FrameFile written = {frames.size(), 0};
-    for (const auto& frame : frames) {
-        written.frameBytes = std::max(written.frameBytes, frame.size());
-    }
-    std::ofstream file(path, std::ios::binary);
-    for (auto& frame : frames) {
-        frame.resize(written.frameBytes);
-        file.write(reinterpret_cast<const char*>(frame.data()),
-                   static_cast<std::streamsize>(frame.size()));
-    }
-    if (!file.flush()) {
-        throw std::runtime_error(std::string("cannot write ") + path);
-    }
-    return written;
+    return count;
 }
 
 }  // namespace
@@ -109,7 +118,7 @@ FrameFile WriteFrames(std::vector<std::vector<BYTE>> frames, const char* path) {
 
 int main(int count, char** words) {
     using namespace standin;
-    if (count < 5 || count > 7) {
+    if (count < 6 || count > 8) {
         std::fputs(kUsage, stderr);
         for (const Coding& coding : Codings()) {
             std::fprintf(stderr, "  %-16s %s\n", coding.name, SourceName(coding.sourceBits));
@@ -118,8 +127,12 @@ int main(int count, char** words) {
     }
     try {
         const Job job = ReadJob(count, words);
-        const FrameFile file = WriteFrames(CodePictures(job, words[3]), words[4]);
-        std::printf("%u frames of %u bytes\n", file.count, file.frameBytes);
+        nyx::host::AviWriter avi;
+        CheckWritten(avi.Create(std::filesystem::path(words[5]).wstring(), HeaderOf(job),
+                                static_cast<DWORD>(job.rate), static_cast<DWORD>(job.scale)));
+        const unsigned frames = CodePictures(job, words[4], &avi);
+        CheckWritten(avi.Finish());
+        std::printf("%u frames\n", frames);
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "error: %s\n", failure.what());
         return 2;

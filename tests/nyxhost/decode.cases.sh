@@ -5,8 +5,8 @@
 declare -A bounds=([yuy2]=52 [rgb24]=48 [rgb32]=48)
 compare() { # KIND WIDTH HEIGHT RATE
     local format name=$1-$2
-    make_v210 "$1" "$2" "$3" "$4" 2 "$name.v210"
-    wrap_q210 "$name.v210" "$2" "$3" "$4" "$name.avi" --info 0,1,1
+    make_q210 "$1" "$2" "$3" "$4" 2 "$name"
+    add_info_chunks "$name" "$2" "$3" "$4" "$name.avi" 0,1,1
     for format in yuy2 rgb24 rgb32; do
         run 0 decode "$name.avi" --format "$format" --raw "$format.raw" --out png
         says "decoder: Rokka Q210 Decoder"

@@ -1,7 +1,7 @@
 # What the decoder finds in each frame, through VIDEOINFOHEADER2 and the samples' flags.
 row() { # INDEX BYTES ORDER FLAGS ASPECT FIELD1: a row of the table, whatever its spaces
     checks=$((checks + 1))
-    tr -s ' ' <<<"$said" | grep -qE "^ ?$1 $2 yes $3 $4 $5 $6( new type)? ?\$" ||
+    tr -s ' ' <<<"$said" | grep -qE "^ ?$1 $2 (yes|no) $3 $4 $5 $6( new type)? ?\$" ||
         fail "$last: no row '$*' in: $said"
 }
 # Without chunks the tables of sizes and rates decide; with them each frame tells.

@@ -11,18 +11,17 @@ for way in "" /u ""; do
     [ "$way" != /u ] || run 4 list
 done
 run 0 list
-for text in "Rokka Q210 Decoder" "{3D1F4E99-3ADF-471E-8C1A-B7D678B4A238}" "nyxcodecs.dll (Both)" \
-    "DirectShow filters, merit 0x00800000" "in  video/Q210" "out video/any" "creation  works" \
-    "video compressors, merit 0x00200000" "in  video/YUY2, video/RGB32" \
-    "rkzcore.dll   not found" "creation  fails: E_OUTOFMEMORY"; do
+for text in "nyxcodecs.dll: $(windows_path "$module")" "nyxsource.dll: not registered" \
+    "Rokka Q210 Decoder         {3D1F4E99-3ADF-471E-8C1A-B7D678B4A238}, DirectShow filters" \
+    ", DirectShow filters, video compressors" "works" \
+    "engine missing or too old, rkzcore.dll (not found), rkzalpha.dll (not found)"; do
     says "$text"
 done
 
 use_engines
 run 0 list
-says "rkzcore.dll   1.32.0.0, $(windows_path "$engines")\\rkzcore.dll"
-[[ $said != *fails* ]] || fail "$last: a filter fails with its engine in place: $said"
+[[ $said != *engine* ]] || fail "$last: a filter fails with its engine in place: $said"
 use_engines old
 run 0 list
-says "rkllc.dll     1.20.65535.65535, too old: at least 1.21 is needed"
+says "engine missing or too old, rkllc.dll ($(windows_path "$engines")\old\rkllc.dll)"
 use_no_engines

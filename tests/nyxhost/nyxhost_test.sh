@@ -63,9 +63,8 @@ register() { # register [/u]
 }
 
 # What most cases use: three frames without and with "INFO" chunks.
-make_v210 natural 720 486 30000/1001 3 clip.v210
-wrap_q210 clip.v210 720 486 30000/1001 clip.avi
-wrap_q210 clip.v210 720 486 30000/1001 info.avi --info 1,8,9 --info 0,1,1 --info=-1,0,0
+make_q210 natural 720 486 30000/1001 3 clip
+add_info_chunks clip 720 486 30000/1001 info.avi 1,8,9 0,1,1 -1,0,0
 
 for name in "${cases[@]}"; do
     say "$name"

@@ -22,6 +22,5 @@ void AddDecodeCommand(CLI::App& app, Action& action);
 void AddBenchCommand(CLI::App& app, Action& action);
 void AddEncodeCommand(CLI::App& app, Action& action);
 void AddPropertiesCommand(CLI::App& app, Action& action);
-void AddWrapCommand(CLI::App& app, Action& action);
 
 }  // namespace nyx::host

@@ -1,28 +1,19 @@
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
-#include <cstring>
 #include <optional>
+#include <utility>
 
-#include "avi_writer.h"
 #include "commands.h"
 #include "console.h"
 #include "encode_graph.h"
-#include "number_options.h"
+#include "host/avi_writer.h"
 #include "playback_report.h"
 #include "raw_picture_reader.h"
+#include "settings/quality_presets.h"
 #include "text.h"
 
 namespace nyx::host {
 namespace {
-
-constexpr LONG kCustomPreset = 4;
-
-/// The quality of the presets below the custom one.
-constexpr struct {
-    LONG quantScale;
-    LONG maxStreamSize;
-} kPresets[kCustomPreset] = {{3, 50}, {4, 40}, {5, 30}, {19, 4}};
 
 struct EncodeOptions {
     std::string input;
@@ -30,10 +21,14 @@ struct EncodeOptions {
     std::optional<LONG> preset;
     std::optional<LONG> quantScale;
     std::optional<LONG> maxStreamSize;
-    std::string format;  ///< empty: as the AVI has it
-    std::string size;
-    std::string rate;
+    std::string format;            ///< empty: as the AVI has it
+    std::pair<LONG, LONG> size{};  ///< of raw pictures, zeroes for an AVI
+    std::pair<LONG, LONG> rate{};  ///< theirs: frames per second, a fraction
 };
+
+[[noreturn]] void BadOption(const std::string& what) {
+    throw Failure(ExitCode::kUsage, what);
+}
 
 /// Sets what the user asked for; what he did not ask for stays as the encoder has it.
 void SetQuality(const EncodeOptions& options, const EncoderFilter& encoder) {
@@ -47,8 +42,8 @@ void SetQuality(const EncodeOptions& options, const EncoderFilter& encoder) {
     EncodeParameterBlock block = LiveParameters(encoder);
     block.preset = options.preset.value_or(kCustomPreset);
     if (block.preset != kCustomPreset) {
-        block.quant_scale = kPresets[block.preset].quantScale;
-        block.max_stream_size = kPresets[block.preset].maxStreamSize;
+        block.quant_scale = kQualityPresets[block.preset].quant_scale;
+        block.max_stream_size = kQualityPresets[block.preset].max_stream_size;
     }
     block.quant_scale = options.quantScale.value_or(block.quant_scale);
     block.max_stream_size = options.maxStreamSize.value_or(block.max_stream_size);
@@ -77,16 +72,17 @@ struct PictureClip {
 
 PictureClip OpenPictures(const EncodeOptions& options) {
     const PictureFormat* asked = FindPictureFormat(options.format);
-    if (options.size.empty() != options.rate.empty()) {
+    const auto [width, height] = options.size;
+    if ((width > 0 && height != 0) != (options.rate.first > 0)) {
         BadOption("raw pictures need both --size and --rate");
     }
-    if (!options.size.empty()) {
+    if (width > 0) {
         if (asked == nullptr) {
             BadOption("raw pictures need one of --yuy2, --rgb24, --rgb32 and --argb");
         }
-        return {std::make_unique<RawPictureReader>(options.input, *asked, ReadSize(options.size),
-                                                   ReadRate(options.rate)),
-                asked};
+        return {
+            std::make_unique<RawPictureReader>(options.input, *asked, width, height, options.rate),
+            asked};
     }
     std::unique_ptr<ClipReader> clip = OpenClip(options.input);
     const PictureFormat& found = FormatOf(clip->Header());
@@ -98,10 +94,13 @@ PictureClip OpenPictures(const EncodeOptions& options) {
     return {std::move(clip), asked != nullptr ? asked : &found};
 }
 
-/// The AVI's format block: the header of the encoder's output type.
-std::vector<BYTE> FormatBlockOf(const MediaType& type) {
-    const auto* header = reinterpret_cast<const BYTE*>(&type.Header());
-    return {header, header + sizeof(BITMAPINFOHEADER)};
+/// Ends the command when `result` of writing `path` is a failure.
+void CheckOutput(HRESULT result, const std::string& path) {
+    if (result == HRESULT_FROM_WIN32(ERROR_FILE_TOO_LARGE)) {
+        throw Failure(ExitCode::kTooLarge,
+                      path + " would reach 2^31 bytes; an AVI must stay below that");
+    }
+    Check(result, ("cannot write " + path).c_str(), ExitCode::kOutput);
 }
 
 ExitCode RunEncode(const EncodeOptions& options) {
@@ -110,25 +109,25 @@ ExitCode RunEncode(const EncodeOptions& options) {
     const EncoderFilter encoder = FindEncoder();
     SetQuality(options, encoder);
 
-    std::unique_ptr<AviWriter> avi;
+    AviWriter avi;
     long long bytes = 0;
     EncodeGraph graph(clip, *pictures.format, encoder, [&](const ArrivedFrame& frame) {
         BYTE* data = nullptr;
         Check(frame.sample.GetPointer(&data), "a sample has no memory");
-        avi->Write(data, frame.sample.GetActualDataLength());
+        CheckOutput(avi.Write(data, frame.sample.GetActualDataLength()), options.output);
         bytes += frame.sample.GetActualDataLength();
     });
     Print(options.input + ": " + pictures.format->name + ", " + DescribeClip(clip) + "\n");
     Print("encoder: " + encoder.name + ", " + DescribeParameters(LiveParameters(encoder)) + "\n");
-    avi = std::make_unique<AviWriter>(options.output, FormatBlockOf(graph.ConnectedType()),
-                                      clip.Rate(), clip.Scale(),
-                                      static_cast<DWORD>(clip.LargestFrame()));
+    Check(
+        avi.Create(Wide(options.output), graph.ConnectedType().Header(), clip.Rate(), clip.Scale()),
+        ("cannot create " + options.output).c_str(), ExitCode::kOutput);
     PassResult result;
     {
         Progress progress("encoding", clip.FrameCount());
         result = graph.Play([&progress](LONG done) { progress.Show(done); });
     }
-    avi->Finish();
+    CheckOutput(avi.Finish(), options.output);
 
     Print(
         Format("%ld frames in %.2f s: %.1f frames per second with reading and writing, %.2f ms "
@@ -165,11 +164,11 @@ void AddEncodeCommand(CLI::App& app, Action& action) {
                      "without any of these options the stored quality counts")
         ->check(CLI::Range(0L, kCustomPreset));
     command->add_option("--quant", options->quantScale, "Quantiser, 4 (fine) to 19 (coarse)")
-        ->check(CLI::Range(4L, 19L));
+        ->check(CLI::Range(kQuantScaleRange.low, kQuantScaleRange.high));
     command
         ->add_option("--max-size", options->maxStreamSize,
                      "Most bytes of a frame in percent of a 4:2:2 picture, 4 to 100")
-        ->check(CLI::Range(4L, 100L));
+        ->check(CLI::Range(kMaxStreamSizeRange.low, kMaxStreamSizeRange.high));
     const struct {
         const char* flag;
         const char* format;
@@ -186,11 +185,18 @@ void AddEncodeCommand(CLI::App& app, Action& action) {
             entry.flag, [options, entry] { options->format = entry.format; }, entry.help);
     }
     group->require_option(0, 1);
-    command->add_option("--size", options->size,
-                        "Size of raw pictures, such as 1920x1080; RGB rows go from bottom to top, "
-                        "with a negative height from top to bottom");
-    command->add_option("--rate", options->rate,
-                        "Frames per second of raw pictures, such as 30000/1001");
+    command
+        ->add_option("--size", options->size,
+                     "Size of raw pictures, such as 1920x1080; RGB rows go from bottom to top, "
+                     "with a negative height from top to bottom")
+        ->delimiter('x')
+        ->type_name("SIZE");
+    command
+        ->add_option("--rate", options->rate,
+                     "Frames per second of raw pictures, such as 30000/1001")
+        ->delimiter('/')
+        ->check(CLI::Range(1L, LONG_MAX))
+        ->type_name("RATE");
     command->callback([options, &action] { action = [options] { return RunEncode(*options); }; });
 }
 

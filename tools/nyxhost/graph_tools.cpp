@@ -47,19 +47,24 @@ std::string CandidateAnswer(const Candidate& candidate, const MediaType& compres
 
 }  // namespace
 
-std::string FriendlyName(IMoniker* moniker) {
+std::string MonikerText(IMoniker* moniker, const wchar_t* property) {
     ComPtr<IPropertyBag> bag;
-    std::string name = "a filter without a name";
+    std::string text;
     if (SUCCEEDED(moniker->BindToStorage(nullptr, nullptr, IID_IPropertyBag,
                                          reinterpret_cast<void**>(bag.GetAddressOf())))) {
         VARIANT value;
         VariantInit(&value);
-        if (SUCCEEDED(bag->Read(L"FriendlyName", &value, nullptr)) && value.vt == VT_BSTR) {
-            name = Utf8(std::wstring_view(value.bstrVal, SysStringLen(value.bstrVal)));
+        if (SUCCEEDED(bag->Read(property, &value, nullptr)) && value.vt == VT_BSTR) {
+            text = Utf8(std::wstring_view(value.bstrVal, SysStringLen(value.bstrVal)));
         }
         VariantClear(&value);
     }
-    return name;
+    return text;
+}
+
+std::string FriendlyName(IMoniker* moniker) {
+    const std::string name = MonikerText(moniker, L"FriendlyName");
+    return name.empty() ? "a filter without a name" : name;
 }
 
 ComPtr<IPin> FindPin(IBaseFilter* filter, PIN_DIRECTION direction) {

@@ -12,6 +12,9 @@ namespace nyx::host {
 /// The first pin of `filter` in that direction, or null.
 ComPtr<IPin> FindPin(IBaseFilter* filter, PIN_DIRECTION direction);
 
+/// A text of what a moniker stands for, such as "CLSID"; empty when it has none.
+std::string MonikerText(IMoniker* moniker, const wchar_t* property);
+
 /// The friendly name of what a moniker stands for.
 std::string FriendlyName(IMoniker* moniker);
 

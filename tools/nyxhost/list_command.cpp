@@ -1,92 +1,94 @@
 #include <CLI/CLI.hpp>
 
+#include <array>
+
+#include "com.h"
 #include "commands.h"
 #include "console.h"
-#include "engine_libraries.h"
 #include "module_registry.h"
 #include "text.h"
 
 namespace nyx::host {
 namespace {
 
-/// How the creation of an object went, in words.
-std::string CreationText(HRESULT creation) {
-    if (SUCCEEDED(creation)) {
-        return "works";
+constexpr const char* kModules[] = {"nyxcodecs.dll", "nyxsource.dll"};
+
+/// The closed libraries behind the filters whose name holds a word.
+constexpr struct {
+    const char* word;
+    std::array<const char*, 2> libraries;
+} kEngines[] = {{"Zeta2", {"rkz2core.dll"}},
+                {"Zeta", {"rkzcore.dll", "rkzalpha.dll"}},
+                {"Lossless", {"rkllc.dll"}},
+                {"MPEG2", {"rkm2vi01.dll"}},
+                {"DV", {"rkdvh.dll"}}};
+
+/// Where the system's search order, which is the module's too, finds a library.
+std::string PlaceOf(const char* library) {
+    const HMODULE module = LoadLibraryA(library);
+    if (module == nullptr) {
+        return "not found";
     }
-    std::string text = "fails: " + ResultText(creation);
-    if (creation == E_OUTOFMEMORY) {
-        text += "; the answer too when its engine library is missing or too old";
-    }
-    return text;
+    wchar_t path[MAX_PATH] = {};
+    GetModuleFileNameW(module, path, MAX_PATH);
+    FreeLibrary(module);
+    return Utf8(path);
 }
 
-void PrintClass(const RegisteredClass& entry) {
-    Print(entry.name + "\n");
-    Print("  class     " + GuidText(entry.clsid) + "\n");
-    Print("  server    " + entry.server + " (" + entry.threadingModel + ")\n");
-    if (entry.categories.empty()) {
-        Print("  category  none: an object that is no filter\n");
-    }
-    for (const CategoryEntry& category : entry.categories) {
-        const std::string merit = category.merit ? Format("0x%08lX", *category.merit) : "unknown";
-        Print("  category  " + category.category + ", merit " + merit);
-        Print(category.name == entry.name ? "\n" : ", as \"" + category.name + "\"\n");
-        for (const std::string& pin : category.pins) {
-            Print("            " + pin + "\n");
+/// Why a filter that stands on an engine has none: its libraries and where they are.
+std::string EngineText(const std::string& filter) {
+    for (const auto& [word, libraries] : kEngines) {
+        if (filter.find(word) == std::string::npos) {
+            continue;
         }
+        std::string text = "engine missing or too old";
+        for (const char* library : libraries) {
+            text += library ? std::string(", ") + library + " (" + PlaceOf(library) + ")" : "";
+        }
+        return text;
     }
-    Print("  creation  " + CreationText(entry.creation) + "\n");
+    return {};
 }
 
-void PrintEngine(const FoundEngine& engine) {
-    const EngineLibrary& library = engine.library;
-    std::string text = Format("  %-13s ", library.file);
-    if (engine.path.empty()) {
-        text += engine.result == HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND)
-                    ? "not found"
-                    : "does not load: " + ResultText(engine.result);
-    } else {
-        text += engine.version ? VersionText(*engine.version) : "no version";
-        if (!engine.IsNewEnough()) {
-            text +=
-                ", too old: at least " + MinimumVersionText(library.minimumVersion) + " is needed";
-        }
-        text += ", " + engine.path;
-        if (!engine.description.empty()) {
-            text += " (" + engine.description + ")";
-        }
-    }
-    Print(text + "; for " + library.filters + "\n");
-}
-
-void PrintEngines() {
-    Print("Engine libraries, as this process finds them:\n");
-    for (const FoundEngine& engine : FindEngines()) {
-        PrintEngine(engine);
-    }
+/// What comes of an attempt to create a filter, in words.
+std::string CreationText(const RegisteredFilter& filter) {
+    ComPtr<IUnknown> object;
+    const HRESULT created = CoCreateInstance(filter.clsid, nullptr, CLSCTX_INPROC_SERVER,
+                                             IID_PPV_ARGS(object.GetAddressOf()));
+    const std::string engine = created == E_OUTOFMEMORY ? EngineText(filter.name) : "";
+    return SUCCEEDED(created) ? "works"
+                              : (engine.empty() ? "fails: " + ResultText(created) : engine);
 }
 
 ExitCode RunList() {
-    const std::vector<RegisteredClass> classes = FindModuleClasses();
-    if (classes.empty()) {
-        PrintError("nothing registered: no COM class of this system names " + Utf8(kModuleFile) +
-                   " as its server; run regsvr32 " + Utf8(kModuleFile));
+    std::size_t found = 0;
+    for (const char* module : kModules) {
+        const std::vector<RegisteredFilter> filters = FindFilters(module);
+        found += filters.size();
+        Print(std::string(module) + ": " +
+              (filters.empty() ? std::string("not registered; run regsvr32 ") + module
+                               : filters.front().server) +
+              "\n");
+        for (const RegisteredFilter& filter : filters) {
+            Print(Format("  %-26s %s, ", filter.name.c_str(), GuidText(filter.clsid).c_str()) +
+                  filter.categories + "\n" + Format("  %-26s ", "") + CreationText(filter) + "\n");
+        }
+    }
+    if (found == 0) {
+        PrintError("nothing registered");
         return ExitCode::kNoDecoder;
     }
-    for (const RegisteredClass& entry : classes) {
-        PrintClass(entry);
-    }
-    Print(Format("%zu registered\n", classes.size()));
-    PrintEngines();
     return ExitCode::kOk;
 }
 
 }  // namespace
 
 void AddListCommand(CLI::App& app, Action& action) {
-    CLI::App* command = app.add_subcommand(
-        "list", "Show what the codec module has registered, and which engines it finds");
+    CLI::App* command =
+        app.add_subcommand("list", "Show which filters of ours are registered, and which work");
+    command->footer(
+        "An engine is found beside the application, in the system folders or on the search path "
+        "(PATH; under Wine WINEPATH).");
     command->callback([&action] { action = RunList; });
 }
 

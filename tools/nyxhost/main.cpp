@@ -44,7 +44,6 @@ ExitCode RunProgram(int count, wchar_t** words) {
     AddBenchCommand(app, action);
     AddEncodeCommand(app, action);
     AddPropertiesCommand(app, action);
-    AddWrapCommand(app, action);
 
     std::vector<std::string> arguments;  // the library takes them last one first
     for (int i = count - 1; i > 0; --i) {

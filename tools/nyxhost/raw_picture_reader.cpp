@@ -8,11 +8,11 @@
 
 namespace nyx::host {
 
-RawPictureReader::RawPictureReader(const std::string& path, const PictureFormat& format,
-                                   PictureSize size, FrameRate rate)
+RawPictureReader::RawPictureReader(const std::string& path, const PictureFormat& format, LONG width,
+                                   LONG height, std::pair<LONG, LONG> rate)
     : file_(path) {
-    const long long rows = size.height < 0 ? -1LL * size.height : size.height;
-    const long long rowBytes = 1LL * size.width * format.bits / 8;
+    const long long rows = height < 0 ? -1LL * height : height;
+    const long long rowBytes = 1LL * width * format.bits / 8;
     const long long pictureBytes = rowBytes > LONG_MAX / rows ? LONG_MAX : rowBytes * rows;
     const long long count = file_.Size() / pictureBytes;
     if (count == 0 || file_.Size() % pictureBytes != 0 || count > LONG_MAX) {
@@ -22,8 +22,8 @@ RawPictureReader::RawPictureReader(const std::string& path, const PictureFormat&
     }
     BITMAPINFOHEADER header{};
     header.biSize = sizeof(header);
-    header.biWidth = size.width;
-    header.biHeight = size.height;
+    header.biWidth = width;
+    header.biHeight = height;
     header.biPlanes = 1;
     header.biBitCount = format.bits;
     header.biCompression = format.compression;
@@ -31,7 +31,7 @@ RawPictureReader::RawPictureReader(const std::string& path, const PictureFormat&
     std::vector<BYTE> block(sizeof(header));
     std::memcpy(block.data(), &header, sizeof(header));
     SetFormat(std::move(block));
-    SetRate(rate.rate, rate.scale);
+    SetRate(static_cast<DWORD>(rate.first), static_cast<DWORD>(rate.second));
     SetFrameSizes(
         std::vector<LONG>(static_cast<std::size_t>(count), static_cast<LONG>(pictureBytes)));
 }

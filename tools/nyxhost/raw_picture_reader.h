@@ -1,8 +1,9 @@
 #pragma once
 
+#include <utility>
+
 #include "clip_reader.h"
 #include "input_file.h"
-#include "number_options.h"
 #include "picture_format.h"
 
 namespace nyx::host {
@@ -11,9 +12,10 @@ namespace nyx::host {
 /// to top, or from top to bottom where the height is negative.
 class RawPictureReader final : public ClipReader {
   public:
-    /// Failure kInput when the file cannot be read or holds no whole number of such pictures.
-    RawPictureReader(const std::string& path, const PictureFormat& format, PictureSize size,
-                     FrameRate rate);
+    /// `rate` is frames per second, a fraction. Failure kInput when the file cannot be read or
+    /// holds no whole number of such pictures.
+    RawPictureReader(const std::string& path, const PictureFormat& format, LONG width, LONG height,
+                     std::pair<LONG, LONG> rate);
 
     bool IsKeyFrame(LONG) const override { return true; }
     HRESULT Read(LONG index, void* buffer, LONG capacity, LONG* size) const override;
