@@ -1,12 +1,10 @@
-/// The module as a file, as a COM server and as an entry of the registry.
+/// The module as a COM server and as an entry of the registry.
 
 #include <algorithm>
 #include <cctype>
 #include <fstream>
-#include <set>
 #include <sstream>
 
-#include "platform/fourcc.h"
 #include "tests/support/leaks.h"
 #include "tests/support/registry.h"
 #include "tests/support/rig.h"
@@ -15,50 +13,6 @@
 
 namespace nyx::test {
 namespace {
-
-template <class T>
-const T* At(DWORD address) {
-    return reinterpret_cast<const T*>(reinterpret_cast<const BYTE*>(Module().handle) + address);
-}
-const IMAGE_NT_HEADERS32& Headers() {
-    return *At<IMAGE_NT_HEADERS32>(static_cast<DWORD>(At<IMAGE_DOS_HEADER>(0)->e_lfanew));
-}
-DWORD Directory(int which) {
-    return Headers().OptionalHeader.DataDirectory[which].VirtualAddress;
-}
-std::string Lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
-}
-
-TEST(DllFile, IsAModuleOfTheComEntriesAloneThatNeedsTheSystemAlone) {
-    const auto* exports = At<IMAGE_EXPORT_DIRECTORY>(Directory(IMAGE_DIRECTORY_ENTRY_EXPORT));
-    std::set<std::string> names;
-    for (DWORD i = 0; i < exports->NumberOfNames; ++i) {
-        names.insert(At<char>(At<DWORD>(exports->AddressOfNames)[i]));
-    }
-    names.erase("DllMain");  // the entry point, which may be exported as well
-    EXPECT_EQ(names, (std::set<std::string>{"DllCanUnloadNow", "DllGetClassObject",
-                                            "DllRegisterServer", "DllUnregisterServer"}));
-    const std::set<std::string> system = {
-        "advapi32.dll", "comctl32.dll", "gdi32.dll",  "kernel32.dll", "msvcrt.dll", "ole32.dll",
-        "oleaut32.dll", "psapi.dll",    "user32.dll", "version.dll",  "winmm.dll"};
-    const auto* import = At<IMAGE_IMPORT_DESCRIPTOR>(Directory(IMAGE_DIRECTORY_ENTRY_IMPORT));
-    ASSERT_TRUE(import->Name);
-    for (; import->Name; ++import) {
-        EXPECT_EQ(system.count(Lower(At<char>(import->Name))), 1u) << At<char>(import->Name);
-    }
-    // It may be loaded anywhere and is hardened.
-    const WORD flags = Headers().OptionalHeader.DllCharacteristics;
-    EXPECT_NE(flags & IMAGE_DLLCHARACTERISTICS_DYNAMIC_BASE, 0);
-    EXPECT_NE(flags & IMAGE_DLLCHARACTERISTICS_NX_COMPAT, 0);
-    EXPECT_EQ(Headers().FileHeader.Characteristics & IMAGE_FILE_RELOCS_STRIPPED, 0);
-    EXPECT_NE(Directory(IMAGE_DIRECTORY_ENTRY_BASERELOC), 0u);
-    const std::string words = "*** stack smashing detected ***";  // the protector's last ones
-    const char* const end = At<char>(Headers().OptionalHeader.SizeOfImage);
-    EXPECT_NE(std::search(At<char>(0), end, words.begin(), words.end()), end);
-}
 
 using Server = ComTest;
 
@@ -318,7 +272,10 @@ std::string LogOfHost(const std::wstring& name, const std::string& siblings,
     SetEnvironmentVariableW(L"NYX_PRELOAD_LOG", folder.PathOf(L"log.txt").c_str());
     EXPECT_EQ(_wsystem((L"\"" + folder.PathOf(name) + L"\" " + arguments).c_str()), 0);
     std::ifstream log(folder.path / "log.txt");
-    return Lower({std::istreambuf_iterator<char>(log), {}});
+    std::string text(std::istreambuf_iterator<char>(log), {});
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](char c) { return static_cast<char>(std::tolower(c)); });
+    return text;
 }
 
 TEST(HostPreload, TheNamedHostAloneKeepsTheSiblingsLoadedAndFreesThemInReverse) {

@@ -150,14 +150,21 @@ TEST_P(Negotiation, EnumeratorsFollowTheirRules) {
 const struct StreamShown {
     Stream stream;
     DWORD interlaceFlags, aspectX, aspectY;
-} kStreams[] = {{{1920, 1080, 400000}, 0xA5, 16, 9}, {{1280, 720, 333666}, 0, 16, 9},
-                {{720, 576, 400000}, 0xA1, 4, 3},    {{720, 576, 333667}, 0, 4, 3},
-                {{720, 486, 333666}, 0xA5, 4, 3},    {{720, 480, 333666}, 0xA1, 27, 20},
-                {{856, 480, 333666}, 0xA1, 107, 60}, {{1000, 1000, 400000}, 0, 1, 1},
-                {{1024, 768, 400000}, 0, 4, 3},      {{96, 16, 0x10000061A80}, 0, 6, 1}};
+} kStreams[] = {{{1920, 1080, 400000}, 0xA5, 16, 9},
+                {{1280, 720, 333666}, 0, 16, 9},
+                {{720, 576, 400000}, 0xA1, 4, 3},
+                {{720, 576, 333667}, 0, 4, 3},
+                {{720, 486, 333666}, 0xA5, 4, 3},
+                {{720, 480, 333666}, 0xA1, 27, 20},
+                {{856, 480, 333666}, 0xA1, 107, 60},
+                {{1000, 1000, 400000}, 0, 1, 1},
+                {{1024, 768, 400000}, 0, 4, 3},
+                {{96, 16, 0x10000061A80}, 0, 6, 1},
+                {{720, -480, 333666}, 0xA1, 27, static_cast<DWORD>(-20)}};
 
 class OfferedTypesOf : public RowTest {};
-NYX_FOR_ROWS(OfferedTypesOf, Rows({"Q210Decoder", "ZetaDecoder", "ZetaAlphaDecoder"}));
+NYX_FOR_ROWS(OfferedTypesOf,
+             Rows({"Q210Decoder", "ZetaDecoder", "ZetaAlphaDecoder", "ZetaEncoder"}));
 
 TEST_P(OfferedTypesOf, ComeInTheLongFormFirstAndAreAcceptedAndConnectedToTheByte) {
     const std::size_t count = row().Outputs().size();
@@ -173,12 +180,18 @@ TEST_P(OfferedTypesOf, ComeInTheLongFormFirstAndAreAcceptedAndConnectedToTheByte
         ASSERT_EQ(offered.size(), 2 * count);
         for (std::size_t i = 0; i < offered.size(); ++i) {
             Stream stream = shown.stream;
+            stream.height = std::abs(stream.height);
             stream.block = i < count ? Block::kVideoInfo2 : Block::kVideoInfo;
             MediaType expected = row().OutputType(i % count, stream);
             // The product with the frame's duration, not the quotient, is what is offered.
             const double rate = 1.0 * row().Outputs()[i % count].bits * stream.width *
                                 stream.height * static_cast<double>(stream.frameDuration) * 1e-7;
             expected.Info().dwBitRate = static_cast<DWORD>(static_cast<LONGLONG>(rate));
+            if (row().IsEncoder()) {  // which shows the size of a picture in place of its rate
+                expected.bFixedSizeSamples = FALSE;
+                expected.lSampleSize = 1;  // without meaning here; what a new media type has
+                expected.Info().dwBitRate = expected.Header().biSizeImage;
+            }
             if (i < count) {
                 expected.Info2().dwInterlaceFlags = shown.interlaceFlags;
                 expected.Info2().dwPictAspectRatioX = shown.aspectX;

@@ -6,16 +6,10 @@
 
 int main(int count, char**) {
     const HMODULE module = LoadLibraryW(L"nyxcodecs.dll");
-    if (!module) {
-        return 1;
+    if (count > 1) {
+        return module ? 0 : 1;
     }
-    if (count == 1) {
-        FreeLibrary(module);
-        // A sibling that stayed would go with the process, in the same order.
-        return GetModuleHandleW(L"nyxcodecs.dll") || GetModuleHandleW(L"rkdv5codc.dll") ||
-                       GetModuleHandleW(L"rk210codc.dll")
-                   ? 2
-                   : 0;
-    }
-    return 0;
+    FreeLibrary(module);
+    // A sibling that stayed would go with the process, in the same order.
+    return GetModuleHandleW(L"rkdv5codc.dll") || GetModuleHandleW(L"rk210codc.dll") ? 2 : 0;
 }

@@ -4,33 +4,17 @@
 
 #include <windows.h>
 
-namespace {
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
-HINSTANCE self = nullptr;
-
-void Append(char sign) {
-    char log[MAX_PATH], path[MAX_PATH];
-    GetEnvironmentVariableA("NYX_PRELOAD_LOG", log, MAX_PATH);
-    // The name's last part with the sign in place of the backslash and a line's end behind.
-    DWORD end = GetModuleFileNameA(self, path, MAX_PATH - 1);
-    DWORD start = end;
-    while (start > 0 && path[start] != '\\') {
-        --start;
-    }
-    path[start] = sign;
-    path[end++] = '\n';
-    const HANDLE file = CreateFileA(log, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                    nullptr, OPEN_ALWAYS, 0, nullptr);
-    WriteFile(file, path + start, end - start, &end, nullptr);
-    CloseHandle(file);
-}
-
-}  // namespace
-
-extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
-    self = instance;
+extern "C" BOOL WINAPI DllMain(HINSTANCE self, DWORD reason, LPVOID) {
     if (reason == DLL_PROCESS_ATTACH || reason == DLL_PROCESS_DETACH) {
-        Append(reason == DLL_PROCESS_ATTACH ? '+' : '-');
+        char path[MAX_PATH] = {};
+        GetModuleFileNameA(self, path, MAX_PATH);
+        FILE* const log = std::fopen(std::getenv("NYX_PRELOAD_LOG"), "a");
+        std::fprintf(log, "%c%s\n", reason ? '+' : '-', std::strrchr(path, '\\') + 1);
+        std::fclose(log);
     }
     return TRUE;
 }

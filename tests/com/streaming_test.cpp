@@ -1,13 +1,8 @@
 /// What comes of samples between pause and stop.
 
 #include <climits>
-#include <numeric>
 
-#include "codecs/ten_bit_codec.h"
-#include "filters/decode_sample.h"
-#include "platform/fourcc.h"
 #include "tests/support/frames.h"
-#include "tests/support/guard.h"
 #include "tests/support/leaks.h"
 #include "tests/support/rig.h"
 #include "tests/support/watchdog.h"
@@ -40,16 +35,6 @@ TEST_P(EveryFilter, TurnsFramesIntoEachOfItsFormatsAsDoesItsTwinOnAnotherThread)
 
 class Streaming : public RowTest {
   protected:
-    /// Connects anew, with the suite's own buffers, and pauses.
-    HostileAllocator& Restart(const Lies& lies = {}) {
-        rig.filter->Stop();
-        rig.Disconnect();
-        rig.sink.Forget();
-        HostileAllocator& buffers = rig.OwnAllocator();
-        buffers.lies = lies;
-        rig.Start();
-        return buffers;
-    }
     /// The one sample that arrives when `sample` is pushed.
     Sample Through(const Sample& sample, const Lies& lies = {}) {
         rig.sink.Forget();
@@ -64,13 +49,10 @@ NYX_FOR_ROWS(Streaming, ThreeKinds());
 class Decoding : public Streaming {};
 NYX_FOR_ROWS(Decoding, TwoDecoders());
 
-const Lies kNoSample2 = {false};
-const Lies kNoPointer = {true, E_FAIL};
-const Lies kNullPointer = {true, S_OK, true};
-const Lies kNoLength = {true, S_OK, false, E_NOTIMPL};
-
-Lies Claiming(std::optional<LONG> length) {
-    return {true, S_OK, false, S_OK, length};
+Lies Claiming(LONG length) {
+    Lies lies;
+    lies.length = length;
+    return lies;
 }
 
 TEST_P(Streaming, TimesAndFlagsAreCarriedByAnyKindOfSample) {
@@ -80,24 +62,30 @@ TEST_P(Streaming, TimesAndFlagsAreCarriedByAnyKindOfSample) {
     const Bytes frame = rig.Frame().bytes;
     for (const int buffers : {0, 1, 2}) {  // the platform's, foreign ones, without IMediaSample2
         SCOPED_TRACE(buffers);
-        buffers == 0 ? rig.Start() : void(Restart({buffers == 1}));
-        for (const Lies& input : {Lies{}, kNoSample2}) {
+        if (buffers > 0) {
+            rig.OwnAllocator().lies.sample2 = buffers == 1;
+        }
+        rig.Start();
+        for (const bool sample2 : {true, false}) {
             for (Sample sample : {Sample{frame, {}, {}, 7, true, false, false},
                                   Sample{frame, 20000, {}, 7, true, true, false},
                                   Sample{frame, 20000, 30000, 7, false, true, false},
                                   Sample{frame, -1, 1, 7, true, false, true}}) {
-                const Sample arrived = Through(sample, input);
+                const Sample arrived = Through(sample, {sample2});
                 // The older interface's way carries media times and knows no preroll.
                 buffers == 2 ? void(sample.preroll = false) : sample.mediaStart.reset();
                 EXPECT_EQ(carried(arrived), carried(sample));
                 EXPECT_FALSE(arrived.type);
             }
         }
+        rig.filter->Stop();
+        rig.Disconnect();
     }
 }
 
-TEST_P(Streaming, ASampleThatIsShortOrLiesFailsItsFrameOnly) {
-    HostileAllocator& buffers = Restart();
+TEST_P(Streaming, WhatIsNotAsPromisedFailsItsFrameOnly) {
+    HostileAllocator& buffers = rig.OwnAllocator();
+    rig.Start();
     const Sample whole = rig.Frame();
     const auto size = static_cast<LONG>(whole.bytes.size());
     // What a length claims is true of the buffer too: nothing behind it may be used, whether it is
@@ -106,6 +94,26 @@ TEST_P(Streaming, ASampleThatIsShortOrLiesFailsItsFrameOnly) {
         EXPECT_EQ(rig.Push(whole, Claiming(length)), E_FAIL) << length;
         EXPECT_TRUE(buffers.IsUntouched());
     }
+    // A frame of an encoder may be smaller than the buffer that was agreed on.
+    const LONG room = row().BufferBytes();
+    for (const LONG shorter : {room, room - 1, row().IsEncoder() ? room : 1}) {
+        buffers.shorter = shorter;
+        EXPECT_EQ(rig.Push(), E_FAIL) << shorter;
+        EXPECT_TRUE(buffers.IsUntouched() && buffers.MarginsAreUntouched());
+    }
+    buffers.shorter = 0;
+    for (const DWORD protection :
+         {DWORD{PAGE_READONLY}, DWORD{PAGE_NOACCESS}, DWORD{PAGE_READWRITE | PAGE_GUARD}}) {
+        buffers.protection = protection;
+        EXPECT_EQ(rig.Push(), E_FAIL) << protection;
+    }
+    buffers.protection = PAGE_READWRITE;
+    for (const Lies& noData : {Lies{true, E_FAIL}, Lies{true, S_OK, true}}) {
+        EXPECT_EQ(rig.Push(whole, noData), E_UNEXPECTED);
+        buffers.lies = noData;
+        EXPECT_EQ(rig.Push(), E_UNEXPECTED);
+        buffers.lies = {};
+    }
     EXPECT_EQ(rig.sink.Count(), 0u);
     EXPECT_EQ(rig.graph->Seen().size(), 0u) << "a failed frame raises no event";
     Sample other = whole;
@@ -113,41 +121,14 @@ TEST_P(Streaming, ASampleThatIsShortOrLiesFailsItsFrameOnly) {
     EXPECT_NE(rig.Push(other, Claiming(LONG_MAX)), S_OK);
     other = whole;
     other.bytes.push_back(0xFF);  // the frame then begins at an odd address
-    EXPECT_EQ(Through(other).bytes, Through(whole, Claiming(LONG_MAX)).bytes);
-}
-
-TEST_P(Streaming, ABufferThatIsNotAsAgreedFailsItsFrameOnly) {
-    HostileAllocator& buffers = Restart();
-    const auto picture = Through(rig.Frame()).bytes;
-    // A frame of an encoder may be smaller than the buffer that was agreed on.
-    const LONG size = row().BufferBytes();
-    for (const LONG shorter : {size, size - 1, row().IsEncoder() ? size : 1}) {
-        buffers.shorter = shorter;
-        EXPECT_EQ(rig.Push(), E_FAIL) << shorter;
-        EXPECT_TRUE(buffers.IsUntouched() && buffers.MarginsAreUntouched());
-    }
-    buffers.shorter = 0;
-    for (const int protection : {PAGE_READONLY, PAGE_NOACCESS, PAGE_READWRITE | PAGE_GUARD}) {
-        buffers.protection = static_cast<DWORD>(protection);
-        EXPECT_EQ(rig.Push(), E_FAIL) << protection;
-    }
-    buffers.protection = PAGE_READWRITE;
-    for (const LONG misaligned : {1, 15}) {
+    const Bytes picture = Through(other).bytes;
+    for (const LONG misaligned : {0, 1, 15}) {
         buffers.misaligned = misaligned;
-        EXPECT_EQ(Through(rig.Frame()).bytes, picture) << misaligned;
+        EXPECT_EQ(Through(whole, Claiming(LONG_MAX)).bytes, picture) << misaligned;
         EXPECT_TRUE(buffers.MarginsAreUntouched());
     }
-    buffers.misaligned = 0;
-    for (const Lies& lies : {kNoPointer, kNullPointer}) {
-        Restart();
-        EXPECT_EQ(rig.Push(rig.Frame(), lies), E_UNEXPECTED);
-        Restart(lies);
-        EXPECT_EQ(rig.Push(), E_UNEXPECTED);
-        EXPECT_EQ(rig.sink.Count(), 0u);
-    }
-    Restart(kNoLength);
-    EXPECT_EQ(rig.Push(), S_OK);
-    EXPECT_EQ(rig.sink.Count(), 1u) << "a length that cannot be set stops nothing";
+    buffers.lies.setLengthResult = E_NOTIMPL;
+    Through(whole);  // a length that cannot be set stops nothing
 }
 
 TEST_P(Streaming, DownstreamsAnswersComeBack) {
@@ -197,11 +178,14 @@ TEST_P(Streaming, StopAndFlushLetAWaitingUpstreamThreadGo) {
     // The one buffer of the pool is held here, so Receive must wait for it.
     ComPtr<IMediaSample> held;
     ASSERT_EQ(rig.sink.allocator->GetBuffer(&held, nullptr, nullptr, 0), S_OK);
+    const auto pushOnAThread = [&] {
+        return std::async(std::launch::async, [&] { return rig.Push(); });
+    };
     MustFinish("Stop while Receive waits for a buffer", [&] {
-        std::thread upstream([&] { EXPECT_NE(rig.Push(), S_OK); });
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        auto pushed = pushOnAThread();
+        Sleep(50);
         rig.filter->Stop();
-        upstream.join();
+        EXPECT_NE(pushed.get(), S_OK);
     });
     EXPECT_EQ(rig.sink.Count(), 0u);
     held.Reset();
@@ -216,20 +200,19 @@ TEST_P(Streaming, StopAndFlushLetAWaitingUpstreamThreadGo) {
         return S_FALSE;
     };
     MustFinish("BeginFlush while Receive waits downstream", [&] {
-        std::thread upstream([&] { EXPECT_EQ(rig.Push(), S_FALSE); });
+        auto pushed = pushOnAThread();
         received.get_future().wait();
         EXPECT_EQ(rig.input->BeginFlush(), S_OK);
-        upstream.join();
+        EXPECT_EQ(pushed.get(), S_FALSE);
         EXPECT_EQ(rig.input->EndFlush(), S_OK);
     });
 }
 
 TEST_P(Decoding, ATypeOnDownstreamsBufferChangesTheOutputFromThatFrameOn) {
-    HostileAllocator& buffers = rig.OwnAllocator();
-    buffers.granted =
-        ALLOCATOR_PROPERTIES{1, 4 * (rig.stream.width + 64) * rig.stream.height, 1, 0};
-    rig.Start();
     const LONG width = rig.stream.width;
+    HostileAllocator& buffers = rig.OwnAllocator();
+    buffers.granted = ALLOCATOR_PROPERTIES{1, 4 * (width + 32) * rig.stream.height, 1, 0};
+    rig.Start();
     for (std::size_t i = 0; i < row().Outputs().size(); ++i) {
         for (const LONG wider : {0, 32}) {
             MediaType type = row().OutputType(i);
@@ -257,17 +240,14 @@ TEST_P(Decoding, ATypeOnDownstreamsBufferChangesTheOutputFromThatFrameOn) {
             }
         }
     }
-}
-
-TEST_P(Decoding, AnUnusableTypeOnDownstreamsBufferFailsTheFrame) {
-    HostileAllocator& buffers = Restart();
     std::vector<MediaType> types(6, row().OutputType());
     types[0].ResizeFormat(0);
     types[1].formattype = GUID_NULL;
     types[2].subtype = MEDIASUBTYPE_RGB565;
     types[3].subtype = MEDIASUBTYPE_RGB24;
-    types[4].Header().biWidth += 2;
+    types[4].Header().biWidth = 2 * (width + 32) + 2;  // at two bytes a pixel, past the buffer
     types[5].Header().biWidth = 0x7FFFFFFE;
+    rig.sink.Forget();
     for (const MediaType& type : types) {
         buffers.nextType = type;
         EXPECT_EQ(rig.Push(), E_FAIL);
@@ -278,17 +258,41 @@ TEST_P(Decoding, AnUnusableTypeOnDownstreamsBufferFailsTheFrame) {
     Through(rig.Frame());
 }
 
-class Narrower : public Streaming {};
-NYX_FOR_ROWS(Narrower, Rows({"Q210Decoder"}));
+// dvdmedia.h of the platform: AM_VIDEO_FLAG_FIELD1FIRST and AM_VIDEO_FLAG_WEAVE.
+constexpr DWORD kField1First = 4;
+constexpr DWORD kWeave = 2;
 
-TEST_P(Narrower, ATypeOnAnInputSampleChangesTheInputBeforeTheFrame) {
+/// Of the Q210 decoder, whose streams have any width and whose frames need no engine.
+class OneDecoder : public Streaming {
+  protected:
+    void Start(bool longForm = true, HRESULT dynamic = S_OK) {
+        rig.sink.onDynamicType = [this, dynamic](const MediaType& type) {
+            ++queries;
+            EXPECT_EQ(ConnectionType(rig.output), type) << "downstream may ask while it is asked";
+            return dynamic;
+        };
+        rig.Start(0, longForm ? Block::kVideoInfo2 : Block::kVideoInfo);
+    }
+    /// A frame with chunks: the pixel aspect, and the field code, which is 0 for top first, 1 for
+    /// bottom first, 2 for progressive.
+    Sample Frame(LONG pixelX, LONG pixelY, DWORD fieldCode, DWORD flags = 0) {
+        Sample sample = rig.Frame();
+        sample.bytes = InfoChunk(0, 0, pixelX, pixelY, Chunk("FIEL", {fieldCode})) + sample.bytes;
+        sample.typeFlags = flags;
+        return sample;
+    }
+    int queries = 0;
+};
+NYX_FOR_ROWS(OneDecoder, Rows({"Q210Decoder"}));
+
+TEST_P(OneDecoder, ATypeOnAnInputSampleChangesTheInputBeforeTheFrame) {
     rig.Start();
     const MediaType narrower = row().InputType(row().other);
     ASSERT_EQ(rig.input->QueryAccept(&narrower), S_OK) << "is offered while streaming";
     Sample wide = rig.Frame(), narrow{row().Frame(row().other)};
     wide.type = row().InputType();
     EXPECT_EQ(rig.Push(narrow), E_FAIL) << "too short for the old type";
-    for (const Lies& lies : {Lies{}, kNoSample2}) {
+    for (const Lies& lies : {Lies{}, Lies{false}}) {
         narrow.type = narrower;
         EXPECT_FALSE(Through(narrow, lies).type) << "the output type is not affected";
         EXPECT_EQ(ConnectionType(rig.input), narrower);
@@ -319,102 +323,60 @@ TEST_P(Narrower, ATypeOnAnInputSampleChangesTheInputBeforeTheFrame) {
     asking.join();
 }
 
-// dvdmedia.h of the platform: AM_VIDEO_FLAG_FIELD1FIRST and AM_VIDEO_FLAG_WEAVE.
-constexpr DWORD kField1First = 4;
-constexpr DWORD kWeave = 2;
-
-class FrameParameters : public Streaming {
-  protected:
-    void Start(bool longForm = true, HRESULT dynamic = S_OK) {
-        rig.sink.onDynamicType = [this, dynamic](const MediaType& type) {
-            ++queries;
-            EXPECT_EQ(ConnectionType(rig.output), type) << "downstream may ask while it is asked";
-            return dynamic;
-        };
-        const std::size_t position = longForm ? 0 : row().Outputs().size();
-        ASSERT_EQ(rig.ConnectInput(), S_OK);
-        ASSERT_EQ(rig.ConnectOutput(OfferedTypes(rig.output).at(position)), S_OK);
-        ASSERT_EQ(rig.filter->Pause(), S_OK);
-    }
-    /// A frame with chunks: the pixel aspect, and the field code, which is 0 for top first, 1 for
-    /// bottom first, 2 for progressive.
-    Sample Frame(LONG pixelX, LONG pixelY, DWORD fieldCode, DWORD flags = 0) {
-        Sample sample = rig.Frame();
-        sample.bytes = InfoChunk(0, 0, pixelX, pixelY, Chunk("FIEL", {fieldCode})) + sample.bytes;
-        sample.typeFlags = flags;
-        return sample;
-    }
-    /// The three values that follow the frames.
-    static std::vector<DWORD> Shown(MediaType type) {
-        if (type.formattype != FORMAT_VideoInfo2) {
-            return {};
-        }
-        return {type.Info2().dwInterlaceFlags, type.Info2().dwPictAspectRatioX,
-                type.Info2().dwPictAspectRatioY};
-    }
-    std::vector<DWORD> Expected(DWORD interlaced, LONG pixelX, LONG pixelY) const {
-        const LONGLONG x = LONGLONG{rig.stream.width} * pixelX;
-        const LONGLONG y = LONGLONG{rig.stream.height} * pixelY;
-        const LONGLONG divisor = std::max(std::gcd(x, y), LONGLONG{1});
-        return {interlaced, static_cast<DWORD>(x / divisor), static_cast<DWORD>(y / divisor)};
-    }
-    int queries = 0;
-};
-NYX_FOR_ROWS(FrameParameters, TwoDecoders());
-
-TEST_P(FrameParameters, FollowTheChunksOfTheFrames) {
+TEST_P(OneDecoder, FrameParametersFollowTheChunksOfTheFrames) {
     const struct {
         LONG x, y;
         DWORD code, upstream;  // flags that upstream set
-        DWORD interlaced;
-    } table[] = {
-        {4, 3, 0, kWeave, 0xA5},    {4, 3, 0, 0, 0xA5},         {4, 3, 1, kField1First, 0xA1},
-        {1, 1, 2, kField1First, 0}, {1, 1, 3, kField1First, 0}, {0, 0, 2, 0, 0},
-        {0, 7, 0, 0, 0xA5},         {0x7FFFFFF, -3, 2, 0, 0}};
+        DWORD interlaced;      // this and the picture's aspect are shown
+        LONG aspectX, aspectY;
+    } table[] = {{4, 3, 0, kWeave, 0xA5, 8, 1},
+                 {4, 3, 0, 0, 0xA5, 8, 1},
+                 {4, 3, 1, kField1First, 0xA1, 8, 1},
+                 {1, 1, 2, kField1First, 0, 6, 1},
+                 {1, 1, 3, kField1First, 0, 6, 1},
+                 {0, 0, 2, 0, 0, 0, 0},
+                 {0, 7, 0, 0, 0xA5, 0, 1},
+                 {0x7FFFFFF, -3, 2, 0, 0, 0xFFFFFFE, -1}};
     // Whatever the peer says of the new type, the pin keeps it; the short form is never updated.
     for (const HRESULT answer : {HRESULT{S_OK}, HRESULT{S_FALSE}, HRESULT{E_FAIL}, E_NOTIMPL}) {
         const bool longForm = answer != E_NOTIMPL;
         Start(longForm, answer);
-        MediaType before = ConnectionType(rig.output);
+        MediaType expected = ConnectionType(rig.output);
         for (const auto& c : table) {
             SCOPED_TRACE(testing::Message() << answer << " " << c.x << ":" << c.y << " " << c.code);
-            const auto shown = longForm ? Expected(c.interlaced, c.x, c.y) : Shown(before);
-            const bool changes = Shown(before) != shown;
+            const MediaType before = expected;
+            if (longForm) {
+                expected.Info2().dwInterlaceFlags = c.interlaced;
+                expected.Info2().dwPictAspectRatioX = static_cast<DWORD>(c.aspectX);
+                expected.Info2().dwPictAspectRatioY = static_cast<DWORD>(c.aspectY);
+            }
             const int asked = queries;
             const Sample arrived = Through(Frame(c.x, c.y, c.code, c.upstream));
             EXPECT_EQ(arrived.typeFlags, (c.code == 0 ? kField1First : 0u) | (c.upstream & kWeave));
-            MediaType after = ConnectionType(rig.output);
-            EXPECT_EQ(Shown(after), shown);
+            EXPECT_EQ(ConnectionType(rig.output), expected);
+            const bool changes = !(before == expected);
             EXPECT_EQ(queries - asked, changes ? 1 : 0) << "it is asked once";
-            EXPECT_EQ(arrived.type, changes && !answer ? std::optional(after) : std::nullopt);
-            if (longForm) {
-                before.Info2().dwInterlaceFlags = c.interlaced;
-                before.Info2().dwPictAspectRatioX = shown[1];
-                before.Info2().dwPictAspectRatioY = shown[2];
-            }
-            EXPECT_EQ(after, before) << "only the three values change";
+            EXPECT_EQ(arrived.type, changes && !answer ? std::optional(expected) : std::nullopt);
         }
         rig.filter->Stop();
         rig.Disconnect();
     }
-    rig.OwnAllocator().lies = kNoSample2;
+    rig.OwnAllocator().lies.sample2 = false;
     Start();
     rig.sink.onDynamicType = nullptr;  // a peer without dynamic connections
     EXPECT_FALSE(Through(Frame(4, 3, 0)).type);
-    EXPECT_EQ(Shown(ConnectionType(rig.output)), Expected(0xA5, 4, 3));
+    EXPECT_EQ(ConnectionType(rig.output).Info2().dwPictAspectRatioX, 8u);
 }
 
-TEST_P(FrameParameters, AChangeOnAFrameThatIsNotDeliveredIsAnnouncedWithTheNext) {
+TEST_P(OneDecoder, AChangeOnAFrameThatIsNotDeliveredIsAnnouncedWithTheNext) {
     Start();
-    Through(Frame(4, 3, 0));
-    rig.sink.Forget();
-    Sample lost = Frame(5, 3, 1);
-    lost.bytes.resize(lost.bytes.size() - rig.Frame().bytes.size() / 2);
-    EXPECT_EQ(rig.Push(lost), E_FAIL);
+    Sample cut = Frame(5, 3, 1);
+    cut.bytes.resize(cut.bytes.size() - rig.Frame().bytes.size() / 2);
+    EXPECT_EQ(rig.Push(cut), E_FAIL);
     EXPECT_EQ(rig.sink.Count(), 0u);
     const Sample next = Through(Frame(5, 3, 1));
     ASSERT_TRUE(next.type);
-    EXPECT_EQ(Shown(*next.type), Expected(0xA1, 5, 3));
+    EXPECT_EQ(*next.type, ConnectionType(rig.output));
     EXPECT_FALSE(Through(Frame(5, 3, 1)).type);
     Sample withheld = Frame(7, 3, 1);  // for want of a key frame
     withheld.discontinuity = true;
@@ -449,34 +411,6 @@ TEST_P(Streaming, LongRunsLoseNoMemory) {
         ASSERT_EQ(rig.filter->Stop(), S_OK);
         rig.Disconnect();
     });
-}
-
-int reads = 0;
-LONG CALLBACK NoteAccess(EXCEPTION_POINTERS* fault) {
-    if (fault->ExceptionRecord->ExceptionCode != DWORD{STATUS_GUARD_PAGE_VIOLATION}) {
-        return EXCEPTION_CONTINUE_SEARCH;
-    }
-    reads += fault->ExceptionRecord->ExceptionInformation[0] == 0 ? 1 : 0;
-    return EXCEPTION_CONTINUE_EXECUTION;  // the page is guarded no more
-}
-
-TEST(WriteCombinedOutput, IsWrittenAndNotRead) {
-    CTenBitCodec codec;
-    const GuardedMemory memory(std::size_t{4 * 60 * 64}, 0xA5);
-    const Bytes frame = FlatQ210Frame(48, 64, {502, 512, 512});
-    const BITMAPINFOHEADER input = MakeHeader(FourCC("Q210"), 20, 48, 64, frame.size());
-    const BITMAPINFOHEADER output = MakeHeader(BI_RGB, 32, 60, 64);
-    const DecodeCall call = {&input,        frame.data(),  &output, false,
-                             memory.data(), memory.size(), false};
-    DWORD old = 0;
-    void* const handler = AddVectoredExceptionHandler(1, NoteAccess);
-    VirtualProtect(memory.data(), memory.size(), PAGE_READWRITE | PAGE_GUARD, &old);
-    EXPECT_EQ(DecodePicture(codec, call, true), S_OK);
-    VirtualProtect(memory.data(), memory.size(), PAGE_READWRITE, &old);
-    RemoveVectoredExceptionHandler(handler);
-    EXPECT_EQ(reads, 0) << "the first access to each page tells";
-    EXPECT_EQ(memory.data()[0], 128);
-    EXPECT_EQ(memory.data()[4 * 48], 0xA5) << "what is right of the picture stays";
 }
 
 }  // namespace
