@@ -112,11 +112,7 @@ void ExpectEnumeratorRules(const ComPtr<Enumerator>& items, ULONG count, Free fr
     EXPECT_EQ(items->Next(1, nullptr, nullptr), E_POINTER);
     EXPECT_EQ(items->Clone(nullptr), E_POINTER);
     EXPECT_EQ(items->Next(2, got.data(), nullptr), E_INVALIDARG);
-    EXPECT_EQ(got[0], nullptr);
     next(items.Get(), count + 1, count);
-    next(items.Get(), 1, 0);
-    EXPECT_EQ(items->Reset(), S_OK);
-    EXPECT_EQ(items->Skip(count + 1), S_FALSE);
     EXPECT_EQ(items->Reset(), S_OK);
     next(items.Get(), 1, 1);
     EXPECT_EQ(items->Skip(count - 2), S_OK);
@@ -124,19 +120,17 @@ void ExpectEnumeratorRules(const ComPtr<Enumerator>& items, ULONG count, Free fr
     ASSERT_EQ(items->Clone(&clone), S_OK);
     EXPECT_EQ(clone->Next(1, got.data(), nullptr), S_OK) << "a clone keeps the position";
     free(got[0]);
-    next(clone.Get(), 1, 0);
-    next(items.Get(), 2, 1);
-    EXPECT_EQ(items->Skip(1), S_FALSE);
+    next(clone.Get(), 2, 0);
+    EXPECT_EQ(items->Skip(1), S_OK) << "to the end";
+    EXPECT_EQ(items->Skip(1), S_FALSE) << "and not beyond";
 }
 
 TEST_P(Negotiation, EnumeratorsFollowTheirRules) {
     ComPtr<IEnumPins> pins;
     ASSERT_EQ(rig.filter->EnumPins(&pins), S_OK);
-    IPin* both[2] = {};
-    ULONG given = 0;
-    ASSERT_EQ(pins->Next(2, both, &given), S_OK);
-    EXPECT_EQ(Adopt(both[0]).Get(), rig.input.Get()) << "the input comes first";
-    EXPECT_EQ(Adopt(both[1]).Get(), rig.output.Get());
+    ComPtr<IPin> first;
+    ASSERT_EQ(pins->Next(1, &first, nullptr), S_OK);
+    EXPECT_EQ(first.Get(), rig.input.Get()) << "the input comes first";
     pins->Reset();
     ExpectEnumeratorRules<IPin>(pins, 2, [](IPin* pin) { pin->Release(); });
     ASSERT_EQ(rig.ConnectInput(), S_OK);
@@ -212,14 +206,11 @@ TEST_P(OfferedTypesOf, ComeInTheLongFormFirstAndAreAcceptedAndConnectedToTheByte
 
 TEST_P(Negotiation, ASpoiledInputTypeIsFalseWhenAskedAndAnErrorWhenConnecting) {
     const MediaType whole = row().InputType();
-    std::vector<MediaType> types(5, whole);
+    std::vector<MediaType> types(3, whole);
     types[0].formattype = FORMAT_WaveFormatEx;
-    types[1].formattype = FORMAT_VideoInfo2;  // with the shorter block
-    types[2].ResizeFormat(0);
-    types[3].Header().biBitCount = 0;
-    types[4].Header().biCompression ^= 0x2020;
+    types[1].Header().biBitCount = 0;
+    types[2].Header().biCompression ^= 0x2020;
     for (const MediaType& type : types) {
-        SCOPED_TRACE(&type - &types[0]);
         EXPECT_EQ(rig.input->QueryAccept(&type), S_FALSE);
         EXPECT_EQ(rig.ConnectInput(type), VFW_E_TYPE_NOT_ACCEPTED);
         EXPECT_FALSE(PeerOf(rig.input));
@@ -247,9 +238,17 @@ TEST_P(Negotiation, ASpoiledInputTypeIsFalseWhenAskedAndAnErrorWhenConnecting) {
     EXPECT_EQ(ConnectionType(rig.input), longer);
 }
 
-TEST_P(Decoders, AnOutputTypeIsTakenByKind) {
+TEST_P(Decoders, AnOutputTypeIsTakenByKindAndSizesTheBuffer) {
+    HostileAllocator& own = rig.OwnAllocator();
     ASSERT_EQ(rig.ConnectInput(), S_OK);
-    MediaType type = row().OutputType(1);
+    MediaType type = row().OutputType(2);
+    type.Header().biWidth += 32;
+    for (const LONG sign : {1, -1}) {  // a top-down one asks for the negative product
+        type.Header().biHeight = sign * rig.stream.height;
+        ASSERT_EQ(rig.ConnectOutput(type), S_OK);
+        EXPECT_EQ(own.requested.cbBuffer, sign * PictureBytes(type.Header()));
+        rig.DisconnectOutput();
+    }
     const auto kinds = [&](const GUID& subtype) {
         std::string taken;
         for (const WORD bits : {WORD{16}, WORD{24}, WORD{32}}) {
@@ -366,14 +365,11 @@ TEST_P(Negotiation, AConnectionThatFailsOrEndsLeavesThePeerToItsOwner) {
     ASSERT_EQ(rig.output->Disconnect(), S_OK);
     EXPECT_EQ(rig.sink.peer.Get(), rig.output.Get());
     rig.sink.Disconnect();
-    ASSERT_EQ(rig.input->Disconnect(), S_OK);
-    EXPECT_EQ(rig.source.peer.Get(), rig.input.Get());
-    rig.Disconnect();
-    ASSERT_EQ(rig.ConnectInput(), S_OK);
     ASSERT_EQ(rig.ConnectOutput(), S_OK);
     ASSERT_EQ(rig.input->Disconnect(), S_OK);
+    EXPECT_EQ(rig.source.peer.Get(), rig.input.Get());
     EXPECT_EQ(PeerOf(rig.output).Get(), nullptr) << "the output goes with the input";
-    EXPECT_EQ(rig.sink.peer.Get(), nullptr) << "and the peer is told";
+    EXPECT_EQ(rig.sink.peer.Get(), nullptr) << "and its peer is told";
     rig.Disconnect();
     ASSERT_EQ(rig.ConnectInput(row().InputType(row().other)), S_OK);
     for (const MediaType& type : OfferedTypes(rig.output)) {
@@ -382,8 +378,7 @@ TEST_P(Negotiation, AConnectionThatFailsOrEndsLeavesThePeerToItsOwner) {
     }
 }
 
-using Words = std::array<LONG, 4>;
-Words WordsOf(const ALLOCATOR_PROPERTIES& p) {
+std::array<LONG, 4> WordsOf(const ALLOCATOR_PROPERTIES& p) {
     return {p.cBuffers, p.cbBuffer, p.cbAlign, p.cbPrefix};
 }
 
@@ -393,7 +388,7 @@ TEST_P(Negotiation, AllocatorsAreChosenAndAskedByTheRules) {
     ComPtr<IMemAllocator> first, again;
     ASSERT_EQ(rig.transport->GetAllocator(&first), S_OK);
     ASSERT_EQ(first->GetProperties(&properties), S_OK);
-    EXPECT_EQ(WordsOf(properties), Words{});
+    EXPECT_EQ(WordsOf(properties), WordsOf({}));
     ASSERT_EQ(rig.transport->GetAllocator(&again), S_OK);
     EXPECT_EQ(again.Get(), first.Get());
     const auto told = Make<HostileAllocator>();
@@ -425,7 +420,7 @@ TEST_P(Negotiation, AllocatorsAreChosenAndAskedByTheRules) {
             ASSERT_TRUE(rig.sink.allocator);
             EXPECT_EQ(rig.sink.allocator.Get() == &own, answer.taken) << answer.result;
             EXPECT_FALSE(rig.sink.readOnly);
-            EXPECT_EQ(WordsOf(own.requested), (Words{1, size, i == 1 ? 16 : 1, i == 1 ? 8 : 0}))
+            EXPECT_EQ(WordsOf(own.requested), WordsOf({1, size, i == 1 ? 16 : 1, i == 1 ? 8 : 0}))
                 << "an alignment of 0 is asked as 1";
             ASSERT_EQ(rig.sink.allocator->GetProperties(&properties), S_OK);
             EXPECT_TRUE(answer.taken || (properties.cBuffers == 1 && properties.cbBuffer == size));
@@ -443,19 +438,6 @@ TEST_P(Negotiation, AllocatorsAreChosenAndAskedByTheRules) {
     EXPECT_EQ(get(), S_OK);
     rig.filter->Stop();
     EXPECT_EQ(get(), VFW_E_NOT_COMMITTED);
-}
-
-TEST_P(Decoders, AWiderOutputSizesTheBufferAndATopDownOneAsksForTheNegativeProduct) {
-    HostileAllocator& own = rig.OwnAllocator();
-    ASSERT_EQ(rig.ConnectInput(), S_OK);
-    MediaType type = row().OutputType(2);
-    type.Header().biWidth += 32;
-    for (const LONG sign : {1, -1}) {
-        type.Header().biHeight = sign * rig.stream.height;
-        ASSERT_EQ(rig.ConnectOutput(type), S_OK);
-        EXPECT_EQ(own.requested.cbBuffer, sign * PictureBytes(type.Header()));
-        rig.DisconnectOutput();
-    }
 }
 
 template <class... Results>
