@@ -173,7 +173,11 @@ HRESULT SourcePin::DeliverPicture(const Packet& packet) {
     const HRESULT result =
         DeliverSample(packet.start, packet.stop, static_cast<std::int64_t>(bytes.size()),
                       [bytes](BYTE* to) { std::memcpy(to, bytes.data(), bytes.size()); });
-    return result == E_FAIL ? S_OK : result;  // a damaged frame costs no more than itself
+    if (result == E_FAIL) {  // a damaged frame costs no more than itself
+        m_pFilter->NotifyEvent(EC_STREAM_ERROR_STILLPLAYING, result, 0);
+        return S_OK;
+    }
+    return result;
 }
 
 HRESULT SourcePin::DeliverSound(const Packet& packet) {

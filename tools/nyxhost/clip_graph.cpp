@@ -1,27 +1,43 @@
 #include "clip_graph.h"
 
-#include "graph_tools.h"
+#include <chrono>
+
 #include "interrupt.h"
 #include "text.h"
 
 namespace nyx::host {
 
-ClipGraph::ClipGraph(ClipSource* source, OnFrame onFrame)
+ClipGraph::ClipGraph(OnFrame onFrame)
     : graph_(CreateObject<IGraphBuilder>(CLSID_FilterGraph, "no filter graph")),
-      source_(Adopt(source)),
-      onFrame_(std::move(onFrame)) {
-    Check(graph_->AddFilter(source_.Get(), L"Clip"), "the source does not join the graph");
-}
+      onFrame_(std::move(onFrame)) {}
 
-ComPtr<IPin> ClipGraph::AddOwnSink(FrameSink::Accept accept) {
-    const auto sink = Make<FrameSink>([this](IMediaSample& sample) { Arrive(sample); }, accept);
+ComPtr<IPin> ClipGraph::AddSink(FrameSink::Accept accept,
+                                std::function<void(IMediaSample&)> onSample) {
+    const auto sink = Make<FrameSink>(
+        [this, onSample](IMediaSample& sample) {
+            try {
+                onSample(sample);
+                return !HasThrown();
+            } catch (...) {
+                const std::lock_guard<std::mutex> lock(thrownLock_);
+                thrown_ = std::current_exception();
+                return false;
+            }
+        },
+        std::move(accept));
     Check(graph_->AddFilter(sink.Get(), L"Frame Sink"), "the sink does not join the graph");
     return sink->Input();
 }
 
-void ClipGraph::Complete(IPin* input) {
+ComPtr<IPin> ClipGraph::AddFrameSink(FrameSink::Accept accept) {
+    return AddSink(std::move(accept), [this](IMediaSample& sample) { Arrive(sample); });
+}
+
+void ClipGraph::Complete(IPin* input, LONG first, FrameAt frameAt) {
     connectedType_.Clear();
     Check(input->ConnectionMediaType(&connectedType_), "the graph's end does not tell its type");
+    first_ = first;
+    frameAt_ = std::move(frameAt);
 
     // Without a clock every filter runs as fast as it can and no frame is ever late.
     Check(Query<IMediaFilter>(graph_, "the graph has no media filter")->SetSyncSource(nullptr),
@@ -37,29 +53,30 @@ void ClipGraph::Close() {
     graph_.Reset();
 }
 
+bool ClipGraph::HasThrown() {
+    const std::lock_guard<std::mutex> lock(thrownLock_);
+    return thrown_ != nullptr;
+}
+
 void ClipGraph::Arrive(IMediaSample& sample) {
-    if (thrown_ != nullptr) {
-        return;
+    AM_MEDIA_TYPE* changed = nullptr;
+    const bool typeChanged = sample.GetMediaType(&changed) == S_OK && changed != nullptr;
+    if (typeChanged) {
+        currentType_ = MediaType::Adopt(changed);
     }
-    const auto start = std::chrono::steady_clock::now();
-    try {
-        AM_MEDIA_TYPE* changed = nullptr;
-        const bool typeChanged = sample.GetMediaType(&changed) == S_OK && changed != nullptr;
-        if (typeChanged) {
-            currentType_ = MediaType::Adopt(changed);
-        }
-        ++arrived_;
-        onFrame_({source_->CurrentFrame(), sample, currentType_, typeChanged});
-    } catch (...) {
-        thrown_ = std::current_exception();
-        source_->Abort();
-    }
-    callbackTime_ += std::chrono::steady_clock::now() - start;
+    REFERENCE_TIME start = 0;
+    REFERENCE_TIME stop = 0;
+    Check(sample.GetTime(&start, &stop), "a frame has no time");
+    const LONG index = frameAt_(start);
+    indices_.push_back(index);
+    ++arrived_;
+    onFrame_({index, sample, currentType_, typeChanged});
 }
 
 PassResult ClipGraph::Play(const std::function<void(LONG)>& progress) {
     arrived_ = 0;
-    callbackTime_ = {};
+    indices_.clear();
+    failures_.clear();
     thrown_ = nullptr;
     currentType_ = connectedType_;
 
@@ -76,32 +93,37 @@ PassResult ClipGraph::Play(const std::function<void(LONG)>& progress) {
     }
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
     control->Stop();
-    Check(run, "the graph does not run");
     if (thrown_ != nullptr) {
         std::rethrow_exception(thrown_);
     }
+    Check(run, "the graph does not run");
+    return {arrived_, LostFrames(), elapsed.count()};
+}
 
-    PassResult result;
-    result.source = source_->Report();
-    result.arrived = arrived_;
-    result.seconds = elapsed.count();
-    if (result.source.ended != S_OK) {
-        throw Failure(ExitCode::kInput,
-                      Format("frame %ld could not be played: ", result.source.endedAt) +
-                          ResultText(result.source.ended));
+/// Gaps between the frames that arrived, with what the source said of them; what it said of more
+/// frames than there are gaps, it said of the last ones.
+std::vector<LostFrame> ClipGraph::LostFrames() const {
+    std::vector<LostFrame> lost;
+    const auto lose = [&](LONG index) {
+        lost.push_back({index, lost.size() < failures_.size() ? failures_[lost.size()] : S_OK});
+    };
+    LONG next = first_;
+    for (const LONG index : indices_) {
+        for (; next < index; ++next) {
+            lose(next);
+        }
+        next = index + 1;
     }
-    if (result.source.sent > 0) {
-        const std::chrono::duration<double, std::milli> codec =
-            result.source.receiveTime - callbackTime_;
-        result.codecMsPerFrame = codec.count() / result.source.sent;
+    while (lost.size() < failures_.size()) {
+        lose(next++);
     }
-    return result;
+    return lost;
 }
 
 void ClipGraph::WaitForEnd(const std::function<void(LONG)>& progress) {
     constexpr long kPollMs = 100;
     const auto events = Query<IMediaEvent>(graph_, "the graph has no events", IID_IMediaEvent);
-    for (;;) {
+    while (!HasThrown()) {
         progress(arrived_);
         if (Interrupted()) {
             throw Failure(ExitCode::kInterrupted, "interrupted");
@@ -116,6 +138,9 @@ void ClipGraph::WaitForEnd(const std::function<void(LONG)>& progress) {
         if (code == EC_COMPLETE) {
             progress(arrived_);
             return;
+        }
+        if (code == EC_STREAM_ERROR_STILLPLAYING) {
+            failures_.push_back(static_cast<HRESULT>(first));
         }
         if (code == EC_ERRORABORT || code == EC_STREAM_ERROR_STOPPED) {
             Check(static_cast<HRESULT>(first), "the graph aborted");

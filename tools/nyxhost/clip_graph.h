@@ -4,26 +4,33 @@
 
 #include <exception>
 #include <functional>
+#include <mutex>
+#include <vector>
 
-#include "clip_source.h"
+#include "com.h"
 #include "frame_sink.h"
 
 namespace nyx::host {
 
 /// A frame at the end of the graph.
 struct ArrivedFrame {
-    LONG index;             ///< of the clip's frame that it was made from
+    LONG index;             ///< in the clip
     IMediaSample& sample;   ///< with its data, times and flags
     const MediaType& type;  ///< the type in force for it
     bool typeChanged;       ///< the type came with this very sample
 };
 
+/// A frame that did not arrive.
+struct LostFrame {
+    LONG index;
+    HRESULT result;  ///< what the codec answered, S_OK when it said nothing
+};
+
 /// One pass over the clip.
 struct PassResult {
-    PassReport source;
-    LONG arrived = 0;            ///< frames that reached the end
-    double seconds = 0;          ///< from start to end of stream
-    double codecMsPerFrame = 0;  ///< per frame sent, without reading and without the callback
+    LONG arrived = 0;             ///< frames that reached the end
+    std::vector<LostFrame> lost;  ///< in order
+    double seconds = 0;           ///< from start to end of stream
 };
 
 /// A filter graph that plays a clip through a codec's filter to an end that hands on each frame.
@@ -40,39 +47,49 @@ class ClipGraph {
     /// The type that the graph's end was connected with.
     const MediaType& ConnectedType() const { return connectedType_; }
 
-    /// Plays the clip once from its first frame as fast as it goes. `progress` is called now and
-    /// then in the calling thread with the number of frames arrived so far. Failure kInterrupted,
-    /// kInput for a frame that cannot be read, kPlatform when the graph aborts.
+    /// Plays the clip once as fast as it goes. `progress` is called now and then in the calling
+    /// thread with the number of frames arrived so far. Failure kInterrupted, or kPlatform when the
+    /// graph aborts.
     PassResult Play(const std::function<void(LONG)>& progress);
 
   protected:
-    /// A graph that holds `source` and nothing else yet.
-    ClipGraph(ClipSource* source, OnFrame onFrame);
+    /// The number in the clip of the frame that begins so long after the first one that is played.
+    using FrameAt = std::function<LONG(REFERENCE_TIME)>;
+
+    explicit ClipGraph(OnFrame onFrame);
     ~ClipGraph() { Close(); }
 
-    /// Adds the tool's own sink as the graph's end and gives its pin.
-    ComPtr<IPin> AddOwnSink(FrameSink::Accept accept);
+    /// Adds a sink and gives its pin. `onSample` is called in the streaming thread; what it throws
+    /// ends the pass.
+    ComPtr<IPin> AddSink(FrameSink::Accept accept, std::function<void(IMediaSample&)> onSample);
 
-    /// To be called when the graph's end is connected by its pin `input`.
-    void Complete(IPin* input);
+    /// Adds the sink that the frames go to.
+    ComPtr<IPin> AddFrameSink(FrameSink::Accept accept);
 
-    /// Hands a frame on; for the graph's end, in the streaming thread.
-    void Arrive(IMediaSample& sample);
+    /// To be called when the graph's end is connected by its pin `input`. The first frame played is
+    /// number `first`.
+    void Complete(IPin* input, LONG first, FrameAt frameAt);
 
     /// Stops the graph and lets go of it; what it held without a count may go afterwards.
     void Close();
 
     ComPtr<IGraphBuilder> graph_;
-    ComPtr<ClipSource> source_;
 
   private:
+    void Arrive(IMediaSample& sample);
     void WaitForEnd(const std::function<void(LONG)>& progress);
+    bool HasThrown();
+    std::vector<LostFrame> LostFrames() const;
 
     OnFrame onFrame_;
+    FrameAt frameAt_;
+    LONG first_ = 0;
     MediaType connectedType_;
     MediaType currentType_;
     std::atomic<LONG> arrived_{0};
-    std::chrono::steady_clock::duration callbackTime_{};
+    std::vector<LONG> indices_;      ///< of what arrived
+    std::vector<HRESULT> failures_;  ///< what the source said of frames that were refused
+    std::mutex thrownLock_;
     std::exception_ptr thrown_;
 };
 

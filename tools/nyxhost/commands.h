@@ -19,6 +19,7 @@ using Action = std::function<ExitCode()>;
 void AddListCommand(CLI::App& app, Action& action);
 void AddInfoCommand(CLI::App& app, Action& action);
 void AddDecodeCommand(CLI::App& app, Action& action);
+void AddPlayCommand(CLI::App& app, Action& action);
 void AddBenchCommand(CLI::App& app, Action& action);
 void AddEncodeCommand(CLI::App& app, Action& action);
 void AddPropertiesCommand(CLI::App& app, Action& action);

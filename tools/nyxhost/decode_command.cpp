@@ -9,29 +9,35 @@
 #include "playback_report.h"
 #include "png_writer.h"
 #include "text.h"
+#include "wav_writer.h"
 
 namespace nyx::host {
 namespace {
 
 struct DecodeOptions {
     ClipOptions clip;
-    std::string format = "rgb32";
     std::string folder;
     std::string rawFile;
+    std::string soundFile;
 };
 
 /// Where the frames go: PNG pictures, one file of raw bytes, or both.
 class FrameOutputs {
   public:
     explicit FrameOutputs(const DecodeOptions& options) {
+        const PictureFormat& format = *options.clip.graph.format;
         if (!options.rawFile.empty()) {
             raw_ = std::make_unique<OutputFile>(options.rawFile);
         }
-        if (raw_ == nullptr || !options.folder.empty()) {
+        if (!options.folder.empty() || (raw_ == nullptr && options.soundFile.empty())) {
+            if (format.compression != BI_RGB) {
+                throw Failure(ExitCode::kUsage, "pictures are written from RGB; " +
+                                                    std::string(format.name) + " goes to --raw");
+            }
             const std::string folder = options.folder.empty() ? "." : options.folder;
             MakeFolder(folder);
             const std::filesystem::path clip(Wide(options.clip.path));
-            prefix_ = folder + "\\" + Utf8(clip.stem().wstring()) + "-" + options.format + "-";
+            prefix_ = folder + "\\" + Utf8(clip.stem().wstring()) + "-" + format.name + "-";
             png_ = std::make_unique<PngWriter>();
         }
     }
@@ -58,53 +64,78 @@ class FrameOutputs {
     std::string prefix_;
 };
 
-ExitCode RunDecode(const DecodeOptions& options) {
-    const std::unique_ptr<ClipReader> opened = OpenClip(options.clip.path);
-    const ClipReader& clip = *opened;
-    Print(options.clip.path + ": " + DescribeClip(clip) + "\n");
+/// A WAV file a stream of sound: `file` for the first one, "file-2.wav" and so on for the others.
+std::vector<std::unique_ptr<WavWriter>> TakeSound(PlaybackGraph& graph, const std::string& file) {
+    std::vector<std::unique_ptr<WavWriter>> writers;
+    if (file.empty()) {
+        return writers;
+    }
+    if (graph.Clip().Sound().empty()) {
+        throw Failure(ExitCode::kRefused, "the clip has no sound");
+    }
+    for (const SourceStream& stream : graph.Clip().Sound()) {
+        std::filesystem::path path(Wide(file));
+        if (!writers.empty()) {
+            path.replace_filename(path.stem().wstring() + L"-" +
+                                  std::to_wstring(writers.size() + 1) + path.extension().wstring());
+        }
+        const std::string name = Utf8(path.wstring());
+        writers.push_back(std::make_unique<WavWriter>(name, stream.type));
+        graph.TakeSound(stream, [writer = writers.back().get()](IMediaSample& sample) {
+            writer->Write(sample);
+        });
+        Print("sound: " + name + ", " + DescribeSound(stream.type) + "\n");
+    }
+    return writers;
+}
 
-    PlaybackGraph::Options graphOptions;
-    graphOptions.format = FindPictureFormat(options.format);
-    graphOptions.frames = options.clip.frames;
-    graphOptions.videoInfo2 = options.clip.videoInfo2;
+ExitCode RunDecode(const DecodeOptions& options) {
     std::unique_ptr<FrameOutputs> outputs;
-    PlaybackGraph graph(clip, graphOptions,
+    std::vector<std::unique_ptr<WavWriter>> sound;
+    PlaybackGraph graph(options.clip.path, options.clip.graph,
                         [&outputs](const ArrivedFrame& frame) { outputs->Write(frame); });
-    Print("decoder: " + graph.DecoderName() + ", delivers " + options.format + "\n");
+    Print(options.clip.path + ": " + DescribeVideo(graph.Clip()) + "\n");
+    Print("decoder: " + graph.DecoderName() + ", delivers " + options.clip.graph.format->name +
+          "\n");
     outputs = std::make_unique<FrameOutputs>(options);
+    sound = TakeSound(graph, options.soundFile);
 
     PassResult result;
     {
-        Progress progress("decoding", std::min(options.clip.frames, clip.FrameCount()));
+        Progress progress("decoding", graph.FramesToCome());
         result = graph.Play([&progress](LONG done) { progress.Show(done); });
     }
-    Print(
-        Format("%ld frames in %.2f s: %.1f frames per second with writing, %.2f ms per frame in "
-               "the decoder\n",
-               result.arrived, result.seconds,
-               result.seconds > 0 ? result.arrived / result.seconds : 0.0, result.codecMsPerFrame));
+    for (const std::unique_ptr<WavWriter>& writer : sound) {
+        writer->Finish();
+    }
+    PrintSpeed(result, "with reading and writing");
     if (!outputs->PictureNames().empty()) {
         Print("pictures: " + outputs->PictureNames() + "\n");
     }
-    return ReportFaults(result);
+    return ReportLostFrames(result, "decoded");
 }
 
 }  // namespace
 
 void AddDecodeCommand(CLI::App& app, Action& action) {
     auto options = std::make_shared<DecodeOptions>();
-    CLI::App* command =
-        app.add_subcommand("decode", "Decode a clip through a filter graph to PNG pictures");
+    CLI::App* command = app.add_subcommand(
+        "decode", "Decode a clip through a filter graph to PNG pictures, raw pictures and sound");
     AddClipOptions(*command, options->clip);
-    AddFormatOption(*command, options->format);
+    AddFormatOption(*command, options->clip, "rgb24");
     command
-        ->add_option("--out", options->folder,
-                     "Folder for the pictures (default: the current one, or no pictures when "
-                     "--raw is given)")
+        ->add_option(
+            "--out", options->folder,
+            "Folder for PNG pictures, of any format but yuy2 (default: the current one, or "
+            "no pictures when --raw or --audio is given)")
         ->type_name("DIR");
     command
         ->add_option("--raw", options->rawFile,
                      "File for the samples' exact bytes, one frame after another")
+        ->type_name("FILE");
+    command
+        ->add_option("--audio", options->soundFile,
+                     "WAV file for the sound; further streams of sound go to FILE-2 and so on")
         ->type_name("FILE");
     command->callback([options, &action] { action = [options] { return RunDecode(*options); }; });
 }

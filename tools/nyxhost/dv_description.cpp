@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
 #include <optional>
 
 #include "dv/dif_parser.h"
+#include "text.h"
 
 namespace nyx::host {
 namespace {
@@ -25,13 +25,6 @@ std::optional<unsigned> Digits(unsigned byte, unsigned mask, unsigned least, uns
         return std::nullopt;
     }
     return value;
-}
-
-template <class... Numbers>
-std::string Format(const char* format, Numbers... numbers) {
-    char text[64];
-    std::snprintf(text, sizeof(text), format, numbers...);
-    return text;
 }
 
 const char* VariantName(LONG formatCode) {
@@ -68,10 +61,6 @@ const char* FieldOrderName(LONG fieldOrder) {
     }
 }
 
-std::string Fraction(LONG num, LONG den, char separator) {
-    return Format("%ld%c%ld", static_cast<long>(num), separator, static_cast<long>(den));
-}
-
 /// The nominal aspect: recorded lines are a little wider than the picture they carry, so that the
 /// exact fraction would be 27:20 where people say 4:3.
 const char* PictureAspectName(const FormatRecord& format) {
@@ -81,20 +70,16 @@ const char* PictureAspectName(const FormatRecord& format) {
     return 100 * x < kBetween4By3And16By9 * y ? "4:3" : "16:9";
 }
 
-void DescribePicture(const FormatRecord& format, DvFrameDescription* description) {
+std::string PictureText(const FormatRecord& format) {
     if (format.fourCC == -1) {
-        return;
+        return {};
     }
-    description->variant = VariantName(format.formatCode);
-    description->system = format.systemRate == 60 ? "525/60" : "625/50";
-    description->width = format.codedWidth;
-    description->height = format.codedHeight;
-    description->frameRate = format.frameRateDen == 1
-                                 ? Format("%ld", static_cast<long>(format.frameRateNum))
-                                 : Fraction(format.frameRateNum, format.frameRateDen, '/');
-    description->fieldOrder = FieldOrderName(format.fieldOrder);
-    description->pixelAspect = Fraction(format.pixelAspectX, format.pixelAspectY, ':');
-    description->pictureAspect = PictureAspectName(format);
+    const std::string rate = Format(format.frameRateDen == 1 ? "%ld" : "%ld/%ld",
+                                    long{format.frameRateNum}, long{format.frameRateDen});
+    return Format("%s, %s, %ldx%ld, %s, %s, %s (pixels %ld:%ld)", VariantName(format.formatCode),
+                  format.systemRate == 60 ? "525/60" : "625/50", long{format.codedWidth},
+                  long{format.codedHeight}, rate.c_str(), FieldOrderName(format.fieldOrder),
+                  PictureAspectName(format), long{format.pixelAspectX}, long{format.pixelAspectY});
 }
 
 std::string AudioText(LONG channels, const AudioRecord& record) {
@@ -174,16 +159,21 @@ std::string RecordingDateText(LONG payload) {
 
 }  // namespace
 
-DvFrameDescription DescribeDvFrame(const void* frame, std::size_t size) {
+std::string DescribeDvFrame(const void* frame, std::size_t size) {
     CLvtDifParser parser;
-    DvFrameDescription description;
-    description.recognised = SUCCEEDED(parser.Parse(frame, size));
-    DescribePicture(parser.State().format, &description);
-    description.audio = DescribeAudio(parser.State());
-    description.timecode = TimecodeText(parser.GetTimecodePack());
-    description.recordingDate = RecordingDateText(parser.GetRecDatePack());
-    description.recordingTime = ClockText(parser.GetRecTimePack());
-    return description;
+    std::string text = SUCCEEDED(parser.Parse(frame, size)) ? "" : "not recognised";
+    const auto add = [&text](const std::string& part) {
+        text += (text.empty() || part.empty() ? "" : "; ") + part;
+    };
+    add(PictureText(parser.State().format));
+    add(DescribeAudio(parser.State()));
+    const std::string timecode = TimecodeText(parser.GetTimecodePack());
+    add(timecode.empty() ? "" : "timecode " + timecode);
+    const std::string date = RecordingDateText(parser.GetRecDatePack());
+    const std::string time = ClockText(parser.GetRecTimePack());
+    const std::string gap = date.empty() || time.empty() ? "" : " ";
+    add(date.empty() && time.empty() ? "" : "recorded " + date + gap + time);
+    return text;
 }
 
 }  // namespace nyx::host

@@ -1,5 +1,7 @@
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <cstdlib>
 #include <optional>
 #include <utility>
 
@@ -8,7 +10,7 @@
 #include "encode_graph.h"
 #include "host/avi_writer.h"
 #include "playback_report.h"
-#include "raw_picture_reader.h"
+#include "raw_pictures.h"
 #include "settings/quality_presets.h"
 #include "text.h"
 
@@ -21,8 +23,8 @@ struct EncodeOptions {
     std::optional<LONG> preset;
     std::optional<LONG> quantScale;
     std::optional<LONG> maxStreamSize;
-    std::string format;            ///< empty: as the AVI has it
-    std::pair<LONG, LONG> size{};  ///< of raw pictures, zeroes for an AVI
+    std::string format;            ///< of raw pictures, empty for footage
+    std::pair<LONG, LONG> size{};  ///< theirs
     std::pair<LONG, LONG> rate{};  ///< theirs: frames per second, a fraction
 };
 
@@ -50,48 +52,21 @@ void SetQuality(const EncodeOptions& options, const EncoderFilter& encoder) {
     Check(encoder.parameters->SetParameter(&block, FALSE), "the encoder refuses the quality");
 }
 
-/// The format of an AVI's pictures where the user names none. 32-bit pictures have no alpha unless
-/// he says so.
-const PictureFormat& FormatOf(const BITMAPINFOHEADER& header) {
-    for (const PictureFormat& format : PictureFormats()) {
-        if (format.bits == header.biBitCount && format.compression == header.biCompression) {
-            return format;
-        }
-    }
-    throw Failure(ExitCode::kRefused,
-                  "the clip holds no pictures that can be encoded but " +
-                      FourCCText(header.biCompression) +
-                      Format(" of %u bits; yuy2, rgb24 and argb can be", header.biBitCount));
-}
-
-/// A clip of pictures and what they are.
-struct PictureClip {
-    std::unique_ptr<ClipReader> reader;
-    const PictureFormat* format;
-};
-
-PictureClip OpenPictures(const EncodeOptions& options) {
-    const PictureFormat* asked = FindPictureFormat(options.format);
+std::unique_ptr<EncodeGraph> BuildGraph(const EncodeOptions& options, const EncoderFilter& encoder,
+                                        ClipGraph::OnFrame onFrame) {
+    const PictureFormat* format = FindPictureFormat(options.format);
     const auto [width, height] = options.size;
-    if ((width > 0 && height != 0) != (options.rate.first > 0)) {
-        BadOption("raw pictures need both --size and --rate");
+    const bool raw = width > 0 && height != 0;
+    if (raw != (options.rate.first > 0) || raw != (format != nullptr)) {
+        BadOption(
+            "raw pictures need --size, --rate and one of --yuy2, --rgb24, --rgb32 and --argb");
     }
-    if (width > 0) {
-        if (asked == nullptr) {
-            BadOption("raw pictures need one of --yuy2, --rgb24, --rgb32 and --argb");
-        }
-        return {
-            std::make_unique<RawPictureReader>(options.input, *asked, width, height, options.rate),
-            asked};
+    if (!raw) {
+        return std::make_unique<EncodeGraph>(options.input, encoder, std::move(onFrame));
     }
-    std::unique_ptr<ClipReader> clip = OpenClip(options.input);
-    const PictureFormat& found = FormatOf(clip->Header());
-    if (asked != nullptr &&
-        (asked->bits != found.bits || asked->compression != found.compression)) {
-        throw Failure(ExitCode::kRefused,
-                      options.input + " holds " + found.name + " pictures, not " + asked->name);
-    }
-    return {std::move(clip), asked != nullptr ? asked : &found};
+    return std::make_unique<EncodeGraph>(
+        OpenRawPictures(options.input, *format, width, height, options.rate), encoder,
+        std::move(onFrame));
 }
 
 /// Ends the command when `result` of writing `path` is a failure.
@@ -104,44 +79,39 @@ void CheckOutput(HRESULT result, const std::string& path) {
 }
 
 ExitCode RunEncode(const EncodeOptions& options) {
-    const PictureClip pictures = OpenPictures(options);
-    const ClipReader& clip = *pictures.reader;
     const EncoderFilter encoder = FindEncoder();
     SetQuality(options, encoder);
 
     AviWriter avi;
     long long bytes = 0;
-    EncodeGraph graph(clip, *pictures.format, encoder, [&](const ArrivedFrame& frame) {
+    const auto graph = BuildGraph(options, encoder, [&](const ArrivedFrame& frame) {
         BYTE* data = nullptr;
         Check(frame.sample.GetPointer(&data), "a sample has no memory");
         CheckOutput(avi.Write(data, frame.sample.GetActualDataLength()), options.output);
         bytes += frame.sample.GetActualDataLength();
     });
-    Print(options.input + ": " + pictures.format->name + ", " + DescribeClip(clip) + "\n");
+    Print(options.input + ": " + graph->Description() + "\n");
     Print("encoder: " + encoder.name + ", " + DescribeParameters(LiveParameters(encoder)) + "\n");
-    Check(
-        avi.Create(Wide(options.output), graph.ConnectedType().Header(), clip.Rate(), clip.Scale()),
-        ("cannot create " + options.output).c_str(), ExitCode::kOutput);
+    const auto [frames, seconds] = graph->Rate();
+    const BITMAPINFOHEADER& header = graph->ConnectedType().Header();
+    Check(avi.Create(Wide(options.output), header, static_cast<DWORD>(frames),
+                     static_cast<DWORD>(seconds)),
+          ("cannot create " + options.output).c_str(), ExitCode::kOutput);
     PassResult result;
     {
-        Progress progress("encoding", clip.FrameCount());
-        result = graph.Play([&progress](LONG done) { progress.Show(done); });
+        Progress progress("encoding", graph->FrameCount());
+        result = graph->Play([&progress](LONG done) { progress.Show(done); });
     }
     CheckOutput(avi.Finish(), options.output);
 
-    Print(
-        Format("%ld frames in %.2f s: %.1f frames per second with reading and writing, %.2f ms "
-               "per frame in the encoder\n",
-               result.arrived, result.seconds,
-               result.seconds > 0 ? result.arrived / result.seconds : 0.0, result.codecMsPerFrame));
-    const double pictureBytes = 1.0 * result.arrived * clip.LargestFrame();
+    PrintSpeed(result, "with reading and writing");
+    const double count = std::max<double>(result.arrived, 1);
+    const double mean = static_cast<double>(bytes) / count;
     Print(options.output +
-          Format(": %lld bytes of frames, %.2f Mbit/s, %.1f %% of the pictures\n", bytes,
-                 result.arrived > 0
-                     ? 8e-6 * static_cast<double>(bytes) / result.arrived * FramesPerSecond(clip)
-                     : 0.0,
-                 pictureBytes > 0 ? 100 * static_cast<double>(bytes) / pictureBytes : 0.0));
-    return ReportFaults(result, "encoded");
+          Format(": %lld bytes of frames, %.2f Mbit/s, %.1f %% of 4:2:2 pictures\n", bytes,
+                 8e-6 * mean * frames / seconds,
+                 100 * mean / (2.0 * header.biWidth * std::abs(header.biHeight))));
+    return ReportLostFrames(result, "encoded");
 }
 
 }  // namespace
@@ -149,13 +119,11 @@ ExitCode RunEncode(const EncodeOptions& options) {
 void AddEncodeCommand(CLI::App& app, Action& action) {
     auto options = std::make_shared<EncodeOptions>();
     CLI::App* command = app.add_subcommand(
-        "encode", "Encode a clip of pictures through a filter graph with the Zeta encoder");
+        "encode", "Encode footage or raw pictures through a filter graph with the Zeta encoder");
     command->footer(
         "Zeta is what the module encodes in graphs. DV frames come from its codec interface alone, "
         "for which it offers no encoder filter.");
-    command
-        ->add_option("input", options->input,
-                     "An AVI file of uncompressed pictures, or with --size raw pictures")
+    command->add_option("input", options->input, "A file of footage, or with --size raw pictures")
         ->required();
     command->add_option("output", options->output, "The AVI file to make")->required();
     command
@@ -179,7 +147,7 @@ void AddEncodeCommand(CLI::App& app, Action& action) {
         {"--rgb32", "rgb32", "The pictures are RGB of 32 bits without alpha"},
         {"--argb", "argb32", "The pictures are RGB of 32 bits, the fourth byte alpha"},
     };
-    CLI::Option_group* group = command->add_option_group("pictures", "What the pictures are");
+    CLI::Option_group* group = command->add_option_group("pictures", "What raw pictures are");
     for (const auto& entry : formats) {
         group->add_flag_callback(
             entry.flag, [options, entry] { options->format = entry.format; }, entry.help);

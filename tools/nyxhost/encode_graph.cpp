@@ -1,22 +1,28 @@
 #include "encode_graph.h"
 
 #include "graph_tools.h"
+#include "picture_format.h"
 #include "text.h"
 
 namespace nyx::host {
 namespace {
 
-bool AcceptsAnyVideo(const MediaType& type) {
+bool IsAnyVideo(const MediaType& type) {
     return type.majortype == MEDIATYPE_Video && type.HasPicture();
 }
 
-[[noreturn]] void ExplainRefusal(const EncoderFilter& encoder, const ClipReader& clip,
-                                 const PictureFormat& format, HRESULT result) {
+std::string NameOf(const MediaType& type) {
+    const PictureFormat* format = FindPictureFormat(type.subtype);
+    return format != nullptr ? format->name : FourCCText(type.subtype.Data1);
+}
+
+[[noreturn]] void ExplainRefusal(const EncoderFilter& encoder, const MediaType& type,
+                                 HRESULT result) {
     std::string message =
-        encoder.name + " refuses " + format.name +
-        Format(" pictures of %ldx%ld: ", clip.Header().biWidth, clip.Header().biHeight) +
+        encoder.name + " refuses " + NameOf(type) +
+        Format(" pictures of %ldx%ld: ", type.Header().biWidth, type.Header().biHeight) +
         ResultText(result);
-    if (*format.subtype == MEDIASUBTYPE_RGB32) {
+    if (type.subtype == MEDIASUBTYPE_RGB32) {
         message +=
             "\n  it takes 32-bit pictures only with alpha: --argb encodes the fourth byte as alpha;"
             "\n  pictures of 24 bits (--rgb24) and 4:2:2 pictures (--yuy2) are taken as they are";
@@ -26,22 +32,41 @@ bool AcceptsAnyVideo(const MediaType& type) {
 
 }  // namespace
 
-EncodeGraph::EncodeGraph(const ClipReader& clip, const PictureFormat& format,
-                         const EncoderFilter& encoder, OnFrame onFrame)
-    : ClipGraph(new ClipSource(clip, clip.FrameCount(),
-                               PictureVideoType(clip.FormatBlock(), clip.FrameTime(1), format)),
-                std::move(onFrame)) {
+ComPtr<IPin> EncodeGraph::Connect(IPin* from, const MediaType& type, const EncoderFilter& encoder) {
     Check(graph_->AddFilter(encoder.filter.Get(), L"Encoder"), "the encoder does not join");
-    const HRESULT taken = graph_->ConnectDirect(
-        source_->Output(), FindPin(encoder.filter.Get(), PINDIR_INPUT).Get(), nullptr);
+    const ComPtr<IPin> end = AddFrameSink(IsAnyVideo);
+    const ComPtr<IPin> input = FindPin(encoder.filter.Get(), PINDIR_INPUT);
+    rule_.ApplyTo(graph_.Get());
+    const HRESULT taken = footage_ ? graph_->Connect(from, input.Get())
+                                   : graph_->ConnectDirect(from, input.Get(), nullptr);
     if (FAILED(taken)) {
-        ExplainRefusal(encoder, clip, format, taken);
+        ExplainRefusal(encoder, type, taken);
     }
-    const ComPtr<IPin> end = AddOwnSink(AcceptsAnyVideo);
     Check(graph_->ConnectDirect(FindPin(encoder.filter.Get(), PINDIR_OUTPUT).Get(), end.Get(),
                                 nullptr),
           "the encoder's output does not connect");
-    Complete(end.Get());
+    return end;
+}
+
+EncodeGraph::EncodeGraph(const FrameList& pictures, const EncoderFilter& encoder, OnFrame onFrame)
+    : ClipGraph(std::move(onFrame)), rate_(pictures.rate), count_(pictures.count) {
+    const auto source = Make<FrameSource>(pictures);
+    Check(graph_->AddFilter(source.Get(), L"Pictures"), "the source does not join the graph");
+    const BITMAPINFOHEADER& header = pictures.type.Header();
+    description_ = NameOf(pictures.type) +
+                   Format(", %ldx%ld, %ld frames", header.biWidth, header.biHeight, pictures.count);
+    const ComPtr<IPin> end = Connect(source->Output(), pictures.type, encoder);
+    Complete(end.Get(), 0, [pictures](REFERENCE_TIME start) { return pictures.FrameAt(start); });
+}
+
+EncodeGraph::EncodeGraph(const std::string& path, const EncoderFilter& encoder, OnFrame onFrame)
+    : ClipGraph(std::move(onFrame)), footage_(std::make_unique<Footage>(graph_.Get(), path)) {
+    const SourceStream& video = footage_->Video();
+    rate_ = RateOf(video.type);
+    count_ = footage_->FrameCount();
+    description_ = DescribeVideo(*footage_);
+    const ComPtr<IPin> end = Connect(video.pin.Get(), video.type, encoder);
+    Complete(end.Get(), 0, [this](REFERENCE_TIME start) { return footage_->FrameAt(start); });
 }
 
 }  // namespace nyx::host

@@ -2,17 +2,37 @@
 
 #include "clip_graph.h"
 #include "encoder_filter.h"
-#include "picture_format.h"
+#include "footage.h"
+#include "frame_source.h"
+#include "one_filter_rule.h"
 
 namespace nyx::host {
 
-/// A filter graph that compresses a clip of pictures: source -> encoder -> the tool's own sink.
+/// A filter graph that compresses pictures: source -> encoder -> the tool's own sink, with a
+/// decoder between for footage.
 class EncodeGraph final : public ClipGraph {
   public:
-    /// Builds the graph over `clip`, which must outlive it and whose pictures are of `format`.
-    /// Failure kRefused when the encoder does not take them, kPlatform otherwise.
-    EncodeGraph(const ClipReader& clip, const PictureFormat& format, const EncoderFilter& encoder,
-                OnFrame onFrame);
+    /// Builds the graph over raw pictures, or over the file of footage `path`. Failure kRefused
+    /// when the encoder does not take them, kPlatform otherwise, and those of Footage.
+    EncodeGraph(const FrameList& pictures, const EncoderFilter& encoder, OnFrame onFrame);
+    EncodeGraph(const std::string& path, const EncoderFilter& encoder, OnFrame onFrame);
+    ~EncodeGraph() { Close(); }
+
+    /// What is encoded, in words; its rate, frames per second; and how many frames there are.
+    const std::string& Description() const { return description_; }
+    std::pair<LONG, LONG> Rate() const { return rate_; }
+    LONG FrameCount() const { return count_; }
+
+  private:
+    /// Connects `from`, which offers `type`, to the encoder and that to the sink, whose pin it
+    /// gives.
+    ComPtr<IPin> Connect(IPin* from, const MediaType& type, const EncoderFilter& encoder);
+
+    OneFilterRule rule_;
+    std::unique_ptr<Footage> footage_;
+    std::string description_;
+    std::pair<LONG, LONG> rate_;
+    LONG count_;
 };
 
 }  // namespace nyx::host

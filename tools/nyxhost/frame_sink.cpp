@@ -4,7 +4,7 @@
 
 namespace nyx::host {
 
-bool AcceptsPictures(const MediaType& type) {
+bool IsPicture(const MediaType& type) {
     return type.majortype == MEDIATYPE_Video && FindPictureFormat(type.subtype) != nullptr &&
            type.HasPicture();
 }
@@ -16,8 +16,7 @@ FrameSink::FrameSink(OnFrame onFrame, Accept accept) {
         if (State() == State_Stopped) {
             return VFW_E_WRONG_STATE;
         }
-        onFrame(*sample);
-        return S_OK;
+        return onFrame(*sample) ? S_OK : S_FALSE;
     };
     pin_.onEndOfStream = [this] {
         {

@@ -6,19 +6,20 @@
 
 namespace nyx::host {
 
-/// What a graph that ends in pictures accepts: every uncompressed format that the tool knows.
-bool AcceptsPictures(const MediaType& type);
+/// Whether a type is of an uncompressed format that the tool knows.
+bool IsPicture(const MediaType& type);
 
 /// The end of a graph that looks at each frame with the type that it came with. Unlike
 /// the platform's sample grabber it takes VIDEOINFOHEADER2, which alone carries field order and
 /// picture aspect, and it follows type changes while streaming.
 class FrameSink final : public SinglePinFilter, public IAMFilterMiscFlags {
   public:
-    /// Called for each frame in the streaming thread; must not throw.
-    using OnFrame = std::function<void(IMediaSample& sample)>;
+    /// Called for each frame in the streaming thread; must not throw. False when no more are
+    /// wanted.
+    using OnFrame = std::function<bool(IMediaSample& sample)>;
 
     /// Whether the sink can work with a type.
-    using Accept = bool (*)(const MediaType& type);
+    using Accept = std::function<bool(const MediaType& type)>;
 
     FrameSink(OnFrame onFrame, Accept accept);
 

@@ -1,212 +1,118 @@
 #include <CLI/CLI.hpp>
+
 #include <map>
-#include <nlohmann/json.hpp>
 
 #include "clip_options.h"
 #include "commands.h"
 #include "console.h"
-#include "dv_clip.h"
-#include "failure.h"
+#include "dv_description.h"
 #include "playback_report.h"
 #include "text.h"
 
 namespace nyx::host {
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 /// AM_SAMPLE2_PROPERTIES::dwTypeSpecificFlags of video: the sample's first field is field 1.
 constexpr DWORD kVideoFlagField1First = 0x4;
 
-struct InfoOptions {
-    ClipOptions clip;
-    bool json = false;
-};
-
-/// What the decoder told about one frame.
-struct DecodedFrame {
-    VIDEOINFOHEADER2 format{};  ///< zeroes when the type has the short form
-    bool tellsFields = false;   ///< the type has the long form
-    bool typeChanged = false;
-    bool hasSampleFlags = false;  ///< the sample carries flags of its own
-    bool field1First = false;     ///< one of them
-};
-
-using DecodedFrames = std::map<LONG, DecodedFrame>;
-
-DecodedFrame Look(const ArrivedFrame& frame) {
-    DecodedFrame found;
-    found.tellsFields = frame.type.HasPicture() && frame.type.formattype == FORMAT_VideoInfo2;
-    if (found.tellsFields) {
-        found.format = frame.type.Info2();
-    }
-    found.typeChanged = frame.typeChanged;
-    ComPtr<IMediaSample2> sample;
-    AM_SAMPLE2_PROPERTIES properties{};
-    if (SUCCEEDED(frame.sample.QueryInterface(IID_IMediaSample2,
-                                              reinterpret_cast<void**>(sample.GetAddressOf()))) &&
-        SUCCEEDED(
-            sample->GetProperties(sizeof(properties), reinterpret_cast<BYTE*>(&properties)))) {
-        found.hasSampleFlags = true;
-        found.field1First = (properties.dwTypeSpecificFlags & kVideoFlagField1First) != 0;
-    }
-    return found;
-}
-
-const char* FieldOrderText(const DecodedFrame& frame) {
-    const DWORD flags = frame.format.dwInterlaceFlags;
-    if (!frame.tellsFields) {
+std::string FieldOrderText(const MediaType& type) {
+    if (!type.HasPicture() || type.formattype != FORMAT_VideoInfo2) {
         return "untold";
     }
-    if ((flags & AMINTERLACE_IsInterlaced) == 0) {
-        return "progressive";
-    }
-    return (flags & AMINTERLACE_Field1First) != 0 ? "top first" : "bottom first";
+    const DWORD flags = type.Info2().dwInterlaceFlags;
+    return (flags & AMINTERLACE_IsInterlaced) == 0  ? "progressive"
+           : (flags & AMINTERLACE_Field1First) != 0 ? "top first"
+                                                    : "bottom first";
 }
 
-/// Everything that is known about a clip after it was played.
-struct Findings {
-    const ClipReader& clip;
-    LONG frames;          ///< that were looked at
-    std::string decoder;  ///< empty when none played the clip
-    DecodedFrames decoded;
-    std::map<LONG, HRESULT> faults;
-    std::vector<DvFrameDescription> dv;  ///< of each frame of a DV clip, else empty
+std::string AspectText(const MediaType& type) {
+    const bool told = type.HasPicture() && type.formattype == FORMAT_VideoInfo2;
+    return told
+               ? Format("%lu:%lu", type.Info2().dwPictAspectRatioX, type.Info2().dwPictAspectRatioY)
+               : "-";
+}
+
+/// The flag of the sample itself: "set", "clear", or "-" where it has none.
+std::string Field1Text(IMediaSample& sample) {
+    const auto sample2 = As<IMediaSample2>(&sample);
+    AM_SAMPLE2_PROPERTIES properties{};
+    if (!sample2 ||
+        FAILED(sample2->GetProperties(sizeof(properties), reinterpret_cast<BYTE*>(&properties)))) {
+        return "-";
+    }
+    return (properties.dwTypeSpecificFlags & kVideoFlagField1First) != 0 ? "set" : "clear";
+}
+
+/// A frame in words, as it is found.
+struct FrameFacts {
+    std::string packet;
+    std::string picture;
+    std::string dv;
 };
 
-/// What the frames of a DV clip say of themselves, without any decoder.
-std::vector<DvFrameDescription> DescribeDv(const ClipReader& clip, LONG frames) {
-    std::vector<DvFrameDescription> found;
-    for (LONG i = 0; IsDv(clip) && i < frames; ++i) {
-        const std::vector<BYTE> frame = clip.ReadFrame(i);
-        found.push_back(DescribeDvFrame(frame.data(), frame.size()));
-    }
-    return found;
-}
-
-/// Null for what a frame does not tell.
-Json Told(const std::string& text) {
-    return text.empty() ? Json() : Json(text);
-}
-
-Json DvToJson(const DvFrameDescription& frame) {
-    Json json;
-    json["recognised"] = frame.recognised;
-    json["variant"] = Told(frame.variant);
-    json["system"] = Told(frame.system);
-    json["size"] = frame.width > 0 ? Json({frame.width, frame.height}) : Json();
-    json["frame_rate"] = Told(frame.frameRate);
-    json["field_order"] = Told(frame.fieldOrder);
-    json["pixel_aspect"] = Told(frame.pixelAspect);
-    json["picture_aspect"] = Told(frame.pictureAspect);
-    json["audio"] = Told(frame.audio);
-    json["timecode"] = Told(frame.timecode);
-    json["recording_date"] = Told(frame.recordingDate);
-    json["recording_time"] = Told(frame.recordingTime);
-    return json;
-}
-
-Json FrameToJson(const Findings& findings, LONG index) {
-    Json frame;
-    frame["index"] = index;
-    frame["bytes"] = findings.clip.FrameSize(index);
-    frame["key"] = findings.clip.IsKeyFrame(index);
-    const auto fault = findings.faults.find(index);
-    if (fault != findings.faults.end()) {
-        frame["error"] = ResultText(fault->second);
-    }
-    const auto entry = findings.decoded.find(index);
-    if (entry != findings.decoded.end()) {
-        const DecodedFrame& decoded = entry->second;
-        frame["field_order"] = FieldOrderText(decoded);
-        frame["interlace_flags"] = decoded.format.dwInterlaceFlags;
-        frame["picture_aspect"] = {decoded.format.dwPictAspectRatioX,
-                                   decoded.format.dwPictAspectRatioY};
-        frame["field1_first"] = decoded.field1First;
-        frame["type_changed"] = decoded.typeChanged;
-    }
-    if (!findings.dv.empty()) {
-        frame["dv"] = DvToJson(findings.dv[static_cast<std::size_t>(index)]);
-    }
-    return frame;
-}
-
-void PrintJson(const std::string& path, const Findings& findings) {
-    const BITMAPINFOHEADER& header = findings.clip.Header();
-    Json json;
-    json["file"] = path;
-    json["fourcc"] = FourCCText(header.biCompression);
-    if (findings.clip.FileFourCC() != 0) {
-        json["file_fourcc"] = FourCCText(findings.clip.FileFourCC());
-    }
-    json["width"] = header.biWidth;
-    json["height"] = header.biHeight;
-    json["bits"] = header.biBitCount;
-    json["rate"] = {findings.clip.Rate(), findings.clip.Scale()};
-    json["frame_count"] = findings.clip.FrameCount();
-    json["duration_seconds"] = DurationSeconds(findings.clip);
-    json["decoder"] = findings.decoder.empty() ? Json() : Json(findings.decoder);
-    json["frames"] = Json::array();
-    for (LONG i = 0; i < findings.frames; ++i) {
-        json["frames"].push_back(FrameToJson(findings, i));
-    }
-    Print(json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
-}
-
-void PrintFrame(const Findings& findings, LONG index) {
-    std::string line = Format("%6ld %9ld %-3s", index, findings.clip.FrameSize(index),
-                              findings.clip.IsKeyFrame(index) ? "yes" : "no");
-    const auto fault = findings.faults.find(index);
-    const auto entry = findings.decoded.find(index);
-    if (fault != findings.faults.end()) {
-        line += "  could not be decoded: " + ResultText(fault->second);
-    } else if (entry != findings.decoded.end()) {
-        const DecodedFrame& decoded = entry->second;
-        const std::string aspect =
-            Format("%lu:%lu", decoded.format.dwPictAspectRatioX, decoded.format.dwPictAspectRatioY);
-        line += Format("  %-12s 0x%02lX   %-9s %-6s", FieldOrderText(decoded),
-                       decoded.format.dwInterlaceFlags, aspect.c_str(),
-                       !decoded.hasSampleFlags ? "-"
-                       : decoded.field1First   ? "set"
-                                               : "clear");
-        line += decoded.typeChanged ? "  new type" : "";
-    }
-    Print(line + "\n");
-    if (!findings.dv.empty()) {
-        Print("       " + DvFrameText(findings.dv[static_cast<std::size_t>(index)]) + "\n");
+/// What the container tells of the streams.
+void PrintStreams(const std::string& path, const Footage& clip) {
+    const MediaType& type = clip.Video().type;
+    const auto& head = *reinterpret_cast<const VIDEOINFOHEADER*>(type.pbFormat);
+    Print(path + ": " + DescribeVideo(clip) + "\n");
+    Print("picture: " + FieldOrderText(type) + ", " + AspectText(type) +
+          Format(", %.1f Mbit/s, packets of at most %lu bytes\n", head.dwBitRate / 1e6,
+                 type.Header().biSizeImage));
+    for (const SourceStream& stream : clip.Sound()) {
+        Print("sound: " + DescribeSound(stream.type) + "\n");
     }
 }
 
-void PrintTable(const std::string& path, const Findings& findings) {
-    Print(path + ": " + DescribeClip(findings.clip) + "\n");
-    Print("decoder: " + (findings.decoder.empty() ? "none" : findings.decoder) + "\n");
-    Print(" frame     bytes key");
-    Print(findings.decoder.empty() ? "\n" : "  field order  flags  aspect    field-1-first flag\n");
-    for (LONG i = 0; i < findings.frames; ++i) {
-        PrintFrame(findings, i);
-    }
+bool IsDv(const MediaType& type) {
+    const std::string code = FourCCText(type.subtype.Data1);
+    return code == "QDVC" || code == "QDV5" || code == "QDVH";
 }
 
-ExitCode RunInfo(const InfoOptions& options) {
-    const std::unique_ptr<ClipReader> opened = OpenClip(options.clip.path);
-    const ClipReader& clip = *opened;
-    Findings findings{clip, std::min(options.clip.frames, clip.FrameCount()), {}, {}, {}, {}};
-    findings.dv = DescribeDv(clip, findings.frames);
+/// Looks at the packets, without any decoder.
+std::map<LONG, FrameFacts> ReadPackets(const ClipOptions& clip) {
+    std::map<LONG, FrameFacts> facts;
+    PlaybackGraph::Options options = clip.graph;
+    options.deliver = PlaybackGraph::Deliver::kPackets;
+    PlaybackGraph graph(clip.path, options, [&](const ArrivedFrame& frame) {
+        BYTE* data = nullptr;
+        Check(frame.sample.GetPointer(&data), "a sample has no memory");
+        const LONG size = frame.sample.GetActualDataLength();
+        facts[frame.index].packet =
+            Format("%9ld %-3s", size, frame.sample.IsSyncPoint() == S_OK ? "yes" : "no");
+        if (IsDv(graph.ConnectedType())) {
+            facts[frame.index].dv = DescribeDvFrame(data, static_cast<std::size_t>(size));
+        }
+    });
+    PrintStreams(clip.path, graph.Clip());
+    graph.Play([](LONG) {});
+    return facts;
+}
+
+/// Adds what the decoder tells; its name.
+std::string ReadPictures(const ClipOptions& clip, std::map<LONG, FrameFacts>* facts,
+                         ExitCode* code) {
+    PlaybackGraph graph(clip.path, clip.graph, [facts](const ArrivedFrame& frame) {
+        const bool told = frame.type.HasPicture() && frame.type.formattype == FORMAT_VideoInfo2;
+        (*facts)[frame.index].picture =
+            Format("  %-12s 0x%02lX   %-9s %-6s%s", FieldOrderText(frame.type).c_str(),
+                   told ? frame.type.Info2().dwInterlaceFlags : 0, AspectText(frame.type).c_str(),
+                   Field1Text(frame.sample).c_str(), frame.typeChanged ? "  new type" : "");
+    });
+    const PassResult result = graph.Play([](LONG) {});
+    for (const LostFrame& frame : result.lost) {
+        (*facts)[frame.index].picture = "  could not be decoded: " + ResultText(frame.result);
+    }
+    *code = ReportLostFrames(result, "decoded");
+    return graph.DecoderName();
+}
+
+ExitCode RunInfo(const ClipOptions& options) {
+    std::map<LONG, FrameFacts> facts = ReadPackets(options);
     ExitCode code = ExitCode::kOk;
+    std::string decoder;
     std::string problem;
     try {
-        PlaybackGraph::Options graphOptions;
-        graphOptions.frames = options.clip.frames;
-        graphOptions.videoInfo2 = options.clip.videoInfo2;
-        PlaybackGraph graph(clip, graphOptions, [&findings](const ArrivedFrame& frame) {
-            findings.decoded[frame.index] = Look(frame);
-        });
-        findings.decoder = graph.DecoderName();
-        const PassResult result = graph.Play([](LONG) {});
-        for (const FrameFault& fault : result.source.faults) {
-            findings.faults[fault.frame] = fault.result;
-        }
-        code = ReportFaults(result);
+        decoder = ReadPictures(options, &facts, &code);
     } catch (const Failure& failure) {
         // The file itself can be described all the same.
         if (failure.Code() != ExitCode::kNoDecoder && failure.Code() != ExitCode::kRefused) {
@@ -215,7 +121,14 @@ ExitCode RunInfo(const InfoOptions& options) {
         code = failure.Code();
         problem = failure.what();
     }
-    (options.json ? PrintJson : PrintTable)(options.clip.path, findings);
+    Print("decoder: " + (decoder.empty() ? "none" : decoder) + "\n frame     bytes key");
+    Print(decoder.empty() ? "\n" : "  field order  flags  aspect    field-1-first flag\n");
+    for (const auto& [index, frame] : facts) {
+        Print(Format("%6ld ", index) + frame.packet + frame.picture + "\n");
+        if (!frame.dv.empty()) {
+            Print("       " + frame.dv + "\n");
+        }
+    }
     if (!problem.empty()) {
         PrintError(problem);
     }
@@ -225,11 +138,12 @@ ExitCode RunInfo(const InfoOptions& options) {
 }  // namespace
 
 void AddInfoCommand(CLI::App& app, Action& action) {
-    auto options = std::make_shared<InfoOptions>();
-    CLI::App* command =
-        app.add_subcommand("info", "Show a clip's format and what the decoder finds in each frame");
-    AddClipOptions(*command, options->clip);
-    command->add_flag("--json", options->json, "Print JSON");
+    auto options = std::make_shared<ClipOptions>();
+    options->graph.frames = 1;
+    CLI::App* command = app.add_subcommand(
+        "info",
+        "Show a clip's streams, and what is found in its first frame or in those asked for");
+    AddClipOptions(*command, *options);
     command->callback([options, &action] { action = [options] { return RunInfo(*options); }; });
 }
 

@@ -33,7 +33,7 @@ ExitCode ParseFailed(const CLI::App& app, const CLI::ParseError& error) {
 }
 
 ExitCode RunProgram(int count, wchar_t** words) {
-    CLI::App app("Plays AVI clips through the registered DirectShow codecs.", "nyxhost");
+    CLI::App app("Plays footage through the registered DirectShow codecs.", "nyxhost");
     app.footer(kExitCodeHelp);
     app.require_subcommand(1);
     app.allow_windows_style_options(false);  // a path may begin with a slash
@@ -41,6 +41,7 @@ ExitCode RunProgram(int count, wchar_t** words) {
     AddListCommand(app, action);
     AddInfoCommand(app, action);
     AddDecodeCommand(app, action);
+    AddPlayCommand(app, action);
     AddBenchCommand(app, action);
     AddEncodeCommand(app, action);
     AddPropertiesCommand(app, action);

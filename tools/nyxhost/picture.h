@@ -18,10 +18,9 @@ struct Picture {
     UINT BytesPerPixel() const { return hasAlpha ? 4 : 3; }
 };
 
-/// Turns the bytes of a sample into a picture. `type` is one of PictureFormats() in a video block;
-/// a positive height means bottom-up rows for RGB. YUY2 becomes full-range RGB by ITU-R BT.709 for
-/// pictures of at least 960x720, else by BT.601, the odd pixels' chroma interpolated. Failure
-/// kDecode when the sample is too short for its type, kPlatform for any other type.
+/// Turns the bytes of a sample into a picture. `type` is an RGB one of PictureFormats() in a video
+/// block; a positive height means bottom-up rows. Failure kDecode when the sample is too short for
+/// its type, kPlatform for any other type.
 Picture MakePicture(const MediaType& type, const BYTE* data, std::size_t size);
 
 }  // namespace nyx::host

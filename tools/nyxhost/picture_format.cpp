@@ -1,32 +1,6 @@
 #include "picture_format.h"
 
-#include <cstdlib>
-
-#include "platform/fourcc.h"
-
 namespace nyx::host {
-
-MediaType CompressedVideoType(const std::vector<BYTE>& bitmapInfo, REFERENCE_TIME frameDuration,
-                              bool videoInfo2) {
-    const DWORD code = reinterpret_cast<const BITMAPINFOHEADER*>(bitmapInfo.data())->biCompression;
-    MediaType type =
-        VideoType(FourCCSubtype(code), videoInfo2 ? Block::kVideoInfo2 : Block::kVideoInfo,
-                  frameDuration, bitmapInfo.data(), bitmapInfo.size());
-    if (videoInfo2) {
-        type.Info2().dwPictAspectRatioX = static_cast<DWORD>(type.Header().biWidth);
-        type.Info2().dwPictAspectRatioY = static_cast<DWORD>(std::abs(type.Header().biHeight));
-    }
-    return type;
-}
-
-MediaType PictureVideoType(const std::vector<BYTE>& bitmapInfo, REFERENCE_TIME frameDuration,
-                           const PictureFormat& format) {
-    MediaType type = CompressedVideoType(bitmapInfo, frameDuration, false);
-    type.subtype = *format.subtype;
-    type.bFixedSizeSamples = TRUE;
-    type.lSampleSize = type.Header().biSizeImage;
-    return type;
-}
 
 const std::vector<PictureFormat>& PictureFormats() {
     static const std::vector<PictureFormat> formats = {

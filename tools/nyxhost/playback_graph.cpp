@@ -1,103 +1,76 @@
 #include "playback_graph.h"
 
-#include <qedit.h>
+#include <algorithm>
 
 #include "graph_tools.h"
 
 namespace nyx::host {
 namespace {
 
-// The classes behind qedit.h, which names the interfaces only.
-constexpr CLSID kSampleGrabber = {
-    0xc1f400a0, 0x3f08, 0x11d3, {0x9f, 0x0b, 0x00, 0x60, 0x08, 0x03, 0x9e, 0x37}};
-constexpr CLSID kNullRenderer = {
-    0xc1f400a4, 0x3f08, 0x11d3, {0x9f, 0x0b, 0x00, 0x60, 0x08, 0x03, 0x9e, 0x37}};
+bool IsAnyVideo(const MediaType& type) {
+    return type.majortype == MEDIATYPE_Video && type.HasPicture();
+}
 
 }  // namespace
 
-/// Passes the grabber's samples on. Outlives the grabber, so its references need no count.
-class PlaybackGraph::GrabberCallback final : public ISampleGrabberCB {
-  public:
-    explicit GrabberCallback(PlaybackGraph& graph) : graph_(graph) {}
-
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
-        if (object == nullptr) {
-            return E_POINTER;
-        }
-        *object = iid == IID_IUnknown || iid == IID_ISampleGrabberCB ? this : nullptr;
-        return *object == nullptr ? E_NOINTERFACE : S_OK;
+PlaybackGraph::PlaybackGraph(const std::string& path, const Options& options, OnFrame onFrame)
+    : ClipGraph(std::move(onFrame)),
+      options_(options),
+      footage_(std::make_unique<Footage>(graph_.Get(), path)) {
+    const SourceStream& video = Clip().Video();
+    const ComPtr<IPin> end = ConnectEnd(video.pin.Get(), video.type);
+    first_ = Clip().FrameAt(options_.from);
+    if (first_ >= Clip().FrameCount()) {
+        throw Failure(ExitCode::kUsage, path + " ends before the frame to begin with");
     }
-    STDMETHODIMP_(ULONG) AddRef() override { return 2; }
-    STDMETHODIMP_(ULONG) Release() override { return 1; }
-
-    STDMETHODIMP SampleCB(double, IMediaSample* sample) override {
-        graph_.Arrive(*sample);
-        return S_OK;
-    }
-    STDMETHODIMP BufferCB(double, BYTE*, LONG) override { return E_NOTIMPL; }
-
-  private:
-    PlaybackGraph& graph_;
-};
-
-PlaybackGraph::PlaybackGraph(const ClipReader& clip, const Options& options, OnFrame onFrame)
-    : ClipGraph(new ClipSource(clip, options.frames, options.videoInfo2), std::move(onFrame)) {
-    try {
-        Build(options);
-    } catch (...) {
-        Close();  // before the members that the graph holds uncounted
-        throw;
-    }
+    Clip().Select(first_,
+                  options_.frames > LONG_MAX - first_ ? LONG_MAX : first_ + options_.frames);
+    Complete(end.Get(), first_, [this, from = Clip().TimeOf(first_)](REFERENCE_TIME start) {
+        return Clip().FrameAt(from + start);
+    });
 }
 
-PlaybackGraph::~PlaybackGraph() {
-    Close();
+PlaybackGraph::PlaybackGraph(const FrameList& frames, const Options& options, OnFrame onFrame)
+    : ClipGraph(std::move(onFrame)), options_(options) {
+    const auto source = Make<FrameSource>(frames);
+    Check(graph_->AddFilter(source.Get(), L"Frames"), "the source does not join the graph");
+    const ComPtr<IPin> end = ConnectEnd(source->Output(), frames.type);
+    Complete(end.Get(), 0, [frames](REFERENCE_TIME start) { return frames.FrameAt(start); });
 }
 
-void PlaybackGraph::Build(const Options& options) {
-    const ComPtr<IPin> input =
-        options.format != nullptr ? AddGrabber(*options.format) : AddOwnSink(AcceptsPictures);
+ComPtr<IPin> PlaybackGraph::ConnectEnd(IPin* from, const MediaType& compressed) {
+    const PictureFormat* format = options_.format;
+    const bool packets = options_.deliver == Deliver::kPackets;
+    const ComPtr<IPin> end = AddFrameSink([packets, format](const MediaType& type) {
+        return packets ? IsAnyVideo(type)
+                       : IsPicture(type) && (format == nullptr || type.subtype == *format->subtype);
+    });
+    if (packets) {
+        Check(graph_->ConnectDirect(from, end.Get(), nullptr), "the packets cannot be had");
+        return end;
+    }
     rule_.ApplyTo(graph_.Get());
-    const HRESULT connected = graph_->Connect(source_->Output(), input.Get());
+    const HRESULT connected = graph_->Connect(from, end.Get());
     if (FAILED(connected)) {
-        ExplainFailedConnection(source_->Type(),
-                                options.format != nullptr ? options.format->name : "a picture",
+        ExplainFailedConnection(compressed, format != nullptr ? format->name : "a picture",
                                 connected);
     }
-    if (options.format != nullptr) {
-        AddNullRenderer();
-    }
     ComPtr<IPin> feeding;
-    Check(input->ConnectedTo(feeding.GetAddressOf()), "the graph's end is not connected");
+    Check(end->ConnectedTo(feeding.GetAddressOf()), "the graph's end is not connected");
     decoderName_ = FilterName(FilterOf(feeding.Get()).Get());
-    Complete(input.Get());
+    return end;
 }
 
-ComPtr<IPin> PlaybackGraph::AddGrabber(const PictureFormat& format) {
-    grabber_ = CreateObject<IBaseFilter>(kSampleGrabber, "no sample grabber on this system");
-    const auto grabber = Query<ISampleGrabber>(grabber_, "the sample grabber lacks its interface");
-    AM_MEDIA_TYPE wanted{};
-    wanted.majortype = MEDIATYPE_Video;
-    wanted.subtype = *format.subtype;
-    wanted.formattype = FORMAT_VideoInfo;  // the grabber takes no other form of video
-    Check(grabber->SetMediaType(&wanted), "the sample grabber refuses the wanted type");
-    Check(grabber->SetBufferSamples(FALSE), "the sample grabber does not obey");
-    Check(grabber->SetOneShot(FALSE), "the sample grabber does not obey");
-    callback_ = std::make_unique<GrabberCallback>(*this);
-    Check(grabber->SetCallback(callback_.get(), 0), "the sample grabber takes no callback");
-    Check(graph_->AddFilter(grabber_.Get(), L"Sample Grabber"),
-          "the grabber does not join the graph");
-    return FindPin(grabber_.Get(), PINDIR_INPUT);
+LONG PlaybackGraph::FramesToCome() const {
+    return std::min(options_.frames, Clip().FrameCount() - first_);
 }
 
-void PlaybackGraph::AddNullRenderer() {
-    const auto renderer =
-        CreateObject<IBaseFilter>(kNullRenderer, "no null renderer on this system");
-    Check(graph_->AddFilter(renderer.Get(), L"Null Renderer"),
-          "the null renderer does not join the graph");
-    Check(graph_->ConnectDirect(FindPin(grabber_.Get(), PINDIR_OUTPUT).Get(),
-                                FindPin(renderer.Get(), PINDIR_INPUT).Get(), nullptr),
-          "the sample grabber does not connect to the null renderer");
+void PlaybackGraph::TakeSound(const SourceStream& stream,
+                              std::function<void(IMediaSample&)> onSample) {
+    const ComPtr<IPin> end =
+        AddSink([](const MediaType& type) { return type.majortype == MEDIATYPE_Audio; },
+                std::move(onSample));
+    Check(graph_->ConnectDirect(stream.pin.Get(), end.Get(), nullptr), "the sound cannot be had");
 }
 
 }  // namespace nyx::host

@@ -1,45 +1,31 @@
 #include "playback_report.h"
 
-#include <cstdlib>
+#include <algorithm>
 
 #include "console.h"
 #include "text.h"
 
 namespace nyx::host {
 
-double FramesPerSecond(const ClipReader& clip) {
-    return static_cast<double>(clip.Rate()) / clip.Scale();
+void PrintSpeed(const PassResult& result, const char* with) {
+    const double frames = result.arrived;
+    Print(Format("%ld frames in %.2f s: %.1f frames per second %s, %.2f ms per frame\n",
+                 result.arrived, result.seconds, result.seconds > 0 ? frames / result.seconds : 0.0,
+                 with, frames > 0 ? 1000 * result.seconds / frames : 0.0));
 }
 
-double DurationSeconds(const ClipReader& clip) {
-    return clip.FrameCount() / FramesPerSecond(clip);
-}
-
-std::string DescribeClip(const ClipReader& clip) {
-    const BITMAPINFOHEADER& header = clip.Header();
-    const std::string code =
-        header.biCompression == BI_RGB ? "RGB" : FourCCText(header.biCompression);
-    return (clip.FileFourCC() != 0 ? FourCCText(clip.FileFourCC()) + ", played as " + code : code) +
-           Format(", %ldx%ld, %u bits, %.3f frames per second, %ld frames, %.2f s", header.biWidth,
-                  header.biHeight, header.biBitCount, FramesPerSecond(clip), clip.FrameCount(),
-                  DurationSeconds(clip));
-}
-
-ExitCode ReportFaults(const PassResult& result, const char* verb) {
+ExitCode ReportLostFrames(const PassResult& result, const char* verb) {
     constexpr std::size_t kShown = 10;
-    const std::vector<FrameFault>& faults = result.source.faults;
-    for (std::size_t i = 0; i < faults.size() && i < kShown; ++i) {
-        PrintWarning(Format("frame %ld could not be %s: ", faults[i].frame, verb) +
-                     ResultText(faults[i].result));
+    const std::size_t shown = std::min(result.lost.size(), kShown);
+    for (std::size_t i = 0; i < shown; ++i) {
+        const LostFrame& frame = result.lost[i];
+        PrintWarning(Format("frame %ld could not be %s", frame.index, verb) +
+                     (FAILED(frame.result) ? ": " + ResultText(frame.result) : ""));
     }
-    if (faults.size() > kShown) {
-        PrintWarning(Format("... and %zu more", faults.size() - kShown));
+    if (result.lost.size() > shown) {
+        PrintWarning(Format("... and %zu more", result.lost.size() - shown));
     }
-    const LONG withheld = result.source.sent - result.arrived - static_cast<LONG>(faults.size());
-    if (withheld > 0) {
-        PrintWarning(Format("%ld frames were withheld and not %s", withheld, verb));
-    }
-    return faults.empty() && withheld <= 0 ? ExitCode::kOk : ExitCode::kDecode;
+    return result.lost.empty() ? ExitCode::kOk : ExitCode::kDecode;
 }
 
 }  // namespace nyx::host

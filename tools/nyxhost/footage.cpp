@@ -1,0 +1,164 @@
+#include "footage.h"
+
+#include <algorithm>
+#include <climits>
+#include <filesystem>
+
+#include "graph_tools.h"
+#include "text.h"
+
+namespace nyx::host {
+namespace {
+
+constexpr CLSID kFootageSource = {
+    0x5F2C1E6A, 0x8B0D, 0x4C57, {0x9D, 0x3E, 0x7A, 0x41, 0xB6, 0xC9, 0xE2, 0x10}};
+constexpr wchar_t kSourceModule[] = L"nyxsource.dll";
+
+bool IsFootageSource(IBaseFilter* filter) {
+    CLSID clsid{};
+    return SUCCEEDED(filter->GetClassID(&clsid)) && clsid == kFootageSource;
+}
+
+/// The source's module, registered or not: beside this program. It stays loaded.
+ComPtr<IBaseFilter> CreateSource() {
+    ComPtr<IBaseFilter> filter;
+    if (SUCCEEDED(CoCreateInstance(kFootageSource, nullptr, CLSCTX_INPROC_SERVER, IID_IBaseFilter,
+                                   reinterpret_cast<void**>(filter.GetAddressOf())))) {
+        return filter;
+    }
+    std::wstring own(MAX_PATH, L'\0');
+    own.resize(GetModuleFileNameW(nullptr, own.data(), MAX_PATH));
+    const auto path = std::filesystem::path(own).replace_filename(kSourceModule);
+    const HMODULE module = LoadLibraryW(path.c_str());
+    const auto getClassObject =
+        module == nullptr ? nullptr
+                          : reinterpret_cast<decltype(&DllGetClassObject)>(reinterpret_cast<void*>(
+                                GetProcAddress(module, "DllGetClassObject")));
+    ComPtr<IClassFactory> factory;
+    if (getClassObject == nullptr ||
+        FAILED(getClassObject(kFootageSource, IID_IClassFactory,
+                              reinterpret_cast<void**>(factory.GetAddressOf()))) ||
+        FAILED(factory->CreateInstance(nullptr, IID_IBaseFilter,
+                                       reinterpret_cast<void**>(filter.GetAddressOf())))) {
+        throw Failure(ExitCode::kNoDecoder,
+                      Utf8(kSourceModule) + " is neither registered nor beside this program");
+    }
+    return filter;
+}
+
+void Load(IBaseFilter* source, const std::string& path) {
+    const auto file = As<IFileSourceFilter>(source);
+    const HRESULT loaded =
+        file ? file->Load(std::filesystem::path(Wide(path)).make_preferred().c_str(), nullptr)
+             : E_NOINTERFACE;
+    if (FAILED(loaded)) {
+        const bool unreadable = HRESULT_FACILITY(loaded) == FACILITY_WIN32;
+        throw Failure(unreadable ? ExitCode::kInput : ExitCode::kNotFootage,
+                      (unreadable ? "cannot open " + path : path + " is no footage of ours") +
+                          ": " + ResultText(loaded));
+    }
+}
+
+/// The platform's choice for the file when that is ours; else ours by its class. The platform's own
+/// sources pass no code that they do not know.
+ComPtr<IBaseFilter> AddSource(IGraphBuilder* graph, const std::string& path) {
+    ComPtr<IBaseFilter> source;
+    if (SUCCEEDED(graph->AddSourceFilter(Wide(path).c_str(), L"Footage", source.GetAddressOf()))) {
+        if (IsFootageSource(source.Get())) {
+            return source;
+        }
+        graph->RemoveFilter(source.Get());
+    }
+    source = CreateSource();
+    Load(source.Get(), path);
+    Check(graph->AddFilter(source.Get(), L"Footage"), "the source does not join the graph");
+    return source;
+}
+
+SourceStream StreamOf(const ComPtr<IPin>& pin) {
+    ComPtr<IEnumMediaTypes> types;
+    AM_MEDIA_TYPE* first = nullptr;
+    Check(pin->EnumMediaTypes(types.GetAddressOf()), "the source tells no types");
+    Check(types->Next(1, &first, nullptr) == S_OK ? S_OK : E_FAIL, "the source offers no type");
+    return {pin, MediaType::Adopt(first)};
+}
+
+}  // namespace
+
+Footage::Footage(IGraphBuilder* graph, const std::string& path) {
+    const ComPtr<IBaseFilter> source = AddSource(graph, path);
+    ComPtr<IEnumPins> pins;
+    Check(source->EnumPins(pins.GetAddressOf()), "the source has no pins");
+    for (ComPtr<IPin> pin; pins->Next(1, pin.ReleaseAndGetAddressOf(), nullptr) == S_OK;) {
+        SourceStream stream = StreamOf(pin);
+        if (stream.type.majortype == MEDIATYPE_Audio) {
+            sound_.push_back(std::move(stream));
+        } else if (video_.pin == nullptr && stream.type.HasPicture()) {
+            video_ = std::move(stream);
+        }
+    }
+    if (video_.pin == nullptr) {
+        throw Failure(ExitCode::kNotFootage, path + " has no video stream");
+    }
+    seeking_ = Query<IMediaSeeking>(video_.pin, "the source cannot seek");
+}
+
+REFERENCE_TIME Footage::Duration() const {
+    LONGLONG duration = 0;
+    Check(seeking_->GetDuration(&duration), "the source tells no duration");
+    return duration;
+}
+
+LONGLONG Footage::Converted(LONGLONG value, const GUID& from, const GUID& to) const {
+    LONGLONG converted = 0;
+    Check(seeking_->ConvertTimeFormat(&converted, &to, value, &from), "the source has no rate");
+    return converted;
+}
+
+LONG Footage::FrameAt(REFERENCE_TIME time) const {
+    return static_cast<LONG>(
+        std::min<LONGLONG>(Converted(time, TIME_FORMAT_MEDIA_TIME, TIME_FORMAT_FRAME), LONG_MAX));
+}
+
+REFERENCE_TIME Footage::TimeOf(LONG frame) const {
+    return Converted(frame, TIME_FORMAT_FRAME, TIME_FORMAT_MEDIA_TIME);
+}
+
+void Footage::Select(LONG first, LONG end) const {
+    LONGLONG start = TimeOf(first);
+    LONGLONG stop = end == LONG_MAX ? Duration() : std::min(TimeOf(end), Duration());
+    Check(seeking_->SetPositions(&start, AM_SEEKING_AbsolutePositioning, &stop,
+                                 AM_SEEKING_AbsolutePositioning),
+          "the source does not seek");
+}
+
+std::pair<LONG, LONG> RateOf(const MediaType& type) {
+    constexpr LONG kUnitsPerSecond = 10000000;
+    constexpr std::pair<LONG, LONG> kUsual[] = {
+        {24000, 1001}, {24, 1}, {25, 1}, {30000, 1001}, {30, 1}, {50, 1}, {60000, 1001}, {60, 1}};
+    const REFERENCE_TIME length = const_cast<MediaType&>(type).Info().AvgTimePerFrame;
+    for (const auto& [frames, seconds] : kUsual) {
+        if (length == std::int64_t{kUnitsPerSecond} * seconds / frames) {
+            return {frames, seconds};
+        }
+    }
+    return {kUnitsPerSecond, static_cast<LONG>(std::clamp<REFERENCE_TIME>(length, 1, LONG_MAX))};
+}
+
+std::string DescribeVideo(const Footage& footage) {
+    const MediaType& type = footage.Video().type;
+    const BITMAPINFOHEADER& header = type.Header();
+    const auto [frames, seconds] = RateOf(type);
+    return FourCCText(header.biCompression) +
+           Format(", %ldx%ld, %u bits, %.3f frames per second, %ld frames, %.2f s", header.biWidth,
+                  header.biHeight, header.biBitCount, 1.0 * frames / seconds, footage.FrameCount(),
+                  static_cast<double>(footage.Duration()) / 1e7);
+}
+
+std::string DescribeSound(const MediaType& type) {
+    const auto& wave = *reinterpret_cast<const WAVEFORMATEX*>(type.pbFormat);
+    return Format("%u channel%s, %lu Hz, %u bits", wave.nChannels, wave.nChannels == 1 ? "" : "s",
+                  wave.nSamplesPerSec, wave.wBitsPerSample);
+}
+
+}  // namespace nyx::host

@@ -1,0 +1,138 @@
+#include "frame_source.h"
+
+#include <algorithm>
+#include <system_error>
+
+#include "com.h"
+
+namespace nyx::host {
+
+namespace {
+
+constexpr long long kUnitsPerSecond = 10000000;
+
+}  // namespace
+
+REFERENCE_TIME FrameList::TimeOf(LONG index) const {
+    // Whole seconds first, so that the product stays within 64 bits.
+    const long long ticks = static_cast<long long>(index) * rate.second;
+    return ticks / rate.first * kUnitsPerSecond + ticks % rate.first * kUnitsPerSecond / rate.first;
+}
+
+LONG FrameList::FrameAt(REFERENCE_TIME time) const {
+    const auto index = static_cast<LONG>(static_cast<double>(time) * rate.first / rate.second /
+                                         static_cast<double>(kUnitsPerSecond));
+    return TimeOf(index + 1) <= time ? index + 1 : index;  // the time was rounded down
+}
+
+FrameSource::FrameSource(FrameList frames) : frames_(std::move(frames)) {
+    pin_.proposals = {frames_.type};
+    pin_.accept = [this](const MediaType& asked) {
+        return frames_.type.Fits(asked) ? S_OK : S_FALSE;
+    };
+    pin_.chooseAllocator = [this](IMemInputPin* receiver, IMemAllocator** allocator) {
+        return AgreeOnAllocator(*receiver, allocator);
+    };
+}
+
+FrameSource::~FrameSource() {
+    OnStop();
+}
+
+HRESULT FrameSource::AgreeOnAllocator(IMemInputPin& receiver, IMemAllocator** allocator) const {
+    ALLOCATOR_PROPERTIES wanted{};
+    receiver.GetAllocatorRequirements(&wanted);  // optional: E_NOTIMPL leaves zeroes
+    wanted.cBuffers = std::max(wanted.cBuffers, 1L);
+    wanted.cbBuffer = std::max({wanted.cbBuffer, frames_.largest, 1L});
+    wanted.cbAlign = std::max(wanted.cbAlign, 1L);
+
+    HRESULT result = receiver.GetAllocator(allocator);
+    if (FAILED(result)) {
+        result = CoCreateInstance(CLSID_MemoryAllocator, nullptr, CLSCTX_INPROC_SERVER,
+                                  IID_IMemAllocator, reinterpret_cast<void**>(allocator));
+    }
+    ALLOCATOR_PROPERTIES granted{};
+    if (SUCCEEDED(result)) {
+        result = (*allocator)->SetProperties(&wanted, &granted);
+    }
+    return SUCCEEDED(result) && granted.cbBuffer < wanted.cbBuffer ? VFW_E_SIZENOTSET : result;
+}
+
+HRESULT FrameSource::OnStart() {
+    if (pin_.peer == nullptr) {
+        return S_OK;
+    }
+    const HRESULT result = pin_.allocator->Commit();
+    if (FAILED(result)) {
+        return result;
+    }
+    stopped_ = false;
+    try {
+        thread_ = std::thread([this] { Stream(); });
+    } catch (const std::system_error&) {
+        pin_.allocator->Decommit();
+        return E_OUTOFMEMORY;
+    }
+    return S_OK;
+}
+
+void FrameSource::OnStop() {
+    stopped_ = true;
+    if (thread_.joinable()) {
+        pin_.allocator->Decommit();  // frees a thread that waits for a buffer
+        thread_.join();
+    }
+}
+
+void FrameSource::Stream() {
+    const ComApartment apartment;
+    pin_.peer->NewSegment(0, frames_.TimeOf(frames_.count), 1.0);
+    HRESULT result = S_OK;
+    for (LONG index = 0; result == S_OK && index < frames_.count && !stopped_; ++index) {
+        result = StreamFrame(index);
+    }
+    pin_.peer->EndOfStream();
+    if (FAILED(result) && !stopped_) {
+        NotifyGraph(EC_ERRORABORT, result, 0);
+    }
+}
+
+// S_OK to go on. A codec's refusal of one frame is told and is no reason to end; S_FALSE (no more
+// are wanted) and VFW_E_WRONG_STATE (the graph stops) are.
+HRESULT FrameSource::StreamFrame(LONG index) {
+    ComPtr<IMediaSample> sample;
+    HRESULT result = pin_.allocator->GetBuffer(sample.GetAddressOf(), nullptr, nullptr, 0);
+    if (SUCCEEDED(result)) {
+        result = FillSample(index, *sample.Get());
+    }
+    if (FAILED(result)) {
+        return result;
+    }
+    result = pin_.transport->Receive(sample.Get());
+    if (FAILED(result) && result != VFW_E_WRONG_STATE) {
+        NotifyGraph(EC_STREAM_ERROR_STILLPLAYING, result, 0);
+        return S_OK;
+    }
+    return result;
+}
+
+HRESULT FrameSource::FillSample(LONG index, IMediaSample& sample) const {
+    BYTE* data = nullptr;
+    LONG size = 0;
+    HRESULT result = sample.GetPointer(&data);
+    if (SUCCEEDED(result)) {
+        result = frames_.read(index, data, &size);
+    }
+    if (FAILED(result)) {
+        return result;
+    }
+    REFERENCE_TIME start = frames_.TimeOf(index);
+    REFERENCE_TIME stop = frames_.TimeOf(index + 1);
+    sample.SetTime(&start, &stop);
+    sample.SetSyncPoint(TRUE);
+    sample.SetPreroll(FALSE);
+    sample.SetDiscontinuity(index == 0);
+    return sample.SetActualDataLength(size);
+}
+
+}  // namespace nyx::host
