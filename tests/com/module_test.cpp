@@ -1,7 +1,6 @@
-/// The module as a COM server and as an entry of the registry.
+/// The module as a COM server.
 
 #include "tests/support/leaks.h"
-#include "tests/support/registry.h"
 #include "tests/support/rig.h"
 #include "tests/support/settings.h"
 #include "tests/support/watchdog.h"
@@ -133,94 +132,7 @@ TEST_P(Aggregation, TheInnerUnknownCountsByItselfAndAllElseIsTheOuters) {
     EXPECT_EQ(inner.Reset(), 0u);
 }
 
-std::wstring Text(const CLSID& clsid) {
-    wchar_t text[40] = {};
-    StringFromGUID2(clsid, text, 40);
-    return text;
-}
-
-/// Whether the filter mapper proposes the class for turning video of one subtype into the other.
-bool MapperFinds(REFCLSID clsid, const GUID& from, const GUID& to) {
-    const GUID inputs[] = {MEDIATYPE_Video, from};
-    const GUID outputs[] = {MEDIATYPE_Video, to};
-    ComPtr<IFilterMapper2> mapper;
-    ComPtr<IEnumMoniker> monikers;
-    CoCreateInstance(CLSID_FilterMapper2, nullptr, CLSCTX_INPROC_SERVER, IID_IFilterMapper2,
-                     &mapper);
-    mapper->EnumMatchingFilters(&monikers, 0, FALSE, MERIT_DO_NOT_USE, TRUE, 1, inputs, nullptr,
-                                nullptr, FALSE, TRUE, 1, outputs, nullptr, nullptr);
-    bool found = false;
-    for (ComPtr<IMoniker> moniker; monikers->Next(1, &moniker, nullptr) == S_OK;) {
-        LPOLESTR name = nullptr;
-        moniker->GetDisplayName(nullptr, nullptr, &name);
-        found = found || std::wstring(name).find(Text(clsid)) != std::wstring::npos;
-        CoTaskMemFree(name);
-    }
-    return found;
-}
-
-/// Leaves the system without the module, whatever it held before.
-class Registration : public ComTest {
-  protected:
-    void SetUp() override { ASSERT_EQ(Module().RegisterServer(), S_OK); }
-    void TearDown() override { Module().UnregisterServer(); }
-};
-
-TEST_F(Registration, EntersEveryClassOnceAndUnregisteringLeavesTheRegistryAsItWas) {
-    // The system makes the keys of its categories with the first filter and keeps them.
-    ASSERT_EQ(Module().UnregisterServer(), S_OK);
-    const auto before = RegistryBelow(L"CLSID");
-    EXPECT_EQ(Module().RegisterServer(), S_OK);
-    const auto entries = RegistryBelow(L"CLSID");
-    EXPECT_EQ(Module().RegisterServer(), S_OK);
-    EXPECT_TRUE(RegistryBelow(L"CLSID") == entries);
-    const auto has = [&](const CLSID& key, const std::wstring& name, const std::wstring& value) {
-        return entries.count(L"CLSID\\" + Text(key) + name + L"=" + value + L'\0') == 1;
-    };
-    const auto isIn = [&](const CLSID& category, const std::wstring& instance, const auto& title) {
-        return has(category, L"\\Instance\\" + instance + L":FriendlyName", title);
-    };
-    const auto expectServer = [&](const CLSID& clsid, const std::wstring& title) {
-        EXPECT_TRUE(has(clsid, L":", title));
-        EXPECT_TRUE(has(clsid, L"\\InprocServer32:", ModulePath()));
-        EXPECT_TRUE(has(clsid, L"\\InprocServer32:ThreadingModel", L"Both"));
-    };
-    expectServer(kPropertyPage, kPropertyPageTitle);
-    EXPECT_FALSE(isIn(CLSID_LegacyAmFilterCategory, Text(kPropertyPage), kPropertyPageTitle));
-    const GUID foreign = MEDIASUBTYPE_MJPG;
-    for (const CatalogueRow& row : Catalogue()) {
-        SCOPED_TRACE(row.name);
-        const bool encoder = row.IsEncoder();
-        expectServer(row.clsid, row.title);
-        EXPECT_TRUE(isIn(CLSID_LegacyAmFilterCategory, Text(row.clsid), row.title));
-        EXPECT_EQ(isIn(CLSID_VideoCompressorCategory, row.title, row.title), encoder);
-        const std::wstring data = L"CLSID\\" + Text(CLSID_LegacyAmFilterCategory) +
-                                  L"\\Instance\\" + Text(row.clsid) + L":FilterData=";
-        const wchar_t merit[] = {0, encoder ? L'\x20' : L'\x80'};  // behind the record's version
-        EXPECT_EQ(entries.lower_bound(data)->substr(data.size() + 2, 2), std::wstring(merit, 2));
-        const GUID made = row.OutputType().subtype;
-        const GUID taken = row.InputType().subtype;
-        for (const GUID& from : {taken, encoder ? MEDIASUBTYPE_RGB32 : taken}) {
-            EXPECT_TRUE(MapperFinds(row.clsid, from, made));
-            // Decoders are entered for any output: which ones they have is for them to say.
-            EXPECT_EQ(MapperFinds(row.clsid, from, foreign), !encoder);
-        }
-        EXPECT_FALSE(MapperFinds(row.clsid, foreign, made));
-    }
-    EXPECT_EQ(Module().UnregisterServer(), S_OK);
-    EXPECT_TRUE(RegistryBelow(L"CLSID") == before);
-}
-
-TEST_F(Registration, AFolderNamedInAnyScriptIsRegisteredAsItIs) {
-    const TemporaryFolder folder(L"\u03A9\u0436\u65E5");
-    const std::wstring path = folder.PathOf(L"nyxcodecs.dll");
-    ASSERT_TRUE(CopyFileW(ModulePath().c_str(), path.c_str(), TRUE));
-    ASSERT_EQ(LoadedModule(path).RegisterServer(), S_OK);
-    const std::wstring key = L"CLSID\\" + Text(kPropertyPage) + L"\\InprocServer32";
-    EXPECT_EQ(RegistryBelow(key).count(key + L":=" + path + L'\0'), 1u);
-}
-
-TEST_F(Registration, ARegistryThatRefusesIsReported) {
+TEST_F(Server, ARegistryThatRefusesIsReported) {
     // A key that is gone: nothing can be made below it.
     HKEY gone = nullptr;
     RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\nyx-gone", 0, nullptr, 0, KEY_ALL_ACCESS,

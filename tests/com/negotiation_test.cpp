@@ -6,7 +6,6 @@
 #include "platform/fourcc.h"
 #include "tests/support/guard.h"
 #include "tests/support/rig.h"
-#include "tests/support/watchdog.h"
 
 namespace nyx::test {
 namespace {
@@ -154,7 +153,7 @@ const struct StreamShown {
                 {{1000, 1000, 400000}, 0, 1, 1},
                 {{1024, 768, 400000}, 0, 4, 3},
                 {{96, 16, 0x10000061A80}, 0, 6, 1},
-                {{720, -480, 333666}, 0xA1, 27, static_cast<DWORD>(-20)}};
+                {{720, -480, 333666}, 0xA1, 27, 0xFFFFFFEC}};
 
 class OfferedTypesOf : public RowTest {};
 NYX_FOR_ROWS(OfferedTypesOf,
@@ -226,9 +225,8 @@ TEST_P(Negotiation, ASpoiledInputTypeIsFalseWhenAskedAndAnErrorWhenConnecting) {
             EXPECT_EQ(rig.input->QueryAccept(&type), complete ? S_OK : S_FALSE) << length;
         }
     }
-    Stream stream = rig.stream;
-    stream.block = Block::kVideoInfo2;
-    MediaType longer = row().InputType(stream);
+    const auto& [width, height, duration, form] = rig.stream;
+    MediaType longer = row().InputType({width, height, duration, Block::kVideoInfo2});
     longer.ResizeFormat(longer.cbFormat + 1024);
     if (!row().IsEncoder()) {  // these two are not looked at
         longer.majortype = MEDIATYPE_Interleaved;
@@ -249,6 +247,10 @@ TEST_P(Decoders, AnOutputTypeIsTakenByKindAndSizesTheBuffer) {
         EXPECT_EQ(own.requested.cbBuffer, sign * PictureBytes(type.Header()));
         rig.DisconnectOutput();
     }
+    type.Header().biWidth = INT_MAX;
+    EXPECT_EQ(rig.output->QueryAccept(&type), S_OK) << "wide is no harm";
+    EXPECT_EQ(rig.ConnectOutput(type), E_FAIL) << "but for want of a buffer";
+    type.Header().biWidth = rig.stream.width;
     const auto kinds = [&](const GUID& subtype) {
         std::string taken;
         for (const WORD bits : {WORD{16}, WORD{24}, WORD{32}}) {
@@ -262,48 +264,16 @@ TEST_P(Decoders, AnOutputTypeIsTakenByKindAndSizesTheBuffer) {
         }
         return taken;
     };
+    for (const LONG height : {rig.stream.height + 1, -rig.stream.height - 1, 0L, LONG{LONG_MIN}}) {
+        type.Header().biHeight = height;
+        EXPECT_EQ(kinds(MEDIASUBTYPE_YUY2), "---") << "heights are the stream's";
+    }
+    type.Header() = row().OutputType().Header();
     EXPECT_EQ(kinds(MEDIASUBTYPE_YUY2), "+--");
     EXPECT_EQ(kinds(MEDIASUBTYPE_RGB24), "-+-");
     EXPECT_EQ(kinds(MEDIASUBTYPE_RGB32), "-++");
     EXPECT_EQ(kinds(MEDIASUBTYPE_ARGB32), row().coding ? "-+-" : "---");
     EXPECT_EQ(kinds(MEDIASUBTYPE_RGB565), "---");
-}
-
-TEST_P(Negotiation, AnySizeIsAnsweredAndSurvivedToTheFrame) {
-    const LONG width = rig.stream.width, height = rig.stream.height;
-    rig.sink.keepsSamples = false;
-    const LONG extremes[] = {0,          1,      width,   height, -height,  0x7FFF,   0x10000,
-                             0x20000000, 0x7FFE, INT_MAX, -1,     LONG_MIN, -0x10000, 2 * width};
-    for (std::size_t i = 0; i <= row().Outputs().size(); ++i) {
-        const bool ofInput = i == row().Outputs().size();
-        MediaType type = ofInput ? row().InputType() : row().OutputType(i);
-        for (const LONG x : extremes) {
-            for (const LONG y : extremes) {
-                SCOPED_TRACE(testing::Message() << i << " " << x << " " << y);
-                type.Header().biWidth = x;
-                type.Header().biHeight = y;
-                ofInput ? S_OK : rig.ConnectInput();
-                const bool accepted =
-                    (ofInput ? rig.input : rig.output)->QueryAccept(&type) == S_OK;
-                // Heights are the stream's, either way up; what is too large has no buffer.
-                const bool fits = x >= width && (y == height || y == -height);
-                EXPECT_TRUE(ofInput || row().IsEncoder() ||
-                            (x <= 2 * width ? accepted == fits : !accepted || fits));
-                const HRESULT connected =
-                    ofInput ? rig.ConnectInput(type) : rig.ConnectOutput(type);
-                // An output whose buffer cannot be had may fail to connect, or to start.
-                EXPECT_TRUE(SUCCEEDED(connected) == accepted || (accepted && !ofInput));
-                EXPECT_EQ(OfferedTypes(rig.output).empty(), ofInput && !accepted);
-                PeerOf(rig.output) ? S_OK : rig.ConnectOutput();
-                // An engine writes the size that the frame has: a host must tell it no other one.
-                if ((!ofInput || !row().coding) && SUCCEEDED(rig.filter->Pause())) {
-                    rig.Push();
-                }
-                rig.filter->Stop();
-                rig.Disconnect();
-            }
-        }
-    }
 }
 
 TEST_P(Negotiation, RequestsHaveWildcardsAndTheReceiversOwnProposalsComeFirst) {
@@ -427,22 +397,6 @@ TEST_P(Negotiation, AllocatorsAreChosenAndAskedByTheRules) {
             rig.Disconnect();
         }
     }
-    rig.sink.ownAllocator.Reset();
-    rig.Connect();
-    const auto get = [&] {
-        ComPtr<IMediaSample> buffer;
-        return rig.sink.allocator->GetBuffer(&buffer, nullptr, nullptr, AM_GBF_NOWAIT);
-    };
-    EXPECT_EQ(get(), VFW_E_NOT_COMMITTED);
-    rig.filter->Pause();
-    EXPECT_EQ(get(), S_OK);
-    rig.filter->Stop();
-    EXPECT_EQ(get(), VFW_E_NOT_COMMITTED);
-}
-
-template <class... Results>
-bool AllPointers(Results... results) {
-    return ((results == E_POINTER) && ...);
 }
 
 TEST_P(Negotiation, NullsAreAnsweredAndStreamingGoesOn) {
@@ -452,28 +406,33 @@ TEST_P(Negotiation, NullsAreAnsweredAndStreamingGoesOn) {
     LONG done = 0;
     IMediaSample* nothing = nullptr;
     rig.Start();
-    EXPECT_TRUE(AllPointers(
-        filter.GetClassID(nullptr), filter.GetState(0, nullptr), filter.GetSyncSource(nullptr),
-        filter.EnumPins(nullptr), filter.FindPin(L"In", nullptr), filter.QueryFilterInfo(nullptr),
-        transport.GetAllocator(nullptr), transport.NotifyAllocator(nullptr, FALSE),
-        transport.Receive(nullptr), transport.ReceiveMultiple(nullptr, 1, &done),
-        transport.ReceiveMultiple(&nothing, 1, nullptr)));
+    for (const HRESULT result :
+         {filter.GetClassID(nullptr), filter.GetState(0, nullptr), filter.GetSyncSource(nullptr),
+          filter.EnumPins(nullptr), filter.FindPin(L"In", nullptr), filter.QueryFilterInfo(nullptr),
+          transport.GetAllocator(nullptr), transport.NotifyAllocator(nullptr, FALSE),
+          transport.Receive(nullptr), transport.ReceiveMultiple(nullptr, 1, &done),
+          transport.ReceiveMultiple(&nothing, 1, nullptr)}) {
+        EXPECT_EQ(result, E_POINTER);
+    }
     for (const auto& pin : {rig.input, rig.output}) {
-        EXPECT_TRUE(AllPointers(pin->Connect(nullptr, nullptr),
-                                pin->ReceiveConnection(&rig.source, nullptr),
-                                pin->ReceiveConnection(nullptr, &type), pin->ConnectedTo(nullptr),
-                                pin->ConnectionMediaType(nullptr), pin->QueryPinInfo(nullptr),
-                                pin->QueryDirection(nullptr), pin->QueryId(nullptr),
-                                pin->QueryAccept(nullptr), pin->EnumMediaTypes(nullptr)));
+        for (const HRESULT result :
+             {pin->Connect(nullptr, nullptr), pin->ReceiveConnection(&rig.source, nullptr),
+              pin->ReceiveConnection(nullptr, &type), pin->ConnectedTo(nullptr),
+              pin->ConnectionMediaType(nullptr), pin->QueryPinInfo(nullptr),
+              pin->QueryDirection(nullptr), pin->QueryId(nullptr), pin->QueryAccept(nullptr),
+              pin->EnumMediaTypes(nullptr)}) {
+            EXPECT_EQ(result, E_POINTER);
+        }
         EXPECT_EQ(pin->QueryInternalConnections(nullptr, nullptr), E_NOTIMPL);
         EXPECT_EQ(As<IQualityControl>(pin)->SetSink(nullptr), S_OK);
         As<IQualityControl>(pin)->Notify(nullptr, Quality{Famine, 0, 0, 0});
     }
-    ComPtr<IPin> found;
-    EXPECT_TRUE(FAILED(filter.FindPin(nullptr, &found)));
+    for (const HRESULT result :
+         {rig.output->EndOfStream(), rig.output->BeginFlush(), rig.output->EndFlush()}) {
+        EXPECT_EQ(result, E_UNEXPECTED) << "an output has nothing upstream";
+    }
     EXPECT_EQ(filter.JoinFilterGraph(rig.graph.Get(), nullptr), S_OK) << "a name is optional";
     EXPECT_EQ(transport.ReceiveMultiple(&nothing, -1, &done), S_OK);
-    EXPECT_EQ(done, 0);
     EXPECT_EQ(rig.Push(), S_OK);
 }
 
