@@ -17,8 +17,7 @@ struct OutputFormat {
 
 /// What a test must know of one filter of the module.
 struct CatalogueRow {
-    const char* name;      ///< letters and digits only: part of a test's name
-    const wchar_t* title;  ///< in the registry
+    const char* name;  ///< letters and digits only: part of a test's name
     CLSID clsid;
     const char* fourcc;     ///< of the coded side
     WORD bits;              ///< of the input
@@ -43,7 +42,6 @@ struct CatalogueRow {
 
 /// Its property page, the module's tenth class.
 extern const CLSID kPropertyPage;
-extern const wchar_t* const kPropertyPageTitle;
 
 /// All nine filters, in the module's order, and the Zeta decoder once more with alpha.
 const std::vector<CatalogueRow>& Catalogue();
