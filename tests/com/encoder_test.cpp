@@ -34,21 +34,16 @@ constexpr LONG kYuy2Room = kPixels * 12 / 5;  // 1.2 times two bytes a pixel
 /// An encoder that is ready for pictures.
 struct Encoding : Rig {
     explicit Encoding(WORD bits, const Stream& size = {160, 120})
-        : Rig(TheRow()), type(Pictures(bits, size)), allocator(OwnAllocator()) {
+        : Rig(Row("ZetaEncoder")), type(Pictures(bits, size)), allocator(OwnAllocator()) {
         EXPECT_EQ(ConnectInput(type), S_OK);
         EXPECT_EQ(ConnectOutput(), S_OK);
         EXPECT_EQ(filter->Pause(), S_OK);
-    }
-    static const CatalogueRow& TheRow() {
-        static const CatalogueRow row = Row("ZetaEncoder");
-        return row;
     }
     HRESULT PushPicture() { return Push({SmoothPicture(type.Header())}); }
     void Set(LONG quantScale, LONG maxStreamSize, LONG colorSpace = 0) {
         const EncodeParameterBlock block = {colorSpace, quantScale, maxStreamSize, 4};
         EXPECT_EQ(As<IEncodeParmeter_QZTA>(filter)->SetParameter(&block, FALSE), S_OK);
     }
-    void GiveRoom(LONG bytes) { allocator.shorter = allocator.requested.cbBuffer - bytes; }
     MediaType type;
     HostileAllocator& allocator;
 };
@@ -57,7 +52,7 @@ class Encoder : public ComTest {
   protected:
     using Words = std::array<LONG, 4>;
     static ComPtr<IEncodeParmeter_QZTA> New() {
-        return Module().Create<IEncodeParmeter_QZTA>(Encoding::TheRow().clsid);
+        return Module().Create<IEncodeParmeter_QZTA>(Row("ZetaEncoder").clsid);
     }
     static Words Read(const ComPtr<IEncodeParmeter_QZTA>& encoder, BOOL fromRegistry = FALSE) {
         EncodeParameterBlock b = {-1, -1, -1, -1};
@@ -124,7 +119,7 @@ TEST_F(Encoder, TheEngineIsToldTheBudgetAndNeverMoreThanTheBuffer) {
         SCOPED_TRACE(::testing::Message() << c.bits << " bits in " << c.room);
         Encoding rig(c.bits);
         rig.Set(7, c.maxStreamSize);
-        rig.GiveRoom(c.room);
+        rig.allocator.shorter = rig.allocator.requested.cbBuffer - c.room;
         const DWORD before = LastEncode(c.bits).count;
         EXPECT_TRUE(rig.PushPicture() == E_FAIL || c.capacity != 0);
         EXPECT_TRUE(rig.allocator.MarginsAreUntouched());
@@ -187,12 +182,11 @@ TEST_F(Encoder, StartsWithTheStoredParametersAndStoresAllButTheColourSpace) {
 }
 
 TEST_F(Encoder, ItAloneHasParametersAndAPage) {
-    const auto encoder = New();
     const auto decoder = Module().Create(Row("ZetaDecoder").clsid);
     EXPECT_FALSE(As<IEncodeParmeter_QZTA>(decoder));
     EXPECT_FALSE(As<ISpecifyPropertyPages>(decoder));
     CAUUID list{};
-    const auto pages = As<ISpecifyPropertyPages>(encoder);
+    const auto pages = As<ISpecifyPropertyPages>(New());
     EXPECT_EQ(pages->GetPages(nullptr), E_POINTER);
     ASSERT_EQ(pages->GetPages(&list), S_OK);
     ASSERT_EQ(list.cElems, 1u);

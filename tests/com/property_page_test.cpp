@@ -26,9 +26,9 @@ using Words = std::array<LONG, 4>;
 /// What the page shows. Its boxes say what its sliders do; these four are for the custom preset.
 Shown Look(const PageFrame& page) {
     Shown shown = {page.Position(IDC_QUANT_SLIDER), page.Position(IDC_SIZE_SLIDER), -1};
-    for (const int i : {0, 1}) {
-        const int box = i == 0 ? IDC_QUANT_BOX : IDC_SIZE_BOX;
-        const std::wstring number = std::to_wstring(shown[static_cast<std::size_t>(i)]);
+    for (const auto& [box, value] :
+         {std::pair{IDC_QUANT_BOX, shown[0]}, {IDC_SIZE_BOX, shown[1]}}) {
+        const std::wstring number = std::to_wstring(value);
         EXPECT_EQ(page.Text(box), number);
         EXPECT_EQ(HIWORD(SendDlgItemMessageW(page.dialog, box, EM_GETSEL, 0, 0)), number.size())
             << "the caret is behind it";
@@ -71,7 +71,7 @@ class Page : public ComTest {
     ComPtr<IEncodeParmeter_QZTA> encoder_ = NewEncoder();
 };
 
-TEST_F(Page, ShowsTheLiveParametersOfEachEncoderInTurn) {
+TEST_F(Page, ShowsTheParametersOfEachEncoderInTurn) {
     user_.Store(kKey, L"preset", 3);
     const struct {
         Words live;
@@ -95,9 +95,7 @@ TEST_F(Page, ShowsTheLiveParametersOfEachEncoderInTurn) {
         EXPECT_EQ(page->IsPageDirty(), c.dirty);
         EXPECT_EQ(Live(), c.live);
     }
-}
-
-TEST_F(Page, WithoutAnEncoderItShowsTheStoredParametersAndAppliesNothing) {
+    // Without an encoder it shows the stored ones and applies nothing.
     user_.Store(kKey, L"preset", 4);
     user_.Store(kKey, L"quant_scale", 12);
     const PageFrame frame(New(), Make<PageSite>().Get());

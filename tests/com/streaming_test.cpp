@@ -50,12 +50,6 @@ NYX_FOR_ROWS(Streaming, ThreeKinds());
 class Decoding : public Streaming {};
 NYX_FOR_ROWS(Decoding, TwoDecoders());
 
-Lies Claiming(LONG length) {
-    Lies lies;
-    lies.length = length;
-    return lies;
-}
-
 TEST_P(Streaming, TimesAndFlagsAreCarriedByAnyKindOfSample) {
     const auto carried = [](const Sample& s) {
         return std::tuple(s.start, s.stop, s.mediaStart, s.syncPoint, s.preroll, s.discontinuity);
@@ -92,7 +86,7 @@ TEST_P(Streaming, WhatIsNotAsPromisedFailsItsFrameOnly) {
     // What a length claims is true of the buffer too: nothing behind it may be used, whether it is
     // the end of the readable memory or not.
     for (const LONG length : {0L, 1L, size / 2, size - 1, -1L, LONG{LONG_MIN}}) {
-        EXPECT_EQ(rig.Push(whole, Claiming(length)), E_FAIL) << length;
+        EXPECT_EQ(rig.Push(whole, {.length = length}), E_FAIL) << length;
         EXPECT_TRUE(buffers.IsUntouched());
     }
     // A frame of an encoder may be smaller than the buffer that was agreed on.
@@ -109,7 +103,7 @@ TEST_P(Streaming, WhatIsNotAsPromisedFailsItsFrameOnly) {
         EXPECT_EQ(rig.Push(), E_FAIL) << protection;
     }
     buffers.protection = PAGE_READWRITE;
-    for (const Lies& noData : {Lies{true, E_FAIL}, Lies{true, S_OK, true}}) {
+    for (const Lies& noData : {Lies{.pointerResult = E_FAIL}, Lies{.nullPointer = true}}) {
         EXPECT_EQ(rig.Push(whole, noData), E_UNEXPECTED);
         buffers.lies = noData;
         EXPECT_EQ(rig.Push(), E_UNEXPECTED);
@@ -119,13 +113,13 @@ TEST_P(Streaming, WhatIsNotAsPromisedFailsItsFrameOnly) {
     EXPECT_EQ(rig.graph->Seen().size(), 0u) << "a failed frame raises no event";
     Sample other = whole;
     other.bytes.resize(whole.bytes.size() / 2);
-    EXPECT_NE(rig.Push(other, Claiming(LONG_MAX)), S_OK);
+    EXPECT_NE(rig.Push(other, {.length = LONG_MAX}), S_OK);
     other = whole;
     other.bytes.push_back(0xFF);  // the frame then begins at an odd address
     const Bytes picture = Through(other).bytes;
     for (const LONG misaligned : {0, 1, 15}) {
         buffers.misaligned = misaligned;
-        EXPECT_EQ(Through(whole, Claiming(LONG_MAX)).bytes, picture) << misaligned;
+        EXPECT_EQ(Through(whole, {.length = LONG_MAX}).bytes, picture) << misaligned;
         EXPECT_TRUE(buffers.MarginsAreUntouched());
     }
     buffers.lies.setLengthResult = E_NOTIMPL;
@@ -280,7 +274,7 @@ TEST_P(OneDecoder, ATypeOnAnInputSampleChangesTheInputBeforeTheFrame) {
     Sample wide = rig.Frame(), narrow{row().Frame(row().other)};
     wide.type = row().InputType();
     EXPECT_EQ(rig.Push(narrow), E_FAIL) << "too short for the old type";
-    for (const Lies& lies : {Lies{}, Lies{false}}) {
+    for (const Lies& lies : {Lies{}, Lies{.sample2 = false}}) {
         narrow.type = narrower;
         EXPECT_FALSE(Through(narrow, lies).type) << "the output type is not affected";
         EXPECT_EQ(ConnectionType(rig.input), narrower);
