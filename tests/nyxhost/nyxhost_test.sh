@@ -1,19 +1,16 @@
 #!/usr/bin/env bash
-# nyxhost_test.sh NYXHOST.EXE NYXCODECS.DLL ENGINES [CASES...]: makes clips with ffmpeg, plays them through the
-# registered module and compares pictures, messages and exit codes. Ends with the number of failures.
+# nyxhost_test.sh BIN ENGINES [CASES...]: makes clips with ffmpeg, plays them through the registered modules of
+# folder BIN and compares pictures, sound, messages and exit codes. ENGINES has the folders standin and open.
 . "$(dirname "$0")/../../scripts/lib.sh"
 . "$root/scripts/clips.sh"
+. "$root/scripts/footage.sh"
 here=$(cd "$(dirname "$0")" && pwd)
-nyxhost=$1
-module=$2
-engines=$3
-shift 3
-cases=("$@")
-if [ ${#cases[@]} = 0 ]; then
-    cases=(list info decode encode failures)
-    # Where they were built.
-    [ ! -e "$engines/../open/rkdvh.dll" ] || cases+=(open_engines)
-fi
+nyxhost=$1/nyxhost.exe
+modules=$1
+engines=$2/standin
+open_engines=$2/open
+shift 2
+[ $# -gt 0 ] || set -- list info decode footage encode failures
 
 export LC_ALL=C.UTF-8 # file names outside ASCII
 start_wine
@@ -37,10 +34,13 @@ run() {
     [ "$code" = "$expected" ] || fail "$last: exit code $code, not $expected; it said: $said"
 }
 
-# says TEXT: the last run said that.
+# says TEXT...: the last run said all that.
 says() {
-    checks=$((checks + 1))
-    [[ $said == *"$1"* ]] || fail "$last: did not say '$1' but: $said"
+    local text
+    for text in "$@"; do
+        checks=$((checks + 1))
+        [[ $said == *"$text"* ]] || fail "$last: did not say '$text' but: $said"
+    done
 }
 
 # holds WHAT COMMAND...: the command succeeds.
@@ -54,19 +54,19 @@ holds() {
 # at_least BOUND VALUE WHAT: both in dB, "inf" included.
 at_least() {
     checks=$((checks + 1))
-    [ "$2" = inf ] || { [[ $2 =~ ^[0-9.]+$ ]] && awk "BEGIN { exit !($2 >= $1) }"; } ||
+    [ "$2" = inf ] || { [ "$1" != inf ] && [[ $2 =~ ^[0-9.]+$ ]] && awk "BEGIN { exit !($2 >= $1) }"; } ||
         fail "$3: $2 dB, not $1"
 }
 
-register() { # register [/u]
-    wine regsvr32 /s "$@" "$(windows_path "$module")" </dev/null
+register() { # MODULE [/u]
+    wine regsvr32 /s "${@:2}" "$(windows_path "$modules/$1.dll")" </dev/null
 }
 
 # What most cases use: three frames without and with "INFO" chunks.
 make_q210 natural 720 486 30000/1001 3 clip
 add_info_chunks clip 720 486 30000/1001 info.avi 1,8,9 0,1,1 -1,0,0
 
-for name in "${cases[@]}"; do
+for name in "$@"; do
     say "$name"
     . "$here/$name.cases.sh"
 done

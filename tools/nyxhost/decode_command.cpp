@@ -90,6 +90,8 @@ std::vector<std::unique_ptr<WavWriter>> TakeSound(PlaybackGraph& graph, const st
 }
 
 ExitCode RunDecode(const DecodeOptions& options) {
+    KeepInput(options.clip.path, options.rawFile);
+    KeepInput(options.clip.path, options.soundFile);
     std::unique_ptr<FrameOutputs> outputs;
     std::vector<std::unique_ptr<WavWriter>> sound;
     PlaybackGraph graph(options.clip.path, options.clip.graph,

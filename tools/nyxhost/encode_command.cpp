@@ -9,6 +9,7 @@
 #include "console.h"
 #include "encode_graph.h"
 #include "host/avi_writer.h"
+#include "output_file.h"
 #include "playback_report.h"
 #include "raw_pictures.h"
 #include "settings/quality_presets.h"
@@ -79,6 +80,7 @@ void CheckOutput(HRESULT result, const std::string& path) {
 }
 
 ExitCode RunEncode(const EncodeOptions& options) {
+    KeepInput(options.input, options.output);
     const EncoderFilter encoder = FindEncoder();
     SetQuality(options, encoder);
 

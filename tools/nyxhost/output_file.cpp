@@ -27,6 +27,13 @@ void OutputFile::Write(const void* data, DWORD size) {
     }
 }
 
+void KeepInput(const std::string& input, const std::string& output) {
+    std::error_code missing;
+    if (std::filesystem::equivalent(Wide(input), Wide(output), missing)) {
+        throw Failure(ExitCode::kOutput, output + " is what is to be read");
+    }
+}
+
 void MakeFolder(const std::string& path) {
     std::error_code error;
     const std::filesystem::path folder(Wide(path));

@@ -22,6 +22,9 @@ class OutputFile {
     HANDLE file_;
 };
 
+/// Failure kOutput when both names are one file's: a clip is not replaced while it is read.
+void KeepInput(const std::string& input, const std::string& output);
+
 /// Makes the folder `path` (UTF-8) and those above it where they are missing. Failure kOutput.
 void MakeFolder(const std::string& path);
 

@@ -1,0 +1,96 @@
+# Footage in the files that cameras and editors write, by ffmpeg, and what ffmpeg itself reads in them:
+# used by scripts/demo and by tests of nyxhost. Needs clips.sh.
+
+# File, size as shown, rate, frames, pixels, coding, stored sound.
+footage=(
+    "DV25-625.avi         720x576   25/1       25 yuv420p     dv   s16le"
+    "DV25-525.mov         720x480   30000/1001 30 yuv411p     dv   s16be"
+    "DVCPRO25-625.dv      720x576   25/1       25 yuv411p     dv   s16le"
+    "DVCPRO50-625.mov     720x576   25/1       25 yuv422p     dv   s16le"
+    "DVCPRO50-525.mxf     720x480   30000/1001 30 yuv422p     dv   s24le"
+    "DVCPROHD-1080i60.mov 1280x1080 30000/1001 6  yuv422p     dv   s24le"
+    "DVCPROHD-720p50.mxf  960x720   50/1       10 yuv422p     dv   s16le"
+    "D10-625.mxf          720x576   25/1       25 yuv422p     d10  s16le"
+    "D10-525.gxf          720x486   30000/1001 30 yuv422p     d10  mono"
+    "v210-1080.mov        1920x1080 25/1       5  yuv422p10le v210 s24le"
+    "v210-720.avi         1280x720  50/1       6  yuv422p10le v210 s16le"
+)
+
+# A noise in each of two tones, so that one lost or moved sample shows.
+sound_source="aevalsrc=exprs=0.4*sin(2000*t)+0.05*random(0)|0.4*sin(3000*t)+0.05*random(1):s=48000"
+
+# With the lines above the picture that D-10 codes.
+coded_lines() { # HEIGHT
+    if [ "$1" = 576 ]; then echo 608; else echo 512; fi
+}
+
+# Wide pictures that bear their number. What D-10 codes above them, and nobody shall see, is red.
+make_footage() { # FOLDER FILE SIZE RATE FRAMES PIXELS CODING SOUND
+    local file=$1/$2 width=${3%x*} height=${3#*x} rate=$4 sound=(-c:a "pcm_$8") coded=${3#*x} fields=bb coding
+    case $7 in
+        dv)
+            [ "$height" -lt 720 ] || fields=$([ "$height" = 720 ] && echo progressive || echo tt)
+            coding=(-c:v dvvideo -threads 1 -field_order $fields)
+            ;;
+        v210) coding=(-c:v v210) ;;
+        d10) # SMPTE 356M: 50 Mbit/s
+            coded=$(coded_lines "$height")
+            coding=(-c:v mpeg2video -g 1 -flags +ildct+low_delay -top 1 -intra_vlc 1 -non_linear_quant 1
+                -dc 10 -ps 1 -qmin 1 -qmax 12 -b:v 50000k -minrate 50000k -maxrate 50000k -bufsize 2000000
+                -rc_init_occupancy 2000000)
+            [[ $2 != *.mxf ]] || coding+=(-f mxf_d10)
+            ;;
+    esac
+    [ "$8" != mono ] || sound=(-c:a pcm_s16le -ac 1)
+    quiet_ffmpeg -loglevel fatal -f lavfi -i "$(source_filter natural $((height * 16 / 9)) "$height" "$rate")" \
+        -f lavfi -i "$sound_source" -t "$(awk "BEGIN { print $5 / ($rate) }")" -vf "$(picture_number)
+            ,scale=$width:$height:out_color_matrix=$(matrix_of "$width" "$height"):out_range=tv:out_h_chr_pos=0:flags=accurate_rnd+bicubic
+            ,format=$6,pad=$width:$coded:0:$((coded - height)):red,setdar=16/9" \
+        "${coding[@]}" "${sound[@]}" "$file"
+}
+picture_number() {
+    echo "drawtext=fontfile=/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf:text=%{n}:fontsize=h/6:fontcolor=white:x=w/30:y=h-th-h/20"
+}
+
+# Plays a file in one graph, to pictures and to PCM, and holds both against ffmpeg's reading of it. Sets
+# $psnr, in dB, and $sound, in words. Needs a running Wine with the module and the source filter
+# registered, and the open engines on the search path.
+play_footage() { # FILE SIZE FORMAT WORK
+    local said
+    said=$(run_nyxhost decode "$1" --format "$3" --raw "$4/samples" --audio "$4/sound.wav") ||
+        die "nyxhost could not play $1: $said"
+    psnr=$(psnr_of_footage "$1" "$2" "$3" "$4/samples")
+    sound=$(compare_sound "$1" "$4/sound.wav" "$4")
+}
+
+# The PSNR between raw samples and ffmpeg's decode of a file's pictures, all of them: the average, or
+# that of $component. Lines above a D-10 picture are cut off. $decoding is what ffmpeg decodes with.
+psnr_of_footage() { # FILE SIZE FORMAT SAMPLES
+    local width=${2%x*} height=${2#*x} to=yuv422p own=scale=flags=bilinear+accurate_rnd
+    if [ "$3" != yuy2 ]; then
+        to=gbrp
+        own+=+full_chroma_int:in_color_matrix=$(matrix_of "$width" "$height"):in_range=tv:out_range=pc
+    fi
+    own+=:in_h_chr_pos=0:out_h_chr_pos=0:interl=-1
+    ffmpeg -nostdin -hide_banner -f rawvideo -pixel_format "$(raw_format "$3")" -video_size "$2" -i "$4" \
+        -threads 1 ${decoding:-} -i "$1" -lavfi \
+        "[0]$(raw_orientation "$3"),format=$to,settb=1/25,setpts=N[a];[1:v]crop=iw:$height:0:ih-$height,$own,format=$to,settb=1/25,setpts=N[b];[a][b]psnr" \
+        -f null - 2>&1 | sed -n "s/.*PSNR.* ${component:-average}:\([^ ]*\) .*/\1/p"
+}
+
+# The first stream of sound in a file and what became of it: "48000 samples of 16 bits, equal", or how
+# many are not.
+compare_sound() { # FILE WAV WORK
+    local bits count
+    bits=$(ffprobe -loglevel error -show_entries stream=bits_per_sample -of csv=p=0 "$2")
+    quiet_ffmpeg -loglevel fatal -i "$1" -i "$2" -map 0:a:0 -f "s${bits}le" "$3/theirs" -map 1:a -f "s${bits}le" "$3/ours"
+    count=$(($(stat -c %s "$3/ours") * 8 / bits))
+    printf '%d samples of %d bits, ' $count "$bits"
+    if [ "$(stat -c %s "$3/theirs")" != "$(stat -c %s "$3/ours")" ]; then
+        echo "ffmpeg has $(($(stat -c %s "$3/theirs") * 8 / bits))"
+    elif cmp -s "$3/theirs" "$3/ours"; then
+        echo equal
+    else
+        echo "$(cmp -l "$3/theirs" "$3/ours" | awk "{ print int((\$1 - 1) * 8 / $bits) }" | uniq | wc -l) differ"
+    fi
+}

@@ -1,0 +1,28 @@
+# Real files through both modules and the open engines, against ffmpeg's reading. Asked to be exact, both
+# decode with the same inverse transform: 4:2:2 pictures are equal to the last bit, and so is the sound.
+# Where chroma has another resolution, or the output is RGB, ffmpeg's scaler is the other side, which
+# filters and rounds differently.
+WINEPATH=$(windows_path "$open_engines") NYX_OPEN_ENGINES=exact
+export WINEPATH NYX_OPEN_ENGINES
+decoding="-flags bitexact -idct simple"
+while read -r file format bound; do
+    for entry in "${footage[@]}"; do
+        [[ $entry == "$file "* ]] || continue
+        read -r _ size rate _ pixels coding sound_as <<<"$entry"
+        make_footage . "$file" "$size" "$rate" 4 "$pixels" "$coding" "$sound_as"
+        play_footage "$file" "$size" "$format" .
+        at_least "$bound" "$psnr" "$file as $format"
+        holds "$file: $sound" test "${sound##*, }" = equal
+    done
+done <<'FILES'
+DVCPRO25-625.dv      yuy2  38
+DVCPRO50-525.mxf     yuy2  inf
+DVCPROHD-1080i60.mov yuy2  inf
+D10-525.gxf          yuy2  inf
+DV25-525.mov         rgb24 42
+DVCPROHD-720p50.mxf  rgb24 42
+v210-720.avi         rgb24 48
+FILES
+decoding=
+unset NYX_OPEN_ENGINES
+use_no_engines
