@@ -1,6 +1,5 @@
-/// Calls in any order and on any thread, as by a host that has lost its thread.
+/// Calls in any order, as by a host that has lost its thread.
 
-#include <future>
 #include <random>
 
 #include "tests/support/rig.h"
@@ -8,8 +7,6 @@
 
 namespace nyx::test {
 namespace {
-
-using std::chrono::milliseconds;
 
 /// Makes random calls and holds the answers against a small model of the filter.
 class Disorder : public RowTest {
@@ -158,7 +155,7 @@ TEST_P(Disorder, AnyOrderOfCallsIsAnsweredAsTheModelSays) {
     random.seed(seed);
     rig.sink.keepsSamples = false;
     MustFinish("any order of calls", [&] {
-        For(milliseconds(700), [&] {
+        For(std::chrono::milliseconds(700), [&] {
             // From time to time all is as it should be, so that what follows meets a filter at
             // work.
             if (Any(8) == 0) {
@@ -177,47 +174,6 @@ TEST_P(Disorder, AnyOrderOfCallsIsAnsweredAsTheModelSays) {
     rig.Start();
     rig.input->EndFlush();
     EXPECT_EQ(rig.Push(), S_OK) << "and it streams afterwards";
-}
-
-class Threads : public RowTest {};
-NYX_FOR_ROWS(Threads, ThreeKinds());
-
-TEST_P(Threads, FlushSeekAndStopWhileFramesFlowAndLeaveTheFilterInOrder) {
-    Rig rig(row());
-    rig.sink.keepsSamples = false;
-    rig.Start();
-    Sample typed = rig.Frame();  // what others ask for is replaced while they do
-    typed.type = row().InputType();
-    const auto frame = MakeSample(typed);
-    const auto flush = [&] { rig.input->BeginFlush(), rig.input->EndFlush(); };
-    const auto askAndSeek = [&] {
-        for (const MediaType& type : OfferedTypes(rig.output)) {
-            EXPECT_EQ(type.Header().biWidth, rig.stream.width);
-        }
-        EXPECT_EQ(ConnectionType(rig.input), *typed.type);
-        rig.input->NewSegment(0, 400000, 1.0);
-        rig.Notify({Flood, 500, 800000, 0});
-        rig.input->EndOfStream();
-    };
-    const auto restart = [&] {
-        rig.filter->Stop();
-        rig.DisconnectOutput();
-        rig.ConnectOutput();
-        rig.filter->Run(0);
-    };
-    const std::function<void()> works[] = {[&] { rig.transport->Receive(frame.Get()); }, flush,
-                                           askAndSeek, restart};
-    MustFinish("a storm of flushes, seeks and stops", [&] {
-        std::vector<std::future<void>> all;
-        for (const auto& work : works) {
-            all.push_back(std::async(std::launch::async, [&] { For(milliseconds(400), work); }));
-        }
-    });
-    rig.filter->Stop();
-    rig.filter->Pause();
-    rig.sink.Forget();
-    EXPECT_EQ(rig.Push(), S_OK);
-    EXPECT_EQ(rig.sink.Count(), 1u);
 }
 
 }  // namespace

@@ -1,17 +1,9 @@
 /// What the encoder has beyond any filter: its kinds of pictures, its buffer, its parameters.
 
-#include <array>
-#include <thread>
-
-#include "filters/encode_parameter.h"
 #include "platform/fourcc.h"
+#include "tests/com/encoder_parameters.h"
 #include "tests/support/frames.h"
-#include "tests/support/rig.h"
-#include "tests/support/settings.h"
 #include "tests/support/watchdog.h"
-
-__CRT_UUID_DECL(IEncodeParmeter_QZTA, 0x26890151, 0x8A34, 0x4C58, 0xBB, 0xBC, 0x40, 0x99, 0x3F,
-                0x38, 0x16, 0x9A)
 
 namespace nyx::test {
 namespace {
@@ -48,24 +40,7 @@ struct Encoding : Rig {
     HostileAllocator& allocator;
 };
 
-class Encoder : public ComTest {
-  protected:
-    using Words = std::array<LONG, 4>;
-    static ComPtr<IEncodeParmeter_QZTA> New() {
-        return Module().Create<IEncodeParmeter_QZTA>(Row("ZetaEncoder").clsid);
-    }
-    static Words Read(const ComPtr<IEncodeParmeter_QZTA>& encoder, BOOL fromRegistry = FALSE) {
-        EncodeParameterBlock b = {-1, -1, -1, -1};
-        EXPECT_EQ(encoder->GetParameter(&b, fromRegistry), S_OK);
-        return {b.color_space, b.quant_scale, b.max_stream_size, b.preset};
-    }
-    void Store(const wchar_t* name, LONG value) { user_.Store(kKey, name, value); }
-    LONG Stored(const wchar_t* name) { return user_.Stored(kKey, name).value_or(-1); }
-
-  private:
-    static constexpr wchar_t kKey[] = L"Software\\Veltro\\Codec\\QZTA";
-    PrivateUserRegistry user_;
-};
+using Encoder = ParametersTest;
 
 TEST_F(Encoder, AFrameIsAsLongAsTheEngineSaysAndTheSameOfAPictureTopDown) {
     for (const WORD bits : kKinds) {
@@ -158,10 +133,11 @@ TEST_F(Encoder, GoesOnWithOtherPicturesThatBecomeTheSameKindOfFrame) {
 }
 
 TEST_F(Encoder, StartsWithTheStoredParametersAndStoresAllButTheColourSpace) {
-    EXPECT_EQ(Read(New()), (Words{0, 5, 30, 2}));
+    EXPECT_FALSE(Module().Create<IEncodeParmeter_QZTA>(Row("ZetaDecoder").clsid));
+    EXPECT_EQ(Read(NewEncoder()), (Words{0, 5, 30, 2}));
     Store(L"color_space", -7);
     Store(L"preset", 0);
-    const auto encoder = New();
+    const auto encoder = NewEncoder();
     EXPECT_EQ(Read(encoder), (Words{-7, 3, 50, 0}));
     // Anything is taken. Of a one-byte bool the other bytes may be anything.
     for (const auto& [flag, set] :
@@ -179,19 +155,6 @@ TEST_F(Encoder, StartsWithTheStoredParametersAndStoresAllButTheColourSpace) {
         EXPECT_EQ(encoder->SetParameter(nullptr, flag), E_INVALIDARG);
     }
     EXPECT_EQ(Read(encoder, TRUE), (Words{-7, 5, 30, 2}));
-}
-
-TEST_F(Encoder, ItAloneHasParametersAndAPage) {
-    const auto decoder = Module().Create(Row("ZetaDecoder").clsid);
-    EXPECT_FALSE(As<IEncodeParmeter_QZTA>(decoder));
-    EXPECT_FALSE(As<ISpecifyPropertyPages>(decoder));
-    CAUUID list{};
-    const auto pages = As<ISpecifyPropertyPages>(New());
-    EXPECT_EQ(pages->GetPages(nullptr), E_POINTER);
-    ASSERT_EQ(pages->GetPages(&list), S_OK);
-    ASSERT_EQ(list.cElems, 1u);
-    EXPECT_EQ(list.pElems[0], kPropertyPage);
-    CoTaskMemFree(list.pElems);
 }
 
 TEST_F(Encoder, FramesAndReadersSeeOneSettingWhileAnotherThreadChangesThem) {

