@@ -39,8 +39,8 @@ class PageFrame {
             throw std::runtime_error("no page to show");
         }
         CoTaskMemFree(info.pszTitle);
-        // A dialog, as the system's frames are: the letters with Alt are its work. Neither a
-        // caption nor activation: without a window manager the system would wait for one.
+        // A dialog, as the system's frames are. Neither a caption nor activation: without a window
+        // manager the system would wait for one.
         WNDCLASSW type{};
         type.lpfnWndProc = DefDlgProcW;
         type.cbWndExtra = DLGWINDOWEXTRA;
@@ -78,11 +78,11 @@ class PageFrame {
     /// Puts the focus on a control and strikes a key there, by way of the dialog's keyboard rules.
     void Strike(int control, WPARAM key) const {
         SetFocus(Control(control));
-        Send({GetFocus(), WM_KEYDOWN, key, 1, 0, {}});
-    }
-    /// The Alt key, which bit 29 tells, with a letter.
-    void StrikeWithAlt(char letter) const {
-        Send({GetFocus(), WM_SYSCHAR, static_cast<WPARAM>(letter), 1 << 29 | 1, 0, {}});
+        MSG message = {GetFocus(), WM_KEYDOWN, key, 1, 0, {}};
+        if (!IsDialogMessageW(frame, &message)) {
+            SendMessageW(message.hwnd, message.message, message.wParam, message.lParam);
+        }
+        Pump();
     }
     bool IsChecked(int button) const { return IsDlgButtonChecked(dialog, button) == BST_CHECKED; }
     bool IsEnabled(int control) const { return IsWindowEnabled(Control(control)) != FALSE; }
@@ -112,12 +112,6 @@ class PageFrame {
     HWND dialog = nullptr;
 
   private:
-    void Send(MSG message) const {
-        if (!IsDialogMessageW(frame, &message) && message.message == WM_KEYDOWN) {
-            SendMessageW(message.hwnd, message.message, message.wParam, message.lParam);
-        }
-        Pump();
-    }
     static void Pump() {
         MSG message;
         while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
