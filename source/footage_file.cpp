@@ -264,7 +264,7 @@ void FootageFile::TimePicture(const StreamFormat& stream, Packet* packet) {
     if (tick == AV_NOPTS_VALUE) {
         tick = next != AV_NOPTS_VALUE ? next : TickAt(origin_, stream.timeBase);
     }
-    const bool known = data.duration > 0 && !CountsFields(*context_);
+    const bool known = data.duration > 0 && !CountsTicks(*context_);
     next =
         av_sat_add64(tick, known ? data.duration
                                  : av_rescale_q(1, av_inv_q(stream.video->rate), stream.timeBase));

@@ -37,6 +37,7 @@ bool DescribeDv(const AVPacket& frame, VideoFormat* format) {
     format->width = profile->width;
     format->height = height;
     format->wholeFrame = static_cast<DWORD>(profile->frame_size);
+    format->rate = IsSet(format->rate) ? format->rate : av_inv_q(profile->time_base);
     if (!IsSet(format->aspect)) {
         const bool wide = height >= 720 || DvIsWide(BytesOf(frame));
         format->aspect = wide ? AVRational{16, 9} : AVRational{4, 3};
@@ -108,6 +109,10 @@ bool CountsFields(const AVFormatContext& file) {
     return std::strcmp(file.iformat->name, "gxf") == 0;
 }
 
+bool CountsTicks(const AVFormatContext& file) {
+    return CountsFields(file) || std::strcmp(file.iformat->name, "avi") == 0;
+}
+
 std::size_t FramesToSee(const AVCodecParameters& parameters) {
     const Coding coding = CodingOf(parameters);
     return coding == Coding::kMpeg2 ? kLongestGroup : coding == Coding::kDv ? 1 : 0;
@@ -123,8 +128,7 @@ HRESULT DescribeVideo(AVFormatContext* file, AVStream* stream, const Packets& se
     format->fourcc = coding == Coding::kTagged ? parameters.codec_tag : FourCC("Q210");
     format->width = parameters.width;
     format->height = parameters.height;
-    format->rate = CountsFields(*file) ? stream->r_frame_rate : stream->avg_frame_rate;
-    format->rate = IsSet(format->rate) ? format->rate : stream->r_frame_rate;
+    format->rate = CountsTicks(*file) ? AVRational{} : stream->avg_frame_rate;
     format->aspect = AspectOf(parameters.width, parameters.height,
                               av_guess_sample_aspect_ratio(file, stream, nullptr));
     format->fields = parameters.field_order;
@@ -133,6 +137,7 @@ HRESULT DescribeVideo(AVFormatContext* file, AVStream* stream, const Packets& se
         (coding == Coding::kMpeg2 && !DescribeMpeg(seen, format))) {
         return kUnsupportedVideo;
     }
+    format->rate = IsSet(format->rate) ? format->rate : stream->r_frame_rate;
     format->bitCount = format->fourcc == FourCC("Q210") ? 20 : 24;
     if (coding == Coding::kTagged && parameters.bits_per_coded_sample > 0) {
         format->bitCount = static_cast<WORD>(parameters.bits_per_coded_sample);

@@ -56,7 +56,11 @@ HRESULT DescribeVideo(AVFormatContext* file, AVStream* stream, const Packets& se
 /// Describes an audio stream; false when it is not uncompressed sound with sensible numbers.
 bool DescribeAudio(const AVCodecParameters& parameters, AudioFormat* format);
 
-/// True for a container that counts fields, where libavformat takes a frame to last one.
+/// True for a container that counts fields.
 bool CountsFields(const AVFormatContext& file);
+
+/// True for a container whose clock may tick more than once a frame, where libavformat takes a
+/// frame to last one tick: it counts fields, or frames that are not there.
+bool CountsTicks(const AVFormatContext& file);
 
 }  // namespace nyx::source
