@@ -70,8 +70,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             if (result == S_OK) {
                 const nyx::source::StreamFormat& stream = file.streams().at(packet.stream);
                 nyx::fuzz::Require(packet.start <= packet.stop && packet.stop > from);
-                nyx::fuzz::Require(!stream.video ||
-                                   packet.bytes().size() >= stream.video->wholeFrame);
+                std::vector<BYTE> copy(packet.bytes().size());
+                nyx::fuzz::Require(!stream.video || copy.size() >= stream.video->wholeFrame);
+                nyx::fuzz::Require(file.Copy(packet, copy.data()) == S_OK);
             }
         }
     }

@@ -6,7 +6,7 @@
 
 namespace nyx::source {
 
-/// What a file's bytes are read from, by one thread at a time.
+/// What a file's bytes are read from. Any thread.
 class ByteSource {
   public:
     virtual ~ByteSource() = default;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+
 #include "source/byte_source.h"
 
 namespace nyx::source {
@@ -21,7 +23,7 @@ class DiskFile final : public ByteSource {
 
   private:
     HANDLE file_ = INVALID_HANDLE_VALUE;
-    HRESULT failure_ = S_OK;
+    std::atomic<HRESULT> failure_{S_OK};
 };
 
 }  // namespace nyx::source

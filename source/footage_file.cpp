@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 
+#include "platform/fourcc.h"
 #include "source/failures.h"
 #include "source/sample_clock.h"
 
@@ -10,6 +12,7 @@ namespace nyx::source {
 namespace {
 
 constexpr int kInputBytes = 1 << 16;
+constexpr int kLeastLeft = 1 << 20;
 /// What is read to see a file's first frames or to count them.
 constexpr int kMostPacketsSeen = 2000;
 constexpr std::int64_t kMostBytesSeen = 128 << 20;
@@ -23,6 +26,12 @@ int FootageFile::ReadBytes(void* self, std::uint8_t* to, int count) {
     auto* file = static_cast<FootageFile*>(self);
     if (file->cancelled_) {
         return AVERROR_EXIT;
+    }
+    if (file->leaves_ && count >= kLeastLeft &&
+        count <= Difference(file->bytes_->Size(), file->position_)) {
+        file->left_ = {to + count, count, file->position_};
+        file->position_ += count;
+        return count;
     }
     const int got = file->bytes_->Read(file->position_, to, count);
     file->readFailed_ = got < 0;
@@ -104,6 +113,7 @@ HRESULT FootageFile::Open(std::unique_ptr<ByteSource> bytes) {
     const std::int64_t start = context_->streams[first.index]->start_time;
     origin_ = start == AV_NOPTS_VALUE ? 0 : TimeOfTick(start, first.timeBase);
     Select(std::vector<bool>(streams_.size(), true));
+    leaves_ = first.video && first.video->fourcc == FourCC("Q210");
     return Seek(0);
 }
 
@@ -252,6 +262,7 @@ HRESULT FootageFile::ReadRaw(LibavPtr<AVPacket>* packet) {
     if (!*packet) {
         return E_OUTOFMEMORY;
     }
+    left_ = {};
     const HRESULT result = ResultOf(av_read_frame(context_.get(), packet->get()));
     // Behind the last thing that can be made out there is nothing, whatever it is.
     return result == kInvalidFileFormat ? S_FALSE : result;
@@ -295,9 +306,38 @@ void FootageFile::TimeSound(const StreamFormat& stream, Packet* packet) {
     packet->stop = Difference(TimeOfTick(next, clock), origin_);
 }
 
+/// Notes what of a packet was left in the file; sound is fetched.
+HRESULT FootageFile::FindLeft(Packet* packet) {
+    AVPacket& data = *packet->data;
+    packet->left = static_cast<std::size_t>(left_.count);
+    packet->leftAt = left_.position;
+    if (left_.count == 0) {
+        return S_OK;
+    }
+    if (left_.count > data.size || left_.end != data.data + data.size) {
+        return kInvalidFileFormat;
+    }
+    if (streams_[packet->stream].video) {
+        return S_OK;
+    }
+    const HRESULT result = Copy(*packet, data.data);
+    packet->left = 0;
+    return result;
+}
+
+HRESULT FootageFile::Copy(const Packet& packet, BYTE* to) {
+    const std::size_t had = packet.bytes().size() - packet.left;
+    if (to != packet.data->data) {
+        std::memcpy(to, packet.data->data, had);
+    }
+    const int count = static_cast<int>(packet.left);
+    const int got = count > 0 ? bytes_->Read(packet.leftAt, to + had, count) : 0;
+    return got == count ? S_OK : got < 0 ? bytes_->failure() : S_FALSE;
+}
+
 HRESULT FootageFile::Read(Packet* packet) {
     for (;;) {
-        const HRESULT result = cancelled_ ? kCancelled : ReadRaw(&packet->data);
+        HRESULT result = cancelled_ ? kCancelled : ReadRaw(&packet->data);
         if (result != S_OK) {
             return result;
         }
@@ -310,6 +350,10 @@ HRESULT FootageFile::Read(Packet* packet) {
         }
         packet->stream = at;
         const StreamFormat& stream = streams_[at];
+        result = FindLeft(packet);
+        if (result != S_OK) {
+            return result;
+        }
         stream.video ? TimePicture(stream, packet) : TimeSound(stream, packet);
         const bool tooFar = checkLanding_ && at == 0 && packet->start > from_;
         checkLanding_ = checkLanding_ && at != 0;

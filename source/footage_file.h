@@ -16,6 +16,8 @@ struct Packet {
     REFERENCE_TIME start = 0;
     REFERENCE_TIME stop = 0;
     LibavPtr<AVPacket> data;
+    std::size_t left = 0;     ///< so many bytes at the end of `data` were left in the file
+    std::int64_t leftAt = 0;  ///< at this place
 
     ByteSpan bytes() const { return {data->data, static_cast<std::size_t>(data->size)}; }
 };
@@ -49,6 +51,12 @@ class FootageFile {
     /// not be read. What is damaged or torn is left out.
     HRESULT Read(Packet* packet);
 
+    /// Copies a picture's packet of this file into a buffer of that size, from the file itself
+    /// where it was left there: an uncompressed frame that went through memory of its own would
+    /// take several times as long. `S_FALSE` when the file has become too short, or why it could
+    /// not be read. From any thread, also while another reads on.
+    HRESULT Copy(const Packet& packet, BYTE* to);
+
     /// Makes reading fail soon, now and later, until it is withdrawn. From any thread.
     void Cancel(bool cancelled) { cancelled_ = cancelled; }
 
@@ -63,6 +71,7 @@ class FootageFile {
     HRESULT Restart();
     void SkipUnwanted();
     HRESULT ReadRaw(LibavPtr<AVPacket>* packet);
+    HRESULT FindLeft(Packet* packet);
     void TimePicture(const StreamFormat& stream, Packet* packet);
     void TimeSound(const StreamFormat& stream, Packet* packet);
     HRESULT ResultOf(int error) const;
@@ -70,6 +79,13 @@ class FootageFile {
     std::unique_ptr<ByteSource> bytes_;
     std::int64_t position_ = 0;  ///< in the file
     bool readFailed_ = false;
+    bool leaves_ = false;  ///< large packets in the file, as nobody looks into them
+    /// What was left last: the library thinks that it is in memory.
+    struct {
+        const std::uint8_t* end = nullptr;
+        int count = 0;
+        std::int64_t position = 0;
+    } left_;
     std::atomic<bool> cancelled_{false};
     LibavPtr<AVIOContext> input_;
     LibavPtr<AVFormatContext> context_;

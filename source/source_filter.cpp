@@ -158,7 +158,7 @@ HRESULT FootageSource::StartStreaming() {
     HRESULT result = S_OK;
     for (std::size_t i = 0; i < pins_.size() && SUCCEEDED(result); ++i) {
         if (pins_[i]->IsConnected()) {
-            result = pins_[i]->StartStreaming(readAhead_.get(), i, segment_);
+            result = pins_[i]->StartStreaming(file_.get(), readAhead_.get(), i, segment_);
         }
     }
     return result;

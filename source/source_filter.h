@@ -4,7 +4,6 @@
 #include <string>
 #include <vector>
 
-#include "source/packet_memory.h"
 #include "source/source_pin.h"
 
 namespace nyx::source {
@@ -62,7 +61,6 @@ class FootageSource final : public CBaseFilter,
     /// The filter lock may be held by one who waits for that very thread.
     CCritSec stateLock_;
     std::wstring path_;
-    PacketMemory memory_;
     std::unique_ptr<FootageFile> file_;
     std::unique_ptr<ReadAhead> readAhead_;
     std::vector<std::unique_ptr<SourcePin>> pins_;

@@ -82,29 +82,34 @@ HRESULT SourcePin::DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTI
     return SUCCEEDED(result) && !enough ? E_FAIL : result;
 }
 
-HRESULT SourcePin::StartStreaming(ReadAhead* packets, std::size_t stream, const Segment& segment) {
+HRESULT SourcePin::StartStreaming(FootageFile* file, ReadAhead* packets, std::size_t stream,
+                                  const Segment& segment) {
+    file_ = file;
     packets_ = packets;
     stream_ = stream;
     segment_ = segment;
     discontinuity_ = true;
     position_ = segment.start;
+    filled_.Open();
     try {
-        thread_.Start([this] { Stream(); });
+        filling_.Start([this] { FillSamples(); });
+        delivering_.Start([this] { DeliverSamples(); });
     } catch (const std::exception&) {
+        filled_.Close();
         return E_OUTOFMEMORY;
     }
     return S_OK;
 }
 
 void SourcePin::FinishStreaming() {
-    if (thread_.joinable()) {
-        thread_.join();
+    for (Thread* thread : {&delivering_, &filling_}) {
+        if (thread->joinable()) {
+            thread->join();
+        }
     }
 }
 
-void SourcePin::Stream() {
-    const HRESULT apartment = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
-    DeliverNewSegment(segment_.start, segment_.stop, segment_.rate);
+void SourcePin::FillSamples() {
     HRESULT result = S_OK;
     while (result == S_OK) {
         Packet packet;
@@ -112,10 +117,25 @@ void SourcePin::Stream() {
         if (result == S_OK && packet.start >= stop_) {
             result = S_FALSE;
         } else if (result == S_OK) {
-            result = format_.video ? DeliverPicture(packet) : DeliverSound(packet);
+            result = format_.video ? PutPicture(packet) : PutSound(packet);
         }
     }
     packets_->Close(stream_);
+    filled_.End(result);
+}
+
+void SourcePin::DeliverSamples() {
+    const HRESULT apartment = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+    DeliverNewSegment(segment_.start, segment_.stop, segment_.rate);
+    HRESULT result = S_OK;
+    while (result == S_OK) {
+        FilledSample filled;
+        result = filled_.Take(&filled);
+        if (result == S_OK) {
+            result = DeliverOne(filled);
+        }
+    }
+    filled_.Close();
     if (!IsQuietEnd(result)) {
         DeliverEndOfStream();
         if (FAILED(result)) {
@@ -127,6 +147,21 @@ void SourcePin::Stream() {
     }
 }
 
+/// Delivers a sample and lets go of it. A frame that downstream finds damaged costs no more than
+/// itself.
+HRESULT SourcePin::DeliverOne(const FilledSample& filled) {
+    filled.sample->SetDiscontinuity(discontinuity_);
+    position_ = filled.start;
+    HRESULT result = Deliver(filled.sample);
+    filled.sample->Release();
+    discontinuity_ = result == E_FAIL;
+    if (result == E_FAIL && format_.video) {
+        m_pFilter->NotifyEvent(EC_STREAM_ERROR_STILLPLAYING, result, 0);
+        return S_OK;
+    }
+    return result == S_FALSE ? kCancelled : result;
+}
+
 REFERENCE_TIME SourcePin::InSegment(REFERENCE_TIME time) const {
     const REFERENCE_TIME offset = Difference(time, segment_.start);
     return segment_.rate == 1.0
@@ -134,10 +169,10 @@ REFERENCE_TIME SourcePin::InSegment(REFERENCE_TIME time) const {
                : static_cast<REFERENCE_TIME>(static_cast<double>(offset) / segment_.rate);
 }
 
-/// Delivers what `fill` puts into a buffer, with the times in the segment of those in the file.
+/// Hands on what `fill` puts into a buffer, with the times in the segment of those in the file.
 template <class Fill>
-HRESULT SourcePin::DeliverSample(REFERENCE_TIME start, REFERENCE_TIME stop, std::int64_t bytes,
-                                 Fill fill) {
+HRESULT SourcePin::PutSample(REFERENCE_TIME start, REFERENCE_TIME stop, std::int64_t bytes,
+                             Fill fill) {
     IMediaSample* sample = nullptr;
     if (FAILED(m_pAllocator->GetBuffer(&sample, nullptr, nullptr, 0))) {
         return VFW_E_NOT_COMMITTED;  // the one reason to get none
@@ -148,39 +183,29 @@ HRESULT SourcePin::DeliverSample(REFERENCE_TIME start, REFERENCE_TIME stop, std:
         result = VFW_E_BUFFER_OVERFLOW;
     }
     if (SUCCEEDED(result)) {
-        fill(to);
-        REFERENCE_TIME from = InSegment(start);
-        REFERENCE_TIME until = InSegment(stop);
-        sample->SetTime(&from, &until);
-        sample->SetMediaTime(nullptr, nullptr);
-        sample->SetMediaType(nullptr);
-        sample->SetSyncPoint(TRUE);
-        sample->SetPreroll(FALSE);
-        sample->SetDiscontinuity(discontinuity_);
-        result = sample->SetActualDataLength(static_cast<long>(bytes));
+        result = fill(to);
     }
-    if (SUCCEEDED(result)) {
-        position_ = start;
-        result = Deliver(sample);
-        discontinuity_ = result == E_FAIL;
+    if (result != S_OK) {
+        sample->Release();
+        return result;
     }
-    sample->Release();
-    return result == S_FALSE ? kCancelled : result;
+    REFERENCE_TIME from = InSegment(start);
+    REFERENCE_TIME until = InSegment(stop);
+    sample->SetTime(&from, &until);
+    sample->SetMediaTime(nullptr, nullptr);
+    sample->SetMediaType(nullptr);
+    sample->SetSyncPoint(TRUE);
+    sample->SetPreroll(FALSE);
+    sample->SetActualDataLength(static_cast<long>(bytes));
+    return filled_.Put({sample, start}) ? S_OK : kCancelled;
 }
 
-HRESULT SourcePin::DeliverPicture(const Packet& packet) {
-    const ByteSpan bytes = packet.bytes();
-    const HRESULT result =
-        DeliverSample(packet.start, packet.stop, static_cast<std::int64_t>(bytes.size()),
-                      [bytes](BYTE* to) { std::memcpy(to, bytes.data(), bytes.size()); });
-    if (result == E_FAIL) {  // a damaged frame costs no more than itself
-        m_pFilter->NotifyEvent(EC_STREAM_ERROR_STILLPLAYING, result, 0);
-        return S_OK;
-    }
-    return result;
+HRESULT SourcePin::PutPicture(const Packet& packet) {
+    return PutSample(packet.start, packet.stop, static_cast<std::int64_t>(packet.bytes().size()),
+                     [&](BYTE* to) { return file_->Copy(packet, to); });
 }
 
-HRESULT SourcePin::DeliverSound(const Packet& packet) {
+HRESULT SourcePin::PutSound(const Packet& packet) {
     const AudioFormat& audio = format_.audio;
     const AVRational clock = av_make_q(1, audio.rate);
     // Counted in frames of sound from the file's start, so that nothing is rounded twice.
@@ -192,10 +217,11 @@ HRESULT SourcePin::DeliverSound(const Packet& packet) {
     while (first < last) {
         const std::int64_t count = std::min(last - first, most);
         const BYTE* from = packet.bytes().data() + (first - begin) * audio.storedFrame();
-        const HRESULT result = DeliverSample(
+        const HRESULT result = PutSample(
             TimeOfTick(first, clock), TimeOfTick(first + count, clock),
             count * audio.deliveredFrame(), [&](BYTE* to) {
                 ConvertPcm(audio.pcm, from, static_cast<std::size_t>(count * audio.channels), to);
+                return S_OK;
             });
         if (result != S_OK) {
             return result;

@@ -4,13 +4,15 @@
 
 #include "baseclasses/streams.h"
 #include "source/read_ahead.h"
+#include "source/sample_queue.h"
 #include "source/seeking.h"
 #include "source/system_thread.h"
 
 namespace nyx::source {
 
-/// The pin of one stream. It delivers the stream's packets on a thread of its own: of video as they
-/// are, one a sample; of sound converted, and cut to the segment and to the buffers.
+/// The pin of one stream. One thread of its own puts the stream's packets into samples, of video as
+/// they are, one a sample, of sound converted, and cut to the segment and to the buffers; another
+/// one delivers them.
 class SourcePin final : public CBaseOutputPin, public PinSeeking {
   public:
     /// `rate` is the one of the file's video. `*result` becomes a failure without memory.
@@ -30,7 +32,8 @@ class SourcePin final : public CBaseOutputPin, public PinSeeking {
 
     /// Begins to deliver what `packets` holds of `stream`, as a new segment. `E_OUTOFMEMORY` when
     /// there can be no thread.
-    HRESULT StartStreaming(ReadAhead* packets, std::size_t stream, const Segment& segment);
+    HRESULT StartStreaming(FootageFile* file, ReadAhead* packets, std::size_t stream,
+                           const Segment& segment);
     /// Waits until nothing is delivered any more. The packets were cancelled, and downstream was
     /// stopped or begins to flush.
     void FinishStreaming();
@@ -40,22 +43,27 @@ class SourcePin final : public CBaseOutputPin, public PinSeeking {
     REFERENCE_TIME position() const { return position_; }
 
   private:
-    void Stream();
+    void FillSamples();
+    void DeliverSamples();
     ALLOCATOR_PROPERTIES Buffers() const;
-    HRESULT DeliverPicture(const Packet& packet);
-    HRESULT DeliverSound(const Packet& packet);
+    HRESULT PutPicture(const Packet& packet);
+    HRESULT PutSound(const Packet& packet);
     REFERENCE_TIME InSegment(REFERENCE_TIME time) const;
     template <class Fill>
-    HRESULT DeliverSample(REFERENCE_TIME start, REFERENCE_TIME stop, std::int64_t bytes, Fill fill);
+    HRESULT PutSample(REFERENCE_TIME start, REFERENCE_TIME stop, std::int64_t bytes, Fill fill);
+    HRESULT DeliverOne(const FilledSample& filled);
 
     const StreamFormat format_;
     Segment segment_;
     std::atomic<REFERENCE_TIME> stop_{0};
     std::atomic<REFERENCE_TIME> position_{0};
+    FootageFile* file_ = nullptr;
     ReadAhead* packets_ = nullptr;
     std::size_t stream_ = 0;
     bool discontinuity_ = false;
-    Thread thread_;
+    SampleQueue filled_;
+    Thread filling_;
+    Thread delivering_;
 };
 
 }  // namespace nyx::source

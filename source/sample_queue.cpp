@@ -1,0 +1,51 @@
+#include "source/sample_queue.h"
+
+#include <utility>
+
+namespace nyx::source {
+
+void SampleQueue::Open() {
+    const std::lock_guard lock(mutex_);
+    closed_ = false;
+    ended_ = S_OK;
+}
+
+bool SampleQueue::Put(FilledSample filled) {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return closed_ || !waiting_.sample; });
+    if (closed_) {
+        lock.unlock();
+        filled.sample->Release();
+        return false;
+    }
+    waiting_ = filled;
+    changed_.notify_all();
+    return true;
+}
+
+void SampleQueue::End(HRESULT reason) {
+    const std::lock_guard lock(mutex_);
+    ended_ = reason;
+    changed_.notify_all();
+}
+
+HRESULT SampleQueue::Take(FilledSample* filled) {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return waiting_.sample || ended_ != S_OK; });
+    *filled = std::exchange(waiting_, {});
+    changed_.notify_all();
+    return filled->sample ? S_OK : ended_;
+}
+
+void SampleQueue::Close() {
+    std::unique_lock lock(mutex_);
+    closed_ = true;
+    const FilledSample dropped = std::exchange(waiting_, {});
+    changed_.notify_all();
+    lock.unlock();
+    if (dropped.sample) {
+        dropped.sample->Release();
+    }
+}
+
+}  // namespace nyx::source
