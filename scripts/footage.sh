@@ -12,6 +12,7 @@ footage=(
     "DVCPROHD-720p50.mxf  960x720   50/1       10 yuv422p     dv   s16le"
     "D10-625.mxf          720x576   25/1       25 yuv422p     d10  s16le"
     "D10-525.gxf          720x486   30000/1001 30 yuv422p     d10  mono"
+    "MPEG2-1080.mxf       1920x1080 25/1       5  yuv422p     mpeg s24le"
     "v210-1080.mov        1920x1080 25/1       5  yuv422p10le v210 s24le"
     "v210-720.avi         1280x720  50/1       6  yuv422p10le v210 s16le"
 )
@@ -33,6 +34,7 @@ make_footage() { # FOLDER FILE SIZE RATE FRAMES PIXELS CODING SOUND
             coding=(-c:v dvvideo -threads 1 -field_order $fields)
             ;;
         v210) coding=(-c:v v210) ;;
+        mpeg) coding=(-c:v mpeg2video -g 1 -flags +ildct -top 1 -q:v 2 -threads 1) ;;
         d10) # SMPTE 356M: 50 Mbit/s
             coded=$(coded_lines "$height")
             coding=(-c:v mpeg2video -g 1 -flags +ildct+low_delay -top 1 -intra_vlc 1 -non_linear_quant 1
@@ -53,18 +55,18 @@ picture_number() {
 }
 
 # Plays a file in one graph, to pictures and to PCM, and holds both against ffmpeg's reading of it. Sets
-# $psnr, in dB, and $sound, in words. Needs a running Wine with the module and the source filter
+# $psnr and $luma, in dB, and $sound, in words. Needs a running Wine with the module and the source filter
 # registered, and the open engines on the search path.
 play_footage() { # FILE SIZE FORMAT WORK
     local said
     said=$(run_nyxhost decode "$1" --format "$3" --raw "$4/samples" --audio "$4/sound.wav") ||
         die "nyxhost could not play $1: $said"
-    psnr=$(psnr_of_footage "$1" "$2" "$3" "$4/samples")
+    read -r luma psnr <<<"$(psnr_of_footage "$1" "$2" "$3" "$4/samples")"
     sound=$(compare_sound "$1" "$4/sound.wav" "$4")
 }
 
-# The PSNR between raw samples and ffmpeg's decode of a file's pictures, all of them: the average, or
-# that of $component. Lines above a D-10 picture are cut off. $decoding is what ffmpeg decodes with.
+# The PSNR between raw samples and ffmpeg's decode of a file's pictures, all of them: of the first
+# component, luma or red, and of all three. Lines above a D-10 picture are cut off. $decoding is what ffmpeg decodes with.
 psnr_of_footage() { # FILE SIZE FORMAT SAMPLES
     local width=${2%x*} height=${2#*x} to=yuv422p own=scale=flags=bilinear+accurate_rnd
     if [ "$3" != yuy2 ]; then
@@ -75,7 +77,7 @@ psnr_of_footage() { # FILE SIZE FORMAT SAMPLES
     ffmpeg -nostdin -hide_banner -f rawvideo -pixel_format "$(raw_format "$3")" -video_size "$2" -i "$4" \
         -threads 1 ${decoding:-} -i "$1" -lavfi \
         "[0]$(raw_orientation "$3"),format=$to,settb=1/25,setpts=N[a];[1:v]crop=iw:$height:0:ih-$height,$own,format=$to,settb=1/25,setpts=N[b];[a][b]psnr" \
-        -f null - 2>&1 | sed -n "s/.*PSNR.* ${component:-average}:\([^ ]*\) .*/\1/p"
+        -f null - 2>&1 | sed -n 's/.*PSNR [yr]:\([^ ]*\) .* average:\([^ ]*\) .*/\1 \2/p'
 }
 
 # The first stream of sound in a file and what became of it: "48000 samples of 16 bits, equal", or how

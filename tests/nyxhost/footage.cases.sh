@@ -12,13 +12,16 @@ while read -r file format bound; do
         make_footage . "$file" "$size" "$rate" 4 "$pixels" "$coding" "$sound_as"
         play_footage "$file" "$size" "$format" .
         at_least "$bound" "$psnr" "$file as $format"
+        [ $format = rgb24 ] || at_least inf "$luma" "$file: luma"
         holds "$file: $sound" test "${sound##*, }" = equal
     done
 done <<'FILES'
+DV25-625.avi         yuy2  38
 DVCPRO25-625.dv      yuy2  38
 DVCPRO50-525.mxf     yuy2  inf
 DVCPROHD-1080i60.mov yuy2  inf
 D10-525.gxf          yuy2  inf
+MPEG2-1080.mxf       yuy2  inf
 DV25-525.mov         rgb24 42
 DVCPROHD-720p50.mxf  rgb24 42
 v210-720.avi         rgb24 48
