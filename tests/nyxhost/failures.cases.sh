@@ -59,7 +59,7 @@ holds "pictures before the failing one are kept" test -s taken/clip-rgb32-00000.
 use_no_engines
 for arguments in "encode clip.avi none.avi" properties; do
     run 5 $arguments
-    says "cannot be created"
+    says "cannot be created: engine missing or too old, rkzcore.dll (not found)"
 done
 holds "regsvr32 /u" register nyxcodecs /u
 run 4 encode clip.avi none.avi

@@ -21,4 +21,4 @@ quiet_ffmpeg -f lavfi -i "testsrc2=r=30000/1001:s=720x480" -f lavfi -i sine=r=48
 run 5 info tape.dv --from 4f
 says "QDVC, 720x480, 24 bits" "5 frames" "sound: 2 channels, 48000 Hz, 16 bits" \
     "bottom field first, 4:3 (pixels 648:720)" "1602 samples, unlocked" "timecode 01:02:03;08" \
-    "recorded 2004-05-06 07:08:09" "Rokka DV Decoder cannot be created"
+    "recorded 2004-05-06 07:08:09" "Rokka DV Decoder cannot be created: engine missing or too old, rkdvh.dll (not found)"

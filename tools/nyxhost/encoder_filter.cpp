@@ -1,5 +1,6 @@
 #include "encoder_filter.h"
 
+#include "creation_text.h"
 #include "graph_tools.h"
 #include "text.h"
 
@@ -24,10 +25,13 @@ EncoderFilter FindEncoder() {
         if (encoder.name != kEncoderName) {
             continue;
         }
-        Check(moniker->BindToObject(nullptr, nullptr, IID_IBaseFilter,
-                                    reinterpret_cast<void**>(encoder.filter.GetAddressOf())),
-              (encoder.name + " cannot be created (nyxhost list tells of its engines)").c_str(),
-              ExitCode::kRefused);
+        const HRESULT created =
+            moniker->BindToObject(nullptr, nullptr, IID_IBaseFilter,
+                                  reinterpret_cast<void**>(encoder.filter.GetAddressOf()));
+        if (FAILED(created)) {
+            throw Failure(ExitCode::kRefused, encoder.name + " cannot be created: " +
+                                                  CreationText(encoder.name, created));
+        }
         encoder.parameters = Query<IEncodeParmeter_QZTA>(
             encoder.filter, "the encoder lacks its parameters", IID_IEncodeParmeter_QZTA);
         return encoder;

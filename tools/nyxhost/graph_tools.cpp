@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "creation_text.h"
 #include "text.h"
 
 namespace nyx::host {
@@ -36,7 +37,7 @@ std::string CandidateAnswer(const Candidate& candidate, const MediaType& compres
     const HRESULT created = candidate.moniker->BindToObject(
         nullptr, nullptr, IID_IBaseFilter, reinterpret_cast<void**>(filter.GetAddressOf()));
     if (FAILED(created)) {
-        return candidate.name + " cannot be created: " + ResultText(created);
+        return candidate.name + " cannot be created: " + CreationText(candidate.name, created);
     }
     const ComPtr<IPin> input = FindPin(filter.Get(), PINDIR_INPUT);
     if (input == nullptr || input->QueryAccept(&compressed) != S_OK) {

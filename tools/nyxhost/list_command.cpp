@@ -1,10 +1,9 @@
 #include <CLI/CLI.hpp>
 
-#include <array>
-
 #include "com.h"
 #include "commands.h"
 #include "console.h"
+#include "creation_text.h"
 #include "module_registry.h"
 #include "text.h"
 
@@ -13,51 +12,12 @@ namespace {
 
 constexpr const char* kModules[] = {"nyxcodecs.dll", "nyxsource.dll"};
 
-/// The closed libraries behind the filters whose name holds a word.
-constexpr struct {
-    const char* word;
-    std::array<const char*, 2> libraries;
-} kEngines[] = {{"Zeta2", {"rkz2core.dll"}},
-                {"Zeta", {"rkzcore.dll", "rkzalpha.dll"}},
-                {"Lossless", {"rkllc.dll"}},
-                {"MPEG2", {"rkm2vi01.dll"}},
-                {"DV", {"rkdvh.dll"}}};
-
-/// Where the system's search order, which is the module's too, finds a library.
-std::string PlaceOf(const char* library) {
-    const HMODULE module = LoadLibraryA(library);
-    if (module == nullptr) {
-        return "not found";
-    }
-    wchar_t path[MAX_PATH] = {};
-    GetModuleFileNameW(module, path, MAX_PATH);
-    FreeLibrary(module);
-    return Utf8(path);
-}
-
-/// Why a filter that stands on an engine has none: its libraries and where they are.
-std::string EngineText(const std::string& filter) {
-    for (const auto& [word, libraries] : kEngines) {
-        if (filter.find(word) == std::string::npos) {
-            continue;
-        }
-        std::string text = "engine missing or too old";
-        for (const char* library : libraries) {
-            text += library ? std::string(", ") + library + " (" + PlaceOf(library) + ")" : "";
-        }
-        return text;
-    }
-    return {};
-}
-
 /// What comes of an attempt to create a filter, in words.
-std::string CreationText(const RegisteredFilter& filter) {
+std::string AttemptText(const RegisteredFilter& filter) {
     ComPtr<IUnknown> object;
     const HRESULT created = CoCreateInstance(filter.clsid, nullptr, CLSCTX_INPROC_SERVER,
                                              IID_PPV_ARGS(object.GetAddressOf()));
-    const std::string engine = created == E_OUTOFMEMORY ? EngineText(filter.name) : "";
-    return SUCCEEDED(created) ? "works"
-                              : (engine.empty() ? "fails: " + ResultText(created) : engine);
+    return SUCCEEDED(created) ? "works" : CreationText(filter.name, created);
 }
 
 ExitCode RunList() {
@@ -71,7 +31,7 @@ ExitCode RunList() {
               "\n");
         for (const RegisteredFilter& filter : filters) {
             Print(Format("  %-26s %s, ", filter.name.c_str(), GuidText(filter.clsid).c_str()) +
-                  filter.categories + "\n" + Format("  %-26s ", "") + CreationText(filter) + "\n");
+                  filter.categories + "\n" + Format("  %-26s ", "") + AttemptText(filter) + "\n");
         }
     }
     if (found == 0) {
