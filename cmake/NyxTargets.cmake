@@ -38,13 +38,53 @@ function(nyx_protect_stack target)
   target_compile_options(${target} PRIVATE -fstack-protector-strong)
 endfunction()
 
+# Debug information names the sources from their root on: a build in another folder has the same bytes.
+set(nyx_names_from_root -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
+
 # nyx_library(NAME sources...): a static library with our flags.
 function(nyx_library name)
   add_library(${name} STATIC ${ARGN})
   target_link_libraries(${name} PUBLIC nyx_flags)
+  target_compile_options(${name} PRIVATE ${nyx_names_from_root})
   if(WIN32 AND NOT NYX_COVERAGE)
     nyx_protect_stack(${name})
   endif()
+endfunction()
+
+# What the binaries contain that is not ours, for their version resources.
+set(NYX_CONTAINS_RUNTIME "The run-time libraries of GCC and MinGW-w64.")
+set(NYX_LIBAVCODEC_DIR ${PROJECT_SOURCE_DIR}/build/libavcodec CACHE PATH "What scripts/engines left")
+if(EXISTS ${NYX_LIBAVCODEC_DIR}/source-version)
+  file(STRINGS ${NYX_LIBAVCODEC_DIR}/source-version version)
+  set(NYX_CONTAINS_LIBAV "FFmpeg's libraries by Debian's source package ffmpeg ${version}, LGPL 2.1 or later.")
+endif()
+
+# nyx_binary(TARGET DESCRIPTION CONTAINS [FILE-VERSION]): a DLL or program that goes to users, with a
+# version resource. CONTAINS names what is linked in and is not ours. Its own version is the project's
+# unless it carries another one for those who load it.
+function(nyx_binary target NYX_DESCRIPTION NYX_CONTAINS)
+  set(NYX_FILE_VERSION ${PROJECT_VERSION}.0)
+  if(ARGC GREATER 3)
+    set(NYX_FILE_VERSION ${ARGV3})
+  endif()
+  get_target_property(type ${target} TYPE)
+  set(NYX_FILE_TYPE VFT_DLL)
+  set(NYX_FILE_SUFFIX .dll)
+  if(type STREQUAL EXECUTABLE)
+    set(NYX_FILE_TYPE VFT_APP)
+    set(NYX_FILE_SUFFIX .exe)
+  endif()
+  get_target_property(NYX_FILE_NAME ${target} OUTPUT_NAME)
+  if(NOT NYX_FILE_NAME)
+    set(NYX_FILE_NAME ${target})
+  endif()
+  string(REPLACE . , NYX_FILE_VERSION_WORDS ${NYX_FILE_VERSION})
+  string(REPLACE . , NYX_PRODUCT_VERSION_WORDS ${PROJECT_VERSION}.0)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/version.rc.in ${CMAKE_CURRENT_BINARY_DIR}/${target}.rc @ONLY)
+  target_sources(${target} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/${target}.rc)
+  target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:C,CXX>:${nyx_names_from_root}>)
+  target_link_options(${target} PRIVATE
+    -Wl,--dynamicbase -Wl,--nxcompat -Wl,--no-insert-timestamp)
 endfunction()
 
 # nyx_instruction_set(FLAG sources...): one instruction set per translation unit, on that file only.

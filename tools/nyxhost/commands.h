@@ -20,6 +20,7 @@ void AddListCommand(CLI::App& app, Action& action);
 void AddInfoCommand(CLI::App& app, Action& action);
 void AddDecodeCommand(CLI::App& app, Action& action);
 void AddPlayCommand(CLI::App& app, Action& action);
+void AddRenderCommand(CLI::App& app, Action& action);
 void AddBenchCommand(CLI::App& app, Action& action);
 void AddEncodeCommand(CLI::App& app, Action& action);
 void AddPropertiesCommand(CLI::App& app, Action& action);

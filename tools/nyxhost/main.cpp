@@ -25,7 +25,7 @@ ExitCode ParseFailed(const CLI::App& app, const CLI::ParseError& error) {
     const int code = app.exit(error, out, err);
     Print(out.str());
     if (code == 0) {
-        return ExitCode::kOk;  // the help text was asked for
+        return ExitCode::kOk;  // the help text or the version was asked for
     }
     PrintError(error.what());
     Print("Run with --help for more information.\n");
@@ -35,6 +35,7 @@ ExitCode ParseFailed(const CLI::App& app, const CLI::ParseError& error) {
 ExitCode RunProgram(int count, wchar_t** words) {
     CLI::App app("Plays footage through the registered DirectShow codecs.", "nyxhost");
     app.footer(kExitCodeHelp);
+    app.set_version_flag("--version", "nyxhost " NYX_VERSION);
     app.require_subcommand(1);
     app.allow_windows_style_options(false);  // a path may begin with a slash
     Action action;
@@ -42,6 +43,7 @@ ExitCode RunProgram(int count, wchar_t** words) {
     AddInfoCommand(app, action);
     AddDecodeCommand(app, action);
     AddPlayCommand(app, action);
+    AddRenderCommand(app, action);
     AddBenchCommand(app, action);
     AddEncodeCommand(app, action);
     AddPropertiesCommand(app, action);
