@@ -1,5 +1,6 @@
 #include "codecs/engine_library.h"
 
+#include <cwchar>
 #include <memory>
 #include <mutex>
 #include <new>
@@ -66,13 +67,42 @@ void* FindEntry(HMODULE module, const char* name) {
     return name ? reinterpret_cast<void*>(GetProcAddress(module, name)) : nullptr;
 }
 
+/// The library out of the folder "engines" beside this module, null when there is none. The search
+/// by bare name goes before: whoever has an engine of the name keeps it.
+HMODULE LoadFromOwnFolder(const wchar_t* library) {
+    constexpr DWORD kLongestPath = 519;
+    constexpr wchar_t kFolder[] = L"engines\\";
+    wchar_t path[kLongestPath + ARRAYSIZE(kFolder) + 16];  // and the longest name of an engine
+    HMODULE self = nullptr;
+    if (!GetModuleHandleExW(
+            GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+            reinterpret_cast<const wchar_t*>(&zetaFamily), &self)) {
+        return nullptr;
+    }
+    const DWORD length = GetModuleFileNameW(self, path, kLongestPath);
+    wchar_t* const slash = length < kLongestPath ? std::wcsrchr(path, L'\\') : nullptr;
+    if (length == 0 || !slash) {
+        return nullptr;
+    }
+    std::wcscpy(slash + 1, kFolder);
+    std::wcscat(slash, library);
+    return LoadLibraryW(path);
+}
+
 }  // namespace
 
 void EngineBinding::Load(const EngineDescription& engine) {
-    module_ = LoadLibraryW(engine.library);
+    Take(LoadLibraryW(engine.library), engine);
     if (!module_) {
+        Take(LoadFromOwnFolder(engine.library), engine);
+    }
+}
+
+void EngineBinding::Take(HMODULE module, const EngineDescription& engine) {
+    if (!module) {
         return;
     }
+    module_ = module;
     const bool newEnough = engine.minimumVersion == 0 ||
                            FileVersion(module_) >= ULONGLONG{engine.minimumVersion} << 32;
     void* const encode = FindEntry(module_, engine.encodeEntry);

@@ -15,7 +15,8 @@ namespace nyx {
 
 /// One engine library: what to load and what must be there for it to be kept.
 struct EngineDescription {
-    const wchar_t* library;   ///< bare file name: the system's search order applies
+    const wchar_t* library;   ///< bare file name: the system's search order applies, and after it
+                              ///< the folder "engines" beside the module
     const char* encodeEntry;  ///< decorated as exported; null for an engine that only decodes
     const char* decodeEntry;
     DWORD
@@ -49,6 +50,9 @@ class EngineBinding {
     void Unload();
 
   private:
+    /// Keeps a loaded library, or frees it when it is too old or short of an entry. Null is none.
+    void Take(HMODULE module, const EngineDescription& engine);
+
     HMODULE module_ = nullptr;
     std::atomic<void*> encode_{nullptr};
     std::atomic<void*> decode_{nullptr};

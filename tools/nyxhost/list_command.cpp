@@ -48,7 +48,7 @@ void AddListCommand(CLI::App& app, Action& action) {
         app.add_subcommand("list", "Show which filters of ours are registered, and which work");
     command->footer(
         "An engine is found beside the application, in the system folders or on the search path "
-        "(PATH; under Wine WINEPATH).");
+        "(PATH; under Wine WINEPATH), and last in the folder \"engines\" beside nyxcodecs.dll.");
     command->callback([&action] { action = RunList; });
 }
 
