@@ -1,6 +1,5 @@
 #include "source/registration.h"
 
-#include <string>
 #include <vector>
 
 #include "source/source_filter.h"
@@ -8,16 +7,18 @@
 namespace nyx::source {
 namespace {
 
-/// A kind of file that is known by its bytes: under a media subtype of ours, any of some lists of
-/// offset, length, mask, bytes. The look-up goes through the subtypes in order and takes the first
-/// that matches: AVI must come before the platform's own entry, {E436EB88-...}. Not every look-up
-/// knows masks.
-struct CheckBytes {
-    const wchar_t* subtype;
+/// A kind of file: how the look-up by bytes knows it, under a media subtype of ours by any of some
+/// lists of offset, length, mask, bytes; and its extensions. The look-up goes through the subtypes
+/// in order and takes the first that matches: AVI must come before the platform's own entry,
+/// {E436EB88-...}. Not every look-up knows masks.
+struct FileKind {
+    std::wstring name;
+    std::wstring subtype;  ///< empty for a kind that has no bytes of its own
     std::vector<std::wstring> values;
+    std::vector<std::wstring> extensions;
 };
 
-std::vector<CheckBytes> KnownBytes() {
+std::vector<FileKind> FileKinds() {
     // RIFF, AVI, and one of our codes as the handler of the first stream's header.
     std::vector<std::wstring> avi;
     for (const wchar_t* code : {L"515A5441", L"515A5432", L"514C4C43", L"514D4943", L"51323130",
@@ -26,14 +27,20 @@ std::vector<CheckBytes> KnownBytes() {
     }
     return {
         // SMPTE 377: the key of a header partition pack, but for the version of its registry.
-        {L"{1D4C0B31-52E7-4F0A-8C66-9A0E5B7F3C01}", {L"0,7,,060E2B34020501,8,6,,0D0102010102"}},
+        {L"mxf",
+         L"{1D4C0B31-52E7-4F0A-8C66-9A0E5B7F3C01}",
+         {L"0,7,,060E2B34020501,8,6,,0D0102010102"},
+         {L".mxf"}},
         // SMPTE 360: a map packet with its leader and trailer.
-        {L"{1D4C0B32-52E7-4F0A-8C66-9A0E5B7F3C01}", {L"0,6,,0000000001BC,14,2,,E1E2"}},
-        {L"{1D4C0B33-52E7-4F0A-8C66-9A0E5B7F3C01}", avi},
+        {L"gxf",
+         L"{1D4C0B32-52E7-4F0A-8C66-9A0E5B7F3C01}",
+         {L"0,6,,0000000001BC,14,2,,E1E2"},
+         {L".gxf"}},
+        {L"avi", L"{1D4C0B33-52E7-4F0A-8C66-9A0E5B7F3C01}", avi, {}},
+        {L"dv", L"", {}, {L".dv", L".dif"}},
     };
 }
 
-constexpr const wchar_t* kExtensions[] = {L".mxf", L".gxf", L".dv", L".dif"};
 constexpr wchar_t kStreams[] = L"Media Type\\{E436EB83-524F-11CE-9F53-0020AF0BA770}\\";
 constexpr wchar_t kByExtension[] = L"Media Type\\Extensions\\";
 constexpr wchar_t kSourceFilter[] = L"Source Filter";
@@ -75,7 +82,7 @@ HRESULT Remove(const std::wstring& key) {
 
 }  // namespace
 
-HRESULT RegisterFileTypes() {
+HRESULT RegisterFileTypes(const std::wstring& kinds) {
     HRESULT result = S_OK;
     const auto set = [&result](const std::wstring& key, const std::wstring& name,
                                const std::wstring& text) {
@@ -84,17 +91,21 @@ HRESULT RegisterFileTypes() {
                                                text.c_str(), bytes);
         result = SUCCEEDED(result) ? HRESULT_FROM_WIN32(static_cast<DWORD>(status)) : result;
     };
-    for (const CheckBytes& kind : KnownBytes()) {
-        const std::wstring key = std::wstring(kStreams) + kind.subtype;
-        set(key, kSourceFilter, OwnClass());
+    for (const FileKind& kind : FileKinds()) {
+        if ((L"," + kinds + L",").find(L"," + kind.name + L",") == std::wstring::npos) {
+            continue;
+        }
+        const std::wstring key = kStreams + kind.subtype;
+        if (!kind.subtype.empty()) {
+            set(key, kSourceFilter, OwnClass());
+        }
         for (std::size_t i = 0; i < kind.values.size(); ++i) {
             set(key, std::to_wstring(i), kind.values[i]);
         }
-    }
-    for (const wchar_t* extension : kExtensions) {
-        const std::wstring key = std::wstring(kByExtension) + extension;
-        if (!IgnoresExtensions() && !Exists(key)) {
-            set(key, kSourceFilter, OwnClass());
+        for (const std::wstring& extension : kind.extensions) {
+            if (!IgnoresExtensions() && !Exists(kByExtension + extension)) {
+                set(kByExtension + extension, kSourceFilter, OwnClass());
+            }
         }
     }
     return result;
@@ -106,11 +117,13 @@ HRESULT UnregisterFileTypes() {
         const HRESULT removed = Remove(key);
         result = SUCCEEDED(result) ? removed : result;
     };
-    for (const CheckBytes& kind : KnownBytes()) {
-        remove(std::wstring(kStreams) + kind.subtype);
-    }
-    for (const wchar_t* extension : kExtensions) {
-        remove(std::wstring(kByExtension) + extension);
+    for (const FileKind& kind : FileKinds()) {
+        if (!kind.subtype.empty()) {
+            remove(kStreams + kind.subtype);
+        }
+        for (const std::wstring& extension : kind.extensions) {
+            remove(kByExtension + extension);
+        }
     }
     return result;
 }

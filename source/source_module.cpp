@@ -40,13 +40,20 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved
     return DllEntryPoint(instance, reason, reserved);
 }
 
+/// What regsvr32 /n /i:KINDS calls: registers the source for those kinds of files and no others, or
+/// with /u takes it out.
+STDAPI DllInstall(BOOL enter, LPCWSTR kinds) {
+    const HRESULT types = nyx::source::UnregisterFileTypes();
+    const HRESULT classes = AMovieDllRegisterServer2(enter);
+    const HRESULT result = FAILED(types) ? types : classes;
+    return enter && SUCCEEDED(result) ? nyx::source::RegisterFileTypes(kinds ? kinds : L"")
+                                      : result;
+}
+
 STDAPI DllRegisterServer() {
-    const HRESULT result = AMovieDllRegisterServer2(TRUE);
-    return SUCCEEDED(result) ? nyx::source::RegisterFileTypes() : result;
+    return DllInstall(TRUE, L"mxf,gxf,avi,dv");
 }
 
 STDAPI DllUnregisterServer() {
-    const HRESULT types = nyx::source::UnregisterFileTypes();
-    const HRESULT classes = AMovieDllRegisterServer2(FALSE);
-    return FAILED(types) ? types : classes;
+    return DllInstall(FALSE, nullptr);
 }
