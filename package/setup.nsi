@@ -1,0 +1,338 @@
+; The installer. scripts/package gives VERSION (three numbers), STAGE (the files) and OUTPUT.
+
+Unicode true
+!include MUI2.nsh
+!include LogicLib.nsh
+!include FileFunc.nsh
+!include Sections.nsh
+!include WordFunc.nsh
+
+!define PRODUCT "Nyx codecs"
+!define PUBLISHER "Nyx codec project"
+!define ENTRY "Software\Microsoft\Windows\CurrentVersion\Uninstall\NyxCodecs"
+
+Name "${PRODUCT} ${VERSION}"
+OutFile "${OUTPUT}"
+InstallDir "$PROGRAMFILES32\${PRODUCT}"
+InstallDirRegKey HKLM "${ENTRY}" InstallLocation
+RequestExecutionLevel admin
+ManifestDPIAware true
+SetCompressor /SOLID lzma
+ShowInstDetails nevershow
+ShowUninstDetails nevershow
+BrandingText " "
+
+VIProductVersion "${VERSION}.0"
+VIAddVersionKey FileDescription "Installer of the ${PRODUCT}"
+VIAddVersionKey FileVersion "${VERSION}"
+VIAddVersionKey ProductName "${PRODUCT}"
+VIAddVersionKey ProductVersion "${VERSION}"
+VIAddVersionKey CompanyName "${PUBLISHER}"
+VIAddVersionKey LegalCopyright "Terms of what it contains: folder licences"
+
+Var Welcome
+Var DvText
+Var MpegText
+
+!define MUI_ABORTWARNING
+!define MUI_COMPONENTSPAGE_SMALLDESC
+!define MUI_COMPONENTSPAGE_TEXT_TOP "$Welcome"
+!insertmacro MUI_PAGE_COMPONENTS
+!insertmacro MUI_PAGE_DIRECTORY
+!insertmacro MUI_PAGE_INSTFILES
+!define MUI_FINISHPAGE_TEXT "${PRODUCT} ${VERSION} is installed.$\r$\n$\r$\nPrograms that are running keep what they have loaded until they are started again."
+!insertmacro MUI_PAGE_FINISH
+!insertmacro MUI_UNPAGE_CONFIRM
+!insertmacro MUI_UNPAGE_INSTFILES
+!insertmacro MUI_LANGUAGE English
+
+; Ends with a message, in silence too, and an exit code.
+!macro Fail CODE TEXT
+  MessageBox MB_OK|MB_ICONSTOP "${TEXT}" /SD IDOK
+  SetErrorLevel ${CODE}
+  Quit
+!macroend
+!define Fail "!insertmacro Fail"
+
+; Takes a file away. One that a program has loaded can be renamed but not deleted: the rest of it goes
+; when the system starts next.
+!macro Clear FILE
+  ClearErrors
+  Delete "${FILE}"
+  ${If} ${Errors}
+    GetTempFileName $R9 $INSTDIR
+    Delete $R9
+    Rename "${FILE}" $R9
+    Delete /REBOOTOK $R9
+  ${EndIf}
+!macroend
+!define Clear "!insertmacro Clear"
+
+; regsvr32 in a process of its own, so that nothing of the module stays loaded here; the code in $R0.
+!macro Regsvr OPTIONS FILE
+  ExecWait '"$SYSDIR\regsvr32.exe" /s ${OPTIONS} "${FILE}"' $R0
+!macroend
+!define Regsvr "!insertmacro Regsvr"
+
+; What the folder may hold, for the uninstaller and for parts that are no longer wanted.
+!macro ClearSource
+  ${If} ${FileExists} "$INSTDIR\nyxsource.dll"
+    ${Regsvr} /u "$INSTDIR\nyxsource.dll"
+    ${Clear} "$INSTDIR\nyxsource.dll"
+  ${EndIf}
+!macroend
+!macro ClearHost
+  ${Clear} "$INSTDIR\nyxhost.exe"
+  Delete "$INSTDIR\README.txt"
+  Delete "$INSTDIR\CHANGELOG.txt"
+!macroend
+!macro ClearEngineTexts
+  Delete "$INSTDIR\engines\LGPL-2.1.txt"
+  Delete "$INSTDIR\engines\SOURCE.txt"
+!macroend
+
+!macro ClearLicences
+  Delete "$INSTDIR\licences\scripts\engines"
+  Delete "$INSTDIR\licences\scripts\*.sh"
+  RMDir "$INSTDIR\licences\scripts"
+  Delete "$INSTDIR\licences\*.txt"
+  RMDir "$INSTDIR\licences"
+!macroend
+
+Section "-Prepare"
+  ; An installation in another folder gives way.
+  ReadRegStr $0 HKLM "${ENTRY}" InstallLocation
+  ${If} $0 != ""
+  ${AndIf} $0 != $INSTDIR
+    ExecWait '"$0\uninstall.exe" /S _?=$0'
+    Delete "$0\uninstall.exe"
+    RMDir "$0"
+  ${EndIf}
+  SetOutPath $INSTDIR\licences
+  File /r "${STAGE}/licences/*"
+SectionEnd
+
+Section "Decoders and encoder" SecCodecs
+  SectionIn RO
+  SetOutPath $INSTDIR
+  ${Clear} "$INSTDIR\nyxcodecs.dll"
+  File "${STAGE}/nyxcodecs.dll"
+  ${Regsvr} "" "$INSTDIR\nyxcodecs.dll"
+  ${If} $R0 != 0
+    ${Fail} 2 "nyxcodecs.dll could not be registered (regsvr32: $R0)."
+  ${EndIf}
+SectionEnd
+
+SectionGroup /e "Footage source" GroupSource
+  Section "Source filter" SecSource
+    SetOutPath $INSTDIR
+    ${Clear} "$INSTDIR\nyxsource.dll"
+    File "${STAGE}/nyxsource.dll"
+  SectionEnd
+  Section "opens MXF files" SecMxf
+  SectionEnd
+  Section "opens GXF files" SecGxf
+  SectionEnd
+  Section "opens AVI files of these codecs" SecAvi
+  SectionEnd
+  Section "opens raw DV files (.dv, .dif)" SecDvFiles
+  SectionEnd
+SectionGroupEnd
+
+SectionGroup /e "Open engines" GroupEngines
+  Section "DV, DVCPRO50, DVCPRO HD" SecDv
+    SetOutPath $INSTDIR\engines
+    ${Clear} "$INSTDIR\engines\rkdvh.dll"
+    File "${STAGE}/engines/rkdvh.dll" "${STAGE}/engines/*.txt"
+  SectionEnd
+  Section "MPEG-2 intra" SecMpeg
+    SetOutPath $INSTDIR\engines
+    ${Clear} "$INSTDIR\engines\rkm2vi01.dll"
+    File "${STAGE}/engines/rkm2vi01.dll" "${STAGE}/engines/*.txt"
+  SectionEnd
+SectionGroupEnd
+
+Section "nyxhost and documents" SecHost
+  SetOutPath $INSTDIR
+  ${Clear} "$INSTDIR\nyxhost.exe"
+  File "${STAGE}/nyxhost.exe" "${STAGE}/README.txt" "${STAGE}/CHANGELOG.txt"
+SectionEnd
+
+; KIND and its comma join $R1 when its box is checked.
+!macro AddKind SECTION KIND
+  ${If} ${SectionIsSelected} ${SECTION}
+    StrCpy $R1 "$R1,${KIND}"
+  ${EndIf}
+!macroend
+
+Section "-Finish"
+  StrCpy $R1 ""
+  !insertmacro AddKind ${SecMxf} mxf
+  !insertmacro AddKind ${SecGxf} gxf
+  !insertmacro AddKind ${SecAvi} avi
+  !insertmacro AddKind ${SecDvFiles} dv
+  ${If} ${SectionIsSelected} ${SecSource}
+    ${Regsvr} '/n "/i:$R1"' "$INSTDIR\nyxsource.dll"
+    ${If} $R0 != 0
+      ${Fail} 2 "nyxsource.dll could not be registered (regsvr32: $R0)."
+    ${EndIf}
+    StrCpy $R1 "$R1,source"
+  ${Else}
+    !insertmacro ClearSource
+  ${EndIf}
+  !insertmacro AddKind ${SecDv} rkdvh
+  !insertmacro AddKind ${SecMpeg} rkm2vi01
+  !insertmacro AddKind ${SecHost} host
+  ${IfNot} ${SectionIsSelected} ${SecDv}
+    ${Clear} "$INSTDIR\engines\rkdvh.dll"
+  ${EndIf}
+  ${IfNot} ${SectionIsSelected} ${SecMpeg}
+    ${Clear} "$INSTDIR\engines\rkm2vi01.dll"
+    ${IfNot} ${SectionIsSelected} ${SecDv}
+      !insertmacro ClearEngineTexts
+      RMDir "$INSTDIR\engines"
+    ${EndIf}
+  ${EndIf}
+  ${IfNot} ${SectionIsSelected} ${SecHost}
+    !insertmacro ClearHost
+  ${EndIf}
+
+  WriteUninstaller "$INSTDIR\uninstall.exe"
+  ${GetSize} "$INSTDIR" "/S=0K" $0 $1 $2
+  WriteRegStr HKLM "${ENTRY}" DisplayName "${PRODUCT}"
+  WriteRegStr HKLM "${ENTRY}" DisplayVersion "${VERSION}"
+  WriteRegStr HKLM "${ENTRY}" DisplayIcon "$INSTDIR\uninstall.exe"
+  WriteRegStr HKLM "${ENTRY}" Publisher "${PUBLISHER}"
+  WriteRegStr HKLM "${ENTRY}" InstallLocation "$INSTDIR"
+  WriteRegStr HKLM "${ENTRY}" UninstallString '"$INSTDIR\uninstall.exe"'
+  WriteRegStr HKLM "${ENTRY}" QuietUninstallString '"$INSTDIR\uninstall.exe" /S'
+  WriteRegStr HKLM "${ENTRY}" Components "$R1,"
+  WriteRegDWORD HKLM "${ENTRY}" EstimatedSize $0
+  WriteRegDWORD HKLM "${ENTRY}" NoModify 1
+  WriteRegDWORD HKLM "${ENTRY}" NoRepair 1
+  ; What was renamed may wait for any start of the system.
+  SetRebootFlag false
+SectionEnd
+
+!insertmacro MUI_FUNCTION_DESCRIPTION_BEGIN
+  !insertmacro MUI_DESCRIPTION_TEXT ${SecCodecs} "nyxcodecs.dll: eight decoders and the Zeta encoder, for every 32-bit DirectShow program."
+  !insertmacro MUI_DESCRIPTION_TEXT ${GroupSource} "nyxsource.dll: opens AVI, MOV, MXF, GXF, raw DV and MPEG-2 files of other programs, picture and sound."
+  !insertmacro MUI_DESCRIPTION_TEXT ${SecSource} "Programs find it by the name Nyx Footage Source, and by the kinds of files below."
+  !insertmacro MUI_DESCRIPTION_TEXT ${SecMxf} "Programs open MXF files by the source filter, unless another one is entered for them already."
+  !insertmacro MUI_DESCRIPTION_TEXT ${SecGxf} "Programs open GXF files by the source filter, unless another one is entered for them already."
+  !insertmacro MUI_DESCRIPTION_TEXT ${SecAvi} "Only AVI files whose picture one of these decoders plays; all others stay as they are."
+  !insertmacro MUI_DESCRIPTION_TEXT ${SecDvFiles} "Programs open .dv and .dif files by the source filter, unless another one is entered for them already."
+  !insertmacro MUI_DESCRIPTION_TEXT ${GroupEngines} "Open engines over libavcodec for the formats that are public standards. An engine on the search path always goes before them."
+  !insertmacro MUI_DESCRIPTION_TEXT ${SecDv} "$DvText"
+  !insertmacro MUI_DESCRIPTION_TEXT ${SecMpeg} "$MpegText"
+  !insertmacro MUI_DESCRIPTION_TEXT ${SecHost} "A console program that plays, describes and encodes clips, with the readme and the list of changes."
+!insertmacro MUI_FUNCTION_DESCRIPTION_END
+
+; $0, an engine's name, to its path in $1 where it is on the search path of every program, else "".
+Function FindEngine
+  StrCpy $1 ""
+  System::Call 'kernel32::SearchPathW(w "$SYSDIR;$WINDIR\system;$WINDIR", w r0, p 0, i ${NSIS_MAX_STRLEN}, w .r1, p 0) i .r2'
+  ${If} $2 = 0
+    System::Call 'kernel32::GetEnvironmentVariableW(w "PATH", p 0, i 0) i .r3'
+    IntOp $4 $3 * 2
+    System::Alloc $4
+    Pop $4
+    System::Call 'kernel32::GetEnvironmentVariableW(w "PATH", p r4, i r3)'
+    System::Call 'kernel32::SearchPathW(p r4, w r0, p 0, i ${NSIS_MAX_STRLEN}, w .r1, p 0) i .r2'
+    System::Free $4
+  ${EndIf}
+  ${If} $2 = 0
+  ${OrIf} $1 == "$INSTDIR\engines\$0"
+    StrCpy $1 ""
+  ${EndIf}
+FunctionEnd
+
+; Leaves an engine's box empty and grey where there is one of its name; TEXT says why.
+!macro LookForEngine SECTION LIBRARY TEXT FORMATS
+  StrCpy ${TEXT} "${LIBRARY}: ${FORMATS} for real, by libavcodec."
+  StrCpy $0 ${LIBRARY}
+  Call FindEngine
+  ${If} $1 != ""
+    StrCpy ${TEXT} "Stays out: this system has an engine of that name already, $1."
+    SectionSetText ${SECTION} "${FORMATS}: there already, $1"
+    SectionSetFlags ${SECTION} ${SF_RO}
+  ${EndIf}
+!macroend
+
+; An earlier choice, a name in $R1, goes before the default.
+!macro Restore SECTION NAME
+  ${WordFind} $R1 ",${NAME}," "E+1{" $R2
+  ${If} ${Errors}
+    !insertmacro UnselectSection ${SECTION}
+  ${EndIf}
+!macroend
+
+Function .onInit
+  UserInfo::GetAccountType
+  Pop $0
+  ${If} $0 != Admin
+    ${Fail} 740 "Only an administrator can install the ${PRODUCT}."
+  ${EndIf}
+  InitPluginsDir
+  File /oname=$PLUGINSDIR\processor_check.exe "${STAGE}/processor_check.exe"
+  ExecWait '"$PLUGINSDIR\processor_check.exe"' $0
+  ${If} $0 != 0
+    ${Fail} 1 "This processor does not have SSSE3, which the ${PRODUCT} need."
+  ${EndIf}
+
+  StrCpy $Welcome "Check what is to be installed."
+  ReadRegStr $0 HKLM "${ENTRY}" DisplayVersion
+  ReadRegStr $R1 HKLM "${ENTRY}" Components
+  ${If} $0 == "${VERSION}"
+    StrCpy $Welcome "Version $0 is installed. Going on repairs it; parts that are unchecked are taken out."
+  ${ElseIf} $0 != ""
+    StrCpy $Welcome "Version $0 is installed and will be replaced; parts that are unchecked are taken out."
+  ${EndIf}
+  ${If} $0 != ""
+    !insertmacro Restore ${SecSource} source
+    !insertmacro Restore ${SecMxf} mxf
+    !insertmacro Restore ${SecGxf} gxf
+    !insertmacro Restore ${SecAvi} avi
+    !insertmacro Restore ${SecDvFiles} dv
+    !insertmacro Restore ${SecDv} rkdvh
+    !insertmacro Restore ${SecMpeg} rkm2vi01
+    !insertmacro Restore ${SecHost} host
+  ${EndIf}
+  !insertmacro LookForEngine ${SecDv} rkdvh.dll $DvText "DV, DVCPRO50, DVCPRO HD"
+  !insertmacro LookForEngine ${SecMpeg} rkm2vi01.dll $MpegText "MPEG-2 intra"
+FunctionEnd
+
+; Kinds of files need the source filter.
+Function .onSelChange
+  ${IfNot} ${SectionIsSelected} ${SecSource}
+    ${If} $0 = ${SecSource}
+      !insertmacro UnselectSection ${SecMxf}
+      !insertmacro UnselectSection ${SecGxf}
+      !insertmacro UnselectSection ${SecAvi}
+      !insertmacro UnselectSection ${SecDvFiles}
+    ${ElseIf} ${SectionIsSelected} ${SecMxf}
+    ${OrIf} ${SectionIsSelected} ${SecGxf}
+    ${OrIf} ${SectionIsSelected} ${SecAvi}
+    ${OrIf} ${SectionIsSelected} ${SecDvFiles}
+      !insertmacro SelectSection ${SecSource}
+    ${EndIf}
+  ${EndIf}
+FunctionEnd
+
+Section Uninstall
+  !insertmacro ClearSource
+  ${Regsvr} /u "$INSTDIR\nyxcodecs.dll"
+  ; The system's list of compressors, where it made one for the encoder alone.
+  DeleteRegKey /ifempty HKCR "CLSID\{33D9A760-90C8-11D0-BD43-00A0C911CE86}\Instance"
+  ${Clear} "$INSTDIR\nyxcodecs.dll"
+  ${Clear} "$INSTDIR\engines\rkdvh.dll"
+  ${Clear} "$INSTDIR\engines\rkm2vi01.dll"
+  !insertmacro ClearEngineTexts
+  RMDir "$INSTDIR\engines"
+  !insertmacro ClearHost
+  !insertmacro ClearLicences
+  DeleteRegKey HKLM "${ENTRY}"
+  Delete "$INSTDIR\uninstall.exe"
+  RMDir /REBOOTOK "$INSTDIR"
+  SetRebootFlag false
+SectionEnd
