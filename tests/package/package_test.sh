@@ -116,7 +116,7 @@ say "Installed over a loaded and damaged module"
 echo >>"$installed/nyxcodecs.dll"
 wine "$nyxhost" bench clip.dv --repeat 1000000 </dev/null >bench 2>&1 &
 host=$!
-timeout 600 sh -c 'until grep -q "^pass 2" bench; do sleep 0.1; done'
+timeout 600 sh -c 'until grep -qs "^pass 2" bench; do sleep 0.1; done'
 check "the installer" ends 0 wine "$setup" /S
 check "the host plays on" kill -0 $host
 check "the file is the package's" cmp "$installed/nyxcodecs.dll" "$files/nyxcodecs.dll"
