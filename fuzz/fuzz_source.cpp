@@ -20,22 +20,27 @@ bool Fails() {
     return untilFailure > 0 && --untilFailure == 0;
 }
 
-/// A file in memory.
+/// A file in memory, of which one byte cannot be read.
 class MemoryFile final : public nyx::source::ByteSource {
   public:
-    MemoryFile(const std::uint8_t* data, std::size_t size) : data_(data, size) {}
+    MemoryFile(const std::uint8_t* data, std::size_t size, std::int64_t bad)
+        : data_(data, size), bad_(bad) {}
 
     int Read(std::int64_t position, BYTE* to, int count) override {
+        if (position <= bad_ && bad_ - position < count) {
+            return -1;
+        }
         const nyx::ByteSpan bytes =
             data_.Slice(static_cast<std::size_t>(position), static_cast<std::size_t>(count));
         std::copy_n(bytes.data(), bytes.size(), to);
         return static_cast<int>(bytes.size());
     }
     std::int64_t Size() override { return static_cast<std::int64_t>(data_.size()); }
-    HRESULT failure() const override { return S_OK; }
+    HRESULT failure() const override { return E_FAIL; }
 
   private:
     nyx::ByteSpan data_;
+    std::int64_t bad_;
 };
 
 }  // namespace
@@ -49,7 +54,7 @@ extern "C" int posix_memalign(void** memory, std::size_t alignment, std::size_t 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     // The last bytes steer: a file is read from its start.
     struct {
-        std::uint16_t failure, unused;
+        std::uint16_t failure, bad;  // an allocation; a place in KiB
         std::uint32_t places[3];
     } steering;
     if (size < sizeof(steering)) {
@@ -59,7 +64,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::memcpy(&steering, data + size, sizeof(steering));
     untilFailure = steering.failure;
     nyx::source::FootageFile file;
-    const HRESULT opened = file.Open(std::make_unique<MemoryFile>(data, size));
+    const HRESULT opened =
+        file.Open(std::make_unique<MemoryFile>(data, size, steering.bad * 1024 - 1));
     nyx::fuzz::Require(FAILED(opened) || !file.streams().empty());
     for (int i = 0; SUCCEEDED(opened) && i < 3; ++i) {
         const REFERENCE_TIME from = i > 0 ? steering.places[i - 1] : 0;
@@ -72,7 +78,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                 nyx::fuzz::Require(packet.start <= packet.stop && packet.stop > from);
                 std::vector<BYTE> copy(packet.bytes().size());
                 nyx::fuzz::Require(!stream.video || copy.size() >= stream.video->wholeFrame);
-                nyx::fuzz::Require(file.Copy(packet, copy.data()) == S_OK);
+                const HRESULT copied = file.Copy(packet, copy.data());
+                nyx::fuzz::Require(copied == S_OK || (copied == E_FAIL && steering.bad > 0));
             }
         }
     }

@@ -182,6 +182,11 @@ HRESULT FootageFile::FindStreams() {
                 refusal = described;
                 continue;
             }
+            if (stream->duration == AV_NOPTS_VALUE) {  // rounded in microseconds, not in frames
+                const AVRational frame = av_inv_q(format.video->rate);
+                format.duration =
+                    TimeOfTick(av_rescale_q(format.duration, {1, kUnits}, frame), frame);
+            }
             if (format.duration == 0) {
                 result = CountFrames(seen[i], &format);
             }

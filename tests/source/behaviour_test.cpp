@@ -1,6 +1,7 @@
 // What a host may do to the source, and what files may be.
 
 #include <cmath>
+#include <random>
 
 #include "tests/source/footage_host.h"
 #include "tests/support/settings.h"
@@ -188,6 +189,35 @@ TEST_F(Source, ASeekWhilePlayingFlushesEachPinOnce) {
     EXPECT_EQ(host.sinks[0]->pin.Seen().beginFlush, 2);
 }
 
+TEST_F(Source, ManyThreadsMaySeekWhileItIsRunAndStopped) {
+    const FootageHost host(Material("dv25.avi"));
+    std::atomic<bool> over{false};
+    std::vector<std::thread> threads;
+    for (std::size_t pin = 0; pin < 2; ++pin) {
+        threads.emplace_back([&, pin] {
+            for (std::mt19937 random(static_cast<unsigned>(pin)); !over;) {
+                const LONGLONG from = random() % 20000000;
+                EXPECT_EQ(host.Seek(from, 20000000, pin), S_OK);
+                EXPECT_EQ(As<IMediaSeeking>(host.pins[pin])->SetRate(from % 2 ? 1.0 : 2.0), S_OK);
+            }
+        });
+    }
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+    do {
+        EXPECT_GE(host.filter->Pause(), S_OK);
+        EXPECT_GE(host.filter->Run(0), S_OK);
+        EXPECT_EQ(host.filter->Stop(), S_OK);
+    } while (std::chrono::steady_clock::now() < end);
+    over = true;
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(As<IMediaSeeking>(host.pins[0])->SetRate(1), S_OK);
+    EXPECT_EQ(host.Seek(0, 20000000), S_OK);
+    EXPECT_EQ(host.Play().size(), 50u);
+    EXPECT_EQ(host.graph->Count(EC_ERRORABORT), 0);
+}
+
 TEST_F(Source, StopsWhateverItsThreadsWaitFor) {
     for (const std::size_t held : {0u, 1u}) {
         const FootageHost host(Material("v210.mov"));
@@ -217,6 +247,7 @@ TEST_F(Source, AFrameThatIsRefusedCostsItselfAndAFailureItsStream) {
     EXPECT_EQ(host.Seek(0, 20000000), S_OK);
     EXPECT_EQ(host.Play().size(), 50u);
     EXPECT_TRUE(picture.Last().discontinuity);
+    EXPECT_EQ(host.graph->Count(EC_STREAM_ERROR_STILLPLAYING), 50);
     EXPECT_EQ(host.graph->Count(EC_ERRORABORT), 0);
     answer = VFW_E_TYPE_NOT_ACCEPTED;
     EXPECT_EQ(host.Seek(0, 280000000), S_OK);

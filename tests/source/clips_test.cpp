@@ -19,6 +19,7 @@ const Clip kClips[] = {
     {"dv25.avi", "QDVC/24 720x576 16:9 A1 400000", 16, 2},
     {"dv25.mov", "QDVC/24 720x480 4:3 A1 333666", 16, 2},
     {"dv25.dv", "QDVC/24 720x576 4:3 A1 400000", 16, 2},
+    {"type1.avi", "QDVC/24 720x576 4:3 A1 400000", 16, 2},
     {"dv50.mov", "QDV5/24 720x576 4:3 A1 400000", 24, 6},
     {"dv50.mxf", "QDV5/24 720x480 4:3 A5 333666", 24, 1},  // the flags as the container has them
     {"atom.mxf", "QDV5/24 720x576 4:3 A1 400000", 0, 0},

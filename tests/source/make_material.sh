@@ -36,6 +36,10 @@ clip dv25.avi 720x576 25 2 yuv420p 2 s16le s16le "${hd[@]}"
 LC_ALL=C sed -i s/vprp/JUNK/ dv25.avi # the aspect then stands in the frames alone
 clip dv25.mov 720x480 $ntsc 2 yuv411p 2 s16be s16le "${dv[@]}"
 clip dv25.dv 720x576 25 2 yuv420p 2 s16le s16le "${dv[@]}"
+# Of type 1: the stream carries its own sound, and no pcm beside it.
+run -i dv25.dv -map 0:v -c copy -tag:v dvsd type1.avi
+LC_ALL=C sed -i '0,/vids/s//iavs/' type1.avi
+list type1.avi s16le
 clip dv50.mov 720x576 25 1 yuv422p 6 s24be s24le "${dv[@]}"
 clip dv50.mxf 720x480 $ntsc 1 yuv422p 1 s24le s24le "${dv[@]}"
 run -i dv50.mov -map 0:v -c copy -f mxf_opatom atom.mxf
