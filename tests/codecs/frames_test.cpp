@@ -99,24 +99,19 @@ class Frames : public testing::Test {
                                                      0, 0);
     }
 
-    /// Decodes a sample that ends where its memory ends, into `picture` between bytes that nothing
-    /// may touch.
+    /// Decodes a sample into `picture`, both in memory that ends with them.
     HRESULT Decode(const Stream& stream, const Bytes& sample, const BITMAPINFOHEADER& output,
                    Bytes* picture, DWORD mode = 0, ICodec* codec = nullptr) {
-        constexpr std::ptrdiff_t kMargin = 4096;
+        const LONG height = std::abs(output.biHeight);
         const BITMAPINFOHEADER input =
-            MakeHeader(FourCCOf(stream.codec), stream.bits, output.biWidth,
-                       std::abs(output.biHeight), sample.size());
-        const std::ptrdiff_t size =
-            std::ptrdiff_t{output.biWidth} * std::abs(output.biHeight) * output.biBitCount / 8;
-        Bytes room(static_cast<std::size_t>(size + 2 * kMargin), kGuard);
-        const GuardedMemory frame(sample);
-        const HRESULT result = (codec ? codec : codecs_.all[stream.codec])
-                                   ->Decompress(&input, frame.data(), &output, stream.alpha,
-                                                room.data() + kMargin, 0, mode);
-        picture->assign(room.begin() + kMargin, room.end() - kMargin);
-        std::fill_n(room.begin() + kMargin, size, kGuard);
-        EXPECT_TRUE(Untouched(room)) << "written outside";
+            MakeHeader(FourCCOf(stream.codec), stream.bits, output.biWidth, height, sample.size());
+        const auto bytes =
+            static_cast<std::size_t>(output.biWidth * height * output.biBitCount / 8);
+        const GuardedMemory frame(sample), room(bytes, kGuard);
+        const HRESULT result =
+            (codec ? codec : codecs_.all[stream.codec])
+                ->Decompress(&input, frame.data(), &output, stream.alpha, room.data(), 0, mode);
+        picture->assign(room.data(), room.data() + bytes);
         return result;
     }
 };
@@ -177,26 +172,26 @@ TEST_F(Frames, ReachTheEnginesInRecordsThatAreRightWordByWord) {
         registry_.Store(SettingsKey(kZeta2), L"quant_scale", 7);
         Codecs codecs;
         codecs.zeta.SetParameters({colorSpace, 11, 33, 4}, false);
-        const auto decode = [&](ICodec& codec, const Bytes& frame, bool flag, DWORD mode = 0) {
+        const auto decode = [&](ICodec& codec, const Bytes& frame, bool flag) {
             const auto input = MakeHeader(codec.GetFourCC(), 24, width, height, frame.size());
             return codec.Decompress(&input, frame.data(), &picture, flag, memory.data(),
-                                    static_cast<LONG>(given), mode);
+                                    static_cast<LONG>(given), 0);
         };
-        const auto encode = [&](ICodec& codec, bool flag, DWORD mode = 0) {
+        const auto encode = [&](ICodec& codec, bool flag) {
             const Misbehaviour stopAfterTheRecord("encode:divide");
             auto output = MakeHeader(codec.GetFourCC(), flag ? 32 : 24, width, height);
             EXPECT_EQ(
-                codec.Compress(&picture, flag, memory.data(), &output, out.data(), 0, given, mode),
+                codec.Compress(&picture, flag, memory.data(), &output, out.data(), 0, given, 0),
                 E_FAIL);
         };
+        const Bytes core = Hollow("ZCF1", width, height, 0);
+        const Bytes alpha = Hollow("ZTA1", width, height, 1);
         for (const bool flag : {false, true}) {
-            const Bytes core = Hollow("ZCF1", width, height, 0);
             ASSERT_EQ(decode(codecs.zeta, core, flag), S_OK);
             Expect(kCore, kProbe, 13, {0x40000000, kOnes, kOnes, kOnes, kOnes, Word(core.data())},
                    0, false, kOnes);
             Expect(kCore, kDecode, 13, {0, first, stride, bytes, kCode, Word(core.data()), 24, 2},
                    layout.core[place], layout.callback);
-            const Bytes alpha = Hollow("ZTA1", width, height, 1);
             ASSERT_EQ(decode(codecs.zeta, alpha, flag), S_OK);
             Words probe(8, kOnes);
             probe[0] = 0x40000000;
@@ -206,35 +201,15 @@ TEST_F(Frames, ReachTheEnginesInRecordsThatAreRightWordByWord) {
                    {0, first, stride, bytes, 0, 0, 0, kCode, Word(alpha.data())},
                    layout.alpha[place], layout.callback);
         }
-        DWORD entries[3][3] = {};  // fill, writer and reader by alpha mode
-        for (DWORD mode = 0; layout.callback && mode < 3; ++mode) {
-            decode(codecs.zeta, Hollow("ZTA1", width, height, 1), true, mode);
-            std::memcpy(entries[mode], reinterpret_cast<void*>(Last(kAlpha, kDecode)[7]), 8);
-            if (layout.bits == 32) {
-                encode(codecs.zeta, true, mode);
-                entries[mode][2] = *reinterpret_cast<DWORD*>(Last(kAlpha, kEncode)[7]);
-            }
-        }
-        EXPECT_EQ(std::memcmp(entries[0], entries[2], sizeof(entries[0])), 0);
-        EXPECT_EQ(entries[0][0], entries[1][0]);
-        EXPECT_EQ(entries[0][1] != entries[1][1], layout.callback && layout.bits != 16);
-        EXPECT_EQ(entries[0][2] != entries[1][2], layout.callback && layout.bits == 32);
         const DWORD code = layout.zeta2[place];
         for (const LONG kind : {0, 1, 2, 3}) {  // of which the middle ones are alpha
-            const bool alpha = kind == 1 || kind == 2;
             const Bytes frame = Hollow("QZ21", width, height, kind);
-            DWORD callbacks[2];
-            for (const DWORD mode : {0u, 1u}) {
-                ASSERT_EQ(decode(codecs.zeta2, frame, alpha, mode), S_OK);
-                Expect(kZeta2Core, kProbe, 11, {0, 0, 0, Word(frame.data())});
-                Expect(kZeta2Core, kDecode, 11, {0, kAny, kCode, Word(frame.data()), 24}, code,
-                       code == 0);
-                const Call call = LastCall(kZeta2Core, kDecode);
-                EXPECT_EQ(Words(call.inner, call.inner + 3), (Words{first, stride, 0}));
-                callbacks[mode] = call.words[2];
-            }
-            EXPECT_EQ(callbacks[0] != callbacks[1],
-                      alpha && code == 0 && !isV210 && layout.fourcc != FourCC("2vuy"));
+            ASSERT_EQ(decode(codecs.zeta2, frame, kind == 1 || kind == 2), S_OK);
+            Expect(kZeta2Core, kProbe, 11, {0, 0, 0, Word(frame.data())});
+            Expect(kZeta2Core, kDecode, 11, {0, kAny, kCode, Word(frame.data()), 24}, code,
+                   code == 0);
+            const Call call = LastCall(kZeta2Core, kDecode);
+            EXPECT_EQ(Words(call.inner, call.inner + 3), (Words{first, stride, 0}));
         }
         const bool flag = layout.bits == 32;
         encode(codecs.zeta2, flag);
@@ -243,9 +218,6 @@ TEST_F(Frames, ReachTheEnginesInRecordsThatAreRightWordByWord) {
                 isV210 ? row * h : w * h * 20 / 8 * (flag ? 2 : 1) * 30 / 100, w * h / bytes / 8,
                 flag ? 2u : 0u, w, h, 7, 11},
                code, code == 0);
-        const DWORD straight = Last(kZeta2Core, kEncode)[2];
-        encode(codecs.zeta2, flag, 1);
-        EXPECT_EQ(Last(kZeta2Core, kEncode)[2] != straight, flag && code == 0) << "keeps alpha";
         encode(codecs.zeta, flag);
         if (flag) {
             Expect(kAlpha, kEncode, 14,
@@ -270,20 +242,26 @@ TEST_F(Frames, ReachTheEnginesInRecordsThatAreRightWordByWord) {
 }
 
 TEST_F(Frames, GoThroughTheRowCallbacksOfEveryLayoutAndBack) {
-    for (int row = 0; row < 4 * 4 * 2; ++row) {
-        const Stream& stream = kStreams[row / 8];
-        constexpr int kPacked[] = {4, 5, 7, 8};
-        const Layout& layout = kLayouts[kPacked[row / 2 % 4]];
-        const DWORD mode = static_cast<DWORD>(row) % 2;
-        SCOPED_TRACE(testing::Message() << stream.name << " layout " << row / 2 % 4 << " " << mode);
+    for (int row = 0; row < 4 * 5 * 3; ++row) {
+        const Stream& stream = kStreams[row / 15];
+        constexpr int kPacked[] = {4, 5, 7, 8, 6};  // the last one for Zeta2 alone
+        const Layout& layout = kLayouts[kPacked[row / 3 % 5]];
+        const DWORD mode = static_cast<DWORD>(row) % 3;  // premultiplied is 1
+        SCOPED_TRACE(testing::Message() << stream.name << " layout " << row / 3 % 5 << " " << mode);
+        if (stream.codec == kZeta && layout.bits == 64) {
+            continue;
+        }
         const BITMAPINFOHEADER output = PictureOf(stream.pictureBits);
         const Bytes source = SmoothPicture(output), frame = FrameOf(stream);
         Bytes packed, other, coded(kWidth * kHeight * 5), back;
         const auto picture = MakeHeader(layout.fourcc, layout.bits, kWidth, kHeight);
         ASSERT_EQ(Decode(stream, frame, picture, &packed, mode), S_OK);
-        ASSERT_EQ(Decode(stream, frame, picture, &other, 1 - mode), S_OK);
+        ASSERT_EQ(Decode(stream, frame, picture, &other, mode % 2 == 0), S_OK);
         const bool keepsAlpha = stream.alpha && layout.fourcc != FourCC("2vuy");
         EXPECT_EQ(packed != other, keepsAlpha);
+        if (layout.bits == 64) {
+            continue;  // RGB, not so exact
+        }
         if (keepsAlpha && layout.fourcc == FourCC("r408")) {  // premultiplied luma is darker
             EXPECT_EQ(packed[4 * kWidth / 2 + 1] < other[4 * kWidth / 2 + 1], mode == 1);
         }
@@ -317,6 +295,19 @@ TEST_F(Frames, ComeBackWithTheirAlphaAndWithoutWhatIsUnderTheMatte) {
             EXPECT_EQ(Decode(stream, chunk + frame, output, &again), S_OK);
             EXPECT_EQ(again, bare);
         }
+        // A wider output keeps what the picture does not cover.
+        const auto input =
+            MakeHeader(FourCCOf(stream.codec), stream.bits, kWidth, kHeight, frame.size());
+        const std::size_t row = kWidth * stream.pictureBits / 8u, gap = 6 * stream.pictureBits / 8u;
+        again.assign((row + gap) * kHeight, kGuard);
+        ASSERT_EQ(Decompress(stream, input, frame.data(), PictureOf(stream.pictureBits, kWidth + 6),
+                             again.data()),
+                  S_OK);
+        for (std::size_t y = 0; y < kHeight; ++y) {
+            const BYTE* at = &again[y * (row + gap)];
+            ASSERT_EQ(std::memcmp(at, &bare[y * row], row), 0);
+            ASSERT_EQ(std::count(at + row, at + row + gap, kGuard), LONG(gap));
+        }
         if (stream.codec == kZeta || stream.codec == kZeta2) {
             Stream other = stream;  // the tag or the probe decides, not the header
             other.bits = static_cast<WORD>(24 + 32 - stream.bits);
@@ -341,6 +332,33 @@ TEST_F(Frames, ComeBackWithTheirAlphaAndWithoutWhatIsUnderTheMatte) {
                 const bool clear = source[i + 3] == 0 && stream.codec != kLossless;
                 ASSERT_EQ(bare[i + 1], clear ? black : again[i + 1]) << i;
             }
+        }
+    }
+}
+
+TEST_F(Frames, AreRefusedForPicturesOfOtherSizesAndForWhatIsMissing) {
+    Bytes picture(kWidth * (kHeight + 1) * 4, kGuard);
+    for (const Stream& stream : kStreams) {
+        SCOPED_TRACE(stream.name);
+        ICodec& codec = *codecs_.all[stream.codec];
+        const Bytes frame = FrameOf(stream);
+        auto input = MakeHeader(codec.GetFourCC(), stream.bits, kWidth, kHeight, frame.size());
+        for (const BITMAPINFOHEADER& output :
+             {Yuy2Header(kWidth - 2, kHeight), Yuy2Header(kWidth, kHeight + 1),
+              Yuy2Header(kWidth, kHeight - 1), RgbHeader(8, kWidth, kHeight),
+              MakeHeader(FourCC("UYVY"), 16, kWidth, kHeight)}) {
+            EXPECT_EQ(Decompress(stream, input, frame.data(), output, picture.data()), E_FAIL);
+            EXPECT_TRUE(Untouched(picture));
+        }
+        BITMAPINFOHEADER* const headers[] = {nullptr, &input};
+        BYTE* const places[] = {nullptr, picture.data()};
+        for (int given = 0; given < 15; ++given) {  // any of the four missing
+            const auto *a = headers[given & 1], *b = headers[given >> 2 & 1];
+            const BYTE* c = places[given >> 1 & 1];
+            EXPECT_EQ(codec.Decompress(a, c, b, false, places[given >> 3], 0, 0), E_POINTER);
+            EXPECT_EQ(
+                codec.Compress(a, false, c, headers[given >> 2 & 1], places[given >> 3], 0, 0, 0),
+                stream.codec == kMpeg ? E_NOTIMPL : E_POINTER);
         }
     }
 }
@@ -445,44 +463,6 @@ TEST_F(Frames, OfMpegLoseTheLinesAboveThePictureAndAreThreeBytesAPixelInRgb) {
     ASSERT_EQ(Decode(stream, FrameOf(stream), PictureOf(16), &picture), E_FAIL);
     for (std::size_t i = 0; i < picture.size(); ++i) {
         ASSERT_EQ(picture[i], i % 2 == 0 ? 0x10 : 0x80);
-    }
-}
-
-TEST_F(Frames, FillWhatTheyCoverOfAWiderOutputAndAreRefusedByOthers) {
-    for (const Stream& stream : kStreams) {
-        SCOPED_TRACE(stream.name);
-        ICodec& codec = *codecs_.all[stream.codec];
-        const Bytes frame = FrameOf(stream);
-        Bytes narrow, wide, picture(kWidth * (kHeight + 1) * 4, kGuard);
-        ASSERT_EQ(Decode(stream, frame, PictureOf(stream.pictureBits), &narrow), S_OK);
-        BITMAPINFOHEADER input =
-            MakeHeader(codec.GetFourCC(), stream.bits, kWidth, kHeight, frame.size());
-        const BITMAPINFOHEADER wider = PictureOf(stream.pictureBits, kWidth + 6);
-        const std::size_t bytes = stream.pictureBits / 8u, row = kWidth * bytes, gap = 6 * bytes;
-        wide.assign((row + gap) * kHeight, kGuard);
-        ASSERT_EQ(Decompress(stream, input, frame.data(), wider, wide.data()), S_OK);
-        for (std::size_t y = 0; y < kHeight; ++y) {
-            const BYTE* at = &wide[y * (row + gap)];
-            ASSERT_EQ(std::memcmp(at, &narrow[y * row], row), 0);
-            ASSERT_EQ(std::count(at + row, at + row + gap, kGuard), LONG(gap));
-        }
-        for (const BITMAPINFOHEADER& output :
-             {Yuy2Header(kWidth - 2, kHeight), Yuy2Header(kWidth, kHeight + 1),
-              Yuy2Header(kWidth, kHeight - 1), RgbHeader(8, kWidth, kHeight),
-              MakeHeader(FourCC("UYVY"), 16, kWidth, kHeight)}) {
-            EXPECT_EQ(Decompress(stream, input, frame.data(), output, picture.data()), E_FAIL);
-            EXPECT_TRUE(Untouched(picture));
-        }
-        BITMAPINFOHEADER* const headers[] = {nullptr, &input};
-        BYTE* const places[] = {nullptr, picture.data()};
-        for (int given = 0; given < 15; ++given) {  // any of the four missing
-            const auto *a = headers[given & 1], *b = headers[given >> 2 & 1];
-            const BYTE* c = places[given >> 1 & 1];
-            EXPECT_EQ(codec.Decompress(a, c, b, false, places[given >> 3], 0, 0), E_POINTER);
-            EXPECT_EQ(
-                codec.Compress(a, false, c, headers[given >> 2 & 1], places[given >> 3], 0, 0, 0),
-                stream.codec == kMpeg ? E_NOTIMPL : E_POINTER);
-        }
     }
 }
 
@@ -628,35 +608,6 @@ TEST_F(Frames, WhoseMemoryGoesAwayFailAndLeaveNothingBehind) {
                       E_FAIL);
         }
     });
-}
-
-TEST(FrameInfo, ComesFromTheContainerOrFromTheTables) {
-    CTenBitCodec codec;
-    const Bytes some = InfoChunk(5, 6, 10, 11), fiel3 = InfoChunk(5, 6, 1, 1, Chunk("FIEL", {3}));
-    const Bytes all = InfoChunk(5, 6, 0, 0, Chunk("FIEL", {0}) + Chunk("RDRT", {8, 9}));
-    const struct {
-        Bytes frame;
-        LONG width, height;
-        REFERENCE_TIME duration;
-        FrameInfo info;
-    } rows[] = {
-        {{}, 720, 576, 400000, {1, 768, 720, -1, -1, -1, -1}},
-        {{}, 720, 480, (1LL << 32) + 333666, {2, 648, 720, -1, -1, -1, -1}},
-        {some, 720, 480, 333666, {1, 10, 11, 5, 6, -1, -1}},
-        {all, 720, 480, 333666, {0, 0, 0, 5, 6, 8, 9}},
-        {fiel3, 720, 576, 400000, {1, 1, 1, 5, 6, -1, -1}},
-    };
-    for (const auto& row : rows) {
-        const bool told = !row.frame.empty();
-        const auto header =
-            MakeHeader(FourCC("Q210"), 20, row.width, row.height, told ? row.frame.size() : 999);
-        const BYTE* frame = told ? row.frame.data() : nullptr;
-        FrameInfo info;
-        EXPECT_EQ(codec.GetFrameInfo(&header, frame, row.duration, &info), told ? S_OK : S_FALSE);
-        EXPECT_EQ(std::memcmp(&info, &row.info, sizeof(info)), 0) << row.width << "x" << row.height;
-        EXPECT_EQ(codec.GetFrameInfo(&header, frame, 0, nullptr), told ? S_OK : S_FALSE);
-    }
-    EXPECT_EQ(codec.GetFrameInfo(nullptr, nullptr, 0, nullptr), E_POINTER);
 }
 
 }  // namespace

@@ -9,9 +9,9 @@
 #include <limits>
 
 #include "codecs/frame_chunks.h"
-#include "codecs/frame_size_tables.h"
 #include "codecs/matte.h"
 #include "codecs/row_callbacks.h"
+#include "codecs/ten_bit_codec.h"
 #include "codecs/working_rows.h"
 #include "tests/codecs/converted.h"
 #include "tests/support/frames.h"
@@ -25,7 +25,6 @@ using namespace test;
 constexpr LONG kMin = std::numeric_limits<LONG>::min();
 constexpr LONG kMax = std::numeric_limits<LONG>::max();
 constexpr BYTE kGuard = 0xA5;
-constexpr WORD kUnread = 0xA5A5;
 using Words = std::vector<WORD>;
 
 TEST(Surfaces, HaveTheIndexOfTheTable) {
@@ -109,10 +108,10 @@ BYTE* Address(Words& words) {
 /// A pixel pair in 8-bit codes: lumas, Cb, Cr, alphas.
 using Pair = std::array<double, 6>;
 
-Pair BlockPair(const BYTE* row, LONG x, bool opaque = false) {
-    const BYTE* a = row + 512 + x;
-    return {1.0 * row[x],          1.0 * row[x + 1],          1.0 * row[24 + x / 2],
-            1.0 * row[16 + x / 2], opaque ? 255 : 1.0 * a[0], opaque ? 255 : 1.0 * a[1]};
+Pair BlockPair(const BYTE* row, LONG x) {
+    const BYTE* chroma = row + 16 + x / 2;
+    return {1.0 * row[x],    1.0 * row[x + 1],   1.0 * chroma[8],
+            1.0 * chroma[0], 1.0 * row[512 + x], 1.0 * row[513 + x]};
 }
 
 /// What a layout stores of a pair; `order` has a digit for each value's place in the pair.
@@ -142,86 +141,61 @@ std::vector<double> Stored(PackedLayout layout, const std::string& order, bool w
     return stored;
 }
 
-/// A block's picture, bottom-up, is what the same samples of 10 bits make as working rows of an
-/// index, and is read as `back` is.
-template <int kIndex, AlphaUse kUse>
-void CheckRows(const Bytes& picture, LONG pitch, const Bytes& block, const Bytes& back, bool plane,
-               LONG width, LONG rows) {
-    Words working(512), alpha(256), read(512, kUnread), readAlpha(256, kUnread);
-    Words expected = read, expectedAlpha = readAlpha;
+/// A block's samples and alpha as working rows.
+std::pair<Words, Words> Working(const Bytes& block) {
+    std::pair<Words, Words> rows;
     for (std::size_t i = 0; i < 256; ++i) {
-        const std::size_t x = i % 16, row = i / 16 * 32, chroma = row + 24 - x % 2 * 8 + x / 2;
-        const auto word =
-            [i](int code) {  // all that are rounded to the code, where there is rounding
-                const int low = code == 255 ? 1023 - 3 : 4 * code - 2,
-                          part = static_cast<int>(i % 4);
-                return static_cast<WORD>(kIndex / 2 == 11 ? 4 * code : std::max(low + part, 0));
-            };
-        const auto widened = [](int code) { return static_cast<WORD>((code * 1023 + 127) / 255); };
-        working[2 * i] = word(block[row + x]);
-        working[2 * i + 1] = word(block[chroma]);
-        alpha[i] = widened(block[512 + row + x]);
-        if (static_cast<LONG>(x) < width / 2 * 2 && static_cast<LONG>(i) < rows * 16) {
-            expected[2 * i] = static_cast<WORD>(4 * back[row + x]);
-            expected[2 * i + 1] = static_cast<WORD>(4 * back[chroma]);
-            expectedAlpha[i] =
-                kIndex % 2 == 0 || !plane ? WORD{1023} : widened(back[512 + row + x]);
-        }
+        const BYTE* at = &block[i / 16 * 32];
+        const std::size_t x = i % 16;
+        rows.first.push_back(static_cast<WORD>(4 * at[x]));
+        rows.first.push_back(static_cast<WORD>(4 * at[24 - x % 2 * 8 + x / 2]));
+        rows.second.push_back(static_cast<WORD>((at[512 + x] * 1023 + 127) / 255));
     }
-    width = std::min<LONG>(width, 16);
-    const auto last = static_cast<std::size_t>(std::max<LONG>(rows - 1, 0) * pitch);
-    Bytes again(picture.size(), kGuard);
-    WriteWorkingRows<kIndex, kUse>(&again[last], -pitch, Address(working), 64,
-                                   plane ? Address(alpha) : nullptr, 32, width, rows);
-    ASSERT_EQ(again, picture);
-    ReadWorkingRows<kIndex, kUse>(&again[last], -pitch, Address(read), 64, nullptr, 32, width,
-                                  rows);
-    ReadWorkingRows<kIndex, kUse>(&again[last], -pitch, Address(read), 64, Address(readAlpha), 32,
-                                  width, rows);
-    ASSERT_EQ(read, expected);
-    ASSERT_EQ(readAlpha, expectedAlpha);
+    return rows;
 }
 
 enum Kind { kOpaque, kStraight, kPremultiplied };
 
-/// A block through the callbacks of a layout, bottom-up: by the formulas, the same when it was read
-/// and written again, within what rounded alpha allows, and nothing else touched.
-template <PackedLayout kLayout, int kIndex, Kind kKind>
-void CheckBlock(const Bytes& block, const std::string& order, LONG width, LONG rows) {
+/// A block through the routines of a layout, bottom-up: by the formulas, the same when it was read
+/// and written again, within what rounded alpha allows, the same by working rows, and nothing else
+/// touched.
+template <PackedLayout kLayout, int kFirstIndex, Kind kKind>
+void CheckBlock(Bytes block, const std::string& order, LONG width, LONG rows) {
     SCOPED_TRACE(testing::Message() << order << " kind " << kKind << " width " << width);
     constexpr AlphaUse kUse = kKind == kStraight ? AlphaUse::kStraight : AlphaUse::kPremultiplied;
-    constexpr bool kFloats = kLayout == PackedLayout::kR4fl, kPlain = kKind == kOpaque;
+    constexpr bool kFloats = kLayout == PackedLayout::kR4fl;
+    constexpr int kIndex = kFirstIndex + (kKind != kOpaque);
     const LONG pairBytes = static_cast<LONG>(order.size()) * (kFloats ? 4 : 1);
     const LONG pairs = std::clamp<LONG>(width / 2, 0, 8), pitch = pairs * pairBytes + 8;
-    Bytes picture(static_cast<std::size_t>(16 * pitch), kGuard), again = picture;
-    Bytes back(1024, kGuard), unread(512, kGuard);
-    const LONG last = std::max<LONG>(rows - 1, 0) * pitch;
-    BYTE *to = picture.data() + last, *next = again.data() + last;
-    if constexpr (kPlain) {
-        WriteCoreBlock<kLayout>(to, -pitch, block.data(), width, rows);
-        ReadCoreBlock<kLayout>(to, -pitch, back.data(), width, rows);
-        WriteCoreBlock<kLayout>(next, -pitch, back.data(), width, rows);
-        ASSERT_EQ(Bytes(back.begin() + 512, back.end()), unread);
-        CheckRows<kIndex + 1, kUse>(picture, pitch, block, back, false, width, rows);
+    Bytes picture(static_cast<std::size_t>(16 * pitch), kGuard), again = picture, third = picture;
+    Bytes back(1024);
+    const auto last = static_cast<std::size_t>(std::max<LONG>(rows - 1, 0) * pitch);
+    if constexpr (kKind == kOpaque) {
+        WriteCoreBlock<kLayout>(&picture[last], -pitch, block.data(), width, rows);
+        ReadCoreBlock<kLayout>(&picture[last], -pitch, back.data(), width, rows);
+        ASSERT_EQ(Bytes(back.begin() + 512, back.end()), Bytes(512));
+        WriteCoreBlock<kLayout>(&again[last], -pitch, back.data(), width, rows);
     } else {
-        WriteAlphaBlock<kLayout, kUse>(to, -pitch, 5, 6, block.data(), width, rows);
-        ReadAlphaBlock<kLayout, kUse>(to, -pitch, 5, 6, back.data(), width, rows);
-        WriteAlphaBlock<kLayout, kUse>(next, -pitch, 5, 6, back.data(), width, rows);
+        WriteAlphaBlock<kLayout, kUse>(&picture[last], -pitch, 5, 6, block.data(), width, rows);
+        ReadAlphaBlock<kLayout, kUse>(&picture[last], -pitch, 5, 6, back.data(), width, rows);
+        WriteAlphaBlock<kLayout, kUse>(&again[last], -pitch, 5, 6, back.data(), width, rows);
     }
+    auto [samples, alpha] = Working(block);
     for (std::size_t i = 0; i < picture.size(); ++i) {
         const bool lossy = kLayout == PackedLayout::kV408 && kKind == kPremultiplied;
         ASSERT_NEAR(picture[i], again[i], lossy ? 1 : 0) << i;
     }
-    if (!kFloats || block[512] % 85 == 0) {  // parts of 255 that are parts of 1023 too
-        CheckRows<kPlain ? kIndex : kIndex + 1, kUse>(picture, pitch, block, back, true, width,
-                                                      rows);
-    }
+    again = picture;
     for (LONG i = 0; i < rows * pairs; ++i) {
-        BYTE* at = &picture[static_cast<std::size_t>(i / pairs * pitch + i % pairs * pairBytes)];
-        const Pair pair = BlockPair(&block[static_cast<std::size_t>(32 * (rows - 1 - i / pairs))],
-                                    i % pairs * 2, kPlain);
-        for (const double value : Stored(
-                 kLayout, order, kKind == kPremultiplied || kLayout == PackedLayout::k2vuy, pair)) {
+        BYTE* at = &again[static_cast<std::size_t>(i / pairs * pitch + i % pairs * pairBytes)];
+        const auto place = static_cast<std::size_t>(32 * (rows - 1 - i / pairs) + i % pairs * 2);
+        if (kKind == kOpaque) {
+            block[512 + place] = block[513 + place] = 255;
+            back[512 + place] = back[513 + place] = 255;
+        }
+        for (const double value :
+             Stored(kLayout, order, kKind == kPremultiplied || kLayout == PackedLayout::k2vuy,
+                    BlockPair(&block[place / 32 * 32], i % pairs * 2))) {
             float stored = *at;
             if (kFloats) {
                 std::memcpy(&stored, at, sizeof(stored));
@@ -230,11 +204,22 @@ void CheckBlock(const Bytes& block, const std::string& order, LONG width, LONG r
             at = std::fill_n(at, kFloats ? 4 : 1, kGuard);
         }
     }
-    ASSERT_EQ(picture, Bytes(picture.size(), kGuard));
+    ASSERT_EQ(again, third);
+    if (!kFloats || block[512] % 85 == 0) {  // parts of 255 that are parts of 1023 too
+        width = std::min<LONG>(width, 16);
+        WriteWorkingRows<kIndex, kUse>(&third[last], -pitch, Address(samples), 64, Address(alpha),
+                                       32, width, rows);
+        ASSERT_EQ(third, picture);
+        std::fill(samples.begin(), samples.end(), WORD{0});
+        std::fill(alpha.begin(), alpha.end(), WORD{0});
+        ReadWorkingRows<kIndex, kUse>(&third[last], -pitch, Address(samples), 64, Address(alpha),
+                                      32, width, rows);
+        ASSERT_EQ(std::pair(samples, alpha), Working(back));
+    }
 }
 
 template <PackedLayout kLayout, int kIndex>
-void CheckBlocks(const std::string& order, std::size_t pixels, std::vector<DWORD> clear) {
+void CheckBlocks(const std::string& order) {
     for (int alpha = 0; alpha < 256; ++alpha) {
         Bytes block(1024);
         for (std::size_t i = 0; i < 512; ++i) {  // every luma and chroma, alpha and its complement
@@ -251,24 +236,20 @@ void CheckBlocks(const std::string& order, std::size_t pixels, std::vector<DWORD
         CheckBlock<kLayout, kIndex, kPremultiplied>(block, order, width, rows);
         ASSERT_FALSE(testing::Test::HasFatalFailure());
     }
-    for (const LONG width : {1, 15, 32}) {
-        const std::size_t words = clear.size() * static_cast<std::size_t>(width / 2 * 2) / pixels;
-        std::vector<DWORD> rows(2 * words + 2, 7), expected;
-        FillTransparent<kLayout>(reinterpret_cast<BYTE*>(rows.data()),
-                                 static_cast<LONG>(4 * words + 4), 1, 2, width, 2);
-        for (std::size_t i = 0; i < rows.size(); ++i) {
-            const std::size_t x = i % (words + 1);
-            expected.push_back(x == words ? 7 : clear[x % clear.size()]);
-        }
-        EXPECT_EQ(rows, expected);
+    for (const LONG width : {1, 15, 32}) {  // clear rows of any width
+        Words filled(600, 7), expected = filled, zeros(64);
+        FillTransparent<kLayout>(Address(filled), 600, 5, 6, width, 2);
+        WriteWorkingRows<kIndex + 1, AlphaUse::kPremultiplied>(
+            Address(expected), 600, Address(zeros), 0, Address(zeros), 0, width, 2);
+        EXPECT_EQ(filled, expected);
     }
 }
 
 TEST(PackedLayouts, AreStoredByTheFormulasForAllSamplesAlphasAndWidths) {
-    CheckBlocks<PackedLayout::k2vuy, 24>("2031", 2, {0x10801080});
-    CheckBlocks<PackedLayout::kV408, 14>("20342135", 1, {0x10801080});
-    CheckBlocks<PackedLayout::kR408, 16>("40235123", 1, {0x80800000});
-    CheckBlocks<PackedLayout::kR4fl, 22>("40235123", 1, {0, 0, 0x3F008081, 0x3F008081});
+    CheckBlocks<PackedLayout::k2vuy, 24>("2031");
+    CheckBlocks<PackedLayout::kV408, 14>("20342135");
+    CheckBlocks<PackedLayout::kR408, 16>("40235123");
+    CheckBlocks<PackedLayout::kR4fl, 22>("40235123");
 }
 
 TEST(PackedLayouts, ReadWhatNoWriterStoresByClampingAndTakeChromaFromTheEvenPixel) {
@@ -337,31 +318,29 @@ TEST(WorkingRows, BecomeDeepRgbByTheMatrixOfTheirDefinition) {
     CheckDeepRgb<21, AlphaUse::kStraight>(0);
 }
 
-/// The first pixel's luma and alpha of a picture of the bytes 0, 0, 9, 9, ...
-template <int kIndex>
-Words ReadPremultiplied() {
-    Bytes picture(32, 9);
-    Words samples(4), alpha(2);
-    picture[0] = picture[1] = 0;
-    ReadWorkingRows<kIndex, AlphaUse::kPremultiplied>(picture.data(), 0, Address(samples), 0,
-                                                      Address(alpha), 0, 2, 1);
-    return {samples[0], alpha[0]};
-}
-
-TEST(WorkingRows, ReadAnOpaquePictureWithoutItsAlphaAndAClearPixelAsBlack) {
-    EXPECT_EQ(ReadPremultiplied<14>(), (Words{0, 1023}));
-    EXPECT_EQ(ReadPremultiplied<16>(), (Words{64, 1023}));
-    EXPECT_EQ(ReadPremultiplied<18>()[1], 1023);
-    EXPECT_EQ(ReadPremultiplied<20>(), (Words{64, 0}));
-    EXPECT_EQ(ReadPremultiplied<22>()[1], 1023);
-}
-
-TEST(WorkingRows, KeepTheirFractionsInFloatsUpToTheHighestCode) {
-    Words words = {65, 514, 1023, 1023}, back(4);
-    BYTE floats[32];
-    WriteWorkingRows<22, AlphaUse::kStraight>(floats, 0, Address(words), 0, nullptr, 0, 2, 1);
-    ReadWorkingRows<22, AlphaUse::kStraight>(floats, 0, Address(back), 0, nullptr, 0, 2, 1);
-    EXPECT_EQ(back, (Words{65, 514, 1020, 1020}));
+TEST(WorkingRows, AreRoundedToBytesAndKeepTheirFractionsInFloats) {
+    for (int value = 0; value < 1024; ++value) {
+        const auto word = static_cast<WORD>(value);
+        Words samples(4, word), alpha(2, word), back(4);
+        BYTE bytes[8], floats[32];
+        WriteWorkingRows<17, AlphaUse::kStraight>(bytes, 0, Address(samples), 0, Address(alpha), 0,
+                                                  2, 1);
+        EXPECT_EQ(bytes[0], (value * 255 + 511) / 1023);
+        EXPECT_EQ(bytes[2], std::min((value + 2) / 4, 255)) << value;
+        WriteWorkingRows<23, AlphaUse::kStraight>(floats, 0, Address(samples), 0, nullptr, 0, 2, 1);
+        ReadWorkingRows<23, AlphaUse::kPremultiplied>(floats, 0, Address(back), 0, Address(alpha),
+                                                      0, 2, 1);
+        EXPECT_EQ(back, Words(4, std::min<WORD>(word, 1020)));
+        EXPECT_EQ(alpha, Words(2, 1023)) << "opaque without a plane";
+    }
+    // An opaque picture is read without its alpha, a clear pixel as black.
+    Words pixels(8), samples(4), alpha(2);
+    ReadWorkingRows<16, AlphaUse::kPremultiplied>(Address(pixels), 0, Address(samples), 0,
+                                                  Address(alpha), 0, 2, 1);
+    EXPECT_EQ(std::tuple(samples[0], samples[1], alpha[0]), std::tuple(64, 0, 1023));
+    ReadWorkingRows<20, AlphaUse::kPremultiplied>(Address(pixels), 0, Address(samples), 0,
+                                                  Address(alpha), 0, 2, 1);
+    EXPECT_EQ(std::tuple(samples[0], samples[1], alpha[0]), std::tuple(64, 512, 0));
 }
 
 TEST(WorkingRows, KeepV210SamplesAsTheyAreIfTheRowFits) {
@@ -427,45 +406,51 @@ TEST(Matte, TurnsTransparentPixelsIntoTheBlackOfTheirLayout) {
     }
 }
 
-TEST(FrameChunks, AreReadInsideTheirContainerAloneAtEveryCut) {
-    const Bytes fiel = Chunk("FIEL", {1}), rdrt = Chunk("RDRT", {7, 8}),
-                other = Chunk("ABCD", {1, 2});
+/// What a codec tells of a frame, in memory that ends with it.
+FrameInfo InfoOf(const Bytes& frame, LONG width, LONG height, REFERENCE_TIME duration,
+                 HRESULT expected) {
+    CTenBitCodec codec;
+    const GuardedMemory memory(frame);
+    const auto header = MakeHeader(FourCC("Q210"), 20, width, height, frame.size());
+    FrameInfo info;
+    EXPECT_EQ(codec.GetFrameInfo(&header, memory.data(), duration, &info), expected);
+    EXPECT_EQ(codec.GetFrameInfo(&header, memory.data(), duration, nullptr), expected);
+    EXPECT_EQ(codec.GetFrameInfo(nullptr, memory.data(), duration, &info), E_POINTER);
+    return info;
+}
+
+TEST(FrameInfo, ComesFromTheContainerAloneAtEveryCut) {
+    const Bytes field = Chunk("FIEL", {0}), other = Chunk("ABCD", {1, 2});
     const Bytes frame =
-        InfoChunk(10, 20, 648, 720, fiel + other + rdrt + Chunk("FIEL", {2})) + Bytes(9, 0xEE);
+        InfoChunk(10, 20, 30, 40, field + other + Chunk("RDRT", {7, 8}) + Chunk("FIEL", {2})) +
+        Bytes(9, 0xEE);
     for (std::size_t size = 0; size <= frame.size(); ++size) {
-        const GuardedMemory cut(Bytes(frame.begin(), frame.begin() + static_cast<LONG>(size)));
-        const ByteSpan span(cut.data(), size);
-        const FrameChunks chunks(span);
-        ASSERT_EQ(chunks.Info().has_value(), size >= 24) << size;
-        ASSERT_EQ(chunks.FieldCode().value_or(9), size >= 36 ? 1u : 9u) << size;
-        ASSERT_EQ(chunks.Rdrt().has_value(), size >= 68) << size;
-        ASSERT_EQ(SkipInfoChunk(span).size(), size < 4 ? size : size > 80 ? size - 80 : 0) << size;
-        if (size == frame.size()) {
-            const InfoWords info = *chunks.Info();
-            EXPECT_EQ((std::array{info.infoA, info.infoB, info.pixelAspectX, info.pixelAspectY,
-                                  chunks.Rdrt()->a, chunks.Rdrt()->b}),
-                      (std::array<LONG, 6>{10, 20, 648, 720, 7, 8}));
-            EXPECT_EQ(*SkipInfoChunk(span).data(), 0xEE);
-        }
+        const Bytes cut(frame.begin(), frame.begin() + static_cast<LONG>(size));
+        const bool told = size >= 24;
+        const FrameInfo info = InfoOf(cut, 720, 576, 400000, told ? S_OK : S_FALSE);
+        const FrameInfo expected = {size < 36,         told ? 30 : 768, told ? 40 : 720,
+                                    told ? 10 : -1,    told ? 20 : -1,  size < 68 ? -1 : 7,
+                                    size < 68 ? -1 : 8};
+        EXPECT_EQ(std::memcmp(&info, &expected, sizeof(info)), 0) << size;
+        const ByteSpan coded = SkipInfoChunk(ByteSpan(cut.data(), size));
+        ASSERT_EQ(coded.size(), size < 4 ? size : size > 80 ? size - 80 : 0) << size;
     }
-    Bytes huge = InfoChunk(0, 0, 1, 1, other), beyond = huge + fiel,
-          lying = InfoChunk(0, 0, 1, 1, other + fiel);
+    Bytes huge = InfoChunk(0, 0, 1, 1, other), beyond = huge + field,
+          lying = InfoChunk(0, 0, 1, 1, other + field);
     std::fill_n(&huge[4], 4, 0xFF);
     std::fill_n(&lying[28], 4, 0xFF);
-    for (const Bytes& bytes :
-         {huge, beyond, lying, InfoChunk(0, 0, 1, 1, Bytes(8) + fiel), fiel, Bytes(40)}) {
-        const GuardedMemory whole(bytes);
-        const ByteSpan span(whole.data(), whole.size());
-        EXPECT_FALSE(FrameChunks(span).FieldCode());
+    for (const Bytes& bytes : {huge, beyond, lying, InfoChunk(0, 0, 1, 1, Bytes(8) + field), field,
+                               Bytes(40), InfoChunk(0, 0, 1, 1, Chunk("FIEL", {3}))}) {
         const bool bare = bytes[0] != 'I';
-        EXPECT_EQ(FrameChunks(span).Info().has_value(), !bare);
-        EXPECT_EQ(SkipInfoChunk(span).size(), bare              ? bytes.size()
-                                              : bytes == beyond ? fiel.size()
-                                                                : 0);
+        EXPECT_EQ(InfoOf(bytes, 720, 576, 400000, bare ? S_FALSE : S_OK).fieldOrder, 1);
+        EXPECT_EQ(SkipInfoChunk(ByteSpan(bytes.data(), bytes.size())).size(), bare ? bytes.size()
+                                                                              : bytes == beyond
+                                                                                  ? field.size()
+                                                                                  : 0);
     }
 }
 
-TEST(FrameSizes, HaveTheirUsualFieldOrderAndPixelAspect) {
+TEST(FrameInfo, OfABareFrameIsTheUsualOfItsSize) {
     // width, height, aspect, field order at 29.97 and 25 frames a second
     constexpr LONG kSizes[][5] = {
         {1920, 1080, 1, 1, 0},   {1440, 1080, 1920, 1440, 0}, {1280, 1080, 1920, 1280, 0},
@@ -479,14 +464,12 @@ TEST(FrameSizes, HaveTheirUsualFieldOrderAndPixelAspect) {
         {1080, 1920, 1, 1, 2},   {721, 576, 1, 1, 2},
     };
     for (const auto& [width, height, x, y, order] : kSizes) {
-        SCOPED_TRACE(testing::Message() << width << " x " << height);
-        const PixelAspect aspect = DefaultPixelAspect(width, height);
-        EXPECT_EQ(std::pair(aspect.x, aspect.y), std::pair(x, y));
-        EXPECT_EQ(FieldOrderOfSize(width, height).value_or(2), order);
-        EXPECT_EQ(DefaultFieldOrder(width, height, 333666), order);
-        EXPECT_EQ(DefaultFieldOrder(width, height, 400000), order);
-        EXPECT_EQ(DefaultFieldOrder(width, height, 333667), 2);
-        EXPECT_EQ(DefaultFieldOrder(width, height, (1LL << 32) + 400000), 2);
+        for (const REFERENCE_TIME duration : {333666LL, 400000LL, 333667LL, (1LL << 32) + 400000}) {
+            const FrameInfo info = InfoOf({}, width, height, duration, S_FALSE);
+            const FrameInfo expected = {
+                duration == 333666 || duration == 400000 ? order : 2, x, y, -1, -1, -1, -1};
+            EXPECT_EQ(std::memcmp(&info, &expected, sizeof(info)), 0) << width << " x " << height;
+        }
     }
 }
 
