@@ -9,6 +9,9 @@
 
 namespace nyx::host {
 
+/// Whether the platform is Wine, some of whose own objects cannot be relied on.
+bool IsWine();
+
 /// The first pin of `filter` in that direction, or null.
 ComPtr<IPin> FindPin(IBaseFilter* filter, PIN_DIRECTION direction);
 

@@ -66,6 +66,11 @@ void WaitForEnd(const ComPtr<IGraphBuilder>& graph, double seconds) {
 ExitCode RunPlay(const ClipOptions& options) {
     const auto graph = CreateObject<IGraphBuilder>(CLSID_FilterGraph, "no filter graph");
     const Footage clip(graph.Get(), options.path);
+    if (IsWine()) {  // whose other renderers crash where there is no 3D
+        Check(graph->AddFilter(CreateObject<IBaseFilter>(CLSID_VideoRenderer, "no renderer").Get(),
+                               L"Video Renderer"),
+              "the renderer does not join the graph");
+    }
     Print(options.path + ": " + DescribeVideo(clip) + "\n");
     if (!Render(graph.Get(), clip.Video(), "the picture")) {
         ExplainFailedConnection(clip.Video().type, "a picture on the screen", VFW_E_CANNOT_RENDER);

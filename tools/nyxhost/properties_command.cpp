@@ -8,15 +8,11 @@
 #include "commands.h"
 #include "console.h"
 #include "encoder_filter.h"
+#include "graph_tools.h"
 #include "text.h"
 
 namespace nyx::host {
 namespace {
-
-/// Wine's property frame shows a page and never tells it to apply.
-bool IsWine() {
-    return GetProcAddress(GetModuleHandleW(L"ntdll"), "wine_get_version") != nullptr;
-}
 
 /// The pages that a filter names, freed at the end.
 class PageList {
