@@ -26,6 +26,9 @@ holds "one picture under its name" test "$(ls 'Bilder 図')" = 'Änderung 変-rg
 quiet_ffmpeg -i 'Bilder 図/Änderung 変-rgb24-00001.png' -f rawvideo -pix_fmt bgr24 -vf vflip png.raw
 holds "a PNG holds the sample's pixels" cmp -s png.raw <(tail -c $((722 * 50 * 3)) part.raw)
 
+run 0 play zoneplate-722.avi --from 1f --frames 1
+says "graph: Footage, Video Renderer, Rokka Q210 Decoder"
+
 # Clips of the stand-in engines, against the pictures that went in. A quantiser step of 5 leaves a mean
 # squared error of 6.25 at most, 40.2 dB; lossless frames come back bit by bit. Where there is alpha, it is
 # exact, and clear pixels are cleaned.
@@ -49,3 +52,4 @@ CLIPS
 run 0 bench zeta.avi --format yuy2 --repeat 2 --graphs 2
 says "beside it: 4 frames"
 use_no_engines
+says "pictures: the same from the file and from memory"
