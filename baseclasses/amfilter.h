@@ -44,7 +44,7 @@ class CBaseFilter : public CUnknown, public IBaseFilter {
     BOOL IsStopped() { return m_State == State_Stopped; }
 
     /// Changes whenever the set of pins does; pin enumerators watch it.
-    virtual LONG GetPinVersion() { return m_PinVersion; }
+    LONG GetPinVersion() const { return m_PinVersion; }
     void IncrementPinVersion() { InterlockedIncrement(&m_PinVersion); }
 
   protected:

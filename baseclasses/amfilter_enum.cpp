@@ -47,8 +47,7 @@ CEnumPins::CEnumPins(const CEnumPins& other)
     : m_pFilter(other.m_pFilter),
       m_Version(other.m_Version),
       m_Position(other.m_Position),
-      m_PinCount(other.m_PinCount),
-      m_PinCache(other.m_PinCache) {
+      m_PinCount(other.m_PinCount) {
     m_pFilter->AddRef();
 }
 
@@ -76,38 +75,18 @@ BOOL CEnumPins::AreWeOutOfSync() {
     return m_pFilter->GetPinVersion() != m_Version;
 }
 
-/// Takes the filter as it is now, from its first pin on; what was given stays known.
-void CEnumPins::Refresh() {
-    m_Version = m_pFilter->GetPinVersion();
-    m_PinCount = m_pFilter->GetPinCount();
-    m_Position = 0;
-}
-
-/// Whether `pin` was not given before; from now on it was. False as well without memory to know it.
-bool CEnumPins::IsNew(CBasePin* pin) {
-    if (std::find(m_PinCache.begin(), m_PinCache.end(), pin) != m_PinCache.end()) {
-        return false;
-    }
-    try {
-        m_PinCache.push_back(pin);
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
-    return true;
-}
-
 HRESULT STDMETHODCALLTYPE CEnumPins::Next(ULONG cPins, IPin** ppPins, ULONG* pcFetched) {
     const HRESULT hr = CheckNext(cPins, ppPins, pcFetched);
     if (FAILED(hr)) {
         return hr;
     }
     if (AreWeOutOfSync()) {
-        Refresh();
+        Reset();
     }
     ULONG fetched = 0;
     while (fetched < cPins && m_Position < m_PinCount) {
         CBasePin* const pin = m_pFilter->GetPin(m_Position++);
-        if (pin && IsNew(pin)) {
+        if (pin) {
             pin->AddRef();
             ppPins[fetched++] = pin;
         }
@@ -129,8 +108,9 @@ HRESULT STDMETHODCALLTYPE CEnumPins::Skip(ULONG cPins) {
 }
 
 HRESULT STDMETHODCALLTYPE CEnumPins::Reset() {
-    Refresh();
-    m_PinCache.clear();
+    m_Version = m_pFilter->GetPinVersion();
+    m_PinCount = m_pFilter->GetPinCount();
+    m_Position = 0;
     return S_OK;
 }
 
@@ -140,21 +120,16 @@ HRESULT STDMETHODCALLTYPE CEnumPins::Clone(IEnumPins** ppEnum) {
     if (AreWeOutOfSync()) {
         return VFW_E_ENUM_OUT_OF_SYNC;
     }
-    try {
-        *ppEnum = new CEnumPins(*this);
-    } catch (const std::bad_alloc&) {
-        return E_OUTOFMEMORY;
-    }
-    return S_OK;
+    *ppEnum = new (std::nothrow) CEnumPins(*this);
+    return *ppEnum ? S_OK : E_OUTOFMEMORY;
 }
 
-CEnumMediaTypes::CEnumMediaTypes(CBasePin* pPin)
-    : m_pPin(pPin), m_Version(pPin->GetMediaTypeVersion()) {
+CEnumMediaTypes::CEnumMediaTypes(CBasePin* pPin) : m_pPin(pPin) {
     m_pPin->AddRef();
 }
 
 CEnumMediaTypes::CEnumMediaTypes(const CEnumMediaTypes& other)
-    : m_pPin(other.m_pPin), m_Version(other.m_Version), m_Position(other.m_Position) {
+    : m_pPin(other.m_pPin), m_Position(other.m_Position) {
     m_pPin->AddRef();
 }
 
@@ -178,18 +153,11 @@ ULONG STDMETHODCALLTYPE CEnumMediaTypes::Release() {
     return static_cast<ULONG>(left);
 }
 
-BOOL CEnumMediaTypes::AreWeOutOfSync() {
-    return m_pPin->GetMediaTypeVersion() != m_Version;
-}
-
 HRESULT STDMETHODCALLTYPE CEnumMediaTypes::Next(ULONG cMediaTypes, AM_MEDIA_TYPE** ppMediaTypes,
                                                 ULONG* pcFetched) {
     const HRESULT hr = CheckNext(cMediaTypes, ppMediaTypes, pcFetched);
     if (FAILED(hr)) {
         return hr;
-    }
-    if (AreWeOutOfSync()) {
-        return VFW_E_ENUM_OUT_OF_SYNC;
     }
     ULONG fetched = 0;
     CMediaType type;
@@ -206,9 +174,6 @@ HRESULT STDMETHODCALLTYPE CEnumMediaTypes::Next(ULONG cMediaTypes, AM_MEDIA_TYPE
 }
 
 HRESULT STDMETHODCALLTYPE CEnumMediaTypes::Skip(ULONG cMediaTypes) {
-    if (AreWeOutOfSync()) {
-        return VFW_E_ENUM_OUT_OF_SYNC;
-    }
     const auto room = static_cast<ULONG>(std::numeric_limits<int>::max() - m_Position);
     m_Position += static_cast<int>(std::min(cMediaTypes, room));
     CMediaType last;
@@ -217,16 +182,12 @@ HRESULT STDMETHODCALLTYPE CEnumMediaTypes::Skip(ULONG cMediaTypes) {
 
 HRESULT STDMETHODCALLTYPE CEnumMediaTypes::Reset() {
     m_Position = 0;
-    m_Version = m_pPin->GetMediaTypeVersion();
     return S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE CEnumMediaTypes::Clone(IEnumMediaTypes** ppEnum) {
     CheckPointer(ppEnum, E_POINTER);
     *ppEnum = nullptr;
-    if (AreWeOutOfSync()) {
-        return VFW_E_ENUM_OUT_OF_SYNC;
-    }
     *ppEnum = new (std::nothrow) CEnumMediaTypes(*this);
     return *ppEnum ? S_OK : E_OUTOFMEMORY;
 }

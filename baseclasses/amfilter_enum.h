@@ -1,15 +1,12 @@
 #pragma once
 
-#include <vector>
-
 #include "baseclasses/platform.h"
 
 class CBaseFilter;
 class CBasePin;
 
 /// Enumerates a filter's pins and keeps the filter alive. When the pins have changed, Next begins
-/// afresh without repeating a pin that it gave before; Skip and Clone answer
-/// `VFW_E_ENUM_OUT_OF_SYNC` until Next or Reset.
+/// afresh; Skip and Clone answer `VFW_E_ENUM_OUT_OF_SYNC` until Next or Reset.
 class CEnumPins final : public IEnumPins {
   public:
     /// Begins with one reference, at the first pin.
@@ -27,8 +24,6 @@ class CEnumPins final : public IEnumPins {
   private:
     CEnumPins(const CEnumPins& other);
     ~CEnumPins();
-    void Refresh();
-    bool IsNew(CBasePin* pin);
     BOOL AreWeOutOfSync();
 
     CBaseFilter* const m_pFilter;
@@ -36,11 +31,9 @@ class CEnumPins final : public IEnumPins {
     LONG m_Version;
     int m_Position = 0;
     int m_PinCount;
-    std::vector<CBasePin*> m_PinCache;  ///< pins given before, compared only
 };
 
-/// Enumerates a pin's preferred media types and keeps the pin alive. When the types have changed,
-/// everything but Reset answers `VFW_E_ENUM_OUT_OF_SYNC`.
+/// Enumerates a pin's preferred media types and keeps the pin alive.
 class CEnumMediaTypes final : public IEnumMediaTypes {
   public:
     /// Begins with one reference, at the first type.
@@ -59,10 +52,8 @@ class CEnumMediaTypes final : public IEnumMediaTypes {
   private:
     CEnumMediaTypes(const CEnumMediaTypes& other);
     ~CEnumMediaTypes();
-    BOOL AreWeOutOfSync();
 
     CBasePin* const m_pPin;
     volatile LONG m_cRef = 1;
-    LONG m_Version;
     int m_Position = 0;
 };

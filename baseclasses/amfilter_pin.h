@@ -68,10 +68,6 @@ class CBasePin : public CUnknown, public IPin, public IQualityControl {
     /// The type of the connection; what it was, when there is none.
     CMediaType& CurrentMediaType() { return m_mt; }
 
-    /// Changes whenever the preferred types do; type enumerators watch it.
-    virtual LONG GetMediaTypeVersion() { return m_TypeVersion; }
-    void IncrementTypeVersion() { InterlockedIncrement(&m_TypeVersion); }
-
   protected:
     /// Tries one type with one peer: afterwards connected, or as before.
     HRESULT AttemptConnection(IPin* pReceivePin, const CMediaType* pmt);
@@ -95,7 +91,6 @@ class CBasePin : public CUnknown, public IPin, public IQualityControl {
     bool m_bRunTimeError = false;
     CBaseFilter* m_pFilter;
     IQualityControl* m_pQSink = nullptr;  ///< not AddRef'd, as the interface asks
-    volatile LONG m_TypeVersion = 1;
     CMediaType m_mt;
 
   private:

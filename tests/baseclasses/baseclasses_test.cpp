@@ -150,25 +150,18 @@ TEST_F(BaseClasses, ARefusalWithoutAReasonIsATypeNotAccepted) {
     EXPECT_EQ(source.Connect(input, &refused), VFW_E_TYPE_NOT_ACCEPTED);
 }
 
-TEST_F(BaseClasses, EnumeratorsNoticeChanges) {
-    ASSERT_EQ(source.Connect(input, &one), S_OK);
+TEST_F(BaseClasses, EnumeratorsOfPinsNoticeChanges) {
     ComPtr<IEnumPins> pins;
     ComPtr<IPin> pin;
     ASSERT_EQ(filter->EnumPins(&pins), S_OK);
     EXPECT_EQ(pins->Next(1, &pin, nullptr), S_OK);
     filter->IncrementPinVersion();
     EXPECT_EQ(pins->Skip(1), VFW_E_ENUM_OUT_OF_SYNC);
+    ComPtr<IEnumPins> clone;
+    EXPECT_EQ(pins->Clone(&clone), VFW_E_ENUM_OUT_OF_SYNC);
     EXPECT_EQ(pins->Next(1, pin.ReleaseAndGetAddressOf(), nullptr), S_OK);
-    EXPECT_EQ(pin.Get(), output) << "afresh, but no pin twice";
-    EXPECT_EQ(pins->Skip(1), S_FALSE) << "in step again, at the end";
-    ComPtr<IEnumMediaTypes> types;
-    ASSERT_EQ(output->EnumMediaTypes(&types), S_OK);
-    output->IncrementTypeVersion();
-    AM_MEDIA_TYPE* next = nullptr;
-    EXPECT_EQ(types->Next(1, &next, nullptr), VFW_E_ENUM_OUT_OF_SYNC);
-    EXPECT_EQ(types->Skip(1), VFW_E_ENUM_OUT_OF_SYNC);
-    EXPECT_EQ(types->Reset(), S_OK);
-    EXPECT_EQ(types->Skip(1), S_OK);
+    EXPECT_EQ(pin.Get(), input) << "afresh";
+    EXPECT_EQ(pins->Skip(1), S_OK) << "in step again";
 }
 
 TEST_F(BaseClasses, StreamingStartsAndStopsOncePerRunAndNotWithoutAllOfIt) {
