@@ -108,12 +108,12 @@ int main(int count, char** arguments) {
             CoUninitialize();
         });
     }
-    std::fputs("seconds,committed_kib,heap_blocks,handles,gdi_objects,threads\n", csv);
+    std::fputs("seconds,committed_kib,heap_blocks,handles\n", csv);
     for (int second = 1; second <= seconds; ++second) {
         std::this_thread::sleep_for(std::chrono::seconds(1));
         const Held held = CountHeld();
-        std::fprintf(csv, "%d,%zu,%zu,%zu,%zu,%zu\n", second, held.privateBytes / 1024,
-                     held.heapBlocks, held.handles, held.gdiObjects, held.threads);
+        std::fprintf(csv, "%d,%zu,%zu,%zu\n", second, held.privateBytes / 1024, held.heapBlocks,
+                     held.handles);
         std::fflush(csv);
     }
     going = false;

@@ -1,9 +1,14 @@
 #include "tests/support/catalogue.h"
 
 #include <algorithm>
+#include <iterator>
+#include <map>
+#include <mutex>
 #include <ostream>
 #include <stdexcept>
+#include <tuple>
 
+#include "engines/standin/frame_coder.h"
 #include "platform/fourcc.h"
 #include "tests/support/frames.h"
 
@@ -21,23 +26,47 @@ DWORD Code(const char* fourcc) {
     return FourCC(*reinterpret_cast<const char(*)[5]>(fourcc));
 }
 
-/// A grey DV frame, with what tells its kind: the signal type of the video source pack.
-std::vector<BYTE> DvFrame(const std::string& fourcc, const Stream& stream) {
+/// A DV frame of zeroes with the two packs that tell what it is: the video source pack by system
+/// and signal type (IEC 61834-4, SMPTE 314M and 370M) and the video source control pack.
+Bytes DvFrame(const std::string& fourcc, const Stream& stream) {
+    constexpr std::size_t kVideoSource = 448;  // VAUX block 5, pack 9
+    constexpr std::size_t kVideoControl = 453;
+    const bool wide = fourcc == "QDVH";
     const bool fifty = stream.height == 576 || stream.width == 1440;
-    if (fourcc == "QDVH") {
-        return stream.height == 720 ? PlainDvFrame(240000, false, 0x18, true)
-                                    : PlainDvFrame(fifty ? 576000 : 480000, fifty, 0x14, true);
+    const bool few = stream.height == 720;
+    const std::size_t channels = fourcc == "QDVC" ? 1 : fourcc == "QDV5" || few ? 2 : 4;
+    const int signalType = wide ? (few ? 0x18 : 0x14) : channels == 2 ? 0x04 : 0x00;
+    Bytes frame(channels * (fifty ? 144000 : 120000));
+    frame[kVideoSource] = 0x60;
+    frame[kVideoSource + 3] = static_cast<BYTE>((fifty ? 0x20 : 0) | signalType);
+    frame[kVideoControl] = 0x61;
+    frame[kVideoControl + 2] = wide ? 2 : 0;
+    return frame;
+}
+
+/// A frame of one flat grey that the stand-in engine of that coding makes, once for each size.
+Bytes GreyFrame(const char* name, const Stream& stream) {
+    static std::mutex mutex;
+    static std::map<std::tuple<std::string, LONG, LONG>, Bytes> frames;
+    const std::lock_guard hold(mutex);
+    Bytes& frame = frames[{name, stream.width, stream.height}];
+    if (frame.empty()) {
+        const standin::Coding& coding = *standin::FindCoding(name);
+        // Luma and chroma, or a colour and alpha: grey in every layout, and opaque.
+        const std::size_t bytes = coding.sourceBits / 8u;
+        const BYTE last = bytes == 2 ? 128 : bytes == 3 ? 126 : 255;
+        Bytes picture(static_cast<std::size_t>(stream.width * stream.height) * bytes, 126);
+        for (std::size_t i = bytes - 1; i < picture.size(); i += bytes) {
+            picture[i] = last;
+        }
+        frame = standin::FrameCoder(coding).Code(picture.data(), stream.width, stream.height, 1);
     }
-    const std::size_t size = fifty ? 144000 : 120000;
-    return fourcc == "QDV5" ? PlainDvFrame(2 * size, fifty, 0x04, false)
-                            : PlainDvFrame(size, fifty, 0x00, false);
+    return frame;
 }
 
 CatalogueRow Filter(const char* name, const wchar_t* clsid, const char* fourcc, WORD bits,
-                    const char* coding, const wchar_t* engine, LONG width, LONG height,
-                    LONG otherWidth, LONG otherHeight) {
-    return {name,   Id(clsid), fourcc,          bits,
-            coding, engine,    {width, height}, {otherWidth, otherHeight}};
+                    const char* coding, const wchar_t* engine, Stream stream, Stream other) {
+    return {name, Id(clsid), fourcc, bits, coding, engine, stream, other};
 }
 
 }  // namespace
@@ -47,25 +76,25 @@ const CLSID kPropertyPage = Id(L"{55B150FB-86E8-4B96-9849-73B76D260D2A}");
 const std::vector<CatalogueRow>& Catalogue() {
     static const std::vector<CatalogueRow> rows = {
         Filter("Dv25Decoder", L"{194BF9E2-3566-43C0-AA21-EEC7278EA7D8}", "QDVC", 24, nullptr,
-               L"rkdvh.dll", 856, 480, 720, 480),
+               L"rkdvh.dll", {856, 480}, {720, 480}),
         Filter("Dv50Decoder", L"{B3106B88-8D62-4B34-8FDF-6CA7867BB99F}", "QDV5", 24, nullptr,
-               L"rkdvh.dll", 720, 480, 720, 576),
+               L"rkdvh.dll", {720, 480}, {720, 576}),
         Filter("DvHdDecoder", L"{43749036-6EBA-4A63-9B9B-2EDC0D073B2B}", "QDVH", 24, nullptr,
-               L"rkdvh.dll", 960, 720, 1280, 1080),
+               L"rkdvh.dll", {960, 720}, {1280, 1080}),
         Filter("ZetaDecoder", L"{F8C71073-10DB-4DFF-8EA6-CEA26400AFFB}", "QZTA", 24, "zeta",
-               L"rkzcore.dll", 160, 120, 176, 144),
+               L"rkzcore.dll", {160, 120}, {176, 144}),
         Filter("LosslessDecoder", L"{9770AADC-2F6D-4586-9059-F847E46D3833}", "QLLC", 24,
-               "lossless-yuy2", L"rkllc.dll", 96, 16, 48, 16),
+               "lossless-yuy2", L"rkllc.dll", {96, 16}, {48, 16}),
         Filter("MpegIntraDecoder", L"{48BC3ED7-498D-4F7C-A121-EE72A9EFC483}", "QMIC", 24, "mpeg2",
-               L"rkm2vi01.dll", 96, 16, 48, 16),
+               L"rkm2vi01.dll", {96, 16}, {48, 16}),
         Filter("Zeta2Decoder", L"{05B95B6B-C3CD-4B91-AF3B-BBBB7DF64CD0}", "QZT2", 24, "zeta2",
-               L"rkz2core.dll", 96, 16, 48, 16),
+               L"rkz2core.dll", {96, 16}, {48, 16}),
         Filter("Q210Decoder", L"{3D1F4E99-3ADF-471E-8C1A-B7D678B4A238}", "Q210", 20, nullptr,
-               nullptr, 96, 16, 48, 16),
+               nullptr, {96, 16}, {48, 16}),
         Filter("ZetaEncoder", L"{F891D31F-209D-4AF8-AEBC-FF2472BC14C3}", "QZTA", 16, nullptr,
-               L"rkzcore.dll", 160, 120, 176, 144),
+               L"rkzcore.dll", {160, 120}, {176, 144}),
         Filter("ZetaAlphaDecoder", L"{F8C71073-10DB-4DFF-8EA6-CEA26400AFFB}", "QZTA", 32,
-               "zeta-alpha", L"rkzcore.dll", 160, 120, 176, 144),
+               "zeta-alpha", L"rkzcore.dll", {160, 120}, {176, 144}),
     };
     return rows;
 }
@@ -81,9 +110,7 @@ const CatalogueRow& Row(const std::string& name) {
 
 std::vector<CatalogueRow> Rows(const std::vector<std::string>& names) {
     std::vector<CatalogueRow> rows;
-    for (const std::string& name : names) {
-        rows.push_back(Row(name));
-    }
+    std::transform(names.begin(), names.end(), std::back_inserter(rows), &Row);
     return rows;
 }
 
@@ -116,14 +143,14 @@ LONG CatalogueRow::BufferBytes(std::size_t format) const {
 }
 
 std::vector<BYTE> CatalogueRow::Frame(const Stream& input) const {
-    if (coding) {
-        return GreyFrame(coding, input.width, input.height);
+    const auto pixels = static_cast<std::size_t>(input.width * input.height);
+    if (bits == 20) {
+        TenBitPicture grey = {input.width, input.height, std::vector<WORD>(2 * pixels, 508)};
+        return Q210Frame(grey);
     }
-    if (IsEncoder()) {
-        return std::vector<BYTE>(static_cast<std::size_t>(2 * input.width * input.height), 128);
-    }
-    return bits == 20 ? FlatQ210Frame(input.width, input.height, {502, 512, 512})
-                      : DvFrame(fourcc, input);
+    return coding        ? GreyFrame(coding, input)
+           : IsEncoder() ? Bytes(2 * pixels, 128)
+                         : DvFrame(fourcc, input);
 }
 
 void PrintTo(const CatalogueRow& row, std::ostream* out) {

@@ -11,36 +11,37 @@
 
 namespace nyx::test {
 
-/// The folder of the stand-in engines of this build, with a subfolder when that is not empty.
-inline std::wstring EngineFolder(const std::wstring& subfolder = L"") {
+/// The folder of the running test program, with its closing backslash.
+inline std::wstring ProgramFolder() {
     wchar_t path[MAX_PATH] = {};
     GetModuleFileNameW(nullptr, path, MAX_PATH);
-    std::wstring folder(path);
-    for (int level = 0; level < 2; ++level) {
-        folder.erase(folder.find_last_of(L"\\/"));
-    }
-    folder += L"\\engines\\standin";
-    return subfolder.empty() ? folder : folder + L"\\" + subfolder;
+    const std::wstring_view whole(path);
+    return std::wstring(whole.substr(0, whole.rfind(L'\\') + 1));
+}
+
+/// The folder of the stand-in engines of this build, or one below it.
+inline std::wstring EngineFolder(const std::wstring& subfolder = L"") {
+    return ProgramFolder() + L"..\\engines\\standin\\" + subfolder;
+}
+
+/// An export of a loaded library, null when there is none.
+template <class Function>
+Function Export(HMODULE library, const char* name) {
+    return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(library, name)));
 }
 
 /// Lets bare names find the engines of a folder while in scope; "none" finds nothing.
-class EngineSearch {
-  public:
+struct EngineSearch {
     explicit EngineSearch(const std::wstring& subfolder = L"") {
         SetDllDirectoryW(EngineFolder(subfolder).c_str());
     }
     ~EngineSearch() { SetDllDirectoryW(nullptr); }
-    EngineSearch(const EngineSearch&) = delete;
-    EngineSearch& operator=(const EngineSearch&) = delete;
 };
 
 /// Has the stand-ins misbehave while in scope, as in "decode:access".
-class Misbehaviour {
-  public:
+struct Misbehaviour {
     explicit Misbehaviour(const char* what) { SetEnvironmentVariableA(standin::kMisbehave, what); }
     ~Misbehaviour() { SetEnvironmentVariableA(standin::kMisbehave, nullptr); }
-    Misbehaviour(const Misbehaviour&) = delete;
-    Misbehaviour& operator=(const Misbehaviour&) = delete;
 };
 
 inline bool IsLoaded(const wchar_t* library) {
@@ -51,10 +52,7 @@ inline bool IsLoaded(const wchar_t* library) {
 inline standin::Call LastCall(const wchar_t* library, standin::Purpose purpose) {
     standin::Call call = {};
     const HMODULE module = GetModuleHandleW(library);
-    const auto entry = module ? reinterpret_cast<standin::LastCallEntry>(reinterpret_cast<void*>(
-                                    GetProcAddress(module, "standin_last_call")))
-                              : nullptr;
-    if (entry) {
+    if (const auto entry = Export<standin::LastCallEntry>(module, "standin_last_call")) {
         entry(purpose, &call);
     }
     return call;

@@ -4,16 +4,6 @@
 #include <cstdlib>
 #include <random>
 
-#ifdef _WIN32
-#include <map>
-#include <mutex>
-#include <stdexcept>
-#include <string>
-#include <tuple>
-
-#include "engines/standin/frame_coder.h"
-#endif
-
 namespace nyx::test {
 
 Bytes SmoothPicture(const BITMAPINFOHEADER& header, int number) {
@@ -70,61 +60,5 @@ Bytes ReferenceYuy2(const TenBitPicture& picture) {
     }
     return yuy2;
 }
-
-Bytes Q210Frame(LONG width, LONG height, const std::function<TenBitPixel(LONG x, LONG y)>& pixel) {
-    TenBitPicture picture = {width, height, {}};
-    for (LONG y = 0; y < height; ++y) {
-        for (LONG x = 0; x < width; ++x) {
-            const TenBitPixel p = pixel(x, y);
-            picture.samples.push_back(static_cast<WORD>(x % 2 == 0 ? p.cb : pixel(x - 1, y).cr));
-            picture.samples.push_back(static_cast<WORD>(p.y));
-        }
-    }
-    return Q210Frame(picture);
-}
-
-Bytes FlatQ210Frame(LONG width, LONG height, TenBitPixel pixel) {
-    const Bytes row = Q210Frame(width, 1, [pixel](LONG, LONG) { return pixel; });
-    Bytes frame;
-    for (LONG y = 0; y < height; ++y) {
-        frame.insert(frame.end(), row.begin(), row.end());
-    }
-    return frame;
-}
-
-Bytes PlainDvFrame(std::size_t size, bool fiftyFields, BYTE signalType, bool wide) {
-    constexpr std::size_t kVideoSource = 448;  // VAUX block 5, pack 9
-    constexpr std::size_t kVideoControl = 453;
-    Bytes frame(size);
-    frame[kVideoSource] = 0x60;
-    frame[kVideoSource + 3] = static_cast<BYTE>((fiftyFields ? 0x20 : 0) | signalType);
-    frame[kVideoControl] = 0x61;
-    frame[kVideoControl + 2] = wide ? 2 : 0;
-    return frame;
-}
-
-#ifdef _WIN32
-Bytes GreyFrame(const char* name, LONG width, LONG height) {
-    static std::mutex mutex;
-    static std::map<std::tuple<std::string, LONG, LONG>, Bytes> frames;
-    const std::lock_guard<std::mutex> hold(mutex);
-    Bytes& frame = frames[{name, width, height}];
-    if (frame.empty()) {
-        const standin::Coding* coding = standin::FindCoding(name);
-        if (!coding) {
-            throw std::runtime_error(std::string("no such coding: ") + name);
-        }
-        // Luma and chroma, or a colour and alpha: grey in every layout, and opaque.
-        const std::size_t bytes = coding->sourceBits / 8u;
-        const BYTE pixel[] = {126, static_cast<BYTE>(bytes == 2 ? 128 : 126), 126, 255};
-        Bytes picture(static_cast<std::size_t>(width * height) * bytes);
-        for (std::size_t i = 0; i < picture.size(); ++i) {
-            picture[i] = pixel[i % bytes];
-        }
-        frame = standin::FrameCoder(*coding).Code(picture.data(), width, height, 1);
-    }
-    return frame;
-}
-#endif
 
 }  // namespace nyx::test

@@ -4,7 +4,6 @@
 /// Headers, pictures and frames for tests, made without the code under test.
 
 #include <cstring>
-#include <functional>
 #include <initializer_list>
 #include <vector>
 
@@ -22,15 +21,8 @@ inline Bytes operator+(Bytes left, const Bytes& right) {
 /// A plain 40-byte header of one plane.
 inline BITMAPINFOHEADER MakeHeader(DWORD compression, WORD bitCount, LONG width, LONG height,
                                    std::size_t sizeImage = 0) {
-    BITMAPINFOHEADER header = {};
-    header.biSize = sizeof(header);
-    header.biWidth = width;
-    header.biHeight = height;
-    header.biPlanes = 1;
-    header.biBitCount = bitCount;
-    header.biCompression = compression;
-    header.biSizeImage = static_cast<DWORD>(sizeImage);
-    return header;
+    const auto size = static_cast<DWORD>(sizeImage);
+    return {sizeof(BITMAPINFOHEADER), width, height, 1, bitCount, compression, size, 0, 0, 0, 0};
 }
 
 /// One chunk: tag, payload size, payload of little-endian words.
@@ -44,10 +36,8 @@ inline Bytes Chunk(const char (&tag)[5], std::initializer_list<DWORD> words) {
 
 /// The "INFO" container in front of a frame: its four words and the given sub-chunks.
 inline Bytes InfoChunk(LONG a, LONG b, LONG aspectX, LONG aspectY, const Bytes& subChunks = {}) {
-    Bytes info = Chunk("INFO", {static_cast<DWORD>(a), static_cast<DWORD>(b),
-                                static_cast<DWORD>(aspectX), static_cast<DWORD>(aspectY)});
-    const auto payload = static_cast<DWORD>(16 + subChunks.size());
-    std::memcpy(&info[4], &payload, sizeof(payload));
+    Bytes info = Chunk("INFO", {DWORD(a), DWORD(b), DWORD(aspectX), DWORD(aspectY)});
+    info[4] = static_cast<BYTE>(16 + subChunks.size());
     return info + subChunks;
 }
 
@@ -72,26 +62,5 @@ Bytes Q210Frame(const TenBitPicture& picture, BYTE filler = 0xFF);
 
 /// The picture as 8-bit "YUY2" without row gaps: (s + 2) >> 2, at most 255.
 Bytes ReferenceYuy2(const TenBitPicture& picture);
-
-/// One pixel's samples at 10 bits; chroma counts only at even pixels.
-struct TenBitPixel {
-    unsigned y;
-    unsigned cb;
-    unsigned cr;
-};
-
-/// A Q210 frame of the pixels that `pixel(x, y)` gives, and one of the same pixel everywhere.
-Bytes Q210Frame(LONG width, LONG height, const std::function<TenBitPixel(LONG x, LONG y)>& pixel);
-Bytes FlatQ210Frame(LONG width, LONG height, TenBitPixel pixel);
-
-/// A DV frame of zeroes with the two packs that tell what it is: the video source pack by system
-/// and signal type (IEC 61834-4, SMPTE 314M and 370M) and the video source control pack.
-Bytes PlainDvFrame(std::size_t size, bool fiftyFields, BYTE signalType, bool wide);
-
-#ifdef _WIN32
-/// A frame of one flat grey that the stand-in engine of that coding (engines/standin/frame_coder.h)
-/// makes, once for each size. Throws when the engine is not found.
-Bytes GreyFrame(const char* coding, LONG width, LONG height);
-#endif
 
 }  // namespace nyx::test

@@ -8,10 +8,32 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <new>
 #include <vector>
 
 namespace nyx::test {
+
+#ifdef _WIN32
+inline void* MapPages(std::size_t size) {
+    return VirtualAlloc(nullptr, size, MEM_RESERVE | MEM_COMMIT, PAGE_NOACCESS);
+}
+inline void AllowPages(void* pages, std::size_t size, bool writing) {
+    DWORD old = 0;
+    VirtualProtect(pages, size, writing ? PAGE_READWRITE : PAGE_READONLY, &old);
+}
+inline void UnmapPages(void* pages, std::size_t) {
+    VirtualFree(pages, 0, MEM_RELEASE);
+}
+#else
+inline void* MapPages(std::size_t size) {
+    return mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+}
+inline void AllowPages(void* pages, std::size_t size, bool writing) {
+    mprotect(pages, size, writing ? PROT_READ | PROT_WRITE : PROT_READ);
+}
+inline void UnmapPages(void* pages, std::size_t size) {
+    munmap(pages, size);
+}
+#endif
 
 /// A block beside inaccessible pages, on Linux and Windows: the first byte read or written past its
 /// end faults, or with `Edge::kStart` the first one before its start; at the other edge whatever
@@ -21,17 +43,11 @@ class GuardedMemory {
     enum class Edge { kEnd, kStart };
 
     explicit GuardedMemory(std::size_t size, BYTE fill = 0, Edge edge = Edge::kEnd)
-        : size_(size), inside_((size + kPage - 1) / kPage * kPage) {
-#ifdef _WIN32
-        void* pages = VirtualAlloc(nullptr, Whole(), MEM_RESERVE | MEM_COMMIT, PAGE_NOACCESS);
-        Require(pages != nullptr);
-#else
-        void* pages = mmap(nullptr, Whole(), PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        Require(pages != MAP_FAILED);
-#endif
-        pages_ = static_cast<BYTE*>(pages);
-        data_ = pages_ + kPage + (edge == Edge::kEnd ? inside_ - size : 0);
-        Allow(true);
+        : size_(size),
+          inside_((size + kPage - 1) / kPage * kPage),
+          pages_(static_cast<BYTE*>(MapPages(inside_ + 2 * kPage))),
+          data_(pages_ + kPage + (edge == Edge::kEnd ? inside_ - size : 0)) {
+        AllowPages(pages_ + kPage, inside_, true);
         std::fill_n(data_, size, fill);
     }
     explicit GuardedMemory(const std::vector<BYTE>& bytes) : GuardedMemory(bytes.size()) {
@@ -39,55 +55,19 @@ class GuardedMemory {
     }
     GuardedMemory(const GuardedMemory&) = delete;
     GuardedMemory& operator=(const GuardedMemory&) = delete;
-    ~GuardedMemory() {
-#ifdef _WIN32
-        VirtualFree(pages_, 0, MEM_RELEASE);
-#else
-        munmap(pages_, Whole());
-#endif
-    }
+    ~GuardedMemory() { UnmapPages(pages_, inside_ + 2 * kPage); }
 
     /// Takes the right to write away.
-    void Protect() const {
-        Allow(false);
-    }
+    void Protect() const { AllowPages(pages_ + kPage, inside_, false); }
 
-    BYTE* data() const {
-        return data_;
-    }
-    std::size_t size() const {
-        return size_;
-    }
+    BYTE* data() const { return data_; }
+    std::size_t size() const { return size_; }
 
   private:
     static constexpr std::size_t kPage = 4096;
 
-    std::size_t Whole() const {
-        return inside_ + 2 * kPage;
-    }
-
-    void Allow(bool writing) const {
-        if (inside_ == 0) {
-            return;
-        }
-#ifdef _WIN32
-        DWORD old = 0;
-        Require(VirtualProtect(pages_ + kPage, inside_, writing ? PAGE_READWRITE : PAGE_READONLY,
-                               &old) != FALSE);
-#else
-        const int rights = writing ? PROT_READ | PROT_WRITE : PROT_READ;
-        Require(mprotect(pages_ + kPage, inside_, rights) == 0);
-#endif
-    }
-
-    static void Require(bool done) {
-        if (!done) {
-            throw std::bad_alloc();
-        }
-    }
-
-    std::size_t size_, inside_;
-    BYTE *pages_ = nullptr, *data_ = nullptr;
+    const std::size_t size_, inside_;
+    BYTE *const pages_, *const data_;
 };
 
 }  // namespace nyx::test

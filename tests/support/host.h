@@ -6,15 +6,7 @@
 
 namespace nyx::test {
 
-using host::Adopt;
-using host::As;
-using host::Block;
-using host::ComPtr;
-using host::liveObjects;
-using host::Make;
-using host::MediaType;
-using host::Object;
-using host::PartialType;
+using namespace host;
 
 /// What the tests vary about a stream. Duration in 100-ns units.
 struct Stream {

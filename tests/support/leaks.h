@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 #include <psapi.h>
-#include <tlhelp32.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -20,8 +19,6 @@ struct Held {
     std::size_t privateBytes;  ///< memory that is this process's alone
     std::size_t heapBlocks;    ///< in use, in all heaps
     std::size_t handles;
-    std::size_t gdiObjects;
-    std::size_t threads;
 };
 
 /// Blocks in use in all heaps.
@@ -61,25 +58,6 @@ inline Held CountHeld() {
     for (ULONG i = 0; i < handles[0].process; ++i, ++entry) {
         held.handles += entry->process == GetCurrentProcessId() ? 1u : 0u;
     }
-
-    // The table of GDI objects that every 32-bit process maps: its place in the process's block,
-    // its entries, and in them the type, which is 0 where nothing is.
-    PROCESS_BASIC_INFORMATION process = {};
-    NtQueryInformationProcess(GetCurrentProcess(), ProcessBasicInformation, &process,
-                              sizeof(process), nullptr);
-    const auto* block = reinterpret_cast<const BYTE*>(process.PebBaseAddress);
-    const BYTE* objects = *reinterpret_cast<const BYTE* const*>(block + 0x94);
-    for (std::size_t i = 0; objects && i < 0x4000; ++i) {
-        held.gdiObjects += objects[i * 24 + 14] != 0 ? 1u : 0u;
-    }
-
-    const HANDLE all = CreateToolhelp32Snapshot(DWORD{TH32CS_SNAPTHREAD}, 0);
-    THREADENTRY32 thread = {};
-    thread.dwSize = sizeof(thread);
-    for (BOOL more = Thread32First(all, &thread); more; more = Thread32Next(all, &thread)) {
-        held.threads += thread.th32OwnerProcessID == GetCurrentProcessId() ? 1u : 0u;
-    }
-    CloseHandle(all);
     return held;
 }
 

@@ -3,16 +3,10 @@
 #include <stdexcept>
 #include <string>
 
+#include "tests/support/engines.h"
 #include "tests/support/host.h"
 
 namespace nyx::test {
-
-/// The folder of the running test program, with its closing backslash.
-inline std::wstring ProgramFolder() {
-    std::wstring path(32768, L'\0');
-    path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
-    return path.substr(0, path.find_last_of(L'\\') + 1);
-}
 
 /// File name of the module under test, beside the test program. A program that tests another build
 /// sets it before the first use.
@@ -24,13 +18,12 @@ inline std::wstring ModulePath() {
 
 /// The module under test, loaded as a host loads it and kept loaded while this object lives.
 struct LoadedModule {
-    /// Throws std::runtime_error when the file does not load or lacks an entry.
+    /// Throws std::runtime_error when the file does not load.
     explicit LoadedModule(const std::wstring& path = ModulePath())
         : handle(LoadLibraryW(path.c_str())) {
-        Find(&GetClassObject, "DllGetClassObject");
-        Find(&CanUnloadNow, "DllCanUnloadNow");
-        Find(&RegisterServer, "DllRegisterServer");
-        Find(&UnregisterServer, "DllUnregisterServer");
+        if (!handle) {
+            throw std::runtime_error("the module under test does not load");
+        }
     }
     ~LoadedModule() { FreeLibrary(handle); }
 
@@ -48,21 +41,13 @@ struct LoadedModule {
         return object;
     }
 
+    using Entry = HRESULT(STDAPICALLTYPE*)();
+    using ClassEntry = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
     const HMODULE handle;
-    HRESULT(STDAPICALLTYPE* GetClassObject)(REFCLSID, REFIID, void**);
-    HRESULT(STDAPICALLTYPE* CanUnloadNow)();
-    HRESULT(STDAPICALLTYPE* RegisterServer)();
-    HRESULT(STDAPICALLTYPE* UnregisterServer)();
-
-  private:
-    template <class Function>
-    void Find(Function* entry, const char* name) const {
-        const FARPROC found = handle ? GetProcAddress(handle, name) : nullptr;
-        if (!found) {
-            throw std::runtime_error(std::string("the module under test has no ") + name);
-        }
-        *entry = reinterpret_cast<Function>(reinterpret_cast<void*>(found));
-    }
+    const ClassEntry GetClassObject = Export<ClassEntry>(handle, "DllGetClassObject");
+    const Entry CanUnloadNow = Export<Entry>(handle, "DllCanUnloadNow");
+    const Entry RegisterServer = Export<Entry>(handle, "DllRegisterServer");
+    const Entry UnregisterServer = Export<Entry>(handle, "DllUnregisterServer");
 };
 
 /// The one instance that the in-process tests share; loaded on first use.
