@@ -36,7 +36,8 @@ Var MpegText
 
 !define MUI_ABORTWARNING
 !define MUI_COMPONENTSPAGE_SMALLDESC
-!define MUI_COMPONENTSPAGE_TEXT_TOP "$Welcome"
+!define MUI_PAGE_HEADER_SUBTEXT "$Welcome"
+!define MUI_PAGE_CUSTOMFUNCTION_SHOW ShowComponents
 !insertmacro MUI_PAGE_COMPONENTS
 !insertmacro MUI_PAGE_DIRECTORY
 !insertmacro MUI_PAGE_INSTFILES
@@ -172,7 +173,7 @@ Section "-Finish"
   !insertmacro AddKind ${SecAvi} avi
   !insertmacro AddKind ${SecDvFiles} dv
   ${If} ${SectionIsSelected} ${SecSource}
-    ${Regsvr} '/n "/i:$R1"' "$INSTDIR\nyxsource.dll"
+    ${Regsvr} "/n /i:$R1" "$INSTDIR\nyxsource.dll"
     ${If} $R0 != 0
       ${Fail} 2 "nyxsource.dll could not be registered (regsvr32: $R0)."
     ${EndIf}
@@ -280,13 +281,13 @@ Function .onInit
     ${Fail} 1 "This processor does not have SSSE3, which the ${PRODUCT} need."
   ${EndIf}
 
-  StrCpy $Welcome "Check what is to be installed."
+  StrCpy $Welcome "Check what is to be installed, for every 32-bit program of this system."
   ReadRegStr $0 HKLM "${ENTRY}" DisplayVersion
   ReadRegStr $R1 HKLM "${ENTRY}" Components
   ${If} $0 == "${VERSION}"
-    StrCpy $Welcome "Version $0 is installed. Going on repairs it; parts that are unchecked are taken out."
+    StrCpy $Welcome "Version $0 is here. Going on repairs it and takes out what is unchecked."
   ${ElseIf} $0 != ""
-    StrCpy $Welcome "Version $0 is installed and will be replaced; parts that are unchecked are taken out."
+    StrCpy $Welcome "Version $0 is here and will be replaced; what is unchecked is taken out."
   ${EndIf}
   ${If} $0 != ""
     !insertmacro Restore ${SecSource} source
@@ -300,6 +301,30 @@ Function .onInit
   ${EndIf}
   !insertmacro LookForEngine ${SecDv} rkdvh.dll $DvText "DV, DVCPRO50, DVCPRO HD"
   !insertmacro LookForEngine ${SecMpeg} rkm2vi01.dll $MpegText "MPEG-2 intra"
+FunctionEnd
+
+; Moves control ID of the page $0, in dialog units.
+!macro Place ID X Y WIDTH HEIGHT
+  GetDlgItem $1 $0 ${ID}
+  System::Call '*(i ${X}, i ${Y}, i ${WIDTH}, i ${HEIGHT}) p .r2'
+  System::Call 'user32::MapDialogRect(p r0, p r2)'
+  System::Call '*$2(i .r3, i .r4, i .r5, i .r6)'
+  System::Free $2
+  System::Call 'user32::MoveWindow(p r1, i r3, i r4, i r5, i r6, i 1)'
+!macroend
+
+; The list takes the page's whole width and nearly its height, and is shown from its top.
+Function ShowComponents
+  FindWindow $0 "#32770" "" $HWNDPARENT
+  GetDlgItem $1 $0 1006
+  ShowWindow $1 ${SW_HIDE}
+  GetDlgItem $1 $0 1022
+  ShowWindow $1 ${SW_HIDE}
+  !insertmacro Place 1032 0 0 300 111
+  SendMessage $1 ${WM_VSCROLL} 6 0 ; SB_TOP
+  !insertmacro Place 1042 0 112 215 28 ; the description's frame and text
+  !insertmacro Place 1043 6 120 204 18
+  !insertmacro Place 1023 222 118 78 20 ; the space required
 FunctionEnd
 
 ; Kinds of files need the source filter.

@@ -29,8 +29,8 @@ ends() { # CODE COMMAND...
     "${@:2}" </dev/null >/dev/null 2>&1 || code=$?
     [ $code = "$1" ] || { printf 'exit code %d\n' $code && false; }
 }
-gone() { # FILE: within two minutes, the uninstaller works in a process of its own
-    timeout 120 sh -c 'while [ -e "$1" ]; do sleep 0.1; done' - "$1"
+gone() { # FILE: within ten minutes: the uninstaller works in a process of its own
+    timeout 600 sh -c 'while [ -e "$1" ]; do sleep 0.1; done' - "$1"
 }
 
 say "What is in the package"
