@@ -109,7 +109,6 @@ TEST_F(Encoder, TheEngineIsToldTheBudgetAndNeverMoreThanTheBuffer) {
         Encoding rig(bits);
         const Misbehaviour longer("encode:longer");
         EXPECT_EQ(rig.PushPicture(), E_FAIL) << "a length beyond the room";
-        EXPECT_EQ(rig.sink.Count(), 0u);
     }
 }
 

@@ -340,7 +340,7 @@ TEST_P(OneDecoder, FrameParametersFollowTheChunksOfTheFrames) {
                  {1, 1, 3, kField1First, 0, 6, 1},
                  {0, 0, 2, 0, 0, 0, 0},
                  {0, 7, 0, 0, 0xA5, 0, 1},
-                 {0x7FFFFFF, -0x7FFFFFF, 2, 0, 0, 6, -1}};
+                 {1 << 29, -(1 << 29), 2, 0, 0, 6, -1}};
     // Whatever the peer says of the new type, the pin keeps it; the short form is never updated.
     for (const HRESULT answer : {HRESULT{S_OK}, HRESULT{S_FALSE}, HRESULT{E_FAIL}, E_NOTIMPL}) {
         const bool longForm = answer != E_NOTIMPL;
@@ -365,11 +365,13 @@ TEST_P(OneDecoder, FrameParametersFollowTheChunksOfTheFrames) {
         rig.filter->Stop();
         rig.Disconnect();
     }
+    rig.stream = {720, 480, 333666};  // with fields unless its frames say otherwise
     rig.OwnAllocator().lies.sample2 = false;
     Start();
     rig.sink.onDynamicType = nullptr;  // a peer without dynamic connections
-    EXPECT_FALSE(Through(Frame(4, 3, 0)).type);
-    EXPECT_EQ(ConnectionType(rig.output).Info2().dwPictAspectRatioX, 8u);
+    EXPECT_FALSE(Through(Frame(4, 3, 2)).type);
+    const auto shown = ConnectionType(rig.output).Info2();
+    EXPECT_EQ(std::pair(shown.dwInterlaceFlags, shown.dwPictAspectRatioX), std::pair(0ul, 2ul));
 }
 
 TEST_P(OneDecoder, AChangeOnAFrameThatIsNotDeliveredIsAnnouncedWithTheNext) {
@@ -377,7 +379,6 @@ TEST_P(OneDecoder, AChangeOnAFrameThatIsNotDeliveredIsAnnouncedWithTheNext) {
     Sample cut = Frame(5, 3, 1);
     cut.bytes.resize(cut.bytes.size() - rig.Frame().bytes.size() / 2);
     EXPECT_EQ(rig.Push(cut), E_FAIL);
-    EXPECT_EQ(rig.sink.Count(), 0u);
     const Sample next = Through(Frame(5, 3, 1));
     EXPECT_EQ(next.type, ConnectionType(rig.output));
     EXPECT_FALSE(Through(Frame(5, 3, 1)).type);
