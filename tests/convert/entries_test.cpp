@@ -57,14 +57,13 @@ TEST(Entries, RefuseFaultyRequestsCombinationFirstAndWriteNothing) {
         {&R::width, {0, 1, 11, kMinusTwo}, E_INVALIDARG, E_POINTER},
         {&R::height, {0, kMinusTwo}, E_INVALIDARG, E_POINTER},
     };
-    for (int i = 0; i < 2 * static_cast<int>(std::size(cases)); ++i) {
-        const Case& c = cases[i / 2];
-        for (DWORD value : c.values) {
+    for (const Case& c : cases) {
+        for (std::size_t i = 0; i < 2 * c.values.size(); ++i) {
             Request request;
-            request.*c.field = value;
-            EXPECT_EQ(request.Run(i % 2 != 0), c.result) << i << " " << value;
+            request.*c.field = c.values[i / 2];
+            EXPECT_EQ(request.Run(i % 2 != 0), c.result) << &c - cases << ' ' << i;
             request.source = 0;
-            EXPECT_EQ(request.Run(i % 2 != 0), c.withoutSource) << i << " " << value;
+            EXPECT_EQ(request.Run(i % 2 != 0), c.withoutSource) << &c - cases << ' ' << i;
         }
     }
     Request reversed;
@@ -89,57 +88,14 @@ TEST(Entries, AlphaModesCountWithAnAlphaPlane) {
     }
 }
 
-/// Pure red in each standard and range, as the standards code it.
-TEST(Entries, FlagsNameStandardAndRange) {
-    struct Case {
-        DWORD standard, range;
-        BYTE yuv[4], bgra[4];
-    };
-    const Case cases[] = {{0, 0, {81, 90, 81, 240}, {16, 16, 235, 255}},
-                          {0, 1, {81, 90, 81, 240}, {0, 0, 255, 255}},
-                          {2, 2, {63, 102, 63, 240}, {16, 16, 235, 255}},
-                          {2, 3, {63, 102, 63, 240}, {0, 0, 255, 255}}};
-    for (const Case& c : cases) {
-        Request there, back;
-        there.yuvFlags = back.yuvFlags = c.standard;
-        there.rgbFlags = back.rgbFlags = c.range;
-        std::copy(c.yuv, c.yuv + 4, there.bytes[0]);
-        std::copy(c.bgra, c.bgra + 4, back.bytes[0]);
-        ASSERT_EQ(there.Run(false) | back.Run(true), S_OK);
-        for (int i = 0; i < 4; ++i) {
-            EXPECT_NEAR(there.bytes[1][i], c.bgra[i], 2) << &c - cases << " channel " << i;
-            EXPECT_TRUE(i == 2 || std::abs(back.bytes[1][i] - c.yuv[i]) < 2) << &c - cases;
-        }
-    }
-}
-
-TEST(Entries, StripsAreConvertedAsWholePictures) {
-    Request r;
-    std::generate_n(r.bytes[0], 48, [n = 0]() mutable { return static_cast<BYTE>(n += 37); });
-    ASSERT_EQ(r.Run(false), S_OK);
-    BYTE out[96] = {}, back[48] = {};
-    StripConversion strips;
-    const auto run = [&](int row) {
-        return strips.Run({r.bytes[0] + 24 * row, 0, 0}, {out + 48 * row, 0, 0}, 12, 1);
-    };
-    EXPECT_EQ(run(0), E_INVALIDARG);
-    ASSERT_EQ(strips.PrepareFromYuv(kYuy2, 0, kBgra, 1), S_OK);
-    EXPECT_EQ(run(0) | run(1), S_OK);
-    EXPECT_EQ(std::memcmp(out, r.bytes[1], 96), 0);
-    ASSERT_EQ(strips.PrepareToYuv(kBgra, 1, kYuy2, 0), S_OK);
-    EXPECT_EQ(strips.Run({out, 0, 0}, {back, 0, 0}, 12, 2), S_OK);
-    EXPECT_NEAR(back[2], r.bytes[0][2], 1);
-    EXPECT_EQ(strips.PrepareFromYuv(kBgra, 0, kYuy2, 1), E_INVALIDARG);
-    EXPECT_EQ(run(0), E_INVALIDARG);
-}
-
 TEST(Entries, OtherMatricesRangesAndProcessorsAreRefusedAndThrowsBecomeResults) {
     BYTE bytes[64] = {};
     const ImagePlane plane = {bytes, 0, 0};
     Conversion conversion;
-    const ConversionKind kinds[] = {
-        {kYuy2, kBgra, 1, 1}, {kYuy2, kBgra, 1, 5}, {kYuy2, k48rl, 2, 4}, {kBgra, kYuy2, -1, 4}};
-    for (const ConversionKind& kind : kinds) {
+    for (const ConversionKind& kind : {ConversionKind{kYuy2, kBgra, 1, 1},
+                                       {kYuy2, kBgra, 1, 5},
+                                       {kYuy2, k48rl, 2, 4},
+                                       {kBgra, kYuy2, -1, 4}}) {
         EXPECT_EQ(ChooseConversion(kind, &conversion), E_INVALIDARG);
     }
     ASSERT_EQ(ChooseConversion({kYuy2, kBgra, 1, 4}, &conversion), S_OK);
@@ -147,105 +103,87 @@ TEST(Entries, OtherMatricesRangesAndProcessorsAreRefusedAndThrowsBecomeResults) 
     plain.leaves[1].ecx &= ~(DWORD{1} << 9);
     EXPECT_EQ(RunConversion(plain, conversion, {&plane, &plane}, 2, 1), E_UNEXPECTED);
     EXPECT_EQ(RunConversion(plain, conversion, {&plane, nullptr}, 2, 1), E_POINTER);
+    EXPECT_EQ(StripConversion().Run(plane, plane, 2, 1), E_INVALIDARG);
     EXPECT_EQ(RunKernel([] { throw HRESULT{E_OUTOFMEMORY}; }), E_OUTOFMEMORY);
     EXPECT_EQ(RunKernel([] { throw std::bad_alloc(); }), E_UNEXPECTED);
 }
 
-/// The made-up processor.
+/// Each bit that a processor with all others lacks, counted a hundred from word to word.
+TEST(Processor, AnswersEachFlagByItsBitAndWhatItNeeds) {
+    const std::set<LONG> avx = {35, 36, 37};
+    std::map<int, std::set<LONG>> byBit = {
+        {23, {21}},  {25, {26, 27, 28}}, {26, {28}},  {28, {34}},  {100, {29}}, {109, {30}},
+        {112, {36}}, {119, {31}},        {120, {32}}, {127, avx},  {128, avx},  {222, {25}},
+        {230, {23}}, {311, {33}},        {405, {37}}, {517, {34}}, {601, avx},  {602, avx}};
+    for (LONG index = 3; index < 20; ++index) {
+        byBit[index < 13 ? index - 3 : index - 2] = {index};
+    }
+    CpuInfo info = {};
+    CpuidWords &basic = info.leaves[1], &extended = info.leaves[9];
+    DWORD* words[] = {&basic.edx,          &basic.ecx, &extended.edx, &extended.ecx,
+                      &info.leaves[7].ebx, &basic.ebx, &info.xcr0Low};
+    const auto expectLost = [&](std::set<LONG> lost) {
+        lost.insert({-1, 0, 1, 22, 24, 38, 39});
+        for (LONG index = -1; index < 40; ++index) {
+            EXPECT_EQ(HasCpuFeature(info, index), lost.count(index) == 0) << index;
+        }
+    };
+    for (int bit = 0; bit < 700; bit += bit % 100 == 31 ? 69 : 1) {
+        SCOPED_TRACE(bit);
+        basic = extended = info.leaves[7] = {~0u, 0x20000, ~0u, ~0u};
+        info.leaves[7].ebx = ~0u;
+        info.leaves[0].eax = info.xcr0Low = 7;
+        info.sseUsable = 1;
+        *words[bit / 100] &= ~(1u << bit % 100);
+        expectLost(byBit[bit]);
+    }
+    basic.edx &= ~(1u << 25);
+    extended.edx &= ~(1u << 22);
+    expectLost({20, 25, 26, 27, 28});
+    basic.edx = ~0u;
+    info.sseUsable = 0;
+    expectLost({25, 27, 28});
+    info.leaves[0].eax = 0;
+    EXPECT_EQ(HasCpuFeature(info, 2), 0);
+}
+
 std::map<DWORD, CpuidWords> leaves;
-DWORD xcr0, sseUsable;
 constexpr DWORD kExtended = 0x80000000;
 
 CpuInfo Filled() {
     const auto leaf = [](DWORD number) {
-        // None is asked for above what the record keeps, nor above the highest.
         const DWORD kind = number & kExtended;
-        EXPECT_LE(number - kind, kind ? 6u : 7u);
-        EXPECT_LE(number, std::max(kind, leaves[kind].eax));
+        EXPECT_LE(number, std::max(kind, leaves[kind].eax)) << "there is no such leaf";
         return leaves[number];
     };
-    const auto readXcr0 = [] {
-        EXPECT_TRUE(leaves[1].ecx >> 27 & 1) << "reading it would fault";
-        return std::uint64_t{2} << 32 | xcr0;
-    };
-    return FillCpuInfo({leaf, readXcr0, [] { return sseUsable != 0; }});
-}
-
-/// A processor that has it all, but for these bits, which count a hundred from word to word.
-void MakeWithout(std::initializer_list<int> bits) {
-    const CpuidWords all = {~0u, 0x20000, ~0u, ~0u};
-    leaves = {
-        {0, {7, 0, 0, 0}}, {1, all}, {7, {0, ~0u, 0, 0}}, {kExtended, {kExtended + 1, 0, 0, 0}}};
-    leaves[kExtended + 1] = all;
-    xcr0 = 6;
-    sseUsable = 1;
-    CpuidWords &basic = leaves[1], &extended = leaves[kExtended + 1];
-    DWORD* words[] = {
-        &basic.edx, &basic.ecx, &extended.edx,  &extended.ecx,          &leaves[7].ebx,
-        &basic.ebx, &xcr0,      &leaves[0].eax, &leaves[kExtended].eax, &sseUsable};
-    for (const int bit : bits) {
-        *words[bit / 100] &= ~(1u << bit % 100);
-    }
-}
-
-/// The indices that answer 0, without those that always do.
-std::set<LONG> Lost() {
-    std::set<LONG> lost;
-    for (LONG index = -1; index < 40; ++index) {
-        if (HasCpuFeature(Filled(), index) == 0) {
-            lost.insert(index);
-        }
-    }
-    for (const LONG never : {-1, 0, 1, 22, 24, 38, 39}) {
-        EXPECT_EQ(lost.erase(never), 1u);
-    }
-    return lost;
-}
-
-TEST(Processor, AnswersEachFlagByItsBitAndWhatItNeeds) {
-    const std::set<LONG> avx = {35, 36, 37}, extended = {23, 25, 33};
-    std::map<int, std::set<LONG>> byBit = {
-        {23, {21}},  {25, {26, 27, 28}}, {26, {28}},      {28, {34}},     {100, {29}},
-        {109, {30}}, {112, {36}},        {119, {31}},     {120, {32}},    {127, avx},
-        {128, avx},  {222, {25}},        {230, {23}},     {311, {33}},    {405, {37}},
-        {517, {34}}, {601, avx},         {602, avx},      {700, {37}},    {701, {37}},
-        {702, {37}}, {800, extended},    {831, extended}, {900, {27, 28}}};
-    for (LONG index = 3; index < 20; ++index) {
-        byBit[index < 13 ? index - 3 : index - 2] = {index};
-    }
-    for (int bit = 0; bit < 1000; bit += bit % 100 == 31 ? 69 : 1) {
-        MakeWithout({bit});
-        EXPECT_EQ(Lost(), byBit[bit]) << bit;
-    }
-    MakeWithout({25, 222});
-    EXPECT_EQ(Lost(), (std::set<LONG>{20, 25, 26, 27, 28}));
-    leaves[0].eax = 0;
-    EXPECT_EQ(Lost().size(), 34u);
+    const auto xcr0 = [] { return std::uint64_t{2} << 32 | 1; };
+    return FillCpuInfo({leaf, xcr0, [] { return true; }});
 }
 
 TEST(Processor, KeepsLeavesVendorAndBrand) {
-    MakeWithout({});
-    leaves[0].eax = 0x20;
-    leaves[kExtended].eax = kExtended + 9;
     const std::string vendors = "genuineintelAuthenticAMDGenuineIntelCyrixInsteadCentaurHauls";
-    for (LONG code = 0; code < 5; ++code) {
-        const std::string vendor = vendors.substr(static_cast<std::size_t>(12 * code), 12);
+    const char brand[] = "An imaginary processor, made for this test only.";
+    leaves[1] = {0, 0, 1 << 27, 1 << 25};
+    leaves[7].edx = leaves[kExtended + 6].ecx = 106;
+    for (DWORD code = 0; code < 5; ++code) {
+        const std::string vendor = vendors.substr(12 * code, 12);
+        leaves[0].eax = code + 5;
+        leaves[kExtended].eax = kExtended + code + 2;
         std::memcpy(&leaves[0].ebx, &vendor[0], 4);
         std::memcpy(&leaves[0].edx, &vendor[4], 4);
         std::memcpy(&leaves[0].ecx, &vendor[8], 4);
-        EXPECT_EQ(std::wstring(Filled().vendor), std::wstring(vendor.begin(), vendor.end()));
-        EXPECT_EQ(HasCpuFeature(Filled(), 0), code);
+        std::memcpy(&leaves[kExtended + 2 + code % 3], brand + 16 * (code % 3), 16);
+        const CpuInfo info = Filled();
+        EXPECT_EQ(std::wstring(info.vendor), std::wstring(vendor.begin(), vendor.end()));
+        EXPECT_EQ(HasCpuFeature(info, 0), static_cast<LONG>(code));
+        EXPECT_EQ(std::wstring(info.brand), std::wstring(brand, brand + (code < 2 ? 0 : 48)));
+        EXPECT_EQ(info.leaves[7].edx, code < 2 ? 0u : 106u);
+        EXPECT_EQ(info.leaves[14].ecx, code < 4 ? 0u : 106u);
+        EXPECT_EQ(info.xcr0Low + info.xcr0High + static_cast<DWORD>(info.sseUsable), 4u);
     }
-    const char brand[] = "An imaginary processor, made for this test only.";
-    for (DWORD i = 0; i < 3; ++i) {
-        std::memcpy(&leaves[kExtended + 2 + i], brand + 16 * i, 16);
-    }
-    leaves[6].ebx = leaves[kExtended + 6].ecx = 106;
-    const CpuInfo info = Filled();
-    EXPECT_EQ(std::wstring(info.brand), std::wstring(brand, brand + 48));
-    EXPECT_EQ(info.leaves[6].ebx + info.leaves[14].ecx + info.xcr0High, 214u);
-    leaves[kExtended].eax = kExtended + 3;
-    EXPECT_EQ(Filled().brand[0], L'\0');
+    leaves[1] = {};
+    EXPECT_EQ(Filled().xcr0High, 0u);
+    EXPECT_EQ(Filled().sseUsable, 0);
 }
 
 }  // namespace

@@ -5,11 +5,10 @@
 /// the kernels, with coefficients of its own. Requests are taken as valid.
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <tuple>
+#include <iterator>
 
 #include "convert/coefficients.h"
 #include "convert/convert.h"
@@ -17,64 +16,34 @@
 
 namespace nyx::reference {
 
-/// R, G, B and A of one pixel, each in its layout's own codes.
-using Channels = std::array<int, 4>;
-
-/// A pixel is a little-endian number in which channels of `kChannelBits` lie side by side, R, G, B
+/// Of "YUY2" and "W210", samples lie in memory order Y0, U, Y1, V, of one byte or a little-endian
+/// word each. An RGB pixel is a little-endian number in which channels lie side by side, R, G, B
 /// and A in these positions; -1 for no alpha, which reads as opaque.
-template <DWORD kCode, int kChannelBits, std::size_t kPixelBytes, int... kPositions>
-struct Rgb {
-    static constexpr DWORD kFourCC = kCode;
-    static constexpr int kBits = kChannelBits;
-    static constexpr std::size_t kBytes = kPixelBytes;
-
-    static void Write(BYTE* at, const Channels& c) {
-        std::uint64_t number = 0;
-        const auto put = [&number](int value, int position) {
-            number |= position < 0 ? 0 : static_cast<std::uint64_t>(value) << kBits * position;
-        };
-        const int* channel = c.data();
-        (put(*channel++, kPositions), ...);
-        std::memcpy(at, &number, kBytes);
-    }
-    static Channels Read(const BYTE* at) {
-        std::uint64_t number = 0;
-        std::memcpy(&number, at, kBytes);
-        const auto get = [number](int position) {
-            const std::uint64_t highest = (1 << kBits) - 1;
-            return static_cast<int>(position < 0 ? highest : number >> kBits * position & highest);
-        };
-        return {get(kPositions)...};
-    }
+struct Layout {
+    DWORD fourcc;
+    int bits;  ///< of a sample or channel
+    LONG bytes;
+    int positions[4];
 };
+constexpr Layout kLayouts[] = {{kYuy2, 8, 2, {}},
+                               {kW210, 10, 4, {}},
+                               {kBgr3, 8, 3, {2, 1, 0, -1}},
+                               {kRgb3, 8, 3, {0, 1, 2, -1}},
+                               {kBgra, 8, 4, {2, 1, 0, 3}},
+                               {kRgba, 8, 4, {0, 1, 2, 3}},
+                               {kArgb, 8, 4, {1, 2, 3, 0}},
+                               {k48rl, 16, 6, {0, 1, 2, -1}},
+                               {k64al, 16, 8, {0, 1, 2, 3}},
+                               {kA46l, 16, 8, {1, 2, 3, 0}},
+                               {kL64a, 16, 8, {2, 1, 0, 3}},
+                               {k30rl, 10, 4, {0, 1, 2, -1}},
+                               {k40al, 10, 5, {0, 1, 2, 3}},
+                               {kA04l, 10, 5, {1, 2, 3, 0}},
+                               {kL40a, 10, 5, {2, 1, 0, 3}}};
 
-/// Samples of a row in memory order Y0, U, Y1, V, of one byte or a little-endian word each.
-template <DWORD kCode, int kSampleBits>
-struct Yuv {
-    static constexpr DWORD kFourCC = kCode;
-    static constexpr int kBits = kSampleBits;
-    static constexpr std::size_t kBytes = kBits == 8 ? 2 : 4;
-
-    static int Get(const BYTE* row, std::size_t sample) {
-        return kBits == 8 ? row[sample] : (row[2 * sample] | row[2 * sample + 1] << 8) & 1023;
-    }
-    static void Put(BYTE* row, std::size_t sample, int value) {
-        std::memcpy(row + sample * kBytes / 2, &value, kBytes / 2);
-    }
-};
-
-using RgbLayouts = std::tuple<
-    Rgb<kBgr3, 8, 3, 2, 1, 0, -1>, Rgb<kRgb3, 8, 3, 0, 1, 2, -1>, Rgb<kBgra, 8, 4, 2, 1, 0, 3>,
-    Rgb<kRgba, 8, 4, 0, 1, 2, 3>, Rgb<kArgb, 8, 4, 1, 2, 3, 0>, Rgb<k48rl, 16, 6, 0, 1, 2, -1>,
-    Rgb<k64al, 16, 8, 0, 1, 2, 3>, Rgb<kA46l, 16, 8, 1, 2, 3, 0>, Rgb<kL64a, 16, 8, 2, 1, 0, 3>,
-    Rgb<k30rl, 10, 4, 0, 1, 2, -1>, Rgb<k40al, 10, 5, 0, 1, 2, 3>, Rgb<kA04l, 10, 5, 1, 2, 3, 0>,
-    Rgb<kL40a, 10, 5, 2, 1, 0, 3>>;
-using YuvLayouts = std::tuple<Yuv<kYuy2, 8>, Yuv<kW210, 10>>;
-
-/// Calls `use` with the layout of a FourCC.
-template <class Layouts, class Use>
-void WithLayout(DWORD fourcc, Use use) {
-    std::apply([&](auto... all) { ((fourcc == all.kFourCC ? use(all) : void()), ...); }, Layouts{});
+inline Layout LayoutOf(DWORD fourcc) {
+    return *std::find_if(std::begin(kLayouts), std::end(kLayouts),
+                         [&](const Layout& layout) { return layout.fourcc == fourcc; });
 }
 
 /// Luma weights as ITU-R BT.601, BT.709 and BT.2020 (non-constant luminance) publish them.
@@ -99,30 +68,36 @@ inline Range RangeOf(LONG range, int bits) {
     return range == kStudioRange ? Range{16, 219} : Range{0, 256 - std::ldexp(1, 8 - bits)};
 }
 
-template <class Source, class Destination>
+inline BYTE* RowOf(const ImagePlane* plane, LONG rowBytes, LONG y) {
+    return plane ? plane->data + (rowBytes + plane->rowGap) * y : nullptr;
+}
+
+inline int GetSample(const Layout& layout, const BYTE* row, LONG sample) {
+    return layout.bits == 8 ? row[sample] : (row[2 * sample] | row[2 * sample + 1] << 8) & 1023;
+}
+
 class ToRgb {
   public:
-    static constexpr LONG kFromBytes = Source::kBytes, kToBytes = Destination::kBytes;
-
-    explicit ToRgb(const ConversionKind& kind) : kind_(kind) {
+    explicit ToRgb(const ConversionKind& kind)
+        : kind_(kind), from_(LayoutOf(kind.source)), to_(LayoutOf(kind.destination)) {
         const Weights k = WeightsOf(kind.matrix);
-        const Range to = RangeOf(kind.range, Destination::kBits);
+        const Range to = RangeOf(kind.range, to_.bits);
         const double red = 2 * (1 - k.kr) * to.span / 224, blue = 2 * (1 - k.kb) * to.span / 224;
         double gains[] = {to.span / 219, red, -blue * k.kb / k.kg, -red * k.kr / k.kg, blue};
         for (int i = 0; i < 5; ++i) {
-            const int bits = (kDeep ? 18 : 14) - (i == 0 ? 0 : 1);
+            const int bits = (deep_ ? 18 : 14) - (i == 0 ? 0 : 1);
             numbers_[i] = Fixed(gains[i], bits);
             // Deep greys come out grey to the last bit when the stored gains make the offsets.
-            gains[i] = kDeep ? std::ldexp(numbers_[i], -bits) : gains[i];
+            gains[i] = deep_ ? std::ldexp(numbers_[i], -bits) : gains[i];
         }
-        const double half = kDeep ? (Destination::kBits == 10 ? 0 : 1 / 512.0) : 0.5;
+        const double half = deep_ ? (to_.bits == 10 ? 0 : 1 / 512.0) : 0.5;
         const double chroma[] = {gains[1], gains[2] + gains[3], gains[4]};
         for (int c = 0; c < 3; ++c) {
             numbers_[5 + c] =
-                Fixed(half + to.black - 16 * gains[0] - 128 * chroma[c], kDeep ? 20 : kShift);
+                Fixed(half + to.black - 16 * gains[0] - 128 * chroma[c], deep_ ? 20 : shift_);
             // Three of the tabulated offsets stand one below what the rule rounds to.
-            const bool studio8 = kind.range == kStudioRange && kShift == 14 && c != 1;
-            const bool full10 = kind.range == kFullRange && kShift == 16 && c == 2;
+            const bool studio8 = kind.range == kStudioRange && shift_ == 14 && c != 1;
+            const bool full10 = kind.range == kFullRange && shift_ == 16 && c == 2;
             numbers_[5 + c] -= kind.matrix == kMatrixBt601 && (studio8 || full10) ? 1 : 0;
         }
     }
@@ -131,77 +106,73 @@ class ToRgb {
         return std::memcmp(&numbers.toRgb, numbers_, sizeof numbers_) == 0;
     }
 
-    void operator()(const BYTE* source, const BYTE* alpha, BYTE* to, BYTE*, std::size_t x,
-                    std::size_t width) const {
+    void operator()(const ConversionPlanes& planes, LONG x, LONG y, LONG width) const {
+        const BYTE* source = RowOf(planes.source, width * from_.bytes, y);
+        const BYTE* alpha = RowOf(planes.sourceAlpha, width, y);
         // The odd pixel's chroma is the mean of its pair's and the next pair's.
-        const std::size_t own = 2 * (x & ~std::size_t{1});
-        const std::size_t other = x % 2 != 0 && x + 1 < width ? own + 4 : own;
-        const int y = Source::Get(source, 2 * x);
-        const int u = Source::Get(source, own + 1) + Source::Get(source, other + 1);
-        const int v = Source::Get(source, own + 3) + Source::Get(source, other + 3);
-        const int a = alpha ? alpha[x] : 255;
-        Channels c = {y * numbers_[0] + v * numbers_[1],
-                      y * numbers_[0] + u * numbers_[2] + v * numbers_[3],
-                      y * numbers_[0] + u * numbers_[4], a * (kDeep ? 257 : 1)};
-        for (std::size_t i = 0; i < 3; ++i) {
-            c[i] = std::clamp((c[i] * kScale + numbers_[5 + i]) >> kShift, 0, kDeep ? 65535 : 255);
-            c[i] = kDeep && alpha ? Scaled(c[i], a) : c[i];
-            c[i] = Destination::kBits == 10 ? std::min(c[i] + 32, 65535) >> 6 : c[i];
+        const LONG own = x / 2 * 4, other = x % 2 != 0 && x + 1 < width ? own + 4 : own;
+        const auto get = [&](LONG sample) { return GetSample(from_, source, sample); };
+        const int luma = get(2 * x), u = get(own + 1) + get(other + 1),
+                  v = get(own + 3) + get(other + 3), a = alpha ? alpha[x] : 255;
+        int c[] = {luma * numbers_[0] + v * numbers_[1],
+                   luma * numbers_[0] + u * numbers_[2] + v * numbers_[3],
+                   luma * numbers_[0] + u * numbers_[4], a * (deep_ ? 257 : 1)};
+        c[3] = to_.bits == 10 ? c[3] >> 6 : c[3];
+        // Premultiplied full-range colours do not pass their alpha, which is cut to ten bits.
+        const bool held = alpha && to_.bytes == 5 && kind_.range == kFullRange &&
+                          kind_.sourceAlphaMode < kind_.destinationAlphaMode;
+        std::uint64_t pixel = 0;
+        for (int i = 0; i < 4; ++i) {
+            if (i < 3) {
+                c[i] = (c[i] * (deep_ && from_.bits == 8 ? 4 : 1) + numbers_[5 + i]) >> shift_;
+                c[i] = std::clamp(c[i], 0, deep_ ? 65535 : 255);
+                c[i] = deep_ && alpha ? Scaled(c[i], a) : c[i];
+                c[i] = to_.bits == 10 ? std::min(c[i] + 32, 65535) >> 6 : c[i];
+                c[i] = held ? std::min(c[i], c[3]) : c[i];
+            }
+            pixel |= to_.positions[i] < 0 ? 0 : std::uint64_t(c[i]) << to_.bits * to_.positions[i];
         }
-        c[3] = Destination::kBits == 10 ? c[3] >> 6 : c[3];
-        for (std::size_t i = 0; i < 3 && alpha && HoldsColoursToAlpha(); ++i) {
-            c[i] = std::min(c[i], c[3]);
-        }
-        Destination::Write(to + x * Destination::kBytes, c);
+        std::memcpy(RowOf(planes.destination, width * to_.bytes, y) + x * to_.bytes, &pixel,
+                    static_cast<std::size_t>(to_.bytes));
     }
 
   private:
-    static constexpr bool kDeep = Destination::kBits > 8;
-    static constexpr int kShift = kDeep ? 12 : Source::kBits == 8 ? 14 : 16;
-    static constexpr int kScale = kDeep && Source::kBits == 8 ? 4 : 1;
-
-    /// Premultiplied full-range colours do not pass their alpha, which is cut to ten bits.
-    bool HoldsColoursToAlpha() const {
-        return Destination::kBytes == 5 && kind_.range == kFullRange &&
-               kind_.sourceAlphaMode == kStraightAlpha &&
-               kind_.destinationAlphaMode == kPremultipliedAlpha;
-    }
-
     /// black + (colour - black) times the factor, which is rounded up to 16 fractional bits.
     int Scaled(int colour, int alpha) const {
         const bool premultiply = kind_.destinationAlphaMode == kPremultipliedAlpha;
         const int black = kind_.range == kStudioRange ? 16 * 256 : 0;
-        if (kind_.sourceAlphaMode == kind_.destinationAlphaMode || (!premultiply && alpha == 0)) {
-            return kind_.sourceAlphaMode == kind_.destinationAlphaMode ? colour : black;
+        if (kind_.sourceAlphaMode == kind_.destinationAlphaMode) {
+            return colour;
         }
-        const std::int64_t numerator = (premultiply ? alpha : 255) * 65536;
-        const std::int64_t denominator = premultiply ? 255 : alpha;
-        const std::int64_t factor = (numerator + denominator - 1) / denominator;
+        const std::int64_t numerator = premultiply ? alpha : 255,
+                           divisor = premultiply ? 255 : alpha;
+        const std::int64_t factor = divisor == 0 ? 0 : (numerator * 65536 + divisor - 1) / divisor;
         return static_cast<int>(
             std::min<std::int64_t>(black + (std::max(colour - black, 0) * factor >> 16), 65535));
     }
 
-    const ConversionKind& kind_;
+    const ConversionKind kind_;
+    const Layout from_, to_;
+    const bool deep_ = to_.bits > 8;
+    const int shift_ = deep_ ? 12 : from_.bits == 8 ? 14 : 16;
     int numbers_[8];  ///< as in CoefficientBlock
 };
 
-template <class Source, class Destination>
 class ToYuv {
   public:
-    static constexpr LONG kFromBytes = Source::kBytes, kToBytes = Destination::kBytes;
-
-    explicit ToYuv(const ConversionKind& kind) {
+    explicit ToYuv(const ConversionKind& kind)
+        : from_(LayoutOf(kind.source)), to_(LayoutOf(kind.destination)) {
         const Weights k = WeightsOf(kind.matrix);
-        const Range from = RangeOf(kind.range, Source::kBits);
+        const Range from = RangeOf(kind.range, from_.bits);
         const double luma = 219 / from.span;
         const double u = 112 / from.span / (1 - k.kb), v = 112 / from.span / (1 - k.kr);
-        const double half = std::ldexp(0.5, 8 - Destination::kBits);
+        const double half = std::ldexp(0.5, 8 - to_.bits);
         const double rows[3][4] = {
             {k.kb * luma, k.kg * luma, k.kr * luma, 16 - from.black * luma + half},
             {(1 - k.kb) * u, -k.kg * u, -k.kr * u, 128 + half},
             {-k.kb * v, -k.kg * v, (1 - k.kr) * v, 128 + half}};
         for (int i = 0; i < 12; ++i) {
-            rows_[i / 4][i % 4] = Fixed(rows[i / 4][i % 4], i % 4 == 3 ? kSumBits : 15);
+            rows_[i / 4][i % 4] = Fixed(rows[i / 4][i % 4], i % 4 == 3 ? sumBits_ : 15);
         }
     }
 
@@ -209,44 +180,42 @@ class ToYuv {
         return std::memcmp(&numbers.toYuv, rows_, sizeof rows_) == 0;
     }
 
-    void operator()(const BYTE* source, const BYTE* alpha, BYTE* to, BYTE* toAlpha, std::size_t x,
-                    std::size_t) const {
-        const Channels c = Source::Read(source + x * Source::kBytes);
-        const Channels even = Source::Read(source + (x & ~std::size_t{1}) * Source::kBytes);
-        Destination::Put(to, 2 * x, Sample(rows_[0], c));
-        Destination::Put(to, 2 * x + 1, Sample(rows_[x % 2 == 0 ? 1 : 2], even));
+    void operator()(const ConversionPlanes& planes, LONG x, LONG y, LONG width) const {
+        const BYTE* source = RowOf(planes.source, width * from_.bytes, y);
+        const BYTE* alpha = RowOf(planes.sourceAlpha, width, y);
+        BYTE* to = RowOf(planes.destination, width * to_.bytes, y);
+        BYTE* toAlpha = RowOf(planes.destinationAlpha, width, y);
+        for (const LONG chroma : {0, 1}) {
+            const std::int64_t c[] = {Channel(source, x - chroma * (x % 2), 2),
+                                      Channel(source, x - chroma * (x % 2), 1),
+                                      Channel(source, x - chroma * (x % 2), 0)};
+            const int(&row)[4] = rows_[chroma * (1 + x % 2)];
+            const std::int64_t sum = row[0] * c[0] + row[1] * c[1] + row[2] * c[2];
+            const auto sample = static_cast<int>(std::clamp<std::int64_t>(
+                (sum * (from_.bits == 10 ? 64 : 1) + row[3]) >> (sumBits_ + 8 - to_.bits), 0,
+                (1 << to_.bits) - 1));
+            const LONG sampleBytes = to_.bytes / 2;
+            std::memcpy(to + (2 * x + chroma) * sampleBytes, &sample,
+                        static_cast<std::size_t>(sampleBytes));
+        }
         if (toAlpha) {
-            toAlpha[x] = alpha ? alpha[x] : static_cast<BYTE>(c[3] >> (Source::kBits - 8));
+            toAlpha[x] =
+                alpha ? alpha[x] : static_cast<BYTE>(Channel(source, x, 3) >> (from_.bits - 8));
         }
     }
 
   private:
-    /// Sums count in 8-bit codes with 15 fractional bits, those of deep channels with 23.
-    static constexpr int kSumBits = Source::kBits == 8 ? 15 : 23;
-
-    static int Sample(const int (&row)[4], const Channels& c) {
-        const std::int64_t sum =
-            std::int64_t{row[0]} * c[2] + std::int64_t{row[1]} * c[1] + std::int64_t{row[2]} * c[0];
-        const std::int64_t scaled = sum * (Source::kBits == 10 ? 64 : 1) + row[3];
-        return static_cast<int>(std::clamp<std::int64_t>(
-            scaled >> (kSumBits + 8 - Destination::kBits), 0, (1 << Destination::kBits) - 1));
+    int Channel(const BYTE* row, LONG x, int channel) const {
+        std::uint64_t pixel = 0;
+        std::memcpy(&pixel, row + x * from_.bytes, static_cast<std::size_t>(from_.bytes));
+        const int position = from_.positions[channel], highest = (1 << from_.bits) - 1;
+        return position < 0 ? highest : static_cast<int>(pixel >> from_.bits * position) & highest;
     }
 
+    const Layout from_, to_;
+    /// Sums count in 8-bit codes with 15 fractional bits, those of deep channels with 23.
+    const int sumBits_ = from_.bits == 8 ? 15 : 23;
     int rows_[3][4];  ///< as in ReverseCoefficientBlock
 };
-
-/// Calls `use` with the conversion.
-template <class Use>
-void WithConversion(const ConversionKind& kind, Use use) {
-    const auto with = [&](DWORD yuvCode, DWORD rgbCode, auto make) {
-        WithLayout<YuvLayouts>(yuvCode, [&](auto yuv) {
-            WithLayout<RgbLayouts>(rgbCode, [&](auto rgb) { use(make(yuv, rgb)); });
-        });
-    };
-    with(kind.source, kind.destination,
-         [&](auto yuv, auto rgb) { return ToRgb<decltype(yuv), decltype(rgb)>(kind); });
-    with(kind.destination, kind.source,
-         [&](auto yuv, auto rgb) { return ToYuv<decltype(rgb), decltype(yuv)>(kind); });
-}
 
 }  // namespace nyx::reference
