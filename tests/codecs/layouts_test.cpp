@@ -75,16 +75,13 @@ TEST(Surfaces, AreBottomUpForRgbAloneAndRefusedWhereTheyDoNotFit) {
         {MakeHeader(BI_RGB, 24, 6, 3), 20, 20, 0, 54},
         {MakeHeader(BI_RGB, 24, 6, 3), -20, -20, 0, 54},
         {MakeHeader(kYuy2, 16, 6, 3), 0, 12, 0, 36},
-        {MakeHeader(kYuy2, 16, 6, -3), 0, 12, 0, 36},
         {MakeHeader(BI_RGB, 16, 6, 3), 0, 0, 0, 0},
         {MakeHeader(FourCC("UYVY"), 16, 6, 3), 0, 0, 0, 0},
         {MakeHeader(BI_RGB, 24, -6, 3), 0, 0, 0, 0},
         {MakeHeader(kYuy2, 16, kMin, -3), 0, 0, 0, 0},
         {MakeHeader(BI_RGB, 32, 6, kMin), 0, 0, 0, 24ull << 31},
         {MakeHeader(BI_RGB, 32, 0, kMin), 0, 0, 0, 0},
-        {MakeHeader(BI_RGB, 32, kMax, 1), 0, 0, 0, 4ull * kMax},
         {MakeHeader(BI_RGB, 32, kMax, 3), 0, 0, 0, 12ull * kMax},
-        {MakeHeader(BI_RGB, 24, 65536, 65536), 0, 0, 0, 3ull << 32},
         {MakeHeader(FourCC("r4fl"), 128, kMax, kMin), 0, 0, 0, ~0ull},
     };
     BYTE buffer[64];
@@ -141,61 +138,43 @@ std::vector<double> Stored(PackedLayout layout, const std::string& order, bool w
     return stored;
 }
 
-/// A block's samples and alpha as working rows.
-std::pair<Words, Words> Working(const Bytes& block) {
-    std::pair<Words, Words> rows;
-    for (std::size_t i = 0; i < 256; ++i) {
-        const BYTE* at = &block[i / 16 * 32];
-        const std::size_t x = i % 16;
-        rows.first.push_back(static_cast<WORD>(4 * at[x]));
-        rows.first.push_back(static_cast<WORD>(4 * at[24 - x % 2 * 8 + x / 2]));
-        rows.second.push_back(static_cast<WORD>((at[512 + x] * 1023 + 127) / 255));
-    }
-    return rows;
-}
-
 enum Kind { kOpaque, kStraight, kPremultiplied };
 
 /// A block through the routines of a layout, bottom-up: by the formulas, the same when it was read
-/// and written again, within what rounded alpha allows, the same by working rows, and nothing else
-/// touched.
-template <PackedLayout kLayout, int kFirstIndex, Kind kKind>
-void CheckBlock(Bytes block, const std::string& order, LONG width, LONG rows) {
+/// and written again, within what rounded alpha allows, and nothing else touched.
+template <PackedLayout kLayout, Kind kKind>
+void CheckBlock(const Bytes& block, const std::string& order, LONG width, LONG rows) {
     SCOPED_TRACE(testing::Message() << order << " kind " << kKind << " width " << width);
     constexpr AlphaUse kUse = kKind == kStraight ? AlphaUse::kStraight : AlphaUse::kPremultiplied;
     constexpr bool kFloats = kLayout == PackedLayout::kR4fl;
-    constexpr int kIndex = kFirstIndex + (kKind != kOpaque);
     const LONG pairBytes = static_cast<LONG>(order.size()) * (kFloats ? 4 : 1);
     const LONG pairs = std::clamp<LONG>(width / 2, 0, 8), pitch = pairs * pairBytes + 8;
-    Bytes picture(static_cast<std::size_t>(16 * pitch), kGuard), again = picture, third = picture;
-    Bytes back(1024);
-    const auto last = static_cast<std::size_t>(std::max<LONG>(rows - 1, 0) * pitch);
+    Bytes picture(static_cast<std::size_t>(16 * pitch), kGuard), again = picture, back(1024);
+    const LONG last = std::max<LONG>(rows - 1, 0) * pitch;
+    BYTE *to = picture.data() + last, *next = again.data() + last;
     if constexpr (kKind == kOpaque) {
-        WriteCoreBlock<kLayout>(&picture[last], -pitch, block.data(), width, rows);
-        ReadCoreBlock<kLayout>(&picture[last], -pitch, back.data(), width, rows);
+        WriteCoreBlock<kLayout>(to, -pitch, block.data(), width, rows);
+        ReadCoreBlock<kLayout>(to, -pitch, back.data(), width, rows);
         ASSERT_EQ(Bytes(back.begin() + 512, back.end()), Bytes(512));
-        WriteCoreBlock<kLayout>(&again[last], -pitch, back.data(), width, rows);
+        WriteCoreBlock<kLayout>(next, -pitch, back.data(), width, rows);
     } else {
-        WriteAlphaBlock<kLayout, kUse>(&picture[last], -pitch, 5, 6, block.data(), width, rows);
-        ReadAlphaBlock<kLayout, kUse>(&picture[last], -pitch, 5, 6, back.data(), width, rows);
-        WriteAlphaBlock<kLayout, kUse>(&again[last], -pitch, 5, 6, back.data(), width, rows);
+        WriteAlphaBlock<kLayout, kUse>(to, -pitch, 5, 6, block.data(), width, rows);
+        ReadAlphaBlock<kLayout, kUse>(to, -pitch, 5, 6, back.data(), width, rows);
+        WriteAlphaBlock<kLayout, kUse>(next, -pitch, 5, 6, back.data(), width, rows);
     }
-    auto [samples, alpha] = Working(block);
     for (std::size_t i = 0; i < picture.size(); ++i) {
         const bool lossy = kLayout == PackedLayout::kV408 && kKind == kPremultiplied;
         ASSERT_NEAR(picture[i], again[i], lossy ? 1 : 0) << i;
     }
-    again = picture;
     for (LONG i = 0; i < rows * pairs; ++i) {
-        BYTE* at = &again[static_cast<std::size_t>(i / pairs * pitch + i % pairs * pairBytes)];
-        const auto place = static_cast<std::size_t>(32 * (rows - 1 - i / pairs) + i % pairs * 2);
+        BYTE* at = &picture[static_cast<std::size_t>(i / pairs * pitch + i % pairs * pairBytes)];
+        Pair pair =
+            BlockPair(&block[static_cast<std::size_t>(32 * (rows - 1 - i / pairs))], i % pairs * 2);
         if (kKind == kOpaque) {
-            block[512 + place] = block[513 + place] = 255;
-            back[512 + place] = back[513 + place] = 255;
+            pair[4] = pair[5] = 255;
         }
-        for (const double value :
-             Stored(kLayout, order, kKind == kPremultiplied || kLayout == PackedLayout::k2vuy,
-                    BlockPair(&block[place / 32 * 32], i % pairs * 2))) {
+        for (const double value : Stored(
+                 kLayout, order, kKind == kPremultiplied || kLayout == PackedLayout::k2vuy, pair)) {
             float stored = *at;
             if (kFloats) {
                 std::memcpy(&stored, at, sizeof(stored));
@@ -204,18 +183,7 @@ void CheckBlock(Bytes block, const std::string& order, LONG width, LONG rows) {
             at = std::fill_n(at, kFloats ? 4 : 1, kGuard);
         }
     }
-    ASSERT_EQ(again, third);
-    if (!kFloats || block[512] % 85 == 0) {  // parts of 255 that are parts of 1023 too
-        width = std::min<LONG>(width, 16);
-        WriteWorkingRows<kIndex, kUse>(&third[last], -pitch, Address(samples), 64, Address(alpha),
-                                       32, width, rows);
-        ASSERT_EQ(third, picture);
-        std::fill(samples.begin(), samples.end(), WORD{0});
-        std::fill(alpha.begin(), alpha.end(), WORD{0});
-        ReadWorkingRows<kIndex, kUse>(&third[last], -pitch, Address(samples), 64, Address(alpha),
-                                      32, width, rows);
-        ASSERT_EQ(std::pair(samples, alpha), Working(back));
-    }
+    ASSERT_EQ(picture, Bytes(picture.size(), kGuard));
 }
 
 template <PackedLayout kLayout, int kIndex>
@@ -231,17 +199,25 @@ void CheckBlocks(const std::string& order) {
         }
         const bool whole = alpha % 3 != 0;
         const LONG width = whole ? 16 : alpha / 3 % 20 - 1, rows = whole ? 16 : alpha / 3 % 18 - 1;
-        CheckBlock<kLayout, kIndex, kOpaque>(block, order, width, rows);
-        CheckBlock<kLayout, kIndex, kStraight>(block, order, width, rows);
-        CheckBlock<kLayout, kIndex, kPremultiplied>(block, order, width, rows);
+        CheckBlock<kLayout, kOpaque>(block, order, width, rows);
+        CheckBlock<kLayout, kStraight>(block, order, width, rows);
+        CheckBlock<kLayout, kPremultiplied>(block, order, width, rows);
         ASSERT_FALSE(testing::Test::HasFatalFailure());
     }
-    for (const LONG width : {1, 15, 32}) {  // clear rows of any width
-        Words filled(600, 7), expected = filled, zeros(64);
+    constexpr AlphaUse kWeighed =
+        KeepsAlpha(kIndex + 1) ? AlphaUse::kPremultiplied : AlphaUse::kStraight;
+    for (const LONG width : {-1, 1, 15, 32}) {  // clear rows, which may be wider than blocks
+        Words filled(600, 7), expected = filled, zeros(64), back(64, 7);
         FillTransparent<kLayout>(Address(filled), 600, 5, 6, width, 2);
-        WriteWorkingRows<kIndex + 1, AlphaUse::kPremultiplied>(
-            Address(expected), 600, Address(zeros), 0, Address(zeros), 0, width, 2);
+        WriteWorkingRows<kIndex + 1, kWeighed>(Address(expected), 600, Address(zeros), 0,
+                                               Address(zeros), 0, width, 2);
         EXPECT_EQ(filled, expected);
+        ReadWorkingRows<kIndex, kWeighed>(Address(filled), 600, Address(back), 64, nullptr, 0,
+                                          std::min<LONG>(width, 15), 2);
+        for (LONG i = 0; i < 64; ++i) {
+            const bool read = i % 32 < std::max<LONG>(std::min<LONG>(width, 15) / 2 * 4, 0);
+            EXPECT_EQ(back[static_cast<std::size_t>(i)], !read ? 7 : i % 2 == 0 ? 64 : 512);
+        }
     }
 }
 
@@ -344,27 +320,23 @@ TEST(WorkingRows, AreRoundedToBytesAndKeepTheirFractionsInFloats) {
 }
 
 TEST(WorkingRows, KeepV210SamplesAsTheyAreIfTheRowFits) {
-    constexpr auto kWrite = WriteWorkingRows<13, AlphaUse::kStraight>;
     for (LONG width = 2; width <= 50; width += 2) {
         const TenBitPicture picture = RandomTenBitPicture(width, 1, 3);
-        Words words;
-        for (std::size_t i = 0; i < picture.samples.size(); ++i) {
+        Words words, back(picture.samples.size()), alpha(back.size() / 2);
+        for (std::size_t i = 0; i < back.size(); ++i) {
             words.push_back(picture.samples[i ^ 1]);
         }
-        Words back(words.size()), alpha(words.size() / 2, 5), opaque(words.size() / 2, 1023);
-        Bytes packed(256, 0), expected = Q210Frame(picture, 0);
-        expected.resize(packed.size());
-        kWrite(packed.data(), 256, Address(words), 0, Address(alpha), 0, width, 1);
-        EXPECT_EQ(packed, expected);
-        ReadWorkingRows<13, AlphaUse::kStraight>(packed.data(), 256, Address(back), 0,
-                                                 Address(alpha), 0, width, 1);
-        EXPECT_EQ(std::pair(back, alpha), std::pair(words, opaque));
-    }
-    Words samples(2 * 50);
-    for (const LONG stride : {143, 0, -143, 144, -144}) {
-        Bytes picture(288, kGuard);
-        kWrite(&picture[144], stride, Address(samples), 0, nullptr, 0, 50, 1);
-        EXPECT_EQ(picture == Bytes(288, kGuard), std::abs(stride) < 144);
+        const LONG filled = (width + 5) / 6 * 16;
+        for (const LONG stride : {filled, -filled, LONG{0}, filled - 1}) {
+            const Bytes frame = Q210Frame(picture, 0);
+            Bytes packed(frame.size());
+            WriteWorkingRows<13, AlphaUse::kStraight>(packed.data(), stride, Address(words), 0,
+                                                      nullptr, 0, width, 1);
+            EXPECT_EQ(packed, std::abs(stride) < filled ? Bytes(frame.size()) : frame);
+            ReadWorkingRows<13, AlphaUse::kStraight>(packed.data(), stride, Address(back), 0,
+                                                     Address(alpha), 0, width, 1);
+            EXPECT_EQ(std::pair(back, alpha), std::pair(words, Words(alpha.size(), 1023)));
+        }
     }
 }
 
@@ -383,13 +355,10 @@ TEST(Matte, TurnsTransparentPixelsIntoTheBlackOfTheirLayout) {
         {{5, 7, 9, 11}, {1, 2, 3, 0}, {0, 0, 0, 0}, {0, 0, 0, 1}},
         {{6, 8, 10, 12}, {0, 0, 0, 0}, {0x10, 0x10, 0x10, 0}, {1, 2, 3, 255}},
         {{14, 15}, {9, 9, 9, 16}, {0x80, 0x10, 0x80, 0x10}, {9, 9, 9, 17}},
-        {{14, 15}, {9, 9, 9, 0}, {0x80, 0x10, 0x80, 0x10}, {9, 9, 9, 255}},
         {{16, 17}, {0, 9, 9, 9}, {0, 0, 0x80, 0x80}, {1, 9, 9, 9}},
         {{18, 19, 20, 21}, {0, 0, 1, 2, 3, 4, 5, 6}, Bytes(8), {0, 1, 1, 2, 3, 4, 5, 6}},
-        {{18, 19, 20, 21}, {0, 0, 0, 0, 0, 0, 0, 9}, Bytes(8), {1, 0, 1, 2, 3, 4, 5, 6}},
         {{22, 23}, floats(-0.0f), floatBlack, floats(1e-45f)},
-        {{22, 23}, floats(-1), floatBlack, floats(HUGE_VALF)},
-        {{22, 23}, floats(std::nanf("")), floatBlack, floats(2)},
+        {{22, 23}, floats(std::nanf("")), floatBlack, floats(HUGE_VALF)},
         {{0, 13, 24, 25}, {1, 0}, {1, 0}, {0, 0}},
         {{1, 2, 3, 4}, {1, 2, 0}, {1, 2, 0}, {0, 0, 0}},
     };
@@ -397,10 +366,9 @@ TEST(Matte, TurnsTransparentPixelsIntoTheBlackOfTheirLayout) {
         for (const int index : row.indices) {
             // Bottom-up rows of two pixels, with a gap of one that looks transparent.
             const auto bytes = static_cast<LONG>(row.clear.size());
-            GuardedMemory picture(row.clear + row.visible + row.clear + row.visible + row.clear);
+            Bytes picture = row.clear + row.visible + row.clear + row.visible + row.clear;
             CleanMatte({index, bytes, picture.data() + 3 * bytes, -3 * bytes, 2, 2});
-            EXPECT_EQ(Bytes(picture.data(), picture.data() + 5 * bytes),
-                      row.black + row.visible + row.clear + row.visible + row.black)
+            EXPECT_EQ(picture, row.black + row.visible + row.clear + row.visible + row.black)
                 << index;
         }
     }

@@ -38,14 +38,13 @@ INSTANTIATE_TEST_SUITE_P(Codecs, Queries, testing::Range(0, int{kCodecs}),
 TEST_P(Queries, TakeThePairsOfTheRules) {
     enum Kind { kYuy, kRgb24, kRgb32, kOther };
     const std::tuple<DWORD, WORD, Kind> layouts[] = {
-        {FourCC("YUY2"), 16, kYuy},   {BI_RGB, 24, kRgb24},         {BI_RGB, 32, kRgb32},
-        {BI_RGB, 16, kOther},         {BI_RGB, 8, kOther},          {FourCC("YUY2"), 24, kOther},
-        {FourCC("UYVY"), 16, kOther}, {FourCC("v210"), 20, kOther}, {FourCC("v408"), 32, kOther},
-        {FourCC("2vuy"), 16, kOther}, {BI_BITFIELDS, 32, kOther}};
-    constexpr WORD kBits[] = {8, 16, 20, 24, 32, 48};
+        {FourCC("YUY2"), 16, kYuy},   {BI_RGB, 24, kRgb24},      {BI_RGB, 32, kRgb32},
+        {BI_RGB, 16, kOther},         {BI_RGB, 8, kOther},       {FourCC("YUY2"), 24, kOther},
+        {FourCC("UYVY"), 16, kOther}, {BI_BITFIELDS, 32, kOther}};
+    constexpr WORD kBits[] = {16, 20, 24, 32};
     const bool hasAlpha = kHasAlpha[number_];
     for (const auto& [fourcc, pictureBits, kind] : layouts) {
-        for (int row = 0; row < 24; ++row) {
+        for (int row = 0; row < 16; ++row) {
             const WORD bits = kBits[row / 4];
             const bool flag = row % 2 != 0, opaque = bits == kOpaqueBits[number_];
             SCOPED_TRACE(testing::Message() << fourcc << "/" << pictureBits << " row " << row);
@@ -73,7 +72,6 @@ TEST_P(Queries, LookAtEachFieldOfBothHeaders) {
         bool decodes, encodes;
         void (*change)(H& compressed, H& picture);
     } cases[] = {
-        {true, true, [](H&, H&) {}},
         {true, true, [](H& c, H& p) { c.biSize = p.biSize = 124; }},
         {false, false, [](H& c, H&) { c.biSize = 39; }},
         {false, false, [](H&, H& p) { p.biSize = 39; }},
@@ -84,12 +82,9 @@ TEST_P(Queries, LookAtEachFieldOfBothHeaders) {
         {false, false, [](H&, H& p) { p.biWidth -= 2; }},
         {false, false, [](H&, H& p) { p.biHeight += 1; }},
         {false, false, [](H&, H& p) { p.biHeight -= 1; }},
-        {true, true, [](H&, H& p) { p.biHeight = -480; }},
         {false, false, [](H& c, H&) { c.biHeight = -480; }},
         {false, false, [](H& c, H& p) { c.biHeight = p.biHeight = 0; }},
         {false, false, [](H& c, H& p) { c.biHeight = p.biHeight = LONG_MIN; }},
-        {false, false, [](H&, H& p) { p.biHeight = LONG_MIN; }},
-        {false, false, [](H& c, H& p) { c.biWidth = p.biWidth = 719; }},
         {false, false, [](H& c, H& p) { c.biWidth = p.biWidth = 0; }},
         {false, false, [](H& c, H& p) { c.biWidth = p.biWidth = -720; }},
     };
@@ -102,12 +97,11 @@ TEST_P(Queries, LookAtEachFieldOfBothHeaders) {
         EXPECT_EQ(codec_.CompressQuery(&picture, false, &compressed), EncodeAnswer(c.encodes));
     }
     const H picture = Yuy2Header(720, 480);
-    EXPECT_EQ(codec_.DecompressQuery(nullptr, nullptr, false), VFW_E_TYPE_NOT_ACCEPTED);
     EXPECT_EQ(codec_.DecompressQuery(nullptr, &picture, false), VFW_E_TYPE_NOT_ACCEPTED);
     EXPECT_EQ(codec_.CompressQuery(nullptr, false, nullptr), EncodeAnswer(false));
 }
 
-TEST_P(Queries, TakeTheSizesOfTheCodec) {
+TEST_P(Queries, TakeTheSizesOfTheCodecAndTellWhatItIs) {
     const auto check = [&](LONG width, LONG height, bool accepted) {
         const BITMAPINFOHEADER stream = Stream(kOpaqueBits[number_], width, height);
         const BITMAPINFOHEADER picture = Yuy2Header(width, -height);
@@ -130,9 +124,6 @@ TEST_P(Queries, TakeTheSizesOfTheCodec) {
     check(720, 10001, number_ != kZeta && number_ != kLossless);
     // A 10-bit frame and a 32-bit picture of it must stay below 2^31 bytes.
     check(0x7FFFFFFE, 0x7FFFFFFF, number_ == kZeta2 || number_ == kMpeg);
-}
-
-TEST_P(Queries, TellWhatTheCodecIsAndReadItsOwnColourSpace) {
     EXPECT_EQ(codec_.SupportsAlpha(), kHasAlpha[number_]);
     EXPECT_EQ(codec_.GetFourCC(), FourCCOf(number_));
     EXPECT_EQ(codec_.GetMaxCompressedSize(nullptr, false), 0u);
