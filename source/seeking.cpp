@@ -52,24 +52,24 @@ HRESULT STDMETHODCALLTYPE PinSeeking::QueryPreferredFormat(GUID* format) {
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetTimeFormat(GUID* format) {
-    return Put(format, format_);
+    return Put(format, UsedFormat());
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::IsUsingTimeFormat(const GUID* format) {
     CheckPointer(format, E_POINTER);
-    return *format == format_ ? S_OK : S_FALSE;
+    return *format == UsedFormat() ? S_OK : S_FALSE;
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::SetTimeFormat(const GUID* format) {
     const HRESULT supported = IsFormatSupported(format);
     if (supported == S_OK) {
-        format_ = *format;
+        countsFrames_ = *format == TIME_FORMAT_FRAME;
     }
     return supported == S_FALSE ? E_INVALIDARG : supported;
 }
 
 HRESULT PinSeeking::Give(LONGLONG* value, REFERENCE_TIME time) const {
-    return Put(value, Convert(time, TIME_FORMAT_MEDIA_TIME, format_, frame_));
+    return Put(value, Convert(time, TIME_FORMAT_MEDIA_TIME, UsedFormat(), frame_));
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetDuration(LONGLONG* duration) {
@@ -82,8 +82,8 @@ HRESULT STDMETHODCALLTYPE PinSeeking::GetStopPosition(LONGLONG* stop) {
 
 HRESULT STDMETHODCALLTYPE PinSeeking::ConvertTimeFormat(LONGLONG* target, const GUID* targetFormat,
                                                         LONGLONG source, const GUID* sourceFormat) {
-    const GUID from = sourceFormat ? *sourceFormat : format_;
-    const GUID to = targetFormat ? *targetFormat : format_;
+    const GUID from = sourceFormat ? *sourceFormat : UsedFormat();
+    const GUID to = targetFormat ? *targetFormat : UsedFormat();
     if (IsFormatSupported(&from) != S_OK || IsFormatSupported(&to) != S_OK) {
         return E_INVALIDARG;
     }
@@ -103,8 +103,8 @@ HRESULT PinSeeking::Moved(const LONGLONG* value, DWORD how, REFERENCE_TIME base,
         Give(&origin, base);
     }
     const LONGLONG place = av_sat_add64(origin, *value);
-    *time = std::clamp<REFERENCE_TIME>(Convert(place, format_, TIME_FORMAT_MEDIA_TIME, frame_), 0,
-                                       target_->Duration());
+    *time = std::clamp<REFERENCE_TIME>(Convert(place, UsedFormat(), TIME_FORMAT_MEDIA_TIME, frame_),
+                                       0, target_->Duration());
     return S_OK;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+
 #include "baseclasses/platform.h"
 #include "source/libavformat.h"
 
@@ -62,11 +64,12 @@ class PinSeeking : public IMediaSeeking {
   private:
     HRESULT Moved(const LONGLONG* value, DWORD how, REFERENCE_TIME base,
                   REFERENCE_TIME* time) const;
+    GUID UsedFormat() const { return countsFrames_ ? TIME_FORMAT_FRAME : TIME_FORMAT_MEDIA_TIME; }
     HRESULT Give(LONGLONG* value, REFERENCE_TIME time) const;
 
     Seekable* const target_;
     const AVRational frame_;  ///< seconds
-    GUID format_ = TIME_FORMAT_MEDIA_TIME;
+    std::atomic<bool> countsFrames_{false};
 };
 
 }  // namespace nyx::source

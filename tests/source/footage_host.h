@@ -1,11 +1,7 @@
 #pragma once
 
-#include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include "tests/support/rig.h"
 
@@ -27,14 +23,15 @@ inline std::wstring Material(const std::string& name) {
 /// Waits until it is so; a deadlock ends the program.
 template <class Condition>
 void WaitFor(Condition condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(4);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) {
+    for (const DWORD begin = GetTickCount(); !condition(); Sleep(1)) {
+        if (GetTickCount() - begin > 4 * 60 * 1000) {
             std::abort();
         }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 }
+
+constexpr CLSID kFootageSource = {
+    0x5F2C1E6A, 0x8B0D, 0x4C57, {0x9D, 0x3E, 0x7A, 0x41, 0xB6, 0xC9, 0xE2, 0x10}};
 
 /// The source filter with a sink on each pin, in a stand-in graph.
 struct FootageHost {
@@ -76,8 +73,7 @@ struct FootageHost {
     }
 
     const ComPtr<Graph> graph = Make<Graph>();
-    const ComPtr<IBaseFilter> filter = Module().Create(
-        {0x5F2C1E6A, 0x8B0D, 0x4C57, {0x9D, 0x3E, 0x7A, 0x41, 0xB6, 0xC9, 0xE2, 0x10}});
+    const ComPtr<IBaseFilter> filter = Module().Create(kFootageSource);
     const HRESULT loaded;
     std::vector<ComPtr<IPin>> pins;
     std::vector<ComPtr<End>> sinks;

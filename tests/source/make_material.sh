@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Clips of every kind that the source filter reads, and what ffmpeg itself reads in them:
-# make_material.sh FOLDER. For CLIP there are CLIP.video, a line a packet (framecrc), CLIP.bytes,
-# the packets themselves, CLIP.audio, all samples as the pin delivers them.
+# make_material.sh FOLDER. For CLIP there are CLIP.video, a line a packet: when it begins, in 100-ns
+# units from the first one, and its size in bytes; CLIP.bytes, the packets themselves; CLIP.audio,
+# all samples as the pin delivers them.
 set -euo pipefail
 mkdir -p "$1"
 cd "$1"
@@ -9,7 +10,11 @@ cd "$1"
 run() { ffmpeg -nostdin -hide_banner -loglevel error -y "$@"; }
 
 list() { # CLIP PCM
-    run -i "$1" -map 0:v -c copy -f framecrc "$1.video" -map 0:v -c copy -f data "$1.bytes"
+    run -i "$1" -map 0:v -c copy -f framecrc "$1.crc" -map 0:v -c copy -f data "$1.bytes"
+    # "#tb 0: NUM/DEN", then "stream, dts, pts, duration, size, ..." a packet.
+    awk -F '[:,/] *' '/^#tb/ { num = $2; den = $3 } /^0,/ {
+        if (first == "") first = $2
+        print int(($2 - first) * num * 10000000 / den), $5 }' "$1.crc" >"$1.video"
     [ "$2" = none ] || run -i "$1" -map 0:a -c:a "pcm_$2" -f "$2" "$1.audio"
 }
 
@@ -49,7 +54,8 @@ clip dvhd.mxf 960x720 50 0.4 yuv422p 2 s16le s16le "${hd[@]}"
 clip d10.mxf 720x576 25 1 yuv422p 2 s16le s16le "${d10[@]}" -f mxf_d10
 clip mpeg.gxf 720x576 25 2 yuv422p 1 s16le s16le "${intra[@]}" -b:v 8000k
 clip v210.mov 192x64 24 2 yuv422p10le 1 s8 s16le -c:v v210
-clip v210.avi 210x64 $ntsc 2 yuv422p10le 1 u8 s16le -c:v v210
+# Frames of more than a MiB, which are left in the file until there is a sample for them.
+clip v210.avi 210x1700 $ntsc 0.5 yuv422p10le 1 u8 s16le -c:v v210
 clip tagged.avi 96x64 25 1 yuv422p10le 1 none none -c:v v210
 LC_ALL=C sed -i s/v210/Q210/g tagged.avi
 clip mpeg.mxf 720x576 25 1 yuv422p 1 s16le s16le "${intra[@]}" -q:v 3
