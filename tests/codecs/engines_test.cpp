@@ -7,14 +7,12 @@
 
 #include <atomic>
 #include <chrono>
-#include <set>
 #include <stdexcept>
 #include <thread>
 
 #include "codecs/fault_guard.h"
 #include "tests/codecs/codecs.h"
 #include "tests/support/engines.h"
-#include "tests/support/leaks.h"
 
 namespace nyx::test {
 namespace {
@@ -67,12 +65,11 @@ TEST(Engines, AreKeptWholeAndNewEnoughOrLetGoAtOnce) {
 TEST(Engines, AreRefusedOneByOne) {
     // A library that the process has already is found before the folders are searched.
     const HMODULE old = LoadLibraryW((EngineFolder(L"old") + L"\\" + kCore).c_str());
+    const EngineSearch search;
     {
-        const EngineSearch search;
         const EngineUse use(ZetaEngines());
-        EXPECT_EQ(use[kZetaCoreEngine].Decode<ZetaEntry>(), nullptr);
-        EXPECT_NE(use[kZetaAlphaEngine].Decode<ZetaEntry>(), nullptr);
-        EXPECT_FALSE(ZetaEngines().IsComplete());
+        EXPECT_TRUE(!use[kZetaCoreEngine].Decode<ZetaEntry>() && !ZetaEngines().IsComplete());
+        EXPECT_TRUE(use[kZetaAlphaEngine].Decode<ZetaEntry>());
     }
     EXPECT_TRUE(IsLoaded(kCore)) << "the process's own reference";
     FreeLibrary(old);
@@ -226,42 +223,22 @@ TEST(Guard, StoresTheResultOnlyOfACallThatReturned) {
     EXPECT_EQ(Guarded(nested), E_FAIL);
 }
 
-TEST(Guard, LosesNeitherMemoryNorStack) {
-    const DWORD chain = ChainHead();
-    std::set<void*> frames;
-    ExpectNoLeak(40, [&] {
-        for (const Event& event : kEvents) {
-            const HRESULT result = Guarded([&] {
-                frames.insert(__builtin_frame_address(0));
-                event.taken ? event.call() : WriteToNull();
-            });
-            EXPECT_EQ(std::pair(result, ChainHead()), std::pair(E_FAIL, chain)) << event.name;
-        }
-    });
-    EXPECT_EQ(frames.size(), 1u);
-}
-
 TEST(Guard, GivesTheFloatingPointStateBack) {
     WORD control = 0, after = 0;
     asm volatile("fnstcw %0" : "=m"(control));
     const unsigned mxcsr = _mm_getcsr();
-    for (const bool fault : {false, true}) {
-        Guarded([&] {
-            const WORD truncating = 0x0C7F;  // and single precision
-            asm volatile("fldcw %0" : : "m"(truncating));
-            _mm_setcsr(mxcsr | 0xE040);                 // truncating, denormals to zero
-            asm volatile("movd %0, %%mm0" : : "r"(1));  // and the x87 registers taken by MMX
-            if (fault) {
-                WriteToNull();
-            }
-        });
-        asm volatile("fnstcw %0" : "=m"(after));
-        EXPECT_EQ(after, control);
-        EXPECT_EQ(_mm_getcsr(), mxcsr);
-        volatile long double third = 1.0L;
-        third = third / 3;
-        EXPECT_EQ(third * 3, 1.0L) << fault;
-    }
+    Guarded([&] {
+        const WORD truncating = 0x0C7F;  // and single precision
+        asm volatile("fldcw %0" : : "m"(truncating));
+        _mm_setcsr(mxcsr | 0xE040);                 // truncating, denormals to zero
+        asm volatile("movd %0, %%mm0" : : "r"(1));  // and the x87 registers taken by MMX
+        WriteToNull();
+    });
+    asm volatile("fnstcw %0" : "=m"(after));
+    EXPECT_EQ(std::pair(after, _mm_getcsr()), std::pair(control, mxcsr));
+    volatile long double third = 1.0L;
+    third = third / 3;
+    EXPECT_EQ(third * 3, 1.0L);
 }
 
 }  // namespace

@@ -458,36 +458,29 @@ TEST_F(Frames, WithoutAnIndexOrRoomForARowAreRefusedAndPassedOverByZeta2) {
     Bytes memory(kWidth * kHeight * 4);
     const BITMAPINFOHEADER uyvy = MakeHeader(FourCC("UYVY"), 16, kWidth, kHeight);
     const BITMAPINFOHEADER v210 = MakeHeader(FourCC("v210"), 20, kWidth, kHeight);
-    const struct {
-        int codec;
-        BITMAPINFOHEADER input;
-        DWORD stride;
-        HRESULT result;
-    } cases[] = {
+    const std::tuple<int, BITMAPINFOHEADER, LONG, HRESULT> cases[] = {
         {kZeta, uyvy, 0, E_FAIL},
         {kZeta, MakeHeader(FourCC("b64a"), 64, 16, 16), 0, E_FAIL},
         {kLossless, v210, 512, E_FAIL},
         {kTenBit, v210, 0, E_FAIL},
         {kZeta2, uyvy, 0, S_OK},
         {kZeta2, RgbHeader(24, -160, 120), 0, E_FAIL},
-        {kZeta2, RgbHeader(24, 160, LONG_MIN), 0, E_FAIL},
         {kZeta2, RgbHeader(32, 0x7FFFFFFE, 2), 0, E_FAIL},
-        {kZeta2, v210, 0, E_FAIL},
         {kZeta2, v210, 431, E_FAIL},
         {kZeta2, v210, 432, S_OK},
     };
-    for (const auto& c : cases) {
-        BITMAPINFOHEADER output = MakeHeader(FourCCOf(c.codec), 24, kWidth, kHeight);
-        EXPECT_EQ(codecs_.all[c.codec]->Compress(&c.input, false, memory.data(), &output,
-                                                 memory.data(), 0, c.stride, 0),
-                  c.result)
-            << c.input.biCompression << " " << c.stride;
-        EXPECT_EQ(output.biSizeImage != 0, c.stride == 432) << "coded or not";
-        const Bytes frame = Hollow("QZ21", kWidth, kHeight, 0);
-        const BITMAPINFOHEADER input = MakeHeader(FourCC("QZT2"), 24, kWidth, kHeight, 24);
-        EXPECT_EQ(codecs_.zeta2.Decompress(&input, frame.data(), &c.input, false, memory.data(),
-                                           static_cast<LONG>(c.stride), 0),
-                  c.stride >= 432 ? S_OK : E_FAIL);
+    const Bytes frame = Hollow("QZ21", kWidth, kHeight, 0);
+    const BITMAPINFOHEADER input = MakeHeader(FourCC("QZT2"), 24, kWidth, kHeight, 24);
+    for (const auto& [codec, picture, stride, result] : cases) {
+        BITMAPINFOHEADER output = MakeHeader(FourCCOf(codec), 24, kWidth, kHeight);
+        EXPECT_EQ(codecs_.all[codec]->Compress(&picture, false, memory.data(), &output,
+                                               memory.data(), 0, static_cast<DWORD>(stride), 0),
+                  result)
+            << picture.biCompression << " " << stride;
+        EXPECT_EQ(output.biSizeImage != 0, stride == 432);
+        EXPECT_EQ(codecs_.zeta2.Decompress(&input, frame.data(), &picture, false, memory.data(),
+                                           stride, 0),
+                  stride >= 432 ? S_OK : E_FAIL);
     }
 }
 
@@ -497,16 +490,8 @@ TEST_F(Frames, OfAFailingEngineFailAndTheNextOneIsDecoded) {
         const Bytes frame = FrameOf(stream);
         const BITMAPINFOHEADER source = PictureOf(stream.pictureBits);
         const bool mpeg = stream.codec == kMpeg;
-        Bytes picture, good;
+        Bytes picture, good, coded(codec.GetMaxCompressedSize(&source, stream.alpha));
         ASSERT_EQ(Decode(stream, frame, source, &good), S_OK);
-        const auto encode = [&] {
-            BITMAPINFOHEADER output = MakeHeader(codec.GetFourCC(), stream.bits, kWidth, kHeight);
-            Bytes coded(codec.GetMaxCompressedSize(&source, stream.alpha));
-            const HRESULT result =
-                codec.Compress(&source, stream.alpha, good.data(), &output, coded.data(), 0, 0, 0);
-            EXPECT_EQ(output.biSizeImage != 0, result == S_OK);
-            return mpeg && result == E_NOTIMPL ? S_OK : result;
-        };
         // A length of 0 is within any. Lossless frames tell their kind by themselves, and the
         // MPEG-2 engine's first call tells no length.
         for (const std::string what : {"probe:access", "probe:throw", "probe:longer", "probe:zero",
@@ -521,16 +506,14 @@ TEST_F(Frames, OfAFailingEngineFailAndTheNextOneIsDecoded) {
                 const Misbehaviour misbehave(what.c_str());
                 EXPECT_EQ(Decode(stream, frame, source, &picture), fails ? E_FAIL : S_OK);
                 EXPECT_EQ(Untouched(picture), fails && (probes || !mpeg));
-                EXPECT_EQ(encode(), asked && encodes ? E_FAIL : S_OK);
+                auto output = MakeHeader(codec.GetFourCC(), stream.bits, kWidth, kHeight);
+                const HRESULT result = codec.Compress(&source, stream.alpha, good.data(), &output,
+                                                      coded.data(), 0, 0, 0);
+                EXPECT_EQ(result, mpeg ? E_NOTIMPL : asked && encodes ? E_FAIL : S_OK);
+                EXPECT_EQ(output.biSizeImage != 0, result == S_OK);
             }
             EXPECT_EQ(Decode(stream, frame, source, &picture), S_OK);
             EXPECT_EQ(picture, good);
-        }
-        if (stream.codec == kZeta || stream.codec == kZeta2) {
-            const Misbehaviour misbehave("decode:callback");
-            EXPECT_EQ(
-                Decode(stream, frame, MakeHeader(FourCC("r408"), 32, kWidth, kHeight), &picture),
-                E_FAIL);
         }
     }
 }
@@ -561,24 +544,23 @@ TEST_F(Frames, ThatAreCutReachAnEngineOrFailAndNeverReachPastTheirBytes) {
 
 TEST_F(Frames, WhoseMemoryGoesAwayFailAndLeaveNothingBehind) {
     const GuardedMemory nothing(0);  // no access at all
-    const Bytes matte = Hollow("ZTA1", kWidth, kHeight, 1), lossless = FrameOf(kLosslessStreams[1]);
-    const Bytes mpeg = FrameOf(kMpegStream), q210 = FrameOf(kTenBitStream);
-    const std::tuple<Stream, Bytes, WORD> cases[] = {{kStreams[1], matte, 32},
-                                                     {kLosslessStreams[1], lossless, 32},
-                                                     {kMpegStream, mpeg, 24},
-                                                     {kTenBitStream, q210, 16},
-                                                     {kTenBitStream, q210, 24}};
+    const Stream& rgb24 = kLosslessStreams[1];
+    const std::tuple<Stream, Bytes, WORD> cases[] = {
+        {kStreams[1], Hollow("ZTA1", kWidth, kHeight, 1), 32},
+        {rgb24, FrameOf(rgb24), 32},
+        {kMpegStream, FrameOf(kMpegStream), 24},
+        {kTenBitStream, FrameOf(kTenBitStream), 24}};
     Bytes room(kWidth * kHeight * 4);
     ExpectNoLeak(40, [&] {
         for (const auto& [stream, frame, bits] : cases) {
-            SCOPED_TRACE(testing::Message() << stream.name << " " << bits);
+            SCOPED_TRACE(stream.name);
+            ICodec& codec = *codecs_.all[stream.codec];
             const auto input =
-                MakeHeader(FourCCOf(stream.codec), stream.bits, kWidth, kHeight, frame.size());
+                MakeHeader(codec.GetFourCC(), stream.bits, kWidth, kHeight, frame.size());
             const BITMAPINFOHEADER picture = PictureOf(bits);
             EXPECT_EQ(Decompress(stream, input, frame.data(), picture, nothing.data()), E_FAIL);
             EXPECT_EQ(Decompress(stream, input, nothing.data(), picture, room.data()), E_FAIL);
-            EXPECT_EQ(codecs_.all[stream.codec]->GetFrameInfo(&input, nothing.data(), 0, nullptr),
-                      E_FAIL);
+            EXPECT_EQ(codec.GetFrameInfo(&input, nothing.data(), 0, nullptr), E_FAIL);
             BITMAPINFOHEADER output = MakeHeader(FourCC("Q210"), 20, kWidth, kHeight);
             EXPECT_EQ(codecs_.tenBit.Compress(&picture, false, nothing.data(), &output, room.data(),
                                               0, 0, 0),

@@ -124,16 +124,14 @@ std::vector<double> Stored(PackedLayout layout, const std::string& order, bool w
     for (const char place : order) {
         const double code = p[static_cast<std::size_t>(place - '0')];
         const bool luma = place<'2', alpha = place> '3';
-        if (floats) {
-            stored.push_back(alpha  ? code / 255
-                             : luma ? std::clamp((code - 16) * k, -0.0627451, 0.9372549)
-                                    : std::min(code * k, 1.0));
-        } else if (alpha && layout == PackedLayout::kV408) {
-            stored.push_back(std::floor((code * 219 + 127) / 255) + 16);
-        } else {
-            stored.push_back(luma && layout == PackedLayout::kR408 ? std::max(code - 16, 0.0)
-                                                                   : code);
-        }
+        const bool rebased = luma && layout == PackedLayout::kR408;
+        const bool studio = alpha && layout == PackedLayout::kV408;
+        stored.push_back(floats && luma    ? std::clamp((code - 16) * k, -0.0627451, 0.9372549)
+                         : floats && alpha ? code / 255
+                         : floats          ? std::min(code * k, 1.0)
+                         : rebased         ? std::max(code - 16, 0.0)
+                         : studio          ? std::floor((code * 219 + 127) / 255) + 16
+                                           : code);
     }
     return stored;
 }
@@ -229,23 +227,24 @@ TEST(PackedLayouts, AreStoredByTheFormulasForAllSamplesAlphasAndWidths) {
 }
 
 TEST(PackedLayouts, ReadWhatNoWriterStoresByClampingAndTakeChromaFromTheEvenPixel) {
-    const float nan = std::nanf(""), wild[] = {1e30f, nan, -1, 2, nan, 2, 9, 9};
+    const float wild[] = {1e30f, std::nanf(""), -1, 2, std::nanf(""), 2, 9, 9};
     const auto* floats = reinterpret_cast<const BYTE*>(wild);
     const BYTE v408[] = {7, 1, 8, 3, 9, 2, 9, 240}, r408[] = {5, 0, 7, 8, 6, 250, 9, 9};
-    const BYTE bright[] = {1, 200, 255, 0, 0, 9, 9, 9}, clear[] = {0, 9, 9, 9, 255, 9, 9, 9};
-    constexpr AlphaUse kOne = AlphaUse::kStraight, kOther = AlphaUse::kPremultiplied;
+    const BYTE bright[] = {1, 200, 255, 0, 0, 9, 9, 9};
+    using Use = AlphaUse;
     const struct {
         void (*read)(const BYTE*, LONG, DWORD, DWORD, BYTE*, LONG, LONG);
         const BYTE* picture;
         Pair expected;
     } rows[] = {
-        {ReadAlphaBlock<PackedLayout::k2vuy, kOne>, v408, {1, 3, 7, 8, 255, 255}},
-        {ReadAlphaBlock<PackedLayout::kV408, kOne>, v408, {1, 2, 7, 8, 0, 255}},
-        {ReadAlphaBlock<PackedLayout::kR408, kOne>, r408, {16, 255, 7, 8, 5, 6}},
-        {ReadAlphaBlock<PackedLayout::kR408, kOther>, bright, {255, 16, 255, 0, 1, 0}},
-        {ReadAlphaBlock<PackedLayout::kR408, kOther>, clear, {16, 25, 128, 128, 0, 255}},
-        {ReadAlphaBlock<PackedLayout::kR4fl, kOne>, floats, {0, 255, 0, 255, 255, 0}},
-        {ReadAlphaBlock<PackedLayout::kR4fl, kOther>, floats, {0, 16, 128, 128, 255, 0}},
+        {ReadAlphaBlock<PackedLayout::k2vuy, Use::kStraight>, v408, {1, 3, 7, 8, 255, 255}},
+        {ReadAlphaBlock<PackedLayout::kV408, Use::kStraight>, v408, {1, 2, 7, 8, 0, 255}},
+        {ReadAlphaBlock<PackedLayout::kR408, Use::kStraight>, r408, {16, 255, 7, 8, 5, 6}},
+        {ReadAlphaBlock<PackedLayout::kR408, Use::kPremultiplied>, bright, {255, 16, 255, 0, 1, 0}},
+        {ReadAlphaBlock<PackedLayout::kR4fl, Use::kStraight>, floats, {0, 255, 0, 255, 255, 0}},
+        {ReadAlphaBlock<PackedLayout::kR4fl, Use::kPremultiplied>,
+         floats,
+         {0, 16, 128, 128, 255, 0}},
     };
     for (const auto& row : rows) {
         BYTE block[1024] = {};
@@ -257,33 +256,29 @@ TEST(PackedLayouts, ReadWhatNoWriterStoresByClampingAndTakeChromaFromTheEvenPixe
 /// "b64a" is what the conversion library makes with a matrix, big-endian, with the row's alpha.
 template <int kIndex, AlphaUse kUse>
 void CheckDeepRgb(DWORD matrix) {
-    for (const LONG width : {2, 64, 66, 131}) {
-        const LONG even = width / 2 * 2;
-        Words words, alpha, expected(static_cast<std::size_t>(4 * width)), read, readAlpha;
-        for (LONG i = 0; i < 2 * even; ++i) {
-            words.push_back(static_cast<WORD>(460 + i * 37 % 100));
-            alpha.push_back(static_cast<WORD>(i % 16 == 0 ? 1023 : 400 + i * 71 % 600));
-        }
-        read = readAlpha = Words(words.size());
-        const Bytes samples(Address(words), Address(words) + 4 * even);
-        const Bytes rgb = Converted(samples, FourCC("W210"), FourCC("A46L"), even, 1, matrix + 1);
-        std::memcpy(expected.data(), rgb.data(), rgb.size());
-        for (std::size_t i = 0; i < rgb.size() / 2; ++i) {
-            const DWORD wide = (kIndex < 20 ? 1023 : alpha[i / 4]) * 65535u / 1023;
-            const DWORD weight = kUse == AlphaUse::kPremultiplied ? wide : 65535;
-            const DWORD word = i % 4 == 0 ? wide : (expected[i] * weight + 32767) / 65535;
-            expected[i] = static_cast<WORD>(word >> 8 | (word & 255) << 8);
-        }
-        Words picture(expected.size());
-        WriteWorkingRows<kIndex, kUse>(Address(picture), 0, Address(words), 0, Address(alpha), 0,
-                                       width, 1);
-        ASSERT_EQ(picture, expected);
-        ReadWorkingRows<kIndex, kUse>(Address(picture), 0, Address(read), 0, Address(readAlpha), 0,
-                                      width, 1);
-        for (std::size_t i = 0; i < words.size(); ++i) {
-            ASSERT_NEAR(read[i], words[i], 1);
-            ASSERT_EQ(readAlpha[i / 2], kIndex < 20 ? 1023 : alpha[i / 2]);
-        }
+    constexpr LONG kWidth = 67, kEven = 66;  // more than a strip
+    Words words, alpha, picture(4 * kWidth), expected = picture, read(4 * kWidth), readAlpha = read;
+    for (LONG i = 0; i < 2 * kEven; ++i) {
+        words.push_back(static_cast<WORD>(460 + i * 37 % 100));
+        alpha.push_back(static_cast<WORD>(i % 16 == 0 ? 1023 : 400 + i * 71 % 600));
+    }
+    const Bytes rgb = Converted(Bytes(Address(words), Address(words) + 4 * kEven), FourCC("W210"),
+                                FourCC("A46L"), kEven, 1, matrix + 1);
+    std::memcpy(expected.data(), rgb.data(), rgb.size());
+    for (std::size_t i = 0; i < rgb.size() / 2; ++i) {
+        const DWORD wide = (kIndex < 20 ? 1023 : alpha[i / 4]) * 65535u / 1023;
+        const DWORD weight = kUse == AlphaUse::kPremultiplied ? wide : 65535;
+        const DWORD word = i % 4 == 0 ? wide : (expected[i] * weight + 32767) / 65535;
+        expected[i] = static_cast<WORD>(word >> 8 | (word & 255) << 8);
+    }
+    WriteWorkingRows<kIndex, kUse>(Address(picture), 0, Address(words), 0, Address(alpha), 0,
+                                   kWidth, 1);
+    EXPECT_EQ(picture, expected);
+    ReadWorkingRows<kIndex, kUse>(Address(picture), 0, Address(read), 0, Address(readAlpha), 0,
+                                  kWidth, 1);
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        ASSERT_NEAR(read[i], words[i], 1);
+        ASSERT_EQ(readAlpha[i / 2], kIndex < 20 ? 1023 : alpha[i / 2]);
     }
 }
 
@@ -313,10 +308,10 @@ TEST(WorkingRows, AreRoundedToBytesAndKeepTheirFractionsInFloats) {
     Words pixels(8), samples(4), alpha(2);
     ReadWorkingRows<16, AlphaUse::kPremultiplied>(Address(pixels), 0, Address(samples), 0,
                                                   Address(alpha), 0, 2, 1);
-    EXPECT_EQ(std::tuple(samples[0], samples[1], alpha[0]), std::tuple(64, 0, 1023));
+    EXPECT_EQ(std::pair(samples[0], alpha[0]), std::pair(WORD{64}, WORD{1023}));
     ReadWorkingRows<20, AlphaUse::kPremultiplied>(Address(pixels), 0, Address(samples), 0,
                                                   Address(alpha), 0, 2, 1);
-    EXPECT_EQ(std::tuple(samples[0], samples[1], alpha[0]), std::tuple(64, 512, 0));
+    EXPECT_EQ(std::pair(samples[0], alpha[0]), std::pair(WORD{64}, WORD{0}));
 }
 
 TEST(WorkingRows, KeepV210SamplesAsTheyAreIfTheRowFits) {
@@ -341,17 +336,16 @@ TEST(WorkingRows, KeepV210SamplesAsTheyAreIfTheRowFits) {
 }
 
 TEST(Matte, TurnsTransparentPixelsIntoTheBlackOfTheirLayout) {
-    struct Row {
-        std::vector<int> indices;
-        Bytes clear, black, visible;
-    };
     const auto floats = [](float alpha) {
         Bytes pixel(16, 1);
         std::memcpy(pixel.data(), &alpha, 4);
         return pixel;
     };
     const Bytes floatBlack = {0, 0, 0, 0, 0, 0, 0, 0, 0x81, 0x80, 0, 0x3F, 0x81, 0x80, 0, 0x3F};
-    const Row rows[] = {
+    const struct {
+        std::vector<int> indices;
+        Bytes clear, black, visible;
+    } rows[] = {
         {{5, 7, 9, 11}, {1, 2, 3, 0}, {0, 0, 0, 0}, {0, 0, 0, 1}},
         {{6, 8, 10, 12}, {0, 0, 0, 0}, {0x10, 0x10, 0x10, 0}, {1, 2, 3, 255}},
         {{14, 15}, {9, 9, 9, 16}, {0x80, 0x10, 0x80, 0x10}, {9, 9, 9, 17}},
@@ -362,7 +356,7 @@ TEST(Matte, TurnsTransparentPixelsIntoTheBlackOfTheirLayout) {
         {{0, 13, 24, 25}, {1, 0}, {1, 0}, {0, 0}},
         {{1, 2, 3, 4}, {1, 2, 0}, {1, 2, 0}, {0, 0, 0}},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         for (const int index : row.indices) {
             // Bottom-up rows of two pixels, with a gap of one that looks transparent.
             const auto bytes = static_cast<LONG>(row.clear.size());
