@@ -12,8 +12,6 @@ namespace {
 
 using test::Bytes;
 
-using Resample = HRESULT (*)(ResampleUnit, const UnitRows<const BYTE>&, const UnitRows<BYTE>&,
-                             LONG);
 /// One byte of output unit `j` of `d`, from `s` units whose bytes begin `row`.
 long long Stretched(const BYTE* row, LONG unit, long long s, long long d, long long j) {
     const long long position = s * 256 - (d - j) * s * 256 / d;
@@ -75,34 +73,19 @@ TEST(Resample, BothWaysFollowTheirFormulaAtEveryWidth) {
 }
 
 TEST(Resample, ArgumentsThatDoNotFitAreRefused) {
-    BYTE from[16] = {};
-    BYTE to[16] = {};
-    struct Case {
-        Resample resample;
-        UnitRows<const BYTE> source;
-        UnitRows<BYTE> destination;
-        LONG rows;
-        HRESULT result;
-    };
-    const Case cases[] = {
-        {StretchRows, {from, 12, 3}, {to, 16, 4}, 1, S_OK},
-        {StretchRows, {nullptr, 12, 3}, {to, 16, 4}, 1, E_FAIL},
-        {StretchRows, {from, 12, 3}, {nullptr, 16, 4}, 1, E_FAIL},
-        {StretchRows, {from, 12, 0}, {to, 16, 4}, 1, E_FAIL},
-        {StretchRows, {from, 11, 3}, {to, 16, 4}, 1, E_FAIL},
-        {StretchRows, {from, 12, 3}, {to, -15, 4}, 1, E_FAIL},
-        {StretchRows, {from, 12, 3}, {to, 16, 3}, 1, E_FAIL},
-        {StretchRows, {from, 12, 3}, {to, 16, 4}, 0, E_FAIL},
-        {StretchRows, {from, 12, 0x7FFFFFFF}, {to, 16, 4}, 1, E_FAIL},
-        {SqueezeRows, {from, 16, 4}, {to, 12, 3}, 1, S_OK},
-        {SqueezeRows, {from, 16, 4}, {to, 16, 4}, 1, E_FAIL},
-        {SqueezeRows, {from, 16, 4}, {to, 12, 0}, 1, E_FAIL},
-        {SqueezeRows, {from, 16, 4}, {to, 12, 3}, -1, E_FAIL},
-    };
-    for (const Case& c : cases) {
-        EXPECT_EQ(c.resample(ResampleUnit::kFourBytes, c.source, c.destination, c.rows), c.result)
-            << &c - cases;
+    BYTE from[16] = {}, to[16] = {};
+    constexpr auto kUnit = ResampleUnit::kFourBytes;
+    constexpr LONG kRefused[][5] = {
+        {12, 0, 16, 4, 1}, {11, 3, 16, 4, 1},  {12, 3, -15, 4, 1},        {12, 3, 16, 3, 1},
+        {12, 3, 16, 4, 0}, {12, 3, 16, 4, -1}, {12, 0x7FFFFFFF, 16, 4, 1}};
+    for (const auto& [stride, width, otherStride, otherWidth, rows] : kRefused) {
+        EXPECT_EQ(StretchRows(kUnit, {from, stride, width}, {to, otherStride, otherWidth}, rows),
+                  E_FAIL);
+        EXPECT_EQ(SqueezeRows(kUnit, {from, otherStride, otherWidth}, {to, stride, width}, rows),
+                  E_FAIL);
     }
+    EXPECT_EQ(StretchRows(kUnit, {nullptr, 12, 3}, {to, 16, 4}, 1), E_FAIL);
+    EXPECT_EQ(StretchRows(kUnit, {from, 12, 3}, {nullptr, 16, 4}, 1), E_FAIL);
 }
 
 }  // namespace
