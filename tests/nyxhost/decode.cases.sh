@@ -27,7 +27,7 @@ quiet_ffmpeg -i 'Bilder 図/Änderung 変-rgb24-00001.png' -f rawvideo -pix_fmt 
 holds "a PNG holds the sample's pixels" cmp -s png.raw <(tail -c $((722 * 50 * 3)) part.raw)
 
 run 0 play zoneplate-722.avi --from 1f --frames 1
-says "graph: Footage, Video Renderer, Rokka Q210 Decoder"
+says "filter: Rokka Q210 Decoder"
 
 # Clips of the stand-in engines, against the pictures that went in. A quantiser step of 5 leaves a mean
 # squared error of 6.25 at most, 40.2 dB; lossless frames come back bit by bit. Where there is alpha, it is

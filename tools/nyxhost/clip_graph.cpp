@@ -2,8 +2,7 @@
 
 #include <chrono>
 
-#include "interrupt.h"
-#include "text.h"
+#include "graph_tools.h"
 
 namespace nyx::host {
 
@@ -80,23 +79,18 @@ PassResult ClipGraph::Play(const std::function<void(LONG)>& progress) {
     thrown_ = nullptr;
     currentType_ = connectedType_;
 
-    const auto control = Query<IMediaControl>(graph_, "the graph cannot be controlled");
     const auto start = std::chrono::steady_clock::now();
-    const HRESULT run = control->Run();
-    if (SUCCEEDED(run)) {
-        try {
-            WaitForEnd(progress);
-        } catch (...) {
-            control->Stop();
-            throw;
-        }
-    }
+    RunToEnd(
+        graph_,
+        [&] {
+            progress(arrived_);
+            return !HasThrown();
+        },
+        [this](HRESULT result) { failures_.push_back(result); });
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
-    control->Stop();
     if (thrown_ != nullptr) {
         std::rethrow_exception(thrown_);
     }
-    Check(run, "the graph does not run");
     return {arrived_, LostFrames(), elapsed.count()};
 }
 
@@ -118,35 +112,6 @@ std::vector<LostFrame> ClipGraph::LostFrames() const {
         lose(next++);
     }
     return lost;
-}
-
-void ClipGraph::WaitForEnd(const std::function<void(LONG)>& progress) {
-    constexpr long kPollMs = 100;
-    const auto events = Query<IMediaEvent>(graph_, "the graph has no events", IID_IMediaEvent);
-    while (!HasThrown()) {
-        progress(arrived_);
-        if (Interrupted()) {
-            throw Failure(ExitCode::kInterrupted, "interrupted");
-        }
-        long code = 0;
-        LONG_PTR first = 0;
-        LONG_PTR second = 0;
-        if (FAILED(events->GetEvent(&code, &first, &second, kPollMs))) {
-            continue;
-        }
-        events->FreeEventParams(code, first, second);
-        if (code == EC_COMPLETE) {
-            progress(arrived_);
-            return;
-        }
-        if (code == EC_STREAM_ERROR_STILLPLAYING) {
-            failures_.push_back(static_cast<HRESULT>(first));
-        }
-        if (code == EC_ERRORABORT || code == EC_STREAM_ERROR_STOPPED) {
-            Check(static_cast<HRESULT>(first), "the graph aborted");
-            throw Failure(ExitCode::kPlatform, "the graph aborted");
-        }
-    }
 }
 
 }  // namespace nyx::host

@@ -77,7 +77,6 @@ class ClipGraph {
 
   private:
     void Arrive(IMediaSample& sample);
-    void WaitForEnd(const std::function<void(LONG)>& progress);
     bool HasThrown();
     std::vector<LostFrame> LostFrames() const;
 

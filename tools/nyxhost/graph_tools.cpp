@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "creation_text.h"
+#include "interrupt.h"
 #include "text.h"
 
 namespace nyx::host {
@@ -29,6 +30,48 @@ std::vector<Candidate> FindCandidates(const GUID& subtype) {
         candidates.push_back({FriendlyName(moniker.Get()), moniker});
     }
     return candidates;
+}
+
+/// The name that a filter's class is registered with, else what the graph calls it.
+std::string ClassName(IBaseFilter* filter) {
+    CLSID clsid{};
+    wchar_t name[256] = L"";
+    DWORD bytes = sizeof(name);
+    if (FAILED(filter->GetClassID(&clsid)) ||
+        RegGetValueW(HKEY_CLASSES_ROOT, Wide("CLSID\\" + GuidText(clsid)).c_str(), nullptr,
+                     RRF_RT_REG_SZ, nullptr, name, &bytes) != ERROR_SUCCESS) {
+        return FilterName(filter);
+    }
+    return Utf8(name);
+}
+
+void WaitForEnd(const ComPtr<IGraphBuilder>& graph, const std::function<bool()>& goesOn,
+                const std::function<void(HRESULT)>& onRefused) {
+    constexpr long kPollMs = 100;
+    const auto events = Query<IMediaEvent>(graph, "the graph has no events", IID_IMediaEvent);
+    while (goesOn()) {
+        if (Interrupted()) {
+            throw Failure(ExitCode::kInterrupted, "interrupted");
+        }
+        long code = 0;
+        LONG_PTR first = 0;
+        LONG_PTR second = 0;
+        if (FAILED(events->GetEvent(&code, &first, &second, kPollMs))) {
+            continue;
+        }
+        events->FreeEventParams(code, first, second);
+        if (code == EC_COMPLETE || code == EC_USERABORT) {
+            goesOn();
+            return;
+        }
+        if (code == EC_STREAM_ERROR_STILLPLAYING) {
+            onRefused(static_cast<HRESULT>(first));
+        }
+        if (code == EC_ERRORABORT || code == EC_STREAM_ERROR_STOPPED) {
+            Check(static_cast<HRESULT>(first), "the graph aborted");
+            throw Failure(ExitCode::kPlatform, "the graph aborted");
+        }
+    }
 }
 
 std::string CandidateAnswer(const Candidate& candidate, const MediaType& compressed,
@@ -102,6 +145,31 @@ std::string FilterName(IBaseFilter* filter) {
         info.pGraph->Release();
     }
     return Utf8(info.achName);
+}
+
+std::vector<std::string> FilterNames(IGraphBuilder* graph) {
+    ComPtr<IEnumFilters> filters;
+    Check(graph->EnumFilters(filters.GetAddressOf()), "the graph tells no filters");
+    std::vector<std::string> names;
+    for (ComPtr<IBaseFilter> filter;
+         filters->Next(1, filter.ReleaseAndGetAddressOf(), nullptr) == S_OK;) {
+        names.push_back(ClassName(filter.Get()));
+    }
+    return names;
+}
+
+void RunToEnd(const ComPtr<IGraphBuilder>& graph, const std::function<bool()>& goesOn,
+              const std::function<void(HRESULT)>& onRefused) {
+    const auto control = Query<IMediaControl>(graph, "the graph cannot be controlled");
+    const HRESULT run = control->Run();
+    try {
+        Check(run, "the graph does not run");
+        WaitForEnd(graph, goesOn, onRefused);
+    } catch (...) {
+        control->Stop();
+        throw;
+    }
+    control->Stop();
 }
 
 void ExplainFailedConnection(const MediaType& compressed, const std::string& formatName,

@@ -7,7 +7,6 @@
 #include "console.h"
 #include "frame_sink.h"
 #include "graph_tools.h"
-#include "interrupt.h"
 #include "text.h"
 
 namespace nyx::host {
@@ -40,46 +39,6 @@ class Counter {
     ComPtr<FrameSink> sink_;
 };
 
-/// The name that a filter's class is registered with, else what the graph calls it.
-std::string ClassName(IBaseFilter* filter) {
-    CLSID clsid{};
-    wchar_t name[256] = L"";
-    DWORD bytes = sizeof(name);
-    if (FAILED(filter->GetClassID(&clsid)) ||
-        RegGetValueW(HKEY_CLASSES_ROOT, Wide("CLSID\\" + GuidText(clsid)).c_str(), nullptr,
-                     RRF_RT_REG_SZ, nullptr, name, &bytes) != ERROR_SUCCESS) {
-        return FilterName(filter);
-    }
-    return Utf8(name);
-}
-
-void PrintFilters(IGraphBuilder* graph) {
-    ComPtr<IEnumFilters> filters;
-    Check(graph->EnumFilters(filters.GetAddressOf()), "the graph tells no filters");
-    for (ComPtr<IBaseFilter> filter;
-         filters->Next(1, filter.ReleaseAndGetAddressOf(), nullptr) == S_OK;) {
-        Print("filter: " + ClassName(filter.Get()) + "\n");
-    }
-}
-
-/// Runs to the end without a clock, as fast as it goes.
-void Run(const ComPtr<IGraphBuilder>& graph) {
-    constexpr long kPollMs = 100;
-    Check(Query<IMediaFilter>(graph, "the graph has no media filter")->SetSyncSource(nullptr),
-          "the graph keeps its clock");
-    const auto control = Query<IMediaControl>(graph, "the graph cannot be controlled");
-    const auto events = Query<IMediaEvent>(graph, "the graph has no events", IID_IMediaEvent);
-    Check(control->Run(), "the graph does not run");
-    long code = 0;
-    while (!Interrupted() && FAILED(events->WaitForCompletion(kPollMs, &code))) {
-    }
-    control->Stop();
-    if (code != EC_COMPLETE) {
-        throw Failure(code == 0 ? ExitCode::kInterrupted : ExitCode::kPlatform,
-                      code == 0 ? "interrupted" : "the graph aborted");
-    }
-}
-
 ExitCode RunRender(const std::string& path) {
     const auto graph = CreateObject<IGraphBuilder>(CLSID_FilterGraph, "no filter graph");
     const Counter pictures(graph.Get(), L"Pictures", IsPicture);
@@ -87,9 +46,13 @@ ExitCode RunRender(const std::string& path) {
     const HRESULT rendered = graph->RenderFile(Wide(path).c_str(), nullptr);
     pictures.LeaveIfIdle(graph.Get());
     sound.LeaveIfIdle(graph.Get());
-    PrintFilters(graph.Get());
+    for (const std::string& name : FilterNames(graph.Get())) {
+        Print("filter: " + name + "\n");
+    }
     Check(rendered, "the system does not play the file", ExitCode::kRefused);
-    Run(graph);
+    Check(Query<IMediaFilter>(graph, "the graph has no media filter")->SetSyncSource(nullptr),
+          "the graph keeps its clock");
+    RunToEnd(graph, [] { return true; });
     Print(Format("%ld pictures, %ld pieces of sound\n", pictures.Count(), sound.Count()));
     return ExitCode::kOk;
 }
