@@ -64,22 +64,19 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Image inAlpha(source, 1, width, height);
     const Image out(source, nyx::BytesPerPixel(to), width, height);
     const Image outAlpha(source, 1, width, height);
-    const nyx::ImagePlane* sourceAlpha = source.ConsumeBool() ? &inAlpha.plane : nullptr;
-    const nyx::ImagePlane* destinationAlpha =
-        source.ConsumeBool() && toYuv ? &outAlpha.plane : nullptr;
-    const auto number = [&](LONG least, LONG most) {
-        return source.ConsumeIntegralInRange<LONG>(least, most);
-    };
-    const LONG fromMode = number(0, 2), toMode = number(0, 2);
-    const LONG range = number(-1, 2), matrix = number(-1, 3);
+    const auto* sourceAlpha = source.ConsumeBool() ? &inAlpha.plane : nullptr;
+    const auto* destinationAlpha = source.ConsumeBool() && toYuv ? &outAlpha.plane : nullptr;
+    const auto fromMode = source.ConsumeIntegralInRange<LONG>(0, 2);
+    const auto toMode = source.ConsumeIntegralInRange<LONG>(0, 2);
+    const auto range = source.ConsumeIntegralInRange<LONG>(-1, 2);
+    const auto matrix = source.ConsumeIntegralInRange<LONG>(-1, 3);
     source.ConsumeData(in.bytes.data(), in.bytes.size());
     source.ConsumeData(inAlpha.bytes.data(), inAlpha.bytes.size());
 
     nyx::Conversion conversion;
-    HRESULT result =
-        nyx::ChooseConversion({from, to, range, matrix, sourceAlpha || destinationAlpha, fromMode,
-                               toYuv ? fromMode : toMode},
-                              &conversion);
+    const bool alpha = sourceAlpha || destinationAlpha;
+    HRESULT result = nyx::ChooseConversion(
+        {from, to, range, matrix, alpha, fromMode, toYuv ? fromMode : toMode}, &conversion);
     if (SUCCEEDED(result)) {
         result = nyx::RunConversion(nyx::GetCpuInfo(), conversion,
                                     {&in.plane, &out.plane, sourceAlpha, destinationAlpha}, width,

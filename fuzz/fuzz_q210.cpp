@@ -1,11 +1,12 @@
-/// The 10-bit codec both ways and the geometry of pictures, with headers up to the 32-bit limits,
-/// strides and lengths that need not fit each other, and memory that is refused: only the described
-/// picture is written, and a refused frame leaves it untouched.
+/// The 10-bit codec both ways, the chunks in front of a frame and the geometry of pictures, with
+/// headers up to the 32-bit limits, strides and lengths that need not fit each other: nothing
+/// outside the frame is read, only the described picture is written, and a refused frame leaves it
+/// untouched.
 
 #include <algorithm>
-#include <new>
 #include <vector>
 
+#include "codecs/frame_chunks.h"
 #include "codecs/pixel_format_index.h"
 #include "codecs/ten_bit_codec.h"
 #include "fuzz/byte_source.h"
@@ -17,7 +18,6 @@ using nyx::fuzz::ByteSource;
 using nyx::fuzz::Require;
 
 constexpr BYTE kUntouched = 0xA5;
-bool starved = false;
 
 /// A header with every field that counts from the fuzzer; a sound one of a small picture more
 /// often.
@@ -26,9 +26,9 @@ BITMAPINFOHEADER AnyHeader(ByteSource& source) {
         {FourCC("YUY2"), 16}, {BI_RGB, 24},         {BI_RGB, 32},         {FourCC("Q210"), 20},
         {FourCC("v210"), 20}, {FourCC("v408"), 32}, {FourCC("b64a"), 64}, {FourCC("r4fl"), 128}};
     const auto [compression, bits] = source.PickValueInArray(kLayouts);
-    const LONG width = source.ConsumeIntegralInRange<LONG>(0, 200);
-    const LONG height = source.ConsumeIntegralInRange<LONG>(-20, 20);
-    BITMAPINFOHEADER header = {40, width, height, 1, bits, compression, 0, 0, 0, 0, 0};
+    BITMAPINFOHEADER header = {40, 0, 0, 1, bits, compression, 0, 0, 0, 0, 0};
+    header.biWidth = source.ConsumeIntegralInRange<LONG>(0, 200);
+    header.biHeight = source.ConsumeIntegralInRange<LONG>(-20, 20);
     if (source.ConsumeProbability<float>() < 0.2f) {
         const std::vector<BYTE> any = source.ConsumeBytes<BYTE>(16);  // up to the bit count
         std::copy(any.begin(), any.end(), reinterpret_cast<BYTE*>(&header));
@@ -56,12 +56,19 @@ void CheckGeometry(ByteSource& source, const BITMAPINFOHEADER& header) {
     Require(first >= 0 && first <= most && last >= 0 && last <= most);
 }
 
-}  // namespace
-
-/// What the product asks for without exceptions; refused while a call is starved.
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-    return starved ? nullptr : ::operator new[](size);
+/// The coded part of a frame ends with it, and what the codec tells of it is what the chunks say.
+void CheckChunks(nyx::CTenBitCodec& codec, const BITMAPINFOHEADER& header,
+                 const std::vector<BYTE>& bytes) {
+    const nyx::ByteSpan frame(bytes.data(), bytes.size()), coded = nyx::SkipInfoChunk(frame);
+    Require(coded.empty() || coded.data() + coded.size() == frame.data() + frame.size());
+    nyx::FrameInfo info;
+    const bool told = codec.GetFrameInfo(&header, bytes.data(), 400000, &info) == S_OK;
+    const auto words = nyx::FrameChunks(frame).Info();
+    Require(told == words.has_value() && info.infoA == (told ? words->infoA : -1));
+    Require(info.fieldOrder >= nyx::kTopFieldFirst && info.fieldOrder <= nyx::kProgressive);
 }
+
+}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     ByteSource source(data, size);
@@ -93,17 +100,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const LONG stride = gap == 0 ? 0 : bottomUp ? -row - gap : row + gap;
     BYTE* start = room.data() + (stride < 0 ? (row + gap) * (height - 1) : 0);
     const bool alpha = source.ConsumeProbability<float>() < 0.1f;
-    starved = source.ConsumeProbability<float>() < 0.1f;
     if (decode) {
         const std::vector<BYTE> frame = source.ConsumeRemainingBytes<BYTE>();
         stream.biSizeImage = static_cast<DWORD>(frame.size());
+        CheckChunks(codec, stream, frame);
         const HRESULT result =
             codec.Decompress(&stream, frame.data(), &picture, alpha, start, stride, 0);
         Require(FAILED(result)
                     ? std::all_of(room.begin(), room.end(), [](BYTE b) { return b == kUntouched; })
                     : codec.DecompressQuery(&stream, &picture, alpha) == S_OK);
-        Require(result != E_OUTOFMEMORY || starved);
-        starved = false;
     } else {
         source.ConsumeData(room.data(), room.size());
         std::vector<BYTE> coded(most > 0 ? most - nyx::kChunkMargin : 1);
@@ -112,7 +117,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         // What was packed is a whole frame: it decodes again.
         stream = {sizeof(stream), picture.biWidth, height, 1, 20, FourCC("Q210"), 0, 0, 0, 0, 0};
         stream.biSizeImage = static_cast<DWORD>(coded.size());
-        starved = false;
         Require(FAILED(result) || codec.DecompressQuery(&stream, &picture, false) != S_OK ||
                 codec.Decompress(&stream, coded.data(), &picture, false, start, 0, 0) == S_OK);
     }

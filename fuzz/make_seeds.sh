@@ -4,7 +4,7 @@
 set -eu
 out=$1
 here=$(dirname "$0")
-for fuzzer in frame_chunks dif_parser q210 convert source; do
+for fuzzer in dif_parser q210 convert source; do
     mkdir -p "$out/fuzz_$fuzzer"
 done
 
@@ -23,8 +23,7 @@ picture 16x4 rgb48le rawvideo "$out/fuzz_convert/rgb48"
     printf 'INFO\060\0\0\0\001\0\0\0\002\0\0\0\013\0\0\0\012\0\0\0'
     printf 'FIEL\004\0\0\0\001\0\0\0RDRT\010\0\0\0\003\0\0\0\004\0\0\0'
     cat "$out/fuzz_q210/v210"
-} >"$out/fuzz_frame_chunks/info"
-cp "$out/fuzz_frame_chunks/info" "$out/fuzz_q210/info"
+} >"$out/fuzz_q210/info"
 
 # The headers, subcode and auxiliary blocks of two sequences of each variant: the parser looks at
 # no picture block.

@@ -137,29 +137,24 @@ TEST_P(Queries, TakeTheSizesOfTheCodecAndTellWhatItIs) {
 TEST(WorstCaseSizes, FollowTheirFormulas) {
     const PrivateUserRegistry defaults;
     Codecs codecs;
-    const BITMAPINFOHEADER rgb24 = RgbHeader(24, 718, -480), rgb32 = RgbHeader(32, 718, 480);
-    const BITMAPINFOHEADER v210 = MakeHeader(FourCC("v210"), 20, 1282, 720);
-    const struct {
-        int codec;
-        const BITMAPINFOHEADER& input;
-        bool alpha;
-        DWORD size;
-    } rows[] = {{kLossless, rgb24, false, 718 * 480 * 3 + 2064},
-                {kLossless, rgb32, true, 718 * 480 * 4 + 2064},
-                {kZeta2, rgb24, false, 718 * 480 * 20 / 8 * 30 / 100 + 1064},
-                {kZeta2, rgb24, true, 718 * 480 * 20 / 8 * 2 * 30 / 100 + 1064},
-                {kZeta2, v210, true, 27 * 720 * 128 + 1064},
-                {kZeta, rgb24, false, 718 * 480 * 2 * 30 / 100 + 1064},
-                {kZeta, rgb24, true, 718 * 480 * 48 / 10 + 1064},
-                {kMpeg, rgb24, false, 0},
-                {kTenBit, v210, false, 27 * 720 * 128 + 1064}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(codecs.all[row.codec]->GetMaxCompressedSize(&row.input, row.alpha), row.size)
-            << kFourCCs[row.codec];
-    }
+    const auto expect = [&](DWORD size, int codec, DWORD fourcc, WORD bits, LONG height,
+                            bool alpha = false) {
+        const auto input = MakeHeader(fourcc, bits, height < 0 ? 718 : 1282, height);
+        EXPECT_EQ(codecs.all[codec]->GetMaxCompressedSize(&input, alpha), size) << kFourCCs[codec];
+    };
+    const DWORD v210 = FourCC("v210");
+    expect(718 * 480 * 3 + 2064, kLossless, BI_RGB, 24, -480);
+    expect(718 * 480 * 4 + 2064, kLossless, BI_RGB, 32, -480, true);
+    expect(718 * 480 * 20 / 8 * 30 / 100 + 1064, kZeta2, BI_RGB, 24, -480);
+    expect(718 * 480 * 20 / 8 * 2 * 30 / 100 + 1064, kZeta2, BI_RGB, 24, -480, true);
+    expect(27 * 720 * 128 + 1064, kZeta2, v210, 20, 720, true);
+    expect(718 * 480 * 2 * 30 / 100 + 1064, kZeta, BI_RGB, 24, -480);
+    expect(718 * 480 * 48 / 10 + 1064, kZeta, BI_RGB, 24, -480, true);
+    expect(0, kMpeg, BI_RGB, 24, -480);
+    expect(27 * 720 * 128 + 1064, kTenBit, v210, 20, 720);
     codecs.zeta.SetParameters({0, 19, 0, 4}, false);  // the floor of 16 bytes a block holds
-    EXPECT_EQ(codecs.zeta.GetMaxCompressedSize(&rgb24, false), 45u * 30 * 16 + 1064);
-    EXPECT_EQ(CTenBitCodec::IsEngineAvailable(kEngineForEncoding), true);
+    expect(45 * 30 * 16 + 1064, kZeta, BI_RGB, 24, -480);
+    EXPECT_TRUE(CTenBitCodec::IsEngineAvailable(kEngineForEncoding));
 }
 
 }  // namespace
