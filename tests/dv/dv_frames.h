@@ -52,8 +52,8 @@ class DvFrame {
     BYTE& operator[](std::size_t offset) { return bytes_.at(offset); }
     DvFrame Cut(std::size_t size) const { return DvFrame({data(), data() + size}); }
 
-    /// Where in the frame `pack`, a result of the parser, lies; -1 for null.
-    std::ptrdiff_t OffsetOf(const BYTE* pack) const { return pack ? pack - data() : -1; }
+    /// Where in the frame `pack`, a result of the parser, lies.
+    std::size_t OffsetOf(const BYTE* pack) const { return std::size_t(pack - data()); }
 
     /// Writes one pack, ID byte first.
     void Put(std::size_t offset, std::initializer_list<BYTE> pack) {

@@ -246,8 +246,7 @@ void ExpectOrder(std::size_t bytes, BYTE id, const std::vector<std::size_t>& ord
     for (auto place = order.end(); place-- != order.begin();) {
         if (std::find(order.begin(), place, *place) == place) {
             frame[*place] = id;
-            ASSERT_EQ(frame.OffsetOf(find(frame)), static_cast<std::ptrdiff_t>(*place))
-                << "pack " << std::hex << +id << std::dec << ", frame of " << bytes;
+            ASSERT_EQ(frame.OffsetOf(find(frame)), *place) << "pack " << +id << " of " << bytes;
         }
     }
 }
