@@ -6,7 +6,12 @@ quiet_ffmpeg() { ffmpeg -nostdin -hide_banner -loglevel error -y "$@"; }
 
 run_nyxhost() { wine "$nyxhost" "$@" </dev/null; }
 
-windows_path() { wine winepath -w "$1" </dev/null | tr -d '\r'; }
+# As Wine names it: its drive Z is the root.
+windows_path() {
+    local path
+    path=$(realpath -m "$1")
+    echo "Z:${path//\//\\}"
+}
 
 # Lets programs find the engine libraries of $engines, or of a subfolder of it, by their bare names.
 use_engines() { # [SUBFOLDER]

@@ -9,7 +9,6 @@ cp info.avi broken.avi
 at=$(grep -abo INFO broken.avi | tail -n 2 | head -n 1 | cut -d: -f1)
 patch broken.avi $((at + 4)) '\xff\xff\xff\xff'
 echo "no film" >text.avi
-: >empty.avi
 quiet_ffmpeg -f lavfi -i sine -t 0.1 -f avi sound.avi
 mkdir -p taken/clip-rgb32-00001.png
 head -c $((720 * 480 * 12)) /dev/zero >pictures.raw
@@ -21,14 +20,10 @@ while IFS='|' read -r code arguments text; do
     says "$text"
 done <<TABLE
 0|--help|Exit codes:
-1||subcommand
-1|decode|clip is required
 1|decode clip.avi --format yv12|yv12
-1|decode clip.avi --frames 0|--frames
 1|decode clip.avi --from soon|--from
 1|decode clip.avi --from 3f|ends before
 1|encode pictures.raw none.avi --rgb24 --size 720x480|need
-1|encode pictures.raw none.avi $raw|--argb
 1|encode pictures.raw none.avi --rgb24 --size 720x480 --rate 25/0|--rate
 1|encode pictures.raw none.avi --rgb24 --quant 3 $raw|--quant
 1|encode clip.avi none.avi --preset 1 --quant 5|the custom one
@@ -36,7 +31,6 @@ done <<TABLE
 2|encode missing.avi none.avi|missing.avi
 2|encode pictures.raw none.avi --rgb24 ${raw/720/721}|no whole number of pictures
 3|decode text.avi|text.avi
-3|decode empty.avi|empty.avi
 3|info sound.avi|sound.avi
 5|decode clip.avi --format argb32|takes the clip but does not deliver argb32
 5|decode odd.avi --raw none.avi|Rokka Q210 Decoder refuses the clip's format

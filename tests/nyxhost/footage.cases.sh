@@ -9,7 +9,7 @@ while read -r file format bound; do
     for entry in "${footage[@]}"; do
         [[ $entry == "$file "* ]] || continue
         read -r _ size rate _ pixels coding sound_as <<<"$entry"
-        make_footage . "$file" "$size" "$rate" 4 "$pixels" "$coding" "$sound_as"
+        make_footage . "$file" "$size" "$rate" 2 "$pixels" "$coding" "$sound_as"
         play_footage "$file" "$size" "$format" .
         at_least "$bound" "$psnr" "$file as $format"
         [ $format = rgb24 ] || at_least inf "$luma" "$file: luma"

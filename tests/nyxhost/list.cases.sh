@@ -3,9 +3,7 @@ run 4 list
 says "nyxcodecs.dll: not registered; run regsvr32 nyxcodecs.dll" "nothing registered"
 run 4 decode clip.avi --raw none.raw # by the source's DLL beside the program
 says 'no decoder is registered for "Q210"'
-for way in "" /u ""; do
-    holds "regsvr32 $way" register nyxcodecs $way
-done
+holds "regsvr32" register nyxcodecs
 run 0 list
 says "nyxcodecs.dll: $(windows_path "$modules/nyxcodecs.dll")" "nyxsource.dll: not registered" \
     "engine missing or too old, rkzcore.dll (not found), rkzalpha.dll (not found)"
