@@ -33,26 +33,6 @@ HRESULT CBaseInputPin::Inactive() {
     return m_pAllocator->Decommit();
 }
 
-HRESULT CBaseInputPin::PassNotify(Quality& q) {
-    if (IQualityControl* const sink = m_pQSink) {
-        return sink->Notify(m_pFilter, q);
-    }
-    IPin* peer = nullptr;
-    if (FAILED(ConnectedTo(&peer))) {
-        return VFW_E_NOT_FOUND;
-    }
-    void* upstream = nullptr;
-    HRESULT hr = peer->QueryInterface(IID_IQualityControl, &upstream);
-    peer->Release();
-    if (FAILED(hr)) {
-        return VFW_E_NOT_FOUND;
-    }
-    auto* const control = static_cast<IQualityControl*>(upstream);
-    hr = control->Notify(m_pFilter, q);
-    control->Release();
-    return hr;
-}
-
 HRESULT STDMETHODCALLTYPE CBaseInputPin::GetAllocator(IMemAllocator** ppAllocator) {
     CheckPointer(ppAllocator, E_POINTER);
     *ppAllocator = nullptr;

@@ -17,9 +17,6 @@ class CBaseInputPin : public CBasePin, public IMemInputPin {
     HRESULT Inactive() override;
     /// `S_OK` when samples may come; `S_FALSE` while flushing; else why not.
     virtual HRESULT CheckStreaming() = 0;
-    /// Sends a quality message on upstream: to the sink that was set, else to the peer.
-    /// `VFW_E_NOT_FOUND` without either.
-    HRESULT PassNotify(Quality& q);
 
     /// The properties of the sample that was received last; its pointers are good as long as that.
     AM_SAMPLE2_PROPERTIES* SampleProps() { return &m_SampleProps; }

@@ -306,7 +306,6 @@ HRESULT STDMETHODCALLTYPE CBasePin::NewSegment(REFERENCE_TIME, REFERENCE_TIME, d
     return S_OK;
 }
 
-HRESULT STDMETHODCALLTYPE CBasePin::SetSink(IQualityControl* piqc) {
-    m_pQSink = piqc;
-    return S_OK;
+HRESULT STDMETHODCALLTYPE CBasePin::SetSink(IQualityControl*) {
+    return S_OK;  // no filter sends messages on: there is nobody to tell of it
 }

@@ -90,7 +90,6 @@ class CBasePin : public CUnknown, public IPin, public IQualityControl {
     CCritSec* m_pLock;  ///< the filter lock
     bool m_bRunTimeError = false;
     CBaseFilter* m_pFilter;
-    IQualityControl* m_pQSink = nullptr;  ///< not AddRef'd, as the interface asks
     CMediaType m_mt;
 
   private:

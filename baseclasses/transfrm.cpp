@@ -130,10 +130,6 @@ HRESULT CTransformFilter::CompleteConnect(PIN_DIRECTION, IPin*) {
     return S_OK;
 }
 
-HRESULT CTransformFilter::AlterQuality(Quality) {
-    return S_FALSE;
-}
-
 HRESULT CTransformFilter::EndOfStream() {
     return m_pOutput ? m_pOutput->DeliverEndOfStream() : S_OK;
 }

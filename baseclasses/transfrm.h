@@ -43,9 +43,8 @@ class CTransformFilter : public CBaseFilter {
     virtual HRESULT BreakConnect(PIN_DIRECTION dir);
     virtual HRESULT CompleteConnect(PIN_DIRECTION direction, IPin* pReceivePin);
 
-    /// A quality message from downstream, on any thread and under no lock. `S_FALSE` passes it on
-    /// upstream; anything else is the answer.
-    virtual HRESULT AlterQuality(Quality q);
+    /// Answers a quality message from downstream, on any thread and under no lock.
+    virtual HRESULT AlterQuality(Quality q) = 0;
 
     // The stream, as the input pin gets it.
     virtual HRESULT Receive(IMediaSample* pSample) = 0;

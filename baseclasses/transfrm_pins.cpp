@@ -184,8 +184,7 @@ HRESULT CTransformOutputPin::DecideBufferSize(IMemAllocator* pAlloc, ALLOCATOR_P
 }
 
 HRESULT STDMETHODCALLTYPE CTransformOutputPin::Notify(IBaseFilter*, Quality q) {
-    const HRESULT hr = m_pTransformFilter->AlterQuality(q);
-    return hr == S_FALSE ? m_pTransformFilter->m_pInput->PassNotify(q) : hr;
+    return m_pTransformFilter->AlterQuality(q);
 }
 
 HRESULT WINAPI CreatePosPassThru(LPUNKNOWN pAgg, BOOL bRenderer, IPin* pPin,

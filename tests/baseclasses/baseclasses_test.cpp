@@ -1,5 +1,4 @@
 #include <cctype>
-#include <cstring>
 
 #include "baseclasses/streams.h"
 #include "tests/support/rig.h"
@@ -9,7 +8,6 @@ namespace nyx::test {
 namespace {
 
 constexpr LONGLONG kFrame = 400000;  // 25 frames per second, 100-ns units
-constexpr BYTE kRefused = 13;
 
 /// A type with `number` as its whole format block, for the passthrough filter.
 MediaType Numbered(BYTE number) {
@@ -19,30 +17,22 @@ MediaType Numbered(BYTE number) {
     return type;
 }
 
-/// The smallest video transform filter: takes numbered types but one, makes nothing of its samples,
-/// writes down what the library calls and answers as it is told to.
+/// The smallest video transform filter: takes any type, makes nothing of its samples, writes down
+/// what the library calls and answers as it is told to.
 class Passthrough : public CVideoTransformFilter {
   public:
     Passthrough() : CVideoTransformFilter(NAME("Passthrough"), nullptr, GUID_NULL) {}
 
     std::string log;
-    HRESULT startResult = S_OK;
-    HRESULT transformResult = S_OK;
+    HRESULT startResult = S_OK, transformResult = S_OK;
     std::function<void()> onTransform = [] {};
-    bool handlesQuality = true;  ///< off: as a plain transform filter
-    int qualityMessages = 0;
 
     HRESULT Transform(IMediaSample*, IMediaSample*) override {
         onTransform();
-        log += "Transform ";
-        return transformResult;
+        return log += "Transform ", transformResult;
     }
-    HRESULT CheckInputType(const CMediaType* type) override {
-        return *type->pbFormat == kRefused ? E_INVALIDARG : S_OK;
-    }
-    HRESULT CheckTransform(const CMediaType*, const CMediaType* out) override {
-        return CheckInputType(out);
-    }
+    HRESULT CheckInputType(const CMediaType*) override { return S_OK; }
+    HRESULT CheckTransform(const CMediaType*, const CMediaType*) override { return S_OK; }
     HRESULT DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* request) override {
         request->cBuffers = request->cbBuffer = 1;
         return allocator->SetProperties(request, request);
@@ -55,51 +45,26 @@ class Passthrough : public CVideoTransformFilter {
         return FAILED(startResult) ? startResult : CVideoTransformFilter::StartStreaming();
     }
     HRESULT StopStreaming() override { return log += "Stop ", S_OK; }
-    HRESULT SetMediaType(PIN_DIRECTION direction, const CMediaType*) override {
-        EXPECT_TRUE(GetPin(direction)->IsConnected()) << "the peer may ask back";
-        return log += "Type ", S_OK;
-    }
-    HRESULT AlterQuality(Quality quality) override {
-        ++qualityMessages;
-        return handlesQuality ? CVideoTransformFilter::AlterQuality(quality)
-                              : CTransformFilter::AlterQuality(quality);
-    }
+    HRESULT SetMediaType(PIN_DIRECTION, const CMediaType*) override { return log += "Type ", S_OK; }
     CTransformInputPin* Input() { return GetPin(0) ? m_pInput : nullptr; }
     CTransformOutputPin* Output() { return GetPin(1) ? m_pOutput : nullptr; }
-    using CTransformFilter::m_csFilter;
-    using CTransformFilter::m_pOutput;
-    using CVideoTransformFilter::m_itrAvgDecode;
-    using CVideoTransformFilter::m_itrLate;
-    using CVideoTransformFilter::m_nKeyFramePeriod;
-    using CVideoTransformFilter::m_tDecodeStart;
-};
-
-/// The sink's allocator; remembers with which flags its buffers were asked for.
-struct FlagsAllocator : HostileAllocator {
-    std::vector<DWORD> flags;
-    STDMETHODIMP GetBuffer(IMediaSample** buffer, REFERENCE_TIME* start, REFERENCE_TIME* stop,
-                           DWORD asked) override {
-        flags.push_back(asked);
-        return HostileAllocator::GetBuffer(buffer, start, stop, asked);
-    }
+    using CVideoTransformFilter::m_csFilter, CVideoTransformFilter::m_itrAvgDecode,
+        CVideoTransformFilter::m_itrLate, CVideoTransformFilter::m_nKeyFramePeriod,
+        CVideoTransformFilter::m_tDecodeStart;
 };
 
 /// A passthrough filter between a source and a sink, in a stand-in graph.
 class BaseClasses : public ::testing::Test {
   protected:
-    BaseClasses() {
-        sink.ownAllocator = allocator;
-        filter->JoinFilterGraph(graph.Get(), L"");
-    }
     ~BaseClasses() override {
         filter->Stop();
-        input->Disconnect();
-        source.Disconnect();
-        sink.Disconnect();
+        input->Disconnect(), source.Disconnect(), sink.Disconnect();
         EXPECT_EQ(filter.Reset(), 0u) << "somebody still holds the filter";
         EXPECT_EQ(CBaseObject::ObjectsActive(), 0);
     }
     void Start() {
+        sink.ownAllocator = allocator;
+        filter->JoinFilterGraph(graph.Get(), L"");
         EXPECT_EQ(source.Connect(input, &one), S_OK);
         EXPECT_EQ(output->Connect(&sink, &one), S_OK);
         EXPECT_EQ(filter->Pause(), S_OK);
@@ -114,17 +79,15 @@ class BaseClasses : public ::testing::Test {
         EXPECT_EQ(Push(sample), S_OK);
         return sink.Count() != before;
     }
-    HRESULT Notify(REFERENCE_TIME late = 0) {
+    HRESULT Notify(REFERENCE_TIME late) {
         return output->Notify(sinkFilter.Get(), {Flood, 1000, late, 0});
     }
 
     const ComPtr<Graph> graph = Make<Graph>();
-    const ComPtr<End> sourceFilter = Make<End>(PINDIR_OUTPUT);
-    const ComPtr<End> sinkFilter = Make<End>(PINDIR_INPUT);
-    const ComPtr<FlagsAllocator> allocator = Make<FlagsAllocator>();
+    const ComPtr<End> sourceFilter = Make<End>(PINDIR_OUTPUT), sinkFilter = Make<End>(PINDIR_INPUT);
+    const ComPtr<HostileAllocator> allocator = Make<HostileAllocator>();
     ComPtr<Passthrough> filter{new Passthrough};
-    EndPin& source = sourceFilter->pin;
-    EndPin& sink = sinkFilter->pin;
+    EndPin &source = sourceFilter->pin, &sink = sinkFilter->pin;
     CTransformInputPin* const input = filter->Input();
     CTransformOutputPin* const output = filter->Output();
     const MediaType one = Numbered(1);
@@ -145,21 +108,15 @@ TEST_F(BaseClasses, QuestionsAboutPinsNeedNoFilterLock) {
     });
 }
 
-TEST_F(BaseClasses, ARefusalWithoutAReasonIsATypeNotAccepted) {
-    const MediaType refused = Numbered(kRefused);
-    EXPECT_EQ(source.Connect(input, &refused), VFW_E_TYPE_NOT_ACCEPTED);
-}
-
 TEST_F(BaseClasses, EnumeratorsOfPinsNoticeChanges) {
     ComPtr<IEnumPins> pins;
     ComPtr<IPin> pin;
     ASSERT_EQ(filter->EnumPins(&pins), S_OK);
-    EXPECT_EQ(pins->Next(1, &pin, nullptr), S_OK);
+    EXPECT_EQ(pins->Skip(1), S_OK);
     filter->IncrementPinVersion();
     EXPECT_EQ(pins->Skip(1), VFW_E_ENUM_OUT_OF_SYNC);
-    ComPtr<IEnumPins> clone;
-    EXPECT_EQ(pins->Clone(&clone), VFW_E_ENUM_OUT_OF_SYNC);
-    EXPECT_EQ(pins->Next(1, pin.ReleaseAndGetAddressOf(), nullptr), S_OK);
+    EXPECT_EQ(pins->Clone(ComPtr<IEnumPins>().GetAddressOf()), VFW_E_ENUM_OUT_OF_SYNC);
+    EXPECT_EQ(pins->Next(1, &pin, nullptr), S_OK);
     EXPECT_EQ(pin.Get(), input) << "afresh";
     EXPECT_EQ(pins->Skip(1), S_OK) << "in step again";
 }
@@ -169,7 +126,6 @@ TEST_F(BaseClasses, StreamingStartsAndStopsOncePerRunAndNotWithoutAllOfIt) {
     filter->Stop();
     filter->startResult = E_ABORT;
     EXPECT_EQ(filter->Run(0), E_ABORT);
-    EXPECT_TRUE(filter->IsStopped());
     EXPECT_EQ(Push(), VFW_E_WRONG_STATE);
     filter->startResult = S_OK;
     filter->log.clear();
@@ -180,48 +136,21 @@ TEST_F(BaseClasses, StreamingStartsAndStopsOncePerRunAndNotWithoutAllOfIt) {
     EXPECT_EQ(filter->log, "Start Stop Start Stop ");
     filter->Pause();
     EXPECT_EQ(input->BeginFlush(), S_OK);
-    const auto sample = MakeSample({{1}});
-    IMediaSample* samples[] = {sample.Get(), sample.Get()};
-    LONG taken = 9;
-    EXPECT_EQ(input->ReceiveMultiple(samples, 2, &taken), S_FALSE);
-    EXPECT_EQ(taken, 0);
+    EXPECT_EQ(Push(), S_FALSE);
     filter->Stop();
     filter->Pause();
-    EXPECT_EQ(Push(), S_OK) << "stopping ends the flush";
-    filter->Stop();
-    output->BreakConnect();
-    filter->log.clear();
-    EXPECT_EQ(filter->Pause(), VFW_E_NO_ALLOCATOR);
-    EXPECT_TRUE(filter->IsStopped());
-    EXPECT_EQ(filter->log, "Start Stop ");
-}
-
-TEST_F(BaseClasses, StopWaitsForTheFrameUnderWay) {
-    Start();
     std::thread stopper;
     filter->onTransform = [&] {
         stopper = std::thread([&] { filter->Stop(); });
         Sleep(30);
         EXPECT_FALSE(filter->IsStopped()) << "not while a frame is being made";
     };
-    EXPECT_EQ(Push(), S_OK);
+    EXPECT_EQ(Push(), S_OK) << "stopping ends the flush";
     stopper.join();
-    EXPECT_EQ(filter->log, "Transform Stop ");
-}
-
-TEST_F(BaseClasses, LatenessThatTheFilterLeavesAloneGoesToTheSinkOrUpstream) {
-    const ComPtr<Passthrough> upstream(new Passthrough);
-    const ComPtr<Passthrough> manager(new Passthrough);
-    filter->handlesQuality = false;
-    EXPECT_EQ(Notify(), VFW_E_NOT_FOUND) << "there is nobody";
-    ASSERT_EQ(source.Connect(upstream->Input(), &one), S_OK);
-    ASSERT_EQ(upstream->Output()->Connect(input, &one), S_OK);
-    EXPECT_EQ(Notify(), E_FAIL) << "the answer from upstream";
-    input->SetSink(manager->Output());
-    EXPECT_EQ(Notify(), E_FAIL);
-    EXPECT_EQ(manager->qualityMessages, 1);
-    EXPECT_EQ(upstream->qualityMessages, 1);
-    upstream->Input()->Disconnect();
+    output->BreakConnect();
+    filter->log.clear();
+    EXPECT_EQ(filter->Pause(), VFW_E_NO_ALLOCATOR);
+    EXPECT_EQ(filter->log, "Start Stop ");
 }
 
 TEST_F(BaseClasses, ANewTypeRestartsTheStreamAndEndsItWhereItCannot) {
@@ -242,94 +171,68 @@ TEST_F(BaseClasses, ANewTypeRestartsTheStreamAndEndsItWhereItCannot) {
     EXPECT_EQ(sink.Seen().endOfStream, 2);
     ComPtr<IMediaSample> buffer;
     EXPECT_EQ(allocator->GetBuffer(&buffer, nullptr, nullptr, AM_GBF_NOWAIT), S_OK) << "given back";
-    typed.type = Numbered(kRefused);
-    EXPECT_EQ(Push(typed), VFW_E_INVALIDMEDIATYPE);
-    EXPECT_EQ(graph->Seen().back().parameter, VFW_E_TYPE_NOT_ACCEPTED);
-    EXPECT_EQ(graph->Count(EC_ERRORABORT), 3);
-    EXPECT_EQ(sink.Seen().endOfStream, 2) << "the error came first";
-    EXPECT_EQ(Push(), VFW_E_RUNTIME_ERROR);
 }
 
 TEST_F(BaseClasses, AfterADiscontinuityThirtyFramesAtMostWaitForAKeyFrame) {
     Start();
-    Sample sample{{1}};
-    sample.syncPoint = false;
-    sample.discontinuity = true;
-    filter->transformResult = E_ABORT;
-    EXPECT_EQ(Push(sample), E_ABORT) << "a failure is returned as it is";
-    EXPECT_TRUE(graph->Seen().empty());
-    filter->transformResult = S_OK;
+    Sample sample{.bytes = {1}, .syncPoint = false, .discontinuity = true};
     for (int frame = 1; frame <= 30; ++frame) {
         EXPECT_EQ(Push(sample), S_OK);
         EXPECT_EQ(sink.Count(), frame == 30 ? 1u : 0u) << frame;
         sample.discontinuity = false;
     }
-}
-
-TEST_F(BaseClasses, WithheldFramesAreNewsOncePerRunAndTheAllocatorIsTold) {
-    Start();
-    EXPECT_TRUE(PushTimed(false));
     filter->transformResult = S_FALSE;
-    EXPECT_FALSE(PushTimed());
-    EXPECT_FALSE(PushTimed());
-    filter->Pause();
-    EXPECT_FALSE(PushTimed());
-    EXPECT_EQ(graph->Count(EC_QUALITY_CHANGE), 1) << "pausing does not make it news again";
-    const DWORD skipped = AM_GBF_PREVFRAMESKIPPED;
-    EXPECT_EQ(allocator->flags, (std::vector<DWORD>{AM_GBF_NOTASYNCPOINT, 0, skipped, 0}));
-    filter->Stop();
-    filter->Pause();
-    EXPECT_FALSE(PushTimed());
-    EXPECT_EQ(graph->Count(EC_QUALITY_CHANGE), 2) << "starting does";
+    for (const int news : {2, 3}) {
+        filter->Stop();
+        filter->Pause();
+        EXPECT_FALSE(PushTimed());
+        EXPECT_EQ(filter->Pause(), S_OK);
+        EXPECT_FALSE(PushTimed());
+        EXPECT_EQ(graph->Count(EC_QUALITY_CHANGE), news) << "withheld frames are, once per run";
+    }
 }
 
 TEST_F(BaseClasses, LateFramesAreLeftOutUpToTheNextKeyFrame) {
     // Upper-case frames are delivered, others left out; k is a key frame. A digit is the renderer's
     // word before the next frame: so many half frames late; '+' is 100 ns more than a frame.
     const struct {
-        const char* what;
         const char* frames;
         int avgDecode;
         LONGLONG leftLate;
     } rows[] = {
-        {"all keys, from the second on", "6KkkK", 300000, kFrame},
-        {"a frame late is not late", "K2K", 300000, kFrame},
-        {"more is", "K+k", kFrame / 4 + 1, 1},
-        {"groups of five: once later than the next key is away", "KDDDDK6D5dddKD", 300000,
-         -kFrame / 2},
-        {"the longest group counts", "KDDDDKDK3D", 300000, 3 * kFrame / 2},
-        {"decoding in next to no time", "K9K", kFrame / 4, 9 * kFrame / 2},
+        {"6KkkK", 300000, kFrame},                // all keys, from the second on
+        {"K2K", 300000, kFrame},                  // a frame late is not late
+        {"K+k", kFrame / 4 + 1, 1},               // more is
+        {"KDDDDK6D5dddKD", 300000, -kFrame / 2},  // once later than the next key is away
+        {"KDDDDKDK3D", 300000, 3 * kFrame / 2},   // the longest group counts
+        {"K9K", kFrame / 4, 9 * kFrame / 2},      // decoding in next to no time
     };
     Start();
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(row.frames);
         filter->Stop();
         filter->Pause();
         const int told = graph->Count(EC_QUALITY_CHANGE);
-        bool skipped = false;
-        bool last = false;
+        bool skipped = false, last = false;
         for (const char* at = row.frames; *at; ++at) {
-            if (*at == '+' || std::isdigit(*at)) {
+            if (!std::isalpha(*at)) {
                 EXPECT_EQ(Notify(*at == '+' ? kFrame + 1 : (*at - '0') * kFrame / 2), E_FAIL);
                 continue;
             }
             filter->m_itrAvgDecode = row.avgDecode;
             const bool key = std::toupper(*at) == 'K';
-            const bool delivered = std::isupper(*at) != 0;
-            EXPECT_EQ(PushTimed(key), delivered) << at;
-            if (delivered) {
-                EXPECT_EQ(allocator->flags.back(),
-                          (key ? 0 : AM_GBF_NOTASYNCPOINT) | (last ? AM_GBF_PREVFRAMESKIPPED : 0));
-            }
+            const bool delivered = PushTimed(key);
+            EXPECT_EQ(delivered, std::isupper(*at) != 0) << at;
+            EXPECT_TRUE(!delivered || allocator->flags == ((key ? 0 : AM_GBF_NOTASYNCPOINT) |
+                                                           (last ? AM_GBF_PREVFRAMESKIPPED : 0)));
             skipped |= last = !delivered;
         }
         EXPECT_EQ(filter->m_itrLate, row.leftLate);
         EXPECT_EQ(graph->Count(EC_QUALITY_CHANGE), told + skipped);
     }
     Notify(9 * kFrame);
-    sink.Forget();
     EXPECT_EQ(Push({{1}, time += kFrame}), S_OK);
-    EXPECT_EQ(sink.Count(), 1u) << "how long it is shown nobody says";
+    EXPECT_EQ(sink.Last().start, time) << "how long it is shown nobody says";
 }
 
 TEST_F(BaseClasses, StatisticsFollowTheFramesAndFlushingForgetsThem) {
@@ -347,45 +250,38 @@ TEST_F(BaseClasses, StatisticsFollowTheFramesAndFlushingForgetsThem) {
     }
     PushTimed();
     filter->log.clear();
-    EXPECT_EQ(input->BeginFlush(), S_OK);
-    EXPECT_EQ(input->EndFlush(), S_OK);
+    EXPECT_EQ(input->BeginFlush() | input->EndFlush(), S_OK);
     EXPECT_EQ(filter->log, "") << "the derived start is not called";
-    EXPECT_EQ(filter->m_itrLate, 0);
-    EXPECT_EQ(filter->m_nKeyFramePeriod, 0);
-    EXPECT_EQ(filter->m_itrAvgDecode, 300000);
-}
-
-BYTE bytes[] = {1, 2, 3, 4};
-constexpr ULONG kHuge = 0xFFFFFFF0u;  // no allocation can have it
-
-AM_MEDIA_TYPE Video(ULONG length = sizeof(bytes), BYTE* block = bytes) {
-    AM_MEDIA_TYPE type = PartialType(MEDIATYPE_Video, MEDIASUBTYPE_YUY2, FORMAT_VideoInfo);
-    type.cbFormat = length;
-    type.pbFormat = block;
-    return type;
+    EXPECT_EQ(std::tuple(+filter->m_itrLate, +filter->m_nKeyFramePeriod, +filter->m_itrAvgDecode),
+              std::tuple(0, 0, 300000));
 }
 
 TEST(MediaTypes, CopiesAreDeepAndWithoutMemoryWhatWasThereStays) {
+    constexpr ULONG kHuge = 0xFFFFFFF0u;  // no allocation can have it
     const auto held = Make<End>(PINDIR_INPUT);
-    AM_MEDIA_TYPE original = Video();
-    original.pUnk = held.Get();
+    MediaType original = Numbered(7);
+    original.pUnk = ComPtr<End>(held).Detach();
+    AM_MEDIA_TYPE huge = original;
+    huge.pUnk = nullptr;
+    huge.cbFormat = kHuge;
     HRESULT hr = S_OK;
-    for (const AM_MEDIA_TYPE& other : {original, Video(kHuge)}) {
+    {
         CMediaType copy(original, &hr);
         ASSERT_EQ(hr, S_OK);
-        EXPECT_EQ(copy.Set(other), other.cbFormat == kHuge ? E_OUTOFMEMORY : S_OK);
+        EXPECT_EQ(copy.Set(original), S_OK);
+        EXPECT_EQ(copy.Set(huge), E_OUTOFMEMORY);
         EXPECT_EQ(copy.AllocFormatBuffer(kHuge), nullptr);
-        EXPECT_EQ(held->References(), 2u);
-        ASSERT_EQ(copy.cbFormat, sizeof(bytes));
-        EXPECT_NE(copy.pbFormat, bytes);
-        EXPECT_EQ(std::memcmp(copy.pbFormat, bytes, sizeof(bytes)), 0);
+        EXPECT_EQ(held->References(), 3u);
+        EXPECT_EQ(copy.cbFormat, 1u);
+        EXPECT_NE(copy.pbFormat, original.pbFormat);
+        EXPECT_EQ(*copy.pbFormat, 7);
     }
-    EXPECT_EQ(held->References(), 1u);
-    const AM_MEDIA_TYPE huge = Video(kHuge);
+    EXPECT_EQ(held->References(), 2u);
     EXPECT_EQ(CreateMediaType(&huge), nullptr);
     CMediaType none(huge, &hr);
     EXPECT_EQ(hr, E_OUTOFMEMORY);
-    EXPECT_EQ(none.Set(Video(kHuge, nullptr)), S_OK) << "a count without a block is none";
+    huge.pbFormat = nullptr;
+    EXPECT_EQ(none.Set(huge), S_OK) << "a count without a block is none";
     EXPECT_EQ(none.cbFormat, 0u);
     EXPECT_EQ(*none.AllocFormatBuffer(1), 0);
 }

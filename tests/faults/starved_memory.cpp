@@ -27,10 +27,8 @@ void* __stdcall TaskAllocate(SIZE_T size) {
 SIZE_T __stdcall Query(const void* address, MEMORY_BASIC_INFORMATION* told, SIZE_T size) {
     ++starved.queries;
     const SIZE_T result = VirtualQueryEx(GetCurrentProcess(), address, told, size);
-    if (starved.answer == Answer::kReserved) {
-        told->State = MEM_RESERVE;
-        told->Protect = 0;
-    }
+    told->State = starved.answer == Answer::kReserved ? MEM_RESERVE : told->State;
+    told->Protect = starved.answer == Answer::kReserved ? 0 : told->Protect;
     told->AllocationProtect |= starved.answer == Answer::kWriteCombined ? PAGE_WRITECOMBINE : 0;
     return starved.answer == Answer::kUnknown ? 0 : result;
 }
@@ -44,7 +42,7 @@ SIZE_T(__stdcall* queryImport)
 (const void*, MEMORY_BASIC_INFORMATION*, SIZE_T) asm("__imp__VirtualQuery@12") = &Query;
 }
 
-// The other forms of the two come down to these.
+// The other forms come down to these.
 void* operator new(std::size_t size) {
     void* block = RunsOut() ? nullptr : std::malloc(size ? size : 1);
     starved.alive += block ? 1 : 0;

@@ -11,11 +11,12 @@ namespace nyx {
 namespace {
 
 constexpr wchar_t kKey[] = L"Software\\Veltro\\Codec\\TEST";
+constexpr DWORD kTest = FourCC("TEST");
 
 TEST(SettingPath, SplitsAtTheLastSeparatorThatNoLeadUnitSwallows) {
-    const auto split = [](const wchar_t* key, const wchar_t* name) {
-        const SettingPath path = SplitSettingPath(key, name);
-        return path.key + L"|" + path.value;
+    const auto split = [](const wchar_t* whole, const wchar_t* name) {
+        const auto [key, value] = SplitSettingPath(whole, name);
+        return key + L"|" + value;
     };
     const wchar_t* cases[][3] = {{L"A", L"v", L"A|v"},
                                  {L"A\\", L"v", L"A|v"},
@@ -25,20 +26,19 @@ TEST(SettingPath, SplitsAtTheLastSeparatorThatNoLeadUnitSwallows) {
                                  {L"A\x0081\\", L"v", L"A\x0081\\|v"},
                                  {L"A\x00FC", L"v", L"|A\x00FC\\v"},
                                  {nullptr, nullptr, L"\\|"}};
-    for (const auto& c : cases) {
-        EXPECT_EQ(split(c[0], c[1]), c[2]);
+    for (const auto& [key, name, expected] : cases) {
+        EXPECT_EQ(split(key, name), expected);
     }
     for (wchar_t unit : std::wstring(L"\x80\x81\x9F\xA0\xDF\xE0\xFC\xFD")) {
         const bool swallows = (unit >= 0x81 && unit <= 0x9F) || (unit >= 0xE0 && unit <= 0xFC);
-        const wchar_t name[] = {unit, L'\\', L'c', 0};
-        EXPECT_EQ(split(L"A", name).find(L'|'), swallows ? 1u : 3u) << int{unit};
+        EXPECT_EQ(split(L"A", (std::wstring{unit} + L"\\c").c_str()).find(L'|'), swallows ? 1u : 3u)
+            << int{unit};
     }
 }
 
-class Settings : public testing::Test {
-  protected:
-    Settings() { RegDeleteTreeW(HKEY_CURRENT_USER, kKey); }
+struct Settings : testing::Test {
     ~Settings() override { RegDeleteTreeW(HKEY_CURRENT_USER, kKey); }
+    const LSTATUS clear = RegDeleteTreeW(HKEY_CURRENT_USER, kKey);
 };
 
 TEST_F(Settings, FourRawBytesCountWhateverTheirType) {
@@ -53,12 +53,12 @@ TEST_F(Settings, FourRawBytesCountWhateverTheirType) {
 }
 
 TEST_F(Settings, WhatIsWrittenIsReadAsADwordUnderTheFourCC) {
-    EXPECT_EQ(WriteCodecSetting(FourCC("TEST"), L"preset", -7), ERROR_SUCCESS);
-    EXPECT_EQ(ReadCodecSetting(FourCC("TEST"), L"preset", 0), -7);
-    EXPECT_EQ(ReadCodecSetting(FourCC("TEST"), L"v", -3), -3) << "no value";
-    DWORD type = 0;
-    RegGetValueW(HKEY_CURRENT_USER, kKey, L"preset", RRF_RT_ANY, &type, nullptr, nullptr);
-    EXPECT_EQ(type, DWORD{REG_DWORD});
+    EXPECT_EQ(WriteCodecSetting(kTest, L"preset", -7), ERROR_SUCCESS);
+    EXPECT_EQ(ReadCodecSetting(kTest, L"preset", 0), -7);
+    EXPECT_EQ(ReadCodecSetting(kTest, L"v", -3), -3) << "no value";
+    EXPECT_EQ(RegGetValueW(HKEY_CURRENT_USER, kKey, L"preset", RRF_RT_REG_DWORD, nullptr, nullptr,
+                           nullptr),
+              0);
     EXPECT_EQ(WriteSettingDword(HKEY_CURRENT_USER, kKey, L"sub\\v", 7), ERROR_SUCCESS);
     EXPECT_EQ(ReadSettingDword(HKEY_CURRENT_USER, kKey, L"sub\\v", 42), 7u);
     EXPECT_EQ(ReadSettingDword(nullptr, kKey, L"v", 42), 42u);
@@ -74,16 +74,15 @@ TEST_F(Settings, PresetsReplaceOrClampWhatIsStored) {
         {1, 0, 9, 9, 0, 0, 50},  {1, 1, 9, 9, 1, 4, 40},     {1, 3, 9, 9, 3, 18, 4},
         {1, 4, 19, 3, 4, 18, 4}, {1, 4, -1, 101, 4, 0, 100}, {1, 5, 9, 9, 2, 5, 30}};
     const auto read = [](LONG rules) {
-        const EncoderParameters p =
-            ReadEncoderParameters(FourCC("TEST"), rules == 0 ? kZetaQuality : kZeta2Quality);
+        const auto p = ReadEncoderParameters(kTest, rules == 0 ? kZetaQuality : kZeta2Quality);
         return std::vector<LONG>{p.preset, p.quant_scale, p.max_stream_size, p.color_space};
     };
     EXPECT_EQ(read(0), (std::vector<LONG>{2, 5, 30, 0}));
     for (const auto& c : cases) {
-        WriteCodecSetting(FourCC("TEST"), L"preset", c[1]);
-        WriteCodecSetting(FourCC("TEST"), L"quant_scale", c[2]);
-        WriteCodecSetting(FourCC("TEST"), L"max_stream_size", c[3]);
-        WriteCodecSetting(FourCC("TEST"), L"color_space", 3);
+        WriteCodecSetting(kTest, L"preset", c[1]);
+        WriteCodecSetting(kTest, L"quant_scale", c[2]);
+        WriteCodecSetting(kTest, L"max_stream_size", c[3]);
+        WriteCodecSetting(kTest, L"color_space", 3);
         EXPECT_EQ(read(c[0]), (std::vector<LONG>{c[4], c[5], c[6], 3}));
     }
 }

@@ -24,21 +24,15 @@ struct Lies {
 /// A platform's sample whose memory is the suite's own and some of whose answers are lies.
 class HostileSample : public Object<IMediaSample2> {
   public:
-    /// `memory` owns what `data` points into. `typeHandedBack` is set when SetProperties is given
-    /// the sample's own type, which the platform's samples may free before they copy it.
-    HostileSample(IMediaSample* real, const Lies& lies, BYTE* data, LONG size,
-                  std::shared_ptr<void> memory, bool* typeHandedBack = nullptr)
-        : real_(real),
-          lies_(lies),
-          data_(data),
-          size_(size),
-          length_(size),
-          memory_(memory),
-          typeHandedBack_(typeHandedBack) {}
+    /// `typeHandedBack` is set when SetProperties is given the sample's own type, which the
+    /// platform's samples may free before they copy it.
+    HostileSample(IMediaSample* real, const Lies& lies, std::shared_ptr<BYTE> data, LONG size,
+                  bool* typeHandedBack = nullptr)
+        : real_(real), lies_(lies), data_(data), size_(size), typeHandedBack_(typeHandedBack) {}
     ~HostileSample() override { real_->SetMediaType(nullptr); }
 
     STDMETHODIMP GetPointer(BYTE** data) override {
-        return *data = lies_.nullPointer ? nullptr : data_, lies_.pointerResult;
+        return *data = lies_.nullPointer ? nullptr : data_.get(), lies_.pointerResult;
     }
     STDMETHODIMP_(LONG) GetSize() override { return size_; }
     STDMETHODIMP_(LONG) GetActualDataLength() override { return lies_.length.value_or(length_); }
@@ -47,7 +41,7 @@ class HostileSample : public Object<IMediaSample2> {
     }
     STDMETHODIMP GetProperties(DWORD size, BYTE* properties) override {
         AM_SAMPLE2_PROPERTIES record = Record();
-        record.pbBuffer = data_;
+        record.pbBuffer = data_.get();
         record.cbBuffer = GetSize();
         record.lActual = GetActualDataLength();
         std::memcpy(properties, &record, std::min<std::size_t>(size, sizeof(record)));
@@ -100,10 +94,9 @@ class HostileSample : public Object<IMediaSample2> {
 
     const ComPtr<IMediaSample> real_;
     const Lies lies_;
-    BYTE* const data_;
+    const std::shared_ptr<BYTE> data_;
     const LONG size_;
-    LONG length_;
-    const std::shared_ptr<void> memory_;
+    LONG length_ = size_;
     bool* const typeHandedBack_;
 };
 
@@ -128,12 +121,12 @@ class HostileAllocator : public Object<IMemAllocator> {
     HRESULT setPropertiesResult = S_OK;
     Lies lies;
     /// Bytes by which a buffer is shorter than promised and lies off an aligned address.
-    LONG shorter = 0;
-    LONG misaligned = 0;
+    LONG shorter = 0, misaligned = 0;
     std::optional<MediaType> nextType;  ///< attached to the next buffer only
     DWORD protection = PAGE_READWRITE;  ///< of the buffers' memory
     ALLOCATOR_PROPERTIES requested{};
     bool typeHandedBack = false;
+    DWORD flags = 0;  ///< with which the last buffer was asked for
 
     /// The last buffer, and whether it and all around it are as they were handed out.
     std::vector<BYTE> Buffer() const { return {Data(), Data() + size_}; }
@@ -145,30 +138,31 @@ class HostileAllocator : public Object<IMemAllocator> {
     STDMETHODIMP SetProperties(ALLOCATOR_PROPERTIES* request,
                                ALLOCATOR_PROPERTIES* actual) override {
         requested = *request;
-        if (SUCCEEDED(setPropertiesResult)) {
-            properties_ = granted.value_or(*request);
-            properties_.cbBuffer = std::abs(properties_.cbBuffer);
-            *actual = properties_;
-            real_ = NewAllocator(std::max(properties_.cBuffers, 1L));
+        if (FAILED(setPropertiesResult)) {
+            return setPropertiesResult;
         }
-        return setPropertiesResult;
+        properties_ = granted.value_or(*request);
+        properties_.cbBuffer = std::abs(properties_.cbBuffer);
+        real_ = NewAllocator(std::max(properties_.cBuffers, 1L));
+        return *actual = properties_, setPropertiesResult;
     }
     STDMETHODIMP GetProperties(ALLOCATOR_PROPERTIES* p) override { return *p = properties_, S_OK; }
     STDMETHODIMP Commit() override { return real_->Commit(); }
     STDMETHODIMP Decommit() override { return real_->Decommit(); }
     STDMETHODIMP ReleaseBuffer(IMediaSample*) override { return E_NOTIMPL; }
     STDMETHODIMP GetBuffer(IMediaSample** buffer, REFERENCE_TIME* start, REFERENCE_TIME* stop,
-                           DWORD flags) override {
+                           DWORD asked) override {
+        flags = asked;
         *buffer = nullptr;
         ComPtr<IMediaSample> real;
-        if (const HRESULT result = real_->GetBuffer(&real, start, stop, flags)) {
+        if (const HRESULT result = real_->GetBuffer(&real, start, stop, asked)) {
             return result;
         }
         Prepare();
         real->SetMediaType(nextType ? &*nextType : nullptr);
         nextType.reset();
-        *buffer = new HostileSample(real.Get(), lies, Data(), static_cast<LONG>(size_), room_,
-                                    &typeHandedBack);
+        *buffer = new HostileSample(real.Get(), lies, std::shared_ptr<BYTE>(room_, Data()),
+                                    static_cast<LONG>(size_), &typeHandedBack);
         return S_OK;
     }
 
@@ -195,8 +189,7 @@ class HostileAllocator : public Object<IMemAllocator> {
     ComPtr<IMemAllocator> real_ = NewAllocator(1);
     ALLOCATOR_PROPERTIES properties_{};
     std::shared_ptr<BYTE> room_;
-    std::size_t roomSize_ = 0;
-    std::size_t size_ = 0;
+    std::size_t roomSize_ = 0, size_ = 0;
 };
 
 }  // namespace nyx::test

@@ -41,16 +41,8 @@ class PageFrame {
         CoTaskMemFree(info.pszTitle);
         // A dialog, as the system's frames are. Neither a caption nor activation: without a window
         // manager the system would wait for one.
-        WNDCLASSW type{};
-        type.lpfnWndProc = DefDlgProcW;
-        type.cbWndExtra = DLGWINDOWEXTRA;
-        type.hInstance = GetModuleHandleW(nullptr);
-        type.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_3DFACE + 1);
-        type.lpszClassName = L"NyxPageFrame";
-        RegisterClassW(&type);
-        frame = CreateWindowExW(WS_EX_CONTROLPARENT, type.lpszClassName, L"",
-                                WS_POPUP | WS_CLIPCHILDREN, 20, 20, info.size.cx, info.size.cy,
-                                nullptr, nullptr, type.hInstance, nullptr);
+        frame = CreateWindowExW(WS_EX_CONTROLPARENT, WC_DIALOG, L"", WS_POPUP | WS_CLIPCHILDREN, 20,
+                                20, info.size.cx, info.size.cy, nullptr, nullptr, nullptr, nullptr);
         ShowWindow(frame, SW_SHOWNOACTIVATE);
         const RECT place = {0, 0, info.size.cx, info.size.cy};
         if (!frame || FAILED(page->Activate(frame, &place, FALSE))) {

@@ -1,8 +1,6 @@
 #include "tests/support/rig.h"
 
-#include <algorithm>
 #include <cstdio>
-#include <cwchar>
 #include <stdexcept>
 
 #include "tests/support/guard.h"
@@ -20,26 +18,17 @@ LONG WINAPI EndOnCrash(EXCEPTION_POINTERS* crash) {
     return EXCEPTION_EXECUTE_HANDLER;
 }
 
-/// COM for the whole program.
-class ComEnvironment : public ::testing::Environment {
-  public:
-    void SetUp() override {
-        SetUnhandledExceptionFilter(EndOnCrash);
-        ASSERT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
-    }
-    void TearDown() override { CoUninitialize(); }
-};
-[[maybe_unused]] const auto* const environment =
-    ::testing::AddGlobalTestEnvironment(new ComEnvironment);
+/// For the whole program, its other threads included.
+[[maybe_unused]] const HRESULT com = [] {
+    SetUnhandledExceptionFilter(EndOnCrash);
+    return CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+}();
 
 }  // namespace
 
 ComPtr<IMediaSample> MakeSample(const Sample& sample, const Lies& lies) {
-    static const ComPtr<IMemAllocator> pool = [] {
-        ComPtr<IMemAllocator> allocator = NewAllocator(64);
-        allocator->Commit();
-        return allocator;
-    }();
+    static const ComPtr<IMemAllocator> pool = NewAllocator(64);
+    pool->Commit();
     ComPtr<IMediaSample> real;
     pool->GetBuffer(&real, nullptr, nullptr, 0);
     const auto flag = [](bool set, DWORD bit) { return set ? bit : 0; };
@@ -54,14 +43,13 @@ ComPtr<IMediaSample> MakeSample(const Sample& sample, const Lies& lies) {
     record.tStart = sample.start.value_or(0);
     record.tStop = sample.stop.value_or(0);
     As<IMediaSample2>(real)->SetProperties(record.cbData, reinterpret_cast<BYTE*>(&record));
-    LONGLONG from = sample.mediaStart.value_or(0);
-    LONGLONG to = from + 1;
+    LONGLONG from = sample.mediaStart.value_or(0), to = from + 1;
     real->SetMediaTime(sample.mediaStart ? &from : nullptr, &to);
     real->SetMediaType(sample.type ? const_cast<MediaType*>(&*sample.type) : nullptr);
 
     const auto memory = std::make_shared<GuardedMemory>(sample.bytes);
-    return Make<HostileSample>(real.Get(), lies, memory->data(),
-                               static_cast<LONG>(sample.bytes.size()), memory);
+    return Make<HostileSample>(real.Get(), lies, std::shared_ptr<BYTE>(memory, memory->data()),
+                               static_cast<LONG>(sample.bytes.size()));
 }
 
 Sample ReadSample(IMediaSample* sample) {
@@ -70,8 +58,7 @@ Sample ReadSample(IMediaSample* sample) {
     if (SUCCEEDED(sample->GetPointer(&data)) && data) {
         read.bytes.assign(data, data + sample->GetActualDataLength());
     }
-    LONGLONG start = 0;
-    LONGLONG stop = 0;
+    LONGLONG start = 0, stop = 0;
     const HRESULT timed = sample->GetTime(&start, &stop);
     read.start = SUCCEEDED(timed) ? std::optional(start) : std::nullopt;
     read.stop = timed == S_OK ? std::optional(stop) : std::nullopt;
@@ -94,17 +81,6 @@ Sample ReadSample(IMediaSample* sample) {
     return read;
 }
 
-HRESULT EndPin::Receive(IMediaSample* sample) {
-    {
-        const std::lock_guard lock(mutex_);
-        ++count_;
-        if (keepsSamples) {
-            samples_.push_back(ReadSample(sample));
-        }
-    }
-    return SinglePin::Receive(sample);
-}
-
 Rig::Rig(const CatalogueRow& filterRow, const Stream& inputStream)
     : row(filterRow), stream(inputStream), filter(Module().Create(filterRow.clsid)) {
     if (!filter || filter->FindPin(L"In", &input) != S_OK ||
@@ -119,46 +95,6 @@ Rig::~Rig() {
     filter->Stop();
     Disconnect();
     filter->JoinFilterGraph(nullptr, nullptr);
-}
-
-void Rig::Connect(std::size_t format, Block block) {
-    ASSERT_EQ(ConnectInput(), S_OK);
-    Stream as = stream;
-    as.block = block;
-    ASSERT_EQ(ConnectOutput(row.OutputType(format, as)), S_OK);
-}
-
-void Rig::Start(std::size_t format, Block block) {
-    Connect(format, block);
-    ASSERT_EQ(filter->Pause(), S_OK);
-}
-
-MediaType ConnectionType(const ComPtr<IPin>& pin) {
-    MediaType type;
-    pin->ConnectionMediaType(&type);
-    return type;
-}
-
-ComPtr<IPin> PeerOf(const ComPtr<IPin>& pin) {
-    ComPtr<IPin> peer;
-    pin->ConnectedTo(&peer);
-    return peer;
-}
-
-std::vector<MediaType> OfferedTypes(const ComPtr<IPin>& pin) {
-    std::vector<MediaType> types;
-    ComPtr<IEnumMediaTypes> enumerator;
-    pin->EnumMediaTypes(&enumerator);
-    AM_MEDIA_TYPE* type = nullptr;
-    while (enumerator && enumerator->Next(1, &type, nullptr) == S_OK) {
-        types.push_back(MediaType::Adopt(type));
-    }
-    return types;
-}
-
-ComTest::~ComTest() {
-    EXPECT_EQ(liveObjects, 0) << "the module still holds objects of the host";
-    EXPECT_EQ(Module().CanUnloadNow(), S_OK) << "objects of the module are still alive";
 }
 
 }  // namespace nyx::test

@@ -22,9 +22,7 @@ struct Sample {
     std::optional<LONGLONG> start{};
     std::optional<LONGLONG> stop{};  ///< counts only together with `start`
     std::optional<LONGLONG> mediaStart{};
-    bool syncPoint = true;
-    bool preroll = false;
-    bool discontinuity = false;
+    bool syncPoint = true, preroll = false, discontinuity = false;
     DWORD typeFlags = 0;  ///< the type-specific ones
     std::optional<MediaType> type{};
 };
@@ -36,12 +34,8 @@ Sample ReadSample(IMediaSample* sample);
 
 /// What a sink has seen besides samples.
 struct Events {
-    int endOfStream = 0;
-    int beginFlush = 0;
-    int endFlush = 0;
-    int newSegment = 0;
-    REFERENCE_TIME segmentStart = 0;
-    REFERENCE_TIME segmentStop = 0;
+    int endOfStream = 0, beginFlush = 0, endFlush = 0, newSegment = 0;
+    REFERENCE_TIME segmentStart = 0, segmentStop = 0;
     double rate = 0;
 };
 
@@ -53,9 +47,7 @@ class EndPin : public host::SinglePin {
 
     ComPtr<HostileAllocator> ownAllocator;  ///< null: none to offer, what it is told is used
     std::optional<ALLOCATOR_PROPERTIES> requirements;
-    HRESULT notifyResult = S_OK;
-    HRESULT canBlockResult = S_OK;
-    HRESULT endOfStreamResult = S_OK;
+    HRESULT notifyResult = S_OK, canBlockResult = S_OK, endOfStreamResult = S_OK;
     bool keepsSamples = true;
 
     BOOL readOnly = FALSE;  ///< what the peer told together with the allocator
@@ -106,7 +98,14 @@ class EndPin : public host::SinglePin {
         *properties = requirements.value_or(*properties);
         return requirements ? S_OK : E_NOTIMPL;
     }
-    STDMETHODIMP Receive(IMediaSample* sample) override;
+    STDMETHODIMP Receive(IMediaSample* sample) override {
+        {
+            const std::lock_guard lock(mutex_);
+            ++count_;
+            keepsSamples ? samples_.push_back(ReadSample(sample)) : void();
+        }
+        return SinglePin::Receive(sample);
+    }
     STDMETHODIMP ReceiveCanBlock() override { return canBlockResult; }
 
   private:
@@ -144,6 +143,7 @@ class Graph : public Object<IFilterGraph, IMediaEventSink> {
     struct Event {
         long code;
         LONG_PTR parameter;
+        bool operator==(long other) const { return code == other; }
     };
     std::vector<Event> Seen() const {
         const std::lock_guard lock(mutex_);
@@ -152,8 +152,7 @@ class Graph : public Object<IFilterGraph, IMediaEventSink> {
     /// How many events of this code have come.
     int Count(long code) const {
         const auto all = Seen();
-        const auto is = [code](const Event& event) { return event.code == code; };
-        return static_cast<int>(std::count_if(all.begin(), all.end(), is));
+        return static_cast<int>(std::count(all.begin(), all.end(), code));
     }
 
     STDMETHODIMP AddFilter(IBaseFilter*, LPCWSTR) override { return E_NOTIMPL; }
@@ -201,9 +200,16 @@ struct Rig {
     HRESULT ConnectOutput() { return output->Connect(&sink, nullptr); }
     HRESULT ConnectOutput(const MediaType& type) { return output->Connect(&sink, &type); }
     /// Both sides; the output as position `format` of the row's list in the given form.
-    void Connect(std::size_t format = 0, Block block = Block::kVideoInfo2);
+    void Connect(std::size_t format = 0, Block block = Block::kVideoInfo2) {
+        ASSERT_EQ(ConnectInput(), S_OK);
+        const Stream as = {stream.width, stream.height, stream.frameDuration, block};
+        ASSERT_EQ(ConnectOutput(row.OutputType(format, as)), S_OK);
+    }
     /// Connect, then pause: samples flow from here on.
-    void Start(std::size_t format = 0, Block block = Block::kVideoInfo2);
+    void Start(std::size_t format = 0, Block block = Block::kVideoInfo2) {
+        Connect(format, block);
+        ASSERT_EQ(filter->Pause(), S_OK);
+    }
     /// Takes the connections apart on either end; the filter must be stopped.
     void DisconnectOutput() { output->Disconnect(), sink.Disconnect(); }
     void Disconnect() { DisconnectOutput(), input->Disconnect(), source.Disconnect(); }
@@ -231,17 +237,37 @@ struct Rig {
 };
 
 /// The type of the connection as the pin reports it, empty when there is none.
-MediaType ConnectionType(const ComPtr<IPin>& pin);
+inline MediaType ConnectionType(const ComPtr<IPin>& pin) {
+    MediaType type;
+    pin->ConnectionMediaType(&type);
+    return type;
+}
 /// The peer of a pin, null when it is not connected.
-ComPtr<IPin> PeerOf(const ComPtr<IPin>& pin);
+inline ComPtr<IPin> PeerOf(const ComPtr<IPin>& pin) {
+    ComPtr<IPin> peer;
+    pin->ConnectedTo(&peer);
+    return peer;
+}
 /// The types that a pin enumerates, in order.
-std::vector<MediaType> OfferedTypes(const ComPtr<IPin>& pin);
+inline std::vector<MediaType> OfferedTypes(const ComPtr<IPin>& pin) {
+    std::vector<MediaType> types;
+    ComPtr<IEnumMediaTypes> enumerator;
+    pin->EnumMediaTypes(&enumerator);
+    AM_MEDIA_TYPE* type = nullptr;
+    while (enumerator && enumerator->Next(1, &type, nullptr) == S_OK) {
+        types.push_back(MediaType::Adopt(type));
+    }
+    return types;
+}
 
 /// A test that uses the module in this process, with the stand-in engines on the search path. When
 /// it and its members are gone, so must be every object of the module and of the suite.
 class ComTest : public ::testing::Test {
   protected:
-    ~ComTest() override;
+    ~ComTest() override {
+        EXPECT_EQ(liveObjects, 0) << "the module still holds objects of the host";
+        EXPECT_EQ(Module().CanUnloadNow(), S_OK) << "objects of the module are still alive";
+    }
 
   private:
     EngineSearch engines_;

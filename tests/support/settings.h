@@ -15,9 +15,8 @@ class PrivateUserRegistry {
   public:
     PrivateUserRegistry() {
         HKEY key = nullptr;
-        if (RegCreateKeyExW(HKEY_CURRENT_USER, path_.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS,
-                            nullptr, &key, nullptr) != ERROR_SUCCESS ||
-            RegOverridePredefKey(HKEY_CURRENT_USER, key) != ERROR_SUCCESS) {
+        if (RegCreateKeyW(HKEY_CURRENT_USER, path_.c_str(), &key) ||
+            RegOverridePredefKey(HKEY_CURRENT_USER, key)) {
             throw std::runtime_error("no private registry");
         }
         RegCloseKey(key);
@@ -29,8 +28,7 @@ class PrivateUserRegistry {
 
     /// Stores a 32-bit value in a key below the current user's.
     void Store(const std::wstring& key, const wchar_t* name, LONG value) const {
-        if (RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), name, REG_DWORD, &value,
-                            sizeof(value)) != ERROR_SUCCESS) {
+        if (RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), name, REG_DWORD, &value, 4)) {
             throw std::runtime_error("cannot store a value");
         }
     }
@@ -39,10 +37,9 @@ class PrivateUserRegistry {
     std::optional<LONG> Stored(const std::wstring& key, const wchar_t* name) const {
         LONG value = 0;
         DWORD size = sizeof(value);
-        return RegGetValueW(HKEY_CURRENT_USER, key.c_str(), name, RRF_RT_REG_DWORD, nullptr, &value,
-                            &size) == ERROR_SUCCESS
-                   ? std::optional<LONG>(value)
-                   : std::nullopt;
+        const LSTATUS error = RegGetValueW(HKEY_CURRENT_USER, key.c_str(), name, RRF_RT_REG_DWORD,
+                                           nullptr, &value, &size);
+        return error ? std::nullopt : std::optional(value);
     }
 
   private:
