@@ -39,23 +39,23 @@ std::vector<DWORD> WordsOf(const standin::Call& call) {
     return {call.words, call.words + call.wordCount};
 }
 
-standin::Call LastDecode() {
-    return test::LastCall(L"rkdvh.dll", standin::kDecode);
+standin::Call LastCall(standin::Purpose purpose = standin::kDecode) {
+    return test::LastCall(L"rkdvh.dll", purpose);
 }
 
 /// "YUY2" for 16 bits, else RGB.
-BITMAPINFOHEADER PictureHeader(WORD bits, LONG width, LONG height) {
-    return MakeHeader(bits == 16 ? FourCC("YUY2") : DWORD{BI_RGB}, bits, width, height);
+BITMAPINFOHEADER PictureHeader(LONG bits, LONG width, LONG height) {
+    return MakeHeader(bits == 16 ? FourCC("YUY2") : DWORD{BI_RGB}, WORD(bits), width, height);
 }
 
 /// A picture that ends where its memory ends; rows lie `stride` bytes apart.
 struct Picture {
-    Picture(WORD bits, LONG width, LONG height, LONG distance = 0)
-        : header(PictureHeader(bits, width, height)),
-          rowBytes(width * bits / 8),
-          stride(distance == 0 ? rowBytes : distance),
-          rows(std::abs(height)),
-          memory(static_cast<std::size_t>(stride * (rows - 1) + rowBytes), kUntouched) {}
+    LONG bits, width, height, distance = 0;
+    BITMAPINFOHEADER header = PictureHeader(bits, width, height);
+    LONG rowBytes = width * bits / 8, stride = distance == 0 ? rowBytes : distance;
+    LONG rows = std::abs(height);
+    test::GuardedMemory memory{static_cast<std::size_t>(stride * (rows - 1) + rowBytes),
+                               kUntouched};
 
     BYTE* Row(LONG y) const { return memory.data() + std::ptrdiff_t{y} * stride; }
     bool IsFilled(BYTE even, BYTE odd) const {
@@ -66,22 +66,17 @@ struct Picture {
         return filled;
     }
     bool IsUntouched() const { return IsFilled(kUntouched, kUntouched); }
-    bool IsBlack() const { return header.biBitCount == 16 ? IsFilled(0x10, 0x80) : IsFilled(0, 0); }
-
-    const BITMAPINFOHEADER header;
-    const LONG rowBytes, stride, rows;
-    const test::GuardedMemory memory;
+    bool IsBlack() const { return bits == 16 ? IsFilled(0x10, 0x80) : IsFilled(0, 0); }
 };
 
 /// The picture's rows in memory, resampled to another width.
 Bytes Resampled(const Picture& from, LONG width) {
-    const WORD bits = from.header.biBitCount;
-    const LONG perUnit = bits == 16 ? 2 : 1, rowBytes = width * bits / 8;
+    const LONG perUnit = from.bits == 16 ? 2 : 1, rowBytes = width * from.bits / 8;
     Bytes rows(static_cast<std::size_t>(rowBytes * from.rows));
-    (width > from.header.biWidth ? StretchRows : SqueezeRows)(
-        bits == 24 ? ResampleUnit::kThreeBytes : ResampleUnit::kFourBytes,
-        {from.Row(0), from.stride, from.header.biWidth / perUnit},
-        {rows.data(), rowBytes, width / perUnit}, from.rows);
+    (width > from.width ? StretchRows : SqueezeRows)(
+        from.bits == 24 ? ResampleUnit::kThreeBytes : ResampleUnit::kFourBytes,
+        {from.Row(0), from.stride, from.width / perUnit}, {rows.data(), rowBytes, width / perUnit},
+        from.rows);
     return rows;
 }
 
@@ -154,10 +149,10 @@ TEST_F(DvCodec, TheEngineIsToldSystemVariantAndLayout) {
             SCOPED_TRACE(c.clip);
             DvFrame frame = LoadFrame(c.clip);
             c.application ? frame.SetApplicationId(c.application) : void();
-            for (const WORD bits : {WORD{16}, WORD{24}, WORD{32}}) {
-                const Picture picture(bits, c.width, bits == 32 ? c.height : -c.height);
+            for (const LONG bits : {16, 24, 32}) {
+                const Picture picture{bits, c.width, bits == 32 ? c.height : -c.height};
                 ASSERT_EQ(Decode(c.fourcc, c.width, c.height, frame, picture), S_OK);
-                const standin::Call call = LastDecode();
+                const standin::Call call = LastCall();
                 const DWORD code = c.rgb24Code - (bits == 32) - (colorSpace == 1 ? 2 : 0);
                 const LONG first = bits == 32 ? c.height - 1 : 0;
                 EXPECT_EQ(WordsOf(call), Words(c.flags, call.words[1], picture.Row(first),
@@ -171,44 +166,42 @@ TEST_F(DvCodec, TheEngineIsToldSystemVariantAndLayout) {
 }
 
 TEST_F(DvCodec, ACallersStrideCountsFromTheTopUnlessItIsBelowARow) {
-    const Picture apart(24, 720, 576, 2400);
+    const Picture apart{24, 720, 576, 2400};
     ASSERT_EQ(DecodePal(pal_, apart, 2400), S_OK);
-    EXPECT_EQ(Words(LastDecode().words[2], LastDecode().words[3]), Words(apart.Row(0), 2400));
+    EXPECT_EQ(Words(LastCall().words[2], LastCall().words[3]), Words(apart.Row(0), 2400));
     EXPECT_EQ(apart.Row(0)[2160], kUntouched);
     for (const LONG stride : {1438, -1438, 1}) {
-        const Picture picture(16, 720, 576);
+        const Picture picture{16, 720, 576};
         EXPECT_EQ(DecodePal(pal_, picture, stride), E_FAIL);
         EXPECT_TRUE(picture.IsUntouched());
     }
 }
 
 TEST_F(DvCodec, WideScreenPicturesAreStretched) {
-    struct Case {
-        WORD bits;
-        LONG width, height;
-    };
-    for (const Case& c : {Case{16, 856, 480}, {16, 1024, 576}, {24, 856, -480}, {24, 1024, 576}}) {
-        SCOPED_TRACE(testing::Message() << c.bits << " bits, " << c.width << " x " << c.height);
-        const LONG height = std::abs(c.height);
+    constexpr LONG kCases[][3] = {
+        {16, 856, 480}, {16, 1024, 576}, {24, 856, -480}, {24, 1024, 576}};
+    for (const auto& [bits, width, signedHeight] : kCases) {
+        SCOPED_TRACE(testing::Message() << bits << " bits, " << width << " x " << signedHeight);
+        const LONG height = std::abs(signedHeight);
         const DvFrame frame = height == 576 ? pal_ : LoadFrame("dv25_525_16x9");
-        const Picture recorded(c.bits, 720, c.height);
+        const Picture recorded{bits, 720, signedHeight};
         ASSERT_EQ(Decode(kDv25, 720, height, frame, recorded), S_OK);
-        const Bytes expected = Resampled(recorded, c.width);
-        for (const LONG inputWidth : {c.width, LONG{720}}) {
-            const Picture picture(c.bits, c.width, c.height);
+        const Bytes expected = Resampled(recorded, width);
+        for (const LONG inputWidth : {width, LONG{720}}) {
+            const Picture picture{bits, width, signedHeight};
             ASSERT_EQ(Decode(kDv25, inputWidth, height, frame, picture), S_OK);
             EXPECT_TRUE(std::equal(expected.begin(), expected.end(), picture.Row(0)));
-            EXPECT_NE(LastDecode().words[2], DWORD(picture.Row(0)));
-            EXPECT_EQ(static_cast<LONG>(LastDecode().words[3]),
-                      720 * c.bits / 8 * (c.bits == 24 && c.height > 0 ? -1 : 1));
+            EXPECT_NE(LastCall().words[2], DWORD(picture.Row(0)));
+            EXPECT_EQ(static_cast<LONG>(LastCall().words[3]),
+                      720 * bits / 8 * (bits == 24 && signedHeight > 0 ? -1 : 1));
         }
     }
-    const Picture deep(32, 1024, 576);
-    const DWORD before = LastDecode().count;
+    const Picture deep{32, 1024, 576};
+    const DWORD before = LastCall().count;
     EXPECT_EQ(DecodePal(pal_, deep), S_OK);
     EXPECT_TRUE(deep.IsUntouched()) << "32-bit pixels are not stretched";
-    EXPECT_EQ(LastDecode().count, before + 1);
-    const Picture padded(16, 736, 576);
+    EXPECT_EQ(LastCall().count, before + 1);
+    const Picture padded{16, 736, 576};
     ASSERT_EQ(DecodePal(pal_, padded), S_OK);
     EXPECT_TRUE(ShowsFrame(padded.Row(575), 720, 575, pal_));
     EXPECT_TRUE(padded.Row(575)[1440] == kUntouched && padded.Row(575)[1471] == kUntouched);
@@ -217,8 +210,7 @@ TEST_F(DvCodec, WideScreenPicturesAreStretched) {
 TEST_F(DvCodec, WhatIsNoFrameOfTheSizeIsABlackPictureAndNeverReachesTheEngine) {
     struct Case {
         DvFrame frame;
-        WORD bits;
-        LONG width, height, outputWidth, stride;
+        LONG bits, width, height, outputWidth, stride;
     };
     const Case cases[] = {
         {DvFrame::Blank(120000), 16, 720, 480, 720, 0},
@@ -232,19 +224,19 @@ TEST_F(DvCodec, WhatIsNoFrameOfTheSizeIsABlackPictureAndNeverReachesTheEngine) {
         {pal_, 16, 720, 480, 720, 0},  // another height, another variant
         {LoadFrame("dvcprohd_720_50"), 16, 720, 576, 720, 0},
     };
-    const DWORD before = LastDecode().count;
+    const DWORD before = LastCall().count;
     for (const Case& c : cases) {
         SCOPED_TRACE(&c - cases);
-        const Picture picture(c.bits, c.outputWidth, c.height, c.stride);
+        const Picture picture{c.bits, c.outputWidth, c.height, c.stride};
         EXPECT_EQ(Decode(kDv25, c.width, c.height, c.frame, picture, c.stride), E_FAIL);
         EXPECT_TRUE(picture.IsBlack());
         EXPECT_TRUE(c.stride == 0 || picture.Row(0)[1440] == kUntouched);
     }
-    EXPECT_EQ(LastDecode().count, before);
+    EXPECT_EQ(LastCall().count, before);
 
     // A sample that ends before the length it claims, before its tag even; a picture that is gone.
     for (const std::size_t size : {100u, 0u}) {
-        const Picture picture(16, 720, 576);
+        const Picture picture{16, 720, 576};
         for (int i = 0; i < 2; ++i) {
             EXPECT_EQ(Decode(kDv25, 720, 576, pal_.Cut(size), picture, 0, 144000), E_FAIL);
             EXPECT_TRUE(picture.IsBlack());
@@ -258,18 +250,18 @@ TEST_F(DvCodec, AFaultIsBlackARefusalLeavesThePictureAlone) {
     for (const char* what : {"decode:access", "decode:divide", "decode:throw"}) {
         const test::Misbehaviour misbehaviour(what);
         for (const LONG width : {720, 736, 1024}) {
-            const Picture picture(16, width, 576);
+            const Picture picture{16, width, 576};
             EXPECT_EQ(DecodePal(pal_, picture), E_FAIL) << what;
             EXPECT_TRUE(picture.IsBlack()) << what << width;
         }
     }
     DvFrame type15 = LoadFrame("dvcprohd_1080_50");
     type15.SetPackByte(0x60, 3, 0xF5);
-    const Picture hd(16, 1440, 1080);
+    const Picture hd{16, 1440, 1080};
     EXPECT_EQ(Decode(kDvHd, 1440, 1080, type15, hd), E_FAIL);
     EXPECT_TRUE(hd.IsUntouched());
 
-    const Picture picture(16, 720, 576);
+    const Picture picture{16, 720, 576};
     const BITMAPINFOHEADER input = MakeHeader(kDv25, 24, 720, 576, pal_.size());
     const BITMAPINFOHEADER outputs[] = {PictureHeader(16, 700, 576), PictureHeader(16, 720, 480),
                                         MakeHeader(FourCC("v408"), 16, 720, 576), picture.header};
@@ -311,8 +303,7 @@ TEST_F(DvCodec, PicturesAreEncodedBySizeAndSettings) {
     struct Case {
         DWORD fourcc;
         std::set<std::wstring> settings;
-        WORD bits;
-        LONG width, height;
+        LONG bits, width, height;
         DWORD flags, length, code;
     };
     const Case cases[] = {
@@ -336,7 +327,7 @@ TEST_F(DvCodec, PicturesAreEncodedBySizeAndSettings) {
             WriteCodecSetting(c.fourcc, setting, c.settings.count(setting) != 0 ? 2 : 0);
         }
         codecs_.clear();
-        const Picture picture(c.bits, c.width, c.height);
+        const Picture picture{c.bits, c.width, c.height};
         std::generate(picture.Row(0), picture.Row(0) + picture.memory.size(),
                       [n = 0u]() mutable { return static_cast<BYTE>((n += 2654435761u) >> 24); });
         Bytes frame(576000);
@@ -354,7 +345,7 @@ TEST_F(DvCodec, PicturesAreEncodedBySizeAndSettings) {
             codec.Compress(&picture.header, false, picture.Row(0), &output, frame.data(), 0, 0, 0),
             S_OK);
         EXPECT_EQ(output.biSizeImage, c.length);
-        const standin::Call call = test::LastCall(L"rkdvh.dll", standin::kEncode);
+        const standin::Call call = LastCall(standin::kEncode);
         const bool squeezed = c.fourcc == kDv25 && c.width != 720;
         const bool bottomUp = c.bits != 16 && c.height > 0;
         const LONG rowBytes = (squeezed ? 720 : c.width) * c.bits / 8;
@@ -373,7 +364,7 @@ TEST_F(DvCodec, PicturesAreEncodedBySizeAndSettings) {
     BITMAPINFOHEADER output = MakeHeader(kDv25, 24, 720, 480);
     const auto encode = [&](const BITMAPINFOHEADER& input, const char* misbehaviour) {
         const test::Misbehaviour active(misbehaviour);
-        const Picture picture(24, 720, 480);
+        const Picture picture{24, 720, 480};
         return Codec().Compress(&input, false, picture.Row(0), &output, frame.data(), 0, 0, 0);
     };
     EXPECT_EQ(encode(PictureHeader(24, 720, 480), "encode:access"), E_FAIL);
@@ -436,7 +427,7 @@ TEST_F(DvReference, StandsForTheFrameInItsFile) {
     FrameInfo info;
     ASSERT_EQ(Codec().GetFrameInfo(&input, sample.data(), 400000, &info), S_OK);
     EXPECT_EQ(info.rdrtA, 0x0405C6FF);
-    const Picture other(16, 720, 576);
+    const Picture other{16, 720, 576};
     EXPECT_EQ(DvCodec::Decode(kDv50, 720, 576, sample, other), E_FAIL);
     EXPECT_TRUE(other.IsBlack()) << "other variants take it for a frame";
 

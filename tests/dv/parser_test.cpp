@@ -106,12 +106,10 @@ TEST(DifParser, EditedFramesAreReadByTheirRules) {
         {"the second type of 1080 lines", kHd, {{0x60, 3, 0xF5}}, 1, 5, 0, 1920, 8},
         {"and of 60 fields", kHd60, {{0x60, 3, 0xD5}}, 1, 5, 0, 1920, 8},
         {"narrow 720 lines", "dvcprohd_720_60", {{0x61, 2, 0xC8}}, 1, 6, 2, 1280, 4},
-        {"letterbox", kPal, {{0x61, 2, 0xCE}, {0x61, 3, 0xFD}}, E_FAIL, -1, -1, -1, 2},
         {"unknown signal type", kPal, {{0x60, 3, 0xE5}}, E_FAIL, -1, -1, -1, 2},
         {"narrow high definition", kHd, {{0x61, 2, 0xC8}}, E_FAIL, -1, 0, -1, 8},
         {"DISP 7 of high definition", kHd, {{0x61, 2, 0xCF}, {0x61, 3, 0xFC}}, 1, 4, 0, 1920, 8},
         {"application 0", kNtsc, {{0, 0, 0}}, 1, 0, 1, 648, 2},
-        {"application 2", kPal, {{0, 0, 2}}, 1, 0, 1, 768, 2},
         {"unknown application", kPal, {{0, 0, 7}}, E_FAIL, 0, 1, 768, 2},
         {"unknown, telling signal type", kPal50, {{0, 0, 7}}, 1, 3, 1, 1024, 4},
         {"locked 48 kHz", kPal, {{0x50, 1, 0x18}}, 1, 1, 1, 768, 2},
@@ -120,7 +118,6 @@ TEST(DifParser, EditedFramesAreReadByTheirRules) {
         {"locked in the second half", kPal, lockedLate, 1, 1, 1, 768, 2},
         {"audio of the other system", kPal, {{0x50, 3, 0xC0}}, 1, 0, 1, 768, 0},
         {"unsound audio", kPal, {{0x50, 4, 0x87}}, E_FAIL, 0, 1, 768, 2},
-        {"four channels", kPal, {{0x50, 2, 0x20}}, 1, 0, 1, 768, 4},
         {"the second half silent", kPal, {{1, secondHalf + 2, 0x0F}}, 1, 0, 1, 768, 1},
         {"headers deny audio", kPal, denial, 1, 0, 1, 768, 1},
         {"no audio packs", "dv25_625_silent", {}, 1, 0, 1, 768, 0},
@@ -290,10 +287,8 @@ TEST(PackSearch, EachHalfOfAChannelHasItsAudioSource) {
         for (DWORD slot = 0; slot < bytes / 12000 / half; ++slot) {
             std::vector<std::size_t> order;
             for (const std::size_t next : {0u, 2u, 1u, 3u, 4u, 5u}) {
-                const std::size_t sequence = slot * half + next;
-                if (next < half) {
-                    order.push_back(sequence * 12000 + AudioPackByte(sequence % 2 == 0 ? 3 : 0));
-                }
+                const std::size_t at = slot * half + next, block = at % 2 == 0 ? 3 : 0;
+                next < half ? order.push_back(at * 12000 + AudioPackByte(block)) : void();
             }
             // Last the opening half channel stands in, of which audio block 7 is nobody's place.
             order.push_back((half - 1) * 12000 + AudioPackByte(7));
