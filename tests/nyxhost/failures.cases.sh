@@ -4,6 +4,8 @@ patch() { # FILE OFFSET BYTES
 }
 cp clip.avi odd.avi
 patch odd.avi 176 "$(words 719)" # the width in the stream's format
+cp clip.avi tall.avi
+patch tall.avi 180 "$(words 488)" # its height, beyond what the frames hold
 cp clip.avi same.avi
 cp info.avi broken.avi
 at=$(grep -abo INFO broken.avi | tail -n 2 | head -n 1 | cut -d: -f1)
@@ -37,6 +39,7 @@ done <<TABLE
 5|decode clip.avi --audio none.avi|no sound
 5|encode pictures.raw none.avi --rgb32 $raw|takes 32-bit pictures only with alpha: --argb
 5|encode pictures.raw none.avi --rgb24 ${raw/720/240}|refuses rgb24 pictures of 240x480
+6|decode tall.avi --raw tall.raw|holds no whole frame
 6|decode broken.avi --format yuy2 --raw out.raw|frame 1 could not be decoded: E_FAIL
 6|info broken.avi --frames 3|could not be decoded: E_FAIL (0x80004005)
 7|decode clip.avi --out text.avi|text.avi

@@ -25,6 +25,10 @@ ExitCode ReportLostFrames(const PassResult& result, const char* verb) {
     if (result.lost.size() > shown) {
         PrintWarning(Format("... and %zu more", result.lost.size() - shown));
     }
+    if (result.arrived == 0 && result.lost.empty()) {
+        PrintWarning("the clip holds no whole frame");
+        return ExitCode::kDecode;
+    }
     return result.lost.empty() ? ExitCode::kOk : ExitCode::kDecode;
 }
 
