@@ -1,6 +1,3 @@
-/// What the entries refuse and what their flags mean; what the processor record says of made-up
-/// ones.
-
 #include <gtest/gtest.h>
 
 #include <algorithm>

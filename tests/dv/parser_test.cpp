@@ -183,7 +183,7 @@ TEST(DifParser, TheFrameRatePackTellsWhatTheCameraRecorded) {
     };
     constexpr Case kCases[] = {
         // PC1: 0x80 whole frames, 0x40 second pattern, 0x20 an integral rate; PC2: rate in BCD.
-        {0xD8, 0x80, 0x60, 0xA7, 0, 60000, 1001, 2, 0, 7},
+        {0xD8, 0x80, 0x60, 0xA9, 0, 60000, 1001, 2, 0, 9},
         {0xD8, 0x80, 0x30, 0, 0, 30000, 1001, 2, 6, 0},
         {0xD8, 0x80, 0x24, 0, 0, 24000, 1001, 2, 2, 0},
         {0xD8, 0xC0, 0x24, 0, 0, 24000, 1001, 2, 3, 0},

@@ -162,8 +162,8 @@ TEST(OpenDv, ShowsWhatFfmpegShowsAndEncodesItAgain) {
                 static_cast<LONG>(frame.size()));
             CLvtDifParser parser;
             EXPECT_EQ(parser.Parse(coded.data(), coded.size()), 1);
-            EXPECT_EQ(parser.GetFormatCode(), kind.formatCode);
-            EXPECT_EQ(parser.GetPixelAspect().first, kind.aspectX);
+            EXPECT_EQ(std::make_pair(parser.GetFormatCode(), parser.GetPixelAspect().first),
+                      std::make_pair(kind.formatCode, kind.aspectX));
             const int application = kind.formatCode != kFormatDv25;
             for (const BYTE* at = coded.data(); at < coded.data() + coded.size(); at += 12000) {
                 const int marks[] = {at[7] & 7, at[83] >> 4 & 7, at[163] >> 4 & 7};
@@ -207,65 +207,50 @@ TEST(OpenDv, ServesManyThreadsAtOnce) {
     }
 }
 
-struct Decoded {
-    LONG result, codedHeight;
-};
-
-/// Asks for the header, then for the picture.
-Decoded DecodeMpeg(const Bytes& frame, const Picture& p, LONG dropped = 0) {
+/// Asks for the header, then for the picture; the result, and the coded height by the header.
+std::pair<LONG, LONG> DecodeMpeg(const Bytes& frame, const Picture& p, LONG dropped = 0) {
     const GuardedMemory guarded(frame);
+    const auto size = static_cast<DWORD>(frame.size());
     MpegIntraState state = {};
-    MpegIntraHeaderRecord header = {&state, guarded.data(), DWORD(frame.size()), {}};
+    MpegIntraHeaderRecord header = {&state, guarded.data(), size, {}};
     kMpeg(&header);
     const MpegIntraCrop crop = {{}, dropped, {}};
-    MpegIntraPictureRecord record = {&state,
-                                     guarded.data(),
-                                     DWORD(frame.size()),
-                                     p.Row(0),
-                                     p.stride,
-                                     2,
-                                     p.width,
-                                     p.height,
-                                     {},
-                                     dropped != 0 ? &crop : nullptr};
+    const MpegIntraCrop* used = dropped != 0 ? &crop : nullptr;
+    MpegIntraPictureRecord record = {&state, guarded.data(), size,     p.Row(0), p.stride,
+                                     2,      p.width,        p.height, {},       used};
     return {kMpeg(&record), state.codedHeight};
 }
 
-struct MpegKind {
-    const char* name;
-    LONG width, codedHeight, dropped;
-    const Chroma& chroma;
-};
-const MpegKind kMpegKinds[] = {
-    {"small", 96, 64, 0, k422},
-    {"small_420", 98, 66, 0, kMpeg420},
-    {"small_420_interlaced", 98, 66, 0, kMpeg420Interlaced},
-    {"production_625", 720, 608, 32, k422},
-};
-
 /// Each frame stands for itself, after whichever other one; without its header it is none.
 TEST(OpenMpeg, ShowsWhatFfmpegShowsWithoutTheLinesAtTheTop) {
-    for (const MpegKind& kind : kMpegKinds) {
+    const struct {
+        const char* name;
+        LONG width, codedHeight, dropped;
+        const Chroma& chroma;
+    } kinds[] = {{"small", 96, 64, 0, k422},
+                 {"small_420", 98, 66, 0, kMpeg420},
+                 {"small_420_interlaced", 98, 66, 0, kMpeg420Interlaced},
+                 {"production_625", 720, 608, 32, k422}};
+    for (const auto& kind : kinds) {
         SCOPED_TRACE(kind.name);
         Bytes frame = Load(std::string(kind.name) + ".m2v");
         const Picture whole{kind.width, kind.codedHeight, 2};
-        EXPECT_EQ(DecodeMpeg(frame, whole).codedHeight, kind.codedHeight);
+        EXPECT_EQ(DecodeMpeg(frame, whole).second, kind.codedHeight);
         ExpectPicture(whole, kind.name, kind.chroma);
         const Bytes all = whole.Pixels();
-        EXPECT_EQ(DecodeMpeg({&frame[0], &frame[6]}, whole).codedHeight, 0);
+        EXPECT_EQ(DecodeMpeg({&frame[0], &frame[6]}, whole).second, 0);
         const Picture cropped{kind.width, kind.codedHeight - kind.dropped, 2, 12, -1};
-        ASSERT_EQ(DecodeMpeg(frame, cropped, kind.dropped).result, 0);
+        ASSERT_EQ(DecodeMpeg(frame, cropped, kind.dropped).first, 0);
         EXPECT_EQ(cropped.Pixels(), Bytes(all.begin() + kind.dropped * whole.rowBytes, all.end()));
         const LONG wrong[][4] = {{2, 0, kind.dropped, 0},     {0, 2, kind.dropped, 0},
                                  {0, 0, kind.dropped + 1, 0}, {0, 0, -1, 0},
                                  {0, 0, 0x7FFFFFFF, 0},       {0, 0, kind.dropped, 30}};
         for (const auto& [wider, higher, dropped, headless] : wrong) {
             const Picture black{kind.width + wider, cropped.height + higher, 2};
-            EXPECT_LT(DecodeMpeg({frame.begin() + headless, frame.end()}, black, dropped).result,
-                      0);
+            EXPECT_LT(DecodeMpeg({frame.begin() + headless, frame.end()}, black, dropped).first, 0);
             const Bytes pixels = black.Pixels();
-            EXPECT_TRUE(pixels[0] == 0x10 && pixels[1] == 0x80);
-            EXPECT_TRUE(std::equal(pixels.begin() + 2, pixels.end(), pixels.begin()));
+            EXPECT_TRUE(pixels[0] == 0x10 && pixels[1] == 0x80 &&
+                        std::equal(pixels.begin() + 2, pixels.end(), pixels.begin()));
         }
         // Cut frames with a damaged header stay inside the picture.
         for (std::size_t size = frame.size(); size > 900; size -= size / 20) {
@@ -277,7 +262,7 @@ TEST(OpenMpeg, ShowsWhatFfmpegShowsWithoutTheLinesAtTheTop) {
         // 1080 lines are coded as 1088 by every encoder: the header's number counts.
         frame[6] = 0x38;
         frame[5] = static_cast<BYTE>((frame[5] & 0xF0) | 0x4);
-        EXPECT_EQ(DecodeMpeg(frame, whole).codedHeight, 1080);
+        EXPECT_EQ(DecodeMpeg(frame, whole).second, 1080);
     }
 }
 
