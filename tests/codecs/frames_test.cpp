@@ -244,7 +244,7 @@ TEST_F(Frames, GoThroughTheRowCallbacksOfEveryLayoutAndBack) {
         }
         const BITMAPINFOHEADER output = PictureOf(stream.pictureBits);
         const Bytes source = SmoothPicture(output), frame = FrameOf(stream);
-        Bytes packed, other, coded(kWidth * kHeight * 5), back;
+        Bytes packed, other, coded, back;
         const auto picture = MakeHeader(layout.fourcc, layout.bits, kWidth, kHeight);
         ASSERT_EQ(Decode(stream, frame, picture, &packed, mode), S_OK);
         ASSERT_EQ(Decode(stream, frame, picture, &other, mode % 2 == 0), S_OK);
@@ -256,11 +256,16 @@ TEST_F(Frames, GoThroughTheRowCallbacksOfEveryLayoutAndBack) {
         if (keepsAlpha && layout.fourcc == FourCC("r408")) {  // premultiplied luma is darker
             EXPECT_EQ(packed[4 * kWidth / 2 + 1] < other[4 * kWidth / 2 + 1], mode == 1);
         }
-        auto header = MakeHeader(FourCCOf(stream.codec), stream.bits, kWidth, kHeight);
         const auto input = MakeHeader(layout.fourcc, stream.pictureBits, kWidth, kHeight);
-        ASSERT_EQ(codecs_.all[stream.codec]->Compress(&input, stream.alpha, packed.data(), &header,
-                                                      coded.data(), 0, 0, mode),
-                  S_OK);
+        const auto encode = [&](DWORD by, Bytes* to) {
+            auto header = MakeHeader(FourCCOf(stream.codec), stream.bits, kWidth, kHeight);
+            to->assign(kWidth * kHeight * 5, 0);
+            return codecs_.all[stream.codec]->Compress(&input, stream.alpha, packed.data(), &header,
+                                                       to->data(), 0, 0, by);
+        };
+        ASSERT_EQ(encode(mode % 2 == 0, &other), S_OK);
+        ASSERT_EQ(encode(mode, &coded), S_OK);
+        EXPECT_EQ(coded != other, keepsAlpha);
         ASSERT_EQ(Decode(stream, coded, output, &back, 1), S_OK);
         for (std::size_t i = 0; i < source.size(); ++i) {
             const bool isAlpha = stream.alpha && i % 4 == 3;
