@@ -460,6 +460,7 @@ TEST_F(Frames, WithoutAnIndexOrRoomForARowAreRefusedAndPassedOverByZeta2) {
         {kZeta, MakeHeader(FourCC("b64a"), 64, 16, 16), 0, E_FAIL},
         {kLossless, v210, 512, E_FAIL},
         {kTenBit, v210, 0, E_FAIL},
+        {kTenBit, RgbHeader(32, kWidth - 1, kHeight), 0, E_FAIL},
         {kZeta2, uyvy, 0, S_OK},
         {kZeta2, RgbHeader(24, -160, 120), 0, E_FAIL},
         {kZeta2, RgbHeader(32, 0x7FFFFFFE, 2), 0, E_FAIL},
@@ -521,8 +522,8 @@ TEST_F(Frames, ThatAreCutReachAnEngineOrFailAndNeverReachPastTheirBytes) {
         const Bytes frame = InfoChunk(0, 0, 1, 1) + FrameOf(stream);
         for (std::size_t size = 0; size < 100; ++size) {
             SCOPED_TRACE(testing::Message() << stream.name << " of " << size);
-            const Bytes cut(frame.begin(), frame.begin() + static_cast<LONG>(size));
-            Bytes picture;
+            Bytes cut = frame, picture;
+            cut.resize(size < 99 ? size : frame.size() - 1);
             const DWORD calls = LastCall(library, kDecode).count;
             const HRESULT result = Decode(stream, cut, PictureOf(stream.pictureBits), &picture);
             const Call last = LastCall(library, kDecode);

@@ -112,26 +112,5 @@ TEST(TenBitCodec, UnpacksAndPacksThePictureAndNothingElse) {
     }
 }
 
-TEST(TenBitCodec, RefusesWhatItCannotHandleAndWritesNothing) {
-    CTenBitCodec codec;
-    const Bytes frame = Q210Frame(RandomTenBitPicture(50, 4, 1)), untouched(50 * 4 * 4, kGuard);
-    Bytes buffer = untouched;
-    BITMAPINFOHEADER stream = MakeHeader(FourCC("Q210"), 20, 50, 4, frame.size());
-    const auto decode = [&](const BITMAPINFOHEADER& output, bool alpha) {
-        return codec.Decompress(&stream, frame.data(), &output, alpha, buffer.data(), 0, 0);
-    };
-    const BITMAPINFOHEADER rgb = MakeHeader(BI_RGB, 32, 50, 4), odd = MakeHeader(BI_RGB, 32, 49, 4);
-    const BITMAPINFOHEADER other = MakeHeader(FourCC("v210"), 20, 50, 4);
-    EXPECT_EQ(decode(other, false), E_FAIL);
-    EXPECT_EQ(decode(rgb, true), E_FAIL);
-    for (const BITMAPINFOHEADER& input : {other, odd}) {
-        EXPECT_EQ(codec.Compress(&input, false, frame.data(), &stream, buffer.data(), 0, 0, 0),
-                  E_FAIL);
-    }
-    --stream.biSizeImage;
-    EXPECT_EQ(decode(rgb, false), E_FAIL);
-    EXPECT_EQ(buffer, untouched);
-}
-
 }  // namespace
 }  // namespace nyx
