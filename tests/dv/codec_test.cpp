@@ -221,7 +221,8 @@ TEST_F(DvCodec, WhatIsNoFrameOfTheSizeIsABlackPictureAndNeverReachesTheEngine) {
         {pal_.Cut(143999), 16, 720, 576, 720, 0},
         {pal_.Cut(132000), 16, 720, 576, 736, 0},
         {pal_.Cut(13000), 16, 720, 576, 720, 0},
-        {pal_, 16, 720, 480, 720, 0},  // another height, another variant
+        {pal_, 16, 720, 480, 720, 0},  // other heights, another variant
+        {LoadFrame("dv25_525_4x3"), 16, 720, 576, 720, 0},
         {LoadFrame("dvcprohd_720_50"), 16, 720, 576, 720, 0},
     };
     const DWORD before = LastCall().count;

@@ -21,7 +21,6 @@ mpeg() { # NAME SIZE PIXELS OPTION...
     planes "$name" -i "$out/$name.m2v"
 }
 
-mpeg small 96x64 yuv422p
 mpeg small_420 98x66 yuv420p
 mpeg small_420_interlaced 98x66 yuv420p -flags +ildct
 mpeg production_625 720x608 yuv422p -flags +ildct -intra_vlc 1 -non_linear_quant 1 -qmax 28

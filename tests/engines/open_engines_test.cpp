@@ -12,7 +12,6 @@
 #include "tests/codecs/converted.h"
 #include "tests/dv/dv_frames.h"
 #include "tests/support/engines.h"
-#include "tests/support/frames.h"
 #include "tests/support/guard.h"
 
 namespace nyx::test {
@@ -31,14 +30,12 @@ const auto kMpeg = Open<MpegIntraEntry>(L"rkm2vi01.dll", "m2vi_decode");
 
 Bytes Load(const std::string& name) {
     std::ifstream file(NYX_OPEN_FRAMES "/" + name, std::ios::binary);
-    EXPECT_TRUE(file) << name;
     return Bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
 }
 
 /// A picture that ends at a guard, with gaps of known bytes between its rows.
 struct Picture {
     static constexpr BYTE kUntouched = 0xA7;
-
     LONG width, height, bytes, gap = 0, direction = 1;
     LONG rowBytes = width * bytes, stride = direction * (rowBytes + gap);
     GuardedMemory memory{static_cast<std::size_t>((rowBytes + gap) * height), kUntouched};
@@ -66,10 +63,11 @@ constexpr Chroma k422 = {2, 0, {}, {}}, k411 = {4, 0, {}, {}}, kDv420 = {2, 2, {
 constexpr Chroma kMpeg420 = {2, 1, {0.5}, {0.5}};
 constexpr Chroma kMpeg420Interlaced = {2, 2, {0.25, 0.75}, {0.25, 0.75}};
 
-/// Compares "YUY2" with planes: luma to the last bit, chroma with the linear interpolation between
-/// the samples around its place, in real numbers. Of many lines every seventh counts.
+/// Luma of "YUY2" to the last bit, chroma by linear interpolation between the samples around its
+/// place. Of many lines every seventh counts.
 void ExpectPicture(const Picture& picture, const std::string& name, const Chroma& c) {
     const Bytes yuy2 = picture.Pixels(), planes = Load(name + ".planes");
+    ASSERT_FALSE(planes.empty()) << name;
     const int width = picture.width, height = picture.height;
     const int chromaWidth = width / c.perRow, chromaHeight = c.fields == 0 ? height : height / 2;
     const auto expected = [&](int plane, int y, int x) {
@@ -88,7 +86,6 @@ void ExpectPicture(const Picture& picture, const std::string& name, const Chroma
         }
         return sum;
     };
-    ASSERT_GE(planes.size(), static_cast<std::size_t>(width * height));
     for (int y = 0; y < height; y += (height > 608 ? 7 : 1)) {
         for (int x = 0; x < width; ++x) {
             const int at = y * width + x;
@@ -103,11 +100,10 @@ struct DvKind {
     const char* clip;
     LONG encodeFlags, decodeFlags, width, height;
     const Chroma& chroma;
-    double yuy2Psnr, rgbPsnr;
+    double yuy2Db, rgbDb;
     LONG formatCode, aspectX;
 };
 const DvKind kDvKinds[] = {
-    {"dv25_525_4x3", 0x51, 0x51, 720, 480, k411, 42, 34.8, kFormatDv25, 648},
     {"dv25_525_4x3", 0x451, 0x51, 720, 480, k411, 42, 34.8, kFormatDv25, 864},
     {"dv25_525_4x3", 0x52, 0x52, 720, 480, k411, 42, 34.8, kFormatDvcPro25, 648},
     {"dv25_625_16x9", 0x491, 0x91, 720, 576, kDv420, 44.4, 37.5, kFormatDv25, 1024},
@@ -126,14 +122,12 @@ LONG DecodeDv(LONG flags, const BYTE* frame, const Picture& picture, LONG code =
 
 double Psnr(const Bytes& a, const Bytes& b) {
     const auto square = [](int x, int y) { return (x - y) * (x - y); };
-    const long long squares =
-        std::inner_product(a.begin(), a.end(), b.begin(), 0LL, std::plus<>(), square);
-    return 10 * std::log10(255.0 * 255.0 * static_cast<double>(a.size()) /
-                           (static_cast<double>(squares) + 1e-9));
+    const double squares =
+        std::inner_product(a.begin(), a.end(), b.begin(), 1e-9, std::plus<>(), square);
+    return 10 * std::log10(255.0 * 255.0 * static_cast<double>(a.size()) / squares);
 }
 
-/// What is shown is encoded again, of standard definition in all layouts: the frame is marked as
-/// what it is.
+/// What is shown is encoded again, of standard definition in all layouts, and marked as what it is.
 TEST(OpenDv, ShowsWhatFfmpegShowsAndEncodesItAgain) {
     for (const DvKind& kind : kDvKinds) {
         SCOPED_TRACE(testing::Message() << std::hex << kind.encodeFlags);
@@ -151,10 +145,10 @@ TEST(OpenDv, ShowsWhatFfmpegShowsAndEncodesItAgain) {
             const Picture source{kind.width, kind.height, bytes, 52, -1};
             ASSERT_EQ(DecodeDv(kind.decodeFlags, frame.data(), source, code), 0);
             const auto colours = static_cast<DWORD>((code - 1) / 2 % 2 + (code > 4 ? 2 : 0));
-            EXPECT_TRUE(source.Pixels() ==
-                        (code == 0 ? whole.Pixels()
-                                   : Converted(whole.Pixels(), kYuy2, bytes == 4 ? kBgra : kBgr3,
-                                               kind.width, kind.height, colours)))
+            const DWORD layout = bytes == 4 ? kBgra : kBgr3;
+            EXPECT_TRUE(code == 0 ? source.Pixels() == whole.Pixels()
+                                  : source.Pixels() == Converted(whole.Pixels(), kYuy2, layout,
+                                                                 kind.width, kind.height, colours))
                 << code;
             const GuardedMemory coded(frame.size());
             ASSERT_EQ(
@@ -164,15 +158,17 @@ TEST(OpenDv, ShowsWhatFfmpegShowsAndEncodesItAgain) {
             EXPECT_EQ(parser.Parse(coded.data(), coded.size()), 1);
             EXPECT_EQ(std::make_pair(parser.GetFormatCode(), parser.GetPixelAspect().first),
                       std::make_pair(kind.formatCode, kind.aspectX));
-            const int application = kind.formatCode != kFormatDv25;
             for (const BYTE* at = coded.data(); at < coded.data() + coded.size(); at += 12000) {
                 const int marks[] = {at[7] & 7, at[83] >> 4 & 7, at[163] >> 4 & 7};
-                ASSERT_EQ(std::count(marks, marks + 3, application), 3);
+                ASSERT_EQ(std::count(marks, marks + 3, kind.formatCode != kFormatDv25), 3);
             }
-            const Picture back{kind.width, kind.height, bytes};
-            ASSERT_EQ(DecodeDv(kind.decodeFlags, coded.data(), back, code), 0);
-            EXPECT_GT(Psnr(source.Pixels(), back.Pixels()),
-                      code == 0 ? kind.yuy2Psnr : kind.rgbPsnr);
+            // Two threads at once.
+            const Picture one{kind.width, kind.height, bytes}, two{kind.width, kind.height, bytes};
+            auto other = std::async(std::launch::async, DecodeDv, kind.decodeFlags, coded.data(),
+                                    std::cref(two), code);
+            ASSERT_EQ(DecodeDv(kind.decodeFlags, coded.data(), one, code), 0);
+            EXPECT_TRUE(other.get() == 0 && one.Pixels() == two.Pixels());
+            EXPECT_GT(Psnr(source.Pixels(), one.Pixels()), code == 0 ? kind.yuy2Db : kind.rgbDb);
         }
     }
 }
@@ -190,21 +186,6 @@ TEST(OpenDv, RefusesCallsThatMakeNoSense) {
         EXPECT_LT(kEncode(flags, coded, pixels, stride, bytes, code), 0) << flags << ' ' << stride;
     }
     EXPECT_EQ(picture.Pixels(), Bytes(picture.memory.size(), Picture::kUntouched));
-}
-
-TEST(OpenDv, ServesManyThreadsAtOnce) {
-    const auto decode = [](std::size_t index) {
-        const DvFrame frame = LoadFrame("dvcpro50_625", index % 3);
-        const Picture picture{720, 576, 2};
-        DecodeDv(0xA0, frame.data(), picture);
-        return picture.Pixels();
-    };
-    std::vector<std::future<Bytes>> threads(24);
-    std::generate(threads.begin(), threads.end(),
-                  [&, i = 0u]() mutable { return std::async(std::launch::async, decode, i++); });
-    for (std::size_t i = 0; i < threads.size(); ++i) {
-        EXPECT_TRUE(threads[i].get() == decode(i)) << i;
-    }
 }
 
 /// Asks for the header, then for the picture; the result, and the coded height by the header.
@@ -227,13 +208,12 @@ TEST(OpenMpeg, ShowsWhatFfmpegShowsWithoutTheLinesAtTheTop) {
         const char* name;
         LONG width, codedHeight, dropped;
         const Chroma& chroma;
-    } kinds[] = {{"small", 96, 64, 0, k422},
-                 {"small_420", 98, 66, 0, kMpeg420},
+    } kinds[] = {{"small_420", 98, 66, 0, kMpeg420},
                  {"small_420_interlaced", 98, 66, 0, kMpeg420Interlaced},
                  {"production_625", 720, 608, 32, k422}};
     for (const auto& kind : kinds) {
         SCOPED_TRACE(kind.name);
-        Bytes frame = Load(std::string(kind.name) + ".m2v");
+        Bytes frame = Load(kind.name + std::string(".m2v"));
         const Picture whole{kind.width, kind.codedHeight, 2};
         EXPECT_EQ(DecodeMpeg(frame, whole).second, kind.codedHeight);
         ExpectPicture(whole, kind.name, kind.chroma);
