@@ -13,9 +13,8 @@
 namespace nyx::test {
 namespace {
 
-constexpr std::size_t kPictures = 3;  // go round in each stream: one out of turn differs
-constexpr std::size_t kFramesPerGraph = 150;
-constexpr REFERENCE_TIME kFrameTime = 400000;  // 100-ns units
+constexpr std::size_t kPictures = 3, kFramesPerGraph = 150;  // the pictures go round
+constexpr REFERENCE_TIME kFrameTime = 400000;                // 100-ns units
 
 /// A well-formed sample whose picture is its own for each number.
 Bytes Frame(const CatalogueRow& row, int number) {
@@ -97,10 +96,8 @@ int main(int count, char** arguments) {
     std::fputs("seconds,committed_kib,heap_blocks,handles\n", csv);
     for (int second = 1; second <= seconds; ++second) {
         Sleep(1000);
-        const Held held = CountHeld();
-        std::fprintf(csv, "%d,%zu,%zu,%zu\n", second, held.privateBytes / 1024, held.heapBlocks,
-                     held.handles);
-        std::fflush(csv);
+        const auto [bytes, blocks, handles] = CountHeld();
+        std::fprintf(csv, "%d,%zu,%zu,%zu\n", second, bytes / 1024, blocks, handles);
     }
     going = false;
     std::puts("filter                       sent    arrived    wrong   graphs");

@@ -4,8 +4,6 @@
 #include <iterator>
 #include <map>
 #include <mutex>
-#include <ostream>
-#include <stdexcept>
 #include <tuple>
 
 #include "engines/standin/frame_coder.h"
@@ -100,12 +98,8 @@ const std::vector<CatalogueRow>& Catalogue() {
 }
 
 const CatalogueRow& Row(const std::string& name) {
-    for (const CatalogueRow& row : Catalogue()) {
-        if (row.name == name) {
-            return row;
-        }
-    }
-    throw std::logic_error("no such filter: " + name);
+    return *std::find_if(Catalogue().begin(), Catalogue().end(),
+                         [&](const CatalogueRow& row) { return row.name == name; });
 }
 
 std::vector<CatalogueRow> Rows(const std::vector<std::string>& names) {
@@ -132,29 +126,14 @@ MediaType CatalogueRow::InputType(const Stream& input) const {
     return VideoType(FourCCSubtype(code), bits, code, input);
 }
 
-MediaType CatalogueRow::OutputType(std::size_t format, const Stream& output) const {
-    const OutputFormat as = Outputs().at(format);
-    return VideoType(as.subtype, as.bits, as.compression, output);
-}
-
-LONG CatalogueRow::BufferBytes(std::size_t format) const {
-    return IsEncoder() ? PictureBytes(InputType().Header()) / 10 * 12
-                       : PictureBytes(OutputType(format).Header());
-}
-
 std::vector<BYTE> CatalogueRow::Frame(const Stream& input) const {
     const auto pixels = static_cast<std::size_t>(input.width * input.height);
     if (bits == 20) {
-        TenBitPicture grey = {input.width, input.height, std::vector<WORD>(2 * pixels, 508)};
-        return Q210Frame(grey);
+        return Q210Frame({input.width, input.height, std::vector<WORD>(2 * pixels, 508)});
     }
     return coding        ? GreyFrame(coding, input)
            : IsEncoder() ? Bytes(2 * pixels, 128)
                          : DvFrame(fourcc, input);
-}
-
-void PrintTo(const CatalogueRow& row, std::ostream* out) {
-    *out << row.name;
 }
 
 }  // namespace nyx::test

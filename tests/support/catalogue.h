@@ -1,6 +1,6 @@
 #pragma once
 
-#include <iosfwd>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -32,12 +32,20 @@ struct CatalogueRow {
     MediaType InputType(const Stream& input) const;
     MediaType InputType() const { return InputType(stream); }
     /// By position in Outputs().
-    MediaType OutputType(std::size_t format, const Stream& output) const;
+    MediaType OutputType(std::size_t format, const Stream& output) const {
+        const OutputFormat as = Outputs().at(format);
+        return VideoType(as.subtype, as.bits, as.compression, output);
+    }
     MediaType OutputType(std::size_t format = 0) const { return OutputType(format, stream); }
     /// What the filter asks for as the size of an output buffer.
-    LONG BufferBytes(std::size_t format = 0) const;
+    LONG BufferBytes(std::size_t format = 0) const {
+        return IsEncoder() ? PictureBytes(InputType().Header()) / 10 * 12
+                           : PictureBytes(OutputType(format).Header());
+    }
     /// A well-formed sample.
     std::vector<BYTE> Frame(const Stream& input) const;
+    /// Prints the row's name in a failed test's message.
+    friend void PrintTo(const CatalogueRow& row, std::ostream* out) { *out << row.name; }
 };
 
 /// Its property page, the module's tenth class.
@@ -45,7 +53,7 @@ extern const CLSID kPropertyPage;
 
 /// All nine filters, in the module's order, and the Zeta decoder once more with alpha.
 const std::vector<CatalogueRow>& Catalogue();
-/// The one of that name; throws std::logic_error when there is none.
+/// The one of that name, which must be there.
 const CatalogueRow& Row(const std::string& name);
 std::vector<CatalogueRow> Rows(const std::vector<std::string>& names);
 /// One filter without an engine, one with, one that encodes: what is true of these in the words of
@@ -56,8 +64,5 @@ inline std::vector<CatalogueRow> ThreeKinds() {
 inline std::vector<CatalogueRow> TwoDecoders() {
     return Rows({"Q210Decoder", "ZetaDecoder"});
 }
-
-/// Prints the row's name in a failed test's message.
-void PrintTo(const CatalogueRow& row, std::ostream* out);
 
 }  // namespace nyx::test

@@ -13,8 +13,7 @@
 
 namespace nyx::test {
 
-/// What this process holds of the system's resources. Asked in such a way that Wine answers too,
-/// where the usual calls give 0 for most of them. Other threads should be at rest.
+/// What this process holds of the system's resources. Other threads should be at rest.
 struct Held {
     std::size_t privateBytes;  ///< memory that is this process's alone
     std::size_t heapBlocks;    ///< in use, in all heaps
@@ -37,26 +36,17 @@ inline std::size_t HeapBlocks() {
     return blocks;
 }
 
+/// Asks in such a way that Wine answers too, where the call for the count of handles gives 0.
 inline Held CountHeld() {
-    Held held = {};
-    held.heapBlocks = HeapBlocks();
     PROCESS_MEMORY_COUNTERS memory = {};
     GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof(memory));
-    held.privateBytes = memory.PagefileUsage;
-
-    // The system's table of handles, whose count stands where the first entry begins.
-    struct HandleEntry {
-        ULONG process;
-        ULONG kindAndValue;
-        void* object;
-        ACCESS_MASK access;
-    };
-    std::vector<HandleEntry> handles(1 << 16);
-    NtQuerySystemInformation(static_cast<SYSTEM_INFORMATION_CLASS>(16), handles.data(),
-                             static_cast<ULONG>(handles.size() * sizeof(HandleEntry)), nullptr);
-    const auto* entry = reinterpret_cast<const HandleEntry*>(&handles[0].kindAndValue);
-    for (ULONG i = 0; i < handles[0].process; ++i, ++entry) {
-        held.handles += entry->process == GetCurrentProcessId() ? 1u : 0u;
+    Held held = {memory.PagefileUsage, HeapBlocks(), 0};
+    // The system's table of handles: their count, then four words each, the process first.
+    std::vector<ULONG> table(1 << 18);
+    NtQuerySystemInformation(static_cast<SYSTEM_INFORMATION_CLASS>(16), table.data(), 4 << 18,
+                             nullptr);
+    for (std::size_t i = 0; i < table[0]; ++i) {
+        held.handles += table[4 * i + 1] == GetCurrentProcessId() ? 1u : 0u;
     }
     return held;
 }

@@ -17,10 +17,7 @@ class PageSite : public Object<IPropertyPageSite> {
   public:
     std::vector<DWORD> statuses;
 
-    STDMETHODIMP OnStatusChange(DWORD flags) override {
-        statuses.push_back(flags);
-        return S_OK;
-    }
+    STDMETHODIMP OnStatusChange(DWORD flags) override { return statuses.push_back(flags), S_OK; }
     STDMETHODIMP GetLocaleID(LCID*) override { return E_NOTIMPL; }
     STDMETHODIMP GetPageContainer(IUnknown**) override { return E_NOTIMPL; }
     STDMETHODIMP TranslateAccelerator(MSG*) override { return S_FALSE; }
@@ -100,8 +97,7 @@ class PageFrame {
 
     const ComPtr<IPropertyPage> page;
     const ComPtr<PageSite> site = Make<PageSite>();
-    HWND frame = nullptr;
-    HWND dialog = nullptr;
+    HWND frame = nullptr, dialog = nullptr;
 
   private:
     static void Pump() {

@@ -16,10 +16,9 @@ inline std::set<std::wstring> RegistryBelow(const std::wstring& name,
     RegOpenKeyExW(parent, name.c_str(), 0, KEY_READ, &key);
     wchar_t text[1024];
     std::vector<wchar_t> data(1 << 16);
-    DWORD length = 1024;
-    DWORD size = 1 << 17;
-    for (DWORD i = 0; RegEnumValueW(key, i, text, &length, nullptr, nullptr,
-                                    reinterpret_cast<BYTE*>(data.data()), &size) == ERROR_SUCCESS;
+    for (DWORD i = 0, length = 1024, size = 1 << 17;
+         RegEnumValueW(key, i, text, &length, nullptr, nullptr,
+                       reinterpret_cast<BYTE*>(data.data()), &size) == ERROR_SUCCESS;
          ++i, length = 1024, size = 1 << 17) {
         entries.insert(name + L":" + text + L"=" + std::wstring(data.data(), size / 2));
     }

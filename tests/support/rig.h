@@ -10,9 +10,7 @@
 
 #include "host/single_pin_filter.h"
 #include "tests/support/catalogue.h"
-#include "tests/support/engines.h"
 #include "tests/support/hostile_sample.h"
-#include "tests/support/module.h"
 
 namespace nyx::test {
 
@@ -63,10 +61,8 @@ class EndPin : public host::SinglePin {
     /// Forgets samples, events and questions.
     void Forget() {
         const std::lock_guard lock(mutex_);
-        samples_.clear();
-        asked_.clear();
-        events_ = {};
-        count_ = 0;
+        samples_.clear(), asked_.clear();
+        count_ = 0, events_ = {};
     }
 
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
@@ -127,14 +123,11 @@ class EndPin : public host::SinglePin {
 };
 
 /// A filter of the suite's own around its pin: a source of what a test hands it, or a renderer.
-class End : public host::SinglePinFilter {
-  public:
+struct End : host::SinglePinFilter {
     explicit End(PIN_DIRECTION direction) : pin(this, direction) {}
+    host::SinglePin& Pin() override { return pin; }
 
     EndPin pin;
-
-  protected:
-    host::SinglePin& Pin() override { return pin; }
 };
 
 /// A stand-in for the filter graph that only collects the events of the filters in it.

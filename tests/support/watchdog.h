@@ -19,8 +19,7 @@ void MustFinish(const What& what, Work work) {
     std::thread thread(std::move(task));
     if (done.wait_for(kDeadlock) != std::future_status::ready) {
         const char* const words = what;
-        std::fprintf(stderr, "deadlock: %s\n", words);
-        std::fflush(nullptr);
+        std::fprintf(stderr, "deadlock: %s\n", words);  // which is not buffered
         std::_Exit(3);
     }
     thread.join();
