@@ -1,7 +1,9 @@
+#include <cpuid.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstring>
+#include <cwchar>
 #include <map>
 #include <set>
 
@@ -19,10 +21,11 @@ struct Request {
     BYTE bytes[3][256] = {};
 
     HRESULT Run(bool toYuv) {
-        const ImagePlane first = {sourceData ? bytes[0] : nullptr, 0, 0}, third = {bytes[2], 0, 0};
-        const ImagePlane second = {destinationData ? bytes[1] : nullptr, 0, 0};
-        const ImagePlane *in = source ? &first : nullptr, *out = destination ? &second : nullptr;
-        const ImagePlane* alpha = alphaPlane ? &third : nullptr;
+        const ImagePlane p[] = {{sourceData ? bytes[0] : nullptr, 0, 0},
+                                {destinationData ? bytes[1] : nullptr, 0, 0},
+                                {bytes[2], 0, 0}};
+        const ImagePlane *in = source ? p : nullptr, *out = destination ? p + 1 : nullptr,
+                         *alpha = alphaPlane ? p + 2 : nullptr;
         const auto w = static_cast<LONG>(width), h = static_cast<LONG>(height);
         const auto mode = static_cast<LONG>(from), other = static_cast<LONG>(to);
         std::memset(bytes[1], 0xA5, sizeof bytes[1]);
@@ -144,43 +147,27 @@ TEST(Processor, AnswersEachFlagByItsBitAndWhatItNeeds) {
     EXPECT_EQ(HasCpuFeature(info, 2), 0);
 }
 
-std::map<DWORD, CpuidWords> leaves;
-constexpr DWORD kExtended = 0x80000000;
-
-CpuInfo Filled() {
-    const auto leaf = [](DWORD number) {
-        const DWORD kind = number & kExtended;
-        EXPECT_LE(number, std::max(kind, leaves[kind].eax)) << "there is no such leaf";
-        return leaves[number];
-    };
-    const auto xcr0 = [] { return std::uint64_t{2} << 32 | 1; };
-    return FillCpuInfo({leaf, xcr0, [] { return true; }});
-}
-
-TEST(Processor, KeepsLeavesVendorAndBrand) {
-    const std::string vendors = "genuineintelAuthenticAMDGenuineIntelCyrixInsteadCentaurHauls";
-    const char brand[] = "An imaginary processor, made for this test only.";
-    leaves[1] = {0, 0, 1 << 27, 1 << 25};
-    leaves[7].edx = leaves[kExtended + 6].ecx = 106;
-    for (DWORD code = 0; code < 5; ++code) {
-        const std::string vendor = vendors.substr(12 * code, 12);
-        leaves[0].eax = code + 5;
-        leaves[kExtended].eax = kExtended + code + 2;
-        std::memcpy(&leaves[0].ebx, &vendor[0], 4);
-        std::memcpy(&leaves[0].edx, &vendor[4], 4);
-        std::memcpy(&leaves[0].ecx, &vendor[8], 4);
-        std::memcpy(&leaves[kExtended + 2 + code % 3], brand + 16 * (code % 3), 16);
-        const CpuInfo info = Filled();
-        EXPECT_EQ(std::wstring(info.vendor), std::wstring(vendor.begin(), vendor.end()));
-        EXPECT_EQ(HasCpuFeature(info, 0), static_cast<LONG>(code));
-        EXPECT_EQ(std::wstring(info.brand), std::wstring(brand, brand + (code < 2 ? 0 : 48)));
-        EXPECT_EQ(info.leaves[7].edx, code < 2 ? 0u : 106u);
-        EXPECT_EQ(info.leaves[14].ecx, code < 4 ? 0u : 106u);
-        EXPECT_EQ(info.xcr0Low + info.xcr0High + static_cast<DWORD>(info.sseUsable), 4u);
+TEST(Processor, IsThisOne) {
+    DWORD words[17] = {};
+    __cpuid(0, words[0], words[1], words[3], words[2]);
+    for (DWORD i = 1; i < 4; ++i) {
+        DWORD* leaf = words + 4 * i;
+        __cpuid(0x80000001 + i, leaf[0], leaf[1], leaf[2], leaf[3]);
     }
-    leaves[1] = {};
-    EXPECT_EQ(Filled().xcr0High, 0u);
-    EXPECT_EQ(Filled().sseUsable, 0);
+    CpuInfo info = GetCpuInfo();
+    const auto* text = reinterpret_cast<const char*>(words);
+    EXPECT_EQ(std::wstring(info.vendor), std::wstring(text + 4, text + 16));
+    EXPECT_EQ(std::wstring(info.brand),
+              std::wstring(text + 16, text + 16 + std::strlen(text + 16)));
+    EXPECT_EQ(std::memcmp(&info.leaves[10], words + 4, 48), 0);
+    EXPECT_EQ(info.xcr0Low != 0, (info.leaves[1].ecx >> 27 & 1) != 0);
+    EXPECT_EQ(info.sseUsable, 1);
+    const wchar_t* vendors[] = {L"genuineintel", L"AuthenticAMD", L"GenuineIntel", L"CyrixInstead",
+                                L"CentaurHauls"};
+    for (LONG code = 0; code < 5; ++code) {
+        std::wcscpy(info.vendor, vendors[code]);
+        EXPECT_EQ(HasCpuFeature(info, 0), code);
+    }
 }
 
 }  // namespace

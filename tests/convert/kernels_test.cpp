@@ -1,5 +1,5 @@
-/// Every conversion against the plain reference: each pair, matrix, range and way of alpha, at each
-/// tail length, with the planes directly before or behind memory that may not be touched.
+/// Every conversion against the plain reference, at each tail length, with the planes directly
+/// before or behind memory that may not be touched.
 
 #include <gtest/gtest.h>
 
@@ -99,8 +99,8 @@ struct Planes {
                                       kind.sourceAlphaMode, width, kHeight);
               });
         ASSERT_TRUE(destination.Agrees() && destinationAlpha.Agrees() && source.Agrees())
-            << "width " << width << " matrix " << kind.matrix << " range " << kind.range
-            << " alpha " << alphas << kind.sourceAlphaMode << kind.destinationAlphaMode;
+            << width << ' ' << kind.matrix << kind.range << alphas << kind.sourceAlphaMode
+            << kind.destinationAlphaMode;
     }
 
     /// All matrices, ranges and ways of alpha at one width.

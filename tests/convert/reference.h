@@ -144,9 +144,8 @@ class ToRgb {
         if (kind_.sourceAlphaMode == kind_.destinationAlphaMode) {
             return colour;
         }
-        const std::int64_t numerator = premultiply ? alpha : 255,
-                           divisor = premultiply ? 255 : alpha;
-        const std::int64_t factor = divisor == 0 ? 0 : (numerator * 65536 + divisor - 1) / divisor;
+        const std::int64_t above = premultiply ? alpha : 255, below = premultiply ? 255 : alpha;
+        const std::int64_t factor = below == 0 ? 0 : (above * 65536 + below - 1) / below;
         return static_cast<int>(
             std::min<std::int64_t>(black + (std::max(colour - black, 0) * factor >> 16), 65535));
     }
@@ -185,18 +184,18 @@ class ToYuv {
         const BYTE* alpha = RowOf(planes.sourceAlpha, width, y);
         BYTE* to = RowOf(planes.destination, width * to_.bytes, y);
         BYTE* toAlpha = RowOf(planes.destinationAlpha, width, y);
+        const auto bytes = static_cast<std::size_t>(to_.bytes / 2);
         for (const LONG chroma : {0, 1}) {
-            const std::int64_t c[] = {Channel(source, x - chroma * (x % 2), 2),
-                                      Channel(source, x - chroma * (x % 2), 1),
-                                      Channel(source, x - chroma * (x % 2), 0)};
+            const auto c = [&, at = x - chroma * (x % 2)](int channel) {
+                return std::int64_t{Channel(source, at, channel)};
+            };
             const int(&row)[4] = rows_[chroma * (1 + x % 2)];
-            const std::int64_t sum = row[0] * c[0] + row[1] * c[1] + row[2] * c[2];
-            const auto sample = static_cast<int>(std::clamp<std::int64_t>(
-                (sum * (from_.bits == 10 ? 64 : 1) + row[3]) >> (sumBits_ + 8 - to_.bits), 0,
-                (1 << to_.bits) - 1));
-            const LONG sampleBytes = to_.bytes / 2;
-            std::memcpy(to + (2 * x + chroma) * sampleBytes, &sample,
-                        static_cast<std::size_t>(sampleBytes));
+            const std::int64_t sum = row[0] * c(2) + row[1] * c(1) + row[2] * c(0);
+            const std::int64_t level =
+                (sum * (from_.bits == 10 ? 64 : 1) + row[3]) >> (sumBits_ + 8 - to_.bits);
+            const auto sample =
+                static_cast<int>(std::clamp<std::int64_t>(level, 0, (1 << to_.bits) - 1));
+            std::memcpy(to + (2 * x + chroma) * to_.bytes / 2, &sample, bytes);
         }
         if (toAlpha) {
             toAlpha[x] =
