@@ -197,12 +197,12 @@ TEST_F(BaseClasses, LateFramesAreLeftOutUpToTheNextKeyFrame) {
         int avgDecode;
         LONGLONG leftLate;
     } rows[] = {
-        {"6KkkK", 300000, kFrame},                // all keys, from the second on
-        {"K2K", 300000, kFrame},                  // a frame late is not late
-        {"K+k", kFrame / 4 + 1, 1},               // more is
-        {"KDDDDK6D5dddKD", 300000, -kFrame / 2},  // once later than the next key is away
-        {"KDDDDKDK3D", 300000, 3 * kFrame / 2},   // the longest group counts
-        {"K9K", kFrame / 4, 9 * kFrame / 2},      // decoding in next to no time
+        {"6KkkK", 300000, kFrame},                 // all keys, from the second on
+        {"K2K", 300000, kFrame},                   // a frame late is not late
+        {"K+k", kFrame / 4 + 1, 1},                // more is
+        {"DKDDDDK6D5dddKD", 300000, -kFrame / 2},  // once later than the next key is away
+        {"KDDDDKDK3D", 300000, 3 * kFrame / 2},    // the longest group counts
+        {"K9K", kFrame / 4, 9 * kFrame / 2},       // decoding in next to no time
     };
     Start();
     for (const auto& row : rows) {

@@ -36,7 +36,6 @@ TEST(SettingPath, SplitsAtTheLastSeparatorThatNoLeadUnitSwallows) {
 }
 
 struct Settings : testing::Test {
-    Settings() { RegDeleteTreeW(HKEY_CURRENT_USER, kKey); }
     ~Settings() override { RegDeleteTreeW(HKEY_CURRENT_USER, kKey); }
 };
 
