@@ -18,13 +18,12 @@ LONG WINAPI EndOnCrash(EXCEPTION_POINTERS* crash) {
     return EXCEPTION_EXECUTE_HANDLER;
 }
 
-/// For the whole program, its other threads included.
-[[maybe_unused]] const HRESULT com = [] {
+}  // namespace
+
+HRESULT Prepare() {
     SetUnhandledExceptionFilter(EndOnCrash);
     return CoInitializeEx(nullptr, COINIT_MULTITHREADED);
-}();
-
-}  // namespace
+}
 
 ComPtr<IMediaSample> MakeSample(const Sample& sample, const Lies& lies) {
     static const ComPtr<IMemAllocator> pool = NewAllocator(64);

@@ -14,6 +14,10 @@
 
 namespace nyx::test {
 
+/// COM for the whole program, its other threads included, which a crash ends as failed.
+HRESULT Prepare();
+inline const HRESULT prepared = Prepare();
+
 /// A sample as a source sets it and as a sink finds it. Times in 100-ns units.
 struct Sample {
     std::vector<BYTE> bytes;
