@@ -1,7 +1,6 @@
 #include "source/source_pin.h"
 
 #include <algorithm>
-#include <cstring>
 #include <exception>
 
 #include "source/failures.h"
@@ -15,11 +14,6 @@ namespace {
 constexpr long kVideoBuffers = 3;
 constexpr long kAudioBuffers = 4;
 constexpr int kAudioBuffersPerSecond = 5;
-
-bool IsSame(const AM_MEDIA_TYPE& a, const AM_MEDIA_TYPE& b) {
-    return a.majortype == b.majortype && a.subtype == b.subtype && a.formattype == b.formattype &&
-           a.cbFormat == b.cbFormat && std::memcmp(a.pbFormat, b.pbFormat, a.cbFormat) == 0;
-}
 
 /// Downstream takes nothing more for now, by its own will: a stop, a flush.
 bool IsQuietEnd(HRESULT result) {
@@ -50,7 +44,7 @@ HRESULT SourcePin::CheckMediaType(const CMediaType* type) {
     CMediaType own;
     HRESULT result = S_OK;
     for (int i = 0; (result = FillMediaType(format_, i, &own)) == S_OK; ++i) {
-        if (IsSame(own, *type)) {
+        if (type->MatchesPartial(&own)) {
             return S_OK;
         }
     }

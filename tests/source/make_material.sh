@@ -54,8 +54,8 @@ clip dvhd.mxf 960x720 50 0.4 yuv422p 2 s16le s16le "${hd[@]}"
 clip d10.mxf 720x576 25 1 yuv422p 2 s16le s16le "${d10[@]}" -f mxf_d10
 clip mpeg.gxf 720x576 25 2 yuv422p 1 s16le s16le "${intra[@]}" -b:v 8000k
 clip v210.mov 192x64 24 2 yuv422p10le 1 s8 s16le -c:v v210
-# Frames of more than a MiB, which are left in the file until there is a sample for them.
-clip v210.avi 210x1700 $ntsc 0.5 yuv422p10le 1 u8 s16le -c:v v210
+# Frames of well more than a MiB, which are left in the file until there is a sample for them.
+clip v210.avi 210x1800 $ntsc 0.5 yuv422p10le 1 u8 s16le -c:v v210
 clip tagged.avi 96x64 25 1 yuv422p10le 1 none none -c:v v210
 LC_ALL=C sed -i s/v210/Q210/g tagged.avi
 clip mpeg.mxf 720x576 25 1 yuv422p 1 s16le s16le "${intra[@]}" -q:v 3
