@@ -197,6 +197,7 @@ TEST_F(Frames, ReachTheEnginesInRecordsThatAreRightWordByWord) {
             Expect(kAlpha, kProbe, 14, probe, kOnes);
             Expect(kAlpha, kDecode, 14, {0, first, stride, bytes, 0, 0, 0, alpha, ztaAt});
         }
+        DWORD codes[4];
         for (const LONG kind : {0, 1, 2, 3}) {  // of which the middle ones are alpha
             const Bytes frame = Hollow("QZ21", width, height, kind);
             ASSERT_EQ(decode(codecs.zeta2, frame, kind == 1 || kind == 2), S_OK);
@@ -204,7 +205,9 @@ TEST_F(Frames, ReachTheEnginesInRecordsThatAreRightWordByWord) {
             Expect(kZeta2Core, kDecode, 11, {0, kAny, zeta2, Word(frame.data()), 24});
             const Call call = LastCall(kZeta2Core, kDecode);
             EXPECT_EQ(Words(call.inner, call.inner + 3), (Words{first, stride, 0}));
+            codes[kind] = call.words[2];
         }
+        EXPECT_EQ(std::pair(codes[0], codes[1]), std::pair(codes[3], codes[2]));
         const bool flag = layout.bits == 32;
         const DWORD size = isV210 ? row * h : w * h * 20 / 8 * (flag ? 2 : 1) * 30 / 100;
         const DWORD blocks = (w + 15) / 16 * ((h + 15) / 16);
