@@ -60,7 +60,7 @@ TEST_F(Source, OpensAPathOfAnyLengthAlsoInsideAnotherObject) {
     ComPtr<IUnknown> inner;
     EXPECT_EQ(Module().Create(kFootageSource, outer.Get(), IID_PPV_ARGS(&inner)), S_OK);
     const auto file = As<IFileSourceFilter>(inner);
-    EXPECT_EQ(As<IUnknown>(file), outer);
+    EXPECT_EQ(As<IUnknown>(file).Get(), outer.Get());
     LPOLESTR name = nullptr;
     EXPECT_EQ(file->Load(deep.c_str() + 4, nullptr) | file->GetCurFile(&name, nullptr), S_OK);
     EXPECT_EQ(name, deep.substr(4));
@@ -160,7 +160,7 @@ TEST_F(Source, SeekingAnswersAsHostsExpect) {
         LPOLESTR id = nullptr;
         ComPtr<IPin> found;
         EXPECT_EQ(pin->QueryId(&id) | host.filter->FindPin(id, &found), S_OK);
-        EXPECT_EQ(found, pin);
+        EXPECT_EQ(found.Get(), pin.Get());
         CoTaskMemFree(id);
     }
     EXPECT_EQ(As<IAMFilterMiscFlags>(host.filter)->GetMiscFlags(),
