@@ -16,6 +16,7 @@ OutFile "${OUTPUT}"
 InstallDir "$PROGRAMFILES32\${PRODUCT}"
 InstallDirRegKey HKLM "${ENTRY}" InstallLocation
 RequestExecutionLevel admin
+AllowSkipFiles off
 ManifestDPIAware true
 SetCompressor /SOLID lzma
 ShowInstDetails nevershow
