@@ -39,7 +39,10 @@ function(nyx_protect_stack target)
 endfunction()
 
 # Debug information names the sources from their root on: a build in another folder has the same bytes.
-set(nyx_names_from_root -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
+# The count of lines wants to find them.
+if(WIN32 AND NOT NYX_COVERAGE)
+  set(nyx_names_from_root -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
+endif()
 
 # nyx_library(NAME sources...): a static library with our flags.
 function(nyx_library name)
