@@ -3,9 +3,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <cwchar>
-#include <map>
-#include <set>
 
 #include "convert/convert.h"
 #include "convert/cpu_info.h"
@@ -108,66 +105,29 @@ TEST(Entries, OtherMatricesRangesAndProcessorsAreRefusedAndThrowsBecomeResults) 
     EXPECT_EQ(RunKernel([] { throw std::bad_alloc(); }), E_UNEXPECTED);
 }
 
-/// Each bit that a processor with all others lacks, counted a hundred from word to word.
-TEST(Processor, AnswersEachFlagByItsBitAndWhatItNeeds) {
-    const std::set<LONG> avx = {35, 36, 37};
-    std::map<int, std::set<LONG>> byBit = {
-        {23, {21}},  {25, {26, 27, 28}}, {26, {28}},  {28, {34}},  {100, {29}}, {109, {30}},
-        {112, {36}}, {119, {31}},        {120, {32}}, {127, avx},  {128, avx},  {222, {25}},
-        {230, {23}}, {311, {33}},        {405, {37}}, {517, {34}}, {601, avx},  {602, avx}};
-    for (LONG index = 3; index < 20; ++index) {
-        byBit[index < 13 ? index - 3 : index - 2] = {index};
-    }
-    CpuInfo info = {};
-    CpuidWords &basic = info.leaves[1], &extended = info.leaves[9];
-    DWORD* words[] = {&basic.edx,          &basic.ecx, &extended.edx, &extended.ecx,
-                      &info.leaves[7].ebx, &basic.ebx, &info.xcr0Low};
-    const auto expectLost = [&](std::set<LONG> lost) {
-        lost.insert({-1, 0, 1, 22, 24, 38, 39});
-        for (LONG index = -1; index < 40; ++index) {
-            EXPECT_EQ(HasCpuFeature(info, index), lost.count(index) == 0) << index;
+/// Leaves 0 to 7 and 0x80000000 to 0x80000006, as far as the processor has them, and what the
+/// kernels ask of them.
+TEST(Processor, RecordHoldsTheLeavesAndTellsTheFlagsOfTheKernels) {
+    CpuInfo info = GetCpuInfo();
+    CpuidWords leaves[15] = {};
+    for (DWORD slot = 0; slot < 15; ++slot) {
+        const DWORD group = slot < 8 ? 0 : 0x80000000, leaf = group + slot % 8;
+        CpuidWords& words = leaves[slot];
+        if (leaf <= __get_cpuid_max(group, nullptr)) {
+            __cpuid_count(leaf, 0, words.eax, words.ebx, words.ecx, words.edx);
         }
-    };
-    for (int bit = 0; bit < 700; bit += bit % 100 == 31 ? 69 : 1) {
-        SCOPED_TRACE(bit);
-        basic = extended = info.leaves[7] = {~0u, 0x20000, ~0u, ~0u};
-        info.leaves[7].ebx = ~0u;
-        info.leaves[0].eax = info.xcr0Low = 7;
-        info.sseUsable = 1;
-        *words[bit / 100] &= ~(1u << bit % 100);
-        expectLost(byBit[bit]);
     }
-    basic.edx &= ~(1u << 25);
-    extended.edx &= ~(1u << 22);
-    expectLost({20, 25, 26, 27, 28});
-    basic.edx = ~0u;
-    info.sseUsable = 0;
-    expectLost({25, 27, 28});
+    leaves[1].ebx = info.leaves[1].ebx;  // names the core that asks
+    EXPECT_EQ(std::memcmp(info.leaves, leaves, sizeof leaves), 0);
+    EXPECT_EQ(info.xcr0Low != 0, (leaves[1].ecx >> 27 & 1) != 0);
+    EXPECT_EQ(info.sseUsable, 1);
+    for (int bit = 0; bit < 32; ++bit) {
+        info.leaves[1].ecx = DWORD{1} << bit;
+        EXPECT_EQ(HasCpuFeature(info, kCpuSsse3), bit == 9) << bit;
+        EXPECT_EQ(HasCpuFeature(info, kCpuSse41), bit == 19) << bit;
+    }
     info.leaves[0].eax = 0;
     EXPECT_EQ(HasCpuFeature(info, 2), 0);
-}
-
-TEST(Processor, IsThisOne) {
-    DWORD words[17] = {};
-    __cpuid(0, words[0], words[1], words[3], words[2]);
-    for (DWORD i = 1; i < 4; ++i) {
-        DWORD* leaf = words + 4 * i;
-        __cpuid(0x80000001 + i, leaf[0], leaf[1], leaf[2], leaf[3]);
-    }
-    CpuInfo info = GetCpuInfo();
-    const auto* text = reinterpret_cast<const char*>(words);
-    EXPECT_EQ(std::wstring(info.vendor), std::wstring(text + 4, text + 16));
-    EXPECT_EQ(std::wstring(info.brand),
-              std::wstring(text + 16, text + 16 + std::strlen(text + 16)));
-    EXPECT_EQ(std::memcmp(&info.leaves[10], words + 4, 48), 0);
-    EXPECT_EQ(info.xcr0Low != 0, (info.leaves[1].ecx >> 27 & 1) != 0);
-    EXPECT_EQ(info.sseUsable, 1);
-    const wchar_t* vendors[] = {L"genuineintel", L"AuthenticAMD", L"GenuineIntel", L"CyrixInstead",
-                                L"CentaurHauls"};
-    for (LONG code = 0; code < 5; ++code) {
-        std::wcscpy(info.vendor, vendors[code]);
-        EXPECT_EQ(HasCpuFeature(info, 0), code);
-    }
 }
 
 }  // namespace

@@ -86,7 +86,7 @@ TEST(OpenDv, ShowsEveryLayoutAndEncodesItAgain) {
             EXPECT_LT(squares / double(shown.size()), code == 0 ? kind.yuy2Error : kind.rgbError);
         }
     }
-    // No system, two, no variant, no such code or pixel, overlapping rows; to what is never written.
+    // No system, two, no variant, no such code or pixel, overlapping rows; to what nobody writes.
     constexpr LONG kCalls[][4] = {{0x11, 2880, 2, 0}, {0xD1, 2880, 2, 0}, {0x53, 2880, 2, 0},
                                   {0x51, 2880, 4, 9}, {0x51, 2880, 3, 0}, {0x51, -1439, 2, 0}};
     for (const auto& [flags, stride, bytes, code] : kCalls) {
