@@ -164,7 +164,7 @@ TEST_F(BaseClasses, ANewTypeRestartsTheStreamAndEndsItWhereItCannot) {
     EXPECT_EQ(Push(typed), E_ABORT);
     allocator->nextType = Numbered(7);
     EXPECT_EQ(Push(), E_ABORT);
-    EXPECT_EQ(graph->Seen().back().parameter, E_ABORT);
+    EXPECT_EQ(graph->Seen().back().second, E_ABORT);
     EXPECT_EQ(sink.Seen().endOfStream, 2);
     ComPtr<IMediaSample> buffer;
     EXPECT_EQ(allocator->GetBuffer(&buffer, nullptr, nullptr, AM_GBF_NOWAIT), S_OK) << "given back";

@@ -24,8 +24,13 @@ class Disorder : public RowTest {
     /// A frame that must be answered `expected` when the filter streams.
     void Push(const Sample& sample, HRESULT expected, const Lies& lies = {}) {
         const HRESULT streams = Streams();
-        EXPECT_EQ(rig.Push(sample, lies), streams == S_OK ? expected : streams);
-        frames += streams == S_OK && expected == S_OK ? 1u : 0u;
+        const HRESULT result = streams == S_OK ? expected : streams;
+        const unsigned arrives = result == S_OK ? 1 : 0;
+        auto made = MakeSample(sample, lies);
+        LONG taken = -1;
+        EXPECT_EQ(rig.transport->ReceiveMultiple(made.GetAddressOf(), 1, &taken), result);
+        EXPECT_EQ(taken, LONG(arrives));
+        frames += arrives;
         if (streams == S_OK && expected == VFW_E_INVALIDMEDIATYPE) {
             EXPECT_EQ(rig.graph->Count(EC_ERRORABORT), aborted += joined ? 1 : 0);
             failed = true;
@@ -83,7 +88,7 @@ class Disorder : public RowTest {
     void Frame(bool whole) {
         Push(rig.Frame(), whole ? S_OK : E_FAIL, whole ? Lies{} : Lies{.length = 1});
     }
-    void FrameWithoutBuffers(bool) {
+    void WithoutBuffers(bool) {
         if (out) {
             rig.sink.allocator->Decommit();
             Push(rig.Frame(), VFW_E_NOT_COMMITTED);
@@ -104,7 +109,7 @@ class Disorder : public RowTest {
         EXPECT_EQ(OfferedTypes(rig.output).size(), in ? 2 * row().Outputs().size() : 0);
         EXPECT_EQ(ConnectionType(rig.input), in ? input : MediaType());
     }
-    void MiscellaneousCall(bool join) {
+    void Rest(bool join) {
         ComPtr<IMemAllocator> allocator;
         joined = join;
         rig.filter->JoinFilterGraph(joined ? rig.graph.Get() : nullptr, L"again");
@@ -114,26 +119,19 @@ class Disorder : public RowTest {
         EXPECT_EQ(rig.transport->NotifyAllocator(allocator.Get(), TRUE), S_OK);
     }
     void MakeAnyCall() {
-        using Call = void (Disorder::*)(bool);
-        const Call calls[] = {&Disorder::Connect,
-                              &Disorder::Disconnect,
-                              &Disorder::StartOrStop,
-                              &Disorder::Frame,
-                              &Disorder::Flush,
-                              &Disorder::FrameWithType,
-                              &Disorder::EndOfStream,
-                              &Disorder::Questions,
-                              &Disorder::FrameWithoutBuffers,
-                              &Disorder::MiscellaneousCall};
-        const std::size_t chosen = Any(std::size(calls));
+        using D = Disorder;
+        constexpr void (D::*kCalls[])(bool) = {
+            &D::Connect,   &D::Disconnect,    &D::StartOrStop, &D::Frame,          &D::Flush,
+            &D::Questions, &D::FrameWithType, &D::EndOfStream, &D::WithoutBuffers, &D::Rest};
+        const std::size_t chosen = Any(std::size(kCalls));
         SCOPED_TRACE(chosen);
-        (this->*calls[chosen])(Any(2) == 0);
+        (this->*kCalls[chosen])(Any(2) == 0);
         const Events seen = rig.sink.Seen();
-        EXPECT_EQ(
-            std::tuple(rig.State(), PeerOf(rig.input) != nullptr, PeerOf(rig.output) != nullptr),
-            std::tuple(state, in, out));
-        EXPECT_EQ(std::tuple(rig.sink.Count(), seen.endOfStream, seen.beginFlush, seen.endFlush),
-                  std::tuple(frames, ends, begun, ended));
+        FILTER_STATE told{};
+        EXPECT_EQ(rig.filter->GetState(0, &told), S_OK);
+        EXPECT_EQ(std::tuple(told, PeerOf(rig.input) != nullptr, PeerOf(rig.output) != nullptr,
+                             rig.sink.Count(), seen.endOfStream, seen.beginFlush, seen.endFlush),
+                  std::tuple(state, in, out, frames, ends, begun, ended));
     }
 
     std::minstd_rand random;

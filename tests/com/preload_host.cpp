@@ -1,4 +1,3 @@
-/// @file
 /// A host of the smallest kind: loads the module beside it, frees it and goes. With an argument it
 /// leaves the module loaded and just ends.
 

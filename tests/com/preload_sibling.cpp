@@ -1,4 +1,3 @@
-/// @file
 /// Stands in for one of the sibling modules: writes "+name" when it is loaded and "-name" when it
 /// is freed to the file that the environment names. One binary serves under all names.
 

@@ -14,22 +14,26 @@ constexpr int kButtons[] = {IDC_PRESET_SUPERFINE, IDC_PRESET_FINE, IDC_PRESET_ST
 /// Quantiser, size and preset, which is -1 when none is checked.
 using Shown = std::array<LONG, 3>;
 
+// Whether a page is dirty and what it has told its site.
+constexpr std::pair<HRESULT, DWORD> kClean{S_FALSE, 0}, kDirty{S_OK, PROPPAGESTATUS_DIRTY},
+    kUnchanged{S_FALSE, PROPPAGESTATUS_VALIDATE};
+
 /// What the page shows. Its boxes say what its sliders do; these four are for the custom preset.
 Shown Look(const PageFrame& page) {
-    Shown shown = {page.Position(IDC_QUANT_SLIDER), page.Position(IDC_SIZE_SLIDER), -1};
+    Shown shown = {page.Ask(IDC_QUANT_SLIDER, TBM_GETPOS), page.Ask(IDC_SIZE_SLIDER, TBM_GETPOS),
+                   -1};
     for (const auto& [box, value] :
          {std::pair{IDC_QUANT_BOX, shown[0]}, {IDC_SIZE_BOX, shown[1]}}) {
-        const std::wstring number = std::to_wstring(value);
-        EXPECT_EQ(page.Text(box), number);
-        EXPECT_EQ(HIWORD(SendDlgItemMessageW(page.dialog, box, EM_GETSEL, 0, 0)), number.size())
-            << "the caret is behind it";
+        EXPECT_EQ(static_cast<LONG>(GetDlgItemInt(page.dialog, box, nullptr, TRUE)), value);
+        EXPECT_EQ(HIWORD(page.Ask(box, EM_GETSEL)), page.Ask(box, WM_GETTEXTLENGTH)) << "the caret";
     }
     for (int i = 0; i < 5; ++i) {
-        EXPECT_TRUE(!page.IsChecked(kButtons[i]) || shown[2] == -1) << "two presets are checked";
-        shown[2] = page.IsChecked(kButtons[i]) ? i : shown[2];
+        const bool isChecked = page.Ask(kButtons[i], BM_GETCHECK) == BST_CHECKED;
+        EXPECT_TRUE(!isChecked || shown[2] == -1) << "two presets are checked";
+        shown[2] = isChecked ? i : shown[2];
     }
     for (const int control : {IDC_QUANT_SLIDER, IDC_QUANT_BOX, IDC_SIZE_SLIDER, IDC_SIZE_BOX}) {
-        EXPECT_EQ(page.IsEnabled(control), shown[2] == 4) << control;
+        EXPECT_EQ(IsWindowEnabled(page.Control(control)) != FALSE, shown[2] == 4) << control;
     }
     return shown;
 }
@@ -40,13 +44,6 @@ class Page : public ParametersTest {
     void SetLive(const Words& w) {
         const EncodeParameterBlock block = {w[0], w[1], w[2], w[3]};
         ASSERT_EQ(encoder_->SetParameter(&block, FALSE), S_OK);
-    }
-    Words Live() { return Read(encoder_); }
-    /// That the page is dirty and last told its site so.
-    static void ExpectDirty(const PageFrame& frame) {
-        EXPECT_EQ(frame.page->IsPageDirty(), S_OK);
-        ASSERT_FALSE(frame.site->statuses.empty());
-        EXPECT_EQ(frame.site->statuses.back(), DWORD{PROPPAGESTATUS_DIRTY});
     }
 
     ComPtr<IEncodeParmeter_QZTA> encoder_ = NewEncoder();
@@ -81,7 +78,7 @@ TEST_F(Page, IsTheEncodersAndShowsTheParametersOfEachInTurn) {
         const PageFrame frame(page, encoder_.Get());
         EXPECT_EQ(Look(frame), c.shown);
         EXPECT_EQ(page->IsPageDirty(), c.dirty);
-        EXPECT_EQ(Live(), c.live);
+        EXPECT_EQ(Read(encoder_), c.live);
     }
     // Without an encoder it shows the stored ones and applies nothing.
     Store(L"preset", 4);
@@ -104,12 +101,12 @@ TEST_F(Page, APresetIsStoredWhenItIsAppliedWithItsWindowOrWithout) {
             const PageFrame frame(New(), encoder_.Get());
             frame.Click(kButtons[shown[2]]);
             EXPECT_EQ(Look(frame), shown);
-            ExpectDirty(frame);
-            EXPECT_EQ(Live(), before) << "nothing is applied before Apply";
+            EXPECT_EQ(frame.Dirty(), kDirty);
+            EXPECT_EQ(Read(encoder_), before) << "nothing is applied before Apply";
             EXPECT_TRUE(!windowGone || frame.page->Deactivate() == S_OK);
             EXPECT_EQ(frame.page->Apply(), S_OK);
             EXPECT_EQ(frame.page->IsPageDirty(), S_FALSE);
-            EXPECT_EQ(Live(), (Words{1, shown[0], shown[1], shown[2]}));
+            EXPECT_EQ(Read(encoder_), (Words{1, shown[0], shown[1], shown[2]}));
             EXPECT_EQ((Words{Stored(L"color_space"), Stored(L"quant_scale"),
                              Stored(L"max_stream_size"), Stored(L"preset")}),
                       (Words{-1, shown[0], shown[1], shown[2]}));
@@ -121,32 +118,27 @@ TEST_F(Page, WhatIsNotAppliedStaysWithThePage) {
     {
         PageFrame frame(New(), encoder_.Get());
         frame.Click(IDC_PRESET_STANDARD);
-        EXPECT_EQ(frame.page->IsPageDirty(), S_FALSE) << "it is the one";
-        EXPECT_TRUE(frame.site->statuses.empty());
+        EXPECT_EQ(frame.Dirty(), kClean) << "it is the one";
         frame.Click(IDC_PRESET_OFFLINE);
         frame.Click(IDC_PRESET_CUSTOM);
         EXPECT_EQ(frame.page->Deactivate(), S_OK);
-        const RECT place = {0, 0, 300, 100};
-        EXPECT_EQ(frame.page->Activate(frame.frame, &place, FALSE), S_OK);
-        frame.dialog = GetWindow(frame.frame, GW_CHILD);
+        frame.Activate();
         EXPECT_EQ(Look(frame), (Shown{19, 4, 4})) << "the numbers that were shown";
-        ExpectDirty(frame);
+        EXPECT_EQ(frame.Dirty(), kDirty);
     }
-    EXPECT_EQ(Live(), (Words{0, 5, 30, 2}));
+    EXPECT_EQ(Read(encoder_), (Words{0, 5, 30, 2}));
     const PageFrame frame(New(), encoder_.Get());
     frame.Click(IDC_PRESET_SUPERFINE);
     frame.page->Apply();
-    frame.site->statuses.clear();
     frame.Click(IDC_PRESET_SUPERFINE);  // whose pair is not what the boxes made of it
-    EXPECT_EQ(frame.site->statuses, std::vector<DWORD>{PROPPAGESTATUS_VALIDATE});
-    EXPECT_EQ(frame.page->IsPageDirty(), S_FALSE);
+    EXPECT_EQ(frame.Dirty(), kUnchanged);
     frame.Click(IDC_PRESET_OFFLINE);
     EXPECT_EQ(frame.page->Apply(), S_OK);
     frame.Click(IDC_PRESET_CUSTOM);
     frame.Click(IDC_PRESET_OFFLINE);  // as it was applied: nobody is told
     EXPECT_EQ(frame.page->Deactivate(), S_OK);
     EXPECT_EQ(frame.page->Apply(), S_OK);
-    EXPECT_EQ(Live(), (Words{0, 19, 4, 3}));
+    EXPECT_EQ(Read(encoder_), (Words{0, 19, 4, 3}));
 }
 
 TEST_F(Page, SlidersAndTextMoveTheNumbersInsideTheirRanges) {
@@ -166,18 +158,18 @@ TEST_F(Page, SlidersAndTextMoveTheNumbersInsideTheirRanges) {
     for (const int box : {IDC_QUANT_BOX, IDC_SIZE_BOX}) {
         SendMessageW(frame.Control(box), WM_CHAR, L'7', 1);  // they are read-only
     }
-    EXPECT_EQ(frame.page->IsPageDirty(), S_FALSE);
+    EXPECT_EQ(frame.Dirty(), kClean);
     for (const auto& c : cases) {
-        frame.site->statuses.clear();
+        SetDlgItemTextW(frame.dialog, c.control, c.value);  // which is nothing to a slider
         if (c.control == IDC_SIZE_SLIDER || c.control == IDC_QUANT_SLIDER) {
-            frame.Drag(c.control, std::stol(c.value));
-        } else {
-            SetDlgItemTextW(frame.dialog, c.control, c.value);
+            const HWND slider = frame.Control(c.control);  // moved as the mouse does
+            SendMessageW(slider, TBM_SETPOS, TRUE, std::stol(c.value));
+            SendMessageW(frame.dialog, WM_HSCROLL, TB_THUMBTRACK, LPARAM(slider));
         }
         EXPECT_EQ(Look(frame), (Shown{c.quant, c.size, 4}));
-        ExpectDirty(frame);
+        EXPECT_EQ(frame.Dirty(), kDirty);
         EXPECT_EQ(frame.page->Apply(), S_OK);
-        EXPECT_EQ(Live(), (Words{0, c.quant, c.size, 4}));
+        EXPECT_EQ(Read(encoder_), (Words{0, c.quant, c.size, 4}));
     }
 }
 
@@ -186,8 +178,10 @@ TEST_F(Page, EveryControlIsReachedByKeysWhenItIsEnabled) {
     SetWindowLongW(frame.dialog, GWL_EXSTYLE, 0);  // as frames do
     EXPECT_TRUE(GetWindowLongW(frame.dialog, GWL_EXSTYLE) & WS_EX_CONTROLPARENT);
     EXPECT_EQ(frame.TabOrder(), std::vector<int>{IDC_PRESET_STANDARD});
-    frame.Strike(IDC_PRESET_SUPERFINE, VK_UP);
-    EXPECT_TRUE(frame.IsChecked(IDC_PRESET_CUSTOM)) << "the group is a circle";
+    SetFocus(frame.Control(IDC_PRESET_SUPERFINE));
+    MSG up = {GetFocus(), WM_KEYDOWN, VK_UP, 1, 0, {}};
+    EXPECT_TRUE(IsDialogMessageW(frame.frame, &up));
+    EXPECT_EQ(Look(frame)[2], 4) << "the group is a circle";
     EXPECT_EQ(frame.TabOrder(), (std::vector<int>{IDC_PRESET_CUSTOM, IDC_QUANT_SLIDER,
                                                   IDC_QUANT_BOX, IDC_SIZE_SLIDER, IDC_SIZE_BOX}));
 }
@@ -201,7 +195,6 @@ TEST_F(Page, CallsOutOfTurnAreRefusedAndThePageServesAfterwards) {
     IUnknown* objects[] = {encoder_.Get(), nullptr};
     const auto expectStage = [&](bool connected, bool sited, bool active) {
         const HRESULT shown = active ? S_OK : E_UNEXPECTED;
-        EXPECT_EQ(GetWindow(window, GW_CHILD) != nullptr, active);
         EXPECT_EQ(page->Move(&place), shown);
         EXPECT_EQ(page->Show(SW_SHOW), shown);
         EXPECT_EQ(page->Show(SW_SHOWMAXIMIZED), active ? E_INVALIDARG : E_UNEXPECTED);

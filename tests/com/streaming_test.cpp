@@ -4,30 +4,11 @@
 
 #include "tests/support/frames.h"
 #include "tests/support/leaks.h"
-#include "tests/support/misaligned.h"
 #include "tests/support/rig.h"
 #include "tests/support/watchdog.h"
 
 namespace nyx::test {
 namespace {
-
-class EveryFilter : public RowTest {};
-NYX_FOR_ROWS(EveryFilter, Catalogue());
-
-TEST_P(EveryFilter, TurnsFramesIntoEachOfItsFormats) {
-    for (std::size_t i = 0; i < row().Outputs().size(); ++i) {
-        Rig rig(row());
-        const HostileAllocator& buffers = rig.OwnAllocator();
-        rig.Start(i);
-        for (int frame = 0; frame < 2; ++frame) {
-            EXPECT_EQ(rig.Push(), S_OK);
-            EXPECT_TRUE(buffers.MarginsAreUntouched());
-        }
-        const Bytes bytes = rig.sink.Last().bytes;
-        EXPECT_EQ(bytes, rig.sink.Samples().front().bytes);
-        EXPECT_TRUE(row().IsEncoder() || LONG(bytes.size()) == row().BufferBytes(i));
-    }
-}
 
 class Streaming : public RowTest {
   protected:
@@ -40,10 +21,10 @@ class Streaming : public RowTest {
     }
     Rig rig{row()};
 };
-NYX_FOR_ROWS(Streaming, ThreeKinds());
+NYX_FOR_ROWS(Streaming, Rows({"Q210Decoder", "ZetaDecoder", "ZetaEncoder"}));
 
 class Decoding : public Streaming {};
-NYX_FOR_ROWS(Decoding, TwoDecoders());
+NYX_FOR_ROWS(Decoding, Rows({"Q210Decoder", "ZetaDecoder"}));
 
 TEST_P(Streaming, TimesAndFlagsAreCarriedByAnyKindOfSample) {
     const auto carried = [](const Sample& s) {
@@ -106,12 +87,9 @@ TEST_P(Streaming, WhatIsNotAsPromisedFailsItsFrameOnly) {
     }
     EXPECT_EQ(rig.sink.Count(), 0u);
     EXPECT_EQ(rig.graph->Seen().size(), 0u) << "a failed frame raises no event";
-    Sample other = whole;
-    other.bytes.resize(whole.bytes.size() / 2);
-    EXPECT_NE(rig.Push(other, {.length = LONG_MAX}), S_OK);
-    other = whole;
-    other.bytes.push_back(0xFF);  // the frame then begins at an odd address
-    const Bytes picture = Through(other).bytes;
+    const Bytes half(whole.bytes.begin(), whole.bytes.begin() + size / 2);
+    EXPECT_NE(rig.Push({half}, {.length = LONG_MAX}), S_OK);
+    const Bytes picture = Through({whole.bytes + Bytes{0xFF}}).bytes;  // begins at an odd address
     for (const LONG misaligned : {0, 1, 15}) {
         buffers.misaligned = misaligned;
         EXPECT_EQ(Through(whole, {.length = LONG_MAX}).bytes, picture) << misaligned;
@@ -140,25 +118,20 @@ TEST_P(Streaming, DownstreamsAnswersComeBack) {
               std::tuple(1, 10000, 20000, 1.5));
 }
 
-TEST_P(Streaming, LateFramesAreLeftOutAndTheGraphIsTold) {
-    rig.Start();
-    for (LONGLONG frame = 0; frame < 6; ++frame) {
-        if (frame == 3) {
-            rig.Notify({Flood, 500, 1000000, 0});  // two frames and a half
-        }
-        EXPECT_EQ(rig.Push({rig.Frame().bytes, frame * 400000, (frame + 1) * 400000}), S_OK);
-        EXPECT_EQ(LONGLONG(rig.sink.Count()), frame < 3 ? frame + 1 : frame < 5 ? 3 : 4);
-    }
-    EXPECT_EQ(rig.graph->Count(EC_QUALITY_CHANGE), 1);
-}
-
 TEST_P(Streaming, FramesMayComeFromAMisalignedStack) {
-    constexpr unsigned kReceive = 6;  // the method's slot in its interface
     const auto sample = MakeSample(rig.Frame());
     rig.Start();
-    for (const DWORD offset : {0u, 4u, 8u, 12u}) {
-        EXPECT_EQ(CallMethodMisaligned(offset, rig.transport.Get(), kReceive, sample.Get()), S_OK);
-        EXPECT_EQ(rig.sink.Last().bytes, rig.sink.Samples().front().bytes) << offset;
+    for (const DWORD offset : {0u, 4u, 8u, 12u}) {  // of the stack, from a 16-byte boundary
+        DWORD result = offset;
+        IMemInputPin* object = rig.transport.Get();
+        asm volatile(
+            "movl %%esp, %%ebx; andl $-16, %%esp; subl %%eax, %%esp; pushl %%esi; pushl %%ecx;"
+            "movl (%%ecx), %%edx; call *24(%%edx); movl %%ebx, %%esp"  // Receive is in slot 6
+            : "+a"(result), "+c"(object)
+            : "S"(sample.Get())
+            : "ebx", "edx", "memory", "cc", "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6",
+              "xmm7");
+        EXPECT_EQ(HRESULT(result), S_OK);
     }
 }
 
@@ -167,11 +140,9 @@ TEST_P(Streaming, StopAndFlushLetAWaitingUpstreamThreadGo) {
     // The one buffer of the pool is held here, so Receive must wait for it.
     ComPtr<IMediaSample> held;
     ASSERT_EQ(rig.sink.allocator->GetBuffer(&held, nullptr, nullptr, 0), S_OK);
-    const auto pushOnAThread = [&] {
-        return std::async(std::launch::async, [&] { return rig.Push(); });
-    };
+    const auto push = [&] { return std::async(std::launch::async, [&] { return rig.Push(); }); };
     MustFinish("Stop while Receive waits for a buffer", [&] {
-        auto pushed = pushOnAThread();
+        auto pushed = push();
         Sleep(50);
         rig.filter->Stop();
         EXPECT_NE(pushed.get(), S_OK);
@@ -179,21 +150,19 @@ TEST_P(Streaming, StopAndFlushLetAWaitingUpstreamThreadGo) {
     EXPECT_EQ(rig.sink.Count(), 0u);
     held.Reset();
     rig.filter->Pause();
-    // Downstream lets its waiting thread go when it is told to flush.
-    std::promise<void> received;
     rig.sink.onReceive = [&](IMediaSample*) {
-        received.set_value();
         while (rig.sink.Seen().beginFlush == 0) {
             std::this_thread::yield();
         }
         return S_FALSE;
     };
-    MustFinish("BeginFlush while Receive waits downstream", [&] {
-        auto pushed = pushOnAThread();
-        received.get_future().wait();
+    MustFinish("BeginFlush while Receive waits downstream, which lets go when told", [&] {
+        auto pushed = push();
+        while (rig.sink.Count() == 0) {
+            std::this_thread::yield();
+        }
         EXPECT_EQ(rig.input->BeginFlush(), S_OK);
         EXPECT_EQ(pushed.get(), S_FALSE);
-        EXPECT_EQ(rig.input->EndFlush(), S_OK);
     });
 }
 
@@ -203,24 +172,24 @@ TEST_P(Streaming, FlushesSeeksAndStopsOnOtherThreadsLeaveTheFilterInOrder) {
     Sample typed = rig.Frame();  // what others ask for is replaced while they do
     typed.type = row().InputType();
     const auto frame = MakeSample(typed);
-    const auto flush = [&] { rig.input->BeginFlush(), rig.input->EndFlush(); };
-    const auto askAndSeek = [&] {
-        for (const MediaType& type : OfferedTypes(rig.output)) {
-            EXPECT_EQ(type.Header().biWidth, rig.stream.width);
-        }
-        EXPECT_EQ(ConnectionType(rig.input), *typed.type);
-        rig.input->NewSegment(0, 400000, 1.0);
-        rig.Notify({Flood, 500, 800000, 0});
-        rig.input->EndOfStream();
-    };
-    const auto restart = [&] {
-        rig.filter->Stop();
-        rig.DisconnectOutput();
-        rig.ConnectOutput();
-        rig.filter->Run(0);
-    };
-    const std::function<void()> works[] = {[&] { rig.transport->Receive(frame.Get()); }, flush,
-                                           askAndSeek, restart};
+    const std::function<void()> works[] = {
+        [&] { rig.transport->Receive(frame.Get()); },
+        [&] { rig.input->BeginFlush(), rig.input->EndFlush(); },
+        [&] {
+            for (const MediaType& type : OfferedTypes(rig.output)) {
+                EXPECT_EQ(type.Header().biWidth, rig.stream.width);
+            }
+            EXPECT_EQ(ConnectionType(rig.input), *typed.type);
+            rig.input->NewSegment(0, 400000, 1.0);
+            rig.Notify({Flood, 500, 800000, 0});
+            rig.input->EndOfStream();
+        },
+        [&] {
+            rig.filter->Stop();
+            rig.DisconnectOutput();
+            rig.ConnectOutput();
+            rig.filter->Run(0);
+        }};
     MustFinish("a storm of flushes, seeks and stops", [&] {
         std::vector<std::future<void>> all;
         for (const auto& work : works) {
@@ -230,9 +199,8 @@ TEST_P(Streaming, FlushesSeeksAndStopsOnOtherThreadsLeaveTheFilterInOrder) {
     });
     rig.filter->Stop();
     rig.filter->Pause();
-    rig.sink.Forget();
-    EXPECT_EQ(rig.Push(), S_OK);
-    EXPECT_EQ(rig.sink.Count(), 1u);
+    rig.sink.keepsSamples = true;
+    Through(rig.Frame());
 }
 
 TEST_P(Decoding, ATypeOnDownstreamsBufferChangesTheOutputFromThatFrameOn) {
@@ -252,7 +220,7 @@ TEST_P(Decoding, ATypeOnDownstreamsBufferChangesTheOutputFromThatFrameOn) {
             EXPECT_EQ(ConnectionType(rig.output), type);
             buffers.nextType = type;
             EXPECT_EQ(Through(rig.Frame()).type, type) << "it travels with the first frame of it";
-            EXPECT_FALSE(buffers.typeHandedBack);
+            EXPECT_FALSE(HostileSample::typeHandedBack);
             const Sample next = Through(rig.Frame());
             EXPECT_FALSE(next.type);
             const auto size = static_cast<std::size_t>(PictureBytes(type.Header()));
@@ -390,28 +358,21 @@ TEST_P(OneDecoder, AChangeOnAFrameThatIsNotDeliveredIsAnnouncedWithTheNext) {
 }
 
 TEST_P(Streaming, LongRunsLoseNoMemory) {
-    rig.sink.keepsSamples = false;
     MediaType refused = row().InputType();
     refused.Header().biCompression = 0x12345678;
     Sample typed = rig.Frame();
     typed.type = row().InputType();
-    HostileAllocator& buffers = rig.OwnAllocator();
     ExpectNoLeak(100, [&] {
-        auto filter = Module().Create(row().clsid);
-        ComPtr<IPin> pin;
-        ASSERT_EQ(filter->FindPin(L"Out", &pin), S_OK);
-        As<IMediaSeeking>(pin);
-        pin.Reset();
-        ASSERT_EQ(filter.Reset(), 0u);
-        ASSERT_NE(rig.ConnectInput(refused), S_OK);
-        ASSERT_EQ(rig.ConnectInput(), S_OK);
-        ASSERT_NE(rig.ConnectOutput(refused), S_OK);
-        ASSERT_EQ(rig.ConnectOutput(), S_OK);
-        ASSERT_EQ(rig.filter->Pause(), S_OK);
-        buffers.nextType = ConnectionType(rig.output);
-        ASSERT_EQ(rig.Push(typed), S_OK);
-        ASSERT_EQ(rig.filter->Stop(), S_OK);
-        rig.Disconnect();
+        Rig made(row());
+        As<IMediaSeeking>(made.output);
+        ASSERT_NE(made.ConnectInput(refused), S_OK);
+        ASSERT_EQ(made.ConnectInput(), S_OK);
+        ASSERT_NE(made.ConnectOutput(refused), S_OK);
+        HostileAllocator& buffers = made.OwnAllocator();
+        ASSERT_EQ(made.ConnectOutput(), S_OK);
+        ASSERT_EQ(made.filter->Pause(), S_OK);
+        buffers.nextType = ConnectionType(made.output);
+        ASSERT_EQ(made.Push(typed), S_OK);
     });
 }
 

@@ -12,17 +12,12 @@
 namespace nyx::test {
 namespace {
 
-[[maybe_unused]] const bool usesStarvedModule = (moduleFile = L"nyxcodecs_starved.dll", true);
-
-Starved& TheStarved() {
-    static auto* const starved = Export<Starved*>(Module().handle, "starved");
-    return *starved;
-}
+Starved& starved =
+    *(moduleFile = L"nyxcodecs_starved.dll", Export<Starved*>(Module().handle, "starved"));
 
 /// Runs `call` with its first allocation failing, then its second, and so on until it makes no
 /// more, `least` at least. It says that memory failed, or one of `others`.
 void FailEach(long least, const std::function<HRESULT()>& call, std::vector<HRESULT> others = {}) {
-    Starved& starved = TheStarved();
     others.push_back(E_OUTOFMEMORY);
     for (long number = 1;; ++number) {
         const long alive = starved.alive;
@@ -100,19 +95,19 @@ TEST_P(WithoutMemory, AFrameIsDeliveredOrItsPictureUntouchedInMemoryOfEveryKind)
         ASSERT_EQ(rig.ConnectInput(), S_OK);
         ASSERT_EQ(rig.ConnectOutput(row().OutputType(i % formats, wide)), S_OK);
         rig.filter->Pause();
-        TheStarved().answer = static_cast<Answer>(i / formats);
-        TheStarved().queries = 0;
+        starved.answer = static_cast<Answer>(i / formats);
+        starved.queries = 0;
         EXPECT_EQ(rig.Push(), S_OK);
-        EXPECT_LE(TheStarved().queries, 2) << "once a picture is enough";
+        EXPECT_LE(starved.queries, 2) << "once a picture is enough";
         std::vector<BYTE>& picture = pictures[i % formats];
         picture = i < formats ? buffers.Buffer() : picture;
-        FailEach(TheStarved().answer != Answer::kWriteCombined || row().IsEncoder() ? 0 : 1, [&] {
+        FailEach(starved.answer != Answer::kWriteCombined || row().IsEncoder() ? 0 : 1, [&] {
             const HRESULT result = rig.Push();
             EXPECT_TRUE(FAILED(result) ? buffers.IsUntouched() : buffers.Buffer() == picture);
             return result;
         });
         EXPECT_TRUE(buffers.MarginsAreUntouched());
-        TheStarved().answer = Answer::kTruth;
+        starved.answer = Answer::kTruth;
         Sample typed = rig.Frame();
         typed.type = row().InputType(rig.stream);
         const MediaType last = row().OutputType(formats - 1);

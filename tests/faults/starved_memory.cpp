@@ -8,23 +8,19 @@
 using nyx::test::Answer;
 
 extern "C" {
-__declspec(dllexport) nyx::test::Starved starved = {};
-}
 
-namespace {
+__declspec(dllexport) nyx::test::Starved starved = {};
 
 /// Counts one allocation; whether it is the one to fail.
-bool RunsOut() {
+static bool RunsOut() {
     return ++starved.asked == starved.failing;
 }
 
-void* __stdcall TaskAllocate(SIZE_T size) {
-    IMalloc* heap = nullptr;
-    CoGetMalloc(1, &heap);
-    return RunsOut() ? nullptr : heap->Alloc(size);
+static void* __stdcall TaskAllocate(SIZE_T size) {
+    return RunsOut() ? nullptr : CoTaskMemRealloc(nullptr, size);
 }
 
-SIZE_T __stdcall Query(const void* address, MEMORY_BASIC_INFORMATION* told, SIZE_T size) {
+static SIZE_T __stdcall Query(const void* address, MEMORY_BASIC_INFORMATION* told, SIZE_T size) {
     ++starved.queries;
     const SIZE_T result = VirtualQueryEx(GetCurrentProcess(), address, told, size);
     told->State = starved.answer == Answer::kReserved ? MEM_RESERVE : told->State;
@@ -33,9 +29,6 @@ SIZE_T __stdcall Query(const void* address, MEMORY_BASIC_INFORMATION* told, SIZE
     return starved.answer == Answer::kUnknown ? 0 : result;
 }
 
-}  // namespace
-
-extern "C" {
 // In the place of the imports, where every call looks.
 void*(__stdcall* taskAllocateImport)(SIZE_T) asm("__imp__CoTaskMemAlloc@4") = &TaskAllocate;
 SIZE_T(__stdcall* queryImport)

@@ -9,10 +9,9 @@ enum class Answer { kTruth, kUnknown, kReserved, kWriteCombined };
 /// it. One thread at a time. Counted are operator new in all its forms and CoTaskMemAlloc.
 struct Starved {
     long failing;  ///< the number of the allocation to fail, 1 being the first; 0 for none
-    long asked;    ///< allocations since the test has set it to 0
     long alive;    ///< blocks of operator new in use
     Answer answer;
-    long queries;  ///< of the kind of memory, since the test has set it to 0
+    long asked, queries;  ///< allocations, and of the kind of memory, since set to 0
 };
 
 }  // namespace nyx::test

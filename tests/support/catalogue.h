@@ -1,6 +1,5 @@
 #pragma once
 
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -44,8 +43,6 @@ struct CatalogueRow {
     }
     /// A well-formed sample.
     std::vector<BYTE> Frame(const Stream& input) const;
-    /// Prints the row's name in a failed test's message.
-    friend void PrintTo(const CatalogueRow& row, std::ostream* out) { *out << row.name; }
 };
 
 /// Its property page, the module's tenth class.
@@ -55,14 +52,8 @@ extern const CLSID kPropertyPage;
 const std::vector<CatalogueRow>& Catalogue();
 /// The one of that name, which must be there.
 const CatalogueRow& Row(const std::string& name);
+/// Some of them. What is true of one decoder without an engine, of one with and of the encoder in
+/// the words of the base classes and the templates is true of all.
 std::vector<CatalogueRow> Rows(const std::vector<std::string>& names);
-/// One filter without an engine, one with, one that encodes: what is true of these in the words of
-/// the base classes and the templates is true of all.
-inline std::vector<CatalogueRow> ThreeKinds() {
-    return Rows({"Q210Decoder", "ZetaDecoder", "ZetaEncoder"});
-}
-inline std::vector<CatalogueRow> TwoDecoders() {
-    return Rows({"Q210Decoder", "ZetaDecoder"});
-}
 
 }  // namespace nyx::test

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -24,11 +23,12 @@ struct Lies {
 /// A platform's sample whose memory is the suite's own and some of whose answers are lies.
 class HostileSample : public Object<IMediaSample2> {
   public:
-    /// `typeHandedBack` is set when SetProperties is given the sample's own type, which the
-    /// platform's samples may free before they copy it.
-    HostileSample(IMediaSample* real, const Lies& lies, std::shared_ptr<BYTE> data, LONG size,
-                  bool* typeHandedBack = nullptr)
-        : real_(real), lies_(lies), data_(data), size_(size), typeHandedBack_(typeHandedBack) {}
+    /// Whether ever SetProperties was given the sample's own type, which the platform's samples may
+    /// free before they copy it.
+    static inline bool typeHandedBack = false;
+
+    HostileSample(IMediaSample* real, const Lies& lies, std::shared_ptr<BYTE> data, LONG size)
+        : real_(real), lies_(lies), data_(data), size_(size) {}
     ~HostileSample() override { real_->SetMediaType(nullptr); }
 
     STDMETHODIMP GetPointer(BYTE** data) override {
@@ -52,9 +52,7 @@ class HostileSample : public Object<IMediaSample2> {
         const AM_MEDIA_TYPE* const own = record.pMediaType;
         std::memcpy(&record, properties, std::min<std::size_t>(size, sizeof(record)));
         SetActualDataLength(record.lActual);
-        if (typeHandedBack_ && own && size == sizeof(record) && record.pMediaType == own) {
-            *typeHandedBack_ = true;
-        }
+        typeHandedBack |= own && size == sizeof(record) && record.pMediaType == own;
         if (record.dwSampleFlags & AM_SAMPLE_TYPECHANGED && record.pMediaType) {
             MediaType type(*record.pMediaType);
             real_->SetMediaType(&type);
@@ -97,7 +95,6 @@ class HostileSample : public Object<IMediaSample2> {
     const std::shared_ptr<BYTE> data_;
     const LONG size_;
     LONG length_ = size_;
-    bool* const typeHandedBack_;
 };
 
 /// A platform's allocator, with one byte a sample: the memory is the suite's.
@@ -125,7 +122,6 @@ class HostileAllocator : public Object<IMemAllocator> {
     std::optional<MediaType> nextType;  ///< attached to the next buffer only
     DWORD protection = PAGE_READWRITE;  ///< of the buffers' memory
     ALLOCATOR_PROPERTIES requested{};
-    bool typeHandedBack = false;
     DWORD flags = 0;  ///< with which the last buffer was asked for
 
     /// The last buffer, and whether it and all around it are as they were handed out.
@@ -138,9 +134,6 @@ class HostileAllocator : public Object<IMemAllocator> {
     STDMETHODIMP SetProperties(ALLOCATOR_PROPERTIES* request,
                                ALLOCATOR_PROPERTIES* actual) override {
         requested = *request;
-        if (FAILED(setPropertiesResult)) {
-            return setPropertiesResult;
-        }
         properties_ = granted.value_or(*request);
         properties_.cbBuffer = std::abs(properties_.cbBuffer);
         real_ = NewAllocator(std::max(properties_.cBuffers, 1L));
@@ -158,11 +151,18 @@ class HostileAllocator : public Object<IMemAllocator> {
         if (const HRESULT result = real_->GetBuffer(&real, start, stop, asked)) {
             return result;
         }
-        Prepare();
+        size_ = static_cast<std::size_t>(properties_.cbBuffer - shorter);
+        roomSize_ = 2 * kMargin + static_cast<std::size_t>(properties_.cbBuffer);
+        room_.reset(
+            static_cast<BYTE*>(VirtualAlloc(nullptr, roomSize_, MEM_COMMIT, PAGE_READWRITE)),
+            [](BYTE* room) { VirtualFree(room, 0, MEM_RELEASE); });
+        std::fill_n(room_.get(), roomSize_, kUnwritten);
+        DWORD old = 0;
+        VirtualProtect(room_.get(), roomSize_, protection, &old);
         real->SetMediaType(nextType ? &*nextType : nullptr);
         nextType.reset();
         *buffer = new HostileSample(real.Get(), lies, std::shared_ptr<BYTE>(room_, Data()),
-                                    static_cast<LONG>(size_), &typeHandedBack);
+                                    static_cast<LONG>(size_));
         return S_OK;
     }
 
@@ -170,20 +170,6 @@ class HostileAllocator : public Object<IMemAllocator> {
     BYTE* Data() const { return room_.get() + kMargin + misaligned; }
     static bool Unwritten(const BYTE* from, const BYTE* to) {
         return std::all_of(from, to, [](BYTE byte) { return byte == kUnwritten; });
-    }
-    void Prepare() {
-        size_ = static_cast<std::size_t>(properties_.cbBuffer - shorter);
-        const std::size_t needed = 2 * kMargin + static_cast<std::size_t>(properties_.cbBuffer);
-        if (roomSize_ != needed) {
-            roomSize_ = needed;
-            room_.reset(
-                static_cast<BYTE*>(VirtualAlloc(nullptr, needed, MEM_COMMIT, PAGE_READWRITE)),
-                [](BYTE* room) { VirtualFree(room, 0, MEM_RELEASE); });
-        }
-        DWORD old = 0;
-        VirtualProtect(room_.get(), roomSize_, PAGE_READWRITE, &old);
-        std::fill_n(room_.get(), roomSize_, kUnwritten);
-        VirtualProtect(room_.get(), roomSize_, protection, &old);
     }
 
     ComPtr<IMemAllocator> real_ = NewAllocator(1);

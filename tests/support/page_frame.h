@@ -3,21 +3,17 @@
 #include <ocidl.h>
 
 #include <commctrl.h>
-
-#include <stdexcept>
-#include <string>
-#include <vector>
+#include <gtest/gtest.h>
 
 #include "tests/support/host.h"
 
 namespace nyx::test {
 
-/// Records what a page tells its frame.
-class PageSite : public Object<IPropertyPageSite> {
-  public:
-    std::vector<DWORD> statuses;
+/// Keeps what a page last told its frame.
+struct PageSite : Object<IPropertyPageSite> {
+    DWORD status = 0;
 
-    STDMETHODIMP OnStatusChange(DWORD flags) override { return statuses.push_back(flags), S_OK; }
+    STDMETHODIMP OnStatusChange(DWORD flags) override { return status = flags, S_OK; }
     STDMETHODIMP GetLocaleID(LCID*) override { return E_NOTIMPL; }
     STDMETHODIMP GetPageContainer(IUnknown**) override { return E_NOTIMPL; }
     STDMETHODIMP TranslateAccelerator(MSG*) override { return S_FALSE; }
@@ -25,29 +21,12 @@ class PageSite : public Object<IPropertyPageSite> {
 
 /// A property frame of the suite's own: one page, shown for one object and used by window messages
 /// as a user would by mouse and keyboard. Needs a display.
-class PageFrame {
-  public:
-    /// Shows `shown`; throws std::runtime_error when that fails. What showing told the site is
-    /// forgotten.
+struct PageFrame {
     PageFrame(const ComPtr<IPropertyPage>& shown, IUnknown* object) : page(shown) {
-        PROPPAGEINFO info{};
-        if (!page || FAILED(page->SetPageSite(site.Get())) ||
-            FAILED(page->SetObjects(1, &object)) || FAILED(page->GetPageInfo(&info))) {
-            throw std::runtime_error("no page to show");
-        }
-        CoTaskMemFree(info.pszTitle);
-        // A dialog, as the system's frames are. Neither a caption nor activation: without a window
-        // manager the system would wait for one.
-        frame = CreateWindowExW(WS_EX_CONTROLPARENT, WC_DIALOG, L"", WS_POPUP | WS_CLIPCHILDREN, 20,
-                                20, info.size.cx, info.size.cy, nullptr, nullptr, nullptr, nullptr);
+        EXPECT_EQ(page->SetPageSite(site.Get()) | page->SetObjects(1, &object), S_OK);
         ShowWindow(frame, SW_SHOWNOACTIVATE);
-        const RECT place = {0, 0, info.size.cx, info.size.cy};
-        if (!frame || FAILED(page->Activate(frame, &place, FALSE))) {
-            throw std::runtime_error("the page does not show: is there a display?");
-        }
-        dialog = GetWindow(frame, GW_CHILD);
-        Pump();
-        site->statuses.clear();
+        Activate();
+        site->status = 0;  // what showing told it
     }
     ~PageFrame() {
         page->Deactivate();
@@ -55,58 +34,40 @@ class PageFrame {
         page->SetPageSite(nullptr);
         DestroyWindow(frame);
     }
+    void Activate() {
+        const RECT place = {0, 0, 400, 300};
+        EXPECT_EQ(page->Activate(frame, &place, FALSE), S_OK) << "is there a display?";
+        dialog = GetWindow(frame, GW_CHILD);
+    }
 
     HWND Control(int id) const { return GetDlgItem(dialog, id); }
-    void Click(int button) const { SendMessageW(Control(button), BM_CLICK, 0, 0); }
-    /// Moves a slider's thumb there, as the mouse does.
-    void Drag(int slider, LONG position) const {
-        SendMessageW(Control(slider), TBM_SETPOS, TRUE, position);
-        SendMessageW(dialog, WM_HSCROLL, MAKEWPARAM(TB_THUMBTRACK, position),
-                     reinterpret_cast<LPARAM>(Control(slider)));
+    LONG Ask(int control, UINT message) const {
+        return static_cast<LONG>(SendDlgItemMessageW(dialog, control, message, 0, 0));
     }
-    /// Puts the focus on a control and strikes a key there, by way of the dialog's keyboard rules.
-    void Strike(int control, WPARAM key) const {
-        SetFocus(Control(control));
-        MSG message = {GetFocus(), WM_KEYDOWN, key, 1, 0, {}};
-        if (!IsDialogMessageW(frame, &message)) {
-            SendMessageW(message.hwnd, message.message, message.wParam, message.lParam);
-        }
-        Pump();
-    }
-    bool IsChecked(int button) const { return IsDlgButtonChecked(dialog, button) == BST_CHECKED; }
-    bool IsEnabled(int control) const { return IsWindowEnabled(Control(control)) != FALSE; }
-    LONG Position(int slider) const {
-        return static_cast<LONG>(SendMessageW(Control(slider), TBM_GETPOS, 0, 0));
-    }
-    std::wstring Text(int control) const {
-        wchar_t text[64] = {};
-        GetDlgItemTextW(dialog, control, text, 64);
-        return text;
+    void Click(int button) const { Ask(button, BM_CLICK); }
+    /// Whether the page is dirty, and what it has told the site since this was asked last.
+    std::pair<HRESULT, DWORD> Dirty() const {
+        return {page->IsPageDirty(), std::exchange(site->status, 0)};
     }
     /// The controls that the tab key goes through, from the first to the last.
     std::vector<int> TabOrder() const {
         std::vector<int> order;
-        const HWND first = GetNextDlgTabItem(dialog, nullptr, FALSE);
-        HWND at = first;
+        HWND at = nullptr;
         do {
-            order.push_back(GetDlgCtrlID(at));
             at = GetNextDlgTabItem(dialog, at, FALSE);
-        } while (at != first);
+            order.push_back(GetDlgCtrlID(at));
+        } while (GetNextDlgTabItem(dialog, at, FALSE) != Control(order.front()));
         return order;
     }
 
     const ComPtr<IPropertyPage> page;
     const ComPtr<PageSite> site = Make<PageSite>();
-    HWND frame = nullptr, dialog = nullptr;
-
-  private:
-    static void Pump() {
-        MSG message;
-        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
-            TranslateMessage(&message);
-            DispatchMessageW(&message);
-        }
-    }
+    /// A dialog, as the system's frames are. Neither a caption nor activation: without a window
+    /// manager the system would wait for one.
+    const HWND frame =
+        CreateWindowExW(WS_EX_CONTROLPARENT, WC_DIALOG, L"", WS_POPUP | WS_CLIPCHILDREN, 20, 20,
+                        400, 300, nullptr, nullptr, nullptr, nullptr);
+    HWND dialog = nullptr;
 };
 
 }  // namespace nyx::test

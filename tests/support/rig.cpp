@@ -61,9 +61,8 @@ Sample ReadSample(IMediaSample* sample) {
     const HRESULT timed = sample->GetTime(&start, &stop);
     read.start = SUCCEEDED(timed) ? std::optional(start) : std::nullopt;
     read.stop = timed == S_OK ? std::optional(stop) : std::nullopt;
-    if (SUCCEEDED(sample->GetMediaTime(&start, &stop))) {
-        read.mediaStart = start;
-    }
+    const HRESULT mediaTimed = sample->GetMediaTime(&start, &stop);
+    read.mediaStart = SUCCEEDED(mediaTimed) ? std::optional(start) : std::nullopt;
     read.syncPoint = sample->IsSyncPoint() == S_OK;
     read.preroll = sample->IsPreroll() == S_OK;
     read.discontinuity = sample->IsDiscontinuity() == S_OK;

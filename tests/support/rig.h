@@ -137,11 +137,7 @@ struct End : host::SinglePinFilter {
 /// A stand-in for the filter graph that only collects the events of the filters in it.
 class Graph : public Object<IFilterGraph, IMediaEventSink> {
   public:
-    struct Event {
-        long code;
-        LONG_PTR parameter;
-        bool operator==(long other) const { return code == other; }
-    };
+    using Event = std::pair<long, LONG_PTR>;  ///< its code and first parameter
     std::vector<Event> Seen() const {
         const std::lock_guard lock(mutex_);
         return events_;
@@ -149,7 +145,8 @@ class Graph : public Object<IFilterGraph, IMediaEventSink> {
     /// How many events of this code have come.
     int Count(long code) const {
         const auto all = Seen();
-        return static_cast<int>(std::count(all.begin(), all.end(), code));
+        return static_cast<int>(std::count_if(
+            all.begin(), all.end(), [&](const Event& event) { return event.first == code; }));
     }
 
     STDMETHODIMP AddFilter(IBaseFilter*, LPCWSTR) override { return E_NOTIMPL; }
@@ -225,11 +222,6 @@ struct Rig {
     }
     HRESULT Notify(const Quality& message) {
         return As<IQualityControl>(output)->Notify(sinkFilter.Get(), message);
-    }
-    FILTER_STATE State() const {
-        FILTER_STATE state{};
-        EXPECT_EQ(filter->GetState(0, &state), S_OK);
-        return state;
     }
 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <gtest/gtest.h>
 #include <windows.h>
 
 #include <filesystem>
@@ -28,9 +29,7 @@ class PrivateUserRegistry {
 
     /// Stores a 32-bit value in a key below the current user's.
     void Store(const std::wstring& key, const wchar_t* name, LONG value) const {
-        if (RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), name, REG_DWORD, &value, 4)) {
-            throw std::runtime_error("cannot store a value");
-        }
+        EXPECT_EQ(RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), name, REG_DWORD, &value, 4), 0);
     }
 
     /// A stored 32-bit value, nothing when it is missing or of another kind.
