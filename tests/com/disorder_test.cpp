@@ -25,13 +25,12 @@ class Disorder : public RowTest {
     void Push(const Sample& sample, HRESULT expected, const Lies& lies = {}) {
         const HRESULT streams = Streams();
         const HRESULT result = streams == S_OK ? expected : streams;
-        const unsigned arrives = result == S_OK ? 1 : 0;
         auto made = MakeSample(sample, lies);
         LONG taken = -1;
         EXPECT_EQ(rig.transport->ReceiveMultiple(made.GetAddressOf(), 1, &taken), result);
-        EXPECT_EQ(taken, LONG(arrives));
-        frames += arrives;
-        if (streams == S_OK && expected == VFW_E_INVALIDMEDIATYPE) {
+        EXPECT_EQ(taken, result == S_OK ? 1 : 0);
+        frames += result == S_OK ? 1u : 0u;
+        if (result == VFW_E_INVALIDMEDIATYPE) {
             EXPECT_EQ(rig.graph->Count(EC_ERRORABORT), aborted += joined ? 1 : 0);
             failed = true;
         }

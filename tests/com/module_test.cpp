@@ -10,8 +10,7 @@ namespace {
 using Server = ComTest;
 
 TEST_F(Server, LoadsAndUnloadsAgainAndKeepsNothing) {
-    // As in any DirectShow host, which has it of the graph manager; Wine's loses handles when
-    // freed.
+    // Every DirectShow host has it, of the graph manager; Wine's loses handles when freed.
     ASSERT_TRUE(LoadLibraryW(L"winmm.dll"));
     const PrivateUserRegistry registry;  // with a setting, so that its key is opened
     registry.Store(L"Software\\Veltro\\Codec\\Q210", L"color_space", 0);
