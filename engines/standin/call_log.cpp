@@ -27,6 +27,7 @@ constexpr ActionName kActions[] = {
     {"callback", Action::kCallback},
     {"breakpoint", Action::kBreakpoint},
     {"longer", Action::kLonger},
+    {"full", Action::kFull},
     {"zero", Action::kZero},
     {"negative", Action::kNegative},
 };

@@ -19,6 +19,7 @@ enum class Action {
     kCallback,
     kBreakpoint,
     kLonger,
+    kFull,
     kZero,
     kNegative
 };

@@ -40,6 +40,7 @@ using MpegIntraEncodeEntry = LONG(__cdecl*)(const BYTE* source, LONG stride, LON
 ///     breakpoint  executes a breakpoint
 ///     longer      reports a coded length one byte longer than it is (probe), or than the room
 ///                 that was given (encode)
+///     full        reports the room that was given as the coded length (encode)
 ///     zero        reports a coded length of 0 (probe)
 ///     negative    reports a failure for a length (encode)
 constexpr const char* kMisbehave = "NYX_STANDIN";

@@ -100,7 +100,9 @@ LONG Encode(const typename Engine::EncodeRecord& record, Action action) {
     const std::size_t capacity = Engine::CapacityOf(record);
     const LONG length = EncodeFrame(Engine::kTag, picture, record.quantScale * kSamplesStep,
                                     record.output, capacity);
-    return action == Action::kLonger ? static_cast<LONG>(capacity) + 1 : length;
+    return action == Action::kLonger || action == Action::kFull
+               ? static_cast<LONG>(capacity) + (action == Action::kLonger ? 1 : 0)
+               : length;
 }
 
 /// `inner` is a record that the first one points to, or null.
