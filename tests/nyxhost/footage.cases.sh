@@ -5,6 +5,7 @@
 WINEPATH=$(windows_path "$open_engines") NYX_OPEN_ENGINES=exact
 export WINEPATH NYX_OPEN_ENGINES
 decoding="-flags bitexact -idct simple"
+footage+=("MPEG2-420.mxf 720x576 25/1 2 yuv420p mpeg s16le") # no camera's, but chroma between the lines
 while read -r file format bound; do
     for entry in "${footage[@]}"; do
         [[ $entry == "$file "* ]] || continue
@@ -22,6 +23,7 @@ DVCPRO50-525.mxf     yuy2  inf
 DVCPROHD-1080i60.mov yuy2  inf
 D10-525.gxf          yuy2  inf
 MPEG2-1080.mxf       yuy2  inf
+MPEG2-420.mxf        yuy2  38
 DV25-525.mov         rgb24 42
 DVCPROHD-720p50.mxf  rgb24 42
 v210-720.avi         rgb24 48
