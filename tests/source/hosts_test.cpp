@@ -32,25 +32,22 @@ std::set<std::wstring> Entries() {
     return all;
 }
 
-/// Registered, twice; which replaces nothing and leaves no trace.
 class Hosts : public ComTest {
   protected:
-    Hosts() {
-        EXPECT_EQ(Module().RegisterServer(), S_OK);
-        const auto registered = Entries();
-        EXPECT_TRUE(
-            std::includes(registered.begin(), registered.end(), before_.begin(), before_.end()));
-        EXPECT_EQ(Module().RegisterServer(), S_OK);
-        EXPECT_TRUE(Entries() == registered);
-    }
-    ~Hosts() override {
-        EXPECT_EQ(Module().UnregisterServer(), S_OK);
-        EXPECT_TRUE(Entries() == before_);
-    }
-
-  private:
-    const std::set<std::wstring> before_ = Entries();
+    Hosts() { EXPECT_EQ(Module().RegisterServer(), S_OK); }
+    ~Hosts() override { EXPECT_EQ(Module().UnregisterServer(), S_OK); }
 };
+
+TEST(Registration, ReplacesNothingAndLeavesNoTrace) {
+    const auto before = Entries();
+    EXPECT_EQ(Module().RegisterServer(), S_OK);
+    const auto registered = Entries();
+    EXPECT_TRUE(std::includes(registered.begin(), registered.end(), before.begin(), before.end()));
+    EXPECT_EQ(Module().RegisterServer(), S_OK);
+    EXPECT_TRUE(Entries() == registered);
+    EXPECT_EQ(Module().UnregisterServer(), S_OK);
+    EXPECT_TRUE(Entries() == before);
+}
 
 TEST_F(Hosts, RenderFilePlaysSeeksAndTellsTheLength) {
     const TemporaryFolder folder(L"tagged");
