@@ -7,10 +7,6 @@
 namespace nyx::host {
 namespace {
 
-bool IsAnyVideo(const MediaType& type) {
-    return type.majortype == MEDIATYPE_Video && type.HasPicture();
-}
-
 std::string NameOf(const MediaType& type) {
     const PictureFormat* format = FindPictureFormat(type.subtype);
     return format != nullptr ? format->name : FourCCText(type.subtype.Data1);
@@ -34,7 +30,7 @@ std::string NameOf(const MediaType& type) {
 
 ComPtr<IPin> EncodeGraph::Connect(IPin* from, const MediaType& type, const EncoderFilter& encoder) {
     Check(graph_->AddFilter(encoder.filter.Get(), L"Encoder"), "the encoder does not join");
-    const ComPtr<IPin> end = AddFrameSink(IsAnyVideo);
+    const ComPtr<IPin> end = AddFrameSink(IsVideo);
     const ComPtr<IPin> input = FindPin(encoder.filter.Get(), PINDIR_INPUT);
     rule_.ApplyTo(graph_.Get());
     const HRESULT taken = footage_ ? graph_->Connect(from, input.Get())

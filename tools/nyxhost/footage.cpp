@@ -124,9 +124,9 @@ REFERENCE_TIME Footage::TimeOf(LONG frame) const {
     return Converted(frame, TIME_FORMAT_FRAME, TIME_FORMAT_MEDIA_TIME);
 }
 
-void Footage::Select(LONG first, LONG end) const {
+void Footage::Select(LONG first, LONG count) const {
     LONGLONG start = TimeOf(first);
-    LONGLONG stop = end == LONG_MAX ? Duration() : std::min(TimeOf(end), Duration());
+    LONGLONG stop = count < FrameCount() - first ? TimeOf(first + count) : Duration();
     Check(seeking_->SetPositions(&start, AM_SEEKING_AbsolutePositioning, &stop,
                                  AM_SEEKING_AbsolutePositioning),
           "the source does not seek");

@@ -47,9 +47,8 @@ class Footage {
         return place.time < 0 ? place.frame : FrameAt(place.time);
     }
 
-    /// Plays from frame `first` on and ends before frame `end`; LONG_MAX is the file's end. Failure
-    /// kPlatform.
-    void Select(LONG first, LONG end) const;
+    /// Plays `count` frames from frame `first` on, or as many as there are. Failure kPlatform.
+    void Select(LONG first, LONG count) const;
 
   private:
     LONGLONG Converted(LONGLONG value, const GUID& from, const GUID& to) const;

@@ -4,9 +4,16 @@
 
 namespace nyx::host {
 
+bool IsVideo(const MediaType& type) {
+    return type.majortype == MEDIATYPE_Video && type.HasPicture();
+}
+
 bool IsPicture(const MediaType& type) {
-    return type.majortype == MEDIATYPE_Video && FindPictureFormat(type.subtype) != nullptr &&
-           type.HasPicture();
+    return IsVideo(type) && FindPictureFormat(type.subtype) != nullptr;
+}
+
+bool IsSound(const MediaType& type) {
+    return type.majortype == MEDIATYPE_Audio;
 }
 
 FrameSink::FrameSink(OnFrame onFrame, Accept accept) {

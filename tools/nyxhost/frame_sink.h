@@ -6,8 +6,11 @@
 
 namespace nyx::host {
 
-/// Whether a type is of an uncompressed format that the tool knows.
+/// Whether a type is of video with a picture header, of an uncompressed format that the tool knows,
+/// or of sound.
+bool IsVideo(const MediaType& type);
 bool IsPicture(const MediaType& type);
+bool IsSound(const MediaType& type);
 
 /// The end of a graph that looks at each frame with the type that it came with. Unlike
 /// the platform's sample grabber it takes VIDEOINFOHEADER2, which alone carries field order and

@@ -43,9 +43,7 @@ ExitCode RunPlay(const ClipOptions& options) {
         Print("filter: " + name + "\n");
     }
 
-    const LONG first = clip.FrameAt(options.graph.from);
-    const LONG frames = options.graph.frames;
-    clip.Select(first, frames > LONG_MAX - first ? LONG_MAX : first + frames);
+    clip.Select(clip.FrameAt(options.graph.from), options.graph.frames);
     const auto seeking = Query<IMediaSeeking>(graph, "the graph has no position");
     Progress progress("playing", Tenths(clip.Duration()));
     RunToEnd(graph, [&] {

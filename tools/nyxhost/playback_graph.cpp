@@ -5,14 +5,6 @@
 #include "graph_tools.h"
 
 namespace nyx::host {
-namespace {
-
-bool IsAnyVideo(const MediaType& type) {
-    return type.majortype == MEDIATYPE_Video && type.HasPicture();
-}
-
-}  // namespace
-
 PlaybackGraph::PlaybackGraph(const std::string& path, const Options& options, OnFrame onFrame)
     : ClipGraph(std::move(onFrame)),
       options_(options),
@@ -23,8 +15,7 @@ PlaybackGraph::PlaybackGraph(const std::string& path, const Options& options, On
     if (first_ >= Clip().FrameCount()) {
         throw Failure(ExitCode::kUsage, path + " ends before the frame to begin with");
     }
-    Clip().Select(first_,
-                  options_.frames > LONG_MAX - first_ ? LONG_MAX : first_ + options_.frames);
+    Clip().Select(first_, options_.frames);
     Complete(end.Get(), first_, [this, from = Clip().TimeOf(first_)](REFERENCE_TIME start) {
         return Clip().FrameAt(from + start);
     });
@@ -42,7 +33,7 @@ ComPtr<IPin> PlaybackGraph::ConnectEnd(IPin* from, const MediaType& compressed) 
     const PictureFormat* format = options_.format;
     const bool packets = options_.deliver == Deliver::kPackets;
     const ComPtr<IPin> end = AddFrameSink([packets, format](const MediaType& type) {
-        return packets ? IsAnyVideo(type)
+        return packets ? IsVideo(type)
                        : IsPicture(type) && (format == nullptr || type.subtype == *format->subtype);
     });
     if (packets) {
@@ -67,9 +58,7 @@ LONG PlaybackGraph::FramesToCome() const {
 
 void PlaybackGraph::TakeSound(const SourceStream& stream,
                               std::function<void(IMediaSample&)> onSample) {
-    const ComPtr<IPin> end =
-        AddSink([](const MediaType& type) { return type.majortype == MEDIATYPE_Audio; },
-                std::move(onSample));
+    const ComPtr<IPin> end = AddSink(IsSound, std::move(onSample));
     Check(graph_->ConnectDirect(stream.pin.Get(), end.Get(), nullptr), "the sound cannot be had");
 }
 

@@ -12,10 +12,6 @@
 namespace nyx::host {
 namespace {
 
-bool IsSound(const MediaType& type) {
-    return type.majortype == MEDIATYPE_Audio;
-}
-
 /// An end of a graph that counts what arrives.
 class Counter {
   public:
