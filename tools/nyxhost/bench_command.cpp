@@ -7,6 +7,7 @@
 #include "clip_options.h"
 #include "commands.h"
 #include "console.h"
+#include "graph_tools.h"
 #include "playback_report.h"
 #include "text.h"
 
@@ -25,8 +26,7 @@ void Ignore(const ArrivedFrame&) {}
 class PictureDigest {
   public:
     void Add(const ArrivedFrame& frame) {
-        BYTE* data = nullptr;
-        Check(frame.sample.GetPointer(&data), "a sample has no memory");
+        BYTE* data = DataOf(frame.sample);
         for (LONG i = 0; i < frame.sample.GetActualDataLength(); ++i) {
             value_ = (value_ ^ data[i]) * 0x100000001B3u;
         }
@@ -47,8 +47,7 @@ Frames LoadFrames(const ClipOptions& clip, MediaType* type) {
     Frames frames;
     std::size_t bytes = 0;
     PlaybackGraph graph(clip.path, options, [&](const ArrivedFrame& frame) {
-        BYTE* data = nullptr;
-        Check(frame.sample.GetPointer(&data), "a sample has no memory");
+        BYTE* data = DataOf(frame.sample);
         frames.emplace_back(data, data + frame.sample.GetActualDataLength());
         bytes += frames.back().size();
         if (bytes > kMostBytes) {

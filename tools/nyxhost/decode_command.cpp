@@ -5,6 +5,7 @@
 #include "clip_options.h"
 #include "commands.h"
 #include "console.h"
+#include "graph_tools.h"
 #include "output_file.h"
 #include "playback_report.h"
 #include "png_writer.h"
@@ -43,8 +44,7 @@ class FrameOutputs {
     }
 
     void Write(const ArrivedFrame& frame) {
-        BYTE* data = nullptr;
-        Check(frame.sample.GetPointer(&data), "a sample has no memory");
+        BYTE* data = DataOf(frame.sample);
         const LONG size = frame.sample.GetActualDataLength();
         if (raw_ != nullptr) {
             raw_->Write(data, static_cast<DWORD>(size));

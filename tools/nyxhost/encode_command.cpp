@@ -8,6 +8,7 @@
 #include "commands.h"
 #include "console.h"
 #include "encode_graph.h"
+#include "graph_tools.h"
 #include "host/avi_writer.h"
 #include "output_file.h"
 #include "playback_report.h"
@@ -87,8 +88,7 @@ ExitCode RunEncode(const EncodeOptions& options) {
     AviWriter avi;
     long long bytes = 0;
     const auto graph = BuildGraph(options, encoder, [&](const ArrivedFrame& frame) {
-        BYTE* data = nullptr;
-        Check(frame.sample.GetPointer(&data), "a sample has no memory");
+        BYTE* data = DataOf(frame.sample);
         CheckOutput(avi.Write(data, frame.sample.GetActualDataLength()), options.output);
         bytes += frame.sample.GetActualDataLength();
     });

@@ -115,6 +115,12 @@ std::string FriendlyName(IMoniker* moniker) {
     return name.empty() ? "a filter without a name" : name;
 }
 
+BYTE* DataOf(IMediaSample& sample) {
+    BYTE* data = nullptr;
+    Check(sample.GetPointer(&data), "a sample has no memory");
+    return data;
+}
+
 ComPtr<IPin> FindPin(IBaseFilter* filter, PIN_DIRECTION direction) {
     ComPtr<IEnumPins> pins;
     ComPtr<IPin> pin;

@@ -14,6 +14,9 @@ namespace nyx::host {
 /// Whether the platform is Wine, some of whose own objects cannot be relied on.
 bool IsWine();
 
+/// The memory of a sample, as long as the sample. Failure kPlatform.
+BYTE* DataOf(IMediaSample& sample);
+
 /// The first pin of `filter` in that direction, or null.
 ComPtr<IPin> FindPin(IBaseFilter* filter, PIN_DIRECTION direction);
 

@@ -6,6 +6,7 @@
 #include "commands.h"
 #include "console.h"
 #include "dv_description.h"
+#include "graph_tools.h"
 #include "playback_report.h"
 #include "text.h"
 
@@ -74,8 +75,7 @@ std::map<LONG, FrameFacts> ReadPackets(const ClipOptions& clip) {
     PlaybackGraph::Options options = clip.graph;
     options.deliver = PlaybackGraph::Deliver::kPackets;
     PlaybackGraph graph(clip.path, options, [&](const ArrivedFrame& frame) {
-        BYTE* data = nullptr;
-        Check(frame.sample.GetPointer(&data), "a sample has no memory");
+        BYTE* data = DataOf(frame.sample);
         const LONG size = frame.sample.GetActualDataLength();
         facts[frame.index].packet =
             Format("%9ld %-3s", size, frame.sample.IsSyncPoint() == S_OK ? "yes" : "no");

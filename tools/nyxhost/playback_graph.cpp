@@ -5,6 +5,7 @@
 #include "graph_tools.h"
 
 namespace nyx::host {
+
 PlaybackGraph::PlaybackGraph(const std::string& path, const Options& options, OnFrame onFrame)
     : ClipGraph(std::move(onFrame)),
       options_(options),

@@ -3,6 +3,7 @@
 #include <climits>
 
 #include "failure.h"
+#include "graph_tools.h"
 #include "text.h"
 
 namespace nyx::host {
@@ -41,8 +42,7 @@ void WavWriter::Done(MMRESULT result) {
 
 void WavWriter::Write(IMediaSample& sample) {
     constexpr LONG kMost = LONG_MAX - 4096;  // with the headers
-    char* data = nullptr;
-    Check(sample.GetPointer(reinterpret_cast<BYTE**>(&data)), "a sample has no memory");
+    const auto* data = reinterpret_cast<const char*>(DataOf(sample));
     const LONG size = sample.GetActualDataLength();
     if (size > kMost - bytes_) {
         throw Failure(ExitCode::kTooLarge, path_ + " would reach 2^31 bytes");
