@@ -8,10 +8,8 @@ target_compile_options(nyx_flags INTERFACE
 target_include_directories(nyx_flags INTERFACE ${PROJECT_SOURCE_DIR})
 
 if(WIN32)
-  # Hosts built by other compilers keep the stack 4-byte aligned: realign at every entry. SSE2 for
-  # floating point, so that a double's value does not depend on the x87 precision control.
   target_compile_options(nyx_flags INTERFACE
-    -msse2 -mfpmath=sse -mstackrealign -ffunction-sections -fdata-sections)
+    ${NYX_PROCESSOR_FLAGS} -ffunction-sections -fdata-sections)
   target_compile_definitions(nyx_flags INTERFACE
     UNICODE _UNICODE STRICT NOMINMAX WIN32_LEAN_AND_MEAN WINVER=0x0601 _WIN32_WINNT=0x0601)
   target_link_options(nyx_flags INTERFACE -static -Wl,--gc-sections -fstack-protector-strong)
@@ -57,6 +55,7 @@ endfunction()
 # What the binaries contain that is not ours, for their version resources.
 set(NYX_CONTAINS_RUNTIME "The run-time libraries of GCC and MinGW-w64.")
 set(NYX_LIBAVCODEC_DIR ${PROJECT_SOURCE_DIR}/build/libavcodec CACHE PATH "What scripts/engines left")
+set(NYX_LIBAV ${NYX_LIBAVCODEC_DIR}/${CMAKE_SYSTEM_PROCESSOR})
 if(EXISTS ${NYX_LIBAVCODEC_DIR}/source-version)
   file(STRINGS ${NYX_LIBAVCODEC_DIR}/source-version version)
   set(NYX_CONTAINS_LIBAV "FFmpeg's libraries by Debian's source package ffmpeg ${version}, LGPL 2.1 or later.")

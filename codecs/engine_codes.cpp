@@ -50,15 +50,15 @@ int AlphaModeIndex(PackedLayout layout, DWORD alphaMode) {
     return layout != PackedLayout::k2vuy && alphaMode == kPremultipliedMode ? 1 : 0;
 }
 
-/// The slots of one layout, each of one or two words. An engine reads them while another thread
+/// The slots of one layout, each of one or two addresses. An engine reads them while another thread
 /// fills them anew with the same.
 struct LayoutSlots {
-    std::atomic<DWORD> coreDecode[1];
-    std::atomic<DWORD> coreEncode[1];
-    std::atomic<DWORD> alphaDecode[kAlphaModes][2];
-    std::atomic<DWORD> alphaEncode[kAlphaModes][1];
+    std::atomic<PixelFormatCode> coreDecode[1];
+    std::atomic<PixelFormatCode> coreEncode[1];
+    std::atomic<PixelFormatCode> alphaDecode[kAlphaModes][2];
+    std::atomic<PixelFormatCode> alphaEncode[kAlphaModes][1];
 };
-static_assert(sizeof(LayoutSlots) == 8 * sizeof(DWORD));
+static_assert(sizeof(LayoutSlots) == 8 * sizeof(void*));
 
 LayoutSlots slots[kPackedLayouts];
 
@@ -67,7 +67,7 @@ LayoutSlots& Filled() {
     LayoutSlots& layout = slots[static_cast<int>(kLayout)];
     layout.coreDecode[0] = AddressOf(&Callback<&WriteCoreBlock<kLayout>>::Call);
     layout.coreEncode[0] = AddressOf(&Callback<&ReadCoreBlock<kLayout>>::Call);
-    const DWORD fill = AddressOf(&Callback<&FillTransparent<kLayout>>::Call);
+    const PixelFormatCode fill = AddressOf(&Callback<&FillTransparent<kLayout>>::Call);
     layout.alphaDecode[0][0] = layout.alphaDecode[1][0] = fill;
     layout.alphaDecode[0][1] =
         AddressOf(&Callback<&WriteAlphaBlock<kLayout, AlphaUse::kStraight>>::Call);

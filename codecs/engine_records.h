@@ -4,15 +4,24 @@
 /// The records that cross to the closed engines, word by word: every field is one 32-bit
 /// little-endian word, pointers included, in the order given. Names tell what a word means; words
 /// whose meaning is the engine's own are named so and are passed as the constants below.
+///
+/// 64-bit engines are given the same words in the same order, but that a pointer and a
+/// PixelFormatCode take eight bytes, at the next multiple of eight. They export the same names: the
+/// decoration of standard calls, which 64 bits do not have, is a part of the name to them.
 
 #include <windows.h>
 
+#include <cstddef>
+
 namespace nyx {
 
-static_assert(sizeof(void*) == sizeof(LONG), "the engines are 32-bit libraries");
+/// One word, as wide as a pointer: a number, or the address of a callback slot or callback.
+using PixelFormatCode = DWORD_PTR;
 
-/// One word: a number, or the address of a callback slot or callback.
-using PixelFormatCode = DWORD;
+/// The size of a record of so many words, and what it is to 64-bit engines.
+constexpr std::size_t RecordBytes(std::size_t words, std::size_t bytesIn64Bits) {
+    return sizeof(void*) == 4 ? words * 4 : bytesIn64Bits;
+}
 
 /// Commands, the first word of the record-based engines.
 constexpr LONG kCommandDecode = 0;
@@ -42,7 +51,7 @@ struct ZetaCoreDecodeRecord {
     LONG coreConstant;
     LONG reserved[5];
 };
-static_assert(sizeof(ZetaCoreDecodeRecord) == 13 * 4);
+static_assert(sizeof(ZetaCoreDecodeRecord) == RecordBytes(13, 72));
 
 /// Zeta core engine: encode. The entry returns the coded length.
 struct ZetaCoreEncodeRecord {
@@ -61,18 +70,19 @@ struct ZetaCoreEncodeRecord {
     LONG encodeConstant;
     LONG reserved;
 };
-static_assert(sizeof(ZetaCoreEncodeRecord) == 14 * 4);
+static_assert(sizeof(ZetaCoreEncodeRecord) == RecordBytes(14, 72));
 
 /// Zeta alpha engine: the header probe. All words are ones but for the command and the frame.
 struct ZetaAlphaProbeRecord {
     LONG command;
-    LONG unused2;
+    void* unused2;
     DWORD codedLength;  ///< set by the engine
-    LONG unused4[5];
+    LONG unused4[4];
+    PixelFormatCode unused8;
     const void* frame;
     LONG unused10[5];
 };
-static_assert(sizeof(ZetaAlphaProbeRecord) == 14 * 4);
+static_assert(sizeof(ZetaAlphaProbeRecord) == RecordBytes(14, 80));
 
 /// Zeta alpha engine: decode. The decoder is given no length.
 struct ZetaAlphaDecodeRecord {
@@ -85,7 +95,7 @@ struct ZetaAlphaDecodeRecord {
     const void* frame;
     LONG reserved10[5];
 };
-static_assert(sizeof(ZetaAlphaDecodeRecord) == 14 * 4);
+static_assert(sizeof(ZetaAlphaDecodeRecord) == RecordBytes(14, 80));
 
 /// Zeta alpha engine: encode. The entry returns the coded length.
 struct ZetaAlphaEncodeRecord {
@@ -102,7 +112,7 @@ struct ZetaAlphaEncodeRecord {
     LONG encodeConstant;
     LONG reserved14;
 };
-static_assert(sizeof(ZetaAlphaEncodeRecord) == 14 * 4);
+static_assert(sizeof(ZetaAlphaEncodeRecord) == RecordBytes(14, 80));
 
 /// Zeta2 engine: the picture that decode and encode records point to.
 struct Zeta2Plane {
@@ -110,7 +120,7 @@ struct Zeta2Plane {
     LONG stride;
     LONG reserved;
 };
-static_assert(sizeof(Zeta2Plane) == 3 * 4);
+static_assert(sizeof(Zeta2Plane) == RecordBytes(3, 16));
 
 /// Zeta2 engine: decode, and the header probe that leaves all other words zero.
 struct Zeta2DecodeRecord {
@@ -122,7 +132,7 @@ struct Zeta2DecodeRecord {
     LONG alphaKind;     ///< probe: set by the engine
     LONG reserved[5];
 };
-static_assert(sizeof(Zeta2DecodeRecord) == 11 * 4);
+static_assert(sizeof(Zeta2DecodeRecord) == RecordBytes(11, 64));
 
 /// Zeta2 engine: encode. The entry returns the coded length.
 struct Zeta2EncodeRecord {
@@ -139,7 +149,7 @@ struct Zeta2EncodeRecord {
     LONG encodeConstant;
     LONG reserved;
 };
-static_assert(sizeof(Zeta2EncodeRecord) == 12 * 4);
+static_assert(sizeof(Zeta2EncodeRecord) == RecordBytes(12, 64));
 
 /// Lossless engine: what a frame stores, its second byte.
 enum LosslessKind : LONG {
@@ -163,9 +173,11 @@ struct MpegIntraHeaderRecord {
     MpegIntraState* state;
     const void* frame;
     DWORD frameLength;
-    LONG reserved[11];
+    void* reserved4;
+    LONG reserved5[9];
+    void* reserved14;
 };
-static_assert(sizeof(MpegIntraHeaderRecord) == 14 * 4);
+static_assert(sizeof(MpegIntraHeaderRecord) == RecordBytes(14, 80));
 
 /// MPEG-2 intra engine: what to leave out of a picture.
 struct MpegIntraCrop {
@@ -187,7 +199,7 @@ struct MpegIntraPictureRecord {
     LONG reserved[5];
     const MpegIntraCrop* crop;  ///< null for none
 };
-static_assert(sizeof(MpegIntraPictureRecord) == 14 * 4);
+static_assert(sizeof(MpegIntraPictureRecord) == RecordBytes(14, 80));
 
 /// Entry points. Those with a record are given its address.
 using ZetaEntry = LONG(__stdcall*)(void* record);

@@ -29,11 +29,6 @@ void WINAPI DestroyValue(void* value) {
     }
 }
 
-BOOL WINAPI CallOnce(INIT_ONCE*, void* function, void**) {
-    reinterpret_cast<void (*)()>(function)();
-    return TRUE;
-}
-
 /// The process ends: its other threads are gone, perhaps with the lock of the heap.
 bool ProcessEnds() {
     const auto asks = reinterpret_cast<BOOLEAN(WINAPI*)()>(reinterpret_cast<void*>(
@@ -61,9 +56,17 @@ __attribute__((init_priority(101))) Unloading unloading;
 extern "C" {
 
 int pthread_once(pthread_once_t* once, void (*function)()) {
-    static_assert(sizeof(*once) == sizeof(INIT_ONCE) && PTHREAD_ONCE_INIT == 0);
-    InitOnceExecuteOnce(reinterpret_cast<INIT_ONCE*>(once), CallOnce,
-                        reinterpret_cast<void*>(function), nullptr);
+    constexpr pthread_once_t kRunning = 1;
+    constexpr pthread_once_t kDone = 2;
+    pthread_once_t found = PTHREAD_ONCE_INIT;
+    if (__atomic_compare_exchange_n(once, &found, kRunning, false, __ATOMIC_ACQUIRE,
+                                    __ATOMIC_ACQUIRE)) {
+        function();
+        __atomic_store_n(once, kDone, __ATOMIC_RELEASE);
+    }
+    while (__atomic_load_n(once, __ATOMIC_ACQUIRE) != kDone) {
+        Sleep(1);
+    }
     return 0;
 }
 
@@ -78,16 +81,14 @@ int pthread_mutex_destroy(pthread_mutex_t*) {
 
 // Held for moments only: while a reserve is taken, a list searched, or a file read.
 int pthread_mutex_lock(pthread_mutex_t* mutex) {
-    static_assert(sizeof(*mutex) == sizeof(LONG));
-    for (DWORD pause = 0; InterlockedExchange(reinterpret_cast<LONG*>(mutex), kHeld) == kHeld;
-         pause = 1) {
+    for (DWORD pause = 0; __atomic_exchange_n(mutex, kHeld, __ATOMIC_ACQUIRE) == kHeld; pause = 1) {
         Sleep(pause);
     }
     return 0;
 }
 
 int pthread_mutex_unlock(pthread_mutex_t* mutex) {
-    InterlockedExchange(reinterpret_cast<LONG*>(mutex), kFree);
+    __atomic_store_n(mutex, kFree, __ATOMIC_RELEASE);
     return 0;
 }
 

@@ -21,19 +21,26 @@ build_preset() {
 . "$root/scripts/packages.sh"
 . "$root/scripts/emulation.sh"
 
-# A Wine prefix of its own for the calling script, removed when the script ends. The small
+# start_wine [win32|win64]: a Wine prefix of its own for the calling script, removed when the script
+# ends; of the caller's kind where none is named. One of 64 bits runs programs of both sizes. The small
 # keep-alive process keeps the prefix's service processes up, so that each following start is quick
 # and no test inherits their pipes.
 start_wine() {
     WINEPREFIX=$(mktemp -d "${TMPDIR:-/tmp}/nyx-wine.XXXXXX")
-    export WINEPREFIX WINEARCH=win32 WINEDEBUG=${WINEDEBUG:--all}
+    export WINEPREFIX WINEARCH=${1:-${WINEARCH:-win32}} WINEDEBUG=${WINEDEBUG:--all}
+    if [ "$WINEARCH" = win64 ]; then
+        # The plain command starts with 32 bits and takes the system's own programs of that size.
+        mkdir "$WINEPREFIX/bin"
+        ln -s /usr/lib/wine/wine64 "$WINEPREFIX/bin/wine"
+        PATH=$WINEPREFIX/bin:$PATH
+    fi
     # No Mono or Gecko, menu entries or sound: nothing here needs them. No debugger: with it a crashed
     # program may end with 0.
     export WINEDLLOVERRIDES='mscoree=;mshtml=;winemenubuilder.exe=;winealsa.drv=;winepulse.drv=;winedbg.exe='
     use_emulation
     start_display
     trap stop_wine EXIT
-    say "Wine: a fresh 32-bit prefix"
+    say "Wine: a fresh ${WINEARCH#win}-bit prefix"
     wineboot --init >/dev/null 2>&1 </dev/null || die "Wine could not make its prefix"
     wine cmd /c pause >/dev/null 2>&1 < <(exec sleep 86400) &
     wine_keepalive=$!

@@ -32,6 +32,30 @@ constexpr ActionName kActions[] = {
     {"negative", Action::kNegative},
 };
 
+/// Copies a record's words one by one.
+void Unpack(const void* record, RecordShape shape, LONG_PTR* words) {
+    const auto* at = static_cast<const BYTE*>(record);
+    std::size_t place = 0;
+    for (std::size_t i = 0; i < shape.words; ++i) {
+        if ((shape.wide >> (i + 1) & 1) != 0) {
+            place = (place + sizeof(LONG_PTR) - 1) / sizeof(LONG_PTR) * sizeof(LONG_PTR);
+            std::memcpy(&words[i], at + place, sizeof(LONG_PTR));
+            place += sizeof(LONG_PTR);
+        } else {
+            LONG word;
+            std::memcpy(&word, at + place, sizeof(word));
+            words[i] = word;
+            place += sizeof(word);
+        }
+    }
+}
+
+Call& NewCall(Purpose purpose, std::size_t words) {
+    Call& call = calls[purpose];
+    call = {call.count + 1, static_cast<DWORD>(words), {}, 0, {}, 0};
+    return call;
+}
+
 constexpr DWORD kForeignException = 0xE06D7363;  // "msc" of another compiler's C++ runtime
 constexpr DWORD kForeignMagic = 0x19930520;
 
@@ -64,19 +88,20 @@ Action ActionFor(Purpose purpose) {
     return Action::kNone;
 }
 
-void LogCall(Purpose purpose, const void* words, std::size_t wordCount, const void* inner,
-             std::size_t innerCount) {
+void LogCall(Purpose purpose, const void* record, RecordShape shape, const void* inner,
+             RecordShape innerShape) {
     const std::lock_guard<std::mutex> hold(mutex);
-    Call& call = calls[purpose];
-    const DWORD count = call.count + 1;
-    call = {};
-    call.count = count;
-    call.wordCount = static_cast<DWORD>(wordCount);
-    std::memcpy(call.words, words, wordCount * sizeof(DWORD));
+    Call& call = NewCall(purpose, shape.words);
+    Unpack(record, shape, call.words);
     if (inner) {
-        call.innerCount = static_cast<DWORD>(innerCount);
-        std::memcpy(call.inner, inner, innerCount * sizeof(DWORD));
+        call.innerCount = static_cast<DWORD>(innerShape.words);
+        Unpack(inner, innerShape, call.inner);
     }
+}
+
+void LogArguments(Purpose purpose, std::initializer_list<LONG_PTR> arguments) {
+    const std::lock_guard<std::mutex> hold(mutex);
+    std::copy(arguments.begin(), arguments.end(), NewCall(purpose, arguments.size()).words);
 }
 
 void LogResult(Purpose purpose, LONG result) {

@@ -5,6 +5,7 @@
 /// C++ exception out.
 
 #include <cstddef>
+#include <initializer_list>
 #include <new>
 
 #include "engines/standin/standin.h"
@@ -27,9 +28,29 @@ enum class Action {
 /// What the environment tells this purpose to do, asked anew at each call.
 Action ActionFor(Purpose purpose);
 
-/// Keeps a call. `inner` may be null.
-void LogCall(Purpose purpose, const void* words, std::size_t wordCount, const void* inner = nullptr,
-             std::size_t innerCount = 0);
+/// How the words of a record lie in memory.
+struct RecordShape {
+    std::size_t words = 0;
+    DWORD wide = 0;  ///< bit N: word N, counted from 1, is as wide as an address
+
+    constexpr RecordShape() = default;
+    constexpr RecordShape(std::size_t count, std::initializer_list<int> wideWords) : words(count) {
+        for (const int word : wideWords) {
+            wide |= 1u << word;
+        }
+    }
+};
+
+/// Keeps a call with a record. `inner` may be null.
+void LogCall(Purpose purpose, const void* record, RecordShape shape, const void* inner = nullptr,
+             RecordShape innerShape = {});
+
+/// Keeps a call with arguments and no record.
+void LogArguments(Purpose purpose, std::initializer_list<LONG_PTR> arguments);
+
+inline LONG_PTR Word(const void* pointer) {
+    return reinterpret_cast<LONG_PTR>(pointer);
+}
 
 /// Adds the entry's result to the call that was kept.
 void LogResult(Purpose purpose, LONG result);

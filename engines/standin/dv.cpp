@@ -81,27 +81,13 @@ LONG Encode(LONG flags, BYTE* frame, const Surface& source) {
     return format->frameBytes;
 }
 
-template <typename... Arguments>
-void LogArguments(Purpose purpose, Arguments... arguments) {
-    const DWORD words[] = {arguments...};
-    LogCall(purpose, words, sizeof...(arguments));
-}
-
-DWORD Word(const void* pointer) {
-    return reinterpret_cast<DWORD>(pointer);
-}
-DWORD Word(LONG number) {
-    return static_cast<DWORD>(number);
-}
-
 }  // namespace
 }  // namespace standin
 
 extern "C" LONG __stdcall dv_decode(LONG flags, const void* frame, void* destination, LONG stride,
                                     LONG bytesPerPixel, LONG code) {
     using namespace standin;
-    LogArguments(kDecode, Word(flags), Word(frame), Word(destination), Word(stride),
-                 Word(bytesPerPixel), Word(code));
+    LogArguments(kDecode, {flags, Word(frame), Word(destination), stride, bytesPerPixel, code});
     return RunEntry(kDecode, [&](Action) {
         return Decode(flags, static_cast<const BYTE*>(frame),
                       {static_cast<BYTE*>(destination), stride, bytesPerPixel}, code);
@@ -111,8 +97,7 @@ extern "C" LONG __stdcall dv_decode(LONG flags, const void* frame, void* destina
 extern "C" LONG __stdcall dv_encode(LONG flags, void* frame, const void* source, LONG stride,
                                     LONG bytesPerPixel, LONG code) {
     using namespace standin;
-    LogArguments(kEncode, Word(flags), Word(frame), Word(source), Word(stride), Word(bytesPerPixel),
-                 Word(code));
+    LogArguments(kEncode, {flags, Word(frame), Word(source), stride, bytesPerPixel, code});
     return RunEntry(kEncode, [&](Action action) {
         auto* pixels = const_cast<BYTE*>(static_cast<const BYTE*>(source));
         const LONG length =

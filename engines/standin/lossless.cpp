@@ -96,20 +96,13 @@ LONG Encode(LONG kind, BYTE* output, const BYTE* source, LONG stride, LONG width
                                      : static_cast<LONG>(header.codedLength);
 }
 
-void LogArguments(Purpose purpose, LONG kind, const void* first, const void* second, LONG stride,
-                  LONG width, LONG height) {
-    const DWORD words[] = {static_cast<DWORD>(kind),        reinterpret_cast<DWORD>(first),
-                           reinterpret_cast<DWORD>(second), static_cast<DWORD>(stride),
-                           static_cast<DWORD>(width),       static_cast<DWORD>(height)};
-    LogCall(purpose, words, std::size(words));
-}
-
 }  // namespace
 }  // namespace standin
 
 extern "C" LONG __stdcall llc_decode(LONG kind, const void* frame, void* destination, LONG stride,
                                      LONG width, LONG height) {
-    standin::LogArguments(standin::kDecode, kind, frame, destination, stride, width, height);
+    standin::LogArguments(standin::kDecode, {kind, standin::Word(frame), standin::Word(destination),
+                                             stride, width, height});
     return standin::RunEntry(standin::kDecode, [&](standin::Action) {
         return standin::Decode(kind, static_cast<const BYTE*>(frame),
                                static_cast<BYTE*>(destination), stride, width, height);
@@ -118,7 +111,8 @@ extern "C" LONG __stdcall llc_decode(LONG kind, const void* frame, void* destina
 
 extern "C" LONG __stdcall llc_encode(LONG kind, void* output, const void* source, LONG stride,
                                      LONG width, LONG height) {
-    standin::LogArguments(standin::kEncode, kind, output, source, stride, width, height);
+    standin::LogArguments(standin::kEncode, {kind, standin::Word(output), standin::Word(source),
+                                             stride, width, height});
     return standin::RunEntry(standin::kEncode, [&](standin::Action action) {
         return standin::Encode(kind, static_cast<BYTE*>(output), static_cast<const BYTE*>(source),
                                stride, width, height, action);

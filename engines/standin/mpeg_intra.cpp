@@ -15,7 +15,8 @@ using nyx::MpegIntraPictureRecord;
 
 /// A sequence header's start code, as such frames begin with.
 constexpr std::string_view kTag("\x00\x00\x01\xB3", 4);
-constexpr std::size_t kCropWords = 3;
+constexpr RecordShape kRecordShape{14, {1, 2, 4, 14}};
+constexpr RecordShape kCropShape{3, {}};
 constexpr Codes kCodes = {0, 0, 1, 0, 1};  // nothing but "YUY2"
 
 template <typename Record>
@@ -33,7 +34,8 @@ bool IsZero(const void* words, std::size_t count) {
 }
 
 LONG ReadSequence(const MpegIntraHeaderRecord& record) {
-    if (!IsZero(record.state, sizeof(*record.state) / 4) || !IsZero(record.reserved, 11)) {
+    if (!IsZero(record.state, sizeof(*record.state) / 4) || record.reserved4 ||
+        !IsZero(record.reserved5, 9) || record.reserved14) {
         return kBadRecord;
     }
     const auto header = HeaderOf(record);
@@ -83,8 +85,8 @@ extern "C" LONG __cdecl m2vi_decode(void* words) {
     const auto* header = static_cast<const nyx::MpegIntraHeaderRecord*>(words);
     const bool sequence = picture->destination == nullptr;
     const standin::Purpose purpose = sequence ? standin::kProbe : standin::kDecode;
-    standin::LogCall(purpose, words, sizeof(*picture) / 4, sequence ? nullptr : picture->crop,
-                     standin::kCropWords);
+    standin::LogCall(purpose, words, standin::kRecordShape, sequence ? nullptr : picture->crop,
+                     standin::kCropShape);
     return standin::RunEntry(purpose, [&](standin::Action) {
         return sequence ? standin::ReadSequence(*header) : standin::DecodePicture(*picture);
     });

@@ -33,7 +33,7 @@ void MoveAlpha(Way way, BYTE* byte, std::uint16_t* alpha) {
     }
 }
 
-bool MoveRgb(Way way, DWORD place, const Surface& surface, Picture* picture) {
+bool MoveRgb(Way way, DWORD_PTR place, const Surface& surface, Picture* picture) {
     constexpr DWORD kWorking = nyx::FourCC("W210");
     const DWORD yuvFlags = place < 2 ? nyx::kYuvBt709 : nyx::kYuvBt601;
     const DWORD rgbFlags = place % 2 == 0 ? nyx::kRgbFullRange : nyx::kRgbStudioRange;
@@ -59,7 +59,7 @@ bool MoveRgb(Way way, DWORD place, const Surface& surface, Picture* picture) {
 
 }  // namespace
 
-bool Move(Way way, const Codes& codes, DWORD code, const Surface& surface, Picture* picture) {
+bool Move(Way way, const Codes& codes, DWORD_PTR code, const Surface& surface, Picture* picture) {
     if (code == codes.yuy2 && surface.bytesPerPixel == 2) {
         for (int y = 0; y < picture->height; ++y) {
             for (int i = 0; i < 2 * picture->width; ++i) {
@@ -70,7 +70,7 @@ bool Move(Way way, const Codes& codes, DWORD code, const Surface& surface, Pictu
     }
     const DWORD first = surface.bytesPerPixel == 3 ? codes.rgb24 : codes.rgb32;
     const DWORD step = surface.bytesPerPixel == 3 ? codes.rgb24Step : codes.rgb32Step;
-    const DWORD place = (first - code) / step;
+    const DWORD_PTR place = (first - code) / step;
     return surface.bytesPerPixel >= 3 && surface.bytesPerPixel <= 4 && code <= first && place < 4 &&
            code == first - place * step && MoveRgb(way, place, surface, picture);
 }

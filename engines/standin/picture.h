@@ -59,7 +59,7 @@ struct Codes {
 /// Moves a picture between samples and a numbered layout; the surface's bytes per pixel decide
 /// where numbers are used twice. RGB 32-bit has alpha in its fourth byte, 255 without. False for an
 /// unknown number, and where the conversion library refuses.
-bool Move(Way way, const Codes& codes, DWORD code, const Surface& surface, Picture* picture);
+bool Move(Way way, const Codes& codes, DWORD_PTR code, const Surface& surface, Picture* picture);
 
 /// Moves a picture through a row callback of 16 by 16 blocks of bytes. `call` is given the block's
 /// place in the surface, the block, its width and rows, and whether it is transparent throughout.
@@ -74,7 +74,7 @@ using WorkingRowsCallback = void(__stdcall*)(BYTE* picture, LONG stride, BYTE* r
 void MoveWorkingRows(const Surface& surface, WorkingRowsCallback call, Picture* picture);
 
 /// True when a pixel-format word is an address rather than a number.
-constexpr bool IsAddress(DWORD code) {
+constexpr bool IsAddress(DWORD_PTR code) {
     return code >= 0x10000;
 }
 

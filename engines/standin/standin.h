@@ -13,11 +13,11 @@ enum Purpose : DWORD { kProbe, kDecode, kEncode, kPurposes };
 
 /// The last call for one purpose as the engine was given it.
 struct Call {
-    DWORD count;      ///< calls for this purpose since the library was loaded
-    DWORD wordCount;  ///< words of the record, or arguments
-    DWORD words[16];
-    DWORD innerCount;  ///< words of a record that the first one points to: plane or crop
-    DWORD inner[8];
+    DWORD count;         ///< calls for this purpose since the library was loaded
+    DWORD wordCount;     ///< words of the record, or arguments
+    LONG_PTR words[16];  ///< those of 32 bits extended by their sign
+    DWORD innerCount;    ///< words of a record that the first one points to: plane or crop
+    LONG_PTR inner[8];
     LONG result;  ///< what the entry returned; 0 while it has not
 };
 

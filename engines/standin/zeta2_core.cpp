@@ -9,7 +9,9 @@ struct Zeta2 {
     static constexpr std::string_view kTag = "QZ21";
     static constexpr bool kTellsAlpha = true;
     static constexpr Codes kCodes = {1, 9, 2, 8, 2};
-    static constexpr std::size_t kPlaneWords = sizeof(nyx::Zeta2Plane) / 4;
+    static constexpr RecordShape kDecodeShape{11, {2, 3, 4}};
+    static constexpr RecordShape kEncodeShape{12, {2, 3, 4}};
+    static constexpr RecordShape kPlaneShape{3, {1}};
     using ProbeRecord = nyx::Zeta2DecodeRecord;
     using DecodeRecord = nyx::Zeta2DecodeRecord;
     using EncodeRecord = nyx::Zeta2EncodeRecord;
@@ -38,11 +40,11 @@ struct Zeta2 {
     /// 32-bit.
     template <class Record>
     static Surface SurfaceOf(const Record& record) {
-        const DWORD code = record.pixelFormat;
+        const nyx::PixelFormatCode code = record.pixelFormat;
         return {static_cast<BYTE*>(record.plane->data), record.plane->stride,
                 code == kCodes.yuy2 ? 2 : (code % 2 != 0 ? 3 : 4)};
     }
-    static bool Move(Way way, DWORD code, const Surface& surface, Picture* picture) {
+    static bool Move(Way way, nyx::PixelFormatCode code, const Surface& surface, Picture* picture) {
         if (!IsAddress(code)) {
             return standin::Move(way, kCodes, code, surface, picture);
         }
@@ -56,10 +58,10 @@ struct Zeta2 {
 
 extern "C" LONG __stdcall zeta2_decode(void* words) {
     return standin::DecodeEntry<standin::Zeta2>(
-        words, static_cast<nyx::Zeta2DecodeRecord*>(words)->plane, standin::Zeta2::kPlaneWords);
+        words, static_cast<nyx::Zeta2DecodeRecord*>(words)->plane, standin::Zeta2::kPlaneShape);
 }
 
 extern "C" LONG __stdcall zeta2_encode(void* words) {
     return standin::EncodeEntry<standin::Zeta2>(
-        words, static_cast<nyx::Zeta2EncodeRecord*>(words)->plane, standin::Zeta2::kPlaneWords);
+        words, static_cast<nyx::Zeta2EncodeRecord*>(words)->plane, standin::Zeta2::kPlaneShape);
 }

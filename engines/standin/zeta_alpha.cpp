@@ -8,6 +8,8 @@ namespace {
 struct ZetaAlpha : ZetaRecords {
     static constexpr std::string_view kTag = "ZTA1";
     static constexpr Codes kCodes = {0, 8, 2, 4, 1};
+    static constexpr RecordShape kDecodeShape{14, {2, 8, 9}};
+    static constexpr RecordShape kEncodeShape = kDecodeShape;
     using ProbeRecord = nyx::ZetaAlphaProbeRecord;
     using DecodeRecord = nyx::ZetaAlphaDecodeRecord;
     using EncodeRecord = nyx::ZetaAlphaEncodeRecord;
@@ -45,7 +47,7 @@ struct ZetaAlpha : ZetaRecords {
         return std::max(w * h * 48 / 10, ((w + 15) / 16) * ((h + 15) / 16) * 32);
     }
     static bool HasAlpha(const EncodeRecord&) { return true; }
-    static bool Move(Way way, DWORD code, const Surface& surface, Picture* picture) {
+    static bool Move(Way way, nyx::PixelFormatCode code, const Surface& surface, Picture* picture) {
         if (!IsAddress(code)) {
             return standin::Move(way, kCodes, code, surface, picture);
         }

@@ -8,6 +8,8 @@ namespace {
 struct ZetaCore : ZetaRecords {
     static constexpr std::string_view kTag = "ZCF1";
     static constexpr Codes kCodes = {0, 8, 2, 7, 2};
+    static constexpr RecordShape kDecodeShape{13, {2, 5, 6}};
+    static constexpr RecordShape kEncodeShape{14, {2, 5, 6}};
     using ProbeRecord = nyx::ZetaCoreDecodeRecord;
     using DecodeRecord = nyx::ZetaCoreDecodeRecord;
     using EncodeRecord = nyx::ZetaCoreEncodeRecord;
@@ -27,7 +29,7 @@ struct ZetaCore : ZetaRecords {
     static DWORD LengthOf(const DecodeRecord& record) { return record.codedLength; }
     static std::size_t CapacityOf(const EncodeRecord& record) { return record.outputCapacity; }
     static bool HasAlpha(const EncodeRecord&) { return false; }
-    static bool Move(Way way, DWORD code, const Surface& surface, Picture* picture) {
+    static bool Move(Way way, nyx::PixelFormatCode code, const Surface& surface, Picture* picture) {
         if (!IsAddress(code)) {
             return standin::Move(way, kCodes, code, surface, picture);
         }

@@ -5,6 +5,7 @@
 ///
 ///     kTag                            what its frames begin with
 ///     ProbeRecord, DecodeRecord, EncodeRecord
+///     kDecodeShape, kEncodeShape      how their words lie, of a probe as of a decode
 ///     IsProbe(DecodeRecord)           how a probe is told from a decode
 ///     IsSound(record)                 whether every word has a value that a caller should give
 ///     LengthOf(DecodeRecord)          the bytes at the frame, as far as the record tells
@@ -107,10 +108,10 @@ LONG Encode(const typename Engine::EncodeRecord& record, Action action) {
 
 /// `inner` is a record that the first one points to, or null.
 template <class Engine>
-LONG DecodeEntry(void* words, const void* inner = nullptr, std::size_t innerWords = 0) {
+LONG DecodeEntry(void* words, const void* inner = nullptr, RecordShape innerShape = {}) {
     auto* record = static_cast<typename Engine::DecodeRecord*>(words);
     const bool probe = Engine::IsProbe(*record);
-    LogCall(probe ? kProbe : kDecode, words, sizeof(*record) / sizeof(DWORD), inner, innerWords);
+    LogCall(probe ? kProbe : kDecode, words, Engine::kDecodeShape, inner, innerShape);
     return RunEntry(probe ? kProbe : kDecode, [&](Action action) {
         return probe
                    ? AnswerProbe<Engine>(static_cast<typename Engine::ProbeRecord*>(words), action)
@@ -119,9 +120,9 @@ LONG DecodeEntry(void* words, const void* inner = nullptr, std::size_t innerWord
 }
 
 template <class Engine>
-LONG EncodeEntry(const void* words, const void* inner = nullptr, std::size_t innerWords = 0) {
+LONG EncodeEntry(const void* words, const void* inner = nullptr, RecordShape innerShape = {}) {
     const auto* record = static_cast<const typename Engine::EncodeRecord*>(words);
-    LogCall(kEncode, words, sizeof(*record) / sizeof(DWORD), inner, innerWords);
+    LogCall(kEncode, words, Engine::kEncodeShape, inner, innerShape);
     return RunEntry(kEncode, [&](Action action) { return Encode<Engine>(*record, action); });
 }
 

@@ -253,8 +253,28 @@ TEST_F(BaseClasses, StatisticsFollowTheFramesAndFlushingForgetsThem) {
               std::tuple(0, 0, 300000));
 }
 
+constexpr ULONG kHuge = 0xFFFFFFF0u;
+
+/// Sees to it that 64-bit programs get no block of that size either.
+struct Thrift : Object<IMallocSpy> {
+    STDMETHODIMP_(SIZE_T) PreAlloc(SIZE_T size) override { return size == kHuge ? 0 : size; }
+    STDMETHODIMP_(void*) PostAlloc(void* block) override { return block; }
+    STDMETHODIMP_(void*) PreFree(void* block, BOOL) override { return block; }
+    STDMETHODIMP_(void) PostFree(BOOL) override {}
+    STDMETHODIMP_(SIZE_T) PreRealloc(void* block, SIZE_T size, void** asked, BOOL) override {
+        return *asked = block, size;
+    }
+    STDMETHODIMP_(void*) PostRealloc(void* block, BOOL) override { return block; }
+    STDMETHODIMP_(void*) PreGetSize(void* block, BOOL) override { return block; }
+    STDMETHODIMP_(SIZE_T) PostGetSize(SIZE_T size, BOOL) override { return size; }
+    STDMETHODIMP_(void*) PreDidAlloc(void* block, BOOL) override { return block; }
+    STDMETHODIMP_(int) PostDidAlloc(void*, BOOL, int did) override { return did; }
+    STDMETHODIMP_(void) PreHeapMinimize() override {}
+    STDMETHODIMP_(void) PostHeapMinimize() override {}
+};
+
 TEST(MediaTypes, CopiesAreDeepAndWithoutMemoryWhatWasThereStays) {
-    constexpr ULONG kHuge = 0xFFFFFFF0u;  // no allocation can have it
+    ASSERT_EQ(CoRegisterMallocSpy(Make<Thrift>().Get()), S_OK);
     const auto held = Make<End>(PINDIR_INPUT);
     MediaType original = Numbered(7);
     original.pUnk = ComPtr<End>(held).Detach();
@@ -281,6 +301,7 @@ TEST(MediaTypes, CopiesAreDeepAndWithoutMemoryWhatWasThereStays) {
     EXPECT_EQ(none.Set(huge), S_OK) << "a count without a block is none";
     EXPECT_EQ(none.cbFormat, 0u);
     EXPECT_EQ(*none.AllocFormatBuffer(1), 0);
+    CoRevokeMallocSpy();
 }
 
 }  // namespace

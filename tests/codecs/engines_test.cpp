@@ -145,59 +145,39 @@ const Event kEvents[] = {
     {"a real stack overflow", [] { Recurse(0); }, false},
 };
 
-// Not by the header's intrinsics: they write through a null pointer, which may be left out.
-DWORD ChainHead() {
-    DWORD head;
-    asm volatile("movl %%fs:0, %0" : "=r"(head) : : "memory");
-    return head;
-}
-void SetChainHead(const void* head) {
-    asm volatile("movl %0, %%fs:0" : : "r"(head) : "memory");
-}
+constexpr DWORD kOfTheHost = 0xE0000002;
 
-/// A handler of the host that gives up on the whole call, as its own C++ handling would.
-struct HostFrame {
-    EXCEPTION_REGISTRATION_RECORD registration;
-    DWORD code;
-    void* landing[5];
+struct HostThread {
+    const Event& event;
+    HRESULT result = S_FALSE;  ///< the guard's
 };
 
-EXCEPTION_DISPOSITION __cdecl LandInHost(EXCEPTION_RECORD* record, void* establisher, CONTEXT*,
-                                         void*) {
-    if ((record->ExceptionFlags & 6) != 0) {
-        return ExceptionContinueSearch;
-    }
-    auto* volatile frame = static_cast<HostFrame*>(establisher);
-    frame->code = record->ExceptionCode;
-    RtlUnwind(frame, nullptr, record, nullptr);
-    __builtin_longjmp(frame->landing, 1);
+DWORD WINAPI RunGuarded(void* context) {
+    auto& thread = *static_cast<HostThread*>(context);
+    thread.result = Guarded([&] { thread.event.call(); });
+    EXPECT_THROW(throw std::runtime_error("outside"), std::runtime_error);
+    Raise(kOfTheHost);  // nothing of the guard's may stand in its way
+    return 0;
 }
 
-/// What reaches the host when `call` runs guarded, 0 for nothing, 1 for a chain of handlers that is
-/// not the host's afterwards; `*result` is the guard's.
-__attribute__((noinline)) DWORD SeenByHost(void (*call)(), HRESULT* result) {
-    HostFrame onThisStack = {};
-    HostFrame* volatile frame = &onThisStack;
-    frame->registration.Handler = reinterpret_cast<PEXCEPTION_ROUTINE>(&LandInHost);
-    frame->registration.Next = reinterpret_cast<EXCEPTION_REGISTRATION_RECORD*>(ChainHead());
-    if (__builtin_setjmp(frame->landing) == 0) {
-        SetChainHead(frame);
-        *result = Guarded([call] { call(); });
-        frame->code = ChainHead() == reinterpret_cast<DWORD>(frame) ? 0 : 1;
-    }
-    SetChainHead(frame->registration.Next);
-    return frame->code;
+/// The host's last resort gives up on the thread.
+LONG WINAPI EndThread(EXCEPTION_POINTERS* pointers) {
+    ExitThread(pointers->ExceptionRecord->ExceptionCode);
 }
 
 TEST(Guard, TakesFaultsAndLeavesTheHostWhatIsItsOwn) {
+    const auto before = SetUnhandledExceptionFilter(&EndThread);
     for (const Event& event : kEvents) {
-        std::thread([&] {
-            HRESULT result = S_FALSE;
-            EXPECT_EQ(SeenByHost(event.call, &result) == 0, event.taken) << event.name;
-            EXPECT_EQ(result, event.taken ? E_FAIL : S_FALSE) << event.name;
-            EXPECT_THROW(throw std::runtime_error("outside"), std::runtime_error);
-        }).join();
+        HostThread thread = {event};
+        const HANDLE handle = CreateThread(nullptr, 0, &RunGuarded, &thread, 0, nullptr);
+        DWORD seen = 0;
+        WaitForSingleObject(handle, INFINITE);
+        GetExitCodeThread(handle, &seen);
+        CloseHandle(handle);
+        EXPECT_EQ(seen == kOfTheHost, event.taken) << event.name << std::hex << seen;
+        EXPECT_EQ(thread.result, event.taken ? E_FAIL : S_FALSE) << event.name;
     }
+    SetUnhandledExceptionFilter(before);
 }
 
 TEST(Guard, StoresTheResultOnlyOfACallThatReturned) {

@@ -15,14 +15,14 @@ namespace nyx::test {
 namespace {
 
 using namespace standin;
-using Words = std::vector<DWORD>;
+using Words = std::vector<LONG_PTR>;
 constexpr wchar_t kCore[] = L"rkzcore.dll", kAlpha[] = L"rkzalpha.dll";
 constexpr wchar_t kZeta2Core[] = L"rkz2core.dll", kLlc[] = L"rkllc.dll", kM2vi[] = L"rkm2vi01.dll";
 constexpr BYTE kGuard = 0x5A;
-constexpr DWORD kOnes = 0xFFFFFFFF;
+constexpr LONG_PTR kOnes = -1;
 
-DWORD Word(const void* pointer) {
-    return reinterpret_cast<DWORD>(pointer);
+LONG_PTR Word(const void* pointer) {
+    return reinterpret_cast<LONG_PTR>(pointer);
 }
 Words Last(const wchar_t* library, Purpose purpose) {
     const Call call = LastCall(library, purpose);
@@ -114,14 +114,14 @@ class Frames : public testing::Test {
 };
 
 /// Stand in an expected record for any word, and for an address of something that is not 0.
-constexpr DWORD kAny = 0xC0DE0000, kAddress = 0xC0DE0001;
+constexpr LONG_PTR kAny = 0x40DE0000, kAddress = 0x40DE0001;
 
 struct Layout {
     DWORD fourcc;
     WORD bits;
-    DWORD bytes;
-    DWORD core[4], alpha[4], zeta2[4];  ///< numbers by definition and range; 0 where there is none
-    bool callback;                      ///< Zeta has row callbacks for it
+    LONG bytes;
+    LONG core[4], alpha[4], zeta2[4];  ///< numbers by definition and range; 0 where there is none
+    bool callback;                     ///< Zeta has row callbacks for it
 };
 constexpr Layout kLayouts[] = {
     {FourCC("YUY2"), 16, 2, {}, {}, {1, 1, 1, 1}, false},
@@ -137,7 +137,7 @@ constexpr Layout kLayouts[] = {
 
 /// Holds an engine's last call against a record of `size` words: the first ones, then `rest`.
 void Expect(const wchar_t* library, Purpose purpose, std::size_t size, Words words,
-            DWORD rest = 0) {
+            LONG_PTR rest = 0) {
     words.resize(size, rest);
     const Words got = Last(library, purpose);
     ASSERT_EQ(got.size(), size);
@@ -158,11 +158,12 @@ TEST_F(Frames, ReachTheEnginesInRecordsThatAreRightWordByWord) {
         SCOPED_TRACE(testing::Message() << "layout " << scene / 4 << " place " << place);
         const LONG width = place < 2 ? 960 : 160, height = place < 2 ? 720 : 120;
         const LONG colorSpace = place % 2 == 0 ? 0 : 3;
-        const auto w = static_cast<DWORD>(width), h = static_cast<DWORD>(height);
+        const LONG_PTR w = width, h = height;
         const bool isV210 = layout.fourcc == FourCC("v210"), rgb = layout.fourcc == BI_RGB;
-        const DWORD row = isV210 ? (w + 47) / 48 * 128 : w * layout.bytes;
-        const DWORD first = Word(memory.data()) + (rgb ? (h - 1) * row : 0);
-        const DWORD stride = rgb ? 0 - row : row, given = isV210 ? row : 0, bytes = layout.bytes;
+        const LONG_PTR bytes = layout.bytes, row = isV210 ? (w + 47) / 48 * 128 : w * bytes;
+        const LONG_PTR first = Word(memory.data()) + (rgb ? (h - 1) * row : 0);
+        const LONG_PTR stride = rgb ? -row : row;
+        const auto given = static_cast<DWORD>(isV210 ? row : 0);
         const BITMAPINFOHEADER picture = MakeHeader(layout.fourcc, layout.bits, width, height);
         registry_.Store(SettingsKey(kZeta2), L"color_space", colorSpace);
         registry_.Store(SettingsKey(kZeta2), L"preset", 4);
@@ -181,11 +182,11 @@ TEST_F(Frames, ReachTheEnginesInRecordsThatAreRightWordByWord) {
                 codec.Compress(&picture, flag, memory.data(), &output, out.data(), 0, given, 0),
                 E_FAIL);
         };
-        const DWORD core = layout.callback ? kAddress : layout.core[place];
-        const DWORD alpha = layout.callback ? kAddress : layout.alpha[place];
-        const DWORD zeta2 = layout.zeta2[place] == 0 ? kAddress : layout.zeta2[place];
+        const LONG_PTR core = layout.callback ? kAddress : layout.core[place];
+        const LONG_PTR alpha = layout.callback ? kAddress : layout.alpha[place];
+        const LONG_PTR zeta2 = layout.zeta2[place] == 0 ? kAddress : layout.zeta2[place];
         const Bytes zcf = Hollow("ZCF1", width, height, 0), zta = Hollow("ZTA1", width, height, 1);
-        const DWORD zcfAt = Word(zcf.data()), ztaAt = Word(zta.data()), outAt = Word(out.data());
+        const LONG_PTR zcfAt = Word(zcf.data()), ztaAt = Word(zta.data()), outAt = Word(out.data());
         for (const bool flag : {false, true}) {
             ASSERT_EQ(decode(codecs.zeta, zcf, flag), S_OK);
             Expect(kCore, kProbe, 13, {0x40000000, kOnes, kOnes, kOnes, kOnes, zcfAt}, kOnes);
@@ -197,7 +198,7 @@ TEST_F(Frames, ReachTheEnginesInRecordsThatAreRightWordByWord) {
             Expect(kAlpha, kProbe, 14, probe, kOnes);
             Expect(kAlpha, kDecode, 14, {0, first, stride, bytes, 0, 0, 0, alpha, ztaAt});
         }
-        DWORD codes[4];
+        LONG_PTR codes[4];
         for (const LONG kind : {0, 1, 2, 3}) {  // of which the middle ones are alpha
             const Bytes frame = Hollow("QZ21", width, height, kind);
             ASSERT_EQ(decode(codecs.zeta2, frame, kind == 1 || kind == 2), S_OK);
@@ -209,11 +210,11 @@ TEST_F(Frames, ReachTheEnginesInRecordsThatAreRightWordByWord) {
         }
         EXPECT_EQ(std::pair(codes[0], codes[1]), std::pair(codes[3], codes[2]));
         const bool flag = layout.bits == 32;
-        const DWORD size = isV210 ? row * h : w * h * 20 / 8 * (flag ? 2 : 1) * 30 / 100;
-        const DWORD blocks = (w + 15) / 16 * ((h + 15) / 16);
+        const LONG_PTR size = isV210 ? row * h : w * h * 20 / 8 * (flag ? 2 : 1) * 30 / 100;
+        const LONG_PTR blocks = (w + 15) / 16 * ((h + 15) / 16);
         encode(codecs.zeta2, flag);
         Expect(kZeta2Core, kEncode, 12,
-               {0, kAny, zeta2, outAt, size, w * h / bytes / 8, flag ? 2u : 0u, w, h, 7, 11});
+               {0, kAny, zeta2, outAt, size, w * h / bytes / 8, flag ? 2 : 0, w, h, 7, 11});
         encode(codecs.zeta, flag);
         if (flag) {
             Expect(kAlpha, kEncode, 14,
@@ -422,28 +423,29 @@ TEST_F(Frames, OfMpegLoseTheLinesAboveThePictureAndAreThreeBytesAPixelInRgb) {
     Bytes picture, rgb;
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << c.width << "x" << c.height << " of " << c.codedHeight);
-        const auto w = static_cast<DWORD>(c.width), h = static_cast<DWORD>(c.height);
+        const LONG_PTR w = c.width, h = c.height;
         const Bytes source = SmoothPicture(Yuy2Header(c.width, c.codedHeight));
         const Bytes frame = Coded("mpeg2", source, c.width, c.codedHeight);
         ASSERT_EQ(Decode(stream, frame, Yuy2Header(c.width, c.height), &picture), S_OK);
         EXPECT_TRUE(
             std::equal(picture.begin(), picture.end(), source.begin() + c.dropped * c.width * 2));
-        const auto size = static_cast<DWORD>(frame.size());
+        const auto size = static_cast<LONG_PTR>(frame.size());
         Expect(kM2vi, kProbe, 14, {kAny, kAny, size});
         Expect(kM2vi, kDecode, 14,
                {kAny, kAny, size, kAny, 2 * w, 2, w, h, 0, 0, 0, 0, 0, c.dropped == 0 ? 0 : kAny});
         const Call call = LastCall(kM2vi, kDecode);
-        EXPECT_EQ(call.inner[2], static_cast<DWORD>(c.dropped));
+        EXPECT_EQ(call.inner[2], c.dropped);
         EXPECT_EQ(call.result, kDone) << "its state record was zeroed";
         const Bytes expected =
             Converted(picture, kYuy2, kBgr3, c.width, c.height, c.width >= 960 ? 3 : 1);
         for (const WORD bits : {WORD{24}, WORD{32}}) {
             ASSERT_EQ(Decode(stream, frame, PictureOf(bits, c.width, c.height), &rgb), S_OK);
-            const DWORD rest = (bits / 8u - 3) * w;
-            for (DWORD y = 0; y < h; ++y) {
-                const BYTE* row = &rgb[y * w * bits / 8];
-                ASSERT_EQ(std::memcmp(row, &expected[y * w * 3], 3 * w), 0);
-                ASSERT_EQ(std::count(row + 3 * w, row + 3 * w + rest, kGuard), LONG(rest));
+            const auto pixels = static_cast<std::size_t>(w), rest = (bits / 8u - 3) * pixels;
+            for (std::size_t y = 0; y * pixels * 3 < expected.size(); ++y) {
+                const BYTE* row = &rgb[y * pixels * bits / 8];
+                ASSERT_EQ(std::memcmp(row, &expected[y * pixels * 3], 3 * pixels), 0);
+                ASSERT_EQ(std::count(row + 3 * pixels, row + 3 * pixels + rest, kGuard),
+                          LONG(rest));
             }
         }
     }

@@ -118,23 +118,6 @@ TEST_P(Streaming, DownstreamsAnswersComeBack) {
               std::tuple(1, 10000, 20000, 1.5));
 }
 
-TEST_P(Streaming, FramesMayComeFromAMisalignedStack) {
-    const auto sample = MakeSample(rig.Frame());
-    rig.Start();
-    for (const DWORD offset : {0u, 4u, 8u, 12u}) {  // of the stack, from a 16-byte boundary
-        DWORD result = offset;
-        IMemInputPin* object = rig.transport.Get();
-        asm volatile(
-            "movl %%esp, %%ebx; andl $-16, %%esp; subl %%eax, %%esp; pushl %%esi; pushl %%ecx;"
-            "movl (%%ecx), %%edx; call *24(%%edx); movl %%ebx, %%esp"  // Receive is in slot 6
-            : "+a"(result), "+c"(object)
-            : "S"(sample.Get())
-            : "ebx", "edx", "memory", "cc", "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6",
-              "xmm7");
-        EXPECT_EQ(HRESULT(result), S_OK);
-    }
-}
-
 TEST_P(Streaming, StopAndFlushLetAWaitingUpstreamThreadGo) {
     rig.Start();
     // The one buffer of the pool is held here, so Receive must wait for it.

@@ -32,10 +32,10 @@ constexpr DWORD kDv25 = FourCC("QDVC"), kDv50 = FourCC("QDV5"), kDvHd = FourCC("
 
 /// Numbers and addresses.
 template <class... Numbers>
-std::vector<DWORD> Words(Numbers... numbers) {
-    return {DWORD(numbers)...};
+std::vector<LONG_PTR> Words(Numbers... numbers) {
+    return {LONG_PTR(numbers)...};
 }
-std::vector<DWORD> WordsOf(const standin::Call& call) {
+std::vector<LONG_PTR> WordsOf(const standin::Call& call) {
     return {call.words, call.words + call.wordCount};
 }
 
@@ -171,7 +171,7 @@ TEST_F(DvCodec, WideScreenPicturesAreStretched) {
             const Picture picture{bits, width, signedHeight};
             ASSERT_EQ(Decode(kDv25, inputWidth, height, frame, picture), S_OK);
             EXPECT_TRUE(std::equal(expected.begin(), expected.end(), picture.Row(0)));
-            EXPECT_NE(LastCall().words[2], DWORD(picture.Row(0)));
+            EXPECT_NE(LastCall().words[2], LONG_PTR(picture.Row(0)));
             EXPECT_EQ(static_cast<LONG>(LastCall().words[3]),
                       720 * bits / 8 * (bits == 24 && signedHeight > 0 ? -1 : 1));
         }
@@ -315,9 +315,9 @@ TEST_F(DvCodec, PicturesAreEncodedBySizeAndSettings) {
         const bool bottomUp = bits != 16 && height > 0;
         const LONG rowBytes = (squeezed ? 720 : width) * bits / 8;
         const LONG first = bottomUp ? picture.rows - 1 : 0;
-        EXPECT_EQ(WordsOf(call),
-                  Words(flags, frame.data(), squeezed ? call.words[2] : DWORD(picture.Row(first)),
-                        bottomUp ? -rowBytes : rowBytes, bits / 8, code));
+        EXPECT_EQ(WordsOf(call), Words(flags, frame.data(),
+                                       squeezed ? call.words[2] : LONG_PTR(picture.Row(first)),
+                                       bottomUp ? -rowBytes : rowBytes, bits / 8, code));
         // The stand-in puts the picture's first row into its frame.
         const Bytes rows =
             squeezed ? Resampled(picture, 720) : Bytes(picture.Row(0), picture.Row(picture.rows));

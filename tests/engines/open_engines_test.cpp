@@ -101,7 +101,10 @@ TEST(OpenMpeg, DropsLinesAtTheTopAndMakesBlackOfTheRest) {
         const GuardedMemory sample(frame);
         const MpegIntraCrop crop = {{}, dropped, {}};
         MpegIntraState state = {};
-        MpegIntraHeaderRecord header = {&state, sample.data(), DWORD(frame.size()), {}};
+        MpegIntraHeaderRecord header = {};
+        header.state = &state;
+        header.frame = sample.data();
+        header.frameLength = static_cast<DWORD>(frame.size());
         EXPECT_TRUE((kMpeg(&header) == 0 && state.codedHeight == codedHeight) || codedHeight < 0);
         MpegIntraPictureRecord picture = {
             &state, header.frame, header.frameLength, p.Row(0), p.stride,

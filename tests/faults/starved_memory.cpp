@@ -30,9 +30,9 @@ static SIZE_T __stdcall Query(const void* address, MEMORY_BASIC_INFORMATION* tol
 }
 
 // In the place of the imports, where every call looks.
-void*(__stdcall* taskAllocateImport)(SIZE_T) asm("__imp__CoTaskMemAlloc@4") = &TaskAllocate;
+void*(__stdcall* taskAllocateImport)(SIZE_T) asm(NYX_TASK_ALLOCATE_IMPORT) = &TaskAllocate;
 SIZE_T(__stdcall* queryImport)
-(const void*, MEMORY_BASIC_INFORMATION*, SIZE_T) asm("__imp__VirtualQuery@12") = &Query;
+(const void*, MEMORY_BASIC_INFORMATION*, SIZE_T) asm(NYX_QUERY_IMPORT) = &Query;
 }
 
 // The other forms come down to these.

@@ -49,13 +49,13 @@ struct Load {
             const Sample got = ReadSample(sample);
             Bytes& known = pictures[format][number % kPictures];
             known = known.empty() ? got.bytes : known;
-            wrong += known != got.bytes || got.start != LONGLONG{number} * kFrameTime ? 1u : 0u;
+            wrong += known != got.bytes || got.start != LONGLONG(number) * kFrameTime ? 1u : 0u;
             return ++arrived, S_OK;
         };
         rig.ConnectOutput(offers[format]);
         rig.filter->Run(0);
         for (; number < kFramesPerGraph && going; ++number, ++sent) {
-            const REFERENCE_TIME start = LONGLONG{number} * kFrameTime;
+            const REFERENCE_TIME start = LONGLONG(number) * kFrameTime;
             rig.Push({frames[number % kPictures], start, start + kFrameTime});
         }
         rig.input->EndOfStream();

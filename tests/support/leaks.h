@@ -9,7 +9,7 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <vector>
+#include <memory>
 
 namespace nyx::test {
 
@@ -41,12 +41,20 @@ inline Held CountHeld() {
     PROCESS_MEMORY_COUNTERS memory = {};
     GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof(memory));
     Held held = {memory.PagefileUsage, HeapBlocks(), 0};
-    // The system's table of handles: their count, then four words each, the process first.
-    std::vector<ULONG> table(1 << 18);
-    NtQuerySystemInformation(static_cast<SYSTEM_INFORMATION_CLASS>(16), table.data(), 4 << 18,
+    struct Handle {
+        ULONG process, kindAndNumber;
+        void* object;
+        ULONG access;
+    };
+    struct Table {
+        ULONG count;
+        Handle handles[1 << 16];  // of the whole system
+    };
+    const auto table = std::make_unique<Table>();
+    NtQuerySystemInformation(static_cast<SYSTEM_INFORMATION_CLASS>(16), table.get(), sizeof(Table),
                              nullptr);
-    for (std::size_t i = 0; i < table[0]; ++i) {
-        held.handles += table[4 * i + 1] == GetCurrentProcessId() ? 1u : 0u;
+    for (ULONG i = 0; i < table->count; ++i) {
+        held.handles += table->handles[i].process == GetCurrentProcessId() ? 1u : 0u;
     }
     return held;
 }

@@ -1,0 +1,79 @@
+// 32 bits: a record on the thread's chain of exception handlers, and a jump back out of the
+// handler.
+
+#include "codecs/guard_frame.h"
+
+namespace nyx {
+namespace {
+
+constexpr DWORD kUnwinding = 0x02 | 0x04;  // EXCEPTION_UNWINDING, EXCEPTION_EXIT_UNWIND
+
+/// One guarded call's record on the chain. The system hands the handler this record's address, so
+/// the registration stands first.
+struct GuardFrame {
+    EXCEPTION_REGISTRATION_RECORD registration;
+    void* landing[5];  // __builtin_setjmp's buffer: frame pointer, resume address, stack pointer
+};
+
+/// The chain's head is the first word of the thread's block at FS. The header's intrinsics for it
+/// tell the compiler of a store through a null pointer, which it may leave out.
+EXCEPTION_REGISTRATION_RECORD* ChainHead() {
+    EXCEPTION_REGISTRATION_RECORD* head;
+    asm volatile("movl %%fs:0, %0" : "=r"(head) : : "memory");
+    return head;
+}
+
+void SetChainHead(EXCEPTION_REGISTRATION_RECORD* head) {
+    asm volatile("movl %0, %%fs:0" : : "r"(head) : "memory");
+}
+
+/// Has every handler below `frame` clean up and takes it off the chain. RtlUnwind keeps none of the
+/// registers that a callee must keep, hence the clobbers.
+void UnwindTo(EXCEPTION_REGISTRATION_RECORD* frame, EXCEPTION_RECORD* record) {
+    auto unwind = &RtlUnwind;
+    asm volatile(
+        "pushl %%ebp\n\t"
+        "pushl $0\n\t"
+        "pushl %[record]\n\t"
+        "pushl $0\n\t"
+        "pushl %[frame]\n\t"
+        "call *%[unwind]\n\t"
+        "popl %%ebp"
+        : [unwind] "+a"(unwind), [frame] "+c"(frame), [record] "+d"(record)
+        :
+        : "ebx", "esi", "edi", "memory", "cc");
+}
+
+EXCEPTION_DISPOSITION __cdecl HandleException(EXCEPTION_RECORD* record, void* establisher, CONTEXT*,
+                                              void*) {
+    if ((record->ExceptionFlags & kUnwinding) != 0 || !IsForGuard(*record)) {
+        return ExceptionContinueSearch;
+    }
+    auto* frame = static_cast<GuardFrame*>(establisher);
+    UnwindTo(&frame->registration, record);
+    __builtin_longjmp(frame->landing, 1);
+}
+
+/// Its own function, because nothing here may stay in registers across the landing.
+[[gnu::noinline]] bool CallBetween(GuardFrame* volatile frame, void (*function)(void*),
+                                   void* context) {
+    frame->registration.Next = ChainHead();
+    frame->registration.Handler = reinterpret_cast<PEXCEPTION_ROUTINE>(&HandleException);
+    volatile bool returned = false;
+    if (__builtin_setjmp(frame->landing) == 0) {
+        SetChainHead(&frame->registration);
+        function(context);
+        returned = true;
+    }
+    SetChainHead(frame->registration.Next);
+    return returned;
+}
+
+}  // namespace
+
+bool CallInFrame(void (*function)(void* context), void* context) {
+    GuardFrame frame;
+    return CallBetween(&frame, function, context);
+}
+
+}  // namespace nyx

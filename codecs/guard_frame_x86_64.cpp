@@ -1,0 +1,55 @@
+// 64 bits: a function whose entry in the image's table of unwind information names the runtime's
+// own scope handler. It unwinds to the landing and restores the registers that a callee must keep.
+
+#include "codecs/guard_frame.h"
+
+extern "C" {
+
+/// The scope's filter: whether to land here, or to search on.
+[[gnu::used]] LONG nyx_guard_filter(const EXCEPTION_POINTERS* pointers, void*) {
+    return nyx::IsForGuard(*pointers->ExceptionRecord) ? EXCEPTION_EXECUTE_HANDLER
+                                                       : EXCEPTION_CONTINUE_SEARCH;
+}
+
+/// CallInFrame. The compiler has no words for such a scope. Forty bytes are the callee's room for
+/// its four register arguments, and the stack's alignment.
+bool nyx_call_in_frame(void (*function)(void* context), void* context);
+
+asm(R"(
+    .text
+    .def nyx_call_in_frame; .scl 2; .type 32; .endef
+    .globl nyx_call_in_frame
+    .seh_proc nyx_call_in_frame
+nyx_call_in_frame:
+    subq $40, %rsp
+    .seh_stackalloc 40
+    .seh_endprologue
+    movq %rcx, %rax
+    movq %rdx, %rcx
+.Lnyx_guarded:
+    call *%rax
+    nop
+.Lnyx_guarded_end:
+    movl $1, %eax
+.Lnyx_leave:
+    addq $40, %rsp
+    ret
+.Lnyx_landing:
+    xorl %eax, %eax
+    jmp .Lnyx_leave
+    .seh_handler __C_specific_handler, @except
+    .seh_handlerdata
+    .long 1
+    .rva .Lnyx_guarded, .Lnyx_guarded_end, nyx_guard_filter, .Lnyx_landing
+    .text
+    .seh_endproc
+)");
+}
+
+namespace nyx {
+
+bool CallInFrame(void (*function)(void* context), void* context) {
+    return nyx_call_in_frame(function, context);
+}
+
+}  // namespace nyx
