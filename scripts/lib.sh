@@ -28,12 +28,14 @@ build_preset() {
 start_wine() {
     WINEPREFIX=$(mktemp -d "${TMPDIR:-/tmp}/nyx-wine.XXXXXX")
     export WINEPREFIX WINEARCH=${1:-${WINEARCH:-win32}} WINEDEBUG=${WINEDEBUG:--all}
-    if [ "$WINEARCH" = win64 ]; then
-        # The plain command starts with 32 bits and takes the system's own programs of that size.
-        mkdir "$WINEPREFIX/bin"
-        ln -s /usr/lib/wine/wine64 "$WINEPREFIX/bin/wine"
-        PATH=$WINEPREFIX/bin:$PATH
-    fi
+    # The plain command starts with 32 bits, also in a prefix of 64, and takes the system's own programs
+    # of that size. A link would not do: the loader goes by the name it is called by.
+    local loader=/usr/lib/wine/wine
+    [ "$WINEARCH" = win32 ] || loader=${loader}64
+    mkdir "$WINEPREFIX/bin"
+    printf '#!/bin/sh\nexec %s "$@"\n' "$loader" >"$WINEPREFIX/bin/wine"
+    chmod +x "$WINEPREFIX/bin/wine"
+    PATH=$WINEPREFIX/bin:$PATH
     # No Mono or Gecko, menu entries or sound: nothing here needs them. No debugger: with it a crashed
     # program may end with 0.
     export WINEDLLOVERRIDES='mscoree=;mshtml=;winemenubuilder.exe=;winealsa.drv=;winepulse.drv=;winedbg.exe='
