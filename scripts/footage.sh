@@ -54,13 +54,9 @@ picture_number() {
     echo "drawtext=fontfile=/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf:text=%{n}:fontsize=h/6:fontcolor=white:x=w/30:y=h-th-h/20"
 }
 
-# Plays a file in one graph, to pictures and to PCM, and holds both against ffmpeg's reading of it. Sets
-# $psnr and $luma, in dB, and $sound, in words. Needs a running Wine with the module and the source filter
-# registered, and the open engines on the search path.
-play_footage() { # FILE SIZE FORMAT WORK
-    local said
-    said=$(run_nyxhost decode "$1" --format "$3" --raw "$4/samples" --audio "$4/sound.wav") ||
-        die "nyxhost could not play $1: $said"
+# Holds what nyxhost decoded of a file, WORK/samples in FORMAT and WORK/sound.wav, against ffmpeg's reading
+# of it. Sets $psnr and $luma, in dB, and $sound, in words.
+compare_footage() { # FILE SIZE FORMAT WORK
     read -r luma psnr <<<"$(psnr_of_footage "$1" "$2" "$3" "$4/samples")"
     sound=$(compare_sound "$1" "$4/sound.wav" "$4")
 }

@@ -1,5 +1,5 @@
 # The sheets of scripts/demo: pictures with labels in one, and the gallery, the same natural source
-# through all eight decoders. Needs clips.sh, $standin_engines, $open_engines, $out and $work.
+# through all eight decoders. Needs clips.sh, sizes.sh, $out and $work.
 
 # Draws the pictures of the array `tiles`, HEIGHT high, with the texts of `labels` below them. A
 # checkerboard shows through where they have alpha.
@@ -59,8 +59,6 @@ show_gallery() {
     local entry name decoder fourcc geometry how coding width height rate format file note engine
     local tiles=() labels=() row='%-27s %-5s %-9s %-11s %-18s %s\n'
     say "One source through every decoder; PSNR is against the source as 8-bit 4:2:2"
-    engines=$standin_engines use_engines
-    WINEPATH="$(windows_path "$open_engines");$WINEPATH"
     printf "$row" decoder code size engine picture file
     for entry in "${gallery[@]}"; do
         IFS='|' read -r name decoder fourcc geometry how <<<"$entry"
@@ -74,23 +72,21 @@ show_gallery() {
             standin) engine=stand-in ;;
             dv) file=$work/gallery-$name.dv ;;
         esac
-        engines=$standin_engines make_gallery_clip "$how" "$coding" "$width" "$height" "$rate" "$file"
+        by win64 make_gallery_clip "$how" "$coding" "$width" "$height" "$rate" "$file"
         # The numbers are those of the 4:2:2 pictures, which a PNG cannot hold.
         format=rgb24
         if [ "$coding" = zeta-alpha ]; then
             format=argb32
         else
-            run_nyxhost decode "$file" --format yuy2 --raw "$work/samples" >/dev/null ||
-                die "nyxhost could not decode $file"
+            decode_alike "$file" --format yuy2 --raw samples
         fi
-        run_nyxhost decode "$file" --format "$format" --from 1f --out "$out" >/dev/null ||
-            die "nyxhost could not decode $file"
-        note=$(gallery_note "$coding" "$width" "$height" "$work/samples")
+        note=$(gallery_note "$coding" "$width" "$height" "$work/win32/samples")
+        decode_alike "$file" --format "$format" --from 1f --out .
+        mv "$work"/win32/*.png "$out"
         printf "$row" "$decoder" "$fourcc" "${width}x$height" "$engine" "$note" \
             "out/gallery-$name-$format-00001.png"
         tiles+=("$out/gallery-$name-$format-00001.png")
         labels+=("$decoder   $fourcc   engine: $engine   $note")
     done
-    use_no_engines
     draw_sheet "$out/gallery.jpg" 3 360
 }
