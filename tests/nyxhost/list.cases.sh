@@ -1,17 +1,30 @@
 # What is registered, what works, and what the rest wants.
+bits=${WINEARCH#win}-bit
+run 0 --version
+says ", $bits"
 run 4 list
-says "nyxcodecs.dll: not registered; run regsvr32 nyxcodecs.dll" "nothing registered"
+says "nyxcodecs.dll, $bits: not registered; run regsvr32 nyxcodecs.dll" "nothing registered"
 run 4 decode clip.avi --raw none.raw # by the source's DLL beside the program
 says 'no decoder is registered for "Q210"'
+if [ "$WINEARCH" = win64 ]; then
+    others='HKCR\Wow6432Node\CLSID\'
+    wine reg add "$others{083863F1-70DE-11D0-BD40-00A0C911CE86}\\Instance\\{1}" /f >/dev/null </dev/null
+    wine reg add "$others{1}\\InprocServer32" /ve /d 'C:\nyxcodecs.dll' /f >/dev/null </dev/null
+    run 4 list
+    says "nyxcodecs.dll, $bits: not registered, though for the other word size it is; run"
+fi
 holds "regsvr32" register nyxcodecs
 run 0 list
-says "nyxcodecs.dll: $(windows_path "$modules/nyxcodecs.dll")" "nyxsource.dll: not registered" \
+says "nyxcodecs.dll, $bits: $(windows_path "$modules/nyxcodecs.dll")" "nyxsource.dll, $bits: not registered" \
     "engine missing or too old, rkzcore.dll (not found), rkzalpha.dll (not found)"
 holds "regsvr32" register nyxsource
 use_engines old
-WINEPATH+=";$(windows_path "$engines")"
+mkdir damaged
+echo "no library" >damaged/rkz2core.dll
+WINEPATH="$(windows_path damaged);$WINEPATH;$(windows_path "$engines")"
 run 0 list
 says "Nyx Footage Source         {5F2C1E6A-8B0D-4C57-9D3E-7A41B6C9E210}, DirectShow filters" \
+    "engine missing or too old, rkz2core.dll (no $bits library)" \
     "engine missing or too old, rkllc.dll ($(windows_path "$engines")\\old\\rkllc.dll)"
 holds "what works, and in which categories" diff - <(grep -B 1 "^ *works" <<<"$said" | grep -v "^ *works\|^--\|Footage") <<'ROWS'
   Rokka MPEG2-Intra Decoder  {48BC3ED7-498D-4F7C-A121-EE72A9EFC483}, DirectShow filters

@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "module_registry.h"
 #include "text.h"
 
 namespace nyx::host {
@@ -20,7 +21,8 @@ constexpr struct {
 std::string PlaceOf(const char* library) {
     const HMODULE module = LoadLibraryA(library);
     if (module == nullptr) {
-        return "not found";
+        return GetLastError() == ERROR_BAD_EXE_FORMAT ? "no " + WordSize() + " library"
+                                                      : "not found";
     }
     wchar_t path[MAX_PATH] = {};
     GetModuleFileNameW(module, path, MAX_PATH);

@@ -20,15 +20,22 @@ std::string AttemptText(const RegisteredFilter& filter) {
     return SUCCEEDED(created) ? "works" : CreationText(filter.name, created);
 }
 
+/// Where a module is, from its filters.
+std::string PlaceText(const std::string& module, const std::vector<RegisteredFilter>& filters) {
+    if (!filters.empty()) {
+        return filters.front().server;
+    }
+    return std::string("not registered") +
+           (IsRegisteredForOthers(module) ? ", though for the other word size it is" : "") +
+           "; run regsvr32 " + module;
+}
+
 ExitCode RunList() {
     std::size_t found = 0;
     for (const char* module : kModules) {
         const std::vector<RegisteredFilter> filters = FindFilters(module);
         found += filters.size();
-        Print(std::string(module) + ": " +
-              (filters.empty() ? std::string("not registered; run regsvr32 ") + module
-                               : filters.front().server) +
-              "\n");
+        Print(std::string(module) + ", " + WordSize() + ": " + PlaceText(module, filters) + "\n");
         for (const RegisteredFilter& filter : filters) {
             Print(Format("  %-26s %s, ", filter.name.c_str(), GuidText(filter.clsid).c_str()) +
                   filter.categories + "\n" + Format("  %-26s ", "") + AttemptText(filter) + "\n");
@@ -47,6 +54,8 @@ void AddListCommand(CLI::App& app, Action& action) {
     CLI::App* command =
         app.add_subcommand("list", "Show which filters of ours are registered, and which work");
     command->footer(
+        "This is what " + WordSize() + " programs have; modules and engines are " + WordSize() +
+        " too.\n"
         "An engine is found beside the application, in the system folders or on the search path "
         "(PATH; under Wine WINEPATH), and last in the folder \"engines\" beside nyxcodecs.dll.");
     command->callback([&action] { action = RunList; });

@@ -14,6 +14,7 @@
 #include "console.h"
 #include "failure.h"
 #include "interrupt.h"
+#include "module_registry.h"
 #include "text.h"
 
 namespace nyx::host {
@@ -35,7 +36,7 @@ ExitCode ParseFailed(const CLI::App& app, const CLI::ParseError& error) {
 ExitCode RunProgram(int count, wchar_t** words) {
     CLI::App app("Plays footage through the registered DirectShow codecs.", "nyxhost");
     app.footer(kExitCodeHelp);
-    app.set_version_flag("--version", "nyxhost " NYX_VERSION);
+    app.set_version_flag("--version", "nyxhost " NYX_VERSION ", " + WordSize());
     app.require_subcommand(1);
     app.allow_windows_style_options(false);  // a path may begin with a slash
     Action action;

@@ -15,20 +15,60 @@ constexpr struct {
 } kCategories[] = {{&CLSID_LegacyAmFilterCategory, "DirectShow filters"},
                    {&CLSID_VideoCompressorCategory, "video compressors"}};
 
-/// The DLL that serves a class, empty for none.
-std::wstring ServerOf(const std::wstring& clsid) {
+/// The DLL that serves a class of those below a key, empty for none.
+std::filesystem::path ServerOf(HKEY classes, const std::wstring& clsid) {
     wchar_t path[MAX_PATH] = {};
     DWORD bytes = sizeof(path);
-    RegGetValueW(HKEY_CLASSES_ROOT, (L"CLSID\\" + clsid + L"\\InprocServer32").c_str(), nullptr,
-                 RRF_RT_REG_SZ, nullptr, path, &bytes);
+    RegGetValueW(classes, (clsid + L"\\InprocServer32").c_str(), nullptr, RRF_RT_REG_SZ, nullptr,
+                 path, &bytes);
     return path;
 }
 
+bool IsNamed(const std::filesystem::path& server, const std::string& file) {
+    return _wcsicmp(server.filename().c_str(), Wide(file).c_str()) == 0;
+}
+
+/// A registry key, closed at the end; null when it is not there.
+class Key {
+  public:
+    Key(HKEY parent, const std::wstring& path, REGSAM access) {
+        RegOpenKeyExW(parent, path.c_str(), 0, access, &key_);
+    }
+    ~Key() { RegCloseKey(key_); }
+    Key(const Key&) = delete;
+    Key& operator=(const Key&) = delete;
+
+    HKEY Get() const { return key_; }
+
+  private:
+    HKEY key_ = nullptr;
+};
+
 }  // namespace
+
+std::string WordSize() {
+    return Format("%zu-bit", sizeof(void*) * 8);
+}
+
+bool IsRegisteredForOthers(const std::string& moduleFile) {
+    constexpr REGSAM kTheirs = KEY_READ | (sizeof(void*) == 8 ? KEY_WOW64_32KEY : KEY_WOW64_64KEY);
+    const Key classes(HKEY_CLASSES_ROOT, L"CLSID", kTheirs);
+    const Key filters(classes.Get(), Wide(GuidText(CLSID_LegacyAmFilterCategory)) + L"\\Instance",
+                      kTheirs);
+    wchar_t clsid[64];
+    for (DWORD i = 0; RegEnumKeyW(filters.Get(), i, clsid, ARRAYSIZE(clsid)) == ERROR_SUCCESS;
+         ++i) {
+        if (IsNamed(ServerOf(classes.Get(), clsid), moduleFile)) {
+            return true;
+        }
+    }
+    return false;
+}
 
 std::vector<RegisteredFilter> FindFilters(const std::string& moduleFile) {
     const auto devices =
         CreateObject<ICreateDevEnum>(CLSID_SystemDeviceEnum, "no device enumerator");
+    const Key classes(HKEY_CLASSES_ROOT, L"CLSID", KEY_READ);
     std::vector<RegisteredFilter> filters;
     for (const auto& category : kCategories) {
         ComPtr<IEnumMoniker> monikers;
@@ -39,10 +79,10 @@ std::vector<RegisteredFilter> FindFilters(const std::string& moduleFile) {
         while (listed == S_OK &&
                monikers->Next(1, moniker.ReleaseAndGetAddressOf(), nullptr) == S_OK) {
             const std::wstring id = Wide(MonikerText(moniker.Get(), L"CLSID"));
-            const std::filesystem::path server(ServerOf(id));
+            const std::filesystem::path server = ServerOf(classes.Get(), id);
             RegisteredFilter filter{
                 {}, FriendlyName(moniker.Get()), category.words, Utf8(server.wstring())};
-            if (_wcsicmp(server.filename().c_str(), Wide(moduleFile).c_str()) != 0 ||
+            if (!IsNamed(server, moduleFile) ||
                 FAILED(CLSIDFromString(id.c_str(), &filter.clsid))) {
                 continue;
             }

@@ -15,6 +15,12 @@ struct RegisteredFilter {
     std::string server;      ///< path of the DLL
 };
 
+/// "32-bit" or "64-bit": what this program is, and every module and engine that it can load.
+std::string WordSize();
+
+/// Whether such a module is registered for the programs of the other word size.
+bool IsRegisteredForOthers(const std::string& moduleFile);
+
 /// Every filter whose in-process server is a file of that name, ordered by its own name.
 std::vector<RegisteredFilter> FindFilters(const std::string& moduleFile);
 
