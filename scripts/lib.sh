@@ -43,7 +43,7 @@ start_wine() {
     start_display
     trap stop_wine EXIT
     say "Wine: a fresh ${WINEARCH#win}-bit prefix"
-    wineboot --init >/dev/null 2>&1 </dev/null || die "Wine could not make its prefix"
+    wine wineboot --init >/dev/null 2>&1 </dev/null || die "Wine could not make its prefix"
     wine cmd /c pause >/dev/null 2>&1 < <(exec sleep 86400) &
     wine_keepalive=$!
 }
@@ -66,11 +66,10 @@ start_display() {
 stop_wine() {
     local status=$?
     set +e
-    [ -z "${wine_keepalive:-}" ] || kill "$wine_keepalive" 2>/dev/null
+    [ -z "${wine_keepalive:-}" ] || { pkill -P "$wine_keepalive"; kill "$wine_keepalive"; } 2>/dev/null
     wineserver -k 2>/dev/null
     wineserver -w 2>/dev/null
     [ -z "${xvfb_pid:-}" ] || kill "$xvfb_pid" 2>/dev/null
-    pkill -P $$ sleep 2>/dev/null
     rm -rf "$WINEPREFIX"
     exit "$status"
 }

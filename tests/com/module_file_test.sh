@@ -26,8 +26,11 @@ for import in ${imports:-none}; do
     expect "whether $import is the system's" "$([[ $system != *" $import "* ]] || echo yes)" yes
 done
 
-# It may be loaded anywhere and is hardened.
-expect "what the loader may do" "$(grep -oE 'DYNAMIC_BASE|NX_COMPAT' <<<"$headers" | xargs)" "DYNAMIC_BASE NX_COMPAT"
+# It may be loaded anywhere, in 64 bits all over the address space, and is hardened.
+far=
+grep -q 'pei-x86-64' <<<"$headers" && far="HIGH_ENTROPY_VA "
+expect "what the loader may do" "$(grep -oE 'HIGH_ENTROPY_VA|DYNAMIC_BASE|NX_COMPAT' <<<"$headers" | xargs)" \
+    "${far}DYNAMIC_BASE NX_COMPAT"
 expect "stripped relocations" "$(grep -c 'relocations stripped' <<<"$headers" || true)" 0
 expect "a table of relocations" "$(grep -cE '^Entry 5 0*[1-9a-f]' <<<"$headers")" 1
 expect "the stack protector's last words" "$(grep -ac 'stack smashing detected' "$module")" 1

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# registration_test.sh WINE-RUN NYXCODECS.DLL: what self-registration enters below HKCR\CLSID, to the byte, and
-# that unregistering takes all of it away. In the caller's prefix, which it leaves without the module. Ends with
-# the number of failures.
+# registration_test.sh WINE-RUN NYXCODECS.DLL [32-BIT-NYXCODECS.DLL]: what self-registration enters below
+# HKCR\CLSID, to the byte, and that unregistering takes all of it away; beside a 32-bit module, each in its own
+# view. In the caller's prefix, which it leaves without the modules. Ends with the number of failures.
 set -euo pipefail
 wine_run=$1
 export LC_ALL=C.UTF-8
@@ -10,11 +10,13 @@ module="$folder/Ωж日/nyxcodecs.dll" # a folder may be named in any script
 failures=0
 finish() {
     call regsvr32 /s /u nyxcodecs.dll || true
+    [ ! -e narrow.dll ] || call regsvr32 /s /u narrow.dll || true
     rm -r "$folder"
 }
 trap finish EXIT
 mkdir "${module%/*}"
 cp "$2" "$module"
+[ -z "${3:-}" ] || cp "$3" "${module%/*}/narrow.dll"
 cd "${module%/*}"
 
 call() {
@@ -26,8 +28,8 @@ holds() { # WHAT COMMAND...
     echo "FAILED: $1"
 }
 # Every key, and every value behind the name of its key, a line each.
-entries() {
-    call reg export 'HKCR\CLSID' classes.reg /y
+entries() { # [/reg:32]
+    call reg export 'HKCR\CLSID' classes.reg /y "$@"
     iconv -f utf-16 -t utf-8 classes.reg | tr -d '\r' | sed -e ':more; /\\$/{N; s/\\\n *//; b more}' |
         awk '/^\[/ { key = $0; print; next } NF { print key " " $0 }' | sort
 }
@@ -96,4 +98,22 @@ holds "it registers again" call regsvr32 /s nyxcodecs.dll
 holds "twice is once" diff -q after <(entries)
 holds "it unregisters again" call regsvr32 /s /u nyxcodecs.dll
 holds "nothing is left" diff -u before <(entries)
+
+if [ -e narrow.dll ]; then
+    holds "the 32-bit one registers" call regsvr32 /s narrow.dll
+    holds "the 32-bit one unregisters" call regsvr32 /s /u narrow.dll
+    entries /reg:32 >narrow_before
+    call regsvr32 /s nyxcodecs.dll
+    holds "the 32-bit view has none of it" diff -u narrow_before <(entries /reg:32)
+    call regsvr32 /s narrow.dll
+    holds "the 64-bit module stays" diff -u after <(entries)
+    entries /reg:32 >narrow_after
+    holds "the 32-bit entries are these" \
+        diff -u <(module=${module%/*}/narrow.dll expected | sort) <(comm -13 narrow_before narrow_after)
+    call regsvr32 /s /u nyxcodecs.dll
+    holds "the 32-bit module is left" diff -u narrow_after <(entries /reg:32)
+    call regsvr32 /s nyxcodecs.dll
+    call regsvr32 /s /u narrow.dll
+    holds "the 64-bit module is left" diff -u after <(entries)
+fi
 exit "$failures"
