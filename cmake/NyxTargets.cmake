@@ -55,7 +55,6 @@ endfunction()
 # What the binaries contain that is not ours, for their version resources.
 set(NYX_CONTAINS_RUNTIME "The run-time libraries of GCC and MinGW-w64.")
 set(NYX_LIBAVCODEC_DIR ${PROJECT_SOURCE_DIR}/build/libavcodec CACHE PATH "What scripts/engines left")
-set(NYX_LIBAV ${NYX_LIBAVCODEC_DIR}/${CMAKE_SYSTEM_PROCESSOR})
 if(EXISTS ${NYX_LIBAVCODEC_DIR}/source-version)
   file(STRINGS ${NYX_LIBAVCODEC_DIR}/source-version version)
   set(NYX_CONTAINS_LIBAV "FFmpeg's libraries by Debian's source package ffmpeg ${version}, LGPL 2.1 or later.")

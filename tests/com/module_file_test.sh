@@ -33,5 +33,5 @@ expect "what the loader may do" "$(grep -oE 'HIGH_ENTROPY_VA|DYNAMIC_BASE|NX_COM
     "${far}DYNAMIC_BASE NX_COMPAT"
 expect "stripped relocations" "$(grep -c 'relocations stripped' <<<"$headers" || true)" 0
 expect "a table of relocations" "$(grep -cE '^Entry 5 0*[1-9a-f]' <<<"$headers")" 1
-expect "the stack protector's last words" "$(grep -ac 'stack smashing detected' "$module")" 1
+expect "the stack protector" "$("$objdump" -t "$module" | grep -cE ' _{2,3}stack_chk_fail$')" 1
 exit "$failures"
