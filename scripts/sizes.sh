@@ -35,10 +35,10 @@ decode_alike() { # CLIP OPTION...
         runs+=($!)
     done
     for preset in "${presets[@]}"; do
-        wait "${runs[0]}" || die "nyxhost of $preset could not decode $1: $(cat "$work/$preset.said")"
+        wait "${runs[0]}" || die "nyxhost of $preset ended with $? at $1: $(cat "$work/$preset.said")"
         runs=("${runs[@]:1}")
     done
-    diff -rq "$work/win32" "$work/win64" >&2 || die "both word sizes decode $1, but not alike: $*"
+    diff -rq "$work/win32" "$work/win64" >&2 || die "32 and 64 bits decode differently: $*"
     pictures=$(sed -n 's/^\([0-9]*\) frames in .*/\1/p' "$work/win32.said")
     pictures_alike=$((pictures_alike + pictures))
     bytes_alike=$((bytes_alike + $(cat "$work"/win32/* | wc -c)))
