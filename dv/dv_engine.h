@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// What crosses to the DV engine: six 32-bit words each way, standard call.
+/// What crosses to the DV engine: six arguments each way, standard call.
 
 #include <windows.h>
 
