@@ -63,10 +63,10 @@ bool IsForGuard(const EXCEPTION_RECORD& record) {
 HRESULT CallGuarded(void (*function)(void* context), void* context) {
     const FloatingPointState floatingPoint = SaveFloatingPoint();
     GuardedCall call = {function, context, false};
-    const bool completed = CallInFrame(&CallCatching, &call);
+    CallInFrame(&CallCatching, &call);
     asm volatile("cld");
     RestoreFloatingPoint(floatingPoint);
-    return completed && call.returned ? S_OK : E_FAIL;
+    return call.returned ? S_OK : E_FAIL;
 }
 
 }  // namespace nyx

@@ -7,10 +7,10 @@
 
 namespace nyx {
 
-/// Calls `function(context)` on this thread; true when it returned, false when it raised something
-/// that IsForGuard takes. Anything else goes on to the handlers around. `function` lets no C++
-/// exception out.
-bool CallInFrame(void (*function)(void* context), void* context);
+/// Calls `function(context)` on this thread, and ends it early when it raised something that
+/// IsForGuard takes. Anything else goes on to the handlers around. `function` lets no C++ exception
+/// out.
+void CallInFrame(void (*function)(void* context), void* context);
 
 /// Whether the guard takes this exception: see CallGuarded.
 bool IsForGuard(const EXCEPTION_RECORD& record);

@@ -55,25 +55,22 @@ EXCEPTION_DISPOSITION __cdecl HandleException(EXCEPTION_RECORD* record, void* es
 }
 
 /// Its own function, because nothing here may stay in registers across the landing.
-[[gnu::noinline]] bool CallBetween(GuardFrame* volatile frame, void (*function)(void*),
+[[gnu::noinline]] void CallBetween(GuardFrame* volatile frame, void (*function)(void*),
                                    void* context) {
     frame->registration.Next = ChainHead();
     frame->registration.Handler = reinterpret_cast<PEXCEPTION_ROUTINE>(&HandleException);
-    volatile bool returned = false;
     if (__builtin_setjmp(frame->landing) == 0) {
         SetChainHead(&frame->registration);
         function(context);
-        returned = true;
     }
     SetChainHead(frame->registration.Next);
-    return returned;
 }
 
 }  // namespace
 
-bool CallInFrame(void (*function)(void* context), void* context) {
+void CallInFrame(void (*function)(void* context), void* context) {
     GuardFrame frame;
-    return CallBetween(&frame, function, context);
+    CallBetween(&frame, function, context);
 }
 
 }  // namespace nyx

@@ -13,7 +13,7 @@ extern "C" {
 
 /// CallInFrame. The compiler has no words for such a scope. Forty bytes are the callee's room for
 /// its four register arguments, and the stack's alignment.
-bool nyx_call_in_frame(void (*function)(void* context), void* context);
+void nyx_call_in_frame(void (*function)(void* context), void* context);
 
 asm(R"(
     .text
@@ -29,18 +29,13 @@ nyx_call_in_frame:
 .Lnyx_guarded:
     call *%rax
     nop
-.Lnyx_guarded_end:
-    movl $1, %eax
-.Lnyx_leave:
+.Lnyx_landing:
     addq $40, %rsp
     ret
-.Lnyx_landing:
-    xorl %eax, %eax
-    jmp .Lnyx_leave
     .seh_handler __C_specific_handler, @except
     .seh_handlerdata
     .long 1
-    .rva .Lnyx_guarded, .Lnyx_guarded_end, nyx_guard_filter, .Lnyx_landing
+    .rva .Lnyx_guarded, .Lnyx_landing, nyx_guard_filter, .Lnyx_landing
     .text
     .seh_endproc
 )");
@@ -48,8 +43,8 @@ nyx_call_in_frame:
 
 namespace nyx {
 
-bool CallInFrame(void (*function)(void* context), void* context) {
-    return nyx_call_in_frame(function, context);
+void CallInFrame(void (*function)(void* context), void* context) {
+    nyx_call_in_frame(function, context);
 }
 
 }  // namespace nyx

@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "codecs/fault_guard.h"
+#include "codecs/guard_frame.h"
 #include "tests/codecs/codecs.h"
 #include "tests/support/engines.h"
 
@@ -180,6 +181,12 @@ TEST(Guard, TakesFaultsAndLeavesTheHostWhatIsItsOwn) {
     SetUnhandledExceptionFilter(before);
 }
 
+TEST(Guard, IsUnwoundByWhatItLeavesToOthers) {
+    if (sizeof(void*) == 8) {  // where C++ is unwound by the same tables
+        EXPECT_THROW(CallInFrame([](void*) { throw 1; }, nullptr), int);
+    }
+}
+
 TEST(Guard, StoresTheResultOnlyOfACallThatReturned) {
     LONG returned = -7;
     EXPECT_EQ(CallEngine(&returned, &Quotient, LONG{84}, LONG{2}), S_OK);
@@ -195,15 +202,17 @@ TEST(Guard, StoresTheResultOnlyOfACallThatReturned) {
     EXPECT_EQ(Guarded(nested), E_FAIL);
 }
 
-TEST(Guard, GivesTheFloatingPointStateBack) {
-    WORD control = 0, after = 0;
-    asm volatile("fnstcw %0" : "=m"(control));
+TEST(Guard, GivesTheProcessorsStateBack) {
+    const WORD control = 0x037B;  // dividing by zero faults
+    WORD after = 0;
+    DWORD_PTR flags = 0;
+    asm volatile("fldcw %0" : : "m"(control));
     const unsigned mxcsr = _mm_getcsr();
     Guarded([&] {
-        const WORD truncating = 0x0C7F;  // and single precision
-        asm volatile("fldcw %0" : : "m"(truncating));
+        const WORD truncating = 0x0C7F;  // in single precision, without faults
+        asm volatile("fldcw %0; fld1; fldz; fdivrp" : : "m"(truncating));
         _mm_setcsr(mxcsr | 0xE040);                 // truncating, denormals to zero
-        asm volatile("movd %0, %%mm0" : : "r"(1));  // and the x87 registers taken by MMX
+        asm volatile("movd %0, %%mm0" : : "r"(1));  // the x87 registers taken by MMX
         WriteToNull();
     });
     asm volatile("fnstcw %0" : "=m"(after));
@@ -211,6 +220,10 @@ TEST(Guard, GivesTheFloatingPointStateBack) {
     volatile long double third = 1.0L;
     third = third / 3;
     EXPECT_EQ(third * 3, 1.0L);
+    asm volatile("fninit");
+    Guarded([] { asm volatile("std"); });
+    asm volatile("pushf; pop %0" : "=r"(flags));
+    EXPECT_EQ(flags & 0x400, 0u) << "the direction of strings";
 }
 
 }  // namespace
