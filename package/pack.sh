@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# pack.sh BUILD FOLDER: puts what was built in BUILD together as
+# pack.sh BUILDS FOLDER: puts what was built in BUILDS/win32 and BUILDS/win64 together as
 # FOLDER/nyx-codecs-VERSION-setup.exe and FOLDER/nyx-codecs-VERSION.zip. The same binaries of the same
 # commit give the same bytes: every file has the commit's time, and orders and modes are fixed.
 . "$(dirname "$0")/../scripts/lib.sh"
 here=$root/package
-build=$1
+builds=$1
 folder=$2
 version=$(cat "$root/VERSION")
 commit=$(git -C "$root" rev-parse HEAD)
@@ -14,28 +14,31 @@ umask 022
 name=nyx-codecs-$version
 stage=$folder/$name
 rm -rf "$stage" "$stage.zip" "$stage-setup.exe"
-mkdir -p "$stage"/{debug,engines,licences/scripts}
+mkdir -p "$stage/licences/scripts"
 
 # Windows' line ends, and what the templates name.
 text() { # SOURCE TARGET
     sed -e "s/@VERSION@/$version/g" -e "s/@COMMIT@/$commit/g" \
         -e "s/@LIBAV@/$(cat "$root/build/libavcodec/source-version")/g" -e 's/\r*$/\r/' "$1" >"$stage/$2"
 }
-binary() { # SOURCE TARGET
-    i686-w64-mingw32-strip -o "$stage/$2" "$1"
-    i686-w64-mingw32-objcopy --only-keep-debug "$1" "$stage/debug/$(basename "$2").debug"
+binaries() { # PRESET MACHINE FOLDER FILE...
+    local file target
+    mkdir -p "$stage/$3/engines" "$stage/debug/$3"
+    for file in "${@:4}"; do
+        target=${file/#engines\/open/engines}
+        target=$3/${target#bin/}
+        "$2-w64-mingw32-strip" -o "$stage/$target" "$builds/$1/$file"
+        "$2-w64-mingw32-objcopy" --only-keep-debug "$builds/$1/$file" "$stage/debug/$3/${file##*/}.debug"
+    done
 }
-for file in nyxcodecs.dll nyxsource.dll nyxhost.exe processor_check.exe; do
-    binary "$build/bin/$file" "$file"
-done
-for file in rkdvh.dll rkm2vi01.dll; do
-    binary "$build/engines/open/$file" "engines/$file"
-done
+files=(bin/nyx{codecs.dll,source.dll,host.exe} engines/open/rk{dvh,m2vi01}.dll)
+binaries win32 i686 . "${files[@]}" bin/processor_check.exe
+binaries win64 x86_64 x64 "${files[@]}"
 text "$here/readme.txt.in" README.txt
 text "$root/CHANGELOG.md" CHANGELOG.txt
 text "$here/install.cmd" install.cmd
 text "$here/uninstall.cmd" uninstall.cmd
-for place in engines licences; do
+for place in engines x64/engines licences; do
     text "$root/build/libavcodec/COPYING.LGPLv2.1" "$place/LGPL-2.1.txt"
     text "$here/source-offer.txt.in" "$place/SOURCE.txt"
 done

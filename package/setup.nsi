@@ -6,6 +6,7 @@ Unicode true
 !include FileFunc.nsh
 !include Sections.nsh
 !include WordFunc.nsh
+!include x64.nsh
 
 !define PRODUCT "Nyx codecs"
 !define PUBLISHER "Nyx codec project"
@@ -56,41 +57,94 @@ Var MpegText
 !macroend
 !define Fail "!insertmacro Fail"
 
+; Does a macro with its arguments, DO, for each size of words that programs of this system may have.
+; What it is written with: BITS, that size; FROM and TO, where files of that size come from and go;
+; REGSVR, what registers them; MACHINE, the word that they have in their headers.
+!macro ForEachSize DO
+  !insertmacro ForSize 32 "${STAGE}" "$INSTDIR" "$SYSDIR" 0x014c `${DO}`
+  ${If} ${IsNativeAMD64}
+    !insertmacro ForSize 64 "${STAGE}/x64" "$INSTDIR\x64" "$WINDIR\Sysnative" 0x8664 `${DO}`
+  ${EndIf}
+!macroend
+!macro ForSize SIZE SOURCE TARGET SYSTEM WORD DO
+  !define BITS ${SIZE}
+  !define FROM "${SOURCE}"
+  !define TO "${TARGET}"
+  !define REGSVR "${SYSTEM}\regsvr32.exe"
+  !define MACHINE ${WORD}
+  !insertmacro ${DO}
+  !undef BITS
+  !undef FROM
+  !undef TO
+  !undef REGSVR
+  !undef MACHINE
+!macroend
+!define ForEachSize "!insertmacro ForEachSize"
+
 ; Takes a file away. One that a program has loaded can be renamed but not deleted: the rest of it goes
 ; when the system starts next.
 !macro Clear FILE
   ClearErrors
-  Delete "${FILE}"
+  Delete "${TO}\${FILE}"
   ${If} ${Errors}
     GetTempFileName $R9 $INSTDIR
     Delete $R9
-    Rename "${FILE}" $R9
+    Rename "${TO}\${FILE}" $R9
     Delete /REBOOTOK $R9
   ${EndIf}
 !macroend
-!define Clear "!insertmacro Clear"
 
-; regsvr32 in a process of its own, so that nothing of the module stays loaded here; the code in $R0.
-!macro Regsvr OPTIONS FILE
-  ExecWait '"$SYSDIR\regsvr32.exe" /s ${OPTIONS} "${FILE}"' $R0
+!macro Put FILE
+  SetOutPath "${TO}"
+  !insertmacro Clear ${FILE}
+  File "${FROM}/${FILE}"
 !macroend
-!define Regsvr "!insertmacro Regsvr"
 
-; What the folder may hold, for the uninstaller and for parts that are no longer wanted.
-!macro ClearSource
-  ${If} ${FileExists} "$INSTDIR\nyxsource.dll"
-    ${Regsvr} /u "$INSTDIR\nyxsource.dll"
-    ${Clear} "$INSTDIR\nyxsource.dll"
+; regsvr32 in a process of its own, so that nothing of the module stays loaded here.
+!macro Register OPTIONS FILE
+  ExecWait '"${REGSVR}" /s ${OPTIONS} "${TO}\${FILE}"' $R0
+  ${If} $R0 != 0
+    ${Fail} 2 "${TO}\${FILE} could not be registered (regsvr32: $R0)."
   ${EndIf}
 !macroend
+!macro Unregister FILE
+  ${If} ${FileExists} "${TO}\${FILE}"
+    ExecWait '"${REGSVR}" /s /u "${TO}\${FILE}"'
+    !insertmacro Clear ${FILE}
+  ${EndIf}
+!macroend
+
+; What function FindEngine is asked.
+!macro FindEngine LIBRARY
+  StrCpy $0 ${LIBRARY}
+  StrCpy $5 ${MACHINE}
+  StrCpy $6 "${TO}\engines\${LIBRARY}"
+  Call FindEngine
+!macroend
+
+; An engine, unless programs of its size have another of its name.
+!macro PutEngine LIBRARY
+  !insertmacro FindEngine ${LIBRARY}
+  !insertmacro Clear engines\${LIBRARY}
+  ${If} $1 == ""
+    SetOutPath "${TO}\engines"
+    File "${FROM}/engines/${LIBRARY}" "${FROM}/engines/*.txt"
+  ${EndIf}
+!macroend
+; The folder goes with the last of them.
+!macro TidyEngines
+  ${IfNot} ${FileExists} "${TO}\engines\rkdvh.dll"
+  ${AndIfNot} ${FileExists} "${TO}\engines\rkm2vi01.dll"
+    Delete "${TO}\engines\LGPL-2.1.txt"
+    Delete "${TO}\engines\SOURCE.txt"
+    RMDir "${TO}\engines"
+  ${EndIf}
+!macroend
+
 !macro ClearHost
-  ${Clear} "$INSTDIR\nyxhost.exe"
+  ${ForEachSize} "Clear nyxhost.exe"
   Delete "$INSTDIR\README.txt"
   Delete "$INSTDIR\CHANGELOG.txt"
-!macroend
-!macro ClearEngineTexts
-  Delete "$INSTDIR\engines\LGPL-2.1.txt"
-  Delete "$INSTDIR\engines\SOURCE.txt"
 !macroend
 
 !macro ClearLicences
@@ -116,20 +170,13 @@ SectionEnd
 
 Section "Decoders and encoder" SecCodecs
   SectionIn RO
-  SetOutPath $INSTDIR
-  ${Clear} "$INSTDIR\nyxcodecs.dll"
-  File "${STAGE}/nyxcodecs.dll"
-  ${Regsvr} "" "$INSTDIR\nyxcodecs.dll"
-  ${If} $R0 != 0
-    ${Fail} 2 "nyxcodecs.dll could not be registered (regsvr32: $R0)."
-  ${EndIf}
+  ${ForEachSize} "Put nyxcodecs.dll"
+  ${ForEachSize} `Register "" nyxcodecs.dll`
 SectionEnd
 
 SectionGroup /e "Footage source" GroupSource
   Section "Source filter" SecSource
-    SetOutPath $INSTDIR
-    ${Clear} "$INSTDIR\nyxsource.dll"
-    File "${STAGE}/nyxsource.dll"
+    ${ForEachSize} "Put nyxsource.dll"
   SectionEnd
   Section "opens MXF files" SecMxf
   SectionEnd
@@ -143,21 +190,17 @@ SectionGroupEnd
 
 SectionGroup /e "Open engines" GroupEngines
   Section "DV, DVCPRO50, DVCPRO HD" SecDv
-    SetOutPath $INSTDIR\engines
-    ${Clear} "$INSTDIR\engines\rkdvh.dll"
-    File "${STAGE}/engines/rkdvh.dll" "${STAGE}/engines/*.txt"
+    ${ForEachSize} "PutEngine rkdvh.dll"
   SectionEnd
   Section "MPEG-2 intra" SecMpeg
-    SetOutPath $INSTDIR\engines
-    ${Clear} "$INSTDIR\engines\rkm2vi01.dll"
-    File "${STAGE}/engines/rkm2vi01.dll" "${STAGE}/engines/*.txt"
+    ${ForEachSize} "PutEngine rkm2vi01.dll"
   SectionEnd
 SectionGroupEnd
 
 Section "nyxhost and documents" SecHost
+  ${ForEachSize} "Put nyxhost.exe"
   SetOutPath $INSTDIR
-  ${Clear} "$INSTDIR\nyxhost.exe"
-  File "${STAGE}/nyxhost.exe" "${STAGE}/README.txt" "${STAGE}/CHANGELOG.txt"
+  File "${STAGE}/README.txt" "${STAGE}/CHANGELOG.txt"
 SectionEnd
 
 ; KIND and its comma join $R1 when its box is checked.
@@ -174,27 +217,21 @@ Section "-Finish"
   !insertmacro AddKind ${SecAvi} avi
   !insertmacro AddKind ${SecDvFiles} dv
   ${If} ${SectionIsSelected} ${SecSource}
-    ${Regsvr} "/n /i:$R1" "$INSTDIR\nyxsource.dll"
-    ${If} $R0 != 0
-      ${Fail} 2 "nyxsource.dll could not be registered (regsvr32: $R0)."
-    ${EndIf}
+    ${ForEachSize} `Register "/n /i:$R1" nyxsource.dll`
     StrCpy $R1 "$R1,source"
   ${Else}
-    !insertmacro ClearSource
+    ${ForEachSize} "Unregister nyxsource.dll"
   ${EndIf}
   !insertmacro AddKind ${SecDv} rkdvh
   !insertmacro AddKind ${SecMpeg} rkm2vi01
   !insertmacro AddKind ${SecHost} host
   ${IfNot} ${SectionIsSelected} ${SecDv}
-    ${Clear} "$INSTDIR\engines\rkdvh.dll"
+    ${ForEachSize} "Clear engines\rkdvh.dll"
   ${EndIf}
   ${IfNot} ${SectionIsSelected} ${SecMpeg}
-    ${Clear} "$INSTDIR\engines\rkm2vi01.dll"
-    ${IfNot} ${SectionIsSelected} ${SecDv}
-      !insertmacro ClearEngineTexts
-      RMDir "$INSTDIR\engines"
-    ${EndIf}
+    ${ForEachSize} "Clear engines\rkm2vi01.dll"
   ${EndIf}
+  ${ForEachSize} TidyEngines
   ${IfNot} ${SectionIsSelected} ${SecHost}
     !insertmacro ClearHost
   ${EndIf}
@@ -217,7 +254,7 @@ Section "-Finish"
 SectionEnd
 
 !insertmacro MUI_FUNCTION_DESCRIPTION_BEGIN
-  !insertmacro MUI_DESCRIPTION_TEXT ${SecCodecs} "nyxcodecs.dll: eight decoders and the Zeta encoder, for every 32-bit DirectShow program."
+  !insertmacro MUI_DESCRIPTION_TEXT ${SecCodecs} "nyxcodecs.dll: eight decoders and the Zeta encoder, for every DirectShow program."
   !insertmacro MUI_DESCRIPTION_TEXT ${GroupSource} "nyxsource.dll: opens AVI, MOV, MXF, GXF, raw DV and MPEG-2 files of other programs, picture and sound."
   !insertmacro MUI_DESCRIPTION_TEXT ${SecSource} "Programs find it by the name Nyx Footage Source, and by the kinds of files below."
   !insertmacro MUI_DESCRIPTION_TEXT ${SecMxf} "Programs open MXF files by the source filter, unless another one is entered for them already."
@@ -230,9 +267,12 @@ SectionEnd
   !insertmacro MUI_DESCRIPTION_TEXT ${SecHost} "A console program that plays, describes and encodes clips, with the readme and the list of changes."
 !insertmacro MUI_FUNCTION_DESCRIPTION_END
 
-; $0, an engine's name, to its path in $1 where it is on the search path of every program, else "".
+; $0, an engine's name, to its path in $1 where it is on the search path of every program whose machine
+; word is $5, and not our own, $6; else "".
 Function FindEngine
-  StrCpy $1 ""
+  ${If} $5 = 0x8664
+    ${DisableX64FSRedirection}
+  ${EndIf}
   System::Call 'kernel32::SearchPathW(w "$SYSDIR;$WINDIR\system;$WINDIR", w r0, p 0, i ${NSIS_MAX_STRLEN}, w .r1, p 0) i .r2'
   ${If} $2 = 0
     System::Call 'kernel32::GetEnvironmentVariableW(w "PATH", p 0, i 0) i .r3'
@@ -243,21 +283,47 @@ Function FindEngine
     System::Call 'kernel32::SearchPathW(p r4, w r0, p 0, i ${NSIS_MAX_STRLEN}, w .r1, p 0) i .r2'
     System::Free $4
   ${EndIf}
-  ${If} $2 = 0
-  ${OrIf} $1 == "$INSTDIR\engines\$0"
+  StrCpy $4 0
+  ${If} $2 <> 0
+    FileOpen $3 $1 r
+    FileSeek $3 60 ; where the offset of the header stands
+    FileReadWord $3 $4
+    IntOp $4 $4 + 4
+    FileSeek $3 $4
+    FileReadWord $3 $4
+    FileClose $3
+  ${EndIf}
+  ${EnableX64FSRedirection}
+  ${If} $4 <> $5
+  ${OrIf} $1 == $6
     StrCpy $1 ""
   ${EndIf}
 FunctionEnd
 
-; Leaves an engine's box empty and grey where there is one of its name; TEXT says why.
+; $R3 gets the sizes whose programs have no engine of the name, $R4 the path of one that some have.
+!macro AskForEngine LIBRARY
+  !insertmacro FindEngine ${LIBRARY}
+  ${If} $1 == ""
+    StrCpy $R3 "$R3${BITS}"
+  ${Else}
+    StrCpy $R4 $1
+  ${EndIf}
+!macroend
+
+; Leaves an engine's box empty and grey where all programs have one of its name; TEXT says why.
 !macro LookForEngine SECTION LIBRARY TEXT FORMATS
-  StrCpy ${TEXT} "${LIBRARY}: ${FORMATS} for real, by libavcodec."
-  StrCpy $0 ${LIBRARY}
-  Call FindEngine
-  ${If} $1 != ""
-    StrCpy ${TEXT} "Stays out: this system has an engine of that name already, $1."
-    SectionSetText ${SECTION} "${FORMATS}: there already, $1"
+  StrCpy $R3 ""
+  StrCpy $R4 ""
+  ${ForEachSize} "AskForEngine ${LIBRARY}"
+  ${If} $R4 == ""
+    StrCpy ${TEXT} "${LIBRARY}: ${FORMATS} for real, by libavcodec."
+  ${ElseIf} $R3 == ""
+    StrCpy ${TEXT} "Stays out: this system has an engine of that name already, $R4."
+    SectionSetText ${SECTION} "${FORMATS}: there already, $R4"
     SectionSetFlags ${SECTION} ${SF_RO}
+  ${Else}
+    StrCpy ${TEXT} "For $R3-bit programs only: all others have an engine of that name already, $R4."
+    SectionSetText ${SECTION} "${FORMATS}: for $R3-bit programs"
   ${EndIf}
 !macroend
 
@@ -282,7 +348,7 @@ Function .onInit
     ${Fail} 1 "This processor does not have SSSE3, which the ${PRODUCT} need."
   ${EndIf}
 
-  StrCpy $Welcome "Check what is to be installed, for every 32-bit program of this system."
+  StrCpy $Welcome "Check what is to be installed, for every program of this system."
   ReadRegStr $0 HKLM "${ENTRY}" DisplayVersion
   ReadRegStr $R1 HKLM "${ENTRY}" Components
   ${If} $0 == "${VERSION}"
@@ -325,7 +391,7 @@ Function ShowComponents
   SendMessage $1 ${WM_VSCROLL} 6 0 ; SB_TOP
   !insertmacro Place 1042 0 112 215 28 ; the description's frame and text
   !insertmacro Place 1043 6 120 204 18
-  !insertmacro Place 1023 222 118 78 20 ; the space required
+  !insertmacro Place 1023 218 118 82 20 ; the space required
 FunctionEnd
 
 ; Kinds of files need the source filter.
@@ -345,17 +411,22 @@ Function .onSelChange
   ${EndIf}
 FunctionEnd
 
-Section Uninstall
-  !insertmacro ClearSource
-  ${Regsvr} /u "$INSTDIR\nyxcodecs.dll"
-  ; The system's list of compressors, where it made one for the encoder alone.
+; The system's list of compressors, where it made one for the encoder alone.
+!macro ClearCompressors
+  SetRegView ${BITS}
   DeleteRegKey /ifempty HKCR "CLSID\{33D9A760-90C8-11D0-BD43-00A0C911CE86}\Instance"
-  ${Clear} "$INSTDIR\nyxcodecs.dll"
-  ${Clear} "$INSTDIR\engines\rkdvh.dll"
-  ${Clear} "$INSTDIR\engines\rkm2vi01.dll"
-  !insertmacro ClearEngineTexts
-  RMDir "$INSTDIR\engines"
+  SetRegView 32
+!macroend
+
+Section Uninstall
+  ${ForEachSize} "Unregister nyxsource.dll"
+  ${ForEachSize} "Unregister nyxcodecs.dll"
+  ${ForEachSize} ClearCompressors
+  ${ForEachSize} "Clear engines\rkdvh.dll"
+  ${ForEachSize} "Clear engines\rkm2vi01.dll"
+  ${ForEachSize} TidyEngines
   !insertmacro ClearHost
+  RMDir "$INSTDIR\x64"
   !insertmacro ClearLicences
   DeleteRegKey HKLM "${ENTRY}"
   Delete "$INSTDIR\uninstall.exe"
