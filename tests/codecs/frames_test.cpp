@@ -150,6 +150,10 @@ void Expect(const wchar_t* library, Purpose purpose, std::size_t size, Words wor
     EXPECT_EQ(got, words);
 }
 
+// What an engine sets has its place as well.
+static_assert(offsetof(ZetaAlphaProbeRecord, codedLength) == 2 * sizeof(void*) &&
+              offsetof(MpegIntraState, codedHeight) == 2 * sizeof(LONG));
+
 TEST_F(Frames, ReachTheEnginesInRecordsThatAreRightWordByWord) {
     Bytes memory(960 * 720 * 16), out(64);
     for (int scene = 0; scene < 4 * int{std::size(kLayouts)}; ++scene) {

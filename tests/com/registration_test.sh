@@ -4,6 +4,7 @@
 # view. In the caller's prefix, which it leaves without the modules. Ends with the number of failures.
 set -euo pipefail
 wine_run=$1
+[ -e "${3:-$2}" ] || { echo "no $3: run scripts/build win32" && exit 1; }
 export LC_ALL=C.UTF-8
 folder=$(mktemp -d)
 module="$folder/Ωж日/nyxcodecs.dll" # a folder may be named in any script
