@@ -21,13 +21,12 @@ for %%f in (nyxcodecs.dll nyxsource.dll) do (
     call :register "%regsvr%" %%f
     if defined regsvr64 call :register "%regsvr64%" x64\%%f
 )
-if %code%==0 echo Done.
+if %code%==0 (echo Done.) else echo Is this prompt an administrator's?
 exit /b %code%
 
 :register
-if not %code%==0 exit /b
 %1 /s %option% "%here%%2"
 if not errorlevel 1 exit /b
-echo regsvr32 %option% failed for %2. Is this prompt an administrator's?
+echo regsvr32 failed for %2.
 set "code=2"
 exit /b

@@ -1,3 +1,3 @@
 @echo off
 rem Takes the registration of this folder out. Run it as administrator, then the folder can be deleted.
-call "%~dp0install.cmd" /u
+"%~dp0install.cmd" /u
