@@ -49,6 +49,6 @@ cp "$root"/scripts/{engines,lib.sh,packages.sh,emulation.sh} "$stage/licences/sc
 
 find "$stage" -type f -exec chmod 644 {} +
 find "$stage" -exec touch -d "@$SOURCE_DATE_EPOCH" {} +
-(cd "$folder" && find "$name" -type f | sort | zip -q -9 -X -@ "$name.zip")
+(cd "$folder" && find "$name" -type f | sort | zip -q -X -@ "$name.zip")
 makensis -V2 -NOCD -DVERSION="$version" -DSTAGE="$stage" -DOUTPUT="$stage-setup.exe" "$here/setup.nsi"
 rm -rf "$stage"

@@ -104,7 +104,7 @@ package_is_whole() {
 refused_without_ssse3() {
     cp -r "$files" without
     cp "$files/nyxhost.exe" without/processor_check.exe # whatever ends with 1
-    makensis -V1 -NOCD -DVERSION="$version" -DSTAGE="$PWD/without" -DOUTPUT="$PWD/without.exe" "$root/package/setup.nsi"
+    makensis -V1 -NOCD '-XSetCompressor /FINAL zlib' -DVERSION="$version" -DSTAGE="$PWD/without" -DOUTPUT="$PWD/without.exe" "$root/package/setup.nsi"
     check "the installer" ends 1 wine without.exe /S
     check "install.cmd" ends 1 wine cmd /c 'without\install.cmd'
     as_before "refused"
