@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int kThreads = 4, kRounds = 50000;
+constexpr int kThreads = 4, kRounds = 10;
 pthread_once_t once = PTHREAD_ONCE_INIT;
 pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
 volatile int made = 0, sum = 0;
@@ -23,7 +23,9 @@ DWORD WINAPI Meet(void*) {
     const int seen = made;
     for (int i = 0; i < kRounds; ++i) {
         pthread_mutex_lock(&mutex);
-        sum = sum + 1;
+        const int before = sum;
+        Sleep(1);  // the others try meanwhile
+        sum = before + 1;
         pthread_mutex_unlock(&mutex);
     }
     return seen == 1 ? 0 : 1;
