@@ -28,9 +28,8 @@ check() { # WHAT COMMAND...
     checks=$((checks + 1))
     "${@:2}" || { failures=$((failures + 1)) && printf 'FAILED in %s: %s\n' "$kind" "$1"; }
 }
-ask() { # COMMAND...: what it prints is in $said
-    said=$("$@" 2>&1 </dev/null | tr -d '\r') || true
-}
+# COMMAND...: what it prints is in $said
+ask() { said=$("$@" 2>&1 </dev/null | tr -d '\r') || true; }
 says() { # TEXT...: that answer holds all of them
     local text
     for text in "$@"; do
@@ -43,10 +42,11 @@ ends() { # CODE COMMAND...
     [ $code = "$1" ] || { printf 'exit code %d\n' $code && false; }
 }
 use() { # SIZE: its console program, outside, its closed engines, and its place in the folder
+    size=$1
     place=
-    [ "$1" = win32 ] || place=/x64
+    [ $size = win32 ] || place=/x64
     nyxhost=$files$place/nyxhost.exe
-    engines=$builds/$1/engines/standin
+    engines=$builds/$size/engines/standin
 }
 # All of the registry but what the system's services write by themselves, and all files but the
 # uninstaller's empty temporary folder.
@@ -62,18 +62,21 @@ as_before() { # WHAT
     check "$1: the registry is as before" diff before.reg after.reg
     check "$1: the disk is as before" diff before.files after.files
 }
-renders() { # a program of each size
+each() { # COMMAND...: for programs of each size
     for size in "${sizes[@]}"; do
         use "$size"
-        ask run_nyxhost render clip.mxf
-        check "$size plays a file" says "filter: Nyx Footage Source" "filter: DVCPRO50 Decoder" "5 pictures"
+        "$@"
     done
 }
-decodes() { # SIZE PICTURES: the first that are called so are the measure
-    use "$1"
-    check "$1 decodes" ends 0 run_nyxhost decode clip.dv --raw now
-    [ -e "$2" ] || cp now "$2"
-    check "$1 has the $2 pictures" cmp now "$2"
+finds_nothing() { check "nothing is registered for $size" ends 4 run_nyxhost list; }
+renders() {
+    ask run_nyxhost render clip.mxf
+    check "$size plays a file" says "filter: Nyx Footage Source" "filter: DVCPRO50 Decoder" "5 pictures"
+}
+decodes() { # PICTURES: the first that are called so are the measure
+    check "$size decodes" ends 0 run_nyxhost decode clip.dv --raw now
+    [ -e "$1" ] || cp now "$1"
+    check "$size has the $1 pictures" cmp now "$1"
 }
 taken_out() {
     check "uninstall.exe" ends 0 wine "$installed/uninstall.exe" /S # that works in a process of its own
@@ -107,11 +110,12 @@ refused_without_ssse3() {
     makensis -V1 -NOCD '-XSetCompressor /FINAL zlib' -DVERSION="$version" -DSTAGE="$PWD/without" -DOUTPUT="$PWD/without.exe" "$root/package/setup.nsi"
     check "the installer" ends 1 wine without.exe /S
     check "install.cmd" ends 1 wine cmd /c 'without\install.cmd'
-    as_before "refused"
+    check "nothing is installed" test ! -e "$installed"
+    each finds_nothing
 }
 by_zip() {
     check "install.cmd" ends 0 wine cmd /c "nyx-codecs-$version\\install.cmd"
-    renders
+    each renders
     check "uninstall.cmd" ends 0 wine cmd /c "nyx-codecs-$version\\uninstall.cmd"
     # The system keeps its list of compressors, which it made for this one.
     for view in 32 64; do
@@ -119,20 +123,20 @@ by_zip() {
     done
     as_before "the zip"
 }
+serves() {
+    ask wine reg query 'HKLM\Software\Classes\CLSID' /s "/reg:${size#win}"
+    check "ten classes for $size" test "$(grep -cF "Nyx codecs${place//\//\\}\nyxcodecs.dll" <<<"$said")" = 10
+    ask run_nyxhost --version
+    check "the version of nyxhost for $size" says "nyxhost $version"
+    decodes real
+    use_engines # a closed engine on the path goes before
+    decodes painted
+    use_no_engines
+    renders
+}
 by_installer() {
     check "the installer" ends 0 wine "$setup" /S
-    for size in "${sizes[@]}"; do
-        use "$size"
-        ask wine reg query 'HKLM\Software\Classes\CLSID' /s "/reg:${size#win}"
-        check "ten classes for $size" test "$(grep -cF "Nyx codecs${place//\//\\}\nyxcodecs.dll" <<<"$said")" = 10
-        ask run_nyxhost --version
-        check "the version of nyxhost for $size" says "nyxhost $version"
-        decodes "$size" real
-        use_engines # a closed engine on the path goes before
-        decodes "$size" painted
-        use_no_engines
-    done
-    renders
+    each serves
     check "no files for other sizes" test "$(find "$installed" -name nyxcodecs.dll | wc -l)" = ${#sizes[@]}
     check "a closed engine has its own picture" ends 1 cmp -s real painted
     ask run_nyxhost list
@@ -146,17 +150,15 @@ by_repair() {
     wine "$nyxhost" bench clip.dv --repeat 1000000 </dev/null >bench 2>&1 &
     host=$!
     timeout 600 sh -c 'until grep -qs "^pass 2" bench; do sleep 0.1; done'
-    echo >>"$installed/nyxcodecs.dll"
-    echo >>"$installed/x64/nyxcodecs.dll"
+    for file in "$installed"/{,x64/}nyxcodecs.dll; do echo >>"$file"; done
     check "the installer" ends 0 wine "$setup" /S
     check "the host plays on" kill -0 $host
-    check "the file is the package's" cmp "$installed/nyxcodecs.dll" "$files/nyxcodecs.dll"
-    check "for 64 bits too" cmp "$installed/x64/nyxcodecs.dll" "$files/x64/nyxcodecs.dll"
+    check "the files are the package's" cmp <(cat "$installed"/{,x64/}nyxcodecs.dll) <(cat "$files"/{,x64/}nyxcodecs.dll)
     check "the old one waits for the next start" test -n "$(find "$installed" -name '*.tmp')"
     check "what is not chosen is taken out" test -z "$(find "$installed" -name rkm2vi01.dll)"
-    state now
-    check "kinds of files" test "$(grep -o '{1D4C0B3.-' now.reg | sort -u | xargs)" = "{1D4C0B31-"
-    renders
+    ask sh -c 'for size in 32 64; do wine reg query "HKLM\Software\Classes\Media Type" /s /reg:$size; done'
+    check "kinds of files" test "$(grep -o '{1D4C0B3.-' <<<"$said" | xargs)" = "{1D4C0B31- {1D4C0B31-"
+    each renders
     kill $host
     wait $host || true
     wineboot >/dev/null 2>&1 </dev/null
@@ -170,8 +172,9 @@ beside_closed_engines() { # and moved
         check "the installer" ends 0 wine "$setup" /S '/D=C:\Nyx'
         check "the first folder is gone" test ! -e "$installed"
         check "the open engine for $size stays out" test ! -e "$drive/Nyx$place/engines"
-        decodes "$size" painted
-        decodes win$((96 - ${size#win})) real
+        decodes painted
+        use win$((96 - ${size#win}))
+        decodes real
     done
     use_no_engines
     installed=$drive/Nyx
@@ -185,10 +188,7 @@ drive=$WINEPREFIX/drive_c
 installed=$drive/$programs/Nyx\ codecs
 entry='HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall\NyxCodecs'
 # What the system writes down by itself: its compressors, another start.
-for size in "${sizes[@]}"; do
-    use "$size"
-    ends 4 run_nyxhost list
-done
+each finds_nothing
 wineboot >/dev/null 2>&1 </dev/null
 state before
 for step in "${steps[@]}"; do
