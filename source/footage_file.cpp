@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <string_view>
 
 #include "platform/fourcc.h"
 #include "source/failures.h"
@@ -12,13 +13,23 @@ namespace nyx::source {
 namespace {
 
 constexpr int kInputBytes = 1 << 16;
-constexpr int kLeastLeft = 1 << 20;
+constexpr int kLeastLeft = 2 * kInputBytes;  // more than any filling of the buffer
 /// What is read to see a file's first frames or to count them.
 constexpr int kMostPacketsSeen = 2000;
 constexpr std::int64_t kMostBytesSeen = 128 << 20;
 /// A packet of sound in GXF may begin so much before the picture that it goes with.
 constexpr REFERENCE_TIME kLongestSound = kUnits;
+constexpr char kMov[] = "mov,mp4,m4a,3gp,3g2,mj2";
+constexpr char kMxf[] = "mxf";
 constexpr char kKinds[] = "avi,dv,gxf,mov,mp4,m4a,3gp,3g2,mj2,mpegvideo,mxf";
+
+/// Whether a stream's packets, once it is known, are of interest to nobody on their way. Sound lies
+/// inside of DV's frames, where the container does not keep it on its own; MPEG-2 goes by a parser.
+bool NobodyLooksInto(const AVFormatContext& file, const StreamFormat& stream) {
+    const DWORD fourcc = stream.video ? stream.video->fourcc : FourCC("QMIC");
+    const std::string_view kind = file.iformat->name;
+    return fourcc == FourCC("Q210") || (fourcc != FourCC("QMIC") && (kind == kMov || kind == kMxf));
+}
 
 }  // namespace
 
@@ -61,6 +72,7 @@ HRESULT FootageFile::OpenContainer() {
     context_.reset();
     position_ = 0;
     readFailed_ = false;
+    leaves_ = false;
     auto* buffer = static_cast<unsigned char*>(av_malloc(kInputBytes));
     input_.reset(
         buffer ? avio_alloc_context(buffer, kInputBytes, 0, this, ReadBytes, nullptr, SeekBytes)
@@ -113,7 +125,7 @@ HRESULT FootageFile::Open(std::unique_ptr<ByteSource> bytes) {
     const std::int64_t start = context_->streams[first.index]->start_time;
     origin_ = start == AV_NOPTS_VALUE ? 0 : TimeOfTick(start, first.timeBase);
     Select(std::vector<bool>(streams_.size(), true));
-    leaves_ = first.video && first.video->fourcc == FourCC("Q210");
+    leaves_ = NobodyLooksInto(*context_, first);
     return Seek(0);
 }
 
@@ -239,6 +251,7 @@ HRESULT FootageFile::Restart() {
         }
     }
     SkipUnwanted();
+    leaves_ = NobodyLooksInto(*context_, streams_.front());
     return S_OK;
 }
 

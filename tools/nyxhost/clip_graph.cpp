@@ -1,7 +1,5 @@
 #include "clip_graph.h"
 
-#include <chrono>
-
 #include "graph_tools.h"
 
 namespace nyx::host {
@@ -67,6 +65,8 @@ void ClipGraph::Arrive(IMediaSample& sample) {
     REFERENCE_TIME stop = 0;
     Check(sample.GetTime(&start, &stop), "a frame has no time");
     const LONG index = frameAt_(start);
+    lastArrival_ = Clock::now();
+    firstArrival_ = indices_.empty() ? lastArrival_ : firstArrival_;
     indices_.push_back(index);
     ++arrived_;
     onFrame_({index, sample, currentType_, typeChanged});
@@ -79,7 +79,7 @@ PassResult ClipGraph::Play(const std::function<void(LONG)>& progress) {
     thrown_ = nullptr;
     currentType_ = connectedType_;
 
-    const auto start = std::chrono::steady_clock::now();
+    const auto start = Clock::now();
     RunToEnd(
         graph_,
         [&] {
@@ -87,11 +87,13 @@ PassResult ClipGraph::Play(const std::function<void(LONG)>& progress) {
             return !HasThrown();
         },
         [this](HRESULT result) { failures_.push_back(result); });
-    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+    const std::chrono::duration<double> elapsed = Clock::now() - start;
     if (thrown_ != nullptr) {
         std::rethrow_exception(thrown_);
     }
-    return {arrived_, LostFrames(), elapsed.count()};
+    const std::chrono::duration<double> flow = lastArrival_ - firstArrival_;
+    return {arrived_, LostFrames(), elapsed.count(),
+            arrived_ > 1 ? flow.count() / (arrived_ - 1) : 0};
 }
 
 /// Gaps between the frames that arrived, with what the source said of them; what it said of more

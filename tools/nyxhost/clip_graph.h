@@ -2,6 +2,7 @@
 
 #include <dshow.h>
 
+#include <chrono>
 #include <exception>
 #include <functional>
 #include <mutex>
@@ -31,6 +32,7 @@ struct PassResult {
     LONG arrived = 0;             ///< frames that reached the end
     std::vector<LostFrame> lost;  ///< in order
     double seconds = 0;           ///< from start to end of stream
+    double secondsPerFrame = 0;   ///< from the first arrival to the last; 0 with less than two
 };
 
 /// A filter graph that plays a clip through a codec's filter to an end that hands on each frame.
@@ -85,7 +87,11 @@ class ClipGraph {
     LONG first_ = 0;
     MediaType connectedType_;
     MediaType currentType_;
+    using Clock = std::chrono::steady_clock;
+
     std::atomic<LONG> arrived_{0};
+    Clock::time_point firstArrival_;
+    Clock::time_point lastArrival_;
     std::vector<LONG> indices_;      ///< of what arrived
     std::vector<HRESULT> failures_;  ///< what the source said of frames that were refused
     std::mutex thrownLock_;
