@@ -61,20 +61,19 @@ HRESULT CEngineCodec::Decompress(const BITMAPINFOHEADER* input, const void* data
     }
     const SurfaceRequest request = {output,          input->biWidth, false, alphaOut,
                                     GetColorSpace(), outputData,     stride};
-    ScratchMemory scratch;
-    return GuardedResult([&] { return DecodeSample(*input, data, request, alphaMode, &scratch); });
+    scratch_.BeginFrame();
+    return GuardedResult([&] { return DecodeSample(*input, data, request, alphaMode); });
 }
 
 HRESULT CEngineCodec::DecodeSample(const BITMAPINFOHEADER& input, const void* data,
-                                   SurfaceRequest request, DWORD alphaMode,
-                                   ScratchMemory* scratch) {
+                                   SurfaceRequest request, DWORD alphaMode) {
     const ByteSpan frame = SkipInfoChunk(ByteSpan(data, input.biSizeImage));
     const std::optional<bool> streamAlpha = Probe(frame, input);
     if (!streamAlpha) {
         return E_FAIL;
     }
     request.streamAlpha = *streamAlpha;
-    DecodeJob job = {frame, {}, *streamAlpha, alphaMode, scratch};
+    DecodeJob job = {frame, {}, *streamAlpha, alphaMode, &scratch_};
     if (FAILED(DescribeSurface(request, &job.surface))) {
         return E_FAIL;
     }

@@ -83,7 +83,9 @@ class CEngineCodec : public CCodecBase {
     virtual HRESULT UnknownFormatResult() const { return E_FAIL; }
 
     HRESULT DecodeSample(const BITMAPINFOHEADER& input, const void* data, SurfaceRequest request,
-                         DWORD alphaMode, ScratchMemory* scratch);
+                         DWORD alphaMode);
+
+    ScratchMemory scratch_;
 };
 
 }  // namespace nyx

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <new>
@@ -11,29 +12,52 @@
 
 namespace nyx {
 
-/// The memory that one frame needs beside its buffers, freed with this object. It lives outside the
-/// guard that the frame is worked on behind, so that a fault leaks none of it.
+/// The memory that a codec's frames need beside their buffers. It stays from one frame to the next:
+/// pages that are new to a process cost more than the work that is done in them. It lives outside
+/// the guard that a frame is worked on behind, so that a fault leaks none of it.
 class ScratchMemory {
   public:
     ScratchMemory() = default;
     ScratchMemory(const ScratchMemory&) = delete;
     ScratchMemory& operator=(const ScratchMemory&) = delete;
 
-    /// Bytes that stay until the end, zero to begin with: what an engine leaves out of a damaged
-    /// frame is then always the same, and never what else was in memory. Null when there is not the
-    /// memory, for more than 31 bits, and for the third and every later request.
+    /// Takes back what the last frame was given.
+    void BeginFrame() {
+        for (Block& block : blocks_) {
+            block.taken = false;
+        }
+    }
+
+    /// Bytes for this frame, zero to begin with: what an engine leaves out of a damaged frame is
+    /// then always the same, and never what else was in memory. Null when there is not the memory,
+    /// for more than 31 bits, and for a frame's third and every later request.
     BYTE* Allocate(std::uint64_t size) {
-        for (std::unique_ptr<BYTE[]>& block : blocks_) {
-            if (!block && size <= std::numeric_limits<LONG>::max()) {
-                block.reset(new (std::nothrow) BYTE[static_cast<std::size_t>(size)]());
-                return block.get();
+        for (Block& block : blocks_) {
+            if (!block.taken && size <= std::numeric_limits<LONG>::max()) {
+                return block.Take(static_cast<std::size_t>(size));
             }
         }
         return nullptr;
     }
 
   private:
-    std::unique_ptr<BYTE[]> blocks_[2];  // a picture, and a frame with room behind it
+    struct Block {
+        std::unique_ptr<BYTE[]> bytes;
+        std::size_t size = 0;
+        bool taken = false;
+
+        BYTE* Take(std::size_t wanted) {
+            if (size < wanted) {
+                bytes.reset();
+                bytes.reset(new (std::nothrow) BYTE[wanted]);
+                size = bytes ? wanted : 0;
+            }
+            taken = bytes != nullptr;
+            return taken ? static_cast<BYTE*>(std::memset(bytes.get(), 0, wanted)) : nullptr;
+        }
+    };
+
+    Block blocks_[2];  // a picture, and a frame with room behind it
 };
 
 /// A picture of rows without gaps in scratch memory. A view: copies are the same picture.

@@ -7,7 +7,6 @@
 #include "codecs/frame_chunks.h"
 #include "codecs/header_checks.h"
 #include "codecs/pixel_format_index.h"
-#include "codecs/scratch_image.h"
 #include "codecs/surface_conversion.h"
 #include "codecs/ten_bit_rows.h"
 #include "convert/convert.h"
@@ -160,7 +159,7 @@ HRESULT CTenBitCodec::Compress(const BITMAPINFOHEADER* input, bool alphaInput,
         return E_FAIL;
     }
 
-    ScratchMemory scratch;
+    scratch_.BeginFrame();
     const HRESULT result = GuardedResult([&]() -> HRESULT {
         auto* frame = static_cast<BYTE*>(outputData);
         if (surface.index == kIndexYuy2) {
@@ -169,7 +168,7 @@ HRESULT CTenBitCodec::Compress(const BITMAPINFOHEADER* input, bool alphaInput,
         }
         const ConversionFlags flags =
             ConversionFlagsFor(output->biWidth, input->biHeight, GetColorSpace());
-        return IsRgbIndex(surface.index) ? EncodeRgb(*rows, surface, flags, frame, &scratch)
+        return IsRgbIndex(surface.index) ? EncodeRgb(*rows, surface, flags, frame, &scratch_)
                                          : E_FAIL;
     });
     if (FAILED(result)) {
@@ -201,7 +200,7 @@ HRESULT CTenBitCodec::Decompress(const BITMAPINFOHEADER* input, const void* data
 
     const LONG width = input->biWidth;
     const LONG height = surface.height;
-    ScratchMemory scratch;
+    scratch_.BeginFrame();
     return GuardedResult([&]() -> HRESULT {
         const ByteSpan frame = SkipInfoChunk(ByteSpan(data, input->biSizeImage));
         if (frame.size() / TenBitRowLayoutFor(width).stride < static_cast<std::size_t>(height)) {
@@ -212,7 +211,7 @@ HRESULT CTenBitCodec::Decompress(const BITMAPINFOHEADER* input, const void* data
             return S_OK;
         }
         const ConversionFlags flags = ConversionFlagsFor(width, output->biHeight, GetColorSpace());
-        return DecodeRgb(*rows, frame.data(), surface, flags, width, &scratch);
+        return DecodeRgb(*rows, frame.data(), surface, flags, width, &scratch_);
     });
 }
 

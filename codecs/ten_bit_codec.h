@@ -1,6 +1,7 @@
 #pragma once
 
 #include "codecs/codec.h"
+#include "codecs/scratch_image.h"
 
 namespace nyx {
 
@@ -27,6 +28,9 @@ class CTenBitCodec : public CCodecBase {
     HRESULT Decompress(const BITMAPINFOHEADER* input, const void* data,
                        const BITMAPINFOHEADER* output, bool alphaOut, void* outputData, LONG stride,
                        DWORD alphaMode) override;
+
+  private:
+    ScratchMemory scratch_;
 };
 
 }  // namespace nyx

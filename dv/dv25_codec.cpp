@@ -3,7 +3,6 @@
 #include <cstddef>
 
 #include "codecs/fault_guard.h"
-#include "codecs/scratch_image.h"
 #include "dv/dv_engine.h"
 #include "dv/resample.h"
 #include "settings/codec_settings.h"
@@ -59,8 +58,8 @@ HRESULT CDv25Codec::DecodeFrame(LONG width, LONG height, LONG flags, const void*
         return CDvCodecBase::DecodeFrame(width, height, flags, frame, destination, stride,
                                          bytesPerPixel, outputCode);
     }
-    ScratchMemory memory;
-    const ScratchImage scratch(&memory, kRecordedWidth, height, bytesPerPixel);
+    scratch_.BeginFrame();
+    const ScratchImage scratch(&scratch_, kRecordedWidth, height, bytesPerPixel);
     if (!scratch) {
         return E_OUTOFMEMORY;
     }
@@ -100,8 +99,8 @@ HRESULT CDv25Codec::EncodePicture(LONG flags, const SurfaceFormat& source, LONG 
         return CallEncode(flags, source, inputCode, frame, length);
     }
     const LONG bytesPerPixel = source.bytesPerPixel;
-    ScratchMemory memory;
-    const ScratchImage scratch(&memory, kRecordedWidth, source.height, bytesPerPixel);
+    scratch_.BeginFrame();
+    const ScratchImage scratch(&scratch_, kRecordedWidth, source.height, bytesPerPixel);
     if (!scratch) {
         return E_OUTOFMEMORY;
     }

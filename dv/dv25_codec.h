@@ -1,5 +1,6 @@
 #pragma once
 
+#include "codecs/scratch_image.h"
 #include "dv/dv_codec.h"
 #include "dv/reference_file.h"
 
@@ -31,6 +32,7 @@ class CDv25Codec : public CDvCodecBase {
     bool wide_screen_;
     bool dvcpro25_;
     DvReferenceFile reference_;
+    ScratchMemory scratch_;
 };
 
 }  // namespace nyx
