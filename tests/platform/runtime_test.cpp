@@ -1,5 +1,5 @@
-/// The runtime of our libraries where threads meet in it: what is done once, and what one at a
-/// time.
+/// The runtime of our libraries where threads meet in it: what is done once, what one at a time,
+/// and what each has for itself.
 
 #include <pthread.h>
 #include <windows.h>
@@ -8,10 +8,11 @@
 
 namespace {
 
-constexpr int kThreads = 4, kRounds = 10;
+constexpr int kThreads = 4, kRounds = 10, kError = 7;
 pthread_once_t once = PTHREAD_ONCE_INIT;
 pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
-volatile int made = 0, sum = 0;
+pthread_key_t key;
+volatile int made = 0, sum = 0, destroyed = 0;
 
 void Make() {
     Sleep(20);  // the others ask meanwhile
@@ -20,7 +21,9 @@ void Make() {
 
 DWORD WINAPI Meet(void*) {
     pthread_once(&once, Make);
-    const int seen = made;
+    bool good = made == 1 && pthread_setspecific(key, &key) == 0;
+    SetLastError(kError);
+    good = pthread_getspecific(key) == &key && GetLastError() == kError && good;
     for (int i = 0; i < kRounds; ++i) {
         pthread_mutex_lock(&mutex);
         const int before = sum;
@@ -28,13 +31,14 @@ DWORD WINAPI Meet(void*) {
         sum = before + 1;
         pthread_mutex_unlock(&mutex);
     }
-    return seen == 1 ? 0 : 1;
+    return good ? 0 : 1;
 }
 
 }  // namespace
 
 int main() {
-    DWORD failures = 0;
+    DWORD failures = pthread_key_create(&key, [](void*) { destroyed = destroyed + 1; }) != 0;
+    failures += pthread_key_create(&key, nullptr) == 0;  // there is but one
     HANDLE threads[kThreads];
     for (HANDLE& thread : threads) {
         thread = CreateThread(nullptr, 0, &Meet, nullptr, 0, nullptr);
@@ -45,6 +49,7 @@ int main() {
         GetExitCodeThread(thread, &failed);
         failures += failed;
     }
-    std::printf("made %d times, %d of %d, %lu failures\n", made, sum, kThreads * kRounds, failures);
-    return made == 1 && sum == kThreads * kRounds ? static_cast<int>(failures) : 1;
+    failures += made != 1 || sum != kThreads * kRounds || destroyed != kThreads;
+    std::printf("made %d, sum %d, destroyed %d, %lu failures\n", made, sum, destroyed, failures);
+    return static_cast<int>(failures);
 }
