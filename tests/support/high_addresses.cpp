@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace {
 
@@ -14,11 +15,14 @@ const bool taken = [] {
     DWORD_PTR at = kGranularity;
     while (at < kEnd && VirtualQuery(reinterpret_cast<void*>(at), &region, sizeof(region)) != 0) {
         const auto end = reinterpret_cast<DWORD_PTR>(region.BaseAddress) + region.RegionSize;
-        if (region.State == MEM_FREE) {
-            VirtualAlloc(reinterpret_cast<void*>(at), std::min(end, kEnd) - at, MEM_RESERVE,
-                         PAGE_NOACCESS);
-        }
+        const DWORD_PTR size = std::min(end, kEnd) - at;  // of what is free, or refused
+        VirtualAlloc(reinterpret_cast<void*>(at), size, MEM_RESERVE, PAGE_NOACCESS);
         at = (end + kGranularity - 1) / kGranularity * kGranularity;
+    }
+    for (std::size_t size = 4096; size >= 16; size /= 16) {  // what the heaps have already
+        while (DWORD_PTR(std::malloc(size)) < kEnd ||
+               DWORD_PTR(HeapAlloc(GetProcessHeap(), 0, size)) < kEnd) {
+        }
     }
     return true;
 }();
