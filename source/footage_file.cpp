@@ -23,12 +23,20 @@ constexpr char kMov[] = "mov,mp4,m4a,3gp,3g2,mj2";
 constexpr char kMxf[] = "mxf";
 constexpr char kKinds[] = "avi,dv,gxf,mov,mp4,m4a,3gp,3g2,mj2,mpegvideo,mxf";
 
-/// Whether a stream's packets, once it is known, are of interest to nobody on their way. Sound lies
-/// inside of DV's frames, where the container does not keep it on its own; MPEG-2 goes by a parser.
+/// A track of DV frames for the sound in them, which the container takes out.
+bool IsDvSound(const AVStream* stream) {
+    const DWORD tag = stream->codecpar->codec_tag;
+    return tag == FourCC("dvca") || tag == FourCC("vdva");
+}
+
+/// Whether nobody looks into large packets on their way, once their stream is known. Containers
+/// without sound of their own take it out of DV's frames; MPEG-2 goes by a parser.
 bool NobodyLooksInto(const AVFormatContext& file, const StreamFormat& stream) {
     const DWORD fourcc = stream.video ? stream.video->fourcc : FourCC("QMIC");
     const std::string_view kind = file.iformat->name;
-    return fourcc == FourCC("Q210") || (fourcc != FourCC("QMIC") && (kind == kMov || kind == kMxf));
+    return fourcc == FourCC("Q210") ||
+           (fourcc != FourCC("QMIC") && (kind == kMov || kind == kMxf) &&
+            std::none_of(file.streams, file.streams + file.nb_streams, IsDvSound));
 }
 
 }  // namespace
