@@ -10,8 +10,9 @@
 namespace nyx::source {
 namespace {
 
-/// One that downstream works on, one that waits, one that is being filled.
-constexpr long kVideoBuffers = 3;
+/// One that downstream works on and one that is being filled: a third of a large picture's would
+/// only push the others out of the processor's cache.
+constexpr long kVideoBuffers = 2;
 constexpr long kAudioBuffers = 4;
 constexpr int kAudioBuffersPerSecond = 5;
 
