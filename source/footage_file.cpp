@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <string_view>
 
-#include "platform/fourcc.h"
 #include "source/failures.h"
 #include "source/sample_clock.h"
 
@@ -19,25 +17,7 @@ constexpr int kMostPacketsSeen = 2000;
 constexpr std::int64_t kMostBytesSeen = 128 << 20;
 /// A packet of sound in GXF may begin so much before the picture that it goes with.
 constexpr REFERENCE_TIME kLongestSound = kUnits;
-constexpr char kMov[] = "mov,mp4,m4a,3gp,3g2,mj2";
-constexpr char kMxf[] = "mxf";
 constexpr char kKinds[] = "avi,dv,gxf,mov,mp4,m4a,3gp,3g2,mj2,mpegvideo,mxf";
-
-/// A track of DV frames for the sound in them, which the container takes out.
-bool IsDvSound(const AVStream* stream) {
-    const DWORD tag = stream->codecpar->codec_tag;
-    return tag == FourCC("dvca") || tag == FourCC("vdva");
-}
-
-/// Whether nobody looks into large packets on their way, once their stream is known. Containers
-/// without sound of their own take it out of DV's frames; MPEG-2 goes by a parser.
-bool NobodyLooksInto(const AVFormatContext& file, const StreamFormat& stream) {
-    const DWORD fourcc = stream.video ? stream.video->fourcc : FourCC("QMIC");
-    const std::string_view kind = file.iformat->name;
-    return fourcc == FourCC("Q210") ||
-           (fourcc != FourCC("QMIC") && (kind == kMov || kind == kMxf) &&
-            std::none_of(file.streams, file.streams + file.nb_streams, IsDvSound));
-}
 
 }  // namespace
 
@@ -133,7 +113,7 @@ HRESULT FootageFile::Open(std::unique_ptr<ByteSource> bytes) {
     const std::int64_t start = context_->streams[first.index]->start_time;
     origin_ = start == AV_NOPTS_VALUE ? 0 : TimeOfTick(start, first.timeBase);
     Select(std::vector<bool>(streams_.size(), true));
-    leaves_ = NobodyLooksInto(*context_, first);
+    leaves_ = CanStayInFile(*context_, first);
     return Seek(0);
 }
 
@@ -259,7 +239,7 @@ HRESULT FootageFile::Restart() {
         }
     }
     SkipUnwanted();
-    leaves_ = NobodyLooksInto(*context_, streams_.front());
+    leaves_ = CanStayInFile(*context_, streams_.front());
     return S_OK;
 }
 

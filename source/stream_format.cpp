@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 
 #include "platform/fourcc.h"
 #include "source/failures.h"
@@ -11,6 +12,8 @@ namespace nyx::source {
 namespace {
 
 constexpr std::size_t kLongestGroup = 16;  // of pictures; longer ones are not made
+constexpr char kMov[] = "mov,mp4,m4a,3gp,3g2,mj2";
+constexpr char kMxf[] = "mxf";
 constexpr LONG kWidest = 16384;
 constexpr std::int64_t kMostBytes = 256
                                     << 20;  // more than any buffer of a 32-bit process should be
@@ -103,6 +106,12 @@ bool Measure(AVStream* stream, VideoFormat* format) {
     return longest <= kMostBytes;
 }
 
+/// A track of DV frames for the sound in them, which the container takes out.
+bool IsDvSound(const AVStream* stream) {
+    const DWORD tag = stream->codecpar->codec_tag;
+    return tag == FourCC("dvca") || tag == FourCC("vdva");
+}
+
 }  // namespace
 
 bool CountsFields(const AVFormatContext& file) {
@@ -111,6 +120,14 @@ bool CountsFields(const AVFormatContext& file) {
 
 bool CountsTicks(const AVFormatContext& file) {
     return CountsFields(file) || std::strcmp(file.iformat->name, "avi") == 0;
+}
+
+bool CanStayInFile(const AVFormatContext& file, const StreamFormat& first) {
+    const DWORD fourcc = first.video ? first.video->fourcc : FourCC("QMIC");
+    const std::string_view kind = file.iformat->name;
+    return fourcc == FourCC("Q210") ||
+           (fourcc != FourCC("QMIC") && (kind == kMov || kind == kMxf) &&
+            std::none_of(file.streams, file.streams + file.nb_streams, IsDvSound));
 }
 
 std::size_t FramesToSee(const AVCodecParameters& parameters) {

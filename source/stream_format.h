@@ -63,4 +63,9 @@ bool CountsFields(const AVFormatContext& file);
 /// frame to last one tick: it counts fields, or frames that are not there.
 bool CountsTicks(const AVFormatContext& file);
 
+/// Whether large packets of a file's first stream may stay in the file while it is read, as nobody
+/// looks into them. Containers without sound of their own take it out of DV's frames; MPEG-2 goes
+/// by a parser.
+bool CanStayInFile(const AVFormatContext& file, const StreamFormat& first);
+
 }  // namespace nyx::source
