@@ -41,14 +41,13 @@ inline Held CountHeld() {
     PROCESS_MEMORY_COUNTERS memory = {};
     GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof(memory));
     Held held = {memory.PagefileUsage, HeapBlocks(), 0};
-    struct Handle {
-        ULONG process, kindAndNumber;
-        void* object;
-        ULONG access;
-    };
     struct Table {
         ULONG count;
-        Handle handles[1 << 16];  // of the whole system
+        struct {
+            ULONG process, kindAndNumber;
+            void* object;
+            ULONG access;
+        } handles[1 << 16];  // of the whole system
     };
     const auto table = std::make_unique<Table>();
     NtQuerySystemInformation(static_cast<SYSTEM_INFORMATION_CLASS>(16), table.get(), sizeof(Table),
