@@ -161,9 +161,9 @@ DWORD WINAPI RunGuarded(void* context) {
     return 0;
 }
 
-/// The host's last resort gives up on the thread.
+/// The host's last resort gives up on the thread, which may have no stack left to tidy up on.
 LONG WINAPI EndThread(EXCEPTION_POINTERS* pointers) {
-    ExitThread(pointers->ExceptionRecord->ExceptionCode);
+    return TerminateThread(GetCurrentThread(), pointers->ExceptionRecord->ExceptionCode), 0;
 }
 
 TEST(Guard, TakesFaultsAndLeavesTheHostWhatIsItsOwn) {
