@@ -38,8 +38,10 @@ Frames ReadFrames(const wchar_t* path, source::VideoFormat* format) {
     source::Packet packet;
     for (std::size_t bytes = 0; bytes < kMostBytes && file.Read(&packet) == S_OK;) {
         if (packet.stream == 0) {
-            frames.emplace_back(packet.bytes().size() + packet.left);
-            file.Copy(packet, frames.back().data());
+            frames.emplace_back(packet.bytes().size());
+            if (file.Copy(packet, frames.back().data()) != S_OK) {
+                throw std::runtime_error("a frame cannot be read");
+            }
             bytes += frames.back().size();
         }
     }
