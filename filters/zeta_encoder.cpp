@@ -1,6 +1,6 @@
 #include "filters/zeta_encoder.h"
 
-#include "filters/zeta_property_page.h"
+#include "platform/class_ids.h"
 
 namespace nyx {
 
@@ -29,7 +29,7 @@ STDMETHODIMP CZetaEncoder::GetPages(CAUUID* pages) {
         return E_OUTOFMEMORY;
     }
     pages->cElems = 1;
-    pages->pElems[0] = kZetaPropertyPageClsid;
+    pages->pElems[0] = CLSID_NyxZetaPropertyPage;
     return S_OK;
 }
 

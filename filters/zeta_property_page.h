@@ -5,10 +5,6 @@
 
 namespace nyx {
 
-/// {55B150FB-86E8-4B96-9849-73B76D260D2A}
-constexpr CLSID kZetaPropertyPageClsid = {
-    0x55B150FB, 0x86E8, 0x4B96, {0x98, 0x49, 0x73, 0xB7, 0x6D, 0x26, 0x0D, 0x2A}};
-
 /// The Zeta encoder's property page: five presets and, for the custom one, two sliders with number
 /// boxes. Lives on the property frame's thread; applies through IEncodeParmeter_QZTA and has the
 /// encoder save. Shows the stored settings while no encoder is connected. All numbers go through

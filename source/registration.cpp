@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "platform/class_ids.h"
 #include "source/source_filter.h"
 
 namespace nyx::source {
@@ -47,7 +48,7 @@ constexpr wchar_t kSourceFilter[] = L"Source Filter";
 
 std::wstring OwnClass() {
     wchar_t text[39];
-    StringFromGUID2(kFootageSourceClass, text, 39);
+    StringFromGUID2(CLSID_NyxFootageSource, text, 39);
     return text;
 }
 

@@ -5,6 +5,7 @@
 #include <limits>
 #include <new>
 
+#include "platform/class_ids.h"
 #include "source/disk_file.h"
 
 namespace nyx::source {
@@ -14,7 +15,7 @@ CUnknown* CALLBACK FootageSource::Create(LPUNKNOWN outer, HRESULT*) {
 }
 
 FootageSource::FootageSource(LPUNKNOWN outer)
-    : CBaseFilter(NAME("Footage source"), outer, &lock_, kFootageSourceClass) {}
+    : CBaseFilter(NAME("Footage source"), outer, &lock_, CLSID_NyxFootageSource) {}
 
 HRESULT STDMETHODCALLTYPE FootageSource::NonDelegatingQueryInterface(REFIID iid, void** object) {
     if (iid == IID_IFileSourceFilter) {

@@ -8,8 +8,6 @@
 
 namespace nyx::source {
 
-constexpr CLSID kFootageSourceClass = {
-    0x5F2C1E6A, 0x8B0D, 0x4C57, {0x9D, 0x3E, 0x7A, 0x41, 0xB6, 0xC9, 0xE2, 0x10}};
 constexpr wchar_t kFootageSourceName[] = L"Nyx Footage Source";
 
 /// Plays a file of footage into a graph: one pin a stream, made by Load.

@@ -2,6 +2,7 @@
 /// The library's entry points and the one class that it serves.
 
 #include "baseclasses/streams.h"
+#include "platform/class_ids.h"
 #include "source/registration.h"
 #include "source/source_filter.h"
 
@@ -24,13 +25,12 @@ AMOVIESETUP_PIN OutputPin() {
 const AMOVIESETUP_PIN kPin = OutputPin();
 
 // Found by its name and by what a file is, never by a search for a filter that connects.
-const AMOVIESETUP_FILTER kSetup = {&nyx::source::kFootageSourceClass,
-                                   nyx::source::kFootageSourceName, MERIT_DO_NOT_USE, 1, &kPin};
+const AMOVIESETUP_FILTER kSetup = {&CLSID_NyxFootageSource, nyx::source::kFootageSourceName,
+                                   MERIT_DO_NOT_USE, 1, &kPin};
 
 }  // namespace
 
-CFactoryTemplate g_Templates[] = {{nyx::source::kFootageSourceName,
-                                   &nyx::source::kFootageSourceClass,
+CFactoryTemplate g_Templates[] = {{nyx::source::kFootageSourceName, &CLSID_NyxFootageSource,
                                    nyx::source::FootageSource::Create, &kSetup}};
 int g_cTemplates = 1;
 
