@@ -31,11 +31,11 @@ constexpr EngineDescription kDvTable[] = {
 };
 
 // The compiler has to build these: nothing of ours may run before the first codec is made.
-__constinit EngineFamily zetaFamily(kZetaTable);
-__constinit EngineFamily zeta2Family(kZeta2Table);
-__constinit EngineFamily losslessFamily(kLosslessTable);
-__constinit EngineFamily mpegIntraFamily(kMpegIntraTable);
-__constinit EngineFamily dvFamily(kDvTable);
+constinit EngineFamily zetaFamily(kZetaTable);
+constinit EngineFamily zeta2Family(kZeta2Table);
+constinit EngineFamily losslessFamily(kLosslessTable);
+constinit EngineFamily mpegIntraFamily(kMpegIntraTable);
+constinit EngineFamily dvFamily(kDvTable);
 
 /// The fixed file version of a loaded library, the high word above the low one; 0 when it has none
 /// or it cannot be read.

@@ -55,8 +55,8 @@ EXCEPTION_DISPOSITION __cdecl HandleException(EXCEPTION_RECORD* record, void* es
 }
 
 /// Its own function, because nothing here may stay in registers across the landing.
-[[gnu::noinline]] void CallBetween(GuardFrame* volatile frame, void (*function)(void*),
-                                   void* context) {
+[[gnu::noinline]] void CallWithinFrame(GuardFrame* linked, void (*function)(void*), void* context) {
+    GuardFrame* volatile frame = linked;
     frame->registration.Next = ChainHead();
     frame->registration.Handler = reinterpret_cast<PEXCEPTION_ROUTINE>(&HandleException);
     if (__builtin_setjmp(frame->landing) == 0) {
@@ -70,7 +70,7 @@ EXCEPTION_DISPOSITION __cdecl HandleException(EXCEPTION_RECORD* record, void* es
 
 void CallInFrame(void (*function)(void* context), void* context) {
     GuardFrame frame;
-    CallBetween(&frame, function, context);
+    CallWithinFrame(&frame, function, context);
 }
 
 }  // namespace nyx
