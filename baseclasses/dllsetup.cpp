@@ -4,6 +4,8 @@
 #include <new>
 
 #include "baseclasses/dllentry.h"
+#include "platform/com.h"
+#include "platform/unique_handle.h"
 
 namespace {
 
@@ -26,32 +28,16 @@ class ClassKeyName {
     WCHAR name_[kPrefixChars + kGuidChars];
 };
 
-class RegistryKey {
-  public:
-    RegistryKey() = default;
-    RegistryKey(const RegistryKey&) = delete;
-    RegistryKey& operator=(const RegistryKey&) = delete;
-    ~RegistryKey() {
-        if (key_) {
-            RegCloseKey(key_);
-        }
-    }
+HRESULT CreateSubkey(HKEY parent, const WCHAR* name, nyx::UniqueKey* key) {
+    return HRESULT_FROM_WIN32(static_cast<DWORD>(nyx::CreateKey(parent, name, KEY_WRITE, key)));
+}
 
-    HRESULT Create(HKEY parent, const WCHAR* name) {
-        return HRESULT_FROM_WIN32(static_cast<DWORD>(
-            RegCreateKeyExW(parent, name, 0, nullptr, 0, KEY_WRITE, nullptr, &key_, nullptr)));
-    }
-    /// `name` null: the key's default value.
-    HRESULT SetString(const WCHAR* name, const WCHAR* text) {
-        const DWORD bytes = static_cast<DWORD>((wcslen(text) + 1) * sizeof(WCHAR));
-        return HRESULT_FROM_WIN32(static_cast<DWORD>(
-            RegSetValueExW(key_, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text), bytes)));
-    }
-    HKEY get() const { return key_; }
-
-  private:
-    HKEY key_ = nullptr;
-};
+/// `name` null: the key's default value.
+HRESULT SetString(const nyx::UniqueKey& key, const WCHAR* name, const WCHAR* text) {
+    const DWORD bytes = static_cast<DWORD>((wcslen(text) + 1) * sizeof(WCHAR));
+    return HRESULT_FROM_WIN32(static_cast<DWORD>(
+        RegSetValueExW(key.get(), name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text), bytes)));
+}
 
 HRESULT GetModulePath(std::unique_ptr<WCHAR[]>& path) {
     path.reset(new (std::nothrow) WCHAR[kLongestPath]);
@@ -64,19 +50,19 @@ HRESULT GetModulePath(std::unique_ptr<WCHAR[]>& path) {
 }
 
 HRESULT RegisterClass(const CFactoryTemplate& factory, const WCHAR* path) {
-    RegistryKey classKey;
-    RegistryKey serverKey;
-    HRESULT hr = classKey.Create(HKEY_CLASSES_ROOT, ClassKeyName(*factory.m_ClsID).get());
+    nyx::UniqueKey classKey;
+    nyx::UniqueKey serverKey;
+    HRESULT hr = CreateSubkey(HKEY_CLASSES_ROOT, ClassKeyName(*factory.m_ClsID).get(), &classKey);
     if (SUCCEEDED(hr)) {
-        hr = classKey.SetString(nullptr, factory.m_Name);
+        hr = SetString(classKey, nullptr, factory.m_Name);
     }
     if (SUCCEEDED(hr)) {
-        hr = serverKey.Create(classKey.get(), L"InprocServer32");
+        hr = CreateSubkey(classKey.get(), L"InprocServer32", &serverKey);
     }
     if (SUCCEEDED(hr)) {
-        hr = serverKey.SetString(nullptr, path);
+        hr = SetString(serverKey, nullptr, path);
     }
-    return SUCCEEDED(hr) ? serverKey.SetString(L"ThreadingModel", L"Both") : hr;
+    return SUCCEEDED(hr) ? SetString(serverKey, L"ThreadingModel", L"Both") : hr;
 }
 
 HRESULT RegisterAllClasses() {
@@ -99,52 +85,64 @@ HRESULT UnregisterAllClasses() {
     return S_OK;
 }
 
-/// Takes a filter out of the mapper and, when `bRegister`, puts it in afresh. One that was not
-/// there is no failure.
-HRESULT SetupFilter(const AMOVIESETUP_FILTER& setup, IFilterMapper2* mapper, BOOL bRegister) {
-    HRESULT hr = mapper->UnregisterFilter(nullptr, nullptr, *setup.clsID);
+/// Takes a filter out of a category of the mapper, null for the default one, and enters it again
+/// when `bRegister`. In the default category, one that was not there is no failure.
+HRESULT SetupFilter(const AMOVIESETUP_FILTER& setup, const CLSID* category, IFilterMapper2* mapper,
+                    BOOL bRegister) {
+    const WCHAR* const instance = category ? setup.strName : nullptr;
+    HRESULT hr = mapper->UnregisterFilter(category, instance, *setup.clsID);
     if (bRegister) {
         REGFILTER2 record{};
         record.dwVersion = 1;
         record.dwMerit = setup.dwMerit;
         record.cPins = setup.nPins;
         record.rgPins = setup.lpPin;
-        hr =
-            mapper->RegisterFilter(*setup.clsID, setup.strName, nullptr, nullptr, nullptr, &record);
+        hr = mapper->RegisterFilter(*setup.clsID, setup.strName, nullptr, category, instance,
+                                    &record);
     }
-    return hr == kNotRegistered ? S_OK : hr;
+    return hr == kNotRegistered && !category ? S_OK : hr;
 }
 
-/// Applies SetupFilter to each template that has setup data, up to the first failure.
-HRESULT SetupAllFilters(BOOL bRegister) {
-    IFilterMapper2* mapper = nullptr;
-    HRESULT hr = CoCreateInstance(CLSID_FilterMapper2, nullptr, CLSCTX_INPROC_SERVER,
-                                  IID_IFilterMapper2, reinterpret_cast<void**>(&mapper));
+enum class Category { kDefault, kOwn };
+
+/// Applies SetupFilter to each template that has setup data for such a category, up to the first
+/// failure.
+HRESULT SetupAllFilters(Category category, IFilterMapper2* mapper, BOOL bRegister) {
+    HRESULT hr = S_OK;
     for (int i = 0; i < g_cTemplates && SUCCEEDED(hr); ++i) {
-        if (const AMOVIESETUP_FILTER* const setup = g_Templates[i].m_pAMovieSetup_Filter) {
-            hr = SetupFilter(*setup, mapper, bRegister);
+        const AMOVIESETUP_FILTER* const setup = g_Templates[i].m_pAMovieSetup_Filter;
+        if (setup && (category == Category::kDefault || setup->clsCategory)) {
+            hr = SetupFilter(*setup, category == Category::kOwn ? setup->clsCategory : nullptr,
+                             mapper, bRegister);
         }
     }
-    ReleaseInterface(mapper);
     return hr;
 }
 
-HRESULT SetupAllFiltersWithCom(BOOL bRegister) {
-    const HRESULT initialised = CoInitialize(nullptr);
-    const HRESULT hr = SetupAllFilters(bRegister);
-    if (SUCCEEDED(initialised)) {
-        CoUninitialize();
+HRESULT SetupAll(BOOL bRegister) {
+    nyx::ComPtr<IFilterMapper2> mapper;
+    HRESULT hr = bRegister ? RegisterAllClasses() : S_OK;
+    if (SUCCEEDED(hr)) {
+        hr = CoCreateInstance(CLSID_FilterMapper2, nullptr, CLSCTX_INPROC_SERVER,
+                              IID_IFilterMapper2, reinterpret_cast<void**>(mapper.GetAddressOf()));
     }
-    return hr;
+    if (SUCCEEDED(hr)) {
+        hr = SetupAllFilters(Category::kDefault, mapper.Get(), bRegister);
+    }
+    if (SUCCEEDED(hr) && !bRegister) {
+        hr = UnregisterAllClasses();
+    }
+    return SUCCEEDED(hr) ? SetupAllFilters(Category::kOwn, mapper.Get(), bRegister) : hr;
 }
 
 }  // namespace
 
 STDAPI AMovieDllRegisterServer2(BOOL bRegister) {
-    if (bRegister) {
-        const HRESULT hr = RegisterAllClasses();
-        return SUCCEEDED(hr) ? SetupAllFiltersWithCom(TRUE) : hr;
+    // The caller's thread need not be in an apartment yet, and may be in one of the other kind.
+    const HRESULT initialised = CoInitialize(nullptr);
+    const HRESULT hr = SetupAll(bRegister);
+    if (SUCCEEDED(initialised)) {
+        CoUninitialize();
     }
-    const HRESULT hr = SetupAllFiltersWithCom(FALSE);
-    return SUCCEEDED(hr) ? UnregisterAllClasses() : hr;
+    return hr;
 }

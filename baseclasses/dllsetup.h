@@ -14,9 +14,11 @@ typedef struct _AMOVIESETUP_FILTER {
     DWORD dwMerit;
     UINT nPins;
     const AMOVIESETUP_PIN* lpPin;
+    const CLSID* clsCategory;  ///< a second category beside the default one, or null
 } AMOVIESETUP_FILTER;
 
 /// Registers (TRUE) or unregisters (FALSE) every class of `g_Templates`: the COM server keys of
-/// all, and the filter entry, in the mapper's default category, of those with setup data. The
-/// module's path is `g_hInst`'s. The first failure ends it and is returned.
+/// all, and the filter entries, in the mapper's default category and then in those of their own, of
+/// those with setup data. The module's path is `g_hInst`'s. The first failure ends it and is
+/// returned.
 STDAPI AMovieDllRegisterServer2(BOOL bRegister);

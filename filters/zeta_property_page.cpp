@@ -22,14 +22,9 @@ LONG Clamp(LONG value, SettingRange range) {
     return value < range.low ? range.low : value > range.high ? range.high : value;
 }
 
-/// The encoder's parameter interface, with a reference, or null.
-IEncodeParmeter_QZTA* EncoderOf(IUnknown* object) {
-    IEncodeParmeter_QZTA* encoder = nullptr;
-    if (!object || FAILED(object->QueryInterface(IID_IEncodeParmeter_QZTA,
-                                                 reinterpret_cast<void**>(&encoder)))) {
-        return nullptr;
-    }
-    return encoder;
+/// The encoder's parameter interface, or null.
+ComPtr<IEncodeParmeter_QZTA> EncoderOf(const ComPtr<IUnknown>& object) {
+    return As<IEncodeParmeter_QZTA>(object, IID_IEncodeParmeter_QZTA);
 }
 
 }  // namespace
@@ -42,31 +37,15 @@ CZetaProp::CZetaProp(const wchar_t* name, IUnknown* outer)
     InitCommonControlsEx(&sliders);
 }
 
-CZetaProp::~CZetaProp() {
-    if (object_) {
-        object_->Release();
-    }
-}
-
 STDMETHODIMP CZetaProp::IsPageDirty() {
     return m_bDirty ? S_OK : S_FALSE;
 }
 
 HRESULT CZetaProp::OnConnect(IUnknown* object) {
-    if (object != object_) {
-        if (object) {
-            object->AddRef();
-        }
-        IUnknown* old = object_;
-        object_ = object;
-        if (old) {
-            old->Release();
-        }
-    }
-    if (IEncodeParmeter_QZTA* encoder = EncoderOf(object_)) {
+    object_ = object;
+    if (const auto encoder = EncoderOf(object_)) {
         encoder->GetParameter(&block_, FALSE);
         chosen_ = block_.preset;
-        encoder->Release();
     }
     return S_OK;
 }
@@ -93,9 +72,8 @@ HRESULT CZetaProp::OnApplyChanges() {
         chosen_ = CheckedPreset();
     }
     block_.preset = chosen_;
-    if (IEncodeParmeter_QZTA* encoder = EncoderOf(object_)) {
+    if (const auto encoder = EncoderOf(object_)) {
         encoder->SetParameter(&block_, TRUE);
-        encoder->Release();
     }
     return S_OK;
 }

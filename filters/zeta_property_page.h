@@ -2,6 +2,7 @@
 
 #include "baseclasses/streams.h"
 #include "filters/encode_parameter.h"
+#include "platform/com.h"
 
 namespace nyx {
 
@@ -13,7 +14,6 @@ namespace nyx {
 class CZetaProp : public CBasePropertyPage {
   public:
     CZetaProp(const wchar_t* name, IUnknown* outer);
-    ~CZetaProp() override;
 
     STDMETHODIMP IsPageDirty() override;
     HRESULT OnConnect(IUnknown* object) override;
@@ -32,7 +32,7 @@ class CZetaProp : public CBasePropertyPage {
     LONG ReadNumber(int box);
     void SetDirty(bool dirty, DWORD status);
 
-    IUnknown* object_ = nullptr;
+    ComPtr<IUnknown> object_;
     EncodeParameterBlock block_;
     LONG chosen_;  ///< the checked preset, which outlives the window until it is applied
 };

@@ -1,18 +1,19 @@
 #pragma once
 
 /// @file
-/// COM as a host needs it: the platform's smart pointer, and objects of the host's own.
+/// COM as a host needs it: the owner of references, and objects of the host's own.
 
 // Without this dshow.h turns the plain string functions into errors.
 #define NO_DSHOW_STRSAFE
 #include <dshow.h>
 // dvdmedia.h wants dshow.h first.
 #include <dvdmedia.h>
-#include <wrl/client.h>
 
 #include <atomic>
 #include <new>
 #include <utility>
+
+#include "platform/com.h"
 
 // Ids that the cross compiler's headers do not tie to their interfaces.
 __CRT_UUID_DECL(IPinConnection, 0x4a9a62d3, 0x27d4, 0x403d, 0x91, 0xe9, 0x89, 0xf5, 0x40, 0xe5,
@@ -21,30 +22,6 @@ __CRT_UUID_DECL(IMediaPosition, 0x56a868b2, 0x0ad4, 0x11ce, 0xb0, 0x3a, 0x00, 0x
                 0xa7, 0x70)
 
 namespace nyx::host {
-
-using Microsoft::WRL::ComPtr;
-
-/// Another interface of the same object, empty when it has none.
-template <class U, class T>
-ComPtr<U> As(T* object) {
-    ComPtr<U> other;
-    if (object) {
-        object->QueryInterface(__uuidof(U), reinterpret_cast<void**>(other.GetAddressOf()));
-    }
-    return other;
-}
-template <class U, class T>
-ComPtr<U> As(const ComPtr<T>& object) {
-    return As<U>(object.Get());
-}
-
-/// Takes over the caller's reference.
-template <class T>
-ComPtr<T> Adopt(T* object) {
-    ComPtr<T> pointer;
-    *pointer.GetAddressOf() = object;  // Attach adds a reference in this compiler's version
-    return pointer;
-}
 
 /// A new object of the host's own, whose constructor leaves one reference for its creator.
 template <class T, class... Args>

@@ -53,16 +53,29 @@ wchar_t outputName[] = L"Output";
 template <UINT count>
 constexpr AMOVIESETUP_PIN Pin(wchar_t* name, BOOL isOutput,
                               const AMOVIESETUP_MEDIATYPE (&types)[count]) {
-    return {name, FALSE, isOutput, FALSE, FALSE, nullptr, nullptr, count, types};
+    return {.strName = name,
+            .bRendered = FALSE,
+            .bOutput = isOutput,
+            .bZero = FALSE,
+            .bMany = FALSE,
+            .clsConnectsToFilter = nullptr,
+            .strConnectsToPin = nullptr,
+            .nMediaTypes = count,
+            .lpMediaType = types};
 }
 
 template <class Input, class Output>
 constexpr AMOVIESETUP_PIN kPins[] = {Pin(inputName, FALSE, Input::kRows),
                                      Pin(outputName, TRUE, Output::kRows)};
 
-template <const ClassIdentity& identity, DWORD merit, class Input, class Output>
-constexpr AMOVIESETUP_FILTER kSetup = {&identity.clsid, identity.friendlyName, merit, 2,
-                                       kPins<Input, Output>};
+template <const ClassIdentity& identity, DWORD merit, class Input, class Output,
+          const CLSID* category = nullptr>
+constexpr AMOVIESETUP_FILTER kSetup = {.clsID = &identity.clsid,
+                                       .strName = identity.friendlyName,
+                                       .dwMerit = merit,
+                                       .nPins = 2,
+                                       .lpPin = kPins<Input, Output>,
+                                       .clsCategory = category};
 
 constexpr CFactoryTemplate Class(const ClassIdentity& identity, LPFNNewCOMObject create,
                                  const AMOVIESETUP_FILTER* setup) {
@@ -77,12 +90,9 @@ constexpr CFactoryTemplate Decoder() {
 
 constexpr AMOVIESETUP_FILTER kEncoderSetup =
     kSetup<kZetaEncoder, MERIT_DO_NOT_USE, Types<MEDIASUBTYPE_YUY2, MEDIASUBTYPE_RGB32>,
-           Types<kCoded<FourCC("QZTA")>>>;
+           Types<kCoded<FourCC("QZTA")>>, &CLSID_VideoCompressorCategory>;
 
 }  // namespace
-
-const AMOVIESETUP_FILTER& kZetaEncoderSetup = kEncoderSetup;
-
 }  // namespace nyx
 
 using namespace nyx;

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// Who we are: the classes of this module as the class factory's table, one row each.
+/// What a row of the class table is made of.
 
 #include "baseclasses/streams.h"
 
@@ -13,8 +13,5 @@ struct ClassIdentity {
     const wchar_t* objectName;  ///< what the object itself is given as its name
     CLSID clsid;
 };
-
-/// What the encoder registers with. It is entered in a second category beside the default one.
-extern const AMOVIESETUP_FILTER& kZetaEncoderSetup;
 
 }  // namespace nyx

@@ -1,0 +1,35 @@
+#pragma once
+
+/// @file
+/// The owner of COM references.
+
+#include <unknwn.h>
+#include <wrl/client.h>
+
+namespace nyx {
+
+using Microsoft::WRL::ComPtr;
+
+/// Another interface of the same object; empty when the object is null or has none.
+template <class U, class T>
+ComPtr<U> As(T* object, REFIID iid = __uuidof(U)) {
+    ComPtr<U> other;
+    if (object) {
+        object->QueryInterface(iid, reinterpret_cast<void**>(other.GetAddressOf()));
+    }
+    return other;
+}
+template <class U, class T>
+ComPtr<U> As(const ComPtr<T>& object, REFIID iid = __uuidof(U)) {
+    return As<U>(object.Get(), iid);
+}
+
+/// Takes over the caller's reference.
+template <class T>
+ComPtr<T> Adopt(T* object) {
+    ComPtr<T> pointer;
+    *pointer.GetAddressOf() = object;  // Attach adds a reference in this compiler's version
+    return pointer;
+}
+
+}  // namespace nyx
