@@ -101,7 +101,8 @@ using OpenFilters = ComTest;
 
 TEST_F(OpenFilters, ShowEverySignalAsFfmpegDoes) {
     for (const Signal& signal : kSignals) {
-        EXPECT_TRUE(Decoded(signal) == Shown(signal)) << signal.frame << signal.applicationId;
+        EXPECT_TRUE(Decoded(signal) == Shown(signal))
+            << signal.frame << ' ' << int(signal.applicationId);
     }
 }
 
