@@ -52,6 +52,12 @@ resample_dv_chroma() { # in|out PIXELS SCALER-OPTIONS
     echo "split[cr][cb];[cr]$scale=0,format=$2[cr];[cb]$scale=256,format=$2[cb];[cr][cb]mergeplanes=0x001102:$2"
 }
 
+# From 10 bits to the nearest value of 8. Without its dither the scaler cuts bits off, so that they are zero by then.
+round_to_8_bits() { # SCALER-OPTIONS
+    local nearest="'min(floor((val+2)/4)*4,1020)'"
+    echo "lutyuv=$nearest:$nearest:$nearest,scale=sws_dither=none:$1,format=yuv422p"
+}
+
 # From a source to the pictures that a coding takes, the chroma sited as the standard has it.
 to_coding() { # CODING PIXELS WIDTH HEIGHT
     local scaler="out_color_matrix=$(matrix_of "$3" "$4"):out_range=tv:out_h_chr_pos=0:flags=accurate_rnd+bicubic"
@@ -178,14 +184,14 @@ raw_orientation() { # FORMAT
 }
 
 # The average PSNR, in dB over all frames, between nyxhost's raw samples and ffmpeg's own conversion
-# of the same v210 frames; "inf" when they are the same. ffmpeg is told what the decoder does too:
-# chroma sits on the even pixels and is interpolated linearly.
+# of the same v210 frames; "inf" when they are the same. ffmpeg does what the decoder does too: it rounds
+# to 8 bits first, and interpolates chroma linearly, which sits on the even pixels.
 psnr_against_ffmpeg() { # FORMAT WIDTH HEIGHT SAMPLES V210
-    local format=$1 size=${2}x$3 compared=gbrp own
-    own="scale=in_color_matrix=$(matrix_of "$2" "$3"):in_range=tv:out_range=pc:in_h_chr_pos=0:flags=accurate_rnd+full_chroma_int+bilinear"
-    if [ "$format" = yuy2 ]; then
-        compared=yuv422p
-        own="scale=flags=accurate_rnd+bilinear"
+    local format=$1 size=${2}x$3 compared=yuv422p own scaler=flags=accurate_rnd+full_chroma_int+bilinear
+    own=$(round_to_8_bits "$scaler")
+    if [ "$format" != yuy2 ]; then
+        compared=gbrp
+        own+=",scale=in_color_matrix=$(matrix_of "$2" "$3"):in_range=tv:out_range=pc:in_h_chr_pos=0:$scaler"
     fi
     ffmpeg -nostdin -hide_banner -loglevel info \
         -f rawvideo -pixel_format "$(raw_format "$format")" -video_size "$size" -i "$4" \

@@ -71,17 +71,23 @@ compare_footage() { # FILE SIZE FORMAT WORK
 }
 
 # The PSNR between raw samples and ffmpeg's decode of a file's pictures, all of them: of the first
-# component, luma or red, and of all three. Lines above a D-10 picture are cut off. $decoding is what ffmpeg decodes with.
+# component, luma or red, and of all three. ffmpeg's pictures become 8-bit 4:2:2 first, as the decoders' do, their
+# chroma taken from where its standard has it. Lines above a D-10 picture are cut off. $decoding is what ffmpeg
+# decodes with.
 psnr_of_footage() { # FILE SIZE FORMAT SAMPLES
-    local width=${2%x*} height=${2#*x} to=yuv422p scaler=flags=bilinear+accurate_rnd place=in_h_chr_pos=0:out_h_chr_pos=0 own=
-    [ "$(ffprobe -loglevel error -select_streams v -show_entries stream=codec_name,pix_fmt -of csv=p=0 "$1")" != dvvideo,yuv420p ] ||
-        own=$(resample_dv_chroma in yuv422p "$scaler:$place"),
-    own+=scale=$scaler
-    if [ "$3" != yuy2 ]; then
+    local width=${2%x*} height=${2#*x} to=yuv422p own
+    local scaler=flags=bilinear+accurate_rnd+full_chroma_int:in_h_chr_pos=0:out_h_chr_pos=0
+    case $(ffprobe -loglevel error -select_streams v -show_entries stream=codec_name,pix_fmt -of csv=p=0 "$1") in
+        dvvideo,yuv420p) own=$(resample_dv_chroma in yuv422p "$scaler") ;;
+        *,yuv422p10le) own=$(round_to_8_bits "$scaler") ;;
+        *) own=scale=$scaler:interl=-1,format=yuv422p ;;
+    esac
+    if [ "$3" = yuy2 ]; then
+        own+=,scale=$scaler
+    else
         to=gbrp
-        own+=+full_chroma_int:in_color_matrix=$(matrix_of "$width" "$height"):in_range=tv:out_range=pc
+        own+=,scale=$scaler:in_color_matrix=$(matrix_of "$width" "$height"):in_range=tv:out_range=pc
     fi
-    own+=:$place:interl=-1
     ffmpeg -nostdin -hide_banner -f rawvideo -pixel_format "$(raw_format "$3")" -video_size "$2" -i "$4" \
         -threads 1 ${decoding:-} -i "$1" -lavfi \
         "[0]$(raw_orientation "$3"),format=$to,settb=1/25,setpts=N[a];[1:v]crop=iw:$height:0:ih-$height,$own,format=$to,settb=1/25,setpts=N[b];[a][b]psnr" \

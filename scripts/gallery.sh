@@ -41,7 +41,7 @@ gallery_note() { # CODING WIDTH HEIGHT RATE SAMPLES
 
 show_gallery() {
     local entry name decoder fourcc geometry how coding width height rate format file note engine
-    local tiles=() titles=() notes=() column_names=() row_names=() row='%-27s %-5s %-9s %-11s %-18s %s\n'
+    local tiles=() titles=() notes=() column_names=() row_names=() row='%-27s %-5s %-9s %-11s %-19s %s\n'
     say "One source through every decoder; PSNR is against the source as 8-bit 4:2:2"
     printf "$row" decoder code size engine picture file
     for entry in "${gallery[@]}"; do

@@ -24,9 +24,9 @@ DVCPROHD-1080i60.mov yuy2  inf
 D10-525.gxf          yuy2  inf
 MPEG2-1080.mxf       yuy2  inf
 MPEG2-420.mxf        yuy2  inf
-DV25-525.mov         rgb24 55
+DV25-525.mov         rgb24 65
 DVCPROHD-720p50.mxf  rgb24 65
-v210-720.avi         rgb24 52
+v210-720.avi         rgb24 65
 FILES
 decoding=
 unset NYX_OPEN_ENGINES
