@@ -34,7 +34,7 @@ coded_lines() { # HEIGHT
     if [ "$1" = 576 ]; then echo 608; else echo 512; fi
 }
 
-# The test card in wide pictures. What D-10 codes above them, and nobody shall see, is red.
+# The test card, or $picture_kind, in wide pictures. What D-10 codes above them, and nobody shall see, is red.
 make_footage() { # FOLDER FILE SIZE RATE FRAMES PIXELS CODING SOUND
     local file=$1/$2 width=${3%x*} height=${3#*x} rate=$4 sound=(-c:a "pcm_$8") coded=${3#*x} fields=bb coding
     case $7 in
@@ -57,7 +57,7 @@ make_footage() { # FOLDER FILE SIZE RATE FRAMES PIXELS CODING SOUND
         none) sound=(-an) ;;
     esac
     [[ $2 != *.dif ]] || coding+=(-f dv)
-    quiet_ffmpeg -loglevel fatal -f lavfi -i "$(source_filter card "$width" "$height" "$rate")" \
+    quiet_ffmpeg -loglevel fatal -f lavfi -i "$(source_filter "${picture_kind:-card}" "$width" "$height" "$rate")" \
         -f lavfi -i "$sound_source" -t "$(awk "BEGIN { print $5 / ($rate) }")" \
         -vf "$(to_coding "$7" "$6" "$width" "$height"),pad=$width:$coded:0:$((coded - height)):red,setdar=16/9" \
         "${coding[@]}" "${sound[@]}" "$file"

@@ -11,10 +11,10 @@ sheet_text() { # FONT SIZE COLOUR X Y TEXT
 # entry of `titles`, the 16x12 pixels in its middle, as stored, eight times as large, and beside them the lines
 # of its entry of `notes`. A place whose tile is "" stays blank. `column_names` and `row_names`, which may be
 # empty, name what is in line. A checkerboard shows through where pictures have alpha.
-draw_sheet() { # FILE COLUMNS TILE_WIDTH TITLE SUBTITLE FOOTER
+draw_sheet() { # FILE COLUMNS TILE_WIDTH TITLE SUBTITLE FOOTER [FFMPEG-OPTION...]
     local columns=$2 wide=$3 high=$(($3 * 9 / 16)) margin=44 gap=24 bright=0xe8eaec quiet=0x98a2ac
-    local rows=$(((${#tiles[@]} + $2 - 1) / $2)) left=$((44 + (${#row_names[@]} ? 140 : 0)))
-    local top=$((136 + (${#column_names[@]} ? 36 : 0))) pitch=$((high + 172)) inputs=() parts="" paste="" texts="" last=page
+    local rows=$(((${#tiles[@]} + $2 - 1) / $2)) left=$((44 + (${#row_names[@]} ? 152 : 0)))
+    local top=$((136 + (${#column_names[@]} ? 36 : 0))) pitch=$((high + 166)) inputs=() parts="" paste="" texts="" last=page
     local height=$((top + rows * pitch + 40)) width=$((left + columns * (wide + gap) - gap + margin)) i x y n
     for i in "${!tiles[@]}"; do
         x=$((left + i % columns * (wide + gap))) y=$((top + i / columns * pitch)) n=$((${#inputs[@]} / 2))
@@ -25,10 +25,10 @@ draw_sheet() { # FILE COLUMNS TILE_WIDTH TITLE SUBTITLE FOOTER
             parts+=";[$n]format=rgba,split[f$i][e$i];[f$i]scale=$wide:$high:flags=area[f$i]"
             parts+=";[e$i]crop=16:12,scale=128:96:flags=neighbor[e$i]"
             paste+=";[$last][board$((2 * n))]overlay=$x:$y:format=rgb[s];[s][f$i]overlay=$x:$y:format=rgb[s]"
-            paste+=";[board$((2 * n + 1))]crop=128:96:0:0[s0];[s][s0]overlay=$x:$((y + high + 40)):format=rgb[s]"
-            paste+=";[s][e$i]overlay=$x:$((y + high + 40)):format=rgb[s$i]"
+            paste+=";[board$((2 * n + 1))]crop=128:96:0:0[s0];[s][s0]overlay=$x:$((y + high + 38)):format=rgb[s]"
+            paste+=";[s][e$i]overlay=$x:$((y + high + 38)):format=rgb[s$i]"
             sheet_text Sans-Bold 16 $bright "$x" $((y + high + 10)) "${titles[i]}"
-            sheet_text Sans 15 $quiet $((x + 142)) $((y + high + 48)) "${notes[i]}"
+            sheet_text Sans 15 $quiet $((x + 142)) $((y + high + 53)) "${notes[i]}"
         fi
         last=s$i
     done
