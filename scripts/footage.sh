@@ -34,7 +34,7 @@ coded_lines() { # HEIGHT
     if [ "$1" = 576 ]; then echo 608; else echo 512; fi
 }
 
-# The test card, or $picture_kind, in wide pictures. What D-10 codes above them, and nobody shall see, is red.
+# The test card, or $picture_kind, in wide pictures. The lines that D-10 codes above them, which no decoder shows, are red.
 make_footage() { # FOLDER FILE SIZE RATE FRAMES PIXELS CODING SOUND
     local file=$1/$2 width=${3%x*} height=${3#*x} rate=$4 sound=(-c:a "pcm_$8") coded=${3#*x} fields=bb coding
     case $7 in
