@@ -13,8 +13,8 @@ while read -r kind width height rate formats; do
     done
 done <<'CLIPS'
 natural   960 720 50/1 rgb24:48
-natural   2   16  25/1 yuy2:52 rgb32:48
-zoneplate 722 50  25/1 yuy2:52 rgb32:48 rgb24:48
+natural   2   16  25/1 yuy2:inf rgb32:48
+zoneplate 722 50  25/1 yuy2:inf rgb32:48 rgb24:48
 CLIPS
 # What is not so above: the narrowest picture, and rows of RGB24 that are no whole number of DWORDs.
 
