@@ -17,6 +17,7 @@
 #include "tests/support/guard.h"
 #include "tests/support/leaks.h"
 #include "tests/support/settings.h"
+#include "tests/support/together.h"
 
 namespace nyx {
 namespace {
@@ -176,6 +177,14 @@ TEST_F(DvCodec, WideScreenPicturesAreStretched) {
                       720 * bits / 8 * (bits == 24 && signedHeight > 0 ? -1 : 1));
         }
     }
+    test::ExpectSameTogether([&](int number) {
+        const DvFrame frame = number == 1 ? pal_ : LoadFrame("dv25_625_4x3");
+        return [=, this](Bytes* rows) {
+            const Picture picture{16, 1024, 576};
+            EXPECT_EQ(DecodePal(frame, picture), S_OK);
+            rows->assign(picture.Row(0), picture.Row(576));
+        };
+    });
     const Picture deep{32, 1024, 576};
     EXPECT_EQ(DecodePal(pal_, deep), S_OK);
     EXPECT_TRUE(deep.IsUntouched()) << "32-bit pixels are not stretched";
