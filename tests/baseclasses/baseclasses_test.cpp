@@ -165,7 +165,14 @@ TEST_F(BaseClasses, ANewTypeRestartsTheStreamAndEndsItWhereItCannot) {
     allocator->nextType = Numbered(7);
     EXPECT_EQ(Push(), E_ABORT);
     EXPECT_EQ(graph->Seen().back().second, E_ABORT);
-    EXPECT_EQ(sink.Seen().endOfStream, 2);
+    filter->startResult = S_OK;
+    // Without memory for the type that a sample carries the stream ends as well.
+    allocator->lies.typeResult = E_OUTOFMEMORY;
+    EXPECT_EQ(Push(), E_OUTOFMEMORY);
+    EXPECT_EQ(sink.Seen().endOfStream, 3);
+    const Lies lies{.sample2 = false, .typeResult = E_OUTOFMEMORY};
+    EXPECT_EQ(input->Receive(MakeSample({{1}}, lies).Get()), VFW_E_INVALIDMEDIATYPE);
+    EXPECT_EQ(graph->Count(EC_ERRORABORT), 4);
     ComPtr<IMediaSample> buffer;
     EXPECT_EQ(allocator->GetBuffer(&buffer, nullptr, nullptr, AM_GBF_NOWAIT), S_OK) << "given back";
 }

@@ -136,7 +136,7 @@ TEST_P(OfferedTypesOf, ComeInTheLongFormFirstAndAreAcceptedAndConnectedToTheByte
                    {{720, 486, 333666}, 0xA5, 4, 3},    {{720, 480, 333666}, 0xA1, 27, 20},
                    {{856, 480, 333666}, 0xA1, 107, 60}, {{1000, 1000, 400000}, 0, 1, 1},
                    {{1024, 768, 400000}, 0, 4, 3},      {{96, 16, 0x10000061A80}, 0, 6, 1},
-                   {{720, -480, 333666}, 0xA1, 27, -20}};
+                   {{720, -480, 333666}, 0xA1, 27, 20}};
     const std::size_t count = row().Outputs().size();
     int taken = 0;
     for (const auto& shown : streams) {

@@ -16,7 +16,7 @@ struct Lies {
     bool sample2 = true;  ///< whether it has IMediaSample2
     HRESULT pointerResult = S_OK;
     bool nullPointer = false;
-    HRESULT setLengthResult = S_OK;
+    HRESULT setLengthResult = S_OK, typeResult = S_OK;
     std::optional<LONG> length{};  ///< claimed instead of the actual data length
 };
 
@@ -67,7 +67,9 @@ class HostileSample : public Object<IMediaSample2> {
     STDMETHODIMP SetTime(Time* from, Time* to) override { return real_->SetTime(from, to); }
     STDMETHODIMP GetMediaTime(Time* a, Time* b) override { return real_->GetMediaTime(a, b); }
     STDMETHODIMP SetMediaTime(Time* a, Time* b) override { return real_->SetMediaTime(a, b); }
-    STDMETHODIMP GetMediaType(AM_MEDIA_TYPE** type) override { return real_->GetMediaType(type); }
+    STDMETHODIMP GetMediaType(AM_MEDIA_TYPE** type) override {
+        return lies_.typeResult ? lies_.typeResult : real_->GetMediaType(type);
+    }
     STDMETHODIMP SetMediaType(AM_MEDIA_TYPE* type) override { return real_->SetMediaType(type); }
     STDMETHODIMP IsSyncPoint() override { return real_->IsSyncPoint(); }
     STDMETHODIMP SetSyncPoint(BOOL set) override { return real_->SetSyncPoint(set); }
