@@ -224,9 +224,13 @@ TEST_P(Decoders, AnOutputTypeIsTakenByKindAndSizesTheBuffer) {
         EXPECT_EQ(own.requested.cbBuffer, sign * PictureBytes(type.Header()));
         rig.DisconnectOutput();
     }
-    type.Header().biWidth = INT_MAX;
-    EXPECT_EQ(rig.output->QueryAccept(&type), S_OK) << "wide is no harm";
-    EXPECT_EQ(rig.ConnectOutput(type), E_FAIL) << "but for want of a buffer";
+    type.Header().biHeight = rig.stream.height;
+    for (const LONG width :
+         {LONG{INT_MAX}, INT_MAX / (4 * rig.stream.height) + 1}) {  // 2 GB at least
+        type.Header().biWidth = width;
+        EXPECT_EQ(rig.output->QueryAccept(&type), S_OK) << "wide is no harm";
+        EXPECT_EQ(rig.ConnectOutput(type), E_FAIL) << "but for want of a buffer";
+    }
     type.Header().biWidth = rig.stream.width;
     const auto kinds = [&](const GUID& subtype) {
         std::string taken;

@@ -18,6 +18,7 @@
 #include "tests/support/leaks.h"
 #include "tests/support/settings.h"
 #include "tests/support/together.h"
+#include "tools/nyxhost/dv_description.h"
 
 namespace nyx {
 namespace {
@@ -282,6 +283,27 @@ TEST_F(DvCodec, FramesTellTheirParameters) {
         EXPECT_EQ(std::memcmp(&info, &expected, sizeof(info)), 0) << frame;
     }
     EXPECT_EQ(Codec().GetFrameInfo(nullptr, pal_.data(), 400000, nullptr), E_POINTER);
+}
+
+TEST(DvDescription, TellsDatesOfBothCenturiesAndNoneThatNoCalendarHas) {
+    const std::tuple<BYTE, BYTE, BYTE, const char*> dates[] = {{0xC1, 0xE1, 0x00, "2000-01-01 "},
+                                                               {0xF1, 0xF2, 0x74, "2074-12-31 "},
+                                                               {0xC6, 0xE5, 0x75, "1975-05-06 "},
+                                                               {0x09, 0x10, 0x99, "1999-10-09 "},
+                                                               {0xF2, 0xE5, 0x04, ""},
+                                                               {0xC0, 0xE5, 0x04, ""},
+                                                               {0xC6, 0xF3, 0x04, ""},
+                                                               {0xC6, 0xE0, 0x04, ""},
+                                                               {0xC6, 0xE5, 0x0A, ""},
+                                                               {0xC6, 0xE5, 0xA0, ""}};
+    for (const auto& [day, month, year, text] : dates) {
+        DvFrame frame = LoadFrame("dv25_625_4x3");
+        frame.SetPackByte(0x62, 2, day);
+        frame.SetPackByte(0x62, 3, month);
+        frame.SetPackByte(0x62, 4, year);
+        const std::string told = host::DescribeDvFrame(frame.data(), frame.size());
+        EXPECT_NE(told.find(std::string("recorded ") + text + "07:08:09"), told.npos) << told;
+    }
 }
 
 TEST_F(DvCodec, PicturesAreEncodedBySizeAndSettings) {

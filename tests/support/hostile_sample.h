@@ -18,6 +18,7 @@ struct Lies {
     bool nullPointer = false;
     HRESULT setLengthResult = S_OK, typeResult = S_OK;
     std::optional<LONG> length{};  ///< claimed instead of the actual data length
+    LONG behind = 0;               ///< bytes of the memory, at its end, that are not the sample's
 };
 
 /// A platform's sample whose memory is the suite's own and some of whose answers are lies.
