@@ -220,6 +220,9 @@ TEST_F(DvCodec, WhatIsNoFrameOfTheSizeIsABlackPictureAndNeverReachesTheEngine) {
         EXPECT_TRUE(picture.IsBlack()) << frame.size();
         EXPECT_TRUE(stride == 0 || picture.Row(0)[1440] == kUntouched);
     }
+    const Picture narrower{16, 1280, 1080};
+    EXPECT_EQ(Decode(kDvHd, 1280, 1080, LoadFrame("dvcprohd_1080_50"), narrower), E_FAIL);
+    EXPECT_TRUE(narrower.IsBlack());
     EXPECT_EQ(LastCall().count, before);
 
     // A sample that ends before the length it claims, before its tag even; a picture that is gone.
@@ -441,14 +444,17 @@ TEST_F(DvReference, StandsForTheFrameInItsFileWhichStaysOpenUntilAnotherComes) {
 TEST_F(DvReference, WhatCannotBeReadIsRefusedAndLeavesNothingBehind) {
     Write("clip.avi", 0, 144000, pal_);
     Write("cut.avi", 0, 144000, pal_.Cut(143999));
-    for (const DWORD length : {0u, 119999u, 240000u}) {
+    for (const DWORD length : {0u, 119999u, 240000u, 288000u}) {
         Write(std::to_string(length).c_str(), 0, length, pal_);
         EXPECT_EQ(Decode(0, std::to_string(length)), E_FAIL);
     }
     const std::tuple<DWORD, std::string, HRESULT> cases[] = {
         {0, "no.avi", HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)},
         {0, "", HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND)},
-        {0, std::string(300, 'x'), HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE)},
+        {0, std::string(MAX_PATH - 1 - folder_.size(), 'x'),
+         HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)},
+        {0, std::string(MAX_PATH - folder_.size(), 'x'),
+         HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE)},
         {0, "cut.avi", HRESULT_FROM_WIN32(ERROR_HANDLE_EOF)},
         {144006, "cut.avi", HRESULT_FROM_WIN32(ERROR_HANDLE_EOF)},
         {0xFFFFFFFF, "cut.avi", HRESULT_FROM_WIN32(ERROR_HANDLE_EOF)},

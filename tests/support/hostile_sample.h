@@ -123,10 +123,17 @@ class HostileAllocator : public Object<IMemAllocator> {
     /// Bytes by which a buffer is shorter than promised and lies off an aligned address.
     LONG shorter = 0, misaligned = 0;
     std::optional<MediaType> nextType;  ///< attached to the next buffer only
-    DWORD protection = PAGE_READWRITE;  ///< of the buffers' memory
+    DWORD protection = PAGE_READWRITE;  ///< of the buffers' memory from that byte on
+    std::size_t protectedFrom = 0;
     ALLOCATOR_PROPERTIES requested{};
     DWORD flags = 0;  ///< with which the last buffer was asked for
 
+    /// What the system says of the last buffer's memory at its end.
+    DWORD Protection() const {
+        MEMORY_BASIC_INFORMATION told = {};
+        VirtualQuery(Data() + size_ - 1, &told, sizeof(told));
+        return told.Protect;
+    }
     /// The last buffer, and whether it and all around it are as they were handed out.
     std::vector<BYTE> Buffer() const { return {Data(), Data() + size_}; }
     bool IsUntouched() const { return Unwritten(Data(), Data() + size_); }
@@ -161,7 +168,7 @@ class HostileAllocator : public Object<IMemAllocator> {
             [](BYTE* room) { VirtualFree(room, 0, MEM_RELEASE); });
         std::fill_n(room_.get(), roomSize_, kUnwritten);
         DWORD old = 0;
-        VirtualProtect(room_.get(), roomSize_, protection, &old);
+        VirtualProtect(room_.get() + kMargin + protectedFrom, size_, protection, &old);
         real->SetMediaType(nextType ? &*nextType : nullptr);
         nextType.reset();
         *buffer = new HostileSample(real.Get(), lies, std::shared_ptr<BYTE>(room_, Data()),
