@@ -11,6 +11,7 @@
 #include "host/single_pin_filter.h"
 #include "tests/support/catalogue.h"
 #include "tests/support/hostile_sample.h"
+#include "tests/support/watchdog.h"
 
 namespace nyx::test {
 
@@ -272,6 +273,9 @@ class RowTest : public ComTest, public ::testing::WithParamInterface<CatalogueRo
         }
     }
     const CatalogueRow& row() const { return GetParam(); }
+
+  private:
+    const Watchdog watchdog_;
 };
 
 }  // namespace nyx::test
