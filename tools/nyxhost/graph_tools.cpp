@@ -1,49 +1,10 @@
 #include "graph_tools.h"
 
-#include <vector>
-
-#include "creation_text.h"
 #include "interrupt.h"
 #include "text.h"
 
 namespace nyx::host {
 namespace {
-
-struct Candidate {
-    std::string name;
-    ComPtr<IMoniker> moniker;
-};
-
-// The filters that intelligent connect would try: those that name the subtype itself, with a merit
-// above MERIT_DO_NOT_USE.
-std::vector<Candidate> FindCandidates(const GUID& subtype) {
-    const auto mapper = CreateObject<IFilterMapper2>(CLSID_FilterMapper2, "no filter mapper");
-    const GUID types[] = {MEDIATYPE_Video, subtype};
-    ComPtr<IEnumMoniker> monikers;
-    Check(mapper->EnumMatchingFilters(monikers.GetAddressOf(), 0, TRUE, MERIT_DO_NOT_USE + 1, TRUE,
-                                      1, types, nullptr, nullptr, FALSE, TRUE, 0, nullptr, nullptr,
-                                      nullptr),
-          "the filter mapper does not answer");
-    std::vector<Candidate> candidates;
-    ComPtr<IMoniker> moniker;
-    while (monikers->Next(1, moniker.ReleaseAndGetAddressOf(), nullptr) == S_OK) {
-        candidates.push_back({FriendlyName(moniker.Get()), moniker});
-    }
-    return candidates;
-}
-
-/// The name that a filter's class is registered with, else what the graph calls it.
-std::string ClassName(IBaseFilter* filter) {
-    CLSID clsid{};
-    wchar_t name[256] = L"";
-    DWORD bytes = sizeof(name);
-    if (FAILED(filter->GetClassID(&clsid)) ||
-        RegGetValueW(HKEY_CLASSES_ROOT, Wide("CLSID\\" + GuidText(clsid)).c_str(), nullptr,
-                     RRF_RT_REG_SZ, nullptr, name, &bytes) != ERROR_SUCCESS) {
-        return FilterName(filter);
-    }
-    return Utf8(name);
-}
 
 void WaitForEnd(const ComPtr<IGraphBuilder>& graph, const std::function<bool()>& goesOn,
                 const std::function<void(HRESULT)>& onRefused) {
@@ -72,21 +33,6 @@ void WaitForEnd(const ComPtr<IGraphBuilder>& graph, const std::function<bool()>&
             throw Failure(ExitCode::kPlatform, "the graph aborted");
         }
     }
-}
-
-std::string CandidateAnswer(const Candidate& candidate, const MediaType& compressed,
-                            const std::string& formatName) {
-    ComPtr<IBaseFilter> filter;
-    const HRESULT created = candidate.moniker->BindToObject(
-        nullptr, nullptr, IID_IBaseFilter, reinterpret_cast<void**>(filter.GetAddressOf()));
-    if (FAILED(created)) {
-        return candidate.name + " cannot be created: " + CreationText(candidate.name, created);
-    }
-    const ComPtr<IPin> input = FindPin(filter.Get(), PINDIR_INPUT);
-    if (input == nullptr || input->QueryAccept(&compressed) != S_OK) {
-        return candidate.name + " refuses the clip's format";
-    }
-    return candidate.name + " takes the clip but does not deliver " + formatName;
 }
 
 }  // namespace
@@ -153,17 +99,6 @@ std::string FilterName(IBaseFilter* filter) {
     return Utf8(info.achName);
 }
 
-std::vector<std::string> FilterNames(IGraphBuilder* graph) {
-    ComPtr<IEnumFilters> filters;
-    Check(graph->EnumFilters(filters.GetAddressOf()), "the graph tells no filters");
-    std::vector<std::string> names;
-    for (ComPtr<IBaseFilter> filter;
-         filters->Next(1, filter.ReleaseAndGetAddressOf(), nullptr) == S_OK;) {
-        names.push_back(ClassName(filter.Get()));
-    }
-    return names;
-}
-
 void RunToEnd(const ComPtr<IGraphBuilder>& graph, const std::function<bool()>& goesOn,
               const std::function<void(HRESULT)>& onRefused) {
     const auto control = Query<IMediaControl>(graph, "the graph cannot be controlled");
@@ -176,23 +111,6 @@ void RunToEnd(const ComPtr<IGraphBuilder>& graph, const std::function<bool()>& g
         throw;
     }
     control->Stop();
-}
-
-void ExplainFailedConnection(const MediaType& compressed, const std::string& formatName,
-                             HRESULT result) {
-    const std::string code = FourCCText(compressed.subtype.Data1);
-    const std::vector<Candidate> candidates = FindCandidates(compressed.subtype);
-    if (candidates.empty()) {
-        throw Failure(ExitCode::kNoDecoder,
-                      "no decoder is registered for \"" + code +
-                          "\"; register one with regsvr32 (see nyxhost list)");
-    }
-    std::string message = "no decoder delivers this \"" + code + "\" clip as " + formatName;
-    for (const Candidate& candidate : candidates) {
-        message += "\n  " + CandidateAnswer(candidate, compressed, formatName);
-    }
-    message += "\n  the graph answered " + ResultText(result);
-    throw Failure(ExitCode::kRefused, message);
 }
 
 }  // namespace nyx::host
