@@ -1,10 +1,30 @@
 #include "graph_tools.h"
 
+#include "console.h"
 #include "interrupt.h"
 #include "text.h"
 
 namespace nyx::host {
 namespace {
+
+/// Warns of a stream that the footage source leaves out, by its number in the file, or ends early,
+/// at a time in milliseconds, while the graph goes on; false for other reasons to stop.
+bool WarnOfStream(HRESULT reason, LONG_PTR where) {
+    switch (reason) {
+        case VFW_E_TYPE_NOT_ACCEPTED:
+            PrintWarning(Format("the pictures change their format after %.3f s and end there",
+                                static_cast<double>(where) / 1000));
+            return true;
+        case VFW_E_UNSUPPORTED_STREAM:
+        case VFW_E_UNSUPPORTED_VIDEO:
+        case VFW_E_UNSUPPORTED_AUDIO:
+            PrintWarning(Format("stream %d of the file is left out: ", static_cast<int>(where)) +
+                         ResultText(reason));
+            return true;
+        default:
+            return false;
+    }
+}
 
 void WaitForEnd(const ComPtr<IGraphBuilder>& graph, const std::function<bool()>& goesOn,
                 const std::function<void(HRESULT)>& onRefused) {
@@ -27,6 +47,9 @@ void WaitForEnd(const ComPtr<IGraphBuilder>& graph, const std::function<bool()>&
         }
         if (code == EC_STREAM_ERROR_STILLPLAYING) {
             onRefused(static_cast<HRESULT>(first));
+        }
+        if (code == EC_STREAM_ERROR_STOPPED && WarnOfStream(static_cast<HRESULT>(first), second)) {
+            continue;
         }
         if (code == EC_ERRORABORT || code == EC_STREAM_ERROR_STOPPED) {
             Check(static_cast<HRESULT>(first), "the graph aborted");
