@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "platform/byte_span.h"
@@ -34,6 +35,9 @@ class FootageFile {
     /// Opens a file once. The failures of failures.h, of reading, or `E_OUTOFMEMORY`; the object
     /// then is good for nothing.
     HRESULT Open(std::unique_ptr<ByteSource> bytes);
+
+    /// Why Open refused a file with that result, in words of ASCII; empty where the result says it.
+    std::string Refusal(HRESULT result) const;
 
     /// What can be delivered, video first; never empty after Open.
     const std::vector<StreamFormat>& streams() const { return streams_; }

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "source/disk_file.h"
+#include "source/load_error.h"
 
 namespace nyx::source {
 
@@ -19,6 +20,9 @@ FootageSource::FootageSource(LPUNKNOWN outer)
 HRESULT STDMETHODCALLTYPE FootageSource::NonDelegatingQueryInterface(REFIID iid, void** object) {
     if (iid == IID_IFileSourceFilter) {
         return GetInterface(static_cast<IFileSourceFilter*>(this), object);
+    }
+    if (iid == IID_ISupportErrorInfo) {
+        return GetInterface(static_cast<ISupportErrorInfo*>(this), object);
     }
     if (iid == IID_IAMFilterMiscFlags) {
         return GetInterface(static_cast<IAMFilterMiscFlags*>(this), object);
@@ -60,7 +64,7 @@ HRESULT FootageSource::OpenFile(const wchar_t* path) {
     auto file = std::make_unique<FootageFile>();
     result = file->Open(std::move(bytes));
     if (FAILED(result)) {
-        return result;
+        return WithReason(result, file->Refusal(result));
     }
     auto readAhead = std::make_unique<ReadAhead>(file.get());
     std::vector<std::unique_ptr<SourcePin>> pins;

@@ -16,6 +16,7 @@ constexpr wchar_t kFootageSourceName[] = L"Nyx Footage Source";
 class FootageSource final : public CBaseFilter,
                             public IFileSourceFilter,
                             public IAMFilterMiscFlags,
+                            public ISupportErrorInfo,
                             public Seekable {
   public:
     /// As the class factory wants it.
@@ -38,6 +39,10 @@ class FootageSource final : public CBaseFilter,
     HRESULT STDMETHODCALLTYPE Load(LPCOLESTR path, const AM_MEDIA_TYPE* type) override;
     /// The name that Load was given, null before.
     HRESULT STDMETHODCALLTYPE GetCurFile(LPOLESTR* path, AM_MEDIA_TYPE* type) override;
+    /// `S_OK` for IFileSourceFilter: when Load refuses a file, the thread's IErrorInfo says why.
+    HRESULT STDMETHODCALLTYPE InterfaceSupportsErrorInfo(REFIID iid) override {
+        return iid == IID_IFileSourceFilter ? S_OK : S_FALSE;
+    }
     ULONG STDMETHODCALLTYPE GetMiscFlags() override { return AM_FILTER_MISC_FLAGS_IS_SOURCE; }
 
     REFERENCE_TIME Duration() override { return file_->duration(); }

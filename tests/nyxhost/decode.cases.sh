@@ -26,6 +26,16 @@ holds "one picture under its name" test "$(ls 'Bilder 図')" = 'Änderung 変-rg
 quiet_ffmpeg -i 'Bilder 図/Änderung 変-rgb24-00001.png' -f rawvideo -pix_fmt bgr24 -vf vflip png.raw
 holds "a PNG holds the sample's pixels" cmp -s png.raw <(tail -c $((722 * 50 * 3)) part.raw)
 
+# Times beyond 2^31 units of 100 ns, and an end before the clip's.
+make_q210 natural 48 16 1/1 222 long
+run 0 decode long.avi --format yuy2 --raw all.raw
+run 0 decode long.avi --format yuy2 --from 3:38 --frames 2 --raw part.raw
+holds "the frames asked for" cmp part.raw <(tail -c $((48 * 16 * 2 * 4)) all.raw | head -c $((48 * 16 * 2 * 2)))
+
+# On a console of 50 columns: a bar as wide as is left, the rate and the time to go.
+said=$(script -qec "stty cols 50; wine '$nyxhost' decode zoneplate-722.avi --raw part.raw" /dev/null </dev/null)
+says "decoding [...........................] 0/2 frames" "/2 frames, " "/s, 0:00 left"
+
 run 0 play zoneplate-722.avi --from 1f --frames 1
 says "filter: Rokka Q210 Decoder"
 

@@ -28,6 +28,9 @@ DV25-525.mov         rgb24 65
 DVCPROHD-720p50.mxf  rgb24 65
 v210-720.avi         rgb24 65
 FILES
+word() { od -A n -t u4 -j "$1" -N 4 sound.wav | tr -d ' '; }
+holds "a WAV file tells its lengths and rates" test "$(word 4) $(word 24) $(word 28) $(word 42)" = \
+    "$(($(stat -c %s sound.wav) - 8)) 48000 192000 $(($(stat -c %s sound.wav) - 46))"
 decoding=
 unset NYX_OPEN_ENGINES
 use_no_engines
