@@ -257,5 +257,64 @@ TEST_F(Source, AFrameThatIsRefusedCostsItselfAndAFailureItsStream) {
     EXPECT_EQ(host.sinks[1]->pin.Last().stop, 280000000);
 }
 
+TEST_F(Source, WhatChangesInTheCourseOfDvIsFollowedOrDoneWithout) {
+    struct Part {
+        const char* file;
+        LONG lines;
+        double frame;  ///< 100-ns units
+        DWORD rate;    ///< of sound
+    };
+    const Part pal = {"dv25.dv", 576, 400000, 48000}, slow = {"dv32.dv", 576, 400000, 32000};
+    const Part ntsc = {"dv525.dv", 480, 1001e4 / 30, 48000};
+    const std::vector<Part> rows[] = {{pal, slow, pal}, {pal, ntsc, pal}, {ntsc, pal}};
+    for (const auto& [row, takes] : {std::pair(0, true), std::pair(0, false), std::pair(1, true),
+                                     std::pair(1, false), std::pair(2, true)}) {
+        SCOPED_TRACE(std::to_string(row) + (takes ? " taken" : " refused"));
+        std::string all, pictures, sound;
+        bool ended = false;
+        for (const Part& part : rows[row]) {
+            const std::string heard = ReadAll(Material(part.file + std::string(".audio")));
+            all += ReadAll(Material(part.file));
+            ended = ended || (!takes && part.lines != rows[row][0].lines);
+            pictures = ended ? pictures : all;
+            const bool silent = !takes && part.rate != 48000;
+            sound += ended ? "" : silent ? std::string(heard.size() / 2 * 3, '\0') : heard;
+        }
+        const FootageHost host(Write(L"changing.dv", all));
+        for (const auto& sink : host.sinks) {
+            sink->pin.accept = [takes = takes](const MediaType&) { return takes ? S_OK : S_FALSE; };
+        }
+        const auto play = [&](std::size_t part, LONG lines) {
+            std::string seen, heard;
+            double at = 0, soundAt = 0, frame = rows[row][part].frame;
+            DWORD rate = lines ? rows[row].back().rate : 48000;
+            for (const Sample& sample : host.Play()) {
+                if (sample.type) {
+                    lines = const_cast<MediaType&>(*sample.type).Header().biHeight;
+                    frame = lines == 576 ? 400000 : 1001e4 / 30;
+                }
+                EXPECT_EQ(sample.bytes.size(), lines == 576 ? 144000u : 120000u);
+                EXPECT_NEAR(double(*sample.start), at, 3);
+                at += frame;
+                seen.append(sample.bytes.begin(), sample.bytes.end());
+            }
+            for (const Sample& run : host.sinks[1]->pin.Samples()) {
+                rate = run.type
+                           ? reinterpret_cast<WAVEFORMATEX*>(run.type->pbFormat)->nSamplesPerSec
+                           : rate;
+                EXPECT_NEAR(double(*run.start), soundAt, 3);
+                soundAt += double(run.bytes.size()) / 4 * 1e7 / rate;
+                heard.append(run.bytes.begin(), run.bytes.end());
+            }
+            EXPECT_TRUE(seen == pictures.substr(pictures.size() - seen.size())) << seen.size();
+            EXPECT_TRUE(heard == sound.substr(sound.size() - heard.size())) << heard.size();
+            return std::pair(seen.size(), heard.size());
+        };
+        EXPECT_EQ(play(0, rows[row][0].lines), std::pair(pictures.size(), sound.size()));
+        EXPECT_EQ(host.graph->Count(EC_STREAM_ERROR_STOPPED), ended);
+        EXPECT_EQ(host.graph->Count(EC_ERRORABORT), 0);
+    }
+}
+
 }  // namespace
 }  // namespace nyx::test
