@@ -347,11 +347,10 @@ void FootageFile::TimeSound(const StreamFormat& stream, Packet* packet) {
     const std::int64_t length = data.size / stream.audio.storedFrame();
     const int found = stream.audio.inDv ? DvSoundRate(length) : 0;
     const int rate = found > 0 ? found : stream.audio.rate;
-    const int before = std::exchange(rates_[packet->stream], rate);
     const AVRational clock = av_make_q(1, rate);
     std::int64_t& next = next_[packet->stream];
-    if (next != AV_NOPTS_VALUE && before != rate) {
-        next = av_rescale(next, rate, before);
+    if (std::exchange(rates_[packet->stream], rate) != rate) {
+        next = AV_NOPTS_VALUE;
     }
     packet->rate = rate;
     const std::int64_t tick = data.pts != AV_NOPTS_VALUE ? data.pts : data.dts;
