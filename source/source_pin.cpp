@@ -92,6 +92,7 @@ HRESULT SourcePin::StartStreaming(FootageFile* file, ReadAhead* packets, std::si
     stream_ = stream;
     segment_ = segment;
     cut_ = cut;
+    reachedCut_ = false;
     discontinuity_ = true;
     position_ = segment.start;
     filledFormat_ = deliveredFormat_;
@@ -123,23 +124,14 @@ void SourcePin::FillSamples() {
         if (result == S_OK && packet.start >= stop_) {
             result = S_FALSE;
         } else if (result == S_OK && packet.start >= cut_) {
-            result = EndAtCut(packet);
+            reachedCut_ = format_.video.has_value();
+            result = S_FALSE;
         } else if (result == S_OK) {
             result = format_.video ? PutPicture(packet) : PutSound(packet);
         }
     }
     packets_->Close(stream_);
     filled_.End(result);
-}
-
-/// Says where the pictures end, of which downstream takes no more; the end of all streams.
-HRESULT SourcePin::EndAtCut(const Packet& packet) {
-    constexpr int kMillisecond = kUnits / 1000;
-    if (format_.video) {
-        m_pFilter->NotifyEvent(EC_STREAM_ERROR_STOPPED, VFW_E_TYPE_NOT_ACCEPTED,
-                               static_cast<LONG_PTR>(packet.start / kMillisecond));
-    }
-    return S_FALSE;
 }
 
 void SourcePin::DeliverSamples() {
@@ -155,6 +147,11 @@ void SourcePin::DeliverSamples() {
     }
     filled_.Close();
     if (!IsQuietEnd(result)) {
+        if (result == S_FALSE && reachedCut_) {
+            constexpr int kMillisecond = kUnits / 1000;
+            m_pFilter->NotifyEvent(EC_STREAM_ERROR_STOPPED, VFW_E_TYPE_NOT_ACCEPTED,
+                                   static_cast<LONG_PTR>(cut_ / kMillisecond));
+        }
         DeliverEndOfStream();
         if (FAILED(result)) {
             m_pFilter->NotifyEvent(EC_ERRORABORT, result, 0);
@@ -287,7 +284,6 @@ HRESULT SourcePin::PutSound(const Packet& packet) {
     std::int64_t first = std::max(begin, FramesBefore(segment_.start, clock));
     while (first < last) {
         const std::int64_t count = std::min(last - first, most);
-        const BYTE* from = packet.bytes().data() + (first - begin) * audio.storedFrame();
         const HRESULT result = PutSample(
             TimeOfTick(first, clock), TimeOfTick(first + count, clock),
             count * audio.deliveredFrame(), [&](BYTE* to) {
@@ -296,7 +292,8 @@ HRESULT SourcePin::PutSound(const Packet& packet) {
                     std::memset(to, 0,
                                 samples * static_cast<std::size_t>(audio.pcm.deliveredBytes));
                 } else {
-                    ConvertPcm(audio.pcm, from, samples, to);
+                    const std::int64_t from = (first - begin) * audio.storedFrame();
+                    ConvertPcm(audio.pcm, packet.bytes().data() + from, samples, to);
                 }
                 return S_OK;
             });

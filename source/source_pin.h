@@ -37,8 +37,9 @@ class SourcePin final : public CBaseOutputPin, public PinSeeking {
     bool Takes(const AVDVProfile& system) const;
 
     /// Begins to deliver what `packets` holds of `stream`, as a new segment that ends at `cut` at
-    /// the latest: what follows has no picture that can be delivered. `E_OUTOFMEMORY` when there
-    /// can be no thread.
+    /// the latest: what follows has pictures that downstream does not take. There the pin of the
+    /// pictures sends EC_STREAM_ERROR_STOPPED with VFW_E_TYPE_NOT_ACCEPTED and the place in the
+    /// file, in milliseconds. `E_OUTOFMEMORY` when there can be no thread.
     HRESULT StartStreaming(FootageFile* file, ReadAhead* packets, std::size_t stream,
                            const Segment& segment, REFERENCE_TIME cut);
     /// Waits until nothing is delivered any more. The packets were cancelled, and downstream was
@@ -57,7 +58,6 @@ class SourcePin final : public CBaseOutputPin, public PinSeeking {
     HRESULT PutSound(const Packet& packet);
     bool Follow(const StreamFormat& format);
     bool IsTaken(const StreamFormat& format) const;
-    HRESULT EndAtCut(const Packet& packet);
     HRESULT FillType(const StreamFormat& format, CMediaType* type) const;
     REFERENCE_TIME InSegment(REFERENCE_TIME time) const;
     template <class Fill>
@@ -76,7 +76,8 @@ class SourcePin final : public CBaseOutputPin, public PinSeeking {
     FootageFile* file_ = nullptr;
     ReadAhead* packets_ = nullptr;
     std::size_t stream_ = 0;
-    REFERENCE_TIME cut_ = 0;
+    REFERENCE_TIME cut_ = 0;   ///< where what can be delivered ends, for all pins
+    bool reachedCut_ = false;  ///< by pictures
     bool discontinuity_ = false;
     SampleQueue filled_;
     Thread filling_;
