@@ -64,7 +64,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         for (int n = 0; n < 1500 && result == S_OK && (result = file.Read(&packet)) == S_OK; ++n) {
             const nyx::source::StreamFormat& stream = file.streams().at(packet.stream);
             nyx::fuzz::Require(packet.start <= packet.stop && packet.stop > from);
-            std::vector<BYTE> copy(packet.bytes().size());
+            std::vector<BYTE> copy(packet.size());
             nyx::fuzz::Require(!stream.video || copy.size() >= stream.video->wholeFrame);
             const HRESULT copied = file.Copy(packet, copy.data());
             nyx::fuzz::Require(copied == S_OK || (copied == E_FAIL && steering.bad > 0));

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include "source/failures.h"
 #include "source/sample_clock.h"
@@ -193,13 +194,33 @@ HRESULT FootageFile::FindStreams() {
         } else if (stream->codecpar->codec_type != AVMEDIA_TYPE_AUDIO ||
                    !DescribeAudio(*stream->codecpar, &format.audio)) {
             continue;
+        } else {
+            format.audio.inDv = IsDvSound(*context_, *stream);
         }
         streams_.push_back(format);
     }
     std::stable_partition(streams_.begin(), streams_.end(),
                           [](const StreamFormat& stream) { return stream.video.has_value(); });
     const bool missing = streams_.empty() || (anyVideo && !streams_.front().video);
+    if (SUCCEEDED(result) && !missing) {
+        FindDvChanges(seen[static_cast<std::size_t>(streams_.front().index)]);
+    }
     return FAILED(result) ? result : missing ? refusal : S_OK;
+}
+
+void FootageFile::FindDvChanges(const Packets& seen) {
+    if (std::strcmp(context_->iformat->name, "dv") != 0 || seen.empty()) {
+        return;
+    }
+    rawDv_.Find(bytes_.get(), seen.front()->pos);
+    if (rawDv_.changes()) {
+        VideoFormat& video = *streams_.front().video;
+        video.largestPacket = static_cast<DWORD>(rawDv_.LongestFrame());
+        video.wholeFrame = static_cast<DWORD>(rawDv_.ShortestFrame());
+        for (StreamFormat& stream : streams_) {
+            stream.duration = rawDv_.Duration(bytes_->Size());
+        }
+    }
 }
 
 REFERENCE_TIME FootageFile::duration() const {
@@ -229,6 +250,8 @@ void FootageFile::SkipUnwanted() {
 
 HRESULT FootageFile::Restart() {
     next_.assign(streams_.size(), AV_NOPTS_VALUE);
+    rates_.assign(streams_.size(), 0);
+    nextFrame_ = 0;
     const HRESULT result = OpenContainer();
     if (FAILED(result)) {
         return result;
@@ -247,6 +270,7 @@ HRESULT FootageFile::Seek(REFERENCE_TIME time) {
     from_ = time;
     checkLanding_ = time > 0;
     next_.assign(streams_.size(), AV_NOPTS_VALUE);
+    rates_.assign(streams_.size(), 0);
     if (!context_) {
         return Restart();  // the last one was cancelled
     }
@@ -257,8 +281,14 @@ HRESULT FootageFile::Seek(REFERENCE_TIME time) {
     // A read that was cancelled looks like the end to the next short way forward.
     input_->eof_reached = 0;
     input_->error = 0;
-    const int error = av_seek_frame(context_.get(), first.index, TickAt(place, first.timeBase),
-                                    AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY);
+    // The container would count frames of one length; it only forgets what it has read.
+    const std::int64_t tick = rawDv_.changes() ? 0 : TickAt(place, first.timeBase);
+    const int error =
+        av_seek_frame(context_.get(), first.index, tick, AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY);
+    if (error >= 0 && rawDv_.changes()) {
+        nextFrame_ = rawDv_.PositionAt(time);
+        avio_seek(input_.get(), nextFrame_, SEEK_SET);
+    }
     return error < 0 ? Restart() : S_OK;
 }
 
@@ -269,13 +299,36 @@ HRESULT FootageFile::ReadRaw(LibavPtr<AVPacket>* packet) {
         return E_OUTOFMEMORY;
     }
     left_ = {};
-    const HRESULT result = ResultOf(av_read_frame(context_.get(), packet->get()));
+    const HRESULT result =
+        ResultOf(rawDv_.changes() ? ReadChangingDv(packet->get())
+                                  : av_read_frame(context_.get(), packet->get()));
     // Behind the last thing that can be made out there is nothing, whatever it is.
     return result == kInvalidFileFormat ? S_FALSE : result;
 }
 
+/// The container reads as many bytes as the frame before had: too many of a shorter one, and takes
+/// a longer one for torn, once.
+int FootageFile::ReadChangingDv(AVPacket* packet) {
+    int error = av_read_frame(context_.get(), packet);
+    if (error < 0 && !cancelled_ && !readFailed_) {
+        avio_seek(input_.get(), nextFrame_, SEEK_SET);
+        error = av_read_frame(context_.get(), packet);
+    }
+    if (error >= 0 && packet->stream_index == streams_.front().index) {
+        nextFrame_ = packet->pos + packet->size;
+        avio_seek(input_.get(), nextFrame_, SEEK_SET);
+    }
+    return error;
+}
+
 void FootageFile::TimePicture(const StreamFormat& stream, Packet* packet) {
     const AVPacket& data = *packet->data;
+    if (rawDv_.changes()) {
+        packet->system = &rawDv_.SystemAt(data.pos);
+        packet->start = rawDv_.StartAt(data.pos);
+        packet->stop = rawDv_.StopAt(data.pos);
+        return;
+    }
     std::int64_t& next = next_[packet->stream];
     std::int64_t tick = data.pts != AV_NOPTS_VALUE ? data.pts : data.dts;
     if (tick == AV_NOPTS_VALUE) {
@@ -290,12 +343,21 @@ void FootageFile::TimePicture(const StreamFormat& stream, Packet* packet) {
 }
 
 void FootageFile::TimeSound(const StreamFormat& stream, Packet* packet) {
-    const AVRational clock = av_make_q(1, stream.audio.rate);
     const AVPacket& data = *packet->data;
     const std::int64_t length = data.size / stream.audio.storedFrame();
+    const int found = stream.audio.inDv ? DvSoundRate(length) : 0;
+    const int rate = found > 0 ? found : stream.audio.rate;
+    const AVRational clock = av_make_q(1, rate);
     std::int64_t& next = next_[packet->stream];
+    if (std::exchange(rates_[packet->stream], rate) != rate) {
+        next = AV_NOPTS_VALUE;
+    }
+    packet->rate = rate;
     const std::int64_t tick = data.pts != AV_NOPTS_VALUE ? data.pts : data.dts;
     std::int64_t first = tick == AV_NOPTS_VALUE ? next : av_rescale_q(tick, stream.timeBase, clock);
+    if (rawDv_.changes()) {
+        first = av_rescale(rawDv_.StartAt(data.pos), rate, kUnits);
+    }
     // A clock of frames or fields tells roughly where sound begins: it follows on what came before,
     // and runs that are longer than a tick count from the file's start.
     const std::int64_t coarse = av_rescale_q(1, stream.timeBase, clock);
@@ -323,22 +385,36 @@ HRESULT FootageFile::FindLeft(Packet* packet) {
     if (left_.count > data.size || left_.end != data.data + data.size) {
         return kInvalidFileFormat;
     }
-    if (streams_[packet->stream].video) {
-        return S_OK;
+    if (!streams_[packet->stream].video) {
+        const HRESULT result = ReadLeft(*packet, data.data + data.size - left_.count);
+        packet->left = 0;
+        return result;
     }
-    const HRESULT result = Copy(*packet, data.data);
-    packet->left = 0;
-    return result;
+    // Only what is there is kept: many frames may be read ahead.
+    const int had = data.size - left_.count;
+    AVBufferRef* kept =
+        av_buffer_allocz(static_cast<std::size_t>(had) + AV_INPUT_BUFFER_PADDING_SIZE);
+    if (!kept) {
+        return E_OUTOFMEMORY;
+    }
+    std::memcpy(kept->data, data.data, static_cast<std::size_t>(had));
+    av_buffer_unref(&data.buf);
+    data.buf = kept;
+    data.data = kept->data;
+    data.size = had;
+    return S_OK;
+}
+
+HRESULT FootageFile::ReadLeft(const Packet& packet, BYTE* to) {
+    const int count = static_cast<int>(packet.left);
+    const int got = count > 0 ? bytes_->Read(packet.leftAt, to, count) : 0;
+    return got == count ? S_OK : got < 0 ? bytes_->failure() : S_FALSE;
 }
 
 HRESULT FootageFile::Copy(const Packet& packet, BYTE* to) {
-    const std::size_t had = packet.bytes().size() - packet.left;
-    if (to != packet.data->data) {
-        std::memcpy(to, packet.data->data, had);
-    }
-    const int count = static_cast<int>(packet.left);
-    const int got = count > 0 ? bytes_->Read(packet.leftAt, to + had, count) : 0;
-    return got == count ? S_OK : got < 0 ? bytes_->failure() : S_FALSE;
+    const std::size_t had = packet.bytes().size();
+    std::memcpy(to, packet.data->data, had);
+    return ReadLeft(packet, to + had);
 }
 
 HRESULT FootageFile::Read(Packet* packet) {
@@ -370,7 +446,7 @@ HRESULT FootageFile::Read(Packet* packet) {
             }
             continue;
         }
-        const bool torn = stream.video && packet->bytes().size() < stream.video->wholeFrame;
+        const bool torn = stream.video && packet->size() < stream.video->wholeFrame;
         if (wanted_[at] && !torn && packet->stop > from_) {
             return S_OK;
         }

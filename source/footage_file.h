@@ -7,6 +7,7 @@
 
 #include "platform/byte_span.h"
 #include "source/byte_source.h"
+#include "source/raw_dv.h"
 #include "source/stream_format.h"
 
 namespace nyx::source {
@@ -16,11 +17,16 @@ struct Packet {
     std::size_t stream = 0;  ///< into FootageFile::streams
     REFERENCE_TIME start = 0;
     REFERENCE_TIME stop = 0;
+    int rate = 0;  ///< of sound, in frames per second; may differ from the stream's
+    const AVDVProfile* system = nullptr;  ///< of a frame of raw DV whose system changes
     LibavPtr<AVPacket> data;
-    std::size_t left = 0;     ///< so many bytes at the end of `data` were left in the file
+    std::size_t left = 0;     ///< so many bytes more were left in the file
     std::int64_t leftAt = 0;  ///< at this place
 
+    /// What is in memory.
     ByteSpan bytes() const { return {data->data, static_cast<std::size_t>(data->size)}; }
+    /// Of the whole packet.
+    std::size_t size() const { return bytes().size() + left; }
 };
 
 /// A file of footage: its streams, described, and their packets in the order of time. Times count
@@ -43,6 +49,9 @@ class FootageFile {
     const std::vector<StreamFormat>& streams() const { return streams_; }
     /// The longest stream's; for one without times or an end nearby, an estimate.
     REFERENCE_TIME duration() const;
+
+    /// Where a file of raw DV changes its system.
+    const RawDv& rawDv() const { return rawDv_; }
 
     /// Leaves out the packets of streams that are not wanted; one entry a stream.
     void Select(const std::vector<bool>& wanted);
@@ -75,7 +84,10 @@ class FootageFile {
     HRESULT Restart();
     void SkipUnwanted();
     HRESULT ReadRaw(LibavPtr<AVPacket>* packet);
+    int ReadChangingDv(AVPacket* packet);
+    void FindDvChanges(const Packets& seen);
     HRESULT FindLeft(Packet* packet);
+    HRESULT ReadLeft(const Packet& packet, BYTE* to);
     void TimePicture(const StreamFormat& stream, Packet* packet);
     void TimeSound(const StreamFormat& stream, Packet* packet);
     HRESULT ResultOf(int error) const;
@@ -96,9 +108,12 @@ class FootageFile {
     std::vector<StreamFormat> streams_;
     std::vector<bool> wanted_;
     std::vector<std::int64_t> next_;  ///< tick, or frame of sound, after a stream's last packet
-    REFERENCE_TIME origin_ = 0;       ///< what the container calls the first picture's time
-    REFERENCE_TIME from_ = 0;         ///< packets that end by then are not delivered
-    bool checkLanding_ = false;       ///< the first picture shows whether a seek went too far
+    std::vector<int> rates_;          ///< of a stream's last packet of sound
+    RawDv rawDv_;
+    std::int64_t nextFrame_ = 0;  ///< the place of one, in raw DV whose system changes
+    REFERENCE_TIME origin_ = 0;   ///< what the container calls the first picture's time
+    REFERENCE_TIME from_ = 0;     ///< packets that end by then are not delivered
+    bool checkLanding_ = false;   ///< the first picture shows whether a seek went too far
 };
 
 }  // namespace nyx::source

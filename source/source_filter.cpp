@@ -159,10 +159,14 @@ HRESULT FootageSource::StartStreaming() {
         return E_OUTOFMEMORY;  // there is no memory, or can be no thread
     }
     StopPins();
+    constexpr REFERENCE_TIME kNever = std::numeric_limits<REFERENCE_TIME>::max();
+    const REFERENCE_TIME cut = file_->rawDv().FirstRefused(
+        segment_.start, kNever,
+        [this](const AVDVProfile& system) { return pins_.front()->Takes(system); });
     HRESULT result = S_OK;
     for (std::size_t i = 0; i < pins_.size() && SUCCEEDED(result); ++i) {
         if (pins_[i]->IsConnected()) {
-            result = pins_[i]->StartStreaming(file_.get(), readAhead_.get(), i, segment_);
+            result = pins_[i]->StartStreaming(file_.get(), readAhead_.get(), i, segment_, cut);
         }
     }
     return result;

@@ -107,12 +107,33 @@ bool Measure(AVStream* stream, VideoFormat* format) {
 }
 
 /// A track of DV frames for the sound in them, which the container takes out.
-bool IsDvSound(const AVStream* stream) {
+bool IsDvTrack(const AVStream* stream) {
     const DWORD tag = stream->codecpar->codec_tag;
     return tag == FourCC("dvca") || tag == FourCC("vdva");
 }
 
 }  // namespace
+
+bool IsSameFormat(const StreamFormat& a, const StreamFormat& b) {
+    return a.video ? a.video->fourcc == b.video->fourcc && a.video->width == b.video->width &&
+                         a.video->height == b.video->height
+                   : a.audio.rate == b.audio.rate;
+}
+
+StreamFormat WithSystem(const StreamFormat& stream, const AVDVProfile& system) {
+    StreamFormat changed = stream;
+    changed.video->fourcc = DvFourCC(system);
+    changed.video->width = system.width;
+    changed.video->height = system.height;
+    changed.video->rate = av_inv_q(system.time_base);
+    return changed;
+}
+
+bool IsDvSound(const AVFormatContext& file, const AVStream& stream) {
+    const std::string_view kind = file.iformat->name;
+    const bool untagged = stream.codecpar->codec_tag == 0;
+    return IsDvTrack(&stream) || kind == "dv" || (kind == "avi" && untagged);
+}
 
 bool CountsFields(const AVFormatContext& file) {
     return std::strcmp(file.iformat->name, "gxf") == 0;
@@ -127,7 +148,7 @@ bool CanStayInFile(const AVFormatContext& file, const StreamFormat& first) {
     const std::string_view kind = file.iformat->name;
     return fourcc == FourCC("Q210") ||
            (fourcc != FourCC("QMIC") && (kind == kMov || kind == kMxf) &&
-            std::none_of(file.streams, file.streams + file.nb_streams, IsDvSound));
+            std::none_of(file.streams, file.streams + file.nb_streams, IsDvTrack));
 }
 
 std::size_t FramesToSee(const AVCodecParameters& parameters) {
@@ -179,7 +200,7 @@ bool DescribeAudio(const AVCodecParameters& parameters, AudioFormat* format) {
         parameters.sample_rate <= 0 || parameters.sample_rate > kMostSamples) {
         return false;
     }
-    *format = {*pcm, parameters.sample_rate, layout.nb_channels, 0};
+    *format = {*pcm, parameters.sample_rate, layout.nb_channels, 0, false};
     if (layout.order == AV_CHANNEL_ORDER_NATIVE && layout.u.mask >> 18 == 0) {
         format->channelMask = static_cast<DWORD>(layout.u.mask);
     } else if (layout.nb_channels <= 2) {

@@ -28,6 +28,7 @@ struct AudioFormat {
     int rate = 0;  ///< frames per second
     int channels = 0;
     DWORD channelMask = 0;  ///< as in WAVEFORMATEXTENSIBLE, 0 when not known
+    bool inDv = false;      ///< taken out of frames of DV, whose rate may change
 
     int storedFrame() const { return pcm.storedBytes * channels; }
     int deliveredFrame() const { return pcm.deliveredBytes * channels; }
@@ -42,6 +43,13 @@ struct StreamFormat {
     AudioFormat audio;  ///< of a stream without video
 };
 
+/// Whether what may change in the course of a stream is the same: the system of DV, the rate of
+/// sound.
+bool IsSameFormat(const StreamFormat& a, const StreamFormat& b);
+
+/// A video stream as it goes on in another system of DV.
+StreamFormat WithSystem(const StreamFormat& stream, const AVDVProfile& system);
+
 using Packets = std::vector<LibavPtr<AVPacket>>;
 
 /// How many frames of a stream must be seen before it can be described.
@@ -52,6 +60,9 @@ std::size_t FramesToSee(const AVCodecParameters& parameters);
 /// without a decoder: predicted pictures, no size, an unknown kind of DV.
 HRESULT DescribeVideo(AVFormatContext* file, AVStream* stream, const Packets& seen,
                       VideoFormat* format);
+
+/// True for a stream of sound that the container takes out of frames of DV.
+bool IsDvSound(const AVFormatContext& file, const AVStream& stream);
 
 /// Describes an audio stream; false when it is not uncompressed sound with sensible numbers.
 bool DescribeAudio(const AVCodecParameters& parameters, AudioFormat* format);

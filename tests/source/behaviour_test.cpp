@@ -6,6 +6,7 @@
 #include <random>
 
 #include "tests/source/footage_host.h"
+#include "tests/support/leaks.h"
 #include "tests/support/settings.h"
 #include "tests/support/watchdog.h"
 
@@ -115,6 +116,39 @@ TEST_F(Source, AFileMayGrowShrinkGoAndFailWhileItIsPlayed) {
     }
 }
 
+TEST_F(Source, UnloadsAfterPlayingAndKeepsNothing) {
+    const std::wstring path = folder.PathOf(L"copied.dll");
+    ASSERT_TRUE(CopyFileW(ModulePath().c_str(), path.c_str(), TRUE));
+    ExpectNothingKept([&] {
+        const LoadedModule module(path);
+        EXPECT_EQ(FootageHost(Material("dv25.avi"), module).Play().size(), 50u);
+        EXPECT_EQ(module.CanUnloadNow(), S_OK);
+    });
+    EXPECT_EQ(GetModuleHandleW(path.c_str()), nullptr);
+}
+
+TEST_F(Source, AStreamThatEndsEarlyEndsBeforeAnyOtherIsDelivered) {
+    std::string all;
+    for (int i = 0; i < 15; ++i) {  // more than is read ahead
+        all += ReadAll(Material("dv25.dv"));
+    }
+    for (std::size_t at = 4323; at < 3600000;
+         at += 144000) {  // a second of four channels: 32 kHz, 12 bits
+        all[at + 4] = 0x11;
+    }
+    const FootageHost host(Write(L"long.dv", all));
+    ASSERT_EQ(host.pins.size(), 3u);
+    for (const auto& sink : host.sinks) {
+        sink->pin.onReceive = [&](IMediaSample*) {
+            WaitFor([&] { return host.sinks[2]->pin.Seen().endOfStream > 0; });
+            return S_OK;
+        };
+    }
+    EXPECT_EQ(host.Seek(20000000, 40000000), S_OK);
+    EXPECT_EQ(host.Play().size(), 50u);
+    EXPECT_EQ(host.sinks[2]->pin.Count(), 0u);
+}
+
 TEST_F(Source, SeekingAnswersAsHostsExpect) {
     constexpr LONGLONG kNone = 8, kTo = 9, kBy = 10, kFor = 11;  // and AM_SEEKING_ReturnTime
     constexpr LONGLONG kAll = 20000000;
@@ -124,6 +158,8 @@ TEST_F(Source, SeekingAnswersAsHostsExpect) {
         {400000, kBy, 800000, kFor, S_OK, 400000, 1200000},
         {-100000, kBy, -200000, kBy, S_OK, 300000, 1000000},
         {7, kNone, 2000000, kTo, S_OK, 300000, 2000000},
+        {0, kTo | AM_SEEKING_Segment, 0, kNone, E_NOTIMPL, 300000, 2000000},
+        {0, kTo | AM_SEEKING_NoFlush, 0, kNone, E_NOTIMPL, 300000, 2000000},
     };
     const FootageHost host(Material("dv25.avi"));
     const GUID frame = TIME_FORMAT_FRAME, field = TIME_FORMAT_FIELD;
@@ -255,6 +291,66 @@ TEST_F(Source, AFrameThatIsRefusedCostsItselfAndAFailureItsStream) {
     EXPECT_EQ(host.Play().size(), 1u);
     EXPECT_EQ(host.graph->Count(EC_ERRORABORT), 1);
     EXPECT_EQ(host.sinks[1]->pin.Last().stop, 280000000);
+}
+
+TEST_F(Source, WhatChangesInTheCourseOfDvIsFollowedOrDoneWithout) {
+    struct Part {
+        const char* file;
+        std::size_t frameBytes;
+        int rate;  ///< of sound
+    };
+    const Part pal = {"dv25.dv", 144000, 48000}, slow = {"dv32.dv", 144000, 32000};
+    const Part ntsc = {"dv525.dv", 120000, 48000};
+    const std::vector<Part> rows[] = {{pal, slow, pal}, {pal, ntsc, pal}, {ntsc, pal}};
+    for (const auto& [row, takes] : {std::pair(0, true), std::pair(0, false), std::pair(1, true),
+                                     std::pair(1, false), std::pair(2, true)}) {
+        SCOPED_TRACE(std::to_string(row) + (takes ? " taken" : " refused"));
+        std::string all, pictures, sound;
+        bool ended = false;
+        for (const Part& part : rows[row]) {
+            const std::string heard = ReadAll(Material(part.file + std::string(".audio")));
+            all += ReadAll(Material(part.file));
+            ended = ended || (!takes && part.frameBytes != rows[row][0].frameBytes);
+            pictures = ended ? pictures : all;
+            const bool silent = !takes && part.rate != 48000;
+            sound += ended ? "" : silent ? std::string(heard.size() / 2 * 3, '\0') : heard;
+        }
+        const FootageHost host(Write(L"changing.dv", all));
+        for (const auto& sink : host.sinks) {
+            sink->pin.accept = [takes = takes](const auto&) { return takes ? S_OK : S_FALSE; };
+        }
+        const auto play = [&](LONGLONG from, LONGLONG to) {
+            auto seen = std::pair<std::string, std::string>();
+            EXPECT_EQ(host.Seek(from, to), S_OK);
+            MediaType type = ConnectionType(host.pins[0]), soundType = ConnectionType(host.pins[1]);
+            LONGLONG at = 0;
+            for (const Sample& sample : host.Play()) {
+                type = sample.type.value_or(type);
+                EXPECT_EQ(type.Header().biHeight, sample.bytes.size() == 144000 ? 576 : 480);
+                EXPECT_NEAR(double(*sample.stop - at), double(type.Info().AvgTimePerFrame), 2);
+                EXPECT_NEAR(double(*sample.start - std::exchange(at, *sample.stop)), 0, 1);
+                seen.first.append(sample.bytes.begin(), sample.bytes.end());
+            }
+            double time = 0;
+            for (const Sample& run : host.sinks[1]->pin.Samples()) {
+                soundType = run.type.value_or(soundType);
+                const auto& wave = *reinterpret_cast<const WAVEFORMATEX*>(soundType.pbFormat);
+                EXPECT_NEAR(double(*run.start), time, 3);
+                time += double(run.bytes.size()) * 1e7 / wave.nAvgBytesPerSec;
+                seen.second.append(run.bytes.begin(), run.bytes.end());
+            }
+            return seen;
+        };
+        LONGLONG end = 0;
+        EXPECT_EQ(As<IMediaSeeking>(host.pins[0])->GetDuration(&end), S_OK);
+        EXPECT_TRUE(play(0, end) == std::pair(pictures, sound));
+        EXPECT_TRUE(play(end - 10000000, end) ==
+                    std::pair(all.substr(all.size() - 3600000),
+                              ReadAll(Material("dv25.dv.audio")).substr(192000)));
+        EXPECT_EQ(
+            host.graph->Seen(),
+            (std::vector<Graph::Event>(ended, {EC_STREAM_ERROR_STOPPED, VFW_E_TYPE_NOT_ACCEPTED})));
+    }
 }
 
 }  // namespace

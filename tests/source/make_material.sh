@@ -41,6 +41,11 @@ clip dv25.avi 720x576 25 2 yuv420p 2 s16le s16le "${hd[@]}"
 LC_ALL=C sed -i s/vprp/JUNK/ dv25.avi # the aspect then stands in the frames alone
 clip dv25.mov 720x480 $ntsc 2 yuv411p 2 s16be s16le "${dv[@]}"
 clip dv25.dv 720x576 25 2 yuv420p 2 s16le s16le "${dv[@]}"
+# The same with sound of another rate, and of the other system.
+run -i dv25.dv -t 0.6 -c:v copy -ar 32000 dv32.dv
+run -i dv25.mov -t 1.001 -c:v copy -c:a pcm_s16le dv525.dv
+list dv32.dv s16le
+list dv525.dv s16le
 # Of type 1: the stream carries its own sound, and no pcm beside it.
 run -i dv25.dv -map 0:v -c copy -tag:v dvsd type1.avi
 LC_ALL=C sed -i '0,/vids/s//iavs/' type1.avi

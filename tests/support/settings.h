@@ -53,9 +53,16 @@ struct TemporaryFolder {
                (L"nyx-" + name + L"-" + std::to_wstring(GetCurrentProcessId()))) {
         std::filesystem::create_directory(path);
     }
+    /// A file that is still open is a failure; remove_all would try it for hours.
     ~TemporaryFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
+        using Entries = std::filesystem::recursive_directory_iterator;
+        std::vector<std::filesystem::path> all(begin(Entries(path)), end(Entries()));
+        all.insert(all.begin(), path);
+        std::error_code error;
+        for (auto one = all.rbegin(); one != all.rend(); ++one) {
+            std::filesystem::remove(*one, error);
+        }
+        EXPECT_FALSE(error) << "a file in it is open: " << path;
     }
 
     /// The full path of a file in it.
