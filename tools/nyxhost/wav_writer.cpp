@@ -1,6 +1,7 @@
 #include "wav_writer.h"
 
 #include <climits>
+#include <vector>
 
 #include "failure.h"
 #include "graph_tools.h"
@@ -14,6 +15,9 @@ WavWriter::WavWriter(const std::string& path, const MediaType& type)
     if (file_ == nullptr) {
         throw Failure(ExitCode::kOutput, "cannot create " + path);
     }
+    const auto& wave = *reinterpret_cast<const WAVEFORMATEX*>(type.pbFormat);
+    rate_ = wave.nSamplesPerSec;
+    frameBytes_ = wave.nBlockAlign;
     riff_.fccType = mmioFOURCC('W', 'A', 'V', 'E');
     Done(mmioCreateChunk(file_, &riff_, MMIO_CREATERIFF));
     MMCKINFO format{};
@@ -41,9 +45,28 @@ void WavWriter::Done(MMRESULT result) {
 }
 
 void WavWriter::Write(IMediaSample& sample) {
+    if (bytes_ == 0) {
+        WriteSilence(sample);
+    }
+    Append(reinterpret_cast<const char*>(DataOf(sample)), sample.GetActualDataLength());
+}
+
+void WavWriter::WriteSilence(IMediaSample& sample) {
+    REFERENCE_TIME start = 0;
+    REFERENCE_TIME stop = 0;
+    if (FAILED(sample.GetTime(&start, &stop)) || start <= 0) {
+        return;
+    }
+    constexpr LONGLONG kUnitsPerSecond = 10000000;
+    const std::vector<char> frame(frameBytes_);
+    for (LONGLONG left = (start * rate_ + kUnitsPerSecond / 2) / kUnitsPerSecond; left > 0;
+         --left) {
+        Append(frame.data(), static_cast<LONG>(frame.size()));
+    }
+}
+
+void WavWriter::Append(const char* data, LONG size) {
     constexpr LONG kMost = LONG_MAX - 4096;  // with the headers
-    const auto* data = reinterpret_cast<const char*>(DataOf(sample));
-    const LONG size = sample.GetActualDataLength();
     if (size > kMost - bytes_) {
         throw Failure(ExitCode::kTooLarge, path_ + " would reach 2^31 bytes");
     }

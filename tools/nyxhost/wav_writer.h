@@ -20,7 +20,8 @@ class WavWriter {
     WavWriter(const WavWriter&) = delete;
     WavWriter& operator=(const WavWriter&) = delete;
 
-    /// Appends the bytes of a sample. Failure kOutput, kTooLarge when the file would reach 2^31
+    /// Appends the bytes of a sample, to the first one's start in silence: the file is in step with
+    /// the clip. Failure kOutput, kTooLarge when the file would reach 2^31
     /// bytes.
     void Write(IMediaSample& sample);
 
@@ -28,12 +29,16 @@ class WavWriter {
     void Finish();
 
   private:
+    void WriteSilence(IMediaSample& sample);
+    void Append(const char* data, LONG size);
     void Done(MMRESULT result);
 
     std::string path_;
     HMMIO file_;
     MMCKINFO riff_{};
     MMCKINFO data_{};
+    LONGLONG rate_ = 0;           ///< frames of sound in a second
+    std::size_t frameBytes_ = 0;  ///< of one of them
     LONG bytes_ = 0;
 };
 
