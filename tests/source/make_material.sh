@@ -15,7 +15,7 @@ list() { # CLIP PCM
     awk -F '[:,/] *' '/^#tb/ { num = $2; den = $3 } /^0,/ && $5 > 0 {
         if (first == "") first = $2
         print int(($2 - first) * num * 10000000 / den), $5 }' "$1.crc" >"$1.video"
-    [ "$2" = none ] || run -i "$1" -map 0:a -c:a "pcm_$2" -f "$2" "$1.audio"
+    [ "$2" = none ] || run -i "$1" -map 0:a:0 -c:a "pcm_$2" -f "$2" "$1.audio"
 }
 
 # clip FILE SIZE RATE SECONDS PIXELS CHANNELS STORED-PCM DELIVERED-PCM ENCODER-OPTION...
@@ -56,7 +56,7 @@ clip mpeg.gxf 720x576 25 2 yuv422p 1 s16le s16le "${intra[@]}" -b:v 8000k
 clip v210.mov 192x64 24 2 yuv422p10le 1 s8 s16le -c:v v210
 # Frames of well more than a MiB, which are left in the file until there is a sample for them, and more
 # than 2^31 bits a second.
-clip v210.avi 210x1800 60000/251 0.0625 yuv422p10le 1 u8 s16le -c:v v210
+clip v210.avi 210x1800 240 0.0625 yuv422p10le 1 u8 s16le -c:v v210
 clip tagged.avi 96x64 25 1 yuv422p10le 1 none none -c:v v210 -bsf:v setts=time_base=1/50 # two ticks a frame
 LC_ALL=C sed -i s/v210/Q210/g tagged.avi
 clip mpeg.mxf 720x576 25 1 yuv422p 1 s16le s16le "${intra[@]}" -q:v 3
@@ -66,10 +66,19 @@ run -itsoffset 0.5 -i dv50.mov -i dv25.avi -map 0:v -map 1:a -map 1:a -c copy -c
 list late.mov s16le
 # The first picture twice, the second time without bytes.
 run -i dv25.avi -c copy -bsf:v "setts=ts=TS+gt(N\\,0)" gap.avi
-run -f lavfi -i testsrc2=size=48x16 -t 1 -c:v v210 -movflags frag_keyframe+empty_moov fragments.mov
-# More than 4 GiB with a frame at each end, and what takes a while to open.
-head -c 144000 dv25.dv >big.dv
-tail -c 144000 dv25.dv | dd bs=144000 seek=29999 of=big.dv status=none
+run -f lavfi -i testsrc2=size=48x16 -t 1 -pix_fmt yuv422p10le -c:v v210 \
+    -movflags frag_keyframe+empty_moov+default_base_moof+skip_trailer fragments.mov
+list fragments.mov none
+# 4 GiB of nothing before the last fragment.
+last=$(LC_ALL=C grep -abo moof fragments.mov | tail -n 1)
+last=$((${last%%:*} - 4))
+{
+    head -c "$last" fragments.mov
+    printf '\0\0\0\1free\0\0\0\1\0\0\0\20'
+} >big.mov
+truncate -s +4G big.mov
+tail -c +$((last + 1)) fragments.mov >>big.mov
+# Takes a while to open.
 cp mpeg.m2v slow.m2v
 truncate -s 200M slow.m2v
 # And what is refused.
