@@ -15,7 +15,8 @@ CUnknown* CALLBACK FootageSource::Create(LPUNKNOWN outer, HRESULT*) {
 }
 
 FootageSource::FootageSource(LPUNKNOWN outer)
-    : CBaseFilter(NAME("Footage source"), outer, &lock_, kFootageSourceClass) {}
+    : CBaseFilter(NAME("Footage source"), outer, &lock_, kFootageSourceClass),
+      progress_(GetOwner()) {}
 
 HRESULT STDMETHODCALLTYPE FootageSource::NonDelegatingQueryInterface(REFIID iid, void** object) {
     if (iid == IID_IFileSourceFilter) {
@@ -23,6 +24,9 @@ HRESULT STDMETHODCALLTYPE FootageSource::NonDelegatingQueryInterface(REFIID iid,
     }
     if (iid == IID_ISupportErrorInfo) {
         return GetInterface(static_cast<ISupportErrorInfo*>(this), object);
+    }
+    if (iid == IID_IAMOpenProgress) {
+        return GetInterface(static_cast<IAMOpenProgress*>(&progress_), object);
     }
     if (iid == IID_IAMFilterMiscFlags) {
         return GetInterface(static_cast<IAMFilterMiscFlags*>(this), object);
@@ -47,7 +51,9 @@ HRESULT STDMETHODCALLTYPE FootageSource::Load(LPCOLESTR path, const AM_MEDIA_TYP
         return E_UNEXPECTED;
     }
     try {
-        return OpenFile(path);
+        const HRESULT result = OpenFile(path);
+        ReportLeftOut();
+        return result;
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
     }
@@ -62,7 +68,7 @@ HRESULT FootageSource::OpenFile(const wchar_t* path) {
         return result;
     }
     auto file = std::make_unique<FootageFile>();
-    result = file->Open(std::move(bytes));
+    result = progress_.Open(file.get(), std::move(bytes));
     if (FAILED(result)) {
         return WithReason(result, file->Refusal(result));
     }
@@ -89,6 +95,19 @@ HRESULT FootageSource::OpenFile(const wchar_t* path) {
     segment_ = {0, file_->duration(), 1.0};
     IncrementPinVersion();
     return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE FootageSource::JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) {
+    CAutoLock lock(&lock_);
+    const HRESULT result = CBaseFilter::JoinFilterGraph(graph, name);
+    ReportLeftOut();
+    return result;
+}
+
+void FootageSource::ReportLeftOut() {
+    for (const LeftOut& stream : file_&& m_pGraph ? file_->leftOut() : std::vector<LeftOut>()) {
+        NotifyEvent(EC_STREAM_ERROR_STOPPED, stream.reason, stream.index);
+    }
 }
 
 HRESULT STDMETHODCALLTYPE FootageSource::GetCurFile(LPOLESTR* path, AM_MEDIA_TYPE* type) {

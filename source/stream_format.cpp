@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <numeric>
 #include <string_view>
 
 #include "platform/fourcc.h"
 #include "source/failures.h"
+#include "source/sample_clock.h"
 
 namespace nyx::source {
 namespace {
@@ -73,6 +75,24 @@ AVRational AspectOf(int width, int height, AVRational pixel) {
     return aspect;
 }
 
+/// The rate of the pictures in AVI, by the ticks at which they begin: the clock may be a multiple
+/// of it. Nothing without an index of some of them.
+AVRational RateOfTicks(AVStream* stream) {
+    constexpr int kFewest = 4;
+    const int count = avformat_index_get_entries_count(stream);
+    std::int64_t ticks = 0;  // between any two pictures, a multiple of so many
+    for (int i = 1; i < count && ticks != 1; ++i) {
+        ticks = std::gcd(ticks, Difference(avformat_index_get_entry(stream, i)->timestamp,
+                                           avformat_index_get_entry(stream, i - 1)->timestamp));
+    }
+    AVRational rate{};
+    if (count >= kFewest && ticks > 0) {
+        av_reduce(&rate.num, &rate.den, stream->time_base.den, stream->time_base.num * ticks,
+                  INT32_MAX);
+    }
+    return rate;
+}
+
 /// The longest packet that the container's index names, 0 without one for all frames.
 std::int64_t LongestIndexed(AVStream* stream, AVRational rate) {
     const int count = avformat_index_get_entries_count(stream);
@@ -102,7 +122,7 @@ bool Measure(AVStream* stream, VideoFormat* format) {
         longest = std::int64_t{format->width} * format->height * 4 + 4096;
     }
     format->largestPacket = static_cast<DWORD>(std::min(longest, kMostBytes));
-    format->bitRate = static_cast<DWORD>(std::clamp<std::int64_t>(bits, 0, INT32_MAX));
+    format->bitRate = static_cast<DWORD>(std::clamp<std::int64_t>(bits, 0, UINT32_MAX));
     return longest <= kMostBytes;
 }
 
@@ -135,12 +155,20 @@ bool IsDvSound(const AVFormatContext& file, const AVStream& stream) {
     return IsDvTrack(&stream) || kind == "dv" || (kind == "avi" && untagged);
 }
 
+bool IsRawDv(const AVFormatContext& file) {
+    return std::strcmp(file.iformat->name, "dv") == 0;
+}
+
+bool IsAvi(const AVFormatContext& file) {
+    return std::strcmp(file.iformat->name, "avi") == 0;
+}
+
 bool CountsFields(const AVFormatContext& file) {
     return std::strcmp(file.iformat->name, "gxf") == 0;
 }
 
 bool CountsTicks(const AVFormatContext& file) {
-    return CountsFields(file) || std::strcmp(file.iformat->name, "avi") == 0;
+    return CountsFields(file) || IsAvi(file);
 }
 
 bool CanStayInFile(const AVFormatContext& file, const StreamFormat& first) {
@@ -170,10 +198,15 @@ HRESULT DescribeVideo(AVFormatContext* file, AVStream* stream, const Packets& se
     format->aspect = AspectOf(parameters.width, parameters.height,
                               av_guess_sample_aspect_ratio(file, stream, nullptr));
     format->fields = parameters.field_order;
-    if ((FramesToSee(parameters) > 0 && seen.empty()) ||
-        (coding == Coding::kDv && !DescribeDv(*seen.front(), format)) ||
+    if (FramesToSee(parameters) > 0 && seen.empty()) {
+        return kInvalidFileFormat;
+    }
+    if ((coding == Coding::kDv && !DescribeDv(*seen.front(), format)) ||
         (coding == Coding::kMpeg2 && !DescribeMpeg(seen, format))) {
         return kUnsupportedVideo;
+    }
+    if (IsAvi(*file) && !IsSet(format->rate)) {
+        format->rate = RateOfTicks(stream);
     }
     format->rate = IsSet(format->rate) ? format->rate : stream->r_frame_rate;
     format->bitCount = format->fourcc == FourCC("Q210") ? 20 : 24;

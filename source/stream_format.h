@@ -38,6 +38,7 @@ struct AudioFormat {
 struct StreamFormat {
     int index = 0;  ///< in the file
     AVRational timeBase{};
+    REFERENCE_TIME start = 0;  ///< of its first packet, as the container counts
     REFERENCE_TIME duration = 0;
     std::optional<VideoFormat> video;
     AudioFormat audio;  ///< of a stream without video
@@ -66,6 +67,12 @@ bool IsDvSound(const AVFormatContext& file, const AVStream& stream);
 
 /// Describes an audio stream; false when it is not uncompressed sound with sensible numbers.
 bool DescribeAudio(const AVCodecParameters& parameters, AudioFormat* format);
+
+/// True for a file of nothing but DV frames.
+bool IsRawDv(const AVFormatContext& file);
+
+/// True for AVI, where a picture that is shown once more takes a tick and no bytes.
+bool IsAvi(const AVFormatContext& file);
 
 /// True for a container that counts fields.
 bool CountsFields(const AVFormatContext& file);

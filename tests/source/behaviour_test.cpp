@@ -10,6 +10,9 @@
 #include "tests/support/settings.h"
 #include "tests/support/watchdog.h"
 
+__CRT_UUID_DECL(IAMOpenProgress, 0x8e1c39a1, 0xde53, 0x11cf, 0xaa, 0x63, 0x00, 0x80, 0xc7, 0x44,
+                0x52, 0x8d)
+
 namespace nyx::test {
 namespace {
 
@@ -27,6 +30,13 @@ class Source : public ComTest {
         const std::string all = ReadAll(Material(name));
         return Write(L"cut", all.substr(0, static_cast<std::size_t>(double(all.size()) * part)));
     }
+    /// A clip whose table has so many rows, as it says.
+    std::wstring Claim(const std::string& name, const char* table, unsigned rows) const {
+        std::string all = ReadAll(Material(name));
+        rows = __builtin_bswap32(rows);
+        all.replace(all.find(table) + 8, 4, reinterpret_cast<const char*>(&rows), 4);
+        return Write(std::wstring(table, table + 4), all);
+    }
 };
 
 TEST_F(Source, WhatCannotBePlayedIsRefusedAndChangesNothing) {
@@ -36,7 +46,11 @@ TEST_F(Source, WhatCannotBePlayedIsRefusedAndChangesNothing) {
         {folder.path.wstring(), HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED)},
         {Write(L"empty.mxf", ""), VFW_E_UNKNOWN_FILE_TYPE},
         {Write(L"garbage.avi", std::string(100000, 'G')), VFW_E_UNKNOWN_FILE_TYPE},
+        {L"NUL", HRESULT_FROM_WIN32(ERROR_NOT_SUPPORTED)},
         {Cut("dv25.mov", 0.6), VFW_E_INVALID_FILE_FORMAT},
+        {Cut("dv25.dv", 0.0005), VFW_E_INVALID_FILE_FORMAT},
+        {Claim("dv25.mov", "stco", 0x1FFFFFF0), VFW_E_INVALID_FILE_FORMAT},
+        {Claim("fragments.mov", "trun", 0xFFFFFF), VFW_E_INVALID_FILE_FORMAT},
         {Material("other.avi"), VFW_E_UNSUPPORTED_STREAM},
         {Material("long.mxf"), VFW_E_UNSUPPORTED_VIDEO},
     };
@@ -73,7 +87,7 @@ TEST_F(Source, ATornRecordingPlaysToItsLastWholeFrame) {
     for (const char* clip : {"dv25.avi", "dv25.dv", "d10.mxf", "mpeg.gxf", "v210.avi"}) {
         SCOPED_TRACE(clip);
         const auto all = FootageHost(Material(clip)).Play();
-        const FootageHost host(Cut(clip, 0.6));
+        const FootageHost host(Cut(clip, 0.61));
         const auto torn = host.Play();
         ASSERT_TRUE(torn.size() >= all.size() / 2 && torn.size() < all.size());
         EXPECT_TRUE(std::equal(torn.begin(), torn.end(), all.begin(), [](auto& a, auto& b) {
@@ -88,6 +102,66 @@ TEST_F(Source, ATornRecordingPlaysToItsLastWholeFrame) {
     half.replace(chunk + 4, 4, {'\0', '\0', '\1', '\0'});
     half.replace(chunk + 8 + 0x10000, 8, {'J', 'U', 'N', 'K', '\x78', '\x32', '\1', '\0'});
     EXPECT_EQ(FootageHost(Write(L"half.avi", half)).Play().size(), 49u);
+}
+
+TEST_F(Source, APictureWithoutBytesIsTheOneBeforeOnceMore) {
+    std::string clip = ReadAll(Material("gap.avi"));
+    clip.replace(clip.rfind("00dc", clip.rfind("idx1")) + 4, 4, 4, '\0');
+    const FootageHost host(Write(L"gap.avi", clip));
+    const auto all = host.Play();
+    ASSERT_EQ(all.size(), 51u);
+    for (std::size_t i = 1; i < all.size(); ++i) {
+        EXPECT_EQ(all[i].start, static_cast<LONGLONG>(i) * 400000);
+        EXPECT_EQ(all[i].bytes == all[i - 1].bytes, i == 1 || i == 50) << i;
+    }
+    EXPECT_EQ(host.Seek(400000, 800000), S_OK);
+    const auto second = host.Play();
+    EXPECT_TRUE(second.size() == 1 && second[0].bytes == all[0].bytes && second[0].start == 0);
+}
+
+TEST_F(Source, TimeCountsFromTheEarliestStreamAndWhatIsLeftOutIsReported) {
+    const FootageHost host(Material("late.mov"));
+    EXPECT_EQ(host.graph->Count(EC_STREAM_ERROR_STOPPED), 1);
+    ASSERT_EQ(host.pins.size(), 2u);
+    const std::string sound = ReadAll(Material("late.mov.audio"));
+    for (const LONGLONG from : {0, 4000000, 7000000}) {
+        EXPECT_EQ(host.Seek(from, 20000000), S_OK);
+        const auto played = host.Play();
+        EXPECT_EQ(played.at(0).start, std::max<LONGLONG>(5000000 - from, 0));
+        std::string heard;
+        for (const Sample& run : host.sinks[1]->pin.Samples()) {
+            heard.append(run.bytes.begin(), run.bytes.end());
+        }
+        EXPECT_TRUE(heard == sound.substr(static_cast<std::size_t>(from / 625 * 12))) << from;
+    }
+    LONGLONG length = 0;
+    EXPECT_EQ(As<IMediaSeeking>(host.pins[0])->GetDuration(&length), S_OK);
+    EXPECT_EQ(length, 20000000);
+}
+
+TEST_F(Source, PlaysWhatLiesBehindFourGiB) {
+    const FootageHost host(Material("big.mov"));
+    EXPECT_EQ(host.Seek(9200000, 10000000), S_OK);
+    std::string bytes;
+    for (const Sample& frame : host.Play()) {
+        bytes.append(frame.bytes.begin(), frame.bytes.end());
+    }
+    EXPECT_TRUE(bytes == ReadAll(Material("fragments.mov.bytes")).substr(23 * 2048));
+}
+
+TEST_F(Source, OpeningCanBeEnded) {
+    const auto filter = Module().Create(kFootageSource);
+    const auto file = As<IFileSourceFilter>(filter);
+    const auto progress = As<IAMOpenProgress>(filter);
+    LONGLONG size = 0, done = 0;
+    EXPECT_EQ(progress->QueryProgress(&size, &done), VFW_E_WRONG_STATE);
+    auto loaded = std::async(std::launch::async,
+                             [&] { return file->Load(Material("slow.m2v").c_str(), nullptr); });
+    WaitFor([&] { return progress->AbortOperation() == S_OK; });
+    EXPECT_EQ(loaded.get(), E_ABORT);
+    EXPECT_EQ(file->Load(Material("tagged.avi").c_str(), nullptr), S_OK);
+    EXPECT_EQ(progress->QueryProgress(&size, &done) | progress->AbortOperation(), S_FALSE);
+    EXPECT_TRUE(size == done && size > 0);
 }
 
 TEST_F(Source, AFileMayGrowShrinkGoAndFailWhileItIsPlayed) {

@@ -30,6 +30,9 @@ class ChunkBytes {
 }  // namespace
 
 WavWriter::WavWriter(const std::string& path, const MediaType& type) : file_(path) {
+    const auto& wave = *reinterpret_cast<const WAVEFORMATEX*>(type.pbFormat);
+    rate_ = wave.nSamplesPerSec;
+    frameBytes_ = wave.nBlockAlign;
     ChunkBytes head;  // the lengths of the whole and of the sound follow at the end
     head.AddHead("RIFF", 0);
     head.Add("WAVE", 4);
@@ -42,7 +45,24 @@ WavWriter::WavWriter(const std::string& path, const MediaType& type) : file_(pat
 }
 
 void WavWriter::Write(IMediaSample& sample) {
+    if (bytes_ == 0) {
+        WriteSilence(sample);
+    }
     Append(DataOf(sample), static_cast<DWORD>(sample.GetActualDataLength()));
+}
+
+void WavWriter::WriteSilence(IMediaSample& sample) {
+    REFERENCE_TIME start = 0;
+    REFERENCE_TIME stop = 0;
+    if (FAILED(sample.GetTime(&start, &stop)) || start <= 0) {
+        return;
+    }
+    constexpr LONGLONG kUnitsPerSecond = 10000000;
+    const std::vector<BYTE> frame(frameBytes_);
+    for (LONGLONG left = (start * rate_ + kUnitsPerSecond / 2) / kUnitsPerSecond; left > 0;
+         --left) {
+        Append(frame.data(), static_cast<DWORD>(frame.size()));
+    }
 }
 
 void WavWriter::Append(const void* data, DWORD size) {

@@ -12,7 +12,8 @@ class WavWriter {
     /// kOutput.
     WavWriter(const std::string& path, const MediaType& type);
 
-    /// Appends the bytes of a sample. Failure kOutput, kTooLarge when the file would reach 2^31
+    /// Appends the bytes of a sample, to the first one's start in silence: the file is in step with
+    /// the clip. Failure kOutput, kTooLarge when the file would reach 2^31
     /// bytes.
     void Write(IMediaSample& sample);
 
@@ -20,11 +21,14 @@ class WavWriter {
     void Finish();
 
   private:
+    void WriteSilence(IMediaSample& sample);
     void Append(const void* data, DWORD size);
 
     OutputFile file_;
-    DWORD headBytes_ = 0;  ///< up to the sound
-    DWORD bytes_ = 0;      ///< of the sound
+    LONGLONG rate_ = 0;           ///< frames of sound in a second
+    std::size_t frameBytes_ = 0;  ///< of one of them
+    DWORD headBytes_ = 0;         ///< up to the sound
+    DWORD bytes_ = 0;             ///< of the sound
 };
 
 }  // namespace nyx::host
