@@ -6,6 +6,7 @@
 
 #include "platform/byte_span.h"
 #include "source/byte_source.h"
+#include "source/mpeg_groups.h"
 #include "source/open_budget.h"
 #include "source/stream_format.h"
 
@@ -87,6 +88,7 @@ class FootageFile {
     HRESULT CountFrames(const Packets& seen, StreamFormat* stream);
     void Forget();
     HRESULT Restart();
+    bool SeekGroup(REFERENCE_TIME time);
     void SkipUnwanted();
     HRESULT ReadRaw(LibavPtr<AVPacket>* packet);
     HRESULT FindLeft(Packet* packet);
@@ -117,6 +119,7 @@ class FootageFile {
     LibavPtr<AVFormatContext> context_;
     std::vector<StreamFormat> streams_;
     std::vector<LeftOut> leftOut_;
+    MpegGroups groups_;  ///< of a file without times
     std::vector<bool> wanted_;
     std::vector<std::int64_t> next_;  ///< tick, or frame of sound, after a stream's last packet
     Packet shown_;                    ///< the first stream's last picture, of AVI
