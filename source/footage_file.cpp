@@ -189,12 +189,21 @@ HRESULT FootageFile::SeeFirstFrames(std::vector<Packets>* seen) {
 /// How long a file without times is: its frames are counted, to its end if that is not far, else as
 /// if the rest were like them. The first frames were seen already.
 HRESULT FootageFile::CountFrames(const Packets& seen, StreamFormat* stream) {
-    auto count = static_cast<std::int64_t>(seen.size());
+    groups_.Start(stream->video->rate);
+    std::int64_t count = 0;
+    const auto check = [&](const AVPacket& packet) {
+        groups_.Check({packet.data, static_cast<std::size_t>(packet.size)}, count++);
+    };
+    for (const auto& packet : seen) {
+        check(*packet);
+    }
     HRESULT result = S_OK;
     while (result == S_OK && position_ < kMostBytesSeen) {
         LibavPtr<AVPacket> packet;
         result = ReadRaw(&packet);
-        count += result == S_OK && packet->stream_index == stream->index ? 1 : 0;
+        if (result == S_OK && packet->stream_index == stream->index) {
+            check(*packet);
+        }
     }
     if (result == S_OK) {
         count = av_rescale(count, bytes_->Size(), position_);
@@ -336,6 +345,22 @@ HRESULT FootageFile::Restart() {
     return S_OK;
 }
 
+/// Goes to a group of pictures that begins at a time or little before it, by the time codes of a
+/// file that has nothing else to go by; false where these do not count its frames.
+bool FootageFile::SeekGroup(REFERENCE_TIME time) {
+    if (!groups_.areNumbered()) {
+        return false;
+    }
+    const StreamFormat& first = streams_.front();
+    const AVRational frame = av_inv_q(first.video->rate);
+    const MpegGroups::Group group = groups_.Find(bytes_.get(), TickAt(time, frame));
+    if (av_seek_frame(context_.get(), -1, group.position, AVSEEK_FLAG_BYTE) < 0) {
+        return false;
+    }
+    next_.front() = TickAt(av_sat_add64(TimeOfTick(group.frame, frame), origin_), first.timeBase);
+    return true;
+}
+
 HRESULT FootageFile::Seek(REFERENCE_TIME time) {
     from_ = time;
     const StreamFormat& first = streams_.front();
@@ -352,6 +377,9 @@ HRESULT FootageFile::Seek(REFERENCE_TIME time) {
     // A read that was cancelled looks like the end to the next short way forward.
     input_->eof_reached = 0;
     input_->error = 0;
+    if (SeekGroup(time)) {
+        return S_OK;
+    }
     // The container would count frames of one length; it only forgets what it has read.
     const std::int64_t tick = rawDv_.changes() ? 0 : TickAt(place, first.timeBase);
     const int error =
@@ -392,9 +420,8 @@ std::int64_t FootageFile::TickOf(const StreamFormat& stream, const Packet& packe
     const AVPacket& data = *packet.data;
     const std::int64_t tick = data.pts != AV_NOPTS_VALUE ? data.pts : data.dts;
     const std::int64_t next = next_[packet.stream];
-    return tick != AV_NOPTS_VALUE   ? tick
-           : next != AV_NOPTS_VALUE ? next
-                                    : TickAt(origin_, stream.timeBase);
+    const bool timed = tick != AV_NOPTS_VALUE && !groups_.areNumbered();
+    return timed ? tick : next != AV_NOPTS_VALUE ? next : TickAt(origin_, stream.timeBase);
 }
 
 /// A picture of AVI may be the one before once more: a chunk without bytes, or just a tick that an

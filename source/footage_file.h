@@ -7,6 +7,7 @@
 
 #include "platform/byte_span.h"
 #include "source/byte_source.h"
+#include "source/mpeg_groups.h"
 #include "source/open_budget.h"
 #include "source/raw_dv.h"
 #include "source/stream_format.h"
@@ -100,6 +101,7 @@ class FootageFile {
     HRESULT CountFrames(const Packets& seen, StreamFormat* stream);
     void Forget();
     HRESULT Restart();
+    bool SeekGroup(REFERENCE_TIME time);
     void SkipUnwanted();
     HRESULT ReadRaw(LibavPtr<AVPacket>* packet);
     int ReadChangingDv(AVPacket* packet);
@@ -133,6 +135,7 @@ class FootageFile {
     LibavPtr<AVFormatContext> context_;
     std::vector<StreamFormat> streams_;
     std::vector<LeftOut> leftOut_;
+    MpegGroups groups_;  ///< of a file without times
     std::vector<bool> wanted_;
     std::vector<std::int64_t> next_;  ///< tick, or frame of sound, after a stream's last packet
     std::vector<int> rates_;          ///< of a stream's last packet of sound
