@@ -112,6 +112,9 @@ TEST_P(Streaming, DownstreamsAnswersComeBack) {
         EXPECT_EQ(rig.Push(), answer);
         rig.sink.endOfStreamResult = rig.sink.canBlockResult = answer;
         EXPECT_EQ(rig.input->EndOfStream(), answer);
+        rig.sink.endFlushResult = answer;
+        EXPECT_EQ(rig.input->BeginFlush(), S_OK);
+        EXPECT_EQ(rig.input->EndFlush(), FAILED(answer) ? answer : S_OK) << "and it is over";
         EXPECT_EQ(rig.transport->ReceiveCanBlock(), answer == S_FALSE ? S_FALSE : S_OK);
     }
     rig.source.Forget();
