@@ -10,7 +10,7 @@ namespace {
 
 constexpr int kHeadBytes = 480;       // the blocks before the first audio block tell the system
 constexpr std::int64_t kProbes = 64;  // places at which a run is looked at before it is believed
-constexpr std::size_t kMostRuns = 1000;
+constexpr std::size_t kMostRuns = 100;
 
 /// The system of the frame that begins at a place, null where none does.
 const AVDVProfile* ProfileAt(ByteSource* file, std::int64_t position) {

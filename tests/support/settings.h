@@ -3,10 +3,13 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace nyx::test {
 
@@ -56,9 +59,9 @@ struct TemporaryFolder {
     /// A file that is still open is a failure; remove_all would try it for hours.
     ~TemporaryFolder() {
         using Entries = std::filesystem::recursive_directory_iterator;
-        std::vector<std::filesystem::path> all(begin(Entries(path)), end(Entries()));
-        all.insert(all.begin(), path);
         std::error_code error;
+        std::vector<std::filesystem::path> all = {path};
+        std::copy(Entries(path, error), Entries(), std::back_inserter(all));
         for (auto one = all.rbegin(); one != all.rend(); ++one) {
             std::filesystem::remove(*one, error);
         }
