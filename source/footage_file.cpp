@@ -429,7 +429,7 @@ std::int64_t FootageFile::TickOf(const StreamFormat& stream, const Packet& packe
 /// `S_FALSE` when there is none to be repeated.
 HRESULT FootageFile::Repeat(Packet* packet) {
     const StreamFormat& stream = streams_.front();
-    const bool empty = packet->data->size == 0;
+    const bool empty = packet->size() == 0;
     const std::int64_t next = next_.front();
     const std::int64_t gap = next == AV_NOPTS_VALUE ? 0 : Difference(TickOf(stream, *packet), next);
     Packet copy;
@@ -595,7 +595,7 @@ HRESULT FootageFile::Read(Packet* packet) {
                 return result;
             }
         }
-        if (packet->data->size <= 0) {
+        if (packet->size() == 0) {
             continue;
         }
         stream.video ? TimePicture(stream, packet) : TimeSound(stream, packet);

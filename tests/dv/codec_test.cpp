@@ -383,6 +383,8 @@ TEST_F(DvCodec, PicturesAreEncodedBySizeAndSettings) {
 /// Samples that stand for a frame in a file.
 class DvReference : public DvCodec {
   protected:
+    ~DvReference() override { codecs_.clear(); }  // and with them the file that one keeps open
+
     /// A sample that stands for the chunk at `offset` of a file of the folder.
     DvFrame Reference(DWORD offset, const std::string& file) const {
         const std::string path = file.empty() ? file : folder_ + file;
