@@ -191,8 +191,10 @@ HRESULT FootageFile::SeeFirstFrames(std::vector<Packets>* seen) {
 HRESULT FootageFile::CountFrames(const Packets& seen, StreamFormat* stream) {
     groups_.Start(stream->video->rate);
     std::int64_t count = 0;
+    std::int64_t end = 1;  // of the frames that were counted
     const auto check = [&](const AVPacket& packet) {
         groups_.Check({packet.data, static_cast<std::size_t>(packet.size)}, count++);
+        end = std::max<std::int64_t>(end, packet.pos + packet.size);
     };
     for (const auto& packet : seen) {
         check(*packet);
@@ -206,7 +208,7 @@ HRESULT FootageFile::CountFrames(const Packets& seen, StreamFormat* stream) {
         }
     }
     if (result == S_OK) {
-        count = av_rescale(count, bytes_->Size(), position_);
+        count = av_rescale(count, bytes_->Size(), end);
     }
     stream->duration = TimeOfTick(count, av_inv_q(stream->video->rate));
     return result;
@@ -254,7 +256,7 @@ HRESULT FootageFile::FindStreams() {
                     TickAt(Difference(format.duration, 1), format.timeBase) / ticks + 1;
                 format.duration = TimeOfTick(count * ticks, format.timeBase);
             }
-            if (format.duration == 0) {
+            if (format.duration == 0 || IsElementary(*context_)) {
                 result = CountFrames(seen[i], &format);
             }
         } else if (stream->codecpar->codec_type != AVMEDIA_TYPE_AUDIO) {

@@ -159,6 +159,10 @@ bool IsRawDv(const AVFormatContext& file) {
     return std::strcmp(file.iformat->name, "dv") == 0;
 }
 
+bool IsElementary(const AVFormatContext& file) {
+    return std::strcmp(file.iformat->name, "mpegvideo") == 0;
+}
+
 bool IsAvi(const AVFormatContext& file) {
     return std::strcmp(file.iformat->name, "avi") == 0;
 }

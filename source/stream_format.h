@@ -71,6 +71,9 @@ bool DescribeAudio(const AVCodecParameters& parameters, AudioFormat* format);
 /// True for a file of nothing but DV frames.
 bool IsRawDv(const AVFormatContext& file);
 
+/// True for a file of nothing but an MPEG-2 stream, whose bit rate may promise any duration.
+bool IsElementary(const AVFormatContext& file);
+
 /// True for AVI, where a picture that is shown once more takes a tick and no bytes.
 bool IsAvi(const AVFormatContext& file);
 
