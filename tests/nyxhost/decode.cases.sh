@@ -59,7 +59,17 @@ zeta2-alpha    argb32 720 576 inf  -
 lossless-rgb24 rgb24  720 486 inf  -
 mpeg2          yuy2   720 576 40.2 -      5 32
 CLIPS
+run 0 decode zeta2-alpha.avi --format argb32 --frames 1 --raw part.raw --out .
+quiet_ffmpeg -i zeta2-alpha-argb32-00000.png -f rawvideo -pix_fmt bgra -vf vflip png.raw
+holds "a PNG holds alpha" cmp png.raw part.raw
 run 0 bench zeta.avi --format yuy2 --repeat 2 --graphs 2
-says "beside it: 4 frames"
+says "beside it: 4 frames" "pictures: the same from the file and from memory" "pass 2: 2 frames"
+
+# Ctrl+C.
+wine "$nyxhost" bench zeta.avi --repeat 10000 </dev/null >said 2>&1 &
+until grep -qs "^pass 1" said || ! kill -0 $! 2>/dev/null; do sleep 0.2; done
+kill -INT $!
+code=0
+wait $! || code=$?
+holds "an interrupted run ends with 10, not $code" test $code = 10
 use_no_engines
-says "pictures: the same from the file and from memory"

@@ -31,6 +31,9 @@ FILES
 word() { od -A n -t u4 -j "$1" -N 4 sound.wav | tr -d ' '; }
 holds "a WAV file tells its lengths and rates" test "$(word 4) $(word 24) $(word 28) $(word 42)" = \
     "$(($(stat -c %s sound.wav) - 8)) 48000 192000 $(($(stat -c %s sound.wav) - 46))"
+quiet_ffmpeg -i DVCPRO50-525.mxf -map 0 -map 0:a -c copy two.mxf
+run 0 decode two.mxf --audio two.wav
+holds "each stream of sound has its file" cmp two.wav two-2.wav
 decoding=
 unset NYX_OPEN_ENGINES
 use_no_engines
