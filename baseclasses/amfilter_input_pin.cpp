@@ -67,18 +67,11 @@ HRESULT STDMETHODCALLTYPE CBaseInputPin::Receive(IMediaSample* pSample) {
     }
     hr = ReadSampleProps(pSample);
     if (FAILED(hr)) {
-        return hr;
+        // Memory is only short for the sample's type, and no other sample carries that.
+        return hr == E_OUTOFMEMORY ? RefuseSampleType() : hr;
     }
-    if (!(m_SampleProps.dwSampleFlags & AM_SAMPLE_TYPECHANGED) || !m_SampleProps.pMediaType) {
-        return S_OK;
-    }
-    const CMediaType type(*m_SampleProps.pMediaType, &hr);
-    if (FAILED(hr)) {
-        return hr;
-    }
-    hr = CheckMediaType(&type);
-    // Want of memory costs the sample; a type that cannot be handled ends the stream.
-    return hr == S_OK || hr == E_OUTOFMEMORY ? hr : RefuseSampleType();
+    const CMediaType* const type = SampleType();
+    return !type || CheckMediaType(type) == S_OK ? S_OK : RefuseSampleType();
 }
 
 HRESULT CBaseInputPin::ReadSampleProps(IMediaSample* pSample) {
@@ -91,7 +84,14 @@ HRESULT CBaseInputPin::ReadSampleProps(IMediaSample* pSample) {
     const HRESULT hr =
         sample2->GetProperties(sizeof(m_SampleProps), reinterpret_cast<BYTE*>(&m_SampleProps));
     sample2->Release();
-    return hr;
+    const AM_MEDIA_TYPE* const type = m_SampleProps.pMediaType;
+    const bool changed = (m_SampleProps.dwSampleFlags & AM_SAMPLE_TYPECHANGED) && type;
+    m_SampleProps.pMediaType = nullptr;
+    if (FAILED(hr) || !changed) {
+        return hr;
+    }
+    m_SampleProps.pMediaType = &m_SampleType;
+    return m_SampleType.Set(*type);
 }
 
 /// Gathers the properties of a sample one by one.
@@ -115,13 +115,11 @@ HRESULT CBaseInputPin::ReadSampleFields(IMediaSample* pSample) {
             props.dwSampleFlags |= AM_SAMPLE_STOPVALID;
         }
     }
-    AM_MEDIA_TYPE* type = nullptr;
-    if (pSample->GetMediaType(&type) == S_OK && type) {
-        const HRESULT hr = m_SampleType.Set(*type);
-        DeleteMediaType(type);
-        if (FAILED(hr)) {
-            return hr;
-        }
+    const HRESULT typed = m_SampleType.SetFrom(*pSample);
+    if (FAILED(typed)) {
+        return typed;
+    }
+    if (typed == S_OK) {
         props.dwSampleFlags |= AM_SAMPLE_TYPECHANGED;
         props.pMediaType = &m_SampleType;
     }
@@ -131,7 +129,7 @@ HRESULT CBaseInputPin::ReadSampleFields(IMediaSample* pSample) {
     return S_OK;
 }
 
-/// Ends the stream, because it went on in a type that cannot be handled.
+/// Ends the stream, because it went on in a type that cannot be handled, be it for want of memory.
 HRESULT CBaseInputPin::RefuseSampleType() {
     m_bRunTimeError = true;
     EndOfStream();

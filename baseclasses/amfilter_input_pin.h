@@ -20,13 +20,16 @@ class CBaseInputPin : public CBasePin, public IMemInputPin {
 
     /// The properties of the sample that was received last; its pointers are good as long as that.
     AM_SAMPLE2_PROPERTIES* SampleProps() { return &m_SampleProps; }
+    /// The type that the sample which was received last carries, the pin's own copy; null for none.
+    CMediaType* SampleType() { return m_SampleProps.pMediaType ? &m_SampleType : nullptr; }
 
     // IMemInputPin
     HRESULT STDMETHODCALLTYPE GetAllocator(IMemAllocator** ppAllocator) override;
     HRESULT STDMETHODCALLTYPE NotifyAllocator(IMemAllocator* pAllocator, BOOL bReadOnly) override;
     HRESULT STDMETHODCALLTYPE GetAllocatorRequirements(ALLOCATOR_PROPERTIES* pProps) override;
     /// Checks a sample and the type that it may carry; `S_OK` when the derived pin shall go on with
-    /// it. A type that is refused ends the stream with `EC_ERRORABORT`.
+    /// it. A type that is refused, or for which there is no memory, ends the stream with
+    /// `EC_ERRORABORT`.
     HRESULT STDMETHODCALLTYPE Receive(IMediaSample* pSample) override;
     HRESULT STDMETHODCALLTYPE ReceiveMultiple(IMediaSample** pSamples, LONG nSamples,
                                               LONG* nSamplesProcessed) override;
@@ -50,5 +53,5 @@ class CBaseInputPin : public CBasePin, public IMemInputPin {
     HRESULT ReadSampleFields(IMediaSample* pSample);
     HRESULT RefuseSampleType();
 
-    CMediaType m_SampleType;  ///< owns the type of a sample that hands out copies only
+    CMediaType m_SampleType;
 };

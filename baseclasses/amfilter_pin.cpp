@@ -238,13 +238,22 @@ HRESULT CBasePin::DisconnectInternal() {
 }
 
 HRESULT CBasePin::StoreMediaType(const AM_MEDIA_TYPE& mt) {
-    CAutoLock lock(&m_ConnectionLock);
-    return m_mt.Set(mt);
+    HRESULT hr = S_OK;
+    CMediaType type(mt, &hr);
+    if (SUCCEEDED(hr)) {
+        SwapMediaType(type);
+    }
+    return hr;
 }
 
-HRESULT CBasePin::CopyCurrentMediaType(CMediaType& mt) {
+void CBasePin::SwapMediaType(CMediaType& mt) {
     CAutoLock lock(&m_ConnectionLock);
-    return mt.Set(m_mt);
+    m_mt.Swap(mt);
+}
+
+HRESULT CBasePin::CopyCurrentMediaType(AM_MEDIA_TYPE* pmt) {
+    CAutoLock lock(&m_ConnectionLock);
+    return CopyMediaType(pmt, &m_mt);
 }
 
 HRESULT STDMETHODCALLTYPE CBasePin::ConnectedTo(IPin** pPin) {

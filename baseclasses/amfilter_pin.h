@@ -61,12 +61,12 @@ class CBasePin : public CUnknown, public IPin, public IQualityControl {
     HRESULT STDMETHODCALLTYPE SetSink(IQualityControl* piqc) override;
 
     BOOL IsConnected() const { return m_Connected != nullptr; }
-    /// The peer or null, not AddRef'd.
-    IPin* GetConnected() const { return m_Connected; }
     BOOL IsStopped() const;
     LPCWSTR Name() const { return m_pName ? m_pName : L""; }
     /// The type of the connection; what it was, when there is none.
     CMediaType& CurrentMediaType() { return m_mt; }
+    /// Exchanges the kept type and `mt`. While a neighbour may ask, nothing else may change it.
+    void SwapMediaType(CMediaType& mt);
 
   protected:
     /// Tries one type with one peer: afterwards connected, or as before.
@@ -79,10 +79,10 @@ class CBasePin : public CUnknown, public IPin, public IQualityControl {
     /// connection.
     HRESULT DisconnectInternal();
 
-    /// Replaces the kept type. While a neighbour may ask, nothing else may do that.
+    /// SwapMediaType with a copy of `mt`. `E_OUTOFMEMORY` leaves the kept type.
     HRESULT StoreMediaType(const AM_MEDIA_TYPE& mt);
-    /// Copies the kept type, safely beside StoreMediaType.
-    HRESULT CopyCurrentMediaType(CMediaType& mt);
+    /// CopyMediaType of the kept type, safely beside SwapMediaType.
+    HRESULT CopyCurrentMediaType(AM_MEDIA_TYPE* pmt);
 
     WCHAR* m_pName = nullptr;
     IPin* m_Connected = nullptr;
@@ -98,6 +98,7 @@ class CBasePin : public CUnknown, public IPin, public IQualityControl {
     void SetConnected(IPin* pPin);
 
     /// Guards the two things that neighbours ask for while they may change: the peer and the type.
-    /// Innermost: nothing is called under it but AddRef.
+    /// Innermost: a type is copied under it, but of other objects nothing is called except AddRef;
+    /// what is replaced goes after it.
     CCritSec m_ConnectionLock;
 };

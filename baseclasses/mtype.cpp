@@ -69,13 +69,32 @@ CMediaType::~CMediaType() {
 }
 
 HRESULT CMediaType::Set(const AM_MEDIA_TYPE& rt) {
-    AM_MEDIA_TYPE copy;
-    const HRESULT hr = CopyMediaType(&copy, &rt);
+    HRESULT hr = S_OK;
+    CMediaType copy(rt, &hr);
     if (SUCCEEDED(hr)) {
-        std::swap(static_cast<AM_MEDIA_TYPE&>(*this), copy);
-        FreeMediaType(copy);
+        Swap(copy);
     }
     return hr;
+}
+
+HRESULT CMediaType::SetFrom(IMediaSample& sample) {
+    AM_MEDIA_TYPE* attached = nullptr;
+    const HRESULT hr = sample.GetMediaType(&attached);
+    if (hr == E_OUTOFMEMORY) {
+        return hr;
+    }
+    if (hr != S_OK || !attached) {
+        return S_FALSE;
+    }
+    std::swap(static_cast<AM_MEDIA_TYPE&>(*this), *attached);
+    DeleteMediaType(attached);
+    // As CopyMediaType has it: bytes are counted only where there are some.
+    cbFormat = pbFormat ? cbFormat : 0;
+    return S_OK;
+}
+
+void CMediaType::Swap(CMediaType& other) {
+    std::swap(static_cast<AM_MEDIA_TYPE&>(*this), static_cast<AM_MEDIA_TYPE&>(other));
 }
 
 void CMediaType::SetSampleSize(ULONG sz) {

@@ -28,6 +28,11 @@ class CMediaType : public AM_MEDIA_TYPE {
 
     /// Makes this a deep copy of `rt`. `E_OUTOFMEMORY` leaves it as it was.
     HRESULT Set(const AM_MEDIA_TYPE& rt);
+    /// Makes this the type that a sample carries; `S_FALSE` when it carries none, `E_OUTOFMEMORY`
+    /// when the sample could not copy its own.
+    HRESULT SetFrom(IMediaSample& sample);
+    /// Exchanges the two types; nothing is copied, freed or called.
+    void Swap(CMediaType& other);
 
     void SetType(const GUID* type) { majortype = *type; }
     void SetSubtype(const GUID* type) { subtype = *type; }

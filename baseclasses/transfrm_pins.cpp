@@ -33,7 +33,7 @@ HRESULT CTransformInputPin::CheckMediaType(const CMediaType* pmt) {
         return hr;
     }
     CMediaType output;
-    hr = m_pTransformFilter->m_pOutput->CopyCurrentMediaType(output);
+    hr = m_pTransformFilter->m_pOutput->CopyCurrentMediaType(&output);
     return SUCCEEDED(hr) ? m_pTransformFilter->CheckTransform(pmt, &output) : hr;
 }
 
@@ -164,7 +164,7 @@ HRESULT CTransformOutputPin::CheckMediaType(const CMediaType* pmtOut) {
         return E_INVALIDARG;
     }
     CMediaType input;
-    const HRESULT hr = m_pTransformFilter->m_pInput->CopyCurrentMediaType(input);
+    const HRESULT hr = m_pTransformFilter->m_pInput->CopyCurrentMediaType(&input);
     return SUCCEEDED(hr) ? m_pTransformFilter->CheckTransform(&input, pmtOut) : hr;
 }
 

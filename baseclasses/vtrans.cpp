@@ -61,30 +61,30 @@ HRESULT CVideoTransformFilter::AlterQuality(Quality q) {
 /// Goes on with the type that the received sample carries, if any. It is the very one that the
 /// input pin has checked.
 HRESULT CVideoTransformFilter::FollowInputType() {
-    const AM_SAMPLE2_PROPERTIES& props = *m_pInput->SampleProps();
-    const bool changed = (props.dwSampleFlags & AM_SAMPLE_TYPECHANGED) && props.pMediaType;
-    return changed ? ChangeType(*m_pInput, *props.pMediaType) : S_OK;
+    CMediaType* const type = m_pInput->SampleType();
+    return type ? ChangeType(*m_pInput, *type) : S_OK;
 }
 
-/// Goes on with the type that downstream has put on its buffer, if any.
+/// Goes on with the type that downstream has put on its buffer, if any. One without a format block
+/// says nothing of a picture, and the stream goes on with what was agreed.
 HRESULT CVideoTransformFilter::FollowOutputType(IMediaSample* pOutSample) {
-    AM_MEDIA_TYPE* type = nullptr;
-    if (pOutSample->GetMediaType(&type) != S_OK || !type) {
-        return S_OK;
+    CMediaType type;
+    HRESULT hr = type.SetFrom(*pOutSample);
+    if (hr != S_OK || type.cbFormat == 0) {
+        return FAILED(hr) ? hr : S_OK;
     }
-    const HRESULT hr = ChangeType(*m_pOutput, *type);
-    DeleteMediaType(type);
+    hr = ChangeType(*m_pOutput, type);
     if (SUCCEEDED(hr)) {
         m_nWaitForKey = kFramesToWaitForKey;
     }
     return hr;
 }
 
-template <class Pin>
-HRESULT CVideoTransformFilter::ChangeType(Pin& pin, const AM_MEDIA_TYPE& type) {
+/// Makes `type` the pin's; the one before is in `type` afterwards.
+HRESULT CVideoTransformFilter::ChangeType(CBasePin& pin, CMediaType& type) {
     StopStreaming();
-    const HRESULT hr = pin.StoreMediaType(type);
-    return SUCCEEDED(hr) ? StartStreaming() : hr;
+    pin.SwapMediaType(type);
+    return StartStreaming();
 }
 
 HRESULT CVideoTransformFilter::Receive(IMediaSample* pSample) {

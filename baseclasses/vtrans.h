@@ -29,17 +29,16 @@ class CVideoTransformFilter : public CTransformFilter {
     int m_nFramesSinceKeyFrame = 0;
     BOOL m_bSkipping = FALSE;  ///< leaving out frames until the next key frame
     std::atomic<int> m_itrLate{
-        0};                       ///< how late the renderer said that we are; other threads set it
-    DWORD m_tDecodeStart = 0;     ///< start, then duration, of the last Transform in milliseconds
-    int m_itrAvgDecode = 300000;  ///< sliding average duration of Transform
-    int m_nWaitForKey = 0;        ///< frames that may still be withheld for want of a key frame
+        0};                    ///< how late the renderer said that we are; other threads set it
+    DWORD m_tDecodeStart = 0;  ///< start, then duration, of the last Transform in milliseconds
+    int m_itrAvgDecode = 0;    ///< sliding average duration of Transform
+    int m_nWaitForKey = 0;     ///< frames that may still be withheld for want of a key frame
     BOOL m_bQualityChanged = FALSE;  ///< the graph was told that quality suffers
 
   private:
     HRESULT FollowInputType();
     HRESULT FollowOutputType(IMediaSample* pOutSample);
-    template <class Pin>
-    HRESULT ChangeType(Pin& pin, const AM_MEDIA_TYPE& type);
+    HRESULT ChangeType(CBasePin& pin, CMediaType& type);
     HRESULT FinishSample(HRESULT hr, IMediaSample* pOutSample);
     void NoteQualityChange();
     HRESULT TimedTransform(IMediaSample* pSample, IMediaSample* pOutSample);

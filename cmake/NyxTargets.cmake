@@ -60,13 +60,22 @@ if(EXISTS ${NYX_LIBAVCODEC_DIR}/source-version)
   set(NYX_CONTAINS_LIBAV "FFmpeg's libraries by Debian's source package ffmpeg ${version}, LGPL 2.1 or later.")
 endif()
 
-# nyx_binary(TARGET DESCRIPTION CONTAINS [FILE-VERSION]): a DLL or program that goes to users, with a
-# version resource. CONTAINS names what is linked in and is not ours. Its own version is the project's
-# unless it carries another one for those who load it.
+# Who made them, for those resources and the installer's.
+set(NYX_COMPANY "Nyx codec project")
+set(NYX_COPYRIGHT "Copyright the authors of the Nyx codecs; the terms of what is contained lie beside it.")
+
+# nyx_binary(TARGET DESCRIPTION CONTAINS [VERSION version] [ICON file]): a DLL or program that goes to
+# users, with a version resource. CONTAINS names what is linked in and is not ours. Its own version is the
+# project's unless it carries another one for those who load it.
 function(nyx_binary target NYX_DESCRIPTION NYX_CONTAINS)
+  cmake_parse_arguments(PARSE_ARGV 3 own "" "VERSION;ICON" "")
   set(NYX_FILE_VERSION ${PROJECT_VERSION}.0)
-  if(ARGC GREATER 3)
-    set(NYX_FILE_VERSION ${ARGV3})
+  if(own_VERSION)
+    set(NYX_FILE_VERSION ${own_VERSION})
+  endif()
+  if(own_ICON)
+    set(NYX_ICON "1 ICON \"${own_ICON}\"")
+    set_source_files_properties(${CMAKE_CURRENT_BINARY_DIR}/${target}.rc PROPERTIES OBJECT_DEPENDS ${own_ICON})
   endif()
   get_target_property(type ${target} TYPE)
   set(NYX_FILE_TYPE VFT_DLL)

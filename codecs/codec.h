@@ -22,9 +22,8 @@ struct FrameInfo {
 };
 static_assert(sizeof(FrameInfo) == 28);
 
-/// Values of FrameInfo::fieldOrder.
+/// Values of FrameInfo::fieldOrder that are known.
 enum FieldOrder : LONG {
-    kFieldOrderUnknown = -1,
     kTopFieldFirst = 0,
     kBottomFieldFirst = 1,
     kProgressive = 2,
@@ -42,8 +41,8 @@ constexpr DWORD kChunkMargin = 1064;
 /// Every codec class implements this interface; filters inherit one codec class and call it through
 /// these operations, in this slot order. Each codec class also has a static
 /// `bool IsEngineAvailable(LONG mode)`. Destructors come last, per class: a codec is never deleted
-/// through this interface. No operation throws. A codec object serves one thread at a time;
-/// only its settings may be changed on another, and count from the next frame on.
+/// through this interface. No operation throws. Any thread may call at any
+/// time; settings that are changed meanwhile count from the next frame on.
 class ICodec {
   public:
     /// The codec's "color_space" setting; 0 asks for full-range RGB, anything else for studio

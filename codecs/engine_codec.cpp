@@ -61,19 +61,20 @@ HRESULT CEngineCodec::Decompress(const BITMAPINFOHEADER* input, const void* data
     }
     const SurfaceRequest request = {output,          input->biWidth, false, alphaOut,
                                     GetColorSpace(), outputData,     stride};
-    scratch_.BeginFrame();
-    return GuardedResult([&] { return DecodeSample(*input, data, request, alphaMode); });
+    ScratchMemory scratch(&kept_);
+    return GuardedResult([&] { return DecodeSample(*input, data, request, alphaMode, &scratch); });
 }
 
 HRESULT CEngineCodec::DecodeSample(const BITMAPINFOHEADER& input, const void* data,
-                                   SurfaceRequest request, DWORD alphaMode) {
+                                   SurfaceRequest request, DWORD alphaMode,
+                                   ScratchMemory* scratch) {
     const ByteSpan frame = SkipInfoChunk(ByteSpan(data, input.biSizeImage));
     const std::optional<bool> streamAlpha = Probe(frame, input);
     if (!streamAlpha) {
         return E_FAIL;
     }
     request.streamAlpha = *streamAlpha;
-    DecodeJob job = {frame, {}, *streamAlpha, alphaMode, &scratch_};
+    DecodeJob job = {frame, {}, *streamAlpha, alphaMode, scratch};
     if (FAILED(DescribeSurface(request, &job.surface))) {
         return E_FAIL;
     }

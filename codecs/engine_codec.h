@@ -83,9 +83,9 @@ class CEngineCodec : public CCodecBase {
     virtual HRESULT UnknownFormatResult() const { return E_FAIL; }
 
     HRESULT DecodeSample(const BITMAPINFOHEADER& input, const void* data, SurfaceRequest request,
-                         DWORD alphaMode);
+                         DWORD alphaMode, ScratchMemory* scratch);
 
-    ScratchMemory scratch_;
+    KeptMemory kept_;
 };
 
 }  // namespace nyx

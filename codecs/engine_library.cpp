@@ -5,29 +5,27 @@
 #include <mutex>
 #include <new>
 
+#include "codecs/engine_versions.h"
+
 namespace nyx {
 namespace {
 
-constexpr DWORD Version(WORD major, WORD minor) {
-    return DWORD{major} << 16 | minor;
-}
-
 // library           encode entry         decode entry         oldest version
 constexpr EngineDescription kZetaTable[] = {
-    {L"rkzcore.dll", "_zcf_encode@4", "_zcf_decode@4", Version(1, 32)},
-    {L"rkzalpha.dll", "_zetaa_encode@4", "_zetaa_decode@4", Version(1, 20)},
+    {L"rkzcore.dll", "_zcf_encode@4", "_zcf_decode@4", kOldestZetaCore},
+    {L"rkzalpha.dll", "_zetaa_encode@4", "_zetaa_decode@4", kOldestZetaAlpha},
 };
 constexpr EngineDescription kZeta2Table[] = {
-    {L"rkz2core.dll", "_zeta2_encode@4", "_zeta2_decode@4", Version(1, 0)},
+    {L"rkz2core.dll", "_zeta2_encode@4", "_zeta2_decode@4", kOldestZeta2},
 };
 constexpr EngineDescription kLosslessTable[] = {
-    {L"rkllc.dll", "_llc_encode@24", "_llc_decode@24", Version(1, 21)},
+    {L"rkllc.dll", "_llc_encode@24", "_llc_decode@24", kOldestLossless},
 };
 constexpr EngineDescription kMpegIntraTable[] = {
-    {L"rkm2vi01.dll", nullptr, "m2vi_decode", 0},
+    {L"rkm2vi01.dll", nullptr, "m2vi_decode", kOldestMpegIntra},
 };
 constexpr EngineDescription kDvTable[] = {
-    {L"rkdvh.dll", "_dv_encode@24", "_dv_decode@24", Version(4, 31)},
+    {L"rkdvh.dll", "_dv_encode@24", "_dv_decode@24", kOldestDv},
 };
 
 // The compiler has to build these: nothing of ours may run before the first codec is made.

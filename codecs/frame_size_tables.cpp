@@ -39,20 +39,16 @@ constexpr PixelAspectRow kPixelAspects[] = {
 
 }  // namespace
 
-std::optional<LONG> FieldOrderOfSize(LONG width, LONG height) {
+LONG DefaultFieldOrder(LONG width, LONG height, REFERENCE_TIME averageFrameDuration) {
+    if (averageFrameDuration != kDuration2997 && averageFrameDuration != kDuration25) {
+        return kProgressive;
+    }
     for (const FieldOrderRow& row : kFieldOrders) {
         if (row.width == width && row.height == height) {
             return row.fieldOrder;
         }
     }
-    return std::nullopt;
-}
-
-LONG DefaultFieldOrder(LONG width, LONG height, REFERENCE_TIME averageFrameDuration) {
-    if (averageFrameDuration != kDuration2997 && averageFrameDuration != kDuration25) {
-        return kProgressive;
-    }
-    return FieldOrderOfSize(width, height).value_or(kProgressive);
+    return kProgressive;
 }
 
 PixelAspect DefaultPixelAspect(LONG width, LONG height) {

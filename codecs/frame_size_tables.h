@@ -1,7 +1,5 @@
 #pragma once
 
-#include <optional>
-
 #include "codecs/codec.h"
 
 namespace nyx {
@@ -11,9 +9,6 @@ struct PixelAspect {
     LONG x;
     LONG y;
 };
-
-/// The field order usual for a frame of this size at interlaced rates; nothing for other sizes.
-std::optional<LONG> FieldOrderOfSize(LONG width, LONG height);
 
 /// The field order of a stream that does not tell it: the size's usual order when the average frame
 /// duration (100 ns units) is exactly that of 29.97 or 25 frames per second, else progressive.

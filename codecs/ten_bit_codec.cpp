@@ -159,7 +159,7 @@ HRESULT CTenBitCodec::Compress(const BITMAPINFOHEADER* input, bool alphaInput,
         return E_FAIL;
     }
 
-    scratch_.BeginFrame();
+    ScratchMemory scratch(&kept_);
     const HRESULT result = GuardedResult([&]() -> HRESULT {
         auto* frame = static_cast<BYTE*>(outputData);
         if (surface.index == kIndexYuy2) {
@@ -168,7 +168,7 @@ HRESULT CTenBitCodec::Compress(const BITMAPINFOHEADER* input, bool alphaInput,
         }
         const ConversionFlags flags =
             ConversionFlagsFor(output->biWidth, input->biHeight, GetColorSpace());
-        return IsRgbIndex(surface.index) ? EncodeRgb(*rows, surface, flags, frame, &scratch_)
+        return IsRgbIndex(surface.index) ? EncodeRgb(*rows, surface, flags, frame, &scratch)
                                          : E_FAIL;
     });
     if (FAILED(result)) {
@@ -200,7 +200,7 @@ HRESULT CTenBitCodec::Decompress(const BITMAPINFOHEADER* input, const void* data
 
     const LONG width = input->biWidth;
     const LONG height = surface.height;
-    scratch_.BeginFrame();
+    ScratchMemory scratch(&kept_);
     return GuardedResult([&]() -> HRESULT {
         const ByteSpan frame = SkipInfoChunk(ByteSpan(data, input->biSizeImage));
         if (frame.size() / TenBitRowLayoutFor(width).stride < static_cast<std::size_t>(height)) {
@@ -211,7 +211,7 @@ HRESULT CTenBitCodec::Decompress(const BITMAPINFOHEADER* input, const void* data
             return S_OK;
         }
         const ConversionFlags flags = ConversionFlagsFor(width, output->biHeight, GetColorSpace());
-        return DecodeRgb(*rows, frame.data(), surface, flags, width, &scratch_);
+        return DecodeRgb(*rows, frame.data(), surface, flags, width, &scratch);
     });
 }
 

@@ -30,7 +30,7 @@ class CTenBitCodec : public CCodecBase {
                        DWORD alphaMode) override;
 
   private:
-    ScratchMemory scratch_;
+    KeptMemory kept_;
 };
 
 }  // namespace nyx

@@ -58,8 +58,8 @@ HRESULT CDv25Codec::DecodeFrame(LONG width, LONG height, LONG flags, const void*
         return CDvCodecBase::DecodeFrame(width, height, flags, frame, destination, stride,
                                          bytesPerPixel, outputCode);
     }
-    scratch_.BeginFrame();
-    const ScratchImage scratch(&scratch_, kRecordedWidth, height, bytesPerPixel);
+    ScratchMemory memory(&kept_);
+    const ScratchImage scratch(&memory, kRecordedWidth, height, bytesPerPixel);
     if (!scratch) {
         return E_OUTOFMEMORY;
     }
@@ -99,8 +99,8 @@ HRESULT CDv25Codec::EncodePicture(LONG flags, const SurfaceFormat& source, LONG 
         return CallEncode(flags, source, inputCode, frame, length);
     }
     const LONG bytesPerPixel = source.bytesPerPixel;
-    scratch_.BeginFrame();
-    const ScratchImage scratch(&scratch_, kRecordedWidth, source.height, bytesPerPixel);
+    ScratchMemory memory(&kept_);
+    const ScratchImage scratch(&memory, kRecordedWidth, source.height, bytesPerPixel);
     if (!scratch) {
         return E_OUTOFMEMORY;
     }

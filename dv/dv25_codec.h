@@ -32,7 +32,7 @@ class CDv25Codec : public CDvCodecBase {
     bool wide_screen_;
     bool dvcpro25_;
     DvReferenceFile reference_;
-    ScratchMemory scratch_;
+    KeptMemory kept_;
 };
 
 }  // namespace nyx

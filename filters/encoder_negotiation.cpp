@@ -75,8 +75,7 @@ HRESULT OfferEncoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position
         // encoder.
         header.biSizeImage,
         DefaultFieldOrder(header.biWidth, header.biHeight, duration),
-        // Of the picture as it comes: a top-down one has a negative height, here too.
-        PictureAspectOf(picture->biWidth, picture->biHeight, pixel.x, pixel.y),
+        PictureAspectOf(header.biWidth, header.biHeight, pixel.x, pixel.y),
         false,
     };
     return FillOfferedType(offer, kForms[position], type);

@@ -9,6 +9,7 @@
 #include "source/footage_file.h"
 
 extern "C" int __interceptor_posix_memalign(void**, std::size_t alignment, std::size_t size);
+extern "C" void* __interceptor_realloc(void*, std::size_t size);
 
 namespace {
 
@@ -28,6 +29,7 @@ struct MemoryFile final : nyx::source::ByteSource {
         return static_cast<int>(bytes.size());
     }
     std::int64_t Size() override { return static_cast<std::int64_t>(data.size()); }
+    std::int64_t Milliseconds() override { return 0; }
     HRESULT failure() const override { return E_FAIL; }
 
     const nyx::ByteSpan data;
@@ -36,12 +38,15 @@ struct MemoryFile final : nyx::source::ByteSource {
 
 }  // namespace
 
-// By this the library allocates. Not by realloc: where its parser gets no memory, the system's
-// library ends the process; scripts/engines mends that in ours.
+// By these the library allocates.
 extern "C" int posix_memalign(void** memory, std::size_t alignment, std::size_t size) {
     return untilFailure > 0 && --untilFailure == 0
                ? ENOMEM
                : __interceptor_posix_memalign(memory, alignment, size);
+}
+
+extern "C" void* realloc(void* memory, std::size_t size) {
+    return untilFailure > 0 && --untilFailure == 0 ? nullptr : __interceptor_realloc(memory, size);
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -64,7 +69,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         for (int n = 0; n < 1500 && result == S_OK && (result = file.Read(&packet)) == S_OK; ++n) {
             const nyx::source::StreamFormat& stream = file.streams().at(packet.stream);
             nyx::fuzz::Require(packet.start <= packet.stop && packet.stop > from);
-            std::vector<BYTE> copy(packet.bytes().size());
+            std::vector<BYTE> copy(packet.size());
             nyx::fuzz::Require(!stream.video || copy.size() >= stream.video->wholeFrame);
             const HRESULT copied = file.Copy(packet, copy.data());
             nyx::fuzz::Require(copied == S_OK || (copied == E_FAIL && steering.bad > 0));

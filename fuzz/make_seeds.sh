@@ -45,6 +45,10 @@ container() { # FILE SIZE CODEC PIXELS FRAMES OPTION...
 }
 container v210.mov 48x16 v210 yuv422p10le 3
 container v210.avi 48x16 v210 yuv422p10le 3
+container fragments.mov 48x16 v210 yuv422p10le 60 -an -movflags frag_keyframe+empty_moov
+# A track whose number fits no signed one; each fragment once cost the library half a second.
+LC_ALL=C sed 's/\(tkhd.\{12\}\|trex.\{4\}\|tfhd.\{4\}\)\x00\x00\x00\x01/\1\xff\xff\xff\xf0/g' \
+    "$out/fuzz_source/fragments.mov" >"$out/fuzz_source/unnumbered.mov"
 container dv.avi 720x576 dvvideo yuv420p 1 -ac 2
 container dv.dv 720x576 dvvideo yuv420p 2 -ac 2
 container mpeg.gxf 720x576 mpeg2video yuv422p 2

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # pack.sh BUILDS FOLDER: puts what was built in BUILDS/win32 and BUILDS/win64 together as
-# FOLDER/nyx-codecs-VERSION-setup.exe and FOLDER/nyx-codecs-VERSION.zip. The same binaries of the same
-# commit give the same bytes: every file has the commit's time, and orders and modes are fixed.
+# FOLDER/nyx-codecs-VERSION-setup.exe and FOLDER/nyx-codecs-VERSION.zip, with FOLDER/nyx-codecs-VERSION.sha256
+# for sha256sum -c. The same binaries of the same commit give the same bytes: every file has the commit's
+# time, and orders and modes are fixed.
 . "$(dirname "$0")/../scripts/lib.sh"
 here=$root/package
 builds=$1
@@ -13,8 +14,9 @@ umask 022
 
 name=nyx-codecs-$version
 stage=$folder/$name
-rm -rf "$stage" "$stage.zip" "$stage-setup.exe"
-mkdir -p "$stage/licences/scripts"
+tools=$stage-tools
+rm -rf "$stage" "$stage.zip" "$stage-setup.exe" "$tools"
+mkdir -p "$stage/licences/scripts" "$tools"
 
 # Windows' line ends, and what the templates name.
 text() { # SOURCE TARGET
@@ -34,6 +36,7 @@ binaries() { # PRESET MACHINE FOLDER FILE...
 files=(bin/nyx{codecs.dll,source.dll,host.exe} engines/open/rk{dvh,m2vi01}.dll)
 binaries win32 i686 . "${files[@]}" bin/processor_check.exe
 binaries win64 x86_64 x64 "${files[@]}"
+i686-w64-mingw32-strip -o "$tools/path_entry.exe" "$builds/win32/bin/path_entry.exe"
 text "$here/readme.txt.in" README.txt
 text "$root/CHANGELOG.md" CHANGELOG.txt
 text "$here/install.cmd" install.cmd
@@ -47,8 +50,9 @@ for package in mingw-w64-common libcli11-dev; do
 done
 cp "$root"/scripts/{engines,lib.sh,packages.sh,emulation.sh} "$stage/licences/scripts/"
 
-find "$stage" -type f -exec chmod 644 {} +
-find "$stage" -exec touch -d "@$SOURCE_DATE_EPOCH" {} +
+find "$stage" "$tools" -type f -exec chmod 644 {} +
+find "$stage" "$tools" -exec touch -d "@$SOURCE_DATE_EPOCH" {} +
 (cd "$folder" && find "$name" -type f | sort | zip -q -X -@ "$name.zip")
-makensis -V2 -NOCD -DVERSION="$version" -DSTAGE="$stage" -DOUTPUT="$stage-setup.exe" "$here/setup.nsi"
-rm -rf "$stage"
+makensis -V2 -WX -NOCD -DVERSION="$version" -DSTAGE="$stage" -DTOOLS="$tools" -DOUTPUT="$stage-setup.exe" "$here/setup.nsi"
+rm -rf "$stage" "$tools"
+(cd "$folder" && sha256sum "$name-setup.exe" "$name.zip" >"$name.sha256")

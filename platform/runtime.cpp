@@ -10,6 +10,8 @@
 
 #include <cerrno>
 
+#include "platform/process_end.h"
+
 namespace __gnu_cxx {
 void __freeres();  // frees the reserve for exceptions; libstdc++ declares it in no header
 }
@@ -29,18 +31,11 @@ void WINAPI DestroyValue(void* value) {
     }
 }
 
-/// The process ends: its other threads are gone, perhaps with the lock of the heap.
-bool ProcessEnds() {
-    const auto asks = reinterpret_cast<BOOLEAN(WINAPI*)()>(reinterpret_cast<void*>(
-        GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "RtlDllShutdownInProgress")));
-    return !asks || asks();
-}
-
 /// The first object to be made and so the last to go: gives back what the runtime would leave
 /// behind, all threads' values of the key and the reserve for exceptions.
 struct Unloading {
     ~Unloading() {
-        if (ProcessEnds()) {
+        if (nyx::ProcessEnds()) {
             return;
         }
         if (key != FLS_OUT_OF_INDEXES) {

@@ -1,6 +1,8 @@
 # Clips of real material and pictures to hold against: used by scripts/demo and by tests of nyxhost.
 # Needs ffmpeg; what runs nyxhost or a stand-in needs a running Wine and $nyxhost, the path of nyxhost.exe.
 
+. "$root/scripts/card.sh"
+
 # No progress, no questions, errors only.
 quiet_ffmpeg() { ffmpeg -nostdin -hide_banner -loglevel error -y "$@"; }
 
@@ -25,11 +27,13 @@ matrix_of() { # WIDTH HEIGHT
     if [ "$1" -ge 960 ] && [ "$2" -ge 720 ]; then echo bt709; else echo bt601; fi
 }
 
-# An ffmpeg source of one of three kinds: "bars" has hard edges, saturated colours and moving text,
-# "zoneplate" sweeps through all frequencies, "natural" has soft shapes, gradients and grain.
+# An ffmpeg source of one of four kinds: "bars" has hard edges, saturated colours and moving text,
+# "zoneplate" sweeps through all frequencies, "natural" has soft shapes, gradients and grain; "card" is the
+# test card, which has a bit of everything.
 source_filter() { # KIND WIDTH HEIGHT RATE
     local size=${2}x$3
     case $1 in
+        card) card_source "$2" "$3" "$4" ;;
         bars) echo "testsrc2=size=$size:rate=$4,format=gbrp" ;;
         zoneplate)
             echo "nullsrc=size=$size:rate=$4,format=gbrp,geq=g='128+100*sin(hypot(X-W/2,Y-H/2)^2/W+N)':b='128+100*sin(X/90+N/9)':r='128+100*cos(Y/70)'"
@@ -41,11 +45,32 @@ source_filter() { # KIND WIDTH HEIGHT RATE
     esac
 }
 
+# Resamples chroma from or to 4:2:0 as 625/50 DV has it (IEC 61834-2): line-sequential in each field, Cr on its
+# even lines and Cb on its odd ones. A scaler places both alike, so that each comes from a scaler of its own.
+resample_dv_chroma() { # in|out PIXELS SCALER-OPTIONS
+    local scale="scale=interl=1:$3:$1_v_chr_pos"
+    echo "split[cr][cb];[cr]$scale=0,format=$2[cr];[cb]$scale=256,format=$2[cb];[cr][cb]mergeplanes=0x001102:$2"
+}
+
+# From 10 bits to the nearest value of 8. Without its dither the scaler cuts bits off, so that they are zero by then.
+round_to_8_bits() { # SCALER-OPTIONS
+    local nearest="'min(floor((val+2)/4)*4,1020)'"
+    echo "lutyuv=$nearest:$nearest:$nearest,scale=sws_dither=none:$1,format=yuv422p"
+}
+
+# From a source to the pictures that a coding takes, the chroma sited as the standard has it.
+to_coding() { # CODING PIXELS WIDTH HEIGHT
+    local scaler="out_color_matrix=$(matrix_of "$3" "$4"):out_range=tv:out_h_chr_pos=0:flags=accurate_rnd+bicubic"
+    case $1-$2 in
+        dv-yuv420p) resample_dv_chroma out "$2" "$scaler" ;;
+        *) echo "scale=$scaler,format=$2" ;;
+    esac
+}
+
 # 10-bit frames as an AVI under our code, FILE.avi, and alone, FILE.v210.
 make_q210() { # KIND WIDTH HEIGHT RATE FRAMES FILE
     quiet_ffmpeg -f lavfi -i "$(source_filter "$1" "$2" "$3" "$4")" -frames:v "$5" \
-        -vf "scale=out_color_matrix=$(matrix_of "$2" "$3"):out_range=tv:out_h_chr_pos=0:flags=accurate_rnd+bicubic,format=yuv422p10le" \
-        -c:v v210 -tag:v Q210 -strict unofficial "$6.avi"
+        -vf "$(to_coding v210 yuv422p10le "$2" "$3")" -c:v v210 -tag:v Q210 -strict unofficial "$6.avi"
     quiet_ffmpeg -c:v v210 -i "$6.avi" -c copy -f rawvideo "$6.v210"
 }
 
@@ -89,8 +114,7 @@ frames_to_avi() { # FOURCC SIZE RATE PATTERN AVI
 # Raw DV as ffmpeg codes it; one thread keeps the two frames of a 720-line pair in turn.
 make_dv() { # KIND WIDTH HEIGHT RATE FRAMES PIXELS FILE
     quiet_ffmpeg -f lavfi -i "$(source_filter "$1" "$2" "$3" "$4")" -frames:v "$5" \
-        -vf "scale=out_color_matrix=$(matrix_of "$2" "$3"):out_range=tv,setdar=16/9" -pix_fmt "$6" \
-        -threads 1 -c:v dvvideo -f rawvideo "$7"
+        -vf "$(to_coding dv "$6" "$2" "$3"),setdar=16/9" -threads 1 -c:v dvvideo -f rawvideo "$7"
 }
 
 # MPEG-2 intra frames in an AVI for our decoder, WIDTH by HEIGHT in lines as shown of CODED_HEIGHT
@@ -100,7 +124,7 @@ make_mpeg_intra() { # KIND WIDTH HEIGHT CODED_HEIGHT RATE FRAMES FILE [ENCODER-O
     shift 7
     folder=$(mktemp -d)
     quiet_ffmpeg -f lavfi -i "$(source_filter "$kind" "$width" "$height" "$rate")" -frames:v "$frames" \
-        -vf "scale=out_color_matrix=$(matrix_of "$width" "$height"):out_range=tv,format=yuv422p,pad=$width:$coded:0:$((coded - height)):red" \
+        -vf "$(to_coding mpeg yuv422p "$width" "$height"),pad=$width:$coded:0:$((coded - height)):red" \
         -c:v mpeg2video -g 1 -q:v 2 -threads 1 "$@" -f image2 -c:v mpeg2video "$folder/%03d.m2v"
     cat "$folder"/*.m2v >"$file.m2v"
     frames_to_avi QMIC "${width}x$height" "$rate" "$folder/%03d.m2v" "$file"
@@ -160,14 +184,14 @@ raw_orientation() { # FORMAT
 }
 
 # The average PSNR, in dB over all frames, between nyxhost's raw samples and ffmpeg's own conversion
-# of the same v210 frames; "inf" when they are the same. ffmpeg is told what the decoder does too:
-# chroma sits on the even pixels and is interpolated linearly.
+# of the same v210 frames; "inf" when they are the same. ffmpeg does what the decoder does too: it rounds
+# to 8 bits first, and interpolates chroma linearly, which sits on the even pixels.
 psnr_against_ffmpeg() { # FORMAT WIDTH HEIGHT SAMPLES V210
-    local format=$1 size=${2}x$3 compared=gbrp own
-    own="scale=in_color_matrix=$(matrix_of "$2" "$3"):in_range=tv:out_range=pc:in_h_chr_pos=0:flags=accurate_rnd+full_chroma_int+bilinear"
-    if [ "$format" = yuy2 ]; then
-        compared=yuv422p
-        own="scale=flags=accurate_rnd+bilinear"
+    local format=$1 size=${2}x$3 compared=yuv422p own scaler=flags=accurate_rnd+full_chroma_int+bilinear
+    own=$(round_to_8_bits "$scaler")
+    if [ "$format" != yuy2 ]; then
+        compared=gbrp
+        own+=",scale=in_color_matrix=$(matrix_of "$2" "$3"):in_range=tv:out_range=pc:in_h_chr_pos=0:$scaler"
     fi
     ffmpeg -nostdin -hide_banner -loglevel info \
         -f rawvideo -pixel_format "$(raw_format "$format")" -video_size "$size" -i "$4" \

@@ -5,14 +5,23 @@
 footage=(
     "DV25-625.avi         720x576   25/1       25 yuv420p     dv   s16le"
     "DV25-525.mov         720x480   30000/1001 30 yuv411p     dv   s16be"
+    "DV25-525.mxf         720x480   30000/1001 10 yuv411p     dv   s24le"
+    "DV25-625.dif         720x576   25/1       10 yuv420p     dv   s16le"
+    "DVCPRO25-625.avi     720x576   25/1       10 yuv411p     dv   s16le"
+    "DVCPRO25-625.mov     720x576   25/1       10 yuv411p     dv   s16le"
+    "DVCPRO25-625.mxf     720x576   25/1       10 yuv411p     dv   s16le"
     "DVCPRO25-625.dv      720x576   25/1       25 yuv411p     dv   s16le"
     "DVCPRO50-625.mov     720x576   25/1       25 yuv422p     dv   s16le"
     "DVCPRO50-525.mxf     720x480   30000/1001 30 yuv422p     dv   s24le"
+    "DVCPRO50-625.dv      720x576   25/1       10 yuv422p     dv   s16le"
     "DVCPROHD-1080i60.mov 1280x1080 30000/1001 6  yuv422p     dv   s24le"
     "DVCPROHD-720p50.mxf  960x720   50/1       10 yuv422p     dv   s16le"
+    "DVCPROHD-1080i50.dif 1440x1080 25/1       5  yuv422p     dv   s16le"
     "D10-625.mxf          720x576   25/1       25 yuv422p     d10  s16le"
     "D10-525.gxf          720x486   30000/1001 30 yuv422p     d10  mono"
     "MPEG2-1080.mxf       1920x1080 25/1       5  yuv422p     mpeg s24le"
+    "MPEG2-525.gxf        720x480   30000/1001 10 yuv422p     mpeg mono"
+    "MPEG2-1080.m2v       1920x1080 25/1       5  yuv422p     mpeg none"
     "v210-1080.mov        1920x1080 25/1       5  yuv422p10le v210 s24le"
     "v210-720.avi         1280x720  50/1       6  yuv422p10le v210 s16le"
 )
@@ -25,7 +34,7 @@ coded_lines() { # HEIGHT
     if [ "$1" = 576 ]; then echo 608; else echo 512; fi
 }
 
-# Wide pictures that bear their number. What D-10 codes above them, and nobody shall see, is red.
+# The test card, or $picture_kind, in wide pictures. The lines that D-10 codes above them, which no decoder shows, are red.
 make_footage() { # FOLDER FILE SIZE RATE FRAMES PIXELS CODING SOUND
     local file=$1/$2 width=${3%x*} height=${3#*x} rate=$4 sound=(-c:a "pcm_$8") coded=${3#*x} fields=bb coding
     case $7 in
@@ -43,15 +52,15 @@ make_footage() { # FOLDER FILE SIZE RATE FRAMES PIXELS CODING SOUND
             [[ $2 != *.mxf ]] || coding+=(-f mxf_d10)
             ;;
     esac
-    [ "$8" != mono ] || sound=(-c:a pcm_s16le -ac 1)
-    quiet_ffmpeg -loglevel fatal -f lavfi -i "$(source_filter natural $((height * 16 / 9)) "$height" "$rate")" \
-        -f lavfi -i "$sound_source" -t "$(awk "BEGIN { print $5 / ($rate) }")" -vf "$(picture_number)
-            ,scale=$width:$height:out_color_matrix=$(matrix_of "$width" "$height"):out_range=tv:out_h_chr_pos=0:flags=accurate_rnd+bicubic
-            ,format=$6,pad=$width:$coded:0:$((coded - height)):red,setdar=16/9" \
+    case $8 in
+        mono) sound=(-c:a pcm_s16le -ac 1) ;;
+        none) sound=(-an) ;;
+    esac
+    [[ $2 != *.dif ]] || coding+=(-f dv)
+    quiet_ffmpeg -loglevel fatal -f lavfi -i "$(source_filter "${picture_kind:-card}" "$width" "$height" "$rate")" \
+        -f lavfi -i "$sound_source" -t "$(awk "BEGIN { print $5 / ($rate) }")" \
+        -vf "$(to_coding "$7" "$6" "$width" "$height"),pad=$width:$coded:0:$((coded - height)):red,setdar=16/9" \
         "${coding[@]}" "${sound[@]}" "$file"
-}
-picture_number() {
-    echo "drawtext=fontfile=/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf:text=%{n}:fontsize=h/6:fontcolor=white:x=w/30:y=h-th-h/20"
 }
 
 # Holds what nyxhost decoded of a file, WORK/samples in FORMAT and WORK/sound.wav, against ffmpeg's reading
@@ -62,14 +71,23 @@ compare_footage() { # FILE SIZE FORMAT WORK
 }
 
 # The PSNR between raw samples and ffmpeg's decode of a file's pictures, all of them: of the first
-# component, luma or red, and of all three. Lines above a D-10 picture are cut off. $decoding is what ffmpeg decodes with.
+# component, luma or red, and of all three. ffmpeg's pictures become 8-bit 4:2:2 first, as the decoders' do, their
+# chroma taken from where its standard has it. Lines above a D-10 picture are cut off. $decoding is what ffmpeg
+# decodes with.
 psnr_of_footage() { # FILE SIZE FORMAT SAMPLES
-    local width=${2%x*} height=${2#*x} to=yuv422p own=scale=flags=bilinear+accurate_rnd
-    if [ "$3" != yuy2 ]; then
+    local width=${2%x*} height=${2#*x} to=yuv422p own
+    local scaler=flags=bilinear+accurate_rnd+full_chroma_int:in_h_chr_pos=0:out_h_chr_pos=0
+    case $(ffprobe -loglevel error -select_streams v -show_entries stream=codec_name,pix_fmt -of csv=p=0 "$1") in
+        dvvideo,yuv420p) own=$(resample_dv_chroma in yuv422p "$scaler") ;;
+        *,yuv422p10le) own=$(round_to_8_bits "$scaler") ;;
+        *) own=scale=$scaler:interl=-1,format=yuv422p ;;
+    esac
+    if [ "$3" = yuy2 ]; then
+        own+=,scale=$scaler
+    else
         to=gbrp
-        own+=+full_chroma_int:in_color_matrix=$(matrix_of "$width" "$height"):in_range=tv:out_range=pc
+        own+=,scale=$scaler:in_color_matrix=$(matrix_of "$width" "$height"):in_range=tv:out_range=pc
     fi
-    own+=:in_h_chr_pos=0:out_h_chr_pos=0:interl=-1
     ffmpeg -nostdin -hide_banner -f rawvideo -pixel_format "$(raw_format "$3")" -video_size "$2" -i "$4" \
         -threads 1 ${decoding:-} -i "$1" -lavfi \
         "[0]$(raw_orientation "$3"),format=$to,settb=1/25,setpts=N[a];[1:v]crop=iw:$height:0:ih-$height,$own,format=$to,settb=1/25,setpts=N[b];[a][b]psnr" \
@@ -77,9 +95,13 @@ psnr_of_footage() { # FILE SIZE FORMAT SAMPLES
 }
 
 # The first stream of sound in a file and what became of it: "48000 samples of 16 bits, equal", or how
-# many are not.
+# many are not; "none" where there is none.
 compare_sound() { # FILE WAV WORK
     local bits count
+    if [ ! -e "$2" ] && [ -z "$(ffprobe -loglevel error -select_streams a -show_entries stream=index -of csv=p=0 "$1")" ]; then
+        echo none
+        return
+    fi
     bits=$(ffprobe -loglevel error -show_entries stream=bits_per_sample -of csv=p=0 "$2")
     quiet_ffmpeg -loglevel fatal -i "$1" -i "$2" -map 0:a:0 -f "s${bits}le" "$3/theirs" -map 1:a -f "s${bits}le" "$3/ours"
     count=$(($(stat -c %s "$3/ours") * 8 / bits))

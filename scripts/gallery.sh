@@ -1,21 +1,5 @@
-# The sheets of scripts/demo: pictures with labels in one, and the gallery, the same natural source
-# through all eight decoders. Needs clips.sh, sizes.sh, $out and $work.
-
-# Draws the pictures of the array `tiles`, HEIGHT high, with the texts of `labels` below them. A
-# checkerboard shows through where they have alpha.
-draw_sheet() { # FILE COLUMNS HEIGHT
-    local font=/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf count=${#tiles[@]} inputs=() sheet= i
-    local board="color=gray:size=480x$3,trim=end_frame=1,geq=lum='if(mod(floor(X/20)+floor(Y/20),2),190,110)':cb=128:cr=128,split=$count"
-    for i in "${!tiles[@]}"; do
-        inputs+=(-i "${tiles[i]}")
-        printf '%s' "${labels[i]}" >"$work/label-$i"
-        board+="[b$i]"
-        sheet+=";[$i]scale=480:$3[p$i];[b$i][p$i]overlay=format=gbrp,pad=484:$(($3 + 32)):2:2:0x202020,setsar=1,"
-        sheet+="drawtext=fontfile=$font:fontsize=13:fontcolor=white:x=10:y=$(($3 + 9)):textfile=$work/label-$i[t$i]"
-    done
-    sheet+=";$(printf '[t%d]' "${!tiles[@]}")concat=n=$count,tile=$2x$(((count + $2 - 1) / $2))"
-    quiet_ffmpeg "${inputs[@]}" -filter_complex "$board$sheet" -frames:v 1 -update 1 -q:v 4 "$1"
-}
+# The gallery of scripts/demo: the test card through all eight decoders. Needs clips.sh, sheet.sh, sizes.sh,
+# $out and $work.
 
 # Name, decoder, FourCC, size, rate, how the clip is made, and what codes and decodes it.
 gallery=(
@@ -33,31 +17,31 @@ gallery=(
 make_gallery_clip() { # HOW CODING WIDTH HEIGHT RATE FILE: a clip of two frames
     local how=$1 coding=$2 width=$3 height=$4 rate=$5 file=$6
     case $how in
-        v210) make_q210 natural "$width" "$height" "$rate" 2 "${file%.avi}" ;;
+        v210) make_q210 card "$width" "$height" "$rate" 2 "${file%.avi}" ;;
         standin)
-            make_pictures natural "$width" "$height" "$rate" 2 "$coding" "$file.raw"
+            make_pictures card "$width" "$height" "$rate" 2 "$coding" "$file.raw"
             make_standin_clip "$coding" "$width" "$height" "$rate" "$file.raw" "$file"
             ;;
-        mpeg2) make_mpeg_intra natural "$width" "$height" 608 "$rate" 2 "$file" ;;
-        dv) make_dv natural "$width" "$height" "$rate" 2 "$coding" "$file" ;;
+        mpeg2) make_mpeg_intra card "$width" "$height" 608 "$rate" 2 "$file" ;;
+        dv) make_dv card "$width" "$height" "$rate" 2 "$coding" "$file" ;;
     esac
 }
 
-# What stands below a picture: what it lost against the source in 4:2:2, or why that says nothing.
-gallery_note() { # CODING WIDTH HEIGHT SAMPLES
+# What a picture lost against the source in 4:2:2, or why that says nothing.
+gallery_note() { # CODING WIDTH HEIGHT RATE SAMPLES
     local psnr source=$work/source-$2
     if [ "$1" = zeta-alpha ]; then
-        echo "on a checkerboard"
+        echo "over a checkerboard"
         return
     fi
-    [ -e "$source" ] || make_pictures natural "$2" "$3" 25/1 2 zeta "$source"
-    psnr=$(psnr_of_raw yuyv422 "$2" "$3" "$4" null "$source")
-    if [ "$psnr" = inf ]; then echo exact; else LC_ALL=C printf '%.1f dB\n' "$psnr"; fi
+    [ -e "$source" ] || make_pictures card "$2" "$3" "$4" 2 zeta "$source"
+    psnr=$(psnr_of_raw yuyv422 "$2" "$3" "$5" null "$source")
+    if [ "$psnr" = inf ]; then echo exact; else LC_ALL=C printf 'PSNR %.1f dB\n' "$psnr"; fi
 }
 
 show_gallery() {
     local entry name decoder fourcc geometry how coding width height rate format file note engine
-    local tiles=() labels=() row='%-27s %-5s %-9s %-11s %-18s %s\n'
+    local tiles=() titles=() notes=() column_names=() row_names=() row='%-27s %-5s %-9s %-11s %-19s %s\n'
     say "One source through every decoder; PSNR is against the source as 8-bit 4:2:2"
     printf "$row" decoder code size engine picture file
     for entry in "${gallery[@]}"; do
@@ -80,13 +64,16 @@ show_gallery() {
         else
             decode_alike "$file" --format yuy2 --raw samples
         fi
-        note=$(gallery_note "$coding" "$width" "$height" "$work/win32/samples")
+        note=$(gallery_note "$coding" "$width" "$height" "$rate" "$work/win32/samples")
         decode_alike "$file" --format "$format" --from 1f --out .
         mv "$work"/win32/*.png "$out"
         printf "$row" "$decoder" "$fourcc" "${width}x$height" "$engine" "$note" \
             "out/gallery-$name-$format-00001.png"
         tiles+=("$out/gallery-$name-$format-00001.png")
-        labels+=("$decoder   $fourcc   engine: $engine   $note")
+        titles+=("$decoder")
+        notes+=("$fourcc, ${width}x$height"$'\n'"engine: $engine"$'\n'"$note")
     done
-    draw_sheet "$out/gallery.jpg" 3 360
+    draw_sheet "$out/gallery.jpg" 3 480 "One source through all eight decoders" \
+        "Below each picture its middle, where red and blue meet: pixels as stored, 8 times as large." \
+        "PSNR: of the decoder's 4:2:2 pictures, against the source as 8-bit 4:2:2." -q:v 4
 }

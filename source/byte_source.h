@@ -16,6 +16,8 @@ class ByteSource {
     virtual int Read(std::int64_t position, BYTE* to, int count) = 0;
     /// The size now, in bytes, or -1.
     virtual std::int64_t Size() = 0;
+    /// A clock that never goes back, in milliseconds.
+    virtual std::int64_t Milliseconds() = 0;
     /// Why a read failed last; `S_OK` when none did.
     virtual HRESULT failure() const = 0;
 };

@@ -34,7 +34,10 @@ HRESULT DiskFile::Open(const wchar_t* path) {
     file_ = CreateFileW(OpenablePath(path).c_str(), GENERIC_READ,
                         FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                         OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
-    return file_ == INVALID_HANDLE_VALUE ? LastError() : S_OK;
+    if (file_ == INVALID_HANDLE_VALUE) {
+        return LastError();
+    }
+    return GetFileType(file_) == FILE_TYPE_DISK ? S_OK : HRESULT_FROM_WIN32(ERROR_NOT_SUPPORTED);
 }
 
 int DiskFile::Read(std::int64_t position, BYTE* to, int count) {

@@ -14,11 +14,13 @@ class DiskFile final : public ByteSource {
     DiskFile& operator=(const DiskFile&) = delete;
     ~DiskFile() override;
 
-    /// Opens a file once, by a path of any length. `E_OUTOFMEMORY` or the system's error.
+    /// Opens a file once, by a path of any length. `E_OUTOFMEMORY` or the system's error; what is
+    /// no file of a disk, such as a port, is not supported: reading from it might never end.
     HRESULT Open(const wchar_t* path);
 
     int Read(std::int64_t position, BYTE* to, int count) override;
     std::int64_t Size() override;
+    std::int64_t Milliseconds() override { return static_cast<std::int64_t>(GetTickCount64()); }
     HRESULT failure() const override { return failure_; }
 
   private:

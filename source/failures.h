@@ -13,5 +13,6 @@ constexpr HRESULT kUnknownFileType = static_cast<HRESULT>(0x80040240u);    ///< 
 constexpr HRESULT kInvalidFileFormat = static_cast<HRESULT>(0x8004022Fu);  ///< a damaged container
 constexpr HRESULT kUnsupportedStream = static_cast<HRESULT>(0x80040265u);  ///< nothing for a pin
 constexpr HRESULT kUnsupportedVideo = static_cast<HRESULT>(0x8004025Du);   ///< a variant of ours
+constexpr HRESULT kUnsupportedAudio = static_cast<HRESULT>(0x8004025Cu);   ///< compressed sound
 
 }  // namespace nyx::source

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include "source/failures.h"
 #include "source/sample_clock.h"
@@ -19,11 +20,36 @@ constexpr std::int64_t kMostBytesSeen = 128 << 20;
 constexpr REFERENCE_TIME kLongestSound = kUnits;
 constexpr char kKinds[] = "avi,dv,gxf,mov,mp4,m4a,3gp,3g2,mj2,mpegvideo,mxf";
 
+/// When a stream begins; the file's start for one that does not say.
+REFERENCE_TIME StartOf(const AVFormatContext& file, const AVStream& stream) {
+    if (stream.start_time != AV_NOPTS_VALUE) {
+        return TimeOfTick(stream.start_time, stream.time_base);
+    }
+    return file.start_time != AV_NOPTS_VALUE ? TimeOfTick(file.start_time, AV_TIME_BASE_Q) : 0;
+}
+
+/// A packet over the same bytes.
+HRESULT Share(const Packet& packet, Packet* copy) {
+    copy->stream = packet.stream;
+    copy->data.reset(av_packet_clone(packet.data.get()));
+    copy->left = packet.left;
+    copy->leftAt = packet.leftAt;
+    return copy->data ? S_OK : E_OUTOFMEMORY;
+}
+
 }  // namespace
+
+bool FootageFile::MayGoOn() {
+    return budget_.Ask(bytes_->Milliseconds()) && !cancelled_;
+}
+
+int FootageFile::IsInterrupted(void* self) {
+    return static_cast<FootageFile*>(self)->MayGoOn() ? 0 : 1;
+}
 
 int FootageFile::ReadBytes(void* self, std::uint8_t* to, int count) {
     auto* file = static_cast<FootageFile*>(self);
-    if (file->cancelled_) {
+    if (!file->MayGoOn()) {
         return AVERROR_EXIT;
     }
     if (file->leaves_ && count >= kLeastLeft &&
@@ -35,6 +61,8 @@ int FootageFile::ReadBytes(void* self, std::uint8_t* to, int count) {
     const int got = file->bytes_->Read(file->position_, to, count);
     file->readFailed_ = got < 0;
     file->position_ += std::max(got, 0);
+    file->furthest_ = std::max<std::int64_t>(file->furthest_, file->position_);
+    file->budget_.Take(std::max(got, 0), file->bytes_->Milliseconds());
     return got > 0 ? got : got == 0 ? AVERROR_EOF : AVERROR(EIO);
 }
 
@@ -48,9 +76,20 @@ std::int64_t FootageFile::SeekBytes(void* self, std::int64_t offset, int whence)
     return position < 0 ? AVERROR(EINVAL) : file->position_ = position;
 }
 
+/// What it means when the library gets no memory: a table may claim any number of rows. It is a
+/// damaged one as long as there is memory for all that can be in a file of this size.
+HRESULT FootageFile::WantOfMemory() const {
+    constexpr std::int64_t kMostOfARow = 32;  // for a byte of the file
+    constexpr std::int64_t kMost = 256 << 20;
+    const std::int64_t all = std::clamp<std::int64_t>(size_, 1, kMost / kMostOfARow) * kMostOfARow;
+    void* const memory = av_malloc(static_cast<std::size_t>(all));
+    av_free(memory);
+    return memory ? kInvalidFileFormat : E_OUTOFMEMORY;
+}
+
 HRESULT FootageFile::ResultOf(int error) const {
     return error >= 0                 ? S_OK
-           : error == AVERROR(ENOMEM) ? E_OUTOFMEMORY
+           : error == AVERROR(ENOMEM) ? WantOfMemory()
            : cancelled_               ? kCancelled
            : readFailed_              ? bytes_->failure()
                                       : kInvalidFileFormat;
@@ -75,6 +114,7 @@ HRESULT FootageFile::OpenContainer() {
     }
     context->pb = input_.get();
     context->flags |= AVFMT_FLAG_DISCARD_CORRUPT;
+    context->interrupt_callback = {IsInterrupted, this};
     // Containers alone: no frame is decoded to learn more of it, no other file opened.
     context->format_whitelist = av_strdup(kKinds);
     context->codec_whitelist = av_strdup("none");
@@ -102,6 +142,8 @@ HRESULT FootageFile::OpenContainer() {
 HRESULT FootageFile::Open(std::unique_ptr<ByteSource> bytes) {
     av_log_set_level(AV_LOG_QUIET);
     bytes_ = std::move(bytes);
+    size_ = bytes_->Size();
+    budget_.Start(size_, bytes_->Milliseconds());
     HRESULT result = OpenContainer();
     if (SUCCEEDED(result)) {
         result = FindStreams();
@@ -109,12 +151,14 @@ HRESULT FootageFile::Open(std::unique_ptr<ByteSource> bytes) {
     if (FAILED(result)) {
         return result;
     }
-    const StreamFormat& first = streams_.front();
-    const std::int64_t start = context_->streams[first.index]->start_time;
-    origin_ = start == AV_NOPTS_VALUE ? 0 : TimeOfTick(start, first.timeBase);
+    origin_ = std::min_element(streams_.begin(), streams_.end(), [](const auto& a, const auto& b) {
+                  return a.start < b.start;
+              })->start;
     Select(std::vector<bool>(streams_.size(), true));
-    leaves_ = CanStayInFile(*context_, first);
-    return Seek(0);
+    leaves_ = CanStayInFile(*context_, streams_.front());
+    result = Seek(0);
+    budget_.Stop();
+    return result;
 }
 
 /// Reads until enough frames of each stream were seen to describe it.
@@ -145,15 +189,26 @@ HRESULT FootageFile::SeeFirstFrames(std::vector<Packets>* seen) {
 /// How long a file without times is: its frames are counted, to its end if that is not far, else as
 /// if the rest were like them. The first frames were seen already.
 HRESULT FootageFile::CountFrames(const Packets& seen, StreamFormat* stream) {
-    auto count = static_cast<std::int64_t>(seen.size());
+    groups_.Start(stream->video->rate);
+    std::int64_t count = 0;
+    std::int64_t end = 1;  // of the frames that were counted
+    const auto check = [&](const AVPacket& packet) {
+        groups_.Check({packet.data, static_cast<std::size_t>(packet.size)}, count++);
+        end = std::max<std::int64_t>(end, packet.pos + packet.size);
+    };
+    for (const auto& packet : seen) {
+        check(*packet);
+    }
     HRESULT result = S_OK;
     while (result == S_OK && position_ < kMostBytesSeen) {
         LibavPtr<AVPacket> packet;
         result = ReadRaw(&packet);
-        count += result == S_OK && packet->stream_index == stream->index ? 1 : 0;
+        if (result == S_OK && packet->stream_index == stream->index) {
+            check(*packet);
+        }
     }
     if (result == S_OK) {
-        count = av_rescale(count, bytes_->Size(), position_);
+        count = av_rescale(count, bytes_->Size(), end);
     }
     stream->duration = TimeOfTick(count, av_inv_q(stream->video->rate));
     return result;
@@ -169,10 +224,16 @@ HRESULT FootageFile::FindStreams() {
         StreamFormat format;
         format.index = static_cast<int>(i);
         format.timeBase = stream->time_base;
-        const REFERENCE_TIME duration = stream->duration != AV_NOPTS_VALUE
-                                            ? TimeOfTick(stream->duration, stream->time_base)
-                                            : TimeOfTick(context_->duration, AV_TIME_BASE_Q);
-        format.duration = std::max<REFERENCE_TIME>(duration, 0);
+        const bool timed = stream->duration != AV_NOPTS_VALUE;
+        const AVRational clock = timed ? stream->time_base : AV_TIME_BASE_Q;
+        const REFERENCE_TIME duration =
+            TimeOfTick(timed ? stream->duration : context_->duration, clock);
+        format.start = StartOf(*context_, *stream);
+        const REFERENCE_TIME late =
+            timed || context_->start_time == AV_NOPTS_VALUE
+                ? 0
+                : Difference(format.start, TimeOfTick(context_->start_time, AV_TIME_BASE_Q));
+        format.duration = std::max<REFERENCE_TIME>(Difference(duration, late), 0);
         if (stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO) {
             anyVideo = true;
             format.video.emplace();
@@ -180,6 +241,7 @@ HRESULT FootageFile::FindStreams() {
                 DescribeVideo(context_.get(), stream, seen[i], &*format.video);
             if (FAILED(described)) {
                 refusal = described;
+                leftOut_.push_back({format.index, described});
                 continue;
             }
             if (stream->duration == AV_NOPTS_VALUE) {  // rounded in microseconds, not in frames
@@ -187,27 +249,60 @@ HRESULT FootageFile::FindStreams() {
                 format.duration =
                     TimeOfTick(av_rescale_q(format.duration, {1, kUnits}, frame), frame);
             }
-            if (format.duration == 0) {
+            if (IsAvi(*context_) &&
+                format.duration > 0) {  // the last picture's ticks may be missing
+                const std::int64_t ticks = FrameTicks(format);
+                const std::int64_t count =
+                    TickAt(Difference(format.duration, 1), format.timeBase) / ticks + 1;
+                format.duration = TimeOfTick(count * ticks, format.timeBase);
+            }
+            if (format.duration == 0 || IsElementary(*context_)) {
                 result = CountFrames(seen[i], &format);
             }
-        } else if (stream->codecpar->codec_type != AVMEDIA_TYPE_AUDIO ||
-                   !DescribeAudio(*stream->codecpar, &format.audio)) {
+        } else if (stream->codecpar->codec_type != AVMEDIA_TYPE_AUDIO) {
             continue;
+        } else if (!DescribeAudio(*stream->codecpar, &format.audio)) {
+            leftOut_.push_back({format.index, kUnsupportedAudio});
+            continue;
+        } else {
+            format.audio.inDv = IsDvSound(*context_, *stream);
         }
         streams_.push_back(format);
     }
     std::stable_partition(streams_.begin(), streams_.end(),
                           [](const StreamFormat& stream) { return stream.video.has_value(); });
     const bool missing = streams_.empty() || (anyVideo && !streams_.front().video);
+    if (SUCCEEDED(result) && !missing && IsRawDv(*context_)) {
+        TimeRawDv(seen[static_cast<std::size_t>(streams_.front().index)]);
+    }
     return FAILED(result) ? result : missing ? refusal : S_OK;
 }
 
-REFERENCE_TIME FootageFile::duration() const {
-    REFERENCE_TIME longest = 0;
-    for (const StreamFormat& stream : streams_) {
-        longest = std::max(longest, stream.duration);
+/// How long whole frames of raw DV last, whose system may change.
+void FootageFile::TimeRawDv(const Packets& seen) {
+    if (seen.empty()) {
+        return;
     }
-    return longest;
+    const std::int64_t first = seen.front()->pos;
+    rawDv_.Find(bytes_.get(), first);
+    VideoFormat& video = *streams_.front().video;
+    if (rawDv_.changes()) {
+        video.largestPacket = static_cast<DWORD>(rawDv_.LongestFrame());
+        video.wholeFrame = static_cast<DWORD>(rawDv_.ShortestFrame());
+    }
+    for (StreamFormat& stream : streams_) {
+        stream.duration = rawDv_.changes() ? rawDv_.Duration(size_)
+                                           : TimeOfTick(Difference(size_, first) / video.wholeFrame,
+                                                        av_inv_q(video.rate));
+    }
+}
+
+REFERENCE_TIME FootageFile::duration() const {
+    REFERENCE_TIME end = origin_;
+    for (const StreamFormat& stream : streams_) {
+        end = std::max(end, av_sat_add64(stream.start, stream.duration));
+    }
+    return std::min(Difference(end, origin_), kLongest);
 }
 
 void FootageFile::Select(const std::vector<bool>& wanted) {
@@ -215,20 +310,29 @@ void FootageFile::Select(const std::vector<bool>& wanted) {
     SkipUnwanted();
 }
 
-/// Lets the container pass over what nobody wants, where it can.
+/// Lets the container pass over what nobody wants, where it can; pictures without bytes are wanted.
 void FootageFile::SkipUnwanted() {
     for (unsigned i = 0; context_ && i < context_->nb_streams; ++i) {
         context_->streams[i]->discard = AVDISCARD_ALL;
     }
     for (std::size_t i = 0; context_ && i < streams_.size(); ++i) {
         if (wanted_[i]) {
-            context_->streams[streams_[i].index]->discard = AVDISCARD_DEFAULT;
+            context_->streams[streams_[i].index]->discard = AVDISCARD_NONE;
         }
     }
 }
 
-HRESULT FootageFile::Restart() {
+/// Nothing was read yet at the place where reading continues.
+void FootageFile::Forget() {
     next_.assign(streams_.size(), AV_NOPTS_VALUE);
+    rates_.assign(streams_.size(), 0);
+    nextFrame_ = 0;
+    shown_.data.reset();
+    held_.data.reset();
+}
+
+HRESULT FootageFile::Restart() {
+    Forget();
     const HRESULT result = OpenContainer();
     if (FAILED(result)) {
         return result;
@@ -243,22 +347,49 @@ HRESULT FootageFile::Restart() {
     return S_OK;
 }
 
-HRESULT FootageFile::Seek(REFERENCE_TIME time) {
-    from_ = time;
-    checkLanding_ = time > 0;
-    next_.assign(streams_.size(), AV_NOPTS_VALUE);
-    if (!context_) {
-        return Restart();  // the last one was cancelled
+/// Goes to a group of pictures that begins at a time or little before it, by the time codes of a
+/// file that has nothing else to go by; false where these do not count its frames.
+bool FootageFile::SeekGroup(REFERENCE_TIME time) {
+    if (!groups_.areNumbered()) {
+        return false;
     }
     const StreamFormat& first = streams_.front();
+    const AVRational frame = av_inv_q(first.video->rate);
+    const MpegGroups::Group group = groups_.Find(bytes_.get(), TickAt(time, frame));
+    if (av_seek_frame(context_.get(), -1, group.position, AVSEEK_FLAG_BYTE) < 0) {
+        return false;
+    }
+    next_.front() = TickAt(av_sat_add64(TimeOfTick(group.frame, frame), origin_), first.timeBase);
+    return true;
+}
+
+HRESULT FootageFile::Seek(REFERENCE_TIME time) {
+    from_ = time;
+    const StreamFormat& first = streams_.front();
+    const REFERENCE_TIME firstStart = Difference(first.start, origin_);
+    checkLanding_ = time > firstStart;
+    Forget();
+    // A Restart was cancelled, or sound comes before the picture that a place would be sought by.
+    if (!context_ || time < firstStart) {
+        return Restart();
+    }
     const REFERENCE_TIME early = CountsFields(*context_) ? kLongestSound : 0;
     const REFERENCE_TIME place = Difference(av_sat_add64(time, origin_), early);
     readFailed_ = false;
     // A read that was cancelled looks like the end to the next short way forward.
     input_->eof_reached = 0;
     input_->error = 0;
-    const int error = av_seek_frame(context_.get(), first.index, TickAt(place, first.timeBase),
-                                    AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY);
+    if (SeekGroup(time)) {
+        return S_OK;
+    }
+    // The container would count frames of one length; it only forgets what it has read.
+    const std::int64_t tick = rawDv_.changes() ? 0 : TickAt(place, first.timeBase);
+    const int error =
+        av_seek_frame(context_.get(), first.index, tick, AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY);
+    if (error >= 0 && rawDv_.changes()) {
+        nextFrame_ = rawDv_.PositionAt(time);
+        avio_seek(input_.get(), nextFrame_, SEEK_SET);
+    }
     return error < 0 ? Restart() : S_OK;
 }
 
@@ -269,33 +400,108 @@ HRESULT FootageFile::ReadRaw(LibavPtr<AVPacket>* packet) {
         return E_OUTOFMEMORY;
     }
     left_ = {};
-    const HRESULT result = ResultOf(av_read_frame(context_.get(), packet->get()));
+    const HRESULT result =
+        ResultOf(rawDv_.changes() ? ReadChangingDv(packet->get())
+                                  : av_read_frame(context_.get(), packet->get()));
+    // The reader of raw DV takes the rest of a buffer for that of a torn frame.
+    const AVPacket& data = **packet;
+    const bool torn = result == S_OK && IsRawDv(*context_) && data.stream_index == 0 &&
+                      (rawDv_.changes() ? rawDv_.SystemAt(data.pos).frame_size : data.size) >
+                          Difference(bytes_->Size(), data.pos);
     // Behind the last thing that can be made out there is nothing, whatever it is.
-    return result == kInvalidFileFormat ? S_FALSE : result;
+    return torn || result == kInvalidFileFormat ? S_FALSE : result;
+}
+
+std::int64_t FootageFile::FrameTicks(const StreamFormat& stream) const {
+    const AVRational frame = av_inv_q(stream.video->rate);
+    return std::max<std::int64_t>(av_rescale_q(1, frame, stream.timeBase), 1);
+}
+
+/// When a picture begins: behind the one before where the container does not say.
+std::int64_t FootageFile::TickOf(const StreamFormat& stream, const Packet& packet) const {
+    const AVPacket& data = *packet.data;
+    const std::int64_t tick = data.pts != AV_NOPTS_VALUE ? data.pts : data.dts;
+    const std::int64_t next = next_[packet.stream];
+    const bool timed = tick != AV_NOPTS_VALUE && !groups_.areNumbered();
+    return timed ? tick : next != AV_NOPTS_VALUE ? next : TickAt(origin_, stream.timeBase);
+}
+
+/// A picture of AVI may be the one before once more: a chunk without bytes, or just a tick that an
+/// index leaves out. Puts it in the packet's place, which is held back where it has bytes itself.
+/// `S_FALSE` when there is none to be repeated.
+HRESULT FootageFile::Repeat(Packet* packet) {
+    const StreamFormat& stream = streams_.front();
+    const bool empty = packet->size() == 0;
+    const std::int64_t next = next_.front();
+    const std::int64_t gap = next == AV_NOPTS_VALUE ? 0 : Difference(TickOf(stream, *packet), next);
+    Packet copy;
+    if (!empty && (!shown_.data || gap < FrameTicks(stream))) {
+        const HRESULT result = Share(*packet, &copy);
+        shown_ = std::move(copy);
+        return result;
+    }
+    if (!shown_.data || gap < 0) {
+        return S_FALSE;
+    }
+    const HRESULT result = Share(shown_, &copy);
+    if (FAILED(result)) {
+        return result;
+    }
+    copy.data->pts = copy.data->dts = next;
+    if (!empty || gap >= FrameTicks(stream)) {
+        held_ = std::move(*packet);
+    }
+    *packet = std::move(copy);
+    return S_OK;
+}
+
+/// The container reads as many bytes as the frame before had: too many of a shorter one, and takes
+/// a longer one for torn, once.
+int FootageFile::ReadChangingDv(AVPacket* packet) {
+    int error = av_read_frame(context_.get(), packet);
+    if (error < 0 && !cancelled_ && !readFailed_) {
+        avio_seek(input_.get(), nextFrame_, SEEK_SET);
+        error = av_read_frame(context_.get(), packet);
+    }
+    if (error >= 0 && packet->stream_index == streams_.front().index) {
+        nextFrame_ = packet->pos + packet->size;
+        avio_seek(input_.get(), nextFrame_, SEEK_SET);
+    }
+    return error;
 }
 
 void FootageFile::TimePicture(const StreamFormat& stream, Packet* packet) {
     const AVPacket& data = *packet->data;
-    std::int64_t& next = next_[packet->stream];
-    std::int64_t tick = data.pts != AV_NOPTS_VALUE ? data.pts : data.dts;
-    if (tick == AV_NOPTS_VALUE) {
-        tick = next != AV_NOPTS_VALUE ? next : TickAt(origin_, stream.timeBase);
+    if (rawDv_.changes()) {
+        packet->system = &rawDv_.SystemAt(data.pos);
+        packet->start = rawDv_.StartAt(data.pos);
+        packet->stop = rawDv_.StopAt(data.pos);
+        return;
     }
+    const std::int64_t tick = TickOf(stream, *packet);
+    std::int64_t& next = next_[packet->stream];
     const bool known = data.duration > 0 && !CountsTicks(*context_);
-    next =
-        av_sat_add64(tick, known ? data.duration
-                                 : av_rescale_q(1, av_inv_q(stream.video->rate), stream.timeBase));
+    next = av_sat_add64(tick, known ? data.duration : FrameTicks(stream));
     packet->start = Difference(TimeOfTick(tick, stream.timeBase), origin_);
     packet->stop = Difference(TimeOfTick(next, stream.timeBase), origin_);
 }
 
 void FootageFile::TimeSound(const StreamFormat& stream, Packet* packet) {
-    const AVRational clock = av_make_q(1, stream.audio.rate);
     const AVPacket& data = *packet->data;
     const std::int64_t length = data.size / stream.audio.storedFrame();
+    const int found = stream.audio.inDv ? DvSoundRate(length) : 0;
+    const int rate = found > 0 ? found : stream.audio.rate;
+    const AVRational clock = av_make_q(1, rate);
     std::int64_t& next = next_[packet->stream];
+    if (std::exchange(rates_[packet->stream], rate) != rate) {
+        next = AV_NOPTS_VALUE;
+    }
+    packet->rate = rate;
     const std::int64_t tick = data.pts != AV_NOPTS_VALUE ? data.pts : data.dts;
     std::int64_t first = tick == AV_NOPTS_VALUE ? next : av_rescale_q(tick, stream.timeBase, clock);
+    if (rawDv_.changes()) {
+        first = av_rescale(rawDv_.StartAt(data.pos), rate, kUnits);
+    }
     // A clock of frames or fields tells roughly where sound begins: it follows on what came before,
     // and runs that are longer than a tick count from the file's start.
     const std::int64_t coarse = av_rescale_q(1, stream.timeBase, clock);
@@ -323,27 +529,46 @@ HRESULT FootageFile::FindLeft(Packet* packet) {
     if (left_.count > data.size || left_.end != data.data + data.size) {
         return kInvalidFileFormat;
     }
-    if (streams_[packet->stream].video) {
-        return S_OK;
+    if (!streams_[packet->stream].video) {
+        const HRESULT result = ReadLeft(*packet, data.data + data.size - left_.count);
+        packet->left = 0;
+        return result;
     }
-    const HRESULT result = Copy(*packet, data.data);
-    packet->left = 0;
-    return result;
+    // Only what is there is kept: many frames may be read ahead.
+    const int had = data.size - left_.count;
+    AVBufferRef* kept =
+        av_buffer_allocz(static_cast<std::size_t>(had) + AV_INPUT_BUFFER_PADDING_SIZE);
+    if (!kept) {
+        return E_OUTOFMEMORY;
+    }
+    std::memcpy(kept->data, data.data, static_cast<std::size_t>(had));
+    av_buffer_unref(&data.buf);
+    data.buf = kept;
+    data.data = kept->data;
+    data.size = had;
+    return S_OK;
 }
 
-HRESULT FootageFile::Copy(const Packet& packet, BYTE* to) {
-    const std::size_t had = packet.bytes().size() - packet.left;
-    if (to != packet.data->data) {
-        std::memcpy(to, packet.data->data, had);
-    }
+HRESULT FootageFile::ReadLeft(const Packet& packet, BYTE* to) {
     const int count = static_cast<int>(packet.left);
-    const int got = count > 0 ? bytes_->Read(packet.leftAt, to + had, count) : 0;
+    const int got = count > 0 ? bytes_->Read(packet.leftAt, to, count) : 0;
     return got == count ? S_OK : got < 0 ? bytes_->failure() : S_FALSE;
 }
 
-HRESULT FootageFile::Read(Packet* packet) {
+HRESULT FootageFile::Copy(const Packet& packet, BYTE* to) {
+    const std::size_t had = packet.bytes().size();
+    std::memcpy(to, packet.data->data, had);
+    return ReadLeft(packet, to + had);
+}
+
+/// The next packet of a stream of ours. `S_FALSE` at the end.
+HRESULT FootageFile::TakePacket(Packet* packet) {
+    if (held_.data) {
+        *packet = std::move(held_);
+        return S_OK;
+    }
     for (;;) {
-        HRESULT result = cancelled_ ? kCancelled : ReadRaw(&packet->data);
+        const HRESULT result = cancelled_ ? kCancelled : ReadRaw(&packet->data);
         if (result != S_OK) {
             return result;
         }
@@ -351,14 +576,29 @@ HRESULT FootageFile::Read(Packet* packet) {
         while (at < streams_.size() && streams_[at].index != packet->data->stream_index) {
             ++at;
         }
-        if (at == streams_.size() || packet->data->size <= 0) {
-            continue;
+        if (at < streams_.size()) {
+            packet->stream = at;
+            return FindLeft(packet);
         }
-        packet->stream = at;
-        const StreamFormat& stream = streams_[at];
-        result = FindLeft(packet);
+    }
+}
+
+HRESULT FootageFile::Read(Packet* packet) {
+    for (;;) {
+        HRESULT result = TakePacket(packet);
         if (result != S_OK) {
             return result;
+        }
+        const std::size_t at = packet->stream;
+        const StreamFormat& stream = streams_[at];
+        if (at == 0 && stream.video && IsAvi(*context_)) {
+            result = Repeat(packet);
+            if (FAILED(result)) {
+                return result;
+            }
+        }
+        if (packet->size() == 0) {
+            continue;
         }
         stream.video ? TimePicture(stream, packet) : TimeSound(stream, packet);
         const bool tooFar = checkLanding_ && at == 0 && packet->start > from_;
@@ -370,7 +610,7 @@ HRESULT FootageFile::Read(Packet* packet) {
             }
             continue;
         }
-        const bool torn = stream.video && packet->bytes().size() < stream.video->wholeFrame;
+        const bool torn = stream.video && packet->size() < stream.video->wholeFrame;
         if (wanted_[at] && !torn && packet->stop > from_) {
             return S_OK;
         }

@@ -3,7 +3,10 @@
 /// @file
 /// libavformat's headers, which are C, and owners of its objects.
 
+#include <cstdint>  // first: the library asks for its macros
+
 extern "C" {
+#include <libavcodec/codec_desc.h>
 #include <libavcodec/dv_profile.h>
 #include <libavformat/avformat.h>
 #include <libavutil/mathematics.h>

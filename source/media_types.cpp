@@ -69,19 +69,21 @@ HRESULT FillVideo(const VideoFormat& format, bool second, CMediaType* type) {
 
 HRESULT FillAudio(const AudioFormat& format, CMediaType* type) {
     const int bits = format.pcm.deliveredBytes * 8;
-    // A plain block says nothing of more channels than two, nor of samples of more than 16 bits.
-    const bool extensible = format.channels > 2 || bits > 16;
+    // A plain block says nothing of more channels than two, nor of integers of more than 16 bits.
+    const bool real = format.pcm.kind == PcmKind::kFloat;
+    const bool extensible = format.channels > 2 || (bits > 16 && !real);
+    const GUID& subtype = real ? MEDIASUBTYPE_IEEE_FLOAT : MEDIASUBTYPE_PCM;
     auto* block = reinterpret_cast<WAVEFORMATEXTENSIBLE*>(
         type->AllocFormatBuffer(extensible ? sizeof(WAVEFORMATEXTENSIBLE) : sizeof(WAVEFORMATEX)));
     if (!block) {
         return E_OUTOFMEMORY;
     }
     type->SetType(&MEDIATYPE_Audio);
-    type->SetSubtype(&MEDIASUBTYPE_PCM);
+    type->SetSubtype(&subtype);
     type->SetFormatType(&FORMAT_WaveFormatEx);
     type->SetSampleSize(static_cast<ULONG>(format.deliveredFrame()));
     WAVEFORMATEX& wave = block->Format;
-    wave.wFormatTag = WAVE_FORMAT_PCM;
+    wave.wFormatTag = real ? WAVE_FORMAT_IEEE_FLOAT : WAVE_FORMAT_PCM;
     wave.nChannels = static_cast<WORD>(format.channels);
     wave.nSamplesPerSec = static_cast<DWORD>(format.rate);
     wave.nBlockAlign = static_cast<WORD>(format.deliveredFrame());
@@ -92,7 +94,7 @@ HRESULT FillAudio(const AudioFormat& format, CMediaType* type) {
         wave.cbSize = sizeof(WAVEFORMATEXTENSIBLE) - sizeof(WAVEFORMATEX);
         block->Samples.wValidBitsPerSample = wave.wBitsPerSample;
         block->dwChannelMask = format.channelMask;
-        block->SubFormat = MEDIASUBTYPE_PCM;  // the same GUID as the sound system's own
+        block->SubFormat = subtype;  // the same GUIDs as the sound system's own
     }
     return S_OK;
 }

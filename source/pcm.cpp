@@ -3,25 +3,55 @@
 #include <cstring>
 
 namespace nyx::source {
+namespace {
+
+struct PcmRow {
+    AVCodecID codec;
+    PcmFormat format;
+};
+constexpr PcmRow kRows[] = {
+    {AV_CODEC_ID_PCM_U8, {PcmKind::kOffset, 1, 2, false}},
+    {AV_CODEC_ID_PCM_S8, {PcmKind::kSigned, 1, 2, false}},
+    {AV_CODEC_ID_PCM_ALAW, {PcmKind::kALaw, 1, 2, false}},
+    {AV_CODEC_ID_PCM_MULAW, {PcmKind::kMuLaw, 1, 2, false}},
+    {AV_CODEC_ID_PCM_S16LE, {PcmKind::kSigned, 2, 2, false}},
+    {AV_CODEC_ID_PCM_S16BE, {PcmKind::kSigned, 2, 2, true}},
+    {AV_CODEC_ID_PCM_S24LE, {PcmKind::kSigned, 3, 3, false}},
+    {AV_CODEC_ID_PCM_S24BE, {PcmKind::kSigned, 3, 3, true}},
+    {AV_CODEC_ID_PCM_S32LE, {PcmKind::kSigned, 4, 4, false}},
+    {AV_CODEC_ID_PCM_S32BE, {PcmKind::kSigned, 4, 4, true}},
+    {AV_CODEC_ID_PCM_F32LE, {PcmKind::kFloat, 4, 4, false}},
+    {AV_CODEC_ID_PCM_F32BE, {PcmKind::kFloat, 4, 4, true}},
+    {AV_CODEC_ID_PCM_F64LE, {PcmKind::kFloat, 8, 8, false}},
+    {AV_CODEC_ID_PCM_F64BE, {PcmKind::kFloat, 8, 8, true}},
+};
+
+/// A sample of one byte at 16 bits. ITU-T G.711: a sign, three bits of exponent, four of mantissa,
+/// the A-law with every other bit inverted, the mu-law with all of them and a bias of 33 steps; the
+/// values are those of the middle of an interval, 13 or 14 bits at the top of 16.
+int Expand(PcmKind kind, BYTE stored) {
+    if (kind == PcmKind::kSigned || kind == PcmKind::kOffset) {
+        return (stored ^ (kind == PcmKind::kOffset ? 0x80 : 0)) * 256;
+    }
+    const bool aLaw = kind == PcmKind::kALaw;
+    const int code = stored ^ (aLaw ? 0x55 : 0xFF);
+    const int exponent = code >> 4 & 7;
+    const int step = (code & 0xF) * 2 + 1;
+    const int size = !aLaw           ? (((step + 32) << exponent) - 33) * 4
+                     : exponent == 0 ? step * 8
+                                     : (step + 32) << (exponent + 2);
+    return ((code & 0x80) != 0) == aLaw ? size : -size;
+}
+
+}  // namespace
 
 std::optional<PcmFormat> PcmFormatOf(AVCodecID codec) {
-    switch (codec) {
-        case AV_CODEC_ID_PCM_U8:
-            return PcmFormat{1, 2, false, true};
-        case AV_CODEC_ID_PCM_S8:
-            return PcmFormat{1, 2, false, false};
-        case AV_CODEC_ID_PCM_S16LE:
-        case AV_CODEC_ID_PCM_S16BE:
-            return PcmFormat{2, 2, codec == AV_CODEC_ID_PCM_S16BE, false};
-        case AV_CODEC_ID_PCM_S24LE:
-        case AV_CODEC_ID_PCM_S24BE:
-            return PcmFormat{3, 3, codec == AV_CODEC_ID_PCM_S24BE, false};
-        case AV_CODEC_ID_PCM_S32LE:
-        case AV_CODEC_ID_PCM_S32BE:
-            return PcmFormat{4, 4, codec == AV_CODEC_ID_PCM_S32BE, false};
-        default:
-            return std::nullopt;
+    for (const PcmRow& row : kRows) {
+        if (row.codec == codec) {
+            return row.format;
+        }
     }
+    return std::nullopt;
 }
 
 void ConvertPcm(const PcmFormat& format, const BYTE* from, std::size_t count, BYTE* to) {
@@ -32,10 +62,13 @@ void ConvertPcm(const PcmFormat& format, const BYTE* from, std::size_t count, BY
     }
     for (; count > 0; --count, from += bytes) {
         if (bytes == 1) {
-            *to++ = 0;
+            const int sample = Expand(format.kind, *from);
+            *to++ = static_cast<BYTE>(sample);
+            *to++ = static_cast<BYTE>(sample >> 8);
+            continue;
         }
         for (std::size_t byte = bytes; byte > 0; --byte) {
-            *to++ = from[byte - 1] ^ (format.offsetBinary ? 0x80 : 0);
+            *to++ = from[byte - 1];
         }
     }
 }

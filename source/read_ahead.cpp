@@ -13,6 +13,9 @@ constexpr std::size_t kEnough = 24 << 20;
 /// And so many while a stream has none, as its next may lie behind many of another: a delivering
 /// thread may be held up until the other stream has something too.
 constexpr std::size_t kMost = 96 << 20;
+/// A stream of which so many bytes of others held nothing counts as ended when there is no room to
+/// look further: whoever waits for it, as a paused graph does, must get an answer.
+constexpr std::size_t kFarthest = kMost / 2;
 
 }  // namespace
 
@@ -50,24 +53,33 @@ void ReadAhead::Run(REFERENCE_TIME time) {
     changed_.notify_all();
 }
 
-bool ReadAhead::HasRoom() const {
-    if (bytes_ < kEnough) {
-        return true;
+/// Whether another packet may be kept. Ends the streams that have had none for too long.
+bool ReadAhead::FindRoom() {
+    bool starves = false;
+    for (Queue& queue : queues_) {
+        const bool empty = queue.open && queue.packets.empty();
+        if (empty && bytes_ >= kMost && queue.passed >= kFarthest) {
+            queue.open = false;
+            changed_.notify_all();
+        }
+        starves = starves || (empty && queue.open);
     }
-    return bytes_ < kMost && std::any_of(queues_.begin(), queues_.end(), [](const Queue& queue) {
-               return queue.open && queue.packets.empty();
-           });
+    return bytes_ < (starves ? kMost : kEnough);
 }
 
 /// Keeps a packet as soon as there is room; false when no one waits for any.
 bool ReadAhead::Put(Packet packet) {
     std::unique_lock lock(mutex_);
-    changed_.wait(lock, [this] { return cancelled_ || HasRoom(); });
+    changed_.wait(lock, [this] { return cancelled_ || FindRoom(); });
     const bool any =
         std::any_of(queues_.begin(), queues_.end(), [](const Queue& queue) { return queue.open; });
     Queue& queue = queues_[packet.stream];
     if (queue.open && !cancelled_) {
         const std::size_t bytes = packet.bytes().size();
+        for (Queue& other : queues_) {
+            other.passed += bytes;
+        }
+        queue.passed = 0;
         queue.packets.push_back(std::move(packet));
         bytes_ += bytes;
         changed_.notify_all();
@@ -78,12 +90,13 @@ bool ReadAhead::Put(Packet packet) {
 HRESULT ReadAhead::Next(std::size_t stream, Packet* packet) {
     std::unique_lock lock(mutex_);
     Queue& queue = queues_[stream];
-    changed_.wait(lock, [&] { return cancelled_ || ended_ || !queue.packets.empty(); });
+    changed_.wait(lock,
+                  [&] { return cancelled_ || ended_ || !queue.open || !queue.packets.empty(); });
     if (cancelled_) {
         return kCancelled;
     }
     if (queue.packets.empty()) {
-        return FAILED(result_) ? result_ : S_FALSE;
+        return ended_ && FAILED(result_) ? result_ : S_FALSE;
     }
     *packet = std::move(queue.packets.front());
     queue.packets.pop_front();

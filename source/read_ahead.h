@@ -22,8 +22,9 @@ class ReadAhead {
     /// memory or can be no thread.
     void Start(REFERENCE_TIME time, const std::vector<bool>& wanted);
 
-    /// Waits for the next packet of a stream. `S_FALSE` at its end, `kCancelled` after Cancel, or
-    /// the failure that ended reading.
+    /// Waits for the next packet of a stream. `S_FALSE` at its end, also when what could be read
+    /// ahead of the other streams holds none; `kCancelled` after Cancel, or the failure that ended
+    /// reading.
     HRESULT Next(std::size_t stream, Packet* packet);
 
     /// Says that nobody takes the packets of a stream any more.
@@ -38,12 +39,13 @@ class ReadAhead {
   private:
     struct Queue {
         std::deque<Packet> packets;
-        bool open = false;
+        std::size_t passed = 0;  ///< bytes of other streams since its last packet
+        bool open = false;       ///< whether more may come
     };
 
     void Run(REFERENCE_TIME time);
     bool Put(Packet packet);
-    bool HasRoom() const;
+    bool FindRoom();
 
     FootageFile* const file_;
     Thread thread_;

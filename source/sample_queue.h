@@ -1,6 +1,7 @@
 #pragma once
 
 #include "baseclasses/platform.h"
+#include "source/stream_format.h"
 #include "source/system_thread.h"
 
 namespace nyx::source {
@@ -8,7 +9,8 @@ namespace nyx::source {
 /// A sample on its way, whose reference goes with it.
 struct FilledSample {
     IMediaSample* sample = nullptr;
-    REFERENCE_TIME start = 0;  ///< in the file
+    REFERENCE_TIME start = 0;              ///< in the file
+    const StreamFormat* format = nullptr;  ///< what the sample is of; not owned
 };
 
 /// Hands samples from the thread that fills them to the one that delivers them, one at a time, so

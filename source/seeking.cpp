@@ -115,6 +115,9 @@ HRESULT STDMETHODCALLTYPE PinSeeking::SetPositions(LONGLONG* current, DWORD curr
     if (currentHow == AM_SEEKING_IncrementalPositioning) {
         return E_INVALIDARG;  // only an end can be so far from a start
     }
+    if ((currentFlags | stopFlags) & (AM_SEEKING_Segment | AM_SEEKING_NoFlush)) {
+        return E_NOTIMPL;  // a host that loops without a gap seeks at the end instead
+    }
     const Segment now = target_->CurrentSegment();
     REFERENCE_TIME start = now.start;
     REFERENCE_TIME end = now.stop;

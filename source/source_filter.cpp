@@ -7,6 +7,7 @@
 
 #include "platform/class_ids.h"
 #include "source/disk_file.h"
+#include "source/load_error.h"
 
 namespace nyx::source {
 
@@ -15,11 +16,18 @@ CUnknown* CALLBACK FootageSource::Create(LPUNKNOWN outer, HRESULT*) {
 }
 
 FootageSource::FootageSource(LPUNKNOWN outer)
-    : CBaseFilter(NAME("Footage source"), outer, &lock_, CLSID_NyxFootageSource) {}
+    : CBaseFilter(NAME("Footage source"), outer, &lock_, CLSID_NyxFootageSource),
+      progress_(GetOwner()) {}
 
 HRESULT STDMETHODCALLTYPE FootageSource::NonDelegatingQueryInterface(REFIID iid, void** object) {
     if (iid == IID_IFileSourceFilter) {
         return GetInterface(static_cast<IFileSourceFilter*>(this), object);
+    }
+    if (iid == IID_ISupportErrorInfo) {
+        return GetInterface(static_cast<ISupportErrorInfo*>(this), object);
+    }
+    if (iid == IID_IAMOpenProgress) {
+        return GetInterface(static_cast<IAMOpenProgress*>(&progress_), object);
     }
     if (iid == IID_IAMFilterMiscFlags) {
         return GetInterface(static_cast<IAMFilterMiscFlags*>(this), object);
@@ -44,7 +52,9 @@ HRESULT STDMETHODCALLTYPE FootageSource::Load(LPCOLESTR path, const AM_MEDIA_TYP
         return E_UNEXPECTED;
     }
     try {
-        return OpenFile(path);
+        const HRESULT result = OpenFile(path);
+        ReportLeftOut();
+        return result;
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
     }
@@ -59,9 +69,9 @@ HRESULT FootageSource::OpenFile(const wchar_t* path) {
         return result;
     }
     auto file = std::make_unique<FootageFile>();
-    result = file->Open(std::move(bytes));
+    result = progress_.Open(file.get(), std::move(bytes));
     if (FAILED(result)) {
-        return result;
+        return WithReason(result, file->Refusal(result));
     }
     auto readAhead = std::make_unique<ReadAhead>(file.get());
     std::vector<std::unique_ptr<SourcePin>> pins;
@@ -86,6 +96,19 @@ HRESULT FootageSource::OpenFile(const wchar_t* path) {
     segment_ = {0, file_->duration(), 1.0};
     IncrementPinVersion();
     return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE FootageSource::JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) {
+    CAutoLock lock(&lock_);
+    const HRESULT result = CBaseFilter::JoinFilterGraph(graph, name);
+    ReportLeftOut();
+    return result;
+}
+
+void FootageSource::ReportLeftOut() {
+    for (const LeftOut& stream : file_&& m_pGraph ? file_->leftOut() : std::vector<LeftOut>()) {
+        NotifyEvent(EC_STREAM_ERROR_STOPPED, stream.reason, stream.index);
+    }
 }
 
 HRESULT STDMETHODCALLTYPE FootageSource::GetCurFile(LPOLESTR* path, AM_MEDIA_TYPE* type) {
@@ -156,10 +179,14 @@ HRESULT FootageSource::StartStreaming() {
         return E_OUTOFMEMORY;  // there is no memory, or can be no thread
     }
     StopPins();
+    constexpr REFERENCE_TIME kNever = std::numeric_limits<REFERENCE_TIME>::max();
+    const REFERENCE_TIME cut = file_->rawDv().FirstRefused(
+        segment_.start, kNever,
+        [this](const AVDVProfile& system) { return pins_.front()->Takes(system); });
     HRESULT result = S_OK;
     for (std::size_t i = 0; i < pins_.size() && SUCCEEDED(result); ++i) {
         if (pins_[i]->IsConnected()) {
-            result = pins_[i]->StartStreaming(file_.get(), readAhead_.get(), i, segment_);
+            result = pins_[i]->StartStreaming(file_.get(), readAhead_.get(), i, segment_, cut);
         }
     }
     return result;

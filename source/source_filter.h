@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "source/open_progress.h"
 #include "source/source_pin.h"
 
 namespace nyx::source {
@@ -14,6 +15,7 @@ constexpr wchar_t kFootageSourceName[] = L"Nyx Footage Source";
 class FootageSource final : public CBaseFilter,
                             public IFileSourceFilter,
                             public IAMFilterMiscFlags,
+                            public ISupportErrorInfo,
                             public Seekable {
   public:
     /// As the class factory wants it.
@@ -27,15 +29,21 @@ class FootageSource final : public CBaseFilter,
     CBasePin* GetPin(int n) override;
     /// Pins are found by their names.
     HRESULT STDMETHODCALLTYPE FindPin(LPCWSTR id, IPin** pin) override;
+    HRESULT STDMETHODCALLTYPE JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) override;
     HRESULT STDMETHODCALLTYPE Stop() override;
     HRESULT STDMETHODCALLTYPE Pause() override;
 
     /// Opens a file, once: `E_UNEXPECTED` for another. The system's error for a file that cannot be
     /// read, else one of failures.h or `E_OUTOFMEMORY`; the filter then is as before. The type is
-    /// not looked at.
+    /// not looked at. For each stream that no pin delivers the graph gets `EC_STREAM_ERROR_STOPPED`
+    /// with the reason and the stream's number in the file, here or when the filter joins it.
     HRESULT STDMETHODCALLTYPE Load(LPCOLESTR path, const AM_MEDIA_TYPE* type) override;
     /// The name that Load was given, null before.
     HRESULT STDMETHODCALLTYPE GetCurFile(LPOLESTR* path, AM_MEDIA_TYPE* type) override;
+    /// `S_OK` for IFileSourceFilter: when Load refuses a file, the thread's IErrorInfo says why.
+    HRESULT STDMETHODCALLTYPE InterfaceSupportsErrorInfo(REFIID iid) override {
+        return iid == IID_IFileSourceFilter ? S_OK : S_FALSE;
+    }
     ULONG STDMETHODCALLTYPE GetMiscFlags() override { return AM_FILTER_MISC_FLAGS_IS_SOURCE; }
 
     REFERENCE_TIME Duration() override { return file_->duration(); }
@@ -49,6 +57,7 @@ class FootageSource final : public CBaseFilter,
 
     void Keep(REFERENCE_TIME start, REFERENCE_TIME stop, double rate);
     HRESULT OpenFile(const wchar_t* path);
+    void ReportLeftOut();
     HRESULT StartStreaming();
     void StopPins();
     void FinishStreaming();
@@ -58,6 +67,7 @@ class FootageSource final : public CBaseFilter,
     /// Innermost, of what downstream asks for from a streaming thread: the pins and the segment.
     /// The filter lock may be held by one who waits for that very thread.
     CCritSec stateLock_;
+    OpenProgress progress_;
     std::wstring path_;
     std::unique_ptr<FootageFile> file_;
     std::unique_ptr<ReadAhead> readAhead_;

@@ -25,8 +25,8 @@ AMOVIESETUP_PIN OutputPin() {
 const AMOVIESETUP_PIN kPin = OutputPin();
 
 // Found by its name and by what a file is, never by a search for a filter that connects.
-const AMOVIESETUP_FILTER kSetup = {&CLSID_NyxFootageSource, nyx::source::kFootageSourceName,
-                                   MERIT_DO_NOT_USE, 1, &kPin, nullptr};
+const AMOVIESETUP_FILTER kSetup = {
+    &CLSID_NyxFootageSource, nyx::source::kFootageSourceName, MERIT_DO_NOT_USE, 1, &kPin, nullptr};
 
 }  // namespace
 

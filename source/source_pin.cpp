@@ -1,6 +1,7 @@
 #include "source/source_pin.h"
 
 #include <algorithm>
+#include <cstring>
 #include <exception>
 
 #include "source/failures.h"
@@ -57,6 +58,13 @@ HRESULT SourcePin::GetMediaType(int position, CMediaType* type) {
     return FillMediaType(format_, position, type);
 }
 
+HRESULT SourcePin::CompleteConnect(IPin* peer) {
+    form_ = m_mt.formattype == FORMAT_VideoInfo ? 1 : 0;
+    formats_ = {format_};
+    deliveredFormat_ = &formats_.front();
+    return CBaseOutputPin::CompleteConnect(peer);
+}
+
 ALLOCATOR_PROPERTIES SourcePin::Buffers() const {
     if (format_.video) {
         return {kVideoBuffers, static_cast<long>(format_.video->largestPacket), 1, 0};
@@ -78,13 +86,17 @@ HRESULT SourcePin::DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTI
 }
 
 HRESULT SourcePin::StartStreaming(FootageFile* file, ReadAhead* packets, std::size_t stream,
-                                  const Segment& segment) {
+                                  const Segment& segment, REFERENCE_TIME cut) {
     file_ = file;
     packets_ = packets;
     stream_ = stream;
     segment_ = segment;
+    cut_ = cut;
+    reachedCut_ = false;
     discontinuity_ = true;
     position_ = segment.start;
+    filledFormat_ = deliveredFormat_;
+    refused_.reset();
     filled_.Open();
     try {
         filling_.Start([this] { FillSamples(); });
@@ -111,6 +123,9 @@ void SourcePin::FillSamples() {
         result = packets_->Next(stream_, &packet);
         if (result == S_OK && packet.start >= stop_) {
             result = S_FALSE;
+        } else if (result == S_OK && packet.start >= cut_) {
+            reachedCut_ = format_.video.has_value();
+            result = S_FALSE;
         } else if (result == S_OK) {
             result = format_.video ? PutPicture(packet) : PutSound(packet);
         }
@@ -132,6 +147,11 @@ void SourcePin::DeliverSamples() {
     }
     filled_.Close();
     if (!IsQuietEnd(result)) {
+        if (result == S_FALSE && reachedCut_) {
+            constexpr int kMillisecond = kUnits / 1000;
+            m_pFilter->NotifyEvent(EC_STREAM_ERROR_STOPPED, VFW_E_TYPE_NOT_ACCEPTED,
+                                   static_cast<LONG_PTR>(cut_ / kMillisecond));
+        }
         DeliverEndOfStream();
         if (FAILED(result)) {
             m_pFilter->NotifyEvent(EC_ERRORABORT, result, 0);
@@ -147,7 +167,19 @@ void SourcePin::DeliverSamples() {
 HRESULT SourcePin::DeliverOne(const FilledSample& filled) {
     filled.sample->SetDiscontinuity(discontinuity_);
     position_ = filled.start;
-    HRESULT result = Deliver(filled.sample);
+    const bool changed = filled.format != deliveredFormat_;
+    CMediaType type;
+    HRESULT result = changed ? FillType(*filled.format, &type) : S_OK;
+    if (changed && SUCCEEDED(result)) {
+        result = filled.sample->SetMediaType(&type);
+    }
+    if (SUCCEEDED(result)) {
+        result = Deliver(filled.sample);
+    }
+    if (changed && result == S_OK) {  // else downstream has not seen it
+        deliveredFormat_ = filled.format;
+        result = StoreMediaType(type);
+    }
     filled.sample->Release();
     discontinuity_ = result == E_FAIL;
     if (result == E_FAIL && format_.video) {
@@ -192,30 +224,77 @@ HRESULT SourcePin::PutSample(REFERENCE_TIME start, REFERENCE_TIME stop, std::int
     sample->SetSyncPoint(TRUE);
     sample->SetPreroll(FALSE);
     sample->SetActualDataLength(static_cast<long>(bytes));
-    return filled_.Put({sample, start}) ? S_OK : kCancelled;
+    return filled_.Put({sample, start, filledFormat_}) ? S_OK : kCancelled;
+}
+
+/// The type of a format in the form that was agreed on.
+HRESULT SourcePin::FillType(const StreamFormat& format, CMediaType* type) const {
+    return FillMediaType(format, form_, type);
+}
+
+bool SourcePin::IsTaken(const StreamFormat& format) const {
+    CMediaType type;
+    return SUCCEEDED(FillType(format, &type)) && m_Connected->QueryAccept(&type) == S_OK;
+}
+
+bool SourcePin::Takes(const AVDVProfile& system) const {
+    const StreamFormat format = WithSystem(format_, system);
+    return !IsConnected() || IsSameFormat(*deliveredFormat_, format) || IsTaken(format);
+}
+
+/// Goes on in a format that may differ from the one before, if downstream takes it.
+bool SourcePin::Follow(const StreamFormat& format) {
+    const auto same = [&format](const StreamFormat& one) { return IsSameFormat(one, format); };
+    if (same(*filledFormat_)) {
+        return true;
+    }
+    if (refused_ && same(*refused_)) {
+        return false;
+    }
+    if (!IsTaken(format)) {
+        refused_ = format;
+        return false;
+    }
+    auto known = std::find_if(formats_.begin(), formats_.end(), same);
+    filledFormat_ = &*(known != formats_.end() ? known : formats_.insert(known, format));
+    return true;
 }
 
 HRESULT SourcePin::PutPicture(const Packet& packet) {
-    return PutSample(packet.start, packet.stop, static_cast<std::int64_t>(packet.bytes().size()),
+    if (packet.system && !Follow(WithSystem(format_, *packet.system))) {
+        return VFW_E_TYPE_NOT_ACCEPTED;
+    }
+    return PutSample(packet.start, packet.stop, static_cast<std::int64_t>(packet.size()),
                      [&](BYTE* to) { return file_->Copy(packet, to); });
 }
 
 HRESULT SourcePin::PutSound(const Packet& packet) {
-    const AudioFormat& audio = format_.audio;
+    StreamFormat format = format_;
+    format.audio.rate = packet.rate;
+    const bool silent = !Follow(format);
+    const AudioFormat& audio = filledFormat_->audio;
     const AVRational clock = av_make_q(1, audio.rate);
     // Counted in frames of sound from the file's start, so that nothing is rounded twice.
     const std::int64_t begin = av_rescale(packet.start, audio.rate, kUnits);
-    const std::int64_t frames = packet.data->size / audio.storedFrame();
-    const std::int64_t last = std::min(begin + frames, FramesBefore(stop_, clock));
+    const std::int64_t end = silent ? av_rescale(packet.stop, audio.rate, kUnits)
+                                    : begin + packet.data->size / audio.storedFrame();
+    const std::int64_t last =
+        std::min(end, FramesBefore(std::min<REFERENCE_TIME>(stop_, cut_), clock));
     const std::int64_t most = Buffers().cbBuffer / audio.deliveredFrame();
     std::int64_t first = std::max(begin, FramesBefore(segment_.start, clock));
     while (first < last) {
         const std::int64_t count = std::min(last - first, most);
-        const BYTE* from = packet.bytes().data() + (first - begin) * audio.storedFrame();
         const HRESULT result = PutSample(
             TimeOfTick(first, clock), TimeOfTick(first + count, clock),
             count * audio.deliveredFrame(), [&](BYTE* to) {
-                ConvertPcm(audio.pcm, from, static_cast<std::size_t>(count * audio.channels), to);
+                const auto samples = static_cast<std::size_t>(count * audio.channels);
+                if (silent) {
+                    std::memset(to, 0,
+                                samples * static_cast<std::size_t>(audio.pcm.deliveredBytes));
+                } else {
+                    const std::int64_t from = (first - begin) * audio.storedFrame();
+                    ConvertPcm(audio.pcm, packet.bytes().data() + from, samples, to);
+                }
                 return S_OK;
             });
         if (result != S_OK) {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <atomic>
+#include <list>
+#include <optional>
 
 #include "baseclasses/streams.h"
 #include "source/read_ahead.h"
@@ -28,12 +30,18 @@ class SourcePin final : public CBaseOutputPin, public PinSeeking {
     HRESULT STDMETHODCALLTYPE Notify(IBaseFilter*, Quality) override { return E_NOTIMPL; }
     HRESULT CheckMediaType(const CMediaType* type) override;
     HRESULT GetMediaType(int position, CMediaType* type) override;
+    HRESULT CompleteConnect(IPin* peer) override;
     HRESULT DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* request) override;
 
-    /// Begins to deliver what `packets` holds of `stream`, as a new segment. `E_OUTOFMEMORY` when
-    /// there can be no thread.
+    /// Whether downstream takes, or is not there to refuse, pictures of a system of DV.
+    bool Takes(const AVDVProfile& system) const;
+
+    /// Begins to deliver what `packets` holds of `stream`, as a new segment that ends at `cut` at
+    /// the latest: what follows has pictures that downstream does not take. There the pin of the
+    /// pictures sends EC_STREAM_ERROR_STOPPED with VFW_E_TYPE_NOT_ACCEPTED and the place in the
+    /// file, in milliseconds. `E_OUTOFMEMORY` when there can be no thread.
     HRESULT StartStreaming(FootageFile* file, ReadAhead* packets, std::size_t stream,
-                           const Segment& segment);
+                           const Segment& segment, REFERENCE_TIME cut);
     /// Waits until nothing is delivered any more. The packets were cancelled, and downstream was
     /// stopped or begins to flush.
     void FinishStreaming();
@@ -48,18 +56,28 @@ class SourcePin final : public CBaseOutputPin, public PinSeeking {
     ALLOCATOR_PROPERTIES Buffers() const;
     HRESULT PutPicture(const Packet& packet);
     HRESULT PutSound(const Packet& packet);
+    bool Follow(const StreamFormat& format);
+    bool IsTaken(const StreamFormat& format) const;
+    HRESULT FillType(const StreamFormat& format, CMediaType* type) const;
     REFERENCE_TIME InSegment(REFERENCE_TIME time) const;
     template <class Fill>
     HRESULT PutSample(REFERENCE_TIME start, REFERENCE_TIME stop, std::int64_t bytes, Fill fill);
     HRESULT DeliverOne(const FilledSample& filled);
 
     const StreamFormat format_;
+    int form_ = 0;                         ///< of FillMediaType's
+    std::list<StreamFormat> formats_;      ///< that downstream has taken, the agreed one first
+    std::optional<StreamFormat> refused_;  ///< the one refused last
+    const StreamFormat* filledFormat_ = nullptr;     ///< of the sample filled last
+    const StreamFormat* deliveredFormat_ = nullptr;  ///< of the one delivered last
     Segment segment_;
     std::atomic<REFERENCE_TIME> stop_{0};
     std::atomic<REFERENCE_TIME> position_{0};
     FootageFile* file_ = nullptr;
     ReadAhead* packets_ = nullptr;
     std::size_t stream_ = 0;
+    REFERENCE_TIME cut_ = 0;   ///< where what can be delivered ends, for all pins
+    bool reachedCut_ = false;  ///< by pictures
     bool discontinuity_ = false;
     SampleQueue filled_;
     Thread filling_;

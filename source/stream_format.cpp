@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <numeric>
 #include <string_view>
 
 #include "platform/fourcc.h"
 #include "source/failures.h"
+#include "source/sample_clock.h"
 
 namespace nyx::source {
 namespace {
@@ -73,6 +75,24 @@ AVRational AspectOf(int width, int height, AVRational pixel) {
     return aspect;
 }
 
+/// The rate of the pictures in AVI, by the ticks at which they begin: the clock may be a multiple
+/// of it. Nothing without an index of some of them.
+AVRational RateOfTicks(AVStream* stream) {
+    constexpr int kFewest = 4;
+    const int count = avformat_index_get_entries_count(stream);
+    std::int64_t ticks = 0;  // between any two pictures, a multiple of so many
+    for (int i = 1; i < count && ticks != 1; ++i) {
+        ticks = std::gcd(ticks, Difference(avformat_index_get_entry(stream, i)->timestamp,
+                                           avformat_index_get_entry(stream, i - 1)->timestamp));
+    }
+    AVRational rate{};
+    if (count >= kFewest && ticks > 0) {
+        av_reduce(&rate.num, &rate.den, stream->time_base.den, stream->time_base.num * ticks,
+                  INT32_MAX);
+    }
+    return rate;
+}
+
 /// The longest packet that the container's index names, 0 without one for all frames.
 std::int64_t LongestIndexed(AVStream* stream, AVRational rate) {
     const int count = avformat_index_get_entries_count(stream);
@@ -102,24 +122,57 @@ bool Measure(AVStream* stream, VideoFormat* format) {
         longest = std::int64_t{format->width} * format->height * 4 + 4096;
     }
     format->largestPacket = static_cast<DWORD>(std::min(longest, kMostBytes));
-    format->bitRate = static_cast<DWORD>(std::clamp<std::int64_t>(bits, 0, INT32_MAX));
+    format->bitRate = static_cast<DWORD>(std::clamp<std::int64_t>(bits, 0, UINT32_MAX));
     return longest <= kMostBytes;
 }
 
 /// A track of DV frames for the sound in them, which the container takes out.
-bool IsDvSound(const AVStream* stream) {
+bool IsDvTrack(const AVStream* stream) {
     const DWORD tag = stream->codecpar->codec_tag;
     return tag == FourCC("dvca") || tag == FourCC("vdva");
 }
 
 }  // namespace
 
+bool IsSameFormat(const StreamFormat& a, const StreamFormat& b) {
+    return a.video ? a.video->fourcc == b.video->fourcc && a.video->width == b.video->width &&
+                         a.video->height == b.video->height
+                   : a.audio.rate == b.audio.rate;
+}
+
+StreamFormat WithSystem(const StreamFormat& stream, const AVDVProfile& system) {
+    StreamFormat changed = stream;
+    changed.video->fourcc = DvFourCC(system);
+    changed.video->width = system.width;
+    changed.video->height = system.height;
+    changed.video->rate = av_inv_q(system.time_base);
+    return changed;
+}
+
+bool IsDvSound(const AVFormatContext& file, const AVStream& stream) {
+    const std::string_view kind = file.iformat->name;
+    const bool untagged = stream.codecpar->codec_tag == 0;
+    return IsDvTrack(&stream) || kind == "dv" || (kind == "avi" && untagged);
+}
+
+bool IsRawDv(const AVFormatContext& file) {
+    return std::strcmp(file.iformat->name, "dv") == 0;
+}
+
+bool IsElementary(const AVFormatContext& file) {
+    return std::strcmp(file.iformat->name, "mpegvideo") == 0;
+}
+
+bool IsAvi(const AVFormatContext& file) {
+    return std::strcmp(file.iformat->name, "avi") == 0;
+}
+
 bool CountsFields(const AVFormatContext& file) {
     return std::strcmp(file.iformat->name, "gxf") == 0;
 }
 
 bool CountsTicks(const AVFormatContext& file) {
-    return CountsFields(file) || std::strcmp(file.iformat->name, "avi") == 0;
+    return CountsFields(file) || IsAvi(file);
 }
 
 bool CanStayInFile(const AVFormatContext& file, const StreamFormat& first) {
@@ -127,7 +180,7 @@ bool CanStayInFile(const AVFormatContext& file, const StreamFormat& first) {
     const std::string_view kind = file.iformat->name;
     return fourcc == FourCC("Q210") ||
            (fourcc != FourCC("QMIC") && (kind == kMov || kind == kMxf) &&
-            std::none_of(file.streams, file.streams + file.nb_streams, IsDvSound));
+            std::none_of(file.streams, file.streams + file.nb_streams, IsDvTrack));
 }
 
 std::size_t FramesToSee(const AVCodecParameters& parameters) {
@@ -149,10 +202,15 @@ HRESULT DescribeVideo(AVFormatContext* file, AVStream* stream, const Packets& se
     format->aspect = AspectOf(parameters.width, parameters.height,
                               av_guess_sample_aspect_ratio(file, stream, nullptr));
     format->fields = parameters.field_order;
-    if ((FramesToSee(parameters) > 0 && seen.empty()) ||
-        (coding == Coding::kDv && !DescribeDv(*seen.front(), format)) ||
+    if (FramesToSee(parameters) > 0 && seen.empty()) {
+        return kInvalidFileFormat;
+    }
+    if ((coding == Coding::kDv && !DescribeDv(*seen.front(), format)) ||
         (coding == Coding::kMpeg2 && !DescribeMpeg(seen, format))) {
         return kUnsupportedVideo;
+    }
+    if (IsAvi(*file) && !IsSet(format->rate)) {
+        format->rate = RateOfTicks(stream);
     }
     format->rate = IsSet(format->rate) ? format->rate : stream->r_frame_rate;
     format->bitCount = format->fourcc == FourCC("Q210") ? 20 : 24;
@@ -179,7 +237,7 @@ bool DescribeAudio(const AVCodecParameters& parameters, AudioFormat* format) {
         parameters.sample_rate <= 0 || parameters.sample_rate > kMostSamples) {
         return false;
     }
-    *format = {*pcm, parameters.sample_rate, layout.nb_channels, 0};
+    *format = {*pcm, parameters.sample_rate, layout.nb_channels, 0, false};
     if (layout.order == AV_CHANNEL_ORDER_NATIVE && layout.u.mask >> 18 == 0) {
         format->channelMask = static_cast<DWORD>(layout.u.mask);
     } else if (layout.nb_channels <= 2) {

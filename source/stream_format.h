@@ -28,6 +28,7 @@ struct AudioFormat {
     int rate = 0;  ///< frames per second
     int channels = 0;
     DWORD channelMask = 0;  ///< as in WAVEFORMATEXTENSIBLE, 0 when not known
+    bool inDv = false;      ///< taken out of frames of DV, whose rate may change
 
     int storedFrame() const { return pcm.storedBytes * channels; }
     int deliveredFrame() const { return pcm.deliveredBytes * channels; }
@@ -37,10 +38,18 @@ struct AudioFormat {
 struct StreamFormat {
     int index = 0;  ///< in the file
     AVRational timeBase{};
+    REFERENCE_TIME start = 0;  ///< of its first packet, as the container counts
     REFERENCE_TIME duration = 0;
     std::optional<VideoFormat> video;
     AudioFormat audio;  ///< of a stream without video
 };
+
+/// Whether what may change in the course of a stream is the same: the system of DV, the rate of
+/// sound.
+bool IsSameFormat(const StreamFormat& a, const StreamFormat& b);
+
+/// A video stream as it goes on in another system of DV.
+StreamFormat WithSystem(const StreamFormat& stream, const AVDVProfile& system);
 
 using Packets = std::vector<LibavPtr<AVPacket>>;
 
@@ -53,8 +62,20 @@ std::size_t FramesToSee(const AVCodecParameters& parameters);
 HRESULT DescribeVideo(AVFormatContext* file, AVStream* stream, const Packets& seen,
                       VideoFormat* format);
 
+/// True for a stream of sound that the container takes out of frames of DV.
+bool IsDvSound(const AVFormatContext& file, const AVStream& stream);
+
 /// Describes an audio stream; false when it is not uncompressed sound with sensible numbers.
 bool DescribeAudio(const AVCodecParameters& parameters, AudioFormat* format);
+
+/// True for a file of nothing but DV frames.
+bool IsRawDv(const AVFormatContext& file);
+
+/// True for a file of nothing but an MPEG-2 stream, whose bit rate may promise any duration.
+bool IsElementary(const AVFormatContext& file);
+
+/// True for AVI, where a picture that is shown once more takes a tick and no bytes.
+bool IsAvi(const AVFormatContext& file);
 
 /// True for a container that counts fields.
 bool CountsFields(const AVFormatContext& file);

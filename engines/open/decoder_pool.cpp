@@ -2,7 +2,10 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <new>
+
+#include "platform/process_end.h"
 
 namespace nyx::open {
 namespace {
@@ -71,25 +74,28 @@ const AVFrame* FrameDecoder::Decode() {
     return avcodec_receive_frame(context_.get(), picture_.get()) >= 0 ? picture_.get() : nullptr;
 }
 
-std::unique_ptr<FrameDecoder> DecoderPool::Take() {
-    {
-        const std::lock_guard<std::mutex> hold(lock_);
-        if (!idle_.empty()) {
-            auto decoder = std::move(idle_.back());
-            idle_.pop_back();
-            return decoder;
-        }
+DecoderPool::~DecoderPool() {
+    while (idle_ && !ProcessEnds()) {
+        delete TakeIdle();
     }
-    return std::make_unique<FrameDecoder>(codec_);
 }
 
-void DecoderPool::Return(std::unique_ptr<FrameDecoder> decoder) {
-    const std::lock_guard<std::mutex> hold(lock_);
-    try {
-        idle_.push_back(std::move(decoder));
-    } catch (const std::bad_alloc&) {
-        // Then the next call makes a new one.
-    }
+FrameDecoder* DecoderPool::TakeIdle() {
+    const std::lock_guard<SpinLock> hold(lock_);
+    FrameDecoder* const decoder = idle_;
+    idle_ = decoder ? decoder->next_ : nullptr;
+    return decoder;
+}
+
+FrameDecoder* DecoderPool::Take() {
+    FrameDecoder* const decoder = TakeIdle();
+    return decoder ? decoder : new FrameDecoder(codec_);
+}
+
+void DecoderPool::Return(FrameDecoder* decoder) {
+    const std::lock_guard<SpinLock> hold(lock_);
+    decoder->next_ = idle_;
+    idle_ = decoder;
 }
 
 }  // namespace nyx::open

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <mutex>
-#include <vector>
-
+#include "codecs/spin_lock.h"
 #include "engines/open/libavcodec.h"
 #include "platform/byte_span.h"
 
@@ -23,38 +21,49 @@ class FrameDecoder {
     const AVFrame* Decode();
 
   private:
+    friend class DecoderPool;
+
     LibavPtr<AVCodecContext> context_;
     LibavPtr<AVPacket> packet_;
     LibavPtr<AVFrame> picture_;
+    FrameDecoder* next_ = nullptr;  ///< of those that wait
 };
 
 /// Decoders of one kind that wait for the next call: opening one for every frame would cost more
-/// than many a frame. Any thread.
+/// than many a frame. Any thread. To live outside functions, where the compiler can build it and no
+/// thread library has to guard its making; what waits is freed together with the engine, but left
+/// alone when the process ends.
 class DecoderPool {
   public:
-    explicit DecoderPool(AVCodecID codec) : codec_(codec) {}
+    explicit constexpr DecoderPool(AVCodecID codec) : codec_(codec) {}
+    ~DecoderPool();
+    DecoderPool(const DecoderPool&) = delete;
+    DecoderPool& operator=(const DecoderPool&) = delete;
 
     /// A decoder that goes back to the pool at the end of its holder's life.
     class Lease {
       public:
         explicit Lease(DecoderPool& pool) : pool_(pool), decoder_(pool.Take()) {}
-        ~Lease() { pool_.Return(std::move(decoder_)); }
+        ~Lease() { pool_.Return(decoder_); }
         Lease(const Lease&) = delete;
         Lease& operator=(const Lease&) = delete;
-        FrameDecoder* operator->() const { return decoder_.get(); }
+        FrameDecoder* operator->() const { return decoder_; }
 
       private:
         DecoderPool& pool_;
-        std::unique_ptr<FrameDecoder> decoder_;
+        FrameDecoder* decoder_;
     };
 
   private:
-    std::unique_ptr<FrameDecoder> Take();
-    void Return(std::unique_ptr<FrameDecoder> decoder);
+    /// The one that waits at the head of the list; null when none does.
+    FrameDecoder* TakeIdle();
+    /// Throws std::bad_alloc when a new one is needed and cannot be had.
+    FrameDecoder* Take();
+    void Return(FrameDecoder* decoder);
 
     AVCodecID codec_;
-    std::mutex lock_;
-    std::vector<std::unique_ptr<FrameDecoder>> idle_;
+    SpinLock lock_;
+    FrameDecoder* idle_ = nullptr;  ///< owned, and with it all behind it
 };
 
 }  // namespace nyx::open

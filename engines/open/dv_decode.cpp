@@ -10,8 +10,9 @@
 namespace nyx::open {
 namespace {
 
+__constinit DecoderPool pool(AV_CODEC_ID_DVVIDEO);
+
 LONG Decode(const DvSignal& signal, const void* frame, const Surface& surface) {
-    static DecoderPool pool(AV_CODEC_ID_DVVIDEO);
     DecoderPool::Lease decoder(pool);
     MarkFrame(signal, decoder->Load(ByteSpan(frame, signal.frameBytes)));
     const AVFrame* picture = decoder->Decode();

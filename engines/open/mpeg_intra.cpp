@@ -12,6 +12,8 @@ namespace {
 
 constexpr LONG kYuy2 = 0;
 
+__constinit DecoderPool pool(AV_CODEC_ID_MPEG2VIDEO);
+
 /// The offset behind the start code `code` of the frame, searched from `from` on.
 std::optional<std::size_t> FindStartCode(ByteSpan frame, BYTE code, std::size_t from) {
     const BYTE* bytes = frame.data();
@@ -48,7 +50,6 @@ bool Decode(ByteSpan frame, LONG firstRow, const Surface& surface) {
     if (CodedHeight(frame) == 0) {
         return false;  // an earlier stream's header must not stand in
     }
-    static DecoderPool pool(AV_CODEC_ID_MPEG2VIDEO);
     DecoderPool::Lease decoder(pool);
     decoder->Load(frame);
     const AVFrame* picture = decoder->Decode();

@@ -10,6 +10,7 @@
 #include "tests/support/engines.h"
 #include "tests/support/guard.h"
 #include "tests/support/leaks.h"
+#include "tests/support/together.h"
 
 namespace nyx::test {
 namespace {
@@ -416,6 +417,28 @@ TEST_F(Frames, OfTheLosslessCodecAreCopiedOnlyWhereTheMemoryBehindCannotBeRead) 
         EXPECT_EQ(back, source);
         EXPECT_EQ(Last(kLlc, kDecode)[1] == Word(memory.data()), behind == 64);
     }
+}
+
+TEST_F(Frames, OfTwoThreadsHaveMemoryOfTheirOwnAndALargeOneLeavesNoneBehind) {
+    const auto decode = [&](const Stream& stream, LONG width, LONG height, int number) {
+        const BITMAPINFOHEADER shown = PictureOf(24, width, height);
+        const Bytes source = SmoothPicture(PictureOf(stream.pictureBits, width, height), number);
+        const Bytes frame = stream.codec == kTenBit
+                                ? Q210Frame(RandomTenBitPicture(width, height, DWORD(number)))
+                                : Coded(stream.name, source, width, height);
+        return
+            [=, this](Bytes* picture) { EXPECT_EQ(Decode(stream, frame, shown, picture), S_OK); };
+    };
+    for (const Stream* stream : {&kLosslessStreams[0], &kTenBitStream}) {
+        SCOPED_TRACE(stream->name);
+        ExpectSameTogether([&](int number) { return decode(*stream, kWidth, kHeight, number); });
+    }
+    Bytes picture;
+    const auto large = decode(kLosslessStreams[2], 2560, 1440, 0);
+    picture.reserve(2560 * 1440 * 3);
+    const std::size_t before = CountHeld().privateBytes;
+    large(&picture);
+    EXPECT_LT(CountHeld().privateBytes, before + picture.size() + 1920 * 1080 * 4);
 }
 
 TEST_F(Frames, OfMpegLoseTheLinesAboveThePictureAndAreThreeBytesAPixelInRgb) {

@@ -82,6 +82,7 @@ TEST(Surfaces, AreBottomUpForRgbAloneAndRefusedWhereTheyDoNotFit) {
         {MakeHeader(BI_RGB, 32, 6, kMin), 0, 0, 0, 24ull << 31},
         {MakeHeader(BI_RGB, 32, 0, kMin), 0, 0, 0, 0},
         {MakeHeader(BI_RGB, 32, kMax, 3), 0, 0, 0, 12ull * kMax},
+        {MakeHeader(BI_RGB, 32, 1 << 28, 3), 0, 0, 0, 3ull << 30},  // the start of the last row
         {MakeHeader(FourCC("r4fl"), 128, kMax, kMin), 0, 0, 0, ~0ull},
     };
     BYTE buffer[64];

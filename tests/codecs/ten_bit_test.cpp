@@ -103,7 +103,8 @@ TEST(TenBitCodec, UnpacksAndPacksThePictureAndNothingElse) {
         LONG width, height;
         DWORD rowBytes, reported;
     } kSizes[] = {{2, 1, 128, 240},      {46, 5, 128, 128},      {50, 16, 256, 368},
-                  {720, 17, 1920, 1920}, {1280, 33, 3456, 3488}, {960, 720, 2560, 2560}};
+                  {720, 17, 1920, 1920}, {1280, 33, 3456, 3488}, {960, 720, 2560, 2560},
+                  {952, 720, 2560, 2576}};  // to high definition where the output is wider
     for (const auto& size : kSizes) {
         for (LONG i = 0; i < 12; ++i) {
             CheckCodec(size.width, size.height, size.rowBytes, size.reported, 2 + i / 4, i % 2 != 0,

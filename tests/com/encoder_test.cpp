@@ -3,7 +3,6 @@
 #include "platform/fourcc.h"
 #include "tests/com/encoder_parameters.h"
 #include "tests/support/frames.h"
-#include "tests/support/watchdog.h"
 
 namespace nyx::test {
 namespace {

@@ -136,7 +136,7 @@ TEST_P(OfferedTypesOf, ComeInTheLongFormFirstAndAreAcceptedAndConnectedToTheByte
                    {{720, 486, 333666}, 0xA5, 4, 3},    {{720, 480, 333666}, 0xA1, 27, 20},
                    {{856, 480, 333666}, 0xA1, 107, 60}, {{1000, 1000, 400000}, 0, 1, 1},
                    {{1024, 768, 400000}, 0, 4, 3},      {{96, 16, 0x10000061A80}, 0, 6, 1},
-                   {{720, -480, 333666}, 0xA1, 27, -20}};
+                   {{720, -480, 333666}, 0xA1, 27, 20}};
     const std::size_t count = row().Outputs().size();
     int taken = 0;
     for (const auto& shown : streams) {
@@ -224,9 +224,13 @@ TEST_P(Decoders, AnOutputTypeIsTakenByKindAndSizesTheBuffer) {
         EXPECT_EQ(own.requested.cbBuffer, sign * PictureBytes(type.Header()));
         rig.DisconnectOutput();
     }
-    type.Header().biWidth = INT_MAX;
-    EXPECT_EQ(rig.output->QueryAccept(&type), S_OK) << "wide is no harm";
-    EXPECT_EQ(rig.ConnectOutput(type), E_FAIL) << "but for want of a buffer";
+    type.Header().biHeight = rig.stream.height;
+    for (const LONG width :
+         {LONG{INT_MAX}, INT_MAX / (4 * rig.stream.height) + 1}) {  // 2 GB at least
+        type.Header().biWidth = width;
+        EXPECT_EQ(rig.output->QueryAccept(&type), S_OK) << "wide is no harm";
+        EXPECT_EQ(rig.ConnectOutput(type), E_FAIL) << "but for want of a buffer";
+    }
     type.Header().biWidth = rig.stream.width;
     const auto kinds = [&](const GUID& subtype) {
         std::string taken;

@@ -17,6 +17,8 @@
 #include "tests/support/guard.h"
 #include "tests/support/leaks.h"
 #include "tests/support/settings.h"
+#include "tests/support/together.h"
+#include "tools/nyxhost/dv_description.h"
 
 namespace nyx {
 namespace {
@@ -176,6 +178,14 @@ TEST_F(DvCodec, WideScreenPicturesAreStretched) {
                       720 * bits / 8 * (bits == 24 && signedHeight > 0 ? -1 : 1));
         }
     }
+    test::ExpectSameTogether([&](int number) {
+        const DvFrame frame = number == 1 ? pal_ : LoadFrame("dv25_625_4x3");
+        return [=, this](Bytes* rows) {
+            const Picture picture{16, 1024, 576};
+            EXPECT_EQ(DecodePal(frame, picture), S_OK);
+            rows->assign(picture.Row(0), picture.Row(576));
+        };
+    });
     const Picture deep{32, 1024, 576};
     EXPECT_EQ(DecodePal(pal_, deep), S_OK);
     EXPECT_TRUE(deep.IsUntouched()) << "32-bit pixels are not stretched";
@@ -210,6 +220,9 @@ TEST_F(DvCodec, WhatIsNoFrameOfTheSizeIsABlackPictureAndNeverReachesTheEngine) {
         EXPECT_TRUE(picture.IsBlack()) << frame.size();
         EXPECT_TRUE(stride == 0 || picture.Row(0)[1440] == kUntouched);
     }
+    const Picture narrower{16, 1280, 1080};
+    EXPECT_EQ(Decode(kDvHd, 1280, 1080, LoadFrame("dvcprohd_1080_50"), narrower), E_FAIL);
+    EXPECT_TRUE(narrower.IsBlack());
     EXPECT_EQ(LastCall().count, before);
 
     // A sample that ends before the length it claims, before its tag even; a picture that is gone.
@@ -273,6 +286,27 @@ TEST_F(DvCodec, FramesTellTheirParameters) {
         EXPECT_EQ(std::memcmp(&info, &expected, sizeof(info)), 0) << frame;
     }
     EXPECT_EQ(Codec().GetFrameInfo(nullptr, pal_.data(), 400000, nullptr), E_POINTER);
+}
+
+TEST(DvDescription, TellsDatesOfBothCenturiesAndNoneThatNoCalendarHas) {
+    const std::tuple<BYTE, BYTE, BYTE, const char*> dates[] = {{0xC1, 0xE1, 0x00, "2000-01-01 "},
+                                                               {0xF1, 0xF2, 0x74, "2074-12-31 "},
+                                                               {0xC6, 0xE5, 0x75, "1975-05-06 "},
+                                                               {0x09, 0x10, 0x99, "1999-10-09 "},
+                                                               {0xF2, 0xE5, 0x04, ""},
+                                                               {0xC0, 0xE5, 0x04, ""},
+                                                               {0xC6, 0xF3, 0x04, ""},
+                                                               {0xC6, 0xE0, 0x04, ""},
+                                                               {0xC6, 0xE5, 0x0A, ""},
+                                                               {0xC6, 0xE5, 0xA0, ""}};
+    for (const auto& [day, month, year, text] : dates) {
+        DvFrame frame = LoadFrame("dv25_625_4x3");
+        frame.SetPackByte(0x62, 2, day);
+        frame.SetPackByte(0x62, 3, month);
+        frame.SetPackByte(0x62, 4, year);
+        const std::string told = host::DescribeDvFrame(frame.data(), frame.size());
+        EXPECT_NE(told.find(std::string("recorded ") + text + "07:08:09"), told.npos) << told;
+    }
 }
 
 TEST_F(DvCodec, PicturesAreEncodedBySizeAndSettings) {
@@ -349,6 +383,8 @@ TEST_F(DvCodec, PicturesAreEncodedBySizeAndSettings) {
 /// Samples that stand for a frame in a file.
 class DvReference : public DvCodec {
   protected:
+    ~DvReference() override { codecs_.clear(); }  // and with them the file that one keeps open
+
     /// A sample that stands for the chunk at `offset` of a file of the folder.
     DvFrame Reference(DWORD offset, const std::string& file) const {
         const std::string path = file.empty() ? file : folder_ + file;
@@ -410,14 +446,17 @@ TEST_F(DvReference, StandsForTheFrameInItsFileWhichStaysOpenUntilAnotherComes) {
 TEST_F(DvReference, WhatCannotBeReadIsRefusedAndLeavesNothingBehind) {
     Write("clip.avi", 0, 144000, pal_);
     Write("cut.avi", 0, 144000, pal_.Cut(143999));
-    for (const DWORD length : {0u, 119999u, 240000u}) {
+    for (const DWORD length : {0u, 119999u, 240000u, 288000u}) {
         Write(std::to_string(length).c_str(), 0, length, pal_);
         EXPECT_EQ(Decode(0, std::to_string(length)), E_FAIL);
     }
     const std::tuple<DWORD, std::string, HRESULT> cases[] = {
         {0, "no.avi", HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)},
         {0, "", HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND)},
-        {0, std::string(300, 'x'), HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE)},
+        {0, std::string(MAX_PATH - 1 - folder_.size(), 'x'),
+         HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)},
+        {0, std::string(MAX_PATH - folder_.size(), 'x'),
+         HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE)},
         {0, "cut.avi", HRESULT_FROM_WIN32(ERROR_HANDLE_EOF)},
         {144006, "cut.avi", HRESULT_FROM_WIN32(ERROR_HANDLE_EOF)},
         {0xFFFFFFFF, "cut.avi", HRESULT_FROM_WIN32(ERROR_HANDLE_EOF)},

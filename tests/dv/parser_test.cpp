@@ -156,6 +156,27 @@ TEST(DifParser, AspectFollowsDisplayAndBroadcastSystem) {
     }
 }
 
+/// The rows that no clip has: what differs is told, all else is that of the row beside it.
+TEST(DifParser, RowsOfOneFormatDifferInAspectOrCodeAlone) {
+    const auto words = [](FormatRecord row) {
+        const LONG* first = &row.formatCode;
+        return std::vector<LONG>(first, first + sizeof(row) / sizeof(LONG));
+    };
+    for (const std::size_t system : {0u, 1u}) {
+        for (const std::size_t type : {0u, 1u, 4u}) {
+            FormatRecord narrow = FormatRow(system, type, 0);
+            const FormatRecord wide = FormatRow(system, type, 1);
+            EXPECT_EQ(narrow.pixelAspectX,
+                      type == 4 ? wide.pixelAspectX : FormatRow(system, 0, 0).pixelAspectX);
+            narrow.pixelAspectX = wide.pixelAspectX;
+            EXPECT_EQ(words(narrow), words(wide)) << system << type;
+        }
+        FormatRecord second = FormatRow(system, 3, 1);
+        EXPECT_EQ(std::exchange(second.formatCode, kFormatDvcProHd1080), kFormatDvcProHd1080Type15);
+        EXPECT_EQ(words(second), words(FormatRow(system, 2, 1)));
+    }
+}
+
 TEST(DifParser, TheFrameRatePackTellsWhatTheCameraRecorded) {
     // Signal type, PC1 to PC3, an error in the check byte.
     constexpr std::tuple<BYTE, BYTE, BYTE, BYTE, BYTE, LONG, LONG, LONG, LONG, LONG> kCases[] = {

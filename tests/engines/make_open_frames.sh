@@ -1,15 +1,29 @@
 #!/bin/sh
-# Makes the MPEG-2 intra pictures that the tests of the open engines read. Usage: make_open_frames.sh FOLDER
+# Makes what the tests of the open engines read: of every clip NAME of DV_FOLDER and of MPEG-2 intra pictures the
+# first frames, NAME-1.frame to NAME-3.frame, and the planes that ffmpeg decodes of the first one, NAME.planes.
+# Usage: make_open_frames.sh FOLDER DV_FOLDER
 set -eu
 out=$1
 mkdir -p "$out"
 
+frames() { # CLIP
+    name=${1##*/}
+    name=$out/${name%.*}
+    ffmpeg -nostdin -v error -y -flags bitexact -idct simple -threads 1 -i "$1" \
+        -frames:v 3 -c copy -f image2 "$name-%d.frame" -map 0:v -frames:v 1 -f rawvideo "$name.planes"
+}
+
 mpeg() { # NAME SIZE PIXELS OPTION...
     name=$1 size=$2 pixels=$3
     shift 3
-    ffmpeg -nostdin -v error -y -f lavfi -i "testsrc2=r=25:s=$size" -frames:v 1 -pix_fmt "$pixels" \
+    ffmpeg -nostdin -v error -y -f lavfi -i "testsrc2=r=25:s=$size" -frames:v 3 -pix_fmt "$pixels" \
         -c:v mpeg2video -g 1 -q:v 4 -threads 1 "$@" -f mpeg2video "$out/$name.m2v"
+    frames "$out/$name.m2v"
 }
 
-mpeg small_420 98x66 yuv420p
+mpeg progressive_420 98x66 yuv420p
+mpeg interlaced_420 98x66 yuv420p -flags +ildct
 mpeg production_625 720x608 yuv422p -flags +ildct -intra_vlc 1 -non_linear_quant 1 -qmax 28
+for clip in "$2"/*.dv; do
+    frames "$clip"
+done

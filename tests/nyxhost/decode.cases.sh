@@ -13,8 +13,8 @@ while read -r kind width height rate formats; do
     done
 done <<'CLIPS'
 natural   960 720 50/1 rgb24:48
-natural   2   16  25/1 yuy2:52 rgb32:48
-zoneplate 722 50  25/1 yuy2:52 rgb32:48 rgb24:48
+natural   2   16  25/1 yuy2:inf rgb32:48
+zoneplate 722 50  25/1 yuy2:inf rgb32:48 rgb24:48
 CLIPS
 # What is not so above: the narrowest picture, and rows of RGB24 that are no whole number of DWORDs.
 
@@ -25,6 +25,16 @@ holds "the frame at a time is the second one" cmp -s part.raw <(tail -c $(stat -
 holds "one picture under its name" test "$(ls 'Bilder 図')" = 'Änderung 変-rgb24-00001.png'
 quiet_ffmpeg -i 'Bilder 図/Änderung 変-rgb24-00001.png' -f rawvideo -pix_fmt bgr24 -vf vflip png.raw
 holds "a PNG holds the sample's pixels" cmp -s png.raw <(tail -c $((722 * 50 * 3)) part.raw)
+
+# Times beyond 2^31 units of 100 ns, and an end before the clip's.
+make_q210 natural 48 16 1/1 222 long
+run 0 decode long.avi --format yuy2 --raw all.raw
+run 0 decode long.avi --format yuy2 --from 3:38 --frames 2 --raw part.raw
+holds "the frames asked for" cmp part.raw <(tail -c $((48 * 16 * 2 * 4)) all.raw | head -c $((48 * 16 * 2 * 2)))
+
+# On a console of 50 columns: a bar as wide as is left, the rate and the time to go.
+said=$(script -qec "stty cols 50; wine '$nyxhost' decode zoneplate-722.avi --raw part.raw" /dev/null </dev/null)
+says "decoding [...........................] 0/2 frames" "/2 frames, " "/s, 0:00 left"
 
 run 0 play zoneplate-722.avi --from 1f --frames 1
 says "filter: Rokka Q210 Decoder"
@@ -49,7 +59,17 @@ zeta2-alpha    argb32 720 576 inf  -
 lossless-rgb24 rgb24  720 486 inf  -
 mpeg2          yuy2   720 576 40.2 -      5 32
 CLIPS
+run 0 decode zeta2-alpha.avi --format argb32 --frames 1 --raw part.raw --out .
+quiet_ffmpeg -i zeta2-alpha-argb32-00000.png -f rawvideo -pix_fmt bgra -vf vflip png.raw
+holds "a PNG holds alpha" cmp png.raw part.raw
 run 0 bench zeta.avi --format yuy2 --repeat 2 --graphs 2
-says "beside it: 4 frames"
+says "beside it: 4 frames" "pictures: the same from the file and from memory" "pass 2: 2 frames"
+
+# Ctrl+C.
+wine "$nyxhost" bench zeta.avi --repeat 10000 </dev/null >said 2>&1 &
+until grep -qs "^pass 1" said || ! kill -0 $! 2>/dev/null; do sleep 0.2; done
+kill -INT $!
+code=0
+wait $! || code=$?
+holds "an interrupted run ends with 10, not $code" test $code = 10
 use_no_engines
-says "pictures: the same from the file and from memory"

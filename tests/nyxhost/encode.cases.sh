@@ -22,6 +22,8 @@ round_trip rgb24 480 39 rgb24.raw rgb24.raw --rgb24 $pictures
 holds "ffprobe reads the encoded clip" diff - <(ffprobe -loglevel error -select_streams v \
     -show_entries stream=codec_tag_string,width,height,r_frame_rate,nb_frames -of csv=p=0 \
     zeta.avi) <<<"QZTA,720,480,30000/1001,3"
+holds "all frames are marked as key frames" test \
+    "$(ffprobe -loglevel error -show_entries packet=flags -of csv=p=0 zeta.avi | tr -d '\n')" = K_K_K_
 
 # Rows from the top to the bottom make the same frames.
 quiet_ffmpeg -f rawvideo -pixel_format bgr24 -video_size 720x480 -i rgb24.raw -vf vflip -f rawvideo turned.raw

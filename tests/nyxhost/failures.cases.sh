@@ -12,6 +12,9 @@ at=$(grep -abo INFO broken.avi | tail -n 2 | head -n 1 | cut -d: -f1)
 patch broken.avi $((at + 4)) '\xff\xff\xff\xff'
 echo "no film" >text.avi
 quiet_ffmpeg -f lavfi -i sine -t 0.1 -f avi sound.avi
+: >empty.mxf
+quiet_ffmpeg -f lavfi -i testsrc2 -t 0.2 -c:v mpeg4 mpeg4.avi
+quiet_ffmpeg -f lavfi -i testsrc2=s=720x576:r=25 -t 1 -c:v mpeg2video group.mxf
 mkdir -p taken/clip-rgb32-00001.png
 head -c $((720 * 480 * 12)) /dev/zero >pictures.raw
 raw="--size 720x480 --rate 25/1"
@@ -21,19 +24,25 @@ while IFS='|' read -r code arguments text; do
     run "$code" $arguments
     says "$text"
 done <<TABLE
-0|--help|Exit codes:
+0|help decode|12 clip ends before --from
+1||Subcommands:
+1|decod clip.avi|no command "decod"; the nearest is decode
+1|decode clip.avi --frmaes 2|no option --frmaes; the nearest is --frames
 1|decode clip.avi --format yv12|yv12
 1|decode clip.avi --from soon|--from
-1|decode clip.avi --from 3f|ends before
 1|encode pictures.raw none.avi --rgb24 --size 720x480|need
 1|encode pictures.raw none.avi --rgb24 --size 720x480 --rate 25/0|--rate
 1|encode pictures.raw none.avi --rgb24 --quant 3 $raw|--quant
 1|encode clip.avi none.avi --preset 1 --quant 5|the custom one
 2|decode missing.avi|cannot open missing.avi
+2|render missing.avi|cannot open missing.avi
 2|encode missing.avi none.avi|missing.avi
 2|encode pictures.raw none.avi --rgb24 ${raw/720/721}|no whole number of pictures
-3|decode text.avi|text.avi
-3|info sound.avi|sound.avi
+3|decode text.avi|neither AVI,
+3|info sound.avi|no video
+3|decode empty.mxf|empty file
+3|decode mpeg4.avi|MPEG-4 part 2 video
+3|render group.mxf|long-GOP MPEG-2; intra frames only
 5|decode clip.avi --format argb32|takes the clip but does not deliver argb32
 5|decode odd.avi --raw none.avi|Rokka Q210 Decoder refuses the clip's format
 5|decode clip.avi --audio none.avi|no sound
@@ -44,19 +53,36 @@ done <<TABLE
 6|info broken.avi --frames 3|could not be decoded: E_FAIL (0x80004005)
 7|decode clip.avi --out text.avi|text.avi
 7|decode clip.avi --raw missing/out.raw|cannot create missing/out.raw
-7|decode clip.avi --format rgb32 --out taken|cannot write
+7|decode clip.avi --format rgb32 --out taken|cannot create
 7|encode clip.avi missing/out.avi|cannot create missing/out.avi
 7|encode same.avi same.avi|same.avi
 7|decode same.avi --raw same.avi|same.avi
+12|decode clip.avi --from 3f|ends before
+12|play clip.avi --from 0:09|ends before
 TABLE
 holds "the frames around a broken one are decoded" test "$(stat -c %s out.raw)" = $((720 * 486 * 2 * 2))
 holds "a clip is not replaced by itself" cmp -s same.avi clip.avi
 holds "pictures before the failing one are kept" test -s taken/clip-rgb32-00000.png
 
+# A full disk, here files that may not grow: the reason is said, and nothing is left in part.
+trap '' XFSZ
+ulimit -Sf 20
+for output in "decode tape.dv --raw" "decode tape.dv --audio" "decode clip.avi --out" "encode clip.avi"; do
+    run 7 $output full
+    says "cannot write full"
+    [[ $output = encode* ]] || says "Disk full"
+    holds "no file in part after $output" test -z "$(find . -path './full*' -type f)"
+    rm -rf full
+done
+ulimit -Sf unlimited
+code=0
+run_nyxhost list >/dev/full 2>&1 || code=$?
+holds "a full standard output is told" test $code = 7
+
 use_no_engines
-for arguments in "encode clip.avi none.avi" properties; do
-    run 5 $arguments
-    says "cannot be created: engine missing or too old, rkzcore.dll (not found)"
+for arguments in "encode clip.avi none.avi" properties "decode tape.dv" "render tape.mxf"; do
+    run 11 $arguments
+    says "cannot be created: engine missing or too old, rk" ".dll (not found)"
 done
 holds "regsvr32 /u" register nyxcodecs /u
 run 4 encode clip.avi none.avi

@@ -15,10 +15,10 @@ row 1 933156 "top first" 0xA5 40:27 set
 row 2 933144 "top first" 0xA5 0:0 set
 
 # Without a decoder the file and its frames tell all the same.
-quiet_ffmpeg -f lavfi -i "testsrc2=r=30000/1001:s=720x480" -f lavfi -i sine=r=48000 -t 0.2 -ac 2 \
-    -pix_fmt yuv411p -c:v dvvideo -aspect 4:3 -timecode '01:02:03;04' \
-    -metadata creation_time=2004-05-06T07:08:09Z tape.dv
-run 5 info tape.dv --from 4f
+run 11 info tape.dv --from 4f
 says "QDVC, 720x480, 24 bits" "5 frames" "sound: 2 channels, 48000 Hz, 16 bits" \
     "bottom field first, 4:3 (pixels 648:720)" "1602 samples, unlocked" "timecode 01:02:03;08" \
-    "recorded 2004-05-06 07:08:09" "Rokka DV Decoder cannot be created: engine missing or too old, rkdvh.dll (not found)"
+    "recorded 2074-05-06 07:08:09" "Rokka DV Decoder cannot be created: engine missing or too old, rkdvh.dll (not found)"
+quiet_ffmpeg -i tape.dv -metadata creation_time=1975-12-31T23:59:58Z -c:v dvvideo -frames:v 1 old.dv
+run 11 info old.dv
+says "recorded 1975-12-31 23:59:58"

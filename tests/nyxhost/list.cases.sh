@@ -14,21 +14,35 @@ if [ "$WINEARCH" = win64 ]; then
     says "nyxcodecs.dll, $bits: not registered, though for the other word size it is; run"
 fi
 holds "regsvr32" register nyxcodecs
-run 0 list
+run 11 list
 says "nyxcodecs.dll, $bits: $(windows_path "$modules/nyxcodecs.dll")" "nyxsource.dll, $bits: not registered" \
-    "engine missing or too old, rkzcore.dll (not found), rkzalpha.dll (not found)"
+    "engine missing or too old" "rkzcore.dll (not found)" "rkzalpha.dll (not found)"
 holds "regsvr32" register nyxsource
 use_engines old
 mkdir damaged
 echo "no library" >damaged/rkz2core.dll
-WINEPATH="$(windows_path damaged);$WINEPATH;$(windows_path "$engines")"
-run 0 list
+WINEPATH="$(windows_path damaged);$WINEPATH;$(windows_path "$open_engines");$(windows_path "$engines")"
+run 11 list
 says "Nyx Footage Source         {5F2C1E6A-8B0D-4C57-9D3E-7A41B6C9E210}, DirectShow filters" \
-    "engine missing or too old, rkz2core.dll (no $bits library)" \
-    "engine missing or too old, rkllc.dll ($(windows_path "$engines")\\old\\rkllc.dll)"
+    "rkz2core.dll (no $bits library)" "rkm2vi01.dll (1.0.0.0, open, $(windows_path "$open_engines")\\rkm2vi01.dll)" \
+    "rkllc.dll (1.20.65535.65535, older than 1.21, stand-in, $(windows_path "$engines")\\old\\rkllc.dll)"
 holds "what works, and in which categories" diff - <(grep -B 1 "^ *works" <<<"$said" | grep -v "^ *works\|^--\|Footage") <<'ROWS'
   Rokka MPEG2-Intra Decoder  {48BC3ED7-498D-4F7C-A121-EE72A9EFC483}, DirectShow filters
   Rokka Q210 Decoder         {3D1F4E99-3ADF-471E-8C1A-B7D678B4A238}, DirectShow filters
 ROWS
 says "{F891D31F-209D-4AF8-AEBC-FF2472BC14C3}, DirectShow filters, video compressors"
+use_engines
+run 0 list # all is there
 use_no_engines
+
+# A stranger's decoder that the system prefers to ours, here ours by another file's name.
+cp "$modules/nyxcodecs.dll" stranger.dll
+ours='HKCR\CLSID\{083863F1-70DE-11D0-BD40-00A0C911CE86}\Instance\'
+q210={3D1F4E99-3ADF-471E-8C1A-B7D678B4A238} zeta2={05B95B6B-C3CD-4B91-AF3B-BBBB7DF64CD0}
+wine reg copy "$ours$q210" "$ours$zeta2" /s /f >/dev/null </dev/null
+wine reg add "$ours$zeta2" /v CLSID /d $zeta2 /f >/dev/null </dev/null
+wine reg add 'HKCR\CLSID\'$q210'\InprocServer32' /ve /d "$(windows_path stranger.dll)" /f >/dev/null </dev/null
+run 0 render clip.avi
+says "filter: Rokka Q210 Decoder, merit 0x00800000" "in: video, Q210, 720x486, 20 bits" \
+    "out: video, yuy2, 720x486, 16 bits" "chosen over Rokka Q210 Decoder, merit 0x00800000" "3 pictures"
+holds "regsvr32" register nyxcodecs

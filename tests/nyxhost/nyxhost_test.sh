@@ -65,6 +65,11 @@ register() { # MODULE [/u]
 # What most cases use: three frames without and with "INFO" chunks.
 make_q210 natural 720 486 30000/1001 3 clip
 add_info_chunks clip 720 486 30000/1001 info.avi 1,8,9 0,1,1 -1,0,0
+# DV, whose frames tell of themselves.
+quiet_ffmpeg -f lavfi -i "testsrc2=r=30000/1001:s=720x480" -f lavfi -i sine=r=48000 -t 0.2 -ac 2 \
+    -pix_fmt yuv411p -c:v dvvideo -aspect 4:3 -timecode '01:02:03;04' \
+    -metadata creation_time=2074-05-06T07:08:09Z tape.dv
+quiet_ffmpeg -i tape.dv -c copy tape.mxf
 
 for name in "$@"; do
     say "$name"

@@ -10,10 +10,10 @@ version=$(cat "$root/VERSION")
 setup=$2/nyx-codecs-$version-setup.exe
 [ -e "$setup" ] || die "no package in $2: run scripts/package"
 sizes=(win32)
-steps=(by_installer taken_out)
+steps=(by_installer unchanged_by_failures taken_out)
 programs='Program Files'
 if [ "$kind" = win64 ]; then
-    steps=(package_is_whole refused_without_ssse3 by_zip by_installer by_repair beside_closed_engines taken_out)
+    steps=(package_is_whole refused by_zip by_installer unchanged_by_failures by_repair beside_closed_engines by_choice taken_out)
     programs='Program Files (x86)'
     sizes+=(win64)
     "$0" "$1" "$2" win32 &
@@ -41,6 +41,19 @@ ends() { # CODE COMMAND...
     "${@:2}" </dev/null >/dev/null 2>&1 || code=$?
     [ $code = "$1" ] || { printf 'exit code %d\n' $code && false; }
 }
+by_line() { # COMMAND-LINE: as a prompt has it, byte for byte; in files of at most $limit KiB
+    printf '@echo off\r\n%s\r\n' "$1" >line.cmd
+    (
+        trap '' XFSZ
+        ulimit -f "${limit:-unlimited}"
+        wine cmd /c line.cmd </dev/null
+    )
+}
+# An installer of other files or with more commands, to save time not packed.
+variant() { # NAME STAGE [OPTION...]
+    makensis -V1 -NOCD '-XSetCompressor /FINAL zlib' -DVERSION="$version" -DSTAGE="$(realpath "$2")" -DTOOLS="$builds/win32/bin" \
+        -DOUTPUT="$PWD/$1.exe" "${@:3}" "$root/package/setup.nsi"
+}
 use() { # SIZE: its console program, outside, its closed engines, and its place in the folder
     size=$1
     place=
@@ -56,11 +69,11 @@ state() { # NAME
         awk -v RS= -v ORS='\n\n' '!/^\[[^]]*\\(ServiceCurrent|Console|NetworkCards\\[0-9]+|Control)\]/' >"$1.reg"
     (cd "$drive" && find . ! -path '*/Temp/~nsu*') | sort >"$1.files"
 }
-as_before() { # WHAT
+as_before() { # WHAT [STATE]
     wineboot >/dev/null 2>&1 </dev/null # what waits for the next start of the system
     state after
-    check "$1: the registry is as before" diff before.reg after.reg
-    check "$1: the disk is as before" diff before.files after.files
+    check "$1: the registry is as before" diff "${2:-before}.reg" after.reg
+    check "$1: the disk is as before" diff "${2:-before}.files" after.files
 }
 each() { # COMMAND...: for programs of each size
     for size in "${sizes[@]}"; do
@@ -79,9 +92,13 @@ decodes() { # PICTURES: the first that are called so are the measure
     check "$size has the $1 pictures" cmp now "$1"
 }
 taken_out() {
-    check "uninstall.exe" ends 0 wine "$installed/uninstall.exe" /S # that works in a process of its own
+    cp "$installed/uninstall.exe" .
+    fails 0 "Nothing is installed in C:\gone." 'uninstall.exe /S _?=C:\gone'
+    ask wine reg query "$entry" /reg:32 /v QuietUninstallString
+    check "the quiet uninstaller" ends 0 by_line "${said##*REG_SZ    }" # that works in a process of its own
     check "the folder is gone" timeout 600 sh -c 'while [ -e "$1" ]; do sleep 0.1; done' - "$installed"
     as_before "taken out"
+    fails 0 "Nothing is installed." 'uninstall.exe /S _?=C:\gone'
 }
 
 package_is_whole() {
@@ -96,27 +113,46 @@ package_is_whole() {
         check "$file: at any address, data not executable" test "$(grep -cE 'DYNAMIC_BASE|NX_COMPAT' headers)" = 2
         check "$file: no imports but the system's" \
             test -z "$(sed -n 's/^\tDLL Name: \(.*\)\.dll$/\1/pI' headers | grep -vixE "$system")"
-        check "$file: the version" test "$(strings -el "$files/$file" | grep -A1 ProductVersion | tail -1)" = "$version"
+        [[ $file = *.exe ]] || check "$file: not the compiler's thread library" \
+            test -z "$(grep AddVectoredExceptionHandler headers)"
+        strings -el "$files/$file" >resource
+        check "$file: the version" test "$(grep -A1 ProductVersion resource | tail -1)" = "$version"
+        check "$file: its makers" test "$(grep -xcE 'Nyx codec project|Copyright the authors of the Nyx codecs;.*' resource)" = 2
+        grep -A1 FileDescription resource | tail -1 >>descriptions
         check "$file: its symbols" test -s "$files/debug/${file/engines\//}.debug"
     done
+    check "each its description" test "$(sort descriptions | uniq -c | awk '{ print $1 }' | sort | xargs)" = "1 2 2 2 2 2"
+    check "the icon in nyxhost and the installer" test "$(grep -la IHDR "$files"/{,x64/}nyxhost.exe "$setup" | wc -l)" = 3
+    check "the sums" cmp <(cd "${setup%/*}" && sha256sum "nyx-codecs-$version"{-setup.exe,.zip}) "${setup%-setup.exe}.sha256"
     (umask 077 && LC_ALL=C.UTF-8 TZ=Asia/Tokyo "$root/package/pack.sh" "$builds" "$work/again")
     for file in again/*; do
         check "$file: the same bytes" cmp "$file" "${setup%/*}/${file#*/}"
     done
 }
-refused_without_ssse3() {
+refused() {
     cp -r "$files" without
     cp "$files/nyxhost.exe" without/processor_check.exe # whatever ends with 1
-    makensis -V1 -NOCD '-XSetCompressor /FINAL zlib' -DVERSION="$version" -DSTAGE="$PWD/without" -DOUTPUT="$PWD/without.exe" "$root/package/setup.nsi"
-    check "the installer" ends 1 wine without.exe /S
-    check "install.cmd" ends 1 wine cmd /c 'without\install.cmd'
+    variant without without
+    check "the installer without SSSE3" ends 1 wine without.exe /S
+    check "install.cmd without SSSE3" ends 1 wine cmd /c 'without\install.cmd'
+    cp "$files/processor_check.exe" without
+    echo >without/x64/nyxsource.dll
+    variant broken without
+    check "a module that cannot be registered, by the installer" ends 2 wine broken.exe /S
     check "nothing is installed" test ! -e "$installed"
     each finds_nothing
+    # As the system's own file manager starts it, it waits for a key.
+    ask env cmdcmdline='C:\windows\system32\cmd.exe /c ""C:\without\install.cmd" "' wine cmd /c 'without\install.cmd'
+    check "and by install.cmd" says "failed for x64\nyxsource.dll" "Press any key"
+    check "which ends with it" ends 2 wine cmd /c 'without\install.cmd'
+    check "uninstall.cmd of it" ends 2 wine cmd /c 'without\uninstall.cmd'
 }
 by_zip() {
     check "install.cmd" ends 0 wine cmd /c "nyx-codecs-$version\\install.cmd"
     each renders
     check "uninstall.cmd" ends 0 wine cmd /c "nyx-codecs-$version\\uninstall.cmd"
+    ask wine cmd /c "nyx-codecs-$version\\uninstall.cmd"
+    check "uninstall.cmd once more" says "Nothing is installed."
     # The system keeps its list of compressors, which it made for this one.
     for view in 32 64; do
         wine reg delete 'HKCR\CLSID\{33D9A760-90C8-11D0-BD43-00A0C911CE86}\Instance' /f /reg:$view >/dev/null </dev/null
@@ -142,7 +178,50 @@ by_installer() {
     ask run_nyxhost list
     check "the compressor" says "DirectShow filters, video compressors"
     ask wine reg query "$entry" /reg:32
-    check "the entry among the programs" says "DisplayVersion    REG_SZ    $version" EstimatedSize Publisher
+    check "the entry among the programs" says "DisplayVersion    REG_SZ    $version" EstimatedSize Publisher \
+        "NoModify    REG_DWORD    0x1" "NoRepair    REG_DWORD    0x1"
+    ask strings -el "$menu/Nyx footage.lnk"
+    check "the prompt of the start menu finds nyxhost" ends 0 by_line "cd C:\\
+cmd $(grep -o '/k ".*' <<<"$said" | sed 's/k/c/')"
+    check "the readme of the start menu" grep -q README.txt "$menu/README.lnk"
+}
+fails() { # CODE MESSAGE COMMAND-LINE
+    local code=0
+    said=$(by_line "$3" 2>&1) || code=$?
+    check "$3: its message" says "$2"
+    check "$3: its exit code" test $code = "$1"
+}
+opens() { # NUMBERS: of the kinds of files, for both sizes
+    ask sh -c 'for size in 32 64; do wine reg query "HKLM\Software\Classes\Media Type" /s /reg:$size; done'
+    check "kinds of files" test "$(sed -n 's/.*{1D4C0B3\(.\)-.*/\1/p' <<<"$said" | xargs)" = "$1"
+}
+# Whatever goes wrong leaves the installation that there is as it was, registered and at work.
+unchanged_by_failures() {
+    mkdir "$drive/way"
+    touch "$drive/file" "$drive/way/x64"
+    state installed
+    variant whole "$files"
+    variant large "$files" -XSection '-XAddSize 2000000000' -XSectionEnd
+    cp -r "$files" damaged
+    echo >damaged/nyxsource.dll
+    variant damaged damaged
+    fails 1 "Unknown option: /s-"$'\r\n\r\n'"/S" 'whole.exe /S /s-'
+    fails 1 "Unknown component: sources" 'whole.exe /S /COMPONENTS=mxf,sources'
+    fails 2 "cannot be such a folder: C:\file\sub" 'whole.exe /S /D=C:\file\sub'
+    fails 2 "cannot be such a folder: Q:\nyx" 'whole.exe /S /D="Q:\nyx"'
+    fails 2 "cannot be such a folder: C:\a /NCRC" 'whole.exe /S /D=C:\a /NCRC'
+    fails 2 "cannot be such a folder: nyx" 'whole.exe /S "/D=nyx"'
+    fails 2 "/LOG cannot be written: C:\no\log" 'whole.exe /S /LOG=C:\no\log'
+    fails 2 "cannot be one within the other" "whole.exe /S /D=C:\\$programs\\Nyx codecs\\x64"
+    fails 2 "MiB are needed" 'large.exe /S /D=C:\new\folder'
+    fails 2 "A file of C:\way cannot be written" 'whole.exe /S /D=C:\way'
+    fails 2 "could not be registered" 'damaged.exe /S /D=C:\new\folder'
+    fails 2 "could not be registered" 'damaged.exe /S'
+    # A full disk needs rights that few containers have; a limit for files cuts a write off as well.
+    limit=1500 fails 2 "could not be unpacked" 'whole.exe /S /D=C:\new\folder'
+    as_before "after failures" installed
+    each renders
+    rm -r "$drive/way" "$drive/file"
 }
 by_repair() {
     wine reg add "$entry" /reg:32 /v Components /d ,source,mxf,rkdvh,host, /f >/dev/null </dev/null # is kept
@@ -156,8 +235,7 @@ by_repair() {
     check "the files are the package's" cmp <(cat "$installed"/{,x64/}nyxcodecs.dll) <(cat "$files"/{,x64/}nyxcodecs.dll)
     check "the old one waits for the next start" test -n "$(find "$installed" -name '*.tmp')"
     check "what is not chosen is taken out" test -z "$(find "$installed" -name rkm2vi01.dll)"
-    ask sh -c 'for size in 32 64; do wine reg query "HKLM\Software\Classes\Media Type" /s /reg:$size; done'
-    check "kinds of files" test "$(grep -o '{1D4C0B3.-' <<<"$said" | xargs)" = "{1D4C0B31- {1D4C0B31-"
+    opens "1 1"
     each renders
     kill $host
     wait $host || true
@@ -179,6 +257,27 @@ beside_closed_engines() { # and moved
     use_no_engines
     installed=$drive/Nyx
 }
+by_choice() {
+    check "the installer" ends 0 by_line 'whole.exe /S /COMPONENTS=gxf,path /LOG="C:\log of it.txt" /D=C:\Nyx two'
+    installed="$drive/Nyx two"
+    ask iconv -f utf-16 -t utf-8 "$drive/log of it.txt"
+    check "the log" says 'Folder: C:\Nyx two, present one: C:\Nyx' "Components: ,source,gxf,host,path," Installed.
+    rm "$drive/log of it.txt"
+    check "the files of the choice" test "$(cd "$installed" && find * -name '*.[de][lx][le]' | sort | xargs)" = \
+        "nyxcodecs.dll nyxhost.exe nyxsource.dll uninstall.exe x64/nyxcodecs.dll x64/nyxhost.exe x64/nyxsource.dll"
+    opens "2 2"
+    check "what stays as it was chosen" ends 0 wine "$setup" /S
+    opens "2 2"
+    ask by_line 'nyxhost --version'
+    check "nyxhost on the search path" says "nyxhost $version"
+    check "the installer" ends 0 by_line 'whole.exe /S /COMPONENTS=decoders,engines,tools'
+    opens ""
+    check "no source" test -z "$(find "$installed" -name nyxsource.dll)"
+    ask by_line 'nyxhost --version'
+    check "nyxhost no longer" test "${said/nyxhost $version/}" = "$said"
+    check "the installer" ends 0 by_line 'whole.exe /S /COMPONENTS=source,mxf,avi,dv,engines,tools,path'
+    opens "1 3 1 3"
+}
 
 unzip -q "${setup%-setup.exe}.zip"
 files=$PWD/nyx-codecs-$version
@@ -186,6 +285,7 @@ quiet_ffmpeg -f lavfi -i testsrc2=size=720x576:rate=25 -frames:v 5 -pix_fmt yuv4
 make_dv bars 720 576 25/1 5 yuv420p clip.dv
 drive=$WINEPREFIX/drive_c
 installed=$drive/$programs/Nyx\ codecs
+menu=$drive/ProgramData/Microsoft/Windows/Start\ Menu/Programs/Nyx\ codecs
 entry='HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall\NyxCodecs'
 # What the system writes down by itself: its compressors, another start.
 each finds_nothing

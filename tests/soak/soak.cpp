@@ -1,8 +1,12 @@
-/// The load test: soak.exe SECONDS CSV. Every filter of the module in a graph of its own, all at
-/// once, graphs built and torn down all the while; once a second a line of what the process holds.
-/// Ends with a table of what became of the frames; exit code 1 when one was lost or wrong.
+/// The load test: soak.exe SECONDS CSV [FRAMES]. Every filter of the module in a graph of its own,
+/// all at once, graphs built and torn down all the while; once a second a line of what the process
+/// holds. With a folder of the open engines' frames, DV and MPEG-2 are theirs and the other engines
+/// stand-ins; all are stand-ins without. Ends with a table of what became of the frames; exit code
+/// 1 when one was lost or wrong.
 
 #include <cstdio>
+#include <fstream>
+#include <map>
 #include <thread>
 
 #include "engines/standin/frame_coder.h"
@@ -16,8 +20,31 @@ namespace {
 constexpr std::size_t kPictures = 3, kFramesPerGraph = 150;  // the pictures go round
 constexpr REFERENCE_TIME kFrameTime = 400000;                // 100-ns units
 
+/// The folder of what the open engines decode; empty when all engines are stand-ins.
+std::string openFrames;
+
+/// What a filter decodes by its open engine.
+struct Clip {
+    const char* name;
+    Stream stream;
+};
+const std::map<std::string, Clip> kClips = {{"Dv25Decoder", {"dv25_525_4x3", {856, 480}}},
+                                            {"Dv50Decoder", {"dvcpro50_525", {720, 480}}},
+                                            {"DvHdDecoder", {"dvcprohd_720_50", {960, 720}}},
+                                            {"MpegIntraDecoder", {"production_625", {720, 576}}}};
+/// Null for a filter that uses a stand-in or no engine.
+const Clip* ClipOf(const CatalogueRow& row) {
+    const auto found = openFrames.empty() ? kClips.end() : kClips.find(row.name);
+    return found == kClips.end() ? nullptr : &found->second;
+}
+
 /// A well-formed sample whose picture is its own for each number.
 Bytes Frame(const CatalogueRow& row, int number) {
+    if (const Clip* clip = ClipOf(row)) {
+        const std::string name = clip->name + ("-" + std::to_string(number + 1)) + ".frame";
+        std::ifstream file(openFrames + "/" + name, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
     const auto& [width, height, duration, block] = row.stream;
     if (row.coding) {
         const auto& coding = *standin::FindCoding(row.coding);
@@ -39,7 +66,7 @@ struct Load {
     explicit Load(const CatalogueRow& filter) : row(filter) {}
 
     void RunGraph(const std::atomic<bool>& going) {
-        Rig rig(row);
+        Rig rig(row, ClipOf(row) ? ClipOf(row)->stream : row.stream);
         rig.sink.keepsSamples = false;
         rig.ConnectInput();
         const std::vector<MediaType> offers = OfferedTypes(rig.output);
@@ -69,24 +96,36 @@ struct Load {
     std::thread thread;
 };
 
+/// Says which file each filter's engine is, and lets it go again.
+void ShowEngines() {
+    for (const CatalogueRow& row : Catalogue()) {
+        const HMODULE engine = row.engine ? LoadLibraryW(row.engine) : nullptr;
+        wchar_t path[MAX_PATH] = {};
+        if (engine) {
+            GetModuleFileNameW(engine, path, MAX_PATH);
+            FreeLibrary(engine);
+        }
+        std::printf("%-22s %ls\n", row.name, path);
+    }
+}
+
 }  // namespace
 }  // namespace nyx::test
 
 int main(int count, char** arguments) {
     using namespace nyx::test;
-    const int seconds = count == 3 ? std::atoi(arguments[1]) : 0;
+    const int seconds = count == 3 || count == 4 ? std::atoi(arguments[1]) : 0;
     std::FILE* csv = seconds > 0 ? std::fopen(arguments[2], "w") : nullptr;
     if (!csv) {
-        return std::fputs("usage: soak SECONDS CSV\n", stderr), 2;
+        return std::fputs("usage: soak SECONDS CSV [FRAMES]\n", stderr), 2;
     }
-    const EngineSearch engines;
-    // The runtime that the stand-ins are built with leaves two handles of each other thread open
-    // when it is unloaded, which is no fault of the module's: they stay.
-    LoadLibraryW(L"rkzalpha.dll");
+    openFrames = count == 4 ? arguments[3] : "";
+    const EngineSearch engines(openFrames.empty() ? L"" : L"..\\open");
+    SetEnvironmentVariableW(L"PATH", EngineFolder().c_str());  // searched last
+    ShowEngines();
     std::vector<Load> loads(Catalogue().begin(), Catalogue().end());
     std::atomic<bool> going{true};
     for (Load& load : loads) {
-        load.row.engine ? LoadLibraryW(load.row.engine) : nullptr;
         load.thread = std::thread([&] {
             while (going) {
                 load.RunGraph(going);
@@ -106,7 +145,8 @@ int main(int count, char** arguments) {
         load.thread.join();
         std::printf("%-22s %10zu %10zu %8zu %8zu\n", load.row.name, load.sent, load.arrived,
                     load.wrong, load.graphs);
-        good = good && load.sent == load.arrived && load.sent > 0 && load.wrong == 0;
+        good = good && load.sent == load.arrived && load.sent > 0 && load.wrong == 0 &&
+               load.pictures[0][0] != load.pictures[0][1];
     }
     std::fclose(csv);
     const bool unloadable = Module().CanUnloadNow() == S_OK;

@@ -6,8 +6,12 @@
 #include <random>
 
 #include "tests/source/footage_host.h"
+#include "tests/support/leaks.h"
 #include "tests/support/settings.h"
 #include "tests/support/watchdog.h"
+
+__CRT_UUID_DECL(IAMOpenProgress, 0x8e1c39a1, 0xde53, 0x11cf, 0xaa, 0x63, 0x00, 0x80, 0xc7, 0x44,
+                0x52, 0x8d)
 
 namespace nyx::test {
 namespace {
@@ -26,6 +30,13 @@ class Source : public ComTest {
         const std::string all = ReadAll(Material(name));
         return Write(L"cut", all.substr(0, static_cast<std::size_t>(double(all.size()) * part)));
     }
+    /// A clip whose table has so many rows, as it says.
+    std::wstring Claim(const std::string& name, const char* table, unsigned rows) const {
+        std::string all = ReadAll(Material(name));
+        rows = __builtin_bswap32(rows);
+        all.replace(all.find(table) + 8, 4, reinterpret_cast<const char*>(&rows), 4);
+        return Write(std::wstring(table, table + 4), all);
+    }
 };
 
 TEST_F(Source, WhatCannotBePlayedIsRefusedAndChangesNothing) {
@@ -35,7 +46,11 @@ TEST_F(Source, WhatCannotBePlayedIsRefusedAndChangesNothing) {
         {folder.path.wstring(), HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED)},
         {Write(L"empty.mxf", ""), VFW_E_UNKNOWN_FILE_TYPE},
         {Write(L"garbage.avi", std::string(100000, 'G')), VFW_E_UNKNOWN_FILE_TYPE},
+        {L"NUL", HRESULT_FROM_WIN32(ERROR_NOT_SUPPORTED)},
         {Cut("dv25.mov", 0.6), VFW_E_INVALID_FILE_FORMAT},
+        {Cut("dv25.dv", 0.0005), VFW_E_INVALID_FILE_FORMAT},
+        {Claim("dv25.mov", "stco", 0x1FFFFFF0), VFW_E_INVALID_FILE_FORMAT},
+        {Claim("fragments.mov", "trun", 0xFFFFFF), VFW_E_INVALID_FILE_FORMAT},
         {Material("other.avi"), VFW_E_UNSUPPORTED_STREAM},
         {Material("long.mxf"), VFW_E_UNSUPPORTED_VIDEO},
     };
@@ -72,7 +87,7 @@ TEST_F(Source, ATornRecordingPlaysToItsLastWholeFrame) {
     for (const char* clip : {"dv25.avi", "dv25.dv", "d10.mxf", "mpeg.gxf", "v210.avi"}) {
         SCOPED_TRACE(clip);
         const auto all = FootageHost(Material(clip)).Play();
-        const FootageHost host(Cut(clip, 0.6));
+        const FootageHost host(Cut(clip, 0.61));
         const auto torn = host.Play();
         ASSERT_TRUE(torn.size() >= all.size() / 2 && torn.size() < all.size());
         EXPECT_TRUE(std::equal(torn.begin(), torn.end(), all.begin(), [](auto& a, auto& b) {
@@ -87,6 +102,66 @@ TEST_F(Source, ATornRecordingPlaysToItsLastWholeFrame) {
     half.replace(chunk + 4, 4, {'\0', '\0', '\1', '\0'});
     half.replace(chunk + 8 + 0x10000, 8, {'J', 'U', 'N', 'K', '\x78', '\x32', '\1', '\0'});
     EXPECT_EQ(FootageHost(Write(L"half.avi", half)).Play().size(), 49u);
+}
+
+TEST_F(Source, APictureWithoutBytesIsTheOneBeforeOnceMore) {
+    std::string clip = ReadAll(Material("gap.avi"));
+    clip.replace(clip.rfind("00dc", clip.rfind("idx1")) + 4, 4, 4, '\0');
+    const FootageHost host(Write(L"gap.avi", clip));
+    const auto all = host.Play();
+    ASSERT_EQ(all.size(), 51u);
+    for (std::size_t i = 1; i < all.size(); ++i) {
+        EXPECT_EQ(all[i].start, static_cast<LONGLONG>(i) * 400000);
+        EXPECT_EQ(all[i].bytes == all[i - 1].bytes, i == 1 || i == 50) << i;
+    }
+    EXPECT_EQ(host.Seek(400000, 800000), S_OK);
+    const auto second = host.Play();
+    EXPECT_TRUE(second.size() == 1 && second[0].bytes == all[0].bytes && second[0].start == 0);
+}
+
+TEST_F(Source, TimeCountsFromTheEarliestStreamAndWhatIsLeftOutIsReported) {
+    const FootageHost host(Material("late.mov"));
+    EXPECT_EQ(host.graph->Count(EC_STREAM_ERROR_STOPPED), 1);
+    ASSERT_EQ(host.pins.size(), 2u);
+    const std::string sound = ReadAll(Material("late.mov.audio"));
+    for (const LONGLONG from : {0, 4000000, 7000000}) {
+        EXPECT_EQ(host.Seek(from, 20000000), S_OK);
+        const auto played = host.Play();
+        EXPECT_EQ(played.at(0).start, std::max<LONGLONG>(5000000 - from, 0));
+        std::string heard;
+        for (const Sample& run : host.sinks[1]->pin.Samples()) {
+            heard.append(run.bytes.begin(), run.bytes.end());
+        }
+        EXPECT_TRUE(heard == sound.substr(static_cast<std::size_t>(from / 625 * 12))) << from;
+    }
+    LONGLONG length = 0;
+    EXPECT_EQ(As<IMediaSeeking>(host.pins[0])->GetDuration(&length), S_OK);
+    EXPECT_EQ(length, 20000000);
+}
+
+TEST_F(Source, PlaysWhatLiesBehindFourGiB) {
+    const FootageHost host(Material("big.mov"));
+    EXPECT_EQ(host.Seek(9200000, 10000000), S_OK);
+    std::string bytes;
+    for (const Sample& frame : host.Play()) {
+        bytes.append(frame.bytes.begin(), frame.bytes.end());
+    }
+    EXPECT_TRUE(bytes == ReadAll(Material("fragments.mov.bytes")).substr(23 * 2048));
+}
+
+TEST_F(Source, OpeningCanBeEnded) {
+    const auto filter = Module().Create(kFootageSource);
+    const auto file = As<IFileSourceFilter>(filter);
+    const auto progress = As<IAMOpenProgress>(filter);
+    LONGLONG size = 0, done = 0;
+    EXPECT_EQ(progress->QueryProgress(&size, &done), VFW_E_WRONG_STATE);
+    auto loaded = std::async(std::launch::async,
+                             [&] { return file->Load(Material("slow.m2v").c_str(), nullptr); });
+    WaitFor([&] { return progress->AbortOperation() == S_OK; });
+    EXPECT_EQ(loaded.get(), E_ABORT);
+    EXPECT_EQ(file->Load(Material("tagged.avi").c_str(), nullptr), S_OK);
+    EXPECT_EQ(progress->QueryProgress(&size, &done) | progress->AbortOperation(), S_FALSE);
+    EXPECT_TRUE(size == done && size > 0);
 }
 
 TEST_F(Source, AFileMayGrowShrinkGoAndFailWhileItIsPlayed) {
@@ -115,6 +190,39 @@ TEST_F(Source, AFileMayGrowShrinkGoAndFailWhileItIsPlayed) {
     }
 }
 
+TEST_F(Source, UnloadsAfterPlayingAndKeepsNothing) {
+    const std::wstring path = folder.PathOf(L"copied.dll");
+    ASSERT_TRUE(CopyFileW(ModulePath().c_str(), path.c_str(), TRUE));
+    ExpectNothingKept([&] {
+        const LoadedModule module(path);
+        EXPECT_EQ(FootageHost(Material("dv25.avi"), module).Play().size(), 50u);
+        EXPECT_EQ(module.CanUnloadNow(), S_OK);
+    });
+    EXPECT_EQ(GetModuleHandleW(path.c_str()), nullptr);
+}
+
+TEST_F(Source, AStreamThatEndsEarlyEndsBeforeAnyOtherIsDelivered) {
+    std::string all;
+    for (int i = 0; i < 15; ++i) {  // more than is read ahead
+        all += ReadAll(Material("dv25.dv"));
+    }
+    for (std::size_t at = 4323; at < 3600000;
+         at += 144000) {  // a second of four channels: 32 kHz, 12 bits
+        all[at + 4] = 0x11;
+    }
+    const FootageHost host(Write(L"long.dv", all));
+    ASSERT_EQ(host.pins.size(), 3u);
+    for (const auto& sink : host.sinks) {
+        sink->pin.onReceive = [&](IMediaSample*) {
+            WaitFor([&] { return host.sinks[2]->pin.Seen().endOfStream > 0; });
+            return S_OK;
+        };
+    }
+    EXPECT_EQ(host.Seek(20000000, 40000000), S_OK);
+    EXPECT_EQ(host.Play().size(), 50u);
+    EXPECT_EQ(host.sinks[2]->pin.Count(), 0u);
+}
+
 TEST_F(Source, SeekingAnswersAsHostsExpect) {
     constexpr LONGLONG kNone = 8, kTo = 9, kBy = 10, kFor = 11;  // and AM_SEEKING_ReturnTime
     constexpr LONGLONG kAll = 20000000;
@@ -124,6 +232,8 @@ TEST_F(Source, SeekingAnswersAsHostsExpect) {
         {400000, kBy, 800000, kFor, S_OK, 400000, 1200000},
         {-100000, kBy, -200000, kBy, S_OK, 300000, 1000000},
         {7, kNone, 2000000, kTo, S_OK, 300000, 2000000},
+        {0, kTo | AM_SEEKING_Segment, 0, kNone, E_NOTIMPL, 300000, 2000000},
+        {0, kTo | AM_SEEKING_NoFlush, 0, kNone, E_NOTIMPL, 300000, 2000000},
     };
     const FootageHost host(Material("dv25.avi"));
     const GUID frame = TIME_FORMAT_FRAME, field = TIME_FORMAT_FIELD;
@@ -255,6 +365,66 @@ TEST_F(Source, AFrameThatIsRefusedCostsItselfAndAFailureItsStream) {
     EXPECT_EQ(host.Play().size(), 1u);
     EXPECT_EQ(host.graph->Count(EC_ERRORABORT), 1);
     EXPECT_EQ(host.sinks[1]->pin.Last().stop, 280000000);
+}
+
+TEST_F(Source, WhatChangesInTheCourseOfDvIsFollowedOrDoneWithout) {
+    struct Part {
+        const char* file;
+        std::size_t frameBytes;
+        int rate;  ///< of sound
+    };
+    const Part pal = {"dv25.dv", 144000, 48000}, slow = {"dv32.dv", 144000, 32000};
+    const Part ntsc = {"dv525.dv", 120000, 48000};
+    const std::vector<Part> rows[] = {{pal, slow, pal}, {pal, ntsc, pal}, {ntsc, pal}};
+    for (const auto& [row, takes] : {std::pair(0, true), std::pair(0, false), std::pair(1, true),
+                                     std::pair(1, false), std::pair(2, true)}) {
+        SCOPED_TRACE(std::to_string(row) + (takes ? " taken" : " refused"));
+        std::string all, pictures, sound;
+        bool ended = false;
+        for (const Part& part : rows[row]) {
+            const std::string heard = ReadAll(Material(part.file + std::string(".audio")));
+            all += ReadAll(Material(part.file));
+            ended = ended || (!takes && part.frameBytes != rows[row][0].frameBytes);
+            pictures = ended ? pictures : all;
+            const bool silent = !takes && part.rate != 48000;
+            sound += ended ? "" : silent ? std::string(heard.size() / 2 * 3, '\0') : heard;
+        }
+        const FootageHost host(Write(L"changing.dv", all));
+        for (const auto& sink : host.sinks) {
+            sink->pin.accept = [takes = takes](const auto&) { return takes ? S_OK : S_FALSE; };
+        }
+        const auto play = [&](LONGLONG from, LONGLONG to) {
+            auto seen = std::pair<std::string, std::string>();
+            EXPECT_EQ(host.Seek(from, to), S_OK);
+            MediaType type = ConnectionType(host.pins[0]), soundType = ConnectionType(host.pins[1]);
+            LONGLONG at = 0;
+            for (const Sample& sample : host.Play()) {
+                type = sample.type.value_or(type);
+                EXPECT_EQ(type.Header().biHeight, sample.bytes.size() == 144000 ? 576 : 480);
+                EXPECT_NEAR(double(*sample.stop - at), double(type.Info().AvgTimePerFrame), 2);
+                EXPECT_NEAR(double(*sample.start - std::exchange(at, *sample.stop)), 0, 1);
+                seen.first.append(sample.bytes.begin(), sample.bytes.end());
+            }
+            double time = 0;
+            for (const Sample& run : host.sinks[1]->pin.Samples()) {
+                soundType = run.type.value_or(soundType);
+                const auto& wave = *reinterpret_cast<const WAVEFORMATEX*>(soundType.pbFormat);
+                EXPECT_NEAR(double(*run.start), time, 3);
+                time += double(run.bytes.size()) * 1e7 / wave.nAvgBytesPerSec;
+                seen.second.append(run.bytes.begin(), run.bytes.end());
+            }
+            return seen;
+        };
+        LONGLONG end = 0;
+        EXPECT_EQ(As<IMediaSeeking>(host.pins[0])->GetDuration(&end), S_OK);
+        EXPECT_TRUE(play(0, end) == std::pair(pictures, sound));
+        EXPECT_TRUE(play(end - 10000000, end) ==
+                    std::pair(all.substr(all.size() - 3600000),
+                              ReadAll(Material("dv25.dv.audio")).substr(192000)));
+        EXPECT_EQ(
+            host.graph->Seen(),
+            (std::vector<Graph::Event>(ended, {EC_STREAM_ERROR_STOPPED, VFW_E_TYPE_NOT_ACCEPTED})));
+    }
 }
 
 }  // namespace

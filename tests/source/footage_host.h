@@ -35,8 +35,9 @@ constexpr CLSID kFootageSource = {
 
 /// The source filter with a sink on each pin, in a stand-in graph.
 struct FootageHost {
-    explicit FootageHost(const std::wstring& path)
-        : loaded(As<IFileSourceFilter>(filter)->Load(path.c_str(), nullptr)) {
+    explicit FootageHost(const std::wstring& path, const LoadedModule& module = Module())
+        : filter(module.Create(kFootageSource)),
+          loaded(As<IFileSourceFilter>(filter)->Load(path.c_str(), nullptr)) {
         filter->JoinFilterGraph(graph.Get(), L"footage");
         ComPtr<IEnumPins> all;
         filter->EnumPins(&all);
@@ -73,7 +74,7 @@ struct FootageHost {
     }
 
     const ComPtr<Graph> graph = Make<Graph>();
-    const ComPtr<IBaseFilter> filter = Module().Create(kFootageSource);
+    const ComPtr<IBaseFilter> filter;
     const HRESULT loaded;
     std::vector<ComPtr<IPin>> pins;
     std::vector<ComPtr<End>> sinks;

@@ -12,10 +12,10 @@ run() { ffmpeg -nostdin -hide_banner -loglevel error -y "$@"; }
 list() { # CLIP PCM
     run -i "$1" -map 0:v -c copy -f framecrc "$1.crc" -map 0:v -c copy -f data "$1.bytes"
     # "#tb 0: NUM/DEN", then "stream, dts, pts, duration, size, ..." a packet.
-    awk -F '[:,/] *' '/^#tb/ { num = $2; den = $3 } /^0,/ {
+    awk -F '[:,/] *' '/^#tb/ { num = $2; den = $3 } /^0,/ && $5 > 0 {
         if (first == "") first = $2
         print int(($2 - first) * num * 10000000 / den), $5 }' "$1.crc" >"$1.video"
-    [ "$2" = none ] || run -i "$1" -map 0:a -c:a "pcm_$2" -f "$2" "$1.audio"
+    [ "$2" = none ] || run -i "$1" -map 0:a:0 -c:a "pcm_$2" -f "$2" "$1.audio"
 }
 
 # clip FILE SIZE RATE SECONDS PIXELS CHANNELS STORED-PCM DELIVERED-PCM ENCODER-OPTION...
@@ -37,10 +37,15 @@ intra=(-c:v mpeg2video -g 1 -flags +ildct -top 1 -intra_vlc 1 -aspect 4:3)
 d10=(-vf pad=720:608:0:32 "${intra[@]}" -threads 4 -flags +ildct+low_delay -dc 10 -ps 1 -qmin 1 -qmax 12
     -non_linear_quant 1 -b:v 50000k -minrate 50000k -maxrate 50000k -bufsize 2000000 -rc_init_occupancy 2000000)
 ntsc=30000/1001
-clip dv25.avi 720x576 25 2 yuv420p 2 s16le s16le "${hd[@]}"
+clip dv25.avi 720x576 25 2 yuv420p 2 alaw s16le "${hd[@]}"
 LC_ALL=C sed -i s/vprp/JUNK/ dv25.avi # the aspect then stands in the frames alone
-clip dv25.mov 720x480 $ntsc 2 yuv411p 2 s16be s16le "${dv[@]}"
+clip dv25.mov 720x480 $ntsc 2 yuv411p 2 f32be f32le "${dv[@]}"
 clip dv25.dv 720x576 25 2 yuv420p 2 s16le s16le "${dv[@]}"
+# The same with sound of another rate, and of the other system.
+run -i dv25.dv -t 0.6 -c:v copy -ar 32000 dv32.dv
+run -i dv25.mov -t 1.001 -c:v copy -c:a pcm_s16le dv525.dv
+list dv32.dv s16le
+list dv525.dv s16le
 # Of type 1: the stream carries its own sound, and no pcm beside it.
 run -i dv25.dv -map 0:v -c copy -tag:v dvsd type1.avi
 LC_ALL=C sed -i '0,/vids/s//iavs/' type1.avi
@@ -49,17 +54,38 @@ clip dv50.mov 720x576 25 1 yuv422p 6 s24be s24le "${dv[@]}"
 clip dv50.mxf 720x480 $ntsc 1 yuv422p 1 s24le s24le "${dv[@]}"
 run -i dv50.mov -map 0:v -c copy -f mxf_opatom atom.mxf
 list atom.mxf none
-clip dvhd.mov 1280x1080 $ntsc 0.4 yuv422p 1 s32be s32le "${hd[@]}" -field_order tt
+clip dvhd.mov 1280x1080 $ntsc 0.4 yuv422p 1 f64be f64le "${hd[@]}" -field_order tt
 clip dvhd.mxf 960x720 50 0.4 yuv422p 2 s16le s16le "${hd[@]}"
 clip d10.mxf 720x576 25 1 yuv422p 2 s16le s16le "${d10[@]}" -f mxf_d10
 clip mpeg.gxf 720x576 25 2 yuv422p 1 s16le s16le "${intra[@]}" -b:v 8000k
 clip v210.mov 192x64 24 2 yuv422p10le 1 s8 s16le -c:v v210
-# Frames of well more than a MiB, which are left in the file until there is a sample for them.
-clip v210.avi 210x1800 $ntsc 0.5 yuv422p10le 1 u8 s16le -c:v v210
-clip tagged.avi 96x64 25 1 yuv422p10le 1 none none -c:v v210
+# Frames of well more than a MiB, which are left in the file until there is a sample for them, and more
+# than 2^31 bits a second.
+clip v210.avi 210x1800 240 0.0625 yuv422p10le 1 u8 s16le -c:v v210
+clip tagged.avi 96x64 25 1 yuv422p10le 1 none none -c:v v210 -bsf:v setts=time_base=1/50 # two ticks a frame
 LC_ALL=C sed -i s/v210/Q210/g tagged.avi
 clip mpeg.mxf 720x576 25 1 yuv422p 1 s16le s16le "${intra[@]}" -q:v 3
 clip mpeg.m2v 720x512 25 1 yuv422p 1 none none "${intra[@]}" -aspect 16:9
+# What one of the streams begins later, by half a second, and one has no pin.
+run -itsoffset 0.5 -i dv50.mov -i dv25.avi -map 0:v -map 1:a -map 1:a -c copy -c:a:0 pcm_mulaw -c:a:1 aac late.mov
+list late.mov s16le
+# The first picture twice, the second time without bytes.
+run -i dv25.avi -c copy -bsf:v "setts=ts=TS+gt(N\\,0)" gap.avi
+run -f lavfi -i testsrc2=size=48x16 -t 1 -pix_fmt yuv422p10le -c:v v210 \
+    -movflags frag_keyframe+empty_moov+default_base_moof+skip_trailer fragments.mov
+list fragments.mov none
+# 4 GiB of nothing before the last fragment.
+last=$(LC_ALL=C grep -abo moof fragments.mov | tail -n 1)
+last=$((${last%%:*} - 4))
+{
+    head -c "$last" fragments.mov
+    printf '\0\0\0\1free\0\0\0\1\0\0\0\20'
+} >big.mov
+truncate -s +4G big.mov
+tail -c +$((last + 1)) fragments.mov >>big.mov
+# Takes a while to open.
+cp mpeg.m2v slow.m2v
+truncate -s 200M slow.m2v
 # And what is refused.
 run -f lavfi -i testsrc2=size=320x240 -t 1 -pix_fmt yuv422p -g 12 -c:v mpeg2video long.mxf
 run -f lavfi -i testsrc2=size=320x240 -t 1 -c:v mpeg4 other.avi

@@ -16,8 +16,9 @@ struct Lies {
     bool sample2 = true;  ///< whether it has IMediaSample2
     HRESULT pointerResult = S_OK;
     bool nullPointer = false;
-    HRESULT setLengthResult = S_OK;
+    HRESULT setLengthResult = S_OK, typeResult = S_OK;
     std::optional<LONG> length{};  ///< claimed instead of the actual data length
+    LONG behind = 0;               ///< bytes of the memory, at its end, that are not the sample's
 };
 
 /// A platform's sample whose memory is the suite's own and some of whose answers are lies.
@@ -67,7 +68,9 @@ class HostileSample : public Object<IMediaSample2> {
     STDMETHODIMP SetTime(Time* from, Time* to) override { return real_->SetTime(from, to); }
     STDMETHODIMP GetMediaTime(Time* a, Time* b) override { return real_->GetMediaTime(a, b); }
     STDMETHODIMP SetMediaTime(Time* a, Time* b) override { return real_->SetMediaTime(a, b); }
-    STDMETHODIMP GetMediaType(AM_MEDIA_TYPE** type) override { return real_->GetMediaType(type); }
+    STDMETHODIMP GetMediaType(AM_MEDIA_TYPE** type) override {
+        return lies_.typeResult ? lies_.typeResult : real_->GetMediaType(type);
+    }
     STDMETHODIMP SetMediaType(AM_MEDIA_TYPE* type) override { return real_->SetMediaType(type); }
     STDMETHODIMP IsSyncPoint() override { return real_->IsSyncPoint(); }
     STDMETHODIMP SetSyncPoint(BOOL set) override { return real_->SetSyncPoint(set); }
@@ -120,10 +123,17 @@ class HostileAllocator : public Object<IMemAllocator> {
     /// Bytes by which a buffer is shorter than promised and lies off an aligned address.
     LONG shorter = 0, misaligned = 0;
     std::optional<MediaType> nextType;  ///< attached to the next buffer only
-    DWORD protection = PAGE_READWRITE;  ///< of the buffers' memory
+    DWORD protection = PAGE_READWRITE;  ///< of the buffers' memory from that byte on
+    std::size_t protectedFrom = 0;
     ALLOCATOR_PROPERTIES requested{};
     DWORD flags = 0;  ///< with which the last buffer was asked for
 
+    /// What the system says of the last buffer's memory at its end.
+    DWORD Protection() const {
+        MEMORY_BASIC_INFORMATION told = {};
+        VirtualQuery(Data() + size_ - 1, &told, sizeof(told));
+        return told.Protect;
+    }
     /// The last buffer, and whether it and all around it are as they were handed out.
     std::vector<BYTE> Buffer() const { return {Data(), Data() + size_}; }
     bool IsUntouched() const { return Unwritten(Data(), Data() + size_); }
@@ -158,7 +168,7 @@ class HostileAllocator : public Object<IMemAllocator> {
             [](BYTE* room) { VirtualFree(room, 0, MEM_RELEASE); });
         std::fill_n(room_.get(), roomSize_, kUnwritten);
         DWORD old = 0;
-        VirtualProtect(room_.get(), roomSize_, protection, &old);
+        VirtualProtect(room_.get() + kMargin + protectedFrom, size_, protection, &old);
         real->SetMediaType(nextType ? &*nextType : nullptr);
         nextType.reset();
         *buffer = new HostileSample(real.Get(), lies, std::shared_ptr<BYTE>(room_, Data()),

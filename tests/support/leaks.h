@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <cstddef>
 #include <memory>
+#include <thread>
+#include <utility>
 
 namespace nyx::test {
 
@@ -69,6 +71,29 @@ void ExpectNoLeak(int rounds, Round round) {
         round();
     }
     EXPECT_LE(HeapBlocks(), before + static_cast<std::size_t>(rounds / 10)) << "blocks lost";
+}
+
+/// Calls `round` here and on threads of its own in turn, which each may load and free libraries.
+/// Past what the system makes once, that leaves no thread-local slot, handle or heap block.
+template <class Round>
+void ExpectNothingKept(Round round) {
+    // Every DirectShow host has it, of the graph manager; Wine's loses handles when freed.
+    ASSERT_TRUE(LoadLibraryW(L"winmm.dll"));
+    const auto count = [] {
+        const DWORD slot = TlsAlloc();  // the first that is free
+        TlsFree(slot);
+        return std::pair(slot, CountHeld());
+    };
+    auto before = count();
+    for (int i = 0; i < 8 && !::testing::Test::HasFatalFailure(); ++i) {
+        before = i == 4 ? count() : before;
+        i % 2 == 0 ? round() : std::thread(round).join();
+    }
+    const auto [slot, held] = count();
+    EXPECT_NE(held.handles, 0u);
+    EXPECT_EQ(slot, before.first);
+    EXPECT_LE(held.handles, before.second.handles);
+    EXPECT_LE(held.heapBlocks, before.second.heapBlocks);
 }
 
 }  // namespace nyx::test

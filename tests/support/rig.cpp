@@ -26,6 +26,7 @@ HRESULT Prepare() {
 }
 
 ComPtr<IMediaSample> MakeSample(const Sample& sample, const Lies& lies) {
+    ++progress;
     static const ComPtr<IMemAllocator> pool = NewAllocator(64);
     pool->Commit();
     ComPtr<IMediaSample> real;
@@ -48,7 +49,7 @@ ComPtr<IMediaSample> MakeSample(const Sample& sample, const Lies& lies) {
 
     const auto memory = std::make_shared<GuardedMemory>(sample.bytes);
     return Make<HostileSample>(real.Get(), lies, std::shared_ptr<BYTE>(memory, memory->data()),
-                               static_cast<LONG>(sample.bytes.size()));
+                               static_cast<LONG>(sample.bytes.size()) - lies.behind);
 }
 
 Sample ReadSample(IMediaSample* sample) {
@@ -81,6 +82,7 @@ Sample ReadSample(IMediaSample* sample) {
 
 Rig::Rig(const CatalogueRow& filterRow, const Stream& inputStream)
     : row(filterRow), stream(inputStream), filter(Module().Create(filterRow.clsid)) {
+    ++progress;
     if (!filter || filter->FindPin(L"In", &input) != S_OK ||
         filter->FindPin(L"Out", &output) != S_OK) {
         throw std::runtime_error(std::string("cannot make ") + row.name);

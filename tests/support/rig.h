@@ -11,6 +11,7 @@
 #include "host/single_pin_filter.h"
 #include "tests/support/catalogue.h"
 #include "tests/support/hostile_sample.h"
+#include "tests/support/watchdog.h"
 
 namespace nyx::test {
 
@@ -49,7 +50,8 @@ class EndPin : public host::SinglePin {
 
     ComPtr<HostileAllocator> ownAllocator;  ///< null: none to offer, what it is told is used
     std::optional<ALLOCATOR_PROPERTIES> requirements;
-    HRESULT notifyResult = S_OK, canBlockResult = S_OK, endOfStreamResult = S_OK;
+    HRESULT notifyResult = S_OK, canBlockResult = S_OK, endOfStreamResult = S_OK,
+            endFlushResult = S_OK;
     bool keepsSamples = true;
 
     BOOL readOnly = FALSE;  ///< what the peer told together with the allocator
@@ -78,7 +80,7 @@ class EndPin : public host::SinglePin {
     }
     STDMETHODIMP EndOfStream() override { return Note(&events_.endOfStream), endOfStreamResult; }
     STDMETHODIMP BeginFlush() override { return Note(&events_.beginFlush); }
-    STDMETHODIMP EndFlush() override { return Note(&events_.endFlush); }
+    STDMETHODIMP EndFlush() override { return Note(&events_.endFlush), endFlushResult; }
     STDMETHODIMP NewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) override {
         const std::lock_guard lock(mutex_);
         events_.segmentStart = start;
@@ -272,6 +274,9 @@ class RowTest : public ComTest, public ::testing::WithParamInterface<CatalogueRo
         }
     }
     const CatalogueRow& row() const { return GetParam(); }
+
+  private:
+    const Watchdog watchdog_;
 };
 
 }  // namespace nyx::test

@@ -3,10 +3,13 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace nyx::test {
 
@@ -53,9 +56,16 @@ struct TemporaryFolder {
                (L"nyx-" + name + L"-" + std::to_wstring(GetCurrentProcessId()))) {
         std::filesystem::create_directory(path);
     }
+    /// A file that is still open is a failure; remove_all would try it for hours.
     ~TemporaryFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
+        using Entries = std::filesystem::recursive_directory_iterator;
+        std::error_code error;
+        std::vector<std::filesystem::path> all = {path};
+        std::copy(Entries(path, error), Entries(), std::back_inserter(all));
+        for (auto one = all.rbegin(); one != all.rend(); ++one) {
+            std::filesystem::remove(*one, error);
+        }
+        EXPECT_FALSE(error) << "a file in it is open: " << path;
     }
 
     /// The full path of a file in it.

@@ -1,37 +1,61 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
-#include <future>
+#include <mutex>
 #include <thread>
 
 namespace nyx::test {
 
-/// Runs `work` on a thread of its own and waits for it. A deadlock cannot be unwound, so when
-/// `work` does not come back for minutes the program ends with `what` as its last words: a text, or
-/// an atomic pointer to the text that `work` set last.
-template <class What, class Work>
-void MustFinish(const What& what, Work work) {
-    constexpr std::chrono::minutes kDeadlock(8);  // no slow machine needs a tenth of that
-    std::packaged_task<void()> task(std::move(work));
-    std::future<void> done = task.get_future();
-    std::thread thread(std::move(task));
-    if (done.wait_for(kDeadlock) != std::future_status::ready) {
-        const char* const words = what;
-        std::fprintf(stderr, "deadlock: %s\n", words);  // which is not buffered
+/// Steps that were done, on any thread: what takes long counts up now and then.
+inline std::atomic<unsigned> progress{0};
+
+/// While it lives, ends the program as failed when no step is done for two minutes: a deadlock
+/// cannot be unwound. The test's name is the last of its output. Counted in ticks of a second each,
+/// so that a machine at rest or short of time counts slower.
+class Watchdog {
+  public:
+    Watchdog() = default;
+    ~Watchdog() {
+        {
+            const std::lock_guard lock(mutex_);
+            over_ = true;
+        }
+        ended_.notify_one();
+        thread_.join();
+    }
+
+  private:
+    void Watch() {
+        constexpr int kDeadlock = 120;
+        std::unique_lock lock(mutex_);
+        unsigned seen = progress;
+        for (int idle = 0; idle < kDeadlock; idle = seen == progress ? idle + 1 : 0) {
+            seen = progress;
+            if (ended_.wait_for(lock, std::chrono::seconds(1), [&] { return over_; })) {
+                return;
+            }
+        }
+        std::fputs("deadlock: no progress for two minutes\n", stderr);
         std::_Exit(3);
     }
-    thread.join();
-    done.get();
-}
 
-/// Calls `round` again and again, once at least, for the given time.
+    std::mutex mutex_;
+    std::condition_variable ended_;
+    bool over_ = false;
+    std::thread thread_{[this] { Watch(); }};
+};
+
+/// Calls `round` again and again, once at least, for the given time. Each is a step.
 template <class Round>
 void For(std::chrono::milliseconds time, Round round) {
     const auto end = std::chrono::steady_clock::now() + time;
     do {
         round();
+        ++progress;
     } while (std::chrono::steady_clock::now() < end);
 }
 

@@ -9,6 +9,7 @@
 #include "console.h"
 #include "graph_tools.h"
 #include "playback_report.h"
+#include "progress.h"
 #include "text.h"
 
 namespace nyx::host {
@@ -92,8 +93,9 @@ std::future<long> PlayBeside(const BenchOptions& options) {
 }
 
 /// Milliseconds a frame of one pass, while frames flow: without the graph's start and stop.
-double Measure(PlaybackGraph& graph, PassResult* last) {
-    *last = graph.Play([](LONG) {});
+double Measure(PlaybackGraph& graph, long frames, const std::string& label, PassResult* last) {
+    Progress progress(label, frames);
+    *last = graph.Play([&progress](LONG done) { progress.Show(done); });
     return 1000 * last->secondsPerFrame;
 }
 
@@ -118,8 +120,9 @@ ExitCode RunBench(const BenchOptions& options) {
     PlaybackGraph memory(ListOf(frames, type), options.clip.graph, lookInto(&seenFromMemory));
 
     PassResult result;
-    Measure(memory, &result);
-    Measure(file, &result);
+    const auto count = static_cast<long>(frames.size());
+    Measure(memory, count, "memory, first pass", &result);
+    Measure(file, count, "file, first pass", &result);
     looks = false;
     const bool same = seenFromFile.Value() == seenFromMemory.Value();
     Print(std::string("pictures: ") + (same ? "the same" : "not the same") +
@@ -132,8 +135,9 @@ ExitCode RunBench(const BenchOptions& options) {
     std::vector<double> fromFile;
     std::vector<double> fromMemory;
     for (long pass = 1; pass <= options.repeat; ++pass) {
-        fromMemory.push_back(Measure(memory, &result));
-        fromFile.push_back(Measure(file, &result));
+        const std::string which = Format(", pass %ld of %ld", pass, options.repeat);
+        fromMemory.push_back(Measure(memory, count, "memory" + which, &result));
+        fromFile.push_back(Measure(file, count, "file" + which, &result));
         Print(Format("pass %ld: %ld frames, %.3f ms per frame; from memory %.3f ms\n", pass,
                      result.arrived, fromFile.back(), fromMemory.back()));
     }

@@ -103,7 +103,8 @@ std::vector<LostFrame> ClipGraph::LostFrames() const {
     const auto lose = [&](LONG index) {
         lost.push_back({index, lost.size() < failures_.size() ? failures_[lost.size()] : S_OK});
     };
-    LONG next = first_;
+    // The clip's time line may begin with sound alone.
+    LONG next = failures_.empty() && !indices_.empty() ? indices_.front() : first_;
     for (const LONG index : indices_) {
         for (; next < index; ++next) {
             lose(next);

@@ -9,6 +9,7 @@
 #include "output_file.h"
 #include "playback_report.h"
 #include "png_writer.h"
+#include "progress.h"
 #include "text.h"
 #include "wav_writer.h"
 
@@ -52,6 +53,13 @@ class FrameOutputs {
         if (png_ != nullptr) {
             png_->Write(prefix_ + Format("%05ld.png", frame.index),
                         MakePicture(frame.type, data, static_cast<std::size_t>(size)));
+        }
+    }
+
+    /// Keeps the raw file, which is complete.
+    void Finish() {
+        if (raw_ != nullptr) {
+            raw_->Finish();
         }
     }
 
@@ -109,6 +117,9 @@ ExitCode RunDecode(const DecodeOptions& options) {
     }
     for (const std::unique_ptr<WavWriter>& writer : sound) {
         writer->Finish();
+    }
+    if (result.arrived > 0) {
+        outputs->Finish();
     }
     PrintSpeed(result, "with reading and writing");
     if (!outputs->PictureNames().empty()) {

@@ -12,6 +12,7 @@
 #include "host/avi_writer.h"
 #include "output_file.h"
 #include "playback_report.h"
+#include "progress.h"
 #include "raw_pictures.h"
 #include "settings/quality_presets.h"
 #include "text.h"
@@ -122,9 +123,11 @@ void AddEncodeCommand(CLI::App& app, Action& action) {
     auto options = std::make_shared<EncodeOptions>();
     CLI::App* command = app.add_subcommand(
         "encode", "Encode footage or raw pictures through a filter graph with the Zeta encoder");
-    command->footer(
-        "Zeta is what the module encodes in graphs. DV frames come from its codec interface alone, "
-        "for which it offers no encoder filter.");
+    command->footer([] {
+        return std::string(
+            "Zeta is what the module encodes in graphs. DV frames come from its codec interface "
+            "alone, for which it offers no encoder filter.\n");
+    });
     command->add_option("input", options->input, "A file of footage, or with --size raw pictures")
         ->required();
     command->add_option("output", options->output, "The AVI file to make")->required();

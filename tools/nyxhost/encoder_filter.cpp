@@ -1,6 +1,6 @@
 #include "encoder_filter.h"
 
-#include "creation_text.h"
+#include "engine_text.h"
 #include "graph_tools.h"
 #include "text.h"
 
@@ -29,8 +29,8 @@ EncoderFilter FindEncoder() {
             moniker->BindToObject(nullptr, nullptr, IID_IBaseFilter,
                                   reinterpret_cast<void**>(encoder.filter.GetAddressOf()));
         if (FAILED(created)) {
-            throw Failure(ExitCode::kRefused, encoder.name + " cannot be created: " +
-                                                  CreationText(encoder.name, created));
+            throw Failure(ExitCode::kNoEngine, encoder.name + " cannot be created: " +
+                                                   CreationText(encoder.name, created));
         }
         encoder.parameters = Query<IEncodeParmeter_QZTA>(
             encoder.filter, "the encoder lacks its parameters", IID_IEncodeParmeter_QZTA);

@@ -17,7 +17,7 @@ struct EncoderFilter {
 };
 
 /// Finds the encoder in the video compressor category by its friendly name. Failure kNoDecoder when
-/// it is not there, kRefused when it cannot be created.
+/// it is not there, kNoEngine when it cannot be created.
 EncoderFilter FindEncoder();
 
 /// "preset 2: quantiser 5, at most 30 % of a 4:2:2 picture".

@@ -4,6 +4,7 @@
 #include <climits>
 #include <filesystem>
 
+#include "file_version.h"
 #include "graph_tools.h"
 #include "text.h"
 
@@ -26,9 +27,7 @@ ComPtr<IBaseFilter> CreateSource() {
                                    reinterpret_cast<void**>(filter.GetAddressOf())))) {
         return filter;
     }
-    std::wstring own(MAX_PATH, L'\0');
-    own.resize(GetModuleFileNameW(nullptr, own.data(), MAX_PATH));
-    const auto path = std::filesystem::path(own).replace_filename(kSourceModule);
+    const auto path = ModulePath(nullptr).replace_filename(kSourceModule);
     const HMODULE module = LoadLibraryW(path.c_str());
     const auto getClassObject =
         module == nullptr ? nullptr
@@ -46,7 +45,24 @@ ComPtr<IBaseFilter> CreateSource() {
     return filter;
 }
 
+/// What an object that offers it says of the failure of its last method in this thread, else the
+/// result in words.
+std::string ReasonOf(IUnknown* object, const IID& interfaceId, HRESULT result) {
+    const auto support = As<ISupportErrorInfo>(object);
+    ComPtr<IErrorInfo> info;
+    BSTR text = nullptr;
+    if (!support || support->InterfaceSupportsErrorInfo(interfaceId) != S_OK ||
+        GetErrorInfo(0, info.GetAddressOf()) != S_OK || FAILED(info->GetDescription(&text)) ||
+        SysStringLen(text) == 0) {
+        return ResultText(result);
+    }
+    const std::string reason = Utf8(std::wstring_view(text, SysStringLen(text)));
+    SysFreeString(text);
+    return reason;
+}
+
 void Load(IBaseFilter* source, const std::string& path) {
+    SetErrorInfo(0, nullptr);  // no older failure's
     const auto file = As<IFileSourceFilter>(source);
     const HRESULT loaded =
         file ? file->Load(std::filesystem::path(Wide(path)).make_preferred().c_str(), nullptr)
@@ -55,7 +71,7 @@ void Load(IBaseFilter* source, const std::string& path) {
         const bool unreadable = HRESULT_FACILITY(loaded) == FACILITY_WIN32;
         throw Failure(unreadable ? ExitCode::kInput : ExitCode::kNotFootage,
                       (unreadable ? "cannot open " + path : path + " is no footage of ours") +
-                          ": " + ResultText(loaded));
+                          ": " + ReasonOf(source, IID_IFileSourceFilter, loaded));
     }
 }
 
@@ -85,7 +101,7 @@ SourceStream StreamOf(const ComPtr<IPin>& pin) {
 
 }  // namespace
 
-Footage::Footage(IGraphBuilder* graph, const std::string& path) {
+Footage::Footage(IGraphBuilder* graph, const std::string& path) : path_(path) {
     const ComPtr<IBaseFilter> source = AddSource(graph, path);
     ComPtr<IEnumPins> pins;
     Check(source->EnumPins(pins.GetAddressOf()), "the source has no pins");
@@ -118,6 +134,16 @@ LONGLONG Footage::Converted(LONGLONG value, const GUID& from, const GUID& to) co
 LONG Footage::FrameAt(REFERENCE_TIME time) const {
     return static_cast<LONG>(
         std::min<LONGLONG>(Converted(time, TIME_FORMAT_MEDIA_TIME, TIME_FORMAT_FRAME), LONG_MAX));
+}
+
+LONG Footage::FrameAt(const Place& place) const {
+    const LONG frame = place.time < 0 ? place.frame : FrameAt(place.time);
+    if (frame >= FrameCount()) {
+        throw Failure(
+            ExitCode::kPastEnd,
+            path_ + Format(" ends before the frame to begin with: it has %ld", FrameCount()));
+    }
+    return frame;
 }
 
 REFERENCE_TIME Footage::TimeOf(LONG frame) const {

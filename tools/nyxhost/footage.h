@@ -28,7 +28,8 @@ struct Place {
 class Footage {
   public:
     /// Puts the source of `path` (UTF-8) into `graph`. Failure kInput when the file cannot be read,
-    /// kNotFootage when it holds no video of ours, kNoDecoder when there is no such source.
+    /// kNotFootage, with the source's reason, when it holds no video of ours, kNoDecoder when there
+    /// is no such source.
     Footage(IGraphBuilder* graph, const std::string& path);
 
     const SourceStream& Video() const { return video_; }
@@ -43,9 +44,8 @@ class Footage {
     LONG FrameAt(REFERENCE_TIME time) const;
     REFERENCE_TIME TimeOf(LONG frame) const;
 
-    LONG FrameAt(const Place& place) const {
-        return place.time < 0 ? place.frame : FrameAt(place.time);
-    }
+    /// The frame at a place. Failure kPastEnd where there is none.
+    LONG FrameAt(const Place& place) const;
 
     /// Plays `count` frames from frame `first` on, or as many as there are. Failure kPlatform.
     void Select(LONG first, LONG count) const;
@@ -56,6 +56,7 @@ class Footage {
     SourceStream video_;
     std::vector<SourceStream> sound_;
     ComPtr<IMediaSeeking> seeking_;
+    std::string path_;
 };
 
 /// "Q210, 1920x1080, 20 bits, 25.000 frames per second, 75 frames, 3.00 s" of the video stream.

@@ -17,8 +17,11 @@ bool IsSound(const MediaType& type) {
 }
 
 FrameSink::FrameSink(OnFrame onFrame, Accept accept) {
-    pin_.accept = [accept](const MediaType& type) { return accept(type) ? S_OK : S_FALSE; };
-    pin_.onDynamicType = pin_.accept;
+    pin_.onDynamicType = [accept](const MediaType& type) { return accept(type) ? S_OK : S_FALSE; };
+    // A sound file keeps its rate: connected, the pin takes no other type by a sample's word.
+    pin_.accept = [this, accept](const MediaType& type) {
+        return accept(type) && (!pin_.peer || type == pin_.type) ? S_OK : S_FALSE;
+    };
     pin_.onReceive = [this, onFrame](IMediaSample* sample) {
         if (State() == State_Stopped) {
             return VFW_E_WRONG_STATE;

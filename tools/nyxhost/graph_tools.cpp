@@ -1,48 +1,29 @@
 #include "graph_tools.h"
 
-#include <vector>
-
-#include "creation_text.h"
+#include "console.h"
 #include "interrupt.h"
 #include "text.h"
 
 namespace nyx::host {
 namespace {
 
-struct Candidate {
-    std::string name;
-    ComPtr<IMoniker> moniker;
-};
-
-// The filters that intelligent connect would try: those that name the subtype itself, with a merit
-// above MERIT_DO_NOT_USE.
-std::vector<Candidate> FindCandidates(const GUID& subtype) {
-    const auto mapper = CreateObject<IFilterMapper2>(CLSID_FilterMapper2, "no filter mapper");
-    const GUID types[] = {MEDIATYPE_Video, subtype};
-    ComPtr<IEnumMoniker> monikers;
-    Check(mapper->EnumMatchingFilters(monikers.GetAddressOf(), 0, TRUE, MERIT_DO_NOT_USE + 1, TRUE,
-                                      1, types, nullptr, nullptr, FALSE, TRUE, 0, nullptr, nullptr,
-                                      nullptr),
-          "the filter mapper does not answer");
-    std::vector<Candidate> candidates;
-    ComPtr<IMoniker> moniker;
-    while (monikers->Next(1, moniker.ReleaseAndGetAddressOf(), nullptr) == S_OK) {
-        candidates.push_back({FriendlyName(moniker.Get()), moniker});
+/// Warns of a stream that the footage source leaves out, by its number in the file, or ends early,
+/// at a time in milliseconds, while the graph goes on; false for other reasons to stop.
+bool WarnOfStream(HRESULT reason, LONG_PTR where) {
+    switch (reason) {
+        case VFW_E_TYPE_NOT_ACCEPTED:
+            PrintWarning(Format("the pictures change their format after %.3f s and end there",
+                                static_cast<double>(where) / 1000));
+            return true;
+        case VFW_E_UNSUPPORTED_STREAM:
+        case VFW_E_UNSUPPORTED_VIDEO:
+        case VFW_E_UNSUPPORTED_AUDIO:
+            PrintWarning(Format("stream %d of the file is left out: ", static_cast<int>(where)) +
+                         ResultText(reason));
+            return true;
+        default:
+            return false;
     }
-    return candidates;
-}
-
-/// The name that a filter's class is registered with, else what the graph calls it.
-std::string ClassName(IBaseFilter* filter) {
-    CLSID clsid{};
-    wchar_t name[256] = L"";
-    DWORD bytes = sizeof(name);
-    if (FAILED(filter->GetClassID(&clsid)) ||
-        RegGetValueW(HKEY_CLASSES_ROOT, Wide("CLSID\\" + GuidText(clsid)).c_str(), nullptr,
-                     RRF_RT_REG_SZ, nullptr, name, &bytes) != ERROR_SUCCESS) {
-        return FilterName(filter);
-    }
-    return Utf8(name);
 }
 
 void WaitForEnd(const ComPtr<IGraphBuilder>& graph, const std::function<bool()>& goesOn,
@@ -67,26 +48,14 @@ void WaitForEnd(const ComPtr<IGraphBuilder>& graph, const std::function<bool()>&
         if (code == EC_STREAM_ERROR_STILLPLAYING) {
             onRefused(static_cast<HRESULT>(first));
         }
+        if (code == EC_STREAM_ERROR_STOPPED && WarnOfStream(static_cast<HRESULT>(first), second)) {
+            continue;
+        }
         if (code == EC_ERRORABORT || code == EC_STREAM_ERROR_STOPPED) {
             Check(static_cast<HRESULT>(first), "the graph aborted");
             throw Failure(ExitCode::kPlatform, "the graph aborted");
         }
     }
-}
-
-std::string CandidateAnswer(const Candidate& candidate, const MediaType& compressed,
-                            const std::string& formatName) {
-    ComPtr<IBaseFilter> filter;
-    const HRESULT created = candidate.moniker->BindToObject(
-        nullptr, nullptr, IID_IBaseFilter, reinterpret_cast<void**>(filter.GetAddressOf()));
-    if (FAILED(created)) {
-        return candidate.name + " cannot be created: " + CreationText(candidate.name, created);
-    }
-    const ComPtr<IPin> input = FindPin(filter.Get(), PINDIR_INPUT);
-    if (input == nullptr || input->QueryAccept(&compressed) != S_OK) {
-        return candidate.name + " refuses the clip's format";
-    }
-    return candidate.name + " takes the clip but does not deliver " + formatName;
 }
 
 }  // namespace
@@ -153,17 +122,6 @@ std::string FilterName(IBaseFilter* filter) {
     return Utf8(info.achName);
 }
 
-std::vector<std::string> FilterNames(IGraphBuilder* graph) {
-    ComPtr<IEnumFilters> filters;
-    Check(graph->EnumFilters(filters.GetAddressOf()), "the graph tells no filters");
-    std::vector<std::string> names;
-    for (ComPtr<IBaseFilter> filter;
-         filters->Next(1, filter.ReleaseAndGetAddressOf(), nullptr) == S_OK;) {
-        names.push_back(ClassName(filter.Get()));
-    }
-    return names;
-}
-
 void RunToEnd(const ComPtr<IGraphBuilder>& graph, const std::function<bool()>& goesOn,
               const std::function<void(HRESULT)>& onRefused) {
     const auto control = Query<IMediaControl>(graph, "the graph cannot be controlled");
@@ -176,23 +134,6 @@ void RunToEnd(const ComPtr<IGraphBuilder>& graph, const std::function<bool()>& g
         throw;
     }
     control->Stop();
-}
-
-void ExplainFailedConnection(const MediaType& compressed, const std::string& formatName,
-                             HRESULT result) {
-    const std::string code = FourCCText(compressed.subtype.Data1);
-    const std::vector<Candidate> candidates = FindCandidates(compressed.subtype);
-    if (candidates.empty()) {
-        throw Failure(ExitCode::kNoDecoder,
-                      "no decoder is registered for \"" + code +
-                          "\"; register one with regsvr32 (see nyxhost list)");
-    }
-    std::string message = "no decoder delivers this \"" + code + "\" clip as " + formatName;
-    for (const Candidate& candidate : candidates) {
-        message += "\n  " + CandidateAnswer(candidate, compressed, formatName);
-    }
-    message += "\n  the graph answered " + ResultText(result);
-    throw Failure(ExitCode::kRefused, message);
 }
 
 }  // namespace nyx::host

@@ -4,10 +4,8 @@
 
 #include <functional>
 #include <string>
-#include <vector>
 
 #include "com.h"
-#include "picture_format.h"
 
 namespace nyx::host {
 
@@ -32,20 +30,11 @@ ComPtr<IBaseFilter> FilterOf(IPin* pin);
 /// The name that `filter` has in its graph.
 std::string FilterName(IBaseFilter* filter);
 
-/// The names of the filters of a graph, as their classes are registered, from its end to its start.
-std::vector<std::string> FilterNames(IGraphBuilder* graph);
-
 /// Runs a graph until it has played to its end, its window is closed, or `goesOn`, which is asked
 /// now and then in the calling thread, says no; then stops it. `onRefused` hears of each frame that
 /// a codec refused. Failure kInterrupted, or kPlatform when the graph aborts.
 void RunToEnd(
     const ComPtr<IGraphBuilder>& graph, const std::function<bool()>& goesOn,
     const std::function<void(HRESULT)>& onRefused = [](HRESULT) {});
-
-/// Says why no connection from a clip of type `compressed` to `formatName` came about: kNoDecoder
-/// when no registered filter names the subtype, else kRefused with each candidate's answer.
-/// `result` is what the graph said.
-[[noreturn]] void ExplainFailedConnection(const MediaType& compressed,
-                                          const std::string& formatName, HRESULT result);
 
 }  // namespace nyx::host

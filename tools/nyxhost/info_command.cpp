@@ -8,6 +8,7 @@
 #include "dv_description.h"
 #include "graph_tools.h"
 #include "playback_report.h"
+#include "progress.h"
 #include "text.h"
 
 namespace nyx::host {
@@ -84,7 +85,8 @@ std::map<LONG, FrameFacts> ReadPackets(const ClipOptions& clip) {
         }
     });
     PrintStreams(clip.path, graph.Clip());
-    graph.Play([](LONG) {});
+    Progress progress("reading", graph.FramesToCome());
+    graph.Play([&progress](LONG done) { progress.Show(done); });
     return facts;
 }
 
@@ -98,7 +100,11 @@ std::string ReadPictures(const ClipOptions& clip, std::map<LONG, FrameFacts>* fa
                    told ? frame.type.Info2().dwInterlaceFlags : 0, AspectText(frame.type).c_str(),
                    Field1Text(frame.sample).c_str(), frame.typeChanged ? "  new type" : "");
     });
-    const PassResult result = graph.Play([](LONG) {});
+    PassResult result;
+    {
+        Progress progress("decoding", graph.FramesToCome());
+        result = graph.Play([&progress](LONG done) { progress.Show(done); });
+    }
     for (const LostFrame& frame : result.lost) {
         (*facts)[frame.index].picture = "  could not be decoded: " + ResultText(frame.result);
     }
@@ -115,7 +121,8 @@ ExitCode RunInfo(const ClipOptions& options) {
         decoder = ReadPictures(options, &facts, &code);
     } catch (const Failure& failure) {
         // The file itself can be described all the same.
-        if (failure.Code() != ExitCode::kNoDecoder && failure.Code() != ExitCode::kRefused) {
+        if (failure.Code() != ExitCode::kNoDecoder && failure.Code() != ExitCode::kRefused &&
+            failure.Code() != ExitCode::kNoEngine) {
             throw;
         }
         code = failure.Code();

@@ -3,7 +3,7 @@
 #include "com.h"
 #include "commands.h"
 #include "console.h"
-#include "creation_text.h"
+#include "engine_text.h"
 #include "module_registry.h"
 #include "text.h"
 
@@ -12,12 +12,26 @@ namespace {
 
 constexpr const char* kModules[] = {"nyxcodecs.dll", "nyxsource.dll"};
 
-/// What comes of an attempt to create a filter, in words.
-std::string AttemptText(const RegisteredFilter& filter) {
+/// Prints what comes of an attempt to create a filter, and the engines that it works with or wants;
+/// whether it works.
+bool PrintAttempt(const RegisteredFilter& filter) {
     ComPtr<IUnknown> object;
     const HRESULT created = CoCreateInstance(filter.clsid, nullptr, CLSCTX_INPROC_SERVER,
                                              IID_PPV_ARGS(object.GetAddressOf()));
-    return SUCCEEDED(created) ? "works" : CreationText(filter.name, created);
+    const bool works = SUCCEEDED(created);
+    const bool wants = WantsEngine(filter.name, created);
+    const std::string column = Format("  %-26s ", "");
+    Print(column +
+          (works   ? "works"
+           : wants ? "engine missing or too old"
+                   : ResultText(created)) +
+          "\n");
+    if (works || wants) {
+        for (const std::string& engine : EngineTexts(filter.name)) {
+            Print(column + engine + "\n");
+        }
+    }
+    return works;
 }
 
 /// Where a module is, from its filters.
@@ -32,20 +46,22 @@ std::string PlaceText(const std::string& module, const std::vector<RegisteredFil
 
 ExitCode RunList() {
     std::size_t found = 0;
+    std::size_t working = 0;
     for (const char* module : kModules) {
         const std::vector<RegisteredFilter> filters = FindFilters(module);
         found += filters.size();
         Print(std::string(module) + ", " + WordSize() + ": " + PlaceText(module, filters) + "\n");
         for (const RegisteredFilter& filter : filters) {
             Print(Format("  %-26s %s, ", filter.name.c_str(), GuidText(filter.clsid).c_str()) +
-                  filter.categories + "\n" + Format("  %-26s ", "") + AttemptText(filter) + "\n");
+                  filter.categories + "\n");
+            working += PrintAttempt(filter) ? 1u : 0u;
         }
     }
     if (found == 0) {
         PrintError("nothing registered");
         return ExitCode::kNoDecoder;
     }
-    return ExitCode::kOk;
+    return working < found ? ExitCode::kNoEngine : ExitCode::kOk;
 }
 
 }  // namespace
@@ -53,11 +69,15 @@ ExitCode RunList() {
 void AddListCommand(CLI::App& app, Action& action) {
     CLI::App* command =
         app.add_subcommand("list", "Show which filters of ours are registered, and which work");
-    command->footer(
-        "This is what " + WordSize() + " programs have; modules and engines are " + WordSize() +
-        " too.\n"
-        "An engine is found beside the application, in the system folders or on the search path "
-        "(PATH; under Wine WINEPATH), and last in the folder \"engines\" beside nyxcodecs.dll.");
+    command->footer([] {
+        return "This is what " + WordSize() + " programs have; modules and engines are " +
+               WordSize() +
+               " too.\n"
+               "An engine is found beside the application, in the system folders or on the search "
+               "path "
+               "(PATH; under Wine WINEPATH), and last in the folder \"engines\" beside "
+               "nyxcodecs.dll.\n";
+    });
     command->callback([&action] { action = RunList; });
 }
 

@@ -6,10 +6,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
-#include <sstream>
-
 #include "com.h"
+#include "command_line.h"
 #include "commands.h"
 #include "console.h"
 #include "failure.h"
@@ -20,22 +18,9 @@
 namespace nyx::host {
 namespace {
 
-ExitCode ParseFailed(const CLI::App& app, const CLI::ParseError& error) {
-    std::ostringstream out;
-    std::ostringstream err;
-    const int code = app.exit(error, out, err);
-    Print(out.str());
-    if (code == 0) {
-        return ExitCode::kOk;  // the help text or the version was asked for
-    }
-    PrintError(error.what());
-    Print("Run with --help for more information.\n");
-    return ExitCode::kUsage;
-}
-
-ExitCode RunProgram(int count, wchar_t** words) {
+ExitCode RunProgram(int count, wchar_t** arguments) {
     CLI::App app("Plays footage through the registered DirectShow codecs.", "nyxhost");
-    app.footer(kExitCodeHelp);
+    app.footer(ExitCodeHelp());  // the commands inherit it
     app.set_version_flag("--version", "nyxhost " NYX_VERSION ", " + WordSize());
     app.require_subcommand(1);
     app.allow_windows_style_options(false);  // a path may begin with a slash
@@ -49,14 +34,12 @@ ExitCode RunProgram(int count, wchar_t** words) {
     AddEncodeCommand(app, action);
     AddPropertiesCommand(app, action);
 
-    std::vector<std::string> arguments;  // the library takes them last one first
-    for (int i = count - 1; i > 0; --i) {
-        arguments.push_back(Utf8(words[i]));
+    std::vector<std::string> words;
+    for (int i = 1; i < count; ++i) {
+        words.push_back(Utf8(arguments[i]));
     }
-    try {
-        app.parse(arguments);
-    } catch (const CLI::ParseError& error) {
-        return ParseFailed(app, error);
+    if (const std::optional<ExitCode> done = ReadCommandLine(app, std::move(words))) {
+        return *done;
     }
     WatchForInterrupt();
     const ComApartment apartment;
@@ -67,11 +50,11 @@ ExitCode RunProgram(int count, wchar_t** words) {
 }  // namespace
 }  // namespace nyx::host
 
-int wmain(int count, wchar_t** words) {
+int wmain(int count, wchar_t** arguments) {
     using namespace nyx::host;
     ExitCode code = ExitCode::kPlatform;
     try {
-        code = RunProgram(count, words);
+        code = RunProgram(count, arguments);
     } catch (const Failure& failure) {
         PrintError(failure.what());
         code = failure.Code();

@@ -65,6 +65,17 @@ bool IsRegisteredForOthers(const std::string& moduleFile) {
     return false;
 }
 
+std::optional<DWORD> MeritOf(const CLSID& clsid) {
+    const std::wstring key =
+        Wide("CLSID\\" + GuidText(CLSID_LegacyAmFilterCategory) + "\\Instance\\" + GuidText(clsid));
+    DWORD data[1024] = {};  // version, merit, then the pins
+    DWORD bytes = sizeof(data);
+    const LSTATUS read = RegGetValueW(HKEY_CLASSES_ROOT, key.c_str(), L"FilterData",
+                                      RRF_RT_REG_BINARY, nullptr, data, &bytes);
+    return read == ERROR_SUCCESS && bytes >= 2 * sizeof(DWORD) ? std::optional(data[1])
+                                                               : std::nullopt;
+}
+
 std::vector<RegisteredFilter> FindFilters(const std::string& moduleFile) {
     const auto devices =
         CreateObject<ICreateDevEnum>(CLSID_SystemDeviceEnum, "no device enumerator");

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,10 @@ std::string WordSize();
 
 /// Whether such a module is registered for the programs of the other word size.
 bool IsRegisteredForOthers(const std::string& moduleFile);
+
+/// The merit that a filter is registered with among the DirectShow filters, nothing for one that is
+/// not there.
+std::optional<DWORD> MeritOf(const CLSID& clsid);
 
 /// Every filter whose in-process server is a file of that name, ordered by its own name.
 std::vector<RegisteredFilter> FindFilters(const std::string& moduleFile);

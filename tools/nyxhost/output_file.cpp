@@ -17,12 +17,38 @@ OutputFile::OutputFile(const std::string& path)
 }
 
 OutputFile::~OutputFile() {
-    CloseHandle(file_);
+    if (file_ != INVALID_HANDLE_VALUE) {
+        CloseHandle(file_);
+        DeleteFileW(Wide(path_).c_str());
+    }
 }
 
 void OutputFile::Write(const void* data, DWORD size) {
     DWORD written = 0;
-    if (WriteFile(file_, data, size, &written, nullptr) == FALSE || written != size) {
+    HRESULT result = S_OK;
+    if (WriteFile(file_, data, size, &written, nullptr) == FALSE) {
+        result = LastResult();
+    } else if (written != size) {
+        result = HRESULT_FROM_WIN32(ERROR_DISK_FULL);
+    }
+    Check(result, ("cannot write " + path_).c_str(), ExitCode::kOutput);
+}
+
+void OutputFile::Seek(DWORD distance, DWORD from) {
+    if (SetFilePointer(file_, static_cast<LONG>(distance), nullptr, from) ==
+        INVALID_SET_FILE_POINTER) {
+        throw Failure(ExitCode::kOutput, "cannot write " + path_ + ": " + ResultText(LastResult()));
+    }
+}
+
+void OutputFile::Replace(DWORD place, const void* data, DWORD size) {
+    Seek(place, FILE_BEGIN);
+    Write(data, size);
+    Seek(0, FILE_END);
+}
+
+void OutputFile::Finish() {
+    if (CloseHandle(std::exchange(file_, INVALID_HANDLE_VALUE)) == FALSE) {
         throw Failure(ExitCode::kOutput, "cannot write " + path_ + ": " + ResultText(LastResult()));
     }
 }

@@ -6,7 +6,8 @@
 
 namespace nyx::host {
 
-/// A file that is written from start to end. Failures are kOutput and name the file.
+/// A file that is written from start to end; one that is not finished with Finish() is deleted.
+/// Failures are kOutput and name the file and the reason.
 class OutputFile {
   public:
     /// Creates `path` (UTF-8), replacing an older file.
@@ -15,10 +16,21 @@ class OutputFile {
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
+    /// Appends to the file.
     void Write(const void* data, DWORD size);
 
+    /// Replaces bytes at a place in what was written; the next Write appends all the same.
+    void Replace(DWORD place, const void* data, DWORD size);
+
+    /// Closes the file, which is complete.
+    void Finish();
+
+    const std::string& Path() const { return path_; }
+
   private:
-    std::string path_;
+    void Seek(DWORD distance, DWORD from);
+
+    const std::string path_;
     HANDLE file_;
 };
 

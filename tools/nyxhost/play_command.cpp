@@ -3,15 +3,17 @@
 #include "clip_options.h"
 #include "commands.h"
 #include "console.h"
+#include "decoder_candidates.h"
+#include "graph_description.h"
 #include "graph_tools.h"
+#include "progress.h"
 #include "text.h"
 
 namespace nyx::host {
 namespace {
 
-/// A time in tenths of a second, the steps of the progress shown.
-long Tenths(REFERENCE_TIME time) {
-    return static_cast<long>(time / 1000000);
+long Seconds(REFERENCE_TIME time) {
+    return static_cast<long>(time / 10000000);
 }
 
 /// Connects a stream to whatever the platform plays it with; false when there is nothing.
@@ -26,6 +28,7 @@ bool Render(IGraphBuilder* graph, const SourceStream& stream, const char* what) 
 ExitCode RunPlay(const ClipOptions& options) {
     const auto graph = CreateObject<IGraphBuilder>(CLSID_FilterGraph, "no filter graph");
     const Footage clip(graph.Get(), options.path);
+    const LONG first = clip.FrameAt(options.graph.from);
     if (IsWine()) {  // whose other renderers crash where there is no 3D
         Check(graph->AddFilter(CreateObject<IBaseFilter>(CLSID_VideoRenderer, "no renderer").Get(),
                                L"Video Renderer"),
@@ -39,17 +42,15 @@ ExitCode RunPlay(const ClipOptions& options) {
         Print("sound: " + DescribeSound(stream.type) + "\n");
         Render(graph.Get(), stream, "the sound");
     }
-    for (const std::string& name : FilterNames(graph.Get())) {
-        Print("filter: " + name + "\n");
-    }
+    PrintGraph(graph.Get());
 
-    clip.Select(clip.FrameAt(options.graph.from), options.graph.frames);
+    clip.Select(first, options.graph.frames);
     const auto seeking = Query<IMediaSeeking>(graph, "the graph has no position");
-    Progress progress("playing", Tenths(clip.Duration()));
+    Progress progress("playing", Seconds(clip.Duration()), "s");
     RunToEnd(graph, [&] {
         LONGLONG position = 0;
         if (SUCCEEDED(seeking->GetCurrentPosition(&position))) {
-            progress.Show(Tenths(position));
+            progress.Show(Seconds(position));
         }
         return true;
     });

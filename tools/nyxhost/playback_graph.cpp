@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "decoder_candidates.h"
 #include "graph_tools.h"
 
 namespace nyx::host {
@@ -13,9 +14,6 @@ PlaybackGraph::PlaybackGraph(const std::string& path, const Options& options, On
     const SourceStream& video = Clip().Video();
     const ComPtr<IPin> end = ConnectEnd(video.pin.Get(), video.type);
     first_ = Clip().FrameAt(options_.from);
-    if (first_ >= Clip().FrameCount()) {
-        throw Failure(ExitCode::kUsage, path + " ends before the frame to begin with");
-    }
     Clip().Select(first_, options_.frames);
     Complete(end.Get(), first_, [this, from = Clip().TimeOf(first_)](REFERENCE_TIME start) {
         return Clip().FrameAt(from + start);

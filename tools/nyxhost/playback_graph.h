@@ -28,8 +28,8 @@ class PlaybackGraph final : public ClipGraph {
         LONG frames = LONG_MAX;  ///< play so many
     };
 
-    /// Builds the graph over the file `path`. Failures of Footage; kNoDecoder when nothing is
-    /// registered for the clip, kRefused when what is registered refuses, kPlatform otherwise.
+    /// Builds the graph over the file `path`. Failures of Footage, kPastEnd included; those of
+    /// ExplainFailedConnection when no decoder is found; kPlatform otherwise.
     PlaybackGraph(const std::string& path, const Options& options, OnFrame onFrame);
 
     /// The same over all of some frames from memory.

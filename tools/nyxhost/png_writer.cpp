@@ -1,22 +1,17 @@
 #include "png_writer.h"
 
-#include "text.h"
+#include "output_file.h"
 
 namespace nyx::host {
 namespace {
 
-HRESULT Encode(IWICImagingFactory& factory, const wchar_t* path, const Picture& picture) {
-    ComPtr<IWICStream> stream;
-    HRESULT result = factory.CreateStream(stream.GetAddressOf());
-    if (SUCCEEDED(result)) {
-        result = stream->InitializeFromFilename(path, GENERIC_WRITE);
-    }
+/// Encodes into memory: a file's own errors are the system's, not the imaging component's.
+HRESULT Encode(IWICImagingFactory& factory, IStream* stream, const Picture& picture) {
     ComPtr<IWICBitmapEncoder> encoder;
+    HRESULT result =
+        factory.CreateEncoder(GUID_ContainerFormatPng, nullptr, encoder.GetAddressOf());
     if (SUCCEEDED(result)) {
-        result = factory.CreateEncoder(GUID_ContainerFormatPng, nullptr, encoder.GetAddressOf());
-    }
-    if (SUCCEEDED(result)) {
-        result = encoder->Initialize(stream.Get(), WICBitmapEncoderNoCache);
+        result = encoder->Initialize(stream, WICBitmapEncoderNoCache);
     }
     ComPtr<IWICBitmapFrameEncode> frame;
     if (SUCCEEDED(result)) {
@@ -54,12 +49,20 @@ PngWriter::PngWriter() {
     Check(
         CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER,
                          IID_IWICImagingFactory, reinterpret_cast<void**>(factory_.GetAddressOf())),
-        "the imaging component cannot be created", ExitCode::kOutput);
+        "the imaging component cannot be created");
 }
 
 void PngWriter::Write(const std::string& path, const Picture& picture) const {
-    Check(Encode(*factory_.Get(), Wide(path).c_str(), picture), ("cannot write " + path).c_str(),
-          ExitCode::kOutput);
+    ComPtr<IStream> stream;
+    HGLOBAL memory = nullptr;
+    STATSTG facts{};
+    Check(CreateStreamOnHGlobal(nullptr, TRUE, stream.GetAddressOf()), "no memory for a picture");
+    Check(Encode(*factory_.Get(), stream.Get(), picture), "the picture cannot be encoded");
+    Check(stream->Stat(&facts, STATFLAG_NONAME), "the encoded picture has no length");
+    Check(GetHGlobalFromStream(stream.Get(), &memory), "the encoded picture has no memory");
+    OutputFile file(path);
+    file.Write(GlobalLock(memory), facts.cbSize.LowPart);
+    file.Finish();
 }
 
 }  // namespace nyx::host

@@ -1,60 +1,86 @@
 #include "wav_writer.h"
 
 #include <climits>
+#include <vector>
 
 #include "failure.h"
 #include "graph_tools.h"
-#include "text.h"
 
 namespace nyx::host {
+namespace {
 
-WavWriter::WavWriter(const std::string& path, const MediaType& type)
-    : path_(path),
-      file_(mmioOpenW(Wide(path).data(), nullptr, MMIO_CREATE | MMIO_WRITE | MMIO_ALLOCBUF)) {
-    if (file_ == nullptr) {
-        throw Failure(ExitCode::kOutput, "cannot create " + path);
+/// A RIFF file is a chunk of chunks, each with its code, its length without these two words, and a
+/// byte more where that is odd.
+class ChunkBytes {
+  public:
+    void Add(const void* data, std::size_t size) {
+        const auto* from = static_cast<const BYTE*>(data);
+        bytes_.insert(bytes_.end(), from, from + size);
     }
-    riff_.fccType = mmioFOURCC('W', 'A', 'V', 'E');
-    Done(mmioCreateChunk(file_, &riff_, MMIO_CREATERIFF));
-    MMCKINFO format{};
-    format.ckid = mmioFOURCC('f', 'm', 't', ' ');
-    Done(mmioCreateChunk(file_, &format, 0));
-    const auto size = static_cast<LONG>(type.cbFormat);
-    Done(mmioWrite(file_, reinterpret_cast<const char*>(type.pbFormat), size) == size
-             ? MMSYSERR_NOERROR
-             : MMIOERR_CANNOTWRITE);
-    Done(mmioAscend(file_, &format, 0));
-    data_.ckid = mmioFOURCC('d', 'a', 't', 'a');
-    Done(mmioCreateChunk(file_, &data_, 0));
-}
+    void AddHead(const char (&code)[5], DWORD size) {
+        Add(code, 4);
+        Add(&size, sizeof(size));
+    }
+    const std::vector<BYTE>& Get() const { return bytes_; }
 
-WavWriter::~WavWriter() {
-    if (file_ != nullptr) {
-        mmioClose(file_, 0);
-    }
-}
+  private:
+    std::vector<BYTE> bytes_;
+};
 
-void WavWriter::Done(MMRESULT result) {
-    if (result != MMSYSERR_NOERROR) {
-        throw Failure(ExitCode::kOutput, "cannot write " + path_);
-    }
+}  // namespace
+
+WavWriter::WavWriter(const std::string& path, const MediaType& type) : file_(path) {
+    const auto& wave = *reinterpret_cast<const WAVEFORMATEX*>(type.pbFormat);
+    rate_ = wave.nSamplesPerSec;
+    frameBytes_ = wave.nBlockAlign;
+    ChunkBytes head;  // the lengths of the whole and of the sound follow at the end
+    head.AddHead("RIFF", 0);
+    head.Add("WAVE", 4);
+    head.AddHead("fmt ", type.cbFormat);
+    head.Add(type.pbFormat, type.cbFormat);
+    head.Add("", type.cbFormat % 2);
+    head.AddHead("data", 0);
+    headBytes_ = static_cast<DWORD>(head.Get().size());
+    file_.Write(head.Get().data(), headBytes_);
 }
 
 void WavWriter::Write(IMediaSample& sample) {
-    constexpr LONG kMost = LONG_MAX - 4096;  // with the headers
-    const auto* data = reinterpret_cast<const char*>(DataOf(sample));
-    const LONG size = sample.GetActualDataLength();
-    if (size > kMost - bytes_) {
-        throw Failure(ExitCode::kTooLarge, path_ + " would reach 2^31 bytes");
+    if (bytes_ == 0) {
+        WriteSilence(sample);
     }
-    Done(mmioWrite(file_, data, size) == size ? MMSYSERR_NOERROR : MMIOERR_CANNOTWRITE);
+    Append(DataOf(sample), static_cast<DWORD>(sample.GetActualDataLength()));
+}
+
+void WavWriter::WriteSilence(IMediaSample& sample) {
+    REFERENCE_TIME start = 0;
+    REFERENCE_TIME stop = 0;
+    if (FAILED(sample.GetTime(&start, &stop)) || start <= 0) {
+        return;
+    }
+    constexpr LONGLONG kUnitsPerSecond = 10000000;
+    const std::vector<BYTE> frame(frameBytes_);
+    for (LONGLONG left = (start * rate_ + kUnitsPerSecond / 2) / kUnitsPerSecond; left > 0;
+         --left) {
+        Append(frame.data(), static_cast<DWORD>(frame.size()));
+    }
+}
+
+void WavWriter::Append(const void* data, DWORD size) {
+    constexpr DWORD kMost = LONG_MAX - 4096;  // with the head
+    if (size > kMost - bytes_) {
+        throw Failure(ExitCode::kTooLarge, file_.Path() + " would reach 2^31 bytes");
+    }
+    file_.Write(data, size);
     bytes_ += size;
 }
 
 void WavWriter::Finish() {
-    Done(mmioAscend(file_, &data_, 0));
-    Done(mmioAscend(file_, &riff_, 0));
-    Done(mmioClose(std::exchange(file_, nullptr), 0));
+    const DWORD padding = bytes_ % 2;
+    const DWORD whole = headBytes_ - 8 + bytes_ + padding;
+    file_.Write("", padding);
+    file_.Replace(4, &whole, sizeof(whole));
+    file_.Replace(headBytes_ - 4, &bytes_, sizeof(bytes_));
+    file_.Finish();
 }
 
 }  // namespace nyx::host

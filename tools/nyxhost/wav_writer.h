@@ -1,26 +1,19 @@
 #pragma once
 
-#include <windows.h>
-
-#include <mmsystem.h>
-
-#include <string>
-
 #include "host/media_type.h"
+#include "output_file.h"
 
 namespace nyx::host {
 
-/// Writes one stream of sound into a WAV file through the platform's multimedia files.
+/// Writes one stream of sound into a WAV file, which is deleted unless it is finished.
 class WavWriter {
   public:
     /// Creates `path` (UTF-8), replacing an older file. `type` has a WAVEFORMATEX block. Failure
     /// kOutput.
     WavWriter(const std::string& path, const MediaType& type);
-    ~WavWriter();
-    WavWriter(const WavWriter&) = delete;
-    WavWriter& operator=(const WavWriter&) = delete;
 
-    /// Appends the bytes of a sample. Failure kOutput, kTooLarge when the file would reach 2^31
+    /// Appends the bytes of a sample, to the first one's start in silence: the file is in step with
+    /// the clip. Failure kOutput, kTooLarge when the file would reach 2^31
     /// bytes.
     void Write(IMediaSample& sample);
 
@@ -28,13 +21,14 @@ class WavWriter {
     void Finish();
 
   private:
-    void Done(MMRESULT result);
+    void WriteSilence(IMediaSample& sample);
+    void Append(const void* data, DWORD size);
 
-    std::string path_;
-    HMMIO file_;
-    MMCKINFO riff_{};
-    MMCKINFO data_{};
-    LONG bytes_ = 0;
+    OutputFile file_;
+    LONGLONG rate_ = 0;           ///< frames of sound in a second
+    std::size_t frameBytes_ = 0;  ///< of one of them
+    DWORD headBytes_ = 0;         ///< up to the sound
+    DWORD bytes_ = 0;             ///< of the sound
 };
 
 }  // namespace nyx::host

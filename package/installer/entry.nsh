@@ -1,0 +1,43 @@
+; What Windows shows of an installation: the entry among the programs, the start menu, the search path.
+
+!define ENTRY "Software\Microsoft\Windows\CurrentVersion\Uninstall\NyxCodecs"
+!define MENU "$SMPROGRAMS\${PRODUCT}"
+
+; For what stands in $INSTDIR. COMPONENTS is what the next installation offers first.
+!macro WriteEntry COMPONENTS
+  WriteRegStr HKLM "${ENTRY}" DisplayName "${PRODUCT}"
+  WriteRegStr HKLM "${ENTRY}" DisplayVersion "${VERSION}"
+  WriteRegStr HKLM "${ENTRY}" DisplayIcon "$INSTDIR\uninstall.exe"
+  WriteRegStr HKLM "${ENTRY}" Publisher "${PUBLISHER}"
+  WriteRegStr HKLM "${ENTRY}" InstallLocation "$INSTDIR"
+  WriteRegStr HKLM "${ENTRY}" UninstallString '"$INSTDIR\uninstall.exe"'
+  WriteRegStr HKLM "${ENTRY}" QuietUninstallString '"$INSTDIR\uninstall.exe" /S'
+  WriteRegStr HKLM "${ENTRY}" Components "${COMPONENTS}"
+  ${GetSize} "$INSTDIR" "/S=0K" $0 $1 $2
+  WriteRegDWORD HKLM "${ENTRY}" EstimatedSize $0
+  WriteRegDWORD HKLM "${ENTRY}" NoModify 1
+  WriteRegDWORD HKLM "${ENTRY}" NoRepair 1
+!macroend
+
+; A prompt that finds nyxhost from any folder, and the readme.
+!macro WriteMenu
+  CreateDirectory "${MENU}"
+  SetOutPath "$INSTDIR" ; where the prompt begins
+  CreateShortcut "${MENU}\Nyx footage.lnk" "$SYSDIR\cmd.exe" \
+    '/k "set "PATH=$INSTDIR;%PATH%" & nyxhost --help"' "$INSTDIR\nyxhost.exe" 0 SW_SHOWNORMAL "" \
+    "A prompt for nyxhost, which plays, describes and encodes footage"
+  CreateShortcut "${MENU}\README.lnk" "$INSTDIR\README.txt"
+!macroend
+!macro ClearMenu
+  Delete "${MENU}\Nyx footage.lnk"
+  Delete "${MENU}\README.lnk"
+  RMDir "${MENU}"
+!macroend
+
+; VERB is add or remove. Search paths are longer than this language's strings, so a program does it.
+!macro ChangePath VERB FOLDER
+  InitPluginsDir
+  File "/oname=$PLUGINSDIR\path_entry.exe" "${TOOLS}/path_entry.exe"
+  ExecWait '"$PLUGINSDIR\path_entry.exe" ${VERB} "${FOLDER}"' $R0
+  ${Log} "PATH, ${VERB} ${FOLDER}: $R0"
+!macroend

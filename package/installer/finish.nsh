@@ -1,0 +1,80 @@
+; After the sections that unpack: see replace.nsh.
+
+!macro UndoOnErrors
+  ${If} ${Errors}
+    !insertmacro UndoAndFail "A file of $INSTDIR cannot be written or replaced."
+  ${EndIf}
+!macroend
+
+!macro RegisterOrFail OPTIONS FILE
+  StrCpy $R0 0
+  !insertmacro Register "${OPTIONS}" $INSTDIR ${FILE}
+  ${If} $R0 != 0
+    !insertmacro UndoAndFail "$INSTDIR${PLACE}\${FILE} could not be registered (regsvr32: $R0)."
+  ${EndIf}
+!macroend
+
+; The source is left out now: the old one takes its entries out, from where it is.
+!macro UnregisterSource
+  ${IfNot} ${SectionIsSelected} ${SecSource}
+    !insertmacro Register /u "${OLD}" nyxsource.dll
+    ${If} $OldFolder != ""
+      !insertmacro Register /u $OldFolder nyxsource.dll
+    ${EndIf}
+  ${EndIf}
+!macroend
+
+Section "-Finish"
+  StrCpy $R1 ","
+  ${ForEachChoice} AddChoice
+  ${Log} "Components: $R1"
+  SetOutPath "$INSTDIR"
+  ClearErrors
+  WriteUninstaller "${NEW}\uninstall.exe"
+  StrCpy $Phase ${MOVING}
+  !insertmacro MakeFolders "${OLD}"
+  !insertmacro MakeFolders $INSTDIR
+  ${ForEachFileAndUninstaller} `Move "$INSTDIR" "${OLD}"`
+  !insertmacro UndoOnErrors
+  StrCpy $Phase ${PLACING}
+  ${ForEachFileAndUninstaller} `Move "${NEW}" "$INSTDIR"`
+  !insertmacro UndoOnErrors
+  StrCpy $Phase ${REGISTERING}
+  ${If} $OldFolder == ""
+    !insertmacro WriteEntry $R1
+  ${EndIf}
+  ${ForEachSize} `RegisterOrFail "" nyxcodecs.dll`
+  ${ForEachSize} UnregisterSource
+  ${ForEachSize} `RegisterOrFail "/n /i:$R1" nyxsource.dll`
+
+  ; From here on it counts.
+  !insertmacro ClearMenu
+  ${If} ${SectionIsSelected} ${SecHost}
+    !insertmacro WriteMenu
+  ${EndIf}
+  ${If} $OldFolder != ""
+    !insertmacro ChangePath remove $OldFolder
+  ${EndIf}
+  ${If} ${SectionIsSelected} ${SecPath}
+    !insertmacro ChangePath add $INSTDIR
+  ${EndIf}
+  ${ForEachFileAndUninstaller} `Clear "${OLD}"`
+  !insertmacro RemoveFolders "${OLD}"
+  RMDir /REBOOTOK "${OLD}"
+  !insertmacro RemoveFolders "${NEW}"
+  RMDir "${NEW}"
+  GetTempFileName $R2 $INSTDIR
+  ${GetFileName} $R2 $R3
+  ${If} $OldFolder != ""
+  ${AndIfNot} ${FileExists} "$OldFolder\$R3" ; else it is the same folder by another name
+    ${ForEachFileAndUninstaller} "Clear $OldFolder"
+    !insertmacro RemoveFolders $OldFolder
+    RMDir /REBOOTOK $OldFolder
+  ${EndIf}
+  Delete $R2
+  !insertmacro RemoveFolders $INSTDIR
+  !insertmacro WriteEntry $R1
+  ${Log} "Installed."
+  ; What was renamed may wait for any start of the system.
+  SetRebootFlag false
+SectionEnd

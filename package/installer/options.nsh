@@ -1,0 +1,123 @@
+; The command line.
+
+Var Components ; the list of /COMPONENTS, or "" without one
+Var Folder     ; that of /D, or ""
+
+!define OPTIONS "decoders,source,mxf,gxf,avi,dv,engines,tools,path"
+
+!macro Usage CODE TEXT
+  ${Fail} ${CODE} "${TEXT}$\r$\n\
+$\r$\n\
+/S$\twithout questions$\r$\n\
+/COMPONENTS=LIST$\tthese and no others of ${OPTIONS}; decoders always$\r$\n\
+/LOG=FILE$\twrites down what is done$\r$\n\
+/D=FOLDER$\twhere to, in quotes or as the last option"
+!macroend
+
+; $R8 loses its first word, and $R9 is that without its quotes. As the platform's installers have it,
+; /D= takes all that follows unless quotes hold it together.
+Function NextWord
+  StrCpy $R9 ""
+  StrCpy $R7 "" ; a quote while inside
+  ${Do}
+    StrCpy $R6 $R8 1
+    ${If} $R6 != " "
+    ${AndIf} $R6 != "$\t"
+      ${Break}
+    ${EndIf}
+    StrCpy $R8 $R8 "" 1
+  ${Loop}
+  StrCpy $R6 $R8 4
+  ${If} $R6 != '/D="'
+    StrCpy $R6 $R6 3
+    ${If} $R6 == "/D="
+      StrCpy $R9 $R8
+      StrCpy $R8 ""
+      Return
+    ${EndIf}
+  ${EndIf}
+  ${DoWhile} $R8 != ""
+    StrCpy $R6 $R8 1
+    StrCpy $R8 $R8 "" 1
+    ${If} $R6 == '"'
+      ${If} $R7 == ""
+        StrCpy $R7 $R6
+      ${Else}
+        StrCpy $R7 ""
+      ${EndIf}
+    ${Else}
+      ${If} $R7 == ""
+        ${If} $R6 == " "
+        ${OrIf} $R6 == "$\t"
+          ${Break}
+        ${EndIf}
+      ${EndIf}
+      StrCpy $R9 "$R9$R6"
+    ${EndIf}
+  ${Loop}
+FunctionEnd
+
+; What of a word follows the name of its option, in $R4, when it is that option: the error flag else.
+!macro ValueOf OPTION
+  ClearErrors
+  StrLen $R5 "${OPTION}"
+  StrCpy $R4 $R9 $R5
+  ${If} $R4 == "${OPTION}"
+    StrCpy $R4 $R9 "" $R5
+  ${Else}
+    SetErrors
+  ${EndIf}
+!macroend
+
+; $Components, $Folder and $Log; whether there are questions.
+Function ReadOptions
+  System::Call 'kernel32::GetCommandLineW() w .R8' ; $CMDLINE ends before /D=
+  Call NextWord ; the installer itself
+  ${Do}
+    Call NextWord
+    ${If} $R9 == ""
+      ${Break}
+    ${ElseIf} $R9 == "/S"
+      SetSilent silent
+      ${Continue}
+    ${ElseIf} $R9 == "/NCRC"
+      ${Continue}
+    ${ElseIf} $R9 == "/?"
+      !insertmacro Usage 0 "${PRODUCT} ${VERSION}"
+    ${EndIf}
+    !insertmacro ValueOf "/COMPONENTS="
+    ${IfNot} ${Errors}
+      StrCpy $Components "$R4,"
+      Call CheckComponents
+      ${Continue}
+    ${EndIf}
+    !insertmacro ValueOf "/LOG="
+    ${IfNot} ${Errors}
+      !insertmacro OpenLog "$R4"
+      ${Continue}
+    ${EndIf}
+    !insertmacro ValueOf "/D="
+    ${If} ${Errors}
+      !insertmacro Usage 1 "Unknown option: $R9"
+    ${EndIf}
+    StrCpy $Folder $R4
+  ${Loop}
+FunctionEnd
+
+; Every name in $Components is one of ours.
+Function CheckComponents
+  StrCpy $R3 0
+  ${Do}
+    IntOp $R3 $R3 + 1
+    ClearErrors
+    ${WordFind} $Components "," "E+$R3" $R2
+    ${If} ${Errors}
+      ${Break}
+    ${EndIf}
+    ClearErrors
+    ${WordFind} ",${OPTIONS}," ",$R2," "E+1{" $R1
+    ${If} ${Errors}
+      !insertmacro Usage 1 "Unknown component: $R2"
+    ${EndIf}
+  ${Loop}
+FunctionEnd

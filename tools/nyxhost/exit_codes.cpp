@@ -1,0 +1,47 @@
+#include "exit_codes.h"
+
+#include <iterator>
+
+#include "text.h"
+
+namespace nyx::host {
+namespace {
+
+constexpr struct {
+    ExitCode code;
+    const char* words;
+} kExitCodes[] = {
+    {ExitCode::kOk, "success"},
+    {ExitCode::kUsage, "command line not understood"},
+    {ExitCode::kInput, "input missing or unreadable"},
+    {ExitCode::kNotFootage, "no footage of ours, or damaged"},
+    {ExitCode::kNoDecoder, "no codec registered"},
+    {ExitCode::kRefused, "format or output refused"},
+    {ExitCode::kDecode, "frames that the codec failed on"},
+    {ExitCode::kOutput, "output could not be written"},
+    {ExitCode::kTooLarge, "file of 2^31 bytes, or memory full"},
+    {ExitCode::kPlatform, "COM, DirectShow or imaging failed"},
+    {ExitCode::kInterrupted, "interrupted"},
+    {ExitCode::kNoEngine, "engine missing or too old"},
+    {ExitCode::kPastEnd, "clip ends before --from"},
+};
+
+}  // namespace
+
+std::string ExitCodeHelp() {
+    constexpr std::size_t kRows = (std::size(kExitCodes) + 1) / 2;
+    std::string text = "Exit codes:";
+    for (std::size_t row = 0; row < kRows; ++row) {
+        const auto& [code, words] = kExitCodes[row];
+        std::string line = Format("%4d %s", static_cast<int>(code), words);
+        if (row + kRows < std::size(kExitCodes)) {
+            const auto& [second, secondWords] = kExitCodes[row + kRows];
+            line.resize(40, ' ');
+            line += Format("%3d %s", static_cast<int>(second), secondWords);
+        }
+        text += "\n" + line;
+    }
+    return text;
+}
+
+}  // namespace nyx::host
