@@ -10,8 +10,8 @@
 namespace {
 
 constexpr HRESULT kNotRegistered = static_cast<HRESULT>(0x80070002);  // ERROR_FILE_NOT_FOUND
-constexpr DWORD kLongestPath = 32768;  // characters, the system's limit with its terminator
-constexpr int kGuidChars = 39;         // of "{...}" with its terminator
+constexpr DWORD kMaxPath = 32768;  // characters, the system's limit with its terminator
+constexpr int kGuidChars = 39;     // of "{...}" with its terminator
 constexpr WCHAR kClsidPrefix[] = L"CLSID\\";
 constexpr size_t kPrefixChars = ARRAYSIZE(kClsidPrefix) - 1;
 
@@ -40,13 +40,13 @@ HRESULT SetString(const nyx::UniqueKey& key, const WCHAR* name, const WCHAR* tex
 }
 
 HRESULT GetModulePath(std::unique_ptr<WCHAR[]>& path) {
-    path.reset(new (std::nothrow) WCHAR[kLongestPath]);
+    path.reset(new (std::nothrow) WCHAR[kMaxPath]);
     CheckPointer(path, E_OUTOFMEMORY);
-    const DWORD length = GetModuleFileNameW(g_hInst, path.get(), kLongestPath);
+    const DWORD length = GetModuleFileNameW(g_hInst, path.get(), kMaxPath);
     if (length == 0) {
         return HRESULT_FROM_WIN32(GetLastError());
     }
-    return length < kLongestPath ? S_OK : HRESULT_FROM_WIN32(ERROR_INSUFFICIENT_BUFFER);
+    return length < kMaxPath ? S_OK : HRESULT_FROM_WIN32(ERROR_INSUFFICIENT_BUFFER);
 }
 
 HRESULT RegisterClass(const CFactoryTemplate& factory, const WCHAR* path) {

@@ -17,8 +17,8 @@ int FrameDuration(REFERENCE_TIME start, REFERENCE_TIME stop) {
         return 0;
     }
     const ULONGLONG duration = static_cast<ULONGLONG>(stop) - static_cast<ULONGLONG>(start);
-    constexpr ULONGLONG kMost = std::numeric_limits<int>::max();
-    return static_cast<int>(std::min(duration, kMost));
+    constexpr ULONGLONG kMax = std::numeric_limits<int>::max();
+    return static_cast<int>(std::min(duration, kMax));
 }
 
 }  // namespace
@@ -148,8 +148,8 @@ HRESULT CVideoTransformFilter::TimedTransform(IMediaSample* pSample, IMediaSampl
     m_tDecodeStart = timeGetTime();
     const HRESULT hr = Transform(pSample, pOutSample);
     m_tDecodeStart = timeGetTime() - m_tDecodeStart;
-    constexpr DWORD kLongest = std::numeric_limits<int>::max() / kUnitsPerMillisecond;
-    const int spent = static_cast<int>(std::min(m_tDecodeStart, kLongest)) * kUnitsPerMillisecond;
+    constexpr DWORD kMax = std::numeric_limits<int>::max() / kUnitsPerMillisecond;
+    const int spent = static_cast<int>(std::min(m_tDecodeStart, kMax)) * kUnitsPerMillisecond;
     m_itrAvgDecode =
         spent / kAverageWeight + m_itrAvgDecode / kAverageWeight * (kAverageWeight - 1);
     return hr;

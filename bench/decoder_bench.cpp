@@ -26,7 +26,7 @@ using Frames = std::vector<std::vector<BYTE>>;
 
 /// The first frames of a file's picture, at least one.
 Frames ReadFrames(const wchar_t* path, source::VideoFormat* format) {
-    constexpr std::size_t kMostBytes = std::size_t{300} << 20;
+    constexpr std::size_t kMaxBytes = std::size_t{300} << 20;
     auto disk = std::make_unique<source::DiskFile>();
     source::FootageFile file;
     if (FAILED(disk->Open(path)) || FAILED(file.Open(std::move(disk))) ||
@@ -36,7 +36,7 @@ Frames ReadFrames(const wchar_t* path, source::VideoFormat* format) {
     *format = *file.streams()[0].video;
     Frames frames;
     source::Packet packet;
-    for (std::size_t bytes = 0; bytes < kMostBytes && file.Read(&packet) == S_OK;) {
+    for (std::size_t bytes = 0; bytes < kMaxBytes && file.Read(&packet) == S_OK;) {
         if (packet.stream == 0) {
             frames.emplace_back(packet.bytes().size());
             if (file.Copy(packet, frames.back().data()) != S_OK) {

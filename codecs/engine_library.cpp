@@ -68,17 +68,17 @@ void* FindEntry(HMODULE module, const char* name) {
 /// The library out of the folder "engines" beside this module, null when there is none. The search
 /// by bare name goes before: whoever has an engine of the name keeps it.
 HMODULE LoadFromOwnFolder(const wchar_t* library) {
-    constexpr DWORD kLongestPath = 519;
+    constexpr DWORD kMaxPath = 519;
     constexpr wchar_t kFolder[] = L"engines\\";
-    wchar_t path[kLongestPath + ARRAYSIZE(kFolder) + 16];  // and the longest name of an engine
+    wchar_t path[kMaxPath + ARRAYSIZE(kFolder) + 16];  // and the longest name of an engine
     HMODULE self = nullptr;
     if (!GetModuleHandleExW(
             GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
             reinterpret_cast<const wchar_t*>(&zetaFamily), &self)) {
         return nullptr;
     }
-    const DWORD length = GetModuleFileNameW(self, path, kLongestPath);
-    wchar_t* const slash = length < kLongestPath ? std::wcsrchr(path, L'\\') : nullptr;
+    const DWORD length = GetModuleFileNameW(self, path, kMaxPath);
+    wchar_t* const slash = length < kMaxPath ? std::wcsrchr(path, L'\\') : nullptr;
     if (length == 0 || !slash) {
         return nullptr;
     }

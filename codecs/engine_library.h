@@ -62,12 +62,12 @@ class EngineBinding {
 /// lock and one instance counter. Constant-initialised, because codecs may be made at any time.
 class EngineFamily {
   public:
-    static constexpr std::size_t kMostEngines = 2;
+    static constexpr std::size_t kMaxEngines = 2;
 
     template <std::size_t kCount>
     explicit constexpr EngineFamily(const EngineDescription (&engines)[kCount])
         : engines_(engines), count_(kCount) {
-        static_assert(kCount <= kMostEngines);
+        static_assert(kCount <= kMaxEngines);
     }
     EngineFamily(const EngineFamily&) = delete;
     EngineFamily& operator=(const EngineFamily&) = delete;
@@ -88,7 +88,7 @@ class EngineFamily {
   private:
     const EngineDescription* engines_;
     std::size_t count_;
-    EngineBinding bindings_[kMostEngines];
+    EngineBinding bindings_[kMaxEngines];
     SpinLock lock_;
     volatile LONG instances_ = 0;
 };

@@ -96,7 +96,7 @@ constexpr float Unweigh(float sample, float alpha, int zero) {
 template <int kBits>
 struct SampleDepth {
     static constexpr int kSteps = 1 << (kBits - 8);  // of an 8-bit code
-    static constexpr int kMost = (1 << kBits) - 1;
+    static constexpr int kMax = (1 << kBits) - 1;
 
     static void ToCode(int sample, int* code) {
         *code = std::min((sample + kSteps / 2) / kSteps, 255);
@@ -105,15 +105,15 @@ struct SampleDepth {
     static int FromCode(int code) { return code * kSteps; }
     static int FromCode(float code) { return Rounded(code * kSteps); }
 
-    static void ToAlpha(int sample, int* alpha) { *alpha = (sample * 255 + kMost / 2) / kMost; }
-    static void ToAlpha(int sample, float* alpha) { *alpha = static_cast<float>(sample) / kMost; }
-    static int FromAlpha(int alpha) { return (alpha * kMost + 127) / 255; }
-    static int FromAlpha(float alpha) { return Rounded(alpha * kMost); }
+    static void ToAlpha(int sample, int* alpha) { *alpha = (sample * 255 + kMax / 2) / kMax; }
+    static void ToAlpha(int sample, float* alpha) { *alpha = static_cast<float>(sample) / kMax; }
+    static int FromAlpha(int alpha) { return (alpha * kMax + 127) / 255; }
+    static int FromAlpha(float alpha) { return Rounded(alpha * kMax); }
 
   private:
     /// What is not a number counts as 0.
     static int Rounded(float value) {
-        return value > 0 ? static_cast<int>(std::min(value, float{kMost}) + 0.5f) : 0;
+        return value > 0 ? static_cast<int>(std::min(value, float{kMax}) + 0.5f) : 0;
     }
 };
 

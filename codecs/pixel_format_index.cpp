@@ -96,8 +96,8 @@ std::uint64_t SurfaceSize(const BITMAPINFOHEADER& uncompressed) {
     const std::uint64_t row = static_cast<std::uint64_t>(layout->bytesPerPixel) *
                               static_cast<std::uint64_t>(uncompressed.biWidth);
     const auto rows = static_cast<std::uint64_t>(Absolute(uncompressed.biHeight));
-    constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
-    return row != 0 && rows > kMost / row ? kMost : row * rows;
+    constexpr std::uint64_t kMax = std::numeric_limits<std::uint64_t>::max();
+    return row != 0 && rows > kMax / row ? kMax : row * rows;
 }
 
 ConversionFlags ConversionFlagsFor(LONG compressedWidth, LONG uncompressedHeight, LONG colorSpace) {

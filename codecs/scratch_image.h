@@ -62,7 +62,7 @@ class KeptMemory {
     friend class ScratchMemory;
 
     /// Four bytes a pixel, as RGB 32-bit and no layout of a scratch image more.
-    static constexpr std::size_t kMost = std::size_t{1920} * 1080 * 4;
+    static constexpr std::size_t kMax = std::size_t{1920} * 1080 * 4;
 
     std::atomic<bool> inUse_{false};
     ScratchBlocks blocks_;
@@ -79,7 +79,7 @@ class ScratchMemory {
     ScratchMemory& operator=(const ScratchMemory&) = delete;
     ~ScratchMemory() {
         if (kept_) {
-            kept_->blocks_.Trim(KeptMemory::kMost);
+            kept_->blocks_.Trim(KeptMemory::kMax);
             kept_->inUse_ = false;
         }
     }

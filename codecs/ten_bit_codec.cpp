@@ -21,14 +21,14 @@ constexpr WORD kBitCount = 20;
 constexpr LONG kYuy2BytesPerPixel = 2;
 
 /// The largest picture: its 10-bit frame and its 32-bit RGB buffer must both stay below 2^31 bytes.
-constexpr std::int64_t kMostPixels = (std::int64_t{1} << 31) / 4 - 1;
+constexpr std::int64_t kMaxPixels = (std::int64_t{1} << 31) / 4 - 1;
 
 bool IsPossibleSize(std::int64_t width, std::int64_t height) {
     if (width < 2 || width % 2 != 0 || height < 1) {
         return false;
     }
     const std::int64_t blocks = (width + 47) / 48;
-    return width * height <= kMostPixels && blocks * 48 * height <= kMostPixels;
+    return width * height <= kMaxPixels && blocks * 48 * height <= kMaxPixels;
 }
 
 constexpr FormatPair kDecodePairs[] = {

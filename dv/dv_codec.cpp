@@ -46,7 +46,7 @@ bool FitsSurface(const FormatRecord& format, ByteSpan frame, const SurfaceFormat
 }
 
 /// A chain of references that is longer is taken for one without an end.
-constexpr int kMostReferences = 8;
+constexpr int kMaxReferences = 8;
 
 FrameInfo DescribeDvFrame(ByteSpan frame) {
     CLvtDifParser parser;
@@ -223,7 +223,7 @@ HRESULT CDvCodecBase::ReadReferenceFrame(ByteSpan, std::unique_ptr<BYTE[]>*, DWO
 }
 
 HRESULT CDvCodecBase::FollowReferences(ByteSpan* frame, std::unique_ptr<BYTE[]>* buffer) {
-    for (int followed = 0; followed <= kMostReferences; ++followed) {
+    for (int followed = 0; followed <= kMaxReferences; ++followed) {
         std::unique_ptr<BYTE[]> read;
         DWORD length = 0;
         const HRESULT result = ReadReferenceFrame(*frame, &read, &length);

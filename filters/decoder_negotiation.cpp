@@ -46,8 +46,8 @@ DWORD OfferedBitRate(WORD bitCount, LONG width, LONG height, REFERENCE_TIME dura
     const int wholeBits = (bitCount + 7) / 8 * 8;
     const double rate =
         static_cast<double>(wholeBits) * width * height * static_cast<double>(duration) * 1e-7;
-    constexpr double kMost = 9.0e18;  // inside 64 bits, where the conversion is defined
-    if (!(rate > -kMost && rate < kMost)) {
+    constexpr double kMax = 9.0e18;  // inside 64 bits, where the conversion is defined
+    if (!(rate > -kMax && rate < kMax)) {
         return 0;
     }
     return static_cast<DWORD>(static_cast<std::int64_t>(rate));

@@ -12,12 +12,12 @@ namespace nyx::source {
 namespace {
 
 constexpr int kInputBytes = 1 << 16;
-constexpr int kLeastLeft = 2 * kInputBytes;  // more than any filling of the buffer
+constexpr int kMinLeft = 2 * kInputBytes;  // more than any filling of the buffer
 /// What is read to see a file's first frames or to count them.
-constexpr int kMostPacketsSeen = 2000;
-constexpr std::int64_t kMostBytesSeen = 128 << 20;
+constexpr int kMaxPacketsSeen = 2000;
+constexpr std::int64_t kMaxBytesSeen = 128 << 20;
 /// A packet of sound in GXF may begin so much before the picture that it goes with.
-constexpr REFERENCE_TIME kLongestSound = kUnits;
+constexpr REFERENCE_TIME kMaxSound = kUnits;
 constexpr char kKinds[] = "avi,dv,gxf,mov,mp4,m4a,3gp,3g2,mj2,mpegvideo,mxf";
 
 /// When a stream begins; the file's start for one that does not say.
@@ -52,7 +52,7 @@ int FootageFile::ReadBytes(void* self, std::uint8_t* to, int count) {
     if (!file->MayGoOn()) {
         return AVERROR_EXIT;
     }
-    if (file->leaves_ && count >= kLeastLeft &&
+    if (file->leaves_ && count >= kMinLeft &&
         count <= Difference(file->bytes_->Size(), file->position_)) {
         file->left_ = {to + count, count, file->position_};
         file->position_ += count;
@@ -79,9 +79,9 @@ std::int64_t FootageFile::SeekBytes(void* self, std::int64_t offset, int whence)
 /// What it means when the library gets no memory: a table may claim any number of rows. It is a
 /// damaged one as long as there is memory for all that can be in a file of this size.
 HRESULT FootageFile::WantOfMemory() const {
-    constexpr std::int64_t kMostOfARow = 32;  // for a byte of the file
-    constexpr std::int64_t kMost = 256 << 20;
-    const std::int64_t all = std::clamp<std::int64_t>(size_, 1, kMost / kMostOfARow) * kMostOfARow;
+    constexpr std::int64_t kMaxOfARow = 32;  // for a byte of the file
+    constexpr std::int64_t kMax = 256 << 20;
+    const std::int64_t all = std::clamp<std::int64_t>(size_, 1, kMax / kMaxOfARow) * kMaxOfARow;
     void* const memory = av_malloc(static_cast<std::size_t>(all));
     av_free(memory);
     return memory ? kInvalidFileFormat : E_OUTOFMEMORY;
@@ -169,7 +169,7 @@ HRESULT FootageFile::SeeFirstFrames(std::vector<Packets>* seen) {
     }
     seen->resize(context_->nb_streams);
     std::int64_t bytes = 0;
-    for (int i = 0; missing > 0 && i < kMostPacketsSeen && bytes < kMostBytesSeen; ++i) {
+    for (int i = 0; missing > 0 && i < kMaxPacketsSeen && bytes < kMaxBytesSeen; ++i) {
         LibavPtr<AVPacket> packet;
         const HRESULT result = ReadRaw(&packet);
         if (result != S_OK) {
@@ -200,7 +200,7 @@ HRESULT FootageFile::CountFrames(const Packets& seen, StreamFormat* stream) {
         check(*packet);
     }
     HRESULT result = S_OK;
-    while (result == S_OK && position_ < kMostBytesSeen) {
+    while (result == S_OK && position_ < kMaxBytesSeen) {
         LibavPtr<AVPacket> packet;
         result = ReadRaw(&packet);
         if (result == S_OK && packet->stream_index == stream->index) {
@@ -302,7 +302,7 @@ REFERENCE_TIME FootageFile::duration() const {
     for (const StreamFormat& stream : streams_) {
         end = std::max(end, av_sat_add64(stream.start, stream.duration));
     }
-    return std::min(Difference(end, origin_), kLongest);
+    return std::min(Difference(end, origin_), kMax);
 }
 
 void FootageFile::Select(const std::vector<bool>& wanted) {
@@ -373,7 +373,7 @@ HRESULT FootageFile::Seek(REFERENCE_TIME time) {
     if (!context_ || time < firstStart) {
         return Restart();
     }
-    const REFERENCE_TIME early = CountsFields(*context_) ? kLongestSound : 0;
+    const REFERENCE_TIME early = CountsFields(*context_) ? kMaxSound : 0;
     const REFERENCE_TIME place = Difference(av_sat_add64(time, origin_), early);
     readFailed_ = false;
     // A read that was cancelled looks like the end to the next short way forward.

@@ -10,7 +10,7 @@ namespace {
 
 constexpr int kHeadBytes = 480;       // the blocks before the first audio block tell the system
 constexpr std::int64_t kProbes = 64;  // places at which a run is looked at before it is believed
-constexpr std::size_t kMostRuns = 100;
+constexpr std::size_t kMaxRuns = 100;
 
 /// The system of the frame that begins at a place, null where none does.
 const AVDVProfile* ProfileAt(ByteSource* file, std::int64_t position) {
@@ -41,7 +41,7 @@ void RawDv::Find(ByteSource* file, std::int64_t firstFrame) {
 void RawDv::FindRuns(ByteSource* file, std::int64_t firstFrame) {
     const std::int64_t size = file->Size();
     REFERENCE_TIME start = 0;
-    for (std::int64_t at = firstFrame; runs_.size() < kMostRuns;) {
+    for (std::int64_t at = firstFrame; runs_.size() < kMaxRuns;) {
         const AVDVProfile* profile = ProfileAt(file, at);
         if (!profile) {
             return;

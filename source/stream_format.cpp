@@ -13,15 +13,14 @@
 namespace nyx::source {
 namespace {
 
-constexpr std::size_t kLongestGroup = 16;  // of pictures; longer ones are not made
+constexpr std::size_t kMaxGroup = 16;  // of pictures; longer ones are not made
 constexpr char kMov[] = "mov,mp4,m4a,3gp,3g2,mj2";
 constexpr char kMxf[] = "mxf";
 constexpr LONG kWidest = 16384;
-constexpr std::int64_t kMostBytes = 256
-                                    << 20;  // more than any buffer of a 32-bit process should be
-constexpr int kFastest = 1000;              // frames per second
-constexpr int kMostChannels = 64;
-constexpr int kMostSamples = 768000;  // a second
+constexpr std::int64_t kMaxBytes = 256 << 20;  // more than any buffer of a 32-bit process should be
+constexpr int kFastest = 1000;                 // frames per second
+constexpr int kMaxChannels = 64;
+constexpr int kMaxSamples = 768000;  // a second
 
 bool IsSet(AVRational value) {
     return value.num > 0 && value.den > 0;
@@ -121,9 +120,9 @@ bool Measure(AVStream* stream, VideoFormat* format) {
         // Intra-coded frames stay below the picture itself, at 32 bits a pixel.
         longest = std::int64_t{format->width} * format->height * 4 + 4096;
     }
-    format->largestPacket = static_cast<DWORD>(std::min(longest, kMostBytes));
+    format->largestPacket = static_cast<DWORD>(std::min(longest, kMaxBytes));
     format->bitRate = static_cast<DWORD>(std::clamp<std::int64_t>(bits, 0, UINT32_MAX));
-    return longest <= kMostBytes;
+    return longest <= kMaxBytes;
 }
 
 /// A track of DV frames for the sound in them, which the container takes out.
@@ -185,7 +184,7 @@ bool CanStayInFile(const AVFormatContext& file, const StreamFormat& first) {
 
 std::size_t FramesToSee(const AVCodecParameters& parameters) {
     const Coding coding = CodingOf(parameters);
-    return coding == Coding::kMpeg2 ? kLongestGroup : coding == Coding::kDv ? 1 : 0;
+    return coding == Coding::kMpeg2 ? kMaxGroup : coding == Coding::kDv ? 1 : 0;
 }
 
 HRESULT DescribeVideo(AVFormatContext* file, AVStream* stream, const Packets& seen,
@@ -233,8 +232,8 @@ HRESULT DescribeVideo(AVFormatContext* file, AVStream* stream, const Packets& se
 bool DescribeAudio(const AVCodecParameters& parameters, AudioFormat* format) {
     const std::optional<PcmFormat> pcm = PcmFormatOf(parameters.codec_id);
     const AVChannelLayout& layout = parameters.ch_layout;
-    if (!pcm || layout.nb_channels <= 0 || layout.nb_channels > kMostChannels ||
-        parameters.sample_rate <= 0 || parameters.sample_rate > kMostSamples) {
+    if (!pcm || layout.nb_channels <= 0 || layout.nb_channels > kMaxChannels ||
+        parameters.sample_rate <= 0 || parameters.sample_rate > kMaxSamples) {
         return false;
     }
     *format = {*pcm, parameters.sample_rate, layout.nb_channels, 0, false};

@@ -33,7 +33,7 @@ class RowTail {
                  const BYTE* source, const BYTE* alpha, BYTE* destination, std::size_t pixels) {
         const std::size_t used = pixels * kernel.sourceBytes;
         std::memcpy(source_, source, used);
-        BYTE pair[2 * kMostBytes];
+        BYTE pair[2 * kMaxBytes];
         std::memcpy(pair, source_ + used - 2 * kernel.sourceBytes, sizeof pair);
         std::memcpy(source_ + used, pair, sizeof pair);
         if (alpha) {
@@ -47,11 +47,11 @@ class RowTail {
   private:
     /// Two steps of eight and a window beyond.
     static constexpr std::size_t kPixels = 32;
-    static constexpr std::size_t kMostBytes = 8;
+    static constexpr std::size_t kMaxBytes = 8;
 
-    BYTE source_[kPixels * kMostBytes] = {};
+    BYTE source_[kPixels * kMaxBytes] = {};
     BYTE alpha_[kPixels] = {};
-    BYTE destination_[kPixels * kMostBytes];
+    BYTE destination_[kPixels * kMaxBytes];
 };
 
 /// How many of a row's pixels can be converted step by step when every step's window must lie

@@ -11,7 +11,7 @@ namespace nyx::open {
 namespace {
 
 /// Pictures beyond this are damage: no format here has half as many pixels.
-constexpr std::int64_t kMostPixels = std::int64_t{4096} * 2304;
+constexpr std::int64_t kMaxPixels = std::int64_t{4096} * 2304;
 
 /// The library's fastest inverse transform strays from its reference by one step in one sample of
 /// twenty.
@@ -41,7 +41,7 @@ FrameDecoder::FrameDecoder(AVCodecID codec) {
         context_->flags |= AV_CODEC_FLAG_BITEXACT;
         context_->idct_algo = FF_IDCT_SIMPLE;
     }
-    context_->max_pixels = kMostPixels;
+    context_->max_pixels = kMaxPixels;
     packet_.reset(Made(av_packet_alloc()));
     picture_.reset(Made(av_frame_alloc()));
     if (avcodec_open2(context_.get(), decoder, nullptr) < 0) {

@@ -11,9 +11,9 @@
 namespace standin {
 namespace {
 
-constexpr LONG kMostPixels = 1 << 27;
+constexpr LONG kMaxPixels = 1 << 27;
 constexpr int kMiddle = 512;
-constexpr int kMost = 1023;
+constexpr int kMax = 1023;
 constexpr LONG kCoarsest = 2048;  // all levels become 0
 
 std::uint16_t Level(std::uint16_t sample, LONG step) {
@@ -23,7 +23,7 @@ std::uint16_t Level(std::uint16_t sample, LONG step) {
 
 std::uint16_t Sample(std::uint16_t level, LONG step) {
     return static_cast<std::uint16_t>(
-        std::clamp<int>(static_cast<std::int16_t>(level) * step + kMiddle, 0, kMost));
+        std::clamp<int>(static_cast<std::int16_t>(level) * step + kMiddle, 0, kMax));
 }
 
 /// How far back in a row of Y Cb Y Cr, or of alpha, the left neighbour of the same kind stands.
@@ -83,7 +83,7 @@ std::optional<FrameHeader> ReadHeader(const void* frame, std::string_view tag) {
     std::memcpy(&header, frame, sizeof(header));
     const bool sound = std::memcmp(header.tag, tag.data(), tag.size()) == 0 && header.width > 0 &&
                        header.height > 0 && header.width % 2 == 0 &&
-                       header.height <= kMostPixels / header.width && header.step > 0 &&
+                       header.height <= kMaxPixels / header.width && header.step > 0 &&
                        header.step <= kCoarsest && header.alpha >= 0 && header.alpha <= 3 &&
                        header.codedLength >= sizeof(header);
     return sound ? std::optional<FrameHeader>(header) : std::nullopt;

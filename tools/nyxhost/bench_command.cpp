@@ -42,7 +42,7 @@ using Frames = std::vector<std::vector<BYTE>>;
 
 /// The clip's packets as the file holds them. Failure kTooLarge when they take too much memory.
 Frames LoadFrames(const ClipOptions& clip, MediaType* type) {
-    constexpr std::size_t kMostBytes = std::size_t{600} << 20;  // of a process of 32 bits
+    constexpr std::size_t kMaxBytes = std::size_t{600} << 20;  // of a process of 32 bits
     PlaybackGraph::Options options = clip.graph;
     options.deliver = PlaybackGraph::Deliver::kPackets;
     Frames frames;
@@ -51,7 +51,7 @@ Frames LoadFrames(const ClipOptions& clip, MediaType* type) {
         BYTE* data = DataOf(frame.sample);
         frames.emplace_back(data, data + frame.sample.GetActualDataLength());
         bytes += frames.back().size();
-        if (bytes > kMostBytes) {
+        if (bytes > kMaxBytes) {
             throw Failure(ExitCode::kTooLarge,
                           "the frames take more than 600 MiB: choose some with --frames");
         }

@@ -66,8 +66,8 @@ void WavWriter::WriteSilence(IMediaSample& sample) {
 }
 
 void WavWriter::Append(const void* data, DWORD size) {
-    constexpr DWORD kMost = LONG_MAX - 4096;  // with the head
-    if (size > kMost - bytes_) {
+    constexpr DWORD kMax = LONG_MAX - 4096;  // with the head
+    if (size > kMax - bytes_) {
         throw Failure(ExitCode::kTooLarge, file_.Path() + " would reach 2^31 bytes");
     }
     file_.Write(data, size);
