@@ -35,7 +35,7 @@ HRESULT CLvtDifParser::Parse(const void* frame, std::size_t size) {
     if (VoteAudioPresent(bytes)) {
         FindFirstHalfAudio();
     }
-    const bool audioSound = DecodeAudio();
+    const bool audioValid = DecodeAudio();
     const bool formatFound = LookUpFormat(state_.videoSource, state_.videoControl, &state_.format);
     if (formatFound) {
         RefineFormatCode(applicationId, DescribeAudio(), &state_.format);
@@ -44,7 +44,7 @@ HRESULT CLvtDifParser::Parse(const void* frame, std::size_t size) {
     // The pairs end a parse unset; readers take the payloads from the packs.
     state_.timecodePayload = {};
     state_.binaryGroupPayload = {};
-    return formatFound && audioSound && applicationId != kApplicationUnknown ? kRecognised : E_FAIL;
+    return formatFound && audioValid && applicationId != kApplicationUnknown ? kRecognised : E_FAIL;
 }
 
 LONG CLvtDifParser::GetTimecodePack() const {

@@ -68,7 +68,7 @@ HRESULT FailBlack(const SurfaceFormat& output) {
 }
 
 /// Rows that lie apart, so that none reaches past the picture.
-bool HasSoundStride(const SurfaceFormat& surface) {
+bool HasValidStride(const SurfaceFormat& surface) {
     const std::int64_t rowBytes = std::int64_t{surface.width} * surface.bytesPerPixel;
     return surface.stride >= rowBytes || surface.stride <= -rowBytes;
 }
@@ -183,7 +183,7 @@ HRESULT CDvCodecBase::DecodeSample(ByteSpan frame, const BITMAPINFOHEADER& input
     SurfaceFormat surface;
     if (input.biWidth < 1 || input.biWidth > output.biWidth || input.biHeight < 1 ||
         input.biHeight != AbsoluteHeight(output) || FAILED(DescribeSurface(request, &surface)) ||
-        surface.index >= kDecodedFormats || !HasSoundStride(surface)) {
+        surface.index >= kDecodedFormats || !HasValidStride(surface)) {
         return E_FAIL;
     }
     SurfaceFormat picture = surface;

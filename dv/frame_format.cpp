@@ -59,7 +59,7 @@ std::size_t AspectClassOf(const BYTE* videoControl, std::size_t type) {
     }
 }
 
-bool IsFrameRatePackSound(const BYTE* pack) {
+bool IsFrameRatePackValid(const BYTE* pack) {
     const auto sum = static_cast<BYTE>(pack[kPc1] + pack[kPc2] + pack[kPc3]);
     return (sum ^ 0x55) == pack[kPc4];
 }
@@ -126,7 +126,7 @@ void ApplyFrameRatePack(const BYTE* frameRate, FormatRecord* format) {
             format->fieldOrder == kProgressiveOrder ? kProgressiveStructure : kInterlacedStructure;
         return;
     }
-    if (!IsFrameRatePackSound(frameRate)) {
+    if (!IsFrameRatePackValid(frameRate)) {
         return;
     }
     SetRecordedRate(frameRate, format);

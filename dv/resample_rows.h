@@ -10,7 +10,7 @@
 namespace nyx {
 
 template <class Byte>
-bool AreRowsSound(ResampleUnit unit, const UnitRows<Byte>& rows) {
+bool AreRowsValid(ResampleUnit unit, const UnitRows<Byte>& rows) {
     const std::int64_t rowBytes = std::int64_t{rows.width} * static_cast<int>(unit);
     const std::int64_t stride = rows.stride;
     return rows.data && rows.width >= 1 && rowBytes <= (stride < 0 ? -stride : stride);

@@ -44,7 +44,7 @@ void SqueezeRow(std::size_t unitBytes, const BYTE* source, LONG sourceWidth, BYT
 
 HRESULT SqueezeRows(ResampleUnit unit, const UnitRows<const BYTE>& source,
                     const UnitRows<BYTE>& destination, LONG rows) {
-    if (!AreRowsSound(unit, source) || !AreRowsSound(unit, destination) || rows < 1 ||
+    if (!AreRowsValid(unit, source) || !AreRowsValid(unit, destination) || rows < 1 ||
         destination.width >= source.width) {
         return E_FAIL;
     }

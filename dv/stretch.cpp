@@ -114,7 +114,7 @@ void StretchInStrips(const UnitRows<const BYTE>& source, const UnitRows<BYTE>& d
 
 HRESULT StretchRows(ResampleUnit unit, const UnitRows<const BYTE>& source,
                     const UnitRows<BYTE>& destination, LONG rows) {
-    if (!AreRowsSound(unit, source) || !AreRowsSound(unit, destination) || rows < 1 ||
+    if (!AreRowsValid(unit, source) || !AreRowsValid(unit, destination) || rows < 1 ||
         source.width >= destination.width) {
         return E_FAIL;
     }

@@ -22,7 +22,7 @@ std::optional<PixelLayout> LayoutOf(LONG code) {
                        kind < 2 ? kYuvBt601 : kYuvBt709};
 }
 
-bool Surface::IsSound() const {
+bool Surface::IsValid() const {
     return data && width >= 2 && width % 2 == 0 && height >= 1 &&
            std::abs(std::int64_t{stride}) >= std::int64_t{width} * layout.bytesPerPixel;
 }
@@ -35,7 +35,7 @@ std::optional<Surface> SurfaceOf(const void* data, LONG stride, LONG width, LONG
     }
     const Surface surface = {static_cast<BYTE*>(const_cast<void*>(data)), stride, width, height,
                              *layout};
-    return surface.IsSound() ? std::optional<Surface>(surface) : std::nullopt;
+    return surface.IsValid() ? std::optional<Surface>(surface) : std::nullopt;
 }
 
 void FillBlack(const Surface& surface) {

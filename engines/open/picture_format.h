@@ -33,7 +33,7 @@ struct Surface {
     BYTE* Row(LONG y) const { return data + std::ptrdiff_t{y} * stride; }
 
     /// Whether rows of that width fit their stride.
-    bool IsSound() const;
+    bool IsValid() const;
 };
 
 /// A call's picture; nothing when its code has no layout, the pixel size is not the layout's or the

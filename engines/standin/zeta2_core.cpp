@@ -17,11 +17,11 @@ struct Zeta2 {
     using EncodeRecord = nyx::Zeta2EncodeRecord;
 
     static bool IsProbe(const DecodeRecord& record) { return record.plane == nullptr; }
-    static bool IsSound(const DecodeRecord& record) {
+    static bool IsValid(const DecodeRecord& record) {
         return record.command == nyx::kCommandZeta2 && record.plane->reserved == 0 &&
                record.alphaKind == 0 && IsZero(record.reserved, 5);
     }
-    static bool IsSound(const EncodeRecord& record) {
+    static bool IsValid(const EncodeRecord& record) {
         // The caller's work size divides by its bytes per pixel, which the record does not hold.
         constexpr LONG kBytesPerPixel[] = {2, 3, 4, 8, 16};
         const bool workSize =

@@ -27,11 +27,11 @@ struct ZetaAlpha : ZetaRecords {
         Callback reader;
     };
 
-    static bool IsSound(const DecodeRecord& record) {
+    static bool IsValid(const DecodeRecord& record) {
         return record.command == nyx::kCommandDecode && IsZero(record.reserved5, 3) &&
                IsZero(record.reserved10, 5);
     }
-    static bool IsSound(const EncodeRecord& record) {
+    static bool IsValid(const EncodeRecord& record) {
         return record.command == nyx::kCommandAlphaEncode && IsZero(record.reserved5, 3) &&
                record.reserved14 == 0 &&
                (IsAddress(record.pixelFormat) || record.bytesPerPixel != 2) &&

@@ -16,11 +16,11 @@ struct ZetaCore : ZetaRecords {
     using Callback = void(__stdcall*)(BYTE* picture, LONG stride, BYTE* block, LONG width,
                                       LONG rows);
 
-    static bool IsSound(const DecodeRecord& record) {
+    static bool IsValid(const DecodeRecord& record) {
         return record.command == nyx::kCommandDecode && record.coreConstant == nyx::kCoreConstant &&
                IsZero(record.reserved, 5);
     }
-    static bool IsSound(const EncodeRecord& record) {
+    static bool IsValid(const EncodeRecord& record) {
         const LONG blocks = ((record.width + 15) / 16) * ((record.height + 15) / 16);
         return record.command == nyx::kCommandCoreEncode && record.workSize == blocks * 4096 &&
                record.coreConstant == nyx::kCoreConstant && record.reserved == 0 &&

@@ -7,7 +7,7 @@
 ///     ProbeRecord, DecodeRecord, EncodeRecord
 ///     kDecodeShape, kEncodeShape      how their words lie, of a probe as of a decode
 ///     IsProbe(DecodeRecord)           how a probe is told from a decode
-///     IsSound(record)                 whether every word has a value that a caller should give
+///     IsValid(record)                 whether every word has a value that a caller should give
 ///     LengthOf(DecodeRecord)          the bytes at the frame, as far as the record tells
 ///     SurfaceOf(record)               the caller's picture
 ///     CapacityOf(EncodeRecord), HasAlpha(EncodeRecord)
@@ -75,7 +75,7 @@ LONG Decode(const typename Engine::DecodeRecord& record, Action action) {
     if (!header || header->codedLength > Engine::LengthOf(record)) {
         return kBadFrame;
     }
-    if (!Engine::IsSound(record)) {
+    if (!Engine::IsValid(record)) {
         return kBadRecord;
     }
     auto picture = DecodeFrame(record.frame, *header);
@@ -91,7 +91,7 @@ LONG Decode(const typename Engine::DecodeRecord& record, Action action) {
 
 template <class Engine>
 LONG Encode(const typename Engine::EncodeRecord& record, Action action) {
-    if (!Engine::IsSound(record)) {
+    if (!Engine::IsValid(record)) {
         return kBadRecord;
     }
     Picture picture(record.width, record.height, Engine::HasAlpha(record));

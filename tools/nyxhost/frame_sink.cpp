@@ -12,7 +12,7 @@ bool IsPicture(const MediaType& type) {
     return IsVideo(type) && FindPictureFormat(type.subtype) != nullptr;
 }
 
-bool IsSound(const MediaType& type) {
+bool IsValid(const MediaType& type) {
     return type.majortype == MEDIATYPE_Audio;
 }
 

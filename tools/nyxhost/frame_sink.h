@@ -10,7 +10,7 @@ namespace nyx::host {
 /// or of sound.
 bool IsVideo(const MediaType& type);
 bool IsPicture(const MediaType& type);
-bool IsSound(const MediaType& type);
+bool IsValid(const MediaType& type);
 
 /// The end of a graph that looks at each frame with the type that it came with. Unlike
 /// the platform's sample grabber it takes VIDEOINFOHEADER2, which alone carries field order and

@@ -57,7 +57,7 @@ LONG PlaybackGraph::FramesToCome() const {
 
 void PlaybackGraph::TakeSound(const SourceStream& stream,
                               std::function<void(IMediaSample&)> onSample) {
-    const ComPtr<IPin> end = AddSink(IsSound, std::move(onSample));
+    const ComPtr<IPin> end = AddSink(IsValid, std::move(onSample));
     Check(graph_->ConnectDirect(stream.pin.Get(), end.Get(), nullptr), "the sound cannot be had");
 }
 

@@ -97,7 +97,7 @@ ExitCode RunRender(const std::string& path) {
     CheckReadable(path);
     const auto graph = CreateObject<IGraphBuilder>(CLSID_FilterGraph, "no filter graph");
     const Counter pictures(graph.Get(), L"Pictures", IsPicture);
-    const Counter sound(graph.Get(), L"Sound", IsSound);
+    const Counter sound(graph.Get(), L"Sound", IsValid);
     const HRESULT rendered = graph->RenderFile(Wide(path).c_str(), nullptr);
     pictures.LeaveIfIdle(graph.Get());
     sound.LeaveIfIdle(graph.Get());
