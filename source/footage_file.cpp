@@ -17,7 +17,7 @@ constexpr int kMinLeft = 2 * kInputBytes;  // more than any filling of the buffe
 constexpr int kMaxPacketsSeen = 2000;
 constexpr std::int64_t kMaxBytesSeen = 128 << 20;
 /// A packet of sound in GXF may begin so much before the picture that it goes with.
-constexpr REFERENCE_TIME kMaxSound = kUnits;
+constexpr REFERENCE_TIME kMaxAudio = kUnits;
 constexpr char kKinds[] = "avi,dv,gxf,mov,mp4,m4a,3gp,3g2,mj2,mpegvideo,mxf";
 
 /// When a stream begins; the file's start for one that does not say.
@@ -265,7 +265,7 @@ HRESULT FootageFile::FindStreams() {
             leftOut_.push_back({format.index, kUnsupportedAudio});
             continue;
         } else {
-            format.audio.inDv = IsDvSound(*context_, *stream);
+            format.audio.inDv = CarriesDvAudio(*context_, *stream);
         }
         streams_.push_back(format);
     }
@@ -373,7 +373,7 @@ HRESULT FootageFile::Seek(REFERENCE_TIME time) {
     if (!context_ || time < firstStart) {
         return Restart();
     }
-    const REFERENCE_TIME early = CountsFields(*context_) ? kMaxSound : 0;
+    const REFERENCE_TIME early = CountsFields(*context_) ? kMaxAudio : 0;
     const REFERENCE_TIME place = Difference(av_sat_add64(time, origin_), early);
     readFailed_ = false;
     // A read that was cancelled looks like the end to the next short way forward.
@@ -486,7 +486,7 @@ void FootageFile::TimePicture(const StreamFormat& stream, Packet* packet) {
     packet->stop = Difference(TimeOfTick(next, stream.timeBase), origin_);
 }
 
-void FootageFile::TimeSound(const StreamFormat& stream, Packet* packet) {
+void FootageFile::TimeAudio(const StreamFormat& stream, Packet* packet) {
     const AVPacket& data = *packet->data;
     const std::int64_t length = data.size / stream.audio.storedFrame();
     const int found = stream.audio.inDv ? DvSoundRate(length) : 0;
@@ -600,7 +600,7 @@ HRESULT FootageFile::Read(Packet* packet) {
         if (packet->size() == 0) {
             continue;
         }
-        stream.video ? TimePicture(stream, packet) : TimeSound(stream, packet);
+        stream.video ? TimePicture(stream, packet) : TimeAudio(stream, packet);
         const bool tooFar = checkLanding_ && at == 0 && packet->start > from_;
         checkLanding_ = checkLanding_ && at != 0;
         if (tooFar) {  // from the start, whatever it takes

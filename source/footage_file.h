@@ -113,7 +113,7 @@ class FootageFile {
     std::int64_t TickOf(const StreamFormat& stream, const Packet& packet) const;
     std::int64_t FrameTicks(const StreamFormat& stream) const;
     void TimePicture(const StreamFormat& stream, Packet* packet);
-    void TimeSound(const StreamFormat& stream, Packet* packet);
+    void TimeAudio(const StreamFormat& stream, Packet* packet);
     HRESULT WantOfMemory() const;
     HRESULT ResultOf(int error) const;
 

@@ -127,7 +127,7 @@ void SourcePin::FillSamples() {
             reachedCut_ = format_.video.has_value();
             result = S_FALSE;
         } else if (result == S_OK) {
-            result = format_.video ? PutPicture(packet) : PutSound(packet);
+            result = format_.video ? PutPicture(packet) : PushAudio(packet);
         }
     }
     packets_->Close(stream_);
@@ -268,7 +268,7 @@ HRESULT SourcePin::PutPicture(const Packet& packet) {
                      [&](BYTE* to) { return file_->Copy(packet, to); });
 }
 
-HRESULT SourcePin::PutSound(const Packet& packet) {
+HRESULT SourcePin::PushAudio(const Packet& packet) {
     StreamFormat format = format_;
     format.audio.rate = packet.rate;
     const bool silent = !Follow(format);

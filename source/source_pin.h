@@ -55,7 +55,7 @@ class SourcePin final : public CBaseOutputPin, public PinSeeking {
     void DeliverSamples();
     ALLOCATOR_PROPERTIES Buffers() const;
     HRESULT PutPicture(const Packet& packet);
-    HRESULT PutSound(const Packet& packet);
+    HRESULT PushAudio(const Packet& packet);
     bool Follow(const StreamFormat& format);
     bool IsTaken(const StreamFormat& format) const;
     HRESULT FillType(const StreamFormat& format, CMediaType* type) const;

@@ -148,7 +148,7 @@ StreamFormat WithSystem(const StreamFormat& stream, const AVDVProfile& system) {
     return changed;
 }
 
-bool IsDvSound(const AVFormatContext& file, const AVStream& stream) {
+bool CarriesDvAudio(const AVFormatContext& file, const AVStream& stream) {
     const std::string_view kind = file.iformat->name;
     const bool untagged = stream.codecpar->codec_tag == 0;
     return IsDvTrack(&stream) || kind == "dv" || (kind == "avi" && untagged);

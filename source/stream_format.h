@@ -63,7 +63,7 @@ HRESULT DescribeVideo(AVFormatContext* file, AVStream* stream, const Packets& se
                       VideoFormat* format);
 
 /// True for a stream of sound that the container takes out of frames of DV.
-bool IsDvSound(const AVFormatContext& file, const AVStream& stream);
+bool CarriesDvAudio(const AVFormatContext& file, const AVStream& stream);
 
 /// Describes an audio stream; false when it is not uncompressed sound with sensible numbers.
 bool DescribeAudio(const AVCodecParameters& parameters, AudioFormat* format);

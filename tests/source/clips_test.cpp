@@ -69,7 +69,7 @@ class Clips : public ComTest, public ::testing::WithParamInterface<Clip> {
     }
 
     /// The byte of sound that begins with a frame or after it.
-    std::size_t SoundAt(std::size_t frame) const {
+    std::size_t AudioAt(std::size_t frame) const {
         const LONGLONG start = frame < listed.size() ? listed[frame].start : INT32_MAX;
         return std::min(sound.size(),
                         static_cast<std::size_t>((start * 48 + 9999) / 10000) * block);
@@ -95,11 +95,11 @@ class Clips : public ComTest, public ::testing::WithParamInterface<Clip> {
         }
         std::string heard;
         for (const Sample& run : block ? host.sinks[1]->pin.Samples() : std::vector<Sample>()) {
-            const double at = double((SoundAt(from) + heard.size()) / block);
+            const double at = double((AudioAt(from) + heard.size()) / block);
             EXPECT_NEAR(double(*run.start), at * 10000 / 48 - double(origin), 1);
             heard.append(run.bytes.begin(), run.bytes.end());
         }
-        EXPECT_TRUE(heard == sound.substr(SoundAt(from), SoundAt(to) - SoundAt(from)));
+        EXPECT_TRUE(heard == sound.substr(AudioAt(from), AudioAt(to) - AudioAt(from)));
     }
 };
 

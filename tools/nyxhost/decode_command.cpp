@@ -20,7 +20,7 @@ struct DecodeOptions {
     ClipOptions clip;
     std::string folder;
     std::string rawFile;
-    std::string soundFile;
+    std::string audioFile;
 };
 
 /// Where the frames go: PNG pictures, one file of raw bytes, or both.
@@ -31,7 +31,7 @@ class FrameOutputs {
         if (!options.rawFile.empty()) {
             raw_ = std::make_unique<OutputFile>(options.rawFile);
         }
-        if (!options.folder.empty() || (raw_ == nullptr && options.soundFile.empty())) {
+        if (!options.folder.empty() || (raw_ == nullptr && options.audioFile.empty())) {
             if (format.compression != BI_RGB) {
                 throw Failure(ExitCode::kUsage, "pictures are written from RGB; " +
                                                     std::string(format.name) + " goes to --raw");
@@ -73,7 +73,7 @@ class FrameOutputs {
 };
 
 /// A WAV file a stream of sound: `file` for the first one, "file-2.wav" and so on for the others.
-std::vector<std::unique_ptr<WavWriter>> TakeSound(PlaybackGraph& graph, const std::string& file) {
+std::vector<std::unique_ptr<WavWriter>> TakeAudio(PlaybackGraph& graph, const std::string& file) {
     std::vector<std::unique_ptr<WavWriter>> writers;
     if (file.empty()) {
         return writers;
@@ -89,17 +89,17 @@ std::vector<std::unique_ptr<WavWriter>> TakeSound(PlaybackGraph& graph, const st
         }
         const std::string name = Utf8(path.wstring());
         writers.push_back(std::make_unique<WavWriter>(name, stream.type));
-        graph.TakeSound(stream, [writer = writers.back().get()](IMediaSample& sample) {
+        graph.TakeAudio(stream, [writer = writers.back().get()](IMediaSample& sample) {
             writer->Write(sample);
         });
-        Print("sound: " + name + ", " + DescribeSound(stream.type) + "\n");
+        Print("sound: " + name + ", " + DescribeAudio(stream.type) + "\n");
     }
     return writers;
 }
 
 ExitCode RunDecode(const DecodeOptions& options) {
     KeepInput(options.clip.path, options.rawFile);
-    KeepInput(options.clip.path, options.soundFile);
+    KeepInput(options.clip.path, options.audioFile);
     std::unique_ptr<FrameOutputs> outputs;
     std::vector<std::unique_ptr<WavWriter>> sound;
     PlaybackGraph graph(options.clip.path, options.clip.graph,
@@ -108,7 +108,7 @@ ExitCode RunDecode(const DecodeOptions& options) {
     Print("decoder: " + graph.DecoderName() + ", delivers " + options.clip.graph.format->name +
           "\n");
     outputs = std::make_unique<FrameOutputs>(options);
-    sound = TakeSound(graph, options.soundFile);
+    sound = TakeAudio(graph, options.audioFile);
 
     PassResult result;
     {
@@ -147,7 +147,7 @@ void AddDecodeCommand(CLI::App& app, Action& action) {
                      "File for the samples' exact bytes, one frame after another")
         ->type_name("FILE");
     command
-        ->add_option("--audio", options->soundFile,
+        ->add_option("--audio", options->audioFile,
                      "WAV file for the sound; further streams of sound go to FILE-2 and so on")
         ->type_name("FILE");
     command->callback([options, &action] { action = [options] { return RunDecode(*options); }; });

@@ -108,7 +108,7 @@ Footage::Footage(IGraphBuilder* graph, const std::string& path) : path_(path) {
     for (ComPtr<IPin> pin; pins->Next(1, pin.ReleaseAndGetAddressOf(), nullptr) == S_OK;) {
         SourceStream stream = StreamOf(pin);
         if (stream.type.majortype == MEDIATYPE_Audio) {
-            sound_.push_back(std::move(stream));
+            audio_.push_back(std::move(stream));
         } else if (video_.pin == nullptr && stream.type.HasPicture()) {
             video_ = std::move(stream);
         }
@@ -181,7 +181,7 @@ std::string DescribeVideo(const Footage& footage) {
                   static_cast<double>(footage.Duration()) / 1e7);
 }
 
-std::string DescribeSound(const MediaType& type) {
+std::string DescribeAudio(const MediaType& type) {
     const auto& wave = *reinterpret_cast<const WAVEFORMATEX*>(type.pbFormat);
     return Format("%u channel%s, %lu Hz, %u bits", wave.nChannels, wave.nChannels == 1 ? "" : "s",
                   wave.nSamplesPerSec, wave.wBitsPerSample);

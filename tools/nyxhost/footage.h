@@ -33,7 +33,7 @@ class Footage {
     Footage(IGraphBuilder* graph, const std::string& path);
 
     const SourceStream& Video() const { return video_; }
-    const std::vector<SourceStream>& Sound() const { return sound_; }
+    const std::vector<SourceStream>& Sound() const { return audio_; }
 
     /// The length of the longest stream, in 100-ns units and in frames; of a file that does not
     /// tell, an estimate.
@@ -54,7 +54,7 @@ class Footage {
     LONGLONG Converted(LONGLONG value, const GUID& from, const GUID& to) const;
 
     SourceStream video_;
-    std::vector<SourceStream> sound_;
+    std::vector<SourceStream> audio_;
     ComPtr<IMediaSeeking> seeking_;
     std::string path_;
 };
@@ -63,7 +63,7 @@ class Footage {
 std::string DescribeVideo(const Footage& footage);
 
 /// "2 channels, 48000 Hz, 16 bits" of a stream of sound.
-std::string DescribeSound(const MediaType& type);
+std::string DescribeAudio(const MediaType& type);
 
 /// The rate of a video type: frames per second, a fraction. Types tell a frame's length cut to 100
 /// ns, from which the usual rates are found again.

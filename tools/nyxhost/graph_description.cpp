@@ -77,7 +77,7 @@ void PrintPins(IBaseFilter* filter, const CLSID& clsid) {
 std::string DescribeType(const MediaType& type) {
     if (type.majortype == MEDIATYPE_Audio && type.formattype == FORMAT_WaveFormatEx &&
         type.cbFormat >= sizeof(PCMWAVEFORMAT)) {
-        return "audio, " + DescribeSound(type);
+        return "audio, " + DescribeAudio(type);
     }
     const bool video = type.majortype == MEDIATYPE_Video;
     std::string text = video ? "video, " + SubtypeText(type.subtype) : GuidText(type.majortype);

@@ -61,7 +61,7 @@ void PrintStreams(const std::string& path, const Footage& clip) {
           Format(", %.1f Mbit/s, packets of at most %lu bytes\n", head.dwBitRate / 1e6,
                  type.Header().biSizeImage));
     for (const SourceStream& stream : clip.Sound()) {
-        Print("sound: " + DescribeSound(stream.type) + "\n");
+        Print("sound: " + DescribeAudio(stream.type) + "\n");
     }
 }
 

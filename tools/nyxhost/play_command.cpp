@@ -39,7 +39,7 @@ ExitCode RunPlay(const ClipOptions& options) {
         ExplainFailedConnection(clip.Video().type, "a picture on the screen", VFW_E_CANNOT_RENDER);
     }
     for (const SourceStream& stream : clip.Sound()) {
-        Print("sound: " + DescribeSound(stream.type) + "\n");
+        Print("sound: " + DescribeAudio(stream.type) + "\n");
         Render(graph.Get(), stream, "the sound");
     }
     PrintGraph(graph.Get());

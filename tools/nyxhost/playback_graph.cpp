@@ -55,7 +55,7 @@ LONG PlaybackGraph::FramesToCome() const {
     return std::min(options_.frames, Clip().FrameCount() - first_);
 }
 
-void PlaybackGraph::TakeSound(const SourceStream& stream,
+void PlaybackGraph::TakeAudio(const SourceStream& stream,
                               std::function<void(IMediaSample&)> onSample) {
     const ComPtr<IPin> end = AddSink(IsValid, std::move(onSample));
     Check(graph_->ConnectDirect(stream.pin.Get(), end.Get(), nullptr), "the sound cannot be had");

@@ -48,7 +48,7 @@ class PlaybackGraph final : public ClipGraph {
 
     /// Lets `onSample` have the sound of a stream of Clip().Sound() while frames play; before
     /// Play(). What it throws ends the pass. Failure kPlatform.
-    void TakeSound(const SourceStream& stream, std::function<void(IMediaSample&)> onSample);
+    void TakeAudio(const SourceStream& stream, std::function<void(IMediaSample&)> onSample);
 
     /// The name of the decoder that the system found; empty without one.
     const std::string& DecoderName() const { return decoderName_; }
