@@ -76,7 +76,7 @@ void CopyPicture(const DecodeCall& call, const BYTE* from) {
 }  // namespace
 
 void FollowFrameParameters(const FrameParameters& shown, CBasePin& output, IMediaSample* sample) {
-    const VIDEOINFOHEADER2* before = NyxUtil::FormatOf(output.CurrentMediaType()).newer;
+    const VIDEOINFOHEADER2* before = NyxUtil::FormatOf(output.CurrentMediaType()).header2;
     if (!before) {
         return;
     }

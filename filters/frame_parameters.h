@@ -26,7 +26,7 @@ struct FrameParameters {
     PictureAspect aspect;
 };
 
-/// Writes what a frame shows into a block of the newer form.
+/// Writes what a frame shows into a block of the header2 form.
 void ShowFrame(LONG fieldOrder, const PictureAspect& aspect, VIDEOINFOHEADER2* block);
 
 /// Asks the codec about one frame, or with an empty `frame` about the stream. `E_FAIL` when the

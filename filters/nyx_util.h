@@ -16,7 +16,7 @@ enum class PictureKind {
 struct VideoFormat {
     const BITMAPINFOHEADER* header;  ///< null when there is no block; then the rest is zero
     REFERENCE_TIME averageFrameDuration;
-    const VIDEOINFOHEADER2* newer;  ///< the block itself where it has the newer form, else null
+    const VIDEOINFOHEADER2* header2;  ///< the block itself where it has the header2 form, else null
 };
 
 /// Small questions that decoder and encoder filters ask of media types. Stateless; the filters

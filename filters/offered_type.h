@@ -11,7 +11,7 @@ struct OfferedType {
     BITMAPINFOHEADER header;
     REFERENCE_TIME averageFrameDuration;
     DWORD bitRate;
-    LONG fieldOrder;  ///< told by the newer form only, as is the aspect
+    LONG fieldOrder;  ///< told by the header2 form only, as is the aspect
     PictureAspect aspect;
     bool fixedSizeSamples;
 };
