@@ -75,13 +75,13 @@ void CopyPicture(const DecodeCall& call, const BYTE* from) {
 
 }  // namespace
 
-void FollowFrameParameters(const FrameParameters& shown, CBasePin& output, IMediaSample* sample) {
+void UpdateOutputType(const FrameParameters& shown, CBasePin& output, IMediaSample* sample) {
     const VIDEOINFOHEADER2* before = NyxUtil::FormatOf(output.CurrentMediaType()).header2;
     if (!before) {
         return;
     }
     VIDEOINFOHEADER2 block = *before;
-    ShowFrame(shown.fieldOrder, shown.aspect, &block);
+    WriteFrameParameters(shown.fieldOrder, shown.aspect, &block);
     CMediaType type;  // the peer's, since ours may be replaced while it is asked
     if (std::memcmp(&block, before, sizeof(block)) == 0 ||
         FAILED(output.ConnectionMediaType(&type))) {

@@ -22,7 +22,7 @@ HRESULT DecodeSample(ICodec& codec, bool fillsRows, const AM_MEDIA_TYPE& inputTy
 /// Keeps the type of a `VIDEOINFOHEADER2` connection true to a frame that is about to be delivered
 /// with `sample`: rewrites it in place and, where the peer takes it dynamically, lets the sample
 /// carry it. A change that comes with a frame that is not delivered waits for the next one.
-void FollowFrameParameters(const FrameParameters& shown, CBasePin& output, IMediaSample* sample);
+void UpdateOutputType(const FrameParameters& shown, CBasePin& output, IMediaSample* sample);
 
 /// One call of ICodec::Decompress.
 struct DecodeCall {

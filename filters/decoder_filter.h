@@ -24,7 +24,8 @@ struct DecoderSide {
 
     template <class Codec>
     static HRESULT Transform(Codec& codec, CBasePin& input, CBasePin& output,
-                             IMediaSample* inputSample, IMediaSample* outputSample, bool withheld) {
+                             IMediaSample* inputSample, IMediaSample* outputSample,
+                             bool waitingForKeyFrame) {
         bool fillsRows = false;
         if constexpr (std::is_base_of_v<CDvCodecBase, Codec>) {
             // An output of a size of its own, to which a narrower picture is stretched.
@@ -36,8 +37,8 @@ struct DecoderSide {
         const HRESULT result =
             DecodeSample(codec, fillsRows, input.CurrentMediaType(), output.CurrentMediaType(),
                          inputSample, outputSample, &shown);
-        if (result == S_OK && !withheld) {
-            FollowFrameParameters(shown, output, outputSample);
+        if (result == S_OK && !waitingForKeyFrame) {
+            UpdateOutputType(shown, output, outputSample);
         }
         return result;
     }

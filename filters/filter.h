@@ -37,9 +37,9 @@ class NyxFilterImpl : public Base, public Codec, public NyxUtil {
             return E_UNEXPECTED;
         }
         // What the base counts down to a key frame, with this frame still counted.
-        const bool withheld = this->m_nWaitForKey > 1 && input->IsSyncPoint() != S_OK;
+        const bool waitingForKeyFrame = this->m_nWaitForKey > 1 && input->IsSyncPoint() != S_OK;
         return Side::Transform(static_cast<Codec&>(*this), *this->m_pInput, *this->m_pOutput, input,
-                               output, withheld);
+                               output, waitingForKeyFrame);
     }
 
     HRESULT CheckInputType(const CMediaType* input) override {

@@ -13,7 +13,7 @@ PictureAspect PictureAspectOf(LONG width, LONG height, LONG pixelAspectX, LONG p
     return divisor == 0 ? PictureAspect{x, y} : PictureAspect{x / divisor, y / divisor};
 }
 
-void ShowFrame(LONG fieldOrder, const PictureAspect& aspect, VIDEOINFOHEADER2* block) {
+void WriteFrameParameters(LONG fieldOrder, const PictureAspect& aspect, VIDEOINFOHEADER2* block) {
     block->dwInterlaceFlags = NyxUtil::InterlaceFlags(fieldOrder);
     block->dwPictAspectRatioX = static_cast<DWORD>(aspect.x);
     block->dwPictAspectRatioY = static_cast<DWORD>(aspect.y);

@@ -27,7 +27,7 @@ struct FrameParameters {
 };
 
 /// Writes what a frame shows into a block of the header2 form.
-void ShowFrame(LONG fieldOrder, const PictureAspect& aspect, VIDEOINFOHEADER2* block);
+void WriteFrameParameters(LONG fieldOrder, const PictureAspect& aspect, VIDEOINFOHEADER2* block);
 
 /// Asks the codec about one frame, or with an empty `frame` about the stream. `E_FAIL` when the
 /// type has no header; a codec's failure is passed on.

@@ -25,7 +25,7 @@ HRESULT FillVideoInfo2(const OfferedType& offer, CMediaType* type) {
     if (!block) {
         return E_OUTOFMEMORY;
     }
-    ShowFrame(offer.fieldOrder, offer.aspect, block);
+    WriteFrameParameters(offer.fieldOrder, offer.aspect, block);
     return S_OK;
 }
 

@@ -193,7 +193,8 @@ TEST_F(BaseClasses, AfterADiscontinuityThirtyFramesAtMostWaitForAKeyFrame) {
         EXPECT_FALSE(PushTimed());
         EXPECT_EQ(filter->Pause(), S_OK);
         EXPECT_FALSE(PushTimed());
-        EXPECT_EQ(graph->Count(EC_QUALITY_CHANGE), news) << "withheld frames are, once per run";
+        EXPECT_EQ(graph->Count(EC_QUALITY_CHANGE), news)
+            << "waitingForKeyFrame frames are, once per run";
     }
 }
 

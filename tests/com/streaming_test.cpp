@@ -345,14 +345,14 @@ TEST_P(OneDecoder, AChangeOnAFrameThatIsNotDeliveredIsAnnouncedWithTheNext) {
     const Sample next = Through(Frame(5, 3, 1));
     EXPECT_EQ(next.type, ConnectionType(rig.output));
     EXPECT_FALSE(Through(Frame(5, 3, 1)).type);
-    Sample withheld = Frame(7, 3, 1);  // for want of a key frame
-    withheld.discontinuity = true;
-    withheld.syncPoint = false;
+    Sample waitingForKeyFrame = Frame(7, 3, 1);  // for want of a key frame
+    waitingForKeyFrame.discontinuity = true;
+    waitingForKeyFrame.syncPoint = false;
     for (int frame = 1; frame < 30; ++frame) {
-        Through(withheld, {}, 0);
-        withheld.discontinuity = false;
+        Through(waitingForKeyFrame, {}, 0);
+        waitingForKeyFrame.discontinuity = false;
     }
-    EXPECT_TRUE(Through(withheld).type) << "the last one to wait is delivered";
+    EXPECT_TRUE(Through(waitingForKeyFrame).type) << "the last one to wait is delivered";
 }
 
 TEST_P(Streaming, LongRunsLoseNoMemory) {
