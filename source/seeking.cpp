@@ -68,16 +68,16 @@ HRESULT STDMETHODCALLTYPE PinSeeking::SetTimeFormat(const GUID* format) {
     return supported == S_FALSE ? E_INVALIDARG : supported;
 }
 
-HRESULT PinSeeking::Give(LONGLONG* value, REFERENCE_TIME time) const {
+HRESULT PinSeeking::PutTime(LONGLONG* value, REFERENCE_TIME time) const {
     return Put(value, Convert(time, TIME_FORMAT_MEDIA_TIME, UsedFormat(), frame_));
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetDuration(LONGLONG* duration) {
-    return Give(duration, target_->Duration());
+    return PutTime(duration, target_->Duration());
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetStopPosition(LONGLONG* stop) {
-    return Give(stop, target_->CurrentSegment().stop);
+    return PutTime(stop, target_->CurrentSegment().stop);
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::ConvertTimeFormat(LONGLONG* target, const GUID* targetFormat,
@@ -92,15 +92,15 @@ HRESULT STDMETHODCALLTYPE PinSeeking::ConvertTimeFormat(LONGLONG* target, const 
 
 /// Where a position of SetPositions lies, kept inside the file; `base` is what it may be relative
 /// to.
-HRESULT PinSeeking::Moved(const LONGLONG* value, DWORD how, REFERENCE_TIME base,
-                          REFERENCE_TIME* time) const {
+HRESULT PinSeeking::ResolvePosition(const LONGLONG* value, DWORD how, REFERENCE_TIME base,
+                                    REFERENCE_TIME* time) const {
     if (how == AM_SEEKING_NoPositioning) {
         return S_OK;
     }
     CheckPointer(value, E_POINTER);
     LONGLONG origin = 0;
     if (how != AM_SEEKING_AbsolutePositioning) {
-        Give(&origin, base);
+        PutTime(&origin, base);
     }
     const LONGLONG place = av_sat_add64(origin, *value);
     *time = std::clamp<REFERENCE_TIME>(Convert(place, UsedFormat(), TIME_FORMAT_MEDIA_TIME, frame_),
@@ -121,10 +121,10 @@ HRESULT STDMETHODCALLTYPE PinSeeking::SetPositions(LONGLONG* current, DWORD curr
     const Segment now = target_->CurrentSegment();
     REFERENCE_TIME start = now.start;
     REFERENCE_TIME end = now.stop;
-    HRESULT result = Moved(current, currentHow, now.start, &start);
+    HRESULT result = ResolvePosition(current, currentHow, now.start, &start);
     if (SUCCEEDED(result)) {
         const bool fromStart = stopHow == AM_SEEKING_IncrementalPositioning;
-        result = Moved(stop, stopHow, fromStart ? start : now.stop, &end);
+        result = ResolvePosition(stop, stopHow, fromStart ? start : now.stop, &end);
     }
     if (SUCCEEDED(result) && currentHow != AM_SEEKING_NoPositioning) {
         result = target_->SeekTo(this, start, end);
@@ -143,9 +143,9 @@ HRESULT STDMETHODCALLTYPE PinSeeking::SetPositions(LONGLONG* current, DWORD curr
 HRESULT STDMETHODCALLTYPE PinSeeking::GetPositions(LONGLONG* current, LONGLONG* stop) {
     const Segment now = target_->CurrentSegment();
     if (current) {
-        Give(current, now.start);
+        PutTime(current, now.start);
     }
-    return stop ? Give(stop, now.stop) : S_OK;
+    return stop ? PutTime(stop, now.stop) : S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetAvailable(LONGLONG* earliest, LONGLONG* latest) {
@@ -157,7 +157,7 @@ HRESULT STDMETHODCALLTYPE PinSeeking::GetAvailable(LONGLONG* earliest, LONGLONG*
 
 HRESULT STDMETHODCALLTYPE PinSeeking::SetRate(double rate) {
     // Written so that what is no number is refused too.
-    return rate > 0.0 && rate <= kFastest ? target_->PlayAt(rate) : E_INVALIDARG;
+    return rate > 0.0 && rate <= kFastest ? target_->SetPlaybackRate(rate) : E_INVALIDARG;
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetRate(double* rate) {

@@ -25,7 +25,7 @@ class Seekable {
     /// Moves the end alone.
     virtual HRESULT StopAt(REFERENCE_TIME stop) = 0;
     /// Plays on at another rate, from where it is.
-    virtual HRESULT PlayAt(double rate) = 0;
+    virtual HRESULT SetPlaybackRate(double rate) = 0;
 
   protected:
     ~Seekable() = default;
@@ -62,10 +62,10 @@ class PinSeeking : public IMediaSeeking {
     ~PinSeeking() = default;
 
   private:
-    HRESULT Moved(const LONGLONG* value, DWORD how, REFERENCE_TIME base,
-                  REFERENCE_TIME* time) const;
+    HRESULT ResolvePosition(const LONGLONG* value, DWORD how, REFERENCE_TIME base,
+                            REFERENCE_TIME* time) const;
     GUID UsedFormat() const { return countsFrames_ ? TIME_FORMAT_FRAME : TIME_FORMAT_MEDIA_TIME; }
-    HRESULT Give(LONGLONG* value, REFERENCE_TIME time) const;
+    HRESULT PutTime(LONGLONG* value, REFERENCE_TIME time) const;
 
     Seekable* const target_;
     const AVRational frame_;  ///< seconds

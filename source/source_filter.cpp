@@ -87,7 +87,7 @@ HRESULT FootageSource::OpenFile(const wchar_t* path) {
     if (FAILED(result)) {
         return result;
     }
-    askers_.reserve(pins.size());
+    pinsThatSought_.reserve(pins.size());
     path_ = std::move(kept);
     file_ = std::move(file);
     readAhead_ = std::move(readAhead);
@@ -178,7 +178,7 @@ HRESULT FootageSource::StartStreaming() {
     } catch (const std::exception&) {
         return E_OUTOFMEMORY;  // there is no memory, or can be no thread
     }
-    StopPins();
+    ApplyStopTime();
     constexpr REFERENCE_TIME kNever = std::numeric_limits<REFERENCE_TIME>::max();
     const REFERENCE_TIME cut = file_->rawDv().FirstRefused(
         segment_.start, kNever,
@@ -193,7 +193,7 @@ HRESULT FootageSource::StartStreaming() {
 }
 
 /// Tells the pins where to stop: nowhere for the file's end, which may be estimated, or grow.
-void FootageSource::StopPins() {
+void FootageSource::ApplyStopTime() {
     const bool toTheEnd = segment_.stop >= file_->duration();
     for (const auto& pin : pins_) {
         pin->StopAt(toTheEnd ? std::numeric_limits<REFERENCE_TIME>::max() : segment_.stop);
@@ -230,7 +230,7 @@ Segment FootageSource::CurrentSegment() {
     return segment_;
 }
 
-void FootageSource::Keep(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) {
+void FootageSource::SetSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) {
     CAutoLock lock(&stateLock_);
     segment_ = {start, stop, rate};
 }
@@ -238,15 +238,16 @@ void FootageSource::Keep(REFERENCE_TIME start, REFERENCE_TIME stop, double rate)
 HRESULT FootageSource::SeekTo(const void* pin, REFERENCE_TIME start, REFERENCE_TIME stop) {
     CAutoLock lock(&lock_);
     const bool same = segment_.start == start && segment_.stop == stop;
-    if (!same || std::find(askers_.begin(), askers_.end(), pin) != askers_.end()) {
-        askers_.clear();
+    if (!same ||
+        std::find(pinsThatSought_.begin(), pinsThatSought_.end(), pin) != pinsThatSought_.end()) {
+        pinsThatSought_.clear();
     }
-    const bool repeated = !askers_.empty();
-    askers_.push_back(pin);
+    const bool repeated = !pinsThatSought_.empty();
+    pinsThatSought_.push_back(pin);
     if (repeated) {
         return S_OK;
     }
-    Keep(start, stop, segment_.rate);
+    SetSegment(start, stop, segment_.rate);
     return Flush();
 }
 
@@ -255,12 +256,12 @@ HRESULT FootageSource::StopAt(REFERENCE_TIME stop) {
     if (stop == segment_.stop) {
         return S_OK;
     }
-    Keep(segment_.start, stop, segment_.rate);
-    StopPins();
+    SetSegment(segment_.start, stop, segment_.rate);
+    ApplyStopTime();
     return S_OK;
 }
 
-HRESULT FootageSource::PlayAt(double rate) {
+HRESULT FootageSource::SetPlaybackRate(double rate) {
     CAutoLock lock(&lock_);
     if (rate == segment_.rate) {
         return S_OK;
@@ -268,7 +269,7 @@ HRESULT FootageSource::PlayAt(double rate) {
     const auto connected = std::find_if(pins_.begin(), pins_.end(),
                                         [](const auto& pin) { return pin->IsConnected(); });
     const bool plays = !IsStopped() && connected != pins_.end();
-    Keep(plays ? (*connected)->position() : segment_.start, segment_.stop, rate);
+    SetSegment(plays ? (*connected)->position() : segment_.start, segment_.stop, rate);
     return Flush();
 }
 

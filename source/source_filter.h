@@ -50,16 +50,16 @@ class FootageSource final : public CBaseFilter,
     Segment CurrentSegment() override;
     HRESULT SeekTo(const void* pin, REFERENCE_TIME start, REFERENCE_TIME stop) override;
     HRESULT StopAt(REFERENCE_TIME stop) override;
-    HRESULT PlayAt(double rate) override;
+    HRESULT SetPlaybackRate(double rate) override;
 
   private:
     explicit FootageSource(LPUNKNOWN outer);
 
-    void Keep(REFERENCE_TIME start, REFERENCE_TIME stop, double rate);
+    void SetSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate);
     HRESULT OpenFile(const wchar_t* path);
     void ReportLeftOut();
     HRESULT StartStreaming();
-    void StopPins();
+    void ApplyStopTime();
     void FinishStreaming();
     HRESULT Flush();
 
@@ -73,7 +73,7 @@ class FootageSource final : public CBaseFilter,
     std::unique_ptr<ReadAhead> readAhead_;
     std::vector<std::unique_ptr<SourcePin>> pins_;
     Segment segment_;
-    std::vector<const void*> askers_;  ///< pins that asked for the segment as it is
+    std::vector<const void*> pinsThatSought_;  ///< pins that asked for the segment as it is
 };
 
 }  // namespace nyx::source

@@ -18,7 +18,7 @@ constexpr long kAudioBuffers = 4;
 constexpr int kAudioBuffersPerSecond = 5;
 
 /// Downstream takes nothing more for now, by its own will: a stop, a flush.
-bool IsQuietEnd(HRESULT result) {
+bool EndsStream(HRESULT result) {
     return result == kCancelled || result == VFW_E_WRONG_STATE || result == VFW_E_NOT_COMMITTED;
 }
 
@@ -146,7 +146,7 @@ void SourcePin::DeliverSamples() {
         }
     }
     filled_.Close();
-    if (!IsQuietEnd(result)) {
+    if (!EndsStream(result)) {
         if (result == S_FALSE && reachedCut_) {
             constexpr int kMillisecond = kUnits / 1000;
             m_pFilter->NotifyEvent(EC_STREAM_ERROR_STOPPED, VFW_E_TYPE_NOT_ACCEPTED,
