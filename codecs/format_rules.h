@@ -12,7 +12,7 @@
 
 namespace nyx {
 
-/// When a pair is allowed, by the caller's alpha flag.
+/// Condition a pair is allowed, by the caller's alpha flag.
 enum class AlphaFlag { kAny, kMustBeSet, kMustBeClear };
 
 /// One allowed pair.

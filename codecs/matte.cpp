@@ -12,7 +12,7 @@ namespace {
 struct MatteRow {
     DWORD fourcc;
     std::size_t pixelBytes;
-    When studioRange;
+    Condition studioRange;
     DWORD alpha;
     DWORD lowest;
     DWORD highest;
@@ -23,15 +23,15 @@ constexpr DWORD kFloatNeutral = 0x3F008081;  // 128/255
 constexpr DWORD kFloatInfinity = 0x7F800000;
 
 constexpr MatteRow kRows[] = {
-    {BI_RGB, 4, When::kNo, 0xFF000000, 0x01000000, 0xFF000000, {0}},
-    {BI_RGB, 4, When::kYes, 0xFF000000, 0x01000000, 0xFF000000, {0x00101010}},
-    {FourCC("v408"), 4, When::kAny, 0xFF000000, 0x11000000, 0xFF000000, {0x10801080}},
-    {FourCC("r408"), 4, When::kAny, 0xFF, 1, 0xFF, {0x80800000}},
-    {FourCC("b64a"), 8, When::kAny, 0xFFFF, 1, 0xFFFF, {0, 0}},
+    {BI_RGB, 4, Condition::kNo, 0xFF000000, 0x01000000, 0xFF000000, {0}},
+    {BI_RGB, 4, Condition::kYes, 0xFF000000, 0x01000000, 0xFF000000, {0x00101010}},
+    {FourCC("v408"), 4, Condition::kAny, 0xFF000000, 0x11000000, 0xFF000000, {0x10801080}},
+    {FourCC("r408"), 4, Condition::kAny, 0xFF, 1, 0xFF, {0x80800000}},
+    {FourCC("b64a"), 8, Condition::kAny, 0xFFFF, 1, 0xFFFF, {0, 0}},
     // The positive floats: neither negative ones, whose top bit is set, nor what is not a number.
     {FourCC("r4fl"),
      16,
-     When::kAny,
+     Condition::kAny,
      ~DWORD{0},
      1,
      kFloatInfinity,

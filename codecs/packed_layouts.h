@@ -45,7 +45,7 @@ constexpr const PackedRow& kPackedRow = kPackedRows[static_cast<std::size_t>(kLa
 
 /// Samples on their way to bytes are 8-bit codes; on their way to floats they are fractions of a
 /// code where the source has more bits, and alpha is 0 to 1.
-constexpr BYTE Stored(const PackedRow& layout, PairPlace place, int code) {
+constexpr BYTE ToStored(const PackedRow& layout, PairPlace place, int code) {
     if (place >= kA0 && layout.studioAlpha) {
         code = (code * 219 + 127) / 255 + 16;
     } else if (place <= kY1 && layout.rebasedLuma) {
@@ -53,7 +53,7 @@ constexpr BYTE Stored(const PackedRow& layout, PairPlace place, int code) {
     }
     return static_cast<BYTE>(code);
 }
-constexpr float Stored(const PackedRow&, PairPlace place, float code) {
+constexpr float ToStored(const PackedRow&, PairPlace place, float code) {
     constexpr float kUnit = 0.003921569f;  // 1/255
     if (place <= kY1) {
         return std::clamp((code - kBlackLuma) * kUnit, -0.0627451f, 0.9372549f);
@@ -62,31 +62,31 @@ constexpr float Stored(const PackedRow&, PairPlace place, float code) {
 }
 
 /// Turns Stored round; bytes give 0 to 255, floats anything, not a number as well.
-constexpr int Loaded(const PackedRow& layout, PairPlace place, BYTE stored) {
+constexpr int FromStored(const PackedRow& layout, PairPlace place, BYTE stored) {
     if (place >= kA0 && layout.studioAlpha) {
         return (std::clamp(stored - 16, 0, 219) * 255 + 109) / 219;
     }
     return place <= kY1 && layout.rebasedLuma ? std::min(stored + kBlackLuma, 255) : stored;
 }
-constexpr float Loaded(const PackedRow&, PairPlace place, float stored) {
+constexpr float FromStored(const PackedRow&, PairPlace place, float stored) {
     return place >= kA0 ? stored : stored * 255 + (place <= kY1 ? kBlackLuma : 0);
 }
 
 /// A sample's distance from `zero` times alpha, rounded.
-constexpr int Weigh(int sample, int alpha, int zero) {
+constexpr int Premultiply(int sample, int alpha, int zero) {
     return ((sample - zero) * alpha + zero * 255 + 127) / 255;
 }
-constexpr float Weigh(float sample, float alpha, int zero) {
+constexpr float Premultiply(float sample, float alpha, int zero) {
     return (sample - static_cast<float>(zero)) * alpha + static_cast<float>(zero);
 }
 
-/// Turns Weigh round. Where nothing is left of a sample it is `zero`.
-constexpr int Unweigh(int sample, int alpha, int zero) {
+/// Turns Premultiply round. Where nothing is left of a sample it is `zero`.
+constexpr int Unpremultiply(int sample, int alpha, int zero) {
     return alpha == 0
                ? zero
                : std::clamp(((sample - zero) * 255 + zero * alpha + alpha / 2) / alpha, 0, 255);
 }
-constexpr float Unweigh(float sample, float alpha, int zero) {
+constexpr float Unpremultiply(float sample, float alpha, int zero) {
     const auto from = static_cast<float>(zero);
     return alpha > 0 ? (sample - from) / alpha + from : from;
 }
@@ -128,13 +128,13 @@ void PutPair(const PixelPair<int>& samples, bool premultiplied, BYTE* to) {
     for (std::size_t i = 0; i < kA0; ++i) {
         SampleDepth<kBits>::ToCode(samples[i], &pair[i]);
         if (premultiplied) {
-            pair[i] =
-                Weigh(pair[i], pair[i == kY1 ? kA1 : kA0], i < kCb ? kBlackLuma : kNeutralChroma);
+            pair[i] = Premultiply(pair[i], pair[i == kY1 ? kA1 : kA0],
+                                  i < kCb ? kBlackLuma : kNeutralChroma);
         }
     }
     std::conditional_t<kRow.floats, float, BYTE> stored[kRow.count];
     for (std::size_t i = 0; i < kRow.count; ++i) {
-        stored[i] = Stored(kRow, kRow.order[i], pair[kRow.order[i]]);
+        stored[i] = ToStored(kRow, kRow.order[i], pair[kRow.order[i]]);
     }
     std::memcpy(to, stored, sizeof(stored));
 }
@@ -147,12 +147,12 @@ PixelPair<int> GetPair(const BYTE* from, bool premultiplied) {
     std::memcpy(stored, from, sizeof(stored));
     PixelPair<std::conditional_t<kRow.floats, float, int>> pair = {0, 0, 0, 0, 255, 255};
     for (std::size_t i = kRow.count; i-- > 0;) {
-        pair[kRow.order[i]] = Loaded(kRow, kRow.order[i], stored[i]);
+        pair[kRow.order[i]] = FromStored(kRow, kRow.order[i], stored[i]);
     }
     PixelPair<int> samples;
     for (std::size_t i = 0; i < kA0; ++i) {
-        const auto code = premultiplied ? Unweigh(pair[i], pair[i == kY1 ? kA1 : kA0],
-                                                  i < kCb ? kBlackLuma : kNeutralChroma)
+        const auto code = premultiplied ? Unpremultiply(pair[i], pair[i == kY1 ? kA1 : kA0],
+                                                        i < kCb ? kBlackLuma : kNeutralChroma)
                                         : pair[i];
         samples[i] = SampleDepth<kBits>::FromCode(code);
     }

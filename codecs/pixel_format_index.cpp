@@ -8,8 +8,8 @@
 namespace nyx {
 namespace {
 
-bool Meets(When term, bool is) {
-    return term == When::kAny || (term == When::kYes) == is;
+bool Matches(Condition term, bool is) {
+    return term == Condition::kAny || (term == Condition::kYes) == is;
 }
 
 bool IsLayoutOf(const PixelFormatRow& row, const BITMAPINFOHEADER& header) {
@@ -29,10 +29,10 @@ int IndexOf(const SurfaceRequest& request) {
     const bool highDefinition = IsHighDefinition(request.compressedWidth, header.biHeight);
     const auto* row =
         std::find_if(kPixelFormats.begin(), kPixelFormats.end(), [&](const PixelFormatRow& r) {
-            return IsLayoutOf(r, header) && Meets(r.highDefinition, highDefinition) &&
-                   Meets(r.studioRange, request.colorSpace != 0) &&
-                   Meets(r.alphaAsked, request.alphaRequested) &&
-                   Meets(r.streamAlpha, request.streamAlpha);
+            return IsLayoutOf(r, header) && Matches(r.highDefinition, highDefinition) &&
+                   Matches(r.studioRange, request.colorSpace != 0) &&
+                   Matches(r.alphaAsked, request.alphaRequested) &&
+                   Matches(r.streamAlpha, request.streamAlpha);
         });
     return static_cast<int>(row - kPixelFormats.begin());
 }

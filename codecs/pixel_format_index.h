@@ -34,23 +34,23 @@ enum class PackedLayout { k2vuy, kV408, kR408, kR4fl };
 constexpr int kPackedLayouts = 4;
 
 /// What a term of a frame has to be for a row of the table.
-enum class When : signed char { kNo, kYes, kAny };
+enum class Condition : signed char { kNo, kYes, kAny };
 
 /// What an index stands for. A frame's index is the first row that it meets all terms of.
 struct PixelFormatRow {
     DWORD fourcc;
     WORD bitCount;       ///< 0: any
     LONG bytesPerPixel;  ///< as reported to the engines
-    When highDefinition;
-    When studioRange;  ///< the codec's color_space is not 0
-    When alphaAsked;   ///< by the caller
-    When streamAlpha;  ///< the compressed stream carries alpha
+    Condition highDefinition;
+    Condition studioRange;  ///< the codec's color_space is not 0
+    Condition alphaAsked;   ///< by the caller
+    Condition streamAlpha;  ///< the compressed stream carries alpha
     std::optional<PackedLayout> packed;
 };
 
 constexpr std::array<PixelFormatRow, kPixelFormatCount> kPixelFormats = [] {
     using Packed = PackedLayout;
-    constexpr When no = When::kNo, yes = When::kYes, any = When::kAny;
+    constexpr Condition no = Condition::kNo, yes = Condition::kYes, any = Condition::kAny;
     return std::array<PixelFormatRow, kPixelFormatCount>{{
         // fourcc, bits, bytes, HD, studio range, alpha asked, stream alpha, packed
         {FourCC("YUY2"), 0, 2, any, any, any, any, {}},
@@ -85,7 +85,7 @@ constexpr std::array<PixelFormatRow, kPixelFormatCount> kPixelFormats = [] {
 /// Whether the layout of an index has a channel that keeps the stream's alpha; "2vuy" has none.
 constexpr bool KeepsAlpha(int index) {
     const PixelFormatRow& row = kPixelFormats[static_cast<std::size_t>(index)];
-    return row.streamAlpha == When::kYes && row.packed != PackedLayout::k2vuy;
+    return row.streamAlpha == Condition::kYes && row.packed != PackedLayout::k2vuy;
 }
 
 /// An uncompressed picture as a codec or an engine walks it.

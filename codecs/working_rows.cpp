@@ -43,7 +43,7 @@ constexpr const PixelFormatRow& FormatOf(int index) {
 }
 
 constexpr bool HasStreamAlpha(int index) {
-    return FormatOf(index).streamAlpha == When::kYes;
+    return FormatOf(index).streamAlpha == Condition::kYes;
 }
 
 /// The alpha of a pixel as a row that keeps none, or has no plane, knows it: opaque.
@@ -94,7 +94,8 @@ constexpr DWORD kWorking = FourCC("W210");
 constexpr LONG kDeepPixelBytes = 8;
 
 template <int kIndex>
-constexpr DWORD kYuvFlags = FormatOf(kIndex).highDefinition == When::kYes ? kYuvBt709 : kYuvBt601;
+constexpr DWORD kYuvFlags = FormatOf(kIndex).highDefinition == Condition::kYes ? kYuvBt709
+                                                                               : kYuvBt601;
 
 void SetBigEndian(BYTE* at, DWORD word) {
     at[0] = static_cast<BYTE>(word >> 8);

@@ -13,7 +13,7 @@ constexpr DWORD kFirstExtendedLeaf = 0x80000000;
 constexpr int kExtendedFeatures = CpuInfo::kStandardSlots + 1;
 
 /// What must hold beside a flag's own bit.
-enum class Also { kNothing, kSseUsable, kAvxUsable, kSeveralProcessors };
+enum class Requirement { kNothing, kSseUsable, kAvxUsable, kSeveralProcessors };
 
 /// One flag: a bit of a word of a slot of the record.
 struct Flag {
@@ -21,7 +21,7 @@ struct Flag {
     int slot;
     DWORD CpuidWords::*word;
     int bit;
-    Also also = Also::kNothing;
+    Requirement requirement = Requirement::kNothing;
 };
 
 constexpr auto kEbx = &CpuidWords::ebx;
@@ -40,30 +40,30 @@ constexpr Flag kFlags[] = {
     {23, kExtendedFeatures, kEdx, 30},
     {25, kExtendedFeatures, kEdx, 22},
     kSse,
-    {27, 1, kEdx, 25, Also::kSseUsable},
-    {28, 1, kEdx, 26, Also::kSseUsable},
+    {27, 1, kEdx, 25, Requirement::kSseUsable},
+    {28, 1, kEdx, 26, Requirement::kSseUsable},
     {29, 1, kEcx, 0},
     {kCpuSsse3, 1, kEcx, 9},
     {kCpuSse41, 1, kEcx, 19},
     {32, 1, kEcx, 20},
     {33, kExtendedFeatures, kEcx, 11},
-    {34, 1, kEdx, 28, Also::kSeveralProcessors},
-    {35, 1, kEcx, 28, Also::kAvxUsable},
-    {36, 1, kEcx, 12, Also::kAvxUsable},
-    {37, 7, kEbx, 5, Also::kAvxUsable},
+    {34, 1, kEdx, 28, Requirement::kSeveralProcessors},
+    {35, 1, kEcx, 28, Requirement::kAvxUsable},
+    {36, 1, kEcx, 12, Requirement::kAvxUsable},
+    {37, 7, kEbx, 5, Requirement::kAvxUsable},
 };
 
 bool Bit(const CpuInfo& info, const Flag& flag) {
     return (info.leaves[flag.slot].*flag.word >> flag.bit & 1) != 0;
 }
 
-bool Holds(const CpuInfo& info, Also also) {
-    switch (also) {
-        case Also::kSseUsable:
+bool Holds(const CpuInfo& info, Requirement requirement) {
+    switch (requirement) {
+        case Requirement::kSseUsable:
             return Bit(info, kSse) && info.sseUsable;
-        case Also::kAvxUsable:
+        case Requirement::kAvxUsable:
             return (info.xcr0Low & 6) == 6 && Bit(info, kOsSavesState) && Bit(info, kAvx);
-        case Also::kSeveralProcessors:
+        case Requirement::kSeveralProcessors:
             return (info.leaves[1].ebx >> 16 & 0xFF) >= 2;
         default:
             return true;
@@ -188,7 +188,7 @@ LONG HasCpuFeature(const CpuInfo& info, LONG index) {
         return index == 0 ? VendorCode(info) : 1;
     }
     for (const Flag& flag : kFlags) {
-        if (flag.index == index && Bit(info, flag) && Holds(info, flag.also)) {
+        if (flag.index == index && Bit(info, flag) && Holds(info, flag.requirement)) {
             return 1;
         }
     }
