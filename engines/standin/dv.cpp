@@ -64,8 +64,9 @@ LONG Decode(LONG flags, const BYTE* frame, const Surface& surface, LONG code) {
         return kBadRecord;
     }
     Picture picture = MakeUp(*format, frame);
-    return Move(Way::kStore, kCodes, static_cast<DWORD>(code), surface, &picture) ? kDone
-                                                                                  : kBadRecord;
+    return Copy(Direction::kStore, kCodes, static_cast<DWORD>(code), surface, &picture)
+               ? kDone
+               : kBadRecord;
 }
 
 LONG Encode(LONG flags, BYTE* frame, const Surface& source) {

@@ -65,7 +65,7 @@ LONG DecodePicture(const MpegIntraPictureRecord& record) {
     picture->samples.erase(picture->samples.begin(),
                            picture->samples.begin() + (first - picture->samples.data()));
     picture->height = record.height;
-    Move(Way::kStore, kCodes, 0,
+    Copy(Direction::kStore, kCodes, 0,
          {static_cast<BYTE*>(record.destination), record.stride, record.bytesPerPixel}, &*picture);
     return kDone;
 }
@@ -73,7 +73,7 @@ LONG DecodePicture(const MpegIntraPictureRecord& record) {
 LONG EncodePicture(const BYTE* source, LONG stride, LONG width, LONG height, LONG quantScale,
                    BYTE* output, DWORD capacity) {
     Picture picture(width, height, false);
-    Move(Way::kLoad, kCodes, 0, {const_cast<BYTE*>(source), stride, 2}, &picture);
+    Copy(Direction::kLoad, kCodes, 0, {const_cast<BYTE*>(source), stride, 2}, &picture);
     return EncodeFrame(kTag, picture, quantScale * 4, output, capacity);
 }
 

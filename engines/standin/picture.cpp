@@ -17,23 +17,23 @@ constexpr int kAlphaBlockAt = 512;
 constexpr int kBlockBytes = 1024;
 constexpr int kCallbackRows = 8;
 
-void MoveSample(Way way, BYTE* byte, std::uint16_t* sample) {
-    if (way == Way::kStore) {
+void CopySample(Direction direction, BYTE* byte, std::uint16_t* sample) {
+    if (direction == Direction::kStore) {
         *byte = static_cast<BYTE>(std::min((*sample + 2) >> 2, 255));
     } else {
         *sample = static_cast<std::uint16_t>(*byte << 2);
     }
 }
 
-void MoveAlpha(Way way, BYTE* byte, std::uint16_t* alpha) {
-    if (way == Way::kStore) {
+void CopyAlpha(Direction direction, BYTE* byte, std::uint16_t* alpha) {
+    if (direction == Direction::kStore) {
         *byte = static_cast<BYTE>((*alpha * 255 + 511) / 1023);
     } else {
         *alpha = static_cast<std::uint16_t>((*byte * 1023 + 127) / 255);
     }
 }
 
-bool MoveRgb(Way way, DWORD_PTR place, const Surface& surface, Picture* picture) {
+bool CopyRgb(Direction direction, DWORD_PTR place, const Surface& surface, Picture* picture) {
     constexpr DWORD kWorking = nyx::FourCC("W210");
     const DWORD yuvFlags = place < 2 ? nyx::kYuvBt709 : nyx::kYuvBt601;
     const DWORD rgbFlags = place % 2 == 0 ? nyx::kRgbFullRange : nyx::kRgbStudioRange;
@@ -44,14 +44,14 @@ bool MoveRgb(Way way, DWORD_PTR place, const Surface& surface, Picture* picture)
     const nyx::ImagePlane yuv = {reinterpret_cast<BYTE*>(picture->samples.data()),
                                  picture->width * 4, 0};
     const HRESULT result =
-        way == Way::kStore
+        direction == Direction::kStore
             ? nyx::ConvertFromYuv(&yuv, nullptr, kWorking, yuvFlags, 0, &rgb, fourcc, rgbFlags, 0,
                                   picture->width, picture->height)
             : nyx::ConvertToYuv(&rgb, fourcc, rgbFlags, nullptr, &yuv, nullptr, kWorking, yuvFlags,
                                 0, picture->width, picture->height);
     for (int y = 0; bytes == 4 && !picture->alpha.empty() && y < picture->height; ++y) {
         for (int x = 0; x < picture->width; ++x) {
-            MoveAlpha(way, &surface.row(y)[4 * x + 3], &picture->alphaRow(y)[x]);
+            CopyAlpha(direction, &surface.row(y)[4 * x + 3], &picture->alphaRow(y)[x]);
         }
     }
     return SUCCEEDED(result);
@@ -59,11 +59,12 @@ bool MoveRgb(Way way, DWORD_PTR place, const Surface& surface, Picture* picture)
 
 }  // namespace
 
-bool Move(Way way, const Codes& codes, DWORD_PTR code, const Surface& surface, Picture* picture) {
+bool Copy(Direction direction, const Codes& codes, DWORD_PTR code, const Surface& surface,
+          Picture* picture) {
     if (code == codes.yuy2 && surface.bytesPerPixel == 2) {
         for (int y = 0; y < picture->height; ++y) {
             for (int i = 0; i < 2 * picture->width; ++i) {
-                MoveSample(way, &surface.row(y)[i], &picture->row(y)[i]);
+                CopySample(direction, &surface.row(y)[i], &picture->row(y)[i]);
             }
         }
         return true;
@@ -72,11 +73,11 @@ bool Move(Way way, const Codes& codes, DWORD_PTR code, const Surface& surface, P
     const DWORD step = surface.bytesPerPixel == 3 ? codes.rgb24Step : codes.rgb32Step;
     const DWORD_PTR place = (first - code) / step;
     return surface.bytesPerPixel >= 3 && surface.bytesPerPixel <= 4 && code <= first && place < 4 &&
-           code == first - place * step && MoveRgb(way, place, surface, picture);
+           code == first - place * step && CopyRgb(direction, place, surface, picture);
 }
 
 void MoveBlocks(
-    Way way, const Surface& surface, Picture* picture,
+    Direction direction, const Surface& surface, Picture* picture,
     const std::function<void(BYTE* at, BYTE* block, LONG width, LONG rows, bool clear)>& call) {
     for (int y0 = 0; y0 < picture->height; y0 += kBlockSide) {
         for (int x0 = 0; x0 < picture->width; x0 += kBlockSide) {
@@ -89,22 +90,22 @@ void MoveBlocks(
                     BYTE* const row = block + y * kBlockRowBytes;
                     for (int x = 0; x < width; ++x) {
                         std::uint16_t* const luma = picture->row(y0 + y) + 2 * (x0 + x);
-                        MoveSample(way, &row[x], luma);
-                        MoveSample(way, &row[(x % 2 == 0 ? kCbAt : kCrAt) + x / 2], luma + 1);
+                        CopySample(direction, &row[x], luma);
+                        CopySample(direction, &row[(x % 2 == 0 ? kCbAt : kCrAt) + x / 2], luma + 1);
                         if (!picture->alpha.empty()) {
                             std::uint16_t* const alpha = picture->alphaRow(y0 + y) + x0 + x;
-                            MoveAlpha(way, &row[kAlphaBlockAt + x], alpha);
+                            CopyAlpha(direction, &row[kAlphaBlockAt + x], alpha);
                             clear = clear && *alpha == 0;
                         }
                     }
                 }
             };
-            if (way == Way::kStore) {
+            if (direction == Direction::kStore) {
                 move();
             }
             call(surface.row(y0) + std::ptrdiff_t{x0} * surface.bytesPerPixel, block, width, rows,
                  clear);
-            if (way == Way::kLoad) {
+            if (direction == Direction::kLoad) {
                 move();
             }
         }

@@ -44,7 +44,7 @@ struct Surface {
 };
 
 /// Whether samples go to the surface or come from it.
-enum class Way { kStore, kLoad };
+enum class Direction { kStore, kLoad };
 
 /// An engine's numbers for the layouts that it stores itself. Those of RGB count down in steps:
 /// high definition full range, high definition studio range, then standard definition in both.
@@ -59,12 +59,13 @@ struct Codes {
 /// Moves a picture between samples and a numbered layout; the surface's bytes per pixel decide
 /// where numbers are used twice. RGB 32-bit has alpha in its fourth byte, 255 without. False for an
 /// unknown number, and where the conversion library refuses.
-bool Move(Way way, const Codes& codes, DWORD_PTR code, const Surface& surface, Picture* picture);
+bool Copy(Direction direction, const Codes& codes, DWORD_PTR code, const Surface& surface,
+          Picture* picture);
 
 /// Moves a picture through a row callback of 16 by 16 blocks of bytes. `call` is given the block's
 /// place in the surface, the block, its width and rows, and whether it is transparent throughout.
 void MoveBlocks(
-    Way way, const Surface& surface, Picture* picture,
+    Direction direction, const Surface& surface, Picture* picture,
     const std::function<void(BYTE* at, BYTE* block, LONG width, LONG rows, bool clear)>& call);
 
 /// The row callbacks that take 10-bit rows, and alpha rows or null, as they are.

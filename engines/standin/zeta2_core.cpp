@@ -44,9 +44,10 @@ struct Zeta2 {
         return {static_cast<BYTE*>(record.plane->data), record.plane->stride,
                 code == kCodes.yuy2 ? 2 : (code % 2 != 0 ? 3 : 4)};
     }
-    static bool Move(Way way, nyx::PixelFormatCode code, const Surface& surface, Picture* picture) {
+    static bool Copy(Direction direction, nyx::PixelFormatCode code, const Surface& surface,
+                     Picture* picture) {
         if (!IsAddress(code)) {
-            return standin::Move(way, kCodes, code, surface, picture);
+            return standin::Copy(direction, kCodes, code, surface, picture);
         }
         MoveWorkingRows(surface, reinterpret_cast<WorkingRowsCallback>(code), picture);
         return true;

@@ -47,13 +47,14 @@ struct ZetaAlpha : ZetaRecords {
         return std::max(w * h * 48 / 10, ((w + 15) / 16) * ((h + 15) / 16) * 32);
     }
     static bool HasAlpha(const EncodeRecord&) { return true; }
-    static bool Move(Way way, nyx::PixelFormatCode code, const Surface& surface, Picture* picture) {
+    static bool Copy(Direction direction, nyx::PixelFormatCode code, const Surface& surface,
+                     Picture* picture) {
         if (!IsAddress(code)) {
-            return standin::Move(way, kCodes, code, surface, picture);
+            return standin::Copy(direction, kCodes, code, surface, picture);
         }
-        MoveBlocks(way, surface, picture,
+        MoveBlocks(direction, surface, picture,
                    [&](BYTE* at, BYTE* block, LONG width, LONG rows, bool clear) {
-                       if (way == Way::kLoad) {
+                       if (direction == Direction::kLoad) {
                            reinterpret_cast<const EncodeSlot*>(code)->reader(at, surface.stride, 0,
                                                                              0, block, width, rows);
                            return;

@@ -29,14 +29,16 @@ struct ZetaCore : ZetaRecords {
     static DWORD LengthOf(const DecodeRecord& record) { return record.codedLength; }
     static std::size_t CapacityOf(const EncodeRecord& record) { return record.outputCapacity; }
     static bool HasAlpha(const EncodeRecord&) { return false; }
-    static bool Move(Way way, nyx::PixelFormatCode code, const Surface& surface, Picture* picture) {
+    static bool Copy(Direction direction, nyx::PixelFormatCode code, const Surface& surface,
+                     Picture* picture) {
         if (!IsAddress(code)) {
-            return standin::Move(way, kCodes, code, surface, picture);
+            return standin::Copy(direction, kCodes, code, surface, picture);
         }
         const Callback callback = *reinterpret_cast<const Callback*>(code);
-        MoveBlocks(way, surface, picture, [&](BYTE* at, BYTE* block, LONG width, LONG rows, bool) {
-            callback(at, surface.stride, block, width, rows);
-        });
+        MoveBlocks(direction, surface, picture,
+                   [&](BYTE* at, BYTE* block, LONG width, LONG rows, bool) {
+                       callback(at, surface.stride, block, width, rows);
+                   });
         return true;
     }
 };

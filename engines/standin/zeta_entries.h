@@ -11,7 +11,7 @@
 ///     LengthOf(DecodeRecord)          the bytes at the frame, as far as the record tells
 ///     SurfaceOf(record)               the caller's picture
 ///     CapacityOf(EncodeRecord), HasAlpha(EncodeRecord)
-///     Move(way, code, surface, picture)   by number or callback; false for an unknown code
+///     Copy(direction, code, surface, picture)   by number or callback; false for an unknown code
 
 #include <algorithm>
 #include <string_view>
@@ -86,7 +86,8 @@ LONG Decode(const typename Engine::DecodeRecord& record, Action action) {
     if (!picture) {
         return kBadFrame;
     }
-    return Engine::Move(Way::kStore, record.pixelFormat, surface, &*picture) ? kDone : kBadRecord;
+    return Engine::Copy(Direction::kStore, record.pixelFormat, surface, &*picture) ? kDone
+                                                                                   : kBadRecord;
 }
 
 template <class Engine>
@@ -95,7 +96,7 @@ LONG Encode(const typename Engine::EncodeRecord& record, Action action) {
         return kBadRecord;
     }
     Picture picture(record.width, record.height, Engine::HasAlpha(record));
-    if (!Engine::Move(Way::kLoad, record.pixelFormat, Engine::SurfaceOf(record), &picture)) {
+    if (!Engine::Copy(Direction::kLoad, record.pixelFormat, Engine::SurfaceOf(record), &picture)) {
         return kBadRecord;
     }
     const std::size_t capacity = Engine::CapacityOf(record);
