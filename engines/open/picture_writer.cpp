@@ -10,9 +10,9 @@ namespace nyx::open {
 namespace {
 
 /// Makes "YUY2" lines of a picture's planes, whatever its chroma.
-class LineMaker {
+class LineWriter {
   public:
-    LineMaker(const AVFrame& picture, const ChromaSiting& siting, int width)
+    LineWriter(const AVFrame& picture, const ChromaSiting& siting, int width)
         : picture_(picture), siting_(siting), width_(width), chroma_(static_cast<size_t>(width)) {}
 
     void Make(int y, BYTE* out) {
@@ -59,7 +59,7 @@ bool WritePicture(const AVFrame& picture, LONG firstRow, const ChromaSiting& sit
         picture.height - firstRow < surface.height) {
         return false;
     }
-    LineMaker lines(picture, siting, surface.width);
+    LineWriter lines(picture, siting, surface.width);
     const PixelLayout& layout = surface.layout;
     if (layout.rgbFourCC == 0) {
         for (LONG y = 0; y < surface.height; ++y) {
