@@ -60,8 +60,8 @@ class ICodec {
 
     /// Whether the uncompressed `input` can be encoded, to `output` when that is not null.
     /// `S_OK` or `VFW_E_TYPE_NOT_ACCEPTED`.
-    virtual HRESULT CompressQuery(const BITMAPINFOHEADER* input, bool alphaInput,
-                                  const BITMAPINFOHEADER* output) = 0;
+    [[nodiscard]] virtual HRESULT CompressQuery(const BITMAPINFOHEADER* input, bool alphaInput,
+                                                const BITMAPINFOHEADER* output) = 0;
 
     /// Encodes one frame. `output->biSizeImage` is the number of bytes at `outputData`, or 0 where
     /// those are GetMaxCompressedSize, and receives the compressed size. A codec whose budget can
@@ -69,29 +69,32 @@ class ICodec {
     /// first is reserved, the others are the source's stride in bytes, 0 to have it computed, and
     /// the alpha mode; a codec may have no use for them. `E_FAIL` for a picture that cannot be
     /// handled, with the output's bytes undefined.
-    virtual HRESULT Compress(const BITMAPINFOHEADER* input, bool alphaInput, const void* inputData,
-                             BITMAPINFOHEADER* output, void* outputData, DWORD reserved,
-                             DWORD stride, DWORD alphaMode) = 0;
+    [[nodiscard]] virtual HRESULT Compress(const BITMAPINFOHEADER* input, bool alphaInput,
+                                           const void* inputData, BITMAPINFOHEADER* output,
+                                           void* outputData, DWORD reserved, DWORD stride,
+                                           DWORD alphaMode) = 0;
 
     /// Whether the compressed `input` can be decoded, to `output` when that is not null.
     /// `S_OK` or `VFW_E_TYPE_NOT_ACCEPTED`; a null input is always refused.
-    virtual HRESULT DecompressQuery(const BITMAPINFOHEADER* input, const BITMAPINFOHEADER* output,
-                                    bool alphaOut) = 0;
+    [[nodiscard]] virtual HRESULT DecompressQuery(const BITMAPINFOHEADER* input,
+                                                  const BITMAPINFOHEADER* output,
+                                                  bool alphaOut) = 0;
 
     /// Describes one frame, or the stream when `frame` is null; `input->biSizeImage` is the number
     /// of bytes at `frame`. 0 when the frame carried an "INFO" chunk, 1 when the values came from
     /// defaults and tables. `info` may be null.
-    virtual HRESULT GetFrameInfo(const BITMAPINFOHEADER* input, const void* frame,
-                                 REFERENCE_TIME averageFrameDuration, FrameInfo* info) = 0;
+    [[nodiscard]] virtual HRESULT GetFrameInfo(const BITMAPINFOHEADER* input, const void* frame,
+                                               REFERENCE_TIME averageFrameDuration,
+                                               FrameInfo* info) = 0;
 
     /// Decodes one frame; `input->biSizeImage` is the number of bytes at `data`. `outputData` holds
     /// the whole picture that `output` and `stride` describe (stride 0: computed by the codec).
     /// `E_FAIL` for a frame that cannot be handled: the destination is untouched when the frame is
     /// refused before it is decoded, else partly written, or black where the codec says so. Other
     /// failures (`E_POINTER`, `E_OUTOFMEMORY`) leave it untouched.
-    virtual HRESULT Decompress(const BITMAPINFOHEADER* input, const void* data,
-                               const BITMAPINFOHEADER* output, bool alphaOut, void* outputData,
-                               LONG stride, DWORD alphaMode) = 0;
+    [[nodiscard]] virtual HRESULT Decompress(const BITMAPINFOHEADER* input, const void* data,
+                                             const BITMAPINFOHEADER* output, bool alphaOut,
+                                             void* outputData, LONG stride, DWORD alphaMode) = 0;
 
   protected:
     ~ICodec() = default;
@@ -105,14 +108,15 @@ class CCodecBase : public ICodec {
     DWORD GetFourCC() override { return formats_.fourcc; }
 
     /// The queries by the codec's formats; `E_NOTIMPL` from a codec without encode pairs.
-    HRESULT CompressQuery(const BITMAPINFOHEADER* input, bool alphaInput,
-                          const BITMAPINFOHEADER* output) override;
-    HRESULT DecompressQuery(const BITMAPINFOHEADER* input, const BITMAPINFOHEADER* output,
-                            bool alphaOut) override;
+    [[nodiscard]] HRESULT CompressQuery(const BITMAPINFOHEADER* input, bool alphaInput,
+                                        const BITMAPINFOHEADER* output) override;
+    [[nodiscard]] HRESULT DecompressQuery(const BITMAPINFOHEADER* input,
+                                          const BITMAPINFOHEADER* output, bool alphaOut) override;
 
     /// Reads field order and pixel aspect from the frame's chunks, else from the size tables.
-    HRESULT GetFrameInfo(const BITMAPINFOHEADER* input, const void* frame,
-                         REFERENCE_TIME averageFrameDuration, FrameInfo* info) override;
+    [[nodiscard]] HRESULT GetFrameInfo(const BITMAPINFOHEADER* input, const void* frame,
+                                       REFERENCE_TIME averageFrameDuration,
+                                       FrameInfo* info) override;
 
   protected:
     /// `formats` is a static record.

@@ -42,17 +42,18 @@ class CEngineCodec : public CCodecBase {
     /// `E_NOTIMPL` from a codec that does not encode. `E_FAIL` for a format without an index, a
     /// raise of the engine or of a faulty buffer, or a coded length that is negative or above the
     /// capacity that the engine was given.
-    HRESULT Compress(const BITMAPINFOHEADER* input, bool alphaInput, const void* inputData,
-                     BITMAPINFOHEADER* output, void* outputData, DWORD reserved, DWORD stride,
-                     DWORD alphaMode) override;
+    [[nodiscard]] HRESULT Compress(const BITMAPINFOHEADER* input, bool alphaInput,
+                                   const void* inputData, BITMAPINFOHEADER* output,
+                                   void* outputData, DWORD reserved, DWORD stride,
+                                   DWORD alphaMode) override;
 
     /// An output wider than the input has the first pixels of each row filled. `E_FAIL`, with the
     /// destination untouched, for sizes that do not belong together, a format without an index, or
     /// a frame that fails its probe; with the destination as the engine left it for a raise, of the
     /// engine or of a buffer that goes away meanwhile.
-    HRESULT Decompress(const BITMAPINFOHEADER* input, const void* data,
-                       const BITMAPINFOHEADER* output, bool alphaOut, void* outputData, LONG stride,
-                       DWORD alphaMode) override;
+    [[nodiscard]] HRESULT Decompress(const BITMAPINFOHEADER* input, const void* data,
+                                     const BITMAPINFOHEADER* output, bool alphaOut,
+                                     void* outputData, LONG stride, DWORD alphaMode) override;
 
     virtual ~CEngineCodec() = default;
 
@@ -68,10 +69,10 @@ class CEngineCodec : public CCodecBase {
 
     /// Runs behind the guard, as does EncodeFrame: what has a destructor, and so all memory, has
     /// to live in the job.
-    virtual HRESULT DecodeFrame(const DecodeJob& job) = 0;
+    [[nodiscard]] virtual HRESULT DecodeFrame(const DecodeJob& job) = 0;
 
     /// Stores the coded length as the engine returned it. Asked only of codecs that encode.
-    virtual HRESULT EncodeFrame(const EncodeJob&, LONG*) { return E_NOTIMPL; }
+    [[nodiscard]] virtual HRESULT EncodeFrame(const EncodeJob&, LONG*) { return E_NOTIMPL; }
 
     /// The settings, all of one moment. Asked once a frame, which goes by these alone.
     virtual EncoderParameters CurrentSettings() { return {GetColorSpace(), 0, 0, 0}; }
@@ -80,10 +81,11 @@ class CEngineCodec : public CCodecBase {
     virtual DWORD OutputCapacity(const EncodeJob&) { return 0; }
 
     /// What Compress answers to a format without an index.
-    virtual HRESULT UnknownFormatResult() const { return E_FAIL; }
+    [[nodiscard]] virtual HRESULT UnknownFormatResult() const { return E_FAIL; }
 
-    HRESULT DecodeSample(const BITMAPINFOHEADER& input, const void* data, SurfaceRequest request,
-                         DWORD alphaMode, ScratchMemory* scratch);
+    [[nodiscard]] HRESULT DecodeSample(const BITMAPINFOHEADER& input, const void* data,
+                                       SurfaceRequest request, DWORD alphaMode,
+                                       ScratchMemory* scratch);
 
     KeptMemory kept_;
 };

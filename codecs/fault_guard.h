@@ -27,10 +27,10 @@ namespace nyx {
 ///
 /// After a raise the frames between the fault and this call are dropped as they stand: no object
 /// with a destructor may live in them. Calls may be nested.
-HRESULT CallGuarded(void (*function)(void* context), void* context);
+[[nodiscard]] HRESULT CallGuarded(void (*function)(void* context), void* context);
 #else
 /// There is no such guard here: a fault ends the process, so that sanitizers and fuzzers see it.
-inline HRESULT CallGuarded(void (*function)(void* context), void* context) {
+[[nodiscard]] inline HRESULT CallGuarded(void (*function)(void* context), void* context) {
     function(context);
     return S_OK;
 }
@@ -38,23 +38,22 @@ inline HRESULT CallGuarded(void (*function)(void* context), void* context) {
 
 /// CallGuarded for a callable without arguments.
 template <typename Call>
-HRESULT Guarded(Call&& call) {
+[[nodiscard]] HRESULT Guarded(Call&& call) {
     using Callable = std::remove_reference_t<Call>;
     return CallGuarded([](void* context) { (*static_cast<Callable*>(context))(); }, &call);
 }
 
 /// The result of a guarded callable that has one; `E_FAIL` when it raised.
 template <typename Call>
-HRESULT GuardedResult(Call&& call) {
+[[nodiscard]] HRESULT GuardedResult(Call&& call) {
     HRESULT result = E_FAIL;
-    Guarded([&] { result = call(); });
-    return result;
+    return FAILED(Guarded([&] { result = call(); })) ? E_FAIL : result;
 }
 
 /// Calls an engine's entry through the guard and stores what it returned. `E_FAIL`, with `returned`
 /// untouched, when the entry is not bound (null) or raised.
 template <typename Entry, typename... Arguments>
-HRESULT CallEngine(LONG* returned, Entry entry, Arguments... arguments) {
+[[nodiscard]] HRESULT CallEngine(LONG* returned, Entry entry, Arguments... arguments) {
     return entry ? Guarded([&] { *returned = entry(arguments...); }) : E_FAIL;
 }
 

@@ -67,12 +67,12 @@ constexpr FormatPair kOpaqueDecodePairs[] = {
 
 /// ICodec::DecompressQuery by these rules: the size is the input's as stored; an output must be at
 /// least as wide as the input and of the same absolute height.
-HRESULT CheckDecodeFormats(const CodecFormats& formats, const BITMAPINFOHEADER* input,
-                           const BITMAPINFOHEADER* output, bool alphaOut);
+[[nodiscard]] HRESULT CheckDecodeFormats(const CodecFormats& formats, const BITMAPINFOHEADER* input,
+                                         const BITMAPINFOHEADER* output, bool alphaOut);
 
 /// ICodec::CompressQuery by these rules: the size is the input's width and absolute height; an
 /// output must have exactly that size, its height positive.
-HRESULT CheckEncodeFormats(const CodecFormats& formats, const BITMAPINFOHEADER* input,
-                           bool alphaInput, const BITMAPINFOHEADER* output);
+[[nodiscard]] HRESULT CheckEncodeFormats(const CodecFormats& formats, const BITMAPINFOHEADER* input,
+                                         bool alphaInput, const BITMAPINFOHEADER* output);
 
 }  // namespace nyx

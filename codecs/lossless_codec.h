@@ -24,11 +24,12 @@ class CLosslessCodec : public CEngineCodec {
 
   private:
     std::optional<bool> Probe(ByteSpan frame, const BITMAPINFOHEADER& input) override;
-    HRESULT DecodeFrame(const DecodeJob& job) override;
-    HRESULT EncodeFrame(const EncodeJob& job, LONG* codedLength) override;
+    [[nodiscard]] HRESULT DecodeFrame(const DecodeJob& job) override;
+    [[nodiscard]] HRESULT EncodeFrame(const EncodeJob& job, LONG* codedLength) override;
     DWORD OutputCapacity(const EncodeJob& job) override;
 
-    HRESULT DecodeStored(const DecodeJob& job, LONG kind, const SurfaceFormat& destination);
+    [[nodiscard]] HRESULT DecodeStored(const DecodeJob& job, LONG kind,
+                                       const SurfaceFormat& destination);
 
     EngineUse engines_;
 };

@@ -26,10 +26,11 @@ class CMpegIntraCodec : public CEngineCodec {
     std::optional<bool> Probe(ByteSpan frame, const BITMAPINFOHEADER& input) override;
 
     /// A picture whose decoding raised becomes black, and the call fails.
-    HRESULT DecodeFrame(const DecodeJob& job) override;
+    [[nodiscard]] HRESULT DecodeFrame(const DecodeJob& job) override;
 
-    HRESULT ReadCodedHeight(ByteSpan frame, LONG* codedHeight);
-    HRESULT DecodePicture(ByteSpan frame, LONG linesDropped, const SurfaceFormat& destination);
+    [[nodiscard]] HRESULT ReadCodedHeight(ByteSpan frame, LONG* codedHeight);
+    [[nodiscard]] HRESULT DecodePicture(ByteSpan frame, LONG linesDropped,
+                                        const SurfaceFormat& destination);
 
     EngineUse engines_;
 };

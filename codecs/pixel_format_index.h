@@ -113,7 +113,7 @@ struct SurfaceRequest {
 /// start moves to the last row, the stride is negated) and top-down for a negative one; the FourCC
 /// formats and a caller's stride are taken as they stand. `E_FAIL` when the format has no index,
 /// its width is negative or its sizes do not fit 32 bits.
-HRESULT DescribeSurface(const SurfaceRequest& request, SurfaceFormat* surface);
+[[nodiscard]] HRESULT DescribeSurface(const SurfaceRequest& request, SurfaceFormat* surface);
 
 /// True when the header names a layout of the table, whatever its size.
 bool HasPixelFormatIndex(const BITMAPINFOHEADER& uncompressed);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <tuple>
 
 #include "codecs/packed_layouts.h"
 #include "convert/convert.h"
@@ -154,7 +155,7 @@ void ReadDeepRgb(const StripConversion& toYuv, const ReadRow& row) {
         if (filled == kStrip || x + 1 == row.width) {
             const ImagePlane source = {strip, filled * kDeepPixelBytes, 0};
             BYTE* working = row.working + std::ptrdiff_t{x + 1 - filled} * 4;
-            toYuv.Run(source, {working, filled * 4, 0}, filled, 1);
+            std::ignore = toYuv.Run(source, {working, filled * 4, 0}, filled, 1);
         }
     }
 }
@@ -237,7 +238,7 @@ void WriteWorkingRows(BYTE* picture, LONG stride, const BYTE* workingRows, LONG 
         }
     } else {
         StripConversion toRgb;
-        toRgb.PrepareFromYuv(kWorking, kYuvFlags<kIndex>, kDeepArgb, kRgbFullRange);
+        std::ignore = toRgb.PrepareFromYuv(kWorking, kYuvFlags<kIndex>, kDeepArgb, kRgbFullRange);
         forEach([&](const WrittenRow& row) { WriteDeepRgb<kIndex, kAlpha>(toRgb, row); });
     }
 }
@@ -257,7 +258,7 @@ void ReadWorkingRows(const BYTE* picture, LONG stride, BYTE* workingRows, LONG w
         }
     } else {
         StripConversion toYuv;
-        toYuv.PrepareToYuv(kDeepArgb, kRgbFullRange, kWorking, kYuvFlags<kIndex>);
+        std::ignore = toYuv.PrepareToYuv(kDeepArgb, kRgbFullRange, kWorking, kYuvFlags<kIndex>);
         forEach([&](const ReadRow& row) { ReadDeepRgb<kIndex, kAlpha>(toYuv, row); });
     }
 }

@@ -24,12 +24,12 @@ class CZeta2Codec : public CEngineCodec {
 
   private:
     std::optional<bool> Probe(ByteSpan frame, const BITMAPINFOHEADER& input) override;
-    HRESULT DecodeFrame(const DecodeJob& job) override;
-    HRESULT EncodeFrame(const EncodeJob& job, LONG* codedLength) override;
+    [[nodiscard]] HRESULT DecodeFrame(const DecodeJob& job) override;
+    [[nodiscard]] HRESULT EncodeFrame(const EncodeJob& job, LONG* codedLength) override;
     DWORD OutputCapacity(const EncodeJob& job) override;
 
     /// A format without an index is passed over, `biSizeImage` left as it is.
-    HRESULT UnknownFormatResult() const override { return S_OK; }
+    [[nodiscard]] HRESULT UnknownFormatResult() const override { return S_OK; }
 
     explicit CZeta2Codec(const EncoderParameters& parameters);
 

@@ -32,13 +32,13 @@ class CZetaCodec : public CEngineCodec {
 
   private:
     std::optional<bool> Probe(ByteSpan frame, const BITMAPINFOHEADER& input) override;
-    HRESULT DecodeFrame(const DecodeJob& job) override;
-    HRESULT EncodeFrame(const EncodeJob& job, LONG* codedLength) override;
+    [[nodiscard]] HRESULT DecodeFrame(const DecodeJob& job) override;
+    [[nodiscard]] HRESULT EncodeFrame(const EncodeJob& job, LONG* codedLength) override;
     EncoderParameters CurrentSettings() override;
     DWORD OutputCapacity(const EncodeJob& job) override;
 
-    HRESULT EncodeCore(const EncodeJob& job, LONG* codedLength);
-    HRESULT EncodeAlpha(const EncodeJob& job, LONG* codedLength);
+    [[nodiscard]] HRESULT EncodeCore(const EncodeJob& job, LONG* codedLength);
+    [[nodiscard]] HRESULT EncodeAlpha(const EncodeJob& job, LONG* codedLength);
 
     explicit CZetaCodec(const EncoderParameters& parameters);
 

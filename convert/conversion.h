@@ -46,18 +46,18 @@ struct ConversionPlanes {
 
 /// Chooses the conversion. `E_INVALIDARG`, with the conversion empty, for formats, alpha modes, a
 /// range or a matrix that do not go together.
-HRESULT ChooseConversion(const ConversionKind& kind, Conversion* conversion);
+[[nodiscard]] HRESULT ChooseConversion(const ConversionKind& kind, Conversion* conversion);
 
 /// Runs a conversion on the processor that `cpu` describes. Checked in this order: that it was
 /// chosen (`E_INVALIDARG`); planes (`E_POINTER`); size, which must be positive with an even width
 /// (`E_INVALIDARG`); SSSE3 (`E_UNEXPECTED`).
-HRESULT RunConversion(const CpuInfo& cpu, const Conversion& conversion,
-                      const ConversionPlanes& planes, LONG width, LONG height);
+[[nodiscard]] HRESULT RunConversion(const CpuInfo& cpu, const Conversion& conversion,
+                                    const ConversionPlanes& planes, LONG width, LONG height);
 
 /// Runs what may throw and turns that into a result: an HRESULT is returned as it is, anything else
 /// is `E_UNEXPECTED`.
 template <class Body>
-HRESULT RunKernel(Body body) {
+[[nodiscard]] HRESULT RunKernel(Body body) {
     try {
         body();
         return S_OK;

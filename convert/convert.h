@@ -56,20 +56,23 @@ int ResolveColourFlags(DWORD rgbFlags, DWORD yuvFlags);
 /// Results: `S_OK`; `E_INVALIDARG` for an unsupported combination or size; `E_POINTER` for a
 /// missing image; `E_UNEXPECTED` without SSSE3; found in the order of combination, images, size,
 /// processor. A failed request writes nothing. Callable on any thread.
-HRESULT ConvertFromYuv(const ImagePlane* source, const ImagePlane* sourceAlpha, DWORD sourceFourCC,
-                       DWORD sourceColourFlags, LONG sourceAlphaMode, const ImagePlane* destination,
-                       DWORD destinationFourCC, DWORD destinationColourFlags,
-                       LONG destinationAlphaMode, LONG width, LONG height);
+[[nodiscard]] HRESULT ConvertFromYuv(const ImagePlane* source, const ImagePlane* sourceAlpha,
+                                     DWORD sourceFourCC, DWORD sourceColourFlags,
+                                     LONG sourceAlphaMode, const ImagePlane* destination,
+                                     DWORD destinationFourCC, DWORD destinationColourFlags,
+                                     LONG destinationAlphaMode, LONG width, LONG height);
 
 /// Converts an RGB picture to "YUY2" or "W210"; chroma is picked from the even pixel of each pair.
 /// Both alpha planes may be null. A destination alpha plane receives the source alpha plane's
 /// bytes, else the upper eight bits of the pixels' own alpha, else 255. `alphaMode` is common to
 /// both sides, so that colours are not scaled; with an alpha plane it is 0, of deep layouts 0 or 1.
 /// Results and rules as for ConvertFromYuv.
-HRESULT ConvertToYuv(const ImagePlane* source, DWORD sourceFourCC, DWORD sourceColourFlags,
-                     const ImagePlane* sourceAlpha, const ImagePlane* destination,
-                     const ImagePlane* destinationAlpha, DWORD destinationFourCC,
-                     DWORD destinationColourFlags, LONG alphaMode, LONG width, LONG height);
+[[nodiscard]] HRESULT ConvertToYuv(const ImagePlane* source, DWORD sourceFourCC,
+                                   DWORD sourceColourFlags, const ImagePlane* sourceAlpha,
+                                   const ImagePlane* destination,
+                                   const ImagePlane* destinationAlpha, DWORD destinationFourCC,
+                                   DWORD destinationColourFlags, LONG alphaMode, LONG width,
+                                   LONG height);
 
 /// A conversion without alpha planes that is chosen once and then run on any number of strips of
 /// rows. Prepared, it may be run on several threads at once.
@@ -77,14 +80,14 @@ class StripConversion {
   public:
     /// Both take the formats and flags as ConvertFromYuv and ConvertToYuv do; `E_INVALIDARG` for an
     /// unsupported combination, after which nothing can be run.
-    HRESULT PrepareFromYuv(DWORD sourceFourCC, DWORD sourceColourFlags, DWORD destinationFourCC,
-                           DWORD destinationColourFlags);
-    HRESULT PrepareToYuv(DWORD sourceFourCC, DWORD sourceColourFlags, DWORD destinationFourCC,
-                         DWORD destinationColourFlags);
+    [[nodiscard]] HRESULT PrepareFromYuv(DWORD sourceFourCC, DWORD sourceColourFlags,
+                                         DWORD destinationFourCC, DWORD destinationColourFlags);
+    [[nodiscard]] HRESULT PrepareToYuv(DWORD sourceFourCC, DWORD sourceColourFlags,
+                                       DWORD destinationFourCC, DWORD destinationColourFlags);
 
     /// Converts one strip; results and rules as for ConvertFromYuv.
-    HRESULT Run(const ImagePlane& source, const ImagePlane& destination, LONG width,
-                LONG height) const;
+    [[nodiscard]] HRESULT Run(const ImagePlane& source, const ImagePlane& destination, LONG width,
+                              LONG height) const;
 
   private:
     Conversion conversion_;

@@ -28,6 +28,7 @@ bool IsLockedAudio(const BYTE* pack);
 /// one of the other television system than `videoSourcePack` (when given) are no audio: a record of
 /// zeroes and S_OK. E_FAIL when a field has a value that no recording can have; the other fields of
 /// `record` are filled all the same. E_POINTER for a null record.
-HRESULT DecodeAudioSourcePack(const BYTE* pack, const BYTE* videoSourcePack, AudioRecord* record);
+[[nodiscard]] HRESULT DecodeAudioSourcePack(const BYTE* pack, const BYTE* videoSourcePack,
+                                            AudioRecord* record);
 
 }  // namespace nyx

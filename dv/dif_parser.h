@@ -67,7 +67,7 @@ class CLvtDifParser {
     /// Reads the `size` bytes at `frame` (any size, null allowed), forgetting an earlier frame.
     /// 1 when the frame was recognised: application ID, audio source packs and picture format are
     /// all sound. E_FAIL otherwise; what was found is readable in both cases.
-    HRESULT Parse(const void* frame, std::size_t size);
+    [[nodiscard]] HRESULT Parse(const void* frame, std::size_t size);
 
     /// 0 top field first, 1 bottom field first, 2 progressive, -1 unknown.
     LONG GetFieldOrder() const { return state_.format.fieldOrder; }

@@ -13,21 +13,22 @@ class CDv25Codec : public CDvCodecBase {
     CDv25Codec();
 
     /// E_FAIL for no sample at all, else as DvReferenceFile tells.
-    HRESULT ReadReferenceFrame(ByteSpan sample, std::unique_ptr<BYTE[]>* buffer,
-                               DWORD* length) override;
+    [[nodiscard]] HRESULT ReadReferenceFrame(ByteSpan sample, std::unique_ptr<BYTE[]>* buffer,
+                                             DWORD* length) override;
 
     /// Pictures of another width than 720 are stretched from a temporary one; 32-bit ones are not,
     /// and keep their contents. E_OUTOFMEMORY without memory for it.
-    HRESULT DecodeFrame(LONG width, LONG height, LONG flags, const void* frame, BYTE* destination,
-                        LONG stride, LONG bytesPerPixel, LONG outputCode) override;
+    [[nodiscard]] HRESULT DecodeFrame(LONG width, LONG height, LONG flags, const void* frame,
+                                      BYTE* destination, LONG stride, LONG bytesPerPixel,
+                                      LONG outputCode) override;
     virtual ~CDv25Codec() = default;
 
   private:
     LONG EncodeFlags(const SurfaceFormat& source) const override;
 
     /// Pictures of another width than 720 are squeezed into a temporary one.
-    HRESULT EncodePicture(LONG flags, const SurfaceFormat& source, LONG inputCode, void* frame,
-                          LONG* length) override;
+    [[nodiscard]] HRESULT EncodePicture(LONG flags, const SurfaceFormat& source, LONG inputCode,
+                                        void* frame, LONG* length) override;
 
     bool wide_screen_;
     bool dvcpro25_;

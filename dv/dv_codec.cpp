@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <tuple>
 #include <utility>
 
 #include "codecs/fault_guard.h"
@@ -50,7 +51,7 @@ constexpr int kMaxReferences = 8;
 
 FrameInfo DescribeDvFrame(ByteSpan frame) {
     CLvtDifParser parser;
-    parser.Parse(frame.data(), frame.size());
+    std::ignore = parser.Parse(frame.data(), frame.size());  // unset values are -1
     const auto [aspectX, aspectY] = parser.GetPixelAspect();
     return {parser.GetFieldOrder(),
             aspectX,
@@ -63,7 +64,7 @@ FrameInfo DescribeDvFrame(ByteSpan frame) {
 
 /// The picture's memory may be what went away.
 HRESULT FailBlack(const SurfaceFormat& output) {
-    Guarded([&] { FillBlack(output); });
+    std::ignore = Guarded([&] { FillBlack(output); });
     return E_FAIL;
 }
 
@@ -155,7 +156,7 @@ HRESULT CDvCodecBase::GetFrameInfo(const BITMAPINFOHEADER* input, const void* fr
     }
     if (info) {
         *info = {-1, -1, -1, -1, -1, -1, -1};
-        Guarded([&] { *info = DescribeDvFrame(bytes); });
+        std::ignore = Guarded([&] { *info = DescribeDvFrame(bytes); });
     }
     return S_OK;
 }

@@ -61,14 +61,16 @@ class CDvCodecBase : public CCodecBase {
     /// The middle one of the last three words is the source's stride in bytes, 0 to have it
     /// computed. `outputData` holds a whole frame of what is encoded: of 960 x 720 at 50 frames per
     /// second that is 288,000 bytes, more than GetMaxCompressedSize tells.
-    HRESULT Compress(const BITMAPINFOHEADER* input, bool alphaInput, const void* inputData,
-                     BITMAPINFOHEADER* output, void* outputData, DWORD reserved1, DWORD stride,
-                     DWORD reserved3) override;
+    [[nodiscard]] HRESULT Compress(const BITMAPINFOHEADER* input, bool alphaInput,
+                                   const void* inputData, BITMAPINFOHEADER* output,
+                                   void* outputData, DWORD reserved1, DWORD stride,
+                                   DWORD reserved3) override;
 
     /// S_OK with what the frame itself tells, -1 for what it does not; without a frame S_FALSE with
     /// the defaults of the picture's size. A negative result of ReadReferenceFrame is passed on.
-    HRESULT GetFrameInfo(const BITMAPINFOHEADER* input, const void* frame,
-                         REFERENCE_TIME averageFrameDuration, FrameInfo* info) override;
+    [[nodiscard]] HRESULT GetFrameInfo(const BITMAPINFOHEADER* input, const void* frame,
+                                       REFERENCE_TIME averageFrameDuration,
+                                       FrameInfo* info) override;
 
     /// An output as wide as a size of the variant is filled; in one of another width the stream's
     /// picture stands at the left and what is right of it stays as it was: the width is that of a
@@ -79,9 +81,9 @@ class CDvCodecBase : public CCodecBase {
     /// with the destination untouched for formats without an output code, signal types without a
     /// variant, and as long as the engine is missing. The other negative results are those of
     /// ReadReferenceFrame and DecodeFrame.
-    HRESULT Decompress(const BITMAPINFOHEADER* input, const void* data,
-                       const BITMAPINFOHEADER* output, bool alphaOut, void* outputData, LONG stride,
-                       DWORD alphaMode) override;
+    [[nodiscard]] HRESULT Decompress(const BITMAPINFOHEADER* input, const void* data,
+                                     const BITMAPINFOHEADER* output, bool alphaOut,
+                                     void* outputData, LONG stride, DWORD alphaMode) override;
 
     /// Whether the variant has pictures of exactly this size.
     virtual bool IsSupportedSize(LONG width, LONG height);
@@ -89,14 +91,15 @@ class CDvCodecBase : public CCodecBase {
     /// S_OK when `sample` points into a file: the frame it stands for is in `buffer`, `length`
     /// bytes long. S_FALSE when the sample is the frame itself, as it always is here. Negative when
     /// the frame cannot be had.
-    virtual HRESULT ReadReferenceFrame(ByteSpan sample, std::unique_ptr<BYTE[]>* buffer,
-                                       DWORD* length);
+    [[nodiscard]] virtual HRESULT ReadReferenceFrame(ByteSpan sample,
+                                                     std::unique_ptr<BYTE[]>* buffer,
+                                                     DWORD* length);
 
     /// Decodes a whole frame that was parsed to a picture of `width` x `height`: here by the engine
     /// alone, which knows the size by the frame. E_FAIL when the engine is missing or raised.
-    virtual HRESULT DecodeFrame(LONG width, LONG height, LONG flags, const void* frame,
-                                BYTE* destination, LONG stride, LONG bytesPerPixel,
-                                LONG outputCode);
+    [[nodiscard]] virtual HRESULT DecodeFrame(LONG width, LONG height, LONG flags,
+                                              const void* frame, BYTE* destination, LONG stride,
+                                              LONG bytesPerPixel, LONG outputCode);
 
     virtual ~CDvCodecBase() = default;
 
@@ -105,8 +108,8 @@ class CDvCodecBase : public CCodecBase {
     CDvCodecBase(const DvVariant& variant, LONG colorSpace);
 
     /// Encodes by the engine. E_FAIL when it is missing or raised.
-    HRESULT CallEncode(LONG flags, const SurfaceFormat& source, LONG inputCode, void* frame,
-                       LONG* length);
+    [[nodiscard]] HRESULT CallEncode(LONG flags, const SurfaceFormat& source, LONG inputCode,
+                                     void* frame, LONG* length);
 
     /// One setting of a codec, 0 when it is not stored.
     static bool IsSettingOn(DWORD fourcc, const wchar_t* name);
@@ -116,18 +119,18 @@ class CDvCodecBase : public CCodecBase {
     virtual LONG EncodeFlags(const SurfaceFormat& source) const = 0;
 
     /// Encodes a picture and stores the frame's length.
-    virtual HRESULT EncodePicture(LONG flags, const SurfaceFormat& source, LONG inputCode,
-                                  void* frame, LONG* length);
+    [[nodiscard]] virtual HRESULT EncodePicture(LONG flags, const SurfaceFormat& source,
+                                                LONG inputCode, void* frame, LONG* length);
 
     /// Replaces a reference sample by the frame that it leads to, which `buffer` then owns.
     /// ReadReferenceFrame's failure, or E_FAIL when the references have no end.
-    HRESULT FollowReferences(ByteSpan* frame, std::unique_ptr<BYTE[]>* buffer);
+    [[nodiscard]] HRESULT FollowReferences(ByteSpan* frame, std::unique_ptr<BYTE[]>* buffer);
 
-    HRESULT DecodeSample(ByteSpan frame, const BITMAPINFOHEADER& input,
-                         const SurfaceRequest& request);
+    [[nodiscard]] HRESULT DecodeSample(ByteSpan frame, const BITMAPINFOHEADER& input,
+                                       const SurfaceRequest& request);
     /// `output` is the whole of what is filled black, `picture` the part of it that is decoded to.
-    HRESULT DecodeToSurface(ByteSpan frame, const SurfaceFormat& picture,
-                            const SurfaceFormat& output);
+    [[nodiscard]] HRESULT DecodeToSurface(ByteSpan frame, const SurfaceFormat& picture,
+                                          const SurfaceFormat& output);
 
     const DvVariant& variant_;
     EngineUse engine_;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
+#include <tuple>
 #include "codecs/fault_guard.h"
 #include "platform/fourcc.h"
 
@@ -50,7 +51,7 @@ HRESULT LastError() {
 
 bool IsReferenceSample(ByteSpan sample) {
     bool isReference = false;
-    Guarded([&] { isReference = sample.Le32At(0) == kMagic; });
+    std::ignore = Guarded([&] { isReference = sample.Le32At(0) == kMagic; });
     return isReference;
 }
 

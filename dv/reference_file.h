@@ -27,11 +27,12 @@ class DvReferenceFile {
     /// anew only when the path, compared byte by byte, is another one. `E_FAIL` for a sample that
     /// ends too early or a chunk that is not as long as a DV25 frame; `E_OUTOFMEMORY`; the Win32
     /// error of a failed open, seek or read as an HRESULT.
-    HRESULT ReadFrame(ByteSpan sample, std::unique_ptr<BYTE[]>* buffer, DWORD* length);
+    [[nodiscard]] HRESULT ReadFrame(ByteSpan sample, std::unique_ptr<BYTE[]>* buffer,
+                                    DWORD* length);
 
   private:
-    HRESULT Open(const char* path);
-    HRESULT ReadExactly(void* buffer, DWORD length);
+    [[nodiscard]] HRESULT Open(const char* path);
+    [[nodiscard]] HRESULT ReadExactly(void* buffer, DWORD length);
     void Close();
 
     std::mutex lock_;

@@ -27,15 +27,15 @@ struct UnitRows {
 /// and D are the widths); the last unit of a row is a copy. Beyond the last source unit the last
 /// one is repeated. E_FAIL, with nothing written, for a null pointer, a width or row count below 1,
 /// a row longer than its stride, or a destination that is not the wider one.
-HRESULT StretchRows(ResampleUnit unit, const UnitRows<const BYTE>& source,
-                    const UnitRows<BYTE>& destination, LONG rows);
+[[nodiscard]] HRESULT StretchRows(ResampleUnit unit, const UnitRows<const BYTE>& source,
+                                  const UnitRows<BYTE>& destination, LONG rows);
 
 /// Reduces `rows` rows of `source` to the width of `destination`; the two do not overlap. Output
 /// unit j averages its footprint, the source up to (j + 1) * S / D rounded up in 8.8 fixed point;
 /// a unit that only begins or ends inside is weighted by its part, so that one in which the
 /// footprint ends exactly has no weight. Errors as for StretchRows, the destination having to be
 /// the narrower.
-HRESULT SqueezeRows(ResampleUnit unit, const UnitRows<const BYTE>& source,
-                    const UnitRows<BYTE>& destination, LONG rows);
+[[nodiscard]] HRESULT SqueezeRows(ResampleUnit unit, const UnitRows<const BYTE>& source,
+                                  const UnitRows<BYTE>& destination, LONG rows);
 
 }  // namespace nyx

@@ -14,7 +14,7 @@ std::int64_t SignedPictureSize(WORD bitCount, std::int64_t height, LONG width);
 /// Asks the allocator for exactly one buffer of `size` bytes, alignment and prefix as `properties`
 /// has them. Returns the allocator's failure, `E_FAIL` when it grants less or when the size does
 /// not fit its 32-bit field.
-HRESULT RequestOneBuffer(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* properties,
-                         std::int64_t size);
+[[nodiscard]] HRESULT RequestOneBuffer(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* properties,
+                                       std::int64_t size);
 
 }  // namespace nyx

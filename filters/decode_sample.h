@@ -15,9 +15,9 @@ namespace nyx {
 /// `E_POINTER` for null samples, `E_UNEXPECTED` for samples without data, `E_FAIL` for types
 /// without a header, an output of no known kind or a buffer that is smaller than its picture or may
 /// not be written, else the codec's result. Runs on the streaming thread.
-HRESULT DecodeSample(ICodec& codec, bool fillsRows, const AM_MEDIA_TYPE& inputType,
-                     const AM_MEDIA_TYPE& outputType, IMediaSample* inputSample,
-                     IMediaSample* outputSample, FrameParameters* shown);
+[[nodiscard]] HRESULT DecodeSample(ICodec& codec, bool fillsRows, const AM_MEDIA_TYPE& inputType,
+                                   const AM_MEDIA_TYPE& outputType, IMediaSample* inputSample,
+                                   IMediaSample* outputSample, FrameParameters* shown);
 
 /// Keeps the type of a `VIDEOINFOHEADER2` connection true to a frame that is about to be delivered
 /// with `sample`: rewrites it in place and, where the peer takes it dynamically, lets the sample
@@ -38,6 +38,6 @@ struct DecodeCall {
 /// Decodes straight into the picture, or, for write-combined memory, which codecs would read and
 /// write out of order at a crawl, by way of a temporary buffer, of which on success the bytes that
 /// the codec has written are copied. Never reads the picture.
-HRESULT DecodePicture(ICodec& codec, const DecodeCall& call, bool writeCombined);
+[[nodiscard]] HRESULT DecodePicture(ICodec& codec, const DecodeCall& call, bool writeCombined);
 
 }  // namespace nyx

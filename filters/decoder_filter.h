@@ -17,15 +17,16 @@ struct DecoderSide {
     static constexpr auto OfferType = OfferDecoderType;
 
     /// The buffer's size follows from the output.
-    static HRESULT RequestBuffer(CBasePin&, CBasePin& output, IMemAllocator* allocator,
-                                 ALLOCATOR_PROPERTIES* properties) {
+    [[nodiscard]] static HRESULT RequestBuffer(CBasePin&, CBasePin& output,
+                                               IMemAllocator* allocator,
+                                               ALLOCATOR_PROPERTIES* properties) {
         return RequestDecoderBuffer(output.CurrentMediaType(), allocator, properties);
     }
 
     template <class Codec>
-    static HRESULT Transform(Codec& codec, CBasePin& input, CBasePin& output,
-                             IMediaSample* inputSample, IMediaSample* outputSample,
-                             bool waitingForKeyFrame) {
+    [[nodiscard]] static HRESULT Transform(Codec& codec, CBasePin& input, CBasePin& output,
+                                           IMediaSample* inputSample, IMediaSample* outputSample,
+                                           bool waitingForKeyFrame) {
         bool fillsRows = false;
         if constexpr (std::is_base_of_v<CDvCodecBase, Codec>) {
             // An output of a size of its own, to which a narrower picture is stretched.

@@ -11,16 +11,18 @@ namespace nyx {
 /// Whether the codec takes `input`, and to `output` when that is given. `S_OK` or
 /// `VFW_E_TYPE_NOT_ACCEPTED`. Major type and subtype of the input are the codec's business by way
 /// of the header's FourCC.
-HRESULT CheckDecoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input, const AM_MEDIA_TYPE* output);
+[[nodiscard]] HRESULT CheckDecoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input,
+                                        const AM_MEDIA_TYPE* output);
 
 /// Builds the output type offered at `position` for a stream of type `input`: the list of layouts
 /// once with a `VIDEOINFOHEADER2` block, then with a `VIDEOINFOHEADER` one. `VFW_S_NO_MORE_ITEMS`
 /// past the end, `E_INVALIDARG` before the start, `E_OUTOFMEMORY`, or the codec's failure.
-HRESULT OfferDecoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position, CMediaType* type);
+[[nodiscard]] HRESULT OfferDecoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position,
+                                       CMediaType* type);
 
 /// Asks the allocator for one buffer that holds a picture of type `output`; `E_FAIL` when the type
 /// has no header.
-HRESULT RequestDecoderBuffer(const AM_MEDIA_TYPE& output, IMemAllocator* allocator,
-                             ALLOCATOR_PROPERTIES* properties);
+[[nodiscard]] HRESULT RequestDecoderBuffer(const AM_MEDIA_TYPE& output, IMemAllocator* allocator,
+                                           ALLOCATOR_PROPERTIES* properties);
 
 }  // namespace nyx

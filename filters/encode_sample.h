@@ -9,7 +9,8 @@ namespace nyx {
 /// samples, `E_UNEXPECTED` for samples without data, `E_FAIL` for types without a header, an input
 /// of no known kind or shorter than its picture, or an output buffer that may not be written; else
 /// the codec's result, which is told how large the buffer is. Runs on the streaming thread.
-HRESULT EncodeSample(ICodec& codec, const AM_MEDIA_TYPE& inputType, const AM_MEDIA_TYPE& outputType,
-                     IMediaSample* inputSample, IMediaSample* outputSample);
+[[nodiscard]] HRESULT EncodeSample(ICodec& codec, const AM_MEDIA_TYPE& inputType,
+                                   const AM_MEDIA_TYPE& outputType, IMediaSample* inputSample,
+                                   IMediaSample* outputSample);
 
 }  // namespace nyx

@@ -13,16 +13,17 @@ struct EncoderSide {
     static constexpr auto OfferType = OfferEncoderType;
 
     /// The buffer's size follows from the input.
-    static HRESULT RequestBuffer(CBasePin& input, CBasePin&, IMemAllocator* allocator,
-                                 ALLOCATOR_PROPERTIES* properties) {
+    [[nodiscard]] static HRESULT RequestBuffer(CBasePin& input, CBasePin&, IMemAllocator* allocator,
+                                               ALLOCATOR_PROPERTIES* properties) {
         CMediaType type;
         return FAILED(input.ConnectionMediaType(&type))
                    ? E_UNEXPECTED
                    : RequestEncoderBuffer(type, allocator, properties);
     }
 
-    static HRESULT Transform(ICodec& codec, CBasePin& input, CBasePin& output,
-                             IMediaSample* inputSample, IMediaSample* outputSample, bool) {
+    [[nodiscard]] static HRESULT Transform(ICodec& codec, CBasePin& input, CBasePin& output,
+                                           IMediaSample* inputSample, IMediaSample* outputSample,
+                                           bool) {
         return EncodeSample(codec, input.CurrentMediaType(), output.CurrentMediaType(), inputSample,
                             outputSample);
     }

@@ -11,17 +11,19 @@ namespace nyx {
 /// Whether the codec encodes `input`, and to `output` when that is given. `S_OK` or
 /// `VFW_E_TYPE_NOT_ACCEPTED`. RGB 32-bit is an opaque kind, and a codec whose 32-bit pictures carry
 /// alpha refuses it, though its registered pin types name it: a host has to ask for ARGB 32-bit.
-HRESULT CheckEncoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input, const AM_MEDIA_TYPE* output);
+[[nodiscard]] HRESULT CheckEncoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input,
+                                        const AM_MEDIA_TYPE* output);
 
 /// Builds the compressed type offered at `position` for pictures of type `input`: first with a
 /// `VIDEOINFOHEADER2` block, then with a `VIDEOINFOHEADER` one. `VFW_S_NO_MORE_ITEMS` past the end,
 /// `E_FAIL` when the input has no header, `VFW_E_TYPE_NOT_ACCEPTED` for pictures of no known kind,
 /// `E_OUTOFMEMORY`.
-HRESULT OfferEncoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position, CMediaType* type);
+[[nodiscard]] HRESULT OfferEncoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position,
+                                       CMediaType* type);
 
 /// Asks the allocator for one buffer of 1.2 times the picture. `E_UNEXPECTED` when the input has no
 /// header.
-HRESULT RequestEncoderBuffer(const AM_MEDIA_TYPE& input, IMemAllocator* allocator,
-                             ALLOCATOR_PROPERTIES* properties);
+[[nodiscard]] HRESULT RequestEncoderBuffer(const AM_MEDIA_TYPE& input, IMemAllocator* allocator,
+                                           ALLOCATOR_PROPERTIES* properties);
 
 }  // namespace nyx

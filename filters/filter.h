@@ -29,7 +29,7 @@ class NyxFilterImpl : public Base, public Codec, public NyxUtil {
 
     ~NyxFilterImpl() override = default;
 
-    HRESULT Transform(IMediaSample* input, IMediaSample* output) override {
+    [[nodiscard]] HRESULT Transform(IMediaSample* input, IMediaSample* output) override {
         if (!input || !output) {
             return E_POINTER;
         }
@@ -42,21 +42,23 @@ class NyxFilterImpl : public Base, public Codec, public NyxUtil {
                                output, waitingForKeyFrame);
     }
 
-    HRESULT CheckInputType(const CMediaType* input) override {
+    [[nodiscard]] HRESULT CheckInputType(const CMediaType* input) override {
         if (!input) {
             return E_POINTER;
         }
         return IsAvailable() ? Side::CheckTypes(*this, *input, nullptr) : VFW_E_TYPE_NOT_ACCEPTED;
     }
 
-    HRESULT CheckTransform(const CMediaType* input, const CMediaType* output) override {
+    [[nodiscard]] HRESULT CheckTransform(const CMediaType* input,
+                                         const CMediaType* output) override {
         if (!input || !output) {
             return E_POINTER;
         }
         return IsAvailable() ? Side::CheckTypes(*this, *input, output) : VFW_E_TYPE_NOT_ACCEPTED;
     }
 
-    HRESULT DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* properties) override {
+    [[nodiscard]] HRESULT DecideBufferSize(IMemAllocator* allocator,
+                                           ALLOCATOR_PROPERTIES* properties) override {
         if (!allocator || !properties || !this->m_pInput) {
             return E_POINTER;
         }
@@ -66,7 +68,7 @@ class NyxFilterImpl : public Base, public Codec, public NyxUtil {
         return Side::RequestBuffer(*this->m_pInput, *this->m_pOutput, allocator, properties);
     }
 
-    HRESULT GetMediaType(int position, CMediaType* type) override {
+    [[nodiscard]] HRESULT GetMediaType(int position, CMediaType* type) override {
         if (!type || !this->m_pInput) {
             return E_POINTER;
         }

@@ -31,7 +31,7 @@ void WriteFrameParameters(LONG fieldOrder, const PictureAspect& aspect, VIDEOINF
 
 /// Asks the codec about one frame, or with an empty `frame` about the stream. `E_FAIL` when the
 /// type has no header; a codec's failure is passed on.
-HRESULT ReadFrameParameters(ICodec& codec, const AM_MEDIA_TYPE& type, ByteSpan frame,
-                            FrameParameters* parameters);
+[[nodiscard]] HRESULT ReadFrameParameters(ICodec& codec, const AM_MEDIA_TYPE& type, ByteSpan frame,
+                                          FrameParameters* parameters);
 
 }  // namespace nyx

@@ -23,6 +23,6 @@ enum class BlockForm {
 };
 
 /// Writes the offer into `type` with a block of the given form. `S_OK` or `E_OUTOFMEMORY`.
-HRESULT FillOfferedType(const OfferedType& offer, BlockForm form, CMediaType* type);
+[[nodiscard]] HRESULT FillOfferedType(const OfferedType& offer, BlockForm form, CMediaType* type);
 
 }  // namespace nyx

@@ -7,7 +7,7 @@
 namespace nyx {
 
 /// The data pointer of a sample; `E_UNEXPECTED` when it has none.
-HRESULT SampleData(IMediaSample* sample, BYTE** data);
+[[nodiscard]] HRESULT SampleData(IMediaSample* sample, BYTE** data);
 
 /// The bytes that a sample says it holds, never more than its buffer.
 std::size_t SampleLength(IMediaSample* sample);

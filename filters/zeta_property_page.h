@@ -16,9 +16,9 @@ class CZetaProp : public CBasePropertyPage {
     CZetaProp(const wchar_t* name, IUnknown* outer);
 
     STDMETHODIMP IsPageDirty() override;
-    HRESULT OnConnect(IUnknown* object) override;
-    HRESULT OnActivate() override;
-    HRESULT OnApplyChanges() override;
+    [[nodiscard]] HRESULT OnConnect(IUnknown* object) override;
+    [[nodiscard]] HRESULT OnActivate() override;
+    [[nodiscard]] HRESULT OnApplyChanges() override;
     INT_PTR OnReceiveMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam) override;
 
   private:

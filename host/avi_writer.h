@@ -20,16 +20,16 @@ class AviWriter {
 
     /// Creates `path`, replacing an older file. Frames per second are `rate` / `scale`; no frame is
     /// longer than the header's biSizeImage.
-    HRESULT Create(const std::wstring& path, const BITMAPINFOHEADER& header, DWORD rate,
-                   DWORD scale);
+    [[nodiscard]] HRESULT Create(const std::wstring& path, const BITMAPINFOHEADER& header,
+                                 DWORD rate, DWORD scale);
 
     /// Appends one key frame. HRESULT_FROM_WIN32(ERROR_FILE_TOO_LARGE) when the file would reach
     /// 2^31 bytes: beyond, the 32-bit offsets of AVIFile silently lie.
-    HRESULT Write(const void* frame, LONG size);
+    [[nodiscard]] HRESULT Write(const void* frame, LONG size);
 
     /// Closes the file: the index and the header are written. A failure when that left no complete
     /// file.
-    HRESULT Finish();
+    [[nodiscard]] HRESULT Finish();
 
   private:
     void Close();

@@ -35,7 +35,7 @@ inline std::atomic<long> liveObjects{0};
 /// What `work` answers, or E_OUTOFMEMORY when there is no memory for it: no exception crosses an
 /// interface.
 template <class Work>
-HRESULT Guarded(Work work) {
+[[nodiscard]] HRESULT Guarded(Work work) {
     try {
         return work();
     } catch (const std::bad_alloc&) {

@@ -23,7 +23,8 @@ class Enumerator final : public Object<Interface> {
         : items_(items), at_(at) {}
 
     /// A new one for the caller of an interface. E_POINTER, E_OUTOFMEMORY.
-    static HRESULT HandOut(const std::vector<Item>& items, Interface** out, std::size_t at = 0) {
+    [[nodiscard]] static HRESULT HandOut(const std::vector<Item>& items, Interface** out,
+                                         std::size_t at = 0) {
         return out ? Guarded([&] { return *out = new Enumerator(items, at), S_OK; }) : E_POINTER;
     }
 

@@ -73,11 +73,11 @@ class SinglePin : public IPin, public IMemInputPin, public IPinConnection {
 
   protected:
     /// Connects with this very type and agrees on an allocator; a failure leaves no connection.
-    HRESULT ConnectAs(IPin* to, const MediaType& wanted);
+    [[nodiscard]] HRESULT ConnectAs(IPin* to, const MediaType& wanted);
 
   private:
     /// Whether a connection may be made now.
-    HRESULT MayConnect() const;
+    [[nodiscard]] HRESULT MayConnect() const;
 
     SinglePinFilter* const filter_;
     const PIN_DIRECTION direction_;
@@ -109,7 +109,7 @@ class SinglePinFilter : public Object<IBaseFilter> {
 
     /// Called at the state changes, in the application's thread. Entering pause from stop may fail;
     /// leaving for stop may not.
-    virtual HRESULT OnStart() { return S_OK; }
+    [[nodiscard]] virtual HRESULT OnStart() { return S_OK; }
     virtual void OnRun() {}
     virtual void OnStop() {}
 

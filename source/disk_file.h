@@ -16,7 +16,7 @@ class DiskFile final : public ByteSource {
 
     /// Opens a file once, by a path of any length. `E_OUTOFMEMORY` or the system's error; what is
     /// no file of a disk, such as a port, is not supported: reading from it might never end.
-    HRESULT Open(const wchar_t* path);
+    [[nodiscard]] HRESULT Open(const wchar_t* path);
 
     int Read(std::int64_t position, BYTE* to, int count) override;
     std::int64_t Size() override;

@@ -80,8 +80,9 @@ std::int64_t FootageFile::SeekBytes(void* self, std::int64_t offset, int whence)
 /// damaged one as long as there is memory for all that can be in a file of this size.
 HRESULT FootageFile::WantOfMemory() const {
     constexpr std::int64_t kMaxOfARow = 32;  // for a byte of the file
-    constexpr std::int64_t kMax = 256 << 20;
-    const std::int64_t all = std::clamp<std::int64_t>(size_, 1, kMax / kMaxOfARow) * kMaxOfARow;
+    constexpr std::int64_t kMaxMemory = 256 << 20;
+    const std::int64_t all =
+        std::clamp<std::int64_t>(size_, 1, kMaxMemory / kMaxOfARow) * kMaxOfARow;
     void* const memory = av_malloc(static_cast<std::size_t>(all));
     av_free(memory);
     return memory ? kInvalidFileFormat : E_OUTOFMEMORY;
@@ -302,7 +303,7 @@ REFERENCE_TIME FootageFile::duration() const {
     for (const StreamFormat& stream : streams_) {
         end = std::max(end, av_sat_add64(stream.start, stream.duration));
     }
-    return std::min(Difference(end, origin_), kMax);
+    return std::min(Difference(end, origin_), kMaxTime);
 }
 
 void FootageFile::Select(const std::vector<bool>& wanted) {

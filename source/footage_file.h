@@ -49,7 +49,7 @@ class FootageFile {
     /// Opens a file once. The failures of failures.h, of reading, or `E_OUTOFMEMORY`; the object
     /// then is good for nothing. A file whose tables take more than OpenBudget allows is a damaged
     /// one.
-    HRESULT Open(std::unique_ptr<ByteSource> bytes);
+    [[nodiscard]] HRESULT Open(std::unique_ptr<ByteSource> bytes);
 
     /// Why Open refused a file with that result, in words of ASCII; empty where the result says it.
     std::string Refusal(HRESULT result) const;
@@ -73,17 +73,17 @@ class FootageFile {
 
     /// Goes where Read continues with what lasts at `time`: of each stream the packet that holds
     /// it.
-    HRESULT Seek(REFERENCE_TIME time);
+    [[nodiscard]] HRESULT Seek(REFERENCE_TIME time);
 
     /// The next packet. `S_FALSE` at the end; `kCancelled`; `E_OUTOFMEMORY`; or why the file could
     /// not be read. What is damaged or torn is left out.
-    HRESULT Read(Packet* packet);
+    [[nodiscard]] HRESULT Read(Packet* packet);
 
     /// Copies a picture's packet of this file into a buffer of that size, from the file itself
     /// where it was left there: an uncompressed frame that went through memory of its own would
     /// take several times as long. `S_FALSE` when the file has become too short, or why it could
     /// not be read. From any thread, also while another reads on.
-    HRESULT Copy(const Packet& packet, BYTE* to);
+    [[nodiscard]] HRESULT Copy(const Packet& packet, BYTE* to);
 
     /// Makes reading fail soon, now and later, until it is withdrawn. From any thread.
     void Cancel(bool cancelled) { cancelled_ = cancelled; }
@@ -95,27 +95,27 @@ class FootageFile {
     static int IsInterrupted(void* self);
 
     bool MayGoOn();
-    HRESULT OpenContainer();
-    HRESULT FindStreams();
-    HRESULT SeeFirstFrames(std::vector<Packets>* seen);
-    HRESULT CountFrames(const Packets& seen, StreamFormat* stream);
+    [[nodiscard]] HRESULT OpenContainer();
+    [[nodiscard]] HRESULT FindStreams();
+    [[nodiscard]] HRESULT SeeFirstFrames(std::vector<Packets>* seen);
+    [[nodiscard]] HRESULT CountFrames(const Packets& seen, StreamFormat* stream);
     void Forget();
-    HRESULT Restart();
+    [[nodiscard]] HRESULT Restart();
     bool SeekGroup(REFERENCE_TIME time);
     void SkipUnwanted();
-    HRESULT ReadRaw(LibavPtr<AVPacket>* packet);
+    [[nodiscard]] HRESULT ReadRaw(LibavPtr<AVPacket>* packet);
     int ReadChangingDv(AVPacket* packet);
     void TimeRawDv(const Packets& seen);
-    HRESULT FindLeft(Packet* packet);
-    HRESULT ReadLeft(const Packet& packet, BYTE* to);
-    HRESULT Repeat(Packet* packet);
-    HRESULT TakePacket(Packet* packet);
+    [[nodiscard]] HRESULT FindLeft(Packet* packet);
+    [[nodiscard]] HRESULT ReadLeft(const Packet& packet, BYTE* to);
+    [[nodiscard]] HRESULT Repeat(Packet* packet);
+    [[nodiscard]] HRESULT TakePacket(Packet* packet);
     std::int64_t TickOf(const StreamFormat& stream, const Packet& packet) const;
     std::int64_t FrameTicks(const StreamFormat& stream) const;
     void TimePicture(const StreamFormat& stream, Packet* packet);
     void TimeAudio(const StreamFormat& stream, Packet* packet);
-    HRESULT WantOfMemory() const;
-    HRESULT ResultOf(int error) const;
+    [[nodiscard]] HRESULT WantOfMemory() const;
+    [[nodiscard]] HRESULT ResultOf(int error) const;
 
     std::unique_ptr<ByteSource> bytes_;
     std::atomic<std::int64_t> size_{0};

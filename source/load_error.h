@@ -12,6 +12,6 @@ namespace nyx::source {
 
 /// Leaves `reason`, plain ASCII, for the calling thread, as said by the filter's IFileSourceFilter;
 /// nothing where it is empty. The object is the system's own and outlives the module. `result`.
-HRESULT WithReason(HRESULT result, const std::string& reason);
+[[nodiscard]] HRESULT WithReason(HRESULT result, const std::string& reason);
 
 }  // namespace nyx::source

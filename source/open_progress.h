@@ -19,7 +19,7 @@ class OpenProgress final : public CUnknown, public IAMOpenProgress {
     HRESULT STDMETHODCALLTYPE AbortOperation() override;
 
     /// Opens a file of footage, as its own Open.
-    HRESULT Open(FootageFile* file, std::unique_ptr<ByteSource> bytes);
+    [[nodiscard]] HRESULT Open(FootageFile* file, std::unique_ptr<ByteSource> bytes);
 
   private:
     CCritSec lock_;

@@ -12,10 +12,10 @@ namespace {
 constexpr std::size_t kEnough = 24 << 20;
 /// And so many while a stream has none, as its next may lie behind many of another: a delivering
 /// thread may be held up until the other stream has something too.
-constexpr std::size_t kMax = 96 << 20;
+constexpr std::size_t kMaxBytes = 96 << 20;
 /// A stream of which so many bytes of others held nothing counts as ended when there is no room to
 /// look further: whoever waits for it, as a paused graph does, must get an answer.
-constexpr std::size_t kFarthest = kMax / 2;
+constexpr std::size_t kFarthest = kMaxBytes / 2;
 
 }  // namespace
 
@@ -58,13 +58,13 @@ bool ReadAhead::FindRoom() {
     bool starves = false;
     for (Queue& queue : queues_) {
         const bool empty = queue.open && queue.packets.empty();
-        if (empty && bytes_ >= kMax && queue.passed >= kFarthest) {
+        if (empty && bytes_ >= kMaxBytes && queue.passed >= kFarthest) {
             queue.open = false;
             changed_.notify_all();
         }
         starves = starves || (empty && queue.open);
     }
-    return bytes_ < (starves ? kMax : kEnough);
+    return bytes_ < (starves ? kMaxBytes : kEnough);
 }
 
 /// Keeps a packet as soon as there is room; false when no one waits for any.

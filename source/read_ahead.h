@@ -25,7 +25,7 @@ class ReadAhead {
     /// Waits for the next packet of a stream. `S_FALSE` at its end, also when what could be read
     /// ahead of the other streams holds none; `kCancelled` after Cancel, or the failure that ended
     /// reading.
-    HRESULT Next(std::size_t stream, Packet* packet);
+    [[nodiscard]] HRESULT Next(std::size_t stream, Packet* packet);
 
     /// Says that nobody takes the packets of a stream any more.
     void Close(std::size_t stream);

@@ -10,9 +10,9 @@ namespace nyx::source {
 /// our own and, on Windows itself, by extensions that nobody claims yet. `kinds` names what is to
 /// be entered, with commas between: "mxf", "gxf", "avi" of the module's codes, "dv". The first
 /// failure is returned.
-HRESULT RegisterFileTypes(const std::wstring& kinds);
+[[nodiscard]] HRESULT RegisterFileTypes(const std::wstring& kinds);
 
 /// Takes out what RegisterFileTypes may have entered, and nothing of anybody else.
-HRESULT UnregisterFileTypes();
+[[nodiscard]] HRESULT UnregisterFileTypes();
 
 }  // namespace nyx::source

@@ -10,7 +10,7 @@ namespace nyx::source {
 
 constexpr int kUnits = 10000000;  ///< reference-time units (100 ns) in one second
 /// Times are cut to this, 3,600 years, so that sums of a few hold.
-constexpr REFERENCE_TIME kMax = REFERENCE_TIME{1} << 60;
+constexpr REFERENCE_TIME kMaxTime = REFERENCE_TIME{1} << 60;
 
 /// The time at which tick `ticks` of a clock begins whose ticks last `base` seconds, rounded down;
 /// 0 for a clock that does not go.
@@ -19,7 +19,7 @@ inline REFERENCE_TIME TimeOfTick(std::int64_t ticks, AVRational base) {
         return 0;
     }
     const std::int64_t unit = std::int64_t{kUnits} * base.num;
-    return std::clamp(av_rescale_rnd(ticks, unit, base.den, AV_ROUND_DOWN), -kMax, kMax);
+    return std::clamp(av_rescale_rnd(ticks, unit, base.den, AV_ROUND_DOWN), -kMaxTime, kMaxTime);
 }
 
 /// The tick that lasts at `time`: the last one that TimeOfTick does not put behind it.
@@ -27,7 +27,7 @@ inline std::int64_t TickAt(REFERENCE_TIME time, AVRational base) {
     if (base.num <= 0 || base.den <= 0) {
         return 0;
     }
-    const REFERENCE_TIME next = std::clamp(time, -kMax, kMax) + 1;
+    const REFERENCE_TIME next = std::clamp(time, -kMaxTime, kMaxTime) + 1;
     return av_rescale_rnd(next, base.den, std::int64_t{kUnits} * base.num, AV_ROUND_UP) - 1;
 }
 

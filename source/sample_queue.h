@@ -29,7 +29,7 @@ class SampleQueue {
     /// No more will be put, for a reason: `S_FALSE` at the stream's end.
     void End(HRESULT reason);
     /// Waits for the next sample; the reason of the end when there is none.
-    HRESULT Take(FilledSample* filled);
+    [[nodiscard]] HRESULT Take(FilledSample* filled);
     /// Drops what waits and ends every wait of Put.
     void Close();
 

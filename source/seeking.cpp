@@ -1,6 +1,7 @@
 #include "source/seeking.h"
 
 #include <algorithm>
+#include <tuple>
 
 #include "baseclasses/wxutil.h"
 #include "source/sample_clock.h"
@@ -100,7 +101,7 @@ HRESULT PinSeeking::ResolvePosition(const LONGLONG* value, DWORD how, REFERENCE_
     CheckPointer(value, E_POINTER);
     LONGLONG origin = 0;
     if (how != AM_SEEKING_AbsolutePositioning) {
-        PutTime(&origin, base);
+        std::ignore = PutTime(&origin, base);
     }
     const LONGLONG place = av_sat_add64(origin, *value);
     *time = std::clamp<REFERENCE_TIME>(Convert(place, UsedFormat(), TIME_FORMAT_MEDIA_TIME, frame_),
@@ -143,7 +144,7 @@ HRESULT STDMETHODCALLTYPE PinSeeking::SetPositions(LONGLONG* current, DWORD curr
 HRESULT STDMETHODCALLTYPE PinSeeking::GetPositions(LONGLONG* current, LONGLONG* stop) {
     const Segment now = target_->CurrentSegment();
     if (current) {
-        PutTime(current, now.start);
+        std::ignore = PutTime(current, now.start);
     }
     return stop ? PutTime(stop, now.stop) : S_OK;
 }

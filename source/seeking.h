@@ -21,11 +21,12 @@ class Seekable {
     virtual Segment CurrentSegment() = 0;
     /// Plays another segment, from its start; `pin` names who asks. The pins of a graph are all
     /// asked the same: what one brought about is not repeated for the others.
-    virtual HRESULT SeekTo(const void* pin, REFERENCE_TIME start, REFERENCE_TIME stop) = 0;
+    [[nodiscard]] virtual HRESULT SeekTo(const void* pin, REFERENCE_TIME start,
+                                         REFERENCE_TIME stop) = 0;
     /// Moves the end alone.
-    virtual HRESULT StopAt(REFERENCE_TIME stop) = 0;
+    [[nodiscard]] virtual HRESULT StopAt(REFERENCE_TIME stop) = 0;
     /// Plays on at another rate, from where it is.
-    virtual HRESULT SetPlaybackRate(double rate) = 0;
+    [[nodiscard]] virtual HRESULT SetPlaybackRate(double rate) = 0;
 
   protected:
     ~Seekable() = default;
@@ -62,10 +63,10 @@ class PinSeeking : public IMediaSeeking {
     ~PinSeeking() = default;
 
   private:
-    HRESULT ResolvePosition(const LONGLONG* value, DWORD how, REFERENCE_TIME base,
-                            REFERENCE_TIME* time) const;
+    [[nodiscard]] HRESULT ResolvePosition(const LONGLONG* value, DWORD how, REFERENCE_TIME base,
+                                          REFERENCE_TIME* time) const;
     GUID UsedFormat() const { return countsFrames_ ? TIME_FORMAT_FRAME : TIME_FORMAT_MEDIA_TIME; }
-    HRESULT PutTime(LONGLONG* value, REFERENCE_TIME time) const;
+    [[nodiscard]] HRESULT PutTime(LONGLONG* value, REFERENCE_TIME time) const;
 
     Seekable* const target_;
     const AVRational frame_;  ///< seconds

@@ -48,20 +48,21 @@ class FootageSource final : public CBaseFilter,
 
     REFERENCE_TIME Duration() override { return file_->duration(); }
     Segment CurrentSegment() override;
-    HRESULT SeekTo(const void* pin, REFERENCE_TIME start, REFERENCE_TIME stop) override;
-    HRESULT StopAt(REFERENCE_TIME stop) override;
-    HRESULT SetPlaybackRate(double rate) override;
+    [[nodiscard]] HRESULT SeekTo(const void* pin, REFERENCE_TIME start,
+                                 REFERENCE_TIME stop) override;
+    [[nodiscard]] HRESULT StopAt(REFERENCE_TIME stop) override;
+    [[nodiscard]] HRESULT SetPlaybackRate(double rate) override;
 
   private:
     explicit FootageSource(LPUNKNOWN outer);
 
     void SetSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate);
-    HRESULT OpenFile(const wchar_t* path);
+    [[nodiscard]] HRESULT OpenFile(const wchar_t* path);
     void ReportLeftOut();
-    HRESULT StartStreaming();
+    [[nodiscard]] HRESULT StartStreaming();
     void ApplyStopTime();
     void FinishStreaming();
-    HRESULT Flush();
+    [[nodiscard]] HRESULT Flush();
 
     CCritSec lock_;
     /// Innermost, of what downstream asks for from a streaming thread: the pins and the segment.

@@ -28,10 +28,11 @@ class SourcePin final : public CBaseOutputPin, public PinSeeking {
     HRESULT STDMETHODCALLTYPE QueryId(LPWSTR* id) override { return AMGetWideString(Name(), id); }
     /// Every packet is wanted, however late.
     HRESULT STDMETHODCALLTYPE Notify(IBaseFilter*, Quality) override { return E_NOTIMPL; }
-    HRESULT CheckMediaType(const CMediaType* type) override;
-    HRESULT GetMediaType(int position, CMediaType* type) override;
-    HRESULT CompleteConnect(IPin* peer) override;
-    HRESULT DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* request) override;
+    [[nodiscard]] HRESULT CheckMediaType(const CMediaType* type) override;
+    [[nodiscard]] HRESULT GetMediaType(int position, CMediaType* type) override;
+    [[nodiscard]] HRESULT CompleteConnect(IPin* peer) override;
+    [[nodiscard]] HRESULT DecideBufferSize(IMemAllocator* allocator,
+                                           ALLOCATOR_PROPERTIES* request) override;
 
     /// Whether downstream takes, or is not there to refuse, pictures of a system of DV.
     bool Takes(const AVDVProfile& system) const;
@@ -40,8 +41,8 @@ class SourcePin final : public CBaseOutputPin, public PinSeeking {
     /// the latest: what follows has pictures that downstream does not take. There the pin of the
     /// pictures sends EC_STREAM_ERROR_STOPPED with VFW_E_TYPE_NOT_ACCEPTED and the place in the
     /// file, in milliseconds. `E_OUTOFMEMORY` when there can be no thread.
-    HRESULT StartStreaming(FootageFile* file, ReadAhead* packets, std::size_t stream,
-                           const Segment& segment, REFERENCE_TIME cut);
+    [[nodiscard]] HRESULT StartStreaming(FootageFile* file, ReadAhead* packets, std::size_t stream,
+                                         const Segment& segment, REFERENCE_TIME cut);
     /// Waits until nothing is delivered any more. The packets were cancelled, and downstream was
     /// stopped or begins to flush.
     void FinishStreaming();
@@ -54,15 +55,16 @@ class SourcePin final : public CBaseOutputPin, public PinSeeking {
     void FillSamples();
     void DeliverSamples();
     ALLOCATOR_PROPERTIES Buffers() const;
-    HRESULT PutPicture(const Packet& packet);
-    HRESULT PushAudio(const Packet& packet);
+    [[nodiscard]] HRESULT PutPicture(const Packet& packet);
+    [[nodiscard]] HRESULT PushAudio(const Packet& packet);
     bool Follow(const StreamFormat& format);
     bool IsTaken(const StreamFormat& format) const;
-    HRESULT FillType(const StreamFormat& format, CMediaType* type) const;
+    [[nodiscard]] HRESULT FillType(const StreamFormat& format, CMediaType* type) const;
     REFERENCE_TIME InSegment(REFERENCE_TIME time) const;
     template <class Fill>
-    HRESULT PutSample(REFERENCE_TIME start, REFERENCE_TIME stop, std::int64_t bytes, Fill fill);
-    HRESULT DeliverOne(const FilledSample& filled);
+    [[nodiscard]] HRESULT PutSample(REFERENCE_TIME start, REFERENCE_TIME stop, std::int64_t bytes,
+                                    Fill fill);
+    [[nodiscard]] HRESULT DeliverOne(const FilledSample& filled);
 
     const StreamFormat format_;
     int form_ = 0;                         ///< of FillMediaType's

@@ -59,8 +59,8 @@ std::size_t FramesToSee(const AVCodecParameters& parameters);
 /// Describes a video stream. `seen` holds its first frames, as many as FramesToSee asks or as there
 /// are. `kUnsupportedStream` for a coding that is not ours, `kUnsupportedVideo` for a variant
 /// without a decoder: predicted pictures, no size, an unknown kind of DV.
-HRESULT DescribeVideo(AVFormatContext* file, AVStream* stream, const Packets& seen,
-                      VideoFormat* format);
+[[nodiscard]] HRESULT DescribeVideo(AVFormatContext* file, AVStream* stream, const Packets& seen,
+                                    VideoFormat* format);
 
 /// True for a stream of sound that the container takes out of frames of DV.
 bool CarriesDvAudio(const AVFormatContext& file, const AVStream& stream);

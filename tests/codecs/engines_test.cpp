@@ -9,6 +9,7 @@
 #include <chrono>
 #include <stdexcept>
 #include <thread>
+#include <tuple>
 
 #include "codecs/fault_guard.h"
 #include "codecs/guard_frame.h"
@@ -208,7 +209,7 @@ TEST(Guard, GivesTheProcessorsStateBack) {
     DWORD_PTR flags = 0;
     asm volatile("fldcw %0" : : "m"(control));
     const unsigned mxcsr = _mm_getcsr();
-    Guarded([&] {
+    std::ignore = Guarded([&] {
         const WORD truncating = 0x0C7F;  // in single precision, without faults
         asm volatile("fldcw %0; fld1; fldz; fdivrp" : : "m"(truncating));
         _mm_setcsr(mxcsr | 0xE040);                 // truncating, denormals to zero
@@ -221,7 +222,7 @@ TEST(Guard, GivesTheProcessorsStateBack) {
     third = third / 3;
     EXPECT_EQ(third * 3, 1.0L);
     asm volatile("fninit");
-    Guarded([] { asm volatile("std"); });
+    std::ignore = Guarded([] { asm volatile("std"); });
     asm volatile("pushf; pop %0" : "=r"(flags));
     EXPECT_EQ(flags & 0x400, 0u) << "the direction of strings";
 }

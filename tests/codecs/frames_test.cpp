@@ -413,7 +413,9 @@ TEST_F(Frames, OfTheLosslessCodecAreCopiedOnlyWhereTheMemoryBehindCannotBeRead) 
         const GuardedMemory memory(frame + Bytes(behind));
         memory.Protect();
         Bytes back(source.size());
-        codecs_.lossless.Decompress(&input, memory.data(), &picture, false, back.data(), 0, 0);
+        EXPECT_EQ(
+            codecs_.lossless.Decompress(&input, memory.data(), &picture, false, back.data(), 0, 0),
+            S_OK);
         EXPECT_EQ(back, source);
         EXPECT_EQ(Last(kLlc, kDecode)[1] == Word(memory.data()), behind == 64);
     }

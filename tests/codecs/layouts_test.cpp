@@ -53,7 +53,9 @@ TEST(Surfaces, HaveTheIndexOfTheTable) {
             const LONG colorSpace = i & 2 ? 7 : 0;
             const BITMAPINFOHEADER header = MakeHeader(row.compression, row.bits, 1280, height);
             SurfaceFormat surface = {};
-            DescribeSurface({&header, width, alpha, asked, colorSpace, nullptr, 0}, &surface);
+            ASSERT_EQ(
+                DescribeSurface({&header, width, alpha, asked, colorSpace, nullptr, 0}, &surface),
+                S_OK);
             EXPECT_EQ(surface.index, row.index[(i & 3) + 4 * standard] + asked * row.askedAlphaAdds)
                 << row.bits << " case " << i;
             EXPECT_EQ(surface.bytesPerPixel, row.bytes);

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <tuple>
 
 #include "dv/dif_parser.h"
 #include "dv/sequence_headers.h"
@@ -131,7 +132,7 @@ TEST(DifParser, PayloadsAreTheFourBytesOfTheirPacksAndGoWithTheirFrame) {
     frame.Put(12273, {0x14, 0x12, 0x34, 0x56, 0x78});
     CLvtDifParser parser;
     const auto payloadsOf = [&](const DvFrame& next) {
-        parser.Parse(next.data(), next.size());
+        std::ignore = parser.Parse(next.data(), next.size());
         return Longs(parser.GetTimecodePack(), parser.GetBinaryGroupPack(), parser.GetRecDatePack(),
                      parser.GetRecTimePack(), parser.State().audioChannels);
     };
@@ -365,7 +366,7 @@ TEST(DifBounds, CutFramesParse) {
     const auto step = [](std::size_t size) { return size % 12000 < 800 ? 1u : 11u; };
     for (std::size_t size = 0; size < 26000; size += step(size)) {
         const test::GuardedMemory copy(std::vector<BYTE>(ntsc.data(), ntsc.data() + size));
-        parser.Parse(copy.data(), size);
+        std::ignore = parser.Parse(copy.data(), size);
         parser.GetTimecodePack(), parser.GetRecTimePack();
     }
     EXPECT_EQ(parser.Parse(nullptr, 144000), E_FAIL);

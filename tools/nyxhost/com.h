@@ -17,7 +17,7 @@ class ComApartment {
     ComApartment(const ComApartment&) = delete;
     ComApartment& operator=(const ComApartment&) = delete;
 
-    HRESULT Result() const { return result_; }
+    [[nodiscard]] HRESULT Result() const { return result_; }
 
   private:
     HRESULT result_;

@@ -40,7 +40,7 @@ class FrameSink final : public SinglePinFilter, public IAMFilterMiscFlags {
     SinglePin& Pin() override { return pin_; }
     void* Find(REFIID iid) override;
     void OnRun() override;
-    HRESULT OnStart() override;
+    [[nodiscard]] HRESULT OnStart() override;
 
   private:
     void ReportEndIfDue();

@@ -33,16 +33,16 @@ class FrameSource final : public SinglePinFilter {
 
   protected:
     SinglePin& Pin() override { return pin_; }
-    HRESULT OnStart() override;
+    [[nodiscard]] HRESULT OnStart() override;
     void OnStop() override;
 
   private:
     ~FrameSource() override;
 
-    HRESULT AgreeOnAllocator(IMemInputPin& receiver, IMemAllocator** allocator) const;
+    [[nodiscard]] HRESULT AgreeOnAllocator(IMemInputPin& receiver, IMemAllocator** allocator) const;
     void Stream();
-    HRESULT StreamFrame(LONG index);
-    HRESULT FillSample(LONG index, IMediaSample& sample) const;
+    [[nodiscard]] HRESULT StreamFrame(LONG index);
+    [[nodiscard]] HRESULT FillSample(LONG index, IMediaSample& sample) const;
 
     const FrameList frames_;
     SinglePin pin_{this, PINDIR_OUTPUT};

@@ -24,6 +24,6 @@ std::string FourCCText(DWORD code);
 std::string ResultText(HRESULT result);
 
 /// The HRESULT of a system call that has just failed.
-HRESULT LastResult();
+[[nodiscard]] HRESULT LastResult();
 
 }  // namespace nyx::host
