@@ -20,6 +20,7 @@ HRESULT STDMETHODCALLTYPE OpenProgress::AbortOperation() {
         return S_FALSE;
     }
     opening_->Cancel(true);
+    ended_ = true;
     return S_OK;
 }
 
@@ -27,6 +28,7 @@ HRESULT OpenProgress::Open(FootageFile* file, std::unique_ptr<ByteSource> bytes)
     {
         CAutoLock lock(&lock_);
         opening_ = file;
+        ended_ = false;
     }
     HRESULT result = E_OUTOFMEMORY;
     try {
@@ -35,6 +37,9 @@ HRESULT OpenProgress::Open(FootageFile* file, std::unique_ptr<ByteSource> bytes)
     }
     CAutoLock lock(&lock_);
     opening_ = nullptr;
+    if (ended_) {  // also when the file was open by then
+        result = E_ABORT;
+    }
     size_ = SUCCEEDED(result) ? file->size() : -1;
     return result;
 }

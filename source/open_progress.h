@@ -15,7 +15,7 @@ class OpenProgress final : public CUnknown, public IAMOpenProgress {
     /// The bytes of the file and how many of them were passed; all of them once it is open.
     /// `VFW_E_WRONG_STATE` before that.
     HRESULT STDMETHODCALLTYPE QueryProgress(LONGLONG* total, LONGLONG* current) override;
-    /// Makes the Load that is under way fail soon with `E_ABORT`. `S_FALSE` when there is none.
+    /// The Load that is under way fails soon with `E_ABORT`. `S_FALSE` when there is none.
     HRESULT STDMETHODCALLTYPE AbortOperation() override;
 
     /// Opens a file of footage, as its own Open.
@@ -24,6 +24,7 @@ class OpenProgress final : public CUnknown, public IAMOpenProgress {
   private:
     CCritSec lock_;
     FootageFile* opening_ = nullptr;
+    bool ended_ = false;  ///< by AbortOperation
     LONGLONG size_ = -1;  ///< of what is open
 };
 
