@@ -5,6 +5,7 @@
 
 #include "baseclasses/dllentry.h"
 #include "platform/com.h"
+#include "platform/system.h"
 #include "platform/unique_handle.h"
 
 namespace {
@@ -44,7 +45,7 @@ HRESULT GetModulePath(std::unique_ptr<WCHAR[]>& path) {
     CheckPointer(path, E_OUTOFMEMORY);
     const DWORD length = GetModuleFileNameW(g_hInst, path.get(), kMaxPath);
     if (length == 0) {
-        return HRESULT_FROM_WIN32(GetLastError());
+        return nyx::LastError();
     }
     return length < kMaxPath ? S_OK : HRESULT_FROM_WIN32(ERROR_INSUFFICIENT_BUFFER);
 }

@@ -10,7 +10,7 @@
 
 #include <cerrno>
 
-#include "platform/process_end.h"
+#include "platform/system.h"
 
 namespace __gnu_cxx {
 void __freeres();  // frees the reserve for exceptions; libstdc++ declares it in no header
