@@ -1,9 +1,11 @@
 #include "baseclasses/amfilter.h"
 
 #include <new>
+#include <tuple>
 
 #include "baseclasses/amfilter_enum.h"
 #include "baseclasses/amfilter_pin.h"
+#include "platform/com.h"
 
 CBaseFilter::CBaseFilter(LPCTSTR pName, LPUNKNOWN pUnk, CCritSec* pLock, REFCLSID clsid)
     : CUnknown(pName, pUnk), m_clsid(clsid), m_pLock(pLock) {}
@@ -41,14 +43,10 @@ HRESULT STDMETHODCALLTYPE CBaseFilter::SetSyncSource(IReferenceClock* pClock) {
 HRESULT STDMETHODCALLTYPE CBaseFilter::GetSyncSource(IReferenceClock** pClock) {
     CheckPointer(pClock, E_POINTER);
     CAutoLock lock(m_pLock);
-    *pClock = m_pClock;
-    if (m_pClock) {
-        m_pClock->AddRef();
-    }
-    return S_OK;
+    return CopyInterface(m_pClock, pClock);
 }
 
-/// Pin `n` when it is there and connected, else null.
+/// Pin `n` if it exists and is connected, else null.
 CBasePin* CBaseFilter::ConnectedPin(int n) {
     CBasePin* const pin = GetPin(n);
     return pin && pin->IsConnected() ? pin : nullptr;
@@ -64,7 +62,7 @@ HRESULT STDMETHODCALLTYPE CBaseFilter::Pause() {
             if (FAILED(hr)) {
                 while (i-- > 0) {
                     if (CBasePin* const active = ConnectedPin(i)) {
-                        active->Inactive();
+                        std::ignore = active->Inactive();  // the first failure is reported
                     }
                 }
                 return hr;
@@ -107,11 +105,7 @@ HRESULT STDMETHODCALLTYPE CBaseFilter::QueryFilterInfo(FILTER_INFO* pInfo) {
     CheckPointer(pInfo, E_POINTER);
     wcsncpy(pInfo->achName, m_pName ? m_pName : L"", MAX_FILTER_NAME);
     pInfo->achName[MAX_FILTER_NAME - 1] = L'\0';
-    pInfo->pGraph = m_pGraph;
-    if (m_pGraph) {
-        m_pGraph->AddRef();
-    }
-    return S_OK;
+    return CopyInterface(m_pGraph, &pInfo->pGraph);
 }
 
 HRESULT STDMETHODCALLTYPE CBaseFilter::JoinFilterGraph(IFilterGraph* pGraph, LPCWSTR pName) {
@@ -124,13 +118,8 @@ HRESULT STDMETHODCALLTYPE CBaseFilter::JoinFilterGraph(IFilterGraph* pGraph, LPC
     CoTaskMemFree(m_pName);
     m_pName = name;
     m_pGraph = pGraph;
-    m_pSink = nullptr;
-    void* sink = nullptr;
-    if (pGraph && SUCCEEDED(pGraph->QueryInterface(IID_IMediaEventSink, &sink))) {
-        // The graph outlives its filters' membership; a reference kept here would be a circle.
-        m_pSink = static_cast<IMediaEventSink*>(sink);
-        m_pSink->Release();
-    }
+    // No reference is kept: the graph outlives its filters' membership and refers to them.
+    m_pSink = nyx::As<IMediaEventSink>(pGraph).Get();
     return S_OK;
 }
 

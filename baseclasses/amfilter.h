@@ -5,7 +5,7 @@
 
 class CBasePin;
 
-/// A filter: its state, clock, graph and name. A derived class supplies the pins, which it owns.
+/// A filter: its state, clock, graph and name. A derived class owns and supplies the pins.
 class CBaseFilter : public CUnknown, public IBaseFilter {
   public:
     /// `pLock` is the filter lock; the derived class owns it. `pUnk` as in CUnknown.
@@ -29,7 +29,7 @@ class CBaseFilter : public CUnknown, public IBaseFilter {
     HRESULT STDMETHODCALLTYPE GetSyncSource(IReferenceClock** pClock) override;
     /// From stopped, activates every connected pin. When one fails, the filter stays stopped.
     HRESULT STDMETHODCALLTYPE Pause() override;
-    /// Pauses first when stopped, then tells the connected pins.
+    /// Pauses first when stopped, then runs the connected pins.
     HRESULT STDMETHODCALLTYPE Run(REFERENCE_TIME tStart) override;
 
     // IBaseFilter
@@ -43,7 +43,7 @@ class CBaseFilter : public CUnknown, public IBaseFilter {
 
     BOOL IsStopped() { return m_State == State_Stopped; }
 
-    /// Changes whenever the set of pins does; pin enumerators watch it.
+    /// Changes with the set of pins; pin enumerators compare it.
     LONG GetPinVersion() const { return m_PinVersion; }
     void IncrementPinVersion() { InterlockedIncrement(&m_PinVersion); }
 
@@ -54,7 +54,7 @@ class CBaseFilter : public CUnknown, public IBaseFilter {
     CCritSec* m_pLock;
     WCHAR* m_pName = nullptr;            ///< the name in the graph
     IFilterGraph* m_pGraph = nullptr;    ///< not AddRef'd: the graph owns its filters
-    IMediaEventSink* m_pSink = nullptr;  ///< of the graph, not AddRef'd either
+    IMediaEventSink* m_pSink = nullptr;  ///< the graph's, not AddRef'd either
     volatile LONG m_PinVersion = 1;
 
   private:

@@ -9,17 +9,6 @@
 
 namespace {
 
-/// What an enumerator answers for: `IUnknown` and its own interface.
-template <class I>
-HRESULT QueryEnumerator(I* enumerator, REFIID riid, REFIID own, void** ppv) {
-    CheckPointer(ppv, E_POINTER);
-    if (riid == IID_IUnknown || riid == own) {
-        return GetInterface(enumerator, ppv);
-    }
-    *ppv = nullptr;
-    return E_NOINTERFACE;
-}
-
 /// The common checks of Next; zeroes the count when there is one.
 HRESULT CheckNext(ULONG count, const void* items, ULONG* fetched) {
     CheckPointer(items, E_POINTER);
@@ -38,38 +27,32 @@ void StoreFetched(ULONG* fetched, ULONG value) {
 
 }  // namespace
 
-CEnumPins::CEnumPins(CBaseFilter* pFilter)
-    : m_pFilter(pFilter), m_Version(pFilter->GetPinVersion()), m_PinCount(pFilter->GetPinCount()) {
-    m_pFilter->AddRef();
+template <class I>
+HRESULT STDMETHODCALLTYPE CEnumerator<I>::QueryInterface(REFIID riid, void** ppv) {
+    CheckPointer(ppv, E_POINTER);
+    if (riid == IID_IUnknown || riid == __uuidof(I)) {
+        return GetInterface(this, ppv);
+    }
+    *ppv = nullptr;
+    return E_NOINTERFACE;
 }
 
-CEnumPins::CEnumPins(const CEnumPins& other)
-    : m_pFilter(other.m_pFilter),
-      m_Version(other.m_Version),
-      m_Position(other.m_Position),
-      m_PinCount(other.m_PinCount) {
-    m_pFilter->AddRef();
-}
-
-CEnumPins::~CEnumPins() {
-    m_pFilter->Release();
-}
-
-HRESULT STDMETHODCALLTYPE CEnumPins::QueryInterface(REFIID riid, void** ppv) {
-    return QueryEnumerator(this, riid, IID_IEnumPins, ppv);
-}
-
-ULONG STDMETHODCALLTYPE CEnumPins::AddRef() {
+template <class I>
+ULONG STDMETHODCALLTYPE CEnumerator<I>::AddRef() {
     return static_cast<ULONG>(InterlockedIncrement(&m_cRef));
 }
 
-ULONG STDMETHODCALLTYPE CEnumPins::Release() {
+template <class I>
+ULONG STDMETHODCALLTYPE CEnumerator<I>::Release() {
     const LONG left = InterlockedDecrement(&m_cRef);
     if (left == 0) {
         delete this;
     }
     return static_cast<ULONG>(left);
 }
+
+CEnumPins::CEnumPins(CBaseFilter* pFilter)
+    : m_pFilter(pFilter), m_Version(pFilter->GetPinVersion()), m_PinCount(pFilter->GetPinCount()) {}
 
 BOOL CEnumPins::AreWeOutOfSync() {
     return m_pFilter->GetPinVersion() != m_Version;
@@ -124,34 +107,7 @@ HRESULT STDMETHODCALLTYPE CEnumPins::Clone(IEnumPins** ppEnum) {
     return *ppEnum ? S_OK : E_OUTOFMEMORY;
 }
 
-CEnumMediaTypes::CEnumMediaTypes(CBasePin* pPin) : m_pPin(pPin) {
-    m_pPin->AddRef();
-}
-
-CEnumMediaTypes::CEnumMediaTypes(const CEnumMediaTypes& other)
-    : m_pPin(other.m_pPin), m_Position(other.m_Position) {
-    m_pPin->AddRef();
-}
-
-CEnumMediaTypes::~CEnumMediaTypes() {
-    m_pPin->Release();
-}
-
-HRESULT STDMETHODCALLTYPE CEnumMediaTypes::QueryInterface(REFIID riid, void** ppv) {
-    return QueryEnumerator(this, riid, IID_IEnumMediaTypes, ppv);
-}
-
-ULONG STDMETHODCALLTYPE CEnumMediaTypes::AddRef() {
-    return static_cast<ULONG>(InterlockedIncrement(&m_cRef));
-}
-
-ULONG STDMETHODCALLTYPE CEnumMediaTypes::Release() {
-    const LONG left = InterlockedDecrement(&m_cRef);
-    if (left == 0) {
-        delete this;
-    }
-    return static_cast<ULONG>(left);
-}
+CEnumMediaTypes::CEnumMediaTypes(CBasePin* pPin) : m_pPin(pPin) {}
 
 HRESULT STDMETHODCALLTYPE CEnumMediaTypes::Next(ULONG cMediaTypes, AM_MEDIA_TYPE** ppMediaTypes,
                                                 ULONG* pcFetched) {
@@ -187,7 +143,6 @@ HRESULT STDMETHODCALLTYPE CEnumMediaTypes::Reset() {
 
 HRESULT STDMETHODCALLTYPE CEnumMediaTypes::Clone(IEnumMediaTypes** ppEnum) {
     CheckPointer(ppEnum, E_POINTER);
-    *ppEnum = nullptr;
     *ppEnum = new (std::nothrow) CEnumMediaTypes(*this);
     return *ppEnum ? S_OK : E_OUTOFMEMORY;
 }

@@ -2,6 +2,7 @@
 
 #include "baseclasses/amfilter.h"
 #include "baseclasses/amfilter_output_pin.h"
+#include "platform/com.h"
 
 CBaseInputPin::CBaseInputPin(LPCTSTR pObjectName, CBaseFilter* pFilter, CCritSec* pLock,
                              HRESULT* phr, LPCWSTR pName)
@@ -43,9 +44,7 @@ HRESULT STDMETHODCALLTYPE CBaseInputPin::GetAllocator(IMemAllocator** ppAllocato
             return hr;
         }
     }
-    *ppAllocator = m_pAllocator;
-    m_pAllocator->AddRef();
-    return S_OK;
+    return CopyInterface(m_pAllocator, ppAllocator);
 }
 
 HRESULT STDMETHODCALLTYPE CBaseInputPin::NotifyAllocator(IMemAllocator* pAllocator, BOOL) {
@@ -67,7 +66,7 @@ HRESULT STDMETHODCALLTYPE CBaseInputPin::Receive(IMediaSample* pSample) {
     }
     hr = ReadSampleProps(pSample);
     if (FAILED(hr)) {
-        // Memory is only short for the sample's type, and no other sample carries that.
+        // Only the copy of the sample's type needs memory, and no other sample carries that type.
         return hr == E_OUTOFMEMORY ? RefuseSampleType() : hr;
     }
     const CMediaType* const type = SampleType();
@@ -76,14 +75,12 @@ HRESULT STDMETHODCALLTYPE CBaseInputPin::Receive(IMediaSample* pSample) {
 
 HRESULT CBaseInputPin::ReadSampleProps(IMediaSample* pSample) {
     m_SampleProps = {};
-    void* newer = nullptr;
-    if (FAILED(pSample->QueryInterface(IID_IMediaSample2, &newer))) {
+    const auto sample2 = nyx::As<IMediaSample2>(pSample);
+    if (!sample2) {
         return ReadSampleFields(pSample);
     }
-    auto* const sample2 = static_cast<IMediaSample2*>(newer);
     const HRESULT hr =
         sample2->GetProperties(sizeof(m_SampleProps), reinterpret_cast<BYTE*>(&m_SampleProps));
-    sample2->Release();
     const AM_MEDIA_TYPE* const type = m_SampleProps.pMediaType;
     const bool changed = (m_SampleProps.dwSampleFlags & AM_SAMPLE_TYPECHANGED) && type;
     m_SampleProps.pMediaType = nullptr;
@@ -129,7 +126,7 @@ HRESULT CBaseInputPin::ReadSampleFields(IMediaSample* pSample) {
     return S_OK;
 }
 
-/// Ends the stream, because it went on in a type that cannot be handled, be it for want of memory.
+/// Ends a stream that changes to a type that the filter cannot handle or has no memory for.
 HRESULT CBaseInputPin::RefuseSampleType() {
     m_bRunTimeError = true;
     EndOfStream();
@@ -153,16 +150,10 @@ HRESULT STDMETHODCALLTYPE CBaseInputPin::ReceiveMultiple(IMediaSample** pSamples
 
 namespace {
 
-/// Whether the input `peer` may block; one of a transport unknown to us may.
+/// Whether the input `peer` may block. One without this transport may.
 bool CanBlock(IPin* peer) {
-    void* input = nullptr;
-    if (FAILED(peer->QueryInterface(IID_IMemInputPin, &input))) {
-        return true;
-    }
-    auto* const transport = static_cast<IMemInputPin*>(input);
-    const HRESULT hr = transport->ReceiveCanBlock();
-    transport->Release();
-    return hr != S_FALSE;
+    const auto transport = nyx::As<IMemInputPin>(peer);
+    return !transport || transport->ReceiveCanBlock() != S_FALSE;
 }
 
 }  // namespace
@@ -173,14 +164,12 @@ HRESULT STDMETHODCALLTYPE CBaseInputPin::ReceiveCanBlock() {
     for (int i = 0; i < count; ++i) {
         CBasePin* const pin = m_pFilter->GetPin(i);
         PIN_DIRECTION direction = PINDIR_INPUT;
-        IPin* peer = nullptr;
+        nyx::ComPtr<IPin> peer;
         if (!pin || FAILED(pin->QueryDirection(&direction)) || direction != PINDIR_OUTPUT ||
             FAILED(pin->ConnectedTo(&peer))) {
             continue;
         }
-        const bool blocks = CanBlock(peer);
-        peer->Release();
-        if (blocks) {
+        if (CanBlock(peer.Get())) {
             return S_OK;
         }
         result = S_FALSE;

@@ -2,8 +2,8 @@
 
 #include "baseclasses/amfilter_pin.h"
 
-/// A pin that samples are pushed into. Receive, EndOfStream and NewSegment come on the streaming
-/// thread, the flush calls on any other.
+/// A pin that receives samples. Receive, EndOfStream and NewSegment come on the streaming thread,
+/// the flush calls on any other.
 class CBaseInputPin : public CBasePin, public IMemInputPin {
   public:
     CBaseInputPin(LPCTSTR pObjectName, CBaseFilter* pFilter, CCritSec* pLock, HRESULT* phr,
@@ -13,21 +13,21 @@ class CBaseInputPin : public CBasePin, public IMemInputPin {
     DECLARE_IUNKNOWN
     HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID riid, void** ppv) override;
 
-    HRESULT BreakConnect() override;
-    HRESULT Inactive() override;
-    /// `S_OK` when samples may come; `S_FALSE` while flushing; else why not.
-    virtual HRESULT CheckStreaming() = 0;
+    [[nodiscard]] HRESULT BreakConnect() override;
+    [[nodiscard]] HRESULT Inactive() override;
+    /// `S_OK` when samples may come, `S_FALSE` while flushing, else the reason for refusing them.
+    [[nodiscard]] virtual HRESULT CheckStreaming() = 0;
 
-    /// The properties of the sample that was received last; its pointers are good as long as that.
+    /// The properties of the last received sample; the pointers live as long as the sample.
     AM_SAMPLE2_PROPERTIES* SampleProps() { return &m_SampleProps; }
-    /// The type that the sample which was received last carries, the pin's own copy; null for none.
+    /// The pin's copy of the type that the last received sample carries; null without one.
     CMediaType* SampleType() { return m_SampleProps.pMediaType ? &m_SampleType : nullptr; }
 
     // IMemInputPin
     HRESULT STDMETHODCALLTYPE GetAllocator(IMemAllocator** ppAllocator) override;
     HRESULT STDMETHODCALLTYPE NotifyAllocator(IMemAllocator* pAllocator, BOOL bReadOnly) override;
     HRESULT STDMETHODCALLTYPE GetAllocatorRequirements(ALLOCATOR_PROPERTIES* pProps) override;
-    /// Checks a sample and the type that it may carry; `S_OK` when the derived pin shall go on with
+    /// Checks a sample and the type that it may carry; `S_OK` when the derived pin is to process
     /// it. A type that is refused, or for which there is no memory, ends the stream with
     /// `EC_ERRORABORT`.
     HRESULT STDMETHODCALLTYPE Receive(IMediaSample* pSample) override;
@@ -49,9 +49,9 @@ class CBaseInputPin : public CBasePin, public IMemInputPin {
     AM_SAMPLE2_PROPERTIES m_SampleProps{};
 
   private:
-    HRESULT ReadSampleProps(IMediaSample* pSample);
-    HRESULT ReadSampleFields(IMediaSample* pSample);
-    HRESULT RefuseSampleType();
+    [[nodiscard]] HRESULT ReadSampleProps(IMediaSample* pSample);
+    [[nodiscard]] HRESULT ReadSampleFields(IMediaSample* pSample);
+    [[nodiscard]] HRESULT RefuseSampleType();
 
     CMediaType m_SampleType;
 };

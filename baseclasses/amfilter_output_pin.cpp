@@ -69,7 +69,7 @@ HRESULT CBaseOutputPin::DecideAllocator(IMemInputPin* pPin, IMemAllocator** ppAl
     return hr;
 }
 
-/// Sizes `pAlloc` and tells the peer that it is the connection's.
+/// Sizes `pAlloc` and notifies the peer that the connection uses it.
 HRESULT CBaseOutputPin::UseAllocator(IMemInputPin* pPin, IMemAllocator* pAlloc,
                                      ALLOCATOR_PROPERTIES* request) {
     CheckPointer(pAlloc, VFW_E_NO_ALLOCATOR);

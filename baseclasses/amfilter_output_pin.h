@@ -11,26 +11,26 @@ class CBaseOutputPin : public CBasePin {
                    LPCWSTR pName);
     ~CBaseOutputPin() override;
 
-    /// Sets the size and number of buffers of `pAlloc`, beginning with what the peer requires.
-    virtual HRESULT DecideBufferSize(IMemAllocator* pAlloc,
-                                     ALLOCATOR_PROPERTIES* ppropInputRequest) = 0;
-    /// The peer's allocator when it suits, else the platform's; told to the peer. The caller
-    /// releases `*ppAlloc`, null on failure.
-    virtual HRESULT DecideAllocator(IMemInputPin* pPin, IMemAllocator** ppAlloc);
+    /// Sets the size and number of buffers of `pAlloc`, starting from the peer's requirements.
+    [[nodiscard]] virtual HRESULT DecideBufferSize(IMemAllocator* pAlloc,
+                                                   ALLOCATOR_PROPERTIES* ppropInputRequest) = 0;
+    /// Chooses the peer's allocator if it suits, else the platform's, and notifies the peer. The
+    /// caller releases `*ppAlloc`, null on failure.
+    [[nodiscard]] virtual HRESULT DecideAllocator(IMemInputPin* pPin, IMemAllocator** ppAlloc);
 
-    HRESULT CheckConnect(IPin* pPin) override;
-    HRESULT CompleteConnect(IPin* pReceivePin) override;
-    HRESULT BreakConnect() override;
-    HRESULT Active() override;
-    HRESULT Inactive() override;
+    [[nodiscard]] HRESULT CheckConnect(IPin* pPin) override;
+    [[nodiscard]] HRESULT CompleteConnect(IPin* pReceivePin) override;
+    [[nodiscard]] HRESULT BreakConnect() override;
+    [[nodiscard]] HRESULT Active() override;
+    [[nodiscard]] HRESULT Inactive() override;
 
-    virtual HRESULT Deliver(IMediaSample* pSample);
+    [[nodiscard]] virtual HRESULT Deliver(IMediaSample* pSample);
     virtual HRESULT DeliverEndOfStream();
     virtual HRESULT DeliverBeginFlush();
     virtual HRESULT DeliverEndFlush();
     virtual HRESULT DeliverNewSegment(REFERENCE_TIME tStart, REFERENCE_TIME tStop, double dRate);
 
-    /// These come from upstream; nobody is upstream of an output pin: `E_UNEXPECTED`.
+    /// `E_UNEXPECTED`: these calls come from upstream, where an output pin has no peer.
     HRESULT STDMETHODCALLTYPE EndOfStream() override;
     HRESULT STDMETHODCALLTYPE BeginFlush() override;
     HRESULT STDMETHODCALLTYPE EndFlush() override;
@@ -40,8 +40,9 @@ class CBaseOutputPin : public CBasePin {
     IMemInputPin* m_pInputPin = nullptr;  ///< the peer's
 
   private:
-    HRESULT UseAllocator(IMemInputPin* pPin, IMemAllocator* pAlloc, ALLOCATOR_PROPERTIES* request);
+    [[nodiscard]] HRESULT UseAllocator(IMemInputPin* pPin, IMemAllocator* pAlloc,
+                                       ALLOCATOR_PROPERTIES* request);
 };
 
-/// Makes an instance of the platform's own memory allocator.
-HRESULT WINAPI CreateMemoryAllocator(IMemAllocator** ppAllocator);
+/// Creates an instance of the platform's memory allocator.
+[[nodiscard]] HRESULT WINAPI CreateMemoryAllocator(IMemAllocator** ppAllocator);

@@ -2,20 +2,22 @@
 
 #include <initializer_list>
 #include <new>
+#include <tuple>
+#include <utility>
 
 #include "baseclasses/amfilter.h"
 #include "baseclasses/amfilter_enum.h"
 
 namespace {
 
-/// A refusal that says no more than "not this type".
+/// A refusal that gives no reason but the type.
 bool IsPlainRefusal(HRESULT hr) {
     return SUCCEEDED(hr) || hr == E_FAIL || hr == E_INVALIDARG;
 }
 
-/// A failure that tells more than that a type did not suit.
+/// A failure that gives another reason.
 bool IsSpecificFailure(HRESULT hr) {
-    return FAILED(hr) && hr != E_FAIL && hr != E_INVALIDARG && hr != VFW_E_TYPE_NOT_ACCEPTED;
+    return !IsPlainRefusal(hr) && hr != VFW_E_TYPE_NOT_ACCEPTED;
 }
 
 }  // namespace
@@ -89,20 +91,15 @@ HRESULT CBasePin::MayConnect() const {
     return IsStopped() ? S_OK : VFW_E_NOT_STOPPED;
 }
 
-/// Makes `pPin` the peer, null for none; the reference follows.
+/// Makes `pPin` the peer, null for none, and keeps a reference to it.
 void CBasePin::SetConnected(IPin* pPin) {
-    if (pPin) {
-        pPin->AddRef();
-    }
-    IPin* before;
+    IPin* peer = nullptr;
+    CopyInterface(pPin, &peer);
     {
         CAutoLock lock(&m_ConnectionLock);
-        before = m_Connected;
-        m_Connected = pPin;
+        std::swap(m_Connected, peer);
     }
-    if (before) {
-        before->Release();
-    }
+    ReleaseInterface(peer);
 }
 
 HRESULT STDMETHODCALLTYPE CBasePin::Connect(IPin* pReceivePin, const AM_MEDIA_TYPE* pmt) {
@@ -125,14 +122,13 @@ HRESULT CBasePin::AgreeMediaType(IPin* pReceivePin, const CMediaType* pmt) {
     }
     HRESULT result = VFW_E_NO_ACCEPTABLE_TYPES;
     for (const bool own : {false, true}) {
-        IEnumMediaTypes* types = nullptr;
+        nyx::ComPtr<IEnumMediaTypes> types;
         HRESULT hr = own ? EnumMediaTypes(&types) : pReceivePin->EnumMediaTypes(&types);
         if (FAILED(hr) || !types) {
             result = hr == E_OUTOFMEMORY ? hr : result;
             continue;
         }
-        hr = TryMediaTypes(pReceivePin, pmt, types);
-        types->Release();
+        hr = TryMediaTypes(pReceivePin, pmt, types.Get());
         if (SUCCEEDED(hr)) {
             return hr;
         }
@@ -188,8 +184,8 @@ HRESULT STDMETHODCALLTYPE CBasePin::ReceiveConnection(IPin* pConnector, const AM
     return SUCCEEDED(hr) ? MakeConnection(pConnector, &type, false) : hr;
 }
 
-/// The steps that both sides of a connection take; the connecting side takes the other along. A
-/// failure on the way leaves no connection.
+/// The steps of both sides of a connection; the connecting side calls the other one's. A failure
+/// leaves no connection.
 HRESULT CBasePin::MakeConnection(IPin* pPeer, const CMediaType* pmt, bool connecting) {
     HRESULT hr = CheckConnect(pPeer);
     if (SUCCEEDED(hr)) {
@@ -197,7 +193,7 @@ HRESULT CBasePin::MakeConnection(IPin* pPeer, const CMediaType* pmt, bool connec
         if (hr != S_OK) {
             hr = IsPlainRefusal(hr) ? VFW_E_TYPE_NOT_ACCEPTED : hr;
         } else {
-            // From here on the peer may ask back and must find itself connected.
+            // From here on the peer may call back and must find itself connected.
             SetConnected(pPeer);
             hr = SetMediaType(pmt);
         }
@@ -214,7 +210,7 @@ HRESULT CBasePin::MakeConnection(IPin* pPeer, const CMediaType* pmt, bool connec
         hr = CompleteConnect(pPeer);
     }
     if (FAILED(hr)) {
-        BreakConnect();
+        std::ignore = BreakConnect();  // the first failure is reported
         SetConnected(nullptr);
     }
     return hr;
@@ -259,10 +255,8 @@ HRESULT CBasePin::CopyCurrentMediaType(AM_MEDIA_TYPE* pmt) {
 HRESULT STDMETHODCALLTYPE CBasePin::ConnectedTo(IPin** pPin) {
     CheckPointer(pPin, E_POINTER);
     CAutoLock lock(&m_ConnectionLock);
-    *pPin = m_Connected;
-    CheckPointer(m_Connected, VFW_E_NOT_CONNECTED);
-    m_Connected->AddRef();
-    return S_OK;
+    CopyInterface(m_Connected, pPin);
+    return m_Connected ? S_OK : VFW_E_NOT_CONNECTED;
 }
 
 HRESULT STDMETHODCALLTYPE CBasePin::ConnectionMediaType(AM_MEDIA_TYPE* pmt) {
@@ -277,8 +271,7 @@ HRESULT STDMETHODCALLTYPE CBasePin::ConnectionMediaType(AM_MEDIA_TYPE* pmt) {
 
 HRESULT STDMETHODCALLTYPE CBasePin::QueryPinInfo(PIN_INFO* pInfo) {
     CheckPointer(pInfo, E_POINTER);
-    pInfo->pFilter = m_pFilter;
-    m_pFilter->AddRef();
+    CopyInterface<IBaseFilter>(m_pFilter, &pInfo->pFilter);
     pInfo->dir = m_dir;
     wcsncpy(pInfo->achName, Name(), MAX_PIN_NAME);
     pInfo->achName[MAX_PIN_NAME - 1] = L'\0';
@@ -316,5 +309,5 @@ HRESULT STDMETHODCALLTYPE CBasePin::NewSegment(REFERENCE_TIME, REFERENCE_TIME, d
 }
 
 HRESULT STDMETHODCALLTYPE CBasePin::SetSink(IQualityControl*) {
-    return S_OK;  // no filter sends messages on: there is nobody to tell of it
+    return S_OK;  // ignored: no filter here forwards quality messages
 }

@@ -6,12 +6,12 @@
 
 class CBaseFilter;
 
-/// A pin: its connection and what was agreed for it. A filter owns its pins; references to a pin
-/// are references to the filter. Connecting takes the filter lock; questions about the connection
-/// do not, so that a neighbour may ask them at any time.
+/// A pin: its connection and the type agreed for it. A filter owns its pins; references to a pin
+/// are references to the filter. Connecting takes the filter lock; queries about the connection do
+/// not, so that a peer may make them at any time.
 class CBasePin : public CUnknown, public IPin, public IQualityControl {
   public:
-    /// `pName` is the pin's name; it is copied. `*phr` becomes `E_OUTOFMEMORY` when it cannot be.
+    /// Copies the pin's name `pName`; `*phr` becomes `E_OUTOFMEMORY` without memory for it.
     CBasePin(LPCTSTR pObjectName, CBaseFilter* pFilter, CCritSec* pLock, HRESULT* phr,
              LPCWSTR pName, PIN_DIRECTION dir);
     ~CBasePin() override;
@@ -21,26 +21,26 @@ class CBasePin : public CUnknown, public IPin, public IQualityControl {
     ULONG STDMETHODCALLTYPE NonDelegatingAddRef() override;
     ULONG STDMETHODCALLTYPE NonDelegatingRelease() override;
 
-    // What a derived pin supplies or extends; all under the filter lock but CheckMediaType and
-    // GetMediaType, which come from anywhere.
+    // For derived pins to supply or extend; all run under the filter lock except CheckMediaType and
+    // GetMediaType, which run on any thread.
 
     /// `S_OK` for a type that the pin can handle.
-    virtual HRESULT CheckMediaType(const CMediaType* pmt) = 0;
-    /// Keeps the type of the connection that is being made.
-    virtual HRESULT SetMediaType(const CMediaType* pmt);
-    /// Whether `pPin` may be connected to at all. The base asks for the opposite direction.
-    virtual HRESULT CheckConnect(IPin* pPin);
-    /// Undoes CheckConnect and CompleteConnect; also called when a connection fails on the way.
-    virtual HRESULT BreakConnect() = 0;
-    /// The last word on a connection, after both pins agreed on the type.
-    virtual HRESULT CompleteConnect(IPin* pReceivePin);
-    /// Preferred type `iPosition` from 0 on; the base has none: `E_UNEXPECTED`.
-    virtual HRESULT GetMediaType(int iPosition, CMediaType* pMediaType);
+    [[nodiscard]] virtual HRESULT CheckMediaType(const CMediaType* pmt) = 0;
+    /// Stores the type of a new connection.
+    [[nodiscard]] virtual HRESULT SetMediaType(const CMediaType* pmt);
+    /// Whether `pPin` can be a peer. The base class requires the opposite direction.
+    [[nodiscard]] virtual HRESULT CheckConnect(IPin* pPin);
+    /// Undoes CheckConnect and CompleteConnect; also called when connecting fails.
+    [[nodiscard]] virtual HRESULT BreakConnect() = 0;
+    /// The last step of connecting, after both pins have agreed on the type.
+    [[nodiscard]] virtual HRESULT CompleteConnect(IPin* pReceivePin);
+    /// Preferred type `iPosition` from 0 on. The base class has none: `E_UNEXPECTED`.
+    [[nodiscard]] virtual HRESULT GetMediaType(int iPosition, CMediaType* pMediaType);
 
-    /// Called when the filter leaves, enters the stopped state, or runs.
-    virtual HRESULT Active();
-    virtual HRESULT Inactive() = 0;
-    virtual HRESULT Run(REFERENCE_TIME tStart);
+    /// Called when the filter leaves the stopped state, enters it, or runs.
+    [[nodiscard]] virtual HRESULT Active();
+    [[nodiscard]] virtual HRESULT Inactive() = 0;
+    [[nodiscard]] virtual HRESULT Run(REFERENCE_TIME tStart);
 
     // IPin
     HRESULT STDMETHODCALLTYPE Connect(IPin* pReceivePin, const AM_MEDIA_TYPE* pmt) override;
@@ -63,26 +63,26 @@ class CBasePin : public CUnknown, public IPin, public IQualityControl {
     BOOL IsConnected() const { return m_Connected != nullptr; }
     BOOL IsStopped() const;
     LPCWSTR Name() const { return m_pName ? m_pName : L""; }
-    /// The type of the connection; what it was, when there is none.
+    /// The type of the connection, or of the last one.
     CMediaType& CurrentMediaType() { return m_mt; }
-    /// Exchanges the kept type and `mt`. While a neighbour may ask, nothing else may change it.
+    /// Exchanges the stored type and `mt`. The only way to change it while a peer may query it.
     void SwapMediaType(CMediaType& mt);
 
   protected:
-    /// Tries one type with one peer: afterwards connected, or as before.
-    HRESULT AttemptConnection(IPin* pReceivePin, const CMediaType* pmt);
-    /// Tries what `pEnum` offers and `pmt`, null allowed, does not exclude.
-    HRESULT TryMediaTypes(IPin* pReceivePin, const CMediaType* pmt, IEnumMediaTypes* pEnum);
+    /// Tries one type with one peer. A failure leaves the pin as before.
+    [[nodiscard]] HRESULT AttemptConnection(IPin* pReceivePin, const CMediaType* pmt);
+    /// Tries the types of `pEnum` that match `pmt`, null allowed.
+    [[nodiscard]] HRESULT TryMediaTypes(IPin* pReceivePin, const CMediaType* pmt,
+                                        IEnumMediaTypes* pEnum);
     /// Tries a full type alone, else the peer's types, then this pin's own.
-    HRESULT AgreeMediaType(IPin* pReceivePin, const CMediaType* pmt);
-    /// Disconnect without the question of state, under the filter lock. `S_FALSE` when there was no
-    /// connection.
-    HRESULT DisconnectInternal();
+    [[nodiscard]] HRESULT AgreeMediaType(IPin* pReceivePin, const CMediaType* pmt);
+    /// Disconnect in any state, under the filter lock. `S_FALSE` without a connection.
+    [[nodiscard]] HRESULT DisconnectInternal();
 
-    /// SwapMediaType with a copy of `mt`. `E_OUTOFMEMORY` leaves the kept type.
-    HRESULT StoreMediaType(const AM_MEDIA_TYPE& mt);
-    /// CopyMediaType of the kept type, safely beside SwapMediaType.
-    HRESULT CopyCurrentMediaType(AM_MEDIA_TYPE* pmt);
+    /// SwapMediaType with a copy of `mt`. `E_OUTOFMEMORY` leaves the stored type.
+    [[nodiscard]] HRESULT StoreMediaType(const AM_MEDIA_TYPE& mt);
+    /// CopyMediaType of the stored type, safe beside SwapMediaType.
+    [[nodiscard]] HRESULT CopyCurrentMediaType(AM_MEDIA_TYPE* pmt);
 
     WCHAR* m_pName = nullptr;
     IPin* m_Connected = nullptr;
@@ -93,12 +93,12 @@ class CBasePin : public CUnknown, public IPin, public IQualityControl {
     CMediaType m_mt;
 
   private:
-    HRESULT MakeConnection(IPin* pPeer, const CMediaType* pmt, bool connecting);
-    HRESULT MayConnect() const;
+    [[nodiscard]] HRESULT MakeConnection(IPin* pPeer, const CMediaType* pmt, bool connecting);
+    [[nodiscard]] HRESULT MayConnect() const;
     void SetConnected(IPin* pPin);
 
-    /// Guards the two things that neighbours ask for while they may change: the peer and the type.
-    /// Innermost: a type is copied under it, but of other objects nothing is called except AddRef;
-    /// what is replaced goes after it.
+    /// Guards the peer and the type, which peers query while they may change. Innermost: a type is
+    /// copied under it, but of other objects only AddRef is called, and replaced ones are released
+    /// after it.
     CCritSec m_ConnectionLock;
 };

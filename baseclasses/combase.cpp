@@ -51,7 +51,7 @@ ULONG STDMETHODCALLTYPE CUnknown::NonDelegatingRelease() {
     if (left > 0) {
         return static_cast<ULONG>(left);
     }
-    // A destructor may hand this object out and take it back; that must not delete it again.
+    // A destructor may add and release references, which must not delete the object again.
     InterlockedIncrement(&m_cRef);
     delete this;
     return 0;

@@ -3,9 +3,9 @@
 #include "baseclasses/platform.h"
 #include "baseclasses/wxutil.h"
 
-/// The three operations of an object's own identity, apart from those that go to an outer object.
-/// Laid out slot by slot as `IUnknown`: an inner object is handed out through a cast between the
-/// two. Hence no virtual destructor here, which would move the slots.
+/// The operations of an object's own identity, beside `IUnknown`'s, which go to an outer object.
+/// Has the slots of `IUnknown`, since an inner object is passed out by a cast between the two;
+/// hence no virtual destructor, which would move the slots.
 struct INonDelegatingUnknown {
     virtual HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID riid, void** ppv) = 0;
     virtual ULONG STDMETHODCALLTYPE NonDelegatingAddRef() = 0;
@@ -13,7 +13,7 @@ struct INonDelegatingUnknown {
 };
 typedef INonDelegatingUnknown* PNDUNKNOWN;
 
-/// Counts the live objects of the module, so that it knows when it may be unloaded.
+/// Counts the live objects of the module, which may be unloaded without any.
 class CBaseObject {
   public:
     explicit CBaseObject(LPCTSTR pName);
@@ -29,10 +29,10 @@ class CBaseObject {
 };
 
 /// Adds a reference to `pUnk` and stores it: the last step of a query. `E_POINTER` for null `ppv`.
-HRESULT WINAPI GetInterface(LPUNKNOWN pUnk, void** ppv);
+[[nodiscard]] HRESULT WINAPI GetInterface(LPUNKNOWN pUnk, void** ppv);
 
-/// The base of every COM object here: identity, thread-safe counting, aggregation. It begins with
-/// no reference and is deleted by the release of the last one. A derived class writes
+/// The base of every COM object here: identity, thread-safe counting, aggregation. An object starts
+/// with no reference; the release of the last one deletes it. A derived class writes
 /// `DECLARE_IUNKNOWN` and overrides NonDelegatingQueryInterface.
 class CUnknown : public INonDelegatingUnknown, public CBaseObject {
   public:
@@ -54,7 +54,7 @@ class CUnknown : public INonDelegatingUnknown, public CBaseObject {
     const LPUNKNOWN m_pUnknown;
 };
 
-/// `IUnknown` of a class derived from CUnknown and from interfaces: everything goes to the owner.
+/// `IUnknown` of a class derived from CUnknown and from interfaces, which goes to the owner.
 #define DECLARE_IUNKNOWN                                                         \
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppv) override { \
         return GetOwner()->QueryInterface(riid, ppv);                            \

@@ -1,5 +1,7 @@
 #include "baseclasses/cprop.h"
 
+#include <tuple>
+
 #include "baseclasses/dllentry.h"
 
 namespace {
@@ -35,7 +37,7 @@ ULONG STDMETHODCALLTYPE CBasePropertyPage::NonDelegatingRelease() {
     if (left > 0) {
         return static_cast<ULONG>(left);
     }
-    // While the derived class is whole; its answers may take and give back references.
+    // Before the derived class is destroyed; it may add and release references meanwhile.
     InterlockedIncrement(&m_cRef);
     Deactivate();
     SetPageSite(nullptr);
@@ -80,7 +82,7 @@ HRESULT STDMETHODCALLTYPE CBasePropertyPage::GetPageInfo(PROPPAGEINFO* pPageInfo
     return hr;
 }
 
-/// The size of the dialog in pixels, from one that is made and destroyed for it.
+/// The size of the dialog in pixels, measured on a dialog that exists only for that.
 SIZE CBasePropertyPage::DialogSize() const {
     const HWND dialog = MakeDialog(m_DialogId, GetDesktopWindow(), DialogProc, nullptr);
     CheckPointer(dialog, kDefaultPageSize);
@@ -97,20 +99,20 @@ HRESULT STDMETHODCALLTYPE CBasePropertyPage::Activate(HWND hwndParent, LPCRECT p
     }
     m_hwnd = MakeDialog(m_DialogId, hwndParent, DialogProc, this);
     CheckPointer(m_hwnd, E_OUTOFMEMORY);
-    OnActivate();
+    std::ignore = OnActivate();  // the page is shown all the same
     Move(prect);
     return Show(SW_SHOWNORMAL);
 }
 
 HRESULT STDMETHODCALLTYPE CBasePropertyPage::Deactivate() {
     CheckPointer(m_hwnd, E_UNEXPECTED);
-    // As long as the window is known, the style that is taken away here is put back.
+    // While m_hwnd is set, OnReceiveMessage restores the style that is removed here.
     const HWND window = m_hwnd;
     m_hwnd = nullptr;
     SetWindowLongPtr(window, GWL_EXSTYLE,
                      GetWindowLongPtr(window, GWL_EXSTYLE) & ~WS_EX_CONTROLPARENT);
     m_hwnd = window;
-    OnDeactivate();
+    std::ignore = OnDeactivate();  // the page closes all the same
     DestroyWindow(m_hwnd);
     m_hwnd = nullptr;
     m_Dlg = nullptr;
@@ -178,7 +180,7 @@ INT_PTR CBasePropertyPage::OnReceiveMessage(HWND hwnd, UINT uMsg, WPARAM wParam,
         return FALSE;
     }
     if (uMsg == WM_STYLECHANGING && static_cast<int>(wParam) == GWL_EXSTYLE) {
-        // A frame takes this style away, and the tab key would no longer reach the controls.
+        // A frame removes this style, and the tab key would no longer reach the controls.
         reinterpret_cast<STYLESTRUCT*>(lParam)->styleNew |= WS_EX_CONTROLPARENT;
         return FALSE;
     }

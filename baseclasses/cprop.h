@@ -8,9 +8,9 @@ constexpr int STR_MAX_LENGTH = 256;  ///< characters of the longest string resou
 /// there is none. Returns `pBuffer`.
 TCHAR* WINAPI StringFromResource(TCHAR* pBuffer, int iResourceID);
 
-/// A property page on a dialog resource of the module. A derived class overrides the On functions;
-/// when the user changes something it sets `m_bDirty` and calls `m_pPageSite->OnStatusChange`. All
-/// calls come on the thread of the property frame.
+/// A property page over a dialog resource of the module. A derived class overrides the On
+/// functions; when the user changes something it sets `m_bDirty` and calls
+/// `m_pPageSite->OnStatusChange`. All calls come on the thread of the property frame.
 class CBasePropertyPage : public CUnknown, public IPropertyPage {
   public:
     /// `DialogId` and `TitleId` name a dialog and a string resource.
@@ -18,18 +18,18 @@ class CBasePropertyPage : public CUnknown, public IPropertyPage {
 
     DECLARE_IUNKNOWN
     HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID riid, void** ppv) override;
-    /// The last release lets go of window, site and object before it deletes the page.
+    /// The last release closes the window and releases site and object before it deletes the page.
     ULONG STDMETHODCALLTYPE NonDelegatingRelease() override;
 
-    /// The object whose properties are shown has come; the derived class keeps what it needs.
-    virtual HRESULT OnConnect(IUnknown*) { return S_OK; }
-    virtual HRESULT OnDisconnect() { return S_OK; }
+    /// Passes the object whose properties the page shows; the derived class keeps what it needs.
+    [[nodiscard]] virtual HRESULT OnConnect(IUnknown*) { return S_OK; }
+    [[nodiscard]] virtual HRESULT OnDisconnect() { return S_OK; }
     /// The dialog exists and is about to be shown.
-    virtual HRESULT OnActivate() { return S_OK; }
-    virtual HRESULT OnDeactivate() { return S_OK; }
-    virtual HRESULT OnApplyChanges() { return S_OK; }
-    /// A message of the dialog. Comes already while the dialog is being made: then `m_Dlg` is set
-    /// and `m_hwnd` is not. What is not handled goes on to this.
+    [[nodiscard]] virtual HRESULT OnActivate() { return S_OK; }
+    [[nodiscard]] virtual HRESULT OnDeactivate() { return S_OK; }
+    [[nodiscard]] virtual HRESULT OnApplyChanges() { return S_OK; }
+    /// Handles a message of the dialog; overriders pass others on to this. While the dialog is
+    /// being created, `m_Dlg` is set and `m_hwnd` is not.
     virtual INT_PTR OnReceiveMessage(HWND hwnd, UINT uMsg, WPARAM wParam, LPARAM lParam);
 
     // IPropertyPage
@@ -51,7 +51,7 @@ class CBasePropertyPage : public CUnknown, public IPropertyPage {
     HWND m_Dlg = nullptr;   ///< the dialog from WM_INITDIALOG on
     int m_DialogId;
     int m_TitleStringId;
-    BOOL m_bDirty = FALSE;  ///< something is changed and not applied
+    BOOL m_bDirty = FALSE;  ///< the user has changed what is not applied yet
 
     static INT_PTR CALLBACK DialogProc(HWND hwnd, UINT uMsg, WPARAM wParam, LPARAM lParam);
 

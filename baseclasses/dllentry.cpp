@@ -66,7 +66,7 @@ HRESULT STDMETHODCALLTYPE CClassFactory::CreateInstance(LPUNKNOWN pUnkOuter, REF
     if (!object) {
         return FAILED(hr) ? hr : E_OUTOFMEMORY;
     }
-    // The reference around the query deletes the object when it, or the query, has failed.
+    // The release deletes the object when its construction or the query fails.
     object->NonDelegatingAddRef();
     if (SUCCEEDED(hr)) {
         hr = object->NonDelegatingQueryInterface(riid, ppv);
@@ -106,7 +106,7 @@ STDAPI DllCanUnloadNow() {
 }
 
 extern "C" BOOL WINAPI DllEntryPoint(HINSTANCE hInstance, ULONG ulReason, LPVOID) {
-    // Thread calls stay on: the statically linked language runtime frees its per-thread data then.
+    // Thread calls stay enabled: the statically linked runtime frees its per-thread data in them.
     if (ulReason == DLL_PROCESS_ATTACH) {
         g_hInst = hInstance;
     }

@@ -3,7 +3,7 @@
 #include "baseclasses/combase.h"
 #include "baseclasses/dllsetup.h"
 
-/// Makes one object; null, or a failure in `*phr`, when it cannot.
+/// Creates one object; null, or a failure in `*phr`, when that fails.
 typedef CUnknown*(CALLBACK* LPFNNewCOMObject)(LPUNKNOWN pUnkOuter, HRESULT* phr);
 
 /// One class that the module serves.
@@ -12,7 +12,7 @@ class CFactoryTemplate {
     const WCHAR* m_Name;
     const CLSID* m_ClsID;
     LPFNNewCOMObject m_lpfnNew;
-    const AMOVIESETUP_FILTER* m_pAMovieSetup_Filter;  ///< null for what is no filter
+    const AMOVIESETUP_FILTER* m_pAMovieSetup_Filter;  ///< null for a class that is no filter
 
     BOOL IsClassID(REFCLSID rclsid) const { return *m_ClsID == rclsid; }
     CUnknown* CreateInstance(LPUNKNOWN pUnk, HRESULT* phr) const;
@@ -28,7 +28,7 @@ extern HINSTANCE g_hInst;
 /// The class object of one template. Thread-safe. Aggregates only when asked for `IUnknown`.
 class CClassFactory final : public IClassFactory, public CBaseObject {
   public:
-    /// Begins without a reference; `pTemplate` outlives it.
+    /// Starts without a reference; `pTemplate` outlives it.
     explicit CClassFactory(const CFactoryTemplate* pTemplate);
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppv) override;
@@ -48,5 +48,5 @@ class CClassFactory final : public IClassFactory, public CBaseObject {
     static volatile LONG m_cLocked;
 };
 
-/// What the module's DllMain passes every call to: keeps the handle.
+/// Keeps the module's handle. The module's DllMain passes every call to this.
 extern "C" BOOL WINAPI DllEntryPoint(HINSTANCE hInstance, ULONG ulReason, LPVOID pv);

@@ -5,6 +5,7 @@
 
 #include "baseclasses/dllentry.h"
 #include "platform/com.h"
+#include "platform/system.h"
 #include "platform/unique_handle.h"
 
 namespace {
@@ -44,7 +45,7 @@ HRESULT GetModulePath(std::unique_ptr<WCHAR[]>& path) {
     CheckPointer(path, E_OUTOFMEMORY);
     const DWORD length = GetModuleFileNameW(g_hInst, path.get(), kMaxPath);
     if (length == 0) {
-        return HRESULT_FROM_WIN32(GetLastError());
+        return nyx::LastError();
     }
     return length < kMaxPath ? S_OK : HRESULT_FROM_WIN32(ERROR_INSUFFICIENT_BUFFER);
 }
@@ -85,8 +86,8 @@ HRESULT UnregisterAllClasses() {
     return S_OK;
 }
 
-/// Takes a filter out of a category of the mapper, null for the default one, and enters it again
-/// when `bRegister`. In the default category, one that was not there is no failure.
+/// Removes a filter from a category of the mapper, null for the default one, and with `bRegister`
+/// adds it again. In the default category a missing filter is no failure.
 HRESULT SetupFilter(const AMOVIESETUP_FILTER& setup, const CLSID* category, IFilterMapper2* mapper,
                     BOOL bRegister) {
     const WCHAR* const instance = category ? setup.strName : nullptr;
@@ -105,7 +106,7 @@ HRESULT SetupFilter(const AMOVIESETUP_FILTER& setup, const CLSID* category, IFil
 
 enum class Category { kDefault, kOwn };
 
-/// Applies SetupFilter to each template that has setup data for such a category, up to the first
+/// Applies SetupFilter to each template with setup data for such a category, up to the first
 /// failure.
 HRESULT SetupAllFilters(Category category, IFilterMapper2* mapper, BOOL bRegister) {
     HRESULT hr = S_OK;
@@ -138,7 +139,7 @@ HRESULT SetupAll(BOOL bRegister) {
 }  // namespace
 
 STDAPI AMovieDllRegisterServer2(BOOL bRegister) {
-    // The caller's thread need not be in an apartment yet, and may be in one of the other kind.
+    // The caller's thread may be in no apartment yet, or in one of the other kind.
     const HRESULT initialised = CoInitialize(nullptr);
     const HRESULT hr = SetupAll(bRegister);
     if (SUCCEEDED(initialised)) {

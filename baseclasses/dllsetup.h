@@ -7,7 +7,7 @@ typedef REGPINTYPES AMOVIESETUP_MEDIATYPE;
 /// A pin that a filter is registered with.
 typedef REGFILTERPINS AMOVIESETUP_PIN;
 
-/// What a filter is registered with.
+/// A filter's registration.
 typedef struct _AMOVIESETUP_FILTER {
     const CLSID* clsID;
     const WCHAR* strName;
@@ -17,8 +17,8 @@ typedef struct _AMOVIESETUP_FILTER {
     const CLSID* clsCategory;  ///< a second category beside the default one, or null
 } AMOVIESETUP_FILTER;
 
-/// Registers (TRUE) or unregisters (FALSE) every class of `g_Templates`: the COM server keys of
-/// all, and the filter entries, in the mapper's default category and then in those of their own, of
-/// those with setup data. The module's path is `g_hInst`'s. The first failure ends it and is
-/// returned.
+/// Registers (TRUE) or unregisters (FALSE) every class of `g_Templates`: the COM server keys of all
+/// classes, and the filter entries of those with setup data, in the mapper's default category and
+/// then in their own. The module's path is that of `g_hInst`. Stops at the first failure and
+/// returns it.
 STDAPI AMovieDllRegisterServer2(BOOL bRegister);

@@ -88,12 +88,12 @@ HRESULT CMediaType::SetFrom(IMediaSample& sample) {
     }
     std::swap(static_cast<AM_MEDIA_TYPE&>(*this), *attached);
     DeleteMediaType(attached);
-    // As CopyMediaType has it: bytes are counted only where there are some.
+    // As in CopyMediaType, a type without a block counts no bytes.
     cbFormat = pbFormat ? cbFormat : 0;
     return S_OK;
 }
 
-void CMediaType::Swap(CMediaType& other) {
+void CMediaType::Swap(CMediaType& other) noexcept {
     std::swap(static_cast<AM_MEDIA_TYPE&>(*this), static_cast<AM_MEDIA_TYPE&>(other));
 }
 

@@ -2,12 +2,13 @@
 
 #include "baseclasses/platform.h"
 
-/// Copies a media type deeply: the format block by CoTaskMemAlloc, the unknown by AddRef. What
-/// `pmtTarget` held before is not freed. A type that counts format bytes but has none is copied
-/// without any. `E_OUTOFMEMORY` leaves the target without format block and unknown.
-HRESULT WINAPI CopyMediaType(AM_MEDIA_TYPE* pmtTarget, const AM_MEDIA_TYPE* pmtSource);
+/// Copies a media type deeply: the format block by CoTaskMemAlloc, the unknown by AddRef. Does not
+/// free what `pmtTarget` holds. A type that counts format bytes but has none is copied without any.
+/// `E_OUTOFMEMORY` leaves the target without format block and unknown.
+[[nodiscard]] HRESULT WINAPI CopyMediaType(AM_MEDIA_TYPE* pmtTarget,
+                                           const AM_MEDIA_TYPE* pmtSource);
 
-/// Frees what a media type owns, not the record itself.
+/// Frees the format block and the unknown of a media type, not the record itself.
 void WINAPI FreeMediaType(AM_MEDIA_TYPE& mt);
 
 /// A deep copy on the task allocator, or null; DeleteMediaType frees it.
@@ -26,13 +27,13 @@ class CMediaType : public AM_MEDIA_TYPE {
     CMediaType& operator=(const CMediaType&) = delete;
     ~CMediaType();
 
-    /// Makes this a deep copy of `rt`. `E_OUTOFMEMORY` leaves it as it was.
-    HRESULT Set(const AM_MEDIA_TYPE& rt);
+    /// Makes this a deep copy of `rt`. `E_OUTOFMEMORY` leaves it unchanged.
+    [[nodiscard]] HRESULT Set(const AM_MEDIA_TYPE& rt);
     /// Makes this the type that a sample carries; `S_FALSE` when it carries none, `E_OUTOFMEMORY`
-    /// when the sample could not copy its own.
-    HRESULT SetFrom(IMediaSample& sample);
-    /// Exchanges the two types; nothing is copied, freed or called.
-    void Swap(CMediaType& other);
+    /// when the sample cannot copy its own.
+    [[nodiscard]] HRESULT SetFrom(IMediaSample& sample);
+    /// Exchanges the two types; copies, frees and calls nothing.
+    void Swap(CMediaType& other) noexcept;
 
     void SetType(const GUID* type) { majortype = *type; }
     void SetSubtype(const GUID* type) { subtype = *type; }
@@ -43,14 +44,14 @@ class CMediaType : public AM_MEDIA_TYPE {
     void SetSampleSize(ULONG sz);
     void SetVariableSize() { bFixedSizeSamples = FALSE; }
 
-    /// A zeroed format block of `length` bytes in place of the old one. Null, with the old block
-    /// still there, without memory.
+    /// Replaces the format block by a zeroed one of `length` bytes. Without memory null, with the
+    /// old block kept.
     BYTE* AllocFormatBuffer(ULONG length);
 
-    /// Makes the type empty without freeing anything: all zero, samples of a fixed size of 1 byte.
+    /// Empties the type without freeing anything: all zero, samples of a fixed size of 1 byte.
     void InitMediaType();
-    /// True when `ppartial` names nothing else: a null GUID is a wildcard, a given format type must
-    /// match with all its bytes.
+    /// True when this matches `ppartial`, where a null GUID is a wildcard and a format type must
+    /// match with the whole block.
     BOOL MatchesPartial(const CMediaType* ppartial) const;
     /// True when the major or the format type is missing.
     BOOL IsPartiallySpecified() const;

@@ -5,7 +5,7 @@
 
 #include <windows.h>
 
-// Without this dshow.h takes the plain string functions away.
+// Without this dshow.h removes the plain string functions.
 #ifndef NO_DSHOW_STRSAFE
 #define NO_DSHOW_STRSAFE
 #endif

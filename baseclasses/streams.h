@@ -2,8 +2,8 @@
 
 /// @file
 /// The one header to include: the part of the DirectShow base-class library that transform filters
-/// and property pages stand on, under its documented names. All of it lives in the global
-/// namespace, as the platform's interfaces do.
+/// and property pages use, under its documented names. All of it is in the global namespace, like
+/// the platform's interfaces.
 
 #include "baseclasses/amfilter.h"
 #include "baseclasses/amfilter_enum.h"

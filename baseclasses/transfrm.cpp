@@ -2,6 +2,9 @@
 
 #include <cstddef>
 #include <new>
+#include <tuple>
+
+#include "platform/com.h"
 
 CTransformFilter::CTransformFilter(LPCTSTR pObjectName, LPUNKNOWN lpUnk, REFCLSID clsid)
     : CBaseFilter(pObjectName, lpUnk, &m_csFilter, clsid) {}
@@ -63,13 +66,13 @@ HRESULT STDMETHODCALLTYPE CTransformFilter::Stop() {
     CAutoLock lock(&m_csFilter);
     HRESULT hr = S_OK;
     if (m_State != State_Stopped && BothConnected()) {
-        // A Receive under way holds the receive lock and may wait for an output buffer.
-        m_pInput->Inactive();
+        // A running Receive holds the receive lock and may wait for an output buffer.
+        std::ignore = m_pInput->Inactive();  // a filter without an allocator stops as well
         if (m_pOutput->m_pAllocator) {
             m_pOutput->m_pAllocator->Decommit();
         }
         CAutoLock receiveLock(&m_csReceive);
-        m_pOutput->Inactive();
+        std::ignore = m_pOutput->Inactive();
         hr = StopStreaming();
         m_State = State_Stopped;
     }
@@ -83,7 +86,7 @@ HRESULT STDMETHODCALLTYPE CTransformFilter::Pause() {
     if (BothConnected()) {
         hr = PauseConnected();
     } else {
-        m_State = State_Paused;  // no output is connected without an input: nobody waits
+        m_State = State_Paused;  // no output is connected without an input, so no peer waits
     }
     m_bSampleSkipped = FALSE;
     return hr;
@@ -101,7 +104,7 @@ HRESULT CTransformFilter::PauseConnected() {
     const HRESULT hr = CBaseFilter::Pause();
     if (FAILED(hr) && wasStopped) {
         CAutoLock receiveLock(&m_csReceive);
-        StopStreaming();
+        std::ignore = StopStreaming();  // the first failure is reported
     }
     return hr;
 }
@@ -148,11 +151,12 @@ HRESULT CTransformFilter::NewSegment(REFERENCE_TIME tStart, REFERENCE_TIME tStop
 
 namespace {
 
-/// How far AM_SAMPLE2_PROPERTIES is copied: flags, length and times; not the stream, type, buffer.
+/// The bytes of AM_SAMPLE2_PROPERTIES that are copied: up to the times, without stream, type and
+/// buffer.
 constexpr DWORD kCopiedProperties = offsetof(AM_SAMPLE2_PROPERTIES, dwStreamId);
 
-/// Gives `sample` the flags and times of `props` in one call. A type that is attached to it stays.
-/// A sample that cannot take them is delivered as it is.
+/// Sets the flags and times of `props` on `sample` in one call. A type that is attached to it
+/// stays. A failure leaves the sample as it is; it is delivered all the same.
 void CopyProperties(const AM_SAMPLE2_PROPERTIES& props, IMediaSample2* sample) {
     AM_SAMPLE2_PROPERTIES out{};
     if (FAILED(sample->GetProperties(kCopiedProperties, reinterpret_cast<BYTE*>(&out)))) {
@@ -167,7 +171,7 @@ void CopyProperties(const AM_SAMPLE2_PROPERTIES& props, IMediaSample2* sample) {
     sample->SetProperties(kCopiedProperties, reinterpret_cast<const BYTE*>(&out));
 }
 
-/// Gives a sample without IMediaSample2 what `props` and `source` say, one by one.
+/// Sets the properties of `props` and `source` one by one on a sample without IMediaSample2.
 void CopyFields(AM_SAMPLE2_PROPERTIES& props, IMediaSample* source, IMediaSample* sample) {
     if (props.dwSampleFlags & AM_SAMPLE_TIMEVALID) {
         const bool stops = props.dwSampleFlags & AM_SAMPLE_STOPVALID;
@@ -196,7 +200,7 @@ HRESULT CTransformFilter::InitializeOutputSample(IMediaSample* pSample,
     if (!(props.dwSampleFlags & AM_SAMPLE_SPLICEPOINT)) {
         flags |= AM_GBF_NOTASYNCPOINT;
     }
-    IMediaSample* sample = nullptr;
+    nyx::ComPtr<IMediaSample> sample;
     const HRESULT hr = m_pOutput->m_pAllocator->GetBuffer(
         &sample, props.dwSampleFlags & AM_SAMPLE_TIMEVALID ? &props.tStart : nullptr,
         props.dwSampleFlags & AM_SAMPLE_STOPVALID ? &props.tStop : nullptr, flags);
@@ -204,17 +208,14 @@ HRESULT CTransformFilter::InitializeOutputSample(IMediaSample* pSample,
         return hr;
     }
     CheckPointer(sample, E_UNEXPECTED);
-    void* newer = nullptr;
-    if (SUCCEEDED(sample->QueryInterface(IID_IMediaSample2, &newer))) {
-        auto* const sample2 = static_cast<IMediaSample2*>(newer);
-        CopyProperties(props, sample2);
-        sample2->Release();
+    if (const auto sample2 = nyx::As<IMediaSample2>(sample)) {
+        CopyProperties(props, sample2.Get());
     } else {
-        CopyFields(props, pSample, sample);
+        CopyFields(props, pSample, sample.Get());
     }
     if (props.dwSampleFlags & AM_SAMPLE_DATADISCONTINUITY) {
         m_bSampleSkipped = FALSE;
     }
-    *ppOutSample = sample;
+    *ppOutSample = sample.Detach();
     return S_OK;
 }

@@ -1,6 +1,9 @@
 #include "baseclasses/transfrm_pins.h"
 
+#include <tuple>
+
 #include "baseclasses/transfrm.h"
+#include "platform/com.h"
 
 CTransformInputPin::CTransformInputPin(LPCTSTR pObjectName, CTransformFilter* pTransformFilter,
                                        HRESULT* phr, LPCWSTR pName)
@@ -18,7 +21,7 @@ HRESULT CTransformInputPin::CheckConnect(IPin* pPin) {
 
 HRESULT CTransformInputPin::BreakConnect() {
     m_pTransformFilter->m_pOutput->BreakWithInput();
-    m_pTransformFilter->BreakConnect(PINDIR_INPUT);
+    std::ignore = m_pTransformFilter->BreakConnect(PINDIR_INPUT);  // the connection ends anyway
     return CBaseInputPin::BreakConnect();
 }
 
@@ -112,17 +115,18 @@ HRESULT STDMETHODCALLTYPE CTransformOutputPin::NonDelegatingQueryInterface(REFII
     return SUCCEEDED(hr) ? m_pPosition->QueryInterface(riid, ppv) : hr;
 }
 
-/// Makes the pass-through on first use. Without a lock, since downstream may ask while it holds up
-/// a Receive.
+/// Creates the pass-through on first use. Takes no lock, since downstream may ask while it blocks a
+/// Receive.
 HRESULT CTransformOutputPin::MakePosition() {
     if (m_pPosition) {
         return S_OK;
     }
-    IUnknown* made = nullptr;
-    const HRESULT hr = CreatePosPassThru(GetOwner(), FALSE, m_pTransformFilter->m_pInput, &made);
-    if (SUCCEEDED(hr) && InterlockedCompareExchangePointer(
-                             reinterpret_cast<void* volatile*>(&m_pPosition), made, nullptr)) {
-        made->Release();
+    nyx::ComPtr<IUnknown> position;
+    const HRESULT hr =
+        CreatePosPassThru(GetOwner(), FALSE, m_pTransformFilter->m_pInput, &position);
+    auto* const stored = reinterpret_cast<void* volatile*>(&m_pPosition);
+    if (SUCCEEDED(hr) && !InterlockedCompareExchangePointer(stored, position.Get(), nullptr)) {
+        std::ignore = position.Detach();  // it is m_pPosition's now
     }
     return hr;
 }
@@ -140,17 +144,16 @@ HRESULT CTransformOutputPin::CheckConnect(IPin* pPin) {
 }
 
 HRESULT CTransformOutputPin::BreakConnect() {
-    m_pTransformFilter->BreakConnect(PINDIR_OUTPUT);
+    std::ignore = m_pTransformFilter->BreakConnect(PINDIR_OUTPUT);  // the connection ends anyway
     return CBaseOutputPin::BreakConnect();
 }
 
-/// Ends the connection on both sides, because the input's ends.
+/// Ends the connection on both sides when the input's connection ends.
 void CTransformOutputPin::BreakWithInput() {
-    IPin* peer = nullptr;
+    nyx::ComPtr<IPin> peer;
     if (SUCCEEDED(ConnectedTo(&peer))) {
         peer->Disconnect();
-        DisconnectInternal();
-        peer->Release();
+        std::ignore = DisconnectInternal();  // the peer may have done so
     }
 }
 
@@ -191,23 +194,17 @@ HRESULT WINAPI CreatePosPassThru(LPUNKNOWN pAgg, BOOL bRenderer, IPin* pPin,
                                  IUnknown** ppPassThru) {
     CheckPointer(ppPassThru, E_POINTER);
     *ppPassThru = nullptr;
-    IUnknown* object = nullptr;
+    nyx::ComPtr<IUnknown> object;
     HRESULT hr = CoCreateInstance(CLSID_SeekingPassThru, pAgg, CLSCTX_INPROC_SERVER, IID_IUnknown,
-                                  reinterpret_cast<void**>(&object));
+                                  reinterpret_cast<void**>(object.GetAddressOf()));
     if (FAILED(hr)) {
         return hr;
     }
-    void* passThru = nullptr;
-    hr = object->QueryInterface(IID_ISeekingPassThru, &passThru);
+    const auto passThru = nyx::As<ISeekingPassThru>(object);
+    CheckPointer(passThru, E_NOINTERFACE);
+    hr = passThru->Init(bRenderer, pPin);
     if (SUCCEEDED(hr)) {
-        auto* const seeking = static_cast<ISeekingPassThru*>(passThru);
-        hr = seeking->Init(bRenderer, pPin);
-        seeking->Release();
+        *ppPassThru = object.Detach();
     }
-    if (FAILED(hr)) {
-        object->Release();
-        return hr;
-    }
-    *ppPassThru = object;
-    return S_OK;
+    return hr;
 }

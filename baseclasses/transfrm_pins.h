@@ -5,7 +5,7 @@
 
 class CTransformFilter;
 
-/// The input pin of a transform filter: asks the filter at every step.
+/// The input pin of a transform filter, which passes each step to the filter.
 class CTransformInputPin : public CBaseInputPin {
   public:
     CTransformInputPin(LPCTSTR pObjectName, CTransformFilter* pTransformFilter, HRESULT* phr,
@@ -13,13 +13,13 @@ class CTransformInputPin : public CBaseInputPin {
 
     HRESULT STDMETHODCALLTYPE QueryId(LPWSTR* Id) override;
 
-    HRESULT CheckConnect(IPin* pPin) override;
-    /// An output cannot live without the input: its connection goes as well.
-    HRESULT BreakConnect() override;
-    HRESULT CompleteConnect(IPin* pReceivePin) override;
-    HRESULT CheckMediaType(const CMediaType* pmt) override;
-    HRESULT SetMediaType(const CMediaType* pmt) override;
-    HRESULT CheckStreaming() override;
+    [[nodiscard]] HRESULT CheckConnect(IPin* pPin) override;
+    /// Ends the output's connection as well, which needs the input's.
+    [[nodiscard]] HRESULT BreakConnect() override;
+    [[nodiscard]] HRESULT CompleteConnect(IPin* pReceivePin) override;
+    [[nodiscard]] HRESULT CheckMediaType(const CMediaType* pmt) override;
+    [[nodiscard]] HRESULT SetMediaType(const CMediaType* pmt) override;
+    [[nodiscard]] HRESULT CheckStreaming() override;
 
     HRESULT STDMETHODCALLTYPE Receive(IMediaSample* pSample) override;
     HRESULT STDMETHODCALLTYPE EndOfStream() override;
@@ -36,8 +36,8 @@ class CTransformInputPin : public CBaseInputPin {
     friend class CVideoTransformFilter;
 };
 
-/// The output pin of a transform filter. Usable only while the input is connected; seeking and
-/// position go to whatever is upstream of the input.
+/// The output pin of a transform filter. Usable only while the input is connected; passes seeking
+/// and position upstream of the input.
 class CTransformOutputPin : public CBaseOutputPin {
   public:
     CTransformOutputPin(LPCTSTR pObjectName, CTransformFilter* pTransformFilter, HRESULT* phr,
@@ -47,29 +47,31 @@ class CTransformOutputPin : public CBaseOutputPin {
     HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID riid, void** ppv) override;
     HRESULT STDMETHODCALLTYPE QueryId(LPWSTR* Id) override;
 
-    HRESULT CheckConnect(IPin* pPin) override;
-    HRESULT BreakConnect() override;
-    HRESULT CompleteConnect(IPin* pReceivePin) override;
-    HRESULT CheckMediaType(const CMediaType* pmtOut) override;
-    HRESULT SetMediaType(const CMediaType* pmt) override;
-    HRESULT GetMediaType(int iPosition, CMediaType* pMediaType) override;
-    HRESULT DecideBufferSize(IMemAllocator* pAlloc, ALLOCATOR_PROPERTIES* pProp) override;
+    [[nodiscard]] HRESULT CheckConnect(IPin* pPin) override;
+    [[nodiscard]] HRESULT BreakConnect() override;
+    [[nodiscard]] HRESULT CompleteConnect(IPin* pReceivePin) override;
+    [[nodiscard]] HRESULT CheckMediaType(const CMediaType* pmtOut) override;
+    [[nodiscard]] HRESULT SetMediaType(const CMediaType* pmt) override;
+    [[nodiscard]] HRESULT GetMediaType(int iPosition, CMediaType* pMediaType) override;
+    [[nodiscard]] HRESULT DecideBufferSize(IMemAllocator* pAlloc,
+                                           ALLOCATOR_PROPERTIES* pProp) override;
 
     HRESULT STDMETHODCALLTYPE Notify(IBaseFilter* pSender, Quality q) override;
 
   protected:
     CTransformFilter* m_pTransformFilter;
-    IUnknown* m_pPosition = nullptr;  ///< the platform's pass-through, aggregated, once asked for
+    IUnknown* m_pPosition = nullptr;  ///< the platform's pass-through, aggregated; created on use
 
     friend class CTransformFilter;
     friend class CTransformInputPin;
     friend class CVideoTransformFilter;
 
   private:
-    HRESULT MakePosition();
+    [[nodiscard]] HRESULT MakePosition();
     void BreakWithInput();
 };
 
-/// Makes the platform's object that hands seeking and position on to what is connected to `pPin`,
-/// aggregated in `pAgg`.
-HRESULT WINAPI CreatePosPassThru(LPUNKNOWN pAgg, BOOL bRenderer, IPin* pPin, IUnknown** ppPassThru);
+/// Creates the platform's object that passes seeking and position on to the peer of `pPin`,
+/// aggregated in `pAgg`. The caller releases `*ppPassThru`.
+[[nodiscard]] HRESULT WINAPI CreatePosPassThru(LPUNKNOWN pAgg, BOOL bRenderer, IPin* pPin,
+                                               IUnknown** ppPassThru);

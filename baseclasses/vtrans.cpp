@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <limits>
+#include <tuple>
+#include <utility>
 
 namespace {
 
@@ -11,7 +13,7 @@ constexpr int kAverageWeight = 16;           // the newest value counts one part
 constexpr int kUnitsPerMillisecond = 10000;  // of reference time, 100 ns
 constexpr int kLatestSensible = 300000000;   // 30 s
 
-/// A duration that an int holds; negative ones count as none.
+/// A duration, cut to the range of an int; 0 for a negative one.
 int FrameDuration(REFERENCE_TIME start, REFERENCE_TIME stop) {
     if (stop <= start) {
         return 0;
@@ -42,7 +44,7 @@ HRESULT CVideoTransformFilter::EndFlush() {
     {
         CAutoLock lock(&m_csReceive);
         // Not the derived class's: streaming has not stopped.
-        CVideoTransformFilter::StartStreaming();
+        std::ignore = CVideoTransformFilter::StartStreaming();
     }
     return CTransformFilter::EndFlush();
 }
@@ -58,15 +60,15 @@ HRESULT CVideoTransformFilter::AlterQuality(Quality q) {
     return E_FAIL;
 }
 
-/// Goes on with the type that the received sample carries, if any. It is the very one that the
-/// input pin has checked.
+/// Changes to the type that the received sample carries, if any. The input pin has checked that
+/// very copy.
 HRESULT CVideoTransformFilter::FollowInputType() {
     CMediaType* const type = m_pInput->SampleType();
     return type ? ChangeType(*m_pInput, *type) : S_OK;
 }
 
-/// Goes on with the type that downstream has put on its buffer, if any. One without a format block
-/// says nothing of a picture, and the stream goes on with what was agreed.
+/// Changes to the type that downstream has attached to its buffer, if any. A type without a format
+/// block describes no picture; the stream goes on with the agreed one.
 HRESULT CVideoTransformFilter::FollowOutputType(IMediaSample* pOutSample) {
     CMediaType type;
     HRESULT hr = type.SetFrom(*pOutSample);
@@ -80,9 +82,9 @@ HRESULT CVideoTransformFilter::FollowOutputType(IMediaSample* pOutSample) {
     return hr;
 }
 
-/// Makes `type` the pin's; the one before is in `type` afterwards.
+/// Exchanges the pin's type and `type`.
 HRESULT CVideoTransformFilter::ChangeType(CBasePin& pin, CMediaType& type) {
-    StopStreaming();
+    std::ignore = StopStreaming();  // what matters is whether streaming starts again
     pin.SwapMediaType(type);
     return StartStreaming();
 }
@@ -96,37 +98,35 @@ HRESULT CVideoTransformFilter::Receive(IMediaSample* pSample) {
         m_bSampleSkipped = TRUE;
         return S_OK;
     }
-    IMediaSample* outSample = nullptr;
+    nyx::ComPtr<IMediaSample> outSample;
     hr = InitializeOutputSample(pSample, &outSample);
     if (FAILED(hr)) {
         return hr;
     }
     m_bSampleSkipped = FALSE;
-    hr = FollowOutputType(outSample);
+    hr = FollowOutputType(outSample.Get());
     if (FAILED(hr)) {
-        outSample->Release();
+        outSample.Reset();
         return AbortPlayback(hr);
     }
     if (pSample->IsDiscontinuity() == S_OK) {
         m_nWaitForKey = kFramesToWaitForKey;
     }
-    hr = TimedTransform(pSample, outSample);
+    hr = TimedTransform(pSample, outSample.Get());
     if (WaitingForKey(pSample) && hr == S_OK) {
         hr = S_FALSE;
     }
-    return FinishSample(hr, outSample);
+    return FinishSample(hr, std::move(outSample));
 }
 
-/// Delivers what Transform made, or tells the graph once that quality suffers. `hr` is Transform's;
-/// takes over the reference to `pOutSample`.
-HRESULT CVideoTransformFilter::FinishSample(HRESULT hr, IMediaSample* pOutSample) {
+/// Delivers the result of Transform, or notifies the graph once that quality suffers. `hr` is
+/// Transform's.
+HRESULT CVideoTransformFilter::FinishSample(HRESULT hr, nyx::ComPtr<IMediaSample> pOutSample) {
     if (hr == S_OK) {
-        hr = m_pOutput->Deliver(pOutSample);
-        pOutSample->Release();
-        return hr;
+        return m_pOutput->Deliver(pOutSample.Get());
     }
-    // Released before the graph hears of it: a sample may hold a lock on the display.
-    pOutSample->Release();
+    // Released before the graph is notified: a sample may hold a lock on the display.
+    pOutSample.Reset();
     if (hr != S_FALSE) {
         return hr;
     }
@@ -135,8 +135,7 @@ HRESULT CVideoTransformFilter::FinishSample(HRESULT hr, IMediaSample* pOutSample
     return S_OK;
 }
 
-/// Notes that a frame was left out; the first time since the stream began sends
-/// `EC_QUALITY_CHANGE`.
+/// Sends `EC_QUALITY_CHANGE` for the first frame that is left out of the stream.
 void CVideoTransformFilter::NoteQualityChange() {
     if (!m_bQualityChanged) {
         m_bQualityChanged = TRUE;
@@ -155,7 +154,7 @@ HRESULT CVideoTransformFilter::TimedTransform(IMediaSample* pSample, IMediaSampl
     return hr;
 }
 
-/// Whether this frame is withheld, one frame nearer to the end of the wait.
+/// Counts this frame of the wait for a key frame. Whether to withhold it.
 bool CVideoTransformFilter::WaitingForKey(IMediaSample* pSample) {
     if (m_nWaitForKey > 0) {
         --m_nWaitForKey;
@@ -185,7 +184,7 @@ BOOL CVideoTransformFilter::ShouldSkipFrame(IMediaSample* pIn) {
     return m_bSkipping;
 }
 
-/// Learns the distance of key frames from one frame more. A key frame ends the skipping.
+/// Updates the distance between key frames with one more frame. A key frame ends the skipping.
 void CVideoTransformFilter::CountFrame(bool keyFrame) {
     if (keyFrame) {
         m_nKeyFramePeriod = std::max(m_nKeyFramePeriod, m_nFramesSinceKeyFrame);
@@ -196,8 +195,8 @@ void CVideoTransformFilter::CountFrame(bool keyFrame) {
     }
 }
 
-/// Whether decoding is what takes the time, we are a whole frame late, and later than the next key
-/// frame is away: then nothing is lost by going straight to that.
+/// Whether decoding takes a large part of the time, the stream is a whole frame late, and later
+/// than the time to the next key frame: then skipping to that frame loses nothing.
 bool CVideoTransformFilter::LateBeyondNextKey(int duration) const {
     const int late = m_itrLate;
     const LONGLONG framesToKey = LONGLONG{m_nKeyFramePeriod} - m_nFramesSinceKeyFrame - 1;

@@ -28,7 +28,7 @@ class CCritSec {
     CRITICAL_SECTION m_CritSec;
 };
 
-/// Holds a critical section from here to the end of the block.
+/// Holds a critical section until the end of the block.
 class CAutoLock {
   public:
     explicit CAutoLock(CCritSec* plock) : m_pLock(plock) { m_pLock->Lock(); }
@@ -40,12 +40,12 @@ class CAutoLock {
     CCritSec* m_pLock;
 };
 
-/// Copies a string into memory that the receiver frees with CoTaskMemFree. A null string is copied
-/// as an empty one. `E_POINTER`, or `E_OUTOFMEMORY` with a null result.
-HRESULT WINAPI AMGetWideString(LPCWSTR pszString, LPWSTR* ppszReturn);
+/// Copies a string, null as an empty one, into memory that the caller frees with CoTaskMemFree.
+/// `E_POINTER`, or `E_OUTOFMEMORY` with a null result.
+[[nodiscard]] HRESULT WINAPI AMGetWideString(LPCWSTR pszString, LPWSTR* ppszReturn);
 
-/// Releases the interface that `p` holds, when it holds one, and makes `p` null first, so that a
-/// call back in does not meet it.
+/// Releases the interface that `p` holds, if any, and makes `p` null first, so that a call back in
+/// does not find it.
 template <class I>
 void ReleaseInterface(I*& p) {
     I* const held = p;
@@ -55,7 +55,17 @@ void ReleaseInterface(I*& p) {
     }
 }
 
-/// Puts `with`, null allowed, in the place of what `p` holds; the references follow.
+/// Stores `p`, null allowed, with a reference of its own in `*copy`.
+template <class I>
+HRESULT CopyInterface(I* p, I** copy) {
+    *copy = p;
+    if (p) {
+        p->AddRef();
+    }
+    return S_OK;
+}
+
+/// Makes `p` hold `with`, null allowed, in place of what it holds. Adds and releases references.
 template <class I>
 void ReplaceInterface(I*& p, I* with) {
     I* const held = p;

@@ -66,7 +66,8 @@ set(NYX_COPYRIGHT "Copyright the authors of the Nyx codecs; the terms of what is
 
 # nyx_binary(TARGET DESCRIPTION CONTAINS [VERSION version] [ICON file]): a DLL or program that goes to
 # users, with a version resource. CONTAINS names what is linked in and is not ours. Its own version is the
-# project's unless it carries another one for those who load it.
+# project's unless it carries another one for those who load it. A DLL with the compiler's thread library
+# fails the build.
 function(nyx_binary target NYX_DESCRIPTION NYX_CONTAINS)
   cmake_parse_arguments(PARSE_ARGV 3 own "" "VERSION;ICON" "")
   set(NYX_FILE_VERSION ${PROJECT_VERSION}.0)
@@ -95,6 +96,12 @@ function(nyx_binary target NYX_DESCRIPTION NYX_CONTAINS)
   target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:C,CXX>:${nyx_names_from_root}>)
   target_link_options(${target} PRIVATE
     -Wl,--dynamicbase -Wl,--nxcompat -Wl,--no-insert-timestamp)
+  if(NOT type STREQUAL EXECUTABLE)
+    # Of what is linked in, only the compiler's thread library calls this function.
+    add_custom_command(TARGET ${target} POST_BUILD VERBATIM COMMAND sh -c
+      "if \"$0\" -p \"$1\" | grep -q AddVectoredExceptionHandler; then echo \"$1 lacks nyx_runtime\"; exit 1; fi"
+      ${CMAKE_OBJDUMP} $<TARGET_FILE:${target}>)
+  endif()
 endfunction()
 
 # nyx_instruction_set(FLAG sources...): one instruction set per translation unit, on that file only.

@@ -4,8 +4,10 @@
 #include <cstring>
 #include <new>
 #include <tuple>
+
 #include "codecs/fault_guard.h"
 #include "platform/fourcc.h"
+#include "platform/system.h"
 
 namespace nyx {
 namespace {
@@ -41,12 +43,6 @@ bool IsDv25Frame(DWORD length) {
     return length == 120000 || length == 144000;
 }
 
-/// The calling thread's error as an HRESULT, a failure even where the system left no code.
-HRESULT LastError() {
-    const HRESULT result = HRESULT_FROM_WIN32(GetLastError());
-    return FAILED(result) ? result : E_FAIL;
-}
-
 }  // namespace
 
 bool IsReferenceSample(ByteSpan sample) {
@@ -62,7 +58,7 @@ HRESULT DvReferenceFile::ReadFrame(ByteSpan sample, std::unique_ptr<BYTE[]>* buf
     if (FAILED(result)) {
         return result;
     }
-    const std::lock_guard<std::mutex> hold(lock_);
+    const std::lock_guard hold(lock_);
     result = Open(reference.path);
     if (FAILED(result)) {
         return result;

@@ -3,9 +3,9 @@
 #include <windows.h>
 
 #include <memory>
-#include <mutex>
 
 #include "platform/byte_span.h"
+#include "platform/thread.h"
 
 namespace nyx {
 
@@ -35,7 +35,7 @@ class DvReferenceFile {
     [[nodiscard]] HRESULT ReadExactly(void* buffer, DWORD length);
     void Close();
 
-    std::mutex lock_;
+    Mutex lock_;
     char path_[MAX_PATH] = {};
     HANDLE file_ = INVALID_HANDLE_VALUE;
 };

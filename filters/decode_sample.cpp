@@ -9,6 +9,7 @@
 #include "codecs/pixel_format_index.h"
 #include "filters/nyx_util.h"
 #include "filters/sample_data.h"
+#include "platform/com.h"
 
 namespace nyx {
 namespace {
@@ -17,47 +18,54 @@ namespace {
 constexpr DWORD kField1First = 0x0004;
 
 void SetFieldFlag(IMediaSample* sample, LONG fieldOrder) {
-    IMediaSample2* sample2 = nullptr;
-    if (FAILED(sample->QueryInterface(IID_IMediaSample2, reinterpret_cast<void**>(&sample2)))) {
-        return;
-    }
+    const auto sample2 = As<IMediaSample2>(sample);
     AM_SAMPLE2_PROPERTIES properties = {};
     auto* bytes = reinterpret_cast<BYTE*>(&properties);
-    if (SUCCEEDED(sample2->GetProperties(sizeof(properties), bytes))) {
-        properties.dwTypeSpecificFlags &= ~kField1First;
-        if (fieldOrder == kTopFieldFirst) {
-            properties.dwTypeSpecificFlags |= kField1First;
-        }
-        // The properties point to the sample's own type, which it may free before it copies the one
-        // that it is handed.
-        CMediaType type;
-        if (!properties.pMediaType || SUCCEEDED(type.Set(*properties.pMediaType))) {
-            properties.pMediaType = properties.pMediaType ? &type : nullptr;
-            sample2->SetProperties(sizeof(properties), bytes);
-        }
+    if (!sample2 || FAILED(sample2->GetProperties(sizeof(properties), bytes))) {
+        return;
     }
-    sample2->Release();
+    properties.dwTypeSpecificFlags &= ~kField1First;
+    if (fieldOrder == kTopFieldFirst) {
+        properties.dwTypeSpecificFlags |= kField1First;
+    }
+    // The properties point to the sample's own type, which it may free before it copies the one
+    // that SetProperties passes.
+    CMediaType type;
+    if (properties.pMediaType) {
+        if (FAILED(type.Set(*properties.pMediaType))) {
+            return;
+        }
+        properties.pMediaType = &type;
+    }
+    sample2->SetProperties(sizeof(properties), bytes);
 }
 
 bool AcceptsDynamically(CBasePin& output, const AM_MEDIA_TYPE& type) {
-    IPin* peer = nullptr;
+    ComPtr<IPin> peer;
     if (FAILED(output.ConnectedTo(&peer))) {
         return false;
     }
-    IPinConnection* connection = nullptr;
-    HRESULT result =
-        peer->QueryInterface(IID_IPinConnection, reinterpret_cast<void**>(&connection));
-    peer->Release();
-    if (FAILED(result)) {
-        return false;
-    }
-    result = connection->DynamicQueryAccept(&type);
-    connection->Release();
-    return result == S_OK;
+    const auto connection = As<IPinConnection>(peer, IID_IPinConnection);
+    return connection && connection->DynamicQueryAccept(&type) == S_OK;
 }
 
-/// Copies what the codec has written of each row.
-void CopyPicture(const DecodeCall& call, const BYTE* from) {
+/// One call of ICodec::Decompress.
+struct DecompressCall {
+    const BITMAPINFOHEADER* input;  ///< `biSizeImage` is the number of bytes at `frame`
+    const void* frame;
+    const BITMAPINFOHEADER* output;
+    bool alpha;
+    BYTE* picture;
+    std::size_t pictureSize;  ///< bytes of the whole picture
+    bool fillsRows;           ///< see DecodeSample
+};
+
+HRESULT DecompressTo(BYTE* picture, ICodec& codec, const DecompressCall& call) {
+    return codec.Decompress(call.input, call.frame, call.output, call.alpha, picture, 0, 0);
+}
+
+/// Copies the bytes of each row that the codec has written.
+void CopyPicture(const DecompressCall& call, const BYTE* from) {
     const auto rows = static_cast<std::size_t>(AbsoluteHeight(*call.output));
     if (call.pictureSize == 0) {
         return;
@@ -73,6 +81,20 @@ void CopyPicture(const DecodeCall& call, const BYTE* from) {
     }
 }
 
+/// Decodes into a temporary buffer and copies the result: codecs read their output and write it out
+/// of order, both of which write-combined memory makes very slow. Never reads the picture.
+HRESULT DecompressByCopy(ICodec& codec, const DecompressCall& call) {
+    const std::unique_ptr<BYTE[]> bounce(new (std::nothrow) BYTE[call.pictureSize]());
+    if (!bounce) {
+        return E_OUTOFMEMORY;
+    }
+    const HRESULT result = DecompressTo(bounce.get(), codec, call);
+    if (SUCCEEDED(result)) {
+        CopyPicture(call, bounce.get());
+    }
+    return result;
+}
+
 }  // namespace
 
 void UpdateOutputType(const FrameParameters& shown, CBasePin& output, IMediaSample* sample) {
@@ -82,7 +104,7 @@ void UpdateOutputType(const FrameParameters& shown, CBasePin& output, IMediaSamp
     }
     VIDEOINFOHEADER2 block = *before;
     WriteFrameParameters(shown.fieldOrder, shown.aspect, &block);
-    CMediaType type;  // the peer's, since ours may be replaced while it is asked
+    CMediaType type;  // a copy for the peer, which may replace ours while it answers
     if (std::memcmp(&block, before, sizeof(block)) == 0 ||
         FAILED(output.ConnectionMediaType(&type))) {
         return;
@@ -93,23 +115,6 @@ void UpdateOutputType(const FrameParameters& shown, CBasePin& output, IMediaSamp
     if (AcceptsDynamically(output, type)) {
         sample->SetMediaType(&type);
     }
-}
-
-HRESULT DecodePicture(ICodec& codec, const DecodeCall& call, bool writeCombined) {
-    if (!writeCombined) {
-        return codec.Decompress(call.input, call.frame, call.output, call.alpha, call.picture, 0,
-                                0);
-    }
-    const std::unique_ptr<BYTE[]> bounce(new (std::nothrow) BYTE[call.pictureSize]());
-    if (!bounce) {
-        return E_OUTOFMEMORY;
-    }
-    const HRESULT result =
-        codec.Decompress(call.input, call.frame, call.output, call.alpha, bounce.get(), 0, 0);
-    if (SUCCEEDED(result)) {
-        CopyPicture(call, bounce.get());
-    }
-    return result;
 }
 
 HRESULT DecodeSample(ICodec& codec, bool fillsRows, const AM_MEDIA_TYPE& inputType,
@@ -131,25 +136,34 @@ HRESULT DecodeSample(ICodec& codec, bool fillsRows, const AM_MEDIA_TYPE& inputTy
     }
     SetFieldFlag(outputSample, shown->fieldOrder);
 
-    const BITMAPINFOHEADER* format = NyxUtil::FormatOf(outputType).header;
-    if (!format) {
+    const VideoFormat format = NyxUtil::FormatOf(outputType);
+    if (format.kind == PictureKind::kInvalid) {
         return E_FAIL;
     }
-    const BITMAPINFOHEADER output = *format;
-    const PictureKind kind = NyxUtil::ClassifyPicture(output.biBitCount, outputType.subtype);
+    const BITMAPINFOHEADER output = *format.header;
     const std::uint64_t pictureSize = SurfaceSize(output);
-    if (kind == PictureKind::kInvalid || pictureSize > room) {
+    if (pictureSize > room) {
         return E_FAIL;
     }
-    const DecodeCall call = {&shown->header, frame,
-                             &output,        kind == PictureKind::kAlpha,
-                             picture,        static_cast<std::size_t>(pictureSize),
-                             fillsRows};
-    const MemoryKind memory = QueryMemory(picture, call.pictureSize);
-    if (memory == MemoryKind::kUnwritable) {
-        return E_FAIL;
+    const DecompressCall call = {
+        .input = &shown->header,
+        .frame = frame,
+        .output = &output,
+        .alpha = format.kind == PictureKind::kAlpha,
+        .picture = picture,
+        .pictureSize = static_cast<std::size_t>(pictureSize),
+        .fillsRows = fillsRows,
+    };
+    switch (QueryMemory(picture, call.pictureSize)) {
+        case MemoryKind::kUnwritable:
+            return E_FAIL;
+        case MemoryKind::kWriteCombined:
+            result = DecompressByCopy(codec, call);
+            break;
+        case MemoryKind::kOrdinary:
+            result = DecompressTo(picture, codec, call);
+            break;
     }
-    result = DecodePicture(codec, call, memory == MemoryKind::kWriteCombined);
     if (SUCCEEDED(result)) {
         outputSample->SetActualDataLength(static_cast<long>(pictureSize));
     }

@@ -10,8 +10,8 @@
 
 namespace nyx {
 
-/// What makes a filter a decoder; see decoder_negotiation.h and decode_sample.h.
-struct DecoderSide {
+/// The policy of a decoder; see decoder_negotiation.h and decode_sample.h.
+struct DecoderPolicy {
     static constexpr EngineMode kMode = kEngineForDecoding;
     static constexpr auto CheckTypes = CheckDecoderTypes;
     static constexpr auto OfferType = OfferDecoderType;
@@ -29,7 +29,7 @@ struct DecoderSide {
                                            bool waitingForKeyFrame) {
         bool fillsRows = false;
         if constexpr (std::is_base_of_v<CDvCodecBase, Codec>) {
-            // An output of a size of its own, to which a narrower picture is stretched.
+            // The codec stretches a narrower picture to an output of one of its own sizes.
             const BITMAPINFOHEADER* to = NyxUtil::FormatOf(output.CurrentMediaType()).header;
             fillsRows =
                 to && codec.IsSupportedSize(to->biWidth, static_cast<LONG>(AbsoluteHeight(*to)));
@@ -46,6 +46,6 @@ struct DecoderSide {
 };
 
 template <class Base, class Codec>
-using NyxDecoderImpl = NyxFilterImpl<Base, Codec, DecoderSide>;
+using NyxDecoderImpl = NyxFilterImpl<Base, Codec, DecoderPolicy>;
 
 }  // namespace nyx

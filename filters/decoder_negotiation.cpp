@@ -1,7 +1,7 @@
 #include "filters/decoder_negotiation.h"
 
 #include <cstdint>
-#include <iterator>
+#include <span>
 
 #include "filters/buffer_request.h"
 #include "filters/frame_parameters.h"
@@ -28,20 +28,15 @@ const OutputLayout kAlphaLayouts[] = {
     {&MEDIASUBTYPE_ARGB32, 32, BI_RGB},
 };
 
-struct LayoutList {
-    const OutputLayout* layouts;
-    int count;
-};
-
-LayoutList LayoutsFor(ICodec& codec, WORD inputBitCount) {
+std::span<const OutputLayout> LayoutsFor(ICodec& codec, WORD inputBitCount) {
     if (codec.SupportsAlpha() && inputBitCount == 32) {
-        return {kAlphaLayouts, static_cast<int>(std::size(kAlphaLayouts))};
+        return kAlphaLayouts;
     }
-    return {kOpaqueLayouts, static_cast<int>(std::size(kOpaqueLayouts))};
+    return kOpaqueLayouts;
 }
 
-/// The product with the frame duration, not the quotient, is what hosts of this format expect.
-/// Truncated to 32 bits.
+/// The picture's bits multiplied, not divided, by the frame duration, as hosts of this format
+/// expect. Truncated to 32 bits.
 DWORD OfferedBitRate(WORD bitCount, LONG width, LONG height, REFERENCE_TIME duration) {
     const int wholeBits = (bitCount + 7) / 8 * 8;
     const double rate =
@@ -53,36 +48,15 @@ DWORD OfferedBitRate(WORD bitCount, LONG width, LONG height, REFERENCE_TIME dura
     return static_cast<DWORD>(static_cast<std::int64_t>(rate));
 }
 
-BITMAPINFOHEADER OfferedHeader(const BITMAPINFOHEADER& input, const OutputLayout& layout) {
-    BITMAPINFOHEADER header = {};
-    header.biSize = sizeof(header);
-    header.biWidth = input.biWidth;
-    header.biHeight = input.biHeight;
-    header.biPlanes = 1;
-    header.biBitCount = layout.bitCount;
-    header.biCompression = layout.compression;
-    header.biSizeImage =
-        static_cast<DWORD>(SignedPictureSize(layout.bitCount, input.biHeight, input.biWidth));
-    return header;
-}
-
 }  // namespace
 
 HRESULT CheckDecoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input, const AM_MEDIA_TYPE* output) {
-    const BITMAPINFOHEADER* outputHeader = nullptr;
-    PictureKind kind = PictureKind::kOpaque;
-    if (output) {
-        outputHeader = NyxUtil::FormatOf(*output).header;
-        if (!outputHeader) {
-            return VFW_E_TYPE_NOT_ACCEPTED;
-        }
-        kind = NyxUtil::ClassifyPicture(outputHeader->biBitCount, output->subtype);
-        if (kind == PictureKind::kInvalid) {
-            return VFW_E_TYPE_NOT_ACCEPTED;
-        }
+    const VideoFormat picture = output ? NyxUtil::FormatOf(*output) : VideoFormat{};
+    if (output && picture.kind == PictureKind::kInvalid) {
+        return VFW_E_TYPE_NOT_ACCEPTED;
     }
-    return codec.DecompressQuery(NyxUtil::FormatOf(input).header, outputHeader,
-                                 kind == PictureKind::kAlpha);
+    return codec.DecompressQuery(NyxUtil::FormatOf(input).header, picture.header,
+                                 picture.kind == PictureKind::kAlpha);
 }
 
 HRESULT OfferDecoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position,
@@ -95,23 +69,25 @@ HRESULT OfferDecoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position
     if (FAILED(result)) {
         return result;
     }
-    const LayoutList list = LayoutsFor(codec, frame.header.biBitCount);
-    if (position >= 2 * list.count) {
+    const auto layouts = LayoutsFor(codec, frame.header.biBitCount);
+    const auto index = static_cast<std::size_t>(position);
+    if (index >= 2 * layouts.size()) {
         return VFW_S_NO_MORE_ITEMS;
     }
-    const OutputLayout& layout = list.layouts[position % list.count];
+    const OutputLayout& layout = layouts[index % layouts.size()];
     const BITMAPINFOHEADER& header = frame.header;
     const OfferedType offer = {
-        *layout.subtype,
-        OfferedHeader(header, layout),
-        frame.averageFrameDuration,
-        OfferedBitRate(layout.bitCount, header.biWidth, header.biHeight,
-                       frame.averageFrameDuration),
-        frame.fieldOrder,
-        frame.aspect,
-        true,
+        .subtype = *layout.subtype,
+        .header =
+            PictureHeader(header.biWidth, header.biHeight, layout.bitCount, layout.compression),
+        .averageFrameDuration = frame.averageFrameDuration,
+        .bitRate = OfferedBitRate(layout.bitCount, header.biWidth, header.biHeight,
+                                  frame.averageFrameDuration),
+        .fieldOrder = frame.fieldOrder,
+        .aspect = frame.aspect,
+        .fixedSizeSamples = true,
     };
-    const BlockForm form = position < list.count ? BlockForm::kVideoInfo2 : BlockForm::kVideoInfo;
+    const BlockForm form = index < layouts.size() ? BlockForm::kVideoInfo2 : BlockForm::kVideoInfo;
     return FillOfferedType(offer, form, type);
 }
 

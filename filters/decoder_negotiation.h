@@ -1,16 +1,16 @@
 #pragma once
 
 /// @file
-/// What a decoder filter accepts, offers and asks for, as functions over plain records.
+/// The media types and buffers of a decoder filter, as functions over plain records.
 
 #include "baseclasses/streams.h"
 #include "codecs/codec.h"
 
 namespace nyx {
 
-/// Whether the codec takes `input`, and to `output` when that is given. `S_OK` or
-/// `VFW_E_TYPE_NOT_ACCEPTED`. Major type and subtype of the input are the codec's business by way
-/// of the header's FourCC.
+/// Whether the codec decodes `input`, and to `output` when that is not null. `S_OK` or
+/// `VFW_E_TYPE_NOT_ACCEPTED`. Of the input only the format block counts: the codec goes by the
+/// FourCC in its header.
 [[nodiscard]] HRESULT CheckDecoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input,
                                         const AM_MEDIA_TYPE* output);
 

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The concrete decoders: nothing but a codec bound to the filter.
+/// The concrete decoders, each a codec bound to the filter.
 
 #include "codecs/lossless_codec.h"
 #include "codecs/mpeg_intra_codec.h"
@@ -15,7 +15,7 @@
 
 namespace nyx {
 
-/// What every concrete decoder is: the template over its codec, and a destructor.
+/// A concrete decoder: the template over its codec, and a destructor.
 #define NYX_DECODER(Name, Codec)                                       \
     class Name : public NyxDecoderImpl<CVideoTransformFilter, Codec> { \
       public:                                                          \

@@ -11,9 +11,9 @@
  *         HRESULT SetParameter([in] const EncodeParameterBlock* block, [in] BOOL save);
  *     };
  *
- * Both operations may be called on any thread, also while frames are being encoded: a change is
- * taken up whole by the next frame. Of a flag only the low byte counts, so that a host may pass a
- * one-byte bool. They answer S_OK, or E_INVALIDARG for a null block. */
+ * Both operations may be called on any thread, also while frames are being encoded: the next frame
+ * uses all of a change. Only the low byte of a flag counts, so that a host may pass a one-byte
+ * bool. They return S_OK, or E_INVALIDARG for a null block. */
 
 #include <unknwn.h>
 

@@ -19,21 +19,18 @@ HRESULT EncodeSample(ICodec& codec, const AM_MEDIA_TYPE& inputType, const AM_MED
     }
     const std::size_t pictureSize = SampleLength(inputSample);
     const std::size_t room = SampleCapacity(outputSample);
-    const BITMAPINFOHEADER* input = NyxUtil::FormatOf(inputType).header;
+    const VideoFormat input = NyxUtil::FormatOf(inputType);
     const BITMAPINFOHEADER* outputHeader = NyxUtil::FormatOf(outputType).header;
-    if (!input || !outputHeader) {
-        return E_FAIL;
-    }
-    const PictureKind kind = NyxUtil::ClassifyPicture(input->biBitCount, inputType.subtype);
-    if (kind == PictureKind::kInvalid || pictureSize < SurfaceSize(*input) || room == 0 ||
+    if (input.kind == PictureKind::kInvalid || !outputHeader ||
+        pictureSize < SurfaceSize(*input.header) || room == 0 ||
         QueryMemory(frame, room) == MemoryKind::kUnwritable) {
         return E_FAIL;
     }
 
     BITMAPINFOHEADER output = *outputHeader;
     output.biSizeImage = static_cast<DWORD>(room);
-    const HRESULT result =
-        codec.Compress(input, kind == PictureKind::kAlpha, picture, &output, frame, 0, 0, 0);
+    const HRESULT result = codec.Compress(input.header, input.kind == PictureKind::kAlpha, picture,
+                                          &output, frame, 0, 0, 0);
     if (SUCCEEDED(result)) {
         outputSample->SetActualDataLength(static_cast<long>(output.biSizeImage));
     }

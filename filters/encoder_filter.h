@@ -6,8 +6,8 @@
 
 namespace nyx {
 
-/// What makes a filter an encoder; see encoder_negotiation.h and encode_sample.h.
-struct EncoderSide {
+/// The policy of an encoder; see encoder_negotiation.h and encode_sample.h.
+struct EncoderPolicy {
     static constexpr EngineMode kMode = kEngineForEncoding;
     static constexpr auto CheckTypes = CheckEncoderTypes;
     static constexpr auto OfferType = OfferEncoderType;
@@ -16,9 +16,10 @@ struct EncoderSide {
     [[nodiscard]] static HRESULT RequestBuffer(CBasePin& input, CBasePin&, IMemAllocator* allocator,
                                                ALLOCATOR_PROPERTIES* properties) {
         CMediaType type;
-        return FAILED(input.ConnectionMediaType(&type))
-                   ? E_UNEXPECTED
-                   : RequestEncoderBuffer(type, allocator, properties);
+        if (FAILED(input.ConnectionMediaType(&type))) {
+            return E_UNEXPECTED;
+        }
+        return RequestEncoderBuffer(type, allocator, properties);
     }
 
     [[nodiscard]] static HRESULT Transform(ICodec& codec, CBasePin& input, CBasePin& output,
@@ -30,6 +31,6 @@ struct EncoderSide {
 };
 
 template <class Base, class Codec>
-using NyxEncoderImpl = NyxFilterImpl<Base, Codec, EncoderSide>;
+using NyxEncoderImpl = NyxFilterImpl<Base, Codec, EncoderPolicy>;
 
 }  // namespace nyx

@@ -1,5 +1,7 @@
 #include "filters/encoder_negotiation.h"
 
+#include <iterator>
+
 #include "codecs/frame_size_tables.h"
 #include "codecs/header_checks.h"
 #include "filters/buffer_request.h"
@@ -10,40 +12,18 @@
 namespace nyx {
 namespace {
 
-/// What is offered, in order.
+/// The forms of block that are offered, in order.
 constexpr BlockForm kForms[] = {BlockForm::kVideoInfo2, BlockForm::kVideoInfo};
-constexpr int kFormCount = 2;
-
-PictureKind KindOf(const VideoFormat& format, const AM_MEDIA_TYPE& type) {
-    return format.header ? NyxUtil::ClassifyPicture(format.header->biBitCount, type.subtype)
-                         : PictureKind::kInvalid;
-}
-
-/// The compressed side of an uncompressed picture, always top-down. Its size is that of the picture
-/// at the compressed bit count; the encoder sets each frame's real one.
-BITMAPINFOHEADER CompressedHeader(const BITMAPINFOHEADER& picture, DWORD fourcc, bool alpha) {
-    BITMAPINFOHEADER header = {};
-    header.biSize = sizeof(header);
-    header.biWidth = picture.biWidth;
-    header.biHeight = static_cast<LONG>(AbsoluteHeight(picture));
-    header.biPlanes = 1;
-    header.biBitCount = alpha ? 32 : 24;
-    header.biCompression = fourcc;
-    header.biSizeImage =
-        static_cast<DWORD>(SignedPictureSize(header.biBitCount, header.biHeight, header.biWidth));
-    return header;
-}
 
 }  // namespace
 
 HRESULT CheckEncoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input, const AM_MEDIA_TYPE* output) {
     const VideoFormat format = NyxUtil::FormatOf(input);
-    const PictureKind kind = KindOf(format, input);
     const BITMAPINFOHEADER* outputHeader = output ? NyxUtil::FormatOf(*output).header : nullptr;
-    if (kind == PictureKind::kInvalid || (output && !outputHeader)) {
+    if (format.kind == PictureKind::kInvalid || (output && !outputHeader)) {
         return VFW_E_TYPE_NOT_ACCEPTED;
     }
-    return codec.CompressQuery(format.header, kind == PictureKind::kAlpha, outputHeader);
+    return codec.CompressQuery(format.header, format.kind == PictureKind::kAlpha, outputHeader);
 }
 
 HRESULT OfferEncoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position,
@@ -56,27 +36,27 @@ HRESULT OfferEncoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position
     if (!picture) {
         return E_FAIL;
     }
-    const PictureKind kind = KindOf(format, input);
-    if (kind == PictureKind::kInvalid) {
+    if (format.kind == PictureKind::kInvalid) {
         return VFW_E_TYPE_NOT_ACCEPTED;
     }
-    if (position >= kFormCount) {
+    if (position >= static_cast<int>(std::size(kForms))) {
         return VFW_S_NO_MORE_ITEMS;
     }
     const REFERENCE_TIME duration = format.averageFrameDuration;
+    // Always of positive height; the encoder sets the size of each frame.
     const BITMAPINFOHEADER header =
-        CompressedHeader(*picture, codec.GetFourCC(), kind == PictureKind::kAlpha);
+        PictureHeader(picture->biWidth, static_cast<LONG>(AbsoluteHeight(*picture)),
+                      format.kind == PictureKind::kAlpha ? WORD{32} : WORD{24}, codec.GetFourCC());
     const PixelAspect pixel = DefaultPixelAspect(header.biWidth, header.biHeight);
     const OfferedType offer = {
-        FourCCSubtype(header.biCompression),
-        header,
-        duration,
-        // The bytes of one uncompressed picture stand in the bit rate, as hosts know it from this
-        // encoder.
-        header.biSizeImage,
-        DefaultFieldOrder(header.biWidth, header.biHeight, duration),
-        PictureAspectOf(header.biWidth, header.biHeight, pixel.x, pixel.y),
-        false,
+        .subtype = FourCCSubtype(header.biCompression),
+        .header = header,
+        .averageFrameDuration = duration,
+        // Hosts know from this encoder the bytes of one uncompressed picture as its bit rate.
+        .bitRate = header.biSizeImage,
+        .fieldOrder = DefaultFieldOrder(header.biWidth, header.biHeight, duration),
+        .aspect = PictureAspectOf(header.biWidth, header.biHeight, pixel.x, pixel.y),
+        .fixedSizeSamples = false,
     };
     return FillOfferedType(offer, kForms[position], type);
 }

@@ -1,16 +1,16 @@
 #pragma once
 
 /// @file
-/// What an encoder filter accepts, offers and asks for, as functions over plain records.
+/// The media types and buffers of an encoder filter, as functions over plain records.
 
 #include "baseclasses/streams.h"
 #include "codecs/codec.h"
 
 namespace nyx {
 
-/// Whether the codec encodes `input`, and to `output` when that is given. `S_OK` or
+/// Whether the codec encodes `input`, and to `output` when that is not null. `S_OK` or
 /// `VFW_E_TYPE_NOT_ACCEPTED`. RGB 32-bit is an opaque kind, and a codec whose 32-bit pictures carry
-/// alpha refuses it, though its registered pin types name it: a host has to ask for ARGB 32-bit.
+/// alpha refuses it although its registered pin types name it: hosts ask for ARGB 32-bit instead.
 [[nodiscard]] HRESULT CheckEncoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input,
                                         const AM_MEDIA_TYPE* output);
 

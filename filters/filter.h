@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// A codec made a DirectShow video transform filter, either way round. The template only gates and
-/// binds; what a filter does is told by the functions of its side.
+/// Makes a codec a DirectShow video transform filter, for decoding or encoding. The template checks
+/// arguments and state; the functions of a policy do the work.
 
 #include "baseclasses/streams.h"
 #include "codecs/codec.h"
@@ -11,9 +11,10 @@
 namespace nyx {
 
 /// `Base` is CVideoTransformFilter, whose streaming and quality control are used unchanged; `Codec`
-/// a codec class, whose constructor reads its settings and binds its engine; `Side` what tells a
-/// decoder from an encoder (DecoderSide, EncoderSide). Keeps no state between samples.
-template <class Base, class Codec, class Side>
+/// a codec class, whose constructor reads its settings and binds its engine; `Policy` is
+/// DecoderPolicy or EncoderPolicy. Keeps no state between samples: the formats of a connection are
+/// read from its media types for each frame.
+template <class Base, class Codec, class Policy>
 class NyxFilterImpl : public Base, public Codec, public NyxUtil {
   public:
     NyxFilterImpl(const wchar_t* name, IUnknown* outer, REFCLSID clsid)
@@ -36,17 +37,17 @@ class NyxFilterImpl : public Base, public Codec, public NyxUtil {
         if (!this->m_pInput || !this->m_pOutput) {
             return E_UNEXPECTED;
         }
-        // What the base counts down to a key frame, with this frame still counted.
+        // The base class still counts this frame among those that wait for a key frame.
         const bool waitingForKeyFrame = this->m_nWaitForKey > 1 && input->IsSyncPoint() != S_OK;
-        return Side::Transform(static_cast<Codec&>(*this), *this->m_pInput, *this->m_pOutput, input,
-                               output, waitingForKeyFrame);
+        return Policy::Transform(static_cast<Codec&>(*this), *this->m_pInput, *this->m_pOutput,
+                                 input, output, waitingForKeyFrame);
     }
 
     [[nodiscard]] HRESULT CheckInputType(const CMediaType* input) override {
         if (!input) {
             return E_POINTER;
         }
-        return IsAvailable() ? Side::CheckTypes(*this, *input, nullptr) : VFW_E_TYPE_NOT_ACCEPTED;
+        return IsAvailable() ? Policy::CheckTypes(*this, *input, nullptr) : VFW_E_TYPE_NOT_ACCEPTED;
     }
 
     [[nodiscard]] HRESULT CheckTransform(const CMediaType* input,
@@ -54,7 +55,7 @@ class NyxFilterImpl : public Base, public Codec, public NyxUtil {
         if (!input || !output) {
             return E_POINTER;
         }
-        return IsAvailable() ? Side::CheckTypes(*this, *input, output) : VFW_E_TYPE_NOT_ACCEPTED;
+        return IsAvailable() ? Policy::CheckTypes(*this, *input, output) : VFW_E_TYPE_NOT_ACCEPTED;
     }
 
     [[nodiscard]] HRESULT DecideBufferSize(IMemAllocator* allocator,
@@ -65,7 +66,7 @@ class NyxFilterImpl : public Base, public Codec, public NyxUtil {
         if (!IsAvailable() || !this->m_pInput->IsConnected()) {
             return E_UNEXPECTED;
         }
-        return Side::RequestBuffer(*this->m_pInput, *this->m_pOutput, allocator, properties);
+        return Policy::RequestBuffer(*this->m_pInput, *this->m_pOutput, allocator, properties);
     }
 
     [[nodiscard]] HRESULT GetMediaType(int position, CMediaType* type) override {
@@ -78,16 +79,16 @@ class NyxFilterImpl : public Base, public Codec, public NyxUtil {
         if (position < 0) {
             return E_INVALIDARG;
         }
-        CMediaType input;  // a copy: the streaming thread may replace the pin's own at any time
+        CMediaType input;  // a copy, since the streaming thread may replace the pin's own
         const HRESULT result = this->m_pInput->ConnectionMediaType(&input);
         if (FAILED(result)) {
             return result == VFW_E_NOT_CONNECTED ? E_UNEXPECTED : result;
         }
-        return Side::OfferType(*this, input, position, type);
+        return Policy::OfferType(*this, input, position, type);
     }
 
   protected:
-    static bool IsAvailable() { return Codec::IsEngineAvailable(Side::kMode); }
+    static bool IsAvailable() { return Codec::IsEngineAvailable(Policy::kMode); }
 };
 
 }  // namespace nyx

@@ -36,8 +36,12 @@ HRESULT ReadFrameParameters(ICodec& codec, const AM_MEDIA_TYPE& type, ByteSpan f
         return result;
     }
     *parameters = {
-        header, format.averageFrameDuration, info.fieldOrder,
-        PictureAspectOf(header.biWidth, header.biHeight, info.pixelAspectX, info.pixelAspectY)};
+        .header = header,
+        .averageFrameDuration = format.averageFrameDuration,
+        .fieldOrder = info.fieldOrder,
+        .aspect =
+            PictureAspectOf(header.biWidth, header.biHeight, info.pixelAspectX, info.pixelAspectY),
+    };
     return S_OK;
 }
 

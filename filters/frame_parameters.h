@@ -8,29 +8,29 @@
 
 namespace nyx {
 
-/// A picture aspect ratio, signs as the frame tells them; 0:0 where the pixel aspect is 0:0.
+/// A picture aspect ratio with the signs of the frame's values; 0:0 for a pixel aspect of 0:0.
 struct PictureAspect {
-    std::int64_t x;
-    std::int64_t y;
+    std::int64_t x = 0;
+    std::int64_t y = 0;
 };
 
 /// The picture aspect of `width` by `height` pixels of the given pixel aspect, divided by the
-/// greatest common divisor of the absolute values. Signs are kept: a frame may tell any of them.
+/// greatest common divisor of the absolute values. Keeps the signs: frames may carry any.
 PictureAspect PictureAspectOf(LONG width, LONG height, LONG pixelAspectX, LONG pixelAspectY);
 
-/// What negotiation and each frame need to know of the compressed side.
+/// The properties of a compressed frame, or of a stream before its first frame.
 struct FrameParameters {
-    BITMAPINFOHEADER header;  ///< the type's; `biSizeImage` is the given frame's length
-    REFERENCE_TIME averageFrameDuration;
-    LONG fieldOrder;
+    BITMAPINFOHEADER header = {};  ///< the type's; `biSizeImage` is the given frame's length
+    REFERENCE_TIME averageFrameDuration = 0;
+    LONG fieldOrder = -1;
     PictureAspect aspect;
 };
 
-/// Writes what a frame shows into a block of the header2 form.
+/// Writes a frame's field order and aspect into a block of the header2 form.
 void WriteFrameParameters(LONG fieldOrder, const PictureAspect& aspect, VIDEOINFOHEADER2* block);
 
 /// Asks the codec about one frame, or with an empty `frame` about the stream. `E_FAIL` when the
-/// type has no header; a codec's failure is passed on.
+/// type has no header, else the codec's result.
 [[nodiscard]] HRESULT ReadFrameParameters(ICodec& codec, const AM_MEDIA_TYPE& type, ByteSpan frame,
                                           FrameParameters* parameters);
 

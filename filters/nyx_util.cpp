@@ -20,21 +20,31 @@ const KindRow kKinds[] = {
 
 template <class Block>
 const Block* BlockOf(const AM_MEDIA_TYPE& type, const GUID& formatType) {
-    const bool there =
+    const bool present =
         type.formattype == formatType && type.pbFormat && type.cbFormat >= sizeof(Block);
-    return there ? reinterpret_cast<const Block*>(type.pbFormat) : nullptr;
+    return present ? reinterpret_cast<const Block*>(type.pbFormat) : nullptr;
+}
+
+/// The fields that both forms of block have.
+template <class Block>
+VideoFormat CommonFormat(const Block& block, const GUID& subtype) {
+    return {.header = &block.bmiHeader,
+            .averageFrameDuration = block.AvgTimePerFrame,
+            .header2 = nullptr,
+            .kind = NyxUtil::ClassifyPicture(block.bmiHeader.biBitCount, subtype)};
 }
 
 }  // namespace
 
 VideoFormat NyxUtil::FormatOf(const AM_MEDIA_TYPE& type) {
-    if (const auto* block = BlockOf<VIDEOINFOHEADER2>(type, FORMAT_VideoInfo2)) {
-        return {&block->bmiHeader, block->AvgTimePerFrame, block};
+    VideoFormat format;
+    if (const auto* block2 = BlockOf<VIDEOINFOHEADER2>(type, FORMAT_VideoInfo2)) {
+        format = CommonFormat(*block2, type.subtype);
+        format.header2 = block2;
+    } else if (const auto* block = BlockOf<VIDEOINFOHEADER>(type, FORMAT_VideoInfo)) {
+        format = CommonFormat(*block, type.subtype);
     }
-    if (const auto* block = BlockOf<VIDEOINFOHEADER>(type, FORMAT_VideoInfo)) {
-        return {&block->bmiHeader, block->AvgTimePerFrame, nullptr};
-    }
-    return {};
+    return format;
 }
 
 PictureKind NyxUtil::ClassifyPicture(WORD bitCount, const GUID& subtype) {

@@ -5,29 +5,31 @@
 
 namespace nyx {
 
-/// What an uncompressed media type is to a codec.
+/// How a codec sees the pictures of an uncompressed media type.
 enum class PictureKind {
     kInvalid,
     kOpaque,
     kAlpha,
 };
 
-/// What the format block of a type tells, borrowed from the type.
+/// The format block of a type, borrowed from the type.
 struct VideoFormat {
-    const BITMAPINFOHEADER* header;  ///< null when there is no block; then the rest is zero
-    REFERENCE_TIME averageFrameDuration;
-    const VIDEOINFOHEADER2* header2;  ///< the block itself where it has the header2 form, else null
+    const BITMAPINFOHEADER* header =
+        nullptr;  ///< null without a block; the rest keeps its defaults
+    REFERENCE_TIME averageFrameDuration = 0;
+    const VIDEOINFOHEADER2* header2 = nullptr;  ///< the block itself if it has the header2 form
+    PictureKind kind = PictureKind::kInvalid;   ///< of an uncompressed type
 };
 
-/// Small questions that decoder and encoder filters ask of media types. Stateless; the filters
-/// inherit it beside their codec.
+/// What decoder and encoder filters read from media types. Stateless; the filters inherit it beside
+/// their codec.
 class NyxUtil {
   public:
-    /// Reads the format block. Blocks are recognised by format type alone and must be long enough
-    /// for the fixed part of their form; anything else counts as no block.
+    /// Reads the format block. The format type alone decides the form of a block, which must be
+    /// long enough for the fixed part of that form; anything else counts as no block.
     static VideoFormat FormatOf(const AM_MEDIA_TYPE& type);
 
-    /// Classifies an uncompressed type by bit count and subtype.
+    /// The kind of an uncompressed type by bit count and subtype.
     static PictureKind ClassifyPicture(WORD bitCount, const GUID& subtype);
 
     /// `dwInterlaceFlags` of a `VIDEOINFOHEADER2` for a field order.

@@ -1,9 +1,11 @@
 #include "filters/offered_type.h"
 
+#include "filters/buffer_request.h"
+
 namespace nyx {
 namespace {
 
-/// The fields that both forms share by name, the rest zero.
+/// A block with the fields that both forms have, the rest zero; null without memory.
 template <class Block>
 Block* NewBlock(const OfferedType& offer, const GUID& formatType, CMediaType* type) {
     auto* block = reinterpret_cast<Block*>(type->AllocFormatBuffer(sizeof(Block)));
@@ -35,6 +37,18 @@ HRESULT FillVideoInfo(const OfferedType& offer, CMediaType* type) {
 
 }  // namespace
 
+BITMAPINFOHEADER PictureHeader(LONG width, LONG height, WORD bitCount, DWORD compression) {
+    BITMAPINFOHEADER header = {};
+    header.biSize = sizeof(header);
+    header.biWidth = width;
+    header.biHeight = height;
+    header.biPlanes = 1;
+    header.biBitCount = bitCount;
+    header.biCompression = compression;
+    header.biSizeImage = static_cast<DWORD>(SignedPictureSize(bitCount, height, width));
+    return header;
+}
+
 HRESULT FillOfferedType(const OfferedType& offer, BlockForm form, CMediaType* type) {
     FreeMediaType(*type);
     type->InitMediaType();
@@ -43,7 +57,7 @@ HRESULT FillOfferedType(const OfferedType& offer, BlockForm form, CMediaType* ty
     type->SetTemporalCompression(FALSE);
     if (offer.fixedSizeSamples) {
         type->SetSampleSize(offer.header.biSizeImage);
-        type->bFixedSizeSamples = TRUE;  // for sizes that 32 bits cut to 0 too
+        type->bFixedSizeSamples = TRUE;  // also for a size that 32 bits cut to 0
     } else {
         type->SetVariableSize();
     }

@@ -5,14 +5,14 @@
 
 namespace nyx {
 
-/// What a filter's output pin offers, apart from the form of the format block.
+/// A type that an output pin offers, apart from the form of its format block.
 struct OfferedType {
     GUID subtype;
     BITMAPINFOHEADER header;
     REFERENCE_TIME averageFrameDuration;
     DWORD bitRate;
-    LONG fieldOrder;  ///< told by the header2 form only, as is the aspect
-    PictureAspect aspect;
+    LONG fieldOrder;       ///< only in the header2 form
+    PictureAspect aspect;  ///< only in the header2 form
     bool fixedSizeSamples;
 };
 
@@ -21,6 +21,9 @@ enum class BlockForm {
     kVideoInfo2,
     kVideoInfo,
 };
+
+/// A picture header with one plane, whose size is the SignedPictureSize of `bitCount`.
+BITMAPINFOHEADER PictureHeader(LONG width, LONG height, WORD bitCount, DWORD compression);
 
 /// Writes the offer into `type` with a block of the given form. `S_OK` or `E_OUTOFMEMORY`.
 [[nodiscard]] HRESULT FillOfferedType(const OfferedType& offer, BlockForm form, CMediaType* type);

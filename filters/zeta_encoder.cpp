@@ -35,7 +35,7 @@ STDMETHODIMP CZetaEncoder::GetPages(CAUUID* pages) {
 
 namespace {
 
-/// A host's flag, of which a one-byte bool sets the low byte only.
+/// Reads the low byte of a flag, the only one that a host with a one-byte bool sets.
 bool IsSet(BOOL flag) {
     return (flag & 0xFF) != 0;
 }

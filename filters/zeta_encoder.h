@@ -6,8 +6,7 @@
 
 namespace nyx {
 
-/// The Zeta encoder filter: beside the template's, its parameter interface and the name of its
-/// property page.
+/// The Zeta encoder filter: adds its parameter interface and its property page to the template.
 class CZetaEncoder : public NyxEncoderImpl<CVideoTransformFilter, CZetaCodec>,
                      public ISpecifyPropertyPages,
                      public IEncodeParmeter_QZTA {

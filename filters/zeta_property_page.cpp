@@ -2,6 +2,7 @@
 
 #include <commctrl.h>
 
+#include <algorithm>
 #include <cwchar>
 #include <iterator>
 
@@ -12,14 +13,14 @@
 namespace nyx {
 namespace {
 
-/// The radio buttons in the order of the presets they stand for.
+/// The radio buttons in the order of their presets.
 constexpr int kPresetButtons[] = {IDC_PRESET_SUPERFINE, IDC_PRESET_FINE, IDC_PRESET_STANDARD,
                                   IDC_PRESET_OFFLINE, IDC_PRESET_CUSTOM};
 
 constexpr int kCustomControls[] = {IDC_QUANT_SLIDER, IDC_SIZE_SLIDER, IDC_QUANT_BOX, IDC_SIZE_BOX};
 
 LONG Clamp(LONG value, SettingRange range) {
-    return value < range.low ? range.low : value > range.high ? range.high : value;
+    return std::clamp(value, range.low, range.high);
 }
 
 /// The encoder's parameter interface, or null.
@@ -62,7 +63,7 @@ HRESULT CZetaProp::OnActivate() {
                         MAKELPARAM(kMaxStreamSizeRange.low, kMaxStreamSizeRange.high));
     SetSliders(block_.quant_scale, block_.max_stream_size);
     WriteNumber(IDC_QUANT_BOX, block_.quant_scale);
-    // The first box's notification may have brought both numbers into their ranges.
+    // The first box's notification may have clamped both numbers to their ranges.
     WriteNumber(IDC_SIZE_BOX, block_.max_stream_size);
     return S_OK;
 }
@@ -88,8 +89,8 @@ INT_PTR CZetaProp::OnReceiveMessage(HWND window, UINT message, WPARAM wParam, LP
     return CBasePropertyPage::OnReceiveMessage(window, message, wParam, lParam);
 }
 
-/// Any notification of a control counts. True when it changed one of the numbers, directly or by
-/// way of the number boxes that a preset wrote.
+/// Handles any notification of a control. True when it changed one of the numbers, directly or
+/// through the number boxes that a preset wrote.
 bool CZetaProp::OnCommand(int control) {
     const LONG quantBefore = block_.quant_scale;
     const LONG sizeBefore = block_.max_stream_size;
@@ -120,7 +121,7 @@ void CZetaProp::OnPresetClick() {
         custom ? QualityPreset{ReadNumber(IDC_QUANT_BOX), ReadNumber(IDC_SIZE_BOX)}
                : kQualityPresets[preset];
     EnableCustomControls(custom);
-    // The boxes' own notifications take the numbers into the block.
+    // The boxes' notifications copy the numbers into the block.
     WriteNumber(IDC_QUANT_BOX, pair.quant_scale);
     WriteNumber(IDC_SIZE_BOX, pair.max_stream_size);
     SetSliders(pair.quant_scale, pair.max_stream_size);

@@ -7,10 +7,10 @@
 namespace nyx {
 
 /// The Zeta encoder's property page: five presets and, for the custom one, two sliders with number
-/// boxes. Lives on the property frame's thread; applies through IEncodeParmeter_QZTA and has the
-/// encoder save. Shows the stored settings while no encoder is connected. All numbers go through
-/// the boxes, which hold them to the custom ranges: preset 0, whose quantiser 3 lies below, is
-/// shown and applied with 4; an encoder that is made with the stored preset works with 3.
+/// boxes. Runs on the property frame's thread. Applies and saves through IEncodeParmeter_QZTA, and
+/// shows the stored settings while no encoder is connected. All numbers pass through the boxes,
+/// which clamp them to the custom ranges: the page shows and applies preset 0, whose quantiser is
+/// 3, with 4; an encoder that is created with the stored preset uses 3.
 class CZetaProp : public CBasePropertyPage {
   public:
     CZetaProp(const wchar_t* name, IUnknown* outer);
@@ -34,7 +34,7 @@ class CZetaProp : public CBasePropertyPage {
 
     ComPtr<IUnknown> object_;
     EncodeParameterBlock block_;
-    LONG chosen_;  ///< the checked preset, which outlives the window until it is applied
+    LONG chosen_;  ///< the checked preset, kept after the window closes until it is applied
 };
 
 }  // namespace nyx

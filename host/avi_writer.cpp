@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+#include "platform/system.h"
+
 namespace nyx::host {
 namespace {
 
@@ -66,7 +68,7 @@ HRESULT AviWriter::Finish() {
     // Closing reports no errors (a full disk, say): look at what was left.
     WIN32_FILE_ATTRIBUTE_DATA data{};
     if (!GetFileAttributesExW(path_.c_str(), GetFileExInfoStandard, &data)) {
-        return HRESULT_FROM_WIN32(GetLastError());
+        return LastError();
     }
     if ((static_cast<long long>(data.nFileSizeHigh) << 32 | data.nFileSizeLow) < payload_) {
         return HRESULT_FROM_WIN32(ERROR_WRITE_FAULT);

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <functional>
-#include <mutex>
 #include <vector>
 
 #include "host/media_type.h"
+#include "platform/thread.h"
 
 namespace nyx::host {
 
@@ -116,7 +116,7 @@ class SinglePinFilter : public Object<IBaseFilter> {
     void* Find(REFIID iid) override;
 
   private:
-    std::mutex stateLock_;
+    Mutex stateLock_;
     std::atomic<FILTER_STATE> state_{State_Stopped};
     ComPtr<IReferenceClock> clock_;
     IFilterGraph* graph_ = nullptr;    // not counted: the graph owns its filters

@@ -10,12 +10,11 @@
 namespace nyx {
 namespace {
 
-/// What decoders register with: the graph's intelligent connect tries them before those of normal
-/// merit.
+/// The merit of the decoders: intelligent connect tries them before filters of normal merit.
 constexpr DWORD kDecoderMerit = MERIT_PREFERRED;
 static_assert(kDecoderMerit == 0x00800000);
 
-/// A class whose objects bear its friendly name.
+/// A class whose objects have its friendly name.
 constexpr ClassIdentity Named(const wchar_t* name, const CLSID& clsid) {
     return {name, name, clsid};
 }
@@ -40,13 +39,13 @@ template <DWORD fourcc>
 constexpr GUID kCoded = FourCCSubtype(fourcc);
 constexpr GUID kAnyVideo = {};
 
-/// What a pin registers: major type Video with each of `subtypes`.
+/// The registered types of a pin: major type Video with each of `subtypes`.
 template <const GUID&... subtypes>
 struct Types {
     static constexpr AMOVIESETUP_MEDIATYPE kRows[] = {{&MEDIATYPE_Video, &subtypes}...};
 };
 
-// The records hold names as writable text.
+// The records hold names as non-const text.
 wchar_t inputName[] = L"Input";
 wchar_t outputName[] = L"Output";
 

@@ -1,16 +1,16 @@
 #pragma once
 
 /// @file
-/// What a row of the class table is made of.
+/// A row of the class table.
 
 #include "baseclasses/streams.h"
 
 namespace nyx {
 
-/// A class's names: what COM, the user and a filter graph call it.
+/// A class's names for COM, the user and a filter graph.
 struct ClassIdentity {
     const wchar_t* friendlyName;
-    const wchar_t* objectName;  ///< what the object itself is given as its name
+    const wchar_t* objectName;  ///< the name that the object itself gets
     CLSID clsid;
 };
 

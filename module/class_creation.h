@@ -8,9 +8,9 @@
 
 namespace nyx {
 
-/// The creation function of a filter class, as the class factory calls it. The engine is asked for
-/// after construction, which is what binds it: without it the new object is destroyed again. Null
-/// with `E_OUTOFMEMORY` in both cases, a failed allocation and a missing engine.
+/// The creation function of a filter class, for the class factory. Construction binds the engine;
+/// without an engine the new object is destroyed. Null with `E_OUTOFMEMORY` both for a failed
+/// allocation and for a missing engine.
 template <class Filter, const ClassIdentity& identity, EngineMode mode>
 CUnknown* WINAPI CreateFilter(IUnknown* outer, HRESULT* result) {
     Filter* filter = new (std::nothrow) Filter(identity.objectName, outer, identity.clsid);
@@ -22,8 +22,7 @@ CUnknown* WINAPI CreateFilter(IUnknown* outer, HRESULT* result) {
     return nullptr;
 }
 
-/// The creation function of a class that needs no engine. Null with `E_OUTOFMEMORY` when there is
-/// no memory.
+/// The creation function of a class without an engine. Null with `E_OUTOFMEMORY` without memory.
 template <class Object, const ClassIdentity& identity>
 CUnknown* WINAPI CreateObject(IUnknown* outer, HRESULT* result) {
     Object* object = new (std::nothrow) Object(identity.objectName, outer);

@@ -19,7 +19,7 @@ constexpr const wchar_t* kSiblingNames[] = {
 HMODULE siblings[std::size(kSiblingNames)];
 
 bool IsHost() {
-    // Zeroed: a path that cannot be had simply does not match.
+    // Zeroed, so that a path that the system does not return does not match.
     wchar_t path[MAX_PATH + 1] = {};
     wchar_t name[MAX_PATH + 1] = {};
     GetModuleFileNameW(nullptr, path, MAX_PATH);

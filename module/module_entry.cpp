@@ -1,5 +1,5 @@
 /// @file
-/// The module's entry: what happens when a process takes the library up and lets it go.
+/// The module's entry: attaches to and detaches from a process.
 
 #include "baseclasses/streams.h"
 #include "convert/cpu_info.h"
@@ -9,7 +9,7 @@ extern "C" BOOL WINAPI DllEntryPoint(HINSTANCE instance, ULONG reason, LPVOID re
 
 namespace {
 
-// Reserved as the one process-wide lock of the module; nothing enters it.
+// Reserved as the module's process-wide lock; no code enters it.
 CRITICAL_SECTION moduleLock;
 
 void Attach() {

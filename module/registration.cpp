@@ -1,6 +1,6 @@
 /// @file
-/// Self-registration: the base-class library's routine over all classes, the encoder's entry among
-/// the video compressors included.
+/// Self-registration of all classes by the base-class library, including the encoder's entry among
+/// the video compressors.
 
 #include "baseclasses/streams.h"
 

@@ -7,8 +7,8 @@
 
 namespace nyx {
 
-/// Bytes from outside: a pointer and the number of bytes that may be read from it, always together.
-/// A read past the end is an empty answer. Owns nothing; a null pointer is an empty span.
+/// Bytes from outside: a pointer with the number of bytes that may be read from it. A read past the
+/// end gives an empty answer. Owns nothing; a null pointer is an empty span.
 class ByteSpan {
   public:
     constexpr ByteSpan() = default;

@@ -30,13 +30,13 @@ NYX_CLASS_ID CLSID_NyxZeta2Decoder = /* {05B95B6B-C3CD-4B91-AF3B-BBBB7DF64CD0} Q
 NYX_CLASS_ID CLSID_NyxTenBitDecoder = /* {3D1F4E99-3ADF-471E-8C1A-B7D678B4A238} Q210 */
     {0x3D1F4E99, 0x3ADF, 0x471E, {0x8C, 0x1A, 0xB7, 0xD6, 0x78, 0xB4, 0xA2, 0x38}};
 
-/* nyxcodecs.dll: the encoder, which also answers IEncodeParmeter_QZTA, and its property page. */
+/* nyxcodecs.dll: the encoder, which also implements IEncodeParmeter_QZTA, and its property page. */
 NYX_CLASS_ID CLSID_NyxZetaEncoder = /* {F891D31F-209D-4AF8-AEBC-FF2472BC14C3} */
     {0xF891D31F, 0x209D, 0x4AF8, {0xAE, 0xBC, 0xFF, 0x24, 0x72, 0xBC, 0x14, 0xC3}};
 NYX_CLASS_ID CLSID_NyxZetaPropertyPage = /* {55B150FB-86E8-4B96-9849-73B76D260D2A} */
     {0x55B150FB, 0x86E8, 0x4B96, {0x98, 0x49, 0x73, 0xB7, 0x6D, 0x26, 0x0D, 0x2A}};
 
-/* nyxsource.dll: the source filter, to be loaded by IFileSourceFilter. */
+/* nyxsource.dll: the source filter; IFileSourceFilter opens the file. */
 NYX_CLASS_ID CLSID_NyxFootageSource = /* {5F2C1E6A-8B0D-4C57-9D3E-7A41B6C9E210} */
     {0x5F2C1E6A, 0x8B0D, 0x4C57, {0x9D, 0x3E, 0x7A, 0x41, 0xB6, 0xC9, 0xE2, 0x10}};
 

@@ -14,8 +14,9 @@ using Microsoft::WRL::ComPtr;
 template <class U, class T>
 ComPtr<U> As(T* object, REFIID iid = __uuidof(U)) {
     ComPtr<U> other;
-    if (object) {
-        object->QueryInterface(iid, reinterpret_cast<void**>(other.GetAddressOf()));
+    if (object &&
+        FAILED(object->QueryInterface(iid, reinterpret_cast<void**>(other.GetAddressOf())))) {
+        *other.GetAddressOf() = nullptr;  // a host's object may leave anything there
     }
     return other;
 }

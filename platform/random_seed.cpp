@@ -1,5 +1,5 @@
-// libavutil asks for this to parse names of colours and to encrypt, which nobody does here. Its own
-// version brings in the system's cryptography, and loading that takes longer than many a frame.
+// libavutil calls this to parse colour names and to encrypt; no part of it that we configure does
+// either. Its own version imports bcrypt, which costs load time (platform/stack_guard.cpp).
 
 #include <cstdint>
 

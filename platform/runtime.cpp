@@ -1,16 +1,16 @@
-// What the compiler's static runtime asks of a thread library, by the system's own means. Its usual
-// one is made for programs: linked into a library that a host loads and frees, it hooks the
-// process's exceptions and leaves a thread-local slot, of which a process has 1088, and two handles
-// at every unload. No library of ours that is linked with this starts a thread by std::thread,
-// waits for a std::condition_variable or has a static object inside a function: that would bring in
-// the usual library, and the linker would report these names twice.
+// The thread functions that the compiler's static runtime calls, on the Win32 API. Its usual thread
+// library is made for programs: in a library that a host loads and frees, it hooks the process's
+// exceptions and leaves a thread-local slot, of which a process has 1088, and two handles at every
+// unload. Libraries that are linked with this use no std::thread, no std::condition_variable and no
+// static object inside a function: these bring in the usual library, and the linker reports the
+// names below twice.
 
 #include <pthread.h>
 #include <windows.h>
 
 #include <cerrno>
 
-#include "platform/process_end.h"
+#include "platform/system.h"
 
 namespace __gnu_cxx {
 void __freeres();  // frees the reserve for exceptions; libstdc++ declares it in no header
@@ -21,7 +21,7 @@ namespace {
 constexpr pthread_mutex_t kFree = PTHREAD_MUTEX_INITIALIZER;
 constexpr pthread_mutex_t kHeld = 1;
 
-/// The runtime makes one key, for its thread-local objects.
+/// The one key that the runtime makes, for its thread-local objects.
 DWORD key = FLS_OUT_OF_INDEXES;
 void (*destroyValue)(void*) = nullptr;
 
@@ -31,10 +31,10 @@ void WINAPI DestroyValue(void* value) {
     }
 }
 
-/// The first object to be made and so the last to go: gives back what the runtime would leave
-/// behind, all threads' values of the key and the reserve for exceptions.
-struct Unloading {
-    ~Unloading() {
+/// The first object to be constructed and so the last to be destroyed: frees what the runtime would
+/// leave behind, all threads' values of the key and the reserve for exceptions.
+struct UnloadCleanup {
+    ~UnloadCleanup() {
         if (nyx::ProcessEnds()) {
             return;
         }
@@ -44,7 +44,7 @@ struct Unloading {
         __gnu_cxx::__freeres();
     }
 };
-__attribute__((init_priority(101))) Unloading unloading;
+[[gnu::init_priority(101)]] UnloadCleanup unloadCleanup;
 
 }  // namespace
 
@@ -74,7 +74,8 @@ int pthread_mutex_destroy(pthread_mutex_t*) {
     return 0;
 }
 
-// Held for moments only: while a reserve is taken, a list searched, or a file read.
+// The runtime holds its mutexes only for moments: to take from a reserve, search a list or read a
+// file.
 int pthread_mutex_lock(pthread_mutex_t* mutex) {
     for (DWORD pause = 0; __atomic_exchange_n(mutex, kHeld, __ATOMIC_ACQUIRE) == kHeld; pause = 1) {
         Sleep(pause);
@@ -98,7 +99,7 @@ int pthread_key_create(pthread_key_t* created, void (*destroy)(void*)) {
 }
 
 void* pthread_getspecific(pthread_key_t of) {
-    // The caller of a runtime function may have a system error to read yet.
+    // The caller of a runtime function may not have read its system error yet.
     const DWORD error = GetLastError();
     void* value = FlsGetValue(of);
     SetLastError(error);
@@ -109,7 +110,7 @@ int pthread_setspecific(pthread_key_t of, const void* value) {
     return FlsSetValue(of, const_cast<void*>(value)) ? 0 : ENOMEM;
 }
 
-/// Asked for by libavutil, which waits with it; never cut short.
+/// libavutil waits with this. Never interrupted.
 int nanosleep(const timespec* time, timespec*) {
     constexpr long kMillisecond = 1000000;
     Sleep(static_cast<DWORD>(time->tv_sec * 1000 +

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// Owners of the system's handles. Each closes what it holds; null holds nothing.
+/// Owners of the system's handles, which close what they hold. Null holds nothing.
 
 #include <windows.h>
 
@@ -16,7 +16,7 @@ struct HandleCloser {
 };
 using UniqueHandle = std::unique_ptr<void, HandleCloser>;
 
-/// Takes over what CreateFile returned; null where it failed.
+/// Takes over the result of CreateFile; null where that failed.
 inline UniqueHandle AdoptFile(HANDLE file) noexcept {
     return UniqueHandle(file == INVALID_HANDLE_VALUE ? nullptr : file);
 }
@@ -41,7 +41,7 @@ inline LSTATUS CreateKey(HKEY parent, const wchar_t* path, REGSAM access, Unique
     return status;
 }
 
-/// Closes a key for those who report how that went.
+/// Closes a key and returns the Win32 error of doing so.
 inline LSTATUS CloseKey(UniqueKey key) noexcept {
     return RegCloseKey(key.release());
 }

@@ -9,8 +9,8 @@
 #include "platform/win_types.h"
 #endif
 
-/* Four signed 32-bit values in this order. Quantiser and budget are what frames are made by; the
- * preset says which pair they are, and a host that chooses a preset sets its pair too. */
+/* Four signed 32-bit values in this order. Frames are encoded with the quantiser and the budget;
+ * the preset only names that pair, and a host that sets a preset sets its pair too. */
 typedef struct EncodeParameterBlock {
     LONG color_space;     /* RGB input: 0 spans 0 to 255, anything else has black 16, white 235 */
     LONG quant_scale;     /* quantiser scale, 3 to 19; larger is coarser */

@@ -31,10 +31,10 @@ EncoderParameters ApplyPresetRules(EncoderParameters stored, const QualityRules&
 EncoderParameters ReadEncoderParameters(DWORD fourcc, const QualityRules& rules) {
     const QualityPreset& usual = rules.presets[kDefaultPreset];
     const EncoderParameters stored = {
-        ReadCodecSetting(fourcc, L"color_space", 0),
-        ReadCodecSetting(fourcc, L"quant_scale", usual.quant_scale),
-        ReadCodecSetting(fourcc, L"max_stream_size", usual.max_stream_size),
-        ReadCodecSetting(fourcc, L"preset", kDefaultPreset),
+        .color_space = ReadCodecSetting(fourcc, L"color_space", 0),
+        .quant_scale = ReadCodecSetting(fourcc, L"quant_scale", usual.quant_scale),
+        .max_stream_size = ReadCodecSetting(fourcc, L"max_stream_size", usual.max_stream_size),
+        .preset = ReadCodecSetting(fourcc, L"preset", kDefaultPreset),
     };
     return ApplyPresetRules(stored, rules);
 }

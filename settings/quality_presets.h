@@ -12,7 +12,7 @@ static_assert(sizeof(EncoderParameters) == 16);
 constexpr LONG kCustomPreset = 4;
 constexpr LONG kDefaultPreset = 2;
 
-/// One fixed quality: what a preset sets.
+/// The values of one preset.
 struct QualityPreset {
     LONG quant_scale;
     LONG max_stream_size;
@@ -29,20 +29,20 @@ struct SettingRange {
 constexpr SettingRange kQuantScaleRange = {4, 19};
 constexpr SettingRange kMaxStreamSizeRange = {4, 100};
 
-/// One codec's qualities.
+/// The presets of one codec and its ranges of custom values.
 struct QualityRules {
     const QualityPreset (&presets)[kCustomPreset];
     SettingRange quantScale;
     SettingRange maxStreamSize;
 };
 
-/// The Zeta codec's, and those of Zeta2, whose quantiser starts at 0.
+/// The qualities of Zeta, and of Zeta2, whose quantiser starts at 0.
 constexpr QualityRules kZetaQuality = {kQualityPresets, kQuantScaleRange, kMaxStreamSizeRange};
 constexpr QualityPreset kZeta2Presets[] = {{0, 50}, {4, 40}, {5, 30}, {18, 4}};
 constexpr QualityRules kZeta2Quality = {kZeta2Presets, {0, 18}, kMaxStreamSizeRange};
 
-/// Applies the preset rules: 0 to 3 replace quantiser and size by the preset's pair, custom values
-/// are clamped to their ranges, any other preset acts as the default preset.
+/// Applies the preset rules: presets 0 to 3 replace quantiser and size by their pair, the custom
+/// preset clamps both to their ranges, and any other preset acts as the default one.
 EncoderParameters ApplyPresetRules(EncoderParameters stored,
                                    const QualityRules& rules = kZetaQuality);
 

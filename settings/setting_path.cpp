@@ -40,7 +40,7 @@ SettingPath SplitSettingPath(const wchar_t* keyPath, const wchar_t* valueName) {
     }
     path += valueName ? valueName : L"";
 
-    // There is always a separator, unless a lead unit at the key path's end swallowed it.
+    // Only a lead unit at the end of the key path leaves no separator.
     const Separator split = LastSeparator(path);
     if (split.position == kNone) {
         return {L"", path};

@@ -9,7 +9,7 @@
 namespace nyx {
 
 DWORD ReadSettingDword(HKEY root, const wchar_t* keyPath, const wchar_t* valueName,
-                       DWORD defaultValue) try {
+                       DWORD defaultValue) noexcept try {
     const SettingPath path = SplitSettingPath(keyPath, valueName);
     const UniqueKey key = OpenKey(root, path.key.c_str(), KEY_READ);
     if (!key) {
@@ -25,7 +25,7 @@ DWORD ReadSettingDword(HKEY root, const wchar_t* keyPath, const wchar_t* valueNa
 }
 
 LONG WriteSettingDword(HKEY root, const wchar_t* keyPath, const wchar_t* valueName,
-                       DWORD value) try {
+                       DWORD value) noexcept try {
     const SettingPath path = SplitSettingPath(keyPath, valueName);
     UniqueKey key;
     const LONG created = CreateKey(root, path.key.c_str(), KEY_ALL_ACCESS, &key);

@@ -1,21 +1,23 @@
 #pragma once
 
 /// @file
-/// The settings store: 32-bit integers in the registry. No cache, no lock, no notification: every
-/// call opens, uses and closes its own key. Callable on any thread; nothing throws.
+/// The settings store: 32-bit integers in the registry, without cache, lock or notification: each
+/// call opens, uses and closes its own key. Any thread.
 
 #include <windows.h>
 
 namespace nyx {
 
-/// Reads the four raw bytes of `valueName` under `keyPath`, whatever their stored type. A backslash
-/// in the value's name leads to a subkey. Returns `defaultValue` when the key or value is missing,
+/// Reads the four raw bytes of `valueName` under `keyPath`, of any stored type. A backslash in the
+/// value's name addresses a subkey. Returns `defaultValue` when the key or value is missing,
 /// empty, longer than four bytes, or cannot be read.
 DWORD ReadSettingDword(HKEY root, const wchar_t* keyPath, const wchar_t* valueName,
-                       DWORD defaultValue);
+                       DWORD defaultValue) noexcept;
 
-/// Writes `value` as `REG_DWORD`, creating the key when needed. Returns a Win32 error code, 0 on
-/// success: a key that cannot be created or opened is reported, a failed value write is not.
-LONG WriteSettingDword(HKEY root, const wchar_t* keyPath, const wchar_t* valueName, DWORD value);
+/// Writes `value` as `REG_DWORD` and creates the key if it is missing. Returns a Win32 error code,
+/// 0 on success; reports a key that cannot be created or opened, but not a failed write of the
+/// value.
+LONG WriteSettingDword(HKEY root, const wchar_t* keyPath, const wchar_t* valueName,
+                       DWORD value) noexcept;
 
 }  // namespace nyx

@@ -2,13 +2,10 @@
 
 #include <string>
 
+#include "platform/system.h"
+
 namespace nyx::source {
 namespace {
-
-HRESULT LastError() {
-    const DWORD error = GetLastError();
-    return error == ERROR_SUCCESS ? E_FAIL : HRESULT_FROM_WIN32(error);
-}
 
 /// A path in the form that may be longer than MAX_PATH: absolute, without dots, marked so. Shorter
 /// ones and those that are marked already stay as they are.

@@ -3,8 +3,8 @@
 #include <deque>
 #include <vector>
 
+#include "platform/thread.h"
 #include "source/footage_file.h"
-#include "source/system_thread.h"
 
 namespace nyx::source {
 
@@ -50,7 +50,7 @@ class ReadAhead {
     FootageFile* const file_;
     Thread thread_;
     Mutex mutex_;
-    Condition changed_;
+    ConditionVariable changed_;
     std::vector<Queue> queues_;
     std::size_t bytes_ = 0;  ///< in all queues
     bool cancelled_ = false;

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "platform/class_ids.h"
+#include "platform/system.h"
 #include "source/source_filter.h"
 
 namespace nyx::source {
@@ -52,12 +53,6 @@ std::wstring OwnClass() {
     return text;
 }
 
-/// A compatible system that calls itself so. It does not follow an entry by extension, and with one
-/// no longer looks at the bytes either.
-bool IgnoresExtensions() {
-    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
-}
-
 /// The source filter that a key names; empty without one.
 std::wstring SourceFilterOf(const std::wstring& key) {
     wchar_t text[64] = {};
@@ -104,7 +99,9 @@ HRESULT RegisterFileTypes(const std::wstring& kinds) {
             set(key, std::to_wstring(i), kind.values[i]);
         }
         for (const std::wstring& extension : kind.extensions) {
-            if (!IgnoresExtensions() && !Exists(kByExtension + extension)) {
+            // Wine does not follow an entry by extension, and with one no longer looks at the
+            // bytes.
+            if (!IsWine() && !Exists(kByExtension + extension)) {
                 set(kByExtension + extension, kSourceFilter, OwnClass());
             }
         }

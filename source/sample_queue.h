@@ -1,8 +1,8 @@
 #pragma once
 
 #include "baseclasses/platform.h"
+#include "platform/thread.h"
 #include "source/stream_format.h"
-#include "source/system_thread.h"
 
 namespace nyx::source {
 
@@ -35,7 +35,7 @@ class SampleQueue {
 
   private:
     Mutex mutex_;
-    Condition changed_;
+    ConditionVariable changed_;
     FilledSample waiting_;
     bool closed_ = true;
     HRESULT ended_ = S_OK;

@@ -5,10 +5,10 @@
 #include <optional>
 
 #include "baseclasses/streams.h"
+#include "platform/thread.h"
 #include "source/read_ahead.h"
 #include "source/sample_queue.h"
 #include "source/seeking.h"
-#include "source/system_thread.h"
 
 namespace nyx::source {
 

@@ -5,7 +5,7 @@
 #include <mutex>
 #include <new>
 
-#include "platform/process_end.h"
+#include "platform/system.h"
 
 namespace nyx::open {
 namespace {

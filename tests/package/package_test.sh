@@ -113,8 +113,6 @@ package_is_whole() {
         check "$file: at any address, data not executable" test "$(grep -cE 'DYNAMIC_BASE|NX_COMPAT' headers)" = 2
         check "$file: no imports but the system's" \
             test -z "$(sed -n 's/^\tDLL Name: \(.*\)\.dll$/\1/pI' headers | grep -vixE "$system")"
-        [[ $file = *.exe ]] || check "$file: not the compiler's thread library" \
-            test -z "$(grep AddVectoredExceptionHandler headers)"
         strings -el "$files/$file" >resource
         check "$file: the version" test "$(grep -A1 ProductVersion resource | tail -1)" = "$version"
         check "$file: its makers" test "$(grep -xcE 'Nyx codec project|Copyright the authors of the Nyx codecs;.*' resource)" = 2

@@ -16,7 +16,7 @@ ComPtr<IPin> ClipGraph::AddSink(FrameSink::Accept accept,
                 onSample(sample);
                 return !HasThrown();
             } catch (...) {
-                const std::lock_guard<std::mutex> lock(thrownLock_);
+                const std::lock_guard lock(thrownLock_);
                 thrown_ = std::current_exception();
                 return false;
             }
@@ -51,7 +51,7 @@ void ClipGraph::Close() {
 }
 
 bool ClipGraph::HasThrown() {
-    const std::lock_guard<std::mutex> lock(thrownLock_);
+    const std::lock_guard lock(thrownLock_);
     return thrown_ != nullptr;
 }
 

@@ -5,7 +5,6 @@
 #include <chrono>
 #include <exception>
 #include <functional>
-#include <mutex>
 #include <vector>
 
 #include "com.h"
@@ -94,7 +93,7 @@ class ClipGraph {
     Clock::time_point lastArrival_;
     std::vector<LONG> indices_;      ///< of what arrived
     std::vector<HRESULT> failures_;  ///< what the source said of frames that were refused
-    std::mutex thrownLock_;
+    Mutex thrownLock_;
     std::exception_ptr thrown_;
 };
 

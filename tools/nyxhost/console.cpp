@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "failure.h"
+#include "platform/system.h"
 #include "text.h"
 
 namespace nyx::host {
@@ -52,7 +53,7 @@ void WriteTagged(std::string_view tag, WORD colour, std::string_view message) {
 void Print(std::string_view text) {
     if (!Write(GetStdHandle(STD_OUTPUT_HANDLE), text)) {
         throw Failure(ExitCode::kOutput,
-                      "cannot write to the standard output: " + ResultText(LastResult()));
+                      "cannot write to the standard output: " + ResultText(LastError()));
     }
 }
 

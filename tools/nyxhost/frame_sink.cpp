@@ -30,7 +30,7 @@ FrameSink::FrameSink(OnFrame onFrame, Accept accept) {
     };
     pin_.onEndOfStream = [this] {
         {
-            const std::lock_guard<std::mutex> lock(endLock_);
+            const std::lock_guard lock(endLock_);
             endReached_ = true;
         }
         ReportEndIfDue();
@@ -44,7 +44,7 @@ void* FrameSink::Find(REFIID iid) {
 }
 
 HRESULT FrameSink::OnStart() {
-    const std::lock_guard<std::mutex> lock(endLock_);
+    const std::lock_guard lock(endLock_);
     endReached_ = endReported_ = false;
     return S_OK;
 }
@@ -56,7 +56,7 @@ void FrameSink::OnRun() {
 // The end may come while the graph is still paused; it counts from the start of running.
 void FrameSink::ReportEndIfDue() {
     {
-        const std::lock_guard<std::mutex> lock(endLock_);
+        const std::lock_guard lock(endLock_);
         if (!endReached_ || endReported_ || State() != State_Running) {
             return;
         }

@@ -46,7 +46,7 @@ class FrameSink final : public SinglePinFilter, public IAMFilterMiscFlags {
     void ReportEndIfDue();
 
     SinglePin pin_{this, PINDIR_INPUT};
-    std::mutex endLock_;
+    Mutex endLock_;
     bool endReached_ = false;   // the stream has ended
     bool endReported_ = false;  // and the graph knows
 };

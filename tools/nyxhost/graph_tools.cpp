@@ -75,10 +75,6 @@ std::string MonikerText(IMoniker* moniker, const wchar_t* property) {
     return text;
 }
 
-bool IsWine() {
-    return GetProcAddress(GetModuleHandleW(L"ntdll"), "wine_get_version") != nullptr;
-}
-
 std::string FriendlyName(IMoniker* moniker) {
     const std::string name = MonikerText(moniker, L"FriendlyName");
     return name.empty() ? "a filter without a name" : name;

@@ -9,9 +9,6 @@
 
 namespace nyx::host {
 
-/// Whether the platform is Wine, some of whose own objects cannot be relied on.
-bool IsWine();
-
 /// The memory of a sample, as long as the sample. Failure kPlatform.
 BYTE* DataOf(IMediaSample& sample);
 

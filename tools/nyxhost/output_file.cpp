@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "failure.h"
+#include "platform/system.h"
 #include "text.h"
 
 namespace nyx::host {
@@ -12,7 +13,7 @@ OutputFile::OutputFile(const std::string& path)
       file_(CreateFileW(Wide(path).c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS,
                         FILE_ATTRIBUTE_NORMAL, nullptr)) {
     if (file_ == INVALID_HANDLE_VALUE) {
-        throw Failure(ExitCode::kOutput, "cannot create " + path + ": " + ResultText(LastResult()));
+        throw Failure(ExitCode::kOutput, "cannot create " + path + ": " + ResultText(LastError()));
     }
 }
 
@@ -27,7 +28,7 @@ void OutputFile::Write(const void* data, DWORD size) {
     DWORD written = 0;
     HRESULT result = S_OK;
     if (WriteFile(file_, data, size, &written, nullptr) == FALSE) {
-        result = LastResult();
+        result = LastError();
     } else if (written != size) {
         result = HRESULT_FROM_WIN32(ERROR_DISK_FULL);
     }
@@ -37,7 +38,7 @@ void OutputFile::Write(const void* data, DWORD size) {
 void OutputFile::Seek(DWORD distance, DWORD from) {
     if (SetFilePointer(file_, static_cast<LONG>(distance), nullptr, from) ==
         INVALID_SET_FILE_POINTER) {
-        throw Failure(ExitCode::kOutput, "cannot write " + path_ + ": " + ResultText(LastResult()));
+        throw Failure(ExitCode::kOutput, "cannot write " + path_ + ": " + ResultText(LastError()));
     }
 }
 
@@ -49,7 +50,7 @@ void OutputFile::Replace(DWORD place, const void* data, DWORD size) {
 
 void OutputFile::Finish() {
     if (CloseHandle(std::exchange(file_, INVALID_HANDLE_VALUE)) == FALSE) {
-        throw Failure(ExitCode::kOutput, "cannot write " + path_ + ": " + ResultText(LastResult()));
+        throw Failure(ExitCode::kOutput, "cannot write " + path_ + ": " + ResultText(LastError()));
     }
 }
 

@@ -6,6 +6,7 @@
 #include "decoder_candidates.h"
 #include "graph_description.h"
 #include "graph_tools.h"
+#include "platform/system.h"
 #include "progress.h"
 #include "text.h"
 

@@ -9,6 +9,7 @@
 #include "console.h"
 #include "encoder_filter.h"
 #include "graph_tools.h"
+#include "platform/system.h"
 #include "text.h"
 
 namespace nyx::host {

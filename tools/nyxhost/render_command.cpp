@@ -11,6 +11,7 @@
 #include "frame_sink.h"
 #include "graph_description.h"
 #include "graph_tools.h"
+#include "platform/system.h"
 #include "progress.h"
 #include "text.h"
 
@@ -62,7 +63,7 @@ void CheckReadable(const std::string& path) {
                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                     OPEN_EXISTING, 0, nullptr);
     if (file == INVALID_HANDLE_VALUE) {
-        throw Failure(ExitCode::kInput, "cannot open " + path + ": " + ResultText(LastResult()));
+        throw Failure(ExitCode::kInput, "cannot open " + path + ": " + ResultText(LastError()));
     }
     CloseHandle(file);
 }

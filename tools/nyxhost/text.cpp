@@ -116,9 +116,4 @@ std::string ResultText(HRESULT result) {
     return words.empty() ? number : words + " (" + number + ")";
 }
 
-HRESULT LastResult() {
-    const HRESULT result = HRESULT_FROM_WIN32(GetLastError());
-    return FAILED(result) ? result : E_FAIL;
-}
-
 }  // namespace nyx::host

@@ -23,7 +23,4 @@ std::string FourCCText(DWORD code);
 /// An HRESULT by name where the tool knows it, with its number and the system's own words.
 std::string ResultText(HRESULT result);
 
-/// The HRESULT of a system call that has just failed.
-[[nodiscard]] HRESULT LastResult();
-
 }  // namespace nyx::host

@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// A thread and its waits by the system's own means: the compiler's thread library would leave
-/// handles in the host whenever this library is unloaded (platform/runtime.cpp).
+/// Thread, mutex and condition variable on the Win32 API. The compiler's own ones need its thread
+/// library, which leaves handles in the host at each unload (platform/runtime.cpp).
 
 #include <process.h>
 #include <windows.h>
@@ -11,10 +11,13 @@
 #include <memory>
 #include <mutex>
 #include <new>
+#include <utility>
 
-namespace nyx::source {
+#include "platform/unique_handle.h"
 
-/// One thread at a time; to be joined before it is started anew or destroyed.
+namespace nyx {
+
+/// One thread at a time. Join it before it is started again or destroyed.
 class Thread {
   public:
     Thread() = default;
@@ -24,18 +27,17 @@ class Thread {
     /// `body` must not throw. Throws std::bad_alloc when there is no memory or can be no thread.
     void Start(std::function<void()> body) {
         auto owned = std::make_unique<std::function<void()>>(std::move(body));
-        handle_ =
-            reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, Run, owned.get(), 0, nullptr));
+        handle_.reset(
+            reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, Run, owned.get(), 0, nullptr)));
         if (!handle_) {
             throw std::bad_alloc();
         }
         owned.release();
     }
-    bool joinable() const { return handle_ != nullptr; }
-    void join() {
-        WaitForSingleObject(handle_, INFINITE);
-        CloseHandle(handle_);
-        handle_ = nullptr;
+    bool joinable() const noexcept { return handle_ != nullptr; }
+    void join() noexcept {
+        WaitForSingleObject(handle_.get(), INFINITE);
+        handle_.reset();
     }
 
   private:
@@ -46,22 +48,22 @@ class Thread {
         return 0;
     }
 
-    HANDLE handle_ = nullptr;
+    UniqueHandle handle_;
 };
 
-/// For std::lock_guard and std::unique_lock.
+/// For std::lock_guard and std::unique_lock. Not recursive.
 class Mutex {
   public:
-    void lock() { AcquireSRWLockExclusive(&lock_); }
-    void unlock() { ReleaseSRWLockExclusive(&lock_); }
+    void lock() noexcept { AcquireSRWLockExclusive(&lock_); }
+    void unlock() noexcept { ReleaseSRWLockExclusive(&lock_); }
 
   private:
-    friend class Condition;
+    friend class ConditionVariable;
     SRWLOCK lock_ = SRWLOCK_INIT;
 };
 
 /// As std::condition_variable, over Mutex.
-class Condition {
+class ConditionVariable {
   public:
     template <class Predicate>
     void wait(std::unique_lock<Mutex>& lock, Predicate fulfilled) {
@@ -69,10 +71,10 @@ class Condition {
             SleepConditionVariableSRW(&condition_, &lock.mutex()->lock_, INFINITE, 0);
         }
     }
-    void notify_all() { WakeAllConditionVariable(&condition_); }
+    void notify_all() noexcept { WakeAllConditionVariable(&condition_); }
 
   private:
     CONDITION_VARIABLE condition_ = CONDITION_VARIABLE_INIT;
 };
 
-}  // namespace nyx::source
+}  // namespace nyx
