@@ -230,6 +230,9 @@ HRESULT DescribeVideo(AVFormatContext* file, AVStream* stream, const Packets& se
     if (IsAvi(*file) && !IsSet(format->rate)) {
         format->rate = RateOfTicks(stream);
     }
+    if (coding == Coding::kMpeg2 && !IsSet(format->rate)) {
+        format->rate = ReadMpegPicture(BytesOf(*seen.front())).rate;
+    }
     format->rate = IsSet(format->rate) ? format->rate : stream->r_frame_rate;
     format->bitCount = format->fourcc == FourCC("Q210") ? 20 : 24;
     if (coding == Coding::kTagged && parameters.bits_per_coded_sample > 0) {
