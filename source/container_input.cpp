@@ -38,7 +38,7 @@ HRESULT ContainerInput::Rewind() {
 
 void ContainerInput::ClearFailure() {
     readFailed_ = false;
-    // The library takes a cancelled read for the end when it next seeks a little way forward.
+    // A cancelled read looks like the file's end to the library's next short seek forward.
     context_->eof_reached = 0;
     context_->error = 0;
 }

@@ -33,7 +33,8 @@ HRESULT FillVideoBlock(const VideoFormat& format, const GUID& formatType, CMedia
         return E_OUTOFMEMORY;
     }
     type->SetFormatType(&formatType);
-    block->rcSource = block->rcTarget = {0, 0, format.width, format.height};
+    block->rcSource = {.left = 0, .top = 0, .right = format.width, .bottom = format.height};
+    block->rcTarget = block->rcSource;
     block->dwBitRate = format.bitRate;
     block->AvgTimePerFrame = TimeOfTick(1, av_inv_q(format.rate));
     BITMAPINFOHEADER& header = block->bmiHeader;

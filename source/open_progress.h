@@ -19,7 +19,7 @@ class OpenProgress final : public CUnknown, public IAMOpenProgress {
     HRESULT STDMETHODCALLTYPE AbortOperation() override;
 
     /// Calls the file's Open, and returns `E_OUTOFMEMORY` for std::bad_alloc.
-    [[nodiscard]] HRESULT Open(FootageFile* file, std::unique_ptr<ByteSource> bytes);
+    [[nodiscard]] HRESULT Open(FootageFile* file, std::unique_ptr<ByteSource> bytes) noexcept;
 
   private:
     CCritSec lock_;

@@ -33,7 +33,7 @@ void ReadAhead::Start(REFERENCE_TIME time, const std::vector<bool>& wanted) {
     thread_.Start([this, time] { Run(time); });
 }
 
-void ReadAhead::Run(REFERENCE_TIME time) {
+void ReadAhead::Run(REFERENCE_TIME time) noexcept {
     HRESULT result = S_OK;
     try {
         result = file_->Seek(time);

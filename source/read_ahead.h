@@ -43,7 +43,7 @@ class ReadAhead {
         bool open = false;       ///< whether more may come
     };
 
-    void Run(REFERENCE_TIME time);
+    void Run(REFERENCE_TIME time) noexcept;
     bool Push(Packet packet);
     bool HasRoom();
 

@@ -42,7 +42,7 @@ HRESULT FootageFile::ReadRaw(LibavPtr<AVPacket>* packet) {
     if (result == kInvalidFileFormat) {
         return S_FALSE;  // an unreadable tail counts as the file's end
     }
-    // The demuxer of raw DV takes the rest of its buffer for that of a torn frame.
+    // The demuxer of raw DV completes a torn frame with stale bytes of its buffer.
     const AVPacket& data = **packet;
     const bool torn = result == S_OK && IsRawDv(*context_) && data.stream_index == 0 &&
                       (rawDv_.changes() ? rawDv_.SystemAt(data.pos).frame_size : data.size) >
@@ -51,7 +51,7 @@ HRESULT FootageFile::ReadRaw(LibavPtr<AVPacket>* packet) {
 }
 
 /// Reads raw DV whose system changes. The demuxer expects as many bytes as the frame before had: it
-/// reads too many of a shorter frame, and takes a longer one for torn, once.
+/// reads too many of a shorter frame, and rejects a longer one as torn, once.
 int FootageFile::ReadChangingDv(AVPacket* packet) {
     int error = av_read_frame(context_.get(), packet);
     if (error < 0 && !input_.hasFailed()) {
@@ -236,7 +236,7 @@ HRESULT FootageFile::Read(Packet* packet) {
         }
         const bool tooFar = checkLanding_ && at == 0 && packet->start > from_;
         checkLanding_ = checkLanding_ && at != 0;
-        if (tooFar) {  // read from the file's start instead, however long it takes
+        if (tooFar) {  // reads from the file's start instead, which may take long
             result = Restart();
             if (FAILED(result)) {
                 return result;

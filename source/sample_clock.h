@@ -14,7 +14,7 @@ constexpr REFERENCE_TIME kMaxTime = REFERENCE_TIME{1} << 60;
 
 /// The time at which tick `ticks` of a clock begins whose ticks last `base` seconds, rounded down;
 /// 0 for a time base of 0.
-inline REFERENCE_TIME TimeOfTick(std::int64_t ticks, AVRational base) {
+inline REFERENCE_TIME TimeOfTick(std::int64_t ticks, AVRational base) noexcept {
     if (base.num <= 0 || base.den <= 0) {
         return 0;
     }
@@ -23,7 +23,7 @@ inline REFERENCE_TIME TimeOfTick(std::int64_t ticks, AVRational base) {
 }
 
 /// The tick that lasts at `time`: the last one that by TimeOfTick begins no later.
-inline std::int64_t TickAt(REFERENCE_TIME time, AVRational base) {
+inline std::int64_t TickAt(REFERENCE_TIME time, AVRational base) noexcept {
     if (base.num <= 0 || base.den <= 0) {
         return 0;
     }
@@ -32,7 +32,7 @@ inline std::int64_t TickAt(REFERENCE_TIME time, AVRational base) {
 }
 
 /// The difference of two times or ticks, clamped to 64 bits.
-inline std::int64_t Difference(std::int64_t a, std::int64_t b) {
+inline std::int64_t Difference(std::int64_t a, std::int64_t b) noexcept {
     return av_sat_sub64(a, b);
 }
 

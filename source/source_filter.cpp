@@ -46,7 +46,7 @@ CBasePin* FootageSource::GetPin(int n) {
     return n >= 0 && n < GetPinCount() ? pins_[static_cast<std::size_t>(n)].get() : nullptr;
 }
 
-HRESULT STDMETHODCALLTYPE FootageSource::Load(LPCOLESTR path, const AM_MEDIA_TYPE*) {
+HRESULT STDMETHODCALLTYPE FootageSource::Load(LPCOLESTR path, const AM_MEDIA_TYPE*) noexcept {
     CheckPointer(path, E_POINTER);
     CAutoLock lock(&lock_);
     if (file_) {

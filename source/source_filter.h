@@ -37,7 +37,7 @@ class FootageSource final : public CBaseFilter,
     /// cannot be read, one of failures.h, or `E_OUTOFMEMORY`, and changes nothing then. Ignores the
     /// type. For each unsupported stream the graph gets `EC_STREAM_ERROR_STOPPED` with the reason
     /// and the stream's number in the file, here or when the filter joins it.
-    HRESULT STDMETHODCALLTYPE Load(LPCOLESTR path, const AM_MEDIA_TYPE* type) override;
+    HRESULT STDMETHODCALLTYPE Load(LPCOLESTR path, const AM_MEDIA_TYPE* type) noexcept override;
     /// The path that Load got; null before.
     HRESULT STDMETHODCALLTYPE GetCurFile(LPOLESTR* path, AM_MEDIA_TYPE* type) override;
     /// `S_OK` for IFileSourceFilter: when Load refuses a file, the thread's IErrorInfo has the

@@ -13,24 +13,24 @@ constexpr AMOVIESETUP_MEDIATYPE kTypes[] = {{&MEDIATYPE_Video, &GUID_NULL},
 
 wchar_t pinName[] = L"Output";
 
-const AMOVIESETUP_PIN kPin = {.strName = pinName,
-                              .bRendered = FALSE,
-                              .bOutput = TRUE,
-                              .bZero = TRUE,
-                              .bMany = TRUE,
-                              .clsConnectsToFilter = nullptr,
-                              .strConnectsToPin = nullptr,
-                              .nMediaTypes = 2,
-                              .lpMediaType = kTypes};
+constexpr AMOVIESETUP_PIN kPin = {.strName = pinName,
+                                  .bRendered = FALSE,
+                                  .bOutput = TRUE,
+                                  .bZero = TRUE,
+                                  .bMany = TRUE,
+                                  .clsConnectsToFilter = nullptr,
+                                  .strConnectsToPin = nullptr,
+                                  .nMediaTypes = 2,
+                                  .lpMediaType = kTypes};
 
 // With this merit, hosts find the filter by its name or by a file's kind, never by a search for a
 // filter that connects.
-const AMOVIESETUP_FILTER kSetup = {.clsID = &CLSID_NyxFootageSource,
-                                   .strName = nyx::source::kFootageSourceName,
-                                   .dwMerit = MERIT_DO_NOT_USE,
-                                   .nPins = 1,
-                                   .lpPin = &kPin,
-                                   .clsCategory = nullptr};
+constexpr AMOVIESETUP_FILTER kSetup = {.clsID = &CLSID_NyxFootageSource,
+                                       .strName = nyx::source::kFootageSourceName,
+                                       .dwMerit = MERIT_DO_NOT_USE,
+                                       .nPins = 1,
+                                       .lpPin = &kPin,
+                                       .clsCategory = nullptr};
 
 }  // namespace
 

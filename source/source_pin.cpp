@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <exception>
+#include <new>
 #include <utility>
 
 #include "source/failures.h"
@@ -61,7 +62,11 @@ HRESULT SourcePin::GetMediaType(int position, CMediaType* type) {
 
 HRESULT SourcePin::CompleteConnect(IPin* peer) {
     typePosition_ = m_mt.formattype == FORMAT_VideoInfo ? 1 : 0;
-    formats_ = {format_};
+    try {
+        formats_ = {format_};
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
     deliveredFormat_ = &formats_.front();
     return CBaseOutputPin::CompleteConnect(peer);
 }
@@ -93,7 +98,7 @@ HRESULT SourcePin::DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTI
 }
 
 HRESULT SourcePin::StartStreaming(FootageFile* file, ReadAhead* packets, std::size_t stream,
-                                  const Segment& segment, REFERENCE_TIME cut) {
+                                  const Segment& segment, REFERENCE_TIME cut) noexcept {
     file_ = file;
     packets_ = packets;
     stream_ = stream;
@@ -123,25 +128,29 @@ void SourcePin::FinishStreaming() {
     }
 }
 
-void SourcePin::FillSamples() {
+void SourcePin::FillSamples() noexcept {
     HRESULT result = S_OK;
-    while (result == S_OK) {
-        Packet packet;
-        result = packets_->Pop(stream_, &packet);
-        if (result == S_OK && packet.start >= stop_) {
-            result = S_FALSE;
-        } else if (result == S_OK && packet.start >= cut_) {
-            reachedCut_ = format_.video.has_value();
-            result = S_FALSE;
-        } else if (result == S_OK) {
-            result = format_.video ? PushPicture(packet) : PushAudio(packet);
+    try {
+        while (result == S_OK) {
+            Packet packet;
+            result = packets_->Pop(stream_, &packet);
+            if (result == S_OK && packet.start >= stop_) {
+                result = S_FALSE;
+            } else if (result == S_OK && packet.start >= cut_) {
+                reachedCut_ = format_.video.has_value();
+                result = S_FALSE;
+            } else if (result == S_OK) {
+                result = format_.video ? PushPicture(packet) : PushAudio(packet);
+            }
         }
+    } catch (const std::bad_alloc&) {
+        result = E_OUTOFMEMORY;
     }
     packets_->Close(stream_);
     filled_.End(result);
 }
 
-void SourcePin::DeliverSamples() {
+void SourcePin::DeliverSamples() noexcept {
     const HRESULT apartment = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
     DeliverNewSegment(segment_.start, segment_.stop, segment_.rate);
     HRESULT result = S_OK;

@@ -43,7 +43,7 @@ class SourcePin final : public CBaseOutputPin, public PinSeeking {
     /// EC_STREAM_ERROR_STOPPED with VFW_E_TYPE_NOT_ACCEPTED and the place in the file, in
     /// milliseconds. `E_OUTOFMEMORY` when no thread can start.
     [[nodiscard]] HRESULT StartStreaming(FootageFile* file, ReadAhead* packets, std::size_t stream,
-                                         const Segment& segment, REFERENCE_TIME cut);
+                                         const Segment& segment, REFERENCE_TIME cut) noexcept;
     /// Waits until nothing is delivered any more. Cancel the packets first, and stop downstream or
     /// begin to flush it.
     void FinishStreaming();
@@ -53,8 +53,8 @@ class SourcePin final : public CBaseOutputPin, public PinSeeking {
     REFERENCE_TIME position() const { return position_; }
 
   private:
-    void FillSamples();
-    void DeliverSamples();
+    void FillSamples() noexcept;
+    void DeliverSamples() noexcept;
     ALLOCATOR_PROPERTIES Buffers() const;
     [[nodiscard]] HRESULT PushPicture(const Packet& packet);
     [[nodiscard]] HRESULT PushAudio(const Packet& packet);

@@ -28,7 +28,7 @@ struct AudioFormat {
     int rate = 0;  ///< frames per second
     int channels = 0;
     DWORD channelMask = 0;  ///< as in WAVEFORMATEXTENSIBLE, 0 when not known
-    bool inDv = false;      ///< taken out of frames of DV, whose rate may change
+    bool inDv = false;      ///< extracted from frames of DV, whose rate may change
 
     int storedFrame() const { return pcm.storedBytes * channels; }
     int deliveredFrame() const { return pcm.deliveredBytes * channels; }
@@ -79,14 +79,14 @@ bool IsRawDv(const AVFormatContext& file);
 /// True for a file of nothing but an MPEG-2 stream, whose bit rate may promise any duration.
 bool IsElementary(const AVFormatContext& file);
 
-/// True for AVI, where a picture that is shown once more takes a tick and no bytes.
+/// True for AVI, where a repeated picture may have a tick of its own and no bytes.
 bool IsAvi(const AVFormatContext& file);
 
 /// True for a container that counts fields.
 bool CountsFields(const AVFormatContext& file);
 
-/// True for a container whose clock may tick more than once a frame, which libavformat takes for a
-/// frame: it counts fields, or frames that are not stored.
+/// True for a container that counts fields, or frames that are not stored. libavformat assumes that
+/// a frame of it lasts one tick.
 bool CountsTicks(const AVFormatContext& file);
 
 /// Whether the payloads of a file with this first stream may be deferred (container_input.h), since

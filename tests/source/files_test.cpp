@@ -229,24 +229,26 @@ TEST_F(Files, AChangeInRawDvIsFollowedIfDownstreamAcceptsIt) {
     const Part pal = {"dv25.dv", 144000, 48000}, slow = {"dv32.dv", 144000, 32000};
     const Part ntsc = {"dv525.dv", 120000, 48000};
     const std::vector<Part> rows[] = {{pal, slow, pal}, {pal, ntsc, pal}, {ntsc, pal}};
-    for (const auto& [row, takes] : {std::pair(0, true), std::pair(0, false), std::pair(1, true),
-                                     std::pair(1, false), std::pair(2, true)}) {
-        SCOPED_TRACE(std::to_string(row) + (takes ? " taken" : " refused"));
+    for (const auto& [row, accepts] : {std::pair(0, true), std::pair(0, false), std::pair(1, true),
+                                       std::pair(1, false), std::pair(2, true)}) {
+        SCOPED_TRACE(std::to_string(row) + (accepts ? " accepted" : " refused"));
         std::string all, pictures, audio;
         bool ended = false;
         for (const Part& part : rows[row]) {
             const std::string heard = ReadAll(Material(part.file + std::string(".audio")));
             all += ReadAll(Material(part.file));
-            ended = ended || (!takes && part.frameBytes != rows[row][0].frameBytes);
+            ended = ended || (!accepts && part.frameBytes != rows[row][0].frameBytes);
             pictures = ended ? pictures : all;
-            const bool silent = !takes && part.rate != 48000;
+            const bool silent = !accepts && part.rate != 48000;
             if (!ended) {
                 audio += silent ? std::string(heard.size() / 2 * 3, '\0') : heard;
             }
         }
         const FootageHost host(Write(L"changing.dv", all));
         for (const auto& sink : host.sinks) {
-            sink->pin.accept = [takes = takes](const auto&) { return takes ? S_OK : S_FALSE; };
+            sink->pin.accept = [accepts = accepts](const auto&) {
+                return accepts ? S_OK : S_FALSE;
+            };
         }
         const auto play = [&](LONGLONG from, LONGLONG to) {
             auto seen = std::pair<std::string, std::string>();
