@@ -1,5 +1,5 @@
-// Any file through the source filter's reader: opened, read for a while, sought, read on, with one
-// of the library's allocations failing where the input says.
+// Opens any file with the source filter's reader, reads a while, seeks and reads on. One of the
+// library's allocations fails where the input says.
 
 #include <cerrno>
 #include <cstdlib>
@@ -19,18 +19,17 @@ int untilFailure = 0;  // allocations; 0: none fails
 struct MemoryFile final : nyx::source::ByteSource {
     MemoryFile(nyx::ByteSpan bytes, std::int64_t place) : data(bytes), bad(place) {}
 
-    int Read(std::int64_t position, BYTE* to, int count) override {
-        if (position <= bad && bad - position < count) {
+    int Read(std::int64_t position, std::span<BYTE> to) noexcept override {
+        if (position <= bad && bad - position < static_cast<std::int64_t>(to.size())) {
             return -1;
         }
-        const nyx::ByteSpan bytes =
-            data.Slice(static_cast<std::size_t>(position), static_cast<std::size_t>(count));
-        std::copy_n(bytes.data(), bytes.size(), to);
+        const nyx::ByteSpan bytes = data.Slice(static_cast<std::size_t>(position), to.size());
+        std::copy_n(bytes.data(), bytes.size(), to.data());
         return static_cast<int>(bytes.size());
     }
-    std::int64_t Size() override { return static_cast<std::int64_t>(data.size()); }
-    std::int64_t Milliseconds() override { return 0; }
-    HRESULT failure() const override { return E_FAIL; }
+    std::int64_t Size() noexcept override { return static_cast<std::int64_t>(data.size()); }
+    std::int64_t Milliseconds() noexcept override { return 0; }
+    HRESULT failure() const noexcept override { return E_FAIL; }
 
     const nyx::ByteSpan data;
     const std::int64_t bad;
@@ -38,7 +37,7 @@ struct MemoryFile final : nyx::source::ByteSource {
 
 }  // namespace
 
-// By these the library allocates.
+// libavutil allocates with these two.
 extern "C" int posix_memalign(void** memory, std::size_t alignment, std::size_t size) {
     return untilFailure > 0 && --untilFailure == 0
                ? ENOMEM

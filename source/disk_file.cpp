@@ -7,8 +7,8 @@
 namespace nyx::source {
 namespace {
 
-/// A path in the form that may be longer than MAX_PATH: absolute, without dots, marked so. Shorter
-/// ones and those that are marked already stay as they are.
+/// A long path in the form that may exceed MAX_PATH: absolute, without dots, with a prefix. Shorter
+/// paths and those with a prefix stay as they are.
 std::wstring OpenablePath(const std::wstring& path) {
     if (path.size() < MAX_PATH || path.compare(0, 4, LR"(\\?\)") == 0) {
         return path;
@@ -21,28 +21,23 @@ std::wstring OpenablePath(const std::wstring& path) {
 
 }  // namespace
 
-DiskFile::~DiskFile() {
-    if (file_ != INVALID_HANDLE_VALUE) {
-        CloseHandle(file_);
-    }
-}
-
 HRESULT DiskFile::Open(const wchar_t* path) {
-    file_ = CreateFileW(OpenablePath(path).c_str(), GENERIC_READ,
-                        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                        OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
-    if (file_ == INVALID_HANDLE_VALUE) {
+    file_ = AdoptFile(CreateFileW(OpenablePath(path).c_str(), GENERIC_READ,
+                                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                  OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+    if (!file_) {
         return LastError();
     }
-    return GetFileType(file_) == FILE_TYPE_DISK ? S_OK : HRESULT_FROM_WIN32(ERROR_NOT_SUPPORTED);
+    return GetFileType(file_.get()) == FILE_TYPE_DISK ? S_OK
+                                                      : HRESULT_FROM_WIN32(ERROR_NOT_SUPPORTED);
 }
 
-int DiskFile::Read(std::int64_t position, BYTE* to, int count) {
+int DiskFile::Read(std::int64_t position, std::span<BYTE> to) noexcept {
     OVERLAPPED place{};
     place.Offset = static_cast<DWORD>(position);
     place.OffsetHigh = static_cast<DWORD>(position >> 32);
     DWORD got = 0;
-    if (ReadFile(file_, to, static_cast<DWORD>(count), &got, &place) ||
+    if (ReadFile(file_.get(), to.data(), static_cast<DWORD>(to.size()), &got, &place) ||
         GetLastError() == ERROR_HANDLE_EOF) {
         return static_cast<int>(got);
     }
@@ -50,9 +45,9 @@ int DiskFile::Read(std::int64_t position, BYTE* to, int count) {
     return -1;
 }
 
-std::int64_t DiskFile::Size() {
+std::int64_t DiskFile::Size() noexcept {
     LARGE_INTEGER size{};
-    return GetFileSizeEx(file_, &size) ? size.QuadPart : -1;
+    return GetFileSizeEx(file_.get(), &size) ? size.QuadPart : -1;
 }
 
 }  // namespace nyx::source

@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "platform/unique_handle.h"
 #include "source/byte_source.h"
 
 namespace nyx::source {
@@ -9,22 +10,19 @@ namespace nyx::source {
 /// A file of the file system, which others may go on writing, rename or delete.
 class DiskFile final : public ByteSource {
   public:
-    DiskFile() = default;
-    DiskFile(const DiskFile&) = delete;
-    DiskFile& operator=(const DiskFile&) = delete;
-    ~DiskFile() override;
-
-    /// Opens a file once, by a path of any length. `E_OUTOFMEMORY` or the system's error; what is
-    /// no file of a disk, such as a port, is not supported: reading from it might never end.
+    /// Opens a file once, by a path of any length. Returns the system's error. Ports and other
+    /// devices are not supported: reading them might never end. Throws std::bad_alloc.
     [[nodiscard]] HRESULT Open(const wchar_t* path);
 
-    int Read(std::int64_t position, BYTE* to, int count) override;
-    std::int64_t Size() override;
-    std::int64_t Milliseconds() override { return static_cast<std::int64_t>(GetTickCount64()); }
-    HRESULT failure() const override { return failure_; }
+    int Read(std::int64_t position, std::span<BYTE> to) noexcept override;
+    std::int64_t Size() noexcept override;
+    std::int64_t Milliseconds() noexcept override {
+        return static_cast<std::int64_t>(GetTickCount64());
+    }
+    HRESULT failure() const noexcept override { return failure_; }
 
   private:
-    HANDLE file_ = INVALID_HANDLE_VALUE;
+    UniqueHandle file_;
     std::atomic<HRESULT> failure_{S_OK};
 };
 

@@ -17,9 +17,9 @@ extern "C" {
 namespace nyx::source {
 
 struct LibavDeleter {
-    void operator()(AVFormatContext* context) const { avformat_close_input(&context); }
-    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-    void operator()(AVIOContext* input) const {
+    void operator()(AVFormatContext* context) const noexcept { avformat_close_input(&context); }
+    void operator()(AVPacket* packet) const noexcept { av_packet_free(&packet); }
+    void operator()(AVIOContext* input) const noexcept {
         av_freep(&input->buffer);
         avio_context_free(&input);
     }

@@ -5,22 +5,19 @@
 #include <oleauto.h>
 #include <strmif.h>
 
+#include "platform/com.h"
+
 namespace nyx::source {
 
 HRESULT WithReason(HRESULT result, const std::string& reason) {
-    ICreateErrorInfo* making = nullptr;
-    if (reason.empty() || FAILED(CreateErrorInfo(&making))) {
+    ComPtr<ICreateErrorInfo> error;
+    if (reason.empty() || FAILED(CreateErrorInfo(&error))) {
         return result;
     }
     std::wstring text(reason.begin(), reason.end());
-    making->SetGUID(IID_IFileSourceFilter);
-    making->SetDescription(text.data());
-    IErrorInfo* info = nullptr;
-    if (SUCCEEDED(making->QueryInterface(IID_IErrorInfo, reinterpret_cast<void**>(&info)))) {
-        SetErrorInfo(0, info);
-        info->Release();
-    }
-    making->Release();
+    error->SetGUID(IID_IFileSourceFilter);
+    error->SetDescription(text.data());
+    SetErrorInfo(0, As<IErrorInfo>(error).Get());
     return result;
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// Why a file is refused, in words for the user, by the platform's way: a host asks the filter for
-/// ISupportErrorInfo and the thread for its IErrorInfo after Load has failed.
+/// Why a file is refused, in words for the user. After Load has failed, a host asks the filter for
+/// ISupportErrorInfo and the thread for its IErrorInfo.
 
 #include <string>
 
@@ -10,8 +10,9 @@
 
 namespace nyx::source {
 
-/// Leaves `reason`, plain ASCII, for the calling thread, as said by the filter's IFileSourceFilter;
-/// nothing where it is empty. The object is the system's own and outlives the module. `result`.
+/// Leaves `reason`, plain ASCII, to the calling thread as an error of IFileSourceFilter, unless it
+/// is empty. The system implements the error object, which may outlive the module. Returns
+/// `result`.
 [[nodiscard]] HRESULT WithReason(HRESULT result, const std::string& reason);
 
 }  // namespace nyx::source

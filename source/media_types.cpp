@@ -24,7 +24,7 @@ DWORD InterlaceFlags(AVFieldOrder fields) {
     }
 }
 
-/// What both forms of a video block have, under the same names.
+/// Fills in the fields that both kinds of video block have.
 template <class Block>
 HRESULT FillVideoBlock(const VideoFormat& format, const GUID& formatType, CMediaType* type,
                        Block** filled) {
@@ -33,7 +33,8 @@ HRESULT FillVideoBlock(const VideoFormat& format, const GUID& formatType, CMedia
         return E_OUTOFMEMORY;
     }
     type->SetFormatType(&formatType);
-    block->rcSource = block->rcTarget = {0, 0, format.width, format.height};
+    block->rcSource = {.left = 0, .top = 0, .right = format.width, .bottom = format.height};
+    block->rcTarget = block->rcSource;
     block->dwBitRate = format.bitRate;
     block->AvgTimePerFrame = TimeOfTick(1, av_inv_q(format.rate));
     BITMAPINFOHEADER& header = block->bmiHeader;
@@ -69,7 +70,7 @@ HRESULT FillVideo(const VideoFormat& format, bool second, CMediaType* type) {
 
 HRESULT FillAudio(const AudioFormat& format, CMediaType* type) {
     const int bits = format.pcm.deliveredBytes * 8;
-    // A plain block says nothing of more channels than two, nor of integers of more than 16 bits.
+    // A plain block cannot describe more than two channels, or integers of more than 16 bits.
     const bool real = format.pcm.kind == PcmKind::kFloat;
     const bool extensible = format.channels > 2 || (bits > 16 && !real);
     const GUID& subtype = real ? MEDIASUBTYPE_IEEE_FLOAT : MEDIASUBTYPE_PCM;
@@ -94,7 +95,7 @@ HRESULT FillAudio(const AudioFormat& format, CMediaType* type) {
         wave.cbSize = sizeof(WAVEFORMATEXTENSIBLE) - sizeof(WAVEFORMATEX);
         block->Samples.wValidBitsPerSample = wave.wBitsPerSample;
         block->dwChannelMask = format.channelMask;
-        block->SubFormat = subtype;  // the same GUIDs as the sound system's own
+        block->SubFormat = subtype;  // the audio system uses the same GUIDs
     }
     return S_OK;
 }

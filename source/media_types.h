@@ -5,9 +5,10 @@
 
 namespace nyx::source {
 
-/// Type `position` of a stream: of video with a `VIDEOINFOHEADER2` block, then with a
-/// `VIDEOINFOHEADER` one; of sound the one that its depth and channels ask for. `E_INVALIDARG`
-/// before the first, `VFW_S_NO_MORE_ITEMS` behind the last, or `E_OUTOFMEMORY`.
+/// Fills in type `position` of a stream. Video has one with a `VIDEOINFOHEADER2` block, then one
+/// with a `VIDEOINFOHEADER` block; audio has one, which depends on its depth and channels.
+/// `E_INVALIDARG` for a negative position, `VFW_S_NO_MORE_ITEMS` after the last, or
+/// `E_OUTOFMEMORY`.
 [[nodiscard]] HRESULT FillMediaType(const StreamFormat& stream, int position, CMediaType* type);
 
 }  // namespace nyx::source

@@ -11,10 +11,10 @@ constexpr BYTE kSequence = 0xB3;
 constexpr BYTE kGroup = 0xB8;
 constexpr std::size_t kHeaderBytes = 8;  // start code and time code
 
-constexpr std::int64_t kNear = 256 << 10;  // bytes that are rather read than searched
+constexpr std::int64_t kNear = 256 << 10;  // bytes; reading so many beats another search step
 constexpr int kBufferBytes = 64 << 10;
 
-/// Whether a start code of one kind begins there.
+/// Whether a start code of one kind begins here.
 bool IsCode(const BYTE* bytes, BYTE kind) {
     return bytes[0] == 0 && bytes[1] == 0 && bytes[2] == 1 && bytes[3] == kind;
 }
@@ -31,7 +31,7 @@ std::int64_t MpegGroups::NumberOf(const BYTE* header) const {
     const int minutes = (header[4] >> 2 & 31) * 60 + (header[4] & 3) * 16 + (header[5] >> 4);
     const int seconds = (header[5] & 7) * 8 + (header[6] >> 5);
     const int pictures = (header[6] & 31) * 2 + (header[7] >> 7);
-    const bool drops = header[4] >> 7 != 0;  // two numbers a minute, but for every tenth
+    const bool drops = header[4] >> 7 != 0;  // two numbers a minute, except every tenth
     return (std::int64_t{minutes} * 60 + seconds) * base_ + pictures -
            (drops ? 2 * (minutes - minutes / 10) : 0);
 }
@@ -56,7 +56,7 @@ bool MpegGroups::FindNext(ByteSource* file, std::int64_t from, std::int64_t to,
     std::vector<BYTE> buffer(kBufferBytes);
     std::int64_t sequence = -1;
     for (int got = 0; from < to; from += got - static_cast<int>(kHeaderBytes) + 1) {
-        got = file->Read(from, buffer.data(), kBufferBytes);
+        got = file->Read(from, buffer);
         if (got < static_cast<int>(kHeaderBytes)) {
             return false;
         }
@@ -78,15 +78,15 @@ bool MpegGroups::FindNext(ByteSource* file, std::int64_t from, std::int64_t to,
 }
 
 MpegGroups::Group MpegGroups::Find(ByteSource* file, std::int64_t frame) const {
-    Group before{0, 0};
+    Group before;
     std::int64_t end = file->Size();
     std::int64_t endFrame = INT64_MAX;  // of the first group known behind `end`
     while (end - before.position > kNear) {
         const std::int64_t middle = before.position + (end - before.position) / 2;
-        Group group{};
+        Group group;
         const bool found = FindNext(file, middle, end, &group);
         if (found && (group.frame < before.frame || group.frame > endFrame)) {
-            return {0, 0};
+            return {};
         }
         if (found && group.frame <= frame) {
             before = group;

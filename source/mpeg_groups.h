@@ -7,23 +7,24 @@
 namespace nyx::source {
 
 /// Finds frames of an MPEG-2 elementary stream, which has no index, by the time codes of its groups
-/// of pictures, where these count the frames. One thread at a time.
+/// of pictures, if these count the frames. One thread at a time.
 class MpegGroups {
   public:
     struct Group {
-        std::int64_t position;  ///< in the file, of its sequence header or its own
-        std::int64_t frame;     ///< its first one's number, from 0
+        std::int64_t position = 0;  ///< in the file, of its first header
+        std::int64_t frame = 0;     ///< number of its first frame, from 0
     };
 
-    /// For a stream of so many frames per second.
+    /// Begins with a stream of `rate` frames per second.
     void Start(AVRational rate);
-    /// Compares the time code in frame `number`, if there is one; all frames from the first on.
+    /// Compares the time code in frame `number`, if it has one. Call it for every frame from the
+    /// first on.
     void Check(ByteSpan bytes, std::int64_t number);
-    /// Whether every time code was right so far, and there were some.
+    /// Whether every time code was right so far, and there was more than one.
     bool areNumbered() const { return groups_ > 1 && agree_; }
 
-    /// A group that begins with a frame or little before it; few reads. The file's start when its
-    /// time codes go back somewhere.
+    /// A group that begins with a frame or little before it, in few reads; the file's start when a
+    /// time code goes back.
     Group Find(ByteSource* file, std::int64_t frame) const;
 
   private:
@@ -31,7 +32,7 @@ class MpegGroups {
     bool FindNext(ByteSource* file, std::int64_t from, std::int64_t to, Group* group) const;
 
     int base_ = 0;            ///< frames that a time code counts in a second
-    std::int64_t first_ = 0;  ///< what the first group's says
+    std::int64_t first_ = 0;  ///< number in the first group's time code
     int groups_ = 0;
     bool agree_ = true;
 };

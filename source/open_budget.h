@@ -4,9 +4,8 @@
 
 namespace nyx::source {
 
-/// What may be spent on a file until its first packet is known: the tables of a damaged one can
-/// send a reader round in circles. Of the time only what passes between reads counts, so that a
-/// slow disk costs nothing. One thread at a time.
+/// What may be spent on opening a file: the tables of a damaged one can keep a reader busy forever.
+/// Only the time between reads counts, so that a slow disk costs nothing. One thread at a time.
 class OpenBudget {
   public:
     /// Begins to count for a file of so many bytes, at a time in milliseconds.
@@ -16,17 +15,17 @@ class OpenBudget {
         since_ = now;
         counts_ = true;
     }
-    /// All may be spent from here on.
+    /// Lifts the limit.
     void Stop() { counts_ = false; }
 
     /// The reader asks for bytes, or whether it may go on; false when the budget is spent.
-    bool Ask(std::int64_t now) {
+    bool Check(std::int64_t now) noexcept {
         millisecondsLeft_ -= now - since_;
         since_ = now;
         return !counts_ || (bytesLeft_ > 0 && millisecondsLeft_ > 0);
     }
-    /// The reader has got so many bytes.
-    void Take(int bytes, std::int64_t now) {
+    /// The reader got so many bytes.
+    void Spend(int bytes, std::int64_t now) noexcept {
         bytesLeft_ -= bytes;
         since_ = now;
     }

@@ -24,7 +24,7 @@ HRESULT STDMETHODCALLTYPE OpenProgress::AbortOperation() {
     return S_OK;
 }
 
-HRESULT OpenProgress::Open(FootageFile* file, std::unique_ptr<ByteSource> bytes) {
+HRESULT OpenProgress::Open(FootageFile* file, std::unique_ptr<ByteSource> bytes) noexcept {
     {
         CAutoLock lock(&lock_);
         opening_ = file;

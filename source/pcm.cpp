@@ -1,6 +1,6 @@
 #include "source/pcm.h"
 
-#include <cstring>
+#include <algorithm>
 
 namespace nyx::source {
 namespace {
@@ -10,6 +10,7 @@ struct PcmRow {
     PcmFormat format;
 };
 constexpr PcmRow kRows[] = {
+    // Codec, {kind, bytes stored, bytes delivered, big-endian}.
     {AV_CODEC_ID_PCM_U8, {PcmKind::kOffset, 1, 2, false}},
     {AV_CODEC_ID_PCM_S8, {PcmKind::kSigned, 1, 2, false}},
     {AV_CODEC_ID_PCM_ALAW, {PcmKind::kALaw, 1, 2, false}},
@@ -26,9 +27,9 @@ constexpr PcmRow kRows[] = {
     {AV_CODEC_ID_PCM_F64BE, {PcmKind::kFloat, 8, 8, true}},
 };
 
-/// A sample of one byte at 16 bits. ITU-T G.711: a sign, three bits of exponent, four of mantissa,
-/// the A-law with every other bit inverted, the mu-law with all of them and a bias of 33 steps; the
-/// values are those of the middle of an interval, 13 or 14 bits at the top of 16.
+/// Expands a sample of one byte to 16 bits. ITU-T G.711: a sign, three bits of exponent, four of
+/// mantissa. The A-law inverts every other bit; the mu-law inverts all of them and has a bias of 33
+/// steps. The values are the middles of the intervals, as the top 13 or 14 of 16 bits.
 int Expand(PcmKind kind, BYTE stored) {
     if (kind == PcmKind::kSigned || kind == PcmKind::kOffset) {
         return (stored ^ (kind == PcmKind::kOffset ? 0x80 : 0)) * 256;
@@ -37,9 +38,10 @@ int Expand(PcmKind kind, BYTE stored) {
     const int code = stored ^ (aLaw ? 0x55 : 0xFF);
     const int exponent = code >> 4 & 7;
     const int step = (code & 0xF) * 2 + 1;
-    const int size = !aLaw           ? (((step + 32) << exponent) - 33) * 4
-                     : exponent == 0 ? step * 8
-                                     : (step + 32) << (exponent + 2);
+    int size = (((step + 32) << exponent) - 33) * 4;
+    if (aLaw) {
+        size = exponent == 0 ? step * 8 : (step + 32) << (exponent + 2);
+    }
     return ((code & 0x80) != 0) == aLaw ? size : -size;
 }
 
@@ -54,21 +56,20 @@ std::optional<PcmFormat> PcmFormatOf(AVCodecID codec) {
     return std::nullopt;
 }
 
-void ConvertPcm(const PcmFormat& format, const BYTE* from, std::size_t count, BYTE* to) {
+void ConvertPcm(const PcmFormat& format, ByteSpan from, BYTE* to) noexcept {
     const auto bytes = static_cast<std::size_t>(format.storedBytes);
     if (bytes != 1 && !format.bigEndian) {
-        std::memcpy(to, from, count * bytes);
+        std::copy_n(from.data(), from.size(), to);
         return;
     }
-    for (; count > 0; --count, from += bytes) {
+    for (std::size_t at = 0; from.Holds(at, bytes); at += bytes) {
+        const BYTE* stored = from.data() + at;
         if (bytes == 1) {
-            const int sample = Expand(format.kind, *from);
+            const int sample = Expand(format.kind, *stored);
             *to++ = static_cast<BYTE>(sample);
             *to++ = static_cast<BYTE>(sample >> 8);
-            continue;
-        }
-        for (std::size_t byte = bytes; byte > 0; --byte) {
-            *to++ = from[byte - 1];
+        } else {
+            to = std::reverse_copy(stored, stored + bytes, to);
         }
     }
 }

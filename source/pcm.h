@@ -3,16 +3,16 @@
 #include <cstddef>
 #include <optional>
 
-#include "platform/win_types.h"
+#include "platform/byte_span.h"
 #include "source/libavformat.h"
 
 namespace nyx::source {
 
-/// What a stored sample is.
+/// The coding of a stored sample.
 enum class PcmKind { kSigned, kOffset, kFloat, kALaw, kMuLaw };
 
-/// How the sound of a stream is stored, and what of it is delivered: little-endian signed integers,
-/// or numbers of floating point where those are stored.
+/// How the audio of a stream is stored and delivered. Little-endian signed integers are delivered,
+/// or floating-point numbers where those are stored.
 struct PcmFormat {
     PcmKind kind;
     int storedBytes;     ///< of one sample of one channel
@@ -20,10 +20,10 @@ struct PcmFormat {
     bool bigEndian;
 };
 
-/// The format of a codec, or nothing for sound whose samples cannot be had one by one.
+/// The format of a codec; nothing for compressed audio.
 std::optional<PcmFormat> PcmFormatOf(AVCodecID codec);
 
-/// Converts `count` samples; `to` has room for `count` times `deliveredBytes`.
-void ConvertPcm(const PcmFormat& format, const BYTE* from, std::size_t count, BYTE* to);
+/// Converts whole samples; `to` has room for `deliveredBytes` times their number.
+void ConvertPcm(const PcmFormat& format, ByteSpan from, BYTE* to) noexcept;
 
 }  // namespace nyx::source

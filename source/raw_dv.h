@@ -8,23 +8,22 @@
 
 namespace nyx::source {
 
-/// Where the frames of a file of raw DV lie, whose system may change between 625 and 525 lines, and
-/// with it the length of a frame in bytes and in time. One thread at a time.
+/// Places and times of the frames in a file of raw DV. The system may change between 625 and 525
+/// lines, and with it the length of a frame in bytes and in time. One thread at a time.
 class RawDv {
   public:
-    /// Looks for the places where the system changes, from the first frame on; few reads. Knows
-    /// none afterwards when nothing changes.
+    /// Looks for the places where the system changes, from the first frame on, in few reads.
     void Find(ByteSource* file, std::int64_t firstFrame);
 
-    /// Whether the system changes anywhere. Only then the following may be called.
+    /// Whether the system changes. The functions below, except FirstRefused, require it.
     bool changes() const { return !runs_.empty(); }
-    /// When the first frames begin that last at `from` or later and are of a system that is not
-    /// taken; `never` if none do.
-    template <class Taken>
-    REFERENCE_TIME FirstRefused(REFERENCE_TIME from, REFERENCE_TIME never, Taken taken) const {
+    /// When the first run of frames begins that lasts at `from` or later and whose system is not
+    /// accepted; `never` without one.
+    template <class Accepts>
+    REFERENCE_TIME FirstRefused(REFERENCE_TIME from, REFERENCE_TIME never, Accepts accepts) const {
         for (std::size_t i = 0; i < runs_.size(); ++i) {
             const bool past = i + 1 < runs_.size() && runs_[i + 1].start <= from;
-            if (!past && !taken(*runs_[i].system)) {
+            if (!past && !accepts(*runs_[i].system)) {
                 return runs_[i].start;
             }
         }
@@ -33,7 +32,7 @@ class RawDv {
     /// When the frame at a place of the file begins and ends.
     REFERENCE_TIME StartAt(std::int64_t position) const { return TimeAt(position, 0); }
     REFERENCE_TIME StopAt(std::int64_t position) const { return TimeAt(position, 1); }
-    /// What system that frame is of.
+    /// The system of that frame.
     const AVDVProfile& SystemAt(std::int64_t position) const { return *RunAt(position).system; }
     /// Where the frame begins that lasts at `time`.
     std::int64_t PositionAt(REFERENCE_TIME time) const;
@@ -45,20 +44,20 @@ class RawDv {
 
   private:
     struct Run {
-        std::int64_t position;
+        std::int64_t position;  ///< of its first frame, in bytes
         const AVDVProfile* system;
         REFERENCE_TIME start;
     };
 
     void FindRuns(ByteSource* file, std::int64_t firstFrame);
     const Run& RunAt(std::int64_t position) const;
-    REFERENCE_TIME TimeAt(std::int64_t position, int more) const;
+    REFERENCE_TIME TimeAt(std::int64_t position, int framesLater) const;
 
     std::vector<Run> runs_;
 };
 
-/// The rate of the sound that a frame of DV holds by its number of samples in a channel, 0 for a
-/// number that no system has.
-int DvSoundRate(std::int64_t samples);
+/// The rate of the audio in a frame of DV, by the number of samples of a channel; 0 for a number
+/// that no system has.
+int DvAudioRate(std::int64_t samples);
 
 }  // namespace nyx::source

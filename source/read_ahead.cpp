@@ -8,14 +8,14 @@
 namespace nyx::source {
 namespace {
 
-/// Packets of so many bytes are read ahead: some frames of the largest kind.
+/// Bytes that are read ahead: some frames of the largest kind.
 constexpr std::size_t kEnough = 24 << 20;
-/// And so many while a stream has none, as its next may lie behind many of another: a delivering
-/// thread may be held up until the other stream has something too.
+/// The limit while a stream has no packet: its next one may follow many of another stream, whose
+/// delivery may be blocked until this stream delivers too.
 constexpr std::size_t kMaxBytes = 96 << 20;
-/// A stream of which so many bytes of others held nothing counts as ended when there is no room to
-/// look further: whoever waits for it, as a paused graph does, must get an answer.
-constexpr std::size_t kFarthest = kMaxBytes / 2;
+/// At that limit, a stream without a packet in so many bytes of the others counts as ended: a graph
+/// that pauses waits for each of them.
+constexpr std::size_t kMaxPassed = kMaxBytes / 2;
 
 }  // namespace
 
@@ -33,14 +33,14 @@ void ReadAhead::Start(REFERENCE_TIME time, const std::vector<bool>& wanted) {
     thread_.Start([this, time] { Run(time); });
 }
 
-void ReadAhead::Run(REFERENCE_TIME time) {
+void ReadAhead::Run(REFERENCE_TIME time) noexcept {
     HRESULT result = S_OK;
     try {
         result = file_->Seek(time);
         while (SUCCEEDED(result)) {
             Packet packet;
             result = file_->Read(&packet);
-            if (result != S_OK || !Put(std::move(packet))) {
+            if (result != S_OK || !Push(std::move(packet))) {
                 break;
             }
         }
@@ -53,12 +53,12 @@ void ReadAhead::Run(REFERENCE_TIME time) {
     changed_.notify_all();
 }
 
-/// Whether another packet may be kept. Ends the streams that have had none for too long.
-bool ReadAhead::FindRoom() {
+/// Whether there is room for a packet. Ends the streams that have had none for too long.
+bool ReadAhead::HasRoom() {
     bool starves = false;
     for (Queue& queue : queues_) {
         const bool empty = queue.open && queue.packets.empty();
-        if (empty && bytes_ >= kMaxBytes && queue.passed >= kFarthest) {
+        if (empty && bytes_ >= kMaxBytes && queue.passed >= kMaxPassed) {
             queue.open = false;
             changed_.notify_all();
         }
@@ -67,10 +67,10 @@ bool ReadAhead::FindRoom() {
     return bytes_ < (starves ? kMaxBytes : kEnough);
 }
 
-/// Keeps a packet as soon as there is room; false when no one waits for any.
-bool ReadAhead::Put(Packet packet) {
+/// Queues a packet as soon as there is room; false when no stream is open any more.
+bool ReadAhead::Push(Packet packet) {
     std::unique_lock lock(mutex_);
-    changed_.wait(lock, [this] { return cancelled_ || FindRoom(); });
+    changed_.wait(lock, [this] { return cancelled_ || HasRoom(); });
     const bool any =
         std::any_of(queues_.begin(), queues_.end(), [](const Queue& queue) { return queue.open; });
     Queue& queue = queues_[packet.stream];
@@ -87,7 +87,7 @@ bool ReadAhead::Put(Packet packet) {
     return any && !cancelled_;
 }
 
-HRESULT ReadAhead::Next(std::size_t stream, Packet* packet) {
+HRESULT ReadAhead::Pop(std::size_t stream, Packet* packet) {
     std::unique_lock lock(mutex_);
     Queue& queue = queues_[stream];
     changed_.wait(lock,

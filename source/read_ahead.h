@@ -8,7 +8,7 @@
 
 namespace nyx::source {
 
-/// Reads a file's packets on a thread of its own and keeps them, by stream, for the threads that
+/// Reads a file's packets on a thread of its own and queues them, by stream, for the threads that
 /// deliver them.
 class ReadAhead {
   public:
@@ -18,22 +18,22 @@ class ReadAhead {
     ReadAhead(const ReadAhead&) = delete;
     ReadAhead& operator=(const ReadAhead&) = delete;
 
-    /// Begins to read the wanted streams, one entry a stream, at `time`. Throws when there is no
-    /// memory or can be no thread.
+    /// Begins to read the wanted streams, one entry a stream, at `time`. Throws std::bad_alloc when
+    /// there is no memory or no thread can start.
     void Start(REFERENCE_TIME time, const std::vector<bool>& wanted);
 
-    /// Waits for the next packet of a stream. `S_FALSE` at its end, also when what could be read
-    /// ahead of the other streams holds none; `kCancelled` after Cancel, or the failure that ended
+    /// Waits for the next packet of a stream. Returns `S_FALSE` at its end, also when the queues
+    /// are full of other streams' packets; `kCancelled` after Cancel, or the failure that ended
     /// reading.
-    [[nodiscard]] HRESULT Next(std::size_t stream, Packet* packet);
+    [[nodiscard]] HRESULT Pop(std::size_t stream, Packet* packet);
 
-    /// Says that nobody takes the packets of a stream any more.
+    /// Drops a stream's packets, now and later.
     void Close(std::size_t stream);
 
     /// Ends reading and every wait; returns at once.
     void Cancel();
 
-    /// Cancels and waits for the thread. What is not taken is dropped.
+    /// Cancels, waits for the thread and drops the packets that are left.
     void Finish();
 
   private:
@@ -43,9 +43,9 @@ class ReadAhead {
         bool open = false;       ///< whether more may come
     };
 
-    void Run(REFERENCE_TIME time);
-    bool Put(Packet packet);
-    bool FindRoom();
+    void Run(REFERENCE_TIME time) noexcept;
+    bool Push(Packet packet);
+    bool HasRoom();
 
     FootageFile* const file_;
     Thread thread_;

@@ -1,3 +1,6 @@
+/// @file
+/// The reasons for which FootageFile refuses a file, in words.
+
 #include "source/failures.h"
 #include "source/footage_file.h"
 
@@ -37,16 +40,16 @@ std::string FootageFile::Refusal(HRESULT result) const {
     const AVCodecParameters* audio = FirstOf(context_.get(), AVMEDIA_TYPE_AUDIO);
     switch (result) {
         case kUnknownFileType:
-            return bytes_->Size() == 0 ? "empty file"
-                                       : "neither AVI, MOV, MXF, GXF, raw DV nor raw MPEG-2";
+            return size() == 0 ? "empty file" : "neither AVI, MOV, MXF, GXF, raw DV nor raw MPEG-2";
         case kInvalidFileFormat:
             return "damaged file";
         case kUnsupportedVideo:
             return video ? VariantText(video->codec_id) : "";
         case kUnsupportedStream:
-            return video   ? NameOf(*video) + " video"
-                   : audio ? "no video, and " + NameOf(*audio) + " sound"
-                           : "neither video nor sound";
+            if (video) {
+                return NameOf(*video) + " video";
+            }
+            return audio ? "no video, and " + NameOf(*audio) + " audio" : "neither video nor audio";
         default:
             return "";
     }

@@ -4,18 +4,19 @@
 
 #include "platform/class_ids.h"
 #include "platform/system.h"
+#include "platform/unique_handle.h"
 #include "source/source_filter.h"
 
 namespace nyx::source {
 namespace {
 
-/// A kind of file: how the look-up by bytes knows it, under a media subtype of ours by any of some
-/// lists of offset, length, mask, bytes; and its extensions. The look-up goes through the subtypes
-/// in order and takes the first that matches: AVI must come before the platform's own entry,
-/// {E436EB88-...}. Not every look-up knows masks.
+/// A kind of file: its entries for the look-up by check bytes, under a media subtype of ours, and
+/// its extensions. An entry lists offset, length, mask, bytes; not every look-up supports masks.
+/// The look-up takes the first subtype that matches: AVI must come before the platform's own,
+/// {E436EB88-...}.
 struct FileKind {
     std::wstring name;
-    std::wstring subtype;  ///< empty for a kind that has no bytes of its own
+    std::wstring subtype;  ///< empty for a kind without check bytes
     std::vector<std::wstring> values;
     std::vector<std::wstring> extensions;
 };
@@ -28,7 +29,7 @@ std::vector<FileKind> FileKinds() {
         avi.push_back(std::wstring(L"0,4,,52494646,8,4,,41564920,112,4,,") + code);
     }
     return {
-        // SMPTE 377: the key of a header partition pack, but for the version of its registry.
+        // SMPTE 377: the key of a header partition pack, except the version of its registry.
         {L"mxf",
          L"{1D4C0B31-52E7-4F0A-8C66-9A0E5B7F3C01}",
          {L"0,7,,060E2B34020501,8,6,,0D0102010102"},
@@ -53,7 +54,7 @@ std::wstring OwnClass() {
     return text;
 }
 
-/// The source filter that a key names; empty without one.
+/// The source filter in a key; empty without one.
 std::wstring SourceFilterOf(const std::wstring& key) {
     wchar_t text[64] = {};
     DWORD bytes = sizeof(text);
@@ -63,13 +64,7 @@ std::wstring SourceFilterOf(const std::wstring& key) {
                : L"";
 }
 
-bool Exists(const std::wstring& key) {
-    HKEY opened = nullptr;
-    RegOpenKeyExW(HKEY_CLASSES_ROOT, key.c_str(), 0, KEY_READ, &opened);
-    return opened && RegCloseKey(opened) == ERROR_SUCCESS;
-}
-
-/// Takes a key out when it is ours.
+/// Removes a key if it is ours.
 HRESULT Remove(const std::wstring& key) {
     return SourceFilterOf(key) == OwnClass() ? HRESULT_FROM_WIN32(static_cast<DWORD>(
                                                    RegDeleteTreeW(HKEY_CLASSES_ROOT, key.c_str())))
@@ -99,9 +94,10 @@ HRESULT RegisterFileTypes(const std::wstring& kinds) {
             set(key, std::to_wstring(i), kind.values[i]);
         }
         for (const std::wstring& extension : kind.extensions) {
-            // Wine does not follow an entry by extension, and with one no longer looks at the
-            // bytes.
-            if (!IsWine() && !Exists(kByExtension + extension)) {
+            // Wine does not follow an entry by extension, and no longer compares the bytes of a
+            // file that has one.
+            if (!IsWine() &&
+                !OpenKey(HKEY_CLASSES_ROOT, (kByExtension + extension).c_str(), KEY_READ)) {
                 set(kByExtension + extension, kSourceFilter, OwnClass());
             }
         }

@@ -6,13 +6,12 @@
 
 namespace nyx::source {
 
-/// Enters the filter as the source of the files that it reads: by check bytes under media types of
-/// our own and, on Windows itself, by extensions that nobody claims yet. `kinds` names what is to
-/// be entered, with commas between: "mxf", "gxf", "avi" of the module's codes, "dv". The first
-/// failure is returned.
+/// Registers the filter as the source of kinds of files: by check bytes, under media types of our
+/// own, and on Windows itself by extensions that have no entry yet. `kinds` lists them with commas
+/// between: "mxf", "gxf", "avi" (with the module's codes), "dv". Returns the first failure.
 [[nodiscard]] HRESULT RegisterFileTypes(const std::wstring& kinds);
 
-/// Takes out what RegisterFileTypes may have entered, and nothing of anybody else.
+/// Removes all entries of RegisterFileTypes, and no other program's.
 [[nodiscard]] HRESULT UnregisterFileTypes();
 
 }  // namespace nyx::source

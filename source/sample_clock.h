@@ -9,12 +9,12 @@
 namespace nyx::source {
 
 constexpr int kUnits = 10000000;  ///< reference-time units (100 ns) in one second
-/// Times are cut to this, 3,600 years, so that sums of a few hold.
+/// Times are clamped to this, 3,600 years, so that sums of a few do not overflow.
 constexpr REFERENCE_TIME kMaxTime = REFERENCE_TIME{1} << 60;
 
 /// The time at which tick `ticks` of a clock begins whose ticks last `base` seconds, rounded down;
-/// 0 for a clock that does not go.
-inline REFERENCE_TIME TimeOfTick(std::int64_t ticks, AVRational base) {
+/// 0 for a time base of 0.
+inline REFERENCE_TIME TimeOfTick(std::int64_t ticks, AVRational base) noexcept {
     if (base.num <= 0 || base.den <= 0) {
         return 0;
     }
@@ -22,8 +22,8 @@ inline REFERENCE_TIME TimeOfTick(std::int64_t ticks, AVRational base) {
     return std::clamp(av_rescale_rnd(ticks, unit, base.den, AV_ROUND_DOWN), -kMaxTime, kMaxTime);
 }
 
-/// The tick that lasts at `time`: the last one that TimeOfTick does not put behind it.
-inline std::int64_t TickAt(REFERENCE_TIME time, AVRational base) {
+/// The tick that lasts at `time`: the last one that by TimeOfTick begins no later.
+inline std::int64_t TickAt(REFERENCE_TIME time, AVRational base) noexcept {
     if (base.num <= 0 || base.den <= 0) {
         return 0;
     }
@@ -31,8 +31,8 @@ inline std::int64_t TickAt(REFERENCE_TIME time, AVRational base) {
     return av_rescale_rnd(next, base.den, std::int64_t{kUnits} * base.num, AV_ROUND_UP) - 1;
 }
 
-/// A difference of two times or ticks, cut to what 64 bits hold.
-inline std::int64_t Difference(std::int64_t a, std::int64_t b) {
+/// The difference of two times or ticks, clamped to 64 bits.
+inline std::int64_t Difference(std::int64_t a, std::int64_t b) noexcept {
     return av_sat_sub64(a, b);
 }
 

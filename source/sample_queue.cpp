@@ -10,15 +10,13 @@ void SampleQueue::Open() {
     ended_ = S_OK;
 }
 
-bool SampleQueue::Put(FilledSample filled) {
+bool SampleQueue::Push(FilledSample filled) {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [this] { return closed_ || !waiting_.sample; });
     if (closed_) {
-        lock.unlock();
-        filled.sample->Release();
         return false;
     }
-    waiting_ = filled;
+    waiting_ = std::move(filled);
     changed_.notify_all();
     return true;
 }
@@ -29,7 +27,7 @@ void SampleQueue::End(HRESULT reason) {
     changed_.notify_all();
 }
 
-HRESULT SampleQueue::Take(FilledSample* filled) {
+HRESULT SampleQueue::Pop(FilledSample* filled) {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [this] { return waiting_.sample || ended_ != S_OK; });
     *filled = std::exchange(waiting_, {});
@@ -38,14 +36,11 @@ HRESULT SampleQueue::Take(FilledSample* filled) {
 }
 
 void SampleQueue::Close() {
-    std::unique_lock lock(mutex_);
+    FilledSample dropped;  // released without the lock: that may call the allocator's owner
+    const std::lock_guard lock(mutex_);
     closed_ = true;
-    const FilledSample dropped = std::exchange(waiting_, {});
+    dropped = std::exchange(waiting_, {});
     changed_.notify_all();
-    lock.unlock();
-    if (dropped.sample) {
-        dropped.sample->Release();
-    }
 }
 
 }  // namespace nyx::source

@@ -1,19 +1,20 @@
 #pragma once
 
 #include "baseclasses/platform.h"
+#include "platform/com.h"
 #include "platform/thread.h"
 #include "source/stream_format.h"
 
 namespace nyx::source {
 
-/// A sample on its way, whose reference goes with it.
+/// A filled sample on its way downstream.
 struct FilledSample {
-    IMediaSample* sample = nullptr;
+    ComPtr<IMediaSample> sample;
     REFERENCE_TIME start = 0;              ///< in the file
-    const StreamFormat* format = nullptr;  ///< what the sample is of; not owned
+    const StreamFormat* format = nullptr;  ///< of the sample; not owned
 };
 
-/// Hands samples from the thread that fills them to the one that delivers them, one at a time, so
+/// Passes samples from the thread that fills them to the one that delivers them, one at a time, so
 /// that the next is filled while downstream works.
 class SampleQueue {
   public:
@@ -22,15 +23,15 @@ class SampleQueue {
     SampleQueue(const SampleQueue&) = delete;
     SampleQueue& operator=(const SampleQueue&) = delete;
 
-    /// Empty and open.
+    /// Lets an empty queue take samples.
     void Open();
-    /// Waits for room and takes over the sample; releases it and gives false once closed.
-    bool Put(FilledSample filled);
-    /// No more will be put, for a reason: `S_FALSE` at the stream's end.
+    /// Waits for room; false once the queue is closed.
+    bool Push(FilledSample filled);
+    /// Says that no sample follows, for a reason: `S_FALSE` at the stream's end.
     void End(HRESULT reason);
-    /// Waits for the next sample; the reason of the end when there is none.
-    [[nodiscard]] HRESULT Take(FilledSample* filled);
-    /// Drops what waits and ends every wait of Put.
+    /// Waits for the next sample. Returns End's reason when there is none.
+    [[nodiscard]] HRESULT Pop(FilledSample* filled);
+    /// Drops the waiting sample and ends every wait of Push.
     void Close();
 
   private:

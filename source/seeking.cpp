@@ -12,16 +12,16 @@ namespace {
 constexpr DWORD kCapabilities = AM_SEEKING_CanSeekAbsolute | AM_SEEKING_CanSeekForwards |
                                 AM_SEEKING_CanSeekBackwards | AM_SEEKING_CanGetStopPos |
                                 AM_SEEKING_CanGetDuration;
-constexpr double kFastest = 100.0;
+constexpr double kMaxRate = 100.0;
 
 template <class T>
-HRESULT Put(T* to, const T& value) {
+HRESULT Store(T* to, const T& value) {
     CheckPointer(to, E_POINTER);
     *to = value;
     return S_OK;
 }
 
-/// A position in one format as one in the other.
+/// Converts a position from one time format to another.
 LONGLONG Convert(LONGLONG value, const GUID& from, const GUID& to, AVRational frame) {
     if (from == to) {
         return value;
@@ -32,14 +32,17 @@ LONGLONG Convert(LONGLONG value, const GUID& from, const GUID& to, AVRational fr
 }  // namespace
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetCapabilities(DWORD* capabilities) {
-    return Put(capabilities, kCapabilities);
+    return Store(capabilities, kCapabilities);
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::CheckCapabilities(DWORD* capabilities) {
     CheckPointer(capabilities, E_POINTER);
     const DWORD asked = *capabilities;
     *capabilities &= kCapabilities;
-    return *capabilities == asked ? S_OK : *capabilities != 0 ? S_FALSE : E_FAIL;
+    if (*capabilities == asked) {
+        return S_OK;
+    }
+    return *capabilities != 0 ? S_FALSE : E_FAIL;
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::IsFormatSupported(const GUID* format) {
@@ -49,11 +52,11 @@ HRESULT STDMETHODCALLTYPE PinSeeking::IsFormatSupported(const GUID* format) {
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::QueryPreferredFormat(GUID* format) {
-    return Put(format, TIME_FORMAT_MEDIA_TIME);
+    return Store(format, TIME_FORMAT_MEDIA_TIME);
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetTimeFormat(GUID* format) {
-    return Put(format, UsedFormat());
+    return Store(format, UsedFormat());
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::IsUsingTimeFormat(const GUID* format) {
@@ -69,16 +72,16 @@ HRESULT STDMETHODCALLTYPE PinSeeking::SetTimeFormat(const GUID* format) {
     return supported == S_FALSE ? E_INVALIDARG : supported;
 }
 
-HRESULT PinSeeking::PutTime(LONGLONG* value, REFERENCE_TIME time) const {
-    return Put(value, Convert(time, TIME_FORMAT_MEDIA_TIME, UsedFormat(), frame_));
+HRESULT PinSeeking::StoreTime(LONGLONG* value, REFERENCE_TIME time) const {
+    return Store(value, Convert(time, TIME_FORMAT_MEDIA_TIME, UsedFormat(), frame_));
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetDuration(LONGLONG* duration) {
-    return PutTime(duration, target_->Duration());
+    return StoreTime(duration, target_->Duration());
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetStopPosition(LONGLONG* stop) {
-    return PutTime(stop, target_->CurrentSegment().stop);
+    return StoreTime(stop, target_->CurrentSegment().stop);
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::ConvertTimeFormat(LONGLONG* target, const GUID* targetFormat,
@@ -88,11 +91,10 @@ HRESULT STDMETHODCALLTYPE PinSeeking::ConvertTimeFormat(LONGLONG* target, const 
     if (IsFormatSupported(&from) != S_OK || IsFormatSupported(&to) != S_OK) {
         return E_INVALIDARG;
     }
-    return Put(target, Convert(source, from, to, frame_));
+    return Store(target, Convert(source, from, to, frame_));
 }
 
-/// Where a position of SetPositions lies, kept inside the file; `base` is what it may be relative
-/// to.
+/// The time of a position of SetPositions, which may be relative to `base`, clamped to the file.
 HRESULT PinSeeking::ResolvePosition(const LONGLONG* value, DWORD how, REFERENCE_TIME base,
                                     REFERENCE_TIME* time) const {
     if (how == AM_SEEKING_NoPositioning) {
@@ -101,7 +103,7 @@ HRESULT PinSeeking::ResolvePosition(const LONGLONG* value, DWORD how, REFERENCE_
     CheckPointer(value, E_POINTER);
     LONGLONG origin = 0;
     if (how != AM_SEEKING_AbsolutePositioning) {
-        std::ignore = PutTime(&origin, base);
+        std::ignore = StoreTime(&origin, base);
     }
     const LONGLONG place = av_sat_add64(origin, *value);
     *time = std::clamp<REFERENCE_TIME>(Convert(place, UsedFormat(), TIME_FORMAT_MEDIA_TIME, frame_),
@@ -114,10 +116,10 @@ HRESULT STDMETHODCALLTYPE PinSeeking::SetPositions(LONGLONG* current, DWORD curr
     const DWORD currentHow = currentFlags & AM_SEEKING_PositioningBitsMask;
     const DWORD stopHow = stopFlags & AM_SEEKING_PositioningBitsMask;
     if (currentHow == AM_SEEKING_IncrementalPositioning) {
-        return E_INVALIDARG;  // only an end can be so far from a start
+        return E_INVALIDARG;  // only a stop position can be relative to a start
     }
     if ((currentFlags | stopFlags) & (AM_SEEKING_Segment | AM_SEEKING_NoFlush)) {
-        return E_NOTIMPL;  // a host that loops without a gap seeks at the end instead
+        return E_NOTIMPL;  // a host that loops seeks at the end instead
     }
     const Segment now = target_->CurrentSegment();
     REFERENCE_TIME start = now.start;
@@ -144,9 +146,9 @@ HRESULT STDMETHODCALLTYPE PinSeeking::SetPositions(LONGLONG* current, DWORD curr
 HRESULT STDMETHODCALLTYPE PinSeeking::GetPositions(LONGLONG* current, LONGLONG* stop) {
     const Segment now = target_->CurrentSegment();
     if (current) {
-        std::ignore = PutTime(current, now.start);
+        std::ignore = StoreTime(current, now.start);
     }
-    return stop ? PutTime(stop, now.stop) : S_OK;
+    return stop ? StoreTime(stop, now.stop) : S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetAvailable(LONGLONG* earliest, LONGLONG* latest) {
@@ -157,16 +159,16 @@ HRESULT STDMETHODCALLTYPE PinSeeking::GetAvailable(LONGLONG* earliest, LONGLONG*
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::SetRate(double rate) {
-    // Written so that what is no number is refused too.
-    return rate > 0.0 && rate <= kFastest ? target_->SetPlaybackRate(rate) : E_INVALIDARG;
+    // NaN fails both comparisons.
+    return rate > 0.0 && rate <= kMaxRate ? target_->SetPlaybackRate(rate) : E_INVALIDARG;
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetRate(double* rate) {
-    return Put(rate, target_->CurrentSegment().rate);
+    return Store(rate, target_->CurrentSegment().rate);
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetPreroll(LONGLONG* preroll) {
-    return Put<LONGLONG>(preroll, 0);  // every frame is a key frame
+    return Store<LONGLONG>(preroll, 0);  // every frame is a key frame
 }
 
 }  // namespace nyx::source

@@ -7,25 +7,25 @@
 
 namespace nyx::source {
 
-/// What is played of a file.
+/// The part of a file that is played.
 struct Segment {
     REFERENCE_TIME start = 0;
     REFERENCE_TIME stop = 0;
     double rate = 1.0;
 };
 
-/// What a pin's seeking acts on: the filter.
+/// The filter, as its pins' seeking sees it.
 class Seekable {
   public:
     virtual REFERENCE_TIME Duration() = 0;
     virtual Segment CurrentSegment() = 0;
-    /// Plays another segment, from its start; `pin` names who asks. The pins of a graph are all
-    /// asked the same: what one brought about is not repeated for the others.
+    /// Plays another segment, from its start. A graph asks every pin for the same segment: the
+    /// first `pin` that asks brings it about, the others change nothing.
     [[nodiscard]] virtual HRESULT SeekTo(const void* pin, REFERENCE_TIME start,
                                          REFERENCE_TIME stop) = 0;
     /// Moves the end alone.
     [[nodiscard]] virtual HRESULT StopAt(REFERENCE_TIME stop) = 0;
-    /// Plays on at another rate, from where it is.
+    /// Continues at another rate.
     [[nodiscard]] virtual HRESULT SetPlaybackRate(double rate) = 0;
 
   protected:
@@ -47,7 +47,7 @@ class PinSeeking : public IMediaSeeking {
     HRESULT STDMETHODCALLTYPE SetTimeFormat(const GUID* format) override;
     HRESULT STDMETHODCALLTYPE GetDuration(LONGLONG* duration) override;
     HRESULT STDMETHODCALLTYPE GetStopPosition(LONGLONG* stop) override;
-    /// Known to renderers alone.
+    /// Only renderers know it.
     HRESULT STDMETHODCALLTYPE GetCurrentPosition(LONGLONG*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE ConvertTimeFormat(LONGLONG* target, const GUID* targetFormat,
                                                 LONGLONG source, const GUID* sourceFormat) override;
@@ -66,7 +66,7 @@ class PinSeeking : public IMediaSeeking {
     [[nodiscard]] HRESULT ResolvePosition(const LONGLONG* value, DWORD how, REFERENCE_TIME base,
                                           REFERENCE_TIME* time) const;
     GUID UsedFormat() const { return countsFrames_ ? TIME_FORMAT_FRAME : TIME_FORMAT_MEDIA_TIME; }
-    [[nodiscard]] HRESULT PutTime(LONGLONG* value, REFERENCE_TIME time) const;
+    [[nodiscard]] HRESULT StoreTime(LONGLONG* value, REFERENCE_TIME time) const;
 
     Seekable* const target_;
     const AVRational frame_;  ///< seconds

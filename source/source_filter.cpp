@@ -4,6 +4,7 @@
 #include <cwchar>
 #include <limits>
 #include <new>
+#include <tuple>
 
 #include "platform/class_ids.h"
 #include "source/disk_file.h"
@@ -45,7 +46,7 @@ CBasePin* FootageSource::GetPin(int n) {
     return n >= 0 && n < GetPinCount() ? pins_[static_cast<std::size_t>(n)].get() : nullptr;
 }
 
-HRESULT STDMETHODCALLTYPE FootageSource::Load(LPCOLESTR path, const AM_MEDIA_TYPE*) {
+HRESULT STDMETHODCALLTYPE FootageSource::Load(LPCOLESTR path, const AM_MEDIA_TYPE*) noexcept {
     CheckPointer(path, E_POINTER);
     CAutoLock lock(&lock_);
     if (file_) {
@@ -53,14 +54,14 @@ HRESULT STDMETHODCALLTYPE FootageSource::Load(LPCOLESTR path, const AM_MEDIA_TYP
     }
     try {
         const HRESULT result = OpenFile(path);
-        ReportLeftOut();
+        ReportUnsupported();
         return result;
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
     }
 }
 
-/// All that Load makes is made before any of it is kept.
+/// Makes everything before it keeps anything: a failure changes nothing.
 HRESULT FootageSource::OpenFile(const wchar_t* path) {
     std::wstring kept = path;
     auto bytes = std::make_unique<DiskFile>();
@@ -101,12 +102,15 @@ HRESULT FootageSource::OpenFile(const wchar_t* path) {
 HRESULT STDMETHODCALLTYPE FootageSource::JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) {
     CAutoLock lock(&lock_);
     const HRESULT result = CBaseFilter::JoinFilterGraph(graph, name);
-    ReportLeftOut();
+    ReportUnsupported();
     return result;
 }
 
-void FootageSource::ReportLeftOut() {
-    for (const LeftOut& stream : file_&& m_pGraph ? file_->leftOut() : std::vector<LeftOut>()) {
+void FootageSource::ReportUnsupported() {
+    if (!file_ || !m_pGraph) {
+        return;
+    }
+    for (const UnsupportedStream& stream : file_->unsupported()) {
         NotifyEvent(EC_STREAM_ERROR_STOPPED, stream.reason, stream.index);
     }
 }
@@ -129,7 +133,7 @@ HRESULT STDMETHODCALLTYPE FootageSource::Pause() {
     if (starts && SUCCEEDED(result)) {
         result = StartStreaming();
         if (FAILED(result)) {
-            Stop();
+            std::ignore = Stop();  // the failure to start is the one to return
         }
     }
     return result;
@@ -143,7 +147,7 @@ HRESULT STDMETHODCALLTYPE FootageSource::Stop() {
     HRESULT result = S_OK;
     for (const auto& pin : pins_) {
         if (!IsStopped() && pin->IsConnected()) {
-            const HRESULT stopped = pin->Inactive();  // takes the buffers for which a thread waits
+            const HRESULT stopped = pin->Inactive();  // ends a thread's wait for a buffer
             result = SUCCEEDED(result) ? stopped : result;
         }
     }
@@ -176,13 +180,13 @@ HRESULT FootageSource::StartStreaming() {
         }
         readAhead_->Start(segment_.start, wanted);
     } catch (const std::exception&) {
-        return E_OUTOFMEMORY;  // there is no memory, or can be no thread
+        return E_OUTOFMEMORY;  // no memory, or no thread can start
     }
     ApplyStopTime();
     constexpr REFERENCE_TIME kNever = std::numeric_limits<REFERENCE_TIME>::max();
     const REFERENCE_TIME cut = file_->rawDv().FirstRefused(
         segment_.start, kNever,
-        [this](const AVDVProfile& system) { return pins_.front()->Takes(system); });
+        [this](const AVDVProfile& system) { return pins_.front()->Accepts(system); });
     HRESULT result = S_OK;
     for (std::size_t i = 0; i < pins_.size() && SUCCEEDED(result); ++i) {
         if (pins_[i]->IsConnected()) {
@@ -192,7 +196,7 @@ HRESULT FootageSource::StartStreaming() {
     return result;
 }
 
-/// Tells the pins where to stop: nowhere for the file's end, which may be estimated, or grow.
+/// Sets where the pins stop: nowhere for the file's end, which may be estimated or move.
 void FootageSource::ApplyStopTime() {
     const bool toTheEnd = segment_.stop >= file_->duration();
     for (const auto& pin : pins_) {
@@ -210,7 +214,7 @@ void FootageSource::FinishStreaming() {
     }
 }
 
-/// Drops what is on its way and streams from the segment's start.
+/// Drops the samples on their way and streams from the segment's start.
 HRESULT FootageSource::Flush() {
     if (IsStopped()) {
         return S_OK;

@@ -18,7 +18,7 @@ class FootageSource final : public CBaseFilter,
                             public ISupportErrorInfo,
                             public Seekable {
   public:
-    /// As the class factory wants it.
+    /// For the class factory, which takes over the object; null without memory.
     static CUnknown* CALLBACK Create(LPUNKNOWN outer, HRESULT* result);
     ~FootageSource() override { FinishStreaming(); }
 
@@ -27,20 +27,21 @@ class FootageSource final : public CBaseFilter,
 
     int GetPinCount() override;
     CBasePin* GetPin(int n) override;
-    /// Pins are found by their names.
+    /// A pin's id is its name.
     HRESULT STDMETHODCALLTYPE FindPin(LPCWSTR id, IPin** pin) override;
     HRESULT STDMETHODCALLTYPE JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) override;
     HRESULT STDMETHODCALLTYPE Stop() override;
     HRESULT STDMETHODCALLTYPE Pause() override;
 
-    /// Opens a file, once: `E_UNEXPECTED` for another. The system's error for a file that cannot be
-    /// read, else one of failures.h or `E_OUTOFMEMORY`; the filter then is as before. The type is
-    /// not looked at. For each stream that no pin delivers the graph gets `EC_STREAM_ERROR_STOPPED`
-    /// with the reason and the stream's number in the file, here or when the filter joins it.
-    HRESULT STDMETHODCALLTYPE Load(LPCOLESTR path, const AM_MEDIA_TYPE* type) override;
-    /// The name that Load was given, null before.
+    /// Opens a file, once: `E_UNEXPECTED` for another. Returns the system's error for a file that
+    /// cannot be read, one of failures.h, or `E_OUTOFMEMORY`, and changes nothing then. Ignores the
+    /// type. For each unsupported stream the graph gets `EC_STREAM_ERROR_STOPPED` with the reason
+    /// and the stream's number in the file, here or when the filter joins it.
+    HRESULT STDMETHODCALLTYPE Load(LPCOLESTR path, const AM_MEDIA_TYPE* type) noexcept override;
+    /// The path that Load got; null before.
     HRESULT STDMETHODCALLTYPE GetCurFile(LPOLESTR* path, AM_MEDIA_TYPE* type) override;
-    /// `S_OK` for IFileSourceFilter: when Load refuses a file, the thread's IErrorInfo says why.
+    /// `S_OK` for IFileSourceFilter: when Load refuses a file, the thread's IErrorInfo has the
+    /// reason.
     HRESULT STDMETHODCALLTYPE InterfaceSupportsErrorInfo(REFIID iid) override {
         return iid == IID_IFileSourceFilter ? S_OK : S_FALSE;
     }
@@ -58,15 +59,15 @@ class FootageSource final : public CBaseFilter,
 
     void SetSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate);
     [[nodiscard]] HRESULT OpenFile(const wchar_t* path);
-    void ReportLeftOut();
+    void ReportUnsupported();
     [[nodiscard]] HRESULT StartStreaming();
     void ApplyStopTime();
     void FinishStreaming();
     [[nodiscard]] HRESULT Flush();
 
     CCritSec lock_;
-    /// Innermost, of what downstream asks for from a streaming thread: the pins and the segment.
-    /// The filter lock may be held by one who waits for that very thread.
+    /// The innermost lock, of the pins and the segment. Downstream asks for them from a streaming
+    /// thread, while the thread that holds the filter's lock may wait for that very thread.
     CCritSec stateLock_;
     OpenProgress progress_;
     std::wstring path_;
@@ -74,7 +75,7 @@ class FootageSource final : public CBaseFilter,
     std::unique_ptr<ReadAhead> readAhead_;
     std::vector<std::unique_ptr<SourcePin>> pins_;
     Segment segment_;
-    std::vector<const void*> pinsThatSought_;  ///< pins that asked for the segment as it is
+    std::vector<const void*> pinsThatSought_;  ///< the pins that asked for this segment
 };
 
 }  // namespace nyx::source

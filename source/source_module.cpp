@@ -1,5 +1,5 @@
 /// @file
-/// The library's entry points and the one class that it serves.
+/// The library's entry points and its one class.
 
 #include "baseclasses/streams.h"
 #include "platform/class_ids.h"
@@ -11,22 +11,26 @@ namespace {
 constexpr AMOVIESETUP_MEDIATYPE kTypes[] = {{&MEDIATYPE_Video, &GUID_NULL},
                                             {&MEDIATYPE_Audio, &GUID_NULL}};
 
-AMOVIESETUP_PIN OutputPin() {
-    AMOVIESETUP_PIN pin{};
-    pin.strName = const_cast<wchar_t*>(L"Output");
-    pin.bOutput = TRUE;
-    pin.bZero = TRUE;
-    pin.bMany = TRUE;
-    pin.nMediaTypes = 2;
-    pin.lpMediaType = kTypes;
-    return pin;
-}
+wchar_t pinName[] = L"Output";
 
-const AMOVIESETUP_PIN kPin = OutputPin();
+constexpr AMOVIESETUP_PIN kPin = {.strName = pinName,
+                                  .bRendered = FALSE,
+                                  .bOutput = TRUE,
+                                  .bZero = TRUE,
+                                  .bMany = TRUE,
+                                  .clsConnectsToFilter = nullptr,
+                                  .strConnectsToPin = nullptr,
+                                  .nMediaTypes = 2,
+                                  .lpMediaType = kTypes};
 
-// Found by its name and by what a file is, never by a search for a filter that connects.
-const AMOVIESETUP_FILTER kSetup = {
-    &CLSID_NyxFootageSource, nyx::source::kFootageSourceName, MERIT_DO_NOT_USE, 1, &kPin, nullptr};
+// With this merit, hosts find the filter by its name or by a file's kind, never by a search for a
+// filter that connects.
+constexpr AMOVIESETUP_FILTER kSetup = {.clsID = &CLSID_NyxFootageSource,
+                                       .strName = nyx::source::kFootageSourceName,
+                                       .dwMerit = MERIT_DO_NOT_USE,
+                                       .nPins = 1,
+                                       .lpPin = &kPin,
+                                       .clsCategory = nullptr};
 
 }  // namespace
 
@@ -40,8 +44,8 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved
     return DllEntryPoint(instance, reason, reserved);
 }
 
-/// What regsvr32 /n /i:KINDS calls: registers the source for those kinds of files and no others, or
-/// with /u takes it out.
+/// Called by regsvr32 /n /i:KINDS: registers the source for those kinds of files only, or with /u
+/// unregisters it.
 STDAPI DllInstall(BOOL enter, LPCWSTR kinds) {
     const HRESULT types = nyx::source::UnregisterFileTypes();
     const HRESULT classes = AMovieDllRegisterServer2(enter);

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 #include <exception>
+#include <new>
+#include <utility>
 
 #include "source/failures.h"
 #include "source/media_types.h"
@@ -11,18 +13,18 @@
 namespace nyx::source {
 namespace {
 
-/// One that downstream works on and one that is being filled: a third of a large picture's would
-/// only push the others out of the processor's cache.
+/// One that downstream works on and one that is being filled. A third large picture would only push
+/// them out of the processor's cache.
 constexpr long kVideoBuffers = 2;
 constexpr long kAudioBuffers = 4;
 constexpr int kAudioBuffersPerSecond = 5;
 
-/// Downstream takes nothing more for now, by its own will: a stop, a flush.
+/// Whether downstream accepts nothing more for now, because it stops or flushes.
 bool EndsStream(HRESULT result) {
     return result == kCancelled || result == VFW_E_WRONG_STATE || result == VFW_E_NOT_COMMITTED;
 }
 
-/// Frames of sound that begin before `time`, which is at least 0, from the file's start on.
+/// The number of frames of audio that begin before `time`, at least 0, from the file's start on.
 std::int64_t FramesBefore(REFERENCE_TIME time, AVRational clock) {
     return TickAt(time - 1, clock) + 1;
 }
@@ -59,18 +61,28 @@ HRESULT SourcePin::GetMediaType(int position, CMediaType* type) {
 }
 
 HRESULT SourcePin::CompleteConnect(IPin* peer) {
-    form_ = m_mt.formattype == FORMAT_VideoInfo ? 1 : 0;
-    formats_ = {format_};
+    typePosition_ = m_mt.formattype == FORMAT_VideoInfo ? 1 : 0;
+    try {
+        formats_ = {format_};
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
     deliveredFormat_ = &formats_.front();
     return CBaseOutputPin::CompleteConnect(peer);
 }
 
 ALLOCATOR_PROPERTIES SourcePin::Buffers() const {
     if (format_.video) {
-        return {kVideoBuffers, static_cast<long>(format_.video->largestPacket), 1, 0};
+        return {.cBuffers = kVideoBuffers,
+                .cbBuffer = static_cast<long>(format_.video->largestPacket),
+                .cbAlign = 1,
+                .cbPrefix = 0};
     }
     const int frames = format_.audio.rate / kAudioBuffersPerSecond + 1;
-    return {kAudioBuffers, long{frames} * format_.audio.deliveredFrame(), 1, 0};
+    return {.cBuffers = kAudioBuffers,
+            .cbBuffer = long{frames} * format_.audio.deliveredFrame(),
+            .cbAlign = 1,
+            .cbPrefix = 0};
 }
 
 HRESULT SourcePin::DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* request) {
@@ -86,7 +98,7 @@ HRESULT SourcePin::DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTI
 }
 
 HRESULT SourcePin::StartStreaming(FootageFile* file, ReadAhead* packets, std::size_t stream,
-                                  const Segment& segment, REFERENCE_TIME cut) {
+                                  const Segment& segment, REFERENCE_TIME cut) noexcept {
     file_ = file;
     packets_ = packets;
     stream_ = stream;
@@ -116,31 +128,35 @@ void SourcePin::FinishStreaming() {
     }
 }
 
-void SourcePin::FillSamples() {
+void SourcePin::FillSamples() noexcept {
     HRESULT result = S_OK;
-    while (result == S_OK) {
-        Packet packet;
-        result = packets_->Next(stream_, &packet);
-        if (result == S_OK && packet.start >= stop_) {
-            result = S_FALSE;
-        } else if (result == S_OK && packet.start >= cut_) {
-            reachedCut_ = format_.video.has_value();
-            result = S_FALSE;
-        } else if (result == S_OK) {
-            result = format_.video ? PutPicture(packet) : PushAudio(packet);
+    try {
+        while (result == S_OK) {
+            Packet packet;
+            result = packets_->Pop(stream_, &packet);
+            if (result == S_OK && packet.start >= stop_) {
+                result = S_FALSE;
+            } else if (result == S_OK && packet.start >= cut_) {
+                reachedCut_ = format_.video.has_value();
+                result = S_FALSE;
+            } else if (result == S_OK) {
+                result = format_.video ? PushPicture(packet) : PushAudio(packet);
+            }
         }
+    } catch (const std::bad_alloc&) {
+        result = E_OUTOFMEMORY;
     }
     packets_->Close(stream_);
     filled_.End(result);
 }
 
-void SourcePin::DeliverSamples() {
+void SourcePin::DeliverSamples() noexcept {
     const HRESULT apartment = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
     DeliverNewSegment(segment_.start, segment_.stop, segment_.rate);
     HRESULT result = S_OK;
     while (result == S_OK) {
         FilledSample filled;
-        result = filled_.Take(&filled);
+        result = filled_.Pop(&filled);
         if (result == S_OK) {
             result = DeliverOne(filled);
         }
@@ -162,8 +178,7 @@ void SourcePin::DeliverSamples() {
     }
 }
 
-/// Delivers a sample and lets go of it. A frame that downstream finds damaged costs no more than
-/// itself.
+/// Delivers a sample. A picture that downstream rejects as damaged is skipped.
 HRESULT SourcePin::DeliverOne(const FilledSample& filled) {
     filled.sample->SetDiscontinuity(discontinuity_);
     position_ = filled.start;
@@ -174,13 +189,12 @@ HRESULT SourcePin::DeliverOne(const FilledSample& filled) {
         result = filled.sample->SetMediaType(&type);
     }
     if (SUCCEEDED(result)) {
-        result = Deliver(filled.sample);
+        result = Deliver(filled.sample.Get());
     }
-    if (changed && result == S_OK) {  // else downstream has not seen it
+    if (changed && result == S_OK) {  // otherwise downstream has not seen the type
         deliveredFormat_ = filled.format;
         result = StoreMediaType(type);
     }
-    filled.sample->Release();
     discontinuity_ = result == E_FAIL;
     if (result == E_FAIL && format_.video) {
         m_pFilter->NotifyEvent(EC_STREAM_ERROR_STILLPLAYING, result, 0);
@@ -189,20 +203,20 @@ HRESULT SourcePin::DeliverOne(const FilledSample& filled) {
     return result == S_FALSE ? kCancelled : result;
 }
 
-REFERENCE_TIME SourcePin::InSegment(REFERENCE_TIME time) const {
+REFERENCE_TIME SourcePin::ToSegment(REFERENCE_TIME time) const {
     const REFERENCE_TIME offset = Difference(time, segment_.start);
     return segment_.rate == 1.0
                ? offset
                : static_cast<REFERENCE_TIME>(static_cast<double>(offset) / segment_.rate);
 }
 
-/// Hands on what `fill` puts into a buffer, with the times in the segment of those in the file.
+/// Queues a sample that `fill` writes. Its times are those in the file.
 template <class Fill>
-HRESULT SourcePin::PutSample(REFERENCE_TIME start, REFERENCE_TIME stop, std::int64_t bytes,
-                             Fill fill) {
-    IMediaSample* sample = nullptr;
+HRESULT SourcePin::PushSample(REFERENCE_TIME start, REFERENCE_TIME stop, std::int64_t bytes,
+                              Fill fill) {
+    ComPtr<IMediaSample> sample;
     if (FAILED(m_pAllocator->GetBuffer(&sample, nullptr, nullptr, 0))) {
-        return VFW_E_NOT_COMMITTED;  // the one reason to get none
+        return VFW_E_NOT_COMMITTED;  // the only reason why there is none
     }
     BYTE* to = nullptr;
     HRESULT result = sample->GetPointer(&to);
@@ -213,37 +227,36 @@ HRESULT SourcePin::PutSample(REFERENCE_TIME start, REFERENCE_TIME stop, std::int
         result = fill(to);
     }
     if (result != S_OK) {
-        sample->Release();
         return result;
     }
-    REFERENCE_TIME from = InSegment(start);
-    REFERENCE_TIME until = InSegment(stop);
+    REFERENCE_TIME from = ToSegment(start);
+    REFERENCE_TIME until = ToSegment(stop);
     sample->SetTime(&from, &until);
     sample->SetMediaTime(nullptr, nullptr);
     sample->SetMediaType(nullptr);
     sample->SetSyncPoint(TRUE);
     sample->SetPreroll(FALSE);
     sample->SetActualDataLength(static_cast<long>(bytes));
-    return filled_.Put({sample, start, filledFormat_}) ? S_OK : kCancelled;
+    return filled_.Push({std::move(sample), start, filledFormat_}) ? S_OK : kCancelled;
 }
 
-/// The type of a format in the form that was agreed on.
+/// The type of a format, with the kind of format block that was agreed on.
 HRESULT SourcePin::FillType(const StreamFormat& format, CMediaType* type) const {
-    return FillMediaType(format, form_, type);
+    return FillMediaType(format, typePosition_, type);
 }
 
-bool SourcePin::IsTaken(const StreamFormat& format) const {
+bool SourcePin::IsAccepted(const StreamFormat& format) const {
     CMediaType type;
     return SUCCEEDED(FillType(format, &type)) && m_Connected->QueryAccept(&type) == S_OK;
 }
 
-bool SourcePin::Takes(const AVDVProfile& system) const {
+bool SourcePin::Accepts(const AVDVProfile& system) const {
     const StreamFormat format = WithSystem(format_, system);
-    return !IsConnected() || IsSameFormat(*deliveredFormat_, format) || IsTaken(format);
+    return !IsConnected() || IsSameFormat(*deliveredFormat_, format) || IsAccepted(format);
 }
 
-/// Goes on in a format that may differ from the one before, if downstream takes it.
-bool SourcePin::Follow(const StreamFormat& format) {
+/// Continues in a format that may differ from the one before; false if downstream refuses it.
+bool SourcePin::SwitchTo(const StreamFormat& format) {
     const auto same = [&format](const StreamFormat& one) { return IsSameFormat(one, format); };
     if (same(*filledFormat_)) {
         return true;
@@ -251,7 +264,7 @@ bool SourcePin::Follow(const StreamFormat& format) {
     if (refused_ && same(*refused_)) {
         return false;
     }
-    if (!IsTaken(format)) {
+    if (!IsAccepted(format)) {
         refused_ = format;
         return false;
     }
@@ -260,40 +273,41 @@ bool SourcePin::Follow(const StreamFormat& format) {
     return true;
 }
 
-HRESULT SourcePin::PutPicture(const Packet& packet) {
-    if (packet.system && !Follow(WithSystem(format_, *packet.system))) {
+HRESULT SourcePin::PushPicture(const Packet& packet) {
+    if (packet.system && !SwitchTo(WithSystem(format_, *packet.system))) {
         return VFW_E_TYPE_NOT_ACCEPTED;
     }
-    return PutSample(packet.start, packet.stop, static_cast<std::int64_t>(packet.size()),
-                     [&](BYTE* to) { return file_->Copy(packet, to); });
+    return PushSample(packet.start, packet.stop, static_cast<std::int64_t>(packet.size()),
+                      [&](BYTE* to) { return file_->Copy(packet, to); });
 }
 
 HRESULT SourcePin::PushAudio(const Packet& packet) {
     StreamFormat format = format_;
     format.audio.rate = packet.rate;
-    const bool silent = !Follow(format);
+    const bool silent = !SwitchTo(format);
     const AudioFormat& audio = filledFormat_->audio;
     const AVRational clock = av_make_q(1, audio.rate);
-    // Counted in frames of sound from the file's start, so that nothing is rounded twice.
+    // Counted in frames of audio from the file's start, so that nothing is rounded twice.
     const std::int64_t begin = av_rescale(packet.start, audio.rate, kUnits);
     const std::int64_t end = silent ? av_rescale(packet.stop, audio.rate, kUnits)
                                     : begin + packet.data->size / audio.storedFrame();
     const std::int64_t last =
         std::min(end, FramesBefore(std::min<REFERENCE_TIME>(stop_, cut_), clock));
-    const std::int64_t most = Buffers().cbBuffer / audio.deliveredFrame();
+    const std::int64_t max = Buffers().cbBuffer / audio.deliveredFrame();
     std::int64_t first = std::max(begin, FramesBefore(segment_.start, clock));
     while (first < last) {
-        const std::int64_t count = std::min(last - first, most);
-        const HRESULT result = PutSample(
-            TimeOfTick(first, clock), TimeOfTick(first + count, clock),
-            count * audio.deliveredFrame(), [&](BYTE* to) {
-                const auto samples = static_cast<std::size_t>(count * audio.channels);
+        const std::int64_t count = std::min(last - first, max);
+        const std::int64_t bytes = count * audio.deliveredFrame();
+        const HRESULT result = PushSample(
+            TimeOfTick(first, clock), TimeOfTick(first + count, clock), bytes, [&](BYTE* to) {
                 if (silent) {
-                    std::memset(to, 0,
-                                samples * static_cast<std::size_t>(audio.pcm.deliveredBytes));
+                    std::memset(to, 0, static_cast<std::size_t>(bytes));
                 } else {
-                    const std::int64_t from = (first - begin) * audio.storedFrame();
-                    ConvertPcm(audio.pcm, packet.bytes().data() + from, samples, to);
+                    ConvertPcm(audio.pcm,
+                               packet.bytes().Slice(
+                                   static_cast<std::size_t>((first - begin) * audio.storedFrame()),
+                                   static_cast<std::size_t>(count * audio.storedFrame())),
+                               to);
                 }
                 return S_OK;
             });

@@ -13,14 +13,14 @@
 namespace nyx::source {
 namespace {
 
-constexpr std::size_t kMaxGroup = 16;  // of pictures; longer ones are not made
+constexpr std::size_t kMaxGroup = 16;  // pictures; encoders make no longer groups
 constexpr char kMov[] = "mov,mp4,m4a,3gp,3g2,mj2";
 constexpr char kMxf[] = "mxf";
-constexpr LONG kWidest = 16384;
-constexpr std::int64_t kMaxBytes = 256 << 20;  // more than any buffer of a 32-bit process should be
-constexpr int kFastest = 1000;                 // frames per second
+constexpr LONG kMaxSide = 16384;
+constexpr std::int64_t kMaxBytes = 256 << 20;  // of a buffer, in a 32-bit process
+constexpr int kMaxRate = 1000;                 // frames per second
 constexpr int kMaxChannels = 64;
-constexpr int kMaxSamples = 768000;  // a second
+constexpr int kMaxSamples = 768000;  // per second
 
 bool IsSet(AVRational value) {
     return value.num > 0 && value.den > 0;
@@ -28,6 +28,17 @@ bool IsSet(AVRational value) {
 
 ByteSpan BytesOf(const AVPacket& packet) {
     return {packet.data, static_cast<std::size_t>(packet.size)};
+}
+
+AVFieldOrder FieldsOfDv(int height) {
+    switch (height) {
+        case 720:
+            return AV_FIELD_PROGRESSIVE;
+        case 1080:
+            return AV_FIELD_TT;
+        default:
+            return AV_FIELD_BB;
+    }
 }
 
 bool DescribeDv(const AVPacket& frame, VideoFormat* format) {
@@ -47,9 +58,7 @@ bool DescribeDv(const AVPacket& frame, VideoFormat* format) {
         format->aspect = wide ? AVRational{16, 9} : AVRational{4, 3};
     }
     if (format->fields == AV_FIELD_UNKNOWN) {
-        format->fields = height == 720    ? AV_FIELD_PROGRESSIVE
-                         : height == 1080 ? AV_FIELD_TT
-                                          : AV_FIELD_BB;
+        format->fields = FieldsOfDv(height);
     }
     return format->fourcc != 0;
 }
@@ -64,7 +73,7 @@ bool DescribeMpeg(const Packets& seen, VideoFormat* format) {
     });
 }
 
-/// The aspect of a whole picture by that of a pixel, which may be unknown.
+/// The aspect of a whole picture, given that of a pixel, which may be unknown.
 AVRational AspectOf(int width, int height, AVRational pixel) {
     AVRational aspect{};
     if (IsSet(pixel)) {
@@ -74,25 +83,25 @@ AVRational AspectOf(int width, int height, AVRational pixel) {
     return aspect;
 }
 
-/// The rate of the pictures in AVI, by the ticks at which they begin: the clock may be a multiple
-/// of it. Nothing without an index of some of them.
+/// The rate of the pictures in AVI, given the ticks at which they begin: the clock may run at a
+/// multiple of it. Nothing without an index of some of them.
 AVRational RateOfTicks(AVStream* stream) {
-    constexpr int kFewest = 4;
+    constexpr int kMinEntries = 4;
     const int count = avformat_index_get_entries_count(stream);
-    std::int64_t ticks = 0;  // between any two pictures, a multiple of so many
+    std::int64_t ticks = 0;  // the greatest common divisor of the pictures' distances
     for (int i = 1; i < count && ticks != 1; ++i) {
         ticks = std::gcd(ticks, Difference(avformat_index_get_entry(stream, i)->timestamp,
                                            avformat_index_get_entry(stream, i - 1)->timestamp));
     }
     AVRational rate{};
-    if (count >= kFewest && ticks > 0) {
+    if (count >= kMinEntries && ticks > 0) {
         av_reduce(&rate.num, &rate.den, stream->time_base.den, stream->time_base.num * ticks,
                   INT32_MAX);
     }
     return rate;
 }
 
-/// The longest packet that the container's index names, 0 without one for all frames.
+/// The longest packet in the container's index; 0 unless the index names every frame.
 std::int64_t LongestIndexed(AVStream* stream, AVRational rate) {
     const int count = avformat_index_get_entries_count(stream);
     const std::int64_t indexed = av_rescale_q(count, av_inv_q(rate), stream->time_base);
@@ -106,7 +115,7 @@ std::int64_t LongestIndexed(AVStream* stream, AVRational rate) {
     return shortest > 0 ? longest : 0;
 }
 
-/// Sizes and bit rate, once the picture is known; false for more than can be handled.
+/// Sets sizes and bit rate, once the picture is described; false for too large frames.
 bool Measure(AVStream* stream, VideoFormat* format) {
     if (format->fourcc == FourCC("Q210")) {  // groups of 48 pixels and 128 bytes
         format->wholeFrame = static_cast<DWORD>((format->width + 47) / 48 * 128 * format->height);
@@ -125,10 +134,15 @@ bool Measure(AVStream* stream, VideoFormat* format) {
     return longest <= kMaxBytes;
 }
 
-/// A track of DV frames for the sound in them, which the container takes out.
+/// A track of MOV that holds frames of DV for their audio, which libavformat extracts.
 bool IsDvTrack(const AVStream* stream) {
     const DWORD tag = stream->codecpar->codec_tag;
     return tag == FourCC("dvca") || tag == FourCC("vdva");
+}
+
+/// Whether libavformat reads the payloads of a stream.
+bool IsInspected(const AVStream* stream) {
+    return IsDvTrack(stream) || stream->codecpar->codec_id == AV_CODEC_ID_MPEG2VIDEO;
 }
 
 }  // namespace
@@ -146,6 +160,11 @@ StreamFormat WithSystem(const StreamFormat& stream, const AVDVProfile& system) {
     changed.video->height = system.height;
     changed.video->rate = av_inv_q(system.time_base);
     return changed;
+}
+
+std::int64_t FrameTicks(const StreamFormat& stream) {
+    const AVRational frame = av_inv_q(stream.video->rate);
+    return std::max<std::int64_t>(av_rescale_q(1, frame, stream.timeBase), 1);
 }
 
 bool CarriesDvAudio(const AVFormatContext& file, const AVStream& stream) {
@@ -174,12 +193,12 @@ bool CountsTicks(const AVFormatContext& file) {
     return CountsFields(file) || IsAvi(file);
 }
 
-bool CanStayInFile(const AVFormatContext& file, const StreamFormat& first) {
-    const DWORD fourcc = first.video ? first.video->fourcc : FourCC("QMIC");
+bool MayDefer(const AVFormatContext& file, const StreamFormat& first) {
+    const DWORD fourcc = first.video ? first.video->fourcc : 0;
     const std::string_view kind = file.iformat->name;
-    return fourcc == FourCC("Q210") ||
-           (fourcc != FourCC("QMIC") && (kind == kMov || kind == kMxf) &&
-            std::none_of(file.streams, file.streams + file.nb_streams, IsDvTrack));
+    const bool known = fourcc == FourCC("Q210") ||
+                       (fourcc != 0 && fourcc != FourCC("QMIC") && (kind == kMov || kind == kMxf));
+    return known && std::none_of(file.streams, file.streams + file.nb_streams, IsInspected);
 }
 
 std::size_t FramesToSee(const AVCodecParameters& parameters) {
@@ -211,14 +230,17 @@ HRESULT DescribeVideo(AVFormatContext* file, AVStream* stream, const Packets& se
     if (IsAvi(*file) && !IsSet(format->rate)) {
         format->rate = RateOfTicks(stream);
     }
+    if (coding == Coding::kMpeg2 && !IsSet(format->rate)) {
+        format->rate = ReadMpegPicture(BytesOf(*seen.front())).rate;
+    }
     format->rate = IsSet(format->rate) ? format->rate : stream->r_frame_rate;
     format->bitCount = format->fourcc == FourCC("Q210") ? 20 : 24;
     if (coding == Coding::kTagged && parameters.bits_per_coded_sample > 0) {
         format->bitCount = static_cast<WORD>(parameters.bits_per_coded_sample);
     }
-    if (format->width <= 0 || format->height <= 0 || format->width > kWidest ||
-        format->height > kWidest || !IsSet(format->rate) ||
-        format->rate.num / format->rate.den > kFastest) {
+    if (format->width <= 0 || format->height <= 0 || format->width > kMaxSide ||
+        format->height > kMaxSide || !IsSet(format->rate) ||
+        format->rate.num / format->rate.den > kMaxRate) {
         return kUnsupportedVideo;
     }
     if (!IsSet(format->aspect)) {
@@ -236,7 +258,7 @@ bool DescribeAudio(const AVCodecParameters& parameters, AudioFormat* format) {
         parameters.sample_rate <= 0 || parameters.sample_rate > kMaxSamples) {
         return false;
     }
-    *format = {*pcm, parameters.sample_rate, layout.nb_channels, 0, false};
+    *format = {.pcm = *pcm, .rate = parameters.sample_rate, .channels = layout.nb_channels};
     if (layout.order == AV_CHANNEL_ORDER_NATIVE && layout.u.mask >> 18 == 0) {
         format->channelMask = static_cast<DWORD>(layout.u.mask);
     } else if (layout.nb_channels <= 2) {

@@ -8,10 +8,10 @@
 
 namespace nyx::source {
 
-/// What a video pin says of its stream.
+/// The format of a stream of video.
 struct VideoFormat {
     DWORD fourcc = 0;
-    WORD bitCount = 0;  ///< as the decoder of the FourCC knows it
+    WORD bitCount = 0;  ///< as the decoder of the FourCC expects it
     LONG width = 0;
     LONG height = 0;      ///< as shown
     AVRational rate{};    ///< frames per second
@@ -22,13 +22,13 @@ struct VideoFormat {
     DWORD wholeFrame = 1;     ///< bytes; a shorter packet is a torn frame
 };
 
-/// What an audio pin says of its stream.
+/// The format of a stream of audio.
 struct AudioFormat {
     PcmFormat pcm{};
     int rate = 0;  ///< frames per second
     int channels = 0;
     DWORD channelMask = 0;  ///< as in WAVEFORMATEXTENSIBLE, 0 when not known
-    bool inDv = false;      ///< taken out of frames of DV, whose rate may change
+    bool inDv = false;      ///< extracted from frames of DV, whose rate may change
 
     int storedFrame() const { return pcm.storedBytes * channels; }
     int deliveredFrame() const { return pcm.deliveredBytes * channels; }
@@ -38,34 +38,39 @@ struct AudioFormat {
 struct StreamFormat {
     int index = 0;  ///< in the file
     AVRational timeBase{};
-    REFERENCE_TIME start = 0;  ///< of its first packet, as the container counts
+    REFERENCE_TIME start = 0;  ///< of its first packet, in the container
     REFERENCE_TIME duration = 0;
-    std::optional<VideoFormat> video;
-    AudioFormat audio;  ///< of a stream without video
+    std::optional<VideoFormat> video{};
+    AudioFormat audio{};  ///< of a stream without video
 };
 
-/// Whether what may change in the course of a stream is the same: the system of DV, the rate of
-/// sound.
+/// Whether two formats of a stream agree in what may change in its course: the system of DV, the
+/// rate of audio.
 bool IsSameFormat(const StreamFormat& a, const StreamFormat& b);
 
-/// A video stream as it goes on in another system of DV.
+/// The format of a video stream that continues in another system of DV.
 StreamFormat WithSystem(const StreamFormat& stream, const AVDVProfile& system);
+
+/// How long a picture lasts, in ticks of the stream's time base; at least one.
+std::int64_t FrameTicks(const StreamFormat& stream);
 
 using Packets = std::vector<LibavPtr<AVPacket>>;
 
-/// How many frames of a stream must be seen before it can be described.
+/// How many frames of a stream DescribeVideo needs.
 std::size_t FramesToSee(const AVCodecParameters& parameters);
 
-/// Describes a video stream. `seen` holds its first frames, as many as FramesToSee asks or as there
-/// are. `kUnsupportedStream` for a coding that is not ours, `kUnsupportedVideo` for a variant
-/// without a decoder: predicted pictures, no size, an unknown kind of DV.
+/// Describes a video stream. `seen` holds its first frames: as many as FramesToSee asks for, or
+/// all. `kUnsupportedStream` for another coding than ours, `kUnsupportedVideo` for a variant
+/// without a decoder (predicted pictures, no size, an unknown kind of DV), `kInvalidFileFormat`
+/// without a frame.
 [[nodiscard]] HRESULT DescribeVideo(AVFormatContext* file, AVStream* stream, const Packets& seen,
                                     VideoFormat* format);
 
-/// True for a stream of sound that the container takes out of frames of DV.
+/// True for a stream of audio that libavformat extracts from frames of DV.
 bool CarriesDvAudio(const AVFormatContext& file, const AVStream& stream);
 
-/// Describes an audio stream; false when it is not uncompressed sound with sensible numbers.
+/// Describes an audio stream; false when it is compressed, or its channels or rate are out of
+/// range.
 bool DescribeAudio(const AVCodecParameters& parameters, AudioFormat* format);
 
 /// True for a file of nothing but DV frames.
@@ -74,19 +79,19 @@ bool IsRawDv(const AVFormatContext& file);
 /// True for a file of nothing but an MPEG-2 stream, whose bit rate may promise any duration.
 bool IsElementary(const AVFormatContext& file);
 
-/// True for AVI, where a picture that is shown once more takes a tick and no bytes.
+/// True for AVI, where a repeated picture may have a tick of its own and no bytes.
 bool IsAvi(const AVFormatContext& file);
 
 /// True for a container that counts fields.
 bool CountsFields(const AVFormatContext& file);
 
-/// True for a container whose clock may tick more than once a frame, where libavformat takes a
-/// frame to last one tick: it counts fields, or frames that are not there.
+/// True for a container that counts fields, or frames that are not stored. libavformat assumes that
+/// a frame of it lasts one tick.
 bool CountsTicks(const AVFormatContext& file);
 
-/// Whether large packets of a file's first stream may stay in the file while it is read, as nobody
-/// looks into them. Containers without sound of their own take it out of DV's frames; MPEG-2 goes
-/// by a parser.
-bool CanStayInFile(const AVFormatContext& file, const StreamFormat& first);
+/// Whether the payloads of a file with this first stream may be deferred (container_input.h), since
+/// the demuxer does not inspect them: MOV and MXF, and AVI for Q210, unless DV audio is extracted
+/// from them or the parser of MPEG-2 reads them.
+bool MayDefer(const AVFormatContext& file, const StreamFormat& first);
 
 }  // namespace nyx::source

@@ -1,5 +1,7 @@
 #include "source/stream_kind.h"
 
+#include <iterator>
+
 #include "platform/fourcc.h"
 
 namespace nyx::source {
@@ -18,10 +20,14 @@ constexpr DvRow kDv[] = {
     {576, 2, FourCC("QDV5")}, {1080, 4, FourCC("QDVH")}, {720, 2, FourCC("QDVH")},
 };
 
-// ISO/IEC 13818-2, table 6-1.
+// ISO/IEC 13818-2: start codes of table 6-1, an identifier of table 6-2, the rates of table 6-4.
 constexpr BYTE kPictureStart = 0x00;
 constexpr BYTE kSequenceHeader = 0xB3;
+constexpr BYTE kExtension = 0xB5;
+constexpr int kSequenceExtension = 1;
 constexpr int kIntraPicture = 1;
+constexpr AVRational kMpegRates[] = {{0, 0},  {24000, 1001}, {24, 1},       {25, 1}, {30000, 1001},
+                                     {30, 1}, {50, 1},       {60000, 1001}, {60, 1}};
 
 }  // namespace
 
@@ -57,7 +63,7 @@ DWORD DvFourCC(const AVDVProfile& profile) {
 
 bool DvIsWide(ByteSpan frame) {
     // The first sequence's VAUX source control pack, IEC 61834-4: DIF block 5, pack 9. The header
-    // block's application id tells how to read the pack's display field.
+    // block's application id says how to read the pack's display field.
     constexpr std::size_t kPack = 80 * 5 + 48 + 5;
     constexpr BYTE kSourceControl = 0x61;
     if (!frame.Holds(kPack, 5) || frame.data()[kPack] != kSourceControl) {
@@ -81,6 +87,11 @@ MpegPicture ReadMpegPicture(ByteSpan frame) {
         if (code[3] == kSequenceHeader) {  // table 6-3; other codes are square pixels or unused
             const int aspect = code[7] >> 4;
             picture.aspect = aspect == 2 ? AVRational{4, 3} : AVRational{aspect == 3 ? 16 : 0, 9};
+            const std::size_t rate = code[7] & 15;
+            picture.rate = rate < std::size(kMpegRates) ? kMpegRates[rate] : AVRational{};
+        } else if (code[3] == kExtension && code[4] >> 4 == kSequenceExtension &&
+                   frame.Holds(at, 10)) {  // section 6.2.2.3: factors of the rate, minus one
+            picture.rate = av_mul_q(picture.rate, {(code[9] >> 5 & 3) + 1, (code[9] & 31) + 1});
         }
     }
     return picture;

@@ -5,11 +5,11 @@
 
 namespace nyx::source {
 
-/// What a video stream is, by its coding and not by the name that its container gives it.
+/// How a video stream is coded, whatever code its container gives it.
 enum class Coding { kOther, kTagged, kDv, kMpeg2, kTenBit };
 
-/// The coding of a stream; kTagged for one that carries a FourCC of ours, kOther for what no pin
-/// could deliver.
+/// The coding of a stream; kTagged for one that carries a FourCC of ours, kOther for one that no
+/// pin can deliver.
 Coding CodingOf(const AVCodecParameters& parameters);
 
 /// The FourCC of a variant of DV, or 0 for one without a decoder.
@@ -18,15 +18,16 @@ DWORD DvFourCC(const AVDVProfile& profile);
 /// True when a DV frame says that its picture is 16:9.
 bool DvIsWide(ByteSpan frame);
 
-/// What the headers of an MPEG-2 frame say.
+/// The headers of an MPEG-2 frame.
 struct MpegPicture {
     bool intra = false;   ///< also false when there is no picture
-    AVRational aspect{};  ///< of the whole picture; nothing without a sequence header
+    AVRational aspect{};  ///< of the whole picture; 0 without a sequence header
+    AVRational rate{};    ///< frames per second; likewise
 };
 MpegPicture ReadMpegPicture(ByteSpan frame);
 
-/// The lines that are shown of an MPEG-2 picture of so many coded ones: professional formats code
-/// lines of the blanking interval above it, and macroblocks in full.
+/// The shown lines of an MPEG-2 picture, given its coded ones: professional formats also code lines
+/// of the blanking interval above the picture, and whole macroblocks.
 int ShownLines(int width, int codedLines);
 
 }  // namespace nyx::source

@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "tests/support/rig.h"
+#include "tests/support/settings.h"
 
 namespace nyx::test {
 
@@ -20,7 +21,7 @@ inline std::wstring Material(const std::string& name) {
     return std::filesystem::path("Z:" + folder + "/" + name).make_preferred().wstring();
 }
 
-/// Waits until it is so; a deadlock ends the program.
+/// Waits for a condition; a deadlock ends the program.
 template <class Condition>
 void WaitFor(Condition condition) {
     for (const DWORD begin = GetTickCount(); !condition(); Sleep(1)) {
@@ -78,6 +79,21 @@ struct FootageHost {
     const HRESULT loaded;
     std::vector<ComPtr<IPin>> pins;
     std::vector<ComPtr<End>> sinks;
+};
+
+/// Makes files out of the material.
+class FootageTest : public ComTest {
+  protected:
+    const TemporaryFolder folder{L"footage \u00E9\u3042"};
+
+    std::wstring Write(const std::wstring& name, const std::string& bytes) const {
+        std::ofstream(folder.path / name, std::ios::binary) << bytes;
+        return folder.PathOf(name);
+    }
+    std::wstring Cut(const std::string& name, double part) const {
+        const std::string all = ReadAll(Material(name));
+        return Write(L"cut", all.substr(0, static_cast<std::size_t>(double(all.size()) * part)));
+    }
 };
 
 }  // namespace nyx::test

@@ -1,4 +1,4 @@
-// Registered, the source is what hosts that know nothing of it open files with.
+// Once registered, the source opens files for hosts that know nothing of it.
 
 #include <qedit.h>
 
@@ -49,7 +49,7 @@ TEST(Registration, ReplacesNothingAndLeavesNoTrace) {
     EXPECT_TRUE(Entries() == before);
 }
 
-TEST_F(Hosts, RenderFilePlaysSeeksAndTellsTheLength) {
+TEST_F(Hosts, RenderFilePlaysSeeksAndReportsTheLength) {
     const TemporaryFolder folder(L"tagged");
     std::vector<std::pair<std::wstring, LONGLONG>> files = {{Material("dv50.mxf"), 10010000},
                                                             {Material("d10.mxf"), 10000000},

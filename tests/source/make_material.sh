@@ -1,8 +1,7 @@
 #!/usr/bin/env bash
-# Clips of every kind that the source filter reads, and what ffmpeg itself reads in them:
-# make_material.sh FOLDER. For CLIP there are CLIP.video, a line a packet: when it begins, in 100-ns
-# units from the first one, and its size in bytes; CLIP.bytes, the packets themselves; CLIP.audio,
-# all samples as the pin delivers them.
+# Makes clips of every kind that the source filter reads, and ffmpeg's own reading of them:
+# make_material.sh FOLDER. CLIP.video has a line for each packet: its start, in 100-ns units from the
+# first one, and its size in bytes; CLIP.bytes has the packets, CLIP.audio all samples as delivered.
 set -euo pipefail
 mkdir -p "$1"
 cd "$1"
@@ -20,9 +19,9 @@ list() { # CLIP PCM
 
 # clip FILE SIZE RATE SECONDS PIXELS CHANNELS STORED-PCM DELIVERED-PCM ENCODER-OPTION...
 clip() {
-    local sound=()
-    [ "$7" = none ] || sound=(-f lavfi -i "aevalsrc=exprs=$(tones "$6"):s=48000" -c:a "pcm_$7")
-    run -f lavfi -i "testsrc2=size=$2:rate=$3" "${sound[@]}" -t "$4" -pix_fmt "$5" -threads 1 "${@:9}" "$1"
+    local audio=()
+    [ "$7" = none ] || audio=(-f lavfi -i "aevalsrc=exprs=$(tones "$6"):s=48000" -c:a "pcm_$7")
+    run -f lavfi -i "testsrc2=size=$2:rate=$3" "${audio[@]}" -t "$4" -pix_fmt "$5" -threads 1 "${@:9}" "$1"
     list "$1" "$8"
 }
 
@@ -38,15 +37,15 @@ d10=(-vf pad=720:608:0:32 "${intra[@]}" -threads 4 -flags +ildct+low_delay -dc 1
     -non_linear_quant 1 -b:v 50000k -minrate 50000k -maxrate 50000k -bufsize 2000000 -rc_init_occupancy 2000000)
 ntsc=30000/1001
 clip dv25.avi 720x576 25 2 yuv420p 2 alaw s16le "${hd[@]}"
-LC_ALL=C sed -i s/vprp/JUNK/ dv25.avi # the aspect then stands in the frames alone
+LC_ALL=C sed -i s/vprp/JUNK/ dv25.avi # only the frames have the aspect then
 clip dv25.mov 720x480 $ntsc 2 yuv411p 2 f32be f32le "${dv[@]}"
 clip dv25.dv 720x576 25 2 yuv420p 2 s16le s16le "${dv[@]}"
-# The same with sound of another rate, and of the other system.
+# The same with audio of another rate, and in the other system.
 run -i dv25.dv -t 0.6 -c:v copy -ar 32000 dv32.dv
 run -i dv25.mov -t 1.001 -c:v copy -c:a pcm_s16le dv525.dv
 list dv32.dv s16le
 list dv525.dv s16le
-# Of type 1: the stream carries its own sound, and no pcm beside it.
+# Of type 1: the stream carries its own audio, without PCM beside it.
 run -i dv25.dv -map 0:v -c copy -tag:v dvsd type1.avi
 LC_ALL=C sed -i '0,/vids/s//iavs/' type1.avi
 list type1.avi s16le
@@ -57,16 +56,16 @@ list atom.mxf none
 clip dvhd.mov 1280x1080 $ntsc 0.4 yuv422p 1 f64be f64le "${hd[@]}" -field_order tt
 clip dvhd.mxf 960x720 50 0.4 yuv422p 2 s16le s16le "${hd[@]}"
 clip d10.mxf 720x576 25 1 yuv422p 2 s16le s16le "${d10[@]}" -f mxf_d10
+clip d10.gxf 720x512 $ntsc 0.1 yuv422p 1 none none "${intra[@]}" -b:v 50000k
 clip mpeg.gxf 720x576 25 2 yuv422p 1 s16le s16le "${intra[@]}" -b:v 8000k
 clip v210.mov 192x64 24 2 yuv422p10le 1 s8 s16le -c:v v210
-# Frames of well more than a MiB, which are left in the file until there is a sample for them, and more
-# than 2^31 bits a second.
+# Frames of more than a MiB, whose payloads are deferred, and more than 2^31 bits a second.
 clip v210.avi 210x1800 240 0.0625 yuv422p10le 1 u8 s16le -c:v v210
 clip tagged.avi 96x64 25 1 yuv422p10le 1 none none -c:v v210 -bsf:v setts=time_base=1/50 # two ticks a frame
 LC_ALL=C sed -i s/v210/Q210/g tagged.avi
 clip mpeg.mxf 720x576 25 1 yuv422p 1 s16le s16le "${intra[@]}" -q:v 3
 clip mpeg.m2v 720x512 25 1 yuv422p 1 none none "${intra[@]}" -aspect 16:9
-# What one of the streams begins later, by half a second, and one has no pin.
+# A stream that begins half a second later, and one that is unsupported.
 run -itsoffset 0.5 -i dv50.mov -i dv25.avi -map 0:v -map 1:a -map 1:a -c copy -c:a:0 pcm_mulaw -c:a:1 aac late.mov
 list late.mov s16le
 # The first picture twice, the second time without bytes.
@@ -83,9 +82,9 @@ last=$((${last%%:*} - 4))
 } >big.mov
 truncate -s +4G big.mov
 tail -c +$((last + 1)) fragments.mov >>big.mov
-# Takes a while to open.
+# A file that takes a while to open.
 cp mpeg.m2v slow.m2v
 truncate -s 200M slow.m2v
-# And what is refused.
+# Refused files.
 run -f lavfi -i testsrc2=size=320x240 -t 1 -pix_fmt yuv422p -g 12 -c:v mpeg2video long.mxf
 run -f lavfi -i testsrc2=size=320x240 -t 1 -c:v mpeg4 other.avi

@@ -1,0 +1,105 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <span>
+
+#include "source/byte_source.h"
+#include "source/libavformat.h"
+#include "source/open_budget.h"
+
+namespace nyx::source {
+
+/// The end of a packet that is still in the file.
+struct DeferredPayload {
+    const std::uint8_t* end = nullptr;  ///< of the memory that is to hold it
+    int count = 0;                      ///< bytes; 0 where everything was read
+    std::int64_t offset = 0;            ///< in the file
+};
+
+/// A file's bytes as libavformat's input, with a limit on what opening may cost. One thread at a
+/// time, except for Cancel, ReadDeferred, size and progress.
+///
+/// Deferred payloads. An uncompressed frame that goes through libavformat's memory takes several
+/// times as long to deliver. After AllowDeferral, a read of kMinDeferred bytes or more therefore
+/// leaves the memory as it is and only records the place in the file; ReadDeferred copies the bytes
+/// into the sample later. Until then these bytes of the packet are uninitialised, and nothing may
+/// depend on them:
+/// - Only av_get_packet asks for so many bytes at once, at a packet's end and in one read: the
+///   library fills its own buffer with kInputBytes at most.
+/// - MayDefer (stream_format.h) lists the demuxers of libavformat 5.1 that do not look at a
+/// payload,
+///   as the source of mov_read_packet, mxf_read_packet and avi_read_packet shows.
+/// - A demuxer that looks all the same stays inside its buffers: a damaged file may hold any bytes.
+/// - A demuxer that moves, splits or resizes a payload is caught by FootageFile::FindDeferred,
+/// which
+///   rejects a packet that does not end where its deferred bytes end; one that reads it otherwise,
+///   by the suite that compares each container's packets with ffmpeg's.
+class ContainerInput {
+  public:
+    ContainerInput() = default;
+    ContainerInput(const ContainerInput&) = delete;
+    ContainerInput& operator=(const ContainerInput&) = delete;
+
+    /// Takes over the file, once, and begins to count what is spent on it.
+    void Start(std::unique_ptr<ByteSource> bytes);
+    /// Ends the count.
+    void EndBudget() { budget_.Stop(); }
+
+    /// Begins again at the file's start, with an AVIOContext of its own and no deferral.
+    /// `E_OUTOFMEMORY`.
+    [[nodiscard]] HRESULT Rewind();
+    /// Valid until the next Rewind; null after a failed one.
+    AVIOContext* context() const { return context_.get(); }
+    /// For an AVFormatContext that reads this input.
+    AVIOInterruptCB interruption() { return {IsInterrupted, this}; }
+    /// Lets reading continue after a failure or a cancelled read.
+    void ClearFailure();
+
+    ByteSource* bytes() const { return bytes_.get(); }
+    /// Where the library reads next, in bytes from the file's start.
+    std::int64_t position() const { return position_; }
+    /// The file's size when it was opened, and how far into it was read. From any thread.
+    std::int64_t size() const { return size_; }
+    std::int64_t progress() const { return furthest_; }
+
+    /// Makes reading fail soon, now and later, until it is withdrawn. From any thread.
+    void Cancel(bool cancelled) { cancelled_ = cancelled; }
+    bool isCancelled() const { return cancelled_; }
+    /// Whether the file could not be read, or reading was cancelled.
+    bool hasFailed() const { return cancelled_ || readFailed_; }
+
+    /// What a result of the library's means: `S_OK`, `E_OUTOFMEMORY`, `kCancelled`, why the file
+    /// could not be read, or `kInvalidFileFormat`.
+    [[nodiscard]] HRESULT ResultOf(int error) const;
+
+    /// Whether payloads may be deferred from here on.
+    void AllowDeferral(bool allowed) { defers_ = allowed; }
+    /// Returns what was deferred last, and forgets it.
+    DeferredPayload TakeDeferred();
+    /// Reads deferred bytes. `S_FALSE` when the file has become too short, or why it cannot be
+    /// read. From any thread, also while another one reads on.
+    [[nodiscard]] HRESULT ReadDeferred(std::int64_t offset, std::span<BYTE> to) const;
+
+  private:
+    static int ReadBytes(void* self, std::uint8_t* to, int count) noexcept;
+    static std::int64_t SeekBytes(void* self, std::int64_t offset, int whence) noexcept;
+    static int IsInterrupted(void* self) noexcept;
+
+    bool MayContinue() noexcept;
+    int Read(std::span<BYTE> to) noexcept;
+    [[nodiscard]] HRESULT OutOfMemoryResult() const;
+
+    std::unique_ptr<ByteSource> bytes_;
+    std::atomic<std::int64_t> size_{0};
+    std::atomic<std::int64_t> furthest_{0};
+    std::atomic<bool> cancelled_{false};
+    OpenBudget budget_;
+    LibavPtr<AVIOContext> context_;
+    std::int64_t position_ = 0;
+    bool readFailed_ = false;
+    bool defers_ = false;
+    DeferredPayload deferred_;
+};
+
+}  // namespace nyx::source
