@@ -7,8 +7,8 @@
 namespace nyx::host {
 namespace {
 
-// What the file holds beside the frames: the header list with its padding, and for every frame a
-// chunk header, a pad byte and an index entry.
+// Overhead of the file: the header list with its padding, and for every frame a chunk header, a pad
+// byte and an index entry.
 constexpr long long kHeaderBytes = 65536;
 constexpr long long kBytesPerFrame = 8 + 1 + 16;
 constexpr long long kSizeLimit = 1LL << 31;
@@ -26,7 +26,7 @@ HRESULT AviWriter::Create(const std::wstring& path, const BITMAPINFOHEADER& head
     info.dwQuality = static_cast<DWORD>(-1);
     SetRect(&info.rcFrame, 0, 0, header.biWidth, std::abs(header.biHeight));
 
-    // An AVI that is there already would be opened and appended to.
+    // AVIFile would append to an existing file.
     DeleteFileW(path.c_str());
     HRESULT result =
         AVIFileOpenW(file_.GetAddressOf(), path.c_str(), OF_WRITE | OF_CREATE, nullptr);
@@ -65,7 +65,7 @@ HRESULT AviWriter::Write(const void* frame, LONG size) {
 
 HRESULT AviWriter::Finish() {
     Close();
-    // Closing reports no errors (a full disk, say): look at what was left.
+    // Closing reports no errors, such as a full disk: check the size.
     WIN32_FILE_ATTRIBUTE_DATA data{};
     if (!GetFileAttributesExW(path_.c_str(), GetFileExInfoStandard, &data)) {
         return LastError();

@@ -9,8 +9,8 @@
 
 namespace nyx::host {
 
-/// Writes one video stream of given frames into an AVI file through the platform's AVIFile library.
-/// A file that is not finished with Finish() is deleted.
+/// Writes encoded frames as the one video stream of an AVI file, through the platform's AVIFile
+/// library. The file is deleted unless Finish() completes it.
 class AviWriter {
   public:
     AviWriter() { AVIFileInit(); }
@@ -18,17 +18,16 @@ class AviWriter {
     AviWriter(const AviWriter&) = delete;
     AviWriter& operator=(const AviWriter&) = delete;
 
-    /// Creates `path`, replacing an older file. Frames per second are `rate` / `scale`; no frame is
-    /// longer than the header's biSizeImage.
+    /// Creates `path`, replacing an older file. Frames per second are `rate` / `scale`; the
+    /// header's biSizeImage is the maximum frame size.
     [[nodiscard]] HRESULT Create(const std::wstring& path, const BITMAPINFOHEADER& header,
                                  DWORD rate, DWORD scale);
 
     /// Appends one key frame. HRESULT_FROM_WIN32(ERROR_FILE_TOO_LARGE) when the file would reach
-    /// 2^31 bytes: beyond, the 32-bit offsets of AVIFile silently lie.
+    /// 2^31 bytes, where AVIFile's 32-bit offsets overflow.
     [[nodiscard]] HRESULT Write(const void* frame, LONG size);
 
-    /// Closes the file: the index and the header are written. A failure when that left no complete
-    /// file.
+    /// Writes the index and the header and closes the file. A failure when the file is incomplete.
     [[nodiscard]] HRESULT Finish();
 
   private:

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// COM as a host needs it: the owner of references, and objects of the host's own.
+/// COM for hosts: the owner of references, and a base class for the host's own objects.
 
 // Without this dshow.h turns the plain string functions into errors.
 #define NO_DSHOW_STRSAFE
@@ -29,11 +29,10 @@ ComPtr<T> Make(Args&&... args) {
     return Adopt(new T(std::forward<Args>(args)...));
 }
 
-/// The host's own objects that are alive: a reference that others keep to one shows here.
-inline std::atomic<long> liveObjects{0};
+/// The number of the host's own objects alive, to find leaked references.
+inline constinit std::atomic<long> liveObjects{0};
 
-/// What `work` answers, or E_OUTOFMEMORY when there is no memory for it: no exception crosses an
-/// interface.
+/// The result of `work`, or E_OUTOFMEMORY when memory runs out: no exception crosses an interface.
 template <class Work>
 [[nodiscard]] HRESULT Guarded(Work work) {
     try {
@@ -43,7 +42,7 @@ template <class Work>
     }
 }
 
-/// `self` as the interface `iid` when `I` or one of `More` is it, else null.
+/// `self` as the interface `iid` if that is `I` or one of `More`, else null.
 template <class I, class... More, class Self>
 void* FindInterface(Self* self, REFIID iid) {
     if (iid == __uuidof(I)) {
@@ -56,7 +55,8 @@ void* FindInterface(Self* self, REFIID iid) {
     }
 }
 
-/// IUnknown for an object of the given interfaces, born with one reference. Counts thread-safely.
+/// IUnknown for an object of the given interfaces, created with one reference. Counts
+/// thread-safely.
 template <class Primary, class... More>
 class Object : public Primary, public More... {
   public:
@@ -67,7 +67,11 @@ class Object : public Primary, public More... {
             return E_POINTER;
         }
         *object = iid == IID_IUnknown ? static_cast<Primary*>(this) : Find(iid);
-        return *object ? (AddRef(), S_OK) : E_NOINTERFACE;
+        if (!*object) {
+            return E_NOINTERFACE;
+        }
+        AddRef();
+        return S_OK;
     }
     STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
     STDMETHODIMP_(ULONG) Release() override {

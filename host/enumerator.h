@@ -7,40 +7,46 @@
 
 namespace nyx::host {
 
-/// An item of a list as an enumerator gives it to its caller.
-inline IPin* ForCaller(ComPtr<IPin> pin) {
-    return pin.Detach();
+/// Hands a copy of an item to an enumerator's caller.
+inline void HandOver(ComPtr<IPin> pin, IPin** out) {
+    *out = pin.Detach();
 }
-inline AM_MEDIA_TYPE* ForCaller(MediaType type) {
-    return type.Release();
+inline void HandOver(MediaType type, AM_MEDIA_TYPE** out) {
+    type.DetachTo(out);
 }
 
 /// Enumerates a list: IEnumPins over pins, IEnumMediaTypes over media types.
-template <class Interface, class Item, class Given>
+template <class Interface, class Item, class Output>
 class Enumerator final : public Object<Interface> {
   public:
     explicit Enumerator(const std::vector<Item>& items, std::size_t at = 0)
         : items_(items), at_(at) {}
 
-    /// A new one for the caller of an interface. E_POINTER, E_OUTOFMEMORY.
-    [[nodiscard]] static HRESULT HandOut(const std::vector<Item>& items, Interface** out,
-                                         std::size_t at = 0) {
-        return out ? Guarded([&] { return *out = new Enumerator(items, at), S_OK; }) : E_POINTER;
+    /// Creates an enumerator of `items` that starts with number `at`. E_POINTER, E_OUTOFMEMORY.
+    [[nodiscard]] static HRESULT Create(const std::vector<Item>& items, Interface** out,
+                                        std::size_t at = 0) {
+        if (!out) {
+            return E_POINTER;
+        }
+        return Guarded([&] {
+            *out = new Enumerator(items, at);
+            return S_OK;
+        });
     }
 
-    STDMETHODIMP Next(ULONG count, Given** out, ULONG* fetched) override {
+    STDMETHODIMP Next(ULONG count, Output** out, ULONG* fetched) override {
         if (!out || (!fetched && count != 1)) {
             return E_POINTER;
         }
-        ULONG given = 0;
+        ULONG written = 0;
         const HRESULT result = Guarded([&] {
-            for (; given < count && at_ < items_.size(); ++given, ++at_) {
-                out[given] = ForCaller(items_[at_]);
+            for (; written < count && at_ < items_.size(); ++written, ++at_) {
+                HandOver(items_[at_], &out[written]);
             }
-            return given == count ? S_OK : S_FALSE;
+            return written == count ? S_OK : S_FALSE;
         });
         if (fetched) {
-            *fetched = given;
+            *fetched = written;
         }
         return result;
     }
@@ -49,8 +55,11 @@ class Enumerator final : public Object<Interface> {
         at_ += step;
         return step == count ? S_OK : S_FALSE;
     }
-    STDMETHODIMP Reset() override { return at_ = 0, S_OK; }
-    STDMETHODIMP Clone(Interface** clone) override { return HandOut(items_, clone, at_); }
+    STDMETHODIMP Reset() override {
+        at_ = 0;
+        return S_OK;
+    }
+    STDMETHODIMP Clone(Interface** clone) override { return Create(items_, clone, at_); }
 
   private:
     const std::vector<Item> items_;

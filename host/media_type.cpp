@@ -40,17 +40,14 @@ MediaType MediaType::Adopt(AM_MEDIA_TYPE* type) {
     return adopted;
 }
 
-AM_MEDIA_TYPE* MediaType::Release() {
-    auto* released = static_cast<AM_MEDIA_TYPE*>(Allocate(sizeof(AM_MEDIA_TYPE)));
-    *released = Detach();
-    return released;
+void MediaType::DetachTo(AM_MEDIA_TYPE** out) {
+    *out = static_cast<AM_MEDIA_TYPE*>(Allocate(sizeof(AM_MEDIA_TYPE)));
+    **out = Detach();
 }
 
-void MediaType::Clear() {
+void MediaType::Clear() noexcept {
     CoTaskMemFree(pbFormat);
-    if (pUnk) {
-        pUnk->Release();
-    }
+    const ComPtr<IUnknown> owned = nyx::Adopt(pUnk);
     static_cast<AM_MEDIA_TYPE&>(*this) = {};
 }
 
@@ -101,15 +98,15 @@ MediaType PartialType(const GUID& major, const GUID& sub, const GUID& format) {
 
 MediaType VideoType(const GUID& subtype, Block block, REFERENCE_TIME duration,
                     const void* bitmapInfo, std::size_t bytes) {
-    const bool longForm = block == Block::kVideoInfo2;
+    const bool header2 = block == Block::kVideoInfo2;
     const std::size_t front =
-        longForm ? offsetof(VIDEOINFOHEADER2, bmiHeader) : offsetof(VIDEOINFOHEADER, bmiHeader);
+        header2 ? offsetof(VIDEOINFOHEADER2, bmiHeader) : offsetof(VIDEOINFOHEADER, bmiHeader);
     MediaType type =
-        PartialType(MEDIATYPE_Video, subtype, longForm ? FORMAT_VideoInfo2 : FORMAT_VideoInfo);
+        PartialType(MEDIATYPE_Video, subtype, header2 ? FORMAT_VideoInfo2 : FORMAT_VideoInfo);
     type.ResizeFormat(static_cast<ULONG>(front + bytes));
     std::memcpy(type.pbFormat + front, bitmapInfo, bytes);
     const BITMAPINFOHEADER& header = type.Header();
-    // Both forms begin alike, up to the duration.
+    // Both structures are the same up to the duration.
     type.Info().rcSource = type.Info().rcTarget = {0, 0, header.biWidth, std::abs(header.biHeight)};
     type.Info().AvgTimePerFrame = duration;
     return type;

@@ -13,26 +13,26 @@ class MediaType : public AM_MEDIA_TYPE {
     MediaType& operator=(MediaType other) noexcept;
     ~MediaType() { Clear(); }
 
-    /// Takes over what a method allocated for its caller; null gives an empty type.
+    /// Takes ownership of a type in task memory that a method returned; null gives an empty type.
     static MediaType Adopt(AM_MEDIA_TYPE* type);
-    /// Gives the type away; Release in task memory, as enumerators do.
-    AM_MEDIA_TYPE Detach() { return std::exchange<AM_MEDIA_TYPE>(*this, {}); }
-    AM_MEDIA_TYPE* Release();
+    /// Passes ownership to the caller; DetachTo in task memory, as enumerators do.
+    AM_MEDIA_TYPE Detach() noexcept { return std::exchange<AM_MEDIA_TYPE>(*this, {}); }
+    void DetachTo(AM_MEDIA_TYPE** out);
 
-    void Clear();
-    /// A format block of `bytes` bytes: the beginning of the old one, then zeroes.
+    void Clear() noexcept;
+    /// Makes the format block `bytes` bytes long: it keeps its beginning, and zeroes are appended.
     void ResizeFormat(ULONG bytes);
 
-    /// Whether the format block is one of the two of video, and whole.
+    /// Whether the format block is a complete VIDEOINFOHEADER or VIDEOINFOHEADER2.
     bool HasPicture() const;
-    /// Whether every given part of `wanted` equals this type's; a null major type, subtype or
-    /// format type of `wanted` is anything.
+    /// Whether every specified part of `wanted` equals this type's. A null major type, subtype or
+    /// format type of `wanted` matches any.
     bool Fits(const AM_MEDIA_TYPE& wanted) const;
 
-    /// The format block as the given form; the block must be of that form.
+    /// The format block as this structure; the format type must match.
     VIDEOINFOHEADER& Info() { return *reinterpret_cast<VIDEOINFOHEADER*>(pbFormat); }
     VIDEOINFOHEADER2& Info2() { return *reinterpret_cast<VIDEOINFOHEADER2*>(pbFormat); }
-    /// The picture header of either form, by format type.
+    /// The picture header of either structure, by format type.
     BITMAPINFOHEADER& Header();
     const VIDEOINFOHEADER2& Info2() const { return const_cast<MediaType*>(this)->Info2(); }
     const BITMAPINFOHEADER& Header() const { return const_cast<MediaType*>(this)->Header(); }
@@ -40,19 +40,16 @@ class MediaType : public AM_MEDIA_TYPE {
 
 /// Equal in every field and in every byte of the format block.
 bool operator==(const MediaType& a, const MediaType& b);
-inline bool operator!=(const MediaType& a, const MediaType& b) {
-    return !(a == b);
-}
 
-/// Which of the two format blocks a video type carries.
+/// The format block of a video type.
 enum class Block { kVideoInfo, kVideoInfo2 };
 
-/// A type with only these three set, as in a connection request.
+/// A type with only these three members set, as in a connection request.
 MediaType PartialType(const GUID& major, const GUID& sub, const GUID& format);
 
 /// A MEDIATYPE_Video type whose format block ends with the `bytes` bytes at `bitmapInfo`, a
-/// BITMAPINFOHEADER and what follows it. The whole picture is shown, `duration` is in 100-ns units;
-/// nothing is said of the size of samples.
+/// BITMAPINFOHEADER and the data after it. Source and target are the whole picture, `duration` is
+/// in 100-ns units. The sample size is not set.
 MediaType VideoType(const GUID& subtype, Block block, REFERENCE_TIME duration,
                     const void* bitmapInfo, std::size_t bytes);
 

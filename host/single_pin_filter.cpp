@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cwchar>
+#include <tuple>
 
 #include "host/enumerator.h"
 
@@ -11,12 +12,22 @@ STDMETHODIMP SinglePin::QueryInterface(REFIID iid, void** object) {
     if (!object) {
         return E_POINTER;
     }
-    const bool isInput = direction_ == PINDIR_INPUT;
-    *object = iid == IID_IUnknown || iid == IID_IPin       ? static_cast<IPin*>(this)
-              : isInput && iid == IID_IMemInputPin         ? static_cast<IMemInputPin*>(this)
-              : onDynamicType && iid == IID_IPinConnection ? static_cast<IPinConnection*>(this)
-                                                           : static_cast<void*>(nullptr);
-    return *object ? (AddRef(), S_OK) : E_NOINTERFACE;
+    *object = Find(iid);
+    if (!*object) {
+        return E_NOINTERFACE;
+    }
+    AddRef();
+    return S_OK;
+}
+
+void* SinglePin::Find(REFIID iid) {
+    if (iid == IID_IMemInputPin) {
+        return direction_ == PINDIR_INPUT ? static_cast<IMemInputPin*>(this) : nullptr;
+    }
+    if (iid == IID_IPinConnection) {
+        return onDynamicType ? static_cast<IPinConnection*>(this) : nullptr;
+    }
+    return iid == IID_IUnknown || iid == IID_IPin ? static_cast<IPin*>(this) : nullptr;
 }
 
 STDMETHODIMP_(ULONG) SinglePin::AddRef() {
@@ -28,9 +39,10 @@ STDMETHODIMP_(ULONG) SinglePin::Release() {
 }
 
 HRESULT SinglePin::MayConnect() const {
-    return peer                                ? VFW_E_ALREADY_CONNECTED
-           : filter_->State() != State_Stopped ? VFW_E_NOT_STOPPED
-                                               : S_OK;
+    if (peer) {
+        return VFW_E_ALREADY_CONNECTED;
+    }
+    return filter_->State() == State_Stopped ? S_OK : VFW_E_NOT_STOPPED;
 }
 
 STDMETHODIMP SinglePin::Connect(IPin* to, const AM_MEDIA_TYPE* wanted) {
@@ -50,7 +62,7 @@ STDMETHODIMP SinglePin::Connect(IPin* to, const AM_MEDIA_TYPE* wanted) {
 }
 
 HRESULT SinglePin::ConnectAs(IPin* to, const MediaType& wanted) {
-    // Set while the peer looks at them, and undone on failure.
+    // The peer may query both from here on; a failure resets them.
     type = wanted;
     peer = to;
     HRESULT result = to->ReceiveConnection(this, &type);
@@ -58,10 +70,16 @@ HRESULT SinglePin::ConnectAs(IPin* to, const MediaType& wanted) {
         transport = As<IMemInputPin>(to);
         result = transport ? chooseAllocator(transport.Get(), allocator.ReleaseAndGetAddressOf())
                            : VFW_E_NO_TRANSPORT;
-        result = FAILED(result) ? result : transport->NotifyAllocator(allocator.Get(), FALSE);
-        FAILED(result) ? to->Disconnect() : S_OK;
+        if (SUCCEEDED(result)) {
+            result = transport->NotifyAllocator(allocator.Get(), FALSE);
+        }
+        if (FAILED(result)) {
+            std::ignore = to->Disconnect();  // the first failure is reported
+        }
     }
-    FAILED(result) ? Disconnect() : S_OK;
+    if (FAILED(result)) {
+        std::ignore = Disconnect();  // stopped, so that it cannot fail
+    }
     return result;
 }
 
@@ -97,7 +115,8 @@ STDMETHODIMP SinglePin::ConnectedTo(IPin** to) {
     if (!to) {
         return E_POINTER;
     }
-    return peer.CopyTo(to), peer ? S_OK : VFW_E_NOT_CONNECTED;
+    *to = ComPtr<IPin>(peer).Detach();
+    return *to ? S_OK : VFW_E_NOT_CONNECTED;
 }
 
 STDMETHODIMP SinglePin::ConnectionMediaType(AM_MEDIA_TYPE* copy) {
@@ -115,13 +134,18 @@ STDMETHODIMP SinglePin::QueryPinInfo(PIN_INFO* info) {
     if (!info) {
         return E_POINTER;
     }
-    *info = {filter_, direction_, {}};
+    *info = {.pFilter = filter_, .dir = direction_, .achName = {}};
     std::wcscpy(info->achName, Name());
-    return AddRef(), S_OK;
+    AddRef();
+    return S_OK;
 }
 
 STDMETHODIMP SinglePin::QueryDirection(PIN_DIRECTION* direction) {
-    return direction ? (*direction = direction_, S_OK) : E_POINTER;
+    if (!direction) {
+        return E_POINTER;
+    }
+    *direction = direction_;
+    return S_OK;
 }
 
 STDMETHODIMP SinglePin::QueryId(LPWSTR* id) {
@@ -129,7 +153,11 @@ STDMETHODIMP SinglePin::QueryId(LPWSTR* id) {
         return E_POINTER;
     }
     *id = static_cast<LPWSTR>(CoTaskMemAlloc((std::wcslen(Name()) + 1) * sizeof(wchar_t)));
-    return *id ? (std::wcscpy(*id, Name()), S_OK) : E_OUTOFMEMORY;
+    if (!*id) {
+        return E_OUTOFMEMORY;
+    }
+    std::wcscpy(*id, Name());
+    return S_OK;
 }
 
 STDMETHODIMP SinglePin::QueryAccept(const AM_MEDIA_TYPE* offered) {
@@ -137,11 +165,15 @@ STDMETHODIMP SinglePin::QueryAccept(const AM_MEDIA_TYPE* offered) {
 }
 
 STDMETHODIMP SinglePin::EnumMediaTypes(IEnumMediaTypes** types) {
-    return TypeEnumerator::HandOut(proposals, types);
+    return TypeEnumerator::Create(proposals, types);
 }
 
-STDMETHODIMP SinglePin::NotifyAllocator(IMemAllocator* told, BOOL) {
-    return told ? (allocator = told, S_OK) : E_POINTER;
+STDMETHODIMP SinglePin::NotifyAllocator(IMemAllocator* chosen, BOOL) {
+    if (!chosen) {
+        return E_POINTER;
+    }
+    allocator = chosen;
+    return S_OK;
 }
 
 STDMETHODIMP SinglePin::Receive(IMediaSample* sample) {
@@ -172,7 +204,11 @@ void* SinglePinFilter::Find(REFIID iid) {
 }
 
 STDMETHODIMP SinglePinFilter::GetClassID(CLSID* clsid) {
-    return clsid ? (*clsid = CLSID_NULL, S_OK) : E_POINTER;  // private to this program
+    if (!clsid) {
+        return E_POINTER;
+    }
+    *clsid = CLSID_NULL;  // private to this program
+    return S_OK;
 }
 
 STDMETHODIMP SinglePinFilter::Stop() {
@@ -205,12 +241,17 @@ STDMETHODIMP SinglePinFilter::Run(REFERENCE_TIME) {
 }
 
 STDMETHODIMP SinglePinFilter::GetState(DWORD, FILTER_STATE* state) {
-    return state ? (*state = state_, S_OK) : E_POINTER;
+    if (!state) {
+        return E_POINTER;
+    }
+    *state = state_;
+    return S_OK;
 }
 
 STDMETHODIMP SinglePinFilter::SetSyncSource(IReferenceClock* clock) {
     const std::lock_guard lock(stateLock_);
-    return clock_ = clock, S_OK;
+    clock_ = clock;
+    return S_OK;
 }
 
 STDMETHODIMP SinglePinFilter::GetSyncSource(IReferenceClock** clock) {
@@ -219,7 +260,7 @@ STDMETHODIMP SinglePinFilter::GetSyncSource(IReferenceClock** clock) {
 }
 
 STDMETHODIMP SinglePinFilter::EnumPins(IEnumPins** pins) {
-    return Guarded([&] { return PinEnumerator::HandOut({&Pin()}, pins); });
+    return Guarded([&] { return PinEnumerator::Create({&Pin()}, pins); });
 }
 
 STDMETHODIMP SinglePinFilter::FindPin(LPCWSTR id, IPin** found) {
@@ -227,7 +268,11 @@ STDMETHODIMP SinglePinFilter::FindPin(LPCWSTR id, IPin** found) {
         return E_POINTER;
     }
     *found = std::wcscmp(id, Pin().Name()) == 0 ? &Pin() : nullptr;
-    return *found ? (AddRef(), S_OK) : VFW_E_NOT_FOUND;
+    if (!*found) {
+        return VFW_E_NOT_FOUND;
+    }
+    AddRef();
+    return S_OK;
 }
 
 STDMETHODIMP SinglePinFilter::QueryFilterInfo(FILTER_INFO* info) {
@@ -235,10 +280,7 @@ STDMETHODIMP SinglePinFilter::QueryFilterInfo(FILTER_INFO* info) {
         return E_POINTER;
     }
     std::wcscpy(info->achName, name_);
-    info->pGraph = graph_;
-    if (graph_) {
-        graph_->AddRef();
-    }
+    info->pGraph = ComPtr<IFilterGraph>(graph_).Detach();
     return S_OK;
 }
 
@@ -251,7 +293,7 @@ STDMETHODIMP SinglePinFilter::JoinFilterGraph(IFilterGraph* graph, LPCWSTR name)
 
 void SinglePinFilter::NotifyGraph(long event, LONG_PTR first, LONG_PTR second) {
     if (sink_) {
-        sink_->Notify(event, first, second);
+        std::ignore = sink_->Notify(event, first, second);  // the graph may ignore events
     }
 }
 

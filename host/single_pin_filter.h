@@ -10,28 +10,28 @@ namespace nyx::host {
 
 class SinglePinFilter;
 
-/// The pin of a SinglePinFilter, which lives and dies with it and shares its reference count: an
-/// output that connects, or an input. Methods answer as DirectShow documents them.
+/// The pin of a SinglePinFilter: an output that connects, or an input. It is a member of the filter
+/// and shares its reference count. Methods behave as DirectShow documents them.
 class SinglePin : public IPin, public IMemInputPin, public IPinConnection {
   public:
     SinglePin(SinglePinFilter* filter, PIN_DIRECTION direction)
         : filter_(filter), direction_(direction) {}
     virtual ~SinglePin() = default;
 
-    /// How it behaves; set before use.
+    // Behaviour, set before use.
     std::vector<MediaType> proposals;  ///< best first; an output connects with one of these
-    /// S_OK for a type that the pin can work with.
+    /// S_OK for a type that the pin accepts.
     std::function<HRESULT(const MediaType&)> accept = [](const MediaType&) { return S_OK; };
-    /// An output's choice, not yet told to the input: the input's own at first.
+    /// Chooses an output's allocator before the input is notified; by default the input's own.
     std::function<HRESULT(IMemInputPin*, IMemAllocator**)> chooseAllocator =
         [](IMemInputPin* to, IMemAllocator** chosen) { return to->GetAllocator(chosen); };
-    /// Called with each sample and at the stream's end, on the streaming thread.
+    /// Called with each sample and at the end of the stream, on the streaming thread.
     std::function<HRESULT(IMediaSample*)> onReceive;
     std::function<HRESULT()> onEndOfStream;
-    /// Called by DynamicQueryAccept; IPinConnection is there when this is set.
+    /// Called by DynamicQueryAccept; the pin has IPinConnection when this is set.
     std::function<HRESULT(const MediaType&)> onDynamicType;
 
-    /// What a connection has brought; to be read only.
+    // Set by a connection; read only.
     ComPtr<IPin> peer;
     MediaType type;
     ComPtr<IMemInputPin> transport;  ///< the peer's, on an output
@@ -60,7 +60,7 @@ class SinglePin : public IPin, public IMemInputPin, public IPinConnection {
     STDMETHODIMP NewSegment(REFERENCE_TIME, REFERENCE_TIME, double) override { return S_OK; }
 
     STDMETHODIMP GetAllocator(IMemAllocator**) override { return VFW_E_NO_ALLOCATOR; }
-    STDMETHODIMP NotifyAllocator(IMemAllocator* told, BOOL readOnly) override;
+    STDMETHODIMP NotifyAllocator(IMemAllocator* chosen, BOOL readOnly) override;
     STDMETHODIMP GetAllocatorRequirements(ALLOCATOR_PROPERTIES*) override { return E_NOTIMPL; }
     STDMETHODIMP Receive(IMediaSample* sample) override;
     STDMETHODIMP ReceiveMultiple(IMediaSample** samples, LONG count, LONG* processed) override;
@@ -72,23 +72,25 @@ class SinglePin : public IPin, public IMemInputPin, public IPinConnection {
     STDMETHODIMP DynamicDisconnect() override { return E_NOTIMPL; }
 
   protected:
-    /// Connects with this very type and agrees on an allocator; a failure leaves no connection.
+    /// Connects with the type `wanted` and agrees on an allocator. A failure leaves no connection.
     [[nodiscard]] HRESULT ConnectAs(IPin* to, const MediaType& wanted);
 
   private:
-    /// Whether a connection may be made now.
+    /// S_OK, VFW_E_ALREADY_CONNECTED or VFW_E_NOT_STOPPED.
     [[nodiscard]] HRESULT MayConnect() const;
+    /// The pin as interface `iid`, without a new reference, or null.
+    void* Find(REFIID iid);
 
     SinglePinFilter* const filter_;
     const PIN_DIRECTION direction_;
 };
 
-/// A DirectShow filter with one pin that cannot change. The derived class has the pin as a member.
+/// A DirectShow filter with one fixed pin, a member of the derived class.
 class SinglePinFilter : public Object<IBaseFilter> {
   public:
     /// The current state; any thread.
     FILTER_STATE State() const { return state_; }
-    /// Tells the graph's owner something; nothing when the filter is in no graph.
+    /// Sends an event to the graph; does nothing when the filter is in no graph.
     void NotifyGraph(long event, LONG_PTR first, LONG_PTR second);
 
     STDMETHODIMP GetClassID(CLSID* clsid) override;
@@ -107,8 +109,8 @@ class SinglePinFilter : public Object<IBaseFilter> {
   protected:
     virtual SinglePin& Pin() = 0;
 
-    /// Called at the state changes, in the application's thread. Entering pause from stop may fail;
-    /// leaving for stop may not.
+    /// Called at state changes, in the application's thread. OnStart enters pause from stop and may
+    /// fail.
     [[nodiscard]] virtual HRESULT OnStart() { return S_OK; }
     virtual void OnRun() {}
     virtual void OnStop() {}
@@ -119,8 +121,8 @@ class SinglePinFilter : public Object<IBaseFilter> {
     Mutex stateLock_;
     std::atomic<FILTER_STATE> state_{State_Stopped};
     ComPtr<IReferenceClock> clock_;
-    IFilterGraph* graph_ = nullptr;    // not counted: the graph owns its filters
-    IMediaEventSink* sink_ = nullptr;  // the same
+    IFilterGraph* graph_ = nullptr;    // without a reference: the graph owns its filters
+    IMediaEventSink* sink_ = nullptr;  // the graph's, without a reference
     wchar_t name_[MAX_FILTER_NAME] = L"";
 };
 

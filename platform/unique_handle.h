@@ -21,6 +21,11 @@ inline UniqueHandle AdoptFile(HANDLE file) noexcept {
     return UniqueHandle(file == INVALID_HANDLE_VALUE ? nullptr : file);
 }
 
+/// Closes a file for those who report how that went. False with the system's last error.
+inline bool CloseFile(UniqueHandle file) noexcept {
+    return CloseHandle(file.release()) != FALSE;
+}
+
 struct KeyCloser {
     void operator()(HKEY key) const noexcept { RegCloseKey(key); }
 };

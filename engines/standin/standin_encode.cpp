@@ -1,14 +1,18 @@
-// standin_encode: codes raw pictures with a stand-in engine into an AVI, for clips to play. Looks
-// for the engines as every program does; they lie beside it.
+/// @file
+/// standin_encode: encodes raw pictures with a stand-in engine into an AVI. The engines are beside
+/// it.
+
+#include <CLI/CLI.hpp>
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "engines/standin/frame_coder.h"
 #include "host/avi_writer.h"
@@ -16,59 +20,43 @@
 namespace standin {
 namespace {
 
-constexpr char kUsage[] =
-    "standin_encode CODING WIDTHxHEIGHT RATE/SCALE PICTURES AVI [QUANT [EXTRA]]\n"
-    "  QUANT  quantiser scale, 1 to 31, 5 when not given\n"
-    "  EXTRA  black lines to code above each \"YUY2\" picture, 0 when not given\n"
-    "Codings, and the pictures that they take:\n";
-
 struct Job {
-    const Coding* coding;
-    LONG width;
-    LONG height;
-    LONG rate;  ///< frames per second, over `scale`
-    LONG scale;
-    LONG quantScale;
-    LONG extraLines;
+    std::string coding;
+    std::pair<LONG, LONG> size;
+    std::pair<LONG, LONG> rate;  ///< frames per second, a fraction
+    std::string pictures;
+    std::string avi;
+    LONG quantScale = 5;
+    LONG extraLines = 0;
 };
 
-const char* SourceName(WORD bits) {
-    return bits == 16 ? "YUY2" : (bits == 24 ? "B G R" : "B G R A");
-}
-
-/// A whole number within bounds; anything else ends the program's work.
-LONG Number(const char* text, char** end, LONG least, LONG most) {
-    const LONG number = std::strtol(text, end, 10);
-    if (*end == text || number < least || number > most) {
-        throw std::runtime_error(std::string("makes no sense: ") + text);
+/// Defines the command line, which fills `job`.
+void AddOptions(CLI::App& app, Job& job) {
+    std::vector<std::string> names;
+    std::string help = "Coding; YUY2 pictures unless stated:";
+    for (const Coding& coding : Codings()) {
+        names.emplace_back(coding.name);
+        help += std::string(" ") + coding.name;
+        if (coding.sourceBits != 16) {
+            help += coding.sourceBits == 24 ? " (B G R)" : " (B G R A)";
+        }
     }
-    return number;
-}
-
-/// Two numbers with a sign between them, as in 720x576 and 30000/1001.
-void ReadPair(const char* text, char between, LONG most, LONG* first, LONG* second) {
-    char* end = nullptr;
-    *first = Number(text, &end, 1, most);
-    if (*end != between) {
-        throw std::runtime_error(std::string("makes no sense: ") + text);
-    }
-    *second = Number(end + 1, &end, 1, most);
-}
-
-Job ReadJob(int count, char** words) {
-    Job job = {FindCoding(words[1]), 0, 0, 0, 0, 5, 0};
-    char* end = nullptr;
-    if (!job.coding) {
-        throw std::runtime_error(std::string("unknown coding: ") + words[1]);
-    }
-    ReadPair(words[2], 'x', 16384, &job.width, &job.height);
-    ReadPair(words[3], '/', 1000000, &job.rate, &job.scale);
-    job.quantScale = count > 6 ? Number(words[6], &end, 1, 31) : job.quantScale;
-    job.extraLines = count > 7 ? Number(words[7], &end, 0, 128) : job.extraLines;
-    if (job.extraLines > 0 && job.coding->sourceBits != 16) {
-        throw std::runtime_error("lines can be added above YUY2 pictures only");
-    }
-    return job;
+    app.add_option("coding", job.coding, help)->required()->check(CLI::IsMember(names));
+    app.add_option("size", job.size, "Picture size, such as 720x576")
+        ->required()
+        ->delimiter('x')
+        ->check(CLI::Range(1L, 16384L));
+    app.add_option("rate", job.rate, "Frames per second, such as 30000/1001")
+        ->required()
+        ->delimiter('/')
+        ->check(CLI::Range(1L, 1000000L));
+    app.add_option("pictures", job.pictures, "File of raw pictures")->required();
+    app.add_option("avi", job.avi, "The AVI file to write")->required();
+    app.add_option("quant", job.quantScale, "Quantiser scale")
+        ->check(CLI::Range(1L, 31L))
+        ->capture_default_str();
+    app.add_option("extra", job.extraLines, "Black lines to encode above each YUY2 picture")
+        ->check(CLI::Range(0L, 128L));
 }
 
 void CheckWritten(HRESULT result) {
@@ -77,62 +65,69 @@ void CheckWritten(HRESULT result) {
     }
 }
 
-BITMAPINFOHEADER HeaderOf(const Job& job) {
+BITMAPINFOHEADER HeaderOf(const Job& job, const Coding& coding) {
     BITMAPINFOHEADER header{};
     header.biSize = sizeof(header);
-    header.biWidth = job.width;
-    header.biHeight = job.height;
+    header.biWidth = job.size.first;
+    header.biHeight = job.size.second;
     header.biPlanes = 1;
-    header.biBitCount = job.coding->streamBits;
-    std::memcpy(&header.biCompression, job.coding->fourcc, 4);
+    header.biBitCount = coding.streamBits;
+    std::memcpy(&header.biCompression, coding.fourcc, 4);
     return header;
 }
 
-/// Codes every picture of a file into the AVI; their number.
-unsigned CodePictures(const Job& job, const char* path, nyx::host::AviWriter* avi) {
-    std::ifstream file(path, std::ios::binary);
-    const auto rowBytes = static_cast<std::size_t>(job.width * job.coding->sourceBits / 8);
+/// Encodes every picture of the file into the AVI and returns their number.
+unsigned EncodePictures(const Job& job, const Coding& coding, nyx::host::AviWriter* avi) {
+    const auto [width, height] = job.size;
+    std::ifstream file(job.pictures, std::ios::binary);
+    const auto rowBytes = static_cast<std::size_t>(width * coding.sourceBits / 8);
     const std::size_t above = rowBytes * static_cast<std::size_t>(job.extraLines);
-    const std::size_t pictureBytes = rowBytes * static_cast<std::size_t>(job.height);
+    const std::size_t pictureBytes = rowBytes * static_cast<std::size_t>(height);
     std::vector<BYTE> picture(above + pictureBytes);
     for (std::size_t i = 0; i < above; ++i) {
         picture[i] = i % 2 == 0 ? 16 : 128;
     }
-    const FrameCoder coder(*job.coding);
+    const FrameCoder coder(coding);
     unsigned count = 0;
     for (; file.read(reinterpret_cast<char*>(picture.data() + above),
                      static_cast<std::streamsize>(pictureBytes));
          ++count) {
         const std::vector<BYTE> frame =
-            coder.Code(picture.data(), job.width, job.height + job.extraLines, job.quantScale);
+            coder.Code(picture.data(), width, height + job.extraLines, job.quantScale);
         CheckWritten(avi->Write(frame.data(), static_cast<LONG>(frame.size())));
     }
     if (count == 0 || file.gcount() != 0) {
-        throw std::runtime_error(std::string("no whole number of pictures in ") + path);
+        throw std::runtime_error("not a whole number of pictures in " + job.pictures);
     }
     return count;
+}
+
+void Run(const Job& job) {
+    const Coding& coding = *FindCoding(job.coding);
+    if (job.extraLines > 0 && coding.sourceBits != 16) {
+        throw std::runtime_error("only YUY2 pictures can have extra lines");
+    }
+    nyx::host::AviWriter avi;
+    CheckWritten(avi.Create(std::filesystem::path(job.avi).wstring(), HeaderOf(job, coding),
+                            static_cast<DWORD>(job.rate.first),
+                            static_cast<DWORD>(job.rate.second)));
+    const unsigned frames = EncodePictures(job, coding, &avi);
+    CheckWritten(avi.Finish());
+    std::printf("%u frames\n", frames);
 }
 
 }  // namespace
 }  // namespace standin
 
 int main(int count, char** words) {
-    using namespace standin;
-    if (count < 6 || count > 8) {
-        std::fputs(kUsage, stderr);
-        for (const Coding& coding : Codings()) {
-            std::fprintf(stderr, "  %-16s %s\n", coding.name, SourceName(coding.sourceBits));
-        }
-        return 1;
-    }
+    CLI::App app("Encodes raw pictures with a stand-in engine into an AVI.", "standin_encode");
+    standin::Job job;
+    standin::AddOptions(app, job);
     try {
-        const Job job = ReadJob(count, words);
-        nyx::host::AviWriter avi;
-        CheckWritten(avi.Create(std::filesystem::path(words[5]).wstring(), HeaderOf(job),
-                                static_cast<DWORD>(job.rate), static_cast<DWORD>(job.scale)));
-        const unsigned frames = CodePictures(job, words[4], &avi);
-        CheckWritten(avi.Finish());
-        std::printf("%u frames\n", frames);
+        app.parse(count, words);
+        standin::Run(job);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error);
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "error: %s\n", failure.what());
         return 2;

@@ -63,7 +63,7 @@ run 0 decode zeta2-alpha.avi --format argb32 --frames 1 --raw part.raw --out .
 quiet_ffmpeg -i zeta2-alpha-argb32-00000.png -f rawvideo -pix_fmt bgra -vf vflip png.raw
 holds "a PNG holds alpha" cmp png.raw part.raw
 run 0 bench zeta.avi --format yuy2 --repeat 2 --graphs 2
-says "beside it: 4 frames" "pictures: the same from the file and from memory" "pass 2: 2 frames"
+says "in parallel: 4 frames" "pictures: the same from the file and from memory" "pass 2: 2 frames"
 
 # Ctrl+C.
 wine "$nyxhost" bench zeta.avi --repeat 10000 </dev/null >said 2>&1 &

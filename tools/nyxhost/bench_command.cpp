@@ -23,7 +23,7 @@ struct BenchOptions {
 
 void Ignore(const ArrivedFrame&) {}
 
-/// A number that tells the pictures of a pass from others: FNV-1a over all their bytes.
+/// FNV-1a over the bytes of all pictures of a pass.
 class PictureDigest {
   public:
     void Add(const ArrivedFrame& frame) {
@@ -42,7 +42,7 @@ using Frames = std::vector<std::vector<BYTE>>;
 
 /// The clip's packets as the file holds them. Failure kTooLarge when they take too much memory.
 Frames LoadFrames(const ClipOptions& clip, MediaType* type) {
-    constexpr std::size_t kMaxBytes = std::size_t{600} << 20;  // of a process of 32 bits
+    constexpr std::size_t kMaxBytes = std::size_t{600} << 20;  // fits a 32-bit process
     PlaybackGraph::Options options = clip.graph;
     options.deliver = PlaybackGraph::Deliver::kPackets;
     Frames frames;
@@ -53,7 +53,7 @@ Frames LoadFrames(const ClipOptions& clip, MediaType* type) {
         bytes += frames.back().size();
         if (bytes > kMaxBytes) {
             throw Failure(ExitCode::kTooLarge,
-                          "the frames take more than 600 MiB: choose some with --frames");
+                          "the frames take more than 600 MiB: limit them with --frames");
         }
     });
     graph.Play([](LONG) {});
@@ -78,8 +78,8 @@ FrameList ListOf(const Frames& frames, const MediaType& type) {
     return list;
 }
 
-/// Plays the file in a graph and a thread of its own, so often as the measured graph does. The
-/// number of frames that arrived; what goes wrong comes out of the future.
+/// Plays the file in its own graph and thread, as often as the measured graph does. Returns the
+/// number of frames that arrived; the future throws failures.
 std::future<long> PlayBeside(const BenchOptions& options) {
     return std::async(std::launch::async, [&options] {
         const ComApartment apartment;
@@ -105,26 +105,30 @@ double Median(std::vector<double> values) {
 }
 
 ExitCode RunBench(const BenchOptions& options) {
-    bool looks = true;
-    PictureDigest seenFromFile;
-    PictureDigest seenFromMemory;
-    const auto lookInto = [&looks](PictureDigest* digest) {
-        return [&looks, digest](const ArrivedFrame& frame) { looks ? digest->Add(frame) : void(); };
+    bool digesting = true;
+    PictureDigest fileDigest;
+    PictureDigest memoryDigest;
+    const auto addTo = [&digesting](PictureDigest* digest) {
+        return [&digesting, digest](const ArrivedFrame& frame) {
+            if (digesting) {
+                digest->Add(frame);
+            }
+        };
     };
-    PlaybackGraph file(options.clip.path, options.clip.graph, lookInto(&seenFromFile));
+    PlaybackGraph file(options.clip.path, options.clip.graph, addTo(&fileDigest));
     Print(options.clip.path + ": " + DescribeVideo(file.Clip()) + "\n");
     Print("decoder: " + file.DecoderName() + ", delivers " + options.clip.graph.format->name +
           "\n");
     MediaType type;
     const Frames frames = LoadFrames(options.clip, &type);
-    PlaybackGraph memory(ListOf(frames, type), options.clip.graph, lookInto(&seenFromMemory));
+    PlaybackGraph memory(ListOf(frames, type), options.clip.graph, addTo(&memoryDigest));
 
     PassResult result;
     const auto count = static_cast<long>(frames.size());
     Measure(memory, count, "memory, first pass", &result);
     Measure(file, count, "file, first pass", &result);
-    looks = false;
-    const bool same = seenFromFile.Value() == seenFromMemory.Value();
+    digesting = false;
+    const bool same = fileDigest.Value() == memoryDigest.Value();
     Print(std::string("pictures: ") + (same ? "the same" : "not the same") +
           " from the file and from memory\n");
 
@@ -142,7 +146,7 @@ ExitCode RunBench(const BenchOptions& options) {
                      result.arrived, fromFile.back(), fromMemory.back()));
     }
     for (std::future<long>& other : beside) {
-        Print(Format("beside it: %ld frames\n", other.get()));
+        Print(Format("in parallel: %ld frames\n", other.get()));
     }
     const double ours = Median(fromFile);
     const double bound = Median(fromMemory);
@@ -160,14 +164,14 @@ void AddBenchCommand(CLI::App& app, Action& action) {
     auto options = std::make_shared<BenchOptions>();
     CLI::App* command = app.add_subcommand(
         "bench",
-        "Measure how fast a clip decodes through a filter graph, beside its frames from memory");
+        "Measure how fast a clip decodes through a filter graph, from its file and from memory");
     AddClipOptions(*command, options->clip);
     AddFormatOption(*command, options->clip, "yuy2");
-    command->add_option("--repeat", options->repeat, "Play the clip so many times")
+    command->add_option("--repeat", options->repeat, "Number of passes over the clip")
         ->check(CLI::Range(1L, 1000000L))
         ->type_name("N")
         ->capture_default_str();
-    command->add_option("--graphs", options->graphs, "Play it in so many graphs at once")
+    command->add_option("--graphs", options->graphs, "Number of graphs that play it at once")
         ->check(CLI::Range(1, 64))
         ->type_name("N")
         ->capture_default_str();

@@ -5,7 +5,7 @@
 namespace nyx::host {
 
 ClipGraph::ClipGraph(OnFrame onFrame)
-    : graph_(CreateObject<IGraphBuilder>(CLSID_FilterGraph, "no filter graph")),
+    : graph_(CreateObject<IGraphBuilder>(CLSID_FilterGraph, kNoFilterGraph)),
       onFrame_(std::move(onFrame)) {}
 
 ComPtr<IPin> ClipGraph::AddSink(FrameSink::Accept accept,
@@ -22,7 +22,7 @@ ComPtr<IPin> ClipGraph::AddSink(FrameSink::Accept accept,
             }
         },
         std::move(accept));
-    Check(graph_->AddFilter(sink.Get(), L"Frame Sink"), "the sink does not join the graph");
+    Check(graph_->AddFilter(sink.Get(), L"Frame Sink"), "cannot add the sink to the graph");
     return sink->Input();
 }
 
@@ -32,13 +32,10 @@ ComPtr<IPin> ClipGraph::AddFrameSink(FrameSink::Accept accept) {
 
 void ClipGraph::Complete(IPin* input, LONG first, FrameAt frameAt) {
     connectedType_.Clear();
-    Check(input->ConnectionMediaType(&connectedType_), "the graph's end does not tell its type");
+    Check(input->ConnectionMediaType(&connectedType_), "cannot query the sink's type");
     first_ = first;
     frameAt_ = std::move(frameAt);
-
-    // Without a clock every filter runs as fast as it can and no frame is ever late.
-    Check(Query<IMediaFilter>(graph_, "the graph has no media filter")->SetSyncSource(nullptr),
-          "the graph keeps its clock");
+    RemoveClock(graph_);
 }
 
 void ClipGraph::Close() {
@@ -69,7 +66,7 @@ void ClipGraph::Arrive(IMediaSample& sample) {
     firstArrival_ = indices_.empty() ? lastArrival_ : firstArrival_;
     indices_.push_back(index);
     ++arrived_;
-    onFrame_({index, sample, currentType_, typeChanged});
+    onFrame_({.index = index, .sample = sample, .type = currentType_, .typeChanged = typeChanged});
 }
 
 PassResult ClipGraph::Play(const std::function<void(LONG)>& progress) {
@@ -92,27 +89,29 @@ PassResult ClipGraph::Play(const std::function<void(LONG)>& progress) {
         std::rethrow_exception(thrown_);
     }
     const std::chrono::duration<double> flow = lastArrival_ - firstArrival_;
-    return {arrived_, LostFrames(), elapsed.count(),
-            arrived_ > 1 ? flow.count() / (arrived_ - 1) : 0};
+    return {.arrived = arrived_,
+            .lost = LostFrames(),
+            .seconds = elapsed.count(),
+            .secondsPerFrame = arrived_ > 1 ? flow.count() / (arrived_ - 1) : 0};
 }
 
-/// Gaps between the frames that arrived, with what the source said of them; what it said of more
-/// frames than there are gaps, it said of the last ones.
+/// Gaps between the frames that arrived, with the results that the source reported for them. More
+/// results than gaps belong to the last frames.
 std::vector<LostFrame> ClipGraph::LostFrames() const {
     std::vector<LostFrame> lost;
-    const auto lose = [&](LONG index) {
+    const auto addLost = [&](LONG index) {
         lost.push_back({index, lost.size() < failures_.size() ? failures_[lost.size()] : S_OK});
     };
-    // The clip's time line may begin with sound alone.
+    // The clip's time line may begin with audio alone.
     LONG next = failures_.empty() && !indices_.empty() ? indices_.front() : first_;
     for (const LONG index : indices_) {
         for (; next < index; ++next) {
-            lose(next);
+            addLost(next);
         }
         next = index + 1;
     }
     while (lost.size() < failures_.size()) {
-        lose(next++);
+        addLost(next++);
     }
     return lost;
 }

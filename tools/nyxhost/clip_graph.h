@@ -23,7 +23,7 @@ struct ArrivedFrame {
 /// A frame that did not arrive.
 struct LostFrame {
     LONG index;
-    HRESULT result;  ///< what the codec answered, S_OK when it said nothing
+    HRESULT result;  ///< from the codec; S_OK when it reported none
 };
 
 /// One pass over the clip.
@@ -34,44 +34,45 @@ struct PassResult {
     double secondsPerFrame = 0;   ///< from the first arrival to the last; 0 with less than two
 };
 
-/// A filter graph that plays a clip through a codec's filter to an end that hands on each frame.
+/// A filter graph that plays a clip through a codec's filter to a sink, which passes each frame on.
 /// The derived class builds it. All calls from one thread of the multithreaded apartment.
 class ClipGraph {
   public:
-    /// Called for each frame that arrives, in the streaming thread. What it throws ends the pass
-    /// and comes out of Play().
+    /// Called for each frame that arrives, in the streaming thread. An exception ends the pass, and
+    /// Play() rethrows it.
     using OnFrame = std::function<void(const ArrivedFrame&)>;
 
     ClipGraph(const ClipGraph&) = delete;
     ClipGraph& operator=(const ClipGraph&) = delete;
 
-    /// The type that the graph's end was connected with.
+    /// The type that the sink was connected with.
     const MediaType& ConnectedType() const { return connectedType_; }
 
-    /// Plays the clip once as fast as it goes. `progress` is called now and then in the calling
-    /// thread with the number of frames arrived so far. Failure kInterrupted, or kPlatform when the
-    /// graph aborts.
+    /// Plays the clip once, as fast as possible. Calls `progress` periodically in the calling
+    /// thread with the number of frames that have arrived. Failure kInterrupted, or kPlatform when
+    /// the graph aborts.
     PassResult Play(const std::function<void(LONG)>& progress);
 
   protected:
-    /// The number in the clip of the frame that begins so long after the first one that is played.
+    /// Maps a time after the start of the first frame played to a frame's number in the clip.
     using FrameAt = std::function<LONG(REFERENCE_TIME)>;
 
     explicit ClipGraph(OnFrame onFrame);
     ~ClipGraph() { Close(); }
 
-    /// Adds a sink and gives its pin. `onSample` is called in the streaming thread; what it throws
+    /// Adds a sink and returns its pin. `onSample` is called in the streaming thread; an exception
     /// ends the pass.
     ComPtr<IPin> AddSink(FrameSink::Accept accept, std::function<void(IMediaSample&)> onSample);
 
-    /// Adds the sink that the frames go to.
+    /// Adds the sink of the frames and returns its pin.
     ComPtr<IPin> AddFrameSink(FrameSink::Accept accept);
 
-    /// To be called when the graph's end is connected by its pin `input`. The first frame played is
-    /// number `first`.
+    /// Call this once the sink's pin `input` is connected. The first frame played is number
+    /// `first`.
     void Complete(IPin* input, LONG first, FrameAt frameAt);
 
-    /// Stops the graph and lets go of it; what it held without a count may go afterwards.
+    /// Stops and releases the graph. Objects that it uses without a reference may then be
+    /// destroyed.
     void Close();
 
     ComPtr<IGraphBuilder> graph_;
@@ -91,8 +92,8 @@ class ClipGraph {
     std::atomic<LONG> arrived_{0};
     Clock::time_point firstArrival_;
     Clock::time_point lastArrival_;
-    std::vector<LONG> indices_;      ///< of what arrived
-    std::vector<HRESULT> failures_;  ///< what the source said of frames that were refused
+    std::vector<LONG> indices_;      ///< of the frames that arrived
+    std::vector<HRESULT> failures_;  ///< reported by the source for refused frames
     Mutex thrownLock_;
     std::exception_ptr thrown_;
 };

@@ -6,7 +6,7 @@
 namespace nyx::host {
 namespace {
 
-/// "75f" by its number, else a time: "2.5" in seconds, "1:02:03.5" with minutes and hours.
+/// "75f" is a frame's number; "2.5" is a time in seconds, "1:02:03.5" has minutes and hours.
 Place ReadPlace(const std::string& text) {
     constexpr double kLatest = 1e9;  // seconds
     const char* at = text.c_str();
@@ -21,12 +21,12 @@ Place ReadPlace(const std::string& text) {
         }
     }
     if (value < kLatest && *end == '\0') {
-        return {0, std::llround(value * 1e7)};
+        return {.time = std::llround(value * 1e7)};
     }
     if (value < kLatest && text == std::to_string(std::lround(value)) + "f") {
-        return {std::lround(value), -1};
+        return {.frame = std::lround(value)};
     }
-    throw CLI::ValidationError("--from", "neither a time nor a frame: " + text);
+    throw CLI::ValidationError("--from", "neither a time nor a frame number: " + text);
 }
 
 }  // namespace
@@ -37,9 +37,9 @@ void AddClipOptions(CLI::App& command, ClipOptions& options) {
     command
         .add_option_function<std::string>(
             "--from", [&options](const std::string& text) { options.graph.from = ReadPlace(text); },
-            "Begin at a time, such as 2.5 or 1:02:03.5, or at frame 75f")
+            "Start at a time, such as 2.5 or 1:02:03.5, or at a frame, such as 75f")
         ->type_name("TIME");
-    command.add_option("--frames", options.graph.frames, "Only so many frames")
+    command.add_option("--frames", options.graph.frames, "Number of frames (default: all)")
         ->check(CLI::Range(1L, LONG_MAX))
         ->type_name("N");
 }
@@ -54,7 +54,7 @@ void AddFormatOption(CLI::App& command, ClipOptions& options, const char* preset
         .add_option_function<std::string>(
             "--format",
             [&options](const std::string& name) { options.graph.format = FindPictureFormat(name); },
-            "What the decoder shall deliver")
+            "Format that the decoder delivers")
         ->check(CLI::IsMember(names))
         ->default_str(preset);
 }

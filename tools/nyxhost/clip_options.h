@@ -8,7 +8,7 @@
 
 namespace nyx::host {
 
-/// What every command that plays a clip can be told.
+/// The options of every command that plays a clip.
 struct ClipOptions {
     std::string path;
     PlaybackGraph::Options graph;
@@ -17,7 +17,7 @@ struct ClipOptions {
 /// Adds the clip's name, --from and --frames to `command`.
 void AddClipOptions(CLI::App& command, ClipOptions& options);
 
-/// Adds --format, which takes the name of a picture format, to `command`.
+/// Adds --format, the name of a picture format, to `command`; `preset` is its default.
 void AddFormatOption(CLI::App& command, ClipOptions& options, const char* preset);
 
 }  // namespace nyx::host

@@ -23,7 +23,10 @@ class ComApartment {
     HRESULT result_;
 };
 
-/// An in-process object of the platform; Failure(kPlatform) naming `what` when it cannot be had.
+/// The message when CLSID_FilterGraph cannot be created.
+constexpr char kNoFilterGraph[] = "cannot create a filter graph";
+
+/// An in-process object of the platform. Failure kPlatform, with the message `what`.
 template <class Interface>
 ComPtr<Interface> CreateObject(const CLSID& clsid, const char* what) {
     ComPtr<Interface> object;
@@ -33,8 +36,8 @@ ComPtr<Interface> CreateObject(const CLSID& clsid, const char* what) {
     return object;
 }
 
-/// Another interface of the same object; Failure(kPlatform) naming `what` when it has none. `iid`
-/// is for the interfaces whose header does not tie their identifier to the type.
+/// Another interface of the same object. Failure kPlatform, with the message `what`, when it has
+/// none. Pass `iid` for interfaces whose header does not tie their identifier to the type.
 template <class Interface, class Source>
 ComPtr<Interface> Query(const ComPtr<Source>& source, const char* what,
                         const IID& iid = __uuidof(Interface)) {

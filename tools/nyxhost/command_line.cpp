@@ -11,7 +11,7 @@
 namespace nyx::host {
 namespace {
 
-/// How many letters must be put in, taken out or replaced to make one word of the other.
+/// The Levenshtein distance: letters inserted, deleted or replaced.
 std::size_t Distance(const std::string& from, const std::string& to) {
     std::vector<std::size_t> row(to.size() + 1);
     std::iota(row.begin(), row.end(), std::size_t{0});
@@ -41,7 +41,7 @@ std::vector<std::string> CommandsOf(const CLI::App& app) {
     return names;
 }
 
-/// The options of a command and of the groups in it; positional ones have no dashes.
+/// The long options of a command and of its groups.
 std::vector<std::string> OptionsOf(const CLI::App& command) {
     std::vector<std::string> names;
     const auto add = [&names](const CLI::App& owner) {
@@ -61,25 +61,24 @@ std::vector<std::string> OptionsOf(const CLI::App& command) {
 
 ExitCode Refuse(const std::string& message, const std::string& command) {
     PrintError(message);
-    PrintAside("nyxhost " + command + (command.empty() ? "" : " ") +
-               "--help explains what there is.\n");
+    PrintAside("Run nyxhost " + command + (command.empty() ? "" : " ") + "--help for help.\n");
     return ExitCode::kUsage;
 }
 
 ExitCode ParseFailed(const CLI::App& app, const CLI::ParseError& error) {
     std::ostringstream out;
     std::ostringstream err;
-    if (app.exit(error, out, err) == 0) {  // the help text or the version was asked for
+    if (app.exit(error, out, err) == 0) {  // --help or --version
         Print(out.str());
         return ExitCode::kOk;
     }
     const std::vector<CLI::App*> chosen = app.get_subcommands();
     const CLI::App& command = chosen.empty() ? app : *chosen.front();
-    // A misspelt option is why its value is in the way, or something else missing.
+    // A misspelt option explains a value too many or a missing one.
     for (const std::string& word : app.remaining(true)) {
         if (word.size() > 1 && word[0] == '-') {
-            return Refuse("there is no option " + word + "; the nearest is " +
-                              Nearest(word, OptionsOf(command)),
+            return Refuse("unknown option " + word + "; did you mean " +
+                              Nearest(word, OptionsOf(command)) + "?",
                           chosen.empty() ? "" : command.get_name());
         }
     }
@@ -93,7 +92,7 @@ std::optional<ExitCode> ReadCommandLine(CLI::App& app, std::vector<std::string> 
         Print(app.help());
         return ExitCode::kUsage;
     }
-    if (words[0] == "help") {  // of a command, when one follows
+    if (words[0] == "help") {  // [COMMAND]
         words.erase(words.begin());
         words.resize(std::min<std::size_t>(words.size(), 1));
         words.emplace_back("--help");
@@ -101,11 +100,11 @@ std::optional<ExitCode> ReadCommandLine(CLI::App& app, std::vector<std::string> 
     const std::vector<std::string> commands = CommandsOf(app);
     if (words[0].rfind('-', 0) != 0 &&
         std::find(commands.begin(), commands.end(), words[0]) == commands.end()) {
-        return Refuse("there is no command \"" + words[0] + "\"; the nearest is " +
-                          Nearest(words[0], commands),
+        return Refuse("unknown command \"" + words[0] + "\"; did you mean " +
+                          Nearest(words[0], commands) + "?",
                       "");
     }
-    std::reverse(words.begin(), words.end());  // the library takes them last one first
+    std::reverse(words.begin(), words.end());  // the library expects the last word first
     try {
         app.parse(words);
     } catch (const CLI::ParseError& error) {

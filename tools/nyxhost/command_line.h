@@ -12,9 +12,9 @@ class App;
 
 namespace nyx::host {
 
-/// Lets `app`, which has all its commands, read the words of the command line. An exit code when
-/// there is nothing more to do: help or the version was shown, or the words were not understood,
-/// which the standard error then says with the nearest word that there is.
+/// Parses the words of the command line with `app`, which has all its commands. Returns an exit
+/// code when the program is done: it has shown help or the version, or has reported a usage error,
+/// with the nearest known word, on the standard error.
 std::optional<ExitCode> ReadCommandLine(CLI::App& app, std::vector<std::string> words);
 
 }  // namespace nyx::host

@@ -10,12 +10,12 @@ class App;
 
 namespace nyx::host {
 
-/// What the chosen sub-command will do; set while the command line is parsed, run afterwards. May
+/// The work of the chosen sub-command: set while the command line is parsed, run afterwards. May
 /// throw Failure.
 using Action = std::function<ExitCode()>;
 
-// Each function adds its sub-command to `app`, and when the user chose it, puts its work into
-// `action`. One source file per sub-command.
+// Each function adds its sub-command to `app`. Parsing sets `action` when the user chose it. One
+// source file per sub-command.
 void AddListCommand(CLI::App& app, Action& action);
 void AddInfoCommand(CLI::App& app, Action& action);
 void AddDecodeCommand(CLI::App& app, Action& action);

@@ -19,7 +19,7 @@ bool IsConsole(HANDLE handle) {
     return GetConsoleMode(handle, &mode) != FALSE;
 }
 
-/// False, with the system's last error, when not all of the text gets there.
+/// False, with the system's last error, when part of the text cannot be written.
 bool Write(HANDLE handle, std::string_view text) {
     DWORD written = 0;
     if (IsConsole(handle)) {
@@ -53,7 +53,7 @@ void WriteTagged(std::string_view tag, WORD colour, std::string_view message) {
 void Print(std::string_view text) {
     if (!Write(GetStdHandle(STD_OUTPUT_HANDLE), text)) {
         throw Failure(ExitCode::kOutput,
-                      "cannot write to the standard output: " + ResultText(LastError()));
+                      "cannot write to standard output: " + ResultText(LastError()));
     }
 }
 

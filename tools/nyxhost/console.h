@@ -6,10 +6,10 @@
 namespace nyx::host {
 
 /// Writes UTF-8 text to the standard output: as characters to a console, as bytes to a pipe or
-/// file. Failure kOutput when not all of it gets there.
+/// file. Failure kOutput when part of it cannot be written.
 void Print(std::string_view text);
 
-/// The same to the standard error, without a failure.
+/// Writes to the standard error in the same way; ignores failures.
 void PrintAside(std::string_view text);
 
 /// "error: <message>" or "warning: <message>" and a line end on the standard error, coloured when
@@ -17,8 +17,7 @@ void PrintAside(std::string_view text);
 void PrintError(std::string_view message);
 void PrintWarning(std::string_view message);
 
-/// The columns of the console behind the standard error, as wide as it is now; 0 where there is
-/// none.
+/// The present width in columns of the console behind the standard error; 0 without a console.
 int ConsoleColumns();
 
 }  // namespace nyx::host

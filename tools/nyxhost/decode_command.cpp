@@ -23,7 +23,7 @@ struct DecodeOptions {
     std::string audioFile;
 };
 
-/// Where the frames go: PNG pictures, one file of raw bytes, or both.
+/// Writes the frames as PNG pictures, into one file of raw bytes, or both.
 class FrameOutputs {
   public:
     explicit FrameOutputs(const DecodeOptions& options) {
@@ -33,8 +33,8 @@ class FrameOutputs {
         }
         if (!options.folder.empty() || (raw_ == nullptr && options.audioFile.empty())) {
             if (format.compression != BI_RGB) {
-                throw Failure(ExitCode::kUsage, "pictures are written from RGB; " +
-                                                    std::string(format.name) + " goes to --raw");
+                throw Failure(ExitCode::kUsage, "PNG pictures need an RGB format; write " +
+                                                    std::string(format.name) + " with --raw");
             }
             const std::string folder = options.folder.empty() ? "." : options.folder;
             MakeFolder(folder);
@@ -63,7 +63,7 @@ class FrameOutputs {
         }
     }
 
-    /// What the pictures are called, for the closing line; empty when there are none.
+    /// The pattern of the pictures' names; empty without pictures.
     std::string PictureNames() const { return png_ != nullptr ? prefix_ + "*.png" : ""; }
 
   private:
@@ -72,16 +72,16 @@ class FrameOutputs {
     std::string prefix_;
 };
 
-/// A WAV file a stream of sound: `file` for the first one, "file-2.wav" and so on for the others.
-std::vector<std::unique_ptr<WavWriter>> TakeAudio(PlaybackGraph& graph, const std::string& file) {
+/// Opens a WAV file per audio stream: `file` for the first one, "file-2.wav" and so on.
+std::vector<std::unique_ptr<WavWriter>> WriteAudio(PlaybackGraph& graph, const std::string& file) {
     std::vector<std::unique_ptr<WavWriter>> writers;
     if (file.empty()) {
         return writers;
     }
-    if (graph.Clip().Sound().empty()) {
-        throw Failure(ExitCode::kRefused, "the clip has no sound");
+    if (graph.Clip().Audio().empty()) {
+        throw Failure(ExitCode::kRefused, "the clip has no audio");
     }
-    for (const SourceStream& stream : graph.Clip().Sound()) {
+    for (const SourceStream& stream : graph.Clip().Audio()) {
         std::filesystem::path path(Wide(file));
         if (!writers.empty()) {
             path.replace_filename(path.stem().wstring() + L"-" +
@@ -89,33 +89,33 @@ std::vector<std::unique_ptr<WavWriter>> TakeAudio(PlaybackGraph& graph, const st
         }
         const std::string name = Utf8(path.wstring());
         writers.push_back(std::make_unique<WavWriter>(name, stream.type));
-        graph.TakeAudio(stream, [writer = writers.back().get()](IMediaSample& sample) {
+        graph.AddAudioSink(stream, [writer = writers.back().get()](IMediaSample& sample) {
             writer->Write(sample);
         });
-        Print("sound: " + name + ", " + DescribeAudio(stream.type) + "\n");
+        Print("audio: " + name + ", " + DescribeAudio(stream.type) + "\n");
     }
     return writers;
 }
 
 ExitCode RunDecode(const DecodeOptions& options) {
-    KeepInput(options.clip.path, options.rawFile);
-    KeepInput(options.clip.path, options.audioFile);
+    RefuseSameFile(options.clip.path, options.rawFile);
+    RefuseSameFile(options.clip.path, options.audioFile);
     std::unique_ptr<FrameOutputs> outputs;
-    std::vector<std::unique_ptr<WavWriter>> sound;
+    std::vector<std::unique_ptr<WavWriter>> audio;
     PlaybackGraph graph(options.clip.path, options.clip.graph,
                         [&outputs](const ArrivedFrame& frame) { outputs->Write(frame); });
     Print(options.clip.path + ": " + DescribeVideo(graph.Clip()) + "\n");
     Print("decoder: " + graph.DecoderName() + ", delivers " + options.clip.graph.format->name +
           "\n");
     outputs = std::make_unique<FrameOutputs>(options);
-    sound = TakeAudio(graph, options.audioFile);
+    audio = WriteAudio(graph, options.audioFile);
 
     PassResult result;
     {
         Progress progress("decoding", graph.FramesToCome());
         result = graph.Play([&progress](LONG done) { progress.Show(done); });
     }
-    for (const std::unique_ptr<WavWriter>& writer : sound) {
+    for (const std::unique_ptr<WavWriter>& writer : audio) {
         writer->Finish();
     }
     if (result.arrived > 0) {
@@ -133,22 +133,22 @@ ExitCode RunDecode(const DecodeOptions& options) {
 void AddDecodeCommand(CLI::App& app, Action& action) {
     auto options = std::make_shared<DecodeOptions>();
     CLI::App* command = app.add_subcommand(
-        "decode", "Decode a clip through a filter graph to PNG pictures, raw pictures and sound");
+        "decode", "Decode a clip through a filter graph to PNG pictures, raw pictures and audio");
     AddClipOptions(*command, options->clip);
     AddFormatOption(*command, options->clip, "rgb24");
     command
         ->add_option(
             "--out", options->folder,
-            "Folder for PNG pictures, of any format but yuy2 (default: the current one, or "
-            "no pictures when --raw or --audio is given)")
+            "Folder for PNG pictures in any format but yuy2 (default: the current folder; no "
+            "pictures with --raw or --audio)")
         ->type_name("DIR");
     command
         ->add_option("--raw", options->rawFile,
-                     "File for the samples' exact bytes, one frame after another")
+                     "File for the bytes of all samples, one frame after another")
         ->type_name("FILE");
     command
         ->add_option("--audio", options->audioFile,
-                     "WAV file for the sound; further streams of sound go to FILE-2 and so on")
+                     "WAV file for the audio; further audio streams go to FILE-2 and so on")
         ->type_name("FILE");
     command->callback([options, &action] { action = [options] { return RunDecode(*options); }; });
 }

@@ -10,7 +10,7 @@ namespace nyx::host {
 namespace {
 
 struct Answer {
-    ExitCode code;  ///< what it means for the clip
+    ExitCode code;
     std::string text;
 };
 
@@ -28,25 +28,28 @@ Answer AnswerOf(const Candidate& candidate, const MediaType& compressed,
         return {ExitCode::kNoDecoder, candidate.name + " refuses the clip's format"};
     }
     return {ExitCode::kRefused,
-            candidate.name + " takes the clip but does not deliver " + formatName};
+            candidate.name + " accepts the clip but does not deliver " + formatName};
 }
 
 }  // namespace
 
 std::vector<Candidate> FindCandidates(const GUID& subtype) {
-    const auto mapper = CreateObject<IFilterMapper2>(CLSID_FilterMapper2, "no filter mapper");
+    const auto mapper =
+        CreateObject<IFilterMapper2>(CLSID_FilterMapper2, "cannot create the filter mapper");
     const GUID types[] = {MEDIATYPE_Video, subtype};
     ComPtr<IEnumMoniker> monikers;
     Check(mapper->EnumMatchingFilters(monikers.GetAddressOf(), 0, TRUE, MERIT_DO_NOT_USE + 1, TRUE,
                                       1, types, nullptr, nullptr, FALSE, TRUE, 0, nullptr, nullptr,
                                       nullptr),
-          "the filter mapper does not answer");
+          "cannot query the filter mapper");
     std::vector<Candidate> candidates;
     ComPtr<IMoniker> moniker;
     while (monikers->Next(1, moniker.ReleaseAndGetAddressOf(), nullptr) == S_OK) {
         Candidate candidate{FriendlyName(moniker.Get()), {}, moniker};
-        CLSIDFromString(Wide(MonikerText(moniker.Get(), L"CLSID")).c_str(), &candidate.clsid);
-        candidates.push_back(candidate);
+        if (SUCCEEDED(CLSIDFromString(Wide(MonikerText(moniker.Get(), L"CLSID")).c_str(),
+                                      &candidate.clsid))) {
+            candidates.push_back(candidate);
+        }
     }
     return candidates;
 }
@@ -61,16 +64,16 @@ void ExplainFailedConnection(const MediaType& compressed, const std::string& for
                           "\"; register one with regsvr32 (see nyxhost list)");
     }
     std::string message = "no decoder delivers this \"" + fourcc + "\" clip as " + formatName;
-    bool taken = false;
-    bool wanting = false;
+    bool accepted = false;
+    bool lacksEngine = false;
     for (const Candidate& candidate : candidates) {
         const Answer answer = AnswerOf(candidate, compressed, formatName);
-        taken = taken || answer.code == ExitCode::kRefused;
-        wanting = wanting || answer.code == ExitCode::kNoEngine;
+        accepted = accepted || answer.code == ExitCode::kRefused;
+        lacksEngine = lacksEngine || answer.code == ExitCode::kNoEngine;
         message += "\n  " + answer.text;
     }
-    message += "\n  the graph answered " + ResultText(result);
-    throw Failure(wanting && !taken ? ExitCode::kNoEngine : ExitCode::kRefused, message);
+    message += "\n  the graph returned " + ResultText(result);
+    throw Failure(lacksEngine && !accepted ? ExitCode::kNoEngine : ExitCode::kRefused, message);
 }
 
 }  // namespace nyx::host

@@ -17,13 +17,13 @@ struct Candidate {
     ComPtr<IMoniker> moniker;
 };
 
-/// The filters that intelligent connect would try for a video subtype: those that name it
-/// themselves, with a merit above MERIT_DO_NOT_USE. Failure kPlatform.
+/// The filters that intelligent connect tries for a video subtype: those that register it, with a
+/// merit above MERIT_DO_NOT_USE. Failure kPlatform.
 std::vector<Candidate> FindCandidates(const GUID& subtype);
 
-/// Says why no connection from a clip of type `compressed` to `formatName` came about: kNoDecoder
-/// when no registered filter names the subtype, kNoEngine when one cannot be made and no other
-/// takes the clip, else kRefused; with each candidate's answer. `result` is what the graph said.
+/// Reports why a clip of type `compressed` cannot be connected to `formatName`, with each
+/// candidate's answer: kNoDecoder when no registered filter names the subtype, kNoEngine when one
+/// cannot be created and no other accepts the clip, else kRefused. `result` is the graph's.
 [[noreturn]] void ExplainFailedConnection(const MediaType& compressed,
                                           const std::string& formatName, HRESULT result);
 

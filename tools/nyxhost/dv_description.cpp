@@ -15,13 +15,13 @@ unsigned PayloadByte(LONG payload, unsigned index) {
     return static_cast<DWORD>(payload) >> (8 * index) & 0xFF;
 }
 
-/// Two binary-coded decimal digits under `mask`, which cuts flags off the tens; nothing when they
-/// are no digits or lie outside `least`..`most`.
-std::optional<unsigned> Digits(unsigned byte, unsigned mask, unsigned least, unsigned most) {
+/// Two binary-coded decimal digits under `mask`, which removes flags from the tens; nothing for
+/// other nibbles or a value outside `min`..`max`.
+std::optional<unsigned> Digits(unsigned byte, unsigned mask, unsigned min, unsigned max) {
     const unsigned tens = (byte & mask) >> 4;
     const unsigned ones = byte & mask & 15;
     const unsigned value = tens * 10 + ones;
-    if (tens > 9 || ones > 9 || value < least || value > most) {
+    if (tens > 9 || ones > 9 || value < min || value > max) {
         return std::nullopt;
     }
     return value;
@@ -61,8 +61,8 @@ const char* FieldOrderName(LONG fieldOrder) {
     }
 }
 
-/// The nominal aspect: recorded lines are a little wider than the picture they carry, so that the
-/// exact fraction would be 27:20 where people say 4:3.
+/// The nominal aspect. Recorded lines are a little wider than the picture, so the exact aspect of a
+/// 4:3 picture is 27:20.
 const char* PictureAspectName(const FormatRecord& format) {
     constexpr std::int64_t kBetween4By3And16By9 = 155;  // hundredths
     const std::int64_t x = std::int64_t{format.codedWidth} * format.pixelAspectX;
@@ -98,25 +98,25 @@ bool IsRecordedAlike(const AudioRecord& a, const AudioRecord& b) {
            a.samplesPerFrame == b.samplesPerFrame && a.locked == b.locked;
 }
 
-/// Channels recorded alike are told together. A pack that only stands in for a missing one is the
-/// same pack in two slots and counts once.
+/// Groups channels that are recorded alike. A pack that replaces a missing one is in two slots and
+/// counts once.
 std::string DescribeAudio(const DifState& state) {
     std::string text;
-    std::array<bool, kAudioSlots> told{};
+    std::array<bool, kAudioSlots> done{};
     for (std::size_t slot = 0; slot < kAudioSlots; ++slot) {
         const auto earlier = state.audioSource.begin() + static_cast<std::ptrdiff_t>(slot);
-        told[slot] = state.audio[slot].channels <= 0 ||
+        done[slot] = state.audio[slot].channels <= 0 ||
                      std::find(state.audioSource.begin(), earlier, *earlier) != earlier;
     }
     for (std::size_t slot = 0; slot < kAudioSlots; ++slot) {
-        if (told[slot]) {
+        if (done[slot]) {
             continue;
         }
         LONG channels = 0;
         for (std::size_t other = slot; other < kAudioSlots; ++other) {
-            if (!told[other] && IsRecordedAlike(state.audio[slot], state.audio[other])) {
+            if (!done[other] && IsRecordedAlike(state.audio[slot], state.audio[other])) {
                 channels += state.audio[other].channels;
-                told[other] = true;
+                done[other] = true;
             }
         }
         text += (text.empty() ? "" : "; ") + AudioText(channels, state.audio[slot]);
@@ -124,7 +124,7 @@ std::string DescribeAudio(const DifState& state) {
     return text;
 }
 
-/// Empty for -1 and for digits that no clock shows.
+/// Empty for -1 and for digits outside a clock's range.
 std::string ClockText(LONG payload) {
     const auto hours = Digits(PayloadByte(payload, 3), 0x3F, 0, 23);
     const auto minutes = Digits(PayloadByte(payload, 2), 0x7F, 0, 59);
@@ -146,7 +146,7 @@ std::string TimecodeText(LONG payload) {
     return clock + Format((first & kDropFrame) ? ";%02u" : ":%02u", *frames);
 }
 
-/// Years from 75 on belong to the last century.
+/// Years from 75 on are 19xx.
 std::string RecordingDateText(LONG payload) {
     const auto day = Digits(PayloadByte(payload, 1), 0x3F, 1, 31);
     const auto month = Digits(PayloadByte(payload, 2), 0x1F, 1, 12);

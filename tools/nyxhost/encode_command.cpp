@@ -26,20 +26,20 @@ struct EncodeOptions {
     std::optional<LONG> preset;
     std::optional<LONG> quantScale;
     std::optional<LONG> maxStreamSize;
-    std::string format;            ///< of raw pictures, empty for footage
-    std::pair<LONG, LONG> size{};  ///< theirs
-    std::pair<LONG, LONG> rate{};  ///< theirs: frames per second, a fraction
+    std::string format;            ///< of raw pictures; empty for footage
+    std::pair<LONG, LONG> size{};  ///< of raw pictures
+    std::pair<LONG, LONG> rate{};  ///< of raw pictures: frames per second, a fraction
 };
 
-[[noreturn]] void BadOption(const std::string& what) {
-    throw Failure(ExitCode::kUsage, what);
+[[noreturn]] void BadOption(const std::string& message) {
+    throw Failure(ExitCode::kUsage, message);
 }
 
-/// Sets what the user asked for; what he did not ask for stays as the encoder has it.
+/// Sets the parameters that the user gave; the encoder keeps the others.
 void SetQuality(const EncodeOptions& options, const EncoderFilter& encoder) {
     const bool custom = options.quantScale || options.maxStreamSize;
     if (custom && options.preset.value_or(kCustomPreset) != kCustomPreset) {
-        BadOption("--quant and --max-size go with --preset 4, the custom one");
+        BadOption("--quant and --max-size need --preset 4, the custom one");
     }
     if (!custom && !options.preset) {
         return;
@@ -52,7 +52,7 @@ void SetQuality(const EncodeOptions& options, const EncoderFilter& encoder) {
     }
     block.quant_scale = options.quantScale.value_or(block.quant_scale);
     block.max_stream_size = options.maxStreamSize.value_or(block.max_stream_size);
-    Check(encoder.parameters->SetParameter(&block, FALSE), "the encoder refuses the quality");
+    Check(encoder.parameters->SetParameter(&block, FALSE), "the encoder refuses the parameters");
 }
 
 std::unique_ptr<EncodeGraph> BuildGraph(const EncodeOptions& options, const EncoderFilter& encoder,
@@ -75,14 +75,13 @@ std::unique_ptr<EncodeGraph> BuildGraph(const EncodeOptions& options, const Enco
 /// Ends the command when `result` of writing `path` is a failure.
 void CheckOutput(HRESULT result, const std::string& path) {
     if (result == HRESULT_FROM_WIN32(ERROR_FILE_TOO_LARGE)) {
-        throw Failure(ExitCode::kTooLarge,
-                      path + " would reach 2^31 bytes; an AVI must stay below that");
+        throw Failure(ExitCode::kTooLarge, path + " would reach 2^31 bytes, the limit of an AVI");
     }
     Check(result, ("cannot write " + path).c_str(), ExitCode::kOutput);
 }
 
 ExitCode RunEncode(const EncodeOptions& options) {
-    KeepInput(options.input, options.output);
+    RefuseSameFile(options.input, options.output);
     const EncoderFilter encoder = FindEncoder();
     SetQuality(options, encoder);
 
@@ -123,24 +122,21 @@ void AddEncodeCommand(CLI::App& app, Action& action) {
     auto options = std::make_shared<EncodeOptions>();
     CLI::App* command = app.add_subcommand(
         "encode", "Encode footage or raw pictures through a filter graph with the Zeta encoder");
-    command->footer([] {
-        return std::string(
-            "Zeta is what the module encodes in graphs. DV frames come from its codec interface "
-            "alone, for which it offers no encoder filter.\n");
-    });
-    command->add_option("input", options->input, "A file of footage, or with --size raw pictures")
+    command->footer(
+        [] { return std::string("The module has an encoder filter for Zeta only.\n"); });
+    command->add_option("input", options->input, "A file of footage; with --size, raw pictures")
         ->required();
-    command->add_option("output", options->output, "The AVI file to make")->required();
+    command->add_option("output", options->output, "The AVI file to write")->required();
     command
         ->add_option("--preset", options->preset,
                      "0 online superfine, 1 online fine, 2 online standard, 3 offline, 4 custom; "
-                     "without any of these options the stored quality counts")
+                     "without --preset, --quant and --max-size the stored settings apply")
         ->check(CLI::Range(0L, kCustomPreset));
     command->add_option("--quant", options->quantScale, "Quantiser, 4 (fine) to 19 (coarse)")
         ->check(CLI::Range(kQuantScaleRange.low, kQuantScaleRange.high));
     command
         ->add_option("--max-size", options->maxStreamSize,
-                     "Most bytes of a frame in percent of a 4:2:2 picture, 4 to 100")
+                     "Maximum bytes of a frame in percent of a 4:2:2 picture, 4 to 100")
         ->check(CLI::Range(kMaxStreamSizeRange.low, kMaxStreamSizeRange.high));
     const struct {
         const char* flag;
@@ -148,11 +144,11 @@ void AddEncodeCommand(CLI::App& app, Action& action) {
         const char* help;
     } formats[] = {
         {"--yuy2", "yuy2", "The pictures are 4:2:2"},
-        {"--rgb24", "rgb24", "The pictures are RGB of 24 bits"},
-        {"--rgb32", "rgb32", "The pictures are RGB of 32 bits without alpha"},
-        {"--argb", "argb32", "The pictures are RGB of 32 bits, the fourth byte alpha"},
+        {"--rgb24", "rgb24", "The pictures are 24-bit RGB"},
+        {"--rgb32", "rgb32", "The pictures are 32-bit RGB without alpha"},
+        {"--argb", "argb32", "The pictures are 32-bit RGB; the fourth byte is alpha"},
     };
-    CLI::Option_group* group = command->add_option_group("pictures", "What raw pictures are");
+    CLI::Option_group* group = command->add_option_group("pictures", "Format of raw pictures");
     for (const auto& entry : formats) {
         group->add_flag_callback(
             entry.flag, [options, entry] { options->format = entry.format; }, entry.help);
@@ -160,7 +156,7 @@ void AddEncodeCommand(CLI::App& app, Action& action) {
     group->require_option(0, 1);
     command
         ->add_option("--size", options->size,
-                     "Size of raw pictures, such as 1920x1080; RGB rows go from bottom to top, "
+                     "Size of raw pictures, such as 1920x1080; RGB rows run from bottom to top, "
                      "with a negative height from top to bottom")
         ->delimiter('x')
         ->type_name("SIZE");

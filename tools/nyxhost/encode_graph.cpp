@@ -20,8 +20,9 @@ std::string NameOf(const MediaType& type) {
         ResultText(result);
     if (type.subtype == MEDIASUBTYPE_RGB32) {
         message +=
-            "\n  it takes 32-bit pictures only with alpha: --argb encodes the fourth byte as alpha;"
-            "\n  pictures of 24 bits (--rgb24) and 4:2:2 pictures (--yuy2) are taken as they are";
+            "\n  it accepts 32-bit pictures only with alpha: --argb encodes the fourth byte as "
+            "alpha;"
+            "\n  --rgb24 and --yuy2 pictures need no alpha";
     }
     throw Failure(ExitCode::kRefused, message);
 }
@@ -29,25 +30,26 @@ std::string NameOf(const MediaType& type) {
 }  // namespace
 
 ComPtr<IPin> EncodeGraph::Connect(IPin* from, const MediaType& type, const EncoderFilter& encoder) {
-    Check(graph_->AddFilter(encoder.filter.Get(), L"Encoder"), "the encoder does not join");
+    Check(graph_->AddFilter(encoder.filter.Get(), L"Encoder"),
+          "cannot add the encoder to the graph");
     const ComPtr<IPin> end = AddFrameSink(IsVideo);
     const ComPtr<IPin> input = FindPin(encoder.filter.Get(), PINDIR_INPUT);
     rule_.ApplyTo(graph_.Get());
-    const HRESULT taken = footage_ ? graph_->Connect(from, input.Get())
-                                   : graph_->ConnectDirect(from, input.Get(), nullptr);
-    if (FAILED(taken)) {
-        ExplainRefusal(encoder, type, taken);
+    const HRESULT connected = footage_ ? graph_->Connect(from, input.Get())
+                                       : graph_->ConnectDirect(from, input.Get(), nullptr);
+    if (FAILED(connected)) {
+        ExplainRefusal(encoder, type, connected);
     }
     Check(graph_->ConnectDirect(FindPin(encoder.filter.Get(), PINDIR_OUTPUT).Get(), end.Get(),
                                 nullptr),
-          "the encoder's output does not connect");
+          "cannot connect the encoder's output");
     return end;
 }
 
 EncodeGraph::EncodeGraph(const FrameList& pictures, const EncoderFilter& encoder, OnFrame onFrame)
     : ClipGraph(std::move(onFrame)), rate_(pictures.rate), count_(pictures.count) {
     const auto source = Make<FrameSource>(pictures);
-    Check(graph_->AddFilter(source.Get(), L"Pictures"), "the source does not join the graph");
+    Check(graph_->AddFilter(source.Get(), L"Pictures"), "cannot add the source to the graph");
     const BITMAPINFOHEADER& header = pictures.type.Header();
     description_ = NameOf(pictures.type) +
                    Format(", %ldx%ld, %ld frames", header.biWidth, header.biHeight, pictures.count);

@@ -13,19 +13,19 @@ namespace nyx::host {
 class EncodeGraph final : public ClipGraph {
   public:
     /// Builds the graph over raw pictures, or over the file of footage `path`. Failure kRefused
-    /// when the encoder does not take them, kPlatform otherwise, and those of Footage.
+    /// when the encoder refuses the pictures, kPlatform otherwise, and those of Footage.
     EncodeGraph(const FrameList& pictures, const EncoderFilter& encoder, OnFrame onFrame);
     EncodeGraph(const std::string& path, const EncoderFilter& encoder, OnFrame onFrame);
     ~EncodeGraph() { Close(); }
 
-    /// What is encoded, in words; its rate, frames per second; and how many frames there are.
+    /// The input in words, its rate in frames per second and its number of frames.
     const std::string& Description() const { return description_; }
     std::pair<LONG, LONG> Rate() const { return rate_; }
     LONG FrameCount() const { return count_; }
 
   private:
-    /// Connects `from`, which offers `type`, to the encoder and that to the sink, whose pin it
-    /// gives.
+    /// Connects `from`, which offers `type`, to the encoder and the encoder to the sink. Returns
+    /// the sink's pin.
     ComPtr<IPin> Connect(IPin* from, const MediaType& type, const EncoderFilter& encoder);
 
     OneFilterRule rule_;

@@ -12,14 +12,7 @@ constexpr char kEncoderName[] = "Rokka Zeta Encoder";
 }  // namespace
 
 EncoderFilter FindEncoder() {
-    const auto devices =
-        CreateObject<ICreateDevEnum>(CLSID_SystemDeviceEnum, "no device enumerator");
-    ComPtr<IEnumMoniker> monikers;
-    ComPtr<IMoniker> moniker;
-    // S_FALSE, with no enumerator, tells of an empty category.
-    const HRESULT listed =
-        devices->CreateClassEnumerator(CLSID_VideoCompressorCategory, monikers.GetAddressOf(), 0);
-    while (listed == S_OK && monikers->Next(1, moniker.ReleaseAndGetAddressOf(), nullptr) == S_OK) {
+    for (const ComPtr<IMoniker>& moniker : FiltersOf(CLSID_VideoCompressorCategory)) {
         EncoderFilter encoder;
         encoder.name = FriendlyName(moniker.Get());
         if (encoder.name != kEncoderName) {
@@ -33,7 +26,7 @@ EncoderFilter FindEncoder() {
                                                    CreationText(encoder.name, created));
         }
         encoder.parameters = Query<IEncodeParmeter_QZTA>(
-            encoder.filter, "the encoder lacks its parameters", IID_IEncodeParmeter_QZTA);
+            encoder.filter, "the encoder lacks IEncodeParmeter_QZTA", IID_IEncodeParmeter_QZTA);
         return encoder;
     }
     throw Failure(ExitCode::kNoDecoder, std::string("no video compressor \"") + kEncoderName +
@@ -47,7 +40,7 @@ std::string DescribeParameters(const EncodeParameterBlock& block) {
 
 EncodeParameterBlock LiveParameters(const EncoderFilter& encoder) {
     EncodeParameterBlock block{};
-    Check(encoder.parameters->GetParameter(&block, FALSE), "the encoder does not tell its quality");
+    Check(encoder.parameters->GetParameter(&block, FALSE), "cannot query the encoder's parameters");
     return block;
 }
 

@@ -9,7 +9,7 @@
 
 namespace nyx::host {
 
-/// The registered Zeta encoder as a user picks it from an application's list of video compressors.
+/// The registered Zeta encoder, from the system's list of video compressors.
 struct EncoderFilter {
     ComPtr<IBaseFilter> filter;
     ComPtr<IEncodeParmeter_QZTA> parameters;  ///< of the same object
@@ -17,7 +17,7 @@ struct EncoderFilter {
 };
 
 /// Finds the encoder in the video compressor category by its friendly name. Failure kNoDecoder when
-/// it is not there, kNoEngine when it cannot be created.
+/// it is missing, kNoEngine when it cannot be created.
 EncoderFilter FindEncoder();
 
 /// "preset 2: quantiser 5, at most 30 % of a 4:2:2 picture".

@@ -10,10 +10,10 @@ namespace {
 
 struct Engine {
     const wchar_t* library;
-    DWORD oldest;  ///< that the module takes
+    DWORD oldest;  ///< version that the module accepts
 };
 
-/// The closed libraries behind the filters whose name holds a word.
+/// The engines of the filters whose name contains a word; the first match counts.
 const struct {
     const char* word;
     std::vector<Engine> engines;
@@ -32,34 +32,39 @@ std::vector<Engine> EnginesOf(const std::string& filter) {
     return {};
 }
 
-/// The library that a codec has loaded or would load: by its bare name, else out of the folder
-/// "engines" beside the module. Null, with the system's last error, when there is none.
-HMODULE LoadEngine(const wchar_t* library) {
-    const HMODULE module = LoadLibraryW(library);
+struct LibraryCloser {
+    void operator()(HMODULE module) const noexcept { FreeLibrary(module); }
+};
+using UniqueLibrary = std::unique_ptr<std::remove_pointer_t<HMODULE>, LibraryCloser>;
+
+/// The library that a codec has loaded or would load: by its bare name, else from the folder
+/// "engines" beside the module. Null, with the system's last error for the bare name, when neither
+/// can be loaded.
+UniqueLibrary LoadEngine(const wchar_t* library) {
+    UniqueLibrary module(LoadLibraryW(library));
     const DWORD error = GetLastError();
-    const HMODULE codecs = module == nullptr ? GetModuleHandleW(L"nyxcodecs.dll") : nullptr;
-    if (codecs == nullptr) {
-        return module;
+    const HMODULE codecs = GetModuleHandleW(L"nyxcodecs.dll");
+    if (module == nullptr && codecs != nullptr) {
+        const auto own = ModulePath(codecs).replace_filename(L"engines") / library;
+        module.reset(LoadLibraryW(own.c_str()));
     }
-    const auto own = ModulePath(codecs).replace_filename(L"engines") / library;
-    const HMODULE second = LoadLibraryW(own.c_str());
-    SetLastError(error);  // of the one that is found first
-    return second;
+    SetLastError(error);
+    return module;
 }
 
 std::string EngineText(const Engine& engine) {
-    const HMODULE module = LoadEngine(engine.library);
+    const UniqueLibrary module = LoadEngine(engine.library);
     const DWORD error = GetLastError();
     std::string found =
-        error == ERROR_BAD_EXE_FORMAT ? "no " + WordSize() + " library" : "not found";
+        error == ERROR_BAD_EXE_FORMAT ? "not a " + WordSize() + " library" : "not found";
     if (module != nullptr) {
-        const FileVersion version = ReadFileVersion(ModulePath(module));
+        const std::filesystem::path path = ModulePath(module.get());
+        const FileVersion version = ReadFileVersion(path);
         const bool tooOld = version.fixed >> 32 < engine.oldest;
         found = version.number + ", " +
                 (tooOld ? Format("older than %u.%u, ", HIWORD(engine.oldest), LOWORD(engine.oldest))
                         : "") +
-                version.kind + ", " + Utf8(ModulePath(module).wstring());
-        FreeLibrary(module);
+                version.kind + ", " + Utf8(path.wstring());
     }
     return Utf8(engine.library) + " (" + found + ")";
 }
@@ -74,12 +79,12 @@ std::vector<std::string> EngineTexts(const std::string& filter) {
     return texts;
 }
 
-bool WantsEngine(const std::string& filter, HRESULT created) {
+bool LacksEngine(const std::string& filter, HRESULT created) {
     return created == E_OUTOFMEMORY && !EnginesOf(filter).empty();
 }
 
 std::string CreationText(const std::string& filter, HRESULT created) {
-    if (!WantsEngine(filter, created)) {
+    if (!LacksEngine(filter, created)) {
         return ResultText(created);
     }
     std::string text = "engine missing or too old";

@@ -12,18 +12,18 @@ constexpr struct {
     const char* words;
 } kExitCodes[] = {
     {ExitCode::kOk, "success"},
-    {ExitCode::kUsage, "command line not understood"},
+    {ExitCode::kUsage, "invalid command line"},
     {ExitCode::kInput, "input missing or unreadable"},
-    {ExitCode::kNotFootage, "no footage of ours, or damaged"},
+    {ExitCode::kNotFootage, "unsupported or damaged file"},
     {ExitCode::kNoDecoder, "no codec registered"},
     {ExitCode::kRefused, "format or output refused"},
-    {ExitCode::kDecode, "frames that the codec failed on"},
-    {ExitCode::kOutput, "output could not be written"},
-    {ExitCode::kTooLarge, "file of 2^31 bytes, or memory full"},
+    {ExitCode::kDecode, "frames lost in the codec"},
+    {ExitCode::kOutput, "output cannot be written"},
+    {ExitCode::kTooLarge, "2^31 bytes reached, or memory full"},
     {ExitCode::kPlatform, "COM, DirectShow or imaging failed"},
     {ExitCode::kInterrupted, "interrupted"},
     {ExitCode::kNoEngine, "engine missing or too old"},
-    {ExitCode::kPastEnd, "clip ends before --from"},
+    {ExitCode::kPastEnd, "--from past the clip's end"},
 };
 
 }  // namespace

@@ -11,7 +11,7 @@ namespace {
 
 constexpr wchar_t kOurProduct[] = L"Nyx codec module";
 
-/// A string of the table that this project's resources have: US English, UTF-16.
+/// A string of the version resource's table for US English, UTF-16, which this project uses.
 std::wstring_view TextOf(const std::vector<BYTE>& block, const wchar_t* name) {
     void* text = nullptr;
     UINT length = 0;

@@ -6,24 +6,24 @@
 
 #include "file_version.h"
 #include "graph_tools.h"
+#include "platform/class_ids.h"
 #include "text.h"
 
 namespace nyx::host {
 namespace {
 
-constexpr CLSID kFootageSource = {
-    0x5F2C1E6A, 0x8B0D, 0x4C57, {0x9D, 0x3E, 0x7A, 0x41, 0xB6, 0xC9, 0xE2, 0x10}};
 constexpr wchar_t kSourceModule[] = L"nyxsource.dll";
 
 bool IsFootageSource(IBaseFilter* filter) {
     CLSID clsid{};
-    return SUCCEEDED(filter->GetClassID(&clsid)) && clsid == kFootageSource;
+    return SUCCEEDED(filter->GetClassID(&clsid)) && clsid == CLSID_NyxFootageSource;
 }
 
-/// The source's module, registered or not: beside this program. It stays loaded.
+/// The registered source, else the one of the module beside this program, which stays loaded.
 ComPtr<IBaseFilter> CreateSource() {
     ComPtr<IBaseFilter> filter;
-    if (SUCCEEDED(CoCreateInstance(kFootageSource, nullptr, CLSCTX_INPROC_SERVER, IID_IBaseFilter,
+    if (SUCCEEDED(CoCreateInstance(CLSID_NyxFootageSource, nullptr, CLSCTX_INPROC_SERVER,
+                                   IID_IBaseFilter,
                                    reinterpret_cast<void**>(filter.GetAddressOf())))) {
         return filter;
     }
@@ -35,7 +35,7 @@ ComPtr<IBaseFilter> CreateSource() {
                                 GetProcAddress(module, "DllGetClassObject")));
     ComPtr<IClassFactory> factory;
     if (getClassObject == nullptr ||
-        FAILED(getClassObject(kFootageSource, IID_IClassFactory,
+        FAILED(getClassObject(CLSID_NyxFootageSource, IID_IClassFactory,
                               reinterpret_cast<void**>(factory.GetAddressOf()))) ||
         FAILED(factory->CreateInstance(nullptr, IID_IBaseFilter,
                                        reinterpret_cast<void**>(filter.GetAddressOf())))) {
@@ -45,8 +45,8 @@ ComPtr<IBaseFilter> CreateSource() {
     return filter;
 }
 
-/// What an object that offers it says of the failure of its last method in this thread, else the
-/// result in words.
+/// The description that an object gives of its last failure in this thread, else the result in
+/// words.
 std::string ReasonOf(IUnknown* object, const IID& interfaceId, HRESULT result) {
     const auto support = As<ISupportErrorInfo>(object);
     ComPtr<IErrorInfo> info;
@@ -62,7 +62,7 @@ std::string ReasonOf(IUnknown* object, const IID& interfaceId, HRESULT result) {
 }
 
 void Load(IBaseFilter* source, const std::string& path) {
-    SetErrorInfo(0, nullptr);  // no older failure's
+    SetErrorInfo(0, nullptr);  // clears an older failure
     const auto file = As<IFileSourceFilter>(source);
     const HRESULT loaded =
         file ? file->Load(std::filesystem::path(Wide(path)).make_preferred().c_str(), nullptr)
@@ -70,13 +70,13 @@ void Load(IBaseFilter* source, const std::string& path) {
     if (FAILED(loaded)) {
         const bool unreadable = HRESULT_FACILITY(loaded) == FACILITY_WIN32;
         throw Failure(unreadable ? ExitCode::kInput : ExitCode::kNotFootage,
-                      (unreadable ? "cannot open " + path : path + " is no footage of ours") +
-                          ": " + ReasonOf(source, IID_IFileSourceFilter, loaded));
+                      (unreadable ? "cannot open " + path : path + " is not supported") + ": " +
+                          ReasonOf(source, IID_IFileSourceFilter, loaded));
     }
 }
 
-/// The platform's choice for the file when that is ours; else ours by its class. The platform's own
-/// sources pass no code that they do not know.
+/// The platform's choice for the file when that is our source, else our source by its class: the
+/// platform's own sources do not pass unknown FourCCs on.
 ComPtr<IBaseFilter> AddSource(IGraphBuilder* graph, const std::string& path) {
     ComPtr<IBaseFilter> source;
     if (SUCCEEDED(graph->AddSourceFilter(Wide(path).c_str(), L"Footage", source.GetAddressOf()))) {
@@ -87,15 +87,16 @@ ComPtr<IBaseFilter> AddSource(IGraphBuilder* graph, const std::string& path) {
     }
     source = CreateSource();
     Load(source.Get(), path);
-    Check(graph->AddFilter(source.Get(), L"Footage"), "the source does not join the graph");
+    Check(graph->AddFilter(source.Get(), L"Footage"), "cannot add the source to the graph");
     return source;
 }
 
 SourceStream StreamOf(const ComPtr<IPin>& pin) {
     ComPtr<IEnumMediaTypes> types;
     AM_MEDIA_TYPE* first = nullptr;
-    Check(pin->EnumMediaTypes(types.GetAddressOf()), "the source tells no types");
-    Check(types->Next(1, &first, nullptr) == S_OK ? S_OK : E_FAIL, "the source offers no type");
+    Check(pin->EnumMediaTypes(types.GetAddressOf()), "cannot query the source's media types");
+    Check(types->Next(1, &first, nullptr) == S_OK ? S_OK : E_FAIL,
+          "the source offers no media types");
     return {pin, MediaType::Adopt(first)};
 }
 
@@ -104,7 +105,7 @@ SourceStream StreamOf(const ComPtr<IPin>& pin) {
 Footage::Footage(IGraphBuilder* graph, const std::string& path) : path_(path) {
     const ComPtr<IBaseFilter> source = AddSource(graph, path);
     ComPtr<IEnumPins> pins;
-    Check(source->EnumPins(pins.GetAddressOf()), "the source has no pins");
+    Check(source->EnumPins(pins.GetAddressOf()), "cannot list the source's pins");
     for (ComPtr<IPin> pin; pins->Next(1, pin.ReleaseAndGetAddressOf(), nullptr) == S_OK;) {
         SourceStream stream = StreamOf(pin);
         if (stream.type.majortype == MEDIATYPE_Audio) {
@@ -121,13 +122,14 @@ Footage::Footage(IGraphBuilder* graph, const std::string& path) : path_(path) {
 
 REFERENCE_TIME Footage::Duration() const {
     LONGLONG duration = 0;
-    Check(seeking_->GetDuration(&duration), "the source tells no duration");
+    Check(seeking_->GetDuration(&duration), "cannot query the source's duration");
     return duration;
 }
 
 LONGLONG Footage::Converted(LONGLONG value, const GUID& from, const GUID& to) const {
     LONGLONG converted = 0;
-    Check(seeking_->ConvertTimeFormat(&converted, &to, value, &from), "the source has no rate");
+    Check(seeking_->ConvertTimeFormat(&converted, &to, value, &from),
+          "the source cannot convert times and frames");
     return converted;
 }
 
@@ -139,9 +141,8 @@ LONG Footage::FrameAt(REFERENCE_TIME time) const {
 LONG Footage::FrameAt(const Place& place) const {
     const LONG frame = place.time < 0 ? place.frame : FrameAt(place.time);
     if (frame >= FrameCount()) {
-        throw Failure(
-            ExitCode::kPastEnd,
-            path_ + Format(" ends before the frame to begin with: it has %ld", FrameCount()));
+        throw Failure(ExitCode::kPastEnd,
+                      path_ + Format(" has %ld frames and ends before --from", FrameCount()));
     }
     return frame;
 }
@@ -155,7 +156,7 @@ void Footage::Select(LONG first, LONG count) const {
     LONGLONG stop = count < FrameCount() - first ? TimeOf(first + count) : Duration();
     Check(seeking_->SetPositions(&start, AM_SEEKING_AbsolutePositioning, &stop,
                                  AM_SEEKING_AbsolutePositioning),
-          "the source does not seek");
+          "the source cannot seek");
 }
 
 std::pair<LONG, LONG> RateOf(const MediaType& type) {

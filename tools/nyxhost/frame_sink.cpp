@@ -12,13 +12,13 @@ bool IsPicture(const MediaType& type) {
     return IsVideo(type) && FindPictureFormat(type.subtype) != nullptr;
 }
 
-bool IsValid(const MediaType& type) {
+bool IsAudio(const MediaType& type) {
     return type.majortype == MEDIATYPE_Audio;
 }
 
 FrameSink::FrameSink(OnFrame onFrame, Accept accept) {
     pin_.onDynamicType = [accept](const MediaType& type) { return accept(type) ? S_OK : S_FALSE; };
-    // A sound file keeps its rate: connected, the pin takes no other type by a sample's word.
+    // A WAV file has one format: while connected, the pin accepts no other type from a sample.
     pin_.accept = [this, accept](const MediaType& type) {
         return accept(type) && (!pin_.peer || type == pin_.type) ? S_OK : S_FALSE;
     };
@@ -53,7 +53,7 @@ void FrameSink::OnRun() {
     ReportEndIfDue();
 }
 
-// The end may come while the graph is still paused; it counts from the start of running.
+// The stream may end while the graph is still paused; it is reported once the graph runs.
 void FrameSink::ReportEndIfDue() {
     {
         const std::lock_guard lock(endLock_);

@@ -6,22 +6,21 @@
 
 namespace nyx::host {
 
-/// Whether a type is of video with a picture header, of an uncompressed format that the tool knows,
-/// or of sound.
+/// Whether a type is video with a picture header, an uncompressed format that the tool knows, or
+/// audio.
 bool IsVideo(const MediaType& type);
 bool IsPicture(const MediaType& type);
-bool IsValid(const MediaType& type);
+bool IsAudio(const MediaType& type);
 
-/// The end of a graph that looks at each frame with the type that it came with. Unlike
-/// the platform's sample grabber it takes VIDEOINFOHEADER2, which alone carries field order and
-/// picture aspect, and it follows type changes while streaming.
+/// The sink of a graph, which passes each frame to a callback. Unlike the platform's sample grabber
+/// it accepts VIDEOINFOHEADER2, which alone carries field order and picture aspect, and it follows
+/// type changes while streaming.
 class FrameSink final : public SinglePinFilter, public IAMFilterMiscFlags {
   public:
-    /// Called for each frame in the streaming thread; must not throw. False when no more are
-    /// wanted.
+    /// Called for each frame in the streaming thread; must not throw. False ends the stream.
     using OnFrame = std::function<bool(IMediaSample& sample)>;
 
-    /// Whether the sink can work with a type.
+    /// Whether the sink accepts a type.
     using Accept = std::function<bool(const MediaType& type)>;
 
     FrameSink(OnFrame onFrame, Accept accept);
@@ -33,7 +32,7 @@ class FrameSink final : public SinglePinFilter, public IAMFilterMiscFlags {
     }
     STDMETHODIMP_(ULONG) AddRef() override { return SinglePinFilter::AddRef(); }
     STDMETHODIMP_(ULONG) Release() override { return SinglePinFilter::Release(); }
-    /// Says that this filter ends a stream, so that the graph waits for it.
+    /// Marks this filter as a renderer, so that the graph waits for its end of stream.
     STDMETHODIMP_(ULONG) GetMiscFlags() override { return AM_FILTER_MISC_FLAGS_IS_RENDERER; }
 
   protected:
@@ -47,8 +46,8 @@ class FrameSink final : public SinglePinFilter, public IAMFilterMiscFlags {
 
     SinglePin pin_{this, PINDIR_INPUT};
     Mutex endLock_;
-    bool endReached_ = false;   // the stream has ended
-    bool endReported_ = false;  // and the graph knows
+    bool endReached_ = false;
+    bool endReported_ = false;  // to the graph
 };
 
 }  // namespace nyx::host

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <system_error>
+#include <tuple>
 
 #include "com.h"
 
@@ -41,7 +42,7 @@ FrameSource::~FrameSource() {
 
 HRESULT FrameSource::AgreeOnAllocator(IMemInputPin& receiver, IMemAllocator** allocator) const {
     ALLOCATOR_PROPERTIES wanted{};
-    receiver.GetAllocatorRequirements(&wanted);  // optional: E_NOTIMPL leaves zeroes
+    std::ignore = receiver.GetAllocatorRequirements(&wanted);  // E_NOTIMPL leaves zeroes
     wanted.cBuffers = std::max(wanted.cBuffers, 1L);
     wanted.cbBuffer = std::max({wanted.cbBuffer, frames_.largest, 1L});
     wanted.cbAlign = std::max(wanted.cbAlign, 1L);
@@ -79,7 +80,7 @@ HRESULT FrameSource::OnStart() {
 void FrameSource::OnStop() {
     stopped_ = true;
     if (thread_.joinable()) {
-        pin_.allocator->Decommit();  // frees a thread that waits for a buffer
+        pin_.allocator->Decommit();  // wakes a thread that waits for a buffer
         thread_.join();
     }
 }
@@ -97,8 +98,8 @@ void FrameSource::Stream() {
     }
 }
 
-// S_OK to go on. A codec's refusal of one frame is told and is no reason to end; S_FALSE (no more
-// are wanted) and VFW_E_WRONG_STATE (the graph stops) are.
+// S_OK to go on. A frame that the codec refuses is reported and skipped. S_FALSE (the sink wants no
+// more) and VFW_E_WRONG_STATE (the graph stops) end the stream.
 HRESULT FrameSource::StreamFrame(LONG index) {
     ComPtr<IMediaSample> sample;
     HRESULT result = pin_.allocator->GetBuffer(sample.GetAddressOf(), nullptr, nullptr, 0);

@@ -8,23 +8,23 @@
 
 namespace nyx::host {
 
-/// Frames that a program has at hand, and what they are.
+/// Frames in memory or in a file of their own, with their type.
 struct FrameList {
     MediaType type;
     std::pair<LONG, LONG> rate{1, 1};  ///< frames per second, a fraction of positive numbers
     LONG count = 0;
-    LONG largest = 0;  ///< bytes of the longest frame
-    /// Puts a frame into a buffer of at least `largest` bytes and tells its length.
+    LONG largest = 0;  ///< bytes of the largest frame
+    /// Copies a frame into a buffer of at least `largest` bytes and sets its length.
     std::function<HRESULT(LONG index, BYTE* to, LONG* bytes)> read;
 
-    /// When a frame begins, in 100-ns units, rounded down; and which one lasts at such a time.
+    /// The start of a frame in 100-ns units, rounded down, and the frame shown at such a time.
     REFERENCE_TIME TimeOf(LONG index) const;
     LONG FrameAt(REFERENCE_TIME time) const;
 };
 
-/// The source filter that plays given frames into a graph: every frame a sync point with its times,
-/// as fast as downstream takes them, then end of stream. A frame that downstream refuses is told to
-/// the graph and the next one follows. Each start from stop plays from the first frame.
+/// A source filter that plays a list of frames: every frame is a sync point with its times,
+/// delivered as fast as downstream accepts it, then the stream ends. A frame that downstream
+/// refuses is reported to the graph and skipped. Each start from stop plays from the first frame.
 class FrameSource final : public SinglePinFilter {
   public:
     explicit FrameSource(FrameList frames);

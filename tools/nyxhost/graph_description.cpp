@@ -1,6 +1,7 @@
 #include "graph_description.h"
 
 #include <algorithm>
+#include <tuple>
 
 #include "console.h"
 #include "decoder_candidates.h"
@@ -18,7 +19,7 @@ std::string MeritText(const CLSID& clsid) {
     return merit ? Format(", merit 0x%08lX", *merit) : "";
 }
 
-/// The name that a filter's class is registered with, else what the graph calls it.
+/// The name that a filter's class is registered with, else its name in the graph.
 std::string ClassName(IBaseFilter* filter, const CLSID& clsid) {
     wchar_t name[256] = L"";
     DWORD bytes = sizeof(name);
@@ -32,13 +33,13 @@ std::string ClassName(IBaseFilter* filter, const CLSID& clsid) {
 std::string SubtypeText(const GUID& subtype) {
     GUID family = MEDIASUBTYPE_YUY2;
     family.Data1 = subtype.Data1;
-    const PictureFormat* format = FindPictureFormat(subtype);
-    return format != nullptr   ? format->name
-           : family == subtype ? FourCCText(subtype.Data1)
-                               : GuidText(subtype);
+    if (const PictureFormat* format = FindPictureFormat(subtype)) {
+        return format->name;
+    }
+    return family == subtype ? FourCCText(subtype.Data1) : GuidText(subtype);
 }
 
-/// The filters of ours that name the subtype, where `winner` is a stranger's.
+/// Our filters that name the subtype, when `winner` is a third-party filter.
 std::string BeatenText(const CLSID& winner, const GUID& subtype) {
     const std::vector<RegisteredFilter> ours = FindFilters("nyxcodecs.dll");
     const auto isOurs = [&ours](const CLSID& clsid) {
@@ -56,7 +57,7 @@ std::string BeatenText(const CLSID& winner, const GUID& subtype) {
 
 void PrintPins(IBaseFilter* filter, const CLSID& clsid) {
     ComPtr<IEnumPins> pins;
-    Check(filter->EnumPins(pins.GetAddressOf()), "a filter tells no pins");
+    Check(filter->EnumPins(pins.GetAddressOf()), "cannot list a filter's pins");
     for (ComPtr<IPin> pin; pins->Next(1, pin.ReleaseAndGetAddressOf(), nullptr) == S_OK;) {
         MediaType type;
         PIN_DIRECTION direction = PINDIR_INPUT;
@@ -90,11 +91,11 @@ std::string DescribeType(const MediaType& type) {
 
 void PrintGraph(IGraphBuilder* graph) {
     ComPtr<IEnumFilters> filters;
-    Check(graph->EnumFilters(filters.GetAddressOf()), "the graph tells no filters");
+    Check(graph->EnumFilters(filters.GetAddressOf()), "cannot list the graph's filters");
     for (ComPtr<IBaseFilter> filter;
          filters->Next(1, filter.ReleaseAndGetAddressOf(), nullptr) == S_OK;) {
         CLSID clsid{};
-        filter->GetClassID(&clsid);
+        std::ignore = filter->GetClassID(&clsid);  // without one its name in the graph is shown
         Print("filter: " + ClassName(filter.Get(), clsid) + MeritText(clsid) + "\n");
         PrintPins(filter.Get(), clsid);
     }

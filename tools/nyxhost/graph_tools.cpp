@@ -1,5 +1,7 @@
 #include "graph_tools.h"
 
+#include <tuple>
+
 #include "console.h"
 #include "interrupt.h"
 #include "text.h"
@@ -7,18 +9,18 @@
 namespace nyx::host {
 namespace {
 
-/// Warns of a stream that the footage source leaves out, by its number in the file, or ends early,
-/// at a time in milliseconds, while the graph goes on; false for other reasons to stop.
+/// Warns of a stream that the footage source leaves out (`where` is its number in the file) or ends
+/// early (`where` is the time in milliseconds) while the graph goes on. False for other reasons.
 bool WarnOfStream(HRESULT reason, LONG_PTR where) {
     switch (reason) {
         case VFW_E_TYPE_NOT_ACCEPTED:
-            PrintWarning(Format("the pictures change their format after %.3f s and end there",
+            PrintWarning(Format("the pictures end after %.3f s, where their format changes",
                                 static_cast<double>(where) / 1000));
             return true;
         case VFW_E_UNSUPPORTED_STREAM:
         case VFW_E_UNSUPPORTED_VIDEO:
         case VFW_E_UNSUPPORTED_AUDIO:
-            PrintWarning(Format("stream %d of the file is left out: ", static_cast<int>(where)) +
+            PrintWarning(Format("stream %d of the file is skipped: ", static_cast<int>(where)) +
                          ResultText(reason));
             return true;
         default:
@@ -29,7 +31,7 @@ bool WarnOfStream(HRESULT reason, LONG_PTR where) {
 void WaitForEnd(const ComPtr<IGraphBuilder>& graph, const std::function<bool()>& goesOn,
                 const std::function<void(HRESULT)>& onRefused) {
     constexpr long kPollMs = 100;
-    const auto events = Query<IMediaEvent>(graph, "the graph has no events", IID_IMediaEvent);
+    const auto events = Query<IMediaEvent>(graph, "the graph lacks IMediaEvent", IID_IMediaEvent);
     while (goesOn()) {
         if (Interrupted()) {
             throw Failure(ExitCode::kInterrupted, "interrupted");
@@ -40,7 +42,7 @@ void WaitForEnd(const ComPtr<IGraphBuilder>& graph, const std::function<bool()>&
         if (FAILED(events->GetEvent(&code, &first, &second, kPollMs))) {
             continue;
         }
-        events->FreeEventParams(code, first, second);
+        std::ignore = events->FreeEventParams(code, first, second);  // nothing to free, or freed
         if (code == EC_COMPLETE || code == EC_USERABORT) {
             goesOn();
             return;
@@ -59,6 +61,20 @@ void WaitForEnd(const ComPtr<IGraphBuilder>& graph, const std::function<bool()>&
 }
 
 }  // namespace
+
+std::vector<ComPtr<IMoniker>> FiltersOf(const CLSID& category) {
+    const auto devices =
+        CreateObject<ICreateDevEnum>(CLSID_SystemDeviceEnum, "cannot create the device enumerator");
+    ComPtr<IEnumMoniker> monikers;
+    // S_FALSE without an enumerator: the category is empty.
+    const HRESULT listed = devices->CreateClassEnumerator(category, monikers.GetAddressOf(), 0);
+    std::vector<ComPtr<IMoniker>> filters;
+    ComPtr<IMoniker> moniker;
+    while (listed == S_OK && monikers->Next(1, moniker.ReleaseAndGetAddressOf(), nullptr) == S_OK) {
+        filters.push_back(moniker);
+    }
+    return filters;
+}
 
 std::string MonikerText(IMoniker* moniker, const wchar_t* property) {
     ComPtr<IPropertyBag> bag;
@@ -82,7 +98,7 @@ std::string FriendlyName(IMoniker* moniker) {
 
 BYTE* DataOf(IMediaSample& sample) {
     BYTE* data = nullptr;
-    Check(sample.GetPointer(&data), "a sample has no memory");
+    Check(sample.GetPointer(&data), "cannot access a sample's memory");
     return data;
 }
 
@@ -103,7 +119,7 @@ ComPtr<IPin> FindPin(IBaseFilter* filter, PIN_DIRECTION direction) {
 
 ComPtr<IBaseFilter> FilterOf(IPin* pin) {
     PIN_INFO info{};
-    pin->QueryPinInfo(&info);
+    std::ignore = pin->QueryPinInfo(&info);  // a failure leaves null
     return Adopt(info.pFilter);
 }
 
@@ -112,18 +128,21 @@ std::string FilterName(IBaseFilter* filter) {
     if (filter == nullptr || FAILED(filter->QueryFilterInfo(&info))) {
         return "a filter without a name";
     }
-    if (info.pGraph != nullptr) {
-        info.pGraph->Release();
-    }
+    const ComPtr<IFilterGraph> graph = Adopt(info.pGraph);
     return Utf8(info.achName);
+}
+
+void RemoveClock(const ComPtr<IGraphBuilder>& graph) {
+    Check(Query<IMediaFilter>(graph, "the graph lacks IMediaFilter")->SetSyncSource(nullptr),
+          "cannot remove the graph's clock");
 }
 
 void RunToEnd(const ComPtr<IGraphBuilder>& graph, const std::function<bool()>& goesOn,
               const std::function<void(HRESULT)>& onRefused) {
-    const auto control = Query<IMediaControl>(graph, "the graph cannot be controlled");
+    const auto control = Query<IMediaControl>(graph, "the graph lacks IMediaControl");
     const HRESULT run = control->Run();
     try {
-        Check(run, "the graph does not run");
+        Check(run, "cannot run the graph");
         WaitForEnd(graph, goesOn, onRefused);
     } catch (...) {
         control->Stop();

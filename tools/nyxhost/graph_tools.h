@@ -4,21 +4,25 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "com.h"
 
 namespace nyx::host {
 
-/// The memory of a sample, as long as the sample. Failure kPlatform.
+/// The memory of a sample, valid as long as the sample. Failure kPlatform.
 BYTE* DataOf(IMediaSample& sample);
 
 /// The first pin of `filter` in that direction, or null.
 ComPtr<IPin> FindPin(IBaseFilter* filter, PIN_DIRECTION direction);
 
-/// A text of what a moniker stands for, such as "CLSID"; empty when it has none.
+/// The filters that are registered in a category. Failure kPlatform.
+std::vector<ComPtr<IMoniker>> FiltersOf(const CLSID& category);
+
+/// A text property of a moniker's object, such as "CLSID"; empty when it is missing.
 std::string MonikerText(IMoniker* moniker, const wchar_t* property);
 
-/// The friendly name of what a moniker stands for.
+/// The friendly name of a moniker's object.
 std::string FriendlyName(IMoniker* moniker);
 
 /// The filter that owns `pin`.
@@ -27,9 +31,13 @@ ComPtr<IBaseFilter> FilterOf(IPin* pin);
 /// The name that `filter` has in its graph.
 std::string FilterName(IBaseFilter* filter);
 
-/// Runs a graph until it has played to its end, its window is closed, or `goesOn`, which is asked
-/// now and then in the calling thread, says no; then stops it. `onRefused` hears of each frame that
-/// a codec refused. Failure kInterrupted, or kPlatform when the graph aborts.
+/// Lets a graph run without a clock: every filter runs as fast as it can and no frame is late.
+/// Failure kPlatform.
+void RemoveClock(const ComPtr<IGraphBuilder>& graph);
+
+/// Runs a graph until it has played to its end, its window is closed, or `goesOn`, called
+/// periodically in the calling thread, returns false; then stops it. Calls `onRefused` for each
+/// frame that a codec refused. Failure kInterrupted, or kPlatform when the graph aborts.
 void RunToEnd(
     const ComPtr<IGraphBuilder>& graph, const std::function<bool()>& goesOn,
     const std::function<void(HRESULT)>& onRefused = [](HRESULT) {});

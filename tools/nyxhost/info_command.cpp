@@ -17,24 +17,28 @@ namespace {
 /// AM_SAMPLE2_PROPERTIES::dwTypeSpecificFlags of video: the sample's first field is field 1.
 constexpr DWORD kVideoFlagField1First = 0x4;
 
+bool HasInfo2(const MediaType& type) {
+    return type.HasPicture() && type.formattype == FORMAT_VideoInfo2;
+}
+
 std::string FieldOrderText(const MediaType& type) {
-    if (!type.HasPicture() || type.formattype != FORMAT_VideoInfo2) {
-        return "untold";
+    if (!HasInfo2(type)) {
+        return "unspecified";
     }
     const DWORD flags = type.Info2().dwInterlaceFlags;
-    return (flags & AMINTERLACE_IsInterlaced) == 0  ? "progressive"
-           : (flags & AMINTERLACE_Field1First) != 0 ? "top first"
-                                                    : "bottom first";
+    if ((flags & AMINTERLACE_IsInterlaced) == 0) {
+        return "progressive";
+    }
+    return (flags & AMINTERLACE_Field1First) != 0 ? "top first" : "bottom first";
 }
 
 std::string AspectText(const MediaType& type) {
-    const bool told = type.HasPicture() && type.formattype == FORMAT_VideoInfo2;
-    return told
+    return HasInfo2(type)
                ? Format("%lu:%lu", type.Info2().dwPictAspectRatioX, type.Info2().dwPictAspectRatioY)
                : "-";
 }
 
-/// The flag of the sample itself: "set", "clear", or "-" where it has none.
+/// The sample's own flag: "set", "clear", or "-" when it has none.
 std::string Field1Text(IMediaSample& sample) {
     const auto sample2 = As<IMediaSample2>(&sample);
     AM_SAMPLE2_PROPERTIES properties{};
@@ -45,23 +49,23 @@ std::string Field1Text(IMediaSample& sample) {
     return (properties.dwTypeSpecificFlags & kVideoFlagField1First) != 0 ? "set" : "clear";
 }
 
-/// A frame in words, as it is found.
+/// A frame in words.
 struct FrameFacts {
     std::string packet;
     std::string picture;
     std::string dv;
 };
 
-/// What the container tells of the streams.
+/// Prints the streams as the container describes them.
 void PrintStreams(const std::string& path, const Footage& clip) {
     const MediaType& type = clip.Video().type;
     const auto& head = *reinterpret_cast<const VIDEOINFOHEADER*>(type.pbFormat);
     Print(path + ": " + DescribeVideo(clip) + "\n");
     Print("picture: " + FieldOrderText(type) + ", " + AspectText(type) +
-          Format(", %.1f Mbit/s, packets of at most %lu bytes\n", head.dwBitRate / 1e6,
+          Format(", %.1f Mbit/s, packets up to %lu bytes\n", head.dwBitRate / 1e6,
                  type.Header().biSizeImage));
-    for (const SourceStream& stream : clip.Sound()) {
-        Print("sound: " + DescribeAudio(stream.type) + "\n");
+    for (const SourceStream& stream : clip.Audio()) {
+        Print("audio: " + DescribeAudio(stream.type) + "\n");
     }
 }
 
@@ -70,7 +74,7 @@ bool IsDv(const MediaType& type) {
     return code == "QDVC" || code == "QDV5" || code == "QDVH";
 }
 
-/// Looks at the packets, without any decoder.
+/// Reads the packets, without a decoder.
 std::map<LONG, FrameFacts> ReadPackets(const ClipOptions& clip) {
     std::map<LONG, FrameFacts> facts;
     PlaybackGraph::Options options = clip.graph;
@@ -90,15 +94,15 @@ std::map<LONG, FrameFacts> ReadPackets(const ClipOptions& clip) {
     return facts;
 }
 
-/// Adds what the decoder tells; its name.
+/// Decodes the frames, adds their types and flags to `facts`, and returns the decoder's name.
 std::string ReadPictures(const ClipOptions& clip, std::map<LONG, FrameFacts>* facts,
                          ExitCode* code) {
     PlaybackGraph graph(clip.path, clip.graph, [facts](const ArrivedFrame& frame) {
-        const bool told = frame.type.HasPicture() && frame.type.formattype == FORMAT_VideoInfo2;
         (*facts)[frame.index].picture =
             Format("  %-12s 0x%02lX   %-9s %-6s%s", FieldOrderText(frame.type).c_str(),
-                   told ? frame.type.Info2().dwInterlaceFlags : 0, AspectText(frame.type).c_str(),
-                   Field1Text(frame.sample).c_str(), frame.typeChanged ? "  new type" : "");
+                   HasInfo2(frame.type) ? frame.type.Info2().dwInterlaceFlags : 0,
+                   AspectText(frame.type).c_str(), Field1Text(frame.sample).c_str(),
+                   frame.typeChanged ? "  new type" : "");
     });
     PassResult result;
     {
@@ -120,7 +124,7 @@ ExitCode RunInfo(const ClipOptions& options) {
     try {
         decoder = ReadPictures(options, &facts, &code);
     } catch (const Failure& failure) {
-        // The file itself can be described all the same.
+        // Without a decoder the packets are still described.
         if (failure.Code() != ExitCode::kNoDecoder && failure.Code() != ExitCode::kRefused &&
             failure.Code() != ExitCode::kNoEngine) {
             throw;
@@ -148,8 +152,7 @@ void AddInfoCommand(CLI::App& app, Action& action) {
     auto options = std::make_shared<ClipOptions>();
     options->graph.frames = 1;
     CLI::App* command = app.add_subcommand(
-        "info",
-        "Show a clip's streams, and what is found in its first frame or in those asked for");
+        "info", "Show a clip's streams and the data of its first frame, or of the frames selected");
     AddClipOptions(*command, *options);
     command->callback([options, &action] { action = [options] { return RunInfo(*options); }; });
 }

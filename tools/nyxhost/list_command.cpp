@@ -12,21 +12,21 @@ namespace {
 
 constexpr const char* kModules[] = {"nyxcodecs.dll", "nyxsource.dll"};
 
-/// Prints what comes of an attempt to create a filter, and the engines that it works with or wants;
-/// whether it works.
+/// Tries to create a filter, prints the result and the filter's engines, and returns whether it
+/// works.
 bool PrintAttempt(const RegisteredFilter& filter) {
     ComPtr<IUnknown> object;
     const HRESULT created = CoCreateInstance(filter.clsid, nullptr, CLSCTX_INPROC_SERVER,
                                              IID_PPV_ARGS(object.GetAddressOf()));
     const bool works = SUCCEEDED(created);
-    const bool wants = WantsEngine(filter.name, created);
+    const bool lacksEngine = LacksEngine(filter.name, created);
     const std::string column = Format("  %-26s ", "");
-    Print(column +
-          (works   ? "works"
-           : wants ? "engine missing or too old"
-                   : ResultText(created)) +
-          "\n");
-    if (works || wants) {
+    std::string state = works ? "works" : ResultText(created);
+    if (lacksEngine) {
+        state = "engine missing or too old";
+    }
+    Print(column + state + "\n");
+    if (works || lacksEngine) {
         for (const std::string& engine : EngineTexts(filter.name)) {
             Print(column + engine + "\n");
         }
@@ -34,13 +34,13 @@ bool PrintAttempt(const RegisteredFilter& filter) {
     return works;
 }
 
-/// Where a module is, from its filters.
+/// The path of a module, taken from its filters.
 std::string PlaceText(const std::string& module, const std::vector<RegisteredFilter>& filters) {
     if (!filters.empty()) {
         return filters.front().server;
     }
     return std::string("not registered") +
-           (IsRegisteredForOthers(module) ? ", though for the other word size it is" : "") +
+           (IsRegisteredForOthers(module) ? " (only for the other word size)" : "") +
            "; run regsvr32 " + module;
 }
 
@@ -58,7 +58,7 @@ ExitCode RunList() {
         }
     }
     if (found == 0) {
-        PrintError("nothing registered");
+        PrintError("no filter of these modules is registered");
         return ExitCode::kNoDecoder;
     }
     return working < found ? ExitCode::kNoEngine : ExitCode::kOk;
@@ -68,14 +68,12 @@ ExitCode RunList() {
 
 void AddListCommand(CLI::App& app, Action& action) {
     CLI::App* command =
-        app.add_subcommand("list", "Show which filters of ours are registered, and which work");
+        app.add_subcommand("list", "Show the registered filters of the modules, and which work");
     command->footer([] {
-        return "This is what " + WordSize() + " programs have; modules and engines are " +
-               WordSize() +
-               " too.\n"
-               "An engine is found beside the application, in the system folders or on the search "
-               "path "
-               "(PATH; under Wine WINEPATH), and last in the folder \"engines\" beside "
+        return "The list is for " + WordSize() + " programs, which need " + WordSize() +
+               " modules and engines.\n"
+               "Engines are searched beside the application, in the system folders, on the search "
+               "path (PATH;\nWINEPATH under Wine), and last in the folder \"engines\" beside "
                "nyxcodecs.dll.\n";
     });
     command->callback([&action] { action = RunList; });

@@ -1,6 +1,6 @@
 /// @file
-/// nyxhost: a small application that uses the registered filters as any stranger's would, through
-/// COM alone.
+/// nyxhost: an application that uses the registered filters as a third-party one does, through COM
+/// alone.
 
 #include <windows.h>
 
@@ -43,7 +43,7 @@ ExitCode RunProgram(int count, wchar_t** arguments) {
     }
     WatchForInterrupt();
     const ComApartment apartment;
-    Check(apartment.Result(), "COM does not start");
+    Check(apartment.Result(), "cannot initialise COM");
     return action();
 }
 

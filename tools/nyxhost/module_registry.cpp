@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "graph_tools.h"
+#include "platform/unique_handle.h"
 #include "text.h"
 
 namespace nyx::host {
@@ -15,7 +16,7 @@ constexpr struct {
 } kCategories[] = {{&CLSID_LegacyAmFilterCategory, "DirectShow filters"},
                    {&CLSID_VideoCompressorCategory, "video compressors"}};
 
-/// The DLL that serves a class of those below a key, empty for none.
+/// The DLL of a class below the key `classes`; empty when the class is not registered.
 std::filesystem::path ServerOf(HKEY classes, const std::wstring& clsid) {
     wchar_t path[MAX_PATH] = {};
     DWORD bytes = sizeof(path);
@@ -28,22 +29,6 @@ bool IsNamed(const std::filesystem::path& server, const std::string& file) {
     return _wcsicmp(server.filename().c_str(), Wide(file).c_str()) == 0;
 }
 
-/// A registry key, closed at the end; null when it is not there.
-class Key {
-  public:
-    Key(HKEY parent, const std::wstring& path, REGSAM access) {
-        RegOpenKeyExW(parent, path.c_str(), 0, access, &key_);
-    }
-    ~Key() { RegCloseKey(key_); }
-    Key(const Key&) = delete;
-    Key& operator=(const Key&) = delete;
-
-    HKEY Get() const { return key_; }
-
-  private:
-    HKEY key_ = nullptr;
-};
-
 }  // namespace
 
 std::string WordSize() {
@@ -52,13 +37,13 @@ std::string WordSize() {
 
 bool IsRegisteredForOthers(const std::string& moduleFile) {
     constexpr REGSAM kTheirs = KEY_READ | (sizeof(void*) == 8 ? KEY_WOW64_32KEY : KEY_WOW64_64KEY);
-    const Key classes(HKEY_CLASSES_ROOT, L"CLSID", kTheirs);
-    const Key filters(classes.Get(), Wide(GuidText(CLSID_LegacyAmFilterCategory)) + L"\\Instance",
-                      kTheirs);
+    const UniqueKey classes = OpenKey(HKEY_CLASSES_ROOT, L"CLSID", kTheirs);
+    const std::wstring instances = Wide(GuidText(CLSID_LegacyAmFilterCategory)) + L"\\Instance";
+    const UniqueKey filters = OpenKey(classes.get(), instances.c_str(), kTheirs);
     wchar_t clsid[64];
-    for (DWORD i = 0; RegEnumKeyW(filters.Get(), i, clsid, ARRAYSIZE(clsid)) == ERROR_SUCCESS;
+    for (DWORD i = 0; RegEnumKeyW(filters.get(), i, clsid, ARRAYSIZE(clsid)) == ERROR_SUCCESS;
          ++i) {
-        if (IsNamed(ServerOf(classes.Get(), clsid), moduleFile)) {
+        if (IsNamed(ServerOf(classes.get(), clsid), moduleFile)) {
             return true;
         }
     }
@@ -77,22 +62,16 @@ std::optional<DWORD> MeritOf(const CLSID& clsid) {
 }
 
 std::vector<RegisteredFilter> FindFilters(const std::string& moduleFile) {
-    const auto devices =
-        CreateObject<ICreateDevEnum>(CLSID_SystemDeviceEnum, "no device enumerator");
-    const Key classes(HKEY_CLASSES_ROOT, L"CLSID", KEY_READ);
+    const UniqueKey classes = OpenKey(HKEY_CLASSES_ROOT, L"CLSID", KEY_READ);
     std::vector<RegisteredFilter> filters;
     for (const auto& category : kCategories) {
-        ComPtr<IEnumMoniker> monikers;
-        ComPtr<IMoniker> moniker;
-        // S_FALSE, with no enumerator, tells of an empty category.
-        const HRESULT listed =
-            devices->CreateClassEnumerator(*category.clsid, monikers.GetAddressOf(), 0);
-        while (listed == S_OK &&
-               monikers->Next(1, moniker.ReleaseAndGetAddressOf(), nullptr) == S_OK) {
+        for (const ComPtr<IMoniker>& moniker : FiltersOf(*category.clsid)) {
             const std::wstring id = Wide(MonikerText(moniker.Get(), L"CLSID"));
-            const std::filesystem::path server = ServerOf(classes.Get(), id);
-            RegisteredFilter filter{
-                {}, FriendlyName(moniker.Get()), category.words, Utf8(server.wstring())};
+            const std::filesystem::path server = ServerOf(classes.get(), id);
+            RegisteredFilter filter{.clsid = {},
+                                    .name = FriendlyName(moniker.Get()),
+                                    .categories = category.words,
+                                    .server = Utf8(server.wstring())};
             if (!IsNamed(server, moduleFile) ||
                 FAILED(CLSIDFromString(id.c_str(), &filter.clsid))) {
                 continue;

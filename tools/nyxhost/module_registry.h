@@ -8,7 +8,7 @@
 
 namespace nyx::host {
 
-/// A filter of a module of ours, as the filter categories and the registry have it.
+/// A filter of one of our modules, from the filter categories and the registry.
 struct RegisteredFilter {
     GUID clsid;
     std::string name;
@@ -16,17 +16,17 @@ struct RegisteredFilter {
     std::string server;      ///< path of the DLL
 };
 
-/// "32-bit" or "64-bit": what this program is, and every module and engine that it can load.
+/// "32-bit" or "64-bit": the word size of this program and of every module that it can load.
 std::string WordSize();
 
-/// Whether such a module is registered for the programs of the other word size.
+/// Whether a DLL of this name is registered for programs of the other word size.
 bool IsRegisteredForOthers(const std::string& moduleFile);
 
-/// The merit that a filter is registered with among the DirectShow filters, nothing for one that is
-/// not there.
+/// The merit of a registered DirectShow filter; nothing when it is not registered.
 std::optional<DWORD> MeritOf(const CLSID& clsid);
 
-/// Every filter whose in-process server is a file of that name, ordered by its own name.
+/// Every filter whose DLL has the file name `moduleFile`, ordered by the filter's name. Failure
+/// kPlatform.
 std::vector<RegisteredFilter> FindFilters(const std::string& moduleFile);
 
 }  // namespace nyx::host

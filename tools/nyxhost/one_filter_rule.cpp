@@ -1,5 +1,7 @@
 #include "one_filter_rule.h"
 
+#include <tuple>
+
 #include <ocidl.h>
 
 #include "com.h"
@@ -24,10 +26,8 @@ std::size_t CountFilters(IGraphBuilder* graph) {
 void OneFilterRule::ApplyTo(IGraphBuilder* graph) {
     graph_ = graph;
     ownFilters_ = CountFilters(graph);
-    ComPtr<IObjectWithSite> holder;
-    if (SUCCEEDED(graph->QueryInterface(IID_IObjectWithSite,
-                                        reinterpret_cast<void**>(holder.GetAddressOf())))) {
-        holder->SetSite(this);  // not counted by the graph
+    if (const auto holder = As<IObjectWithSite>(graph)) {
+        std::ignore = holder->SetSite(this);  // on failure the graph stays unrestricted
     }
 }
 

@@ -6,13 +6,13 @@
 
 namespace nyx::host {
 
-/// Keeps a graph's intelligent connect from putting more than one filter between two pins: what
-/// arrives is then what the decoder itself delivers, not what a colour converter behind it made of
-/// it, and the search stays short. Must outlive the graph that it is applied to.
+/// Limits a graph's intelligent connect to one filter between two pins, so that pictures come from
+/// the decoder itself and not from a colour converter behind it, and the search stays short. Must
+/// outlive the graph that it is applied to.
 class OneFilterRule final : public IAMGraphBuilderCallback {
   public:
-    /// Applies to `graph` from now on; the filters that it has now are the caller's own. A graph
-    /// that cannot be restricted is left as it is.
+    /// Applies to `graph` from now on and ignores the filters that it has already. A graph without
+    /// IObjectWithSite stays unrestricted.
     void ApplyTo(IGraphBuilder* graph);
 
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override;

@@ -10,16 +10,16 @@ namespace nyx::host {
 
 OutputFile::OutputFile(const std::string& path)
     : path_(path),
-      file_(CreateFileW(Wide(path).c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS,
-                        FILE_ATTRIBUTE_NORMAL, nullptr)) {
-    if (file_ == INVALID_HANDLE_VALUE) {
+      file_(AdoptFile(CreateFileW(Wide(path).c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                                  CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr))) {
+    if (file_ == nullptr) {
         throw Failure(ExitCode::kOutput, "cannot create " + path + ": " + ResultText(LastError()));
     }
 }
 
 OutputFile::~OutputFile() {
-    if (file_ != INVALID_HANDLE_VALUE) {
-        CloseHandle(file_);
+    if (file_ != nullptr) {
+        file_.reset();
         DeleteFileW(Wide(path_).c_str());
     }
 }
@@ -27,7 +27,7 @@ OutputFile::~OutputFile() {
 void OutputFile::Write(const void* data, DWORD size) {
     DWORD written = 0;
     HRESULT result = S_OK;
-    if (WriteFile(file_, data, size, &written, nullptr) == FALSE) {
+    if (WriteFile(file_.get(), data, size, &written, nullptr) == FALSE) {
         result = LastError();
     } else if (written != size) {
         result = HRESULT_FROM_WIN32(ERROR_DISK_FULL);
@@ -36,7 +36,7 @@ void OutputFile::Write(const void* data, DWORD size) {
 }
 
 void OutputFile::Seek(DWORD distance, DWORD from) {
-    if (SetFilePointer(file_, static_cast<LONG>(distance), nullptr, from) ==
+    if (SetFilePointer(file_.get(), static_cast<LONG>(distance), nullptr, from) ==
         INVALID_SET_FILE_POINTER) {
         throw Failure(ExitCode::kOutput, "cannot write " + path_ + ": " + ResultText(LastError()));
     }
@@ -49,15 +49,15 @@ void OutputFile::Replace(DWORD place, const void* data, DWORD size) {
 }
 
 void OutputFile::Finish() {
-    if (CloseHandle(std::exchange(file_, INVALID_HANDLE_VALUE)) == FALSE) {
+    if (!CloseFile(std::move(file_))) {
         throw Failure(ExitCode::kOutput, "cannot write " + path_ + ": " + ResultText(LastError()));
     }
 }
 
-void KeepInput(const std::string& input, const std::string& output) {
+void RefuseSameFile(const std::string& input, const std::string& output) {
     std::error_code missing;
     if (std::filesystem::equivalent(Wide(input), Wide(output), missing)) {
-        throw Failure(ExitCode::kOutput, output + " is what is to be read");
+        throw Failure(ExitCode::kOutput, output + " is also the input");
     }
 }
 
@@ -66,7 +66,7 @@ void MakeFolder(const std::string& path) {
     const std::filesystem::path folder(Wide(path));
     std::filesystem::create_directories(folder, error);
     if (error || !std::filesystem::is_directory(folder, error)) {
-        throw Failure(ExitCode::kOutput, "cannot make the folder " + path);
+        throw Failure(ExitCode::kOutput, "cannot create the folder " + path);
     }
 }
 

@@ -4,10 +4,12 @@
 
 #include <string>
 
+#include "platform/unique_handle.h"
+
 namespace nyx::host {
 
-/// A file that is written from start to end; one that is not finished with Finish() is deleted.
-/// Failures are kOutput and name the file and the reason.
+/// A file that is written from start to end, and deleted unless Finish() completes it. Failures are
+/// kOutput and name the file and the reason.
 class OutputFile {
   public:
     /// Creates `path` (UTF-8), replacing an older file.
@@ -19,7 +21,7 @@ class OutputFile {
     /// Appends to the file.
     void Write(const void* data, DWORD size);
 
-    /// Replaces bytes at a place in what was written; the next Write appends all the same.
+    /// Overwrites bytes at offset `place`; the next Write appends again.
     void Replace(DWORD place, const void* data, DWORD size);
 
     /// Closes the file, which is complete.
@@ -31,13 +33,13 @@ class OutputFile {
     void Seek(DWORD distance, DWORD from);
 
     const std::string path_;
-    HANDLE file_;
+    UniqueHandle file_;
 };
 
-/// Failure kOutput when both names are one file's: a clip is not replaced while it is read.
-void KeepInput(const std::string& input, const std::string& output);
+/// Failure kOutput when both paths name one file, so that no clip overwrites itself.
+void RefuseSameFile(const std::string& input, const std::string& output);
 
-/// Makes the folder `path` (UTF-8) and those above it where they are missing. Failure kOutput.
+/// Creates the folder `path` (UTF-8) and missing parent folders. Failure kOutput.
 void MakeFolder(const std::string& path);
 
 }  // namespace nyx::host

@@ -15,14 +15,14 @@ void StoreRgbRow(const BYTE* row, UINT width, UINT from, UINT to, BYTE* out) {
     }
 }
 
-// Rows of RGB 24-bit are DWORD-aligned by convention, but some decoders pack them; the number of
-// bytes tells which.
+// Rows of 24-bit RGB are DWORD-aligned by convention, but some decoders pack them; the sample's
+// size decides.
 std::size_t StrideOf(const PictureFormat& format, UINT width, UINT height, std::size_t size) {
     const std::size_t packed = std::size_t{width} * format.bits / 8;
     const std::size_t aligned = (packed + 3) & ~std::size_t{3};
     if (size / height < packed) {
-        throw Failure(ExitCode::kDecode, Format("a %ux%u %s picture came with %zu bytes only",
-                                                width, height, format.name, size));
+        throw Failure(ExitCode::kDecode, Format("a %ux%u %s picture has only %zu bytes", width,
+                                                height, format.name, size));
     }
     return size / height >= aligned ? aligned : packed;
 }
@@ -34,7 +34,7 @@ Picture MakePicture(const MediaType& type, const BYTE* data, std::size_t size) {
     if (format == nullptr || format->compression != BI_RGB || !type.HasPicture() ||
         type.Header().biWidth <= 0 || type.Header().biHeight == 0 ||
         type.Header().biHeight == LONG_MIN) {
-        throw Failure(ExitCode::kPlatform, "the decoder delivers a picture of an unknown type");
+        throw Failure(ExitCode::kPlatform, "the decoder delivers an unknown picture type");
     }
     Picture picture;
     picture.width = static_cast<UINT>(type.Header().biWidth);

@@ -8,7 +8,7 @@
 
 namespace nyx::host {
 
-/// A picture as image files have it: rows from the top, no padding, B G R or B G R A bytes.
+/// A picture in the layout of image files: rows from the top, no padding, B G R or B G R A bytes.
 struct Picture {
     UINT width = 0;
     UINT height = 0;
@@ -18,9 +18,9 @@ struct Picture {
     UINT BytesPerPixel() const { return hasAlpha ? 4 : 3; }
 };
 
-/// Turns the bytes of a sample into a picture. `type` is an RGB one of PictureFormats() in a video
-/// block; a positive height means bottom-up rows. Failure kDecode when the sample is too short for
-/// its type, kPlatform for any other type.
+/// Converts the bytes of a sample to a picture. `type` has a video format block and an RGB subtype
+/// of PictureFormats(); a positive height means bottom-up rows. Failure kDecode when the sample is
+/// too short for its type, kPlatform for any other type.
 Picture MakePicture(const MediaType& type, const BYTE* data, std::size_t size);
 
 }  // namespace nyx::host

@@ -3,6 +3,7 @@
 namespace nyx::host {
 
 const std::vector<PictureFormat>& PictureFormats() {
+    // Name, subtype, bits, compression.
     static const std::vector<PictureFormat> formats = {
         {"yuy2", &MEDIASUBTYPE_YUY2, 16, MEDIASUBTYPE_YUY2.Data1},
         {"rgb24", &MEDIASUBTYPE_RGB24, 24, BI_RGB},

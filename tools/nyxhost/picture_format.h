@@ -7,7 +7,7 @@
 
 namespace nyx::host {
 
-/// An uncompressed format that can be asked of a decoder or given to an encoder.
+/// An uncompressed format of a decoder's output or an encoder's input.
 struct PictureFormat {
     const char* name;  ///< as on the command line
     const GUID* subtype;
@@ -18,7 +18,7 @@ struct PictureFormat {
 /// The formats in the order of the help text.
 const std::vector<PictureFormat>& PictureFormats();
 
-/// The entry of that name or subtype, or null.
+/// The format with this name or subtype, or null.
 const PictureFormat* FindPictureFormat(std::string_view name);
 const PictureFormat* FindPictureFormat(const GUID& subtype);
 

@@ -17,7 +17,7 @@ long Seconds(REFERENCE_TIME time) {
     return static_cast<long>(time / 10000000);
 }
 
-/// Connects a stream to whatever the platform plays it with; false when there is nothing.
+/// Connects a stream to the platform's decoder and renderer. Warns and returns false on failure.
 bool Render(IGraphBuilder* graph, const SourceStream& stream, const char* what) {
     const HRESULT result = graph->Render(stream.pin.Get());
     if (FAILED(result)) {
@@ -27,26 +27,27 @@ bool Render(IGraphBuilder* graph, const SourceStream& stream, const char* what) 
 }
 
 ExitCode RunPlay(const ClipOptions& options) {
-    const auto graph = CreateObject<IGraphBuilder>(CLSID_FilterGraph, "no filter graph");
+    const auto graph = CreateObject<IGraphBuilder>(CLSID_FilterGraph, kNoFilterGraph);
     const Footage clip(graph.Get(), options.path);
     const LONG first = clip.FrameAt(options.graph.from);
-    if (IsWine()) {  // whose other renderers crash where there is no 3D
-        Check(graph->AddFilter(CreateObject<IBaseFilter>(CLSID_VideoRenderer, "no renderer").Get(),
-                               L"Video Renderer"),
-              "the renderer does not join the graph");
+    if (IsWine()) {  // whose other renderers crash without 3D
+        const auto renderer =
+            CreateObject<IBaseFilter>(CLSID_VideoRenderer, "cannot create the video renderer");
+        Check(graph->AddFilter(renderer.Get(), L"Video Renderer"),
+              "cannot add the video renderer to the graph");
     }
     Print(options.path + ": " + DescribeVideo(clip) + "\n");
     if (!Render(graph.Get(), clip.Video(), "the picture")) {
         ExplainFailedConnection(clip.Video().type, "a picture on the screen", VFW_E_CANNOT_RENDER);
     }
-    for (const SourceStream& stream : clip.Sound()) {
-        Print("sound: " + DescribeAudio(stream.type) + "\n");
-        Render(graph.Get(), stream, "the sound");
+    for (const SourceStream& stream : clip.Audio()) {
+        Print("audio: " + DescribeAudio(stream.type) + "\n");
+        Render(graph.Get(), stream, "the audio");
     }
     PrintGraph(graph.Get());
 
     clip.Select(first, options.graph.frames);
-    const auto seeking = Query<IMediaSeeking>(graph, "the graph has no position");
+    const auto seeking = Query<IMediaSeeking>(graph, "the graph lacks IMediaSeeking");
     Progress progress("playing", Seconds(clip.Duration()), "s");
     RunToEnd(graph, [&] {
         LONGLONG position = 0;
@@ -64,7 +65,7 @@ void AddPlayCommand(CLI::App& app, Action& action) {
     auto options = std::make_shared<ClipOptions>();
     CLI::App* command = app.add_subcommand(
         "play",
-        "Play a clip with its sound, in a window and in real time, until its end or Ctrl+C");
+        "Play a clip with its audio, in a window and in real time, until its end or Ctrl+C");
     AddClipOptions(*command, *options);
     command->callback([options, &action] { action = [options] { return RunPlay(*options); }; });
 }

@@ -23,7 +23,7 @@ PlaybackGraph::PlaybackGraph(const std::string& path, const Options& options, On
 PlaybackGraph::PlaybackGraph(const FrameList& frames, const Options& options, OnFrame onFrame)
     : ClipGraph(std::move(onFrame)), options_(options) {
     const auto source = Make<FrameSource>(frames);
-    Check(graph_->AddFilter(source.Get(), L"Frames"), "the source does not join the graph");
+    Check(graph_->AddFilter(source.Get(), L"Frames"), "cannot add the source to the graph");
     const ComPtr<IPin> end = ConnectEnd(source->Output(), frames.type);
     Complete(end.Get(), 0, [frames](REFERENCE_TIME start) { return frames.FrameAt(start); });
 }
@@ -36,7 +36,7 @@ ComPtr<IPin> PlaybackGraph::ConnectEnd(IPin* from, const MediaType& compressed) 
                        : IsPicture(type) && (format == nullptr || type.subtype == *format->subtype);
     });
     if (packets) {
-        Check(graph_->ConnectDirect(from, end.Get(), nullptr), "the packets cannot be had");
+        Check(graph_->ConnectDirect(from, end.Get(), nullptr), "cannot read packets");
         return end;
     }
     rule_.ApplyTo(graph_.Get());
@@ -46,7 +46,7 @@ ComPtr<IPin> PlaybackGraph::ConnectEnd(IPin* from, const MediaType& compressed) 
                                 connected);
     }
     ComPtr<IPin> feeding;
-    Check(end->ConnectedTo(feeding.GetAddressOf()), "the graph's end is not connected");
+    Check(end->ConnectedTo(feeding.GetAddressOf()), "the sink is not connected");
     decoderName_ = FilterName(FilterOf(feeding.Get()).Get());
     return end;
 }
@@ -55,10 +55,10 @@ LONG PlaybackGraph::FramesToCome() const {
     return std::min(options_.frames, Clip().FrameCount() - first_);
 }
 
-void PlaybackGraph::TakeAudio(const SourceStream& stream,
-                              std::function<void(IMediaSample&)> onSample) {
-    const ComPtr<IPin> end = AddSink(IsValid, std::move(onSample));
-    Check(graph_->ConnectDirect(stream.pin.Get(), end.Get(), nullptr), "the sound cannot be had");
+void PlaybackGraph::AddAudioSink(const SourceStream& stream,
+                                 std::function<void(IMediaSample&)> onSample) {
+    const ComPtr<IPin> end = AddSink(IsAudio, std::move(onSample));
+    Check(graph_->ConnectDirect(stream.pin.Get(), end.Get(), nullptr), "cannot read audio");
 }
 
 }  // namespace nyx::host

@@ -11,46 +11,46 @@
 
 namespace nyx::host {
 
-/// A filter graph that plays a file of footage, or frames from memory, through whatever decoder the
-/// system finds for it: source -> decoder -> the tool's own sink.
+/// A filter graph that plays a file of footage, or frames from memory, through the decoder that the
+/// system chooses: source -> decoder -> the tool's own sink.
 class PlaybackGraph final : public ClipGraph {
   public:
-    /// What arrives at the graph's end.
+    /// What the sink receives.
     enum class Deliver {
-        kPictures,  ///< of `format`, or of whatever the decoder offers first
-        kPackets    ///< what the file holds: there is no decoder
+        kPictures,  ///< in `format`, or in the first format that the decoder offers
+        kPackets    ///< as stored in the file, without a decoder
     };
 
     struct Options {
         Deliver deliver = Deliver::kPictures;
         const PictureFormat* format = nullptr;
         Place from;
-        LONG frames = LONG_MAX;  ///< play so many
+        LONG frames = LONG_MAX;  ///< number of frames to play
     };
 
     /// Builds the graph over the file `path`. Failures of Footage, kPastEnd included; those of
     /// ExplainFailedConnection when no decoder is found; kPlatform otherwise.
     PlaybackGraph(const std::string& path, const Options& options, OnFrame onFrame);
 
-    /// The same over all of some frames from memory.
+    /// Builds the graph over frames from memory, to play all of them.
     PlaybackGraph(const FrameList& frames, const Options& options, OnFrame onFrame);
 
     ~PlaybackGraph() { Close(); }
 
-    /// The file that is played.
+    /// The file; only with the constructor that takes its path.
     const Footage& Clip() const { return *footage_; }
 
     /// The number in the clip of the first frame to play.
     LONG FirstFrame() const { return first_; }
 
-    /// How many frames Play will bring, as far as the file tells.
+    /// The number of frames that Play delivers, by the file's own duration.
     LONG FramesToCome() const;
 
-    /// Lets `onSample` have the sound of a stream of Clip().Sound() while frames play; before
-    /// Play(). What it throws ends the pass. Failure kPlatform.
-    void TakeAudio(const SourceStream& stream, std::function<void(IMediaSample&)> onSample);
+    /// Passes the samples of a stream of Clip().Audio() to `onSample` while frames play. Call it
+    /// before Play(); an exception from `onSample` ends the pass. Failure kPlatform.
+    void AddAudioSink(const SourceStream& stream, std::function<void(IMediaSample&)> onSample);
 
-    /// The name of the decoder that the system found; empty without one.
+    /// The name of the decoder that the system chose; empty without a decoder.
     const std::string& DecoderName() const { return decoderName_; }
 
   private:

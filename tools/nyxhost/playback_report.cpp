@@ -26,7 +26,7 @@ ExitCode ReportLostFrames(const PassResult& result, const char* verb) {
         PrintWarning(Format("... and %zu more", result.lost.size() - shown));
     }
     if (result.arrived == 0 && result.lost.empty()) {
-        PrintWarning("the clip holds no whole frame");
+        PrintWarning("the clip has no complete frame");
         return ExitCode::kDecode;
     }
     return result.lost.empty() ? ExitCode::kOk : ExitCode::kDecode;

@@ -5,7 +5,7 @@
 namespace nyx::host {
 namespace {
 
-/// Encodes into memory: a file's own errors are the system's, not the imaging component's.
+/// Encodes into memory; OutputFile then reports the file's own errors.
 HRESULT Encode(IWICImagingFactory& factory, IStream* stream, const Picture& picture) {
     ComPtr<IWICBitmapEncoder> encoder;
     HRESULT result =
@@ -49,17 +49,18 @@ PngWriter::PngWriter() {
     Check(
         CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER,
                          IID_IWICImagingFactory, reinterpret_cast<void**>(factory_.GetAddressOf())),
-        "the imaging component cannot be created");
+        "cannot create the imaging component");
 }
 
 void PngWriter::Write(const std::string& path, const Picture& picture) const {
     ComPtr<IStream> stream;
     HGLOBAL memory = nullptr;
     STATSTG facts{};
-    Check(CreateStreamOnHGlobal(nullptr, TRUE, stream.GetAddressOf()), "no memory for a picture");
-    Check(Encode(*factory_.Get(), stream.Get(), picture), "the picture cannot be encoded");
-    Check(stream->Stat(&facts, STATFLAG_NONAME), "the encoded picture has no length");
-    Check(GetHGlobalFromStream(stream.Get(), &memory), "the encoded picture has no memory");
+    Check(CreateStreamOnHGlobal(nullptr, TRUE, stream.GetAddressOf()),
+          "cannot create a memory stream");
+    Check(Encode(*factory_.Get(), stream.Get(), picture), "cannot encode the picture");
+    Check(stream->Stat(&facts, STATFLAG_NONAME), "cannot query the memory stream's size");
+    Check(GetHGlobalFromStream(stream.Get(), &memory), "cannot access the memory stream");
     OutputFile file(path);
     file.Write(GlobalLock(memory), facts.cbSize.LowPart);
     file.Finish();

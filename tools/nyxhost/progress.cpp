@@ -15,9 +15,10 @@ constexpr int kNarrowestBar = 5;
 std::string ClockText(double seconds) {
     const auto whole = static_cast<long long>(seconds + 0.5);
     const std::string minutes = Format("%02lld:%02lld", whole / 60 % 60, whole % 60);
-    return whole >= 3600       ? Format("%lld:", whole / 3600) + minutes
-           : minutes[0] == '0' ? minutes.substr(1)
-                               : minutes;
+    if (whole >= 3600) {
+        return Format("%lld:", whole / 3600) + minutes;
+    }
+    return minutes[0] == '0' ? minutes.substr(1) : minutes;
 }
 
 std::string NumbersText(long done, long total, const char* unit, double seconds) {
@@ -34,7 +35,7 @@ std::string NumbersText(long done, long total, const char* unit, double seconds)
     return text;
 }
 
-/// " [####......]", empty where there is little room for it.
+/// " [####......]", empty when `room`, in columns, is too small.
 std::string BarText(long done, long total, int room) {
     const int width = std::min(room - 3, kWidestBar);
     if (total <= 0 || width < kNarrowestBar) {
@@ -58,7 +59,7 @@ Progress::~Progress() {
     }
 }
 
-/// One column stays free: a full line would go on to the next one.
+/// One column stays free: a full line would wrap.
 void Progress::Draw(const std::string& line, int columns) const {
     std::string text = line;
     text.resize(static_cast<std::size_t>(std::max(columns - 1, 0)), ' ');

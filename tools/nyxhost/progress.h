@@ -5,13 +5,12 @@
 
 namespace nyx::host {
 
-/// How far a work is, in one line of the standard error that redraws itself: a bar, a number, the
-/// rate and the time left, as wide as the console is. Shows nothing unless that is a console. The
-/// line is cleared on destruction. For one thread.
+/// A progress line on the standard error that redraws itself: a bar, a number, the rate and the
+/// time left, as wide as the console. Shows nothing unless the standard error is a console. The
+/// destructor clears the line. For one thread.
 class Progress {
   public:
-    /// `label` stands at the left; `total` is what there is to do, 0 when that is not known, in
-    /// `unit`s.
+    /// `label` is at the left. `total` is in `unit`s; 0 means unknown.
     Progress(std::string label, long total, const char* unit = "frames");
     ~Progress();
     Progress(const Progress&) = delete;

@@ -15,13 +15,13 @@
 namespace nyx::host {
 namespace {
 
-/// The pages that a filter names, freed at the end.
+/// The property pages that a filter lists.
 class PageList {
   public:
     explicit PageList(const ComPtr<IBaseFilter>& filter) {
-        Check(Query<ISpecifyPropertyPages>(filter, "the encoder names no property pages")
+        Check(Query<ISpecifyPropertyPages>(filter, "the encoder lacks ISpecifyPropertyPages")
                   ->GetPages(&pages_),
-              "the encoder names no property pages");
+              "cannot list the encoder's property pages");
     }
     ~PageList() { CoTaskMemFree(pages_.pElems); }
     PageList(const PageList&) = delete;
@@ -42,23 +42,23 @@ void ShowPages() {
     Check(OleCreatePropertyFrame(nullptr, 0, 0, Wide(encoder.name).c_str(), 1, &object,
                                  pages.Get().cElems, pages.Get().pElems, LOCALE_USER_DEFAULT, 0,
                                  nullptr),
-          "the property frame does not show");
+          "cannot show the property frame");
     const EncodeParameterBlock after = LiveParameters(encoder);
     if (DescribeParameters(after) != DescribeParameters(before)) {
         Print("now " + DescribeParameters(after) + "\n");
     } else {
         Print(std::string("nothing was changed") +
-              (IsWine() ? "; Wine's own property frame does not apply what was chosen\n" : "\n"));
+              (IsWine() ? "; Wine's property frame does not apply changes\n" : "\n"));
     }
 }
 
-/// Windows belong to a thread of a single-threaded apartment.
+/// Windows need a thread of a single-threaded apartment.
 ExitCode RunProperties() {
     std::exception_ptr thrown;
     std::thread window([&thrown] {
         const HRESULT started = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
         try {
-            Check(started, "COM does not start");
+            Check(started, "cannot initialise COM");
             ShowPages();
         } catch (...) {
             thrown = std::current_exception();
@@ -78,9 +78,9 @@ ExitCode RunProperties() {
 
 void AddPropertiesCommand(CLI::App& app, Action& action) {
     CLI::App* command = app.add_subcommand(
-        "properties", "Show the encoder's property page, as an application's compressor list does");
+        "properties", "Show the encoder's property page, as an application does");
     command->callback([&action] {
-        SetProcessDPIAware();  // before the first window: the page is sharp at every resolution
+        SetProcessDPIAware();  // before the first window, so that the page is not scaled
         action = RunProperties;
     });
 }

@@ -24,8 +24,8 @@ FrameList OpenRawPictures(const std::string& path, const PictureFormat& format, 
     const long long pictureBytes = rowBytes > LONG_MAX / rows ? LONG_MAX : rowBytes * rows;
     const long long count = bytes / pictureBytes;
     if (count == 0 || bytes % pictureBytes != 0 || count > LONG_MAX) {
-        throw Failure(ExitCode::kInput, path + Format(" has %lld bytes, which is no whole number "
-                                                      "of pictures of %lld bytes",
+        throw Failure(ExitCode::kInput, path + Format(" has %lld bytes, not a whole number of "
+                                                      "pictures of %lld bytes",
                                                       bytes, pictureBytes));
     }
     BITMAPINFOHEADER header{};

@@ -8,9 +8,9 @@
 
 namespace nyx::host {
 
-/// The pictures of a file that holds nothing else, one after another. RGB rows go from bottom to
-/// top, or from top to bottom where the height is negative. `rate` is frames per second, a
-/// fraction. Failure kInput when the file cannot be read or holds no whole number of such pictures.
+/// The pictures of a file that contains nothing else. RGB rows run from bottom to top, with a
+/// negative height from top to bottom. `rate` is frames per second, a fraction. Failure kInput when
+/// the file cannot be read or its size is not a whole number of pictures.
 FrameList OpenRawPictures(const std::string& path, const PictureFormat& format, LONG width,
                           LONG height, std::pair<LONG, LONG> rate);
 

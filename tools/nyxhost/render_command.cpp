@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cmath>
+#include <tuple>
 
 #include "com.h"
 #include "commands.h"
@@ -12,43 +13,44 @@
 #include "graph_description.h"
 #include "graph_tools.h"
 #include "platform/system.h"
+#include "platform/unique_handle.h"
 #include "progress.h"
 #include "text.h"
 
 namespace nyx::host {
 namespace {
 
-/// An end of a graph that counts what arrives.
+/// A sink that counts samples.
 class Counter {
   public:
     Counter(IGraphBuilder* graph, const wchar_t* name, FrameSink::Accept accept)
-        : sink_(Make<FrameSink>([this](IMediaSample&) { return ++count_, true; }, accept)) {
-        Check(graph->AddFilter(sink_.Get(), name), "an end does not join the graph");
+        : sink_(Make<FrameSink>([this](IMediaSample&) { return ++count_ > 0; }, accept)) {
+        Check(graph->AddFilter(sink_.Get(), name), "cannot add a sink to the graph");
     }
 
     LONG Count() const { return count_; }
 
-    /// Whether anything is connected to it.
+    /// Whether its pin is connected.
     bool IsConnected() const {
         ComPtr<IPin> peer;
         return SUCCEEDED(sink_->Input()->ConnectedTo(peer.GetAddressOf()));
     }
 
-    HRESULT Connect(IGraphBuilder* graph, IPin* from) const {
+    [[nodiscard]] HRESULT Connect(IGraphBuilder* graph, IPin* from) const {
         return graph->Connect(from, sink_->Input());
     }
 
-    /// The type that it is connected with; an empty one where it is not.
+    /// The type of its connection; empty without one.
     MediaType Type() const {
         MediaType type;
-        sink_->Input()->ConnectionMediaType(&type);
+        std::ignore = sink_->Input()->ConnectionMediaType(&type);  // a failure leaves it empty
         return type;
     }
 
-    /// Leaves a graph that would wait for it in vain.
-    void LeaveIfIdle(IGraphBuilder* graph) const {
+    /// Removes the sink unless it is connected: the graph would wait for its end of stream.
+    void RemoveIfIdle(IGraphBuilder* graph) const {
         if (!IsConnected()) {
-            graph->RemoveFilter(sink_.Get());
+            Check(graph->RemoveFilter(sink_.Get()), "cannot remove a sink from the graph");
         }
     }
 
@@ -57,33 +59,32 @@ class Counter {
     ComPtr<FrameSink> sink_;
 };
 
-/// Failure kInput for a file that is not there or cannot be read.
+/// Failure kInput for a file that is missing or cannot be read.
 void CheckReadable(const std::string& path) {
-    const HANDLE file = CreateFileW(Wide(path).c_str(), GENERIC_READ,
-                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                    OPEN_EXISTING, 0, nullptr);
-    if (file == INVALID_HANDLE_VALUE) {
+    const UniqueHandle file = AdoptFile(CreateFileW(
+        Wide(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+        nullptr, OPEN_EXISTING, 0, nullptr));
+    if (file == nullptr) {
         throw Failure(ExitCode::kInput, "cannot open " + path + ": " + ResultText(LastError()));
     }
-    CloseHandle(file);
 }
 
-/// Says why the system shows no picture of a file: what it is to our source, or to the decoders, or
-/// that the system asks another source for it.
+/// Reports why the system plays no picture of a file: our source or the decoders refuse it, or the
+/// system chooses another source.
 [[noreturn]] void ExplainRefusal(const std::string& path, HRESULT rendered) {
-    const auto graph = CreateObject<IGraphBuilder>(CLSID_FilterGraph, "no filter graph");
+    const auto graph = CreateObject<IGraphBuilder>(CLSID_FilterGraph, kNoFilterGraph);
     const Footage clip(graph.Get(), path);
     const Counter pictures(graph.Get(), L"Pictures", IsPicture);
     if (SUCCEEDED(pictures.Connect(graph.Get(), clip.Video().pin.Get()))) {
         throw Failure(
             ExitCode::kRefused,
-            "the system does not bring " + path +
-                " to our source, which plays it (see nyxhost play): " + ResultText(rendered));
+            "the system does not open " + path +
+                " with our source, which plays it (see nyxhost play): " + ResultText(rendered));
     }
     ExplainFailedConnection(clip.Video().type, "a picture", rendered);
 }
 
-/// As many pictures of a type as the graph plays, as far as it tells.
+/// The number of pictures of a type in the graph's duration; 0 when unknown.
 long PicturesToCome(const ComPtr<IGraphBuilder>& graph, const MediaType& type) {
     LONGLONG duration = 0;
     const auto seeking = As<IMediaSeeking>(graph);
@@ -96,12 +97,12 @@ long PicturesToCome(const ComPtr<IGraphBuilder>& graph, const MediaType& type) {
 
 ExitCode RunRender(const std::string& path) {
     CheckReadable(path);
-    const auto graph = CreateObject<IGraphBuilder>(CLSID_FilterGraph, "no filter graph");
+    const auto graph = CreateObject<IGraphBuilder>(CLSID_FilterGraph, kNoFilterGraph);
     const Counter pictures(graph.Get(), L"Pictures", IsPicture);
-    const Counter sound(graph.Get(), L"Sound", IsValid);
+    const Counter audio(graph.Get(), L"Audio", IsAudio);
     const HRESULT rendered = graph->RenderFile(Wide(path).c_str(), nullptr);
-    pictures.LeaveIfIdle(graph.Get());
-    sound.LeaveIfIdle(graph.Get());
+    pictures.RemoveIfIdle(graph.Get());
+    audio.RemoveIfIdle(graph.Get());
     PrintGraph(graph.Get());
     if (FAILED(rendered) || (rendered != S_OK && !pictures.IsConnected())) {
         ExplainRefusal(path, rendered);
@@ -109,13 +110,15 @@ ExitCode RunRender(const std::string& path) {
     if (rendered != S_OK) {
         PrintWarning("not every stream is played: " + ResultText(rendered));
     }
-    Check(Query<IMediaFilter>(graph, "the graph has no media filter")->SetSyncSource(nullptr),
-          "the graph keeps its clock");
+    RemoveClock(graph);
     {
         Progress progress("playing", PicturesToCome(graph, pictures.Type()));
-        RunToEnd(graph, [&] { return progress.Show(pictures.Count()), true; });
+        RunToEnd(graph, [&] {
+            progress.Show(pictures.Count());
+            return true;
+        });
     }
-    Print(Format("%ld pictures, %ld pieces of sound\n", pictures.Count(), sound.Count()));
+    Print(Format("%ld pictures, %ld audio samples\n", pictures.Count(), audio.Count()));
     return ExitCode::kOk;
 }
 
@@ -124,7 +127,7 @@ ExitCode RunRender(const std::string& path) {
 void AddRenderCommand(CLI::App& app, Action& action) {
     auto path = std::make_shared<std::string>();
     CLI::App* command = app.add_subcommand(
-        "render", "Play any file as a player has the system do it, unseen, and tell by what");
+        "render", "Build a file's graph as a player does, without a window, and list its filters");
     command->add_option("file", *path, "Any file")->required();
     command->callback([path, &action] { action = [path] { return RunRender(*path); }; });
 }

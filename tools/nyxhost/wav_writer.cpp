@@ -9,8 +9,8 @@
 namespace nyx::host {
 namespace {
 
-/// A RIFF file is a chunk of chunks, each with its code, its length without these two words, and a
-/// byte more where that is odd.
+/// Builds RIFF chunks: a code, the length of the data, the data and, after an odd length, a pad
+/// byte.
 class ChunkBytes {
   public:
     void Add(const void* data, std::size_t size) {
@@ -33,7 +33,7 @@ WavWriter::WavWriter(const std::string& path, const MediaType& type) : file_(pat
     const auto& wave = *reinterpret_cast<const WAVEFORMATEX*>(type.pbFormat);
     rate_ = wave.nSamplesPerSec;
     frameBytes_ = wave.nBlockAlign;
-    ChunkBytes head;  // the lengths of the whole and of the sound follow at the end
+    ChunkBytes head;  // Finish() fills in the two lengths that are 0 here
     head.AddHead("RIFF", 0);
     head.Add("WAVE", 4);
     head.AddHead("fmt ", type.cbFormat);

@@ -5,16 +5,16 @@
 
 namespace nyx::host {
 
-/// Writes one stream of sound into a WAV file, which is deleted unless it is finished.
+/// Writes one audio stream into a WAV file, which is deleted unless Finish() completes it.
 class WavWriter {
   public:
     /// Creates `path` (UTF-8), replacing an older file. `type` has a WAVEFORMATEX block. Failure
     /// kOutput.
     WavWriter(const std::string& path, const MediaType& type);
 
-    /// Appends the bytes of a sample, to the first one's start in silence: the file is in step with
-    /// the clip. Failure kOutput, kTooLarge when the file would reach 2^31
-    /// bytes.
+    /// Appends the bytes of a sample. Silence precedes the first one up to its start time, so that
+    /// the file is in step with the clip. Failure kOutput, or kTooLarge when the file would reach
+    /// 2^31 bytes.
     void Write(IMediaSample& sample);
 
     /// Closes the file with its lengths in place. Failure kOutput.
@@ -25,10 +25,10 @@ class WavWriter {
     void Append(const void* data, DWORD size);
 
     OutputFile file_;
-    LONGLONG rate_ = 0;           ///< frames of sound in a second
-    std::size_t frameBytes_ = 0;  ///< of one of them
-    DWORD headBytes_ = 0;         ///< up to the sound
-    DWORD bytes_ = 0;             ///< of the sound
+    LONGLONG rate_ = 0;           ///< audio frames per second
+    std::size_t frameBytes_ = 0;  ///< of one audio frame
+    DWORD headBytes_ = 0;         ///< before the audio
+    DWORD bytes_ = 0;             ///< of the audio
 };
 
 }  // namespace nyx::host
