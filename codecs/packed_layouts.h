@@ -1,9 +1,9 @@
 #pragma once
 
 /// @file
-/// The packed professional layouts, a pixel pair at a time, for samples of any depth: PutPair and
-/// GetPair. The callbacks for 8-bit blocks and for 10-bit rows stand on these; what a layout stores
-/// is told in row_callbacks.h.
+/// The packed professional layouts, a pixel pair at a time, for samples of any depth: EncodePair
+/// and DecodePair. The callbacks for 8-bit blocks and for 10-bit rows stand on these; what a layout
+/// stores is told in row_callbacks.h.
 
 #include <algorithm>
 #include <array>
@@ -119,7 +119,7 @@ struct SampleDepth {
 
 /// Stores a pair whose samples have `kBits` bits; its alpha is at most 2^kBits - 1.
 template <PackedLayout kLayout, int kBits>
-void PutPair(const PixelPair<int>& samples, bool premultiplied, BYTE* to) {
+void EncodePair(const PixelPair<int>& samples, bool premultiplied, BYTE* to) {
     constexpr PackedRow kRow = kPackedRow<kLayout>;
     using Code = std::conditional_t<kRow.floats, float, int>;
     PixelPair<Code> pair;
@@ -141,7 +141,7 @@ void PutPair(const PixelPair<int>& samples, bool premultiplied, BYTE* to) {
 
 /// Reads a pair as samples and alpha of `kBits` bits, opaque where the layout has no alpha.
 template <PackedLayout kLayout, int kBits>
-PixelPair<int> GetPair(const BYTE* from, bool premultiplied) {
+PixelPair<int> DecodePair(const BYTE* from, bool premultiplied) {
     constexpr PackedRow kRow = kPackedRow<kLayout>;
     std::conditional_t<kRow.floats, float, BYTE> stored[kRow.count];
     std::memcpy(stored, from, sizeof(stored));

@@ -3,7 +3,8 @@
 namespace nyx {
 namespace {
 
-/// What recorders write. The recorded rate is the frame rate until a frame-rate pack tells another.
+/// A signal that recorders write. The recorded rate is the frame rate unless a frame-rate pack
+/// gives another.
 struct ListedRow {
     std::size_t system, type, aspect;
     LONG formatCode, frameBytes, fourCC;
@@ -12,8 +13,9 @@ struct ListedRow {
     LONG width, height, fieldOrder;
 };
 
-// The 14:9 row is part of the table although the parser refuses that aspect class beforehand.
+// The 14:9 row completes the table, although the parser refuses that aspect class.
 constexpr ListedRow kRows[] = {
+    // system, type, aspect, format, frame bytes, FourCC, rate, pixel aspect, size, field order
     {0, 0, 0, kFormatDv25, 120000, kFourCCDv25, 30000, 1001, 648, 720, 720, 480, 1},
     {0, 0, 1, kFormatDv25, 120000, kFourCCDv25, 30000, 1001, 864, 720, 720, 480, 1},
     {0, 1, 0, kFormatDvcPro50, 240000, kFourCCDv50, 30000, 1001, 648, 720, 720, 480, 1},

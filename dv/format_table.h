@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// What a DV frame's variant, system and aspect say about its picture (IEC 61834-2, SMPTE 314M,
-/// SMPTE 370M): one table, asked by FormatRow.
+/// The picture format of each combination of DV variant, system and aspect (IEC 61834-2,
+/// SMPTE 314M, SMPTE 370M).
 
 #include <cstddef>
 
@@ -26,8 +26,8 @@ enum DvFormatCode : LONG {
     kFormatDvcProHd720 = 6,
 };
 
-/// A frame's picture format. -1 where it is unknown; the initial values are those of a parser that
-/// has read nothing.
+/// A frame's picture format. -1 is unknown; the initial values are those of a parser that has read
+/// no frame.
 struct FormatRecord {
     LONG formatCode = -1;    ///< DvFormatCode
     LONG systemRate = -1;    ///< fields per second, 60 or 50

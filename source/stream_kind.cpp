@@ -1,5 +1,6 @@
 #include "source/stream_kind.h"
 
+#include "media/mpeg2.h"
 #include "platform/fourcc.h"
 
 namespace nyx::source {
@@ -18,10 +19,7 @@ constexpr DvRow kDv[] = {
     {576, 2, FourCC("QDV5")}, {1080, 4, FourCC("QDVH")}, {720, 2, FourCC("QDVH")},
 };
 
-// ISO/IEC 13818-2, table 6-1.
-constexpr BYTE kPictureStart = 0x00;
-constexpr BYTE kSequenceHeader = 0xB3;
-constexpr int kIntraPicture = 1;
+constexpr int kIntraPicture = 1;  // ISO/IEC 13818-2, table 6-12
 
 }  // namespace
 
@@ -69,17 +67,15 @@ bool DvIsWide(ByteSpan frame) {
 
 MpegPicture ReadMpegPicture(ByteSpan frame) {
     MpegPicture picture;
-    for (std::size_t at = 0; frame.Holds(at, 8); ++at) {
+    for (std::size_t at = FindStartCode(frame, 0); frame.Holds(at, 5);
+         at = FindStartCode(frame, at)) {
         const BYTE* code = frame.data() + at;
-        if (code[0] != 0 || code[1] != 0 || code[2] != 1) {
-            continue;
-        }
-        if (code[3] == kPictureStart) {
-            picture.intra = (code[5] >> 3 & 7) == kIntraPicture;
+        if (*code == kMpeg2Picture) {
+            picture.intra = (code[2] >> 3 & 7) == kIntraPicture;
             break;
         }
-        if (code[3] == kSequenceHeader) {  // table 6-3; other codes are square pixels or unused
-            const int aspect = code[7] >> 4;
+        if (*code == kMpeg2SequenceHeader) {  // table 6-3; other codes are square pixels or unused
+            const int aspect = code[4] >> 4;
             picture.aspect = aspect == 2 ? AVRational{4, 3} : AVRational{aspect == 3 ? 16 : 0, 9};
         }
     }
@@ -87,11 +83,10 @@ MpegPicture ReadMpegPicture(ByteSpan frame) {
 }
 
 int ShownLines(int width, int codedLines) {
-    if (width == 720 && codedLines == 608) {
-        return 576;  // SMPTE 356M, 625 lines
-    }
-    if (width == 720 && codedLines == 512) {
-        return 486;  // and 525 lines
+    for (const Mpeg2Blanking& row : kMpeg2Blanking) {
+        if (row.width == width && row.codedLines == codedLines) {
+            return row.lines;
+        }
     }
     return codedLines == 1088 ? 1080 : codedLines;
 }

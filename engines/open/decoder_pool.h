@@ -1,7 +1,7 @@
 #pragma once
 
 #include "codecs/spin_lock.h"
-#include "engines/open/libavcodec.h"
+#include "media/libav.h"
 #include "platform/byte_span.h"
 
 namespace nyx::open {

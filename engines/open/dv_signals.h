@@ -6,7 +6,7 @@
 
 #include <cstddef>
 
-#include "engines/open/libavcodec.h"
+#include "media/libav.h"
 #include "platform/win_types.h"
 
 namespace nyx::open {

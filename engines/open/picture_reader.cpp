@@ -5,7 +5,7 @@
 
 #include "convert/convert.h"
 #include "engines/open/chroma_siting.h"
-#include "engines/open/libavcodec.h"
+#include "media/libav.h"
 
 namespace nyx::open {
 namespace {

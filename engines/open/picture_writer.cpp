@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "convert/convert.h"
-#include "engines/open/libavcodec.h"
+#include "media/libav.h"
 
 namespace nyx::open {
 namespace {
