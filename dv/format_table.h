@@ -50,8 +50,8 @@ static_assert(sizeof(FormatRecord) == 15 * sizeof(LONG));
 constexpr std::size_t kDvVideoTypes = 5;     ///< by STYPE: 0x00, 0x04, 0x14, 0x15, 0x18
 constexpr std::size_t kDvAspectClasses = 3;  ///< 0 is 4:3, 1 is 16:9, 2 is letterboxed 14:9
 
-/// The row of a system (0 is 525/60, 1 is 625/50), video type and aspect class. A combination that
-/// no recorder writes has -1 for its FourCC.
+/// The format of a system (0 is 525/60, 1 is 625/50), video type and aspect class. A combination
+/// that no recorder writes has -1 for its FourCC.
 FormatRecord FormatRow(std::size_t system, std::size_t type, std::size_t aspect);
 
 }  // namespace nyx
