@@ -2,12 +2,12 @@
 
 /// @file
 /// The records that cross to the closed engines, word by word: every field is one 32-bit
-/// little-endian word, pointers included, in the order given. Names tell what a word means; words
-/// whose meaning is the engine's own are named so and are passed as the constants below.
+/// little-endian word, pointers included, in the order given. Words whose meaning only the engine
+/// knows are called constants or reserved and are passed as the values below.
 ///
-/// 64-bit engines are given the same words in the same order, but that a pointer and a
-/// PixelFormatCode take eight bytes, at the next multiple of eight. They export the same names: the
-/// decoration of standard calls, which 64 bits do not have, is a part of the name to them.
+/// 64-bit engines get the same words in the same order, but a pointer and a PixelFormatCode take
+/// eight bytes, at the next multiple of eight. They export the same names, including the decoration
+/// of standard calls, which 64 bits do not have.
 
 #include <windows.h>
 
@@ -18,7 +18,7 @@ namespace nyx {
 /// One word, as wide as a pointer: a number, or the address of a callback slot or callback.
 using PixelFormatCode = DWORD_PTR;
 
-/// The size of a record of so many words, and what it is to 64-bit engines.
+/// The size of a record of so many words, and its size for 64-bit engines.
 constexpr std::size_t RecordBytes(std::size_t words, std::size_t bytesIn64Bits) {
     return sizeof(void*) == 4 ? words * 4 : bytesIn64Bits;
 }
@@ -30,7 +30,7 @@ constexpr LONG kCommandCoreEncode = 0x04000000;
 constexpr LONG kCommandAlphaEncode = 0;
 constexpr LONG kCommandZeta2 = 0;
 
-/// Constants whose meaning is the engines' business.
+/// Constants whose meaning only the engines know.
 constexpr LONG kCoreConstant = 2;          ///< Zeta core, decode word 8 and encode word 9
 constexpr LONG kZetaEncodeConstant = 9;    ///< Zeta core and alpha, encode word 13
 constexpr LONG kZeta2EncodeConstant = 11;  ///< Zeta2, encode word 11
@@ -72,7 +72,7 @@ struct ZetaCoreEncodeRecord {
 };
 static_assert(sizeof(ZetaCoreEncodeRecord) == RecordBytes(14, 72));
 
-/// Zeta alpha engine: the header probe. All words are ones but for the command and the frame.
+/// Zeta alpha engine: the header probe. All words are ones except the command and the frame.
 struct ZetaAlphaProbeRecord {
     LONG command = 0;
     void* unused2 = nullptr;
@@ -84,7 +84,7 @@ struct ZetaAlphaProbeRecord {
 };
 static_assert(sizeof(ZetaAlphaProbeRecord) == RecordBytes(14, 80));
 
-/// Zeta alpha engine: decode. The decoder is given no length.
+/// Zeta alpha engine: decode. The record has no length.
 struct ZetaAlphaDecodeRecord {
     LONG command = 0;
     void* destination = nullptr;
@@ -151,7 +151,7 @@ struct Zeta2EncodeRecord {
 };
 static_assert(sizeof(Zeta2EncodeRecord) == RecordBytes(12, 64));
 
-/// Lossless engine: what a frame stores, its second byte.
+/// Lossless engine: the kind of pixels in a frame, its second byte.
 enum LosslessKind : LONG {
     kLosslessYuy2 = 0,
     kLosslessRgb24 = 1,
@@ -159,8 +159,8 @@ enum LosslessKind : LONG {
     kLosslessArgb32 = 3,
 };
 
-/// MPEG-2 intra engine: the state that each of its two calls is given, zeroed. Only the coded
-/// height is read back.
+/// MPEG-2 intra engine: the zeroed state of each of its two calls. Only the coded height is read
+/// back.
 struct MpegIntraState {
     LONG reserved1[2] = {};
     LONG codedHeight = 0;
@@ -179,7 +179,7 @@ struct MpegIntraHeaderRecord {
 };
 static_assert(sizeof(MpegIntraHeaderRecord) == RecordBytes(14, 80));
 
-/// MPEG-2 intra engine: what to leave out of a picture.
+/// MPEG-2 intra engine: the lines to leave out of a picture.
 struct MpegIntraCrop {
     LONG reserved1[2] = {};
     LONG linesDroppedAtTop = 0;
@@ -201,7 +201,7 @@ struct MpegIntraPictureRecord {
 };
 static_assert(sizeof(MpegIntraPictureRecord) == RecordBytes(14, 80));
 
-/// Entry points. Those with a record are given its address.
+/// Entry points. Those with a record get its address.
 using ZetaEntry = LONG(__stdcall*)(void* record);
 using Zeta2Entry = LONG(__stdcall*)(void* record);
 using LosslessDecodeEntry = LONG(__stdcall*)(LONG kind, const void* frame, void* destination,

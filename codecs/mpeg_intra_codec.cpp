@@ -38,8 +38,8 @@ HRESULT ConvertToRgb(const ScratchImage& picture, const SurfaceFormat& destinati
         ConversionFlagsFor(destination.width, destination.height, colorSpace);
     const ImagePlane from = picture.Plane();
     const ImagePlane to = PlaneOf(destination, destination.width, kWrittenPerPixel);
-    return ConvertFromYuv(&from, nullptr, FourCC("YUY2"), flags.yuv, 0, &to, FourCC("BGR3"),
-                          flags.rgb, 0, destination.width, destination.height);
+    return ConvertFromYuv(&from, nullptr, kYuy2, flags.yuv, 0, &to, kBgr3, flags.rgb, 0,
+                          destination.width, destination.height);
 }
 
 }  // namespace

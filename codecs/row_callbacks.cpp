@@ -12,7 +12,7 @@ LONG PairsOf(LONG width) {
     return std::clamp(width / 2, LONG{0}, kBlockSide / 2);
 }
 
-/// An alpha block that is null stands for opaque pixels.
+/// A null alpha block means opaque pixels.
 template <PackedLayout kLayout>
 void WriteRows(BYTE* destination, LONG stride, const BYTE* block, const BYTE* alphaBlock,
                bool premultiplied, LONG width, LONG rows) {
@@ -73,7 +73,7 @@ template <PackedLayout kLayout>
 void FillTransparent(BYTE* destination, LONG stride, DWORD, DWORD, LONG width, LONG rows) {
     constexpr PixelPair<int> kClear = {kBlackLuma,     kBlackLuma, kNeutralChroma,
                                        kNeutralChroma, 0,          0};
-    const LONG pairs = width / 2;  // no block is read here, so its size is no bound
+    const LONG pairs = width / 2;  // not bounded by a block, since none is read
     for (LONG y = 0; y < rows; ++y) {
         BYTE* to = destination + static_cast<std::ptrdiff_t>(y) * stride;
         for (LONG i = 0; i < pairs; ++i, to += kPackedRow<kLayout>.PairBytes()) {

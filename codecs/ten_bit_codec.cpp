@@ -10,6 +10,7 @@
 #include "codecs/surface_conversion.h"
 #include "codecs/ten_bit_rows.h"
 #include "convert/convert.h"
+#include "convert/formats.h"
 #include "media/v210.h"
 #include "settings/codec_settings.h"
 
@@ -17,7 +18,6 @@ namespace nyx {
 namespace {
 
 constexpr DWORD kFourCC = FourCC("Q210");
-constexpr DWORD kYuy2 = FourCC("YUY2");
 constexpr WORD kBitCount = 20;
 constexpr LONG kYuy2BytesPerPixel = 2;
 

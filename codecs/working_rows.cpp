@@ -7,6 +7,7 @@
 
 #include "codecs/packed_layouts.h"
 #include "convert/convert.h"
+#include "convert/formats.h"
 #include "media/v210.h"
 
 namespace nyx {
@@ -92,8 +93,6 @@ void ReadPairs(const ReadRow& row) {
 }
 
 /// "b64a": the conversion library's little-endian A, R, G, B words, byte-swapped.
-constexpr DWORD kDeepArgb = FourCC("A46L");
-constexpr DWORD kWorking = FourCC("W210");
 constexpr LONG kDeepPixelBytes = 8;
 
 template <int kIndex>
@@ -229,7 +228,7 @@ void WriteWorkingRows(BYTE* picture, LONG stride, const BYTE* workingRows, LONG 
         }
     } else {
         StripConversion toRgb;
-        std::ignore = toRgb.PrepareFromYuv(kWorking, kYuvFlags<kIndex>, kDeepArgb, kRgbFullRange);
+        std::ignore = toRgb.PrepareFromYuv(kW210, kYuvFlags<kIndex>, kA46l, kRgbFullRange);
         forEach([&](const WrittenRow& row) { WriteDeepRgb<kIndex, kAlpha>(toRgb, row); });
     }
 }
@@ -249,7 +248,7 @@ void ReadWorkingRows(const BYTE* picture, LONG stride, BYTE* workingRows, LONG w
         }
     } else {
         StripConversion toYuv;
-        std::ignore = toYuv.PrepareToYuv(kDeepArgb, kRgbFullRange, kWorking, kYuvFlags<kIndex>);
+        std::ignore = toYuv.PrepareToYuv(kA46l, kRgbFullRange, kW210, kYuvFlags<kIndex>);
         forEach([&](const ReadRow& row) { ReadDeepRgb<kIndex, kAlpha>(toYuv, row); });
     }
 }

@@ -86,7 +86,7 @@ constexpr PackRoute kRoutes[] = {
     {.id = kFrameRatePack, .evenOffset = Vaux(43), .oddOffset = Vaux(4)},
 };
 
-/// The pack at `offset` of the frame when it lies inside and has ID `id`, else null. The offset is
+/// The pack at `offset` when it is inside the frame and has ID `id`, else null. The offset is
 /// 64 bits wide because it may be computed from a channel number that the frame does not have.
 const BYTE* PackIfThere(ByteSpan frame, std::uint64_t offset, BYTE id) {
     if (offset > frame.size() || !frame.Holds(static_cast<std::size_t>(offset), kPackBytes)) {

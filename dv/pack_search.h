@@ -28,7 +28,7 @@ const BYTE* FindAudioSourcePack(const void* frame, std::size_t size, DWORD chann
 const BYTE* FindTimecodePack(const void* frame, std::size_t size);
 
 /// The pack of sync block `syncBlock` (0..11) of sequence `sequence`, whatever its ID is. The
-/// caller has made sure that the whole sequence lies inside the frame.
+/// caller ensures that the whole sequence is inside the frame.
 const BYTE* SubcodePackAt(const void* frame, DWORD sequence, DWORD syncBlock);
 
 }  // namespace nyx

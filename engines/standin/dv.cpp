@@ -11,7 +11,7 @@
 namespace standin {
 namespace {
 
-constexpr Codes kCodes = {0, 8, 2, 7, 2};
+constexpr Codes kCodes = {.rgb24 = 8, .rgb24Step = 2, .rgb32 = 7, .rgb32Step = 2};
 
 /// The signal that a flag word names; null also for `refused`, the other direction's variant.
 const nyx::DvSignal* FindSignal(LONG flags, LONG refused) {

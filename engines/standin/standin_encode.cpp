@@ -1,5 +1,5 @@
-// standin_encode: codes raw pictures with a stand-in engine into an AVI, for clips to play. Looks
-// for the engines as every program does; they lie beside it.
+// standin_encode: codes raw pictures with a stand-in engine into an AVI, for clips to play. Loads
+// the engines by their bare names, from its own folder.
 
 #include <cstdio>
 #include <cstdlib>
@@ -20,43 +20,46 @@ constexpr char kUsage[] =
     "standin_encode CODING WIDTHxHEIGHT RATE/SCALE PICTURES AVI [QUANT [EXTRA]]\n"
     "  QUANT  quantiser scale, 1 to 31, 5 when not given\n"
     "  EXTRA  black lines to code above each \"YUY2\" picture, 0 when not given\n"
-    "Codings, and the pictures that they take:\n";
+    "Codings and their pictures:\n";
 
 struct Job {
-    const Coding* coding;
-    LONG width;
-    LONG height;
-    LONG rate;  ///< frames per second, over `scale`
-    LONG scale;
-    LONG quantScale;
-    LONG extraLines;
+    const Coding* coding = nullptr;
+    LONG width = 0;
+    LONG height = 0;
+    LONG rate = 0;  ///< frames per second, over `scale`
+    LONG scale = 0;
+    LONG quantScale = 5;
+    LONG extraLines = 0;
 };
 
 const char* SourceName(WORD bits) {
-    return bits == 16 ? "YUY2" : (bits == 24 ? "B G R" : "B G R A");
+    if (bits == 16) {
+        return "YUY2";
+    }
+    return bits == 24 ? "B G R" : "B G R A";
 }
 
-/// A whole number within bounds; anything else ends the program's work.
-LONG Number(const char* text, char** end, LONG least, LONG most) {
+/// A whole number within bounds. Throws for anything else.
+LONG Number(const char* text, char** end, LONG min, LONG max) {
     const LONG number = std::strtol(text, end, 10);
-    if (*end == text || number < least || number > most) {
-        throw std::runtime_error(std::string("makes no sense: ") + text);
+    if (*end == text || number < min || number > max) {
+        throw std::runtime_error(std::string("invalid argument: ") + text);
     }
     return number;
 }
 
 /// Two numbers with a sign between them, as in 720x576 and 30000/1001.
-void ReadPair(const char* text, char between, LONG most, LONG* first, LONG* second) {
+void ReadPair(const char* text, char between, LONG max, LONG* first, LONG* second) {
     char* end = nullptr;
-    *first = Number(text, &end, 1, most);
+    *first = Number(text, &end, 1, max);
     if (*end != between) {
-        throw std::runtime_error(std::string("makes no sense: ") + text);
+        throw std::runtime_error(std::string("invalid argument: ") + text);
     }
-    *second = Number(end + 1, &end, 1, most);
+    *second = Number(end + 1, &end, 1, max);
 }
 
 Job ReadJob(int count, char** words) {
-    Job job = {FindCoding(words[1]), 0, 0, 0, 0, 5, 0};
+    Job job = {.coding = FindCoding(words[1])};
     char* end = nullptr;
     if (!job.coding) {
         throw std::runtime_error(std::string("unknown coding: ") + words[1]);
