@@ -1,5 +1,6 @@
 #include "bench/workload.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -9,7 +10,8 @@
 #include "convert/convert.h"
 #include "convert/cpu_info.h"
 #include "convert/formats.h"
-#include "tests/convert/reference.h"
+#include "media/v210.h"
+#include "tests/support/conversion_reference.h"
 
 namespace nyx::bench {
 namespace {
@@ -67,16 +69,48 @@ void Check(HRESULT result) {
 std::vector<Implementation> ConversionsOfOurs(const Pictures& p) {
     const ImagePlane from = PlaneOf(p.source, p.sourceFormat, p.size.width);
     const ImagePlane to = PlaneOf(p.destination, p.destinationFormat, p.size.width);
-    const ConversionKind kind = {p.sourceFormat, p.destinationFormat, kFullRange, kMatrixBt709};
+    const ConversionKind kind = {.source = p.sourceFormat,
+                                 .destination = p.destinationFormat,
+                                 .range = kFullRange,
+                                 .matrix = kMatrixBt709};
     const auto ours = [=] {
         Conversion conversion;
         Check(ChooseConversion(kind, &conversion));
         Check(RunConversion(GetCpuInfo(), conversion, {&from, &to}, p.size.width, p.size.height));
     };
+    const bool toRgb = p.sourceFormat == kYuy2 || p.sourceFormat == kW210;
     const auto scalar = [=] {
-        reference::Convert(kind, {&from, &to}, p.size.width, p.size.height);
+        if (toRgb) {
+            reference::Convert(reference::ToRgb(kind), {&from, &to}, p.size.width, p.size.height);
+        } else {
+            reference::Convert(reference::ToYuv(kind), {&from, &to}, p.size.width, p.size.height);
+        }
     };
     return {{kOurs, ours, {}}, {kScalar, scalar, {}}};
+}
+
+/// The 10-bit packed format, one sample after the other.
+void UnpackTenBitPlainly(const BYTE* groups, BYTE* yuy2, LONG width) {
+    for (LONG x = 0; x < width; x += kV210GroupPixels, groups += kV210GroupBytes) {
+        const V210Samples samples = UnpackV210Group(groups);
+        const auto count = static_cast<std::size_t>(2 * std::min(width - x, kV210GroupPixels));
+        for (std::size_t i = 0; i < count; ++i) {
+            yuy2[i ^ 1] = static_cast<BYTE>(std::min((samples[i] + 2) >> 2, 255));
+        }
+        yuy2 += count;
+    }
+}
+
+void PackTenBitPlainly(const BYTE* yuy2, BYTE* groups, LONG width) {
+    for (LONG x = 0; x < width; x += kV210GroupPixels, groups += kV210GroupBytes) {
+        V210Samples samples{};
+        const auto count = static_cast<std::size_t>(2 * std::min(width - x, kV210GroupPixels));
+        for (std::size_t i = 0; i < count; ++i) {
+            samples[i] = static_cast<std::uint16_t>(yuy2[i ^ 1] << 2);
+        }
+        PackV210Group(samples, groups);
+        yuy2 += count;
+    }
 }
 
 using RowFunction = void (*)(const BYTE*, BYTE*, LONG);
@@ -110,8 +144,11 @@ Implementation Copy(const Pictures& p, std::size_t bytesIn, std::size_t bytesOut
 Workload MakeWorkload(Pair pair, Size size, const Buffers& buffers) {
     const std::size_t in = PictureBytes(pair.source, size);
     const std::size_t out = PictureBytes(pair.destination, size);
-    const Pictures pictures{pair.source, pair.destination, size, buffers.source.data(),
-                            buffers.destination.data()};
+    const Pictures pictures{.sourceFormat = pair.source,
+                            .destinationFormat = pair.destination,
+                            .size = size,
+                            .source = buffers.source.data(),
+                            .destination = buffers.destination.data()};
     Workload workload{Name(pair.source) + "->" + Name(pair.destination),
                       std::to_string(size.width) + "x" + std::to_string(size.height),
                       {}};

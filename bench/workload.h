@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// What is measured: conversions of one picture, each by several implementations.
+/// The measured workloads: conversions of one picture, each by several implementations.
 
 #include <functional>
 #include <string>
@@ -26,7 +26,7 @@ class Buffer {
     BYTE* data_;
 };
 
-/// The memory that all workloads share, so that none is favoured by where it lies.
+/// The memory that all workloads share, so that all have the same addresses.
 struct Buffers {
     Buffers();
 
@@ -56,7 +56,7 @@ struct Implementation {
     std::function<void()> prepare;
 };
 
-/// One conversion at one size, by all who can do it.
+/// One conversion at one size, with all implementations of it.
 struct Workload {
     std::string conversion;
     std::string size;
@@ -77,9 +77,5 @@ std::vector<Workload> MakeWorkloads(const Buffers& buffers);
 /// The other libraries' implementations of a conversion; none where they have none.
 std::vector<Implementation> LibyuvPeers(const Pictures& pictures);
 std::vector<Implementation> SwscalePeers(const Pictures& pictures);
-
-/// The 10-bit packed format, one sample after the other: the measure of its kernels.
-void UnpackTenBitPlainly(const BYTE* groups, BYTE* yuy2, LONG width);
-void PackTenBitPlainly(const BYTE* yuy2, BYTE* groups, LONG width);
 
 }  // namespace nyx::bench

@@ -10,14 +10,14 @@
 
 namespace nyx {
 
-/// What a codec tells about one frame. Seven signed 32-bit fields.
+/// A codec's description of one frame. Seven signed 32-bit fields, -1 where unknown.
 struct FrameInfo {
-    LONG fieldOrder = -1;   ///< 0 top field first, 1 bottom field first, 2 progressive, -1 unknown
-    LONG pixelAspectX = 0;  ///< pixel aspect ratio as a fraction
-    LONG pixelAspectY = 0;
-    LONG infoA = -1;  ///< first two words of the "INFO" chunk, -1 when absent
+    LONG fieldOrder = -1;    ///< 0 top field first, 1 bottom field first, 2 progressive
+    LONG pixelAspectX = -1;  ///< pixel aspect ratio as a fraction
+    LONG pixelAspectY = -1;
+    LONG infoA = -1;  ///< first two words of the "INFO" chunk
     LONG infoB = -1;
-    LONG rdrtA = -1;  ///< the two words of the "RDRT" chunk, -1 when absent
+    LONG rdrtA = -1;  ///< the two words of the "RDRT" chunk
     LONG rdrtB = -1;
 };
 static_assert(sizeof(FrameInfo) == 28);
@@ -29,24 +29,23 @@ enum FieldOrder : LONG {
     kProgressive = 2,
 };
 
-/// What a filter asks `IsEngineAvailable` for.
+/// The argument of `IsEngineAvailable`.
 enum EngineMode : LONG {
     kEngineForEncoding = 0,
     kEngineForDecoding = 1,
 };
 
-/// Bytes in GetMaxCompressedSize for the chunks in front of a frame; a frame alone takes that less.
+/// Bytes in GetMaxCompressedSize for the chunks in front of a frame.
 constexpr DWORD kChunkMargin = 1064;
 
 /// Every codec class implements this interface; filters inherit one codec class and call it through
 /// these operations, in this slot order. Each codec class also has a static
 /// `bool IsEngineAvailable(LONG mode)`. Destructors come last, per class: a codec is never deleted
 /// through this interface. No operation throws. Any thread may call at any
-/// time; settings that are changed meanwhile count from the next frame on.
+/// time; changed settings apply from the next frame on.
 class ICodec {
   public:
-    /// The codec's "color_space" setting; 0 asks for full-range RGB, anything else for studio
-    /// range.
+    /// The codec's "color_space" setting: 0 is full-range RGB, anything else studio range.
     virtual LONG GetColorSpace() = 0;
 
     /// True when compressed streams may carry alpha.
@@ -63,12 +62,12 @@ class ICodec {
     [[nodiscard]] virtual HRESULT CompressQuery(const BITMAPINFOHEADER* input, bool alphaInput,
                                                 const BITMAPINFOHEADER* output) = 0;
 
-    /// Encodes one frame. `output->biSizeImage` is the number of bytes at `outputData`, or 0 where
-    /// those are GetMaxCompressedSize, and receives the compressed size. A codec whose budget can
-    /// be changed between two frames keeps within that number. Of the last three arguments the
-    /// first is reserved, the others are the source's stride in bytes, 0 to have it computed, and
-    /// the alpha mode; a codec may have no use for them. `E_FAIL` for a picture that cannot be
-    /// handled, with the output's bytes undefined.
+    /// Encodes one frame. `output->biSizeImage` is the number of bytes at `outputData`, 0 for
+    /// GetMaxCompressedSize of them, and receives the compressed size. A codec whose budget can
+    /// change between two frames keeps within that number. Of the last three arguments the first
+    /// is reserved, the others are the source's stride in bytes (0: computed) and the alpha mode;
+    /// a codec may ignore them. `E_FAIL` for a picture that the codec cannot encode, with the
+    /// output's bytes undefined.
     [[nodiscard]] virtual HRESULT Compress(const BITMAPINFOHEADER* input, bool alphaInput,
                                            const void* inputData, BITMAPINFOHEADER* output,
                                            void* outputData, DWORD reserved, DWORD stride,
@@ -89,9 +88,9 @@ class ICodec {
 
     /// Decodes one frame; `input->biSizeImage` is the number of bytes at `data`. `outputData` holds
     /// the whole picture that `output` and `stride` describe (stride 0: computed by the codec).
-    /// `E_FAIL` for a frame that cannot be handled: the destination is untouched when the frame is
-    /// refused before it is decoded, else partly written, or black where the codec says so. Other
-    /// failures (`E_POINTER`, `E_OUTOFMEMORY`) leave it untouched.
+    /// `E_FAIL` for a frame that the codec cannot decode: the destination is untouched when the
+    /// frame is refused before it is decoded, else partly written, or black where the codec's class
+    /// says so. Other failures (`E_POINTER`, `E_OUTOFMEMORY`) leave it untouched.
     [[nodiscard]] virtual HRESULT Decompress(const BITMAPINFOHEADER* input, const void* data,
                                              const BITMAPINFOHEADER* output, bool alphaOut,
                                              void* outputData, LONG stride, DWORD alphaMode) = 0;

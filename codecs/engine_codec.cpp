@@ -21,15 +21,19 @@ HRESULT CEngineCodec::Compress(const BITMAPINFOHEADER* input, bool alphaInput,
     if (!input || !inputData || !output || !outputData) {
         return E_POINTER;
     }
-    EncodeJob job = {
-        {}, input, alphaInput, alphaMode, CurrentSettings(), outputData, output->biSizeImage, 0};
-    const SurfaceRequest request = {input,
-                                    output->biWidth,
-                                    output->biBitCount == kAlphaStreamBits,
-                                    alphaInput,
-                                    job.settings.color_space,
-                                    const_cast<void*>(inputData),
-                                    static_cast<LONG>(stride)};
+    EncodeJob job = {.input = input,
+                     .alpha = alphaInput,
+                     .alphaMode = alphaMode,
+                     .settings = CurrentSettings(),
+                     .output = outputData,
+                     .room = output->biSizeImage};
+    const SurfaceRequest request = {.uncompressed = input,
+                                    .compressedWidth = output->biWidth,
+                                    .streamAlpha = output->biBitCount == kAlphaStreamBits,
+                                    .alphaRequested = alphaInput,
+                                    .colorSpace = job.settings.color_space,
+                                    .data = const_cast<void*>(inputData),
+                                    .stride = static_cast<LONG>(stride)};
     if (!HasPixelFormatIndex(*input)) {
         return UnknownFormatResult();
     }
@@ -55,31 +59,33 @@ HRESULT CEngineCodec::Decompress(const BITMAPINFOHEADER* input, const void* data
     if (!input || !data || !output || !outputData) {
         return E_POINTER;
     }
-    if (input->biWidth < 1 || input->biWidth > output->biWidth || input->biHeight < 1 ||
-        input->biHeight != AbsoluteHeight(*output)) {
+    if (!FitsOutput(*input, *output)) {
         return E_FAIL;
     }
-    const SurfaceRequest request = {output,          input->biWidth, false, alphaOut,
-                                    GetColorSpace(), outputData,     stride};
+    SurfaceRequest request = {.uncompressed = output,
+                              .compressedWidth = input->biWidth,
+                              .alphaRequested = alphaOut,
+                              .colorSpace = GetColorSpace(),
+                              .data = outputData,
+                              .stride = stride};
     ScratchMemory scratch(&kept_);
-    return GuardedResult([&] { return DecodeSample(*input, data, request, alphaMode, &scratch); });
-}
-
-HRESULT CEngineCodec::DecodeSample(const BITMAPINFOHEADER& input, const void* data,
-                                   SurfaceRequest request, DWORD alphaMode,
-                                   ScratchMemory* scratch) {
-    const ByteSpan frame = SkipInfoChunk(ByteSpan(data, input.biSizeImage));
-    const std::optional<bool> streamAlpha = Probe(frame, input);
-    if (!streamAlpha) {
-        return E_FAIL;
-    }
-    request.streamAlpha = *streamAlpha;
-    DecodeJob job = {frame, {}, *streamAlpha, alphaMode, scratch};
-    if (FAILED(DescribeSurface(request, &job.surface))) {
-        return E_FAIL;
-    }
-    job.surface.width = input.biWidth;
-    return DecodeFrame(job);
+    return GuardedResult([&] {
+        const ByteSpan frame = SkipInfoChunk(ByteSpan(data, input->biSizeImage));
+        const std::optional<bool> streamAlpha = Probe(frame, *input);
+        if (!streamAlpha) {
+            return E_FAIL;
+        }
+        request.streamAlpha = *streamAlpha;
+        DecodeJob job = {.frame = frame,
+                         .streamAlpha = *streamAlpha,
+                         .alphaMode = alphaMode,
+                         .scratch = &scratch};
+        if (FAILED(DescribeSurface(request, &job.surface))) {
+            return E_FAIL;
+        }
+        job.surface.width = input->biWidth;
+        return DecodeFrame(job);
+    });
 }
 
 void CEngineCodec::CleanStraightMatte(const DecodeJob& job) {

@@ -21,15 +21,15 @@ constexpr BYTE kZetaAlphaCodes[kNumberedIndices] = {0, 8, 6, 4, 2, 4, 3, 2, 1, 4
 constexpr BYTE kZeta2Codes[kNumberedIndices] = {1, 9, 7, 5, 3, 8, 6, 4, 2, 8, 6, 4, 2};
 constexpr BYTE kLosslessKinds[kNumberedIndices] = {0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3};
 
-/// The layout whose callbacks serve an index above 12; none for "v210" and "b64a".
+/// The layout whose callbacks implement an index above 12; none for "v210" and "b64a".
 std::optional<PackedLayout> CallbackLayout(int index) {
     return index >= 0 && index < kPixelFormatCount
                ? kPixelFormats[static_cast<std::size_t>(index)].packed
                : std::nullopt;
 }
 
-/// A routine of ours as an engine calls it: the same arguments in a standard call. Needs no barrier
-/// for exceptions, since the routines allocate nothing and throw nothing.
+/// Wraps a callback in the engines' calling convention. Needs no barrier for exceptions, since the
+/// callbacks neither allocate nor throw.
 template <auto kBody>
 struct Callback;
 template <typename... Arguments, void (*kBody)(Arguments...)>
@@ -50,8 +50,8 @@ int AlphaModeIndex(PackedLayout layout, DWORD alphaMode) {
     return layout != PackedLayout::k2vuy && alphaMode == kPremultipliedMode ? 1 : 0;
 }
 
-/// The slots of one layout, each of one or two addresses. An engine reads them while another thread
-/// fills them anew with the same.
+/// The slots of one layout, each of one or two addresses. An engine may read them while another
+/// thread stores the same addresses again.
 struct LayoutSlots {
     std::atomic<PixelFormatCode> coreDecode[1];
     std::atomic<PixelFormatCode> coreEncode[1];

@@ -28,7 +28,7 @@ constexpr EngineDescription kDvTable[] = {
     {L"rkdvh.dll", "_dv_encode@24", "_dv_decode@24", kOldestDv},
 };
 
-// The compiler has to build these: nothing of ours may run before the first codec is made.
+// Constant-initialised: no code of the module may run before the first codec is made.
 constinit EngineFamily zetaFamily(kZetaTable);
 constinit EngineFamily zeta2Family(kZeta2Table);
 constinit EngineFamily losslessFamily(kLosslessTable);
@@ -39,8 +39,8 @@ constinit EngineFamily dvFamily(kDvTable);
 /// or it cannot be read.
 ULONGLONG FileVersion(HMODULE module) {
     wchar_t path[519];
-    // Not by the call that names a process: it walks the list of modules without the loader's lock,
-    // and finds nothing while another thread loads or frees one.
+    // Not GetModuleFileNameEx: it reads the list of modules without the loader's lock and fails
+    // while another thread loads or frees one.
     if (GetModuleFileNameW(module, path, 519) == 0) {
         return 0;
     }
@@ -65,8 +65,8 @@ void* FindEntry(HMODULE module, const char* name) {
     return name ? reinterpret_cast<void*>(GetProcAddress(module, name)) : nullptr;
 }
 
-/// The library out of the folder "engines" beside this module, null when there is none. The search
-/// by bare name goes before: whoever has an engine of the name keeps it.
+/// Loads the library from the folder "engines" beside this module; null when there is none. Load
+/// tries the bare name first, so that an engine already installed wins.
 HMODULE LoadFromOwnFolder(const wchar_t* library) {
     constexpr DWORD kMaxPath = 519;
     constexpr wchar_t kFolder[] = L"engines\\";
@@ -90,13 +90,13 @@ HMODULE LoadFromOwnFolder(const wchar_t* library) {
 }  // namespace
 
 void EngineBinding::Load(const EngineDescription& engine) {
-    Take(LoadLibraryW(engine.library), engine);
+    Bind(LoadLibraryW(engine.library), engine);
     if (!module_) {
-        Take(LoadFromOwnFolder(engine.library), engine);
+        Bind(LoadFromOwnFolder(engine.library), engine);
     }
 }
 
-void EngineBinding::Take(HMODULE module, const EngineDescription& engine) {
+void EngineBinding::Bind(HMODULE module, const EngineDescription& engine) {
     if (!module) {
         return;
     }

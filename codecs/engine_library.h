@@ -2,7 +2,7 @@
 
 /// @file
 /// Loading the closed engines. Each family of engines is one row of a table and one process-wide
-/// binding; a codec object that stands on a family holds an EngineUse of it.
+/// binding; a codec object that uses a family holds an EngineUse of it.
 
 #include <windows.h>
 
@@ -13,17 +13,16 @@
 
 namespace nyx {
 
-/// One engine library: what to load and what must be there for it to be kept.
+/// One engine library, and the entries and version that it needs.
 struct EngineDescription {
-    const wchar_t* library;   ///< bare file name: the system's search order applies, and after it
-                              ///< the folder "engines" beside the module
+    const wchar_t* library;   ///< bare file name, searched in the system's order and then in the
+                              ///< folder "engines" beside the module
     const char* encodeEntry;  ///< decorated as exported; null for an engine that only decodes
     const char* decodeEntry;
-    DWORD
-    minimumVersion;  ///< high word of the fixed file version (major << 16 | minor), 0: not read
+    DWORD minimumVersion;  ///< high word of the fixed file version, see EngineVersion; 0: not read
 };
 
-/// One loaded engine. Empty as long as its library is missing, too old or short of an entry.
+/// One loaded engine. Empty while its library is missing, too old or lacks an entry.
 class EngineBinding {
   public:
     constexpr EngineBinding() = default;
@@ -43,23 +42,23 @@ class EngineBinding {
         return reinterpret_cast<Entry>(decode_.load());
     }
 
-    /// Loads the engine and keeps it when it is new enough and complete.
+    /// Loads the engine and binds it when it is new enough and complete.
     void Load(const EngineDescription& engine);
 
     /// Clears the entries, then frees the library. An empty binding stays empty.
     void Unload();
 
   private:
-    /// Keeps a loaded library, or frees it when it is too old or short of an entry. Null is none.
-    void Take(HMODULE module, const EngineDescription& engine);
+    /// Binds a loaded library, or frees it when it is too old or lacks an entry. Ignores null.
+    void Bind(HMODULE module, const EngineDescription& engine);
 
     HMODULE module_ = nullptr;
     std::atomic<void*> encode_{nullptr};
     std::atomic<void*> decode_{nullptr};
 };
 
-/// The engines that come and go together: loaded by the first user, freed by the last, under one
-/// lock and one instance counter. Constant-initialised, because codecs may be made at any time.
+/// Engines that the first user loads and the last one frees, under one lock and one instance
+/// counter. Constant-initialised, because codecs may be made at any time.
 class EngineFamily {
   public:
     static constexpr std::size_t kMaxEngines = 2;

@@ -2,12 +2,12 @@
 
 /// @file
 /// The records that cross to the closed engines, word by word: every field is one 32-bit
-/// little-endian word, pointers included, in the order given. Names tell what a word means; words
-/// whose meaning is the engine's own are named so and are passed as the constants below.
+/// little-endian word, pointers included, in the order given. Words whose meaning only the engine
+/// knows are called constants or reserved and are passed as the values below.
 ///
-/// 64-bit engines are given the same words in the same order, but that a pointer and a
-/// PixelFormatCode take eight bytes, at the next multiple of eight. They export the same names: the
-/// decoration of standard calls, which 64 bits do not have, is a part of the name to them.
+/// 64-bit engines get the same words in the same order, but a pointer and a PixelFormatCode take
+/// eight bytes, at the next multiple of eight. They export the same names, including the decoration
+/// of standard calls, which 64 bits do not have.
 
 #include <windows.h>
 
@@ -18,7 +18,7 @@ namespace nyx {
 /// One word, as wide as a pointer: a number, or the address of a callback slot or callback.
 using PixelFormatCode = DWORD_PTR;
 
-/// The size of a record of so many words, and what it is to 64-bit engines.
+/// The size of a record of so many words, and its size for 64-bit engines.
 constexpr std::size_t RecordBytes(std::size_t words, std::size_t bytesIn64Bits) {
     return sizeof(void*) == 4 ? words * 4 : bytesIn64Bits;
 }
@@ -30,7 +30,7 @@ constexpr LONG kCommandCoreEncode = 0x04000000;
 constexpr LONG kCommandAlphaEncode = 0;
 constexpr LONG kCommandZeta2 = 0;
 
-/// Constants whose meaning is the engines' business.
+/// Constants whose meaning only the engines know.
 constexpr LONG kCoreConstant = 2;          ///< Zeta core, decode word 8 and encode word 9
 constexpr LONG kZetaEncodeConstant = 9;    ///< Zeta core and alpha, encode word 13
 constexpr LONG kZeta2EncodeConstant = 11;  ///< Zeta2, encode word 11
@@ -41,117 +41,117 @@ constexpr LONG kUnused = -1;  ///< all bits set: fills the Zeta probes
 
 /// Zeta core engine: decode, and the header probe that fills all other words with ones.
 struct ZetaCoreDecodeRecord {
-    LONG command;
-    void* destination;
-    LONG stride;  ///< bytes, negative for bottom-up
-    LONG bytesPerPixel;
-    PixelFormatCode pixelFormat;
-    const void* frame;  ///< behind any "INFO" chunk
-    DWORD codedLength;  ///< decode: bytes at `frame`; probe: set by the engine
-    LONG coreConstant;
-    LONG reserved[5];
+    LONG command = 0;
+    void* destination = nullptr;
+    LONG stride = 0;  ///< bytes, negative for bottom-up
+    LONG bytesPerPixel = 0;
+    PixelFormatCode pixelFormat = 0;
+    const void* frame = nullptr;  ///< behind any "INFO" chunk
+    DWORD codedLength = 0;        ///< decode: bytes at `frame`; probe: set by the engine
+    LONG coreConstant = 0;
+    LONG reserved[5] = {};
 };
 static_assert(sizeof(ZetaCoreDecodeRecord) == RecordBytes(13, 72));
 
 /// Zeta core engine: encode. The entry returns the coded length.
 struct ZetaCoreEncodeRecord {
-    LONG command;
-    const void* source;
-    LONG stride;
-    LONG bytesPerPixel;
-    PixelFormatCode pixelFormat;
-    void* output;
-    DWORD outputCapacity;  ///< bytes
-    LONG workSize;         ///< 4096 bytes per block of 16 by 16 pixels
-    LONG coreConstant;
-    LONG width;
-    LONG height;
-    LONG quantScale;
-    LONG encodeConstant;
-    LONG reserved;
+    LONG command = 0;
+    const void* source = nullptr;
+    LONG stride = 0;
+    LONG bytesPerPixel = 0;
+    PixelFormatCode pixelFormat = 0;
+    void* output = nullptr;
+    DWORD outputCapacity = 0;  ///< bytes
+    LONG workSize = 0;         ///< 4096 bytes per block of 16 by 16 pixels
+    LONG coreConstant = 0;
+    LONG width = 0;
+    LONG height = 0;
+    LONG quantScale = 0;
+    LONG encodeConstant = 0;
+    LONG reserved = 0;
 };
 static_assert(sizeof(ZetaCoreEncodeRecord) == RecordBytes(14, 72));
 
-/// Zeta alpha engine: the header probe. All words are ones but for the command and the frame.
+/// Zeta alpha engine: the header probe. All words are ones except the command and the frame.
 struct ZetaAlphaProbeRecord {
-    LONG command;
-    void* unused2;
-    DWORD codedLength;  ///< set by the engine
-    LONG unused4[4];
-    PixelFormatCode unused8;
-    const void* frame;
-    LONG unused10[5];
+    LONG command = 0;
+    void* unused2 = nullptr;
+    DWORD codedLength = 0;  ///< set by the engine
+    LONG unused4[4] = {};
+    PixelFormatCode unused8 = 0;
+    const void* frame = nullptr;
+    LONG unused10[5] = {};
 };
 static_assert(sizeof(ZetaAlphaProbeRecord) == RecordBytes(14, 80));
 
-/// Zeta alpha engine: decode. The decoder is given no length.
+/// Zeta alpha engine: decode. The record has no length.
 struct ZetaAlphaDecodeRecord {
-    LONG command;
-    void* destination;
-    LONG stride;
-    LONG bytesPerPixel;
-    LONG reserved5[3];
-    PixelFormatCode pixelFormat;
-    const void* frame;
-    LONG reserved10[5];
+    LONG command = 0;
+    void* destination = nullptr;
+    LONG stride = 0;
+    LONG bytesPerPixel = 0;
+    LONG reserved5[3] = {};
+    PixelFormatCode pixelFormat = 0;
+    const void* frame = nullptr;
+    LONG reserved10[5] = {};
 };
 static_assert(sizeof(ZetaAlphaDecodeRecord) == RecordBytes(14, 80));
 
 /// Zeta alpha engine: encode. The entry returns the coded length.
 struct ZetaAlphaEncodeRecord {
-    LONG command;
-    const void* source;
-    LONG stride;
-    LONG bytesPerPixel;
-    LONG reserved5[3];
-    PixelFormatCode pixelFormat;
-    void* output;
-    LONG width;
-    LONG height;
-    LONG quantScale;
-    LONG encodeConstant;
-    LONG reserved14;
+    LONG command = 0;
+    const void* source = nullptr;
+    LONG stride = 0;
+    LONG bytesPerPixel = 0;
+    LONG reserved5[3] = {};
+    PixelFormatCode pixelFormat = 0;
+    void* output = nullptr;
+    LONG width = 0;
+    LONG height = 0;
+    LONG quantScale = 0;
+    LONG encodeConstant = 0;
+    LONG reserved14 = 0;
 };
 static_assert(sizeof(ZetaAlphaEncodeRecord) == RecordBytes(14, 80));
 
 /// Zeta2 engine: the picture that decode and encode records point to.
 struct Zeta2Plane {
-    void* data;
-    LONG stride;
-    LONG reserved;
+    void* data = nullptr;
+    LONG stride = 0;
+    LONG reserved = 0;
 };
 static_assert(sizeof(Zeta2Plane) == RecordBytes(3, 16));
 
 /// Zeta2 engine: decode, and the header probe that leaves all other words zero.
 struct Zeta2DecodeRecord {
-    LONG command;
-    const Zeta2Plane* plane;
-    PixelFormatCode pixelFormat;
-    const void* frame;
-    DWORD codedLength;  ///< decode: bytes at `frame`; probe: set by the engine
-    LONG alphaKind;     ///< probe: set by the engine
-    LONG reserved[5];
+    LONG command = 0;
+    const Zeta2Plane* plane = nullptr;
+    PixelFormatCode pixelFormat = 0;
+    const void* frame = nullptr;
+    DWORD codedLength = 0;  ///< decode: bytes at `frame`; probe: set by the engine
+    LONG alphaKind = 0;     ///< probe: set by the engine
+    LONG reserved[5] = {};
 };
 static_assert(sizeof(Zeta2DecodeRecord) == RecordBytes(11, 64));
 
 /// Zeta2 engine: encode. The entry returns the coded length.
 struct Zeta2EncodeRecord {
-    LONG command;
-    const Zeta2Plane* plane;
-    PixelFormatCode pixelFormat;
-    void* output;
-    DWORD outputCapacity;
-    LONG workSize;  ///< height * width / bytes per pixel / 8
-    LONG alpha;     ///< kZeta2EncodeAlpha or 0
-    LONG width;
-    LONG height;
-    LONG quantScale;
-    LONG encodeConstant;
-    LONG reserved;
+    LONG command = 0;
+    const Zeta2Plane* plane = nullptr;
+    PixelFormatCode pixelFormat = 0;
+    void* output = nullptr;
+    DWORD outputCapacity = 0;
+    LONG workSize = 0;  ///< height * width / bytes per pixel / 8
+    LONG alpha = 0;     ///< kZeta2EncodeAlpha or 0
+    LONG width = 0;
+    LONG height = 0;
+    LONG quantScale = 0;
+    LONG encodeConstant = 0;
+    LONG reserved = 0;
 };
 static_assert(sizeof(Zeta2EncodeRecord) == RecordBytes(12, 64));
 
-/// Lossless engine: what a frame stores, its second byte.
+/// Lossless engine: the kind of pixels in a frame, its second byte.
 enum LosslessKind : LONG {
     kLosslessYuy2 = 0,
     kLosslessRgb24 = 1,
@@ -159,49 +159,49 @@ enum LosslessKind : LONG {
     kLosslessArgb32 = 3,
 };
 
-/// MPEG-2 intra engine: the state that each of its two calls is given, zeroed. Only the coded
-/// height is read back.
+/// MPEG-2 intra engine: the zeroed state of each of its two calls. Only the coded height is read
+/// back.
 struct MpegIntraState {
-    LONG reserved1[2];
-    LONG codedHeight;
-    LONG reserved4[234];
+    LONG reserved1[2] = {};
+    LONG codedHeight = 0;
+    LONG reserved4[234] = {};
 };
 static_assert(sizeof(MpegIntraState) == 948);
 
 /// MPEG-2 intra engine: the call that reads sequence and picture header.
 struct MpegIntraHeaderRecord {
-    MpegIntraState* state;
-    const void* frame;
-    DWORD frameLength;
-    void* reserved4;
-    LONG reserved5[9];
-    void* reserved14;
+    MpegIntraState* state = nullptr;
+    const void* frame = nullptr;
+    DWORD frameLength = 0;
+    void* reserved4 = nullptr;
+    LONG reserved5[9] = {};
+    void* reserved14 = nullptr;
 };
 static_assert(sizeof(MpegIntraHeaderRecord) == RecordBytes(14, 80));
 
-/// MPEG-2 intra engine: what to leave out of a picture.
+/// MPEG-2 intra engine: the lines to leave out of a picture.
 struct MpegIntraCrop {
-    LONG reserved1[2];
-    LONG linesDroppedAtTop;
-    LONG reserved4[29];
+    LONG reserved1[2] = {};
+    LONG linesDroppedAtTop = 0;
+    LONG reserved4[29] = {};
 };
 
 /// MPEG-2 intra engine: the call that decodes the picture.
 struct MpegIntraPictureRecord {
-    MpegIntraState* state;
-    const void* frame;
-    DWORD frameLength;
-    void* destination;
-    LONG stride;
-    LONG bytesPerPixel;
-    LONG width;
-    LONG height;
-    LONG reserved[5];
-    const MpegIntraCrop* crop;  ///< null for none
+    MpegIntraState* state = nullptr;
+    const void* frame = nullptr;
+    DWORD frameLength = 0;
+    void* destination = nullptr;
+    LONG stride = 0;
+    LONG bytesPerPixel = 0;
+    LONG width = 0;
+    LONG height = 0;
+    LONG reserved[5] = {};
+    const MpegIntraCrop* crop = nullptr;  ///< null for none
 };
 static_assert(sizeof(MpegIntraPictureRecord) == RecordBytes(14, 80));
 
-/// Entry points. Those with a record are given its address.
+/// Entry points. Those with a record get its address.
 using ZetaEntry = LONG(__stdcall*)(void* record);
 using Zeta2Entry = LONG(__stdcall*)(void* record);
 using LosslessDecodeEntry = LONG(__stdcall*)(LONG kind, const void* frame, void* destination,

@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// The oldest engines that the module takes, by the high word of the fixed file version: for the
-/// module, and for programs that explain why an engine is refused.
+/// The oldest accepted engines by the high word of the fixed file version: for the module, and for
+/// programs that explain why an engine is refused.
 
 #include <windows.h>
 
@@ -16,7 +16,7 @@ constexpr DWORD kOldestZetaCore = EngineVersion(1, 32);
 constexpr DWORD kOldestZetaAlpha = EngineVersion(1, 20);
 constexpr DWORD kOldestZeta2 = EngineVersion(1, 0);
 constexpr DWORD kOldestLossless = EngineVersion(1, 21);
-constexpr DWORD kOldestMpegIntra = 0;  // not looked at
+constexpr DWORD kOldestMpegIntra = 0;  // any
 constexpr DWORD kOldestDv = EngineVersion(4, 31);
 
 }  // namespace nyx

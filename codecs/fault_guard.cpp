@@ -14,7 +14,7 @@ struct GuardedCall {
     bool returned;
 };
 
-/// A throw of this module ends here, before it reaches frames that its unwinder must not cross.
+/// Catches this module's C++ exceptions before they reach frames that its unwinder must not cross.
 void CallCatching(void* context) {
     auto* call = static_cast<GuardedCall*>(context);
     try {
@@ -35,7 +35,7 @@ FloatingPointState SaveFloatingPoint() {
     return state;
 }
 
-/// Pending x87 exceptions and MMX registers in use go first: either would make the host's next
+/// Clears pending x87 exceptions and the MMX state first: either would make the host's next
 /// floating-point instruction fail.
 void RestoreFloatingPoint(const FloatingPointState& state) {
     asm volatile("fnclex\n\temms\n\tfldcw %0\n\tldmxcsr %1"
@@ -45,7 +45,7 @@ void RestoreFloatingPoint(const FloatingPointState& state) {
 
 }  // namespace
 
-bool IsForGuard(const EXCEPTION_RECORD& record) {
+bool IsForGuard(const EXCEPTION_RECORD& record) noexcept {
     switch (record.ExceptionCode) {
         case EXCEPTION_STACK_OVERFLOW:
         case EXCEPTION_BREAKPOINT:

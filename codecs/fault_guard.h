@@ -1,9 +1,9 @@
 #pragma once
 
 /// @file
-/// What may fault runs behind this guard: the closed engines, the callbacks that they call, and our
-/// own loops over pictures and frames, whose memory a host may take away meanwhile. Then the call
-/// ends with `E_FAIL` and the host goes on with the next frame.
+/// The guard around code that may fault: the closed engines, their callbacks, and loops over
+/// pictures and frames whose memory a host may unmap meanwhile. Then the call ends with `E_FAIL`
+/// and the host continues with the next frame.
 
 #include <type_traits>
 
@@ -16,20 +16,20 @@ namespace nyx {
 ///
 /// - an exception of severity "error", such as an access violation, a divide error or another
 ///   compiler's C++ exception (code 0xE06D7363); a guard-page or a misalignment fault,
-/// - any exception that cannot be continued: other compilers raise those of their languages with
+/// - any exception that cannot be continued: other compilers raise their languages' exceptions with
 ///   codes of lower severity,
 /// - or when it threw a C++ exception of this module.
 ///
-/// Stack overflows go on to the host's handlers, because a stack without its guard page is not fit
-/// to be used again; so do breakpoints and single steps, which are a debugger's, and everything
-/// else below severity "error" that the host may have go on, such as debug output. The x87 control
-/// word and MXCSR come back as they were on entry, the x87 register stack empty.
+/// Stack overflows continue to the host's handlers, because a stack without its guard page must not
+/// be used again; so do breakpoints and single steps, for a debugger, and every other continuable
+/// exception below severity "error", such as debug output. The x87 control word and MXCSR are
+/// restored, the x87 register stack is empty.
 ///
-/// After a raise the frames between the fault and this call are dropped as they stand: no object
-/// with a destructor may live in them. Calls may be nested.
+/// After an exception the frames between the fault and this call are dropped without destructors:
+/// no object that has one may live in them. Calls may be nested.
 [[nodiscard]] HRESULT CallGuarded(void (*function)(void* context), void* context);
 #else
-/// There is no such guard here: a fault ends the process, so that sanitizers and fuzzers see it.
+/// No guard on other systems: a fault ends the process, so that sanitizers and fuzzers see it.
 [[nodiscard]] inline HRESULT CallGuarded(void (*function)(void* context), void* context) {
     function(context);
     return S_OK;

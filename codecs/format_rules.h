@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// What a codec takes and gives, as data: which compressed bit count goes with which uncompressed
-/// format, and which picture sizes. The queries of all such codecs are these two functions.
+/// A codec's formats as data: the uncompressed formats for each compressed bit count, and the
+/// picture sizes. The queries of all such codecs are the two functions below.
 
 #include <cstddef>
 #include <cstdint>
@@ -12,7 +12,7 @@
 
 namespace nyx {
 
-/// Condition a pair is allowed, by the caller's alpha flag.
+/// The caller's alpha flag for which a pair is allowed.
 enum class AlphaFlag { kAny, kMustBeSet, kMustBeClear };
 
 /// One allowed pair.

@@ -14,8 +14,8 @@ constexpr DWORD kRdrtTag = FourCC("RDRT");
 constexpr std::size_t kChunkHeader = 8;        // tag and payload size
 constexpr std::size_t kInfoWordsSize = 4 * 4;  // infoA, infoB, aspect X and Y
 
-/// Bytes of the container at the frame's start, header included; 0 when there is none. 64 bits: a
-/// payload size near 2^32 must not wrap.
+/// Bytes of the container at the frame's start, header included; 0 without one. 64 bits, so that a
+/// payload size near 2^32 does not wrap.
 std::uint64_t InfoContainerSize(ByteSpan frame) {
     if (frame.Le32At(0) != kInfoTag) {
         return 0;
@@ -44,7 +44,7 @@ std::optional<InfoWords> FrameChunks::Info() const {
     if (!a || !b || !x || !y) {
         return std::nullopt;
     }
-    return InfoWords{*a, *b, *x, *y};
+    return InfoWords{.infoA = *a, .infoB = *b, .pixelAspectX = *x, .pixelAspectY = *y};
 }
 
 std::optional<DWORD> FrameChunks::FieldCode() const {

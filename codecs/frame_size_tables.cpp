@@ -25,7 +25,7 @@ struct PixelAspectRow {
 };
 
 // Display width over stored width. The first match wins: the wide-screen row of a size that has two
-// is there to be complete and is told by the frame itself.
+// is listed for completeness; a wide-screen frame states its own value.
 constexpr PixelAspectRow kPixelAspects[] = {
     {1920, 1080, {1, 1}},    {1440, 1080, {1920, 1440}}, {1280, 1080, {1920, 1280}},
     {1280, 720, {1, 1}},     {960, 720, {1280, 960}},    {720, 576, {768, 720}},

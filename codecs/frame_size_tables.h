@@ -10,8 +10,9 @@ struct PixelAspect {
     LONG y;
 };
 
-/// The field order of a stream that does not tell it: the size's usual order when the average frame
-/// duration (100 ns units) is exactly that of 29.97 or 25 frames per second, else progressive.
+/// The field order of a stream that does not state one: the size's usual order when the average
+/// frame duration (100 ns units) is exactly that of 29.97 or 25 frames per second, else
+/// progressive.
 LONG DefaultFieldOrder(LONG width, LONG height, REFERENCE_TIME averageFrameDuration);
 
 /// The pixel aspect usual for a frame of this size, 1:1 for sizes that are not listed.

@@ -1,18 +1,17 @@
 #pragma once
 
 /// @file
-/// The part of the guard that a processor's exception handling fixes: one file for each of them.
+/// The part of the guard that depends on the processor's exception handling: one file for each.
 
 #include <windows.h>
 
 namespace nyx {
 
-/// Calls `function(context)` on this thread, and ends it early when it raised something that
-/// IsForGuard takes. Anything else goes on to the handlers around. `function` lets no C++ exception
-/// out.
+/// Calls `function(context)` on this thread and ends it early when it raises an exception that
+/// IsForGuard accepts; other exceptions continue to the outer handlers.
 void CallInFrame(void (*function)(void* context), void* context);
 
-/// Whether the guard takes this exception: see CallGuarded.
-bool IsForGuard(const EXCEPTION_RECORD& record);
+/// Whether the guard handles this exception: see CallGuarded.
+bool IsForGuard(const EXCEPTION_RECORD& record) noexcept;
 
 }  // namespace nyx

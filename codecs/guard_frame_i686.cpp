@@ -8,15 +8,15 @@ namespace {
 
 constexpr DWORD kUnwinding = 0x02 | 0x04;  // EXCEPTION_UNWINDING, EXCEPTION_EXIT_UNWIND
 
-/// One guarded call's record on the chain. The system hands the handler this record's address, so
-/// the registration stands first.
+/// One guarded call's record on the chain. The system passes the registration's address to the
+/// handler, so the registration comes first.
 struct GuardFrame {
     EXCEPTION_REGISTRATION_RECORD registration;
     void* landing[5];  // __builtin_setjmp's buffer: frame pointer, resume address, stack pointer
 };
 
 /// The chain's head is the first word of the thread's block at FS. The header's intrinsics for it
-/// tell the compiler of a store through a null pointer, which it may leave out.
+/// look to the compiler like a store through a null pointer, which it may omit.
 EXCEPTION_REGISTRATION_RECORD* ChainHead() {
     EXCEPTION_REGISTRATION_RECORD* head;
     asm volatile("movl %%fs:0, %0" : "=r"(head) : : "memory");
@@ -27,8 +27,8 @@ void SetChainHead(EXCEPTION_REGISTRATION_RECORD* head) {
     asm volatile("movl %0, %%fs:0" : : "r"(head) : "memory");
 }
 
-/// Has every handler below `frame` clean up and takes it off the chain. RtlUnwind keeps none of the
-/// registers that a callee must keep, hence the clobbers.
+/// Lets every handler below `frame` clean up and removes it from the chain. RtlUnwind preserves
+/// none of the registers that a callee must preserve, hence the clobbers.
 void UnwindTo(EXCEPTION_REGISTRATION_RECORD* frame, EXCEPTION_RECORD* record) {
     auto unwind = &RtlUnwind;
     asm volatile(
@@ -54,7 +54,7 @@ EXCEPTION_DISPOSITION __cdecl HandleException(EXCEPTION_RECORD* record, void* es
     __builtin_longjmp(frame->landing, 1);
 }
 
-/// Its own function, because nothing here may stay in registers across the landing.
+/// Its own function, because no variable may stay in a register across the landing.
 [[gnu::noinline]] void CallWithinFrame(GuardFrame* linked, void (*function)(void*), void* context) {
     GuardFrame* volatile frame = linked;
     frame->registration.Next = ChainHead();

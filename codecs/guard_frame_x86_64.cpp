@@ -1,18 +1,19 @@
 // 64 bits: a function whose entry in the image's table of unwind information names the runtime's
-// own scope handler. It unwinds to the landing and restores the registers that a callee must keep.
+// own scope handler. It unwinds to the landing and restores the registers that a callee must
+// preserve.
 
 #include "codecs/guard_frame.h"
 
 extern "C" {
 
-/// The scope's filter: whether to land here, or to search on.
+/// The scope's filter.
 [[gnu::used]] LONG nyx_guard_filter(const EXCEPTION_POINTERS* pointers, void*) {
     return nyx::IsForGuard(*pointers->ExceptionRecord) ? EXCEPTION_EXECUTE_HANDLER
                                                        : EXCEPTION_CONTINUE_SEARCH;
 }
 
-/// CallInFrame. The compiler has no words for such a scope. Forty bytes are the callee's room for
-/// its four register arguments, and the stack's alignment.
+/// CallInFrame in assembly, since the compiler has no syntax for such a scope. Forty bytes are the
+/// callee's home space for its four register arguments, and the stack's alignment.
 void nyx_call_in_frame(void (*function)(void* context), void* context);
 
 asm(R"(

@@ -9,19 +9,19 @@
 #include "codecs/matte.h"
 #include "codecs/scratch_image.h"
 #include "codecs/surface_conversion.h"
+#include "convert/formats.h"
 #include "settings/codec_settings.h"
 
 namespace nyx {
 namespace {
 
 constexpr DWORD kFourCC = FourCC("QLLC");
-constexpr DWORD kYuy2 = FourCC("YUY2");
 constexpr DWORD kSizeMargin = 2064;
 constexpr std::size_t kEngine = 0;
 constexpr std::size_t kKindAt = 1;
 constexpr LONG kKindBytes[] = {2, 3, 4, 4};  // per pixel, by LosslessKind
 
-/// The engine may read so many bytes past a frame's end.
+/// The number of bytes that the engine may read past a frame's end.
 constexpr std::size_t kOverRead = 64;
 
 bool IsLosslessSize(std::int64_t width, std::int64_t height) {
@@ -37,8 +37,7 @@ bool IsReadable(const void* address) {
     return VirtualQuery(address, &page, sizeof(page)) != 0 && (page.Protect & kReadable) != 0;
 }
 
-/// The frame with readable memory behind it: where it lies, or in a copy. Null when there is not
-/// the memory for one.
+/// The frame itself, or a copy, with readable memory behind it. Null without memory for a copy.
 const BYTE* PaddedFrame(ByteSpan frame, ScratchMemory* scratch) {
     if (IsReadable(frame.data() + frame.size() + kOverRead - 1)) {
         return frame.data();
@@ -139,8 +138,8 @@ HRESULT CLosslessCodec::DecodeStored(const DecodeJob& job, LONG kind,
         CallEngine(&returned, engines_[kEngine].Decode<LosslessDecodeEntry>(), kind,
                    static_cast<const void*>(frame), static_cast<void*>(destination.data),
                    destination.stride, destination.width, destination.height);
-    // Alone of the engines' results this one is the codec's own: as a result code as well as a
-    // length or a count, what is negative can only be a failure.
+    // Unlike the other engines' results this one counts: negative, as an error code, a length or a
+    // count, it can only mean failure.
     return SUCCEEDED(result) && returned < 0 ? E_FAIL : result;
 }
 

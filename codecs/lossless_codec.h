@@ -6,9 +6,9 @@
 namespace nyx {
 
 /// The lossless intra codec "QLLC". A frame stores one of four kinds of pixels and says which in
-/// its second byte; where the caller asks for another, the frame is decoded beside and converted.
-/// A frame of which the engine reports a failure (a negative result) fails: its destination is as
-/// the engine left it, or untouched where the frame would have been converted.
+/// its second byte; for a caller that wants another, the frame is decoded to memory of its own and
+/// converted. When the engine reports a failure (a negative result) the frame fails: its
+/// destination is as the engine left it, or untouched where the frame would have been converted.
 class CLosslessCodec : public CEngineCodec {
   public:
     CLosslessCodec();
@@ -19,7 +19,7 @@ class CLosslessCodec : public CEngineCodec {
 
     bool SupportsAlpha() override { return true; }
 
-    /// The uncompressed size and a margin: this engine is given no budget.
+    /// The uncompressed size and a margin: this engine has no budget.
     DWORD GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool alpha) override;
 
   private:

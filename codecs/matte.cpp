@@ -8,7 +8,7 @@ namespace nyx {
 namespace {
 
 /// A layout with alpha: a pixel of one to four little-endian words, of which the first holds alpha
-/// under `alpha`. Visible is what lies from `lowest` to `highest` there.
+/// under `alpha`. Values from `lowest` to `highest` are visible.
 struct MatteRow {
     DWORD fourcc;
     std::size_t pixelBytes;
@@ -23,12 +23,13 @@ constexpr DWORD kFloatNeutral = 0x3F008081;  // 128/255
 constexpr DWORD kFloatInfinity = 0x7F800000;
 
 constexpr MatteRow kRows[] = {
+    // fourcc, bytes of a pixel, studio range, alpha, lowest, highest, black
     {BI_RGB, 4, Condition::kNo, 0xFF000000, 0x01000000, 0xFF000000, {0}},
     {BI_RGB, 4, Condition::kYes, 0xFF000000, 0x01000000, 0xFF000000, {0x00101010}},
     {FourCC("v408"), 4, Condition::kAny, 0xFF000000, 0x11000000, 0xFF000000, {0x10801080}},
     {FourCC("r408"), 4, Condition::kAny, 0xFF, 1, 0xFF, {0x80800000}},
     {FourCC("b64a"), 8, Condition::kAny, 0xFFFF, 1, 0xFFFF, {0, 0}},
-    // The positive floats: neither negative ones, whose top bit is set, nor what is not a number.
+    // Positive floats: neither negative ones, whose top bit is set, nor NaN.
     {FourCC("r4fl"),
      16,
      Condition::kAny,
@@ -67,10 +68,16 @@ void CleanMatte(const SurfaceFormat& surface) {
     if (!found) {
         return;
     }
-    const auto clean = found->pixelBytes == 4   ? &CleanRows<4>
-                       : found->pixelBytes == 8 ? &CleanRows<8>
-                                                : &CleanRows<16>;
-    clean(surface, *found);
+    switch (found->pixelBytes) {
+        case 4:
+            CleanRows<4>(surface, *found);
+            break;
+        case 8:
+            CleanRows<8>(surface, *found);
+            break;
+        default:
+            CleanRows<16>(surface, *found);
+    }
 }
 
 }  // namespace nyx

@@ -4,10 +4,9 @@
 
 namespace nyx {
 
-/// Turns every fully transparent pixel of a decoded picture into clean black, so that whatever the
-/// coder left under the matte is never seen. What counts as transparent, and as black, depends on
-/// the surface's layout; layouts without alpha are left alone. The surface holds `width` by
-/// `height` pixels and is this call's alone.
+/// Replaces every fully transparent pixel of a decoded picture by black, so that coding noise under
+/// the matte is never visible. The values of transparent and black depend on the surface's layout;
+/// layouts without alpha stay unchanged. No other thread may use the surface meanwhile.
 void CleanMatte(const SurfaceFormat& surface);
 
 }  // namespace nyx

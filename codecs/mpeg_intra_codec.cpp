@@ -4,6 +4,7 @@
 #include "codecs/fault_guard.h"
 #include "codecs/scratch_image.h"
 #include "codecs/surface_conversion.h"
+#include "media/mpeg2.h"
 #include "settings/codec_settings.h"
 
 namespace nyx {
@@ -19,32 +20,17 @@ bool IsMpegIntraSize(std::int64_t width, std::int64_t height) {
 
 constexpr CodecFormats kFormats = {kFourCC, &IsMpegIntraSize, kOpaqueDecodePairs, {}};
 
-/// Pictures that are coded with lines above them.
-struct CropRow {
-    LONG width;
-    LONG height;
-    LONG codedHeight;
-    LONG linesDropped;
-};
-
-constexpr CropRow kCrops[] = {
-    {1920, 1080, 1088, 8},
-    {720, 576, 608, 32},
-    {720, 480, 512, 32},
-    {720, 486, 512, 26},
-};
-
-LONG LinesDropped(LONG width, LONG height, LONG codedHeight) {
-    for (const CropRow& row : kCrops) {
-        if (row.width == width && row.height == height && row.codedHeight == codedHeight) {
-            return row.linesDropped;
+LONG LinesDropped(LONG width, LONG height, LONG codedHeight) noexcept {
+    for (const Mpeg2Blanking& row : kMpeg2Blanking) {
+        if (row.width == width && row.lines == height && row.codedLines == codedHeight) {
+            return codedHeight - height;
         }
     }
     return 0;
 }
 
-/// The conversion writes three bytes per pixel for 32-bit outputs too; the row gap is reckoned from
-/// what is written, so that every row starts at its place and none leaves the buffer.
+/// The conversion writes three bytes per pixel for 32-bit outputs too; the row gap accounts for
+/// that, so that every row starts at its place and none leaves the buffer.
 HRESULT ConvertToRgb(const ScratchImage& picture, const SurfaceFormat& destination,
                      LONG colorSpace) {
     constexpr LONG kWrittenPerPixel = 3;
@@ -52,8 +38,8 @@ HRESULT ConvertToRgb(const ScratchImage& picture, const SurfaceFormat& destinati
         ConversionFlagsFor(destination.width, destination.height, colorSpace);
     const ImagePlane from = picture.Plane();
     const ImagePlane to = PlaneOf(destination, destination.width, kWrittenPerPixel);
-    return ConvertFromYuv(&from, nullptr, FourCC("YUY2"), flags.yuv, 0, &to, FourCC("BGR3"),
-                          flags.rgb, 0, destination.width, destination.height);
+    return ConvertFromYuv(&from, nullptr, kYuy2, flags.yuv, 0, &to, kBgr3, flags.rgb, 0,
+                          destination.width, destination.height);
 }
 
 }  // namespace
@@ -76,10 +62,8 @@ std::optional<bool> CMpegIntraCodec::Probe(ByteSpan frame, const BITMAPINFOHEADE
 
 HRESULT CMpegIntraCodec::ReadCodedHeight(ByteSpan frame, LONG* codedHeight) {
     MpegIntraState state = {};
-    MpegIntraHeaderRecord record = {};
-    record.state = &state;
-    record.frame = frame.data();
-    record.frameLength = static_cast<DWORD>(frame.size());
+    MpegIntraHeaderRecord record = {
+        .state = &state, .frame = frame.data(), .frameLength = static_cast<DWORD>(frame.size())};
     LONG ignored;
     const HRESULT result = CallEngine(&ignored, engines_[kEngine].Decode<MpegIntraEntry>(),
                                       static_cast<void*>(&record));
@@ -90,18 +74,16 @@ HRESULT CMpegIntraCodec::ReadCodedHeight(ByteSpan frame, LONG* codedHeight) {
 HRESULT CMpegIntraCodec::DecodePicture(ByteSpan frame, LONG linesDropped,
                                        const SurfaceFormat& destination) {
     MpegIntraState state = {};
-    MpegIntraCrop crop = {};
-    crop.linesDroppedAtTop = linesDropped;
-    MpegIntraPictureRecord record = {};
-    record.state = &state;
-    record.frame = frame.data();
-    record.frameLength = static_cast<DWORD>(frame.size());
-    record.destination = destination.data;
-    record.stride = destination.stride;
-    record.bytesPerPixel = destination.bytesPerPixel;
-    record.width = destination.width;
-    record.height = destination.height;
-    record.crop = linesDropped > 0 ? &crop : nullptr;
+    const MpegIntraCrop crop = {.linesDroppedAtTop = linesDropped};
+    MpegIntraPictureRecord record = {.state = &state,
+                                     .frame = frame.data(),
+                                     .frameLength = static_cast<DWORD>(frame.size()),
+                                     .destination = destination.data,
+                                     .stride = destination.stride,
+                                     .bytesPerPixel = destination.bytesPerPixel,
+                                     .width = destination.width,
+                                     .height = destination.height,
+                                     .crop = linesDropped > 0 ? &crop : nullptr};
     LONG ignored;
     const HRESULT result = CallEngine(&ignored, engines_[kEngine].Decode<MpegIntraEntry>(),
                                       static_cast<void*>(&record));

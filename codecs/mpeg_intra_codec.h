@@ -8,9 +8,9 @@ namespace nyx {
 /// Intra-only MPEG-2 video, 4:2:2 and 8 bits, "QMIC". Decodes only. Lines that production formats
 /// code above the picture are dropped.
 ///
-/// Take its pictures as "YUY2" or RGB 24-bit. In RGB 32-bit it stores three bytes a pixel, blue
-/// green red, from the start of each row on, and leaves the last quarter of the row alone: what
-/// this format's programs were written against, and so kept. Any other program shows garbage.
+/// Use its pictures as "YUY2" or RGB 24-bit. In RGB 32-bit it stores three bytes a pixel, blue
+/// green red, from the start of each row on, and leaves the last quarter of the row unchanged,
+/// because this format's programs rely on that. Any other program shows garbage.
 class CMpegIntraCodec : public CEngineCodec {
   public:
     CMpegIntraCodec();
@@ -25,7 +25,7 @@ class CMpegIntraCodec : public CEngineCodec {
   private:
     std::optional<bool> Probe(ByteSpan frame, const BITMAPINFOHEADER& input) override;
 
-    /// A picture whose decoding raised becomes black, and the call fails.
+    /// When the engine raises an exception, the picture becomes black and the call fails.
     [[nodiscard]] HRESULT DecodeFrame(const DecodeJob& job) override;
 
     [[nodiscard]] HRESULT ReadCodedHeight(ByteSpan frame, LONG* codedHeight);

@@ -1,9 +1,9 @@
 #pragma once
 
 /// @file
-/// The packed professional layouts, a pixel pair at a time, for samples of any depth: PutPair and
-/// GetPair. The callbacks for 8-bit blocks and for 10-bit rows stand on these; what a layout stores
-/// is told in row_callbacks.h.
+/// The packed professional layouts, a pixel pair at a time, for samples of any depth. The callbacks
+/// for 8-bit blocks and for 10-bit rows use EncodePair and DecodePair; row_callbacks.h defines the
+/// stored values.
 
 #include <algorithm>
 #include <array>
@@ -23,7 +23,8 @@ using PixelPair = std::array<Sample, kPairPlaces>;
 constexpr int kBlackLuma = 16;
 constexpr int kNeutralChroma = 128;
 
-/// A layout: what stands where in a pair. Chroma that is there twice is read from the even pixel.
+/// A layout: the order of a pair's samples. Chroma that is stored twice is read from the even
+/// pixel.
 struct PackedRow {
     std::size_t count;
     PairPlace order[8];
@@ -35,6 +36,7 @@ struct PackedRow {
 };
 
 constexpr PackedRow kPackedRows[kPackedLayouts] = {
+    // samples, their order, floats, re-based luma, studio alpha
     {4, {kCb, kY0, kCr, kY1}, false, false, false},                     // "2vuy"
     {8, {kCb, kY0, kCr, kA0, kCb, kY1, kCr, kA1}, false, false, true},  // "v408"
     {8, {kA0, kY0, kCb, kCr, kA1, kY1, kCb, kCr}, false, true, false},  // "r408"
@@ -43,8 +45,8 @@ constexpr PackedRow kPackedRows[kPackedLayouts] = {
 template <PackedLayout kLayout>
 constexpr const PackedRow& kPackedRow = kPackedRows[static_cast<std::size_t>(kLayout)];
 
-/// Samples on their way to bytes are 8-bit codes; on their way to floats they are fractions of a
-/// code where the source has more bits, and alpha is 0 to 1.
+/// A sample as the layout stores it. For bytes it is an 8-bit code; for floats it has a fraction
+/// where the source has more bits, and alpha is 0 to 1.
 constexpr BYTE ToStored(const PackedRow& layout, PairPlace place, int code) {
     if (place >= kA0 && layout.studioAlpha) {
         code = (code * 219 + 127) / 255 + 16;
@@ -61,7 +63,7 @@ constexpr float ToStored(const PackedRow&, PairPlace place, float code) {
     return place < kA0 ? std::clamp(code * kUnit, 0.0f, 1.0f) : code;
 }
 
-/// Turns Stored round; bytes give 0 to 255, floats anything, not a number as well.
+/// The inverse of ToStored. Bytes give 0 to 255, floats any value, NaN included.
 constexpr int FromStored(const PackedRow& layout, PairPlace place, BYTE stored) {
     if (place >= kA0 && layout.studioAlpha) {
         return (std::clamp(stored - 16, 0, 219) * 255 + 109) / 219;
@@ -80,7 +82,7 @@ constexpr float Premultiply(float sample, float alpha, int zero) {
     return (sample - static_cast<float>(zero)) * alpha + static_cast<float>(zero);
 }
 
-/// Turns Premultiply round. Where nothing is left of a sample it is `zero`.
+/// The inverse of Premultiply; `zero` at alpha 0.
 constexpr int Unpremultiply(int sample, int alpha, int zero) {
     return alpha == 0
                ? zero
@@ -111,7 +113,7 @@ struct SampleDepth {
     static int FromAlpha(float alpha) { return Rounded(alpha * kMax); }
 
   private:
-    /// What is not a number counts as 0.
+    /// NaN counts as 0.
     static int Rounded(float value) {
         return value > 0 ? static_cast<int>(std::min(value, float{kMax}) + 0.5f) : 0;
     }
@@ -119,7 +121,7 @@ struct SampleDepth {
 
 /// Stores a pair whose samples have `kBits` bits; its alpha is at most 2^kBits - 1.
 template <PackedLayout kLayout, int kBits>
-void PutPair(const PixelPair<int>& samples, bool premultiplied, BYTE* to) {
+void EncodePair(const PixelPair<int>& samples, bool premultiplied, BYTE* to) {
     constexpr PackedRow kRow = kPackedRow<kLayout>;
     using Code = std::conditional_t<kRow.floats, float, int>;
     PixelPair<Code> pair;
@@ -141,7 +143,7 @@ void PutPair(const PixelPair<int>& samples, bool premultiplied, BYTE* to) {
 
 /// Reads a pair as samples and alpha of `kBits` bits, opaque where the layout has no alpha.
 template <PackedLayout kLayout, int kBits>
-PixelPair<int> GetPair(const BYTE* from, bool premultiplied) {
+PixelPair<int> DecodePair(const BYTE* from, bool premultiplied) {
     constexpr PackedRow kRow = kPackedRow<kLayout>;
     std::conditional_t<kRow.floats, float, BYTE> stored[kRow.count];
     std::memcpy(stored, from, sizeof(stored));

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The uncompressed side of a frame, formed in one place: codecs ask, none recomputes.
+/// Layout and geometry of uncompressed pictures, for all codecs.
 
 #include <array>
 #include <cstddef>
@@ -13,8 +13,8 @@
 
 namespace nyx {
 
-/// The one number by which every codec names an uncompressed layout, with the first one of each
-/// layout by name. kPixelFormats tells what the others of a layout stand for.
+/// The number by which every codec names an uncompressed layout. Only the first index of each
+/// layout has a name; kPixelFormats lists all of them.
 enum PixelFormatIndex : int {
     kIndexYuy2 = 0,
     kIndexRgb24 = 1,   ///< 1 to 4
@@ -33,10 +33,10 @@ enum PixelFormatIndex : int {
 enum class PackedLayout { k2vuy, kV408, kR408, kR4fl };
 constexpr int kPackedLayouts = 4;
 
-/// What a term of a frame has to be for a row of the table.
+/// What a row of the table requires of one property of a frame.
 enum class Condition : signed char { kNo, kYes, kAny };
 
-/// What an index stands for. A frame's index is the first row that it meets all terms of.
+/// The meaning of an index. A frame's index is the first row whose conditions it meets.
 struct PixelFormatRow {
     DWORD fourcc;
     WORD bitCount;       ///< 0: any
@@ -90,28 +90,28 @@ constexpr bool KeepsAlpha(int index) {
 
 /// An uncompressed picture as a codec or an engine walks it.
 struct SurfaceFormat {
-    int index;           ///< PixelFormatIndex
-    LONG bytesPerPixel;  ///< as reported to the engines
-    BYTE* data;          ///< first byte of the first row in processing order; not owned
-    LONG stride;         ///< bytes from row to row in processing order, negative for bottom-up
-    LONG width;          ///< pixels
-    LONG height;         ///< rows, positive
+    int index = 0;           ///< PixelFormatIndex
+    LONG bytesPerPixel = 0;  ///< as reported to the engines
+    BYTE* data = nullptr;    ///< first byte of the first row in processing order; not owned
+    LONG stride = 0;         ///< bytes from row to row in processing order, negative for bottom-up
+    LONG width = 0;          ///< pixels
+    LONG height = 0;         ///< rows, positive
 };
 
-/// What decides index and geometry beside the uncompressed header.
+/// The input of DescribeSurface.
 struct SurfaceRequest {
-    const BITMAPINFOHEADER* uncompressed;
-    LONG compressedWidth;  ///< decides, with the uncompressed height, high or standard definition
-    bool streamAlpha;      ///< the compressed stream carries alpha
-    bool alphaRequested;   ///< the caller's alpha flag
-    LONG colorSpace;       ///< ICodec::GetColorSpace
-    void* data;            ///< start of the buffer, not owned
-    LONG stride;           ///< the caller's stride in bytes, 0 to have it computed
+    const BITMAPINFOHEADER* uncompressed = nullptr;
+    LONG compressedWidth = 0;     ///< with the uncompressed height: high or standard definition
+    bool streamAlpha = false;     ///< the compressed stream carries alpha
+    bool alphaRequested = false;  ///< the caller's alpha flag
+    LONG colorSpace = 0;          ///< ICodec::GetColorSpace
+    void* data = nullptr;         ///< start of the buffer, not owned
+    LONG stride = 0;              ///< the caller's stride in bytes; 0: computed
 };
 
 /// Forms index and geometry. RGB with no caller stride is bottom-up for a positive height (the
 /// start moves to the last row, the stride is negated) and top-down for a negative one; the FourCC
-/// formats and a caller's stride are taken as they stand. `E_FAIL` when the format has no index,
+/// formats and a caller's stride are used unchanged. `E_FAIL` when the format has no index,
 /// its width is negative or its sizes do not fit 32 bits.
 [[nodiscard]] HRESULT DescribeSurface(const SurfaceRequest& request, SurfaceFormat* surface);
 

@@ -12,7 +12,7 @@ LONG PairsOf(LONG width) {
     return std::clamp(width / 2, LONG{0}, kBlockSide / 2);
 }
 
-/// An alpha block that is null stands for opaque pixels.
+/// A null alpha block means opaque pixels.
 template <PackedLayout kLayout>
 void WriteRows(BYTE* destination, LONG stride, const BYTE* block, const BYTE* alphaBlock,
                bool premultiplied, LONG width, LONG rows) {
@@ -24,9 +24,9 @@ void WriteRows(BYTE* destination, LONG stride, const BYTE* block, const BYTE* al
         const BYTE* alpha = alphaBlock ? alphaBlock + y * kBlockRowBytes : kOpaque;
         BYTE* to = destination + static_cast<std::ptrdiff_t>(y) * stride;
         for (LONG i = 0; i < pairs; ++i, to += kPackedRow<kLayout>.PairBytes()) {
-            PutPair<kLayout, 8>({row[2 * i], row[2 * i + 1], row[kCbAt + i], row[kCrAt + i],
-                                 alpha[2 * i], alpha[2 * i + 1]},
-                                premultiplied, to);
+            EncodePair<kLayout, 8>({row[2 * i], row[2 * i + 1], row[kCbAt + i], row[kCrAt + i],
+                                    alpha[2 * i], alpha[2 * i + 1]},
+                                   premultiplied, to);
         }
     }
 }
@@ -39,7 +39,7 @@ void ReadRows(const BYTE* source, LONG stride, BYTE* block, BYTE* alphaBlock, bo
         const BYTE* from = source + static_cast<std::ptrdiff_t>(y) * stride;
         BYTE* row = block + y * kBlockRowBytes;
         for (LONG i = 0; i < pairs; ++i, from += kPackedRow<kLayout>.PairBytes()) {
-            const PixelPair<int> pair = GetPair<kLayout, 8>(from, premultiplied);
+            const PixelPair<int> pair = DecodePair<kLayout, 8>(from, premultiplied);
             row[2 * i] = static_cast<BYTE>(pair[kY0]);
             row[2 * i + 1] = static_cast<BYTE>(pair[kY1]);
             row[kCbAt + i] = static_cast<BYTE>(pair[kCb]);
@@ -73,11 +73,11 @@ template <PackedLayout kLayout>
 void FillTransparent(BYTE* destination, LONG stride, DWORD, DWORD, LONG width, LONG rows) {
     constexpr PixelPair<int> kClear = {kBlackLuma,     kBlackLuma, kNeutralChroma,
                                        kNeutralChroma, 0,          0};
-    const LONG pairs = width / 2;  // no block is read here, so its size is no bound
+    const LONG pairs = width / 2;  // not bounded by a block, since none is read
     for (LONG y = 0; y < rows; ++y) {
         BYTE* to = destination + static_cast<std::ptrdiff_t>(y) * stride;
         for (LONG i = 0; i < pairs; ++i, to += kPackedRow<kLayout>.PairBytes()) {
-            PutPair<kLayout, 8>(kClear, false, to);
+            EncodePair<kLayout, 8>(kClear, false, to);
         }
     }
 }

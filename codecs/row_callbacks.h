@@ -1,13 +1,13 @@
 #pragma once
 
 /// @file
-/// The routines that an engine calls, block by block, to have its 8-bit 4:2:2 samples stored in a
-/// packed professional layout, or read from one. They keep no state and allocate nothing; an engine
-/// may call them for any block, in any order, on any thread.
+/// The callbacks by which an engine stores its 8-bit 4:2:2 samples, block by block, in a packed
+/// professional layout, or reads them. They keep no state and allocate nothing; an engine may call
+/// them for any block, in any order, on any thread.
 ///
 /// A block covers up to 16 by 16 pixels. Each of its rows takes 32 bytes: luma of 16 pixels, then 8
 /// Cr, then 8 Cb samples, one of each for a pixel pair. The alpha block of streams that carry alpha
-/// stands 512 bytes further on, also 32 bytes a row, one byte a pixel.
+/// follows 512 bytes after the block's start, also 32 bytes a row, one byte a pixel.
 ///
 /// Layouts, bytes in memory order:
 ///
@@ -16,8 +16,8 @@
 ///     "r408"  A Y Cb Cr         a pixel; luma re-based to black at 0
 ///     "r4fl"  A Y Cb Cr         a pixel, 32-bit floats; luma re-based, 1.0 for a sample of 255
 ///
-/// What a writer stores, from luma Y, chroma C and alpha A, E being the alpha of the pair's even
-/// pixel, which weighs the pair's chroma; integer division truncates, k is 0.003921569 (1/255):
+/// A writer stores, from luma Y, chroma C and alpha A, with the alpha E of the pair's even pixel,
+/// which scales the pair's chroma; integer division truncates, k is 0.003921569 (1/255):
 ///
 ///             opaque                 straight alpha               premultiplied alpha
 ///     2vuy    Y, C                   as premultiplied             ((Y-16)A + 4207) / 255, C'
@@ -30,17 +30,15 @@
 /// with C' = ((C-128)E + 32767) / 255. "2vuy" has no alpha channel: pictures with alpha are put
 /// over black there. Floats are clamped: luma to -0.0627451..0.9372549, chroma and alpha to 0..1.
 ///
-/// Readers are the writers' inverses with chroma from the even pixel of a pair. What premultiplying
-/// loses comes back neutral: a pixel with alpha 0 reads as black (16, 128). Samples beyond the
-/// range that a writer produces are clamped; a float that is not a number reads as the lowest
-/// value.
+/// Readers are the writers' inverses with chroma from the even pixel of a pair. A premultiplied
+/// pixel with alpha 0 reads as black (16, 128). Samples beyond the range that a writer produces are
+/// clamped; NaN reads as the lowest value.
 ///
 /// The alpha modes of the codecs: 0 (and all values but 1) is straight alpha, whose transparent
-/// pixels the codec clears afterwards; 1 is premultiplied alpha, which is black there by itself and
-/// so is left as the engine's blocks come. One rule for all layouts, both directions.
+/// pixels the codec clears afterwards; 1 is premultiplied alpha, whose transparent pixels are black
+/// without that. The rule is the same for all layouts and both directions.
 ///
-/// Every routine handles width / 2 pixel pairs of a row, 8 at most; an odd last pixel is left
-/// alone.
+/// Every callback handles width / 2 pixel pairs of a row, 8 at most, and skips an odd last pixel.
 
 #include "codecs/pixel_format_index.h"
 
@@ -66,7 +64,7 @@ void WriteAlphaBlock(BYTE* destination, LONG stride, DWORD, DWORD, const BYTE* b
 template <PackedLayout kLayout>
 void FillTransparent(BYTE* destination, LONG stride, DWORD, DWORD, LONG width, LONG rows);
 
-/// Reads an opaque block; a layout's alpha is not looked at.
+/// Reads an opaque block; a layout's alpha is ignored.
 template <PackedLayout kLayout>
 void ReadCoreBlock(const BYTE* source, LONG stride, BYTE* block, LONG width, LONG rows);
 

@@ -16,8 +16,8 @@ namespace nyx {
 /// Up to two pieces of memory: a picture, and a frame with room behind it.
 class ScratchBlocks {
   public:
-    /// Bytes of piece `number`, 0 or 1, all zero. Null when there is not the memory.
-    BYTE* Take(std::size_t number, std::size_t wanted) {
+    /// Zeroed bytes of piece `number`, 0 or 1. Null without memory.
+    BYTE* Allocate(std::size_t number, std::size_t wanted) noexcept {
         Block& block = blocks_[number];
         if (block.size < wanted) {
             block = {};
@@ -28,13 +28,13 @@ class ScratchBlocks {
                            : nullptr;
     }
 
-    /// Frees the pieces that, with those before them, are more than `most` bytes.
-    void Trim(std::size_t most) {
+    /// Frees the pieces that, with those before them, exceed `max` bytes.
+    void Trim(std::size_t max) noexcept {
         for (Block& block : blocks_) {
-            if (block.size > most) {
+            if (block.size > max) {
                 block = {};
             }
-            most -= block.size;
+            max -= block.size;
         }
     }
 
@@ -48,10 +48,10 @@ class ScratchBlocks {
     Block blocks_[kCount];
 };
 
-/// What a codec keeps of its frames' scratch memory from one call to the next, since pages that are
-/// new to a process cost more than the work that is done in them: at most a picture of 1920 x 1080
-/// in the widest layout. The contents are never used again. One call at a time has it; a second one
-/// meanwhile, on another thread, gets memory of its own (ScratchMemory).
+/// Scratch memory that a codec keeps from one call to the next, since first-touch page faults cost
+/// more than most of the processing: at most a picture of 1920 x 1080 in the widest layout. The
+/// contents are never reused. One call at a time uses it; a concurrent one gets memory of its own
+/// (ScratchMemory).
 class KeptMemory {
   public:
     KeptMemory() = default;
@@ -61,16 +61,16 @@ class KeptMemory {
   private:
     friend class ScratchMemory;
 
-    /// Four bytes a pixel, as RGB 32-bit and no layout of a scratch image more.
+    /// Four bytes a pixel, for RGB 32-bit, the widest layout of a scratch image.
     static constexpr std::size_t kMax = std::size_t{1920} * 1080 * 4;
 
     std::atomic<bool> inUse_{false};
     ScratchBlocks blocks_;
 };
 
-/// The memory that one call needs beside its buffers: what the codec keeps, or where another call
-/// has that, its own, which it frees. Lives outside the guard that a frame is worked on behind, so
-/// that a fault leaks none of it, and on one thread.
+/// The memory that one call needs beside its buffers: the codec's KeptMemory, or memory of its own
+/// while another call uses that. Lives outside the guard around a frame's processing, so that a
+/// fault leaks none of it. For one thread.
 class ScratchMemory {
   public:
     explicit ScratchMemory(KeptMemory* kept)
@@ -84,26 +84,27 @@ class ScratchMemory {
         }
     }
 
-    /// Zeroed bytes: what an engine leaves out of a damaged frame is then always the same, and
-    /// never what else was in memory. Null when there is not the memory, for more than 31 bits, and
-    /// for a call's third and every later request.
-    BYTE* Allocate(std::uint64_t size) {
-        if (taken_ == ScratchBlocks::kCount || size > std::numeric_limits<LONG>::max()) {
+    /// Zeroed bytes, so that parts that an engine does not write are deterministic and never stale
+    /// memory. Null without memory, for more than 31 bits, and for a call's third and every later
+    /// request.
+    BYTE* Allocate(std::uint64_t size) noexcept {
+        if (allocated_ == ScratchBlocks::kCount || size > std::numeric_limits<LONG>::max()) {
             return nullptr;
         }
-        return (kept_ ? kept_->blocks_ : own_).Take(taken_++, static_cast<std::size_t>(size));
+        return (kept_ ? kept_->blocks_ : own_)
+            .Allocate(allocated_++, static_cast<std::size_t>(size));
     }
 
   private:
-    KeptMemory* const kept_;  ///< null: another call has it
+    KeptMemory* const kept_;  ///< null while another call uses it
     ScratchBlocks own_;
-    std::size_t taken_ = 0;
+    std::size_t allocated_ = 0;
 };
 
 /// A picture of rows without gaps in scratch memory. A view: copies are the same picture.
 class ScratchImage {
   public:
-    /// False afterwards when there is not the memory, or the picture would not fit 31 bits.
+    /// Tests false afterwards without memory, or when the picture would not fit 31 bits.
     ScratchImage(ScratchMemory* memory, LONG width, LONG height, LONG bytesPerPixel)
         : width_(width), height_(height), bytesPerPixel_(bytesPerPixel) {
         const std::int64_t row = std::int64_t{width} * bytesPerPixel;
@@ -116,7 +117,12 @@ class ScratchImage {
 
     /// The picture as a surface of the given layout.
     SurfaceFormat Surface(int index) const {
-        return {index, bytesPerPixel_, bytes_, width_ * bytesPerPixel_, width_, height_};
+        return {.index = index,
+                .bytesPerPixel = bytesPerPixel_,
+                .data = bytes_,
+                .stride = width_ * bytesPerPixel_,
+                .width = width_,
+                .height = height_};
     }
 
     ImagePlane Plane() const { return {bytes_, width_ * bytesPerPixel_, 0}; }

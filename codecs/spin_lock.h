@@ -4,22 +4,22 @@
 
 namespace nyx {
 
-/// A lock for short, rare work that may not use the system's own (it must exist before any static
-/// constructor has run). Constant-initialised, not recursive. Waiters poll, with a pause hint to
-/// the processor, and give up their time slice after every 1000 polls.
+/// A lock for short, rare work that cannot use the system's own, because it must exist before any
+/// static constructor runs. Constant-initialised, not recursive. Waiters poll, with a pause hint to
+/// the processor, and yield after every 1000 polls.
 class SpinLock {
   public:
     constexpr SpinLock() = default;
     SpinLock(const SpinLock&) = delete;
     SpinLock& operator=(const SpinLock&) = delete;
 
-    void lock() {
+    void lock() noexcept {
         if (!TryLock()) {
             Wait();
         }
     }
 
-    void unlock() { InterlockedExchange(&word_, kFree); }
+    void unlock() noexcept { InterlockedExchange(&word_, kFree); }
 
   private:
     static constexpr LONG kFree = 0;

@@ -1,22 +1,22 @@
 #pragma once
 
 /// @file
-/// Surfaces as the conversion library names and walks them.
+/// Surfaces in the conversion library's terms.
 
 #include <cstddef>
 
 #include "codecs/pixel_format_index.h"
 #include "convert/convert.h"
-#include "platform/fourcc.h"
+#include "convert/formats.h"
 
 namespace nyx {
 
 /// The conversion library's name of an RGB surface.
 inline DWORD RgbFourCC(const SurfaceFormat& surface) {
-    return surface.bytesPerPixel == 3 ? FourCC("BGR3") : FourCC("BGRA");
+    return surface.bytesPerPixel == 3 ? kBgr3 : kBgra;
 }
 
-/// `width` pixels of each row of a surface, of which a kernel writes `bytesPerPixel` each.
+/// The first `width` pixels of each row of a surface, of `bytesPerPixel` that a kernel writes.
 inline ImagePlane PlaneOf(const SurfaceFormat& surface, LONG width, LONG bytesPerPixel) {
     return {surface.data, surface.stride, surface.stride - width * bytesPerPixel};
 }

@@ -10,13 +10,14 @@
 #include "codecs/surface_conversion.h"
 #include "codecs/ten_bit_rows.h"
 #include "convert/convert.h"
+#include "convert/formats.h"
+#include "media/v210.h"
 #include "settings/codec_settings.h"
 
 namespace nyx {
 namespace {
 
 constexpr DWORD kFourCC = FourCC("Q210");
-constexpr DWORD kYuy2 = FourCC("YUY2");
 constexpr WORD kBitCount = 20;
 constexpr LONG kYuy2BytesPerPixel = 2;
 
@@ -27,8 +28,8 @@ bool IsPossibleSize(std::int64_t width, std::int64_t height) {
     if (width < 2 || width % 2 != 0 || height < 1) {
         return false;
     }
-    const std::int64_t blocks = (width + 47) / 48;
-    return width * height <= kMaxPixels && blocks * 48 * height <= kMaxPixels;
+    const std::int64_t blocks = V210Stride(width) / kV210BlockBytes;
+    return width * height <= kMaxPixels && blocks * kV210BlockPixels * height <= kMaxPixels;
 }
 
 constexpr FormatPair kDecodePairs[] = {
@@ -68,12 +69,12 @@ void PackRows(const TenBitRowKernels& rows, const ImagePlane& source, BYTE* fram
     }
 }
 
-/// RGB passes through a strip of 8-bit 4:2:2 rows without gaps, a few rows at a time, so that the
-/// rows are still in the cache when the second kernel reads them.
+/// RGB is converted through a strip of 8-bit 4:2:2 rows without gaps, a few rows at a time, so that
+/// the second kernel finds them in the cache.
 constexpr LONG kStripRows = 16;
 
-/// Calls `convert` with the strip, a picture's next rows in RGB, the first one's number and how
-/// many there are.
+/// Calls `convert` with the strip, a picture's next rows in RGB, the first row's number and the
+/// count of rows.
 template <typename Convert>
 HRESULT ForEachStrip(ScratchMemory* scratch, ImagePlane rgb, LONG width, LONG height,
                      Convert convert) {
@@ -147,9 +148,11 @@ HRESULT CTenBitCodec::Compress(const BITMAPINFOHEADER* input, bool alphaInput,
         return E_POINTER;
     }
     SurfaceFormat surface;
-    const SurfaceRequest request = {input,      output->biWidth, false,
-                                    alphaInput, GetColorSpace(), const_cast<void*>(inputData),
-                                    0};
+    const SurfaceRequest request = {.uncompressed = input,
+                                    .compressedWidth = output->biWidth,
+                                    .alphaRequested = alphaInput,
+                                    .colorSpace = GetColorSpace(),
+                                    .data = const_cast<void*>(inputData)};
     if (!IsPossibleSize(input->biWidth, AbsoluteHeight(*input)) ||
         FAILED(DescribeSurface(request, &surface))) {
         return E_FAIL;
@@ -186,13 +189,17 @@ HRESULT CTenBitCodec::Decompress(const BITMAPINFOHEADER* input, const void* data
     if (!input || !data || !output || !outputData) {
         return E_POINTER;
     }
-    // The queries' rules guard the arithmetic below, whoever calls.
+    // The rules of the queries guard the arithmetic below.
     if (DecompressQuery(input, output, alphaOut) != S_OK) {
         return E_FAIL;
     }
     SurfaceFormat surface;
-    const SurfaceRequest request = {output,          input->biWidth, false, alphaOut,
-                                    GetColorSpace(), outputData,     stride};
+    const SurfaceRequest request = {.uncompressed = output,
+                                    .compressedWidth = input->biWidth,
+                                    .alphaRequested = alphaOut,
+                                    .colorSpace = GetColorSpace(),
+                                    .data = outputData,
+                                    .stride = stride};
     const TenBitRowKernels* rows = SelectTenBitRowKernels();
     if (FAILED(DescribeSurface(request, &surface)) || !rows) {
         return E_FAIL;

@@ -17,15 +17,15 @@ class CTenBitCodec : public CCodecBase {
 
     DWORD GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool alpha) override;
 
-    /// The picture's rows are packed: a caller's stride is not looked at. `output->biSizeImage`
-    /// becomes (stride + gap) * height: more than the frame takes where the width is not a whole
-    /// number of 48-pixel blocks, and so on purpose.
+    /// The picture's rows are packed: a caller's stride is ignored. `output->biSizeImage` becomes
+    /// (stride + gap) * height: deliberately more than the frame takes where the width is not a
+    /// whole number of 48-pixel blocks, since existing programs expect that size.
     [[nodiscard]] HRESULT Compress(const BITMAPINFOHEADER* input, bool alphaInput,
                                    const void* inputData, BITMAPINFOHEADER* output,
                                    void* outputData, DWORD reserved, DWORD stride,
                                    DWORD alphaMode) override;
 
-    /// An output wider than the input has the first pixels of each row filled, the rest left alone.
+    /// Of an output wider than the input only the first pixels of each row are filled.
     [[nodiscard]] HRESULT Decompress(const BITMAPINFOHEADER* input, const void* data,
                                      const BITMAPINFOHEADER* output, bool alphaOut,
                                      void* outputData, LONG stride, DWORD alphaMode) override;

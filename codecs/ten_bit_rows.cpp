@@ -4,10 +4,9 @@
 
 namespace nyx {
 
-TenBitRowLayout TenBitRowLayoutFor(LONG width) {
-    const auto pixels = static_cast<std::size_t>(width);
-    const std::size_t stride = (pixels + 47) / 48 * 128;
-    const std::size_t filled = (pixels + 5) / 6 * 16;
+TenBitRowLayout TenBitRowLayoutFor(LONG width) noexcept {
+    const auto stride = static_cast<std::size_t>(V210Stride(width));
+    const auto filled = static_cast<std::size_t>(V210RowBytes(width));
     return {stride, filled, stride - filled};
 }
 

@@ -7,14 +7,14 @@ namespace nyx {
 namespace {
 
 constexpr LONG kBatchGroups = 2;
-constexpr LONG kBatchPixels = kBatchGroups * kGroupPixels;
+constexpr LONG kBatchPixels = kBatchGroups * kV210GroupPixels;
 constexpr LONG kBatchYuy2Bytes = 2 * kBatchPixels;
 
-/// Eight samples that lie within 16 bytes, in "YUY2" order, one 16-bit lane each. A sample begins
-/// at bit 0, 2 or 4 of the two bytes that hold it, by its place 0, 1 or 2 in its word.
+/// Eight samples from 16 bytes in "YUY2" order, one 16-bit lane each. A sample begins at bit 0, 2
+/// or 4 of the two bytes that hold it, by its place 0, 1 or 2 in its word.
 struct SampleLanes {
-    alignas(16) ShuffleMask bytes;           ///< brings each sample's two bytes into its lane
-    alignas(16) std::array<short, 8> mask;   ///< leaves the sample alone
+    alignas(16) ShuffleMask bytes;           ///< moves each sample's two bytes into its lane
+    alignas(16) std::array<short, 8> mask;   ///< clears the other bits
     alignas(16) std::array<short, 8> scale;  ///< to a quarter, in a multiply of 15 fractional bits
 };
 
@@ -38,16 +38,16 @@ constexpr SampleLanes kMiddleEight = LanesOf({3, 2, 5, 4, 7, 6, 9, 8});
 constexpr SampleLanes kLastEight = LanesOf({5, 4, 7, 6, 9, 8, 11, 10});
 
 /// (s + 2) >> 2 of eight samples; the rounding multiply does it at once. 256 is left to the pack.
-__m128i RoundedLanes(const BYTE* at, const SampleLanes& lanes) {
+__m128i RoundedLanes(const BYTE* at, const SampleLanes& lanes) noexcept {
     const __m128i spread = _mm_shuffle_epi8(Load(at), Load(lanes.bytes));
     return _mm_mulhrs_epi16(_mm_and_si128(spread, Load(lanes.mask.data())),
                             Load(lanes.scale.data()));
 }
 
-/// Two groups, 32 bytes, to 24 bytes of "YUY2". A shuffle more than the other path has, and a third
-/// fewer operations: it pays from the processors on that brought SSE4.1, whose shuffles and
-/// unaligned loads are quick.
-void UnpackBatch(const BYTE* groups, BYTE* yuy2) {
+/// Two groups, 32 bytes, to 24 bytes of "YUY2". One more shuffle than the SSSE3 kernel but a third
+/// fewer operations: faster on processors with SSE4.1, whose shuffles and unaligned loads are
+/// quick.
+void UnpackBatch(const BYTE* groups, BYTE* yuy2) noexcept {
     const __m128i first = RoundedLanes(groups, kFirstEight);
     const __m128i middle = RoundedLanes(groups + 8, kMiddleEight);
     const __m128i last = RoundedLanes(groups + 16, kLastEight);
@@ -55,10 +55,10 @@ void UnpackBatch(const BYTE* groups, BYTE* yuy2) {
     StoreEightBytes(yuy2 + 16, _mm_packus_epi16(last, last));
 }
 
-void Unpack(const BYTE* groups, BYTE* yuy2, LONG width) {
+void Unpack(const BYTE* groups, BYTE* yuy2, LONG width) noexcept {
     for (; width >= kBatchPixels; width -= kBatchPixels) {
         UnpackBatch(groups, yuy2);
-        groups += kBatchGroups * kGroupBytes;
+        groups += kBatchGroups * kV210GroupBytes;
         yuy2 += kBatchYuy2Bytes;
     }
     if (width > 0) {
@@ -66,7 +66,7 @@ void Unpack(const BYTE* groups, BYTE* yuy2, LONG width) {
     }
 }
 
-void Pack(const BYTE* yuy2, BYTE* groups, LONG width) {
+void Pack(const BYTE* yuy2, BYTE* groups, LONG width) noexcept {
     kTenBitRowsSsse3.pack(yuy2, groups, width);
 }
 

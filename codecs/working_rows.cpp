@@ -7,6 +7,8 @@
 
 #include "codecs/packed_layouts.h"
 #include "convert/convert.h"
+#include "convert/formats.h"
+#include "media/v210.h"
 
 namespace nyx {
 namespace {
@@ -43,41 +45,42 @@ constexpr const PixelFormatRow& FormatOf(int index) {
     return kPixelFormats[static_cast<std::size_t>(index)];
 }
 
-constexpr bool HasStreamAlpha(int index) {
+constexpr bool HasStreamAlpha(int index) noexcept {
     return FormatOf(index).streamAlpha == Condition::kYes;
 }
 
-/// The alpha of a pixel as a row that keeps none, or has no plane, knows it: opaque.
+/// The alpha of a pixel: opaque for a layout without alpha, or without an alpha row.
 template <int kIndex>
 int AlphaAt(const BYTE* alpha, LONG x) {
     return HasStreamAlpha(kIndex) && alpha ? std::min(WordAt(alpha, x), kOpaque) : kOpaque;
 }
 
-/// "2vuy" has no channel to keep alpha in: what has alpha is put over black there.
+/// "2vuy" has no alpha channel: pictures with alpha are put over black.
 template <int kIndex, AlphaUse kAlpha>
-constexpr bool kWeighsOnWriting = HasStreamAlpha(kIndex) &&
-                                  (kAlpha == AlphaUse::kPremultiplied || !KeepsAlpha(kIndex));
+constexpr bool kPremultipliesOnWriting = HasStreamAlpha(kIndex) &&
+                                         (kAlpha == AlphaUse::kPremultiplied ||
+                                          !KeepsAlpha(kIndex));
 
 template <int kIndex, AlphaUse kAlpha>
 void WritePairs(const WrittenRow& row) {
     constexpr PackedLayout kLayout = *FormatOf(kIndex).packed;
     BYTE* to = row.picture;
     for (LONG x = 0; x < row.width; x += 2, to += kPackedRow<kLayout>.PairBytes()) {
-        PutPair<kLayout, kWorkingBits>(
+        EncodePair<kLayout, kWorkingBits>(
             {WordAt(row.working, 2 * x), WordAt(row.working, 2 * x + 2),
              WordAt(row.working, 2 * x + 1), WordAt(row.working, 2 * x + 3),
              AlphaAt<kIndex>(row.alpha, x), AlphaAt<kIndex>(row.alpha, x + 1)},
-            kWeighsOnWriting<kIndex, kAlpha>, to);
+            kPremultipliesOnWriting<kIndex, kAlpha>, to);
     }
 }
 
 template <int kIndex, AlphaUse kAlpha>
 void ReadPairs(const ReadRow& row) {
     constexpr PackedLayout kLayout = *FormatOf(kIndex).packed;
-    constexpr bool kWeighed = KeepsAlpha(kIndex) && kAlpha == AlphaUse::kPremultiplied;
+    constexpr bool kPremultiplied = KeepsAlpha(kIndex) && kAlpha == AlphaUse::kPremultiplied;
     const BYTE* from = row.picture;
     for (LONG x = 0; x < row.width; x += 2, from += kPackedRow<kLayout>.PairBytes()) {
-        const PixelPair<int> pair = GetPair<kLayout, kWorkingBits>(from, kWeighed);
+        const PixelPair<int> pair = DecodePair<kLayout, kWorkingBits>(from, kPremultiplied);
         SetWord(row.working, 2 * x, pair[kY0]);
         SetWord(row.working, 2 * x + 1, pair[kCb]);
         SetWord(row.working, 2 * x + 2, pair[kY1]);
@@ -89,9 +92,7 @@ void ReadPairs(const ReadRow& row) {
     }
 }
 
-/// "b64a": the conversion library's little-endian A, R, G, B words, turned round.
-constexpr DWORD kDeepArgb = FourCC("A46L");
-constexpr DWORD kWorking = FourCC("W210");
+/// "b64a": the conversion library's little-endian A, R, G, B words, byte-swapped.
 constexpr LONG kDeepPixelBytes = 8;
 
 template <int kIndex>
@@ -107,7 +108,7 @@ DWORD BigEndianAt(const BYTE* at) {
     return static_cast<DWORD>(at[0] << 8 | at[1]);
 }
 
-/// The conversion's pixels take the place of the row's, and are turned round there. A row that
+/// The conversion writes over the row, whose words are then byte-swapped in place. A row that
 /// cannot be converted is cleared.
 template <int kIndex, AlphaUse kAlpha>
 void WriteDeepRgb(const StripConversion& toRgb, const WrittenRow& row) {
@@ -131,7 +132,7 @@ void WriteDeepRgb(const StripConversion& toRgb, const WrittenRow& row) {
     }
 }
 
-/// Chroma is the even pixel's own: a row may go through the conversion in strips of whole pairs.
+/// Chroma depends on the even pixel alone, so a row may be converted in strips of whole pairs.
 template <int kIndex, AlphaUse kAlpha>
 void ReadDeepRgb(const StripConversion& toYuv, const ReadRow& row) {
     constexpr LONG kStrip = 64;
@@ -160,15 +161,12 @@ void ReadDeepRgb(const StripConversion& toYuv, const ReadRow& row) {
     }
 }
 
-/// "v210": six pixels in four words of three samples, Cb Y Cr Y Cb Y ... from the lowest bits on.
-constexpr LONG kGroupPixels = 6;
-constexpr LONG kGroupBytes = 16;
-
-/// Calls `body` with each group's bytes, its first word in the working row and its samples.
+/// Calls `body` with each "v210" group's bytes, its first word in the working row and the number of
+/// its samples.
 template <typename Picture, typename Body>
 void ForEachGroup(Picture* picture, LONG width, Body body) {
-    for (LONG x = 0; x < width; x += kGroupPixels, picture += kGroupBytes) {
-        body(picture, 2 * x, std::min(kGroupPixels, width - x) * 2);
+    for (LONG x = 0; x < width; x += kV210GroupPixels, picture += kV210GroupBytes) {
+        body(picture, 2 * x, std::min(kV210GroupPixels, width - x) * 2);
     }
 }
 
@@ -178,34 +176,26 @@ constexpr LONG WorkingIndexOf(LONG sample) {
 }
 
 void PackV210(const WrittenRow& row) {
-    ForEachGroup(row.picture, row.width, [&](BYTE* group, LONG first, LONG samples) {
-        DWORD words[4] = {};
-        for (LONG i = 0; i < samples; ++i) {
-            const int sample = WordAt(row.working, first + WorkingIndexOf(i));
-            words[i / 3] |= static_cast<DWORD>(std::min(sample, kOpaque)) << (i % 3 * 10);
+    ForEachGroup(row.picture, row.width, [&](BYTE* group, LONG first, LONG count) {
+        V210Samples samples{};
+        for (LONG i = 0; i < count; ++i) {
+            samples[static_cast<std::size_t>(i)] = static_cast<Word>(
+                std::min(WordAt(row.working, first + WorkingIndexOf(i)), kOpaque));
         }
-        std::memcpy(group, words, sizeof(words));
+        PackV210Group(samples, group);
     });
 }
 
 void UnpackV210(const ReadRow& row) {
-    ForEachGroup(row.picture, row.width, [&](const BYTE* group, LONG first, LONG samples) {
-        DWORD words[4];
-        std::memcpy(words, group, sizeof(words));
-        for (LONG i = 0; i < samples; ++i) {
-            SetWord(row.working, first + WorkingIndexOf(i),
-                    static_cast<int>(words[i / 3] >> (i % 3 * 10) & 0x3FF));
+    ForEachGroup(row.picture, row.width, [&](const BYTE* group, LONG first, LONG count) {
+        const V210Samples samples = UnpackV210Group(group);
+        for (LONG i = 0; i < count; ++i) {
+            SetWord(row.working, first + WorkingIndexOf(i), samples[static_cast<std::size_t>(i)]);
         }
     });
     for (LONG x = 0; row.alpha && x < row.width; ++x) {
         SetWord(row.alpha, x, kOpaque);
     }
-}
-
-bool V210RowFits(LONG width, LONG stride) {
-    const std::int64_t bytes =
-        (std::int64_t{width} + kGroupPixels - 1) / kGroupPixels * kGroupBytes;
-    return bytes <= (stride < 0 ? -std::int64_t{stride} : std::int64_t{stride});
 }
 
 /// Calls `body` with each row.
@@ -238,7 +228,7 @@ void WriteWorkingRows(BYTE* picture, LONG stride, const BYTE* workingRows, LONG 
         }
     } else {
         StripConversion toRgb;
-        std::ignore = toRgb.PrepareFromYuv(kWorking, kYuvFlags<kIndex>, kDeepArgb, kRgbFullRange);
+        std::ignore = toRgb.PrepareFromYuv(kW210, kYuvFlags<kIndex>, kA46l, kRgbFullRange);
         forEach([&](const WrittenRow& row) { WriteDeepRgb<kIndex, kAlpha>(toRgb, row); });
     }
 }
@@ -258,7 +248,7 @@ void ReadWorkingRows(const BYTE* picture, LONG stride, BYTE* workingRows, LONG w
         }
     } else {
         StripConversion toYuv;
-        std::ignore = toYuv.PrepareToYuv(kDeepArgb, kRgbFullRange, kWorking, kYuvFlags<kIndex>);
+        std::ignore = toYuv.PrepareToYuv(kA46l, kRgbFullRange, kW210, kYuvFlags<kIndex>);
         forEach([&](const ReadRow& row) { ReadDeepRgb<kIndex, kAlpha>(toYuv, row); });
     }
 }

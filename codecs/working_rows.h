@@ -1,15 +1,15 @@
 #pragma once
 
 /// @file
-/// The routines that the Zeta2 engine calls to have its 10-bit 4:2:2 rows stored in a packed
-/// professional layout, or read from one: one for each pixel-format index from 13 on and alpha
-/// mode. They keep no state and allocate nothing.
+/// The callbacks by which the Zeta2 engine stores its 10-bit 4:2:2 rows in a packed professional
+/// layout, or reads them: one for each pixel-format index from 13 on and alpha mode. They keep no
+/// state and allocate nothing.
 ///
 /// Working rows, top to bottom in processing order: for each pixel pair Y0, Cb, Y1, Cr, one 16-bit
 /// little-endian word each, 0 to 1023 (the "W210" layout of the conversion library). Alpha rows:
 /// one such word per pixel. Without an alpha plane pixels are opaque.
 ///
-///     "v210"          the samples as they are; a row that does not fit its stride is left alone
+///     "v210"          the samples unchanged; a row that does not fit its stride is skipped
 ///     "v408" "r408"   samples rounded to 8 bits, (s + 2) >> 2 and 255 at most, alpha scaled to
 ///     "2vuy"          0..255, then stored and read as described in row_callbacks.h
 ///     "r4fl"          as there, from s / 4 without rounding
@@ -25,19 +25,19 @@
 namespace nyx {
 
 /// Stores `rows` rows in the layout of `kIndex`. `picture` is the first one; strides are in bytes,
-/// the picture's may be negative. `alphaRows` may be null. An odd last pixel is left alone; a
-/// "b64a" row that cannot be converted, without SSSE3, becomes clear black.
+/// the picture's may be negative. `alphaRows` may be null. An odd last pixel is skipped; a "b64a"
+/// row that cannot be converted, without SSSE3, becomes transparent black.
 template <int kIndex, AlphaUse kAlpha>
 void WriteWorkingRows(BYTE* picture, LONG stride, const BYTE* workingRows, LONG workingStride,
                       const BYTE* alphaRows, LONG alphaStride, LONG width, LONG rows);
 
-/// Reads `rows` rows; an `alphaRows` that is not null is filled, with opaque alpha where the layout
-/// has none.
+/// Reads `rows` rows; `alphaRows`, if not null, is filled, with opaque alpha where the layout has
+/// none.
 template <int kIndex, AlphaUse kAlpha>
 void ReadWorkingRows(const BYTE* picture, LONG stride, BYTE* workingRows, LONG workingStride,
                      BYTE* alphaRows, LONG alphaStride, LONG width, LONG rows);
 
-/// The two, as the tables of callbacks hold them.
+/// Their types in the tables of callbacks.
 using WorkingRowsWriter = void(BYTE*, LONG, const BYTE*, LONG, const BYTE*, LONG, LONG, LONG);
 using WorkingRowsReader = void(const BYTE*, LONG, BYTE*, LONG, BYTE*, LONG, LONG, LONG);
 

@@ -1,11 +1,9 @@
 #include "codecs/zeta2_codec.h"
 
-#include <cstdlib>
-
 #include "codecs/engine_records.h"
 #include "codecs/fault_guard.h"
 #include "codecs/header_checks.h"
-#include "codecs/ten_bit_rows.h"
+#include "media/v210.h"
 
 namespace nyx {
 namespace {
@@ -24,8 +22,7 @@ constexpr CodecFormats kFormats = {kFourCC, &IsZeta2Size, kAlphaDecodePairs, kAl
 DWORD CapacityFor(const BITMAPINFOHEADER& input, bool alpha, LONG maxStreamSize) {
     const auto height = static_cast<DWORD>(AbsoluteHeight(input));
     if (input.biCompression == FourCC("v210")) {
-        const std::int64_t blocks = (std::int64_t{input.biWidth} + 47) / 48;  // of 48 pixels
-        return static_cast<DWORD>(blocks) * height * 128;
+        return static_cast<DWORD>(V210Stride(input.biWidth)) * height;
     }
     const DWORD layer = static_cast<DWORD>(input.biWidth) * height * 20 >> 3;
     return layer * (alpha ? 2u : 1u) * static_cast<DWORD>(maxStreamSize) / 100;
@@ -33,9 +30,7 @@ DWORD CapacityFor(const BITMAPINFOHEADER& input, bool alpha, LONG maxStreamSize)
 
 /// "v210" is reported with 2 bytes per pixel but takes 8/3: a computed stride is too short for it.
 bool RowsFit(const SurfaceFormat& surface) {
-    return surface.index != kIndexV210 ||
-           static_cast<std::int64_t>(TenBitRowLayoutFor(surface.width).filled) <=
-               std::abs(std::int64_t{surface.stride});
+    return surface.index != kIndexV210 || V210RowFits(surface.width, surface.stride);
 }
 
 Zeta2Plane PlaneOf(const SurfaceFormat& surface) {
@@ -73,7 +68,7 @@ std::optional<bool> CZeta2Codec::Probe(ByteSpan frame, const BITMAPINFOHEADER&) 
     LONG ignored;
     const HRESULT result =
         CallEngine(&ignored, engines_[kEngine].Decode<Zeta2Entry>(), static_cast<void*>(&record));
-    // As of the Zeta engines, any length within the bytes at hand will do, 0 too.
+    // As for the Zeta engines, any length within the bytes at hand is accepted, 0 too.
     if (FAILED(result) || record.codedLength > frame.size()) {
         return std::nullopt;
     }
@@ -85,12 +80,12 @@ HRESULT CZeta2Codec::DecodeFrame(const DecodeJob& job) {
         return E_FAIL;
     }
     const Zeta2Plane plane = PlaneOf(job.surface);
-    Zeta2DecodeRecord record = {};
-    record.command = kCommandZeta2;
-    record.plane = &plane;
-    record.pixelFormat = Zeta2Code(job.surface.index, Direction::kDecode, job.alphaMode);
-    record.frame = job.frame.data();
-    record.codedLength = static_cast<DWORD>(job.frame.size());
+    Zeta2DecodeRecord record = {
+        .command = kCommandZeta2,
+        .plane = &plane,
+        .pixelFormat = Zeta2Code(job.surface.index, Direction::kDecode, job.alphaMode),
+        .frame = job.frame.data(),
+        .codedLength = static_cast<DWORD>(job.frame.size())};
     LONG ignored;
     const HRESULT result =
         CallEngine(&ignored, engines_[kEngine].Decode<Zeta2Entry>(), static_cast<void*>(&record));
@@ -110,20 +105,21 @@ HRESULT CZeta2Codec::EncodeFrame(const EncodeJob& job, LONG* codedLength) {
         return E_FAIL;
     }
     const Zeta2Plane plane = PlaneOf(surface);
-    Zeta2EncodeRecord record = {};
-    record.command = kCommandZeta2;
-    record.plane = &plane;
-    record.pixelFormat = Zeta2Code(surface.index, Direction::kEncode, job.alphaMode);
-    record.output = job.output;
-    record.outputCapacity = job.capacity;
-    // The divisor is the bytes per pixel, and so on purpose.
+    // The engine expects this divisor, the bytes per pixel.
     const DWORD pixels = static_cast<DWORD>(surface.height) * static_cast<DWORD>(surface.width);
-    record.workSize = static_cast<LONG>(pixels) / surface.bytesPerPixel / 8;
-    record.alpha = job.input->biBitCount == 32 ? kZeta2EncodeAlpha : 0;
-    record.width = surface.width;
-    record.height = surface.height;
-    record.quantScale = quality_.quant_scale;
-    record.encodeConstant = kZeta2EncodeConstant;
+    const LONG workSize = static_cast<LONG>(pixels) / surface.bytesPerPixel / 8;
+    Zeta2EncodeRecord record = {
+        .command = kCommandZeta2,
+        .plane = &plane,
+        .pixelFormat = Zeta2Code(surface.index, Direction::kEncode, job.alphaMode),
+        .output = job.output,
+        .outputCapacity = job.capacity,
+        .workSize = workSize,
+        .alpha = job.input->biBitCount == 32 ? kZeta2EncodeAlpha : 0,
+        .width = surface.width,
+        .height = surface.height,
+        .quantScale = quality_.quant_scale,
+        .encodeConstant = kZeta2EncodeConstant};
     return CallEngine(codedLength, engines_[kEngine].Encode<Zeta2Entry>(),
                       static_cast<void*>(&record));
 }

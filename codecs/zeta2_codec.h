@@ -7,7 +7,7 @@
 namespace nyx {
 
 /// The 10-bit capable intra codec "QZT2" with optional alpha: one engine for all frames, whose
-/// probe tells whether a frame carries alpha. Any even width.
+/// probe reports whether a frame carries alpha. Any even width.
 class CZeta2Codec : public CEngineCodec {
   public:
     CZeta2Codec();
@@ -28,7 +28,7 @@ class CZeta2Codec : public CEngineCodec {
     [[nodiscard]] HRESULT EncodeFrame(const EncodeJob& job, LONG* codedLength) override;
     DWORD OutputCapacity(const EncodeJob& job) override;
 
-    /// A format without an index is passed over, `biSizeImage` left as it is.
+    /// A format without an index is skipped, with `biSizeImage` unchanged.
     [[nodiscard]] HRESULT UnknownFormatResult() const override { return S_OK; }
 
     explicit CZeta2Codec(const EncoderParameters& parameters);

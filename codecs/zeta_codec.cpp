@@ -1,6 +1,8 @@
 #include "codecs/zeta_codec.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cstring>
 #include <iterator>
 #include <mutex>
@@ -42,7 +44,7 @@ DWORD BlocksOf(DWORD width, DWORD height) {
     return ((width + 15) / 16) * ((height + 15) / 16);
 }
 
-/// The least that an engine needs for one frame.
+/// The minimum of bytes that an engine needs for one frame.
 DWORD FloorFor(DWORD width, DWORD height, bool alpha) {
     return BlocksOf(width, height) * 16 * (alpha ? 2 : 1);
 }
@@ -59,8 +61,8 @@ bool StartsWith(ByteSpan frame, const char* tag, std::size_t length) {
     return frame.size() >= length && std::memcmp(frame.data(), tag, length) == 0;
 }
 
-/// Asks an engine for the frame's coded length, as its record has it afterwards. True when the call
-/// came back and the length is within the bytes at hand.
+/// Lets an engine store the frame's coded length in the record. True when the call returned and the
+/// length is within the bytes at hand.
 template <typename Record>
 bool CodedLengthFits(ZetaEntry entry, Record* record, ByteSpan frame) {
     record->command = kCommandProbe;
@@ -72,9 +74,9 @@ bool CodedLengthFits(ZetaEntry entry, Record* record, ByteSpan frame) {
 
 template <typename Record>
 Record AllOnes() {
-    Record record;
-    std::memset(&record, 0xFF, sizeof(record));
-    return record;
+    std::array<BYTE, sizeof(Record)> bytes;
+    bytes.fill(0xFF);
+    return std::bit_cast<Record>(bytes);
 }
 
 }  // namespace
@@ -141,27 +143,27 @@ std::optional<bool> CZetaCodec::Probe(ByteSpan frame, const BITMAPINFOHEADER&) {
 
 HRESULT CZetaCodec::DecodeFrame(const DecodeJob& job) {
     const SurfaceFormat& surface = job.surface;
-    LONG ignored;  // the engines' own results are not looked at
+    LONG ignored;  // the engine's result
     if (!job.streamAlpha) {
-        ZetaCoreDecodeRecord record = {};
-        record.command = kCommandDecode;
-        record.destination = surface.data;
-        record.stride = surface.stride;
-        record.bytesPerPixel = surface.bytesPerPixel;
-        record.pixelFormat = ZetaCoreCode(surface.index, Direction::kDecode);
-        record.frame = job.frame.data();
-        record.codedLength = static_cast<DWORD>(job.frame.size());
-        record.coreConstant = kCoreConstant;
+        ZetaCoreDecodeRecord record = {
+            .command = kCommandDecode,
+            .destination = surface.data,
+            .stride = surface.stride,
+            .bytesPerPixel = surface.bytesPerPixel,
+            .pixelFormat = ZetaCoreCode(surface.index, Direction::kDecode),
+            .frame = job.frame.data(),
+            .codedLength = static_cast<DWORD>(job.frame.size()),
+            .coreConstant = kCoreConstant};
         return CallEngine(&ignored, engines_[kZetaCoreEngine].Decode<ZetaEntry>(),
                           static_cast<void*>(&record));
     }
-    ZetaAlphaDecodeRecord record = {};
-    record.command = kCommandDecode;
-    record.destination = surface.data;
-    record.stride = surface.stride;
-    record.bytesPerPixel = surface.bytesPerPixel;
-    record.pixelFormat = ZetaAlphaCode(surface.index, Direction::kDecode, job.alphaMode);
-    record.frame = job.frame.data();
+    ZetaAlphaDecodeRecord record = {
+        .command = kCommandDecode,
+        .destination = surface.data,
+        .stride = surface.stride,
+        .bytesPerPixel = surface.bytesPerPixel,
+        .pixelFormat = ZetaAlphaCode(surface.index, Direction::kDecode, job.alphaMode),
+        .frame = job.frame.data()};
     const HRESULT result = CallEngine(&ignored, engines_[kZetaAlphaEngine].Decode<ZetaEntry>(),
                                       static_cast<void*>(&record));
     if (SUCCEEDED(result)) {
@@ -187,7 +189,7 @@ HRESULT CZetaCodec::EncodeFrame(const EncodeJob& job, LONG* codedLength) {
             return job.capacity < FloorFor(width, height, false) ? E_FAIL
                                                                  : EncodeCore(job, codedLength);
         case kAlphaBits:
-            // This engine is not told how much room there is, and may take all of its budget.
+            // This engine gets no capacity and may use all of its budget.
             return job.capacity < CapacityFor(width, height, true, 0)
                        ? E_FAIL
                        : EncodeAlpha(job, codedLength);
@@ -198,38 +200,38 @@ HRESULT CZetaCodec::EncodeFrame(const EncodeJob& job, LONG* codedLength) {
 
 HRESULT CZetaCodec::EncodeCore(const EncodeJob& job, LONG* codedLength) {
     const SurfaceFormat& surface = job.surface;
-    ZetaCoreEncodeRecord record = {};
-    record.command = kCommandCoreEncode;
-    record.source = surface.data;
-    record.stride = surface.stride;
-    record.bytesPerPixel = surface.bytesPerPixel;
-    record.pixelFormat = ZetaCoreCode(surface.index, Direction::kEncode);
-    record.output = job.output;
-    record.outputCapacity = job.capacity;
-    record.workSize = static_cast<LONG>(
-        BlocksOf(static_cast<DWORD>(surface.width), static_cast<DWORD>(surface.height)) * 4096);
-    record.coreConstant = kCoreConstant;
-    record.width = surface.width;
-    record.height = surface.height;
-    record.quantScale = job.settings.quant_scale;
-    record.encodeConstant = kZetaEncodeConstant;
+    const DWORD blocks =
+        BlocksOf(static_cast<DWORD>(surface.width), static_cast<DWORD>(surface.height));
+    ZetaCoreEncodeRecord record = {.command = kCommandCoreEncode,
+                                   .source = surface.data,
+                                   .stride = surface.stride,
+                                   .bytesPerPixel = surface.bytesPerPixel,
+                                   .pixelFormat = ZetaCoreCode(surface.index, Direction::kEncode),
+                                   .output = job.output,
+                                   .outputCapacity = job.capacity,
+                                   .workSize = static_cast<LONG>(blocks * 4096),
+                                   .coreConstant = kCoreConstant,
+                                   .width = surface.width,
+                                   .height = surface.height,
+                                   .quantScale = job.settings.quant_scale,
+                                   .encodeConstant = kZetaEncodeConstant};
     return CallEngine(codedLength, engines_[kZetaCoreEngine].Encode<ZetaEntry>(),
                       static_cast<void*>(&record));
 }
 
 HRESULT CZetaCodec::EncodeAlpha(const EncodeJob& job, LONG* codedLength) {
     const SurfaceFormat& surface = job.surface;
-    ZetaAlphaEncodeRecord record = {};
-    record.command = kCommandAlphaEncode;
-    record.source = surface.data;
-    record.stride = surface.stride;
-    record.bytesPerPixel = surface.bytesPerPixel;
-    record.pixelFormat = ZetaAlphaCode(surface.index, Direction::kEncode, job.alphaMode);
-    record.output = job.output;
-    record.width = surface.width;
-    record.height = surface.height;
-    record.quantScale = job.settings.quant_scale;
-    record.encodeConstant = kZetaEncodeConstant;
+    ZetaAlphaEncodeRecord record = {
+        .command = kCommandAlphaEncode,
+        .source = surface.data,
+        .stride = surface.stride,
+        .bytesPerPixel = surface.bytesPerPixel,
+        .pixelFormat = ZetaAlphaCode(surface.index, Direction::kEncode, job.alphaMode),
+        .output = job.output,
+        .width = surface.width,
+        .height = surface.height,
+        .quantScale = job.settings.quant_scale,
+        .encodeConstant = kZetaEncodeConstant};
     return CallEngine(codedLength, engines_[kZetaAlphaEngine].Encode<ZetaEntry>(),
                       static_cast<void*>(&record));
 }

@@ -8,8 +8,8 @@
 namespace nyx {
 
 /// The 8-bit 4:2:2 intra codec "QZTA" with optional alpha. Frames without alpha (tag "ZCF") are the
-/// core engine's, frames with alpha (tag "ZTA1") the alpha engine's; the tag decides, whatever the
-/// header says.
+/// core engine's, frames with alpha (tag "ZTA1") the alpha engine's. The tag decides, not the
+/// header.
 class CZetaCodec : public CEngineCodec {
   public:
     CZetaCodec();

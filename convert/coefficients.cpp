@@ -37,7 +37,7 @@ constexpr GainRow kGains[] = {
     {kMatrixBt2020, kStudioRange, 16384, 11810, -1318, -4576, 15068},
 };
 
-/// Offsets that stand as they are: three of them are one below what the rule rounds to.
+/// Fixed offsets: three of them are one below the rounded result of the rule.
 struct OffsetRow {
     LONG matrix;
     LONG range;
@@ -53,7 +53,7 @@ constexpr OffsetRow kOffsets[] = {
     {kMatrixBt2020, kFullRange, 10, {-15269916, 5839383, -19154665}},
 };
 
-/// The reverse block that is fixed: studio-range 8-bit RGB to 8-bit BT.601.
+/// The fixed reverse block: studio-range 8-bit RGB to 8-bit BT.601.
 constexpr ReverseCoefficientBlock kReverseBt601Studio = {
     {3736, 19235, 9798, 16384},
     {16758, -11103, -5655, 4210688},

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The numbers of the colour matrices: one table, and the rule behind it for what is not tabulated.
+/// The numbers of the colour matrices: a table, and the rule for combinations outside it.
 
 #include <cstdint>
 
@@ -51,8 +51,8 @@ constexpr int kDeepExtraBits = 4;
 
 /// The block for RGB of 10 or 16 bits per channel, from samples at the 10-bit scale (8-bit samples
 /// times 4). Gains have 18 and 17 fractional bits; sums have 20 and count in 8-bit codes, so that a
-/// sum divided by 2^12 is the channel in 1/256 of an 8-bit code, rounded. Offsets are built from
-/// the stored gains: grey comes out grey to the last bit.
+/// sum divided by 2^12 is the channel in 1/256 of an 8-bit code, rounded. Offsets are derived from
+/// the stored gains, so that grey stays grey to the last bit.
 CoefficientBlock YuvToDeepRgbCoefficients(LONG matrix, LONG range, LONG destinationBits);
 
 /// One output of the RGB-to-YUV direction: B b + G g + R r + offset.

@@ -29,8 +29,9 @@ bool IsAlphaMode(LONG mode) {
     return mode == kStraightAlpha || mode == kPremultipliedAlpha;
 }
 
-/// 8-bit RGB knows straight alpha alone; colours are scaled on the way to RGB only.
-bool TakesAlphaModes(const ConversionKind& kind, const PixelFormat& from, const PixelFormat& to) {
+/// 8-bit RGB supports straight alpha only.
+bool SupportsAlphaModes(const ConversionKind& kind, const PixelFormat& from,
+                        const PixelFormat& to) {
     if (kind.sourceAlphaMode == kStraightAlpha && kind.destinationAlphaMode == kStraightAlpha) {
         return true;
     }
@@ -80,7 +81,7 @@ HRESULT ChooseConversion(const ConversionKind& kind, Conversion* conversion) {
     }
     const PixelFormat& from = *FindPixelFormat(kind.source);
     const PixelFormat& to = *FindPixelFormat(kind.destination);
-    if (kind.alphaPlane && !TakesAlphaModes(kind, from, to)) {
+    if (kind.alphaPlane && !SupportsAlphaModes(kind, from, to)) {
         return E_INVALIDARG;
     }
     *conversion = {kernel, NumbersOf(kind, from, to)};
@@ -101,9 +102,10 @@ HRESULT RunConversion(const CpuInfo& cpu, const Conversion& conversion,
     if (!HasCpuFeature(cpu, kCpuSsse3)) {
         return E_UNEXPECTED;
     }
-    const KernelPlanes checked = {*planes.source, *planes.destination,
-                                  PlaneOrNone(planes.sourceAlpha),
-                                  PlaneOrNone(planes.destinationAlpha)};
+    const KernelPlanes checked = {.source = *planes.source,
+                                  .destination = *planes.destination,
+                                  .sourceAlpha = PlaneOrNone(planes.sourceAlpha),
+                                  .destinationAlpha = PlaneOrNone(planes.destinationAlpha)};
     return RunKernel(
         [&] { ConvertRows(*conversion.kernel, conversion.numbers, checked, width, height); });
 }

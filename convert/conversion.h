@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// What stands between the public entries and the kernels: a conversion with its range and matrix
-/// already chosen. Callers that need a matrix the public entries never choose come in here.
+/// The layer between the public entries and the kernels: conversions by range and matrix, including
+/// a matrix that the public entries never choose.
 
 #include "convert/kernels/kernels.h"
 
@@ -18,19 +18,19 @@ enum AlphaMode : LONG {
     kPremultipliedAlpha = 1,  ///< colours are scaled by alpha
 };
 
-/// What a conversion is chosen by. One of the formats is a 4:2:2 layout, the other an RGB one; RGB
+/// The properties of a conversion. One of the formats is a 4:2:2 layout, the other an RGB one; RGB
 /// is converted to YUV with one alpha mode for both sides.
 struct ConversionKind {
     DWORD source;
     DWORD destination;
-    LONG range;   ///< RangeVariant
-    LONG matrix;  ///< MatrixId
+    LONG range = kStudioRange;   ///< RangeVariant
+    LONG matrix = kMatrixBt601;  ///< MatrixId
     bool alphaPlane = false;
     LONG sourceAlphaMode = kStraightAlpha;  ///< the modes count with an alpha plane only
     LONG destinationAlphaMode = kStraightAlpha;
 };
 
-/// A kernel and its numbers, chosen once for any number of pictures or strips of them.
+/// A kernel and its numbers, for any number of pictures or strips of them.
 struct Conversion {
     const Kernel* kernel = nullptr;
     KernelNumbers numbers = {};
@@ -45,7 +45,7 @@ struct ConversionPlanes {
 };
 
 /// Chooses the conversion. `E_INVALIDARG`, with the conversion empty, for formats, alpha modes, a
-/// range or a matrix that do not go together.
+/// range or a matrix that do not fit together.
 [[nodiscard]] HRESULT ChooseConversion(const ConversionKind& kind, Conversion* conversion);
 
 /// Runs a conversion on the processor that `cpu` describes. Checked in this order: that it was
@@ -54,10 +54,10 @@ struct ConversionPlanes {
 [[nodiscard]] HRESULT RunConversion(const CpuInfo& cpu, const Conversion& conversion,
                                     const ConversionPlanes& planes, LONG width, LONG height);
 
-/// Runs what may throw and turns that into a result: an HRESULT is returned as it is, anything else
-/// is `E_UNEXPECTED`.
+/// Runs a kernel and returns what it throws: an HRESULT itself, anything else as `E_UNEXPECTED`.
+/// Our kernels throw nothing; this is deliberate for any that might.
 template <class Body>
-[[nodiscard]] HRESULT RunKernel(Body body) {
+[[nodiscard]] HRESULT RunKernel(Body body) noexcept {
     try {
         body();
         return S_OK;

@@ -48,10 +48,12 @@ HRESULT ConvertFromYuv(const ImagePlane* source, const ImagePlane* sourceAlpha, 
                        DWORD destinationFourCC, DWORD destinationColourFlags,
                        LONG destinationAlphaMode, LONG width, LONG height) {
     Conversion conversion;
-    const HRESULT chosen =
-        ChooseFromYuv({sourceFourCC, destinationFourCC, 0, 0, sourceAlpha != nullptr,
-                       sourceAlphaMode, destinationAlphaMode},
-                      sourceColourFlags, destinationColourFlags, &conversion);
+    const HRESULT chosen = ChooseFromYuv({.source = sourceFourCC,
+                                          .destination = destinationFourCC,
+                                          .alphaPlane = sourceAlpha != nullptr,
+                                          .sourceAlphaMode = sourceAlphaMode,
+                                          .destinationAlphaMode = destinationAlphaMode},
+                                         sourceColourFlags, destinationColourFlags, &conversion);
     return FAILED(chosen) ? chosen
                           : RunConversion(GetCpuInfo(), conversion,
                                           {source, destination, sourceAlpha}, width, height);
@@ -62,25 +64,31 @@ HRESULT ConvertToYuv(const ImagePlane* source, DWORD sourceFourCC, DWORD sourceC
                      const ImagePlane* destinationAlpha, DWORD destinationFourCC,
                      DWORD destinationColourFlags, LONG alphaMode, LONG width, LONG height) {
     Conversion conversion;
-    const HRESULT chosen = ChooseToYuv({sourceFourCC, destinationFourCC, 0, 0,
-                                        sourceAlpha || destinationAlpha, alphaMode, alphaMode},
+    const HRESULT chosen = ChooseToYuv({.source = sourceFourCC,
+                                        .destination = destinationFourCC,
+                                        .alphaPlane = sourceAlpha || destinationAlpha,
+                                        .sourceAlphaMode = alphaMode,
+                                        .destinationAlphaMode = alphaMode},
                                        sourceColourFlags, destinationColourFlags, &conversion);
-    return FAILED(chosen)
-               ? chosen
-               : RunConversion(GetCpuInfo(), conversion,
-                               {source, destination, sourceAlpha, destinationAlpha}, width, height);
+    return FAILED(chosen) ? chosen
+                          : RunConversion(GetCpuInfo(), conversion,
+                                          {.source = source,
+                                           .destination = destination,
+                                           .sourceAlpha = sourceAlpha,
+                                           .destinationAlpha = destinationAlpha},
+                                          width, height);
 }
 
 HRESULT StripConversion::PrepareFromYuv(DWORD sourceFourCC, DWORD sourceColourFlags,
                                         DWORD destinationFourCC, DWORD destinationColourFlags) {
-    return ChooseFromYuv({sourceFourCC, destinationFourCC, 0, 0}, sourceColourFlags,
-                         destinationColourFlags, &conversion_);
+    return ChooseFromYuv({.source = sourceFourCC, .destination = destinationFourCC},
+                         sourceColourFlags, destinationColourFlags, &conversion_);
 }
 
 HRESULT StripConversion::PrepareToYuv(DWORD sourceFourCC, DWORD sourceColourFlags,
                                       DWORD destinationFourCC, DWORD destinationColourFlags) {
-    return ChooseToYuv({sourceFourCC, destinationFourCC, 0, 0}, sourceColourFlags,
-                       destinationColourFlags, &conversion_);
+    return ChooseToYuv({.source = sourceFourCC, .destination = destinationFourCC},
+                       sourceColourFlags, destinationColourFlags, &conversion_);
 }
 
 HRESULT StripConversion::Run(const ImagePlane& source, const ImagePlane& destination, LONG width,

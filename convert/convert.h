@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// Pixel-format conversion between the codecs' 4:2:2 working layouts and RGB. Knows nothing of
-/// codecs or filters. All entries are reentrant and keep no state of their own.
+/// Pixel-format conversion between the codecs' 4:2:2 working layouts and RGB. All entries are
+/// reentrant and keep no state.
 
 #include "convert/conversion.h"
 #include "platform/fourcc.h"
@@ -10,15 +10,14 @@
 
 namespace nyx {
 
-/// One image, or one alpha plane, as the kernels walk it. Fields are 32-bit signed but for the
-/// pointer. The caller owns the memory and vouches for it.
+/// One image, or one alpha plane. The caller owns the memory and guarantees its size.
 struct ImagePlane {
     /// First byte of the first row in processing order; for a bottom-up RGB buffer the address of
     /// the last row in memory, with a negative pitch.
     BYTE* data;
     /// Bytes from the start of one row to the start of the next in processing order.
     LONG pitch;
-    /// `pitch` less width times bytes per pixel: what a kernel adds after the bytes of a row.
+    /// `pitch` less width times bytes per pixel: the step from a row's last byte to the next row.
     LONG rowGap;
 };
 
@@ -34,7 +33,7 @@ enum RgbColourFlags : DWORD {
     kRgbFullRange = 1,    ///< 0 to 255
 };
 
-/// Bytes that one pixel of a conversion format takes, 0 for a FourCC that is not one of them.
+/// Bytes of one pixel of a conversion format, 0 for any other FourCC.
 LONG BytesPerPixel(DWORD fourcc);
 
 /// Combines both sides' colour flags: 0 studio BT.601, 1 full BT.601, 2 studio BT.709, 3 full
@@ -47,14 +46,14 @@ int ResolveColourFlags(DWORD rgbFlags, DWORD yuvFlags);
 /// neighbour's.
 ///
 /// `sourceAlpha` has one byte per pixel and may be null; layouts with alpha then carry full alpha.
-/// With an alpha plane, 8-bit layouts store its bytes and take both alpha modes 0 only. Deep
-/// layouts take each mode as 0 (straight) or 1 (premultiplied): equal modes leave the colours,
+/// With an alpha plane, 8-bit layouts store its bytes and accept only alpha modes of 0. Deep
+/// layouts accept 0 (straight) or 1 (premultiplied) for each mode: equal modes keep the colours,
 /// unequal ones scale them by alpha or its inverse about black; a transparent pixel of a
 /// premultiplied source becomes black, and colours below black count as black. Premultiplied
 /// full-range colours never exceed their alpha.
 ///
 /// Results: `S_OK`; `E_INVALIDARG` for an unsupported combination or size; `E_POINTER` for a
-/// missing image; `E_UNEXPECTED` without SSSE3; found in the order of combination, images, size,
+/// missing image; `E_UNEXPECTED` without SSSE3; checked in the order of combination, images, size,
 /// processor. A failed request writes nothing. Callable on any thread.
 [[nodiscard]] HRESULT ConvertFromYuv(const ImagePlane* source, const ImagePlane* sourceAlpha,
                                      DWORD sourceFourCC, DWORD sourceColourFlags,
@@ -62,7 +61,7 @@ int ResolveColourFlags(DWORD rgbFlags, DWORD yuvFlags);
                                      DWORD destinationFourCC, DWORD destinationColourFlags,
                                      LONG destinationAlphaMode, LONG width, LONG height);
 
-/// Converts an RGB picture to "YUY2" or "W210"; chroma is picked from the even pixel of each pair.
+/// Converts an RGB picture to "YUY2" or "W210"; chroma is that of the even pixel of each pair.
 /// Both alpha planes may be null. A destination alpha plane receives the source alpha plane's
 /// bytes, else the upper eight bits of the pixels' own alpha, else 255. `alphaMode` is common to
 /// both sides, so that colours are not scaled; with an alpha plane it is 0, of deep layouts 0 or 1.
@@ -74,12 +73,12 @@ int ResolveColourFlags(DWORD rgbFlags, DWORD yuvFlags);
                                    DWORD destinationColourFlags, LONG alphaMode, LONG width,
                                    LONG height);
 
-/// A conversion without alpha planes that is chosen once and then run on any number of strips of
-/// rows. Prepared, it may be run on several threads at once.
+/// A conversion without alpha planes, prepared once for any number of strips of rows. Several
+/// threads may run a prepared one at once.
 class StripConversion {
   public:
-    /// Both take the formats and flags as ConvertFromYuv and ConvertToYuv do; `E_INVALIDARG` for an
-    /// unsupported combination, after which nothing can be run.
+    /// Formats and flags as for ConvertFromYuv and ConvertToYuv; `E_INVALIDARG` for an unsupported
+    /// combination, after which Run fails.
     [[nodiscard]] HRESULT PrepareFromYuv(DWORD sourceFourCC, DWORD sourceColourFlags,
                                          DWORD destinationFourCC, DWORD destinationColourFlags);
     [[nodiscard]] HRESULT PrepareToYuv(DWORD sourceFourCC, DWORD sourceColourFlags,

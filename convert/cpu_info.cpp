@@ -12,7 +12,7 @@ namespace {
 constexpr DWORD kFirstExtendedLeaf = 0x80000000;
 constexpr int kExtendedFeatures = CpuInfo::kStandardSlots + 1;
 
-/// What must hold beside a flag's own bit.
+/// A requirement beside a flag's own bit.
 enum class Requirement { kNothing, kSseUsable, kAvxUsable, kSeveralProcessors };
 
 /// One flag: a bit of a word of a slot of the record.
@@ -32,8 +32,9 @@ constexpr Flag kSse = {26, 1, kEdx, 25};
 constexpr Flag kOsSavesState = {-1, 1, kEcx, 27};
 constexpr Flag kAvx = {-1, 1, kEcx, 28};
 
-/// The flags after the first seventeen; of an index with two rows either will do.
+/// The flags after the first seventeen; of an index with two rows either suffices.
 constexpr Flag kFlags[] = {
+    // index, slot, word, bit, requirement
     {20, 1, kEdx, 25},
     {20, kExtendedFeatures, kEdx, 22},
     {21, 1, kEdx, 23},
@@ -140,17 +141,16 @@ std::uint64_t HardwareXcr0() {
 
 bool HardwareSseUsable() {
 #ifdef _WIN32
-    // The platform's own answer to whether an SSE instruction would fault; it knows both the
-    // processor and whether it saves the state.
+    // The platform considers both the processor and whether it saves the state itself.
     return IsProcessorFeaturePresent(PF_XMMI_INSTRUCTIONS_AVAILABLE) != FALSE;
 #else
     return true;
 #endif
 }
 
-/// Filled while the program or library loads, which happens once and on one thread. A static inside
-/// the function would be guarded by the compiler's thread runtime, which keeps a thread-local slot
-/// and a record of the thread when the library is unloaded.
+/// Filled while the program or library loads, once and on one thread. The compiler's thread runtime
+/// would guard a function-local static, and leave a thread-local slot and a record of the thread
+/// behind when the library is unloaded.
 const CpuInfo thisProcessor = FillCpuInfo({HardwareCpuid, HardwareXcr0, HardwareSseUsable});
 
 }  // namespace

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// What the processor reports about itself, read once, and the numeric questions asked of it.
+/// The processor's description of itself, read once, and its features by number.
 
 #include <cstdint>
 
@@ -32,13 +32,13 @@ struct CpuInfo {
     LONG sseUsable;      ///< 1 when the operating system runs SSE instructions without a fault
 };
 
-/// The indices of HasCpuFeature that the module asks for.
+/// The indices of HasCpuFeature that the module uses.
 enum CpuFeature : LONG {
     kCpuSsse3 = 30,
     kCpuSse41 = 31,
 };
 
-/// Where a record is filled from; the processor itself, or a made-up one in tests.
+/// The source of a record: the processor itself, or a simulated one in tests.
 struct CpuSource {
     CpuidWords (*cpuid)(DWORD leaf);  ///< called with sub-leaf 0
     std::uint64_t (*xcr0)();          ///< called only when leaf 1 reports OSXSAVE
@@ -49,13 +49,13 @@ struct CpuSource {
 CpuInfo FillCpuInfo(const CpuSource& source);
 
 /// The record of this processor, filled while the program or library loads. Callable on any thread
-/// once static objects are made.
+/// after static initialisation.
 const CpuInfo& GetCpuInfo();
 
-/// Answers an index from `info`; 1 or 0 for flags. Every index is 0 when the processor
-/// reports no standard leaf beyond 0, and an index with no meaning here is 0.
+/// The value of a feature; 1 or 0 for flags. 0 for every index when the processor reports no
+/// standard leaf beyond 0, and for an index outside the table.
 ///
-/// | index | answer |
+/// | index | value |
 /// |---|---|
 /// | 0 | vendor: 2 "GenuineIntel", 1 "AuthenticAMD", 3 "CyrixInstead", 4 "CentaurHauls", else 0 |
 /// | 1 | processor generation; not kept, always 0 (unknown) |

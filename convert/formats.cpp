@@ -6,6 +6,7 @@ namespace nyx {
 namespace {
 
 constexpr PixelFormat kFormats[] = {
+    // fourcc, kind, bits per channel, bytes per pixel, alpha's byte, alpha's first bit
     {kYuy2, FormatKind::kYuv422, 8, 2, -1, 0},  {kW210, FormatKind::kYuv422, 10, 4, -1, 0},
     {kBgr3, FormatKind::kRgb8, 8, 3, -1, 0},    {kRgb3, FormatKind::kRgb8, 8, 3, -1, 0},
     {kBgra, FormatKind::kRgb8, 8, 4, 3, 0},     {kRgba, FormatKind::kRgb8, 8, 4, 3, 0},

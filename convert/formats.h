@@ -40,10 +40,10 @@ struct PixelFormat {
     LONG alphaShift;  ///< the bit of that byte where they start
 };
 
-/// The row of a FourCC, or null when it is not one of the library's formats.
+/// The row of a FourCC, null for any other format.
 ///
 /// The deep layouts, one for both directions. 16-bit channels are little-endian words; 10-bit
-/// channels lie side by side from bit 0 of a little-endian number of 4 or 5 bytes. The example is
+/// channels are packed from bit 0 of a little-endian number of 4 or 5 bytes. The example is
 /// the pixel R 0x1234, G 0x5678, B 0x9ABC, A 0xDEF0 for 16 bits, and R 0x123, G 0x256, B 0x389,
 /// A 0x0AC for 10 bits.
 ///

@@ -9,10 +9,10 @@
 namespace nyx {
 namespace {
 
-/// Sampling frequency and the least samples per frame in each system; AF_SIZE counts from there.
+/// Sampling frequency and the minimum of samples per frame in each system; AF_SIZE is the excess.
 struct SamplingClass {
     LONG rate;
-    LONG leastSamples[2];  // 525/60, 625/50
+    LONG minSamples[2];  // 525/60, 625/50
 };
 
 constexpr SamplingClass kSamplingClasses[] = {
@@ -32,7 +32,7 @@ bool IsEmpty(const BYTE* pack) {
 }
 
 /// Channels of one audio block by CHN (0: one channel per block, 1: two) and AUDIO_MODE; nothing
-/// for a pair that no recording can have.
+/// for an invalid pair.
 std::optional<LONG> ChannelCount(BYTE chn, BYTE mode) {
     if (mode == kNoAudioMode && chn < 2) {
         return 0;
@@ -60,7 +60,7 @@ HRESULT DecodeAudioSourcePack(const BYTE* pack, const BYTE* videoSourcePack, Aud
     if (!record) {
         return E_POINTER;
     }
-    *record = {0, 0, 0, 0, 0};
+    *record = kNoAudio;
     if (!pack || IsEmpty(pack)) {
         return S_OK;
     }
@@ -79,7 +79,7 @@ HRESULT DecodeAudioSourcePack(const BYTE* pack, const BYTE* videoSourcePack, Aud
         record->sampleRate = samplingClass.rate;
         if (afSize != kSamplesUnknown) {
             record->samplesPerFrame =
-                afSize + samplingClass.leastSamples[(pack[kPc3] & kSystemBit) != 0];
+                afSize + samplingClass.minSamples[(pack[kPc3] & kSystemBit) != 0];
         }
     } else {
         result = E_FAIL;

@@ -1,8 +1,7 @@
 #pragma once
 
 /// @file
-/// The audio source pack (AAUX, ID 0x50; IEC 61834-4, SMPTE 314M): how one audio block of a frame
-/// is recorded.
+/// The audio source pack (AAUX, ID 0x50; IEC 61834-4, SMPTE 314M), which describes one audio block.
 
 #include "platform/win_types.h"
 
@@ -13,9 +12,11 @@ struct AudioRecord {
     LONG channels = -1;         ///< 0, 1 or 2
     LONG bitsPerSample = -1;    ///< 16, 12 or 20; 0 unknown
     LONG sampleRate = -1;       ///< 48000, 44100 or 32000 Hz; 0 unknown
-    LONG samplesPerFrame = -1;  ///< per channel; 0 when the pack does not tell
+    LONG samplesPerFrame = -1;  ///< per channel; 0 unknown
     LONG locked = 0;            ///< 1 when the sample clock is locked to the video
 };
+constexpr AudioRecord kNoAudio = {
+    .channels = 0, .bitsPerSample = 0, .sampleRate = 0, .samplesPerFrame = 0};
 
 /// The SMP field of an audio source pack (PC4 bits 5..3).
 enum AudioSampling : BYTE { kSampling48000 = 0, kSampling44100 = 1, kSampling32000 = 2 };
@@ -25,9 +26,9 @@ BYTE AudioSamplingOf(const BYTE* pack);
 bool IsLockedAudio(const BYTE* pack);
 
 /// Decodes the five bytes at `pack` into `record`. A null pack, an empty one (payload all ones) and
-/// one of the other television system than `videoSourcePack` (when given) are no audio: a record of
-/// zeroes and S_OK. E_FAIL when a field has a value that no recording can have; the other fields of
-/// `record` are filled all the same. E_POINTER for a null record.
+/// one of another television system than `videoSourcePack` (when given) give kNoAudio and S_OK.
+/// E_FAIL when a field has an invalid value; the other fields of `record` are filled all the same.
+/// E_POINTER for a null record.
 [[nodiscard]] HRESULT DecodeAudioSourcePack(const BYTE* pack, const BYTE* videoSourcePack,
                                             AudioRecord* record);
 

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// Where things lie in a compressed DV frame (IEC 61834-2, SMPTE 314M, SMPTE 370M). A frame is a
+/// The layout of a compressed DV frame (IEC 61834-2, SMPTE 314M, SMPTE 370M). A frame is a
 /// row of DIF sequences; a sequence is 150 blocks of 80 bytes: header, 2 subcode, 3 VAUX, then 9
 /// audio blocks, each followed by 15 video blocks. Offsets are bytes from the start of a sequence
 /// unless said otherwise.
@@ -51,7 +51,7 @@ constexpr DWORD SequencesPerChannel(std::size_t frameBytes) {
     return frameBytes % (12 * kDifSequenceBytes) == 0 ? 12 : 0;
 }
 
-/// Half of a channel's sequences, told from the frame's count of them: each half carries its own
+/// Half of a channel's sequences, by the frame's count of them: each half carries its own
 /// audio, and optional subcode and VAUX packs differ between halves.
 constexpr DWORD SequencesPerHalfChannel(std::size_t sequenceCount) {
     return sequenceCount % 10 == 0 ? 5 : 6;

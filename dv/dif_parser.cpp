@@ -21,7 +21,10 @@ LONG PayloadOf(const BYTE* pack) {
 
 PackPayload ReadPayload(const BYTE* pack) {
     const LONG value = PayloadOf(pack);
-    return {!pack ? 0 : value == -1 ? 2 : 1, value};
+    if (!pack) {
+        return {};
+    }
+    return {value == -1 ? 2 : 1, value};
 }
 
 }  // namespace
@@ -101,17 +104,17 @@ void CLvtDifParser::FindFirstHalfAudio() {
     }
 }
 
-/// Looks the second halves up and decodes every slot; false when a pack is not sound. The second
+/// Looks the second halves up and decodes every slot; false when a pack is invalid. The second
 /// half's pack counts even where the headers flag the audio areas as not valid.
 bool CLvtDifParser::DecodeAudio() {
-    state_.audio.fill({0, 0, 0, 0, 0});
-    bool sound = true;
+    state_.audio.fill(kNoAudio);
+    bool allValid = true;
     for (DWORD channel = 0; channel < ParsedChannels(); ++channel) {
         state_.audioSource[2 * channel + 1] =
             FindAudioSourcePack(state_.frame, state_.frameBytes, channel, 1);
         for (std::size_t slot = 2 * channel; slot <= 2 * channel + 1; ++slot) {
             AudioRecord& record = state_.audio[slot];
-            sound &= SUCCEEDED(
+            allValid &= SUCCEEDED(
                 DecodeAudioSourcePack(state_.audioSource[slot], state_.videoSource, &record));
             state_.audioChannels += record.channels;
             state_.audioSamplesPerFrame =
@@ -119,7 +122,7 @@ bool CLvtDifParser::DecodeAudio() {
         }
     }
     state_.audioChannelsEven = (state_.audioChannels + 1) / 2 * 2;
-    return sound;
+    return allValid;
 }
 
 AudioTraits CLvtDifParser::DescribeAudio() const {

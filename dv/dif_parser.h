@@ -2,7 +2,7 @@
 
 /// @file
 /// Reads one compressed DV frame without decoding any video: variant, picture geometry, frame rate,
-/// field order, aspect, audio layout, and where timecode and recording date lie (IEC 61834,
+/// field order, aspect, audio layout, timecode and recording date (IEC 61834,
 /// SMPTE 314M, SMPTE 370M).
 
 #include <array>
@@ -26,8 +26,8 @@ struct PackPayload {
     LONG value = -1;  ///< -1 unset
 };
 
-/// Everything that a parse finds. Pack pointers lie inside the caller's frame and are null when the
-/// frame does not carry the pack.
+/// The results of a parse. Pack pointers are into the caller's frame, null when the frame lacks the
+/// pack.
 struct DifState {
     const BYTE* frame = nullptr;
     std::size_t frameBytes = 0;
@@ -59,14 +59,13 @@ struct DifState {
     PackPayload binaryGroupPayload;
 };
 
-/// Parses one frame and answers questions about it. Allocates nothing, throws nothing, never reads
-/// outside the frame nor writes into it; keeps pointers into the frame, which must outlive it. One
-/// object serves one thread at a time.
+/// Parses one frame and describes it. Never allocates, throws, reads outside the frame or writes
+/// into it; keeps pointers into the frame, which must outlive it. For one thread at a time.
 class CLvtDifParser {
   public:
     /// Reads the `size` bytes at `frame` (any size, null allowed), forgetting an earlier frame.
     /// 1 when the frame was recognised: application ID, audio source packs and picture format are
-    /// all sound. E_FAIL otherwise; what was found is readable in both cases.
+    /// all valid. E_FAIL otherwise. The fields that were found are set in both cases.
     [[nodiscard]] HRESULT Parse(const void* frame, std::size_t size);
 
     /// 0 top field first, 1 bottom field first, 2 progressive, -1 unknown.
@@ -90,8 +89,7 @@ class CLvtDifParser {
     LONG GetRecDatePack() const;
     LONG GetRecTimePack() const;
 
-    /// Everything found. The two payload pairs are unset after every parse: the operations above
-    /// tell the payloads.
+    /// All results. The two payload pairs are unset after every parse: use the operations above.
     const DifState& State() const { return state_; }
 
   private:

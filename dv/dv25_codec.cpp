@@ -18,7 +18,7 @@ constexpr DvPictureSize kSizes[] = {
 
 constexpr DvVariant kVariant = MakeDvVariant<kSizes>(kFourCC);
 
-/// A picture of 720 pixels per row, walked in the direction of another one.
+/// A picture of 720 pixels per row, top-down or bottom-up.
 SurfaceFormat RecordedSurface(const ScratchImage& picture, int index, bool bottomUp) {
     SurfaceFormat surface = picture.Surface(index);
     if (bottomUp) {
@@ -28,7 +28,7 @@ SurfaceFormat RecordedSurface(const ScratchImage& picture, int index, bool botto
     return surface;
 }
 
-/// How rows are resampled: "YUY2" by macropixels of two pixels.
+/// "YUY2" is resampled by macropixels of two pixels.
 ResampleUnit UnitOf(LONG bytesPerPixel) {
     return bytesPerPixel == 3 ? ResampleUnit::kThreeBytes : ResampleUnit::kFourBytes;
 }
@@ -63,7 +63,7 @@ HRESULT CDv25Codec::DecodeFrame(LONG width, LONG height, LONG flags, const void*
     if (!scratch) {
         return E_OUTOFMEMORY;
     }
-    // Only the engine's output code tells the layout here.
+    // `outputCode` names the layout; the index has no effect here.
     const SurfaceFormat recorded = RecordedSurface(scratch, kIndexYuy2, stride < 0);
     const HRESULT result =
         CDvCodecBase::DecodeFrame(kRecordedWidth, height, flags, frame, recorded.data,
@@ -93,10 +93,10 @@ LONG CDv25Codec::EncodeFlags(const SurfaceFormat& source) const {
     }
 }
 
-HRESULT CDv25Codec::EncodePicture(LONG flags, const SurfaceFormat& source, LONG inputCode,
-                                  void* frame, LONG* length) {
+HRESULT CDv25Codec::EncodePicture(LONG flags, const SurfaceFormat& source, void* frame,
+                                  LONG* length) {
     if (source.width == kRecordedWidth) {
-        return CallEncode(flags, source, inputCode, frame, length);
+        return CallEncode(flags, source, frame, length);
     }
     const LONG bytesPerPixel = source.bytesPerPixel;
     ScratchMemory memory(&kept_);
@@ -111,7 +111,7 @@ HRESULT CDv25Codec::EncodePicture(LONG flags, const SurfaceFormat& source, LONG 
                            {recorded.data, recorded.stride, UnitsOf(kRecordedWidth, bytesPerPixel)},
                            source.height);
     });
-    return FAILED(result) ? result : CallEncode(flags, recorded, inputCode, frame, length);
+    return FAILED(result) ? result : CallEncode(flags, recorded, frame, length);
 }
 
 }  // namespace nyx

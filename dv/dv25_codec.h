@@ -12,12 +12,12 @@ class CDv25Codec : public CDvCodecBase {
   public:
     CDv25Codec();
 
-    /// E_FAIL for no sample at all, else as DvReferenceFile tells.
+    /// E_FAIL for a null sample, else the result of DvReferenceFile.
     [[nodiscard]] HRESULT ReadReferenceFrame(ByteSpan sample, std::unique_ptr<BYTE[]>* buffer,
                                              DWORD* length) override;
 
-    /// Pictures of another width than 720 are stretched from a temporary one; 32-bit ones are not,
-    /// and keep their contents. E_OUTOFMEMORY without memory for it.
+    /// Pictures of another width than 720 are stretched from a temporary one; the contents of
+    /// 32-bit ones stay as they were. E_OUTOFMEMORY without memory for the temporary picture.
     [[nodiscard]] HRESULT DecodeFrame(LONG width, LONG height, LONG flags, const void* frame,
                                       BYTE* destination, LONG stride, LONG bytesPerPixel,
                                       LONG outputCode) override;
@@ -27,8 +27,8 @@ class CDv25Codec : public CDvCodecBase {
     LONG EncodeFlags(const SurfaceFormat& source) const override;
 
     /// Pictures of another width than 720 are squeezed into a temporary one.
-    [[nodiscard]] HRESULT EncodePicture(LONG flags, const SurfaceFormat& source, LONG inputCode,
-                                        void* frame, LONG* length) override;
+    [[nodiscard]] HRESULT EncodePicture(LONG flags, const SurfaceFormat& source, void* frame,
+                                        LONG* length) override;
 
     bool wide_screen_;
     bool dvcpro25_;

@@ -21,8 +21,8 @@ constexpr int kDecodedFormats = kIndexV210 + 1;
 constexpr int kEncodedFormats = kIndexV210;
 static_assert(std::size(kPixelFormatCodes) == kDecodedFormats);
 
-/// The engine's name for a format code, 0 for one that it does not decode.
-LONG VariantFlags(LONG formatCode) {
+/// The engine's flags for a format code, 0 for one that it does not decode.
+LONG VariantFlags(LONG formatCode) noexcept {
     switch (formatCode) {
         case kFormatDv25:
         case kFormatDv25Locked:
@@ -41,35 +41,36 @@ LONG VariantFlags(LONG formatCode) {
 }
 
 /// The engine takes no length and paints a picture of the frame's own size: both have to fit.
-bool FitsSurface(const FormatRecord& format, ByteSpan frame, const SurfaceFormat& surface) {
+bool FitsSurface(const FormatRecord& format, ByteSpan frame,
+                 const SurfaceFormat& surface) noexcept {
     return frame.size() >= static_cast<std::size_t>(format.frameBytes) &&
            format.codedWidth <= surface.width && format.codedHeight == surface.height;
 }
 
-/// A chain of references that is longer is taken for one without an end.
+/// A longer chain of references counts as endless.
 constexpr int kMaxReferences = 8;
 
 FrameInfo DescribeDvFrame(ByteSpan frame) {
     CLvtDifParser parser;
     std::ignore = parser.Parse(frame.data(), frame.size());  // unset values are -1
     const auto [aspectX, aspectY] = parser.GetPixelAspect();
-    return {parser.GetFieldOrder(),
-            aspectX,
-            aspectY,
-            parser.GetTimecodePack(),
-            parser.GetBinaryGroupPack(),
-            parser.GetRecDatePack(),
-            parser.GetRecTimePack()};
+    return {.fieldOrder = parser.GetFieldOrder(),
+            .pixelAspectX = aspectX,
+            .pixelAspectY = aspectY,
+            .infoA = parser.GetTimecodePack(),
+            .infoB = parser.GetBinaryGroupPack(),
+            .rdrtA = parser.GetRecDatePack(),
+            .rdrtB = parser.GetRecTimePack()};
 }
 
-/// The picture's memory may be what went away.
+/// Guarded, since the failure may be that the picture's memory is gone.
 HRESULT FailBlack(const SurfaceFormat& output) {
     std::ignore = Guarded([&] { FillBlack(output); });
     return E_FAIL;
 }
 
-/// Rows that lie apart, so that none reaches past the picture.
-bool HasValidStride(const SurfaceFormat& surface) {
+/// Whether rows do not overlap, so that none reaches past the picture.
+bool HasValidStride(const SurfaceFormat& surface) noexcept {
     const std::int64_t rowBytes = std::int64_t{surface.width} * surface.bytesPerPixel;
     return surface.stride >= rowBytes || surface.stride <= -rowBytes;
 }
@@ -112,19 +113,17 @@ HRESULT CDvCodecBase::Compress(const BITMAPINFOHEADER* input, bool alphaInput,
         return E_POINTER;
     }
     SurfaceFormat surface;
-    const SurfaceRequest request = {input,
-                                    output->biWidth,
-                                    false,
-                                    alphaInput,
-                                    GetColorSpace(),
-                                    const_cast<void*>(inputData),
-                                    static_cast<LONG>(stride)};
+    const SurfaceRequest request = {.uncompressed = input,
+                                    .compressedWidth = output->biWidth,
+                                    .alphaRequested = alphaInput,
+                                    .colorSpace = GetColorSpace(),
+                                    .data = const_cast<void*>(inputData),
+                                    .stride = static_cast<LONG>(stride)};
     if (FAILED(DescribeSurface(request, &surface)) || surface.index >= kEncodedFormats) {
         return E_FAIL;
     }
     LONG length = -1;
-    const HRESULT result = EncodePicture(EncodeFlags(surface), surface,
-                                         kPixelFormatCodes[surface.index], outputData, &length);
+    const HRESULT result = EncodePicture(EncodeFlags(surface), surface, outputData, &length);
     if (FAILED(result)) {
         return result;
     }
@@ -135,9 +134,9 @@ HRESULT CDvCodecBase::Compress(const BITMAPINFOHEADER* input, bool alphaInput,
     return S_OK;
 }
 
-HRESULT CDvCodecBase::EncodePicture(LONG flags, const SurfaceFormat& source, LONG inputCode,
-                                    void* frame, LONG* length) {
-    return CallEncode(flags, source, inputCode, frame, length);
+HRESULT CDvCodecBase::EncodePicture(LONG flags, const SurfaceFormat& source, void* frame,
+                                    LONG* length) {
+    return CallEncode(flags, source, frame, length);
 }
 
 HRESULT CDvCodecBase::GetFrameInfo(const BITMAPINFOHEADER* input, const void* frame,
@@ -155,7 +154,7 @@ HRESULT CDvCodecBase::GetFrameInfo(const BITMAPINFOHEADER* input, const void* fr
         return reference;
     }
     if (info) {
-        *info = {-1, -1, -1, -1, -1, -1, -1};
+        *info = {};
         std::ignore = Guarded([&] { *info = DescribeDvFrame(bytes); });
     }
     return S_OK;
@@ -173,23 +172,20 @@ HRESULT CDvCodecBase::Decompress(const BITMAPINFOHEADER* input, const void* data
     if (FAILED(reference)) {
         return reference;
     }
-    const SurfaceRequest request = {output,          input->biWidth, false, alphaOut,
-                                    GetColorSpace(), outputData,     stride};
-    return DecodeSample(frame, *input, request);
-}
-
-HRESULT CDvCodecBase::DecodeSample(ByteSpan frame, const BITMAPINFOHEADER& input,
-                                   const SurfaceRequest& request) {
-    const BITMAPINFOHEADER& output = *request.uncompressed;
+    const SurfaceRequest request = {.uncompressed = output,
+                                    .compressedWidth = input->biWidth,
+                                    .alphaRequested = alphaOut,
+                                    .colorSpace = GetColorSpace(),
+                                    .data = outputData,
+                                    .stride = stride};
     SurfaceFormat surface;
-    if (input.biWidth < 1 || input.biWidth > output.biWidth || input.biHeight < 1 ||
-        input.biHeight != AbsoluteHeight(output) || FAILED(DescribeSurface(request, &surface)) ||
+    if (!FitsOutput(*input, *output) || FAILED(DescribeSurface(request, &surface)) ||
         surface.index >= kDecodedFormats || !HasValidStride(surface)) {
         return E_FAIL;
     }
     SurfaceFormat picture = surface;
     if (!IsSupportedSize(surface.width, surface.height)) {
-        picture.width = input.biWidth;
+        picture.width = input->biWidth;
     }
     return DecodeToSurface(frame, picture, surface);
 }
@@ -239,16 +235,16 @@ HRESULT CDvCodecBase::FollowReferences(ByteSpan* frame, std::unique_ptr<BYTE[]>*
 
 HRESULT CDvCodecBase::DecodeFrame(LONG, LONG, LONG flags, const void* frame, BYTE* destination,
                                   LONG stride, LONG bytesPerPixel, LONG outputCode) {
-    LONG ignored;  // the engine's own status is not looked at
+    LONG ignored;  // the engine's status
     return CallEngine(&ignored, engine_[0].Decode<DvDecodeEntry>(), flags, frame,
                       static_cast<void*>(destination), stride, bytesPerPixel, outputCode);
 }
 
-HRESULT CDvCodecBase::CallEncode(LONG flags, const SurfaceFormat& source, LONG inputCode,
-                                 void* frame, LONG* length) {
+HRESULT CDvCodecBase::CallEncode(LONG flags, const SurfaceFormat& source, void* frame,
+                                 LONG* length) {
     return CallEngine(length, engine_[0].Encode<DvEncodeEntry>(), flags, frame,
                       static_cast<const void*>(source.data), source.stride, source.bytesPerPixel,
-                      inputCode);
+                      LONG{kPixelFormatCodes[source.index]});
 }
 
 }  // namespace nyx

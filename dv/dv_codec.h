@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// What the DV codecs share: the road from a sample through the DIF parser to the DV engine, and
-/// the queries. A variant is its record of formats and sizes and a few small overrides.
+/// The DV codecs' common path from a sample through the DIF parser to the DV engine, and the
+/// queries. A variant is its record of formats and sizes and a few small overrides.
 
 #include <cstddef>
 #include <iterator>
@@ -17,7 +17,7 @@
 
 namespace nyx {
 
-/// A picture size of a variant and what GetMaxCompressedSize tells for it.
+/// A picture size of a variant and the value that GetMaxCompressedSize returns for it.
 struct DvPictureSize {
     LONG width;
     LONG height;
@@ -31,8 +31,7 @@ struct DvVariant {
     std::size_t sizeCount;
 };
 
-/// What the variants encode, from the filters' side; a direct caller of Compress may give RGB
-/// 32-bit as well.
+/// The formats that a filter may offer for encoding. Compress itself also accepts RGB 32-bit.
 constexpr FormatPair kDvEncodePairs[] = {
     {24, BI_RGB, 24, AlphaFlag::kAny},
     {24, FourCC("YUY2"), 16, AlphaFlag::kAny},
@@ -60,27 +59,27 @@ class CDvCodecBase : public CCodecBase {
 
     /// The middle one of the last three words is the source's stride in bytes, 0 to have it
     /// computed. `outputData` holds a whole frame of what is encoded: of 960 x 720 at 50 frames per
-    /// second that is 288,000 bytes, more than GetMaxCompressedSize tells.
+    /// second that is 288,000 bytes, more than GetMaxCompressedSize returns.
     [[nodiscard]] HRESULT Compress(const BITMAPINFOHEADER* input, bool alphaInput,
                                    const void* inputData, BITMAPINFOHEADER* output,
                                    void* outputData, DWORD reserved1, DWORD stride,
                                    DWORD reserved3) override;
 
-    /// S_OK with what the frame itself tells, -1 for what it does not; without a frame S_FALSE with
-    /// the defaults of the picture's size. A negative result of ReadReferenceFrame is passed on.
+    /// S_OK with the values in the frame, -1 for those that it lacks; without a frame S_FALSE with
+    /// the defaults of the picture's size. A failure of ReadReferenceFrame is passed on.
     [[nodiscard]] HRESULT GetFrameInfo(const BITMAPINFOHEADER* input, const void* frame,
                                        REFERENCE_TIME averageFrameDuration,
                                        FrameInfo* info) override;
 
     /// An output as wide as a size of the variant is filled; in one of another width the stream's
-    /// picture stands at the left and what is right of it stays as it was: the width is that of a
-    /// row in memory, and nothing is stretched to it.
+    /// picture is at the left and the rest of each row stays as it was: the width is that of a row
+    /// in memory, and nothing is stretched to it.
     ///
-    /// A frame that does not parse, is cut short, or is no picture of the size at hand leaves an
-    /// output that is black in all its width and E_FAIL, and so does an engine that raises. E_FAIL
-    /// with the destination untouched for formats without an output code, signal types without a
-    /// variant, and as long as the engine is missing. The other negative results are those of
-    /// ReadReferenceFrame and DecodeFrame.
+    /// E_FAIL with the whole output black for a frame that does not parse, is cut short or does not
+    /// match the picture's size, and for an engine that raises an exception. E_FAIL with the
+    /// destination untouched for formats without an output code, signal types without a variant,
+    /// and while the engine is missing. The other failures are those of ReadReferenceFrame and
+    /// DecodeFrame.
     [[nodiscard]] HRESULT Decompress(const BITMAPINFOHEADER* input, const void* data,
                                      const BITMAPINFOHEADER* output, bool alphaOut,
                                      void* outputData, LONG stride, DWORD alphaMode) override;
@@ -88,15 +87,16 @@ class CDvCodecBase : public CCodecBase {
     /// Whether the variant has pictures of exactly this size.
     virtual bool IsSupportedSize(LONG width, LONG height);
 
-    /// S_OK when `sample` points into a file: the frame it stands for is in `buffer`, `length`
-    /// bytes long. S_FALSE when the sample is the frame itself, as it always is here. Negative when
-    /// the frame cannot be had.
+    /// S_OK when `sample` refers to a frame in a file: that frame is in `buffer`, `length` bytes
+    /// long. S_FALSE when the sample is the frame itself, as it always is here. A failure when the
+    /// frame cannot be read.
     [[nodiscard]] virtual HRESULT ReadReferenceFrame(ByteSpan sample,
                                                      std::unique_ptr<BYTE[]>* buffer,
                                                      DWORD* length);
 
-    /// Decodes a whole frame that was parsed to a picture of `width` x `height`: here by the engine
-    /// alone, which knows the size by the frame. E_FAIL when the engine is missing or raised.
+    /// Decodes a whole parsed frame to a picture of `width` x `height`: here by the engine alone,
+    /// which reads the size from the frame. E_FAIL when the engine is missing or raised an
+    /// exception.
     [[nodiscard]] virtual HRESULT DecodeFrame(LONG width, LONG height, LONG flags,
                                               const void* frame, BYTE* destination, LONG stride,
                                               LONG bytesPerPixel, LONG outputCode);
@@ -107,9 +107,9 @@ class CDvCodecBase : public CCodecBase {
     /// `variant` is a static record.
     CDvCodecBase(const DvVariant& variant, LONG colorSpace);
 
-    /// Encodes by the engine. E_FAIL when it is missing or raised.
-    [[nodiscard]] HRESULT CallEncode(LONG flags, const SurfaceFormat& source, LONG inputCode,
-                                     void* frame, LONG* length);
+    /// Encodes by the engine. E_FAIL when it is missing or raised an exception.
+    [[nodiscard]] HRESULT CallEncode(LONG flags, const SurfaceFormat& source, void* frame,
+                                     LONG* length);
 
     /// One setting of a codec, 0 when it is not stored.
     static bool IsSettingOn(DWORD fourcc, const wchar_t* name);
@@ -120,15 +120,13 @@ class CDvCodecBase : public CCodecBase {
 
     /// Encodes a picture and stores the frame's length.
     [[nodiscard]] virtual HRESULT EncodePicture(LONG flags, const SurfaceFormat& source,
-                                                LONG inputCode, void* frame, LONG* length);
+                                                void* frame, LONG* length);
 
     /// Replaces a reference sample by the frame that it leads to, which `buffer` then owns.
-    /// ReadReferenceFrame's failure, or E_FAIL when the references have no end.
+    /// ReadReferenceFrame's failure, or E_FAIL when the chain of references is too long.
     [[nodiscard]] HRESULT FollowReferences(ByteSpan* frame, std::unique_ptr<BYTE[]>* buffer);
 
-    [[nodiscard]] HRESULT DecodeSample(ByteSpan frame, const BITMAPINFOHEADER& input,
-                                       const SurfaceRequest& request);
-    /// `output` is the whole of what is filled black, `picture` the part of it that is decoded to.
+    /// Decodes to `picture`; on failure fills `output`, which contains it, with black.
     [[nodiscard]] HRESULT DecodeToSurface(ByteSpan frame, const SurfaceFormat& picture,
                                           const SurfaceFormat& output);
 

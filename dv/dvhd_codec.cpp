@@ -8,7 +8,7 @@ namespace {
 
 constexpr DWORD kFourCC = FourCC("QDVH");
 
-// 720 lines stand for both systems, with the smaller frame of the two.
+// 720 lines are listed with the smaller frame of the two systems.
 constexpr DvPictureSize kSizes[] = {
     {1280, 1080, 480000}, {1440, 1080, 576000}, {960, 720, 240000}, {960, 720, 240000}};
 

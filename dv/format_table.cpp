@@ -1,65 +1,71 @@
 #include "dv/format_table.h"
 
+#include "media/dv_signals.h"
+
 namespace nyx {
 namespace {
 
-/// What recorders write. The recorded rate is the frame rate until a frame-rate pack tells another.
-struct ListedRow {
-    std::size_t system, type, aspect;
-    LONG formatCode, frameBytes, fourCC;
-    LONG rateNum, rateDen;  // frames per second
-    LONG aspectX, aspectY;  // of a pixel
-    LONG width, height, fieldOrder;
+constexpr LONG kProgressiveOrder = 2;
+
+struct VideoType {
+    BYTE signalType;  ///< of the row of kDvSignals that has its geometry
+    LONG formatCode;
+    LONG fourCC;
+    LONG fieldOrder;
+};
+constexpr VideoType kVideoTypes[kDvVideoTypes] = {
+    {0x00, kFormatDv25, kFourCCDv25, 1},
+    {0x04, kFormatDvcPro50, kFourCCDv50, 1},
+    {0x14, kFormatDvcProHd1080, kFourCCDvHd, 0},
+    {0x14, kFormatDvcProHd1080Type15, kFourCCDvHd, 0},
+    {0x18, kFormatDvcProHd720, kFourCCDvHd, kProgressiveOrder},
 };
 
-// The 14:9 row is part of the table although the parser refuses that aspect class beforehand.
-constexpr ListedRow kRows[] = {
-    {0, 0, 0, kFormatDv25, 120000, kFourCCDv25, 30000, 1001, 648, 720, 720, 480, 1},
-    {0, 0, 1, kFormatDv25, 120000, kFourCCDv25, 30000, 1001, 864, 720, 720, 480, 1},
-    {0, 1, 0, kFormatDvcPro50, 240000, kFourCCDv50, 30000, 1001, 648, 720, 720, 480, 1},
-    {0, 1, 1, kFormatDvcPro50, 240000, kFourCCDv50, 30000, 1001, 864, 720, 720, 480, 1},
-    {0, 2, 1, kFormatDvcProHd1080, 480000, kFourCCDvHd, 30000, 1001, 1920, 1280, 1280, 1080, 0},
-    {0, 3, 1, kFormatDvcProHd1080Type15, 480000, kFourCCDvHd, 30000, 1001, 1920, 1280, 1280, 1080,
-     0},
-    {0, 4, 0, kFormatDvcProHd720, 240000, kFourCCDvHd, 60000, 1001, 1280, 960, 960, 720, 2},
-    {0, 4, 1, kFormatDvcProHd720, 240000, kFourCCDvHd, 60000, 1001, 1280, 960, 960, 720, 2},
-    {1, 0, 0, kFormatDv25, 144000, kFourCCDv25, 25, 1, 768, 720, 720, 576, 1},
-    {1, 0, 1, kFormatDv25, 144000, kFourCCDv25, 25, 1, 1024, 720, 720, 576, 1},
-    {1, 0, 2, kFormatDv25, 144000, kFourCCDv25, 25, 1, 896, 720, 720, 576, 1},
-    {1, 1, 0, kFormatDvcPro50, 288000, kFourCCDv50, 25, 1, 768, 720, 720, 576, 1},
-    {1, 1, 1, kFormatDvcPro50, 288000, kFourCCDv50, 25, 1, 1024, 720, 720, 576, 1},
-    {1, 2, 1, kFormatDvcProHd1080, 576000, kFourCCDvHd, 25, 1, 1920, 1440, 1440, 1080, 0},
-    {1, 3, 1, kFormatDvcProHd1080Type15, 576000, kFourCCDvHd, 25, 1, 1920, 1440, 1440, 1080, 0},
-    {1, 4, 0, kFormatDvcProHd720, 288000, kFourCCDvHd, 50, 1, 1280, 960, 960, 720, 2},
-    {1, 4, 1, kFormatDvcProHd720, 288000, kFourCCDvHd, 50, 1, 1280, 960, 960, 720, 2},
+/// Display widths in square pixels of system, video type and aspect class, 0 for a combination that
+/// no recorder writes. The 14:9 width completes the table: the parser refuses that aspect class.
+constexpr LONG kDisplayWidths[2][kDvVideoTypes][kDvAspectClasses] = {
+    {{648, 864, 0}, {648, 864, 0}, {0, 1920, 0}, {0, 1920, 0}, {1280, 1280, 0}},
+    {{768, 1024, 896}, {768, 1024, 0}, {0, 1920, 0}, {0, 1920, 0}, {1280, 1280, 0}},
 };
 
-constexpr std::size_t kProgressiveType = 4;
+constexpr const DvSignal& SignalOf(LONG engineSystem, BYTE signalType) {
+    for (const DvSignal& signal : kDvSignals) {
+        if (signal.system == engineSystem && signal.signalType == signalType) {
+            return signal;
+        }
+    }
+    return kDvSignals[0];
+}
 
 }  // namespace
 
 FormatRecord FormatRow(std::size_t system, std::size_t type, std::size_t aspect) {
-    FormatRecord record;
-    record.codedWidth = -1;
-    record.codedHeight = -1;
-    record.fieldOrder = type == kProgressiveType ? 2 : 0;
-    record.frameStructure = type == kProgressiveType ? 0 : 1;
-    for (const ListedRow& row : kRows) {
-        if (row.system == system && row.type == type && row.aspect == aspect) {
-            record.formatCode = row.formatCode;
-            record.systemRate = row.system == 0 ? 60 : 50;
-            record.frameBytes = row.frameBytes;
-            record.fourCC = row.fourCC;
-            record.frameRateNum = record.recordedRateNum = row.rateNum;
-            record.frameRateDen = record.recordedRateDen = row.rateDen;
-            record.pixelAspectX = row.aspectX;
-            record.pixelAspectY = row.aspectY;
-            record.codedWidth = row.width;
-            record.codedHeight = row.height;
-            record.fieldOrder = row.fieldOrder;
-        }
+    const VideoType& video = kVideoTypes[type];
+    const bool progressive = video.fieldOrder == kProgressiveOrder;
+    const LONG frameStructure = progressive ? 0 : 1;
+    const LONG displayWidth = kDisplayWidths[system][type][aspect];
+    if (displayWidth == 0) {
+        return {.codedWidth = -1,
+                .codedHeight = -1,
+                .fieldOrder = progressive ? kProgressiveOrder : 0,
+                .frameStructure = frameStructure};
     }
-    return record;
+    const DvSignal& signal =
+        SignalOf(system == 0 ? kEngineSystem60 : kEngineSystem50, video.signalType);
+    return {.formatCode = video.formatCode,
+            .systemRate = system == 0 ? 60 : 50,
+            .frameBytes = signal.frameBytes,
+            .fourCC = video.fourCC,
+            .frameRateNum = signal.rateNum,
+            .frameRateDen = signal.rateDen,
+            .pixelAspectX = displayWidth,
+            .pixelAspectY = signal.width,
+            .codedWidth = signal.width,
+            .codedHeight = signal.height,
+            .fieldOrder = video.fieldOrder,
+            .frameStructure = frameStructure,
+            .recordedRateNum = signal.rateNum,
+            .recordedRateDen = signal.rateDen};
 }
 
 }  // namespace nyx

@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// What a DV frame's variant, system and aspect say about its picture (IEC 61834-2, SMPTE 314M,
-/// SMPTE 370M): one table, asked by FormatRow.
+/// The picture format of each combination of DV variant, system and aspect (IEC 61834-2,
+/// SMPTE 314M, SMPTE 370M).
 
 #include <cstddef>
 
@@ -26,8 +26,8 @@ enum DvFormatCode : LONG {
     kFormatDvcProHd720 = 6,
 };
 
-/// A frame's picture format. -1 where it is unknown; the initial values are those of a parser that
-/// has read nothing.
+/// A frame's picture format. -1 is unknown; the initial values are those of a parser that has read
+/// no frame.
 struct FormatRecord {
     LONG formatCode = -1;    ///< DvFormatCode
     LONG systemRate = -1;    ///< fields per second, 60 or 50
@@ -50,8 +50,8 @@ static_assert(sizeof(FormatRecord) == 15 * sizeof(LONG));
 constexpr std::size_t kDvVideoTypes = 5;     ///< by STYPE: 0x00, 0x04, 0x14, 0x15, 0x18
 constexpr std::size_t kDvAspectClasses = 3;  ///< 0 is 4:3, 1 is 16:9, 2 is letterboxed 14:9
 
-/// The row of a system (0 is 525/60, 1 is 625/50), video type and aspect class. A combination that
-/// no recorder writes has -1 for its FourCC.
+/// The format of a system (0 is 525/60, 1 is 625/50), video type and aspect class. A combination
+/// that no recorder writes has -1 for its FourCC.
 FormatRecord FormatRow(std::size_t system, std::size_t type, std::size_t aspect);
 
 }  // namespace nyx

@@ -11,7 +11,8 @@ constexpr std::size_t kUnknownAspect = kDvAspectClasses;
 constexpr std::size_t kFirstHdType = 2;
 constexpr std::size_t kLetterboxAspect = 2;
 
-constexpr FormatRecord kAllUnknown = {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1};
+constexpr FormatRecord kAllUnknown = {
+    .codedWidth = -1, .codedHeight = -1, .fieldOrder = -1, .rateCode = -1};
 
 constexpr LONG kProgressiveOrder = 2;
 constexpr LONG kProgressiveStructure = 0;
@@ -53,7 +54,10 @@ std::size_t AspectClassOf(const BYTE* videoControl, std::size_t type) {
                     return kUnknownAspect;
             }
         case 1:
-            return display == 6 ? kLetterboxAspect : display == 7 ? 1 : 0;
+            if (display == 6) {
+                return kLetterboxAspect;
+            }
+            return display == 7 ? 1 : 0;
         default:
             return display != 0 ? 1 : 0;
     }

@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// From a frame's packs to its format record. Every pack is five readable bytes, or null when the
-/// frame does not carry it.
+/// Derives a frame's format record from its packs. Every pack is five readable bytes, or null when
+/// the frame has none.
 
 #include <optional>
 
@@ -18,10 +18,10 @@ enum ApplicationId : BYTE {
     kApplicationUnknown = 7,
 };
 
-/// What the frame's audio adds to the choice between the DV25 variants.
+/// The properties of a frame's audio by which the DV25 variants differ.
 struct AudioTraits {
     std::optional<BYTE> sampling;  ///< SMP field of the first audio source pack, when there is one
-    bool locked = false;           ///< any audio source pack tells of locked audio
+    bool locked = false;           ///< any audio source pack says that the audio is locked
 };
 
 /// The STYPE field of a video source pack: the signal type, 0 for DV25.
@@ -32,11 +32,11 @@ BYTE SignalTypeOf(const BYTE* videoSource);
 /// combination that no recorder writes.
 bool LookUpFormat(const BYTE* videoSource, const BYTE* videoControl, FormatRecord* format);
 
-/// Tells the DV25 variants apart in a format that was looked up with success.
+/// Chooses the DV25 variant in a format that LookUpFormat found.
 void RefineFormatCode(BYTE applicationId, const AudioTraits& audio, FormatRecord* format);
 
-/// Takes recorded rate and frame structure from the frame-rate pack into a format that was looked
-/// up with success. A pack with a wrong check byte changes nothing.
+/// Copies recorded rate and frame structure from the frame-rate pack into a format that
+/// LookUpFormat found. A pack with a wrong check byte changes nothing.
 void ApplyFrameRatePack(const BYTE* frameRate, FormatRecord* format);
 
 }  // namespace nyx

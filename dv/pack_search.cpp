@@ -26,8 +26,8 @@ struct SyncBlockList {
 
 constexpr int kNoPlace = -1;
 
-/// Where one pack is looked for before the whole frame is searched: first the places that are tried
-/// once, then, sequence by sequence, one place in the audio or VAUX blocks and some sync blocks.
+/// The places searched for one pack before the whole frame is: first those that are tried once,
+/// then, sequence by sequence, one place in the audio or VAUX blocks and some sync blocks.
 struct PackRoute {
     PackId id;
     int secondHalfSyncBlock = kNoPlace;  ///< in the first sequence of channel 0's second half
@@ -48,37 +48,45 @@ constexpr int Subcode(std::size_t sequence, std::size_t syncBlock) {
     return static_cast<int>(sequence * kDifSequenceBytes + SubcodePackOffset(syncBlock));
 }
 
-/// The fixed place of the binary group in sequence 1 that material in the field relies on: VAUX
-/// pack 6 there, not a subcode pack.
+/// The fixed place of the binary group in sequence 1 that existing recordings use: VAUX pack 6, not
+/// a subcode pack.
 constexpr int kBinaryGroupFrameOffset = 12273;
 
 constexpr PackRoute kRoutes[] = {
-    // id, second-half sync block, frame offsets, even, odd, sync blocks of the halves
-    {kTimecodePack,
-     kNoPlace,
-     {Subcode(1, 3), kNoPlace},
-     kNoPlace,
-     kNoPlace,
-     {3, 4, 5, 9, 10, 11, 0, 1, 2, 6, 7, 8},
-     {3, 9, 0, 6}},
-    {kBinaryGroupPack,
-     kNoPlace,
-     {Subcode(0, 4), kBinaryGroupFrameOffset},
-     kNoPlace,
-     kNoPlace,
-     {4, 10, 1, 7},
-     {}},
-    {kAudioControlPack, kNoPlace, {kNoPlace, kNoPlace}, Audio(4), Audio(1), {}, {}},
-    {kAudioRecDatePack, kNoPlace, {kNoPlace, kNoPlace}, Audio(5), Audio(2), {}, {4, 10, 1, 7}},
-    {kAudioRecTimePack, kNoPlace, {kNoPlace, kNoPlace}, Audio(6), Audio(3), {11}, {5, 11, 2, 8}},
-    {kVideoSourcePack, kNoPlace, {kNoPlace, kNoPlace}, Vaux(39), Vaux(0), {}, {}},
-    {kVideoControlPack, kNoPlace, {kNoPlace, kNoPlace}, Vaux(40), Vaux(1), {}, {}},
-    {kVideoRecDatePack, 4, {kNoPlace, kNoPlace}, Vaux(41), Vaux(2), {}, {4, 10, 1, 7}},
-    {kVideoRecTimePack, 5, {kNoPlace, kNoPlace}, Vaux(42), Vaux(3), {11}, {5, 11, 2, 8}},
-    {kFrameRatePack, kNoPlace, {kNoPlace, kNoPlace}, Vaux(43), Vaux(4), {}, {}},
+    {.id = kTimecodePack,
+     .frameOffsets = {Subcode(1, 3), kNoPlace},
+     .firstHalf = {3, 4, 5, 9, 10, 11, 0, 1, 2, 6, 7, 8},
+     .secondHalf = {3, 9, 0, 6}},
+    {.id = kBinaryGroupPack,
+     .frameOffsets = {Subcode(0, 4), kBinaryGroupFrameOffset},
+     .firstHalf = {4, 10, 1, 7}},
+    {.id = kAudioControlPack, .evenOffset = Audio(4), .oddOffset = Audio(1)},
+    {.id = kAudioRecDatePack,
+     .evenOffset = Audio(5),
+     .oddOffset = Audio(2),
+     .secondHalf = {4, 10, 1, 7}},
+    {.id = kAudioRecTimePack,
+     .evenOffset = Audio(6),
+     .oddOffset = Audio(3),
+     .firstHalf = {11},
+     .secondHalf = {5, 11, 2, 8}},
+    {.id = kVideoSourcePack, .evenOffset = Vaux(39), .oddOffset = Vaux(0)},
+    {.id = kVideoControlPack, .evenOffset = Vaux(40), .oddOffset = Vaux(1)},
+    {.id = kVideoRecDatePack,
+     .secondHalfSyncBlock = 4,
+     .evenOffset = Vaux(41),
+     .oddOffset = Vaux(2),
+     .secondHalf = {4, 10, 1, 7}},
+    {.id = kVideoRecTimePack,
+     .secondHalfSyncBlock = 5,
+     .evenOffset = Vaux(42),
+     .oddOffset = Vaux(3),
+     .firstHalf = {11},
+     .secondHalf = {5, 11, 2, 8}},
+    {.id = kFrameRatePack, .evenOffset = Vaux(43), .oddOffset = Vaux(4)},
 };
 
-/// The pack at `offset` of the frame when it lies inside and has ID `id`, else null. The offset is
+/// The pack at `offset` when it is inside the frame and has ID `id`, else null. The offset is
 /// 64 bits wide because it may be computed from a channel number that the frame does not have.
 const BYTE* PackIfThere(ByteSpan frame, std::uint64_t offset, BYTE id) {
     if (offset > frame.size() || !frame.Holds(static_cast<std::size_t>(offset), kPackBytes)) {
@@ -207,7 +215,7 @@ const BYTE* FindAudioSourcePack(const void* frame, std::size_t size, DWORD chann
             return pack;
         }
     }
-    // Only the opening half channel, not the whole frame: what stands in is channel 0's own audio.
+    // Only the opening half channel, not the whole frame: the substitute is channel 0's audio.
     const ByteSpan opening = bytes.Slice(0, halfSequences * kDifSequenceBytes);
     return FindPack(opening.data(), opening.size(), kAudioSourcePack);
 }

@@ -1,9 +1,9 @@
 #pragma once
 
 /// @file
-/// Finding packs in a DV frame. Every search is bounded by the frame's size: a place that does not
-/// lie inside counts as not there. Results point at a pack's ID byte inside the frame, with all
-/// five bytes readable, and live as long as the frame.
+/// Finds packs in a DV frame. Every search is bounded by the frame's size: places outside are
+/// skipped. Results point at a pack's ID byte inside the frame, with all five bytes readable, and
+/// live as long as the frame.
 
 #include <cstddef>
 
@@ -15,12 +15,12 @@ namespace nyx {
 /// in this order. Null when there is none.
 const BYTE* FindPack(const void* frame, std::size_t size, BYTE id);
 
-/// The pack `id` where recorders write it, else wherever FindPack meets it first. Null when the
+/// The pack `id` where recorders write it, else the first one that FindPack finds. Null when the
 /// frame has none. `id` is any PackId but the audio source, which belongs to one half of a channel.
 const BYTE* LocatePack(const void* frame, std::size_t size, PackId id);
 
 /// The audio source pack of one half (0 or 1) of a channel (0..3). When that half carries none, the
-/// first one in the frame's opening half channel stands in for it. Null when that has none either.
+/// first one in the frame's opening half channel takes its place. Null when that has none either.
 const BYTE* FindAudioSourcePack(const void* frame, std::size_t size, DWORD channel, DWORD half);
 
 /// The SMPTE timecode pack: where recorders write it, else the first one anywhere. Null when the
@@ -28,7 +28,7 @@ const BYTE* FindAudioSourcePack(const void* frame, std::size_t size, DWORD chann
 const BYTE* FindTimecodePack(const void* frame, std::size_t size);
 
 /// The pack of sync block `syncBlock` (0..11) of sequence `sequence`, whatever its ID is. The
-/// caller has made sure that the whole sequence lies inside the frame.
+/// caller ensures that the whole sequence is inside the frame.
 const BYTE* SubcodePackAt(const void* frame, DWORD sequence, DWORD syncBlock);
 
 }  // namespace nyx

@@ -15,11 +15,11 @@ namespace {
 constexpr DWORD kMagic = FourCC("REF ");
 constexpr std::size_t kOffsetField = 4;
 constexpr std::size_t kPathField = 16;
-constexpr std::size_t kChunkLengthField = 4;  // of the chunk that is referred to
+constexpr std::size_t kChunkLengthField = 4;
 
 /// Without a destructor, since it is read behind the guard.
 struct Reference {
-    LONGLONG lengthOffset;  ///< where in the file the frame's length stands, right before the frame
+    LONGLONG lengthOffset;  ///< of the frame's length in the file, right before the frame
     char path[MAX_PATH];
 };
 
@@ -65,7 +65,7 @@ HRESULT DvReferenceFile::ReadFrame(ByteSpan sample, std::unique_ptr<BYTE[]>* buf
     }
     LARGE_INTEGER position;
     position.QuadPart = reference.lengthOffset;
-    if (!SetFilePointerEx(file_, position, nullptr, FILE_BEGIN)) {
+    if (!SetFilePointerEx(file_.get(), position, nullptr, FILE_BEGIN)) {
         return LastError();
     }
     BYTE lengthField[4];
@@ -90,30 +90,23 @@ HRESULT DvReferenceFile::ReadFrame(ByteSpan sample, std::unique_ptr<BYTE[]>* buf
 }
 
 HRESULT DvReferenceFile::Open(const char* path) {
-    if (file_ != INVALID_HANDLE_VALUE && std::strcmp(path_, path) == 0) {
+    if (file_ && std::strcmp(path_, path) == 0) {
         return S_OK;
     }
-    Close();
+    file_.reset();
     std::strcpy(path_, path);
-    file_ = CreateFileA(path_, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                        FILE_ATTRIBUTE_NORMAL, nullptr);
-    return file_ == INVALID_HANDLE_VALUE ? LastError() : S_OK;
+    file_ = AdoptFile(CreateFileA(path_, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr));
+    return file_ ? S_OK : LastError();
 }
 
-/// A file that ends too early is a failed read, although the system calls it a success.
+/// A file that ends too early is a failed read, although ReadFile succeeds.
 HRESULT DvReferenceFile::ReadExactly(void* buffer, DWORD length) {
     DWORD got = 0;
-    if (!ReadFile(file_, buffer, length, &got, nullptr)) {
+    if (!ReadFile(file_.get(), buffer, length, &got, nullptr)) {
         return LastError();
     }
     return got == length ? S_OK : HRESULT_FROM_WIN32(ERROR_HANDLE_EOF);
-}
-
-void DvReferenceFile::Close() {
-    if (file_ != INVALID_HANDLE_VALUE) {
-        CloseHandle(file_);
-        file_ = INVALID_HANDLE_VALUE;
-    }
 }
 
 }  // namespace nyx

@@ -14,7 +14,7 @@ namespace nyx {
 enum class ResampleUnit { kThreeBytes = 3, kFourBytes = 4 };
 
 /// A picture's rows: the first row, bytes from one row to the next (negative for a picture stored
-/// bottom-up, whose first row lies last in memory), and units per row.
+/// bottom-up, whose first row is the last in memory), and units per row.
 template <class Byte>
 struct UnitRows {
     Byte* data = nullptr;

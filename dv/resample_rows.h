@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// What stretch and squeeze share: the check of their arguments and the walk along 8.8 positions.
+/// Used by stretch and squeeze: the check of their arguments and the sequence of 8.8 positions.
 
 #include <cstdint>
 
@@ -10,7 +10,7 @@
 namespace nyx {
 
 template <class Byte>
-bool AreRowsValid(ResampleUnit unit, const UnitRows<Byte>& rows) {
+bool AreRowsValid(ResampleUnit unit, const UnitRows<Byte>& rows) noexcept {
     const std::int64_t rowBytes = std::int64_t{rows.width} * static_cast<int>(unit);
     const std::int64_t stride = rows.stride;
     return rows.data && rows.width >= 1 && rowBytes <= (stride < 0 ? -stride : stride);

@@ -39,7 +39,7 @@ class StretchKernel {
     }
 
     /// 8 bytes must be readable from the left unit on. Then the right unit is the one after it and,
-    /// as the last output unit blends nothing but the last source unit, another one is to follow.
+    /// as the last output unit is a copy of the last source unit, another output unit follows.
     bool IsFast(const Tap& tap) const { return tap.left + 8 <= rowBytes_; }
 
     static void Fast(const Tap& tap, const BYTE* source, BYTE* destination) {
@@ -77,9 +77,9 @@ class StretchKernel {
     std::size_t rowBytes_;
 };
 
-/// Stretches a picture in vertical strips, so that the taps of a strip are worked out once for all
-/// rows and need no allocation. Fast may write a little past its unit, as far as IsFast has checked
-/// that there is room; the units that follow overwrite the rest.
+/// Stretches a picture in vertical strips, so that the taps of a strip are computed once for all
+/// rows without an allocation. Fast writes past its unit, but only inside the row, as IsFast has
+/// checked; the units that follow overwrite the rest.
 template <class Kernel>
 void StretchInStrips(const UnitRows<const BYTE>& source, const UnitRows<BYTE>& destination,
                      LONG rows) {

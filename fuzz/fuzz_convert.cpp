@@ -75,8 +75,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     nyx::Conversion conversion;
     const bool alpha = sourceAlpha || destinationAlpha;
-    HRESULT result = nyx::ChooseConversion(
-        {from, to, range, matrix, alpha, fromMode, toYuv ? fromMode : toMode}, &conversion);
+    HRESULT result = nyx::ChooseConversion({.source = from,
+                                            .destination = to,
+                                            .range = range,
+                                            .matrix = matrix,
+                                            .alphaPlane = alpha,
+                                            .sourceAlphaMode = fromMode,
+                                            .destinationAlphaMode = toYuv ? fromMode : toMode},
+                                           &conversion);
     if (SUCCEEDED(result)) {
         result = nyx::RunConversion(nyx::GetCpuInfo(), conversion,
                                     {&in.plane, &out.plane, sourceAlpha, destinationAlpha}, width,

@@ -1,5 +1,5 @@
-/// Any bytes as a DIF frame: packs lie inside it whole, and the numbers of a recognised one, on
-/// which a decoder acts, make sense.
+/// Any bytes as a DIF frame: whole packs are inside it, and the numbers of a recognised one, which
+/// a decoder uses, are valid.
 
 #include "dv/dif_parser.h"
 #include "fuzz/byte_source.h"

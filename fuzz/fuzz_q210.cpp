@@ -19,8 +19,7 @@ using nyx::fuzz::Require;
 
 constexpr BYTE kUntouched = 0xA5;
 
-/// A header with every field that counts from the fuzzer; a sound one of a small picture more
-/// often.
+/// A header whose fields come from the fuzzer, more often a valid one of a small picture.
 BITMAPINFOHEADER AnyHeader(ByteSource& source) {
     constexpr std::pair<DWORD, WORD> kLayouts[] = {
         {FourCC("YUY2"), 16}, {BI_RGB, 24},         {BI_RGB, 32},         {FourCC("Q210"), 20},
@@ -36,15 +35,19 @@ BITMAPINFOHEADER AnyHeader(ByteSource& source) {
     return header;
 }
 
-/// A surface without a stride of the caller's lies inside the bytes that its picture takes.
+/// A surface without a caller's stride is inside the bytes of its picture.
 void CheckGeometry(ByteSource& source, const BITMAPINFOHEADER& header) {
     static BYTE anywhere[1];  // no memory is touched
     const LONG stride = source.ConsumeBool() ? 0 : source.ConsumeIntegral<LONG>();
     nyx::SurfaceFormat surface = {};
-    const HRESULT result = nyx::DescribeSurface(
-        {&header, source.ConsumeIntegral<LONG>(), source.ConsumeBool(), source.ConsumeBool(),
-         source.ConsumeIntegral<LONG>(), anywhere, stride},
-        &surface);
+    const HRESULT result = nyx::DescribeSurface({.uncompressed = &header,
+                                                 .compressedWidth = source.ConsumeIntegral<LONG>(),
+                                                 .streamAlpha = source.ConsumeBool(),
+                                                 .alphaRequested = source.ConsumeBool(),
+                                                 .colorSpace = source.ConsumeIntegral<LONG>(),
+                                                 .data = anywhere,
+                                                 .stride = stride},
+                                                &surface);
     if (FAILED(result) || stride != 0 || surface.height == 0) {
         return;
     }
@@ -52,19 +55,19 @@ void CheckGeometry(ByteSource& source, const BITMAPINFOHEADER& header) {
     const auto size = static_cast<std::int64_t>(nyx::SurfaceSize(header));
     const std::int64_t first = surface.data - anywhere;
     const std::int64_t last = first + std::int64_t{surface.stride} * (surface.height - 1);
-    const std::int64_t most = size - std::int64_t{surface.width} * surface.bytesPerPixel;
-    Require(first >= 0 && first <= most && last >= 0 && last <= most);
+    const std::int64_t max = size - std::int64_t{surface.width} * surface.bytesPerPixel;
+    Require(first >= 0 && first <= max && last >= 0 && last <= max);
 }
 
-/// The coded part of a frame ends with it, and what the codec tells of it is what the chunks say.
+/// The coded part of a frame ends with it, and the codec reports the values of the chunks.
 void CheckChunks(nyx::CTenBitCodec& codec, const BITMAPINFOHEADER& header,
                  const std::vector<BYTE>& bytes) {
     const nyx::ByteSpan frame(bytes.data(), bytes.size()), coded = nyx::SkipInfoChunk(frame);
     Require(coded.empty() || coded.data() + coded.size() == frame.data() + frame.size());
     nyx::FrameInfo info;
-    const bool told = codec.GetFrameInfo(&header, bytes.data(), 400000, &info) == S_OK;
+    const bool hasChunk = codec.GetFrameInfo(&header, bytes.data(), 400000, &info) == S_OK;
     const auto words = nyx::FrameChunks(frame).Info();
-    Require(told == words.has_value() && info.infoA == (told ? words->infoA : -1));
+    Require(hasChunk == words.has_value() && info.infoA == (hasChunk ? words->infoA : -1));
     Require(info.fieldOrder >= nyx::kTopFieldFirst && info.fieldOrder <= nyx::kProgressive);
 }
 
@@ -97,7 +100,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const LONG gap =
         decode && source.ConsumeBool() ? source.ConsumeIntegralInRange<LONG>(1, 40) : 0;
     std::vector<BYTE> room(static_cast<std::size_t>((row + gap) * (height - 1) + row), kUntouched);
-    const LONG stride = gap == 0 ? 0 : bottomUp ? -row - gap : row + gap;
+    const LONG apart = gap == 0 ? 0 : row + gap;
+    const LONG stride = bottomUp ? -apart : apart;
     BYTE* start = room.data() + (stride < 0 ? (row + gap) * (height - 1) : 0);
     const bool alpha = source.ConsumeProbability<float>() < 0.1f;
     if (decode) {

@@ -4,8 +4,8 @@
 #include <memory>
 #include <span>
 
+#include "media/libav.h"
 #include "source/byte_source.h"
-#include "source/libavformat.h"
 #include "source/open_budget.h"
 
 namespace nyx::source {

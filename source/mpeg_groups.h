@@ -1,8 +1,8 @@
 #pragma once
 
+#include "media/libav.h"
 #include "platform/byte_span.h"
 #include "source/byte_source.h"
-#include "source/libavformat.h"
 
 namespace nyx::source {
 

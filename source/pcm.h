@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <optional>
 
+#include "media/libav.h"
 #include "platform/byte_span.h"
-#include "source/libavformat.h"
 
 namespace nyx::source {
 

@@ -2,9 +2,9 @@
 
 #include <vector>
 
+#include "media/libav.h"
 #include "platform/byte_span.h"
 #include "source/byte_source.h"
-#include "source/libavformat.h"
 
 namespace nyx::source {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "media/libav.h"
 #include "platform/win_types.h"
-#include "source/libavformat.h"
 
 namespace nyx::source {
 

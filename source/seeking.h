@@ -3,7 +3,7 @@
 #include <atomic>
 
 #include "baseclasses/platform.h"
-#include "source/libavformat.h"
+#include "media/libav.h"
 
 namespace nyx::source {
 

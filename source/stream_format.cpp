@@ -6,6 +6,7 @@
 #include <numeric>
 #include <string_view>
 
+#include "media/v210.h"
 #include "platform/fourcc.h"
 #include "source/failures.h"
 #include "source/sample_clock.h"
@@ -117,8 +118,8 @@ std::int64_t LongestIndexed(AVStream* stream, AVRational rate) {
 
 /// Sets sizes and bit rate, once the picture is described; false for too large frames.
 bool Measure(AVStream* stream, VideoFormat* format) {
-    if (format->fourcc == FourCC("Q210")) {  // groups of 48 pixels and 128 bytes
-        format->wholeFrame = static_cast<DWORD>((format->width + 47) / 48 * 128 * format->height);
+    if (format->fourcc == FourCC("Q210")) {
+        format->wholeFrame = static_cast<DWORD>(V210Stride(format->width) * format->height);
     }
     std::int64_t longest = LongestIndexed(stream, format->rate);
     std::int64_t bits = stream->codecpar->bit_rate;

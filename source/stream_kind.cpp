@@ -2,6 +2,7 @@
 
 #include <iterator>
 
+#include "media/mpeg2.h"
 #include "platform/fourcc.h"
 
 namespace nyx::source {
@@ -20,10 +21,7 @@ constexpr DvRow kDv[] = {
     {576, 2, FourCC("QDV5")}, {1080, 4, FourCC("QDVH")}, {720, 2, FourCC("QDVH")},
 };
 
-// ISO/IEC 13818-2: start codes of table 6-1, an identifier of table 6-2, the rates of table 6-4.
-constexpr BYTE kPictureStart = 0x00;
-constexpr BYTE kSequenceHeader = 0xB3;
-constexpr BYTE kExtension = 0xB5;
+// ISO/IEC 13818-2: tables 6-2, 6-12 and 6-4.
 constexpr int kSequenceExtension = 1;
 constexpr int kIntraPicture = 1;
 constexpr AVRational kMpegRates[] = {{0, 0},  {24000, 1001}, {24, 1},       {25, 1}, {30000, 1001},
@@ -75,34 +73,31 @@ bool DvIsWide(ByteSpan frame) {
 
 MpegPicture ReadMpegPicture(ByteSpan frame) {
     MpegPicture picture;
-    for (std::size_t at = 0; frame.Holds(at, 8); ++at) {
+    for (std::size_t at = FindStartCode(frame, 0); frame.Holds(at, 5);
+         at = FindStartCode(frame, at)) {
         const BYTE* code = frame.data() + at;
-        if (code[0] != 0 || code[1] != 0 || code[2] != 1) {
-            continue;
-        }
-        if (code[3] == kPictureStart) {
-            picture.intra = (code[5] >> 3 & 7) == kIntraPicture;
+        if (*code == kMpeg2Picture) {
+            picture.intra = (code[2] >> 3 & 7) == kIntraPicture;
             break;
         }
-        if (code[3] == kSequenceHeader) {  // table 6-3; other codes are square pixels or unused
-            const int aspect = code[7] >> 4;
+        if (*code == kMpeg2SequenceHeader) {  // table 6-3; other codes are square pixels or unused
+            const int aspect = code[4] >> 4;
             picture.aspect = aspect == 2 ? AVRational{4, 3} : AVRational{aspect == 3 ? 16 : 0, 9};
-            const std::size_t rate = code[7] & 15;
+            const std::size_t rate = code[4] & 15;
             picture.rate = rate < std::size(kMpegRates) ? kMpegRates[rate] : AVRational{};
-        } else if (code[3] == kExtension && code[4] >> 4 == kSequenceExtension &&
-                   frame.Holds(at, 10)) {  // section 6.2.2.3: factors of the rate, minus one
-            picture.rate = av_mul_q(picture.rate, {(code[9] >> 5 & 3) + 1, (code[9] & 31) + 1});
+        } else if (*code == kMpeg2Extension && code[1] >> 4 == kSequenceExtension &&
+                   frame.Holds(at, 7)) {  // section 6.2.2.3: factors of the rate, minus one
+            picture.rate = av_mul_q(picture.rate, {(code[6] >> 5 & 3) + 1, (code[6] & 31) + 1});
         }
     }
     return picture;
 }
 
 int ShownLines(int width, int codedLines) {
-    if (width == 720 && codedLines == 608) {
-        return 576;  // SMPTE 356M, 625 lines
-    }
-    if (width == 720 && codedLines == 512) {
-        return 486;  // and 525 lines
+    for (const Mpeg2Blanking& row : kMpeg2Blanking) {
+        if (row.width == width && row.codedLines == codedLines) {
+            return row.lines;
+        }
     }
     return codedLines == 1088 ? 1080 : codedLines;
 }

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "media/libav.h"
 #include "platform/byte_span.h"
-#include "source/libavformat.h"
 
 namespace nyx::source {
 

@@ -25,7 +25,7 @@ struct Rgb8Reader {
     static constexpr std::size_t kBytesPerPixel = Order::kChannels;
     static constexpr std::size_t kWindowPixels = Order::kHasAlpha ? 4 : 6;
     static constexpr int kFractionBits = 0;  ///< of a lane, against an 8-bit code
-    static constexpr int kCentre = 0;        ///< what has been taken from each word
+    static constexpr int kCentre = 0;        ///< subtracted from each word
 
     static RgbLanes Read(const BYTE* at) {
         constexpr ShuffleMask kFirst = Places(0);

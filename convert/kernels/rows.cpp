@@ -9,8 +9,7 @@ namespace {
 
 constexpr BYTE kOpaque = 255;
 
-/// Where a conversion stands in a plane: rows of `rowBytes` bytes, each followed by the plane's
-/// gap.
+/// The current row of a plane of rows of `rowBytes` bytes, each followed by the plane's gap.
 class RowCursor {
   public:
     RowCursor(const ImagePlane& plane, std::size_t rowBytes)
@@ -25,8 +24,8 @@ class RowCursor {
     std::ptrdiff_t step_;
 };
 
-/// The last pixels of a row, fewer than a window: converted by way of copies, so that whole steps
-/// may be read and written. The last pair is followed by itself, as its own right neighbour.
+/// Converts the last pixels of a row, fewer than a window, through copies that a kernel may read
+/// and write in whole steps. A copy of the last pair follows it, as its own right neighbour.
 class RowTail {
   public:
     void Convert(const Kernel& kernel, KernelFunction convert, const KernelNumbers& numbers,
@@ -54,8 +53,7 @@ class RowTail {
     BYTE destination_[kPixels * kMaxBytes];
 };
 
-/// How many of a row's pixels can be converted step by step when every step's window must lie
-/// inside the row.
+/// The number of a row's pixels that can be converted in steps whose windows are inside the row.
 std::size_t WholeSteps(const Kernel& kernel, std::size_t width) {
     return width < kernel.window
                ? 0

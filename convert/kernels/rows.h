@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// What all kernels have in common: the walk over rows, the ends of rows, and alpha planes.
+/// The common part of all conversions: rows, their ends, and alpha planes.
 
 #include "convert/convert.h"
 #include "convert/kernels/kernels.h"

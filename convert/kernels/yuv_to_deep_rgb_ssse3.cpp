@@ -8,8 +8,8 @@
 namespace nyx {
 namespace {
 
-/// The matrix for deep outputs. A gain of 18 bits is its upper 14 bits, which meet the sample times
-/// 16, and the rest, which meets the sample; the sums become unsigned 16-bit channels.
+/// The matrix for deep outputs. The upper 14 bits of an 18-bit gain are multiplied by the sample
+/// times 16, the rest by the sample; the sums become unsigned 16-bit channels.
 class DeepMatrix {
   public:
     explicit DeepMatrix(const CoefficientBlock& block)
@@ -75,8 +75,8 @@ class AlphaScale {
             _mm_unpacklo_epi64(factors.Scale(opaque.ba, black_), _mm_unpacklo_epi8(bytes, bytes))};
     }
 
-    /// Ten bits round colours and cut alpha: holds colours that were scaled from black at 0 to the
-    /// most that rounds to their alpha. Alpha keeps its upper ten bits.
+    /// Ten bits round colours and truncate alpha: limits colours that were scaled from black at 0
+    /// to the maximum that rounds to their alpha. Alpha keeps its upper ten bits.
     DeepPixels BoundedForTenBits(const DeepPixels& in) const {
         const __m128i alpha = _mm_unpackhi_epi64(in.ba, in.ba);
         const __m128i cut = _mm_and_si128(alpha, _mm_set1_epi16(~63));
@@ -87,9 +87,14 @@ class AlphaScale {
 
   private:
     static const AlphaFactorTable* TableOf(AlphaTransform transform) {
-        return transform == AlphaTransform::kPremultiply     ? &kPremultiply
-               : transform == AlphaTransform::kUnpremultiply ? &kUnpremultiply
-                                                             : &kUnscaled;
+        switch (transform) {
+            case AlphaTransform::kPremultiply:
+                return &kPremultiply;
+            case AlphaTransform::kUnpremultiply:
+                return &kUnpremultiply;
+            default:
+                return &kUnscaled;
+        }
     }
 
     const AlphaFactorTable& table_;

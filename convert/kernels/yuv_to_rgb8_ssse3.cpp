@@ -47,7 +47,7 @@ struct Rgb8Writer {
     static constexpr std::size_t kWindowPixels =
         Order::kHasAlpha ? 4 : 6;  ///< pixels that are overwritten
 
-    /// The four values of one channel lie in the odd bytes of one half of a packed vector.
+    /// The four values of one channel are in the odd bytes of one half of a packed vector.
     static constexpr void Place(ShuffleMask& mask, int channel, int half) {
         for (int pixel = 0; channel >= 0 && pixel < 4; ++pixel) {
             PlaceBytes(mask, pixel * Order::kChannels + channel, half * 8 + pixel * 2 + 1, 1);
@@ -61,8 +61,8 @@ struct Rgb8Writer {
         return mask;
     }
 
-    /// Packing saturates each half-word to a byte. The high half-words are the channels, the low
-    /// ones fractions: their bytes are not taken.
+    /// Packing saturates each half-word to a byte. The high half-words are the channels; the low
+    /// ones are fractions, whose bytes are dropped.
     static void Write(BYTE* at, const RgbSums& sums) {
         constexpr ShuffleMask kBg = Places(Order::b, Order::g);
         constexpr ShuffleMask kRa = Places(Order::r, Order::a);

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// Between the chroma of decoded planes and that of "YUY2", whose samples sit on the even pixels of
+/// Converts the chroma of decoded planes to that of "YUY2", whose samples sit on the even pixels of
 /// every line.
 
 #include <array>
@@ -10,8 +10,8 @@
 
 namespace nyx::open {
 
-/// Where the rows of a 4:2:0 picture's chroma lie: how far below the first line of its field, in
-/// quarters of a field's line distance, the first row of each field does. A row serves two lines.
+/// The vertical position of a 4:2:0 picture's chroma rows: the distance of each field's first row
+/// below the field's first line, in quarters of a field's line distance. A row serves two lines.
 struct ChromaSiting {
     int fields;             ///< 2 when chroma rows alternate between the fields, 1 for a frame
     std::array<int, 2> cb;  ///< by field
@@ -42,8 +42,7 @@ struct ChromaPlane {
 void InterpolateRow(const ChromaPlane& plane, int fields, const std::array<int, 2>& siting, int y,
                     BYTE* out);
 
-/// 4:1:1 to 4:2:2: samples of every fourth pixel, and means between them. `count` is what is
-/// written.
+/// 4:1:1 to 4:2:2: samples of every fourth pixel, and means between them. Writes `count` samples.
 void DoubleSamples(const BYTE* samples, int count, BYTE* out);
 
 /// One line of "YUY2" of a line's luma and its 4:2:2 chroma; `width` is even.

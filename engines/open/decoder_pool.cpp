@@ -13,15 +13,15 @@ namespace {
 /// Pictures beyond this are damage: no format here has half as many pixels.
 constexpr std::int64_t kMaxPixels = std::int64_t{4096} * 2304;
 
-/// The library's fastest inverse transform strays from its reference by one step in one sample of
+/// The library's fastest inverse transform differs from its reference by one step in one sample of
 /// twenty.
 bool WantsExactPictures() {
-    const char* wish = std::getenv("NYX_OPEN_ENGINES");
-    return wish && std::strcmp(wish, "exact") == 0;
+    const char* value = std::getenv("NYX_OPEN_ENGINES");
+    return value && std::strcmp(value, "exact") == 0;
 }
 
 template <class Object>
-Object* Made(Object* object) {
+Object* Checked(Object* object) {
     if (!object) {
         throw std::bad_alloc();
     }
@@ -32,8 +32,8 @@ Object* Made(Object* object) {
 
 FrameDecoder::FrameDecoder(AVCodecID codec) {
     av_log_set_level(AV_LOG_QUIET);
-    const AVCodec* decoder = Made(avcodec_find_decoder(codec));
-    context_.reset(Made(avcodec_alloc_context3(decoder)));
+    const AVCodec* decoder = Checked(avcodec_find_decoder(codec));
+    context_.reset(Checked(avcodec_alloc_context3(decoder)));
     context_->thread_count = 1;  // the caller's thread is the only one
     context_->flags |= AV_CODEC_FLAG_LOW_DELAY;
     context_->idct_algo = FF_IDCT_XVID;
@@ -42,8 +42,8 @@ FrameDecoder::FrameDecoder(AVCodecID codec) {
         context_->idct_algo = FF_IDCT_SIMPLE;
     }
     context_->max_pixels = kMaxPixels;
-    packet_.reset(Made(av_packet_alloc()));
-    picture_.reset(Made(av_frame_alloc()));
+    packet_.reset(Checked(av_packet_alloc()));
+    picture_.reset(Checked(av_frame_alloc()));
     if (avcodec_open2(context_.get(), decoder, nullptr) < 0) {
         throw std::bad_alloc();
     }
@@ -69,33 +69,33 @@ const AVFrame* FrameDecoder::Decode() {
     if (avcodec_receive_frame(context_.get(), picture_.get()) >= 0) {
         return picture_.get();
     }
-    // Held back: the end of the stream brings it out.
+    // The decoder held the picture back; the end of the stream flushes it.
     avcodec_send_packet(context_.get(), nullptr);
     return avcodec_receive_frame(context_.get(), picture_.get()) >= 0 ? picture_.get() : nullptr;
 }
 
 DecoderPool::~DecoderPool() {
     while (idle_ && !ProcessEnds()) {
-        delete TakeIdle();
+        PopIdle().reset();
     }
 }
 
-FrameDecoder* DecoderPool::TakeIdle() {
+std::unique_ptr<FrameDecoder> DecoderPool::PopIdle() {
     const std::lock_guard<SpinLock> hold(lock_);
-    FrameDecoder* const decoder = idle_;
+    std::unique_ptr<FrameDecoder> decoder(idle_);
     idle_ = decoder ? decoder->next_ : nullptr;
     return decoder;
 }
 
-FrameDecoder* DecoderPool::Take() {
-    FrameDecoder* const decoder = TakeIdle();
-    return decoder ? decoder : new FrameDecoder(codec_);
+std::unique_ptr<FrameDecoder> DecoderPool::Acquire() {
+    std::unique_ptr<FrameDecoder> decoder = PopIdle();
+    return decoder ? std::move(decoder) : std::make_unique<FrameDecoder>(codec_);
 }
 
-void DecoderPool::Return(FrameDecoder* decoder) {
+void DecoderPool::Release(std::unique_ptr<FrameDecoder> decoder) noexcept {
     const std::lock_guard<SpinLock> hold(lock_);
     decoder->next_ = idle_;
-    idle_ = decoder;
+    idle_ = decoder.release();
 }
 
 }  // namespace nyx::open

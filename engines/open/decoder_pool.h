@@ -1,23 +1,26 @@
 #pragma once
 
+#include <memory>
+#include <utility>
+
 #include "codecs/spin_lock.h"
-#include "engines/open/libavcodec.h"
+#include "media/libav.h"
 #include "platform/byte_span.h"
 
 namespace nyx::open {
 
-/// A libavcodec decoder for frames that stand for themselves, with room for one frame's bytes. For
-/// one thread at a time.
+/// A libavcodec decoder for independent frames, with a buffer for one frame's bytes. For one thread
+/// at a time.
 class FrameDecoder {
   public:
-    /// Throws std::bad_alloc when it cannot be had.
+    /// Throws std::bad_alloc when libavcodec cannot open a decoder.
     explicit FrameDecoder(AVCodecID codec);
 
     /// Copies the frame into a buffer of the decoder's own, which may be edited before Decode.
     BYTE* Load(ByteSpan frame);
 
-    /// Decodes what was loaded. Null when it gives no picture; the picture lives until the next
-    /// call. What was decoded before has no influence.
+    /// Decodes the loaded frame, independently of earlier ones. Null when it gives no picture; the
+    /// picture lives until the next call.
     const AVFrame* Decode();
 
   private:
@@ -26,13 +29,12 @@ class FrameDecoder {
     LibavPtr<AVCodecContext> context_;
     LibavPtr<AVPacket> packet_;
     LibavPtr<AVFrame> picture_;
-    FrameDecoder* next_ = nullptr;  ///< of those that wait
+    FrameDecoder* next_ = nullptr;  ///< in the pool's list
 };
 
-/// Decoders of one kind that wait for the next call: opening one for every frame would cost more
-/// than many a frame. Any thread. To live outside functions, where the compiler can build it and no
-/// thread library has to guard its making; what waits is freed together with the engine, but left
-/// alone when the process ends.
+/// Idle decoders of one kind: opening one for every frame could take longer than decoding it. Any
+/// thread. An instance is a constant-initialised global, which no thread library has to guard. Idle
+/// decoders are freed together with the engine, but not when the process ends.
 class DecoderPool {
   public:
     explicit constexpr DecoderPool(AVCodecID codec) : codec_(codec) {}
@@ -40,30 +42,30 @@ class DecoderPool {
     DecoderPool(const DecoderPool&) = delete;
     DecoderPool& operator=(const DecoderPool&) = delete;
 
-    /// A decoder that goes back to the pool at the end of its holder's life.
+    /// A decoder that returns to the pool at the end of the lease.
     class Lease {
       public:
-        explicit Lease(DecoderPool& pool) : pool_(pool), decoder_(pool.Take()) {}
-        ~Lease() { pool_.Return(decoder_); }
+        explicit Lease(DecoderPool& pool) : pool_(pool), decoder_(pool.Acquire()) {}
+        ~Lease() { pool_.Release(std::move(decoder_)); }
         Lease(const Lease&) = delete;
         Lease& operator=(const Lease&) = delete;
-        FrameDecoder* operator->() const { return decoder_; }
+        FrameDecoder* operator->() const { return decoder_.get(); }
 
       private:
         DecoderPool& pool_;
-        FrameDecoder* decoder_;
+        std::unique_ptr<FrameDecoder> decoder_;
     };
 
   private:
-    /// The one that waits at the head of the list; null when none does.
-    FrameDecoder* TakeIdle();
-    /// Throws std::bad_alloc when a new one is needed and cannot be had.
-    FrameDecoder* Take();
-    void Return(FrameDecoder* decoder);
+    /// The first idle decoder; null when there is none.
+    std::unique_ptr<FrameDecoder> PopIdle();
+    /// An idle decoder, or a new one. Throws std::bad_alloc when that cannot be opened.
+    std::unique_ptr<FrameDecoder> Acquire();
+    void Release(std::unique_ptr<FrameDecoder> decoder) noexcept;
 
     AVCodecID codec_;
     SpinLock lock_;
-    FrameDecoder* idle_ = nullptr;  ///< owned, and with it all behind it
+    FrameDecoder* idle_ = nullptr;  ///< owned, with all that follow
 };
 
 }  // namespace nyx::open

@@ -10,11 +10,11 @@
 namespace nyx::open {
 namespace {
 
-__constinit DecoderPool pool(AV_CODEC_ID_DVVIDEO);
+constinit DecoderPool pool(AV_CODEC_ID_DVVIDEO);
 
 LONG Decode(const DvSignal& signal, const void* frame, const Surface& surface) {
     DecoderPool::Lease decoder(pool);
-    MarkFrame(signal, decoder->Load(ByteSpan(frame, signal.frameBytes)));
+    MarkFrame(signal, decoder->Load(ByteSpan(frame, static_cast<std::size_t>(signal.frameBytes))));
     const AVFrame* picture = decoder->Decode();
     return picture && WritePicture(*picture, 0, kDvSiting, surface) ? 0 : -1;
 }
@@ -25,7 +25,7 @@ LONG Decode(const DvSignal& signal, const void* frame, const Surface& surface) {
 extern "C" LONG __stdcall dv_decode(LONG flags, const void* frame, void* destination, LONG stride,
                                     LONG bytesPerPixel, LONG code) {
     using namespace nyx::open;
-    const DvSignal* signal = FindSignal(flags);
+    const nyx::DvSignal* signal = nyx::FindDvSignal(flags);
     if (!signal || !frame) {
         return -1;
     }
@@ -38,7 +38,7 @@ extern "C" LONG __stdcall dv_decode(LONG flags, const void* frame, void* destina
     try {
         result = Decode(*signal, frame, *surface);
     } catch (const std::bad_alloc&) {
-        // Black as for a frame that does not decode.
+        // As for a frame that does not decode.
     }
     if (result < 0) {
         FillBlack(*surface);

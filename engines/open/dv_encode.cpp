@@ -18,9 +18,9 @@ LibavPtr<AVCodecContext> OpenEncoder(const DvSignal& signal, bool wide) {
     }
     context->width = signal.width;
     context->height = signal.height;
-    context->pix_fmt = signal.planes;
-    context->time_base = signal.frameDuration;
-    context->framerate = av_inv_q(signal.frameDuration);
+    context->pix_fmt = PlanesOf(signal);
+    context->framerate = {signal.rateNum, signal.rateDen};
+    context->time_base = av_inv_q(context->framerate);
     context->sample_aspect_ratio = av_div_q(wide ? AVRational{16, 9} : AVRational{4, 3},
                                             AVRational{signal.width, signal.height});
     context->thread_count = 1;
@@ -36,17 +36,17 @@ LONG Encode(const DvSignal& signal, bool wide, const Surface& surface, void* fra
     if (!context || !picture || !packet) {
         return -1;
     }
-    picture->format = signal.planes;
+    picture->format = PlanesOf(signal);
     picture->width = signal.width;
     picture->height = signal.height;
     if (av_frame_get_buffer(picture.get(), 0) < 0 || !ReadPicture(surface, picture.get()) ||
         avcodec_send_frame(context.get(), picture.get()) < 0 ||
         avcodec_receive_packet(context.get(), packet.get()) < 0 ||
-        packet->size != static_cast<int>(signal.frameBytes)) {
+        packet->size != signal.frameBytes) {
         return -1;
     }
     SetApplicationId(signal, packet->data);
-    std::memcpy(frame, packet->data, signal.frameBytes);
+    std::memcpy(frame, packet->data, static_cast<std::size_t>(packet->size));
     return packet->size;
 }
 
@@ -56,7 +56,7 @@ LONG Encode(const DvSignal& signal, bool wide, const Surface& surface, void* fra
 extern "C" LONG __stdcall dv_encode(LONG flags, void* frame, const void* source, LONG stride,
                                     LONG bytesPerPixel, LONG code) {
     using namespace nyx::open;
-    const DvSignal* signal = FindSignal(flags);
+    const nyx::DvSignal* signal = nyx::FindDvSignal(flags);
     if (!signal || !frame) {
         return -1;
     }

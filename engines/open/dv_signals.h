@@ -1,33 +1,18 @@
 #pragma once
 
 /// @file
-/// The DV signals as a table: what a flag word names, how large its frames and pictures are, and
-/// the marks by which a frame tells its signal.
+/// The marks by which a DV frame states its signal, and its planes in libavcodec's terms.
 
-#include <cstddef>
-
-#include "engines/open/libavcodec.h"
-#include "platform/win_types.h"
+#include "media/dv_signals.h"
+#include "media/libav.h"
 
 namespace nyx::open {
 
-struct DvSignal {
-    LONG variant;  ///< variant and system bits of a flag word
-    int width;
-    int height;
-    std::size_t frameBytes;
-    AVPixelFormat planes;
-    AVRational frameDuration;  ///< seconds
-    BYTE signalType;           ///< STYPE, in the video source pack
-    BYTE applicationId;        ///< APT, in the header block
-};
+/// DV25 is 4:1:1, except in 625/50, where only DVCPRO25 is; the others are 4:2:2.
+AVPixelFormat PlanesOf(const DvSignal& signal);
 
-/// The row of a flag word; null for one that names no signal. Decoding and encoding name 720-line
-/// material differently; either name is taken.
-const DvSignal* FindSignal(LONG flags);
-
-/// Brings the marks that the decoder reads (first header block, first VAUX block) in line with the
-/// signal: the caller may have found them elsewhere in the frame, where the standards allow them.
+/// Writes the signal's marks where the decoder reads them (first header block, first VAUX block):
+/// the caller may have found them elsewhere in the frame, as the standards permit.
 void MarkFrame(const DvSignal& signal, BYTE* frame);
 
 /// Writes the application ID into every header and subcode block of a frame.

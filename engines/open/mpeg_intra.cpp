@@ -1,54 +1,40 @@
 // "rkm2vi01.dll": MPEG-2 intra frames by libavcodec's decoder.
 
 #include <new>
-#include <optional>
 
 #include "codecs/engine_records.h"
 #include "engines/open/decoder_pool.h"
 #include "engines/open/picture_writer.h"
+#include "media/mpeg2.h"
 
 namespace nyx::open {
 namespace {
 
-constexpr LONG kYuy2 = 0;
+constexpr LONG kYuy2Code = 0;
 
-__constinit DecoderPool pool(AV_CODEC_ID_MPEG2VIDEO);
-
-/// The offset behind the start code `code` of the frame, searched from `from` on.
-std::optional<std::size_t> FindStartCode(ByteSpan frame, BYTE code, std::size_t from) {
-    const BYTE* bytes = frame.data();
-    for (std::size_t i = from; i + 4 <= frame.size(); ++i) {
-        if (bytes[i] == 0 && bytes[i + 1] == 0 && bytes[i + 2] == 1 && bytes[i + 3] == code) {
-            return i + 4;
-        }
-    }
-    return std::nullopt;
-}
+constinit DecoderPool pool(AV_CODEC_ID_MPEG2VIDEO);
 
 /// The picture height of the sequence header and its extension (ISO/IEC 13818-2, 6.2.2.1 and
-/// 6.2.2.3); 0 when the frame has no header. A stream's padding to whole macroblocks is not in it,
-/// lines of vertical blanking that were coded as picture are.
+/// 6.2.2.3); 0 when the frame has no header. It excludes padding to whole macroblocks and includes
+/// lines of vertical blanking that were coded as picture.
 LONG CodedHeight(ByteSpan frame) {
-    constexpr BYTE kSequenceHeader = 0xB3;
-    constexpr BYTE kExtension = 0xB5;
-    const auto header = FindStartCode(frame, kSequenceHeader, 0);
-    if (!header || !frame.Holds(*header, 3)) {
+    const auto header = FindStartCode(frame, kMpeg2SequenceHeader);
+    if (!header || !header->Holds(0, 3)) {
         return 0;
     }
-    const BYTE* size = frame.data() + *header;  // twelve bits each of width and height
+    const BYTE* size = header->data();  // twelve bits each of width and height
     LONG height = (size[1] & 0x0F) << 8 | size[2];
-    const auto extension = FindStartCode(frame, kExtension, *header);
+    const auto extension = FindStartCode(*header, kMpeg2Extension);
     constexpr BYTE kSequenceExtension = 1;  // the extension's kind, in its first four bits
-    if (extension && frame.Holds(*extension, 3) &&
-        frame.data()[*extension] >> 4 == kSequenceExtension) {
-        height |= (frame.data()[*extension + 2] >> 5 & 3) << 12;
+    if (extension && extension->Holds(0, 3) && extension->data()[0] >> 4 == kSequenceExtension) {
+        height |= (extension->data()[2] >> 5 & 3) << 12;
     }
     return height;
 }
 
 bool Decode(ByteSpan frame, LONG firstRow, const Surface& surface) {
     if (CodedHeight(frame) == 0) {
-        return false;  // an earlier stream's header must not stand in
+        return false;  // the decoder would use an earlier stream's header
     }
     DecoderPool::Lease decoder(pool);
     decoder->Load(frame);
@@ -61,7 +47,7 @@ bool Decode(ByteSpan frame, LONG firstRow, const Surface& surface) {
 
 LONG DecodePicture(const MpegIntraPictureRecord& record) {
     const auto surface = SurfaceOf(record.destination, record.stride, record.width, record.height,
-                                   record.bytesPerPixel, kYuy2);
+                                   record.bytesPerPixel, kYuy2Code);
     if (!surface) {
         return -1;
     }
@@ -70,7 +56,7 @@ LONG DecodePicture(const MpegIntraPictureRecord& record) {
         done = Decode(ByteSpan(record.frame, record.frameLength),
                       record.crop ? record.crop->linesDroppedAtTop : 0, *surface);
     } catch (const std::bad_alloc&) {
-        // Black as for a frame that does not decode.
+        // As for a frame that does not decode.
     }
     if (!done) {
         FillBlack(*surface);

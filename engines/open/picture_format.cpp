@@ -2,24 +2,24 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 
-#include "convert/convert.h"
+#include "codecs/surface_conversion.h"
 
 namespace nyx::open {
 
 std::optional<PixelLayout> LayoutOf(LONG code) {
     if (code == 0) {
-        return PixelLayout{2, 0, 0, 0};
+        return PixelLayout{.bytesPerPixel = 2};
     }
     if (code < 1 || code > 8) {
         return std::nullopt;
     }
     const bool isDeep = code % 2 == 1;
     const LONG kind = (code - 1) / 2;
-    return PixelLayout{isDeep ? 4 : 3, isDeep ? FourCC("BGRA") : FourCC("BGR3"),
-                       kind % 2 == 0 ? kRgbStudioRange : kRgbFullRange,
-                       kind < 2 ? kYuvBt601 : kYuvBt709};
+    return PixelLayout{.bytesPerPixel = isDeep ? 4 : 3,
+                       .rgbFourCC = isDeep ? FourCC("BGRA") : FourCC("BGR3"),
+                       .rgbFlags = kind % 2 == 0 ? kRgbStudioRange : kRgbFullRange,
+                       .yuvFlags = kind < 2 ? kYuvBt601 : kYuvBt709};
 }
 
 bool Surface::IsValid() const {
@@ -33,24 +33,20 @@ std::optional<Surface> SurfaceOf(const void* data, LONG stride, LONG width, LONG
     if (!layout || layout->bytesPerPixel != bytesPerPixel) {
         return std::nullopt;
     }
-    const Surface surface = {static_cast<BYTE*>(const_cast<void*>(data)), stride, width, height,
-                             *layout};
+    const Surface surface = {.data = static_cast<BYTE*>(const_cast<void*>(data)),
+                             .stride = stride,
+                             .width = width,
+                             .height = height,
+                             .layout = *layout};
     return surface.IsValid() ? std::optional<Surface>(surface) : std::nullopt;
 }
 
 void FillBlack(const Surface& surface) {
-    const auto rowBytes = static_cast<std::size_t>(surface.width * surface.layout.bytesPerPixel);
-    for (LONG y = 0; y < surface.height; ++y) {
-        BYTE* row = surface.Row(y);
-        if (surface.layout.rgbFourCC != 0) {
-            std::memset(row, 0, rowBytes);
-            continue;
-        }
-        for (std::size_t i = 0; i < rowBytes; i += 2) {
-            row[i] = 0x10;
-            row[i + 1] = 0x80;
-        }
-    }
+    nyx::FillBlack({.bytesPerPixel = surface.layout.bytesPerPixel,
+                    .data = surface.data,
+                    .stride = surface.stride,
+                    .width = surface.width,
+                    .height = surface.height});
 }
 
 }  // namespace nyx::open

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The other side of a call: the caller's uncompressed picture and the code that names its layout.
+/// The caller's uncompressed picture and the code that names its layout.
 
 #include <optional>
 
@@ -9,14 +9,14 @@
 
 namespace nyx::open {
 
-/// What an output or input code means. Code 0 is "YUY2"; the RGB codes 1 to 8 count by twos through
-/// standard definition in studio range and full range, then high definition in the two: odd ones
-/// 32-bit, even ones 24-bit.
+/// The meaning of an output or input code. Code 0 is "YUY2"; of the RGB codes 1 to 8 the odd ones
+/// are 32-bit, the even ones 24-bit: two each for standard definition in studio and full range,
+/// then for high definition in both.
 struct PixelLayout {
-    LONG bytesPerPixel;
-    DWORD rgbFourCC;  ///< conversion library's name, 0 for "YUY2"
-    DWORD rgbFlags;   ///< RgbColourFlags
-    DWORD yuvFlags;   ///< YuvColourFlags
+    LONG bytesPerPixel = 0;
+    DWORD rgbFourCC = 0;  ///< conversion library's name, 0 for "YUY2"
+    DWORD rgbFlags = 0;   ///< RgbColourFlags
+    DWORD yuvFlags = 0;   ///< YuvColourFlags
 };
 
 /// Nothing for a code that has no layout here.

@@ -5,17 +5,17 @@
 
 #include "convert/convert.h"
 #include "engines/open/chroma_siting.h"
-#include "engines/open/libavcodec.h"
+#include "media/libav.h"
 
 namespace nyx::open {
 namespace {
 
-/// A half-band filter about the sample that is kept: 1 2 1.
+/// A half-band filter around the kept sample: 1 2 1.
 BYTE Smooth(int before, int kept, int after) {
     return static_cast<BYTE>((before + 2 * kept + after + 2) / 4);
 }
 
-/// A whole picture in "YUY2", and one component of it, whose samples lie `step` bytes apart.
+/// One component of a "YUY2" picture, whose samples are `step` bytes apart.
 struct Component {
     const Surface& yuy2;
     int first;
@@ -73,9 +73,9 @@ void Split(const Surface& yuy2, AVFrame* picture) {
                             {picture->data[1], picture->linesize[1]},
                             {picture->data[2], picture->linesize[2]}};
     const int pairs = yuy2.width / 2;
-    Copy({yuy2, 0, 2, yuy2.width}, planes[0]);
-    const Component cb = {yuy2, 1, 4, pairs};
-    const Component cr = {yuy2, 3, 4, pairs};
+    Copy({.yuy2 = yuy2, .first = 0, .step = 2, .width = yuy2.width}, planes[0]);
+    const Component cb = {.yuy2 = yuy2, .first = 1, .step = 4, .width = pairs};
+    const Component cr = {.yuy2 = yuy2, .first = 3, .step = 4, .width = pairs};
     constexpr int kQuartersPerLine = 4;
     switch (picture->format) {
         case AV_PIX_FMT_YUV411P:
@@ -109,7 +109,12 @@ bool ReadPicture(const Surface& surface, AVFrame* picture) {
                             FourCC("YUY2"), layout.yuvFlags, 0, surface.width, surface.height))) {
         return false;
     }
-    Split({pixels.data(), lineBytes, surface.width, surface.height, *LayoutOf(0)}, picture);
+    Split({.data = pixels.data(),
+           .stride = lineBytes,
+           .width = surface.width,
+           .height = surface.height,
+           .layout = *LayoutOf(0)},
+          picture);
     return true;
 }
 

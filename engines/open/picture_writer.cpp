@@ -4,18 +4,18 @@
 #include <vector>
 
 #include "convert/convert.h"
-#include "engines/open/libavcodec.h"
+#include "media/libav.h"
 
 namespace nyx::open {
 namespace {
 
-/// Makes "YUY2" lines of a picture's planes, whatever its chroma.
+/// Writes lines of a picture's planes as "YUY2".
 class LineWriter {
   public:
     LineWriter(const AVFrame& picture, const ChromaSiting& siting, int width)
         : picture_(picture), siting_(siting), width_(width), chroma_(static_cast<size_t>(width)) {}
 
-    void Make(int y, BYTE* out) {
+    void Write(int y, BYTE* out) {
         BYTE* cb = chroma_.data();
         BYTE* cr = cb + width_ / 2;
         const BYTE* luma = picture_.data[0] + std::ptrdiff_t{y} * picture_.linesize[0];
@@ -63,18 +63,18 @@ bool WritePicture(const AVFrame& picture, LONG firstRow, const ChromaSiting& sit
     const PixelLayout& layout = surface.layout;
     if (layout.rgbFourCC == 0) {
         for (LONG y = 0; y < surface.height; ++y) {
-            lines.Make(firstRow + y, surface.Row(y));
+            lines.Write(firstRow + y, surface.Row(y));
         }
         return true;
     }
-    // A strip at a time, so that its lines are still in the cache when they are converted.
+    // A strip at a time, so that the conversion finds its lines in the cache.
     constexpr LONG kStripRows = 16;
     const LONG lineBytes = 2 * surface.width;
     std::vector<BYTE> strip(static_cast<std::size_t>(kStripRows * lineBytes));
     for (LONG y = 0; y < surface.height; y += kStripRows) {
         const LONG rows = std::min(kStripRows, surface.height - y);
         for (LONG i = 0; i < rows; ++i) {
-            lines.Make(firstRow + y + i, &strip[static_cast<std::size_t>(i * lineBytes)]);
+            lines.Write(firstRow + y + i, &strip[static_cast<std::size_t>(i * lineBytes)]);
         }
         const ImagePlane from = {strip.data(), lineBytes, 0};
         const ImagePlane to = {surface.Row(y), surface.stride,

@@ -52,7 +52,7 @@ void Unpack(const void* record, RecordShape shape, LONG_PTR* words) {
 
 Call& NewCall(Purpose purpose, std::size_t words) {
     Call& call = calls[purpose];
-    call = {call.count + 1, static_cast<DWORD>(words), {}, 0, {}, 0};
+    call = {.count = call.count + 1, .wordCount = static_cast<DWORD>(words)};
     return call;
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// The frame around every stand-in entry: keep the call for tests, misbehave when told to, let no
-/// C++ exception out.
+/// The common part of every stand-in entry: it logs the call for tests, misbehaves on demand and
+/// contains C++ exceptions.
 
 #include <cstddef>
 #include <initializer_list>
@@ -25,10 +25,10 @@ enum class Action {
     kNegative
 };
 
-/// What the environment tells this purpose to do, asked anew at each call.
+/// The action that the environment demands of this purpose, read at each call.
 Action ActionFor(Purpose purpose);
 
-/// How the words of a record lie in memory.
+/// The layout of a record's words in memory.
 struct RecordShape {
     std::size_t words = 0;
     DWORD wide = 0;  ///< bit N: word N, counted from 1, is as wide as an address
@@ -41,24 +41,24 @@ struct RecordShape {
     }
 };
 
-/// Keeps a call with a record. `inner` may be null.
+/// Logs a call with a record. `inner` may be null.
 void LogCall(Purpose purpose, const void* record, RecordShape shape, const void* inner = nullptr,
              RecordShape innerShape = {});
 
-/// Keeps a call with arguments and no record.
+/// Logs a call with arguments and no record.
 void LogArguments(Purpose purpose, std::initializer_list<LONG_PTR> arguments);
 
 inline LONG_PTR Word(const void* pointer) {
     return reinterpret_cast<LONG_PTR>(pointer);
 }
 
-/// Adds the entry's result to the call that was kept.
+/// Adds the entry's result to the logged call.
 void LogResult(Purpose purpose, LONG result);
 
 /// Carries out the actions that raise; the others return.
 void Raise(Action action);
 
-/// Runs an entry's body between log and result. The body takes the action and gives the result.
+/// Runs an entry's body, a function from the action to the result, and logs the result.
 template <typename Body>
 LONG RunEntry(Purpose purpose, Body body) {
     const Action action = ActionFor(purpose);

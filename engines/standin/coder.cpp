@@ -26,9 +26,12 @@ std::uint16_t Sample(std::uint16_t level, LONG step) {
         std::clamp<int>(static_cast<std::int16_t>(level) * step + kMiddle, 0, kMax));
 }
 
-/// How far back in a row of Y Cb Y Cr, or of alpha, the left neighbour of the same kind stands.
+/// The distance in a row of Y Cb Y Cr, or of alpha, to the left neighbour of the same kind.
 std::size_t Distance(std::size_t at, bool alpha) {
-    return alpha ? 1 : (at % 2 == 0 ? 2 : 4);
+    if (alpha) {
+        return 1;
+    }
+    return at % 2 == 0 ? 2 : 4;
 }
 
 /// The words' distances to their neighbours with the signs folded into the lowest bit, low bytes
@@ -46,7 +49,8 @@ void Append(const std::vector<std::uint16_t>& words, bool alpha, std::vector<BYT
     }
 }
 
-void Take(const BYTE* bytes, bool alpha, std::vector<std::uint16_t>* words) {
+/// The inverse of Append.
+void Restore(const BYTE* bytes, bool alpha, std::vector<std::uint16_t>* words) {
     for (std::size_t i = 0; i < words->size(); ++i) {
         const std::size_t distance = Distance(i, alpha);
         const int folded = bytes[i] | bytes[words->size() + i] << 8;
@@ -81,18 +85,22 @@ std::optional<std::vector<BYTE>> Inflate(const BYTE* bytes, std::size_t count, s
 std::optional<FrameHeader> ReadHeader(const void* frame, std::string_view tag) {
     FrameHeader header;
     std::memcpy(&header, frame, sizeof(header));
-    const bool sound = std::memcmp(header.tag, tag.data(), tag.size()) == 0 && header.width > 0 &&
+    const bool valid = std::memcmp(header.tag, tag.data(), tag.size()) == 0 && header.width > 0 &&
                        header.height > 0 && header.width % 2 == 0 &&
                        header.height <= kMaxPixels / header.width && header.step > 0 &&
                        header.step <= kCoarsest && header.alpha >= 0 && header.alpha <= 3 &&
                        header.codedLength >= sizeof(header);
-    return sound ? std::optional<FrameHeader>(header) : std::nullopt;
+    return valid ? std::optional<FrameHeader>(header) : std::nullopt;
 }
 
 LONG EncodeFrame(std::string_view tag, const Picture& picture, LONG step, void* output,
                  std::size_t capacity) {
-    FrameHeader header = {
-        {}, 0, picture.width, picture.height, std::max(step, LONG{1}), !picture.alpha.empty()};
+    FrameHeader header = {.tag = {},
+                          .codedLength = 0,
+                          .width = picture.width,
+                          .height = picture.height,
+                          .step = std::max(step, LONG{1}),
+                          .alpha = !picture.alpha.empty()};
     std::memcpy(header.tag, tag.data(), std::min(tag.size(), sizeof(header.tag)));
     std::vector<std::uint16_t> levels(picture.samples.size());
     for (;; header.step = std::min(header.step + header.step / 4 + 1, kCoarsest)) {
@@ -122,8 +130,8 @@ std::optional<Picture> DecodeFrame(const void* frame, const FrameHeader& header)
     if (!bytes) {
         return std::nullopt;
     }
-    Take(bytes->data(), false, &picture.samples);
-    Take(bytes->data() + 2 * picture.samples.size(), true, &picture.alpha);
+    Restore(bytes->data(), false, &picture.samples);
+    Restore(bytes->data() + 2 * picture.samples.size(), true, &picture.alpha);
     for (std::uint16_t& sample : picture.samples) {
         sample = Sample(sample, header.step);
     }

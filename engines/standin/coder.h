@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// The stand-ins' own coding: samples divided by one step, the distances to their neighbours, zlib.
-/// Alpha is kept exactly; so are samples of 8 bits with a step of 4, and all with one of 1.
+/// The stand-ins' own coding: samples divided by a step, the differences to their neighbours, zlib.
+/// Lossless for alpha, for 8-bit samples with a step of 4, and for all with a step of 1.
 
 #include <windows.h>
 
@@ -21,12 +21,12 @@ struct FrameHeader {
     LONG width;
     LONG height;
     LONG step;   ///< quantiser step in codes of 10 bits
-    LONG alpha;  ///< 0 without; 1 with, what frames are coded with; Zeta2 tells its kind as 1 more
+    LONG alpha;  ///< 0 without, 1 with; Zeta2 reports a kind of 1 more
 };
 static_assert(sizeof(FrameHeader) == 24);
 
-/// The header at `frame`, when its tag starts with `tag` and its numbers belong together. Reads the
-/// header's bytes blindly: an engine's probe is told no length.
+/// The header at `frame`, when its tag starts with `tag` and its numbers are consistent. Reads the
+/// header's bytes unchecked: an engine's probe gets no length argument.
 std::optional<FrameHeader> ReadHeader(const void* frame, std::string_view tag);
 
 /// Codes a picture with `step`, or the smallest coarser one that fits. The coded length, or

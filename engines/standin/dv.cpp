@@ -1,5 +1,5 @@
-// "rkdvh.dll": every flavour of DV. Decodes no DCT block: a frame's picture is made up from its
-// digest, see dv_picture.h. An encoded frame is the first and the last row of the source.
+// "rkdvh.dll": every DV signal. Decodes no DCT block: the picture depends on the frame's digest
+// alone, see dv_picture.h. An encoded frame is the first and the last row of the source.
 
 #include <cstring>
 
@@ -11,45 +11,19 @@
 namespace standin {
 namespace {
 
-constexpr Codes kCodes = {0, 8, 2, 7, 2};
+constexpr Codes kCodes = {.rgb24 = 8, .rgb24Step = 2, .rgb32 = 7, .rgb32Step = 2};
 
-struct Format {
-    LONG variant;
-    LONG system;
-    int width;
-    int height;
-    LONG frameBytes;
-};
-
-constexpr Format kFormats[] = {
-    {nyx::kEngineDv25, nyx::kEngineSystem60, 720, 480, 120000},
-    {nyx::kEngineDv25, nyx::kEngineSystem50, 720, 576, 144000},
-    {nyx::kEngineDvcPro25, nyx::kEngineSystem60, 720, 480, 120000},
-    {nyx::kEngineDvcPro25, nyx::kEngineSystem50, 720, 576, 144000},
-    {nyx::kEngineDvcPro50, nyx::kEngineSystem60, 720, 480, 240000},
-    {nyx::kEngineDvcPro50, nyx::kEngineSystem50, 720, 576, 288000},
-    {nyx::kEngineDvcProHd1080, nyx::kEngineSystem60, 1280, 1080, 480000},
-    {nyx::kEngineDvcProHd1080, nyx::kEngineSystem50, 1440, 1080, 576000},
-    {nyx::kEngineDvcProHd720Decode, nyx::kEngineSystem60, 960, 720, 240000},
-    {nyx::kEngineDvcProHd720Decode, nyx::kEngineSystem50, 960, 720, 288000},
-    {nyx::kEngineDvcProHd720Encode, nyx::kEngineSystem60, 960, 720, 240000},
-    {nyx::kEngineDvcProHd720Encode, nyx::kEngineSystem50, 960, 720, 288000},
-};
-
-const Format* FormatFor(LONG flags) {
-    for (const Format& format : kFormats) {
-        if ((flags & ~nyx::kEngineWide) == (format.variant | format.system)) {
-            return &format;
-        }
-    }
-    return nullptr;
+/// The signal that a flag word names; null also for `refused`, the other direction's variant.
+const nyx::DvSignal* FindSignal(LONG flags, LONG refused) {
+    constexpr LONG kVariantBits = 0x3F;
+    return (flags & kVariantBits) == refused ? nullptr : nyx::FindDvSignal(flags);
 }
 
-Picture MakeUp(const Format& format, const BYTE* frame) {
-    const std::uint32_t digest = DvFrameDigest(frame, static_cast<std::size_t>(format.frameBytes));
-    Picture picture(format.width, format.height, false);
-    for (int y = 0; y < format.height; ++y) {
-        for (int x = 0; x < format.width; ++x) {
+Picture PictureFor(const nyx::DvSignal& signal, const BYTE* frame) {
+    const std::uint32_t digest = DvFrameDigest(frame, static_cast<std::size_t>(signal.frameBytes));
+    Picture picture(signal.width, signal.height, false);
+    for (int y = 0; y < signal.height; ++y) {
+        for (int x = 0; x < signal.width; ++x) {
             const BYTE chroma = x % 2 == 0 ? DvBlue(digest, x, y) : DvRed(digest, x - 1, y);
             picture.row(y)[2 * x] = static_cast<std::uint16_t>(DvLuma(digest, x, y) * 4);
             picture.row(y)[2 * x + 1] = static_cast<std::uint16_t>(chroma * 4);
@@ -59,27 +33,26 @@ Picture MakeUp(const Format& format, const BYTE* frame) {
 }
 
 LONG Decode(LONG flags, const BYTE* frame, const Surface& surface, LONG code) {
-    const Format* format = FormatFor(flags);
-    if (!format || format->variant == nyx::kEngineDvcProHd720Encode) {
+    const nyx::DvSignal* signal = FindSignal(flags, nyx::kEngineDvcProHd720Encode);
+    if (!signal) {
         return kBadRecord;
     }
-    Picture picture = MakeUp(*format, frame);
+    Picture picture = PictureFor(*signal, frame);
     return Copy(Direction::kStore, kCodes, static_cast<DWORD>(code), surface, &picture)
                ? kDone
                : kBadRecord;
 }
 
 LONG Encode(LONG flags, BYTE* frame, const Surface& source) {
-    const Format* format = FormatFor(flags);
-    if (!format || format->variant == nyx::kEngineDvcProHd720Decode || source.bytesPerPixel < 2 ||
-        source.bytesPerPixel > 4) {
+    const nyx::DvSignal* signal = FindSignal(flags, nyx::kEngineDvcProHd720Decode);
+    if (!signal || source.bytesPerPixel < 2 || source.bytesPerPixel > 4) {
         return kBadRecord;
     }
-    const auto rowBytes = static_cast<std::size_t>(format->width * source.bytesPerPixel);
-    std::memset(frame, 0, static_cast<std::size_t>(format->frameBytes));
+    const auto rowBytes = static_cast<std::size_t>(signal->width * source.bytesPerPixel);
+    std::memset(frame, 0, static_cast<std::size_t>(signal->frameBytes));
     std::memcpy(frame, source.data, rowBytes);
-    std::memcpy(frame + rowBytes, source.row(format->height - 1), rowBytes);
-    return format->frameBytes;
+    std::memcpy(frame + rowBytes, source.row(signal->height - 1), rowBytes);
+    return signal->frameBytes;
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// What the stand-in DV engine shows for a frame, so that tests can tell every pixel: slanted
-/// stripes whose place and colour follow from the frame's bytes.
+/// The stand-in DV engine's picture of a frame, of which tests can compute every pixel: slanted
+/// stripes whose position and colour depend on the frame's bytes.
 
 #include <windows.h>
 

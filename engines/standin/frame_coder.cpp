@@ -8,7 +8,7 @@
 namespace standin {
 namespace {
 
-/// Room for any picture's frame.
+/// Enough bytes for any picture's frame.
 constexpr std::size_t kBytesPerPixel = 5;
 constexpr std::size_t kMargin = 4096;
 
@@ -17,12 +17,12 @@ Entry As(FARPROC entry) {
     return reinterpret_cast<Entry>(reinterpret_cast<void*>(entry));
 }
 
-DWORD RoomOf(const std::vector<BYTE>& output) {
+DWORD SizeOf(const std::vector<BYTE>& output) {
     return static_cast<DWORD>(output.size());
 }
 
-/// The full-range code of an RGB layout: the engines count down from the high-definition one in
-/// steps, the standard-definition one comes two steps later.
+/// The full-range code of an RGB layout: the standard-definition one is two steps below the
+/// high-definition one.
 DWORD FullRangeCode(const Source& source, DWORD first, DWORD step) {
     const bool highDefinition = source.width >= 960 && source.height >= 720;
     return highDefinition ? first : first - 2 * step;
@@ -30,36 +30,32 @@ DWORD FullRangeCode(const Source& source, DWORD first, DWORD step) {
 
 LONG CallZetaCore(FARPROC entry, const Source& source, std::vector<BYTE>* output) {
     const LONG blocks = ((source.width + 15) / 16) * ((source.height + 15) / 16);
-    nyx::ZetaCoreEncodeRecord record = {nyx::kCommandCoreEncode,
-                                        source.data,
-                                        source.stride,
-                                        2,
-                                        0,
-                                        output->data(),
-                                        RoomOf(*output),
-                                        blocks * 4096,
-                                        nyx::kCoreConstant,
-                                        source.width,
-                                        source.height,
-                                        source.quantScale,
-                                        nyx::kZetaEncodeConstant,
-                                        0};
+    nyx::ZetaCoreEncodeRecord record = {.command = nyx::kCommandCoreEncode,
+                                        .source = source.data,
+                                        .stride = source.stride,
+                                        .bytesPerPixel = 2,
+                                        .output = output->data(),
+                                        .outputCapacity = SizeOf(*output),
+                                        .workSize = blocks * 4096,
+                                        .coreConstant = nyx::kCoreConstant,
+                                        .width = source.width,
+                                        .height = source.height,
+                                        .quantScale = source.quantScale,
+                                        .encodeConstant = nyx::kZetaEncodeConstant};
     return As<nyx::ZetaEntry>(entry)(&record);
 }
 
 LONG CallZetaAlpha(FARPROC entry, const Source& source, std::vector<BYTE>* output) {
-    nyx::ZetaAlphaEncodeRecord record = {nyx::kCommandAlphaEncode,
-                                         source.data,
-                                         source.stride,
-                                         4,
-                                         {},
-                                         FullRangeCode(source, 4, 1),
-                                         output->data(),
-                                         source.width,
-                                         source.height,
-                                         source.quantScale,
-                                         nyx::kZetaEncodeConstant,
-                                         0};
+    nyx::ZetaAlphaEncodeRecord record = {.command = nyx::kCommandAlphaEncode,
+                                         .source = source.data,
+                                         .stride = source.stride,
+                                         .bytesPerPixel = 4,
+                                         .pixelFormat = FullRangeCode(source, 4, 1),
+                                         .output = output->data(),
+                                         .width = source.width,
+                                         .height = source.height,
+                                         .quantScale = source.quantScale,
+                                         .encodeConstant = nyx::kZetaEncodeConstant};
     return As<nyx::ZetaEntry>(entry)(&record);
 }
 
@@ -67,18 +63,17 @@ LONG CallZeta2(FARPROC entry, const Source& source, std::vector<BYTE>* output, L
                DWORD code, LONG alpha) {
     const nyx::Zeta2Plane plane = {const_cast<BYTE*>(source.data), source.stride, 0};
     const LONG workSize = source.height * source.width / bytesPerPixel / 8;
-    nyx::Zeta2EncodeRecord record = {nyx::kCommandZeta2,
-                                     &plane,
-                                     code,
-                                     output->data(),
-                                     RoomOf(*output),
-                                     workSize,
-                                     alpha,
-                                     source.width,
-                                     source.height,
-                                     source.quantScale,
-                                     nyx::kZeta2EncodeConstant,
-                                     0};
+    nyx::Zeta2EncodeRecord record = {.command = nyx::kCommandZeta2,
+                                     .plane = &plane,
+                                     .pixelFormat = code,
+                                     .output = output->data(),
+                                     .outputCapacity = SizeOf(*output),
+                                     .workSize = workSize,
+                                     .alpha = alpha,
+                                     .width = source.width,
+                                     .height = source.height,
+                                     .quantScale = source.quantScale,
+                                     .encodeConstant = nyx::kZeta2EncodeConstant};
     return As<nyx::Zeta2Entry>(entry)(&record);
 }
 
@@ -98,14 +93,14 @@ LONG CallLossless(FARPROC entry, const Source& source, std::vector<BYTE>* output
 
 LONG CallMpegIntra(FARPROC entry, const Source& source, std::vector<BYTE>* output) {
     return As<MpegIntraEncodeEntry>(entry)(source.data, source.stride, source.width, source.height,
-                                           source.quantScale, output->data(),
-                                           static_cast<DWORD>(output->size()));
+                                           source.quantScale, output->data(), SizeOf(*output));
 }
 
 }  // namespace
 
 const std::vector<Coding>& Codings() {
     static const std::vector<Coding> codings = {
+        // name, stream's FourCC, stream's bits, source's bits, library, entry, call
         {"zeta", "QZTA", 24, 16, L"rkzcore.dll", "_zcf_encode@4", CallZetaCore},
         {"zeta-alpha", "QZTA", 32, 32, L"rkzalpha.dll", "_zetaa_encode@4", CallZetaAlpha},
         {"zeta2", "QZT2", 24, 16, L"rkz2core.dll", "_zeta2_encode@4", CallZeta2Opaque},
@@ -138,7 +133,7 @@ FrameCoder::FrameCoder(const Coding& coding)
     if (!entry_) {
         FreeLibrary(engine_);
         throw std::runtime_error(std::string("the engine for ") + coding.name +
-                                 " is not there or has no entry " + coding.entry);
+                                 " is missing or has no entry " + coding.entry);
     }
 }
 
@@ -147,7 +142,11 @@ std::vector<BYTE> FrameCoder::Code(const BYTE* picture, LONG width, LONG height,
     std::vector<BYTE> frame(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) *
                                 kBytesPerPixel +
                             kMargin);
-    const Source source = {picture, width * coding_.sourceBits / 8, width, height, quantScale};
+    const Source source = {.data = picture,
+                           .stride = width * coding_.sourceBits / 8,
+                           .width = width,
+                           .height = height,
+                           .quantScale = quantScale};
     const LONG length = coding_.call(entry_, source, &frame);
     if (length <= 0) {
         throw std::runtime_error(std::string("the engine refuses a picture for ") + coding_.name);

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The stand-ins' encode entries as a program calls them that has pictures and wants frames.
+/// Calls the stand-ins' encode entries, for programs that need frames of pictures.
 
 #include <windows.h>
 
@@ -17,13 +17,13 @@ struct Source {
     LONG stride;  ///< bytes
     LONG width;
     LONG height;
-    LONG quantScale;  ///< 1 is the finest; the lossless engine has no use for it
+    LONG quantScale;  ///< 1 is the finest; the lossless engine ignores it
 };
 
 /// Calls an engine's encode entry with its record. The coded length, or a negative result.
 using CodingCall = LONG (*)(FARPROC entry, const Source& source, std::vector<BYTE>* output);
 
-/// A way to code pictures that one of the stand-ins has.
+/// A coding of one of the stand-ins.
 struct Coding {
     const char* name;
     const char* fourcc;  ///< of the stream
@@ -37,7 +37,7 @@ struct Coding {
 /// All of them.
 const std::vector<Coding>& Codings();
 
-/// The coding of that name, null when there is none.
+/// The coding with this name, null when there is none.
 const Coding* FindCoding(std::string_view name);
 
 /// A coding with its engine loaded.

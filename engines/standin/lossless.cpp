@@ -21,7 +21,7 @@ struct Header {
     DWORD codedLength;
     LONG width;
     LONG height;
-    DWORD packed;  ///< 1: distances, deflated; 0: pixels as they are, where that is no longer
+    DWORD packed;  ///< 1: differences, deflated; 0: the pixels, where they are no longer
 };
 static_assert(sizeof(Header) == 20);
 
@@ -33,12 +33,12 @@ bool IsPossible(LONG kind, LONG width, LONG height) {
 LONG Decode(LONG kind, const BYTE* frame, BYTE* destination, LONG stride, LONG width, LONG height) {
     Header header;
     std::memcpy(&header, frame, sizeof(header));
-    const Header expected = {'L', static_cast<BYTE>(kind), {'S', '1'}, 0, width, height, 0};
-    if (!IsPossible(kind, width, height) || std::memcmp(&header, &expected, 4) != 0 ||
+    const BYTE tag[] = {'L', static_cast<BYTE>(kind), 'S', '1'};
+    if (!IsPossible(kind, width, height) || std::memcmp(&header, tag, sizeof(tag)) != 0 ||
         header.width != width || header.height != height || header.codedLength < sizeof(header)) {
         return kBadFrame;
     }
-    // The engine reads ahead of its bit position, as far as its callers must allow for.
+    // The engine reads ahead of its bit position, within the over-read that callers must allow.
     static_cast<void>(
         *static_cast<const volatile BYTE*>(frame + header.codedLength + kOverRead - 1));
 
@@ -75,23 +75,23 @@ LONG Encode(LONG kind, BYTE* output, const BYTE* source, LONG stride, LONG width
         const BYTE* row = source + std::ptrdiff_t{y} * stride;
         rows.insert(rows.end(), row, row + rowBytes);
     }
-    std::vector<BYTE> distances = rows;
+    std::vector<BYTE> differences = rows;
     for (std::size_t i = pixelBytes; i < rows.size(); ++i) {
-        distances[i] = static_cast<BYTE>(rows[i] - rows[i - pixelBytes]);
+        differences[i] = static_cast<BYTE>(rows[i] - rows[i - pixelBytes]);
     }
-    const std::vector<BYTE> packed = Deflate(distances);
+    const std::vector<BYTE> packed = Deflate(differences);
     const bool smaller = packed.size() < rows.size();
     const std::vector<BYTE>& body = smaller ? packed : rows;
-    const Header header = {'L',
-                           static_cast<BYTE>(kind),
-                           {'S', '1'},
-                           static_cast<DWORD>(sizeof(Header) + body.size()),
-                           width,
-                           height,
-                           smaller ? 1u : 0u};
+    const Header header = {.letter = 'L',
+                           .kind = static_cast<BYTE>(kind),
+                           .format = {'S', '1'},
+                           .codedLength = static_cast<DWORD>(sizeof(Header) + body.size()),
+                           .width = width,
+                           .height = height,
+                           .packed = smaller ? 1u : 0u};
     std::memcpy(output, &header, sizeof(header));
     std::memcpy(output + sizeof(header), body.data(), body.size());
-    // The caller's room is the picture's size and 2064 bytes.
+    // The caller's buffer has the picture's size and 2064 bytes.
     return action == Action::kLonger ? static_cast<LONG>(rows.size()) + 2065
                                      : static_cast<LONG>(header.codedLength);
 }

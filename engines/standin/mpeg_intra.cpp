@@ -17,7 +17,7 @@ using nyx::MpegIntraPictureRecord;
 constexpr std::string_view kTag("\x00\x00\x01\xB3", 4);
 constexpr RecordShape kRecordShape{14, {1, 2, 4, 14}};
 constexpr RecordShape kCropShape{3, {}};
-constexpr Codes kCodes = {0, 0, 1, 0, 1};  // nothing but "YUY2"
+constexpr Codes kCodes = {.yuy2 = 0, .rgb24Step = 1, .rgb32Step = 1};  // "YUY2" only
 
 template <typename Record>
 std::optional<FrameHeader> HeaderOf(const Record& record) {

@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "convert/convert.h"
+#include "convert/formats.h"
 
 namespace standin {
 namespace {
@@ -34,21 +35,20 @@ void CopyAlpha(Direction direction, BYTE* byte, std::uint16_t* alpha) {
 }
 
 bool CopyRgb(Direction direction, DWORD_PTR place, const Surface& surface, Picture* picture) {
-    constexpr DWORD kWorking = nyx::FourCC("W210");
     const DWORD yuvFlags = place < 2 ? nyx::kYuvBt709 : nyx::kYuvBt601;
     const DWORD rgbFlags = place % 2 == 0 ? nyx::kRgbFullRange : nyx::kRgbStudioRange;
     const LONG bytes = surface.bytesPerPixel;
-    const DWORD fourcc = bytes == 3 ? nyx::FourCC("BGR3") : nyx::FourCC("BGRA");
+    const DWORD fourcc = bytes == 3 ? nyx::kBgr3 : nyx::kBgra;
     const nyx::ImagePlane rgb = {surface.data, surface.stride,
                                  surface.stride - picture->width * bytes};
     const nyx::ImagePlane yuv = {reinterpret_cast<BYTE*>(picture->samples.data()),
                                  picture->width * 4, 0};
     const HRESULT result =
         direction == Direction::kStore
-            ? nyx::ConvertFromYuv(&yuv, nullptr, kWorking, yuvFlags, 0, &rgb, fourcc, rgbFlags, 0,
+            ? nyx::ConvertFromYuv(&yuv, nullptr, nyx::kW210, yuvFlags, 0, &rgb, fourcc, rgbFlags, 0,
                                   picture->width, picture->height)
-            : nyx::ConvertToYuv(&rgb, fourcc, rgbFlags, nullptr, &yuv, nullptr, kWorking, yuvFlags,
-                                0, picture->width, picture->height);
+            : nyx::ConvertToYuv(&rgb, fourcc, rgbFlags, nullptr, &yuv, nullptr, nyx::kW210,
+                                yuvFlags, 0, picture->width, picture->height);
     for (int y = 0; bytes == 4 && !picture->alpha.empty() && y < picture->height; ++y) {
         for (int x = 0; x < picture->width; ++x) {
             CopyAlpha(direction, &surface.row(y)[4 * x + 3], &picture->alphaRow(y)[x]);
@@ -76,7 +76,7 @@ bool Copy(Direction direction, const Codes& codes, DWORD_PTR code, const Surface
            code == first - place * step && CopyRgb(direction, place, surface, picture);
 }
 
-void MoveBlocks(
+void CopyBlocks(
     Direction direction, const Surface& surface, Picture* picture,
     const std::function<void(BYTE* at, BYTE* block, LONG width, LONG rows, bool clear)>& call) {
     for (int y0 = 0; y0 < picture->height; y0 += kBlockSide) {
@@ -85,7 +85,7 @@ void MoveBlocks(
             const int width = std::min(kBlockSide, picture->width - x0);
             const int rows = std::min(kBlockSide, picture->height - y0);
             bool clear = !picture->alpha.empty();
-            const auto move = [&] {
+            const auto copy = [&] {
                 for (int y = 0; y < rows; ++y) {
                     BYTE* const row = block + y * kBlockRowBytes;
                     for (int x = 0; x < width; ++x) {
@@ -101,18 +101,18 @@ void MoveBlocks(
                 }
             };
             if (direction == Direction::kStore) {
-                move();
+                copy();
             }
             call(surface.row(y0) + std::ptrdiff_t{x0} * surface.bytesPerPixel, block, width, rows,
                  clear);
             if (direction == Direction::kLoad) {
-                move();
+                copy();
             }
         }
     }
 }
 
-void MoveWorkingRows(const Surface& surface, WorkingRowsCallback call, Picture* picture) {
+void CopyWorkingRows(const Surface& surface, WorkingRowsCallback call, Picture* picture) {
     for (int y = 0; y < picture->height; y += kCallbackRows) {
         call(surface.row(y), surface.stride, reinterpret_cast<BYTE*>(picture->row(y)),
              picture->width * 4, reinterpret_cast<BYTE*>(picture->alphaRow(y)), picture->width * 2,

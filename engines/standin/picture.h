@@ -11,8 +11,8 @@
 
 namespace standin {
 
-/// 4:2:2 samples of 10 bits as the conversion library's "W210" and the working rows have them.
-/// Bytes come and go without loss, alpha so that the ends of the ranges meet.
+/// 4:2:2 samples of 10 bits in the conversion library's "W210" layout. 8-bit samples convert
+/// without loss; alpha maps full range to full range.
 struct Picture {
     int width;
     int height;
@@ -49,30 +49,30 @@ enum class Direction { kStore, kLoad };
 /// An engine's numbers for the layouts that it stores itself. Those of RGB count down in steps:
 /// high definition full range, high definition studio range, then standard definition in both.
 struct Codes {
-    DWORD yuy2;
-    DWORD rgb24;
-    DWORD rgb24Step;
-    DWORD rgb32;
-    DWORD rgb32Step;
+    DWORD yuy2 = 0;
+    DWORD rgb24 = 0;
+    DWORD rgb24Step = 0;
+    DWORD rgb32 = 0;
+    DWORD rgb32Step = 0;
 };
 
-/// Moves a picture between samples and a numbered layout; the surface's bytes per pixel decide
+/// Copies a picture between samples and a numbered layout; the surface's bytes per pixel decide
 /// where numbers are used twice. RGB 32-bit has alpha in its fourth byte, 255 without. False for an
 /// unknown number, and where the conversion library refuses.
 bool Copy(Direction direction, const Codes& codes, DWORD_PTR code, const Surface& surface,
           Picture* picture);
 
-/// Moves a picture through a row callback of 16 by 16 blocks of bytes. `call` is given the block's
-/// place in the surface, the block, its width and rows, and whether it is transparent throughout.
-void MoveBlocks(
+/// Copies a picture through a row callback of 16 by 16 blocks of bytes. `call` gets the block's
+/// place in the surface, the block, its width and rows, and whether all of it is transparent.
+void CopyBlocks(
     Direction direction, const Surface& surface, Picture* picture,
     const std::function<void(BYTE* at, BYTE* block, LONG width, LONG rows, bool clear)>& call);
 
-/// The row callbacks that take 10-bit rows, and alpha rows or null, as they are.
+/// The callbacks that write or read 10-bit rows, and alpha rows, which may be null.
 using WorkingRowsCallback = void(__stdcall*)(BYTE* picture, LONG stride, BYTE* rows, LONG rowStride,
                                              BYTE* alpha, LONG alphaStride, LONG width,
                                              LONG rowCount);
-void MoveWorkingRows(const Surface& surface, WorkingRowsCallback call, Picture* picture);
+void CopyWorkingRows(const Surface& surface, WorkingRowsCallback call, Picture* picture);
 
 /// True when a pixel-format word is an address rather than a number.
 constexpr bool IsAddress(DWORD_PTR code) {

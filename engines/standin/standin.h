@@ -13,12 +13,12 @@ enum Purpose : DWORD { kProbe, kDecode, kEncode, kPurposes };
 
 /// The last call for one purpose as the engine was given it.
 struct Call {
-    DWORD count;         ///< calls for this purpose since the library was loaded
-    DWORD wordCount;     ///< words of the record, or arguments
-    LONG_PTR words[16];  ///< those of 32 bits extended by their sign
-    DWORD innerCount;    ///< words of a record that the first one points to: plane or crop
-    LONG_PTR inner[8];
-    LONG result;  ///< what the entry returned; 0 while it has not
+    DWORD count = 0;          ///< calls for this purpose since the library was loaded
+    DWORD wordCount = 0;      ///< words of the record, or arguments
+    LONG_PTR words[16] = {};  ///< those of 32 bits extended by their sign
+    DWORD innerCount = 0;     ///< words of a record that the first one points to: plane or crop
+    LONG_PTR inner[8] = {};
+    LONG result = 0;  ///< the entry's result; 0 until it returns
 };
 
 /// Copies the last call for `purpose`. FALSE when there was none.

@@ -7,8 +7,9 @@ namespace {
 
 struct Zeta2 {
     static constexpr std::string_view kTag = "QZ21";
-    static constexpr bool kTellsAlpha = true;
-    static constexpr Codes kCodes = {1, 9, 2, 8, 2};
+    static constexpr bool kReportsAlpha = true;
+    static constexpr Codes kCodes = {
+        .yuy2 = 1, .rgb24 = 9, .rgb24Step = 2, .rgb32 = 8, .rgb32Step = 2};
     static constexpr RecordShape kDecodeShape{11, {2, 3, 4}};
     static constexpr RecordShape kEncodeShape{12, {2, 3, 4}};
     static constexpr RecordShape kPlaneShape{3, {1}};
@@ -36,20 +37,26 @@ struct Zeta2 {
     static std::size_t CapacityOf(const EncodeRecord& record) { return record.outputCapacity; }
     static bool HasAlpha(const EncodeRecord& record) { return record.alpha != 0; }
 
-    /// The number alone tells the bytes per pixel: odd ones above 1 are RGB 24-bit, even ones RGB
-    /// 32-bit.
+    /// The bytes per pixel depend on the number alone: odd ones above 1 are RGB 24-bit, even ones
+    /// RGB 32-bit.
+    static LONG BytesPerPixelOf(nyx::PixelFormatCode code) {
+        if (code == kCodes.yuy2) {
+            return 2;
+        }
+        return code % 2 != 0 ? 3 : 4;
+    }
     template <class Record>
     static Surface SurfaceOf(const Record& record) {
         const nyx::PixelFormatCode code = record.pixelFormat;
         return {static_cast<BYTE*>(record.plane->data), record.plane->stride,
-                code == kCodes.yuy2 ? 2 : (code % 2 != 0 ? 3 : 4)};
+                BytesPerPixelOf(code)};
     }
     static bool Copy(Direction direction, nyx::PixelFormatCode code, const Surface& surface,
                      Picture* picture) {
         if (!IsAddress(code)) {
             return standin::Copy(direction, kCodes, code, surface, picture);
         }
-        MoveWorkingRows(surface, reinterpret_cast<WorkingRowsCallback>(code), picture);
+        CopyWorkingRows(surface, reinterpret_cast<WorkingRowsCallback>(code), picture);
         return true;
     }
 };

@@ -7,7 +7,7 @@ namespace {
 
 struct ZetaAlpha : ZetaRecords {
     static constexpr std::string_view kTag = "ZTA1";
-    static constexpr Codes kCodes = {0, 8, 2, 4, 1};
+    static constexpr Codes kCodes = {.rgb24 = 8, .rgb24Step = 2, .rgb32 = 4, .rgb32Step = 1};
     static constexpr RecordShape kDecodeShape{14, {2, 8, 9}};
     static constexpr RecordShape kEncodeShape = kDecodeShape;
     using ProbeRecord = nyx::ZetaAlphaProbeRecord;
@@ -17,8 +17,7 @@ struct ZetaAlpha : ZetaRecords {
                                       LONG width, LONG rows);
     using Fill = void(__stdcall*)(BYTE* picture, LONG stride, DWORD, DWORD, LONG width, LONG rows);
 
-    /// What a pixel-format word points to: when decoding a fill and a writer, when encoding a
-    /// reader.
+    /// The targets of a pixel-format word: a fill and a writer to decode, a reader to encode.
     struct DecodeSlot {
         Fill fill;
         Callback writer;
@@ -37,10 +36,10 @@ struct ZetaAlpha : ZetaRecords {
                (IsAddress(record.pixelFormat) || record.bytesPerPixel != 2) &&
                IsPicture(record, nyx::kZetaEncodeConstant);
     }
-    static DWORD LengthOf(const DecodeRecord&) { return ~DWORD{0}; }  // is told none
+    static DWORD LengthOf(const DecodeRecord&) { return ~DWORD{0}; }  // gets none
 
-    /// Is told none either: the caller's rule gives 4.8 bytes per pixel, or 32 per block of 16 by
-    /// 16 pixels where that is more.
+    /// The engine gets no capacity argument: callers provide 4.8 bytes per pixel, or 32 per block
+    /// of 16 by 16 pixels where that is more.
     static std::size_t CapacityOf(const EncodeRecord& record) {
         const auto w = static_cast<std::size_t>(record.width);
         const auto h = static_cast<std::size_t>(record.height);
@@ -52,7 +51,7 @@ struct ZetaAlpha : ZetaRecords {
         if (!IsAddress(code)) {
             return standin::Copy(direction, kCodes, code, surface, picture);
         }
-        MoveBlocks(direction, surface, picture,
+        CopyBlocks(direction, surface, picture,
                    [&](BYTE* at, BYTE* block, LONG width, LONG rows, bool clear) {
                        if (direction == Direction::kLoad) {
                            reinterpret_cast<const EncodeSlot*>(code)->reader(at, surface.stride, 0,

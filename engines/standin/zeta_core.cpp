@@ -7,7 +7,7 @@ namespace {
 
 struct ZetaCore : ZetaRecords {
     static constexpr std::string_view kTag = "ZCF1";
-    static constexpr Codes kCodes = {0, 8, 2, 7, 2};
+    static constexpr Codes kCodes = {.rgb24 = 8, .rgb24Step = 2, .rgb32 = 7, .rgb32Step = 2};
     static constexpr RecordShape kDecodeShape{13, {2, 5, 6}};
     static constexpr RecordShape kEncodeShape{14, {2, 5, 6}};
     using ProbeRecord = nyx::ZetaCoreDecodeRecord;
@@ -35,7 +35,7 @@ struct ZetaCore : ZetaRecords {
             return standin::Copy(direction, kCodes, code, surface, picture);
         }
         const Callback callback = *reinterpret_cast<const Callback*>(code);
-        MoveBlocks(direction, surface, picture,
+        CopyBlocks(direction, surface, picture,
                    [&](BYTE* at, BYTE* block, LONG width, LONG rows, bool) {
                        callback(at, surface.stride, block, width, rows);
                    });

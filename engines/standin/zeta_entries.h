@@ -1,14 +1,14 @@
 #pragma once
 
 /// @file
-/// The entries of the three Zeta engines, made from what is an engine's own:
+/// The entries of the three Zeta engines, by a class for each engine with these members:
 ///
-///     kTag                            what its frames begin with
+///     kTag                            the first bytes of its frames
 ///     ProbeRecord, DecodeRecord, EncodeRecord
-///     kDecodeShape, kEncodeShape      how their words lie, of a probe as of a decode
-///     IsProbe(DecodeRecord)           how a probe is told from a decode
+///     kDecodeShape, kEncodeShape      the layout of their words; a probe's is a decode's
+///     IsProbe(DecodeRecord)           whether the call is a probe
 ///     IsValid(record)                 whether every word has a value that a caller should give
-///     LengthOf(DecodeRecord)          the bytes at the frame, as far as the record tells
+///     LengthOf(DecodeRecord)          the bytes at the frame, if the record has them
 ///     SurfaceOf(record)               the caller's picture
 ///     CapacityOf(EncodeRecord), HasAlpha(EncodeRecord)
 ///     Copy(direction, code, surface, picture)   by number or callback; false for an unknown code
@@ -26,16 +26,16 @@ inline bool IsZero(const LONG* words, std::size_t count) {
     return std::all_of(words, words + count, [](LONG word) { return word == 0; });
 }
 
-/// What an encode record of any engine has to say of the picture.
+/// Checks the picture's fields, common to all encode records.
 template <class Record>
 bool IsPicture(const Record& record, LONG encodeConstant) {
     return record.width >= 2 && record.height >= 1 && record.quantScale >= 0 &&
            record.encodeConstant == encodeConstant;
 }
 
-/// What the records of the core and the alpha engine share.
+/// The common part of the core and the alpha engine.
 struct ZetaRecords {
-    static constexpr bool kTellsAlpha = false;
+    static constexpr bool kReportsAlpha = false;
 
     template <class Record>
     static bool IsProbe(const Record& record) {
@@ -55,15 +55,18 @@ struct ZetaRecords {
 /// Quantiser steps of 10 bits in one of the caller's scale.
 constexpr LONG kSamplesStep = 4;
 
-/// Answers a probe with the coded length, or with one more when told to lie; a frame that is none
-/// has more bytes than any sample.
+/// Stores the coded length, or a wrong one as the action demands; an invalid frame gets a length
+/// beyond any sample.
 template <class Engine>
 LONG AnswerProbe(typename Engine::ProbeRecord* record, Action action) {
     const auto header = ReadHeader(record->frame, Engine::kTag);
-    record->codedLength = action == Action::kZero ? 0
-                          : header ? header->codedLength + (action == Action::kLonger ? 1 : 0)
-                                   : ~DWORD{0};
-    if constexpr (Engine::kTellsAlpha) {
+    record->codedLength = header ? header->codedLength : ~DWORD{0};
+    if (action == Action::kZero) {
+        record->codedLength = 0;
+    } else if (header && action == Action::kLonger) {
+        ++record->codedLength;
+    }
+    if constexpr (Engine::kReportsAlpha) {
         record->alphaKind = header && header->alpha != 0 ? header->alpha + 1 : 0;
     }
     return header ? kDone : kBadFrame;

@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// The conversions written as plainly as they can be, one pixel after the other: the definition of
-/// the kernels, with coefficients of its own. Requests are taken as valid.
+/// The conversions in plain code, one pixel after the other: the definition of the kernels, with
+/// coefficients of its own. For the kernels' test and the benchmark. Requests must be valid.
 
 #include <algorithm>
 #include <cmath>
@@ -16,9 +16,9 @@
 
 namespace nyx::reference {
 
-/// Of "YUY2" and "W210", samples lie in memory order Y0, U, Y1, V, of one byte or a little-endian
-/// word each. An RGB pixel is a little-endian number in which channels lie side by side, R, G, B
-/// and A in these positions; -1 for no alpha, which reads as opaque.
+/// "YUY2" and "W210" have samples in the order Y0, U, Y1, V, of one byte or a little-endian word
+/// each. An RGB pixel is a little-endian number of adjacent channels, R, G, B and A at these
+/// positions; -1 for no alpha, which reads as opaque.
 struct Layout {
     DWORD fourcc;
     int bits;  ///< of a sample or channel
@@ -51,9 +51,14 @@ struct Weights {
     double kr, kg, kb;
 };
 inline Weights WeightsOf(LONG matrix) {
-    return matrix == kMatrixBt601   ? Weights{0.299, 0.587, 0.114}
-           : matrix == kMatrixBt709 ? Weights{0.2126, 0.7152, 0.0722}
-                                    : Weights{0.2627, 0.6780, 0.0593};
+    switch (matrix) {
+        case kMatrixBt601:
+            return {0.299, 0.587, 0.114};
+        case kMatrixBt709:
+            return {0.2126, 0.7152, 0.0722};
+        default:
+            return {0.2627, 0.6780, 0.0593};
+    }
 }
 
 inline int Fixed(double value, int fractionalBits) {
@@ -87,7 +92,7 @@ class ToRgb {
         for (int i = 0; i < 5; ++i) {
             const int bits = (deep_ ? 18 : 14) - (i == 0 ? 0 : 1);
             numbers_[i] = Fixed(gains[i], bits);
-            // Deep greys come out grey to the last bit when the stored gains make the offsets.
+            // Offsets from the stored gains keep deep greys grey to the last bit.
             gains[i] = deep_ ? std::ldexp(numbers_[i], -bits) : gains[i];
         }
         const double half = deep_ ? (to_.bits == 10 ? 0 : 1 / 512.0) : 0.5;
@@ -95,7 +100,7 @@ class ToRgb {
         for (int c = 0; c < 3; ++c) {
             numbers_[5 + c] =
                 Fixed(half + to.black - 16 * gains[0] - 128 * chroma[c], deep_ ? 20 : shift_);
-            // Three of the tabulated offsets stand one below what the rule rounds to.
+            // Three of the tabulated offsets are one below the rounded result of the rule.
             const bool studio8 = kind.range == kStudioRange && shift_ == 14 && c != 1;
             const bool full10 = kind.range == kFullRange && shift_ == 16 && c == 2;
             numbers_[5 + c] -= kind.matrix == kMatrixBt601 && (studio8 || full10) ? 1 : 0;
@@ -118,7 +123,7 @@ class ToRgb {
                    luma * numbers_[0] + u * numbers_[2] + v * numbers_[3],
                    luma * numbers_[0] + u * numbers_[4], a * (deep_ ? 257 : 1)};
         c[3] = to_.bits == 10 ? c[3] >> 6 : c[3];
-        // Premultiplied full-range colours do not pass their alpha, which is cut to ten bits.
+        // Premultiplied full-range colours do not exceed their alpha, truncated to ten bits.
         const bool held = alpha && to_.bytes == 5 && kind_.range == kFullRange &&
                           kind_.sourceAlphaMode < kind_.destinationAlphaMode;
         std::uint64_t pixel = 0;
@@ -153,7 +158,7 @@ class ToRgb {
     const ConversionKind kind_;
     const Layout from_, to_;
     const bool deep_ = to_.bits > 8;
-    const int shift_ = deep_ ? 12 : from_.bits == 8 ? 14 : 16;
+    const int shift_ = deep_ ? 12 : 6 + from_.bits;
     int numbers_[8];  ///< as in CoefficientBlock
 };
 
@@ -216,5 +221,13 @@ class ToYuv {
     const int sumBits_ = from_.bits == 8 ? 15 : 23;
     int rows_[3][4];  ///< as in ReverseCoefficientBlock
 };
+
+/// Converts every pixel of a picture by ToRgb or ToYuv.
+template <class Conversion>
+void Convert(const Conversion& convert, const ConversionPlanes& planes, LONG width, LONG height) {
+    for (LONG at = 0; at < width * height; ++at) {
+        convert(planes, at % width, at / width, width);
+    }
+}
 
 }  // namespace nyx::reference
