@@ -17,7 +17,7 @@ MediaType Numbered(BYTE number) {
 }
 
 /// The smallest video transform filter: takes any type, makes nothing of its samples, writes down
-/// what the library calls and answers as it is told to.
+/// what the library calls and returns the results that a test sets.
 class Passthrough : public CVideoTransformFilter {
   public:
     Passthrough() : CVideoTransformFilter(NAME("Passthrough"), nullptr, GUID_NULL) {}
@@ -168,11 +168,11 @@ TEST_F(BaseClasses, ANewTypeRestartsTheStreamAndEndsItWhereItCannot) {
     EXPECT_EQ(graph->Seen().back().second, E_ABORT);
     filter->startResult = S_OK;
     // Without memory for the type that a sample carries the stream ends as well.
-    allocator->lies.typeResult = E_OUTOFMEMORY;
+    allocator->overrides.typeResult = E_OUTOFMEMORY;
     EXPECT_EQ(Push(), E_OUTOFMEMORY);
     EXPECT_EQ(sink.Seen().endOfStream, 3);
-    const Lies lies{.sample2 = false, .typeResult = E_OUTOFMEMORY};
-    EXPECT_EQ(input->Receive(MakeSample({{1}}, lies).Get()), VFW_E_INVALIDMEDIATYPE);
+    const Overrides overrides{.sample2 = false, .typeResult = E_OUTOFMEMORY};
+    EXPECT_EQ(input->Receive(MakeSample({{1}}, overrides).Get()), VFW_E_INVALIDMEDIATYPE);
     EXPECT_EQ(graph->Count(EC_ERRORABORT), 4);
     ComPtr<IMediaSample> buffer;
     EXPECT_EQ(allocator->GetBuffer(&buffer, nullptr, nullptr, AM_GBF_NOWAIT), S_OK) << "given back";
@@ -218,7 +218,7 @@ TEST_F(BaseClasses, LateFramesAreLeftOutUpToTheNextKeyFrame) {
         SCOPED_TRACE(row.frames);
         filter->Stop();
         filter->Pause();
-        const int told = graph->Count(EC_QUALITY_CHANGE);
+        const int before = graph->Count(EC_QUALITY_CHANGE);
         bool skipped = false, last = false;
         for (const char* at = row.frames; *at; ++at) {
             if (!std::isalpha(*at)) {
@@ -234,7 +234,7 @@ TEST_F(BaseClasses, LateFramesAreLeftOutUpToTheNextKeyFrame) {
             skipped |= last = !delivered;
         }
         EXPECT_EQ(filter->m_itrLate, row.leftLate);
-        EXPECT_EQ(graph->Count(EC_QUALITY_CHANGE), told + skipped);
+        EXPECT_EQ(graph->Count(EC_QUALITY_CHANGE), before + skipped);
     }
     Notify(9 * kFrame);
     EXPECT_EQ(Push({{1}, time += kFrame}), S_OK);

@@ -1,4 +1,4 @@
-/// Calls in any order, as by a host that has lost its thread.
+/// Calls in any order.
 
 #include <random>
 
@@ -7,24 +7,29 @@
 namespace nyx::test {
 namespace {
 
-/// Makes random calls and holds the answers against a small model of the filter.
+/// Makes random calls and compares the answers with a small model of the filter.
 class Disorder : public RowTest {
   protected:
     std::size_t Any(std::size_t count) { return random() % count; }
 
-    /// What a sample or an end of stream is answered before anything is done with it.
+    /// The answer to a sample or an end of stream that the filter does not process, else S_OK.
     HRESULT Streams() const {
-        return !out                     ? VFW_E_NOT_CONNECTED
-               : flushing               ? S_FALSE
-               : state == State_Stopped ? VFW_E_WRONG_STATE
-               : failed                 ? VFW_E_RUNTIME_ERROR
-                                        : S_OK;
+        if (!out) {
+            return VFW_E_NOT_CONNECTED;
+        }
+        if (flushing) {
+            return S_FALSE;
+        }
+        if (state == State_Stopped) {
+            return VFW_E_WRONG_STATE;
+        }
+        return failed ? VFW_E_RUNTIME_ERROR : S_OK;
     }
     /// A frame that must be answered `expected` when the filter streams.
-    void Push(const Sample& sample, HRESULT expected, const Lies& lies = {}) {
+    void Push(const Sample& sample, HRESULT expected, const Overrides& overrides = {}) {
         const HRESULT streams = Streams();
         const HRESULT result = streams == S_OK ? expected : streams;
-        auto made = MakeSample(sample, lies);
+        auto made = MakeSample(sample, overrides);
         LONG taken = -1;
         EXPECT_EQ(rig.transport->ReceiveMultiple(made.GetAddressOf(), 1, &taken), result);
         EXPECT_EQ(taken, result == S_OK ? 1 : 0);
@@ -35,10 +40,17 @@ class Disorder : public RowTest {
         }
     }
     void EnterState(FILTER_STATE next) {
-        EXPECT_EQ(next == State_Stopped  ? rig.filter->Stop()
-                  : next == State_Paused ? rig.filter->Pause()
-                                         : rig.filter->Run(0),
-                  S_OK);
+        switch (next) {
+            case State_Stopped:
+                EXPECT_EQ(rig.filter->Stop(), S_OK);
+                break;
+            case State_Paused:
+                EXPECT_EQ(rig.filter->Pause(), S_OK);
+                break;
+            case State_Running:
+                EXPECT_EQ(rig.filter->Run(0), S_OK);
+                break;
+        }
         if (next == State_Stopped && state != State_Stopped && out) {
             flushing = failed = false;
         }
@@ -55,10 +67,12 @@ class Disorder : public RowTest {
         (begin ? begun : ended) += out ? 1 : 0;
     }
     void Connect(bool input) {
-        const HRESULT expected = (input ? in : out)       ? VFW_E_ALREADY_CONNECTED
-                                 : state != State_Stopped ? VFW_E_NOT_STOPPED
-                                 : in || input            ? S_OK
-                                                          : E_UNEXPECTED;
+        HRESULT expected = in || input ? S_OK : E_UNEXPECTED;
+        if (input ? in : out) {
+            expected = VFW_E_ALREADY_CONNECTED;
+        } else if (state != State_Stopped) {
+            expected = VFW_E_NOT_STOPPED;
+        }
         const MediaType type = input ? row().InputType() : row().OutputType();
         EXPECT_EQ(
             input ? rig.input->ReceiveConnection(&rig.source, &type) : rig.ConnectOutput(type),
@@ -66,9 +80,10 @@ class Disorder : public RowTest {
         (input ? in : out) |= expected == S_OK;
     }
     void Disconnect(bool input) {
-        const HRESULT expected = state != State_Stopped ? VFW_E_NOT_STOPPED
-                                 : (input ? in : out)   ? S_OK
-                                                        : S_FALSE;
+        HRESULT expected = (input ? in : out) ? S_OK : S_FALSE;
+        if (state != State_Stopped) {
+            expected = VFW_E_NOT_STOPPED;
+        }
         EXPECT_EQ((input ? rig.input : rig.output)->Disconnect(), expected);
         in = in && !(input && expected == S_OK);
         if (out && expected == S_OK) {
@@ -84,13 +99,15 @@ class Disorder : public RowTest {
         Push(sample, foreign ? VFW_E_INVALIDMEDIATYPE : S_OK, {Any(2) == 0});
     }
     void Frame(bool whole) {
-        Push(rig.Frame(), whole ? S_OK : E_FAIL, whole ? Lies{} : Lies{.length = 1});
+        Push(rig.Frame(), whole ? S_OK : E_FAIL, whole ? Overrides{} : Overrides{.length = 1});
     }
     void WithoutBuffers(bool) {
         if (out) {
             rig.sink.allocator->Decommit();
             Push(rig.Frame(), VFW_E_NOT_COMMITTED);
-            state == State_Stopped ? S_OK : rig.sink.allocator->Commit();
+            if (state != State_Stopped) {
+                rig.sink.allocator->Commit();
+            }
         }
     }
     void EndOfStream(bool) {
@@ -125,9 +142,9 @@ class Disorder : public RowTest {
         SCOPED_TRACE(chosen);
         (this->*kCalls[chosen])(Any(2) == 0);
         const Events seen = rig.sink.Seen();
-        FILTER_STATE told{};
-        EXPECT_EQ(rig.filter->GetState(0, &told), S_OK);
-        EXPECT_EQ(std::tuple(told, PeerOf(rig.input) != nullptr, PeerOf(rig.output) != nullptr,
+        FILTER_STATE reported{};
+        EXPECT_EQ(rig.filter->GetState(0, &reported), S_OK);
+        EXPECT_EQ(std::tuple(reported, PeerOf(rig.input) != nullptr, PeerOf(rig.output) != nullptr,
                              rig.sink.Count(), seen.endOfStream, seen.beginFlush, seen.endFlush),
                   std::tuple(state, in, out, frames, ends, begun, ended));
     }
@@ -150,14 +167,16 @@ TEST_P(Disorder, AnyOrderOfCallsIsAnsweredAsTheModelSays) {
     random.seed(seed);
     rig.sink.keepsSamples = false;
     For(std::chrono::milliseconds(700), [&] {
-        // From time to time all is in order, so that what follows meets a filter at work.
+        // Now and then everything is connected and paused, so that calls reach a working filter.
         if (Any(8) == 0) {
             Connect(true);
             Connect(false);
             EnterState(State_Paused);
             Flush(false);
         }
-        HasFailure() ? void() : MakeAnyCall();
+        if (!HasFailure()) {
+            MakeAnyCall();
+        }
     });
     rig.filter->Stop();
     rig.Disconnect();

@@ -76,7 +76,7 @@ TEST_F(Encoder, TheEngineIsToldTheBudgetAndNeverMoreThanTheBuffer) {
         WORD bits;
         LONG room;
         LONG maxStreamSize;
-        LONG capacity;  ///< that the engine is told; 0: it is not called
+        LONG capacity;  ///< that the engine gets; 0: no call
     } cases[] = {
         {16, kYuy2Room, 30, kPixels * 2 * 30 / 100},
         {16, kYuy2Room, 0, 80 * 16},  // 16 bytes a block are the least
@@ -85,7 +85,7 @@ TEST_F(Encoder, TheEngineIsToldTheBudgetAndNeverMoreThanTheBuffer) {
         {16, kYuy2Room - 1, LONG_MAX, kYuy2Room - 1},
         {16, 80 * 16, 30, 80 * 16},
         {16, 80 * 16 - 1, 30, 0},
-        {32, 2 * kYuy2Room, 30, 1},  // this engine is told nothing and may take all of that
+        {32, 2 * kYuy2Room, 30, 1},  // this engine gets no capacity and may use all of that
         {32, 2 * kYuy2Room - 1, 30, 0},
     };
     for (const auto& c : cases) {

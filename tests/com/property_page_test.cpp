@@ -14,7 +14,7 @@ constexpr int kButtons[] = {IDC_PRESET_SUPERFINE, IDC_PRESET_FINE, IDC_PRESET_ST
 /// Quantiser, size and preset, which is -1 when none is checked.
 using Shown = std::array<LONG, 3>;
 
-// Whether a page is dirty and what it has told its site.
+// Whether a page is dirty and its reports to its site.
 constexpr std::pair<HRESULT, DWORD> kClean{S_FALSE, 0}, kDirty{S_OK, PROPPAGESTATUS_DIRTY},
     kUnchanged{S_FALSE, PROPPAGESTATUS_VALIDATE};
 
@@ -135,7 +135,7 @@ TEST_F(Page, WhatIsNotAppliedStaysWithThePage) {
     frame.Click(IDC_PRESET_OFFLINE);
     EXPECT_EQ(frame.page->Apply(), S_OK);
     frame.Click(IDC_PRESET_CUSTOM);
-    frame.Click(IDC_PRESET_OFFLINE);  // as it was applied: nobody is told
+    frame.Click(IDC_PRESET_OFFLINE);  // as applied before: no report
     EXPECT_EQ(frame.page->Deactivate(), S_OK);
     EXPECT_EQ(frame.page->Apply(), S_OK);
     EXPECT_EQ(Read(encoder_), (Words{0, 19, 4, 3}));

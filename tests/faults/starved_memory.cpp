@@ -20,12 +20,12 @@ static void* __stdcall TaskAllocate(SIZE_T size) {
     return RunsOut() ? nullptr : CoTaskMemRealloc(nullptr, size);
 }
 
-static SIZE_T __stdcall Query(const void* address, MEMORY_BASIC_INFORMATION* told, SIZE_T size) {
+static SIZE_T __stdcall Query(const void* address, MEMORY_BASIC_INFORMATION* region, SIZE_T size) {
     ++starved.queries;
-    const SIZE_T result = VirtualQueryEx(GetCurrentProcess(), address, told, size);
-    told->State = starved.answer == Answer::kReserved ? MEM_RESERVE : told->State;
-    told->Protect = starved.answer == Answer::kReserved ? 0 : told->Protect;
-    told->AllocationProtect |= starved.answer == Answer::kWriteCombined ? PAGE_WRITECOMBINE : 0;
+    const SIZE_T result = VirtualQueryEx(GetCurrentProcess(), address, region, size);
+    region->State = starved.answer == Answer::kReserved ? MEM_RESERVE : region->State;
+    region->Protect = starved.answer == Answer::kReserved ? 0 : region->Protect;
+    region->AllocationProtect |= starved.answer == Answer::kWriteCombined ? PAGE_WRITECOMBINE : 0;
     return starved.answer == Answer::kUnknown ? 0 : result;
 }
 

@@ -11,8 +11,8 @@
 
 namespace nyx::test {
 
-/// What a foreign sample answers otherwise than the platform's.
-struct Lies {
+/// The answers of a foreign sample that differ from those of the platform's.
+struct Overrides {
     bool sample2 = true;  ///< whether it has IMediaSample2
     HRESULT pointerResult = S_OK;
     bool nullPointer = false;
@@ -21,24 +21,27 @@ struct Lies {
     LONG behind = 0;               ///< bytes of the memory, at its end, that are not the sample's
 };
 
-/// A platform's sample whose memory is the suite's own and some of whose answers are lies.
+/// A platform's sample with memory of the suite's own and some answers overridden.
 class HostileSample : public Object<IMediaSample2> {
   public:
-    /// Whether ever SetProperties was given the sample's own type, which the platform's samples may
-    /// free before they copy it.
+    /// Whether SetProperties ever got the sample's own type, which the platform's samples may free
+    /// before they copy it.
     static inline bool typeHandedBack = false;
 
-    HostileSample(IMediaSample* real, const Lies& lies, std::shared_ptr<BYTE> data, LONG size)
-        : real_(real), lies_(lies), data_(data), size_(size) {}
+    HostileSample(IMediaSample* real, const Overrides& overrides, std::shared_ptr<BYTE> data,
+                  LONG size)
+        : real_(real), overrides_(overrides), data_(data), size_(size) {}
     ~HostileSample() override { real_->SetMediaType(nullptr); }
 
     STDMETHODIMP GetPointer(BYTE** data) override {
-        return *data = lies_.nullPointer ? nullptr : data_.get(), lies_.pointerResult;
+        return *data = overrides_.nullPointer ? nullptr : data_.get(), overrides_.pointerResult;
     }
     STDMETHODIMP_(LONG) GetSize() override { return size_; }
-    STDMETHODIMP_(LONG) GetActualDataLength() override { return lies_.length.value_or(length_); }
+    STDMETHODIMP_(LONG) GetActualDataLength() override {
+        return overrides_.length.value_or(length_);
+    }
     STDMETHODIMP SetActualDataLength(LONG length) override {
-        return length_ = lies_.setLengthResult ? length_ : length, lies_.setLengthResult;
+        return length_ = overrides_.setLengthResult ? length_ : length, overrides_.setLengthResult;
     }
     STDMETHODIMP GetProperties(DWORD size, BYTE* properties) override {
         AM_SAMPLE2_PROPERTIES record = Record();
@@ -69,7 +72,7 @@ class HostileSample : public Object<IMediaSample2> {
     STDMETHODIMP GetMediaTime(Time* a, Time* b) override { return real_->GetMediaTime(a, b); }
     STDMETHODIMP SetMediaTime(Time* a, Time* b) override { return real_->SetMediaTime(a, b); }
     STDMETHODIMP GetMediaType(AM_MEDIA_TYPE** type) override {
-        return lies_.typeResult ? lies_.typeResult : real_->GetMediaType(type);
+        return overrides_.typeResult ? overrides_.typeResult : real_->GetMediaType(type);
     }
     STDMETHODIMP SetMediaType(AM_MEDIA_TYPE* type) override { return real_->SetMediaType(type); }
     STDMETHODIMP IsSyncPoint() override { return real_->IsSyncPoint(); }
@@ -82,7 +85,7 @@ class HostileSample : public Object<IMediaSample2> {
   protected:
     void* Find(REFIID iid) override {
         return iid == IID_IMediaSample ? static_cast<IMediaSample*>(this)
-               : lies_.sample2         ? Object::Find(iid)
+               : overrides_.sample2    ? Object::Find(iid)
                                        : nullptr;
     }
 
@@ -94,7 +97,7 @@ class HostileSample : public Object<IMediaSample2> {
     }
 
     const ComPtr<IMediaSample> real_;
-    const Lies lies_;
+    const Overrides overrides_;
     const std::shared_ptr<BYTE> data_;
     const LONG size_;
     LONG length_ = size_;
@@ -110,8 +113,8 @@ inline ComPtr<IMemAllocator> NewAllocator(LONG buffers) {
     return allocator;
 }
 
-/// A downstream allocator that remembers what it was asked for and grants what it is told to. Its
-/// buffers are one piece of memory, filled anew with kUnwritten each time, with margins around it.
+/// A downstream allocator that records requests and grants what a test sets. Its buffers are one
+/// piece of memory with margins around it, filled with kUnwritten for each request.
 class HostileAllocator : public Object<IMemAllocator> {
   public:
     static constexpr BYTE kUnwritten = 0xA5;
@@ -119,22 +122,22 @@ class HostileAllocator : public Object<IMemAllocator> {
 
     std::optional<ALLOCATOR_PROPERTIES> granted;  ///< instead of the request
     HRESULT setPropertiesResult = S_OK;
-    Lies lies;
-    /// Bytes by which a buffer is shorter than promised and lies off an aligned address.
+    Overrides overrides;
+    /// Bytes by which a buffer is shorter than granted, and by which it is off an aligned address.
     LONG shorter = 0, misaligned = 0;
     std::optional<MediaType> nextType;  ///< attached to the next buffer only
     DWORD protection = PAGE_READWRITE;  ///< of the buffers' memory from that byte on
     std::size_t protectedFrom = 0;
     ALLOCATOR_PROPERTIES requested{};
-    DWORD flags = 0;  ///< with which the last buffer was asked for
+    DWORD flags = 0;  ///< of the request for the last buffer
 
-    /// What the system says of the last buffer's memory at its end.
+    /// The protection of the last page of the last buffer.
     DWORD Protection() const {
-        MEMORY_BASIC_INFORMATION told = {};
-        VirtualQuery(Data() + size_ - 1, &told, sizeof(told));
-        return told.Protect;
+        MEMORY_BASIC_INFORMATION region = {};
+        VirtualQuery(Data() + size_ - 1, &region, sizeof(region));
+        return region.Protect;
     }
-    /// The last buffer, and whether it and all around it are as they were handed out.
+    /// The last buffer, and whether it and its margins are unchanged.
     std::vector<BYTE> Buffer() const { return {Data(), Data() + size_}; }
     bool IsUntouched() const { return Unwritten(Data(), Data() + size_); }
     bool MarginsAreUntouched() const {
@@ -171,7 +174,7 @@ class HostileAllocator : public Object<IMemAllocator> {
         VirtualProtect(room_.get() + kMargin + protectedFrom, size_, protection, &old);
         real->SetMediaType(nextType ? &*nextType : nullptr);
         nextType.reset();
-        *buffer = new HostileSample(real.Get(), lies, std::shared_ptr<BYTE>(room_, Data()),
+        *buffer = new HostileSample(real.Get(), overrides, std::shared_ptr<BYTE>(room_, Data()),
                                     static_cast<LONG>(size_));
         return S_OK;
     }

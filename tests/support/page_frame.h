@@ -9,7 +9,7 @@
 
 namespace nyx::test {
 
-/// Keeps what a page last told its frame.
+/// Keeps the last report of a page to its frame.
 struct PageSite : Object<IPropertyPageSite> {
     DWORD status = 0;
 
@@ -26,7 +26,7 @@ struct PageFrame {
         EXPECT_EQ(page->SetPageSite(site.Get()) | page->SetObjects(1, &object), S_OK);
         ShowWindow(frame, SW_SHOWNOACTIVATE);
         Activate();
-        site->status = 0;  // what showing told it
+        site->status = 0;  // the report of showing
     }
     ~PageFrame() {
         page->Deactivate();
@@ -45,7 +45,7 @@ struct PageFrame {
         return static_cast<LONG>(SendDlgItemMessageW(dialog, control, message, 0, 0));
     }
     void Click(int button) const { Ask(button, BM_CLICK); }
-    /// Whether the page is dirty, and what it has told the site since this was asked last.
+    /// Whether the page is dirty, and its reports to the site since the last call.
     std::pair<HRESULT, DWORD> Dirty() const {
         return {page->IsPageDirty(), std::exchange(site->status, 0)};
     }

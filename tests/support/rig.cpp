@@ -25,7 +25,7 @@ HRESULT Prepare() {
     return CoInitializeEx(nullptr, COINIT_MULTITHREADED);
 }
 
-ComPtr<IMediaSample> MakeSample(const Sample& sample, const Lies& lies) {
+ComPtr<IMediaSample> MakeSample(const Sample& sample, const Overrides& overrides) {
     ++progress;
     static const ComPtr<IMemAllocator> pool = NewAllocator(64);
     pool->Commit();
@@ -48,8 +48,8 @@ ComPtr<IMediaSample> MakeSample(const Sample& sample, const Lies& lies) {
     real->SetMediaType(sample.type ? const_cast<MediaType*>(&*sample.type) : nullptr);
 
     const auto memory = std::make_shared<GuardedMemory>(sample.bytes);
-    return Make<HostileSample>(real.Get(), lies, std::shared_ptr<BYTE>(memory, memory->data()),
-                               static_cast<LONG>(sample.bytes.size()) - lies.behind);
+    return Make<HostileSample>(real.Get(), overrides, std::shared_ptr<BYTE>(memory, memory->data()),
+                               static_cast<LONG>(sample.bytes.size()) - overrides.behind);
 }
 
 Sample ReadSample(IMediaSample* sample) {

@@ -19,7 +19,7 @@ namespace nyx::test {
 HRESULT Prepare();
 inline const HRESULT prepared = Prepare();
 
-/// A sample as a source sets it and as a sink finds it. Times in 100-ns units.
+/// A sample as a source sets it and as a sink reads it. Times in 100-ns units.
 struct Sample {
     std::vector<BYTE> bytes;
     std::optional<LONGLONG> start{};
@@ -31,30 +31,30 @@ struct Sample {
 };
 
 /// A media sample object; its memory ends at an inaccessible page.
-ComPtr<IMediaSample> MakeSample(const Sample& sample, const Lies& lies = {});
+ComPtr<IMediaSample> MakeSample(const Sample& sample, const Overrides& overrides = {});
 /// Everything that can be read from any sample.
 Sample ReadSample(IMediaSample* sample);
 
-/// What a sink has seen besides samples.
+/// What a sink has received besides samples.
 struct Events {
     int endOfStream = 0, beginFlush = 0, endFlush = 0, newSegment = 0;
     REFERENCE_TIME segmentStart = 0, segmentStop = 0;
     double rate = 0;
 };
 
-/// The one pin of a filter of the suite's own: an output that connects with what it is told to, or
-/// an input that records. Its public members say how it behaves; they are set before use.
+/// The one pin of a filter of the suite's own: an output that connects with a given type, or an
+/// input that records. Its public members, set before use, are its behaviour.
 class EndPin : public host::SinglePin {
   public:
     using SinglePin::SinglePin;
 
-    ComPtr<HostileAllocator> ownAllocator;  ///< null: none to offer, what it is told is used
+    ComPtr<HostileAllocator> ownAllocator;  ///< null: offers none and uses the notified one
     std::optional<ALLOCATOR_PROPERTIES> requirements;
     HRESULT notifyResult = S_OK, canBlockResult = S_OK, endOfStreamResult = S_OK,
             endFlushResult = S_OK;
     bool keepsSamples = true;
 
-    BOOL readOnly = FALSE;  ///< what the peer told together with the allocator
+    BOOL readOnly = FALSE;  ///< of the peer's last notification
     std::vector<Sample> Samples() const { return Locked(samples_); }
     Sample Last() const { return Samples().back(); }
     std::size_t Count() const { return Locked(count_); }
@@ -67,34 +67,39 @@ class EndPin : public host::SinglePin {
     /// Forgets samples, events and questions.
     void Forget() {
         const std::lock_guard lock(mutex_);
-        samples_.clear(), asked_.clear();
-        count_ = 0, events_ = {};
+        samples_.clear();
+        asked_.clear();
+        count_ = 0;
+        events_ = {};
     }
 
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
         const std::lock_guard lock(mutex_);
-        return asked_.push_back(iid), SinglePin::QueryInterface(iid, object);
+        asked_.push_back(iid);
+        return SinglePin::QueryInterface(iid, object);
     }
     STDMETHODIMP Connect(IPin* to, const AM_MEDIA_TYPE* wanted) override {
         return wanted ? ConnectAs(to, *wanted) : SinglePin::Connect(to, nullptr);
     }
-    STDMETHODIMP EndOfStream() override { return Note(&events_.endOfStream), endOfStreamResult; }
-    STDMETHODIMP BeginFlush() override { return Note(&events_.beginFlush); }
-    STDMETHODIMP EndFlush() override { return Note(&events_.endFlush), endFlushResult; }
+    STDMETHODIMP EndOfStream() override { return Count(&events_.endOfStream, endOfStreamResult); }
+    STDMETHODIMP BeginFlush() override { return Count(&events_.beginFlush, S_OK); }
+    STDMETHODIMP EndFlush() override { return Count(&events_.endFlush, endFlushResult); }
     STDMETHODIMP NewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) override {
         const std::lock_guard lock(mutex_);
         events_.segmentStart = start;
         events_.segmentStop = stop;
         events_.rate = rate;
-        return ++events_.newSegment, S_OK;
+        ++events_.newSegment;
+        return S_OK;
     }
     STDMETHODIMP GetAllocator(IMemAllocator** own) override {
         *own = ownAllocator.Get();
-        return *own ? ((*own)->AddRef(), S_OK) : VFW_E_NO_ALLOCATOR;
+        return *own ? ownAllocator.CopyTo(own) : VFW_E_NO_ALLOCATOR;
     }
-    STDMETHODIMP NotifyAllocator(IMemAllocator* told, BOOL toldReadOnly) override {
-        allocator = SUCCEEDED(notifyResult) ? told : nullptr;
-        return readOnly = toldReadOnly, notifyResult;
+    STDMETHODIMP NotifyAllocator(IMemAllocator* chosen, BOOL isReadOnly) override {
+        allocator = SUCCEEDED(notifyResult) ? chosen : nullptr;
+        readOnly = isReadOnly;
+        return notifyResult;
     }
     STDMETHODIMP GetAllocatorRequirements(ALLOCATOR_PROPERTIES* properties) override {
         *properties = requirements.value_or(*properties);
@@ -104,7 +109,9 @@ class EndPin : public host::SinglePin {
         {
             const std::lock_guard lock(mutex_);
             ++count_;
-            keepsSamples ? samples_.push_back(ReadSample(sample)) : void();
+            if (keepsSamples) {
+                samples_.push_back(ReadSample(sample));
+            }
         }
         return SinglePin::Receive(sample);
     }
@@ -116,9 +123,10 @@ class EndPin : public host::SinglePin {
         const std::lock_guard lock(mutex_);
         return value;
     }
-    HRESULT Note(int* event) {
+    HRESULT Count(int* event, HRESULT result) {
         const std::lock_guard lock(mutex_);
-        return ++*event, S_OK;
+        ++*event;
+        return result;
     }
 
     mutable std::mutex mutex_;
@@ -161,7 +169,8 @@ class Graph : public Object<IFilterGraph, IMediaEventSink> {
     STDMETHODIMP SetDefaultSyncSource() override { return E_NOTIMPL; }
     STDMETHODIMP Notify(LONG code, LONG_PTR parameter, LONG_PTR) override {
         const std::lock_guard lock(mutex_);
-        return events_.push_back({code, parameter}), S_OK;
+        events_.push_back({code, parameter});
+        return S_OK;
     }
 
   private:
@@ -170,8 +179,8 @@ class Graph : public Object<IFilterGraph, IMediaEventSink> {
 };
 
 /// One filter of the module between a source and a sink of the suite's own, in a stand-in graph.
-/// Everything is public: tests do to the parts what a host may do. Made unconnected and stopped;
-/// stops and disconnects what is left when it goes.
+/// Everything is public: tests use the parts as a host may. Created unconnected and stopped; its
+/// destructor stops and disconnects the filter.
 struct Rig {
     /// Throws std::runtime_error when the filter cannot be made.
     explicit Rig(const CatalogueRow& filterRow) : Rig(filterRow, filterRow.stream) {}
@@ -207,9 +216,16 @@ struct Rig {
         ASSERT_EQ(filter->Pause(), S_OK);
     }
     /// Takes the connections apart on either end; the filter must be stopped.
-    void DisconnectOutput() { output->Disconnect(), sink.Disconnect(); }
-    void Disconnect() { DisconnectOutput(), input->Disconnect(), source.Disconnect(); }
-    /// Has the sink offer an allocator of the suite's own from the next connection on.
+    void DisconnectOutput() {
+        output->Disconnect();
+        sink.Disconnect();
+    }
+    void Disconnect() {
+        DisconnectOutput();
+        input->Disconnect();
+        source.Disconnect();
+    }
+    /// Makes the sink offer an allocator of the suite's own from the next connection on.
     HostileAllocator& OwnAllocator() {
         sink.ownAllocator = sink.ownAllocator ? sink.ownAllocator : Make<HostileAllocator>();
         return *sink.ownAllocator.Get();
@@ -219,8 +235,8 @@ struct Rig {
     Sample Frame() const { return {row.Frame(stream)}; }
     HRESULT Push() { return Push(Frame()); }
     /// Delivers one sample on the caller's thread; what Receive returned.
-    HRESULT Push(const Sample& sample, const Lies& lies = {}) {
-        return transport->Receive(MakeSample(sample, lies).Get());
+    HRESULT Push(const Sample& sample, const Overrides& overrides = {}) {
+        return transport->Receive(MakeSample(sample, overrides).Get());
     }
     HRESULT Notify(const Quality& message) {
         return As<IQualityControl>(output)->Notify(sinkFilter.Get(), message);
@@ -277,6 +293,20 @@ class RowTest : public ComTest, public ::testing::WithParamInterface<CatalogueRo
 
   private:
     const Watchdog watchdog_;
+};
+
+/// The same with the row's filter in a rig.
+class RigTest : public RowTest {
+  protected:
+    /// The one sample that arrives when `sample` is pushed, or with 0 `arrivals` none does.
+    Sample Through(const Sample& sample, const Overrides& overrides = {},
+                   std::size_t arrivals = 1) {
+        rig.sink.Forget();
+        EXPECT_EQ(rig.Push(sample, overrides), S_OK);
+        EXPECT_EQ(rig.sink.Count(), arrivals);
+        return rig.sink.Count() == 1 ? rig.sink.Last() : Sample{};
+    }
+    Rig rig{row()};
 };
 
 }  // namespace nyx::test
