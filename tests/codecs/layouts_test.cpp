@@ -1,105 +1,25 @@
-/// Uncompressed layouts: which index and geometry a picture has, what every packed layout's writers
-/// and readers make of samples, what clears a transparent pixel; chunks and tables by frame size.
+/// The packed layouts: the values that writers store and readers return, for 8-bit blocks and
+/// 10-bit rows.
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cmath>
 #include <cstring>
-#include <limits>
 
-#include "codecs/frame_chunks.h"
-#include "codecs/matte.h"
 #include "codecs/row_callbacks.h"
-#include "codecs/ten_bit_codec.h"
 #include "codecs/working_rows.h"
+#include "media/v210.h"
 #include "tests/codecs/converted.h"
 #include "tests/support/frames.h"
-#include "tests/support/guard.h"
 
 namespace nyx {
 namespace {
 
 using namespace test;
 
-constexpr LONG kMin = std::numeric_limits<LONG>::min();
-constexpr LONG kMax = std::numeric_limits<LONG>::max();
 constexpr BYTE kGuard = 0xA5;
 using Words = std::vector<WORD>;
-
-TEST(Surfaces, HaveTheIndexOfTheTable) {
-    const struct {
-        DWORD compression;
-        WORD bits;
-        LONG bytes;
-        int index[8];  // 4 for standard definition + 2 for a color_space + 1 for a stream's alpha
-        int askedAlphaAdds;
-    } rows[] = {
-        {kYuy2, 16, 2, {0, 0, 0, 0, 0, 0, 0, 0}, 0},
-        {BI_RGB, 24, 3, {1, 1, 2, 2, 3, 3, 4, 4}, 0},
-        {BI_RGB, 32, 4, {5, 5, 6, 6, 7, 7, 8, 8}, 4},
-        {FourCC("v210"), 20, 2, {13, 13, 13, 13, 13, 13, 13, 13}, 0},
-        {FourCC("v408"), 32, 4, {14, 15, 14, 15, 14, 15, 14, 15}, 0},
-        {FourCC("r408"), 32, 4, {16, 17, 16, 17, 16, 17, 16, 17}, 0},
-        {FourCC("b64a"), 64, 8, {18, 20, 18, 20, 19, 21, 19, 21}, 0},
-        {FourCC("r4fl"), 128, 16, {22, 23, 22, 23, 22, 23, 22, 23}, 0},
-        {FourCC("2vuy"), 16, 2, {24, 25, 24, 25, 24, 25, 24, 25}, 0},
-    };
-    for (const auto& row : rows) {
-        for (int i = 0; i < 32; ++i) {
-            // High definition takes the stream's width and the picture's height.
-            const LONG width = i & 16 ? 959 : 960, height = i & 4 ? -719 : -720;
-            const bool standard = (i & 20) != 0, alpha = (i & 1) != 0, asked = (i & 8) != 0;
-            const LONG colorSpace = i & 2 ? 7 : 0;
-            const BITMAPINFOHEADER header = MakeHeader(row.compression, row.bits, 1280, height);
-            SurfaceFormat surface = {};
-            ASSERT_EQ(
-                DescribeSurface({&header, width, alpha, asked, colorSpace, nullptr, 0}, &surface),
-                S_OK);
-            EXPECT_EQ(surface.index, row.index[(i & 3) + 4 * standard] + asked * row.askedAlphaAdds)
-                << row.bits << " case " << i;
-            EXPECT_EQ(surface.bytesPerPixel, row.bytes);
-            const ConversionFlags flags = ConversionFlagsFor(-width, height, colorSpace);
-            EXPECT_EQ(flags.yuv, standard ? 0u : 2u);
-            EXPECT_EQ(flags.rgb, flags.yuv + (colorSpace == 0));
-        }
-    }
-}
-
-TEST(Surfaces, AreBottomUpForRgbAloneAndRefusedWhereTheyDoNotFit) {
-    const struct {
-        BITMAPINFOHEADER header;
-        LONG callerStride, stride, start;  // a stride of 0: refused
-        std::uint64_t size;
-    } rows[] = {
-        {MakeHeader(BI_RGB, 24, 6, 3), 0, -18, 36, 54},
-        {MakeHeader(BI_RGB, 24, 6, -3), 0, 18, 0, 54},
-        {MakeHeader(BI_RGB, 24, 6, 3), 20, 20, 0, 54},
-        {MakeHeader(BI_RGB, 24, 6, 3), -20, -20, 0, 54},
-        {MakeHeader(kYuy2, 16, 6, 3), 0, 12, 0, 36},
-        {MakeHeader(BI_RGB, 16, 6, 3), 0, 0, 0, 0},
-        {MakeHeader(FourCC("UYVY"), 16, 6, 3), 0, 0, 0, 0},
-        {MakeHeader(BI_RGB, 24, -6, 3), 0, 0, 0, 0},
-        {MakeHeader(kYuy2, 16, kMin, -3), 0, 0, 0, 0},
-        {MakeHeader(BI_RGB, 32, 6, kMin), 0, 0, 0, 24ull << 31},
-        {MakeHeader(BI_RGB, 32, 0, kMin), 0, 0, 0, 0},
-        {MakeHeader(BI_RGB, 32, kMax, 3), 0, 0, 0, 12ull * kMax},
-        {MakeHeader(BI_RGB, 32, 1 << 28, 3), 0, 0, 0, 3ull << 30},  // the start of the last row
-        {MakeHeader(FourCC("r4fl"), 128, kMax, kMin), 0, 0, 0, ~0ull},
-    };
-    BYTE buffer[64];
-    for (const auto& row : rows) {
-        SurfaceFormat surface = {};
-        SCOPED_TRACE(testing::Message() << row.header.biWidth << " x " << row.header.biHeight);
-        EXPECT_EQ(
-            DescribeSurface({&row.header, 6, false, false, 0, buffer, row.callerStride}, &surface),
-            row.stride != 0 ? S_OK : E_FAIL);
-        EXPECT_EQ(surface.data ? surface.data - buffer : 0, row.start);
-        EXPECT_EQ(std::tuple(surface.stride, surface.height, SurfaceSize(row.header)),
-                  std::tuple(row.stride, row.stride != 0 ? 3 : 0, row.size));
-    }
-    EXPECT_TRUE(IsHighDefinition(kMin, kMin));
-}
 
 BYTE* Address(Words& words) {
     return reinterpret_cast<BYTE*>(words.data());
@@ -114,11 +34,12 @@ Pair BlockPair(const BYTE* row, LONG x) {
             1.0 * chroma[0], 1.0 * row[512 + x], 1.0 * row[513 + x]};
 }
 
-/// What a layout stores of a pair; `order` has a digit for each value's place in the pair.
-std::vector<double> Stored(PackedLayout layout, const std::string& order, bool weighed, Pair p) {
+/// A pair as the layout stores it; `order` has a digit for each value's place in the pair.
+std::vector<double> Stored(PackedLayout layout, const std::string& order, bool premultiplied,
+                           Pair p) {
     constexpr double k = 0.003921569;
     const bool floats = layout == PackedLayout::kR4fl;
-    for (std::size_t i = 0; weighed && i < 4; ++i) {
+    for (std::size_t i = 0; premultiplied && i < 4; ++i) {
         const double zero = i < 2 ? 16 : 128;
         const double sum = (p[i] - zero) * p[i == 1 ? 5 : 4] + zero * 255;
         p[i] = floats ? sum / 255 : std::floor((sum + 127) / 255);
@@ -129,20 +50,23 @@ std::vector<double> Stored(PackedLayout layout, const std::string& order, bool w
         const bool luma = place<'2', alpha = place> '3';
         const bool rebased = luma && layout == PackedLayout::kR408;
         const bool studio = alpha && layout == PackedLayout::kV408;
-        stored.push_back(floats && luma    ? std::clamp((code - 16) * k, -0.0627451, 0.9372549)
-                         : floats && alpha ? code / 255
-                         : floats          ? std::min(code * k, 1.0)
-                         : rebased         ? std::max(code - 16, 0.0)
-                         : studio          ? std::floor((code * 219 + 127) / 255) + 16
-                                           : code);
+        if (floats && luma) {
+            stored.push_back(std::clamp((code - 16) * k, -0.0627451, 0.9372549));
+        } else if (floats) {
+            stored.push_back(alpha ? code / 255 : std::min(code * k, 1.0));
+        } else if (rebased) {
+            stored.push_back(std::max(code - 16, 0.0));
+        } else {
+            stored.push_back(studio ? std::floor((code * 219 + 127) / 255) + 16 : code);
+        }
     }
     return stored;
 }
 
 enum Kind { kOpaque, kStraight, kPremultiplied };
 
-/// A block through the routines of a layout, bottom-up: by the formulas, the same when it was read
-/// and written again, within what rounded alpha allows, and nothing else touched.
+/// Writes a block in a layout, bottom-up: stored by the formulas, the same when read and written
+/// again, within the error of rounded alpha, and nothing else touched.
 template <PackedLayout kLayout, Kind kKind>
 void CheckBlock(const Bytes& block, const std::string& order, LONG width, LONG rows) {
     SCOPED_TRACE(testing::Message() << order << " kind " << kKind << " width " << width);
@@ -205,31 +129,32 @@ void CheckBlocks(const std::string& order) {
         CheckBlock<kLayout, kPremultiplied>(block, order, width, rows);
         ASSERT_FALSE(testing::Test::HasFatalFailure());
     }
-    constexpr AlphaUse kWeighed =
+    constexpr AlphaUse kAlpha =
         KeepsAlpha(kIndex + 1) ? AlphaUse::kPremultiplied : AlphaUse::kStraight;
     for (const LONG width : {-1, 1, 15, 32}) {  // clear rows, which may be wider than blocks
         Words filled(600, 7), expected = filled, zeros(64), back(64, 7);
         FillTransparent<kLayout>(Address(filled), 600, 5, 6, width, 2);
-        WriteWorkingRows<kIndex + 1, kWeighed>(Address(expected), 600, Address(zeros), 0,
-                                               Address(zeros), 0, width, 2);
+        WriteWorkingRows<kIndex + 1, kAlpha>(Address(expected), 600, Address(zeros), 0,
+                                             Address(zeros), 0, width, 2);
         EXPECT_EQ(filled, expected);
-        ReadWorkingRows<kIndex, kWeighed>(Address(filled), 600, Address(back), 64, nullptr, 0,
-                                          std::min<LONG>(width, 15), 2);
+        ReadWorkingRows<kIndex, kAlpha>(Address(filled), 600, Address(back), 64, nullptr, 0,
+                                        std::min<LONG>(width, 15), 2);
         for (LONG i = 0; i < 64; ++i) {
             const bool read = i % 32 < std::max<LONG>(std::min<LONG>(width, 15) / 2 * 4, 0);
-            EXPECT_EQ(back[static_cast<std::size_t>(i)], !read ? 7 : i % 2 == 0 ? 64 : 512);
+            const WORD black = i % 2 == 0 ? 64 : 512;
+            EXPECT_EQ(back[static_cast<std::size_t>(i)], read ? black : 7);
         }
     }
 }
 
-TEST(PackedLayouts, AreStoredByTheFormulasForAllSamplesAlphasAndWidths) {
+TEST(PackedLayouts, FollowTheFormulasForAllSamplesAlphasAndWidths) {
     CheckBlocks<PackedLayout::k2vuy, 24>("2031");
     CheckBlocks<PackedLayout::kV408, 14>("20342135");
     CheckBlocks<PackedLayout::kR408, 16>("40235123");
     CheckBlocks<PackedLayout::kR4fl, 22>("40235123");
 }
 
-TEST(PackedLayouts, ReadWhatNoWriterStoresByClampingAndTakeChromaFromTheEvenPixel) {
+TEST(PackedLayouts, ClampOtherValuesAndReadChromaFromTheEvenPixel) {
     const float wild[] = {1e30f, std::nanf(""), -1, 2, std::nanf(""), 2, 9, 9};
     const auto* floats = reinterpret_cast<const BYTE*>(wild);
     const BYTE v408[] = {7, 1, 8, 3, 9, 2, 9, 240}, r408[] = {5, 0, 7, 8, 6, 250, 9, 9};
@@ -256,7 +181,7 @@ TEST(PackedLayouts, ReadWhatNoWriterStoresByClampingAndTakeChromaFromTheEvenPixe
     }
 }
 
-/// "b64a" is what the conversion library makes with a matrix, big-endian, with the row's alpha.
+/// "b64a" is the conversion library's result by a matrix, big-endian, with the row's alpha.
 template <int kIndex, AlphaUse kUse>
 void CheckDeepRgb(DWORD matrix) {
     constexpr LONG kWidth = 67, kEven = 66;  // more than a strip
@@ -285,14 +210,14 @@ void CheckDeepRgb(DWORD matrix) {
     }
 }
 
-TEST(WorkingRows, BecomeDeepRgbByTheMatrixOfTheirDefinition) {
+TEST(WorkingRows, ConvertToDeepRgbByTheMatrixOfTheirDefinition) {
     CheckDeepRgb<18, AlphaUse::kStraight>(2);
     CheckDeepRgb<19, AlphaUse::kPremultiplied>(0);
     CheckDeepRgb<20, AlphaUse::kPremultiplied>(2);
     CheckDeepRgb<21, AlphaUse::kStraight>(0);
 }
 
-TEST(WorkingRows, AreRoundedToBytesAndKeepTheirFractionsInFloats) {
+TEST(WorkingRows, AreRoundedToBytesButNotToFloats) {
     for (int value = 0; value < 1024; ++value) {
         const auto word = static_cast<WORD>(value);
         Words samples(4, word), alpha(2, word), back(4);
@@ -307,7 +232,9 @@ TEST(WorkingRows, AreRoundedToBytesAndKeepTheirFractionsInFloats) {
         EXPECT_EQ(back, Words(4, std::min<WORD>(word, 1020)));
         EXPECT_EQ(alpha, Words(2, 1023)) << "opaque without a plane";
     }
-    // An opaque picture is read without its alpha, a clear pixel as black.
+}
+
+TEST(WorkingRows, ReadOpaquePicturesWithoutAlphaAndTransparentPixelsAsBlack) {
     Words pixels(8), samples(4), alpha(2);
     constexpr WorkingRowsReader* kLast = &ReadWorkingRows<20, AlphaUse::kPremultiplied>;
     for (WorkingRowsReader* const read : {&ReadWorkingRows<16, AlphaUse::kPremultiplied>,
@@ -318,14 +245,14 @@ TEST(WorkingRows, AreRoundedToBytesAndKeepTheirFractionsInFloats) {
     }
 }
 
-TEST(WorkingRows, KeepV210SamplesAsTheyAreIfTheRowFits) {
+TEST(WorkingRows, KeepV210SamplesIfTheRowFits) {
     for (LONG width = 2; width <= 50; width += 2) {
         const TenBitPicture picture = RandomTenBitPicture(width, 1, 3);
         Words words, back(picture.samples.size()), alpha(back.size() / 2);
         for (std::size_t i = 0; i < back.size(); ++i) {
             words.push_back(picture.samples[i ^ 1]);
         }
-        const LONG filled = (width + 5) / 6 * 16;
+        const auto filled = static_cast<LONG>(V210RowBytes(width));
         for (const LONG stride : {filled, -filled, LONG{0}, filled - 1}) {
             const Bytes frame = Q210Frame(picture, 0);
             Bytes packed(frame.size());
@@ -335,108 +262,6 @@ TEST(WorkingRows, KeepV210SamplesAsTheyAreIfTheRowFits) {
             ReadWorkingRows<13, AlphaUse::kStraight>(packed.data(), stride, Address(back), 0,
                                                      Address(alpha), 0, width, 1);
             EXPECT_EQ(std::pair(back, alpha), std::pair(words, Words(alpha.size(), 1023)));
-        }
-    }
-}
-
-TEST(Matte, TurnsTransparentPixelsIntoTheBlackOfTheirLayout) {
-    using Pixel = std::vector<DWORD>;
-    const Pixel floatBlack = {0, 0, 0x3F008081, 0x3F008081};
-    const struct {
-        std::vector<int> indices;
-        Pixel clear, black, visible;
-    } rows[] = {
-        {{5, 7, 9, 11}, {0x00030201}, {0}, {0x01000000}},
-        {{6, 8, 10, 12}, {0}, {0x00101010}, {0xFF030201}},
-        {{14, 15}, {0x10090909}, {0x10801080}, {0x11090909}},
-        {{16, 17}, {0x09090900}, {0x80800000}, {0x09090901}},
-        {{18, 19, 20, 21}, {0x02010000, 9}, {0, 0}, {0x02010100, 9}},
-        {{22, 23}, {0x80000000, 1, 1, 1}, floatBlack, {1, 1, 1, 1}},
-        {{22, 23}, {0x7FC00000, 1, 1, 1}, floatBlack, {0x7F800000, 1, 1, 1}},
-        {{0, 13, 24, 25}, {0}, {0}, {1}},
-    };
-    for (const auto& row : rows) {
-        for (const int index : row.indices) {
-            // Bottom-up rows of two pixels, with a gap of one that looks transparent.
-            const auto bytes = static_cast<LONG>(4 * row.clear.size());
-            Pixel picture, expected;
-            for (const Pixel* pixel :
-                 {&row.clear, &row.visible, &row.clear, &row.visible, &row.clear}) {
-                picture.insert(picture.end(), pixel->begin(), pixel->end());
-            }
-            for (const Pixel* pixel :
-                 {&row.black, &row.visible, &row.clear, &row.visible, &row.black}) {
-                expected.insert(expected.end(), pixel->begin(), pixel->end());
-            }
-            auto* const last = reinterpret_cast<BYTE*>(&picture[3 * row.clear.size()]);
-            CleanMatte({index, bytes, last, -3 * bytes, 2, 2});
-            EXPECT_EQ(picture, expected) << index;
-        }
-    }
-}
-
-/// What a codec tells of a frame, in memory that ends with it.
-FrameInfo InfoOf(const Bytes& frame, LONG width, LONG height, REFERENCE_TIME duration,
-                 HRESULT expected) {
-    CTenBitCodec codec;
-    const GuardedMemory memory(frame);
-    const auto header = MakeHeader(FourCC("Q210"), 20, width, height, frame.size());
-    FrameInfo info;
-    EXPECT_EQ(codec.GetFrameInfo(&header, memory.data(), duration, &info), expected);
-    EXPECT_EQ(codec.GetFrameInfo(&header, memory.data(), duration, nullptr), expected);
-    EXPECT_EQ(codec.GetFrameInfo(nullptr, memory.data(), duration, &info), E_POINTER);
-    return info;
-}
-
-TEST(FrameInfo, ComesFromTheContainerAloneAtEveryCut) {
-    const Bytes field = Chunk("FIEL", {0}), other = Chunk("ABCD", {1, 2});
-    const Bytes frame =
-        InfoChunk(10, 20, 30, 40, field + other + Chunk("RDRT", {7, 8}) + Chunk("FIEL", {2})) +
-        Bytes(9, 0xEE);
-    for (std::size_t size = 0; size <= frame.size(); ++size) {
-        const Bytes cut(frame.begin(), frame.begin() + static_cast<LONG>(size));
-        const bool told = size >= 24;
-        const FrameInfo info = InfoOf(cut, 720, 576, 400000, told ? S_OK : S_FALSE);
-        const FrameInfo expected = {size < 36,         told ? 30 : 768, told ? 40 : 720,
-                                    told ? 10 : -1,    told ? 20 : -1,  size < 68 ? -1 : 7,
-                                    size < 68 ? -1 : 8};
-        EXPECT_EQ(std::memcmp(&info, &expected, sizeof(info)), 0) << size;
-        const ByteSpan coded = SkipInfoChunk(ByteSpan(cut.data(), size));
-        ASSERT_EQ(coded.size(), size < 4 ? size : size > 80 ? size - 80 : 0) << size;
-    }
-    Bytes huge = InfoChunk(0, 0, 1, 1, other), beyond = huge + field,
-          lying = InfoChunk(0, 0, 1, 1, other + field);
-    std::fill_n(&huge[4], 4, 0xFF);
-    std::fill_n(&lying[28], 4, 0xFF);
-    for (const Bytes& bytes : {huge, beyond, lying, InfoChunk(0, 0, 1, 1, Bytes(8) + field), field,
-                               Bytes(40), InfoChunk(0, 0, 1, 1, Chunk("FIEL", {3}))}) {
-        const bool bare = bytes[0] != 'I';
-        EXPECT_EQ(InfoOf(bytes, 720, 576, 400000, bare ? S_FALSE : S_OK).fieldOrder, 1);
-        EXPECT_EQ(SkipInfoChunk(ByteSpan(bytes.data(), bytes.size())).size(), bare ? bytes.size()
-                                                                              : bytes == beyond
-                                                                                  ? field.size()
-                                                                                  : 0);
-    }
-}
-
-TEST(FrameInfo, OfABareFrameIsTheUsualOfItsSize) {
-    // width, height, aspect, field order at 29.97 and 25 frames a second
-    constexpr LONG kSizes[][5] = {
-        {1920, 1080, 1, 1, 0},   {1440, 1080, 1920, 1440, 0}, {1280, 1080, 1920, 1280, 0},
-        {1280, 720, 1, 1, 2},    {960, 720, 1280, 960, 2},    {1024, 576, 1, 1, 1},
-        {720, 576, 768, 720, 1}, {720, 486, 648, 720, 0},     {720, 480, 648, 720, 1},
-        {856, 480, 1, 1, 1},     {704, 480, 648, 720, 2},     {704, 576, 768, 720, 2},
-        {640, 480, 648, 640, 2}, {320, 240, 648, 640, 2},     {160, 120, 648, 640, 2},
-        {352, 480, 648, 352, 2}, {352, 240, 648, 704, 2},     {352, 288, 768, 720, 2},
-        {176, 144, 768, 720, 2}, {1280, 1024, 1, 1, 2},       {1280, 960, 1, 1, 2},
-        {1080, 1920, 1, 1, 2},   {721, 576, 1, 1, 2},
-    };
-    for (const auto& [width, height, x, y, order] : kSizes) {
-        for (const REFERENCE_TIME duration : {333666LL, 400000LL, 333667LL, (1LL << 32) + 400000}) {
-            const FrameInfo info = InfoOf({}, width, height, duration, S_FALSE);
-            const FrameInfo expected = {
-                duration == 333666 || duration == 400000 ? order : 2, x, y, -1, -1, -1, -1};
-            EXPECT_EQ(std::memcmp(&info, &expected, sizeof(info)), 0) << width << " x " << height;
         }
     }
 }

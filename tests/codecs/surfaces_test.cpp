@@ -1,0 +1,143 @@
+/// Pictures as surfaces: index, geometry and size, and the clean black of transparent pixels.
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "codecs/matte.h"
+#include "codecs/pixel_format_index.h"
+#include "convert/formats.h"
+#include "tests/support/frames.h"
+
+namespace nyx {
+namespace {
+
+using namespace test;
+
+constexpr LONG kMin = std::numeric_limits<LONG>::min();
+constexpr LONG kMax = std::numeric_limits<LONG>::max();
+
+TEST(Surfaces, HaveTheIndexOfTheTable) {
+    const struct {
+        DWORD compression;
+        WORD bits;
+        LONG bytes;
+        int index[8];  // 4 for standard definition + 2 for a color_space + 1 for a stream's alpha
+        int askedAlphaAdds;
+    } rows[] = {
+        {kYuy2, 16, 2, {0, 0, 0, 0, 0, 0, 0, 0}, 0},
+        {BI_RGB, 24, 3, {1, 1, 2, 2, 3, 3, 4, 4}, 0},
+        {BI_RGB, 32, 4, {5, 5, 6, 6, 7, 7, 8, 8}, 4},
+        {FourCC("v210"), 20, 2, {13, 13, 13, 13, 13, 13, 13, 13}, 0},
+        {FourCC("v408"), 32, 4, {14, 15, 14, 15, 14, 15, 14, 15}, 0},
+        {FourCC("r408"), 32, 4, {16, 17, 16, 17, 16, 17, 16, 17}, 0},
+        {FourCC("b64a"), 64, 8, {18, 20, 18, 20, 19, 21, 19, 21}, 0},
+        {FourCC("r4fl"), 128, 16, {22, 23, 22, 23, 22, 23, 22, 23}, 0},
+        {FourCC("2vuy"), 16, 2, {24, 25, 24, 25, 24, 25, 24, 25}, 0},
+    };
+    for (const auto& row : rows) {
+        for (int i = 0; i < 32; ++i) {
+            // High definition takes the stream's width and the picture's height.
+            const LONG width = i & 16 ? 959 : 960, height = i & 4 ? -719 : -720;
+            const bool standard = (i & 20) != 0, alpha = (i & 1) != 0, asked = (i & 8) != 0;
+            const LONG colorSpace = i & 2 ? 7 : 0;
+            const BITMAPINFOHEADER header = MakeHeader(row.compression, row.bits, 1280, height);
+            SurfaceFormat surface = {};
+            ASSERT_EQ(DescribeSurface({.uncompressed = &header,
+                                       .compressedWidth = width,
+                                       .streamAlpha = alpha,
+                                       .alphaRequested = asked,
+                                       .colorSpace = colorSpace},
+                                      &surface),
+                      S_OK);
+            EXPECT_EQ(surface.index, row.index[(i & 3) + 4 * standard] + asked * row.askedAlphaAdds)
+                << row.bits << " case " << i;
+            EXPECT_EQ(surface.bytesPerPixel, row.bytes);
+            const ConversionFlags flags = ConversionFlagsFor(-width, height, colorSpace);
+            EXPECT_EQ(flags.yuv, standard ? 0u : 2u);
+            EXPECT_EQ(flags.rgb, flags.yuv + (colorSpace == 0));
+        }
+    }
+}
+
+TEST(Surfaces, AreBottomUpForRgbOnlyAndRefusedWithoutIndexOrBeyond32Bits) {
+    const struct {
+        BITMAPINFOHEADER header;
+        LONG callerStride, stride, start;  // a stride of 0: refused
+        std::uint64_t size;
+    } rows[] = {
+        {MakeHeader(BI_RGB, 24, 6, 3), 0, -18, 36, 54},
+        {MakeHeader(BI_RGB, 24, 6, -3), 0, 18, 0, 54},
+        {MakeHeader(BI_RGB, 24, 6, 3), 20, 20, 0, 54},
+        {MakeHeader(BI_RGB, 24, 6, 3), -20, -20, 0, 54},
+        {MakeHeader(kYuy2, 16, 6, 3), 0, 12, 0, 36},
+        {MakeHeader(BI_RGB, 16, 6, 3), 0, 0, 0, 0},
+        {MakeHeader(FourCC("UYVY"), 16, 6, 3), 0, 0, 0, 0},
+        {MakeHeader(BI_RGB, 24, -6, 3), 0, 0, 0, 0},
+        {MakeHeader(kYuy2, 16, kMin, -3), 0, 0, 0, 0},
+        {MakeHeader(BI_RGB, 32, 6, kMin), 0, 0, 0, 24ull << 31},
+        {MakeHeader(BI_RGB, 32, 0, kMin), 0, 0, 0, 0},
+        {MakeHeader(BI_RGB, 32, kMax, 3), 0, 0, 0, 12ull * kMax},
+        {MakeHeader(BI_RGB, 32, 1 << 28, 3), 0, 0, 0, 3ull << 30},  // the start of the last row
+        {MakeHeader(FourCC("r4fl"), 128, kMax, kMin), 0, 0, 0, ~0ull},
+    };
+    BYTE buffer[64];
+    for (const auto& row : rows) {
+        SurfaceFormat surface = {};
+        SCOPED_TRACE(testing::Message() << row.header.biWidth << " x " << row.header.biHeight);
+        EXPECT_EQ(DescribeSurface({.uncompressed = &row.header,
+                                   .compressedWidth = 6,
+                                   .data = buffer,
+                                   .stride = row.callerStride},
+                                  &surface),
+                  row.stride != 0 ? S_OK : E_FAIL);
+        EXPECT_EQ(surface.data ? surface.data - buffer : 0, row.start);
+        EXPECT_EQ(std::tuple(surface.stride, surface.height, SurfaceSize(row.header)),
+                  std::tuple(row.stride, row.stride != 0 ? 3 : 0, row.size));
+    }
+    EXPECT_TRUE(IsHighDefinition(kMin, kMin));
+}
+
+TEST(Matte, ReplacesTransparentPixelsByTheBlackOfTheirLayout) {
+    using Pixel = std::vector<DWORD>;
+    const Pixel floatBlack = {0, 0, 0x3F008081, 0x3F008081};
+    const struct {
+        std::vector<int> indices;
+        Pixel clear, black, visible;
+    } rows[] = {
+        {{5, 7, 9, 11}, {0x00030201}, {0}, {0x01000000}},
+        {{6, 8, 10, 12}, {0}, {0x00101010}, {0xFF030201}},
+        {{14, 15}, {0x10090909}, {0x10801080}, {0x11090909}},
+        {{16, 17}, {0x09090900}, {0x80800000}, {0x09090901}},
+        {{18, 19, 20, 21}, {0x02010000, 9}, {0, 0}, {0x02010100, 9}},
+        {{22, 23}, {0x80000000, 1, 1, 1}, floatBlack, {1, 1, 1, 1}},
+        {{22, 23}, {0x7FC00000, 1, 1, 1}, floatBlack, {0x7F800000, 1, 1, 1}},
+        {{0, 13, 24, 25}, {0}, {0}, {1}},
+    };
+    for (const auto& row : rows) {
+        for (const int index : row.indices) {
+            // Bottom-up rows of two pixels, with a gap of one that looks transparent.
+            const auto bytes = static_cast<LONG>(4 * row.clear.size());
+            Pixel picture, expected;
+            for (const Pixel* pixel :
+                 {&row.clear, &row.visible, &row.clear, &row.visible, &row.clear}) {
+                picture.insert(picture.end(), pixel->begin(), pixel->end());
+            }
+            for (const Pixel* pixel :
+                 {&row.black, &row.visible, &row.clear, &row.visible, &row.black}) {
+                expected.insert(expected.end(), pixel->begin(), pixel->end());
+            }
+            auto* const last = reinterpret_cast<BYTE*>(&picture[3 * row.clear.size()]);
+            CleanMatte({.index = index,
+                        .bytesPerPixel = bytes,
+                        .data = last,
+                        .stride = -3 * bytes,
+                        .width = 2,
+                        .height = 2});
+            EXPECT_EQ(picture, expected) << index;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace nyx

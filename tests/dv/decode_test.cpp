@@ -1,0 +1,227 @@
+/// DV frames to pictures, and to descriptions.
+
+#include "tests/dv/dv_codecs.h"
+#include "tests/support/together.h"
+#include "tools/nyxhost/dv_description.h"
+
+namespace nyx::test {
+namespace {
+
+TEST_F(DvCodec, TheEngineGetsSystemVariantAndLayout) {
+    // The application is null as recorded; the code is that of 24 bits: 32 bits are one below, the
+    // studio range two.
+    constexpr std::tuple<const char*, const char*, DWORD, LONG, LONG, DWORD, DWORD> kCases[] = {
+        {"dv25_525_4x3", "0000000", kDv25, 720, 480, 0x51, 4},
+        {"dv25_525_16x9", "1111111", kDv25, 720, 480, 0x52, 4},
+        {"dv25_625_16x9", nullptr, kDv25, 720, 576, 0x91, 4},
+        {"dvcpro25_625", nullptr, kDv25, 720, 576, 0x92, 4},
+        {"dvcpro50_525", nullptr, kDv50, 720, 480, 0x60, 4},
+        {"dvcpro50_625", nullptr, kDv50, 720, 576, 0xA0, 4},
+        {"dvcprohd_1080_60", nullptr, kDvHd, 1280, 1080, 0x472, 8},
+        {"dvcprohd_1080_50", nullptr, kDvHd, 1440, 1080, 0x4B2, 8},
+        {"dvcprohd_720_60", nullptr, kDvHd, 960, 720, 0x474, 8},
+        {"dvcprohd_720_50", nullptr, kDvHd, 960, 720, 0x4B4, 8},
+    };
+    for (const LONG colorSpace : {0, 1}) {
+        for (const DWORD fourcc : {kDv25, kDv50, kDvHd}) {
+            WriteCodecSetting(fourcc, L"color_space", colorSpace);
+        }
+        codecs_.clear();
+        for (const auto& [clip, application, fourcc, width, height, flags, rgb24Code] : kCases) {
+            SCOPED_TRACE(clip);
+            DvFrame frame = LoadFrame(clip);
+            if (application) {
+                frame.SetApplicationId(application);
+            }
+            for (const LONG bits : {16, 24, 32}) {
+                const Picture picture{bits, width, bits == 32 ? height : -height};
+                ASSERT_EQ(Decode(fourcc, width, height, frame, picture), S_OK);
+                const standin::Call call = LastCall();
+                const DWORD code = rgb24Code - (bits == 32) - (colorSpace == 1 ? 2 : 0);
+                const LONG first = bits == 32 ? height - 1 : 0;
+                EXPECT_EQ(WordsOf(call), Words(flags, call.words[1], picture.Row(first),
+                                               picture.rowBytes * (bits == 32 ? -1 : 1), bits / 8,
+                                               bits == 16 ? 0 : code));
+                EXPECT_EQ(call.result, standin::kDone);
+                EXPECT_TRUE(bits != 16 || ShowsFrame(picture.Row(99), width, 99, frame));
+            }
+        }
+    }
+}
+
+TEST_F(DvCodec, WideScreenPicturesAreStretched) {
+    constexpr LONG kCases[][3] = {
+        {16, 856, 480}, {16, 1024, 576}, {24, 856, -480}, {24, 1024, 576}};
+    for (const auto& [bits, width, signedHeight] : kCases) {
+        const LONG height = std::abs(signedHeight);
+        const DvFrame frame = height == 576 ? pal_ : LoadFrame("dv25_525_16x9");
+        const Picture recorded{bits, 720, signedHeight};
+        ASSERT_EQ(Decode(kDv25, 720, height, frame, recorded), S_OK);
+        const Bytes expected = Resampled(recorded, width);
+        for (const LONG inputWidth : {width, LONG{720}}) {
+            const Picture picture{bits, width, signedHeight};
+            ASSERT_EQ(Decode(kDv25, inputWidth, height, frame, picture), S_OK);
+            EXPECT_TRUE(std::equal(expected.begin(), expected.end(), picture.Row(0)));
+            EXPECT_NE(LastCall().words[2], LONG_PTR(picture.Row(0)));
+            EXPECT_EQ(static_cast<LONG>(LastCall().words[3]),
+                      720 * bits / 8 * (bits == 24 && signedHeight > 0 ? -1 : 1));
+        }
+    }
+}
+
+TEST_F(DvCodec, WideScreenPicturesOfTwoThreadsAreStretchedInSeparateMemory) {
+    ExpectSameTogether([&](int number) {
+        const DvFrame frame = number == 1 ? pal_ : LoadFrame("dv25_625_4x3");
+        return [=, this](Bytes* rows) {
+            const Picture picture{16, 1024, 576};
+            EXPECT_EQ(DecodePal(frame, picture), S_OK);
+            rows->assign(picture.Row(0), picture.Row(576));
+        };
+    });
+}
+
+TEST_F(DvCodec, WideScreenPicturesOf32BitsAreNotStretched) {
+    const Picture deep{32, 1024, 576};
+    EXPECT_EQ(DecodePal(pal_, deep), S_OK);
+    EXPECT_TRUE(deep.IsUntouched());
+}
+
+TEST_F(DvCodec, ACallersStrideIsTopDown) {
+    const Picture apart{24, 720, 576, 2400};
+    ASSERT_EQ(DecodePal(pal_, apart, 2400), S_OK);
+    EXPECT_EQ(Words(LastCall().words[2], LastCall().words[3]), Words(apart.Row(0), 2400));
+    EXPECT_EQ(apart.Row(0)[2160], kUntouched);
+}
+
+TEST_F(DvCodec, AnOutputOfAnotherWidthKeepsTheRestOfEachRow) {
+    const Picture padded{16, 736, 576};
+    ASSERT_EQ(DecodePal(pal_, padded), S_OK);
+    EXPECT_TRUE(ShowsFrame(padded.Row(575), 720, 575, pal_));
+    EXPECT_TRUE(padded.Row(575)[1440] == kUntouched && padded.Row(575)[1471] == kUntouched);
+}
+
+TEST_F(DvCodec, AnInvalidFrameIsABlackPictureAndNeverReachesTheEngine) {
+    const std::tuple<DvFrame, LONG, LONG, LONG, LONG> cases[] = {
+        {DvFrame::Blank(120000), 16, 720, 480, 0},
+        {DvFrame::Blank(120000), 24, 720, 480, 0},
+        {DvFrame::Blank(7), 32, 1024, 576, 0},
+        {DvFrame::Blank(120000), 16, 720, 480, 1500},
+        {pal_.Cut(143999), 16, 720, 576, 0},
+        {pal_.Cut(132000), 16, 736, 576, 0},
+        {pal_.Cut(13000), 16, 720, 576, 0},
+        {pal_, 16, 720, 480, 0},  // other heights, another variant
+        {LoadFrame("dv25_525_4x3"), 16, 720, 576, 0},
+        {LoadFrame("dvcprohd_720_50"), 16, 720, 576, 0},
+    };
+    const DWORD before = LastCall().count;
+    for (const auto& [frame, bits, width, height, stride] : cases) {
+        const Picture picture{bits, width, height, stride};
+        EXPECT_EQ(Decode(kDv25, 720, height, frame, picture, stride), E_FAIL) << frame.size();
+        EXPECT_TRUE(picture.IsBlack()) << frame.size();
+        EXPECT_TRUE(stride == 0 || picture.Row(0)[1440] == kUntouched);
+    }
+    const Picture narrower{16, 1280, 1080};
+    EXPECT_EQ(Decode(kDvHd, 1280, 1080, LoadFrame("dvcprohd_1080_50"), narrower), E_FAIL);
+    EXPECT_TRUE(narrower.IsBlack());
+    EXPECT_EQ(LastCall().count, before);
+}
+
+TEST_F(DvCodec, ASampleShorterThanItClaimsOrAReadOnlyPictureFails) {
+    for (const std::size_t size : {100u, 0u}) {
+        const Picture picture{16, 720, 576};
+        EXPECT_EQ(Decode(kDv25, 720, 576, pal_.Cut(size), picture, 0, 144000), E_FAIL);
+        EXPECT_TRUE(picture.IsBlack());
+        picture.memory.Protect();
+        EXPECT_EQ(Decode(kDv25, 720, 576, pal_.Cut(size), picture, 0, 144000), E_FAIL);
+        EXPECT_EQ(DecodePal(pal_, picture), E_FAIL);
+    }
+}
+
+TEST_F(DvCodec, AnEngineThatRaisesAnExceptionLeavesABlackPicture) {
+    for (const char* what : {"decode:access", "decode:divide", "decode:throw"}) {
+        const Misbehaviour misbehaviour(what);
+        for (const LONG width : {720, 736, 1024}) {
+            const Picture picture{16, width, 576};
+            EXPECT_EQ(DecodePal(pal_, picture), E_FAIL) << what;
+            EXPECT_TRUE(picture.IsBlack()) << what << width;
+        }
+    }
+}
+
+TEST_F(DvCodec, ARefusedFrameLeavesThePictureUntouched) {
+    DvFrame type15 = LoadFrame("dvcprohd_1080_50");
+    type15.SetPackByte(0x60, 3, 0xF5);
+    const Picture hd{16, 1440, 1080};
+    EXPECT_EQ(Decode(kDvHd, 1440, 1080, type15, hd), E_FAIL);
+    EXPECT_TRUE(hd.IsUntouched());
+
+    const Picture picture{16, 720, 576};
+    const BITMAPINFOHEADER input = MakeHeader(kDv25, 24, 720, 576, pal_.size());
+    const BITMAPINFOHEADER outputs[] = {PictureHeader(16, 700, 576), PictureHeader(16, 720, 480),
+                                        MakeHeader(FourCC("v408"), 16, 720, 576), picture.header};
+    const auto decode = [&](const BITMAPINFOHEADER* header, const void* frame, int output,
+                            void* pixels) {
+        return Codec().Decompress(header, frame, &outputs[output], false, pixels, 0, 0);
+    };
+    for (const int output : {0, 1, 2}) {
+        EXPECT_EQ(decode(&input, pal_.data(), output, picture.Row(0)), E_FAIL) << output;
+    }
+    EXPECT_EQ(DecodePal(pal_, picture, 1438) & DecodePal(pal_, picture, -1438), E_FAIL);
+    EXPECT_EQ(decode(nullptr, pal_.data(), 3, picture.Row(0)), E_POINTER);
+    EXPECT_EQ(decode(&input, pal_.data(), 3, nullptr), E_POINTER);
+    EXPECT_EQ(decode(&input, nullptr, 3, picture.Row(0)), E_FAIL);
+    const EngineSearch search(L"none");
+    codecs_.clear();
+    EXPECT_EQ(DecodePal(pal_, picture), E_FAIL);
+    EXPECT_FALSE(CDv25Codec::IsEngineAvailable(kEngineForDecoding));
+    EXPECT_TRUE(picture.IsUntouched());
+}
+
+TEST_F(DvCodec, FramesStateTheirParameters) {
+    const GuardedMemory cutOff(Bytes(pal_.data(), pal_.data() + 100));
+    const std::tuple<const void*, HRESULT, FrameInfo> cases[] = {
+        {pal_.data(),
+         S_OK,
+         {.fieldOrder = 1,
+          .pixelAspectX = 1024,
+          .pixelAspectY = 720,
+          .infoA = LONG(0xC1828304),
+          .rdrtA = 0x0405C6FF,
+          .rdrtB = LONG(0xC78889FF)}},
+        {nullptr,
+         S_FALSE,
+         {.fieldOrder = 1, .pixelAspectX = 768, .pixelAspectY = 720}},  // by the tables of sizes
+        {cutOff.data(), S_OK, {}}};
+    for (const auto& [frame, result, expected] : cases) {
+        const BITMAPINFOHEADER input = MakeHeader(kDv25, 24, 720, 576, frame ? 144000 : 0);
+        FrameInfo info = {9, 9, 9, 9, 9, 9, 9};
+        EXPECT_EQ(Codec().GetFrameInfo(&input, frame, 400000, &info), result);
+        EXPECT_EQ(std::memcmp(&info, &expected, sizeof(info)), 0) << frame;
+    }
+    EXPECT_EQ(Codec().GetFrameInfo(nullptr, pal_.data(), 400000, nullptr), E_POINTER);
+}
+
+TEST(DvDescription, HasDatesOfBothCenturiesButNoInvalidOnes) {
+    const std::tuple<BYTE, BYTE, BYTE, const char*> dates[] = {{0xC1, 0xE1, 0x00, "2000-01-01 "},
+                                                               {0xF1, 0xF2, 0x74, "2074-12-31 "},
+                                                               {0xC6, 0xE5, 0x75, "1975-05-06 "},
+                                                               {0x09, 0x10, 0x99, "1999-10-09 "},
+                                                               {0xF2, 0xE5, 0x04, ""},
+                                                               {0xC0, 0xE5, 0x04, ""},
+                                                               {0xC6, 0xF3, 0x04, ""},
+                                                               {0xC6, 0xE0, 0x04, ""},
+                                                               {0xC6, 0xE5, 0x0A, ""},
+                                                               {0xC6, 0xE5, 0xA0, ""}};
+    for (const auto& [day, month, year, text] : dates) {
+        DvFrame frame = LoadFrame("dv25_625_4x3");
+        frame.SetPackByte(0x62, 2, day);
+        frame.SetPackByte(0x62, 3, month);
+        frame.SetPackByte(0x62, 4, year);
+        const std::string described = host::DescribeDvFrame(frame.data(), frame.size());
+        EXPECT_NE(described.find(std::string("recorded ") + text + "07:08:09"), described.npos)
+            << described;
+    }
+}
+
+}  // namespace
+}  // namespace nyx::test
