@@ -56,7 +56,7 @@ bool MpegGroups::FindNext(ByteSource* file, std::int64_t from, std::int64_t to,
     std::vector<BYTE> buffer(kBufferBytes);
     std::int64_t sequence = -1;
     for (int got = 0; from < to; from += got - static_cast<int>(kHeaderBytes) + 1) {
-        got = file->Read(from, buffer);
+        got = file->ReadAt(from, buffer);
         if (got < static_cast<int>(kHeaderBytes)) {
             return false;
         }
