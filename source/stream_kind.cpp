@@ -3,6 +3,7 @@
 #include <iterator>
 
 #include "platform/fourcc.h"
+#include "source/mpeg_codes.h"
 
 namespace nyx::source {
 namespace {
@@ -20,10 +21,7 @@ constexpr DvRow kDv[] = {
     {576, 2, FourCC("QDV5")}, {1080, 4, FourCC("QDVH")}, {720, 2, FourCC("QDVH")},
 };
 
-// ISO/IEC 13818-2: start codes of table 6-1, an identifier of table 6-2, the rates of table 6-4.
-constexpr BYTE kPictureStart = 0x00;
-constexpr BYTE kSequenceHeader = 0xB3;
-constexpr BYTE kExtension = 0xB5;
+// ISO/IEC 13818-2: an extension of table 6-2, a type of table 6-12, the rates of table 6-4.
 constexpr int kSequenceExtension = 1;
 constexpr int kIntraPicture = 1;
 constexpr AVRational kMpegRates[] = {{0, 0},  {24000, 1001}, {24, 1},       {25, 1}, {30000, 1001},
@@ -77,19 +75,16 @@ MpegPicture ReadMpegPicture(ByteSpan frame) {
     MpegPicture picture;
     for (std::size_t at = 0; frame.Holds(at, 8); ++at) {
         const BYTE* code = frame.data() + at;
-        if (code[0] != 0 || code[1] != 0 || code[2] != 1) {
-            continue;
-        }
-        if (code[3] == kPictureStart) {
+        if (IsCode(code, MpegCode::kPicture)) {
             picture.intra = (code[5] >> 3 & 7) == kIntraPicture;
             break;
         }
-        if (code[3] == kSequenceHeader) {  // table 6-3; other codes are square pixels or unused
-            const int aspect = code[7] >> 4;
+        if (IsCode(code, MpegCode::kSequence)) {
+            const int aspect = code[7] >> 4;  // table 6-3; others are square pixels or unused
             picture.aspect = aspect == 2 ? AVRational{4, 3} : AVRational{aspect == 3 ? 16 : 0, 9};
             const std::size_t rate = code[7] & 15;
             picture.rate = rate < std::size(kMpegRates) ? kMpegRates[rate] : AVRational{};
-        } else if (code[3] == kExtension && code[4] >> 4 == kSequenceExtension &&
+        } else if (IsCode(code, MpegCode::kExtension) && code[4] >> 4 == kSequenceExtension &&
                    frame.Holds(at, 10)) {  // section 6.2.2.3: factors of the rate, minus one
             picture.rate = av_mul_q(picture.rate, {(code[9] >> 5 & 3) + 1, (code[9] & 31) + 1});
         }
