@@ -36,9 +36,9 @@ Frames ReadFrames(const wchar_t* path, source::VideoFormat* format) {
     *format = *file.streams()[0].video;
     Frames frames;
     source::Packet packet;
-    for (std::size_t bytes = 0; bytes < kMaxBytes && file.Read(&packet) == S_OK;) {
+    for (std::size_t bytes = 0; bytes < kMaxBytes && file.ReadPacket(&packet) == S_OK;) {
         if (packet.stream == 0) {
-            frames.emplace_back(packet.bytes().size());
+            frames.emplace_back(packet.size());
             if (file.Copy(packet, frames.back().data()) != S_OK) {
                 throw std::runtime_error("a frame cannot be read");
             }

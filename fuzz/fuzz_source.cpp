@@ -19,7 +19,7 @@ int untilFailure = 0;  // allocations; 0: none fails
 struct MemoryFile final : nyx::source::ByteSource {
     MemoryFile(nyx::ByteSpan bytes, std::int64_t place) : data(bytes), bad(place) {}
 
-    int Read(std::int64_t position, std::span<BYTE> to) noexcept override {
+    int ReadAt(std::int64_t position, std::span<BYTE> to) noexcept override {
         if (position <= bad && bad - position < static_cast<std::int64_t>(to.size())) {
             return -1;
         }
@@ -65,7 +65,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const REFERENCE_TIME from = i > 0 ? steering.places[i - 1] : 0;
         nyx::source::Packet packet;
         HRESULT result = i > 0 ? file.Seek(from) : S_OK;
-        for (int n = 0; n < 1500 && result == S_OK && (result = file.Read(&packet)) == S_OK; ++n) {
+        for (int n = 0; n < 1500 && result == S_OK && (result = file.ReadPacket(&packet)) == S_OK;
+             ++n) {
             const nyx::source::StreamFormat& stream = file.streams().at(packet.stream);
             nyx::fuzz::Require(packet.start <= packet.stop && packet.stop > from);
             std::vector<BYTE> copy(packet.size());

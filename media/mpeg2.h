@@ -15,7 +15,13 @@ enum Mpeg2StartCode : BYTE {
     kMpeg2Picture = 0x00,
     kMpeg2SequenceHeader = 0xB3,
     kMpeg2Extension = 0xB5,
+    kMpeg2Group = 0xB8,
 };
+
+/// Whether this start code begins at `bytes`, of which four can be read.
+inline bool IsStartCode(const BYTE* bytes, Mpeg2StartCode code) noexcept {
+    return bytes[0] == 0 && bytes[1] == 0 && bytes[2] == 1 && bytes[3] == code;
+}
 
 /// The offset of the first start code value at or after `from`, behind its prefix 00 00 01;
 /// `frame.size()` when there is none.

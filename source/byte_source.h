@@ -14,7 +14,7 @@ class ByteSource {
 
     /// Reads up to a buffer full at `position`, in bytes from the start. Returns the number read, 0
     /// at or behind the end, or -1 when they cannot be read; `failure` then says why.
-    virtual int Read(std::int64_t position, std::span<BYTE> to) noexcept = 0;
+    virtual int ReadAt(std::int64_t position, std::span<BYTE> to) noexcept = 0;
     /// The size now, in bytes, or -1.
     virtual std::int64_t Size() noexcept = 0;
     /// A clock that never goes back, in milliseconds.

@@ -52,10 +52,10 @@ int ContainerInput::IsInterrupted(void* self) noexcept {
 }
 
 int ContainerInput::ReadBytes(void* self, std::uint8_t* to, int count) noexcept {
-    return static_cast<ContainerInput*>(self)->Read({to, static_cast<std::size_t>(count)});
+    return static_cast<ContainerInput*>(self)->ReadNext({to, static_cast<std::size_t>(count)});
 }
 
-int ContainerInput::Read(std::span<BYTE> to) noexcept {
+int ContainerInput::ReadNext(std::span<BYTE> to) noexcept {
     if (!MayContinue()) {
         return AVERROR_EXIT;
     }
@@ -65,7 +65,7 @@ int ContainerInput::Read(std::span<BYTE> to) noexcept {
         position_ += count;
         return count;
     }
-    const int got = bytes_->Read(position_, to);
+    const int got = bytes_->ReadAt(position_, to);
     readFailed_ = got < 0;
     position_ += std::max(got, 0);
     furthest_ = std::max<std::int64_t>(furthest_, position_);
@@ -121,7 +121,7 @@ DeferredPayload ContainerInput::TakeDeferred() {
 
 HRESULT ContainerInput::ReadDeferred(std::int64_t offset, std::span<BYTE> to) const {
     const int count = static_cast<int>(to.size());
-    const int got = count > 0 ? bytes_->Read(offset, to) : 0;
+    const int got = count > 0 ? bytes_->ReadAt(offset, to) : 0;
     if (got < 0) {
         return bytes_->failure();
     }

@@ -87,7 +87,7 @@ class ContainerInput {
     static int IsInterrupted(void* self) noexcept;
 
     bool MayContinue() noexcept;
-    int Read(std::span<BYTE> to) noexcept;
+    int ReadNext(std::span<BYTE> to) noexcept;
     [[nodiscard]] HRESULT OutOfMemoryResult() const;
 
     std::unique_ptr<ByteSource> bytes_;

@@ -32,7 +32,7 @@ HRESULT DiskFile::Open(const wchar_t* path) {
                                                       : HRESULT_FROM_WIN32(ERROR_NOT_SUPPORTED);
 }
 
-int DiskFile::Read(std::int64_t position, std::span<BYTE> to) noexcept {
+int DiskFile::ReadAt(std::int64_t position, std::span<BYTE> to) noexcept {
     OVERLAPPED place{};
     place.Offset = static_cast<DWORD>(position);
     place.OffsetHigh = static_cast<DWORD>(position >> 32);

@@ -14,7 +14,7 @@ class DiskFile final : public ByteSource {
     /// devices are not supported: reading them might never end. Throws std::bad_alloc.
     [[nodiscard]] HRESULT Open(const wchar_t* path);
 
-    int Read(std::int64_t position, std::span<BYTE> to) noexcept override;
+    int ReadAt(std::int64_t position, std::span<BYTE> to) noexcept override;
     std::int64_t Size() noexcept override;
     std::int64_t Milliseconds() noexcept override {
         return static_cast<std::int64_t>(GetTickCount64());

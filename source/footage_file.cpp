@@ -59,16 +59,17 @@ HRESULT FootageFile::Open(std::unique_ptr<ByteSource> bytes) {
     if (SUCCEEDED(result)) {
         result = FindStreams();
     }
-    if (FAILED(result)) {
-        return result;
+    if (SUCCEEDED(result)) {
+        origin_ =
+            std::min_element(streams_.begin(), streams_.end(), [](const auto& a, const auto& b) {
+                return a.start < b.start;
+            })->start;
+        Select(std::vector<bool>(streams_.size(), true));
+        result = Seek(0);
+        input_.EndBudget();
     }
-    origin_ = std::min_element(streams_.begin(), streams_.end(), [](const auto& a, const auto& b) {
-                  return a.start < b.start;
-              })->start;
-    Select(std::vector<bool>(streams_.size(), true));
-    result = Seek(0);
-    input_.EndBudget();
-    return result;
+    // libavformat may take a cancelled read for the file's end, and describe what it has.
+    return input_.isCancelled() ? kCancelled : result;
 }
 
 REFERENCE_TIME FootageFile::duration() const {

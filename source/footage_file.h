@@ -66,15 +66,15 @@ class FootageFile {
     /// Where a file of raw DV changes its system.
     const RawDv& rawDv() const { return rawDv_; }
 
-    /// Chooses the streams that Read delivers; one entry a stream.
+    /// Chooses the streams that ReadPacket delivers; one entry a stream.
     void Select(const std::vector<bool>& wanted);
 
-    /// Lets Read continue with the packet of each stream that lasts at `time`.
+    /// Lets ReadPacket continue with the packet of each stream that lasts at `time`.
     [[nodiscard]] HRESULT Seek(REFERENCE_TIME time);
 
     /// Reads the next packet. Returns `S_FALSE` at the end, `kCancelled`, `E_OUTOFMEMORY`, or why
     /// the file could not be read. Skips damaged and torn packets.
-    [[nodiscard]] HRESULT Read(Packet* packet);
+    [[nodiscard]] HRESULT ReadPacket(Packet* packet);
 
     /// Copies a picture's packet of this file into a buffer of its size, with what was deferred.
     /// Returns `S_FALSE` when the file has become too short, or why it could not be read. From any

@@ -2,22 +2,15 @@
 
 #include <vector>
 
+#include "media/mpeg2.h"
+
 namespace nyx::source {
 namespace {
 
-// ISO/IEC 13818-2, table 6-1.
-constexpr BYTE kPicture = 0x00;
-constexpr BYTE kSequence = 0xB3;
-constexpr BYTE kGroup = 0xB8;
 constexpr std::size_t kHeaderBytes = 8;  // start code and time code
 
 constexpr std::int64_t kNear = 256 << 10;  // bytes; reading so many beats another search step
 constexpr int kBufferBytes = 64 << 10;
-
-/// Whether a start code of one kind begins here.
-bool IsCode(const BYTE* bytes, BYTE kind) {
-    return bytes[0] == 0 && bytes[1] == 0 && bytes[2] == 1 && bytes[3] == kind;
-}
 
 }  // namespace
 
@@ -26,7 +19,7 @@ void MpegGroups::Start(AVRational rate) {
     base_ = rate.den > 0 ? (rate.num + rate.den / 2) / rate.den : 0;
 }
 
-/// Section 6.3.8: a flag, hours, minutes, a marker bit, seconds, pictures.
+/// ISO/IEC 13818-2, section 6.3.8: a flag, hours, minutes, a marker bit, seconds, pictures.
 std::int64_t MpegGroups::NumberOf(const BYTE* header) const {
     const int minutes = (header[4] >> 2 & 31) * 60 + (header[4] & 3) * 16 + (header[5] >> 4);
     const int seconds = (header[5] & 7) * 8 + (header[6] >> 5);
@@ -39,10 +32,10 @@ std::int64_t MpegGroups::NumberOf(const BYTE* header) const {
 void MpegGroups::Check(ByteSpan bytes, std::int64_t number) {
     for (std::size_t at = 0; bytes.Holds(at, kHeaderBytes); ++at) {
         const BYTE* header = bytes.data() + at;
-        if (IsCode(header, kPicture)) {
+        if (IsStartCode(header, kMpeg2Picture)) {
             return;
         }
-        if (IsCode(header, kGroup)) {
+        if (IsStartCode(header, kMpeg2Group)) {
             first_ = groups_++ == 0 ? NumberOf(header) - number : first_;
             agree_ = agree_ && NumberOf(header) - first_ == number;
             return;
@@ -56,7 +49,7 @@ bool MpegGroups::FindNext(ByteSource* file, std::int64_t from, std::int64_t to,
     std::vector<BYTE> buffer(kBufferBytes);
     std::int64_t sequence = -1;
     for (int got = 0; from < to; from += got - static_cast<int>(kHeaderBytes) + 1) {
-        got = file->Read(from, buffer);
+        got = file->ReadAt(from, buffer);
         if (got < static_cast<int>(kHeaderBytes)) {
             return false;
         }
@@ -64,11 +57,11 @@ bool MpegGroups::FindNext(ByteSource* file, std::int64_t from, std::int64_t to,
         for (std::size_t at = 0; bytes.Holds(at, kHeaderBytes); ++at) {
             const BYTE* header = bytes.data() + at;
             const std::int64_t place = from + static_cast<std::int64_t>(at);
-            if (IsCode(header, kPicture)) {
+            if (IsStartCode(header, kMpeg2Picture)) {
                 sequence = -1;
-            } else if (IsCode(header, kSequence)) {
+            } else if (IsStartCode(header, kMpeg2SequenceHeader)) {
                 sequence = place;
-            } else if (IsCode(header, kGroup)) {
+            } else if (IsStartCode(header, kMpeg2Group)) {
                 *group = {sequence >= 0 ? sequence : place, NumberOf(header) - first_};
                 return true;
             }

@@ -16,7 +16,7 @@ constexpr std::size_t kMaxRuns = 100;
 const AVDVProfile* ProfileAt(ByteSource* file, std::int64_t position) {
     BYTE head[kHeadBytes];
     // A header block of the first sequence, IEC 61834-2.
-    const bool begins = file->Read(position, head) == kHeadBytes && head[0] == 0x1F &&
+    const bool begins = file->ReadAt(position, head) == kHeadBytes && head[0] == 0x1F &&
                         (head[1] & 0xF0) == 0 && head[2] == 0 && (head[3] & 0x7F) == 0x3F;
     return begins ? av_dv_frame_profile(nullptr, head, kHeadBytes) : nullptr;
 }

@@ -39,7 +39,7 @@ void ReadAhead::Run(REFERENCE_TIME time) noexcept {
         result = file_->Seek(time);
         while (SUCCEEDED(result)) {
             Packet packet;
-            result = file_->Read(&packet);
+            result = file_->ReadPacket(&packet);
             if (result != S_OK || !Push(std::move(packet))) {
                 break;
             }

@@ -212,7 +212,7 @@ void FootageFile::TimeAudio(const StreamFormat& stream, Packet* packet) {
     packet->stop = Difference(TimeOfTick(next, clock), origin_);
 }
 
-HRESULT FootageFile::Read(Packet* packet) {
+HRESULT FootageFile::ReadPacket(Packet* packet) {
     for (;;) {
         HRESULT result = ReadDelivered(packet);
         if (result != S_OK) {

@@ -190,7 +190,7 @@ HRESULT FootageSource::StartStreaming() {
     HRESULT result = S_OK;
     for (std::size_t i = 0; i < pins_.size() && SUCCEEDED(result); ++i) {
         if (pins_[i]->IsConnected()) {
-            result = pins_[i]->StartStreaming(file_.get(), readAhead_.get(), i, segment_, cut);
+            result = pins_[i]->StartThreads(file_.get(), readAhead_.get(), i, segment_, cut);
         }
     }
     return result;
@@ -208,7 +208,7 @@ void FootageSource::FinishStreaming() {
     if (readAhead_) {
         readAhead_->Cancel();
         for (const auto& pin : pins_) {
-            pin->FinishStreaming();
+            pin->JoinThreads();
         }
         readAhead_->Finish();
     }

@@ -97,8 +97,8 @@ HRESULT SourcePin::DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTI
     return SUCCEEDED(result) && !enough ? E_FAIL : result;
 }
 
-HRESULT SourcePin::StartStreaming(FootageFile* file, ReadAhead* packets, std::size_t stream,
-                                  const Segment& segment, REFERENCE_TIME cut) noexcept {
+HRESULT SourcePin::StartThreads(FootageFile* file, ReadAhead* packets, std::size_t stream,
+                                const Segment& segment, REFERENCE_TIME cut) noexcept {
     file_ = file;
     packets_ = packets;
     stream_ = stream;
@@ -120,7 +120,7 @@ HRESULT SourcePin::StartStreaming(FootageFile* file, ReadAhead* packets, std::si
     return S_OK;
 }
 
-void SourcePin::FinishStreaming() {
+void SourcePin::JoinThreads() {
     for (Thread* thread : {&delivering_, &filling_}) {
         if (thread->joinable()) {
             thread->join();

@@ -20,7 +20,7 @@ class SourcePin final : public CBaseOutputPin, public PinSeeking {
     /// `rate` is the rate of the file's video. Sets `*result` to a failure when there is no memory.
     SourcePin(CBaseFilter* filter, Seekable* seekable, CCritSec* lock, HRESULT* result,
               const wchar_t* name, const StreamFormat& format, AVRational rate);
-    ~SourcePin() override { FinishStreaming(); }
+    ~SourcePin() override { JoinThreads(); }
 
     DECLARE_IUNKNOWN
     HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID iid, void** object) override;
@@ -42,11 +42,11 @@ class SourcePin final : public CBaseOutputPin, public PinSeeking {
     /// where pictures follow that downstream does not accept; there the pin of the pictures sends
     /// EC_STREAM_ERROR_STOPPED with VFW_E_TYPE_NOT_ACCEPTED and the place in the file, in
     /// milliseconds. `E_OUTOFMEMORY` when no thread can start.
-    [[nodiscard]] HRESULT StartStreaming(FootageFile* file, ReadAhead* packets, std::size_t stream,
-                                         const Segment& segment, REFERENCE_TIME cut) noexcept;
+    [[nodiscard]] HRESULT StartThreads(FootageFile* file, ReadAhead* packets, std::size_t stream,
+                                       const Segment& segment, REFERENCE_TIME cut) noexcept;
     /// Waits until nothing is delivered any more. Cancel the packets first, and stop downstream or
     /// begin to flush it.
-    void FinishStreaming();
+    void JoinThreads();
     /// Sets where in the file to stop; also while the segment is played.
     void StopAt(REFERENCE_TIME stop) { stop_ = stop; }
     /// When in the file the packet delivered last began.

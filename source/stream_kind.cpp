@@ -21,7 +21,7 @@ constexpr DvRow kDv[] = {
     {576, 2, FourCC("QDV5")}, {1080, 4, FourCC("QDVH")}, {720, 2, FourCC("QDVH")},
 };
 
-// ISO/IEC 13818-2: tables 6-2, 6-12 and 6-4.
+// ISO/IEC 13818-2: an extension of table 6-2, a type of table 6-12, the rates of table 6-4.
 constexpr int kSequenceExtension = 1;
 constexpr int kIntraPicture = 1;
 constexpr AVRational kMpegRates[] = {{0, 0},  {24000, 1001}, {24, 1},       {25, 1}, {30000, 1001},

@@ -26,7 +26,7 @@ struct PulledDisk final : source::ByteSource {
     static constexpr HRESULT kFailure = HRESULT_FROM_WIN32(ERROR_NOT_READY);
 
     explicit PulledDisk(std::string all) : bytes(std::move(all)) {}
-    int Read(std::int64_t position, std::span<BYTE> to) noexcept override {
+    int ReadAt(std::int64_t position, std::span<BYTE> to) noexcept override {
         if (readsLeft-- <= 0) {
             return -1;
         }
