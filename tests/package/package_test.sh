@@ -123,6 +123,8 @@ package_is_whole() {
     done
     check "each its description" test "$(sort descriptions | uniq -c | awk '{ print $1 }' | sort | xargs)" = "1 2 2 2 2 2"
     check "the icon in nyxhost and the installer" test "$(grep -la IHDR "$files"/{,x64/}nyxhost.exe "$setup" | wc -l)" = 3
+    check "the embedding headers and the example compile" i686-w64-mingw32-g++-posix -fsyntax-only -std=c++20 \
+        -include filters/encode_parameter.h "-I$files/include" "$files/include/play_file.cpp"
     check "the sums" cmp <(cd "${setup%/*}" && sha256sum "nyx-codecs-$version"{-setup.exe,.zip}) "${setup%-setup.exe}.sha256"
     (umask 077 && LC_ALL=C.UTF-8 TZ=Asia/Tokyo "$root/package/pack.sh" "$builds" "$work/again")
     for file in again/*; do
@@ -175,6 +177,7 @@ by_installer() {
     each serves
     check "no files for other sizes" test "$(find "$installed" -name nyxcodecs.dll | wc -l)" = ${#sizes[@]}
     check "a closed engine has its own picture" ends 1 cmp -s real painted
+    check "the headers" diff -r "$files/include" "$installed/include"
     ask run_nyxhost list
     check "the compressor" says "DirectShow filters, video compressors"
     ask wine reg query "$entry" /reg:32
@@ -207,18 +210,18 @@ unchanged_by_failures() {
     variant damaged damaged
     fails 1 "Unknown option: /s-"$'\r\n\r\n'"/S" 'whole.exe /S /s-'
     fails 1 "Unknown component: sources" 'whole.exe /S /COMPONENTS=mxf,sources'
-    fails 2 "cannot be such a folder: C:\file\sub" 'whole.exe /S /D=C:\file\sub'
-    fails 2 "cannot be such a folder: Q:\nyx" 'whole.exe /S /D="Q:\nyx"'
-    fails 2 "cannot be such a folder: C:\a /NCRC" 'whole.exe /S /D=C:\a /NCRC'
-    fails 2 "cannot be such a folder: nyx" 'whole.exe /S "/D=nyx"'
-    fails 2 "/LOG cannot be written: C:\no\log" 'whole.exe /S /LOG=C:\no\log'
-    fails 2 "cannot be one within the other" "whole.exe /S /D=C:\\$programs\\Nyx codecs\\x64"
-    fails 2 "MiB are needed" 'large.exe /S /D=C:\new\folder'
-    fails 2 "A file of C:\way cannot be written" 'whole.exe /S /D=C:\way'
-    fails 2 "could not be registered" 'damaged.exe /S /D=C:\new\folder'
-    fails 2 "could not be registered" 'damaged.exe /S'
+    fails 2 "Not a valid folder: C:\file\sub" 'whole.exe /S /D=C:\file\sub'
+    fails 2 "Not a valid folder: Q:\nyx" 'whole.exe /S /D="Q:\nyx"'
+    fails 2 "Not a valid folder: C:\a /NCRC" 'whole.exe /S /D=C:\a /NCRC'
+    fails 2 "Not a valid folder: nyx" 'whole.exe /S "/D=nyx"'
+    fails 2 "Cannot write the log file: C:\no\log" 'whole.exe /S /LOG=C:\no\log'
+    fails 2 "must not contain each other" "whole.exe /S /D=C:\\$programs\\Nyx codecs\\x64"
+    fails 2 "MiB are free" 'large.exe /S /D=C:\new\folder'
+    fails 2 "Cannot write or replace a file of C:\way" 'whole.exe /S /D=C:\way'
+    fails 2 "Cannot register C:\\" 'damaged.exe /S /D=C:\new\folder'
+    fails 2 "Cannot register C:\\" 'damaged.exe /S'
     # A full disk needs rights that few containers have; a limit for files cuts a write off as well.
-    limit=1500 fails 2 "could not be unpacked" 'whole.exe /S /D=C:\new\folder'
+    limit=1500 fails 2 "Cannot unpack the files" 'whole.exe /S /D=C:\new\folder'
     as_before "after failures" installed
     each renders
     rm -r "$drive/way" "$drive/file"
@@ -261,7 +264,7 @@ by_choice() {
     check "the installer" ends 0 by_line 'whole.exe /S /COMPONENTS=gxf,path /LOG="C:\log of it.txt" /D=C:\Nyx two'
     installed="$drive/Nyx two"
     ask iconv -f utf-16 -t utf-8 "$drive/log of it.txt"
-    check "the log" says 'Folder: C:\Nyx two, present one: C:\Nyx' "Components: ,source,gxf,host,path," Installed.
+    check "the log" says 'Folder: C:\Nyx two; present installation: C:\Nyx' "Components: ,source,gxf,host,path," Installed.
     rm "$drive/log of it.txt"
     check "the files of the choice" test "$(cd "$installed" && find * -name '*.[de][lx][le]' | sort | xargs)" = \
         "nyxcodecs.dll nyxhost.exe nyxsource.dll uninstall.exe x64/nyxcodecs.dll x64/nyxhost.exe x64/nyxsource.dll"
