@@ -4,7 +4,7 @@ card_text() { # FONT SIZE COLOUR X Y TEXT
     echo "drawtext=fontfile=/usr/share/fonts/truetype/dejavu/DejaVu$1.ttf:fontsize=$2:fontcolor=$3:x=$4:y=$5:$6"
 }
 
-# Fields side by side, each of a colour.
+# Rectangles side by side, one per colour.
 card_fields() { # X Y WIDTH HEIGHT COLOUR...
     local x=$1 colour
     for colour in "${@:5}"; do
