@@ -26,7 +26,7 @@ card_page() {
 # Drawn in 1920x1080 square pixels. From the outside in: blocks along the outermost lines, which show that none
 # is lost; a crosshatch; a gradient of skin tones and a page of fine text; a disc with colour bars, a zone plate
 # that runs outwards around the meeting point of red and blue, grey steps and a clock. A ball circles the disc
-# once a second. Whatever stands still is drawn once and repeated. The blocks that meet in the middle keep their
+# once a second. The still parts are drawn once and repeated. The blocks that meet in the middle keep their
 # edges where WIDTH and HEIGHT divide 1920 and 1080, so that chroma edges are as sharp as a size has them.
 card_source() { # WIDTH HEIGHT RATE
     local still="rate=$3,trim=end_frame=1,format=rgb24"
