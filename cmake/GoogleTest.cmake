@@ -1,4 +1,4 @@
-# GoogleTest from Debian's source package, so that one version serves both builds.
+# GoogleTest, built from Debian's source package for every target.
 set(NYX_GOOGLETEST_DIR /usr/src/googletest CACHE PATH "GoogleTest's source folder")
 set(INSTALL_GTEST OFF)
 add_subdirectory(${NYX_GOOGLETEST_DIR} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
@@ -8,9 +8,8 @@ if(NYX_SANITIZE)
   endforeach()
 endif()
 
-# What nearly every test includes, read once per build, and light optimisation: most of a test's
-# compile time is headers, then the optimiser's work on assertions.
-# The three warnings are false ones of this compiler at -O1, in std::optional and std::wstring.
+# Tests share a precompiled header and are optimised lightly: most of their compile time is headers and the
+# optimiser's work on assertions. The three warnings are false at -O1, in std::optional and std::wstring.
 set(nyx_test_options -O1 -g1 -Wno-maybe-uninitialized -Wno-array-bounds
   -Wno-stringop-overread)
 file(WRITE ${CMAKE_BINARY_DIR}/test_headers.cpp "")
@@ -21,7 +20,7 @@ target_precompile_headers(nyx_test_headers PRIVATE
   <gtest/gtest.h> <algorithm> <atomic> <functional> <string> <thread> <vector>
   $<$<BOOL:${WIN32}>:<windows.h$<ANGLE-R>> $<$<BOOL:${WIN32}>:<strmif.h$<ANGLE-R>>)
 
-# nyx_quick_to_compile(NAME): for a target of test code that links GoogleTest.
+# nyx_quick_to_compile(NAME): applies both to a target that links GoogleTest.
 function(nyx_quick_to_compile name)
   target_compile_options(${name} PRIVATE ${nyx_test_options})
   target_precompile_headers(${name} REUSE_FROM nyx_test_headers)
@@ -33,7 +32,7 @@ function(nyx_quick_to_compile name)
 endfunction()
 
 # nyx_test(NAME sources... [LINK libraries...] [NEEDS targets...] [PROPERTIES property value...]): one
-# executable, one CTest entry; run under Wine when cross-built. NEEDS is built before.
+# executable and one CTest entry, under Wine when cross-built. NEEDS are built first.
 function(nyx_test name)
   cmake_parse_arguments(PARSE_ARGV 1 test "" "" "LINK;NEEDS;PROPERTIES")
   add_executable(${name} ${test_UNPARSED_ARGUMENTS})
@@ -51,8 +50,8 @@ function(nyx_test name)
   endif()
 endfunction()
 
-# nyx_material(NAME script [arguments...]): files that are made on the host when the tests start, for
-# those that have FIXTURES_REQUIRED NAME.
+# nyx_material(NAME script [arguments...]): makes files on the build machine before the tests with
+# FIXTURES_REQUIRED NAME.
 function(nyx_material name script)
   add_test(NAME ${name} COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/${script} ${ARGN})
   set_tests_properties(${name} PROPERTIES FIXTURES_SETUP ${name})

@@ -1,7 +1,6 @@
-# One place for the flags that every target of ours is built with.
+# The flags and helpers of all our targets.
 
-# Warnings are errors; the base-class library follows documented signatures, so unused parameters
-# are part of its shape and are left unnamed there.
+# Warnings are errors.
 add_library(nyx_flags INTERFACE)
 target_compile_options(nyx_flags INTERFACE
   -Wall -Wextra -Wshadow -Wconversion -Wsign-conversion -Werror)
@@ -31,13 +30,13 @@ if(NYX_FUZZ)
   target_compile_options(nyx_flags INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
-# nyx_protect_stack(TARGET): an overwritten return address ends the process before it is used.
+# nyx_protect_stack(TARGET): ends the process when a return address is overwritten, before it is used.
 function(nyx_protect_stack target)
   target_compile_options(${target} PRIVATE -fstack-protector-strong)
 endfunction()
 
-# Debug information names the sources from their root on: a build in another folder has the same bytes.
-# The count of lines wants to find them.
+# Debug information has paths relative to the root, so that a build in another folder gives the same bytes.
+# gcov needs absolute paths.
 if(WIN32 AND NOT NYX_COVERAGE)
   set(nyx_names_from_root -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
 endif()
@@ -52,22 +51,21 @@ function(nyx_library name)
   endif()
 endfunction()
 
-# What the binaries contain that is not ours, for their version resources.
+# The third-party parts of the binaries, for their version resources.
 set(NYX_CONTAINS_RUNTIME "The run-time libraries of GCC and MinGW-w64.")
-set(NYX_LIBAVCODEC_DIR ${PROJECT_SOURCE_DIR}/build/libavcodec CACHE PATH "What scripts/engines left")
+set(NYX_LIBAVCODEC_DIR ${PROJECT_SOURCE_DIR}/build/libavcodec CACHE PATH "Output of scripts/engines")
 if(EXISTS ${NYX_LIBAVCODEC_DIR}/source-version)
   file(STRINGS ${NYX_LIBAVCODEC_DIR}/source-version version)
-  set(NYX_CONTAINS_LIBAV "FFmpeg's libraries by Debian's source package ffmpeg ${version}, LGPL 2.1 or later.")
+  set(NYX_CONTAINS_LIBAV "FFmpeg's libraries from Debian's source package ffmpeg ${version}, LGPL 2.1 or later.")
 endif()
 
-# Who made them, for those resources and the installer's.
+# The vendor, for the version resources.
 set(NYX_COMPANY "Nyx codec project")
-set(NYX_COPYRIGHT "Copyright the authors of the Nyx codecs; the terms of what is contained lie beside it.")
+set(NYX_COPYRIGHT "Copyright the authors of the Nyx codecs; third-party licences are in the folder licences.")
 
-# nyx_binary(TARGET DESCRIPTION CONTAINS [VERSION version] [ICON file]): a DLL or program that goes to
-# users, with a version resource. CONTAINS names what is linked in and is not ours. Its own version is the
-# project's unless it carries another one for those who load it. A DLL with the compiler's thread library
-# fails the build.
+# nyx_binary(TARGET DESCRIPTION CONTAINS [VERSION version] [ICON file]): a DLL or program with a version
+# resource. CONTAINS names its third-party parts. The default version is the project's. A DLL with the
+# compiler's thread library fails the build.
 function(nyx_binary target NYX_DESCRIPTION NYX_CONTAINS)
   cmake_parse_arguments(PARSE_ARGV 3 own "" "VERSION;ICON" "")
   set(NYX_FILE_VERSION ${PROJECT_VERSION}.0)
@@ -104,7 +102,7 @@ function(nyx_binary target NYX_DESCRIPTION NYX_CONTAINS)
   endif()
 endfunction()
 
-# nyx_instruction_set(FLAG sources...): one instruction set per translation unit, on that file only.
+# nyx_instruction_set(FLAG sources...): enables an instruction set for these files only.
 function(nyx_instruction_set flag)
   set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS ${flag})
 endfunction()

@@ -1,5 +1,5 @@
-# Windows by the POSIX-threads variant of the cross compiler, for the processor that the file which
-# includes this one has set: only that variant has std::mutex.
+# Windows, with the POSIX-threads variant of the cross compiler: only this variant has std::mutex. The
+# including file sets the processor.
 set(CMAKE_SYSTEM_NAME Windows)
 set(triplet ${CMAKE_SYSTEM_PROCESSOR}-w64-mingw32)
 set(CMAKE_C_COMPILER ${triplet}-gcc-posix)

@@ -1,12 +1,13 @@
 @echo off
-rem Registers the codecs and the footage source of this folder for the programs of all word sizes that
-rem this system runs. Run it as administrator.
+rem Registers this folder's codecs and footage source for programs of every word size that the system
+rem runs. Run it as administrator.
 setlocal
 set "here=%~dp0"
 set "option=%~1"
-rem Explorer, which closes the window at the end, starts a script by a line that ends with a blank.
+rem Explorer starts a script with a command line that ends with a blank, and closes the window at the
+rem end: wait for a key then.
 set "line=%cmdcmdline:"='%"
-rem A system without that variable leaves a quote.
+rem Without the variable cmdcmdline a quote remains.
 set "line=%line:"=%"
 set "wait="
 if not "%line:install.cmd=%"=="%line%" if "%line:~-2%"=="' " set "wait=pause"
@@ -25,14 +26,14 @@ if "%PROCESSOR_ARCHITEW6432%"=="AMD64" set "regsvr64=%SystemRoot%\Sysnative\regs
 if "%option%"=="/u" goto out
 "%here%processor_check.exe"
 if errorlevel 1 (
-    echo This processor does not have SSSE3, which the codecs need.
+    echo The codecs need a processor with SSSE3.
     set "code=1"
     exit /b
 )
 goto each
 
 :out
-rem The class of one decoder stands for all of them.
+rem The class of one decoder represents them all.
 set "class=HKLM\Software\Classes\CLSID\{194BF9E2-3566-43C0-AA21-EEC7278EA7D8}"
 reg query "%class%" /reg:32 >nul 2>nul
 if not errorlevel 1 goto each
@@ -46,7 +47,7 @@ for %%f in (nyxcodecs.dll nyxsource.dll) do (
     call :register "%regsvr%" %%f
     if defined regsvr64 call :register "%regsvr64%" x64\%%f
 )
-if %code%==0 (echo Done.) else echo Is this prompt an administrator's?
+if %code%==0 (echo Done.) else echo Run this script as administrator.
 exit /b
 
 :register

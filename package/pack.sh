@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# pack.sh BUILDS FOLDER: puts what was built in BUILDS/win32 and BUILDS/win64 together as
-# FOLDER/nyx-codecs-VERSION-setup.exe and FOLDER/nyx-codecs-VERSION.zip, with FOLDER/nyx-codecs-VERSION.sha256
-# for sha256sum -c. The same binaries of the same commit give the same bytes: every file has the commit's
-# time, and orders and modes are fixed.
+# pack.sh BUILDS FOLDER: packs the binaries of BUILDS/win32 and BUILDS/win64 as
+# FOLDER/nyx-codecs-VERSION-setup.exe and FOLDER/nyx-codecs-VERSION.zip, with
+# FOLDER/nyx-codecs-VERSION.sha256 for sha256sum -c. The same binaries of the same commit give the same
+# bytes: every file has the commit's time, and orders and modes are fixed.
 . "$(dirname "$0")/../scripts/lib.sh"
 here=$root/package
 builds=$1
@@ -18,7 +18,7 @@ tools=$stage-tools
 rm -rf "$stage" "$stage.zip" "$stage-setup.exe" "$tools"
 mkdir -p "$stage/licences/scripts" "$tools"
 
-# Windows' line ends, and what the templates name.
+# Fills in a template and writes Windows line ends.
 text() { # SOURCE TARGET
     sed -e "s/@VERSION@/$version/g" -e "s/@COMMIT@/$commit/g" \
         -e "s/@LIBAV@/$(cat "$root/build/libavcodec/source-version")/g" -e 's/\r*$/\r/' "$1" >"$stage/$2"
@@ -41,6 +41,11 @@ text "$here/readme.txt.in" README.txt
 text "$root/CHANGELOG.md" CHANGELOG.txt
 text "$here/install.cmd" install.cmd
 text "$here/uninstall.cmd" uninstall.cmd
+for header in platform/class_ids.h filters/encode_parameter.h settings/encode_parameter_block.h; do
+    mkdir -p "$stage/include/${header%/*}"
+    text "$root/$header" "include/$header"
+done
+text "$root/examples/play_file.cpp" include/play_file.cpp
 for place in engines x64/engines licences; do
     text "$root/build/libavcodec/COPYING.LGPLv2.1" "$place/LGPL-2.1.txt"
     text "$here/source-offer.txt.in" "$place/SOURCE.txt"

@@ -1,6 +1,6 @@
 /// @file
-/// path_entry add|remove FOLDER: the installer's way to change the search path that all programs of
-/// the system begin with. Ends with 0 when the folder is on it, or is not, as wanted, else with 1.
+/// path_entry add|remove FOLDER: changes the system's search path for the installer. Exits with 0
+/// when the path then has the folder, or lacks it, as requested, else with 1.
 
 #include <windows.h>
 
@@ -14,7 +14,7 @@ constexpr wchar_t kKey[] = L"SYSTEM\\CurrentControlSet\\Control\\Session Manager
 constexpr wchar_t kValue[] = L"Path";
 constexpr DWORD kAsWritten = RRF_RT_REG_SZ | RRF_RT_REG_EXPAND_SZ | RRF_NOEXPAND;
 
-/// The value as it is written, and its type. False without one.
+/// The unexpanded value and its type. False without a value.
 bool Read(std::wstring* path, DWORD* type) {
     DWORD bytes = 0;
     if (RegGetValueW(HKEY_LOCAL_MACHINE, kKey, kValue, kAsWritten, type, nullptr, &bytes) !=
@@ -36,13 +36,13 @@ bool Write(const std::wstring& path, DWORD type) {
                         static_cast<DWORD>((path.size() + 1) * sizeof(wchar_t))) != ERROR_SUCCESS) {
         return false;
     }
-    // Programs that are started from now on have it.
+    // Programs that start later inherit it; a window that does not answer is skipped.
     SendMessageTimeoutW(HWND_BROADCAST, WM_SETTINGCHANGE, 0,
                         reinterpret_cast<LPARAM>(L"Environment"), SMTO_ABORTIFHUNG, 1000, nullptr);
     return true;
 }
 
-/// Where an entry begins in a path, the separator before it included; npos without it.
+/// The offset of an entry in a path, including the separator before it; npos without the entry.
 std::size_t Find(const std::wstring& path, const std::wstring& folder) {
     const std::wstring bounded = L";" + path + L";";
     const std::wstring wanted = L";" + folder + L";";
@@ -63,11 +63,11 @@ bool Change(const std::wstring& verb, const std::wstring& folder) {
         return false;
     }
     const std::size_t at = Find(path, folder);
-    const bool there = at != std::wstring::npos;
-    if (there == (verb == L"add")) {
+    const bool found = at != std::wstring::npos;
+    if (found == (verb == L"add")) {
         return true;
     }
-    return Write(there ? path.erase(at, folder.size() + 1) : path + L";" + folder, type);
+    return Write(found ? path.erase(at, folder.size() + 1) : path + L";" + folder, type);
 }
 
 }  // namespace

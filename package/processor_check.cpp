@@ -1,5 +1,6 @@
 /// @file
-/// Ends with 0 on a processor that the module runs on, else with 1. Installations ask it first.
+/// Exits with 0 on a processor that the module supports, else with 1. The installer and install.cmd
+/// run it first.
 
 #include <windows.h>
 

@@ -1,5 +1,5 @@
-; The installer; its parts are in the folder installer. pack.sh gives VERSION (three numbers), STAGE (the
-; files), TOOLS (path_entry.exe) and OUTPUT.
+; The installer; its parts are in the folder installer. pack.sh defines VERSION (three numbers), STAGE
+; (the files), TOOLS (path_entry.exe) and OUTPUT.
 
 Unicode true
 !addincludedir "${__FILEDIR__}/installer"
@@ -30,7 +30,7 @@ VIAddVersionKey FileVersion "${VERSION}"
 VIAddVersionKey ProductName "${PRODUCT}"
 VIAddVersionKey ProductVersion "${VERSION}"
 VIAddVersionKey CompanyName "${PUBLISHER}"
-VIAddVersionKey LegalCopyright "Terms of what it contains: folder licences"
+VIAddVersionKey LegalCopyright "Third-party licences: folder licences"
 
 !include page.nsh
 !define MUI_ICON "${__FILEDIR__}/nyx.ico"
@@ -42,7 +42,7 @@ VIAddVersionKey LegalCopyright "Terms of what it contains: folder licences"
 !insertmacro MUI_PAGE_COMPONENTS
 !insertmacro MUI_PAGE_DIRECTORY
 !insertmacro MUI_PAGE_INSTFILES
-!define MUI_FINISHPAGE_TEXT "${PRODUCT} ${VERSION} is installed.$\r$\n$\r$\nPrograms that are running keep what they have loaded until they are started again."
+!define MUI_FINISHPAGE_TEXT "${PRODUCT} ${VERSION} is installed.$\r$\n$\r$\nRestart running programs to use it."
 !insertmacro MUI_PAGE_FINISH
 !insertmacro MUI_UNPAGE_CONFIRM
 !insertmacro MUI_UNPAGE_INSTFILES
@@ -67,17 +67,17 @@ Function .onInit
   !insertmacro CheckProcessor
   SetShellVarContext all
 
-  StrCpy $Welcome "Check what is to be installed, for every program of this system."
+  StrCpy $Welcome "Select the components to install for all users."
   ReadRegStr $0 HKLM "${ENTRY}" DisplayVersion
   ReadRegStr $OldFolder HKLM "${ENTRY}" InstallLocation
   ReadRegStr $OldComponents HKLM "${ENTRY}" Components
   ${If} $0 == "${VERSION}"
-    StrCpy $Welcome "Version $0 is here. Going on repairs it and takes out what is unchecked."
+    StrCpy $Welcome "Version $0 is installed. Continue to repair it; unchecked components are removed."
   ${ElseIf} $0 != ""
-    StrCpy $Welcome "Version $0 is here and will be replaced; what is unchecked is taken out."
+    StrCpy $Welcome "Version $0 is installed and will be replaced; unchecked components are removed."
   ${EndIf}
   ${If} $Folder != ""
-    Call TakeFolder
+    Call SetFolder
   ${ElseIf} $OldFolder != ""
     StrCpy $INSTDIR $OldFolder
   ${EndIf}
@@ -88,7 +88,7 @@ Function .onInit
     StrCpy $R1 $OldComponents
     ${ForEachChoice} CheckByName
   ${EndIf}
-  !insertmacro CheckWhatIsNeeded
+  !insertmacro CheckRequired
   !insertmacro LookForEngine ${SecDv} rkdvh.dll $DvText "DV, DVCPRO50, DVCPRO HD"
   !insertmacro LookForEngine ${SecMpeg} rkm2vi01.dll $MpegText "MPEG-2 intra"
 FunctionEnd

@@ -4,7 +4,7 @@ card_text() { # FONT SIZE COLOUR X Y TEXT
     echo "drawtext=fontfile=/usr/share/fonts/truetype/dejavu/DejaVu$1.ttf:fontsize=$2:fontcolor=$3:x=$4:y=$5:$6"
 }
 
-# Fields side by side, each of a colour.
+# Rectangles side by side, one per colour.
 card_fields() { # X Y WIDTH HEIGHT COLOUR...
     local x=$1 colour
     for colour in "${@:5}"; do
@@ -26,7 +26,7 @@ card_page() {
 # Drawn in 1920x1080 square pixels. From the outside in: blocks along the outermost lines, which show that none
 # is lost; a crosshatch; a gradient of skin tones and a page of fine text; a disc with colour bars, a zone plate
 # that runs outwards around the meeting point of red and blue, grey steps and a clock. A ball circles the disc
-# once a second. Whatever stands still is drawn once and repeated. The blocks that meet in the middle keep their
+# once a second. The still parts are drawn once and repeated. The blocks that meet in the middle keep their
 # edges where WIDTH and HEIGHT divide 1920 and 1080, so that chroma edges are as sharp as a size has them.
 card_source() { # WIDTH HEIGHT RATE
     local still="rate=$3,trim=end_frame=1,format=rgb24"

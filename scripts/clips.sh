@@ -1,5 +1,5 @@
-# Clips of real material and pictures to hold against: used by scripts/demo and by tests of nyxhost.
-# Needs ffmpeg; what runs nyxhost or a stand-in needs a running Wine and $nyxhost, the path of nyxhost.exe.
+# Makes test clips and compares pictures: used by scripts/demo and by tests of nyxhost. Needs ffmpeg.
+# Functions that run nyxhost or a stand-in need a running Wine and $nyxhost, the path of nyxhost.exe.
 
 . "$root/scripts/card.sh"
 
@@ -8,7 +8,7 @@ quiet_ffmpeg() { ffmpeg -nostdin -hide_banner -loglevel error -y "$@"; }
 
 run_nyxhost() { wine "$nyxhost" "$@" </dev/null; }
 
-# As Wine names it: its drive Z is the root.
+# A path as Wine names it: drive Z is the root.
 windows_path() {
     local path
     path=$(realpath -m "$1")
@@ -22,43 +22,46 @@ use_engines() { # [SUBFOLDER]
 }
 use_no_engines() { unset WINEPATH; }
 
-# The matrix that goes with a size: BT.709 from 960x720 on, else BT.601.
+# The matrix of a size: BT.709 from 960x720 on, else BT.601.
 matrix_of() { # WIDTH HEIGHT
     if [ "$1" -ge 960 ] && [ "$2" -ge 720 ]; then echo bt709; else echo bt601; fi
 }
 
-# An ffmpeg source of one of four kinds: "bars" has hard edges, saturated colours and moving text,
-# "zoneplate" sweeps through all frequencies, "natural" has soft shapes, gradients and grain; "card" is the
-# test card, which has a bit of everything.
+# An ffmpeg source: "bars" has hard edges, saturated colours and moving text, "zoneplate" sweeps through
+# all frequencies, "natural" has soft shapes, gradients and grain; "card" is the test card.
 source_filter() { # KIND WIDTH HEIGHT RATE
-    local size=${2}x$3
+    local width=$2 height=$3 size=${2}x$3 waves soft
     case $1 in
         card) card_source "$2" "$3" "$4" ;;
         bars) echo "testsrc2=size=$size:rate=$4,format=gbrp" ;;
         zoneplate)
-            echo "nullsrc=size=$size:rate=$4,format=gbrp,geq=g='128+100*sin(hypot(X-W/2,Y-H/2)^2/W+N)':b='128+100*sin(X/90+N/9)':r='128+100*cos(Y/70)'"
+            waves="g='128+100*sin(hypot(X-W/2,Y-H/2)^2/W+N)':b='128+100*sin(X/90+N/9)':r='128+100*cos(Y/70)'"
+            echo "nullsrc=size=$size:rate=$4,format=gbrp,geq=$waves"
             ;;
         natural)
-            echo "mandelbrot=size=$size:rate=$4:maxiter=500,format=gbrp[m];gradients=size=$size:rate=$4:c0=0x2050a0:c1=0xe0b070:x0=0:y0=0:x1=$(($2 - 1)):y1=$(($3 - 1)):speed=0.01:seed=1,format=gbrp[g];[m][g]blend=all_mode=average,gblur=sigma=1.5,noise=alls=4:all_seed=7"
+            soft="c0=0x2050a0:c1=0xe0b070:x0=0:y0=0:x1=$((width - 1)):y1=$((height - 1)):speed=0.01:seed=1"
+            echo "mandelbrot=size=$size:rate=$4:maxiter=500,format=gbrp[m]"
+            echo ";gradients=size=$size:rate=$4:$soft,format=gbrp[g]"
+            echo ";[m][g]blend=all_mode=average,gblur=sigma=1.5,noise=alls=4:all_seed=7"
             ;;
-        *) die "no such kind of source: $1" ;;
+        *) die "unknown source: $1" ;;
     esac
 }
 
-# Resamples chroma from or to 4:2:0 as 625/50 DV has it (IEC 61834-2): line-sequential in each field, Cr on its
-# even lines and Cb on its odd ones. A scaler places both alike, so that each comes from a scaler of its own.
+# Resamples chroma from or to the 4:2:0 of 625/50 DV (IEC 61834-2): line-sequential in each field, Cr on its
+# even lines and Cb on its odd ones. A scaler sites both alike, so each gets its own scaler.
 resample_dv_chroma() { # in|out PIXELS SCALER-OPTIONS
     local scale="scale=interl=1:$3:$1_v_chr_pos"
     echo "split[cr][cb];[cr]$scale=0,format=$2[cr];[cb]$scale=256,format=$2[cb];[cr][cb]mergeplanes=0x001102:$2"
 }
 
-# From 10 bits to the nearest value of 8. Without its dither the scaler cuts bits off, so that they are zero by then.
+# Rounds 10 bits to 8. Without dither the scaler truncates, so the low bits are made zero first.
 round_to_8_bits() { # SCALER-OPTIONS
     local nearest="'min(floor((val+2)/4)*4,1020)'"
     echo "lutyuv=$nearest:$nearest:$nearest,scale=sws_dither=none:$1,format=yuv422p"
 }
 
-# From a source to the pictures that a coding takes, the chroma sited as the standard has it.
+# Converts a source to a coding's pixels, with the chroma sited as its standard has it.
 to_coding() { # CODING PIXELS WIDTH HEIGHT
     local scaler="out_color_matrix=$(matrix_of "$3" "$4"):out_range=tv:out_h_chr_pos=0:flags=accurate_rnd+bicubic"
     case $1-$2 in
@@ -67,28 +70,28 @@ to_coding() { # CODING PIXELS WIDTH HEIGHT
     esac
 }
 
-# 10-bit frames as an AVI under our code, FILE.avi, and alone, FILE.v210.
+# Makes 10-bit frames: FILE.avi with our FourCC, and FILE.v210, the frames alone.
 make_q210() { # KIND WIDTH HEIGHT RATE FRAMES FILE
     quiet_ffmpeg -f lavfi -i "$(source_filter "$1" "$2" "$3" "$4")" -frames:v "$5" \
         -vf "$(to_coding v210 yuv422p10le "$2" "$3")" -c:v v210 -tag:v Q210 -strict unofficial "$6.avi"
     quiet_ffmpeg -c:v v210 -i "$6.avi" -c copy -f rawvideo "$6.v210"
 }
 
-# A chunk as it may stand before a frame: tag, length, two words of the codecs' own, the pixel aspect,
-# and the field order (0 top first, 1 bottom first, 2 progressive, -1 not told) as a chunk within.
+# The chunk that may precede a frame: tag, length, two words for the codec, the pixel aspect, and the field
+# order (0 top first, 1 bottom first, 2 progressive, -1 unspecified) as a nested chunk.
 info_chunk() { # FIELD ASPECT_X ASPECT_Y
     local field=
     [ "$1" = -1 ] || field="FIEL$(words 4 "$1")"
     printf "INFO$(words $(($1 == -1 ? 16 : 28)) 0 0 "$2" "$3")$field"
 }
-words() { # NUMBER...: little-endian, of 32 bits, as printf takes them
+words() { # NUMBER...: 32-bit little-endian, as escapes for printf
     local word
     for word in "$@"; do
         printf '\\x%02x' $((word & 255)) $((word >> 8 & 255)) $((word >> 16 & 255)) $((word >> 24 & 255))
     done
 }
 
-# FILE.v210 as an AVI whose frames begin with chunks; each is given as FIELD,X,Y, and they take turns.
+# Makes an AVI of FILE.v210 whose frames begin with chunks, each given as FIELD,X,Y and used in turn.
 add_info_chunks() { # FILE WIDTH HEIGHT RATE AVI CHUNK...
     local size=${2}x$3 rate=$4 avi=$5 bytes=$((($2 + 47) / 48 * 128 * $3)) i=0 folder frame chunks
     folder=$(mktemp -d)
@@ -103,22 +106,22 @@ add_info_chunks() { # FILE WIDTH HEIGHT RATE AVI CHUNK...
     rm -r "$folder"
 }
 
-# Frames, a file each, as an AVI under one of our codes.
+# Makes an AVI with one of our FourCCs from files of one frame each.
 frames_to_avi() { # FOURCC SIZE RATE PATTERN AVI
     quiet_ffmpeg -loglevel fatal -f image2 -c:v v210 -video_size "$2" -framerate "$3" -i "$4" \
         -c copy -tag:v "$1" -strict unofficial "$5"
-    # What 10-bit frames have for bits per pixel, in the stream's header.
+    # The bits per pixel of 10-bit frames, in the stream's header.
     [ "$1" != Q210 ] || printf '\x14' | dd of="$5" bs=1 seek=186 conv=notrunc status=none
 }
 
-# Raw DV as ffmpeg codes it; one thread keeps the two frames of a 720-line pair in turn.
+# Makes raw DV with ffmpeg; a single thread keeps the two frames of a 720-line pair in order.
 make_dv() { # KIND WIDTH HEIGHT RATE FRAMES PIXELS FILE
     quiet_ffmpeg -f lavfi -i "$(source_filter "$1" "$2" "$3" "$4")" -frames:v "$5" \
         -vf "$(to_coding dv "$6" "$2" "$3"),setdar=16/9" -threads 1 -c:v dvvideo -f rawvideo "$7"
 }
 
-# MPEG-2 intra frames in an AVI for our decoder, WIDTH by HEIGHT in lines as shown of CODED_HEIGHT
-# coded ones; the lines at the top, which nobody shall see, are red. FILE.m2v holds the frames alone.
+# Makes an AVI of MPEG-2 intra frames, and FILE.m2v of the frames alone. Of CODED_HEIGHT lines the decoder
+# shows HEIGHT; the hidden ones, at the top, are red.
 make_mpeg_intra() { # KIND WIDTH HEIGHT CODED_HEIGHT RATE FRAMES FILE [ENCODER-OPTION...]
     local kind=$1 width=$2 height=$3 coded=$4 rate=$5 frames=$6 file=$7 folder
     shift 7
@@ -131,18 +134,18 @@ make_mpeg_intra() { # KIND WIDTH HEIGHT CODED_HEIGHT RATE FRAMES FILE [ENCODER-O
     rm -r "$folder"
 }
 
-# ffmpeg's name for the pictures that a coding of $engines/standin_encode.exe takes.
+# ffmpeg's name for the input pixels of a coding of $engines/standin_encode.exe.
 coding_pixels() { # CODING
     case $1 in
         zeta | zeta2 | lossless-yuy2 | mpeg2) echo yuyv422 ;;
         lossless-rgb24) echo bgr24 ;;
         zeta-alpha | zeta2-alpha | lossless-rgb32 | lossless-argb32) echo bgra ;;
-        *) die "no such coding: $1" ;;
+        *) die "unknown coding: $1" ;;
     esac
 }
 
-# Raw pictures of a source as a coding takes them. With alpha: clear at the left edge, opaque at the
-# right one, by steps of a sixteenth of the width.
+# Makes raw pictures of a source for a coding. Alpha rises from clear at the left edge to opaque at the
+# right one, in 16 steps.
 make_pictures() { # KIND WIDTH HEIGHT RATE FRAMES CODING FILE
     local pixels last=null
     pixels=$(coding_pixels "$6")
@@ -154,14 +157,14 @@ make_pictures() { # KIND WIDTH HEIGHT RATE FRAMES CODING FILE
         -vf "$last,format=$pixels" -an -f rawvideo "$7"
 }
 
-# A clip of raw pictures, coded by a stand-in engine.
+# Encodes raw pictures with a stand-in engine.
 make_standin_clip() { # CODING WIDTH HEIGHT RATE PICTURES AVI [QUANT [EXTRA-LINES]]
     wine "$engines/standin_encode.exe" "$1" "${2}x$3" "${@:4}" </dev/null >/dev/null ||
-        die "no frames of $1"
+        die "the stand-in engine cannot encode $1"
 }
 
-# The PSNR in dB between two files of raw pictures, "inf" when they are the same: the average, or that
-# of $component. ORIENTATION turns the first one upright: null or vflip.
+# The PSNR in dB between two files of raw pictures, "inf" when they are equal: the average, or that of
+# $component. ORIENTATION, null or vflip, makes the first one upright.
 psnr_of_raw() { # PIXELS WIDTH HEIGHT DECODED ORIENTATION ORIGINAL
     ffmpeg -nostdin -hide_banner -loglevel info \
         -f rawvideo -pixel_format "$1" -video_size "${2}x$3" -i "$4" \
@@ -170,7 +173,7 @@ psnr_of_raw() { # PIXELS WIDTH HEIGHT DECODED ORIENTATION ORIGINAL
         sed -n "s/.*PSNR.* ${component:-average}:\([^ ]*\) .*/\1/p"
 }
 
-# ffmpeg's name for the samples that nyxhost decode --raw writes, and what turns them upright.
+# ffmpeg's name for the samples of nyxhost decode --raw, and the filter that makes them upright.
 raw_format() { # FORMAT
     case $1 in
         yuy2) echo yuyv422 ;;
@@ -183,9 +186,9 @@ raw_orientation() { # FORMAT
     if [ "$1" = yuy2 ]; then echo null; else echo vflip; fi
 }
 
-# The average PSNR, in dB over all frames, between nyxhost's raw samples and ffmpeg's own conversion
-# of the same v210 frames; "inf" when they are the same. ffmpeg does what the decoder does too: it rounds
-# to 8 bits first, and interpolates chroma linearly, which sits on the even pixels.
+# The average PSNR in dB between nyxhost's raw samples and ffmpeg's conversion of the same v210 frames;
+# "inf" when they are equal. ffmpeg, like the decoder, first rounds to 8 bits and interpolates chroma
+# linearly, sited on the even pixels.
 psnr_against_ffmpeg() { # FORMAT WIDTH HEIGHT SAMPLES V210
     local format=$1 size=${2}x$3 compared=yuv422p own scaler=flags=accurate_rnd+full_chroma_int+bilinear
     own=$(round_to_8_bits "$scaler")

@@ -1,7 +1,7 @@
-# Footage in the files that cameras and editors write, by ffmpeg, and what ffmpeg itself reads in them:
+# Makes files like those of cameras and editors with ffmpeg, and compares nyxhost's decoding with ffmpeg's:
 # used by scripts/demo and by tests of nyxhost. Needs clips.sh.
 
-# File, size as shown, rate, frames, pixels, coding, stored sound.
+# File, shown size, rate, frames, pixels, coding, stored audio.
 footage=(
     "DV25-625.avi         720x576   25/1       25 yuv420p     dv   s16le"
     "DV25-525.mov         720x480   30000/1001 30 yuv411p     dv   s16be"
@@ -26,15 +26,16 @@ footage=(
     "v210-720.avi         1280x720  50/1       6  yuv422p10le v210 s16le"
 )
 
-# A noise in each of two tones, so that one lost or moved sample shows.
+# Two tones with noise, so that a single lost or moved sample shows.
 sound_source="aevalsrc=exprs=0.4*sin(2000*t)+0.05*random(0)|0.4*sin(3000*t)+0.05*random(1):s=48000"
 
-# With the lines above the picture that D-10 codes.
+# The lines that D-10 codes, including those above the picture.
 coded_lines() { # HEIGHT
     if [ "$1" = 576 ]; then echo 608; else echo 512; fi
 }
 
-# The test card, or $picture_kind, in wide pictures. The lines that D-10 codes above them, which no decoder shows, are red.
+# Makes a file with the test card, or $picture_kind, in 16:9. The lines that D-10 codes above the picture are red;
+# no decoder shows them.
 make_footage() { # FOLDER FILE SIZE RATE FRAMES PIXELS CODING SOUND
     local file=$1/$2 width=${3%x*} height=${3#*x} rate=$4 sound=(-c:a "pcm_$8") coded=${3#*x} fields=bb coding
     case $7 in
@@ -63,17 +64,16 @@ make_footage() { # FOLDER FILE SIZE RATE FRAMES PIXELS CODING SOUND
         "${coding[@]}" "${sound[@]}" "$file"
 }
 
-# Holds what nyxhost decoded of a file, WORK/samples in FORMAT and WORK/sound.wav, against ffmpeg's reading
-# of it. Sets $psnr and $luma, in dB, and $sound, in words.
+# Compares nyxhost's output for a file, WORK/samples in FORMAT and WORK/sound.wav, with ffmpeg's. Sets $psnr and
+# $luma, in dB, and $sound, in words.
 compare_footage() { # FILE SIZE FORMAT WORK
     read -r luma psnr <<<"$(psnr_of_footage "$1" "$2" "$3" "$4/samples")"
     sound=$(compare_sound "$1" "$4/sound.wav" "$4")
 }
 
-# The PSNR between raw samples and ffmpeg's decode of a file's pictures, all of them: of the first
-# component, luma or red, and of all three. ffmpeg's pictures become 8-bit 4:2:2 first, as the decoders' do, their
-# chroma taken from where its standard has it. Lines above a D-10 picture are cut off. $decoding is what ffmpeg
-# decodes with.
+# The PSNR between raw samples and ffmpeg's decode of all pictures of a file: of the first component, luma or
+# red, and of all three. ffmpeg's pictures are first converted to 8-bit 4:2:2, as in the decoders, with the
+# standard's chroma siting. Lines above a D-10 picture are cropped. $decoding has options for ffmpeg's decoder.
 psnr_of_footage() { # FILE SIZE FORMAT SAMPLES
     local width=${2%x*} height=${2#*x} to=yuv422p own
     local scaler=flags=bilinear+accurate_rnd+full_chroma_int:in_h_chr_pos=0:out_h_chr_pos=0
@@ -94,8 +94,8 @@ psnr_of_footage() { # FILE SIZE FORMAT SAMPLES
         -f null - 2>&1 | sed -n 's/.*PSNR [yr]:\([^ ]*\) .* average:\([^ ]*\) .*/\1 \2/p'
 }
 
-# The first stream of sound in a file and what became of it: "48000 samples of 16 bits, equal", or how
-# many are not; "none" where there is none.
+# Compares the first audio stream of a file with a WAV: "48000 samples of 16 bits, equal", or the number that
+# differ; "none" without audio.
 compare_sound() { # FILE WAV WORK
     local bits count
     if [ ! -e "$2" ] && [ -z "$(ffprobe -loglevel error -select_streams a -show_entries stream=index -of csv=p=0 "$1")" ]; then

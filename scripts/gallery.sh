@@ -1,7 +1,7 @@
 # The gallery of scripts/demo: the test card through all eight decoders. Needs clips.sh, sheet.sh, sizes.sh,
 # $out and $work.
 
-# Name, decoder, FourCC, size, rate, how the clip is made, and what codes and decodes it.
+# Name, decoder, FourCC, size, rate, the function that makes the clip, and its coding.
 gallery=(
     "q210    |Rokka Q210 Decoder|Q210|720 576 25/1|v210"
     "zeta    |Rokka Zeta Decoder|QZTA|720 576 25/1|standin zeta"
@@ -27,7 +27,7 @@ make_gallery_clip() { # HOW CODING WIDTH HEIGHT RATE FILE: a clip of two frames
     esac
 }
 
-# What a picture lost against the source in 4:2:2, or why that says nothing.
+# The PSNR against the source in 4:2:2, or a note where that has no meaning.
 gallery_note() { # CODING WIDTH HEIGHT RATE SAMPLES
     local psnr source=$work/source-$2
     if [ "$1" = zeta-alpha ]; then
@@ -57,7 +57,7 @@ show_gallery() {
             dv) file=$work/gallery-$name.dv ;;
         esac
         by win64 make_gallery_clip "$how" "$coding" "$width" "$height" "$rate" "$file"
-        # The numbers are those of the 4:2:2 pictures, which a PNG cannot hold.
+        # The PSNR is of the 4:2:2 pictures, which a PNG cannot store.
         format=rgb24
         if [ "$coding" = zeta-alpha ]; then
             format=argb32

@@ -1,4 +1,4 @@
-# Shared by the scripts of this folder: where things are, how they speak, how Wine is started.
+# Shared by the scripts of this folder: paths, messages, builds, Wine.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -10,7 +10,7 @@ die() {
     exit 1
 }
 
-# build_preset PRESET [CMAKE-OPTION...]: configures and builds it, quiet but for what went wrong.
+# build_preset PRESET [CMAKE-OPTION...]: configures and builds it, and prints only warnings and errors.
 build_preset() {
     local preset=$1
     shift
@@ -21,34 +21,34 @@ build_preset() {
 . "$root/scripts/packages.sh"
 . "$root/scripts/emulation.sh"
 
-# start_wine [win32|win64]: a Wine prefix of its own for the calling script, removed when the script
-# ends; of the caller's kind where none is named. One of 64 bits runs programs of both sizes. The small
-# keep-alive process keeps the prefix's service processes up, so that each following start is quick
-# and no test inherits their pipes.
+# start_wine [win32|win64]: creates a Wine prefix for the calling script, which is removed when the script
+# ends. The default is $WINEARCH, or win32. A 64-bit prefix runs programs of both word sizes. A small
+# process keeps the prefix's services running, so that later programs start quickly and the services do
+# not inherit a test's pipes.
 start_wine() {
     WINEPREFIX=$(mktemp -d "${TMPDIR:-/tmp}/nyx-wine.XXXXXX")
     export WINEPREFIX WINEARCH=${1:-${WINEARCH:-win32}} WINEDEBUG=${WINEDEBUG:--all}
-    # The plain command starts with 32 bits, also in a prefix of 64, and takes the system's own programs
-    # of that size. A link would not do: the loader goes by the name it is called by.
+    # The plain command starts the 32-bit system programs, also in a 64-bit prefix. A link does not work:
+    # the loader depends on the name that it is called by.
     local loader=/usr/lib/wine/wine
     [ "$WINEARCH" = win32 ] || loader=${loader}64
     mkdir "$WINEPREFIX/bin"
     printf '#!/bin/sh\nexec %s "$@"\n' "$loader" >"$WINEPREFIX/bin/wine"
     chmod +x "$WINEPREFIX/bin/wine"
     PATH=$WINEPREFIX/bin:$PATH
-    # No Mono or Gecko, menu entries or sound: nothing here needs them. No debugger: with it a crashed
-    # program may end with 0.
+    # Mono, Gecko, menu entries and sound drivers are not needed. With a debugger a crashed program may
+    # exit with 0.
     export WINEDLLOVERRIDES='mscoree=;mshtml=;winemenubuilder.exe=;winealsa.drv=;winepulse.drv=;winedbg.exe='
     use_emulation
     start_display
     trap stop_wine EXIT
     say "Wine: a fresh ${WINEARCH#win}-bit prefix"
-    wine wineboot --init >/dev/null 2>&1 </dev/null || die "Wine could not make its prefix"
+    wine wineboot --init >/dev/null 2>&1 </dev/null || die "Wine cannot create its prefix"
     wine cmd /c pause >/dev/null 2>&1 < <(exec sleep 86400) &
     wine_keepalive=$!
 }
 
-# Property pages need a display; without one of the caller's, a private Xvfb serves.
+# Property pages need a display: the caller's, or a private Xvfb.
 start_display() {
     [ -z "${DISPLAY:-}" ] || return 0
     command -v Xvfb >/dev/null || die "Xvfb is missing: run scripts/setup"

@@ -10,7 +10,7 @@ sheet_text() { # FONT SIZE COLOUR X Y TEXT
 # Draws the pictures of the array `tiles` in COLUMNS, each TILE_WIDTH by 9/16 of it; below each its
 # entry of `titles`, the 16x12 pixels in its middle, as stored, eight times as large, and beside them the lines
 # of its entry of `notes`. A place whose tile is "" stays blank. `column_names` and `row_names`, which may be
-# empty, name what is in line. A checkerboard shows through where pictures have alpha.
+# empty, label the columns and rows. A checkerboard shows through transparent pictures.
 draw_sheet() { # FILE COLUMNS TILE_WIDTH TITLE SUBTITLE FOOTER [FFMPEG-OPTION...]
     local columns=$2 wide=$3 high=$(($3 * 9 / 16)) margin=44 gap=24 bright=0xe8eaec quiet=0x98a2ac
     local rows=$(((${#tiles[@]} + $2 - 1) / $2)) left=$((44 + (${#row_names[@]} ? 152 : 0)))

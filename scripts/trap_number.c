@@ -1,5 +1,5 @@
 /* Preloaded into emulated Wine. User-mode emulation leaves the trap number of a signal frame unset,
- * and Wine reads it to tell an access violation from an illegal instruction: this fills it in from
+ * and Wine reads it to distinguish an access violation from an illegal instruction: this fills it in from
  * the signal before Wine's own handler runs. Freestanding, no thread-local storage: Wine handles
  * signals on threads whose segment registers are its own. */
 

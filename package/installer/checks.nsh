@@ -1,7 +1,7 @@
-; What must be so before anything is changed.
+; Checks before the installer changes anything.
 
-; The nearest folder that is there, from $INSTDIR upwards, in $Parent; "" where a file is in the way, where
-; there is no such drive, and for what is no whole path.
+; Sets $Parent to the nearest existing folder, from $INSTDIR upwards; to "" when a file is in the way,
+; the drive does not exist or the path is not absolute.
 Var Parent
 Function FindParent
   StrCpy $Parent $INSTDIR
@@ -32,12 +32,12 @@ FunctionEnd
 !macro CheckFolder
   Call FindParent
   ${If} $Parent == ""
-    ${Fail} 2 "There cannot be such a folder: $INSTDIR"
+    ${Fail} 2 "Not a valid folder: $INSTDIR"
   ${EndIf}
 !macroend
 
-; $INSTDIR is what /D names.
-Function TakeFolder
+; Sets $INSTDIR to the folder of /D.
+Function SetFolder
   ${Do}
     StrCpy $R8 $Folder 1 -1
     ${If} $R8 != "\"
@@ -45,14 +45,14 @@ Function TakeFolder
     ${EndIf}
     StrCpy $Folder $Folder -1
   ${Loop}
-  StrCpy $INSTDIR $Folder ; which leaves out what no name may have
+  StrCpy $INSTDIR $Folder ; drops characters that names cannot have
   ${If} $INSTDIR != $Folder
-    ${Fail} 2 "There cannot be such a folder: $Folder"
+    ${Fail} 2 "Not a valid folder: $Folder"
   ${EndIf}
   !insertmacro CheckFolder
 FunctionEnd
 
-; In MiB, each section's rounded up. What is there already stays until the new files are in place.
+; Compares in MiB, each section rounded up. Installed files stay until the new ones are in place.
 !macro CheckSpace
   !insertmacro CheckFolder
   StrCpy $0 0
@@ -75,18 +75,18 @@ FunctionEnd
   System::Call 'kernel32::GetDiskFreeSpaceExW(w "$Parent\", *l .r2, p 0, p 0)'
   System::Int64Op $2 / 1048576
   Pop $2
-  ${Log} "Space: $1 MiB of $2 MiB."
+  ${Log} "Space: $1 MiB needed, $2 MiB free."
   ${If} $1 > $2
-    ${Fail} 2 "There are $2 MiB of space for $INSTDIR, and $1 MiB are needed."
+    ${Fail} 2 "$INSTDIR needs $1 MiB; $2 MiB are free."
   ${EndIf}
 !macroend
 
-; One of the two folders within the other: their files could have the same names.
+; Fails when INNER is inside OUTER: their files could have the same names.
 !macro RefuseWithin OUTER INNER
   StrLen $0 "${OUTER}\"
   StrCpy $1 "${INNER}\" $0
   ${If} $1 == "${OUTER}\"
-    ${Fail} 2 "$INSTDIR and the present installation, $OldFolder, cannot be one within the other."
+    ${Fail} 2 "$INSTDIR and the present installation, $OldFolder, must not contain each other."
   ${EndIf}
 !macroend
 
@@ -94,7 +94,7 @@ FunctionEnd
   UserInfo::GetAccountType
   Pop $0
   ${If} $0 != Admin
-    ${Fail} 740 "Only an administrator can install the ${PRODUCT}."
+    ${Fail} 740 "Administrator rights are needed to install the ${PRODUCT}."
   ${EndIf}
 !macroend
 
@@ -103,6 +103,6 @@ FunctionEnd
   File /oname=$PLUGINSDIR\processor_check.exe "${STAGE}/processor_check.exe"
   ExecWait '"$PLUGINSDIR\processor_check.exe"' $0
   ${If} $0 != 0
-    ${Fail} 1 "This processor does not have SSSE3, which the ${PRODUCT} need."
+    ${Fail} 1 "The ${PRODUCT} need a processor with SSSE3."
   ${EndIf}
 !macroend

@@ -1,4 +1,4 @@
-; What can be chosen: the sections, their names, and the choices that go together.
+; The components: the sections, their names, and which of them need another one.
 
 Section "Decoders and encoder" SecCodecs
   SectionIn RO
@@ -9,13 +9,13 @@ SectionGroup /e "Footage source" GroupSource
   Section "Source filter" SecSource
     ${ForEachSize} "Stage nyxsource.dll"
   SectionEnd
-  Section "opens MXF files" SecMxf
+  Section "Open MXF files with it" SecMxf
   SectionEnd
-  Section "opens GXF files" SecGxf
+  Section "Open GXF files with it" SecGxf
   SectionEnd
-  Section "opens AVI files of these codecs" SecAvi
+  Section "Open AVI files of these codecs with it" SecAvi
   SectionEnd
-  Section "opens raw DV files (.dv, .dif)" SecDvFiles
+  Section "Open raw DV files (.dv, .dif) with it" SecDvFiles
   SectionEnd
 SectionGroupEnd
 
@@ -28,31 +28,32 @@ SectionGroup /e "Open engines" GroupEngines
   SectionEnd
 SectionGroupEnd
 
-Section "nyxhost and documents" SecHost
+Section "nyxhost, documents and headers" SecHost
   ${ForEachSize} "Stage nyxhost.exe"
   SetOutPath "${NEW}"
   File "${STAGE}/README.txt" "${STAGE}/CHANGELOG.txt"
+  File /r "${STAGE}/include"
 SectionEnd
-Section /o "nyxhost on the search path of all programs" SecPath
+Section /o "nyxhost on the search path (PATH)" SecPath
 SectionEnd
 
 !insertmacro MUI_FUNCTION_DESCRIPTION_BEGIN
   !insertmacro MUI_DESCRIPTION_TEXT ${SecCodecs} "nyxcodecs.dll: eight decoders and the Zeta encoder, for every DirectShow program."
-  !insertmacro MUI_DESCRIPTION_TEXT ${GroupSource} "nyxsource.dll: opens AVI, MOV, MXF, GXF, raw DV and MPEG-2 files of other programs, picture and sound."
-  !insertmacro MUI_DESCRIPTION_TEXT ${SecSource} "Programs find it by the name Nyx Footage Source, and by the kinds of files below."
-  !insertmacro MUI_DESCRIPTION_TEXT ${SecMxf} "Programs open MXF files by the source filter, unless another one is entered for them already."
-  !insertmacro MUI_DESCRIPTION_TEXT ${SecGxf} "Programs open GXF files by the source filter, unless another one is entered for them already."
-  !insertmacro MUI_DESCRIPTION_TEXT ${SecAvi} "Only AVI files whose picture one of these decoders plays; all others stay as they are."
-  !insertmacro MUI_DESCRIPTION_TEXT ${SecDvFiles} "Programs open .dv and .dif files by the source filter, unless another one is entered for them already."
-  !insertmacro MUI_DESCRIPTION_TEXT ${GroupEngines} "Open engines over libavcodec for the formats that are public standards. An engine on the search path always goes before them."
+  !insertmacro MUI_DESCRIPTION_TEXT ${GroupSource} "nyxsource.dll: opens AVI, MOV, MXF, GXF, raw DV and MPEG-2 files, video and audio, for DirectShow programs."
+  !insertmacro MUI_DESCRIPTION_TEXT ${SecSource} "Programs find it by its name, Nyx Footage Source, and for the file types below."
+  !insertmacro MUI_DESCRIPTION_TEXT ${SecMxf} "Programs open MXF files with the source filter, unless another filter is registered for them."
+  !insertmacro MUI_DESCRIPTION_TEXT ${SecGxf} "Programs open GXF files with the source filter, unless another filter is registered for them."
+  !insertmacro MUI_DESCRIPTION_TEXT ${SecAvi} "Only AVI files whose video these decoders play; other AVI files are not affected."
+  !insertmacro MUI_DESCRIPTION_TEXT ${SecDvFiles} "Programs open .dv and .dif files with the source filter, unless another filter is registered for them."
+  !insertmacro MUI_DESCRIPTION_TEXT ${GroupEngines} "Open engines, built on libavcodec, for the formats that are public standards. An engine on the search path takes precedence."
   !insertmacro MUI_DESCRIPTION_TEXT ${SecDv} "$DvText"
   !insertmacro MUI_DESCRIPTION_TEXT ${SecMpeg} "$MpegText"
-  !insertmacro MUI_DESCRIPTION_TEXT ${SecHost} "A console program that plays, describes and encodes clips, with the readme and the list of changes; both in the start menu."
-  !insertmacro MUI_DESCRIPTION_TEXT ${SecPath} "Any prompt and script finds nyxhost by its name. The folder is added to the variable PATH of the system."
+  !insertmacro MUI_DESCRIPTION_TEXT ${SecHost} "A console program that plays, describes and encodes clips; the readme, the change log and headers for developers. Adds start menu entries."
+  !insertmacro MUI_DESCRIPTION_TEXT ${SecPath} "Adds the folder to the system's PATH, so that prompts and scripts find nyxhost by its name."
 !insertmacro MUI_FUNCTION_DESCRIPTION_END
 
-; Does a macro with its arguments, DO, and of each choice the section, its name in the entry and that for
-; the command line.
+; Runs DO, a macro with its arguments, with each choice's section, its name in the registry entry and its
+; name on the command line.
 !macro ForEachChoice DO
   !insertmacro ${DO} ${SecSource} source source
   !insertmacro ${DO} ${SecMxf} mxf mxf
@@ -66,7 +67,7 @@ SectionEnd
 !macroend
 !define ForEachChoice "!insertmacro ForEachChoice"
 
-; Checks the boxes whose names a list in $R1 holds, and no others: names of the entry, or of the option.
+; Checks exactly the boxes whose names are in the list $R1: names of the registry entry, or of the option.
 !macro CheckByName SECTION NAME OPTION
   !insertmacro Check ${SECTION} ${NAME}
 !macroend
@@ -83,15 +84,15 @@ SectionEnd
   ${EndIf}
 !macroend
 
-; A name and its comma join $R1 when its box is checked.
+; Appends a name and a comma to $R1 when its box is checked.
 !macro AddChoice SECTION NAME OPTION
   ${If} ${SectionIsSelected} ${SECTION}
     StrCpy $R1 "$R1${NAME},"
   ${EndIf}
 !macroend
 
-; Kinds of files need the source filter, and a search path something to find.
-!macro CheckWhatIsNeeded
+; File types need the source filter; the search path needs nyxhost.
+!macro CheckRequired
   ${If} ${SectionIsSelected} ${SecMxf}
   ${OrIf} ${SectionIsSelected} ${SecGxf}
   ${OrIf} ${SectionIsSelected} ${SecAvi}
@@ -103,7 +104,7 @@ SectionEnd
   ${EndIf}
 !macroend
 
-; A box, $0, was clicked.
+; The user clicked the box $0.
 Function .onSelChange
   ${If} $0 = ${SecSource}
   ${AndIfNot} ${SectionIsSelected} ${SecSource}
@@ -115,5 +116,5 @@ Function .onSelChange
   ${AndIfNot} ${SectionIsSelected} ${SecHost}
     !insertmacro UnselectSection ${SecPath}
   ${EndIf}
-  !insertmacro CheckWhatIsNeeded
+  !insertmacro CheckRequired
 FunctionEnd

@@ -1,9 +1,9 @@
-; Engines of other programs, which keep the open ones out.
+; Engines of other vendors. An open engine is installed only where none is found.
 
 Var DvText
 Var MpegText
 
-; What function FindEngine is asked.
+; Calls FindEngine for the current word size.
 !macro FindEngine LIBRARY
   StrCpy $0 ${LIBRARY}
   StrCpy $5 ${MACHINE}
@@ -11,7 +11,7 @@ Var MpegText
   Call FindEngine
 !macroend
 
-; An engine, unless programs of its size have another of its name.
+; Unpacks an engine, unless programs of the current word size have another one of the same name.
 !macro StageEngine LIBRARY
   !insertmacro FindEngine ${LIBRARY}
   ${If} $1 == ""
@@ -20,8 +20,8 @@ Var MpegText
   ${EndIf}
 !macroend
 
-; $0, an engine's name, to its path in $1 where it is on the search path of every program whose machine
-; word is $5, and not our own, $6; else "".
+; Sets $1 to the path of the engine named $0, if it is on the search path of all programs with the
+; machine word $5 and is not our own file $6; else to "".
 Function FindEngine
   ${If} $5 = 0x8664
     ${DisableX64FSRedirection}
@@ -39,7 +39,7 @@ Function FindEngine
   StrCpy $4 0
   ${If} $2 <> 0
     FileOpen $3 $1 r
-    FileSeek $3 60 ; where the offset of the header stands
+    FileSeek $3 60 ; the offset of the PE header
     FileReadWord $3 $4
     IntOp $4 $4 + 4
     FileSeek $3 $4
@@ -53,7 +53,7 @@ Function FindEngine
   ${EndIf}
 FunctionEnd
 
-; $R3 gets the sizes whose programs have no engine of the name, $R4 the path of one that some have.
+; Appends the word size to $R3 if its programs have no engine of this name, else sets $R4 to its path.
 !macro AskForEngine LIBRARY
   !insertmacro FindEngine ${LIBRARY}
   ${If} $1 == ""
@@ -63,19 +63,20 @@ FunctionEnd
   ${EndIf}
 !macroend
 
-; Leaves an engine's box empty and grey where all programs have one of its name; TEXT says why.
+; Clears and disables an engine's box if all programs have an engine of this name. TEXT is the
+; variable for the description.
 !macro LookForEngine SECTION LIBRARY TEXT FORMATS
   StrCpy $R3 ""
   StrCpy $R4 ""
   ${ForEachSize} "AskForEngine ${LIBRARY}"
   ${If} $R4 == ""
-    StrCpy ${TEXT} "${LIBRARY}: ${FORMATS} for real, by libavcodec."
+    StrCpy ${TEXT} "${LIBRARY}: decodes ${FORMATS} with libavcodec."
   ${ElseIf} $R3 == ""
-    StrCpy ${TEXT} "Stays out: this system has an engine of that name already, $R4."
-    SectionSetText ${SECTION} "${FORMATS}: there already, $R4"
+    StrCpy ${TEXT} "Not installed: the system already has an engine of this name, $R4."
+    SectionSetText ${SECTION} "${FORMATS}: already installed, $R4"
     SectionSetFlags ${SECTION} ${SF_RO}
   ${Else}
-    StrCpy ${TEXT} "For $R3-bit programs only: all others have an engine of that name already, $R4."
+    StrCpy ${TEXT} "For $R3-bit programs only: other programs already have an engine of this name, $R4."
     SectionSetText ${SECTION} "${FORMATS}: for $R3-bit programs"
   ${EndIf}
 !macroend

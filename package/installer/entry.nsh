@@ -1,9 +1,10 @@
-; What Windows shows of an installation: the entry among the programs, the start menu, the search path.
+; What Windows shows of an installation: the entry in the list of programs, the start menu, the search
+; path.
 
 !define ENTRY "Software\Microsoft\Windows\CurrentVersion\Uninstall\NyxCodecs"
 !define MENU "$SMPROGRAMS\${PRODUCT}"
 
-; For what stands in $INSTDIR. COMPONENTS is what the next installation offers first.
+; Registers the installation in $INSTDIR. COMPONENTS is the next run's default choice.
 !macro WriteEntry COMPONENTS
   WriteRegStr HKLM "${ENTRY}" DisplayName "${PRODUCT}"
   WriteRegStr HKLM "${ENTRY}" DisplayVersion "${VERSION}"
@@ -19,10 +20,10 @@
   WriteRegDWORD HKLM "${ENTRY}" NoRepair 1
 !macroend
 
-; A prompt that finds nyxhost from any folder, and the readme.
+; A prompt with nyxhost on its search path, and the readme.
 !macro WriteMenu
   CreateDirectory "${MENU}"
-  SetOutPath "$INSTDIR" ; where the prompt begins
+  SetOutPath "$INSTDIR" ; the prompt's first folder
   CreateShortcut "${MENU}\Nyx footage.lnk" "$SYSDIR\cmd.exe" \
     '/k "set "PATH=$INSTDIR;%PATH%" & nyxhost --help"' "$INSTDIR\nyxhost.exe" 0 SW_SHOWNORMAL "" \
     "A prompt for nyxhost, which plays, describes and encodes footage"
@@ -34,7 +35,7 @@
   RMDir "${MENU}"
 !macroend
 
-; VERB is add or remove. Search paths are longer than this language's strings, so a program does it.
+; VERB is add or remove. Search paths exceed NSIS's strings, so a program changes them.
 !macro ChangePath VERB FOLDER
   InitPluginsDir
   File "/oname=$PLUGINSDIR\path_entry.exe" "${TOOLS}/path_entry.exe"

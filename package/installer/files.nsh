@@ -1,16 +1,21 @@
-; The files of an installation, and how they come and go.
+; The files of an installation, and how to move and delete them.
 
-; Where new files wait until all are there, and replaced ones until the new ones are registered.
+; New files wait in the first folder until all are unpacked, replaced ones in the second until the new
+; ones are registered.
 !define NEW "$INSTDIR\~new"
 !define OLD "$INSTDIR\~old"
 
-; Does a macro with its arguments, DO, and each file that an installation may have as the last of them;
-; the uninstaller, which cannot take itself out, only where it is named.
+; Runs DO, a macro with its arguments, with each file that an installation may have as a last argument.
+; The uninstaller is separate, because it cannot delete itself.
 !macro ForEachFile DO
   !insertmacro ForEachFileOfSize "" `${DO}`
   !insertmacro ForEachFileOfSize "x64\" `${DO}`
   !insertmacro ${DO} README.txt
   !insertmacro ${DO} CHANGELOG.txt
+  !insertmacro ${DO} include\play_file.cpp
+  !insertmacro ${DO} include\filters\encode_parameter.h
+  !insertmacro ${DO} include\platform\class_ids.h
+  !insertmacro ${DO} include\settings\encode_parameter_block.h
   !insertmacro ${DO} licences\LGPL-2.1.txt
   !insertmacro ${DO} licences\SOURCE.txt
   !insertmacro ${DO} licences\libcli11-dev.txt
@@ -36,13 +41,20 @@
 !define ForEachFile "!insertmacro ForEachFile"
 !define ForEachFileAndUninstaller "!insertmacro ForEachFileAndUninstaller"
 
-; The folders in ROOT, and their end where they are empty.
+; Creates the folders in ROOT; removes those that are empty.
 !macro MakeFolders ROOT
+  CreateDirectory "${ROOT}\include\filters"
+  CreateDirectory "${ROOT}\include\platform"
+  CreateDirectory "${ROOT}\include\settings"
   CreateDirectory "${ROOT}\engines"
   CreateDirectory "${ROOT}\x64\engines"
   CreateDirectory "${ROOT}\licences\scripts"
 !macroend
 !macro RemoveFolders ROOT
+  RMDir "${ROOT}\include\filters"
+  RMDir "${ROOT}\include\platform"
+  RMDir "${ROOT}\include\settings"
+  RMDir "${ROOT}\include"
   RMDir "${ROOT}\engines"
   RMDir "${ROOT}\x64\engines"
   RMDir "${ROOT}\x64"
@@ -50,21 +62,20 @@
   RMDir "${ROOT}\licences"
 !macroend
 
-; Unpacks a file of each size.
+; Unpacks a file for the current word size: see ForEachSize.
 !macro Stage FILE
   SetOutPath "${NEW}${PLACE}"
   File "${SOURCE}/${FILE}"
 !macroend
 
-; Sets the error flag where a file is there and cannot go.
+; Moves a file if it exists. Sets the error flag on failure.
 !macro Move FROM TO FILE
   ${If} ${FileExists} "${FROM}\${FILE}"
     Rename "${FROM}\${FILE}" "${TO}\${FILE}"
   ${EndIf}
 !macroend
 
-; Takes a file away. One that a program has loaded can be renamed but not deleted: the rest of it goes
-; when the system starts next.
+; Deletes a file. A file that a program has loaded is renamed, and deleted when the system restarts.
 !macro Clear ROOT FILE
   ${If} ${FileExists} "${ROOT}\${FILE}"
     ClearErrors

@@ -1,8 +1,8 @@
-; After the sections that unpack: see replace.nsh.
+; Runs after the sections that unpack: see replace.nsh.
 
 !macro UndoOnErrors
   ${If} ${Errors}
-    !insertmacro UndoAndFail "A file of $INSTDIR cannot be written or replaced."
+    !insertmacro UndoAndFail "Cannot write or replace a file of $INSTDIR."
   ${EndIf}
 !macroend
 
@@ -10,11 +10,11 @@
   StrCpy $R0 0
   !insertmacro Register "${OPTIONS}" $INSTDIR ${FILE}
   ${If} $R0 != 0
-    !insertmacro UndoAndFail "$INSTDIR${PLACE}\${FILE} could not be registered (regsvr32: $R0)."
+    !insertmacro UndoAndFail "Cannot register $INSTDIR${PLACE}\${FILE} (regsvr32: $R0)."
   ${EndIf}
 !macroend
 
-; The source is left out now: the old one takes its entries out, from where it is.
+; Without the source component, the old source removes its own entries.
 !macro UnregisterSource
   ${IfNot} ${SectionIsSelected} ${SecSource}
     !insertmacro Register /u "${OLD}" nyxsource.dll
@@ -47,7 +47,7 @@ Section "-Finish"
   ${ForEachSize} UnregisterSource
   ${ForEachSize} `RegisterOrFail "/n /i:$R1" nyxsource.dll`
 
-  ; From here on it counts.
+  ; From here on nothing is undone.
   !insertmacro ClearMenu
   ${If} ${SectionIsSelected} ${SecHost}
     !insertmacro WriteMenu
@@ -66,7 +66,7 @@ Section "-Finish"
   GetTempFileName $R2 $INSTDIR
   ${GetFileName} $R2 $R3
   ${If} $OldFolder != ""
-  ${AndIfNot} ${FileExists} "$OldFolder\$R3" ; else it is the same folder by another name
+  ${AndIfNot} ${FileExists} "$OldFolder\$R3" ; else both paths name one folder
     ${ForEachFileAndUninstaller} "Clear $OldFolder"
     !insertmacro RemoveFolders $OldFolder
     RMDir /REBOOTOK $OldFolder
@@ -75,6 +75,6 @@ Section "-Finish"
   !insertmacro RemoveFolders $INSTDIR
   !insertmacro WriteEntry $R1
   ${Log} "Installed."
-  ; What was renamed may wait for any start of the system.
+  ; Renamed files can wait for any restart.
   SetRebootFlag false
 SectionEnd

@@ -1,15 +1,15 @@
-; How the installer speaks: to whom sits before it, to the console of a script, into the file of /LOG.
+; Messages of the installer: message boxes, the console of a script, the file of /LOG.
 
-Var Log     ; handle of that file, or ""
+Var Log     ; handle of the log file, or ""
 Var Console ; standard error
 
-; In UTF-16, for names of any language.
+; UTF-16, for names in any language.
 !macro OpenLog FILE
   ClearErrors
   FileOpen $Log "${FILE}" w
   ${If} ${Errors}
     StrCpy $Log ""
-    ${Fail} 2 "The file of /LOG cannot be written: ${FILE}"
+    ${Fail} 2 "Cannot write the log file: ${FILE}"
   ${EndIf}
   FileWriteUTF16LE /BOM $Log "${PRODUCT} ${VERSION}$\r$\n"
 !macroend
@@ -21,7 +21,7 @@ Var Console ; standard error
 !macroend
 !define Log "!insertmacro Log"
 
-; To the console that this was started from or to where standard error goes; -12 is that handle.
+; Prints to standard error, which is -12, or to the console that started the installer.
 !macro Print TEXT
   System::Call 'kernel32::AttachConsole(i -1)'
   System::Call 'kernel32::GetStdHandle(i -12) p .s'
@@ -29,10 +29,10 @@ Var Console ; standard error
   FileWrite $Console "${TEXT}$\r$\n"
 !macroend
 
-; Ends with a message and an exit code. Without questions the message goes to the console.
+; Exits with a message and an exit code. With /S the message goes to the console.
 !macro Fail CODE TEXT
   ${Log} "${TEXT}"
-  ${Log} "Ends with ${CODE}."
+  ${Log} "Exit code: ${CODE}"
   ${If} ${Silent}
     !insertmacro Print "${TEXT}"
   ${EndIf}

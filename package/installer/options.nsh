@@ -1,21 +1,21 @@
 ; The command line.
 
-Var Components ; the list of /COMPONENTS, or "" without one
-Var Folder     ; that of /D, or ""
+Var Components ; the list of /COMPONENTS, or ""
+Var Folder     ; the folder of /D, or ""
 
 !define OPTIONS "decoders,source,mxf,gxf,avi,dv,engines,tools,path"
 
 !macro Usage CODE TEXT
   ${Fail} ${CODE} "${TEXT}$\r$\n\
 $\r$\n\
-/S$\twithout questions$\r$\n\
-/COMPONENTS=LIST$\tthese and no others of ${OPTIONS}; decoders always$\r$\n\
-/LOG=FILE$\twrites down what is done$\r$\n\
-/D=FOLDER$\twhere to, in quotes or as the last option"
+/S$\tinstalls without questions$\r$\n\
+/COMPONENTS=LIST$\tinstalls exactly these of ${OPTIONS}; decoders always$\r$\n\
+/LOG=FILE$\twrites a log$\r$\n\
+/D=FOLDER$\tthe folder to install to, in quotes or as the last option"
 !macroend
 
-; $R8 loses its first word, and $R9 is that without its quotes. As the platform's installers have it,
-; /D= takes all that follows unless quotes hold it together.
+; Moves the first word of $R8 to $R9, without its quotes. As in all NSIS installers, an unquoted /D=
+; extends to the end of the line.
 Function NextWord
   StrCpy $R9 ""
   StrCpy $R7 "" ; a quote while inside
@@ -57,7 +57,7 @@ Function NextWord
   ${Loop}
 FunctionEnd
 
-; What of a word follows the name of its option, in $R4, when it is that option: the error flag else.
+; Sets $R4 to the value of the word $R9 if it begins with OPTION, else sets the error flag.
 !macro ValueOf OPTION
   ClearErrors
   StrLen $R5 "${OPTION}"
@@ -69,7 +69,7 @@ FunctionEnd
   ${EndIf}
 !macroend
 
-; $Components, $Folder and $Log; whether there are questions.
+; Reads the command line: sets $Components, $Folder, $Log and silent mode.
 Function ReadOptions
   System::Call 'kernel32::GetCommandLineW() w .R8' ; $CMDLINE ends before /D=
   Call NextWord ; the installer itself
@@ -104,7 +104,7 @@ Function ReadOptions
   ${Loop}
 FunctionEnd
 
-; Every name in $Components is one of ours.
+; Fails when $Components has an unknown name.
 Function CheckComponents
   StrCpy $R3 0
   ${Do}

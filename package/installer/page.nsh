@@ -12,7 +12,7 @@ Var Welcome
   System::Call 'user32::MoveWindow(p r1, i r3, i r4, i r5, i r6, i 1)'
 !macroend
 
-; The list takes the page's whole width and nearly its height, and is shown from its top.
+; Enlarges the list to the page's width and nearly its height, and scrolls it to its top.
 Function ShowComponents
   FindWindow $0 "#32770" "" $HWNDPARENT
   GetDlgItem $1 $0 1006

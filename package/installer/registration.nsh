@@ -1,4 +1,4 @@
-; regsvr32 in a process of its own, so that nothing of a module stays loaded here: $R0 is what it ends with.
+; Runs regsvr32 as a separate process, so that no module stays loaded here. $R0 is its exit code.
 
 !macro Register OPTIONS ROOT FILE
   ${If} ${FileExists} "${ROOT}${PLACE}\${FILE}"
@@ -7,13 +7,14 @@
   ${EndIf}
 !macroend
 
-; Both modules of a size in an installation, its source for the kinds of files among COMPONENTS.
+; Registers both modules for one word size, the source for the file types in COMPONENTS.
 !macro RegisterAll ROOT COMPONENTS
   !insertmacro Register "" "${ROOT}" nyxcodecs.dll
   !insertmacro Register "/n /i:${COMPONENTS}" "${ROOT}" nyxsource.dll
 !macroend
 
-; They themselves, and the system's list of compressors, where it made one for the encoder alone.
+; Unregisters both modules, and removes the system's list of compressors if the encoder was its only
+; entry.
 !macro UnregisterAll ROOT
   !insertmacro Register /u "${ROOT}" nyxsource.dll
   !insertmacro Register /u "${ROOT}" nyxcodecs.dll

@@ -1,11 +1,11 @@
-; How an installation comes into place: the new files are unpacked beside, the old ones are moved aside, the
-; new ones into place and registered. Until then all can be put back, and is when anything fails; only
-; then do the old files go, those of another folder last.
+; Replaces an installation: the new files are unpacked to a folder, the old ones are moved aside, the new
+; ones are moved into place and registered. A failure up to here restores everything. Then the old files
+; are deleted, those of another folder last.
 
-Var OldFolder     ; the installation that there is, or ""
+Var OldFolder     ; the present installation, or ""
 Var OldComponents
-Var Reason        ; why it fails
-Var Phase         ; what may have to be put back: one of
+Var Reason        ; of a failure
+Var Phase         ; one of these; Undo depends on it
 !define UNPACKING 0
 !define MOVING 1
 !define PLACING 2
@@ -17,30 +17,30 @@ Var Phase         ; what may have to be put back: one of
   ${Fail} 2 "$Reason Nothing was changed."
 !macroend
 
-; Before the sections that unpack.
+; Runs before the sections that unpack.
 Section "-Prepare"
   StrCpy $Phase ${UNPACKING}
-  ${Log} "Folder: $INSTDIR, present one: $OldFolder"
+  ${Log} "Folder: $INSTDIR; present installation: $OldFolder"
   ${If} $OldFolder != ""
   ${AndIf} $OldFolder != $INSTDIR
     !insertmacro RefuseWithin $OldFolder $INSTDIR
     !insertmacro RefuseWithin $INSTDIR $OldFolder
   ${EndIf}
   !insertmacro CheckSpace
-  ; From a run that was cut off.
+  ; Repairs after an interrupted run.
   ${ForEachFileAndUninstaller} PutBack
   RMDir /r "${NEW}"
   ClearErrors
   SetOutPath "${NEW}\licences"
   ${If} ${Errors}
-    !insertmacro UndoAndFail "The folder $INSTDIR cannot be made or written to."
+    !insertmacro UndoAndFail "Cannot create or write the folder $INSTDIR."
   ${EndIf}
   File /r "${STAGE}/licences/*"
 SectionEnd
 
-; Puts everything back as it was.
+; Restores the state before the run.
 Function Undo
-  ${Log} "Putting everything back."
+  ${Log} "Restoring the previous state."
   SetOutPath $TEMP
   ${If} $Phase = ${REGISTERING}
     ${ForEachSize} "UnregisterAll $INSTDIR"
@@ -62,13 +62,13 @@ Function Undo
   !insertmacro RemoveFolders $INSTDIR
   StrCpy $0 $INSTDIR
   ${DoUntil} $0 == $Parent
-    RMDir $0 ; unless it was there
+    RMDir $0 ; up to the folder that existed
     ${GetParent} $0 $0
   ${Loop}
   SetRebootFlag false
 FunctionEnd
 
-; A file could not be unpacked.
+; NSIS calls this when a file cannot be unpacked.
 Function .onInstFailed
-  !insertmacro UndoAndFail "The files could not be unpacked to $INSTDIR."
+  !insertmacro UndoAndFail "Cannot unpack the files to $INSTDIR."
 FunctionEnd

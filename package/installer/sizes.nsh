@@ -1,8 +1,8 @@
-; The two sizes of words that programs may have.
+; The two word sizes of programs.
 
-; Does a macro with its arguments, DO, for each size whose programs this system runs. What it is written
-; with: BITS, that size; SOURCE, where files of that size come from; PLACE, their part of a folder's path;
-; REGSVR, what registers them; MACHINE, the word that they have in their headers.
+; Runs DO, a macro with its arguments, for each word size that the system runs. DO can use BITS, the word
+; size; SOURCE, the folder of its files; PLACE, their subfolder in an installation; REGSVR, the program
+; that registers them; MACHINE, the machine word in their headers.
 !macro ForEachSize DO
   !insertmacro ForSize 32 "${STAGE}" "" "$SYSDIR" 0x014c `${DO}`
   ${If} ${IsNativeAMD64}

@@ -1,11 +1,11 @@
-; The way out.
+; The uninstaller.
 
 Function un.onInit
   ReadRegStr $0 HKLM "${ENTRY}" InstallLocation
   ${If} $0 == ""
     ${Fail} 0 "Nothing is installed."
   ${EndIf}
-  ; By another name it may be the same folder.
+  ; Another path may name the same folder.
   ${If} $0 != $INSTDIR
   ${AndIfNot} ${FileExists} "$INSTDIR\nyxcodecs.dll"
     ${Fail} 0 "Nothing is installed in $INSTDIR."

@@ -1,7 +1,5 @@
-# Decoded pictures against ffmpeg's own conversion of the same v210 frames. The two round differently:
-# ffmpeg dithers down to 8 bits, which costs about 54 dB for YUY2, and computes RGB from 10 bits, the
-# decoder from 8, which costs about 51 dB. A wrong matrix, range, chroma position or row order costs
-# far more.
+# Decoded pictures against ffmpeg's own conversion of the same v210 frames, by way of 8 bits. YUY2 is equal;
+# RGB is rounded differently. A wrong matrix, range, chroma position or row order costs far more.
 while read -r kind width height rate formats; do
     name=$kind-$width
     make_q210 "$kind" "$width" "$height" "$rate" 2 "$name"
@@ -16,7 +14,7 @@ natural   960 720 50/1 rgb24:48
 natural   2   16  25/1 yuy2:inf rgb32:48
 zoneplate 722 50  25/1 yuy2:inf rgb32:48 rgb24:48
 CLIPS
-# What is not so above: the narrowest picture, and rows of RGB24 that are no whole number of DWORDs.
+# The second clip is the narrowest picture; the third has RGB24 rows that are not a multiple of a DWORD.
 
 cp zoneplate-722.avi 'Änderung 変.avi'
 run 0 decode 'Änderung 変.avi' --format rgb24 --from 0.05 --frames 1 --out 'Bilder 図' --raw part.raw
@@ -32,16 +30,16 @@ run 0 decode long.avi --format yuy2 --raw all.raw
 run 0 decode long.avi --format yuy2 --from 3:38 --frames 2 --raw part.raw
 holds "the frames asked for" cmp part.raw <(tail -c $((48 * 16 * 2 * 4)) all.raw | head -c $((48 * 16 * 2 * 2)))
 
-# On a console of 50 columns: a bar as wide as is left, the rate and the time to go.
+# On a console of 50 columns: a bar in the remaining width, the rate and the time left.
 said=$(script -qec "stty cols 50; wine '$nyxhost' decode zoneplate-722.avi --raw part.raw" /dev/null </dev/null)
 says "decoding [...........................] 0/2 frames" "/2 frames, " "/s, 0:00 left"
 
 run 0 play zoneplate-722.avi --from 1f --frames 1
 says "filter: Rokka Q210 Decoder"
 
-# Clips of the stand-in engines, against the pictures that went in. A quantiser step of 5 leaves a mean
-# squared error of 6.25 at most, 40.2 dB; lossless frames come back bit by bit. Where there is alpha, it is
-# exact, and clear pixels are cleaned.
+# Clips of the stand-in engines, against their source pictures. A quantiser step of 5 leaves a mean squared
+# error of at most 6.25, 40.2 dB; lossless frames are equal bit by bit. Alpha is exact, and clear pixels are
+# cleaned.
 use_engines
 while read -r coding format width height bound refused options; do
     make_pictures natural "$width" "$height" 25/1 2 "$coding" "$coding.raw"

@@ -1,6 +1,5 @@
-# Footage and raw pictures become Zeta clips, which decode back to the same pictures. A quantiser's step
-# of 4 alone is 47 dB where everything varies; RGB loses half of its chroma too, and rounds twice. A wrong
-# matrix, range or row order costs far more.
+# Footage and raw pictures are encoded to Zeta clips and decoded again. A quantiser step of 4 costs 47 dB;
+# RGB also loses half of its chroma and is rounded twice. A wrong matrix, range or row order costs far more.
 use_engines
 quality="--quant 4 --max-size 100"
 pictures="--size 720x480 --rate 30000/1001"
@@ -25,7 +24,7 @@ holds "ffprobe reads the encoded clip" diff - <(ffprobe -loglevel error -select_
 holds "all frames are marked as key frames" test \
     "$(ffprobe -loglevel error -show_entries packet=flags -of csv=p=0 zeta.avi | tr -d '\n')" = K_K_K_
 
-# Rows from the top to the bottom make the same frames.
+# Top-down rows give the same frames.
 quiet_ffmpeg -f rawvideo -pixel_format bgr24 -video_size 720x480 -i rgb24.raw -vf vflip -f rawvideo turned.raw
 run 0 encode turned.raw turned.avi $quality --rgb24 ${pictures/x/x-}
 holds "the same frames from turned pictures" cmp -s turned.avi zeta.avi

@@ -1,4 +1,4 @@
-# Every failure has its exit code and its message, and leaves no file.
+# Every failure has its exit code and its message and leaves no file.
 patch() { # FILE OFFSET BYTES
     printf "$3" | dd of="$1" bs=1 seek="$2" conv=notrunc status=none
 }
@@ -87,4 +87,4 @@ done
 holds "regsvr32 /u" register nyxcodecs /u
 run 4 encode clip.avi none.avi
 says 'no video compressor "Rokka Zeta Encoder" is registered'
-holds "nothing is left where nothing was made" test ! -e none.avi
+holds "a failed run leaves no file" test ! -e none.avi

@@ -1,6 +1,5 @@
-# Real files through both modules and the open engines, against ffmpeg's reading. Asked to be exact, both
-# decode with the same inverse transform: 4:2:2 pictures are equal to the last bit, and so is the sound.
-# Where the output is RGB, ffmpeg's scaler is the other side, which rounds differently.
+# Real files through both modules and the open engines, against ffmpeg. In exact mode both use the same inverse
+# transform: 4:2:2 pictures and the audio are equal bit by bit. For RGB, ffmpeg's scaler rounds differently.
 WINEPATH=$(windows_path "$open_engines") NYX_OPEN_ENGINES=exact
 export WINEPATH NYX_OPEN_ENGINES
 decoding="-flags bitexact -idct simple"
@@ -29,11 +28,11 @@ DVCPROHD-720p50.mxf  rgb24 65
 v210-720.avi         rgb24 65
 FILES
 word() { od -A n -t u4 -j "$1" -N 4 sound.wav | tr -d ' '; }
-holds "a WAV file tells its lengths and rates" test "$(word 4) $(word 24) $(word 28) $(word 42)" = \
+holds "a WAV file has its lengths and rates" test "$(word 4) $(word 24) $(word 28) $(word 42)" = \
     "$(($(stat -c %s sound.wav) - 8)) 48000 192000 $(($(stat -c %s sound.wav) - 46))"
 quiet_ffmpeg -i DVCPRO50-525.mxf -map 0 -map 0:a -c copy two.mxf
 run 0 decode two.mxf --audio two.wav
-holds "each stream of sound has its file" cmp two.wav two-2.wav
+holds "each audio stream has its file" cmp two.wav two-2.wav
 decoding=
 unset NYX_OPEN_ENGINES
 use_no_engines

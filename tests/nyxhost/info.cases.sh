@@ -1,11 +1,10 @@
-# What container and frames tell, and what the decoder makes of each through VIDEOINFOHEADER2 and the
-# samples' flags.
+# The data of containers and frames, and the decoder's VIDEOINFOHEADER2 and sample flags for each frame.
 row() { # INDEX BYTES ORDER FLAGS ASPECT FIELD1: a row of the table, whatever its spaces
     checks=$((checks + 1))
     tr -s ' ' <<<"$said" | grep -qE "^ ?$1 $2 yes $3 $4 $5 $6( new type)? ?\$" ||
         fail "$last: no row '$*' in: $said"
 }
-# Without chunks the tables of sizes and rates decide; with them each frame tells.
+# Without chunks the tables of sizes and rates apply; with chunks, each frame's own data.
 run 0 info clip.avi --frames 3
 says "Q210, 720x486, 20 bits, 29.970 frames per second, 3 frames" "decoder: Rokka Q210 Decoder"
 row 2 933120 "top first" 0xA5 4:3 set
@@ -14,7 +13,7 @@ row 0 933156 "bottom first" 0xA1 320:243 clear
 row 1 933156 "top first" 0xA5 40:27 set
 row 2 933144 "top first" 0xA5 0:0 set
 
-# Without a decoder the file and its frames tell all the same.
+# Without a decoder the file and its frames are still described.
 run 11 info tape.dv --from 4f
 says "QDVC, 720x480, 24 bits" "5 frames" "audio: 2 channels, 48000 Hz, 16 bits" \
     "bottom field first, 4:3 (pixels 648:720)" "1602 samples, unlocked" "timecode 01:02:03;08" \

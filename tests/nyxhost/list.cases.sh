@@ -1,4 +1,4 @@
-# What is registered, what works, and what the rest wants.
+# The registered filters, those that work, and what the others need.
 bits=${WINEARCH#win}-bit
 run 0 --version
 says ", $bits"

@@ -24,7 +24,7 @@ fail() {
     printf 'FAILED: %s\n' "$*"
 }
 
-# run CODE ARGUMENT...: nyxhost must end with that exit code; what it said is in $said.
+# run CODE ARGUMENT...: nyxhost must exit with this code; its output is in $said.
 run() {
     local expected=$1 code=0
     shift
@@ -34,7 +34,7 @@ run() {
     [ "$code" = "$expected" ] || fail "$last: exit code $code, not $expected; it said: $said"
 }
 
-# says TEXT...: the last run said all that.
+# says TEXT...: the last run printed all of them.
 says() {
     local text
     for text in "$@"; do
@@ -62,10 +62,10 @@ register() { # MODULE [/u]
     wine regsvr32 /s "${@:2}" "$(windows_path "$modules/$1.dll")" </dev/null
 }
 
-# What most cases use: three frames without and with "INFO" chunks.
+# For most cases: three frames without and with "INFO" chunks.
 make_q210 natural 720 486 30000/1001 3 clip
 add_info_chunks clip 720 486 30000/1001 info.avi 1,8,9 0,1,1 -1,0,0
-# DV, whose frames tell of themselves.
+# DV, whose frames have their own data.
 quiet_ffmpeg -f lavfi -i "testsrc2=r=30000/1001:s=720x480" -f lavfi -i sine=r=48000 -t 0.2 -ac 2 \
     -pix_fmt yuv411p -c:v dvvideo -aspect 4:3 -timecode '01:02:03;04' \
     -metadata creation_time=2074-05-06T07:08:09Z tape.dv

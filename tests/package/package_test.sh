@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# package_test.sh BUILDS PACKAGE [win32|win64]: installs what scripts/package left in folder PACKAGE in a
-# Wine prefix of its own, uses it from outside, by itself and beside the stand-in engines of BUILDS, and
-# takes it out again: in a prefix of 64 bits, the default, and meanwhile, in short, in one of 32.
+# package_test.sh BUILDS PACKAGE [win32|win64]: installs the package in folder PACKAGE in a Wine prefix, uses it
+# alone and beside the stand-in engines of BUILDS, and uninstalls it. By default the prefix is a 64-bit one, and
+# a shorter run in a 32-bit prefix goes on in parallel.
 . "$(dirname "$0")/../../scripts/lib.sh"
 . "$root/scripts/clips.sh"
 builds=$1
@@ -28,9 +28,9 @@ check() { # WHAT COMMAND...
     checks=$((checks + 1))
     "${@:2}" || { failures=$((failures + 1)) && printf 'FAILED in %s: %s\n' "$kind" "$1"; }
 }
-# COMMAND...: what it prints is in $said
+# COMMAND...: its output is in $said
 ask() { said=$("$@" 2>&1 </dev/null | tr -d '\r') || true; }
-says() { # TEXT...: that answer holds all of them
+says() { # TEXT...: the output has all of them
     local text
     for text in "$@"; do
         [[ $said == *"$text"* ]] || { printf 'without "%s": %s\n' "$text" "$said" && return 1; }
@@ -61,7 +61,7 @@ use() { # SIZE: its console program, outside, its closed engines, and its place 
     nyxhost=$files$place/nyxhost.exe
     engines=$builds/$size/engines/standin
 }
-# All of the registry but what the system's services write by themselves, and all files but the
+# Saves the registry, without the keys that the system's services write, and the list of files, without the
 # uninstaller's empty temporary folder.
 state() { # NAME
     wine regedit /E "Z:${PWD//\//\\}\\all.reg" </dev/null
@@ -70,12 +70,12 @@ state() { # NAME
     (cd "$drive" && find . ! -path '*/Temp/~nsu*') | sort >"$1.files"
 }
 as_before() { # WHAT [STATE]
-    wineboot >/dev/null 2>&1 </dev/null # what waits for the next start of the system
+    wineboot >/dev/null 2>&1 </dev/null # does what waits for a restart
     state after
     check "$1: the registry is as before" diff "${2:-before}.reg" after.reg
     check "$1: the disk is as before" diff "${2:-before}.files" after.files
 }
-each() { # COMMAND...: for programs of each size
+each() { # COMMAND...: for programs of each word size
     for size in "${sizes[@]}"; do
         use "$size"
         "$@"
@@ -86,7 +86,7 @@ renders() {
     ask run_nyxhost render clip.mxf
     check "$size plays a file" says "filter: Nyx Footage Source" "filter: DVCPRO50 Decoder" "5 pictures"
 }
-decodes() { # PICTURES: the first that are called so are the measure
+decodes() { # PICTURES: the first run saves them, the others compare
     check "$size decodes" ends 0 run_nyxhost decode clip.dv --raw now
     [ -e "$1" ] || cp now "$1"
     check "$size has the $1 pictures" cmp now "$1"
@@ -95,7 +95,7 @@ taken_out() {
     cp "$installed/uninstall.exe" .
     fails 0 "Nothing is installed in C:\gone." 'uninstall.exe /S _?=C:\gone'
     ask wine reg query "$entry" /reg:32 /v QuietUninstallString
-    check "the quiet uninstaller" ends 0 by_line "${said##*REG_SZ    }" # that works in a process of its own
+    check "the quiet uninstaller" ends 0 by_line "${said##*REG_SZ    }" # continues in another process
     check "the folder is gone" timeout 600 sh -c 'while [ -e "$1" ]; do sleep 0.1; done' - "$installed"
     as_before "taken out"
     fails 0 "Nothing is installed." 'uninstall.exe /S _?=C:\gone'
@@ -121,6 +121,8 @@ package_is_whole() {
     done
     check "each its description" test "$(sort descriptions | uniq -c | awk '{ print $1 }' | sort | xargs)" = "1 2 2 2 2 2"
     check "the icon in nyxhost and the installer" test "$(grep -la IHDR "$files"/{,x64/}nyxhost.exe "$setup" | wc -l)" = 3
+    check "the embedding headers and the example compile" i686-w64-mingw32-g++-posix -fsyntax-only -std=c++20 \
+        -include filters/encode_parameter.h "-I$files/include" "$files/include/play_file.cpp"
     check "the sums" cmp <(cd "${setup%/*}" && sha256sum "nyx-codecs-$version"{-setup.exe,.zip}) "${setup%-setup.exe}.sha256"
     (umask 077 && LC_ALL=C.UTF-8 TZ=Asia/Tokyo "$root/package/pack.sh" "$builds" "$work/again")
     for file in again/*; do
@@ -129,7 +131,7 @@ package_is_whole() {
 }
 refused() {
     cp -r "$files" without
-    cp "$files/nyxhost.exe" without/processor_check.exe # whatever ends with 1
+    cp "$files/nyxhost.exe" without/processor_check.exe # a program that exits with 1
     variant without without
     check "the installer without SSSE3" ends 1 wine without.exe /S
     check "install.cmd without SSSE3" ends 1 wine cmd /c 'without\install.cmd'
@@ -139,7 +141,7 @@ refused() {
     check "a module that cannot be registered, by the installer" ends 2 wine broken.exe /S
     check "nothing is installed" test ! -e "$installed"
     each finds_nothing
-    # As the system's own file manager starts it, it waits for a key.
+    # When Explorer starts it, it waits for a key.
     ask env cmdcmdline='C:\windows\system32\cmd.exe /c ""C:\without\install.cmd" "' wine cmd /c 'without\install.cmd'
     check "and by install.cmd" says "failed for x64\nyxsource.dll" "Press any key"
     check "which ends with it" ends 2 wine cmd /c 'without\install.cmd'
@@ -151,7 +153,7 @@ by_zip() {
     check "uninstall.cmd" ends 0 wine cmd /c "nyx-codecs-$version\\uninstall.cmd"
     ask wine cmd /c "nyx-codecs-$version\\uninstall.cmd"
     check "uninstall.cmd once more" says "Nothing is installed."
-    # The system keeps its list of compressors, which it made for this one.
+    # The system keeps its list of compressors, which it made for this encoder.
     for view in 32 64; do
         wine reg delete 'HKCR\CLSID\{33D9A760-90C8-11D0-BD43-00A0C911CE86}\Instance' /f /reg:$view >/dev/null </dev/null
     done
@@ -163,7 +165,7 @@ serves() {
     ask run_nyxhost --version
     check "the version of nyxhost for $size" says "nyxhost $version"
     decodes real
-    use_engines # a closed engine on the path goes before
+    use_engines # a closed engine on the path takes precedence
     decodes painted
     use_no_engines
     renders
@@ -173,6 +175,7 @@ by_installer() {
     each serves
     check "no files for other sizes" test "$(find "$installed" -name nyxcodecs.dll | wc -l)" = ${#sizes[@]}
     check "a closed engine has its own picture" ends 1 cmp -s real painted
+    check "the headers" diff -r "$files/include" "$installed/include"
     ask run_nyxhost list
     check "the compressor" says "DirectShow filters, video compressors"
     ask wine reg query "$entry" /reg:32
@@ -193,7 +196,7 @@ opens() { # NUMBERS: of the kinds of files, for both sizes
     ask sh -c 'for size in 32 64; do wine reg query "HKLM\Software\Classes\Media Type" /s /reg:$size; done'
     check "kinds of files" test "$(sed -n 's/.*{1D4C0B3\(.\)-.*/\1/p' <<<"$said" | xargs)" = "$1"
 }
-# Whatever goes wrong leaves the installation that there is as it was, registered and at work.
+# A failure leaves the present installation unchanged, registered and working.
 unchanged_by_failures() {
     mkdir "$drive/way"
     touch "$drive/file" "$drive/way/x64"
@@ -205,18 +208,18 @@ unchanged_by_failures() {
     variant damaged damaged
     fails 1 "Unknown option: /s-"$'\r\n\r\n'"/S" 'whole.exe /S /s-'
     fails 1 "Unknown component: sources" 'whole.exe /S /COMPONENTS=mxf,sources'
-    fails 2 "cannot be such a folder: C:\file\sub" 'whole.exe /S /D=C:\file\sub'
-    fails 2 "cannot be such a folder: Q:\nyx" 'whole.exe /S /D="Q:\nyx"'
-    fails 2 "cannot be such a folder: C:\a /NCRC" 'whole.exe /S /D=C:\a /NCRC'
-    fails 2 "cannot be such a folder: nyx" 'whole.exe /S "/D=nyx"'
-    fails 2 "/LOG cannot be written: C:\no\log" 'whole.exe /S /LOG=C:\no\log'
-    fails 2 "cannot be one within the other" "whole.exe /S /D=C:\\$programs\\Nyx codecs\\x64"
-    fails 2 "MiB are needed" 'large.exe /S /D=C:\new\folder'
-    fails 2 "A file of C:\way cannot be written" 'whole.exe /S /D=C:\way'
-    fails 2 "could not be registered" 'damaged.exe /S /D=C:\new\folder'
-    fails 2 "could not be registered" 'damaged.exe /S'
-    # A full disk needs rights that few containers have; a limit for files cuts a write off as well.
-    limit=1500 fails 2 "could not be unpacked" 'whole.exe /S /D=C:\new\folder'
+    fails 2 "Not a valid folder: C:\file\sub" 'whole.exe /S /D=C:\file\sub'
+    fails 2 "Not a valid folder: Q:\nyx" 'whole.exe /S /D="Q:\nyx"'
+    fails 2 "Not a valid folder: C:\a /NCRC" 'whole.exe /S /D=C:\a /NCRC'
+    fails 2 "Not a valid folder: nyx" 'whole.exe /S "/D=nyx"'
+    fails 2 "Cannot write the log file: C:\no\log" 'whole.exe /S /LOG=C:\no\log'
+    fails 2 "must not contain each other" "whole.exe /S /D=C:\\$programs\\Nyx codecs\\x64"
+    fails 2 "MiB are free" 'large.exe /S /D=C:\new\folder'
+    fails 2 "Cannot write or replace a file of C:\way" 'whole.exe /S /D=C:\way'
+    fails 2 "Cannot register C:\\" 'damaged.exe /S /D=C:\new\folder'
+    fails 2 "Cannot register C:\\" 'damaged.exe /S'
+    # A full disk needs rights that few containers have; a limit on the size of files also makes writes fail.
+    limit=1500 fails 2 "Cannot unpack the files" 'whole.exe /S /D=C:\new\folder'
     as_before "after failures" installed
     each renders
     rm -r "$drive/way" "$drive/file"
@@ -232,7 +235,7 @@ by_repair() {
     check "the host plays on" kill -0 $host
     check "the files are the package's" cmp <(cat "$installed"/{,x64/}nyxcodecs.dll) <(cat "$files"/{,x64/}nyxcodecs.dll)
     check "the old one waits for the next start" test -n "$(find "$installed" -name '*.tmp')"
-    check "what is not chosen is taken out" test -z "$(find "$installed" -name rkm2vi01.dll)"
+    check "unselected components are removed" test -z "$(find "$installed" -name rkm2vi01.dll)"
     opens "1 1"
     each renders
     kill $host
@@ -240,7 +243,7 @@ by_repair() {
     wineboot >/dev/null 2>&1 </dev/null
     check "and is gone then" test -z "$(find "$installed" -name '*.tmp')"
 }
-# An engine on the search path keeps the open one out, but only for programs of its size.
+# With an engine on the search path the open one is not installed for programs of the same word size.
 beside_closed_engines() { # and moved
     for size in win32 win64; do
         use "$size"
@@ -259,7 +262,7 @@ by_choice() {
     check "the installer" ends 0 by_line 'whole.exe /S /COMPONENTS=gxf,path /LOG="C:\log of it.txt" /D=C:\Nyx two'
     installed="$drive/Nyx two"
     ask iconv -f utf-16 -t utf-8 "$drive/log of it.txt"
-    check "the log" says 'Folder: C:\Nyx two, present one: C:\Nyx' "Components: ,source,gxf,host,path," Installed.
+    check "the log" says 'Folder: C:\Nyx two; present installation: C:\Nyx' "Components: ,source,gxf,host,path," Installed.
     rm "$drive/log of it.txt"
     check "the files of the choice" test "$(cd "$installed" && find * -name '*.[de][lx][le]' | sort | xargs)" = \
         "nyxcodecs.dll nyxhost.exe nyxsource.dll uninstall.exe x64/nyxcodecs.dll x64/nyxhost.exe x64/nyxsource.dll"
@@ -285,7 +288,7 @@ drive=$WINEPREFIX/drive_c
 installed=$drive/$programs/Nyx\ codecs
 menu=$drive/ProgramData/Microsoft/Windows/Start\ Menu/Programs/Nyx\ codecs
 entry='HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall\NyxCodecs'
-# What the system writes down by itself: its compressors, another start.
+# Lets the system write its own entries first: its compressors, a restart.
 each finds_nothing
 wineboot >/dev/null 2>&1 </dev/null
 state before

@@ -83,7 +83,7 @@ ComPtr<IBaseFilter> AddSource(IGraphBuilder* graph, const std::string& path) {
         if (IsFootageSource(source.Get())) {
             return source;
         }
-        graph->RemoveFilter(source.Get());
+        Check(graph->RemoveFilter(source.Get()), "cannot remove another source from the graph");
     }
     source = CreateSource();
     Load(source.Get(), path);

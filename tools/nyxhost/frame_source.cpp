@@ -87,12 +87,12 @@ void FrameSource::OnStop() {
 
 void FrameSource::Stream() {
     const ComApartment apartment;
-    pin_.peer->NewSegment(0, frames_.TimeOf(frames_.count), 1.0);
+    std::ignore = pin_.peer->NewSegment(0, frames_.TimeOf(frames_.count), 1.0);  // optional
     HRESULT result = S_OK;
     for (LONG index = 0; result == S_OK && index < frames_.count && !stopped_; ++index) {
         result = StreamFrame(index);
     }
-    pin_.peer->EndOfStream();
+    std::ignore = pin_.peer->EndOfStream();  // nothing follows that could fail
     if (FAILED(result) && !stopped_) {
         NotifyGraph(EC_ERRORABORT, result, 0);
     }

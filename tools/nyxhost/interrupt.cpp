@@ -7,7 +7,7 @@
 namespace nyx::host {
 namespace {
 
-std::atomic<bool> interrupted{false};
+constinit std::atomic<bool> interrupted{false};
 
 BOOL WINAPI OnControl(DWORD) {
     interrupted = true;
