@@ -32,7 +32,7 @@ class CVideoTransformFilter : public CTransformFilter {
     std::atomic<int> m_itrLate{0};  ///< the lateness that the renderer reports, on other threads
     DWORD m_tDecodeStart = 0;       ///< start, then duration, of the last Transform in milliseconds
     int m_itrAvgDecode = 0;         ///< sliding average duration of Transform
-    int m_nWaitForKey = 0;          ///< frames that may still be withheld for want of a key frame
+    int m_nWaitForKey = 0;          ///< frames that may still be withheld before a key frame
     BOOL m_bQualityChanged = FALSE;  ///< the graph knows that quality suffers
 
   private:

@@ -21,7 +21,7 @@ namespace nyx {
 
 /// Updates the type of a `VIDEOINFOHEADER2` connection to a frame that is about to be delivered
 /// with `sample`: rewrites it in place and, where the peer accepts it dynamically, attaches it to
-/// the sample. A change in a frame that is not delivered is made by the next one.
+/// the sample. The next frame makes a change in a frame that is not delivered.
 void UpdateOutputType(const FrameParameters& shown, CBasePin& output, IMediaSample* sample);
 
 }  // namespace nyx

@@ -36,7 +36,7 @@ VideoFormat CommonFormat(const Block& block, const GUID& subtype) {
 
 }  // namespace
 
-VideoFormat NyxUtil::FormatOf(const AM_MEDIA_TYPE& type) {
+VideoFormat NyxUtil::FormatOf(const AM_MEDIA_TYPE& type) noexcept {
     VideoFormat format;
     if (const auto* block2 = BlockOf<VIDEOINFOHEADER2>(type, FORMAT_VideoInfo2)) {
         format = CommonFormat(*block2, type.subtype);
@@ -47,7 +47,7 @@ VideoFormat NyxUtil::FormatOf(const AM_MEDIA_TYPE& type) {
     return format;
 }
 
-PictureKind NyxUtil::ClassifyPicture(WORD bitCount, const GUID& subtype) {
+PictureKind NyxUtil::ClassifyPicture(WORD bitCount, const GUID& subtype) noexcept {
     for (const KindRow& row : kKinds) {
         if (row.bitCount == bitCount && *row.subtype == subtype) {
             return row.kind;
@@ -56,7 +56,7 @@ PictureKind NyxUtil::ClassifyPicture(WORD bitCount, const GUID& subtype) {
     return PictureKind::kInvalid;
 }
 
-DWORD NyxUtil::InterlaceFlags(LONG fieldOrder) {
+DWORD NyxUtil::InterlaceFlags(LONG fieldOrder) noexcept {
     constexpr DWORD kInterlaced = AMINTERLACE_IsInterlaced | AMINTERLACE_FieldPatBothRegular |
                                   AMINTERLACE_DisplayModeBobOrWeave;
     switch (fieldOrder) {

@@ -27,13 +27,13 @@ class NyxUtil {
   public:
     /// Reads the format block. The format type alone decides the form of a block, which must be
     /// long enough for the fixed part of that form; anything else counts as no block.
-    static VideoFormat FormatOf(const AM_MEDIA_TYPE& type);
+    static VideoFormat FormatOf(const AM_MEDIA_TYPE& type) noexcept;
 
     /// The kind of an uncompressed type by bit count and subtype.
-    static PictureKind ClassifyPicture(WORD bitCount, const GUID& subtype);
+    static PictureKind ClassifyPicture(WORD bitCount, const GUID& subtype) noexcept;
 
     /// `dwInterlaceFlags` of a `VIDEOINFOHEADER2` for a field order.
-    static DWORD InterlaceFlags(LONG fieldOrder);
+    static DWORD InterlaceFlags(LONG fieldOrder) noexcept;
 };
 
 }  // namespace nyx

@@ -22,12 +22,12 @@ struct CodecKey {
 
 }  // namespace
 
-LONG ReadCodecSetting(DWORD fourcc, const wchar_t* name, LONG defaultValue) {
+LONG ReadCodecSetting(DWORD fourcc, const wchar_t* name, LONG defaultValue) noexcept {
     return static_cast<LONG>(ReadSettingDword(HKEY_CURRENT_USER, CodecKey(fourcc).path, name,
                                               static_cast<DWORD>(defaultValue)));
 }
 
-LONG WriteCodecSetting(DWORD fourcc, const wchar_t* name, LONG value) {
+LONG WriteCodecSetting(DWORD fourcc, const wchar_t* name, LONG value) noexcept {
     return WriteSettingDword(HKEY_CURRENT_USER, CodecKey(fourcc).path, name,
                              static_cast<DWORD>(value));
 }

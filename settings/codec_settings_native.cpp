@@ -2,11 +2,11 @@
 
 namespace nyx {
 
-LONG ReadCodecSetting(DWORD, const wchar_t*, LONG defaultValue) {
+LONG ReadCodecSetting(DWORD, const wchar_t*, LONG defaultValue) noexcept {
     return defaultValue;
 }
 
-LONG WriteCodecSetting(DWORD, const wchar_t*, LONG) {
+LONG WriteCodecSetting(DWORD, const wchar_t*, LONG) noexcept {
     return 0;
 }
 

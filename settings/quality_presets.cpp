@@ -13,7 +13,7 @@ LONG Clamp(LONG value, SettingRange range) {
 
 }  // namespace
 
-EncoderParameters ApplyPresetRules(EncoderParameters stored, const QualityRules& rules) {
+EncoderParameters ApplyPresetRules(EncoderParameters stored, const QualityRules& rules) noexcept {
     if (stored.preset == kCustomPreset) {
         stored.quant_scale = Clamp(stored.quant_scale, rules.quantScale);
         stored.max_stream_size = Clamp(stored.max_stream_size, rules.maxStreamSize);
@@ -28,7 +28,7 @@ EncoderParameters ApplyPresetRules(EncoderParameters stored, const QualityRules&
     return stored;
 }
 
-EncoderParameters ReadEncoderParameters(DWORD fourcc, const QualityRules& rules) {
+EncoderParameters ReadEncoderParameters(DWORD fourcc, const QualityRules& rules) noexcept {
     const QualityPreset& usual = rules.presets[kDefaultPreset];
     const EncoderParameters stored = {
         .color_space = ReadCodecSetting(fourcc, L"color_space", 0),

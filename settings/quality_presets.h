@@ -44,9 +44,10 @@ constexpr QualityRules kZeta2Quality = {kZeta2Presets, {0, 18}, kMaxStreamSizeRa
 /// Applies the preset rules: presets 0 to 3 replace quantiser and size by their pair, the custom
 /// preset clamps both to their ranges, and any other preset acts as the default one.
 EncoderParameters ApplyPresetRules(EncoderParameters stored,
-                                   const QualityRules& rules = kZetaQuality);
+                                   const QualityRules& rules = kZetaQuality) noexcept;
 
 /// Reads the four values of the codec with the given FourCC and applies the preset rules.
-EncoderParameters ReadEncoderParameters(DWORD fourcc, const QualityRules& rules = kZetaQuality);
+EncoderParameters ReadEncoderParameters(DWORD fourcc,
+                                        const QualityRules& rules = kZetaQuality) noexcept;
 
 }  // namespace nyx

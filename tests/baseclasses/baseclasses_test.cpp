@@ -16,8 +16,8 @@ MediaType Numbered(BYTE number) {
     return type;
 }
 
-/// The smallest video transform filter: takes any type, makes nothing of its samples, writes down
-/// what the library calls and returns the results that a test sets.
+/// The smallest video transform filter: accepts any type, leaves its samples as they are, logs the
+/// library's calls and returns the results that a test sets.
 class Passthrough : public CVideoTransformFilter {
   public:
     Passthrough() : CVideoTransformFilter(NAME("Passthrough"), nullptr, GUID_NULL) {}
@@ -28,7 +28,8 @@ class Passthrough : public CVideoTransformFilter {
 
     HRESULT Transform(IMediaSample*, IMediaSample*) override {
         onTransform();
-        return log += "Transform ", transformResult;
+        log += "Transform ";
+        return transformResult;
     }
     HRESULT CheckInputType(const CMediaType*) override { return S_OK; }
     HRESULT CheckTransform(const CMediaType*, const CMediaType*) override { return S_OK; }
@@ -43,13 +44,19 @@ class Passthrough : public CVideoTransformFilter {
         log += "Start ";
         return FAILED(startResult) ? startResult : CVideoTransformFilter::StartStreaming();
     }
-    HRESULT StopStreaming() override { return log += "Stop ", S_OK; }
-    HRESULT SetMediaType(PIN_DIRECTION, const CMediaType*) override { return log += "Type ", S_OK; }
+    HRESULT StopStreaming() override { return Log("Stop "); }
+    HRESULT SetMediaType(PIN_DIRECTION, const CMediaType*) override { return Log("Type "); }
     CTransformInputPin* Input() { return GetPin(0) ? m_pInput : nullptr; }
     CTransformOutputPin* Output() { return GetPin(1) ? m_pOutput : nullptr; }
     using CVideoTransformFilter::m_csFilter, CVideoTransformFilter::m_itrAvgDecode,
         CVideoTransformFilter::m_itrLate, CVideoTransformFilter::m_nKeyFramePeriod,
         CVideoTransformFilter::m_tDecodeStart;
+
+  private:
+    HRESULT Log(const char* call) {
+        log += call;
+        return S_OK;
+    }
 };
 
 /// A passthrough filter between a source and a sink, in a stand-in graph.
@@ -57,8 +64,10 @@ class BaseClasses : public ::testing::Test {
   protected:
     ~BaseClasses() override {
         filter->Stop();
-        input->Disconnect(), source.Disconnect(), sink.Disconnect();
-        EXPECT_EQ(filter.Reset(), 0u) << "somebody still holds the filter";
+        input->Disconnect();
+        source.Disconnect();
+        sink.Disconnect();
+        EXPECT_EQ(filter.Reset(), 0u) << "references to the filter are left";
         EXPECT_EQ(CBaseObject::ObjectsActive(), 0);
     }
     void Start() {
@@ -117,7 +126,7 @@ TEST_F(BaseClasses, EnumeratorsOfPinsNoticeChanges) {
     EXPECT_EQ(pins->Skip(1), VFW_E_ENUM_OUT_OF_SYNC);
     EXPECT_EQ(pins->Clone(ComPtr<IEnumPins>().GetAddressOf()), VFW_E_ENUM_OUT_OF_SYNC);
     EXPECT_EQ(pins->Next(1, &pin, nullptr), S_OK);
-    EXPECT_EQ(pin.Get(), input) << "afresh";
+    EXPECT_EQ(pin.Get(), input) << "from the start";
     EXPECT_EQ(pins->Skip(1), S_OK) << "in step again";
 }
 
@@ -238,7 +247,7 @@ TEST_F(BaseClasses, LateFramesAreLeftOutUpToTheNextKeyFrame) {
     }
     Notify(9 * kFrame);
     EXPECT_EQ(Push({{1}, time += kFrame}), S_OK);
-    EXPECT_EQ(sink.Last().start, time) << "how long it is shown nobody says";
+    EXPECT_EQ(sink.Last().start, time) << "without a stop time";
 }
 
 TEST_F(BaseClasses, StatisticsFollowTheFramesAndFlushingForgetsThem) {
@@ -271,7 +280,8 @@ struct Thrift : Object<IMallocSpy> {
     STDMETHODIMP_(void*) PreFree(void* block, BOOL) override { return block; }
     STDMETHODIMP_(void) PostFree(BOOL) override {}
     STDMETHODIMP_(SIZE_T) PreRealloc(void* block, SIZE_T size, void** asked, BOOL) override {
-        return *asked = block, size;
+        *asked = block;
+        return size;
     }
     STDMETHODIMP_(void*) PostRealloc(void* block, BOOL) override { return block; }
     STDMETHODIMP_(void*) PreGetSize(void* block, BOOL) override { return block; }

@@ -150,8 +150,8 @@ TEST_F(Encoder, StartsWithTheStoredParametersAndStoresAllButTheColourSpace) {
 }
 
 TEST_F(Encoder, FramesAndReadersSeeOneSettingWhileAnotherThreadChangesThem) {
-    // Each value tells the others: the colour space, which shows in the layout's code, is the
-    // quantiser's parity, and the budget so many times the quantiser.
+    // Each value implies the others: the colour space, which the layout's code shows, is the
+    // quantiser's parity, and the budget is a multiple of the quantiser.
     Encoding rig(24);
     rig.sink.keepsSamples = false;
     const auto parameters = As<IEncodeParmeter_QZTA>(rig.filter);

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# module_file_test.sh OBJDUMP NYXCODECS.DLL: what a host can tell from the file alone. Ends with the number of
+# module_file_test.sh OBJDUMP NYXCODECS.DLL: what a host can read from the file alone. Ends with the number of
 # failures.
 set -euo pipefail
 objdump=$1

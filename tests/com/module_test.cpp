@@ -95,14 +95,13 @@ TEST_P(Aggregation, TheInnerUnknownCountsByItselfAndAllElseIsTheOuters) {
 }
 
 TEST_F(Server, ARegistryThatRefusesIsReported) {
-    // A key that is gone: nothing can be made below it.
-    HKEY gone = nullptr;
-    RegCreateKeyW(HKEY_CURRENT_USER, L"Software\\nyx-gone", &gone);
+    // Below a deleted key no key can be created.
+    UniqueKey deleted;
+    ASSERT_EQ(CreateKey(HKEY_CURRENT_USER, L"Software\\nyx-gone", KEY_ALL_ACCESS, &deleted), 0);
     RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\nyx-gone");
-    RegOverridePredefKey(HKEY_CLASSES_ROOT, gone);
+    RegOverridePredefKey(HKEY_CLASSES_ROOT, deleted.get());
     const HRESULT result = Module().RegisterServer();
     RegOverridePredefKey(HKEY_CLASSES_ROOT, nullptr);
-    RegCloseKey(gone);
     EXPECT_EQ(result, HRESULT_FROM_WIN32(ERROR_KEY_DELETED));
 }
 

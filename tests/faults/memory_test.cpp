@@ -1,6 +1,6 @@
-/// Every allocation that the module makes, failing in turn: the call says so, nothing is lost, no
-/// picture is touched, and the same call works once there is memory again. And memory of every
-/// kind that a host may hand out.
+/// Each allocation of the module fails in turn: the call reports it, nothing leaks, no picture is
+/// touched, and the same call succeeds once there is memory again. And buffers in memory of every
+/// kind.
 
 #include <functional>
 
@@ -13,9 +13,8 @@ namespace {
 Starved& starved =
     *(moduleFile = L"nyxcodecs_starved.dll", Export<Starved*>(Module().handle, "starved"));
 
-/// Runs `call` with its first allocation failing, then its second, and so on until it makes no
-/// more, `least` at least. It says that memory failed, or one of `others`, and keeps no more than
-/// `kept` blocks.
+/// Runs `call` with its first allocation failing, then its second, and so on up to the last, after
+/// more than `least`. It returns E_OUTOFMEMORY or one of `others` and keeps at most `kept` blocks.
 void FailEach(long least, const std::function<HRESULT()>& call, std::vector<HRESULT> others = {},
               long kept = 0) {
     others.push_back(E_OUTOFMEMORY);
@@ -40,11 +39,12 @@ NYX_FOR_ROWS(WithoutMemory, Catalogue());
 TEST_P(WithoutMemory, ObjectsPinsAndConnectionsAreMadeOrRefusedWhole) {
     ComPtr<IUnknown> object;
     for (const CLSID& clsid : {row().clsid, kPropertyPage}) {
-        // A setting that cannot be read for want of memory takes its default, as any other would.
+        // A setting that there is no memory to read takes its default.
         const auto create = [&] {
             const HRESULT result = Module().Create(clsid, nullptr, IID_IUnknown, &object);
             EXPECT_EQ(SUCCEEDED(result), object.Get() != nullptr);
-            return object.Reset(), result;
+            object.Reset();
+            return result;
         };
         FailEach(2, create, {S_OK});
     }
@@ -52,12 +52,18 @@ TEST_P(WithoutMemory, ObjectsPinsAndConnectionsAreMadeOrRefusedWhole) {
     ComPtr<IPin> pin;
     FailEach(2, [&] { return bare->FindPin(L"Out", pin.ReleaseAndGetAddressOf()); });
     Rig rig(row());
-    FailEach(1, [&] { return rig.Disconnect(), rig.ConnectInput(); });
-    // A pin that cannot make its list of types has none to propose; a type that cannot be looked at
-    // is one that was not expected; the filter's own allocator is its second choice.
+    FailEach(1, [&] {
+        rig.Disconnect();
+        return rig.ConnectInput();
+    });
+    // Without memory a pin proposes no types and refuses a type that it cannot copy; the filter's
+    // own allocator is its second choice.
     const MediaType type = row().OutputType();
     for (const AM_MEDIA_TYPE* const as : {static_cast<const AM_MEDIA_TYPE*>(&type), {}}) {
-        auto call = [&] { return rig.DisconnectOutput(), rig.output->Connect(&rig.sink, as); };
+        const auto call = [&] {
+            rig.DisconnectOutput();
+            return rig.output->Connect(&rig.sink, as);
+        };
         FailEach(1, call, {S_OK, E_UNEXPECTED, HRESULT{VFW_E_NO_ACCEPTABLE_TYPES}});
     }
     ComPtr<IEnumPins> pins, clone;
@@ -66,7 +72,11 @@ TEST_P(WithoutMemory, ObjectsPinsAndConnectionsAreMadeOrRefusedWhole) {
     ComPtr<IEnumMediaTypes> types;
     FailEach(1, [&] { return rig.output->EnumMediaTypes(&types); });
     AM_MEDIA_TYPE* offered = nullptr;
-    FailEach(2, [&] { return types->Reset(), types->Next(1, &offered, nullptr); }, {S_FALSE});
+    const auto first = [&] {
+        types->Reset();
+        return types->Next(1, &offered, nullptr);
+    };
+    FailEach(2, first, {S_FALSE});
     MediaType::Adopt(offered);
     LPWSTR id = nullptr;
     FailEach(1, [&] { return rig.output->QueryId(&id); });
@@ -105,7 +115,7 @@ TEST_P(WithoutMemory, AFrameIsDeliveredOrItsPictureUntouchedInMemoryOfEveryKind)
         EXPECT_EQ(push(), S_OK);
         EXPECT_LE(starved.queries, 2) << "once a picture is enough";
         const long bounces = starved.answer == Answer::kWriteCombined && !row().IsEncoder() ? 1 : 0;
-        EXPECT_EQ(starved.asked, bounces) << "what a frame needs was there";
+        EXPECT_EQ(starved.asked, bounces) << "no allocation but the bounce buffer";
         FailEach(bounces, push);
         EXPECT_TRUE(buffers.MarginsAreUntouched());
         starved.answer = Answer::kTruth;
@@ -117,7 +127,8 @@ TEST_P(WithoutMemory, AFrameIsDeliveredOrItsPictureUntouchedInMemoryOfEveryKind)
             buffers.nextType = last;
             const HRESULT result = rig.Push(typed);
             EXPECT_EQ(rig.graph->Count(EC_ERRORABORT) - ended, result == S_OK ? 0 : 1);
-            return rig.input->EndFlush(), result;
+            rig.input->EndFlush();
+            return result;
         };
         FailEach(2, change, {S_OK, HRESULT{VFW_E_INVALIDMEDIATYPE}});
     }

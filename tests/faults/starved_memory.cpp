@@ -11,7 +11,7 @@ extern "C" {
 
 __declspec(dllexport) nyx::test::Starved starved = {};
 
-/// Counts one allocation; whether it is the one to fail.
+/// Counts one allocation. Whether it is the one to fail.
 static bool RunsOut() {
     return ++starved.asked == starved.failing;
 }
@@ -29,13 +29,13 @@ static SIZE_T __stdcall Query(const void* address, MEMORY_BASIC_INFORMATION* reg
     return starved.answer == Answer::kUnknown ? 0 : result;
 }
 
-// In the place of the imports, where every call looks.
+// These replace the imports, through which every call goes.
 void*(__stdcall* taskAllocateImport)(SIZE_T) asm(NYX_TASK_ALLOCATE_IMPORT) = &TaskAllocate;
 SIZE_T(__stdcall* queryImport)
 (const void*, MEMORY_BASIC_INFORMATION*, SIZE_T) asm(NYX_QUERY_IMPORT) = &Query;
 }
 
-// The other forms come down to these.
+// The other forms call these.
 void* operator new(std::size_t size) {
     void* block = RunsOut() ? nullptr : std::malloc(size ? size : 1);
     starved.alive += block ? 1 : 0;

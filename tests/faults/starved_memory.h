@@ -2,11 +2,11 @@
 
 namespace nyx::test {
 
-/// What the system says of memory when the module asks it.
+/// The system's answer to the module's queries of memory.
 enum class Answer { kTruth, kUnknown, kReserved, kWriteCombined };
 
-/// The one export of the starved module beside the module's own, "starved": a test sets and reads
-/// it. One thread at a time. Counted are operator new in all its forms and CoTaskMemAlloc.
+/// The export "starved" of the starved module, which a test sets and reads. One thread at a time.
+/// Counts operator new in all its forms and CoTaskMemAlloc.
 struct Starved {
     long failing;  ///< the number of the allocation to fail, 1 being the first; 0 for none
     long alive;    ///< blocks of operator new in use

@@ -24,16 +24,20 @@ DWORD Code(const char* fourcc) {
     return FourCC(*reinterpret_cast<const char(*)[5]>(fourcc));
 }
 
-/// A DV frame of zeroes with the two packs that tell what it is: the video source pack by system
-/// and signal type (IEC 61834-4, SMPTE 314M and 370M) and the video source control pack.
+/// A DV frame of zeroes with the two packs that identify it: the video source pack with system and
+/// signal type (IEC 61834-4, SMPTE 314M and 370M) and the video source control pack.
 Bytes DvFrame(const std::string& fourcc, const Stream& stream) {
     constexpr std::size_t kVideoSource = 448;  // VAUX block 5, pack 9
     constexpr std::size_t kVideoControl = 453;
     const bool wide = fourcc == "QDVH";
     const bool fifty = stream.height == 576 || stream.width == 1440;
     const bool few = stream.height == 720;
-    const std::size_t channels = fourcc == "QDVC" ? 1 : fourcc == "QDV5" || few ? 2 : 4;
-    const int signalType = wide ? (few ? 0x18 : 0x14) : channels == 2 ? 0x04 : 0x00;
+    std::size_t channels = fourcc == "QDVC" ? 1 : 2;
+    int signalType = fourcc == "QDVC" ? 0x00 : 0x04;
+    if (wide) {
+        channels = few ? 2 : 4;
+        signalType = few ? 0x18 : 0x14;
+    }
     Bytes frame(channels * (fifty ? 144000 : 120000));
     frame[kVideoSource] = 0x60;
     frame[kVideoSource + 3] = static_cast<BYTE>((fifty ? 0x20 : 0) | signalType);
@@ -42,7 +46,7 @@ Bytes DvFrame(const std::string& fourcc, const Stream& stream) {
     return frame;
 }
 
-/// A frame of one flat grey that the stand-in engine of that coding makes, once for each size.
+/// A grey frame of the stand-in engine with that coding, encoded once for each size.
 Bytes GreyFrame(const char* name, const Stream& stream) {
     static std::mutex mutex;
     static std::map<std::tuple<std::string, LONG, LONG>, Bytes> frames;
@@ -64,7 +68,14 @@ Bytes GreyFrame(const char* name, const Stream& stream) {
 
 CatalogueRow Filter(const char* name, const wchar_t* clsid, const char* fourcc, WORD bits,
                     const char* coding, const wchar_t* engine, Stream stream, Stream other) {
-    return {name, Id(clsid), fourcc, bits, coding, engine, stream, other};
+    return {.name = name,
+            .clsid = Id(clsid),
+            .fourcc = fourcc,
+            .bits = bits,
+            .coding = coding,
+            .engine = engine,
+            .stream = stream,
+            .other = other};
 }
 
 }  // namespace
@@ -131,9 +142,10 @@ std::vector<BYTE> CatalogueRow::Frame(const Stream& input) const {
     if (bits == 20) {
         return Q210Frame({input.width, input.height, std::vector<WORD>(2 * pixels, 508)});
     }
-    return coding        ? GreyFrame(coding, input)
-           : IsEncoder() ? Bytes(2 * pixels, 128)
-                         : DvFrame(fourcc, input);
+    if (coding) {
+        return GreyFrame(coding, input);
+    }
+    return IsEncoder() ? Bytes(2 * pixels, 128) : DvFrame(fourcc, input);
 }
 
 }  // namespace nyx::test

@@ -14,16 +14,16 @@ struct OutputFormat {
     DWORD compression;
 };
 
-/// What a test must know of one filter of the module.
+/// One filter of the module.
 struct CatalogueRow {
     const char* name;  ///< letters and digits only: part of a test's name
     CLSID clsid;
     const char* fourcc;     ///< of the coded side
     WORD bits;              ///< of the input
-    const char* coding;     ///< of the stand-in engine that makes its frames; null: none does
-    const wchar_t* engine;  ///< the library that it needs; null: none
-    Stream stream;          ///< the smallest that it takes, or nearly
-    Stream other;           ///< another of its streams, narrower if it has such
+    const char* coding;     ///< of the stand-in engine for its frames, or null
+    const wchar_t* engine;  ///< the library that it needs, or null
+    Stream stream;          ///< nearly the smallest that it accepts
+    Stream other;           ///< another of its streams, narrower if possible
 
     bool IsEncoder() const { return bits == 16; }
     /// In order; each is offered in both block forms, all of the long form first.
@@ -36,7 +36,7 @@ struct CatalogueRow {
         return VideoType(as.subtype, as.bits, as.compression, output);
     }
     MediaType OutputType(std::size_t format = 0) const { return OutputType(format, stream); }
-    /// What the filter asks for as the size of an output buffer.
+    /// The size of the output buffer that the filter requests.
     LONG BufferBytes(std::size_t format = 0) const {
         return IsEncoder() ? PictureBytes(InputType().Header()) / 10 * 12
                            : PictureBytes(OutputType(format).Header());
@@ -45,15 +45,15 @@ struct CatalogueRow {
     std::vector<BYTE> Frame(const Stream& input) const;
 };
 
-/// Its property page, the module's tenth class.
+/// The property page, the module's tenth class.
 extern const CLSID kPropertyPage;
 
 /// All nine filters, in the module's order, and the Zeta decoder once more with alpha.
 const std::vector<CatalogueRow>& Catalogue();
-/// The one of that name, which must be there.
+/// The row with that name, which must exist.
 const CatalogueRow& Row(const std::string& name);
-/// Some of them. What is true of one decoder without an engine, of one with and of the encoder in
-/// the words of the base classes and the templates is true of all.
+/// Some of the rows. Code of the base classes and templates that works in one decoder without an
+/// engine, one with an engine and the encoder works in all.
 std::vector<CatalogueRow> Rows(const std::vector<std::string>& names);
 
 }  // namespace nyx::test

@@ -36,8 +36,8 @@ inline void UnmapPages(void* pages, std::size_t size) {
 #endif
 
 /// A block beside inaccessible pages, on Linux and Windows: the first byte read or written past its
-/// end faults, or with `Edge::kStart` the first one before its start; at the other edge whatever
-/// lies more than a page away. A block of 0 bytes is the address of an inaccessible page.
+/// end faults, or with `Edge::kStart` the first one before its start; at the other edge an access
+/// more than a page away does. A block of 0 bytes is the address of an inaccessible page.
 class GuardedMemory {
   public:
     enum class Edge { kEnd, kStart };
@@ -57,7 +57,7 @@ class GuardedMemory {
     GuardedMemory& operator=(const GuardedMemory&) = delete;
     ~GuardedMemory() { UnmapPages(pages_, inside_ + 2 * kPage); }
 
-    /// Takes the right to write away.
+    /// Makes the block read-only.
     void Protect() const { AllowPages(pages_ + kPage, inside_, false); }
 
     BYTE* data() const { return data_; }

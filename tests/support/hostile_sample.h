@@ -34,14 +34,16 @@ class HostileSample : public Object<IMediaSample2> {
     ~HostileSample() override { real_->SetMediaType(nullptr); }
 
     STDMETHODIMP GetPointer(BYTE** data) override {
-        return *data = overrides_.nullPointer ? nullptr : data_.get(), overrides_.pointerResult;
+        *data = overrides_.nullPointer ? nullptr : data_.get();
+        return overrides_.pointerResult;
     }
     STDMETHODIMP_(LONG) GetSize() override { return size_; }
     STDMETHODIMP_(LONG) GetActualDataLength() override {
         return overrides_.length.value_or(length_);
     }
     STDMETHODIMP SetActualDataLength(LONG length) override {
-        return length_ = overrides_.setLengthResult ? length_ : length, overrides_.setLengthResult;
+        length_ = overrides_.setLengthResult ? length_ : length;
+        return overrides_.setLengthResult;
     }
     STDMETHODIMP GetProperties(DWORD size, BYTE* properties) override {
         AM_SAMPLE2_PROPERTIES record = Record();
@@ -150,9 +152,13 @@ class HostileAllocator : public Object<IMemAllocator> {
         properties_ = granted.value_or(*request);
         properties_.cbBuffer = std::abs(properties_.cbBuffer);
         real_ = NewAllocator(std::max(properties_.cBuffers, 1L));
-        return *actual = properties_, setPropertiesResult;
+        *actual = properties_;
+        return setPropertiesResult;
     }
-    STDMETHODIMP GetProperties(ALLOCATOR_PROPERTIES* p) override { return *p = properties_, S_OK; }
+    STDMETHODIMP GetProperties(ALLOCATOR_PROPERTIES* p) override {
+        *p = properties_;
+        return S_OK;
+    }
     STDMETHODIMP Commit() override { return real_->Commit(); }
     STDMETHODIMP Decommit() override { return real_->Decommit(); }
     STDMETHODIMP ReleaseBuffer(IMediaSample*) override { return E_NOTIMPL; }

@@ -15,7 +15,7 @@
 
 namespace nyx::test {
 
-/// What this process holds of the system's resources. Other threads should be at rest.
+/// The system's resources that this process holds. Other threads should be idle.
 struct Held {
     std::size_t privateBytes;  ///< memory that is this process's alone
     std::size_t heapBlocks;    ///< in use, in all heaps
@@ -38,7 +38,7 @@ inline std::size_t HeapBlocks() {
     return blocks;
 }
 
-/// Asks in such a way that Wine answers too, where the call for the count of handles gives 0.
+/// Counts handles in the system's table, since the call for their number returns 0 under Wine.
 inline Held CountHeld() {
     PROCESS_MEMORY_COUNTERS memory = {};
     GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof(memory));
@@ -60,8 +60,8 @@ inline Held CountHeld() {
     return held;
 }
 
-/// Calls `round` many times; less than one heap block in ten rounds may be left, which is what the
-/// runtime's own caches add.
+/// Calls `round` many times; it may leave less than one heap block in ten rounds, as the runtime's
+/// caches do.
 template <class Round>
 void ExpectNoLeak(int rounds, Round round) {
     constexpr int kWarmUp = 10;
@@ -73,11 +73,11 @@ void ExpectNoLeak(int rounds, Round round) {
     EXPECT_LE(HeapBlocks(), before + static_cast<std::size_t>(rounds / 10)) << "blocks lost";
 }
 
-/// Calls `round` here and on threads of its own in turn, which each may load and free libraries.
-/// Past what the system makes once, that leaves no thread-local slot, handle or heap block.
+/// Calls `round`, which may load and free libraries, alternately here and on a new thread. Apart
+/// from what the system allocates once, it leaves no thread-local slot, handle or heap block.
 template <class Round>
 void ExpectNothingKept(Round round) {
-    // Every DirectShow host has it, of the graph manager; Wine's loses handles when freed.
+    // The graph manager loads it in every DirectShow host; Wine's leaks handles when freed.
     ASSERT_TRUE(LoadLibraryW(L"winmm.dll"));
     const auto count = [] {
         const DWORD slot = TlsAlloc();  // the first that is free
@@ -87,7 +87,11 @@ void ExpectNothingKept(Round round) {
     auto before = count();
     for (int i = 0; i < 8 && !::testing::Test::HasFatalFailure(); ++i) {
         before = i == 4 ? count() : before;
-        i % 2 == 0 ? round() : std::thread(round).join();
+        if (i % 2 == 0) {
+            round();
+        } else {
+            std::thread(round).join();
+        }
     }
     const auto [slot, held] = count();
     EXPECT_NE(held.handles, 0u);

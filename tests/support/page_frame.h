@@ -13,14 +13,17 @@ namespace nyx::test {
 struct PageSite : Object<IPropertyPageSite> {
     DWORD status = 0;
 
-    STDMETHODIMP OnStatusChange(DWORD flags) override { return status = flags, S_OK; }
+    STDMETHODIMP OnStatusChange(DWORD flags) override {
+        status = flags;
+        return S_OK;
+    }
     STDMETHODIMP GetLocaleID(LCID*) override { return E_NOTIMPL; }
     STDMETHODIMP GetPageContainer(IUnknown**) override { return E_NOTIMPL; }
     STDMETHODIMP TranslateAccelerator(MSG*) override { return S_FALSE; }
 };
 
-/// A property frame of the suite's own: one page, shown for one object and used by window messages
-/// as a user would by mouse and keyboard. Needs a display.
+/// A property frame of the suite's own: shows one page for one object and sends it the window
+/// messages of mouse and keyboard. Needs a display.
 struct PageFrame {
     PageFrame(const ComPtr<IPropertyPage>& shown, IUnknown* object) : page(shown) {
         EXPECT_EQ(page->SetPageSite(site.Get()) | page->SetObjects(1, &object), S_OK);
@@ -49,7 +52,7 @@ struct PageFrame {
     std::pair<HRESULT, DWORD> Dirty() const {
         return {page->IsPageDirty(), std::exchange(site->status, 0)};
     }
-    /// The controls that the tab key goes through, from the first to the last.
+    /// The controls in the order of the tab key.
     std::vector<int> TabOrder() const {
         std::vector<int> order;
         HWND at = nullptr;
@@ -62,8 +65,8 @@ struct PageFrame {
 
     const ComPtr<IPropertyPage> page;
     const ComPtr<PageSite> site = Make<PageSite>();
-    /// A dialog, as the system's frames are. Neither a caption nor activation: without a window
-    /// manager the system would wait for one.
+    /// A dialog, like the system's frames, without caption or activation: without a window manager
+    /// the system would wait for one.
     const HWND frame =
         CreateWindowExW(WS_EX_CONTROLPARENT, WC_DIALOG, L"", WS_POPUP | WS_CLIPCHILDREN, 20, 20,
                         400, 300, nullptr, nullptr, nullptr, nullptr);

@@ -8,8 +8,8 @@
 namespace nyx::test {
 namespace {
 
-/// Ends the program as failed. Otherwise the runtime's debugger takes a crash over, and the exit
-/// code that it leaves may say success.
+/// Ends the program as failed. Otherwise the runtime's debugger handles a crash, and the exit code
+/// may be that of a success.
 LONG WINAPI EndOnCrash(EXCEPTION_POINTERS* crash) {
     std::printf("crash %08lX at %p\n", crash->ExceptionRecord->ExceptionCode,
                 crash->ExceptionRecord->ExceptionAddress);

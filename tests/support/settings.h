@@ -11,19 +11,20 @@
 #include <string>
 #include <vector>
 
+#include "platform/unique_handle.h"
+
 namespace nyx::test {
 
 /// Gives this process an empty current user's registry while in scope, so that tests of settings
-/// neither find nor leave anything. For one test at a time.
+/// neither read nor leave values. For one test at a time.
 class PrivateUserRegistry {
   public:
     PrivateUserRegistry() {
-        HKEY key = nullptr;
-        if (RegCreateKeyW(HKEY_CURRENT_USER, path_.c_str(), &key) ||
-            RegOverridePredefKey(HKEY_CURRENT_USER, key)) {
+        UniqueKey key;
+        if (CreateKey(HKEY_CURRENT_USER, path_.c_str(), KEY_ALL_ACCESS, &key) ||
+            RegOverridePredefKey(HKEY_CURRENT_USER, key.get())) {
             throw std::runtime_error("no private registry");
         }
-        RegCloseKey(key);
     }
     ~PrivateUserRegistry() {
         RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);

@@ -10,8 +10,8 @@
 
 namespace nyx::test {
 
-/// Has works 1 and 2, which `make` makes, done again and again on a thread each, at the same time.
-/// Each writes its result into the bytes that it is handed, and always that which it has alone.
+/// Runs works 1 and 2 of `make` repeatedly on a thread each, at the same time. Each writes its
+/// result into the bytes that it gets, always the same as when it runs alone.
 template <class Make>
 void ExpectSameTogether(Make make) {
     std::atomic<int> wrong{0};

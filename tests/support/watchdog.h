@@ -10,12 +10,12 @@
 
 namespace nyx::test {
 
-/// Steps that were done, on any thread: what takes long counts up now and then.
+/// Counts steps on all threads; long work counts up now and then.
 inline std::atomic<unsigned> progress{0};
 
-/// While it lives, ends the program as failed when no step is done for two minutes: a deadlock
-/// cannot be unwound. The test's name is the last of its output. Counted in ticks of a second each,
-/// so that a machine at rest or short of time counts slower.
+/// While it lives, ends the program as failed after two minutes without a step: a deadlock cannot
+/// be unwound. The test's name is the last of its output. Counts in ticks of a second, so that a
+/// suspended or slow machine counts slower.
 class Watchdog {
   public:
     Watchdog() = default;
@@ -49,7 +49,7 @@ class Watchdog {
     std::thread thread_{[this] { Watch(); }};
 };
 
-/// Calls `round` again and again, once at least, for the given time. Each is a step.
+/// Calls `round` repeatedly for the given time, at least once. Each call is a step.
 template <class Round>
 void For(std::chrono::milliseconds time, Round round) {
     const auto end = std::chrono::steady_clock::now() + time;
