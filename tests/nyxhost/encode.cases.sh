@@ -36,7 +36,7 @@ run 0 encode clip.avi small.avi --quant 4 --max-size 5
 holds "three frames of at most 5 %" \
     test "$(stat -c %s small.avi)" -lt $((3 * 720 * 486 * 2 * 5 / 100 + 65536))
 export NYX_STANDIN=encode:access
-run 6 encode clip.avi failed.avi
+run 6 encode rgb24.raw failed.avi --rgb24 $pictures
 says "frame 2 could not be encoded: E_FAIL"
 unset NYX_STANDIN
 use_no_engines

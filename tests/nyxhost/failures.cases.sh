@@ -36,6 +36,7 @@ done <<TABLE
 1|encode clip.avi none.avi --preset 1 --quant 5|the custom one
 2|decode missing.avi|cannot open missing.avi
 2|render missing.avi|cannot open missing.avi
+2|info NUL|not a file on a disk
 2|encode missing.avi none.avi|missing.avi
 2|encode pictures.raw none.avi --rgb24 ${raw/720/721}|not a whole number of pictures
 3|decode text.avi|neither AVI,

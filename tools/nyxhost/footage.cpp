@@ -7,6 +7,8 @@
 #include "file_version.h"
 #include "graph_tools.h"
 #include "platform/class_ids.h"
+#include "platform/system.h"
+#include "platform/unique_handle.h"
 #include "text.h"
 
 namespace nyx::host {
@@ -102,7 +104,20 @@ SourceStream StreamOf(const ComPtr<IPin>& pin) {
 
 }  // namespace
 
+void CheckReadable(const std::string& path) {
+    const UniqueHandle file = AdoptFile(CreateFileW(
+        Wide(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+        nullptr, OPEN_EXISTING, 0, nullptr));
+    if (file == nullptr) {
+        throw Failure(ExitCode::kInput, "cannot open " + path + ": " + ResultText(LastError()));
+    }
+    if (GetFileType(file.get()) != FILE_TYPE_DISK) {
+        throw Failure(ExitCode::kInput, "cannot open " + path + ": not a file on a disk");
+    }
+}
+
 Footage::Footage(IGraphBuilder* graph, const std::string& path) : path_(path) {
+    CheckReadable(path);
     const ComPtr<IBaseFilter> source = AddSource(graph, path);
     ComPtr<IEnumPins> pins;
     Check(source->EnumPins(pins.GetAddressOf()), "cannot list the source's pins");

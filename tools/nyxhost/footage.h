@@ -11,6 +11,10 @@
 
 namespace nyx::host {
 
+/// Failure kInput for a file that is missing or cannot be read, and for a port or a pipe: the
+/// system would wait for its bytes.
+void CheckReadable(const std::string& path);
+
 /// A pin of a source and the first type that it offers.
 struct SourceStream {
     ComPtr<IPin> pin;

@@ -12,8 +12,6 @@
 #include "frame_sink.h"
 #include "graph_description.h"
 #include "graph_tools.h"
-#include "platform/system.h"
-#include "platform/unique_handle.h"
 #include "progress.h"
 #include "text.h"
 
@@ -58,16 +56,6 @@ class Counter {
     std::atomic<LONG> count_{0};
     ComPtr<FrameSink> sink_;
 };
-
-/// Failure kInput for a file that is missing or cannot be read.
-void CheckReadable(const std::string& path) {
-    const UniqueHandle file = AdoptFile(CreateFileW(
-        Wide(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-        nullptr, OPEN_EXISTING, 0, nullptr));
-    if (file == nullptr) {
-        throw Failure(ExitCode::kInput, "cannot open " + path + ": " + ResultText(LastError()));
-    }
-}
 
 /// Reports why the system plays no picture of a file: our source or the decoders refuse it, or the
 /// system chooses another source.

@@ -1,5 +1,6 @@
 #include "wav_writer.h"
 
+#include <algorithm>
 #include <climits>
 #include <vector>
 
@@ -58,10 +59,11 @@ void WavWriter::WriteSilence(IMediaSample& sample) {
         return;
     }
     constexpr LONGLONG kUnitsPerSecond = 10000000;
-    const std::vector<BYTE> frame(frameBytes_);
+    const std::vector<BYTE> second(static_cast<std::size_t>(rate_) * frameBytes_);
     for (LONGLONG left = (start * rate_ + kUnitsPerSecond / 2) / kUnitsPerSecond; left > 0;
-         --left) {
-        Append(frame.data(), static_cast<DWORD>(frame.size()));
+         left -= rate_) {
+        Append(second.data(),
+               static_cast<DWORD>(std::min(left, rate_)) * static_cast<DWORD>(frameBytes_));
     }
 }
 
