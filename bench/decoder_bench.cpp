@@ -70,7 +70,7 @@ const test::CatalogueRow& RowOf(DWORD fourcc) {
     throw std::runtime_error("no decoder");
 }
 
-/// Decoder, engine and connections anew each time.
+/// Decoder, engine and connections created again each time.
 double FirstPicture(const test::CatalogueRow& row, const test::Stream& stream, std::size_t output,
                     const std::vector<BYTE>& frame) {
     constexpr int kRounds = 21;

@@ -4,7 +4,7 @@
 
 #include "engines/open/decoder_pool.h"
 #include "engines/open/dv_entries.h"
-#include "engines/open/dv_signals.h"
+#include "engines/open/dv_marks.h"
 #include "engines/open/picture_writer.h"
 
 namespace nyx::open {

@@ -4,7 +4,7 @@
 #include <new>
 
 #include "engines/open/dv_entries.h"
-#include "engines/open/dv_signals.h"
+#include "engines/open/dv_marks.h"
 #include "engines/open/picture_reader.h"
 
 namespace nyx::open {

@@ -131,9 +131,9 @@ TEST_P(Queries, TakeTheSizesOfTheCodecAndTellWhatItIs) {
     EXPECT_EQ(codec_.GetFourCC(), FourCCOf(number_));
     EXPECT_EQ(codec_.GetMaxCompressedSize(nullptr, false), 0u);
     registry_.Store(SettingsKey(number_), L"color_space", 7);
-    const Codecs anew;
+    const Codecs reread;
     for (int i = 0; i < kCodecs; ++i) {
-        EXPECT_EQ(anew.all[i]->GetColorSpace(), i == number_ ? 7 : 0) << kFourCCs[i];
+        EXPECT_EQ(reread.all[i]->GetColorSpace(), i == number_ ? 7 : 0) << kFourCCs[i];
     }
 }
 

@@ -74,7 +74,7 @@ class DvFrame {
     std::vector<BYTE> bytes_;
 };
 
-/// Frame `index` of a clip, whose name tells the size. A missing clip fails the test and gives a
+/// Frame `index` of a clip, whose name has the size. A missing clip fails the test and gives a
 /// blank frame.
 inline DvFrame LoadFrame(const std::string& clip, std::size_t index = 0) {
     const auto has = [&clip](const char* part) { return clip.find(part) != std::string::npos; };

@@ -76,7 +76,7 @@ TEST(DifParser, EditedFramesAreReadByTheirRules) {
     using Edits = std::vector<Edit>;
     constexpr auto kPal = "dv25_625_4x3", kNtsc = "dv25_525_4x3", kPal50 = "dvcpro50_625",
                    kNtsc50 = "dvcpro50_525", kHd = "dvcprohd_1080_50", kHd60 = "dvcprohd_1080_60";
-    const std::size_t off = 7 * 12000 + SubcodePackByte(11);  // nobody's own place
+    const std::size_t off = 7 * 12000 + SubcodePackByte(11);  // no pack's own place
     const Edits anywhere = {{0x60, 0, 0}, {1, off, 0x60}, {1, off + 3, 0xC0}};
     const std::size_t secondHalf = 6 * 12000 + AudioPackByte(3);
     const Edits lockedLate = {{1, secondHalf + 1, 0x58}, {1, 84000 + AudioPackByte(0) + 1, 0x58}};
@@ -157,7 +157,7 @@ TEST(DifParser, AspectFollowsDisplayAndBroadcastSystem) {
     }
 }
 
-/// The rows that no clip has: what differs is told, all else is that of the row beside it.
+/// The rows that no clip has: what differs is stated, all else is that of the row beside it.
 TEST(DifParser, RowsOfOneFormatDifferInAspectOrCodeAlone) {
     const auto words = [](FormatRecord row) {
         const LONG* first = &row.formatCode;
@@ -273,7 +273,7 @@ TEST(PackSearch, TheBestOfSeveralPlacesWins) {
                         [&](auto... frame) { return LocatePack(frame..., places.id); });
         }
         // Each half of a channel has its audio source; last the opening one stands in, of which
-        // audio block 7 is nobody's place.
+        // audio block 7 holds no pack.
         for (DWORD slot = 0; slot < bytes / 12000 / half; ++slot) {
             std::vector<std::size_t> order;
             for (std::size_t i = 0; i < half; ++i) {
@@ -370,8 +370,8 @@ TEST(DifBounds, CutFramesParse) {
         parser.GetTimecodePack(), parser.GetRecTimePack();
     }
     EXPECT_EQ(parser.Parse(nullptr, 144000), E_FAIL);
-    // A frame of no known size tells its picture; one of more channels than any recorder writes
-    // does no harm.
+    // A frame of unknown size has its picture in its packs; one of more channels than any recorder
+    // writes does no harm.
     EXPECT_EQ(parser.Parse(ntsc.data(), 119999), 1);
     EXPECT_EQ(parser.State().channelCount, 0u);
     DvFrame huge = DvFrame::Blank(12 * ntsc.size());

@@ -20,7 +20,7 @@ const auto kEncode = Export<DvEncodeEntry>(kDv, "_dv_encode@24");
 const HMODULE kM2v = LoadLibraryW(EngineFolder(L"..\\open\\rkm2vi01.dll").c_str());
 const auto kMpeg = Export<MpegIntraEntry>(kM2v, "m2vi_decode");
 
-/// A picture that ends at a guard; between its rows lie gaps that nobody writes to.
+/// A picture that ends at a guard; between its rows lie gaps that stay untouched.
 struct Picture {
     LONG width, height, bytes, gap = 0, direction = 1;
     LONG rowBytes = width * bytes, stride = direction * (rowBytes + gap);
@@ -86,7 +86,7 @@ TEST(OpenDv, ShowsEveryLayoutAndEncodesItAgain) {
             EXPECT_LT(squares / double(shown.size()), code == 0 ? kind.yuy2Error : kind.rgbError);
         }
     }
-    // No system, two, no variant, no such code or pixel, overlapping rows; to what nobody writes.
+    // No system, two, no variant, no such code or pixel, overlapping rows: nothing is written.
     constexpr LONG kCalls[][4] = {{0x11, 2880, 2, 0}, {0xD1, 2880, 2, 0}, {0x53, 2880, 2, 0},
                                   {0x51, 2880, 4, 9}, {0x51, 2880, 3, 0}, {0x51, -1439, 2, 0}};
     for (const auto& [flags, stride, bytes, code] : kCalls) {

@@ -1,4 +1,4 @@
-#include "engines/open/dv_signals.h"
+#include "engines/open/dv_marks.h"
 
 #include "dv/dif_layout.h"
 
