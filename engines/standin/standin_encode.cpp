@@ -121,6 +121,7 @@ void Run(const Job& job) {
 
 int main(int count, char** words) {
     CLI::App app("Encodes raw pictures with a stand-in engine into an AVI.", "standin_encode");
+    app.allow_windows_style_options(false);  // paths may begin with a slash
     standin::Job job;
     standin::AddOptions(app, job);
     try {
