@@ -3,8 +3,7 @@
 /// @file
 /// The pixel-format word of each engine's call record by pixel-format index: a number for the
 /// layouts that the engine stores itself, else the address of a slot of row callbacks, or 0 where
-/// the engine has no writer. The slots are process-wide; each of these calls fills them first,
-/// always with the same addresses. Callable on any thread.
+/// the engine has no writer. The slots are constant. Callable on any thread.
 
 #include "codecs/engine_records.h"
 

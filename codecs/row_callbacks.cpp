@@ -53,16 +53,15 @@ void ReadRows(const BYTE* source, LONG stride, BYTE* block, BYTE* alphaBlock, bo
     }
 }
 
-}  // namespace
-
 template <PackedLayout kLayout>
-void WriteCoreBlock(BYTE* destination, LONG stride, const BYTE* block, LONG width, LONG rows) {
+void WINAPI WriteCoreBlock(BYTE* destination, LONG stride, const BYTE* block, LONG width,
+                           LONG rows) {
     WriteRows<kLayout>(destination, stride, block, nullptr, false, width, rows);
 }
 
 template <PackedLayout kLayout, AlphaUse kAlpha>
-void WriteAlphaBlock(BYTE* destination, LONG stride, DWORD, DWORD, const BYTE* block, LONG width,
-                     LONG rows) {
+void WINAPI WriteAlphaBlock(BYTE* destination, LONG stride, DWORD, DWORD, const BYTE* block,
+                            LONG width, LONG rows) {
     constexpr bool kPremultiplied =
         kAlpha == AlphaUse::kPremultiplied || kLayout == PackedLayout::k2vuy;
     WriteRows<kLayout>(destination, stride, block, block + kAlphaBlockOffset, kPremultiplied, width,
@@ -70,7 +69,7 @@ void WriteAlphaBlock(BYTE* destination, LONG stride, DWORD, DWORD, const BYTE* b
 }
 
 template <PackedLayout kLayout>
-void FillTransparent(BYTE* destination, LONG stride, DWORD, DWORD, LONG width, LONG rows) {
+void WINAPI FillTransparent(BYTE* destination, LONG stride, DWORD, DWORD, LONG width, LONG rows) {
     constexpr PixelPair<int> kClear = {kBlackLuma,     kBlackLuma, kNeutralChroma,
                                        kNeutralChroma, 0,          0};
     const LONG pairs = width / 2;  // not bounded by a block, since none is read
@@ -83,32 +82,31 @@ void FillTransparent(BYTE* destination, LONG stride, DWORD, DWORD, LONG width, L
 }
 
 template <PackedLayout kLayout>
-void ReadCoreBlock(const BYTE* source, LONG stride, BYTE* block, LONG width, LONG rows) {
+void WINAPI ReadCoreBlock(const BYTE* source, LONG stride, BYTE* block, LONG width, LONG rows) {
     ReadRows<kLayout>(source, stride, block, nullptr, false, width, rows);
 }
 
 template <PackedLayout kLayout, AlphaUse kAlpha>
-void ReadAlphaBlock(const BYTE* source, LONG stride, DWORD, DWORD, BYTE* block, LONG width,
-                    LONG rows) {
+void WINAPI ReadAlphaBlock(const BYTE* source, LONG stride, DWORD, DWORD, BYTE* block, LONG width,
+                           LONG rows) {
     ReadRows<kLayout>(source, stride, block, block + kAlphaBlockOffset,
                       kAlpha == AlphaUse::kPremultiplied, width, rows);
 }
 
-#define NYX_INSTANTIATE_ALPHA(layout, alpha)                                                   \
-    template void WriteAlphaBlock<layout, alpha>(BYTE*, LONG, DWORD, DWORD, const BYTE*, LONG, \
-                                                 LONG);                                        \
-    template void ReadAlphaBlock<layout, alpha>(const BYTE*, LONG, DWORD, DWORD, BYTE*, LONG, LONG);
+template <PackedLayout kLayout>
+constexpr RowCallbacks kCallbacks = {
+    .coreDecode = &WriteCoreBlock<kLayout>,
+    .coreEncode = &ReadCoreBlock<kLayout>,
+    .alphaDecode = {{&FillTransparent<kLayout>, &WriteAlphaBlock<kLayout, AlphaUse::kStraight>},
+                    {&FillTransparent<kLayout>,
+                     &WriteAlphaBlock<kLayout, AlphaUse::kPremultiplied>}},
+    .alphaEncode = {&ReadAlphaBlock<kLayout, AlphaUse::kStraight>,
+                    &ReadAlphaBlock<kLayout, AlphaUse::kPremultiplied>}};
 
-#define NYX_INSTANTIATE(layout)                                                   \
-    template void WriteCoreBlock<layout>(BYTE*, LONG, const BYTE*, LONG, LONG);   \
-    template void ReadCoreBlock<layout>(const BYTE*, LONG, BYTE*, LONG, LONG);    \
-    template void FillTransparent<layout>(BYTE*, LONG, DWORD, DWORD, LONG, LONG); \
-    NYX_INSTANTIATE_ALPHA(layout, AlphaUse::kStraight)                            \
-    NYX_INSTANTIATE_ALPHA(layout, AlphaUse::kPremultiplied)
+}  // namespace
 
-NYX_INSTANTIATE(PackedLayout::k2vuy)
-NYX_INSTANTIATE(PackedLayout::kV408)
-NYX_INSTANTIATE(PackedLayout::kR408)
-NYX_INSTANTIATE(PackedLayout::kR4fl)
+constinit const RowCallbacks kRowCallbacks[] = {
+    kCallbacks<PackedLayout::k2vuy>, kCallbacks<PackedLayout::kV408>,
+    kCallbacks<PackedLayout::kR408>, kCallbacks<PackedLayout::kR4fl>};
 
 }  // namespace nyx

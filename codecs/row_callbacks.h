@@ -45,32 +45,46 @@
 namespace nyx {
 
 enum class AlphaUse { kStraight, kPremultiplied };
+constexpr int kAlphaUses = 2;
 
 /// Bytes from one row of a block to the next, and from a block to its alpha block.
 constexpr LONG kBlockRowBytes = 32;
 constexpr LONG kAlphaBlockOffset = 512;
 constexpr LONG kBlockSide = 16;
 
-/// Stores an opaque block. `stride` is in bytes and may be negative.
-template <PackedLayout kLayout>
-void WriteCoreBlock(BYTE* destination, LONG stride, const BYTE* block, LONG width, LONG rows);
-
-/// Stores a block with alpha. The third and fourth argument are the engine's own and not read.
-template <PackedLayout kLayout, AlphaUse kAlpha>
-void WriteAlphaBlock(BYTE* destination, LONG stride, DWORD, DWORD, const BYTE* block, LONG width,
-                     LONG rows);
-
-/// Stores a fully transparent block: black with neutral chroma and alpha 0.
-template <PackedLayout kLayout>
-void FillTransparent(BYTE* destination, LONG stride, DWORD, DWORD, LONG width, LONG rows);
+/// Stores an opaque block. `stride` is in bytes and may be negative, as in all callbacks.
+using CoreBlockWriter = void(WINAPI*)(BYTE* destination, LONG stride, const BYTE* block, LONG width,
+                                      LONG rows);
 
 /// Reads an opaque block; a layout's alpha is ignored.
-template <PackedLayout kLayout>
-void ReadCoreBlock(const BYTE* source, LONG stride, BYTE* block, LONG width, LONG rows);
+using CoreBlockReader = void(WINAPI*)(const BYTE* source, LONG stride, BYTE* block, LONG width,
+                                      LONG rows);
+
+/// Stores a block with alpha. The third and fourth argument are the engine's own and not read.
+using AlphaBlockWriter = void(WINAPI*)(BYTE* destination, LONG stride, DWORD, DWORD,
+                                       const BYTE* block, LONG width, LONG rows);
 
 /// Reads a block with alpha; "2vuy" gives opaque alpha.
-template <PackedLayout kLayout, AlphaUse kAlpha>
-void ReadAlphaBlock(const BYTE* source, LONG stride, DWORD, DWORD, BYTE* block, LONG width,
-                    LONG rows);
+using AlphaBlockReader = void(WINAPI*)(const BYTE* source, LONG stride, DWORD, DWORD, BYTE* block,
+                                       LONG width, LONG rows);
+
+/// Stores a fully transparent block: black with neutral chroma and alpha 0.
+using TransparentFill = void(WINAPI*)(BYTE* destination, LONG stride, DWORD, DWORD, LONG width,
+                                      LONG rows);
+
+/// The slots of one layout, those with alpha by AlphaUse. An engine gets the address of a slot.
+struct RowCallbacks {
+    CoreBlockWriter coreDecode;
+    CoreBlockReader coreEncode;
+    struct {
+        TransparentFill fill;
+        AlphaBlockWriter write;
+    } alphaDecode[kAlphaUses];
+    AlphaBlockReader alphaEncode[kAlphaUses];
+};
+static_assert(sizeof(RowCallbacks) == 8 * sizeof(void*));
+
+/// By PackedLayout.
+extern const RowCallbacks kRowCallbacks[kPackedLayouts];
 
 }  // namespace nyx

@@ -211,11 +211,10 @@ void ForEachRow(Row<Picture, Samples> row, LONG stride, LONG workingStride, LONG
     }
 }
 
-}  // namespace
-
 template <int kIndex, AlphaUse kAlpha>
-void WriteWorkingRows(BYTE* picture, LONG stride, const BYTE* workingRows, LONG workingStride,
-                      const BYTE* alphaRows, LONG alphaStride, LONG width, LONG rows) {
+void WINAPI WriteWorkingRows(BYTE* picture, LONG stride, const BYTE* workingRows,
+                             LONG workingStride, const BYTE* alphaRows, LONG alphaStride,
+                             LONG width, LONG rows) {
     const auto forEach = [&](auto body) {
         ForEachRow(WrittenRow{picture, workingRows, alphaRows, width}, stride, workingStride,
                    alphaStride, rows, body);
@@ -234,8 +233,8 @@ void WriteWorkingRows(BYTE* picture, LONG stride, const BYTE* workingRows, LONG 
 }
 
 template <int kIndex, AlphaUse kAlpha>
-void ReadWorkingRows(const BYTE* picture, LONG stride, BYTE* workingRows, LONG workingStride,
-                     BYTE* alphaRows, LONG alphaStride, LONG width, LONG rows) {
+void WINAPI ReadWorkingRows(const BYTE* picture, LONG stride, BYTE* workingRows, LONG workingStride,
+                            BYTE* alphaRows, LONG alphaStride, LONG width, LONG rows) {
     const auto forEach = [&](auto body) {
         ForEachRow(ReadRow{picture, workingRows, alphaRows, width}, stride, workingStride,
                    alphaStride, rows, body);
@@ -253,24 +252,18 @@ void ReadWorkingRows(const BYTE* picture, LONG stride, BYTE* workingRows, LONG w
     }
 }
 
-#define NYX_INSTANTIATE(index)                                                    \
-    template WorkingRowsWriter WriteWorkingRows<index, AlphaUse::kStraight>;      \
-    template WorkingRowsWriter WriteWorkingRows<index, AlphaUse::kPremultiplied>; \
-    template WorkingRowsReader ReadWorkingRows<index, AlphaUse::kStraight>;       \
-    template WorkingRowsReader ReadWorkingRows<index, AlphaUse::kPremultiplied>;
+template <int kIndex>
+constexpr std::array<WorkingRowsCallbacks, kAlphaUses> kCallbacks = {
+    {{&WriteWorkingRows<kIndex, AlphaUse::kStraight>,
+      &ReadWorkingRows<kIndex, AlphaUse::kStraight>},
+     {&WriteWorkingRows<kIndex, AlphaUse::kPremultiplied>,
+      &ReadWorkingRows<kIndex, AlphaUse::kPremultiplied>}}};
 
-NYX_INSTANTIATE(13)
-NYX_INSTANTIATE(14)
-NYX_INSTANTIATE(15)
-NYX_INSTANTIATE(16)
-NYX_INSTANTIATE(17)
-NYX_INSTANTIATE(18)
-NYX_INSTANTIATE(19)
-NYX_INSTANTIATE(20)
-NYX_INSTANTIATE(21)
-NYX_INSTANTIATE(22)
-NYX_INSTANTIATE(23)
-NYX_INSTANTIATE(24)
-NYX_INSTANTIATE(25)
+}  // namespace
+
+constinit const std::array<WorkingRowsCallbacks, kAlphaUses> kWorkingRows[] = {
+    kCallbacks<13>, kCallbacks<14>, kCallbacks<15>, kCallbacks<16>, kCallbacks<17>,
+    kCallbacks<18>, kCallbacks<19>, kCallbacks<20>, kCallbacks<21>, kCallbacks<22>,
+    kCallbacks<23>, kCallbacks<24>, kCallbacks<25>};
 
 }  // namespace nyx

@@ -24,21 +24,26 @@
 
 namespace nyx {
 
-/// Stores `rows` rows in the layout of `kIndex`. `picture` is the first one; strides are in bytes,
-/// the picture's may be negative. `alphaRows` may be null. An odd last pixel is skipped; a "b64a"
-/// row that cannot be converted, without SSSE3, becomes transparent black.
-template <int kIndex, AlphaUse kAlpha>
-void WriteWorkingRows(BYTE* picture, LONG stride, const BYTE* workingRows, LONG workingStride,
-                      const BYTE* alphaRows, LONG alphaStride, LONG width, LONG rows);
+/// Stores `rows` rows. `picture` is the first one; strides are in bytes, the picture's may be
+/// negative. `alphaRows` may be null. An odd last pixel is skipped; a "b64a" row that cannot be
+/// converted, without SSSE3, becomes transparent black.
+using WorkingRowsWriter = void(WINAPI*)(BYTE* picture, LONG stride, const BYTE* workingRows,
+                                        LONG workingStride, const BYTE* alphaRows, LONG alphaStride,
+                                        LONG width, LONG rows);
 
 /// Reads `rows` rows; `alphaRows`, if not null, is filled, with opaque alpha where the layout has
 /// none.
-template <int kIndex, AlphaUse kAlpha>
-void ReadWorkingRows(const BYTE* picture, LONG stride, BYTE* workingRows, LONG workingStride,
-                     BYTE* alphaRows, LONG alphaStride, LONG width, LONG rows);
+using WorkingRowsReader = void(WINAPI*)(const BYTE* picture, LONG stride, BYTE* workingRows,
+                                        LONG workingStride, BYTE* alphaRows, LONG alphaStride,
+                                        LONG width, LONG rows);
 
-/// Their types in the tables of callbacks.
-using WorkingRowsWriter = void(BYTE*, LONG, const BYTE*, LONG, const BYTE*, LONG, LONG, LONG);
-using WorkingRowsReader = void(const BYTE*, LONG, BYTE*, LONG, BYTE*, LONG, LONG, LONG);
+struct WorkingRowsCallbacks {
+    WorkingRowsWriter write;
+    WorkingRowsReader read;
+};
+
+/// By pixel-format index, from kIndexV210 on, and AlphaUse.
+extern const std::array<WorkingRowsCallbacks, kAlphaUses>
+    kWorkingRows[kPixelFormatCount - kIndexV210];
 
 }  // namespace nyx

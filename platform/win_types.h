@@ -46,6 +46,9 @@ constexpr bool FAILED(HRESULT result) {
 
 constexpr DWORD BI_RGB = 0;
 
+/// The calling convention that 32-bit Windows programs agree on; others have one of their own.
+#define WINAPI
+
 /// The 40-byte header of an uncompressed or compressed picture, laid out as in wingdi.h.
 struct BITMAPINFOHEADER {
     DWORD biSize;

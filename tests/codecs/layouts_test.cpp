@@ -25,6 +25,13 @@ BYTE* Address(Words& words) {
     return reinterpret_cast<BYTE*>(words.data());
 }
 
+const WorkingRowsCallbacks& Rows(int index, AlphaUse alpha) {
+    return kWorkingRows[index - kIndexV210][static_cast<std::size_t>(alpha)];
+}
+
+template <PackedLayout kLayout>
+constexpr const RowCallbacks& kBlocks = kRowCallbacks[static_cast<std::size_t>(kLayout)];
+
 /// A pixel pair in 8-bit codes: lumas, Cb, Cr, alphas.
 using Pair = std::array<double, 6>;
 
@@ -70,7 +77,7 @@ enum Kind { kOpaque, kStraight, kPremultiplied };
 template <PackedLayout kLayout, Kind kKind>
 void CheckBlock(const Bytes& block, const std::string& order, LONG width, LONG rows) {
     SCOPED_TRACE(testing::Message() << order << " kind " << kKind << " width " << width);
-    constexpr AlphaUse kUse = kKind == kStraight ? AlphaUse::kStraight : AlphaUse::kPremultiplied;
+    constexpr std::size_t kUse = kKind == kStraight ? 0 : 1;
     constexpr bool kFloats = kLayout == PackedLayout::kR4fl;
     const LONG pairBytes = static_cast<LONG>(order.size()) * (kFloats ? 4 : 1);
     const LONG pairs = std::clamp<LONG>(width / 2, 0, 8), pitch = pairs * pairBytes + 8;
@@ -78,14 +85,14 @@ void CheckBlock(const Bytes& block, const std::string& order, LONG width, LONG r
     const LONG last = std::max<LONG>(rows - 1, 0) * pitch;
     BYTE *to = picture.data() + last, *next = again.data() + last;
     if constexpr (kKind == kOpaque) {
-        WriteCoreBlock<kLayout>(to, -pitch, block.data(), width, rows);
-        ReadCoreBlock<kLayout>(to, -pitch, back.data(), width, rows);
+        kBlocks<kLayout>.coreDecode(to, -pitch, block.data(), width, rows);
+        kBlocks<kLayout>.coreEncode(to, -pitch, back.data(), width, rows);
         ASSERT_EQ(Bytes(back.begin() + 512, back.end()), Bytes(512));
-        WriteCoreBlock<kLayout>(next, -pitch, back.data(), width, rows);
+        kBlocks<kLayout>.coreDecode(next, -pitch, back.data(), width, rows);
     } else {
-        WriteAlphaBlock<kLayout, kUse>(to, -pitch, 5, 6, block.data(), width, rows);
-        ReadAlphaBlock<kLayout, kUse>(to, -pitch, 5, 6, back.data(), width, rows);
-        WriteAlphaBlock<kLayout, kUse>(next, -pitch, 5, 6, back.data(), width, rows);
+        kBlocks<kLayout>.alphaDecode[kUse].write(to, -pitch, 5, 6, block.data(), width, rows);
+        kBlocks<kLayout>.alphaEncode[kUse](to, -pitch, 5, 6, back.data(), width, rows);
+        kBlocks<kLayout>.alphaDecode[kUse].write(next, -pitch, 5, 6, back.data(), width, rows);
     }
     for (std::size_t i = 0; i < picture.size(); ++i) {
         const bool lossy = kLayout == PackedLayout::kV408 && kKind == kPremultiplied;
@@ -133,12 +140,13 @@ void CheckBlocks(const std::string& order) {
         KeepsAlpha(kIndex + 1) ? AlphaUse::kPremultiplied : AlphaUse::kStraight;
     for (const LONG width : {-1, 1, 15, 32}) {  // clear rows, which may be wider than blocks
         Words filled(600, 7), expected = filled, zeros(64), back(64, 7);
-        FillTransparent<kLayout>(Address(filled), 600, 5, 6, width, 2);
-        WriteWorkingRows<kIndex + 1, kAlpha>(Address(expected), 600, Address(zeros), 0,
-                                             Address(zeros), 0, width, 2);
+        kBlocks<kLayout>.alphaDecode[0].fill(Address(filled), 600, 5, 6, width, 2);
+        Rows(kIndex + 1, kAlpha)
+            .write(Address(expected), 600, Address(zeros), 0, Address(zeros), 0, width, 2);
         EXPECT_EQ(filled, expected);
-        ReadWorkingRows<kIndex, kAlpha>(Address(filled), 600, Address(back), 64, nullptr, 0,
-                                        std::min<LONG>(width, 15), 2);
+        Rows(kIndex, kAlpha)
+            .read(Address(filled), 600, Address(back), 64, nullptr, 0, std::min<LONG>(width, 15),
+                  2);
         for (LONG i = 0; i < 64; ++i) {
             const bool read = i % 32 < std::max<LONG>(std::min<LONG>(width, 15) / 2 * 4, 0);
             const WORD black = i % 2 == 0 ? 64 : 512;
@@ -159,20 +167,17 @@ TEST(PackedLayouts, ClampOtherValuesAndReadChromaFromTheEvenPixel) {
     const auto* floats = reinterpret_cast<const BYTE*>(wild);
     const BYTE v408[] = {7, 1, 8, 3, 9, 2, 9, 240}, r408[] = {5, 0, 7, 8, 6, 250, 9, 9};
     const BYTE bright[] = {1, 200, 255, 0, 0, 9, 9, 9};
-    using Use = AlphaUse;
     const struct {
-        void (*read)(const BYTE*, LONG, DWORD, DWORD, BYTE*, LONG, LONG);
+        AlphaBlockReader read;
         const BYTE* picture;
         Pair expected;
     } rows[] = {
-        {ReadAlphaBlock<PackedLayout::k2vuy, Use::kStraight>, v408, {1, 3, 7, 8, 255, 255}},
-        {ReadAlphaBlock<PackedLayout::kV408, Use::kStraight>, v408, {1, 2, 7, 8, 0, 255}},
-        {ReadAlphaBlock<PackedLayout::kR408, Use::kStraight>, r408, {16, 255, 7, 8, 5, 6}},
-        {ReadAlphaBlock<PackedLayout::kR408, Use::kPremultiplied>, bright, {255, 16, 255, 0, 1, 0}},
-        {ReadAlphaBlock<PackedLayout::kR4fl, Use::kStraight>, floats, {0, 255, 0, 255, 255, 0}},
-        {ReadAlphaBlock<PackedLayout::kR4fl, Use::kPremultiplied>,
-         floats,
-         {0, 16, 128, 128, 255, 0}},
+        {kBlocks<PackedLayout::k2vuy>.alphaEncode[0], v408, {1, 3, 7, 8, 255, 255}},
+        {kBlocks<PackedLayout::kV408>.alphaEncode[0], v408, {1, 2, 7, 8, 0, 255}},
+        {kBlocks<PackedLayout::kR408>.alphaEncode[0], r408, {16, 255, 7, 8, 5, 6}},
+        {kBlocks<PackedLayout::kR408>.alphaEncode[1], bright, {255, 16, 255, 0, 1, 0}},
+        {kBlocks<PackedLayout::kR4fl>.alphaEncode[0], floats, {0, 255, 0, 255, 255, 0}},
+        {kBlocks<PackedLayout::kR4fl>.alphaEncode[1], floats, {0, 16, 128, 128, 255, 0}},
     };
     for (const auto& row : rows) {
         BYTE block[1024] = {};
@@ -199,11 +204,10 @@ void CheckDeepRgb(DWORD matrix) {
         const DWORD word = i % 4 == 0 ? wide : (expected[i] * weight + 32767) / 65535;
         expected[i] = static_cast<WORD>(word >> 8 | (word & 255) << 8);
     }
-    WriteWorkingRows<kIndex, kUse>(Address(picture), 0, Address(words), 0, Address(alpha), 0,
-                                   kWidth, 1);
+    Rows(kIndex, kUse).write(Address(picture), 0, Address(words), 0, Address(alpha), 0, kWidth, 1);
     EXPECT_EQ(picture, expected);
-    ReadWorkingRows<kIndex, kUse>(Address(picture), 0, Address(read), 0, Address(readAlpha), 0,
-                                  kWidth, 1);
+    Rows(kIndex, kUse)
+        .read(Address(picture), 0, Address(read), 0, Address(readAlpha), 0, kWidth, 1);
     for (std::size_t i = 0; i < words.size(); ++i) {
         ASSERT_NEAR(read[i], words[i], 1);
         ASSERT_EQ(readAlpha[i / 2], kIndex < 20 ? 1023 : alpha[i / 2]);
@@ -222,13 +226,12 @@ TEST(WorkingRows, AreRoundedToBytesButNotToFloats) {
         const auto word = static_cast<WORD>(value);
         Words samples(4, word), alpha(2, word), back(4);
         BYTE bytes[8], floats[32];
-        WriteWorkingRows<17, AlphaUse::kStraight>(bytes, 0, Address(samples), 0, Address(alpha), 0,
-                                                  2, 1);
+        Rows(17, AlphaUse::kStraight).write(bytes, 0, Address(samples), 0, Address(alpha), 0, 2, 1);
         EXPECT_EQ(bytes[0], (value * 255 + 511) / 1023);
         EXPECT_EQ(bytes[2], std::min((value + 2) / 4, 255)) << value;
-        WriteWorkingRows<23, AlphaUse::kStraight>(floats, 0, Address(samples), 0, nullptr, 0, 2, 1);
-        ReadWorkingRows<23, AlphaUse::kPremultiplied>(floats, 0, Address(back), 0, Address(alpha),
-                                                      0, 2, 1);
+        Rows(23, AlphaUse::kStraight).write(floats, 0, Address(samples), 0, nullptr, 0, 2, 1);
+        Rows(23, AlphaUse::kPremultiplied)
+            .read(floats, 0, Address(back), 0, Address(alpha), 0, 2, 1);
         EXPECT_EQ(back, Words(4, std::min<WORD>(word, 1020)));
         EXPECT_EQ(alpha, Words(2, 1023)) << "opaque without a plane";
     }
@@ -236,12 +239,11 @@ TEST(WorkingRows, AreRoundedToBytesButNotToFloats) {
 
 TEST(WorkingRows, ReadOpaquePicturesWithoutAlphaAndTransparentPixelsAsBlack) {
     Words pixels(8), samples(4), alpha(2);
-    constexpr WorkingRowsReader* kLast = &ReadWorkingRows<20, AlphaUse::kPremultiplied>;
-    for (WorkingRowsReader* const read : {&ReadWorkingRows<16, AlphaUse::kPremultiplied>,
-                                          &ReadWorkingRows<18, AlphaUse::kPremultiplied>, kLast}) {
-        read(Address(pixels), 0, Address(samples), 0, Address(alpha), 0, 2, 1);
+    for (const int index : {16, 18, 20}) {
+        Rows(index, AlphaUse::kPremultiplied)
+            .read(Address(pixels), 0, Address(samples), 0, Address(alpha), 0, 2, 1);
         EXPECT_EQ(samples[0], 64);
-        EXPECT_EQ(alpha[0], read == kLast ? 0 : 1023);
+        EXPECT_EQ(alpha[0], index == 20 ? 0 : 1023);
     }
 }
 
@@ -256,11 +258,11 @@ TEST(WorkingRows, KeepV210SamplesIfTheRowFits) {
         for (const LONG stride : {filled, -filled, LONG{0}, filled - 1}) {
             const Bytes frame = Q210Frame(picture, 0);
             Bytes packed(frame.size());
-            WriteWorkingRows<13, AlphaUse::kStraight>(packed.data(), stride, Address(words), 0,
-                                                      nullptr, 0, width, 1);
+            Rows(13, AlphaUse::kStraight)
+                .write(packed.data(), stride, Address(words), 0, nullptr, 0, width, 1);
             EXPECT_EQ(packed, std::abs(stride) < filled ? Bytes(frame.size()) : frame);
-            ReadWorkingRows<13, AlphaUse::kStraight>(packed.data(), stride, Address(back), 0,
-                                                     Address(alpha), 0, width, 1);
+            Rows(13, AlphaUse::kStraight)
+                .read(packed.data(), stride, Address(back), 0, Address(alpha), 0, width, 1);
             EXPECT_EQ(std::pair(back, alpha), std::pair(words, Words(alpha.size(), 1023)));
         }
     }
