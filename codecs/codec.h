@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "codecs/format_rules.h"
+#include "codecs/pixel_format_index.h"
 #include "platform/win_types.h"
 
 namespace nyx {
@@ -123,7 +124,13 @@ class CCodecBase : public ICodec {
         : formats_(formats), color_space_(colorSpace) {}
     ~CCodecBase() = default;
 
-    bool Encodes() const { return formats_.encode.count != 0; }
+    bool Encodes() const { return !formats_.encode.empty(); }
+
+    /// The caller's buffer, for DescribeSurface; the compressed side gives the width that decides
+    /// on the definition.
+    SurfaceRequest RequestFor(const BITMAPINFOHEADER& uncompressed,
+                              const BITMAPINFOHEADER& compressed, bool alpha, const void* data,
+                              LONG stride);
 
   private:
     const CodecFormats& formats_;

@@ -6,35 +6,22 @@
 namespace nyx {
 namespace {
 
-bool IsFieldCode(std::optional<DWORD> code) {
-    return code && *code <= kProgressive;
-}
-
 HRESULT DescribeFrame(const BITMAPINFOHEADER& input, const void* frame,
                       REFERENCE_TIME averageFrameDuration, FrameInfo* info) {
-    const FrameChunks chunks(ByteSpan(frame, input.biSizeImage));
-    const std::optional<InfoWords> words = chunks.Info();
-    const HRESULT result = words ? S_OK : S_FALSE;
-    if (!info) {
-        return result;
+    FrameInfo found;
+    const bool hasInfo = ReadFrameChunks(ByteSpan(frame, input.biSizeImage), &found);
+    if (!hasInfo) {
+        const PixelAspect aspect = DefaultPixelAspect(input.biWidth, input.biHeight);
+        found.pixelAspectX = aspect.x;
+        found.pixelAspectY = aspect.y;
     }
-
-    const LONG width = input.biWidth;
-    const LONG height = input.biHeight;
-    const std::optional<DWORD> fieldCode = chunks.FieldCode();
-    info->fieldOrder = IsFieldCode(fieldCode)
-                           ? static_cast<LONG>(*fieldCode)
-                           : DefaultFieldOrder(width, height, averageFrameDuration);
-    const PixelAspect aspect = words ? PixelAspect{words->pixelAspectX, words->pixelAspectY}
-                                     : DefaultPixelAspect(width, height);
-    info->pixelAspectX = aspect.x;
-    info->pixelAspectY = aspect.y;
-    info->infoA = words ? words->infoA : -1;
-    info->infoB = words ? words->infoB : -1;
-    const std::optional<RdrtWords> rdrt = chunks.Rdrt();
-    info->rdrtA = rdrt ? rdrt->a : -1;
-    info->rdrtB = rdrt ? rdrt->b : -1;
-    return result;
+    if (found.fieldOrder < 0) {
+        found.fieldOrder = DefaultFieldOrder(input.biWidth, input.biHeight, averageFrameDuration);
+    }
+    if (info) {
+        *info = found;
+    }
+    return hasInfo ? S_OK : S_FALSE;
 }
 
 }  // namespace
@@ -47,6 +34,17 @@ HRESULT CCodecBase::CompressQuery(const BITMAPINFOHEADER* input, bool alphaInput
 HRESULT CCodecBase::DecompressQuery(const BITMAPINFOHEADER* input, const BITMAPINFOHEADER* output,
                                     bool alphaOut) {
     return CheckDecodeFormats(formats_, input, output, alphaOut);
+}
+
+SurfaceRequest CCodecBase::RequestFor(const BITMAPINFOHEADER& uncompressed,
+                                      const BITMAPINFOHEADER& compressed, bool alpha,
+                                      const void* data, LONG stride) {
+    return {.uncompressed = &uncompressed,
+            .compressedWidth = compressed.biWidth,
+            .alphaRequested = alpha,
+            .colorSpace = GetColorSpace(),
+            .data = const_cast<void*>(data),
+            .stride = stride};
 }
 
 HRESULT CCodecBase::GetFrameInfo(const BITMAPINFOHEADER* input, const void* frame,

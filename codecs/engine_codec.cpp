@@ -27,13 +27,10 @@ HRESULT CEngineCodec::Compress(const BITMAPINFOHEADER* input, bool alphaInput,
                      .settings = CurrentSettings(),
                      .output = outputData,
                      .room = output->biSizeImage};
-    const SurfaceRequest request = {.uncompressed = input,
-                                    .compressedWidth = output->biWidth,
-                                    .streamAlpha = output->biBitCount == kAlphaStreamBits,
-                                    .alphaRequested = alphaInput,
-                                    .colorSpace = job.settings.color_space,
-                                    .data = const_cast<void*>(inputData),
-                                    .stride = static_cast<LONG>(stride)};
+    SurfaceRequest request =
+        RequestFor(*input, *output, alphaInput, inputData, static_cast<LONG>(stride));
+    request.streamAlpha = output->biBitCount == kAlphaStreamBits;
+    request.colorSpace = job.settings.color_space;
     if (!HasPixelFormatIndex(*input)) {
         return UnknownFormatResult();
     }
@@ -62,12 +59,7 @@ HRESULT CEngineCodec::Decompress(const BITMAPINFOHEADER* input, const void* data
     if (!FitsOutput(*input, *output)) {
         return E_FAIL;
     }
-    SurfaceRequest request = {.uncompressed = output,
-                              .compressedWidth = input->biWidth,
-                              .alphaRequested = alphaOut,
-                              .colorSpace = GetColorSpace(),
-                              .data = outputData,
-                              .stride = stride};
+    SurfaceRequest request = RequestFor(*output, *input, alphaOut, outputData, stride);
     ScratchMemory scratch(&kept_);
     return GuardedResult([&] {
         const ByteSpan frame = SkipInfoChunk(ByteSpan(data, input->biSizeImage));

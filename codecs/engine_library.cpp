@@ -28,13 +28,6 @@ constexpr EngineDescription kDvTable[] = {
     {L"rkdvh.dll", "_dv_encode@24", "_dv_decode@24", kOldestDv},
 };
 
-// Constant-initialised: no code of the module may run before the first codec is made.
-constinit EngineFamily zetaFamily(kZetaTable);
-constinit EngineFamily zeta2Family(kZeta2Table);
-constinit EngineFamily losslessFamily(kLosslessTable);
-constinit EngineFamily mpegIntraFamily(kMpegIntraTable);
-constinit EngineFamily dvFamily(kDvTable);
-
 /// The fixed file version of a loaded library, the high word above the low one; 0 when it has none
 /// or it cannot be read.
 ULONGLONG FileVersion(HMODULE module) {
@@ -74,7 +67,7 @@ HMODULE LoadFromOwnFolder(const wchar_t* library) {
     HMODULE self = nullptr;
     if (!GetModuleHandleExW(
             GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-            reinterpret_cast<const wchar_t*>(&zetaFamily), &self)) {
+            reinterpret_cast<const wchar_t*>(&zetaEngines), &self)) {
         return nullptr;
     }
     const DWORD length = GetModuleFileNameW(self, path, kMaxPath);
@@ -88,6 +81,13 @@ HMODULE LoadFromOwnFolder(const wchar_t* library) {
 }
 
 }  // namespace
+
+// Constant-initialised: no code of the module may run before the first codec is made.
+constinit EngineFamily zetaEngines(kZetaTable);
+constinit EngineFamily zeta2Engines(kZeta2Table);
+constinit EngineFamily losslessEngines(kLosslessTable);
+constinit EngineFamily mpegIntraEngines(kMpegIntraTable);
+constinit EngineFamily dvEngines(kDvTable);
 
 void EngineBinding::Load(const EngineDescription& engine) {
     Bind(LoadLibraryW(engine.library), engine);
@@ -129,7 +129,7 @@ void EngineFamily::Join() {
     if (InterlockedIncrement(&instances_) != 1) {
         return;
     }
-    for (std::size_t i = 0; i < count_; ++i) {
+    for (std::size_t i = 0; i < engines_.size(); ++i) {
         bindings_[i].Load(engines_[i]);
     }
 }
@@ -139,38 +139,18 @@ void EngineFamily::Leave() {
     if (InterlockedDecrement(&instances_) != 0) {
         return;
     }
-    for (std::size_t i = 0; i < count_; ++i) {
+    for (std::size_t i = 0; i < engines_.size(); ++i) {
         bindings_[i].Unload();
     }
 }
 
 bool EngineFamily::IsComplete() const {
-    for (std::size_t i = 0; i < count_; ++i) {
+    for (std::size_t i = 0; i < engines_.size(); ++i) {
         if (!bindings_[i].IsComplete(engines_[i])) {
             return false;
         }
     }
     return true;
-}
-
-EngineFamily& ZetaEngines() {
-    return zetaFamily;
-}
-
-EngineFamily& Zeta2Engines() {
-    return zeta2Family;
-}
-
-EngineFamily& LosslessEngines() {
-    return losslessFamily;
-}
-
-EngineFamily& MpegIntraEngines() {
-    return mpegIntraFamily;
-}
-
-EngineFamily& DvEngines() {
-    return dvFamily;
 }
 
 }  // namespace nyx

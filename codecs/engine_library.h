@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <span>
 
 #include "codecs/spin_lock.h"
 
@@ -65,7 +66,7 @@ class EngineFamily {
 
     template <std::size_t kCount>
     explicit constexpr EngineFamily(const EngineDescription (&engines)[kCount])
-        : engines_(engines), count_(kCount) {
+        : engines_(engines) {
         static_assert(kCount <= kMaxEngines);
     }
     EngineFamily(const EngineFamily&) = delete;
@@ -85,21 +86,20 @@ class EngineFamily {
     const EngineBinding& operator[](std::size_t engine) const { return bindings_[engine]; }
 
   private:
-    const EngineDescription* engines_;
-    std::size_t count_;
+    std::span<const EngineDescription> engines_;
     EngineBinding bindings_[kMaxEngines];
     SpinLock lock_;
     volatile LONG instances_ = 0;
 };
 
 /// The families. The rows of a family are named beside it.
-EngineFamily& ZetaEngines();
+extern constinit EngineFamily zetaEngines;
 constexpr std::size_t kZetaCoreEngine = 0;
 constexpr std::size_t kZetaAlphaEngine = 1;
-EngineFamily& Zeta2Engines();
-EngineFamily& LosslessEngines();
-EngineFamily& MpegIntraEngines();
-EngineFamily& DvEngines();
+extern constinit EngineFamily zeta2Engines;
+extern constinit EngineFamily losslessEngines;
+extern constinit EngineFamily mpegIntraEngines;
+extern constinit EngineFamily dvEngines;
 
 /// A codec object's share in a family, from construction to destruction.
 class EngineUse {

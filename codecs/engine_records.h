@@ -72,23 +72,15 @@ struct ZetaCoreEncodeRecord {
 };
 static_assert(sizeof(ZetaCoreEncodeRecord) == RecordBytes(14, 72));
 
-/// Zeta alpha engine: the header probe. All words are ones except the command and the frame.
-struct ZetaAlphaProbeRecord {
-    LONG command = 0;
-    void* unused2 = nullptr;
-    DWORD codedLength = 0;  ///< set by the engine
-    LONG unused4[4] = {};
-    PixelFormatCode unused8 = 0;
-    const void* frame = nullptr;
-    LONG unused10[5] = {};
-};
-static_assert(sizeof(ZetaAlphaProbeRecord) == RecordBytes(14, 80));
-
-/// Zeta alpha engine: decode. The record has no length.
+/// Zeta alpha engine: decode, and the header probe, all of whose words are ones except the command
+/// and the frame. The record has no length.
 struct ZetaAlphaDecodeRecord {
     LONG command = 0;
     void* destination = nullptr;
-    LONG stride = 0;
+    union {
+        LONG stride = 0;
+        DWORD codedLength;  ///< probe: set by the engine
+    };
     LONG bytesPerPixel = 0;
     LONG reserved5[3] = {};
     PixelFormatCode pixelFormat = 0;
@@ -168,17 +160,6 @@ struct MpegIntraState {
 };
 static_assert(sizeof(MpegIntraState) == 948);
 
-/// MPEG-2 intra engine: the call that reads sequence and picture header.
-struct MpegIntraHeaderRecord {
-    MpegIntraState* state = nullptr;
-    const void* frame = nullptr;
-    DWORD frameLength = 0;
-    void* reserved4 = nullptr;
-    LONG reserved5[9] = {};
-    void* reserved14 = nullptr;
-};
-static_assert(sizeof(MpegIntraHeaderRecord) == RecordBytes(14, 80));
-
 /// MPEG-2 intra engine: the lines to leave out of a picture.
 struct MpegIntraCrop {
     LONG reserved1[2] = {};
@@ -186,8 +167,9 @@ struct MpegIntraCrop {
     LONG reserved4[29] = {};
 };
 
-/// MPEG-2 intra engine: the call that decodes the picture.
-struct MpegIntraPictureRecord {
+/// MPEG-2 intra engine: the call that decodes the picture, and the one that reads sequence and
+/// picture header, all of whose words behind the length are zero.
+struct MpegIntraRecord {
     MpegIntraState* state = nullptr;
     const void* frame = nullptr;
     DWORD frameLength = 0;
@@ -199,15 +181,23 @@ struct MpegIntraPictureRecord {
     LONG reserved[5] = {};
     const MpegIntraCrop* crop = nullptr;  ///< null for none
 };
-static_assert(sizeof(MpegIntraPictureRecord) == RecordBytes(14, 80));
+static_assert(sizeof(MpegIntraRecord) == RecordBytes(14, 80));
 
 /// Entry points. Those with a record get its address.
-using ZetaEntry = LONG(__stdcall*)(void* record);
-using Zeta2Entry = LONG(__stdcall*)(void* record);
+using ZetaEntry = LONG(__stdcall*)(void* record);  ///< core, alpha and Zeta2
 using LosslessDecodeEntry = LONG(__stdcall*)(LONG kind, const void* frame, void* destination,
                                              LONG stride, LONG width, LONG height);
 using LosslessEncodeEntry = LONG(__stdcall*)(LONG kind, void* output, const void* source,
                                              LONG stride, LONG width, LONG height);
 using MpegIntraEntry = LONG(__cdecl*)(void* record);
+
+/// The DV engine decodes one whole frame. `destination` is the first row in processing order,
+/// `stride` the bytes from row to row, negative for bottom-up. The result, a status, is ignored.
+using DvDecodeEntry = LONG(__stdcall*)(LONG flags, const void* frame, void* destination,
+                                       LONG stride, LONG bytesPerPixel, LONG outputCode);
+
+/// It encodes one picture of the variant's own size and returns the frame's length in bytes.
+using DvEncodeEntry = LONG(__stdcall*)(LONG flags, void* frame, const void* source, LONG stride,
+                                       LONG bytesPerPixel, LONG inputCode);
 
 }  // namespace nyx

@@ -4,8 +4,8 @@
 /// A codec's formats as data: the uncompressed formats for each compressed bit count, and the
 /// picture sizes. The queries of all such codecs are the two functions below.
 
-#include <cstddef>
 #include <cstdint>
+#include <span>
 
 #include "platform/fourcc.h"
 #include "platform/win_types.h"
@@ -23,25 +23,12 @@ struct FormatPair {
     AlphaFlag alpha;
 };
 
-/// The pairs of one direction. Borrows a static array.
-struct FormatPairs {
-    const FormatPair* first = nullptr;
-    std::size_t count = 0;
-
-    constexpr FormatPairs() = default;
-    template <std::size_t kCount>
-    constexpr FormatPairs(const FormatPair (&pairs)[kCount]) : first(pairs), count(kCount) {}
-
-    const FormatPair* begin() const { return first; }
-    const FormatPair* end() const { return first + count; }
-};
-
-/// One codec's formats.
+/// One codec's formats. Borrows static arrays of pairs.
 struct CodecFormats {
     DWORD fourcc;
     bool (*acceptsSize)(std::int64_t width, std::int64_t height);
-    FormatPairs decode;
-    FormatPairs encode;
+    std::span<const FormatPair> decode;
+    std::span<const FormatPair> encode;
 };
 
 /// The pairs of the codecs that carry alpha: 24-bit streams hold opaque pictures, 32-bit streams

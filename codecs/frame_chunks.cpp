@@ -1,6 +1,9 @@
 #include "codecs/frame_chunks.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <initializer_list>
+#include <optional>
 
 #include "platform/fourcc.h"
 
@@ -23,58 +26,50 @@ std::uint64_t InfoContainerSize(ByteSpan frame) {
     return kChunkHeader + std::uint64_t{frame.Le32At(4).value_or(0)};
 }
 
-std::optional<LONG> SignedAt(ByteSpan bytes, std::size_t offset) {
-    const std::optional<DWORD> word = bytes.Le32At(offset);
-    return word ? std::optional(static_cast<LONG>(*word)) : std::nullopt;
-}
-
-}  // namespace
-
-FrameChunks::FrameChunks(ByteSpan frame) {
-    const std::uint64_t size = InfoContainerSize(frame);
-    container_ = size < frame.size() ? frame.Slice(0, static_cast<std::size_t>(size))
-                                     : frame.Slice(0, size ? frame.size() : 0);
-}
-
-std::optional<InfoWords> FrameChunks::Info() const {
-    const auto a = SignedAt(container_, kChunkHeader);
-    const auto b = SignedAt(container_, kChunkHeader + 4);
-    const auto x = SignedAt(container_, kChunkHeader + 8);
-    const auto y = SignedAt(container_, kChunkHeader + 12);
-    if (!a || !b || !x || !y) {
-        return std::nullopt;
+/// Stores the first words of `bytes`; none when they are not all there.
+bool ReadWords(ByteSpan bytes, std::initializer_list<LONG*> words) {
+    if (!bytes.Holds(0, 4 * words.size())) {
+        return false;
     }
-    return InfoWords{.infoA = *a, .infoB = *b, .pixelAspectX = *x, .pixelAspectY = *y};
-}
-
-std::optional<DWORD> FrameChunks::FieldCode() const {
-    return Find(kFieldTag).Le32At(0);
-}
-
-std::optional<RdrtWords> FrameChunks::Rdrt() const {
-    const ByteSpan payload = Find(kRdrtTag);
-    const auto a = SignedAt(payload, 0);
-    const auto b = SignedAt(payload, 4);
-    if (!a || !b) {
-        return std::nullopt;
+    std::size_t offset = 0;
+    for (LONG* const word : words) {
+        *word = static_cast<LONG>(*bytes.Le32At(offset));
+        offset += 4;
     }
-    return RdrtWords{*a, *b};
+    return true;
 }
 
-ByteSpan FrameChunks::Find(DWORD tag) const {
-    ByteSpan rest = container_.Slice(kChunkHeader + kInfoWordsSize);
+/// The payload of the first chunk with this tag, cut to the bytes at hand; empty without one.
+ByteSpan FindChunk(ByteSpan rest, DWORD tag) {
     for (;;) {
         const std::optional<DWORD> found = rest.Le32At(0);
         const std::optional<DWORD> size = rest.Le32At(4);
         if (!found || !size || *found == 0) {
             return {};
         }
-        const ByteSpan payload = rest.Slice(kChunkHeader, *size);
         if (*found == tag) {
-            return payload;
+            return rest.Slice(kChunkHeader, *size);
         }
         rest = rest.Slice(kChunkHeader).Slice(*size);
     }
+}
+
+}  // namespace
+
+bool ReadFrameChunks(ByteSpan frame, FrameInfo* info) {
+    const std::uint64_t size = std::min<std::uint64_t>(InfoContainerSize(frame), frame.size());
+    const ByteSpan container = frame.Slice(0, static_cast<std::size_t>(size)).Slice(kChunkHeader);
+    if (!ReadWords(container,
+                   {&info->infoA, &info->infoB, &info->pixelAspectX, &info->pixelAspectY})) {
+        return false;
+    }
+    const ByteSpan chunks = container.Slice(kInfoWordsSize);
+    const std::optional<DWORD> fieldOrder = FindChunk(chunks, kFieldTag).Le32At(0);
+    if (fieldOrder && *fieldOrder <= kProgressive) {
+        info->fieldOrder = static_cast<LONG>(*fieldOrder);
+    }
+    ReadWords(FindChunk(chunks, kRdrtTag), {&info->rdrtA, &info->rdrtB});
+    return true;
 }
 
 ByteSpan SkipInfoChunk(ByteSpan frame) {

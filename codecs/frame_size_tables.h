@@ -18,4 +18,7 @@ LONG DefaultFieldOrder(LONG width, LONG height, REFERENCE_TIME averageFrameDurat
 /// The pixel aspect usual for a frame of this size, 1:1 for sizes that are not listed.
 PixelAspect DefaultPixelAspect(LONG width, LONG height);
 
+/// Whether the size is one of production, broadcast or computer video: those that Zeta codes.
+bool IsUsualSize(std::int64_t width, std::int64_t height);
+
 }  // namespace nyx

@@ -104,10 +104,10 @@ HRESULT Convert(const ScratchImage& stored, LONG kind, const SurfaceFormat& dest
 
 CLosslessCodec::CLosslessCodec()
     : CEngineCodec(kFormats, ReadCodecSetting(kFourCC, L"color_space", 0)),
-      engines_(LosslessEngines()) {}
+      engines_(losslessEngines) {}
 
 bool CLosslessCodec::IsEngineAvailable(LONG) {
-    return LosslessEngines().IsComplete();
+    return losslessEngines.IsComplete();
 }
 
 DWORD CLosslessCodec::GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool) {
@@ -135,9 +135,8 @@ HRESULT CLosslessCodec::DecodeStored(const DecodeJob& job, LONG kind,
     }
     LONG returned = 0;
     const HRESULT result =
-        CallEngine(&returned, engines_[kEngine].Decode<LosslessDecodeEntry>(), kind,
-                   static_cast<const void*>(frame), static_cast<void*>(destination.data),
-                   destination.stride, destination.width, destination.height);
+        CallEngine(&returned, engines_[kEngine].Decode<LosslessDecodeEntry>(), kind, frame,
+                   destination.data, destination.stride, destination.width, destination.height);
     // Unlike the other engines' results this one counts: negative, as an error code, a length or a
     // count, it can only mean failure.
     return SUCCEEDED(result) && returned < 0 ? E_FAIL : result;
@@ -174,8 +173,7 @@ HRESULT CLosslessCodec::EncodeFrame(const EncodeJob& job, LONG* codedLength) {
         return E_FAIL;
     }
     return CallEngine(codedLength, engines_[kEngine].Encode<LosslessEncodeEntry>(), kind,
-                      job.output, static_cast<const void*>(surface.data), surface.stride,
-                      surface.width, surface.height);
+                      job.output, surface.data, surface.stride, surface.width, surface.height);
 }
 
 }  // namespace nyx

@@ -12,7 +12,6 @@ namespace nyx {
 class CLosslessCodec : public CEngineCodec {
   public:
     CLosslessCodec();
-    virtual ~CLosslessCodec() = default;
 
     /// True when both entries of the engine are bound, in either mode.
     static bool IsEngineAvailable(LONG mode);

@@ -46,10 +46,10 @@ HRESULT ConvertToRgb(const ScratchImage& picture, const SurfaceFormat& destinati
 
 CMpegIntraCodec::CMpegIntraCodec()
     : CEngineCodec(kFormats, ReadCodecSetting(kFourCC, L"color_space", 0)),
-      engines_(MpegIntraEngines()) {}
+      engines_(mpegIntraEngines) {}
 
 bool CMpegIntraCodec::IsEngineAvailable(LONG mode) {
-    return mode == kEngineForDecoding && MpegIntraEngines().IsComplete();
+    return mode == kEngineForDecoding && mpegIntraEngines.IsComplete();
 }
 
 DWORD CMpegIntraCodec::GetMaxCompressedSize(const BITMAPINFOHEADER*, bool) {
@@ -62,11 +62,11 @@ std::optional<bool> CMpegIntraCodec::Probe(ByteSpan frame, const BITMAPINFOHEADE
 
 HRESULT CMpegIntraCodec::ReadCodedHeight(ByteSpan frame, LONG* codedHeight) {
     MpegIntraState state = {};
-    MpegIntraHeaderRecord record = {
+    MpegIntraRecord record = {
         .state = &state, .frame = frame.data(), .frameLength = static_cast<DWORD>(frame.size())};
     LONG ignored;
-    const HRESULT result = CallEngine(&ignored, engines_[kEngine].Decode<MpegIntraEntry>(),
-                                      static_cast<void*>(&record));
+    const HRESULT result =
+        CallEngine(&ignored, engines_[kEngine].Decode<MpegIntraEntry>(), &record);
     *codedHeight = state.codedHeight;
     return result;
 }
@@ -75,18 +75,18 @@ HRESULT CMpegIntraCodec::DecodePicture(ByteSpan frame, LONG linesDropped,
                                        const SurfaceFormat& destination) {
     MpegIntraState state = {};
     const MpegIntraCrop crop = {.linesDroppedAtTop = linesDropped};
-    MpegIntraPictureRecord record = {.state = &state,
-                                     .frame = frame.data(),
-                                     .frameLength = static_cast<DWORD>(frame.size()),
-                                     .destination = destination.data,
-                                     .stride = destination.stride,
-                                     .bytesPerPixel = destination.bytesPerPixel,
-                                     .width = destination.width,
-                                     .height = destination.height,
-                                     .crop = linesDropped > 0 ? &crop : nullptr};
+    MpegIntraRecord record = {.state = &state,
+                              .frame = frame.data(),
+                              .frameLength = static_cast<DWORD>(frame.size()),
+                              .destination = destination.data,
+                              .stride = destination.stride,
+                              .bytesPerPixel = destination.bytesPerPixel,
+                              .width = destination.width,
+                              .height = destination.height,
+                              .crop = linesDropped > 0 ? &crop : nullptr};
     LONG ignored;
-    const HRESULT result = CallEngine(&ignored, engines_[kEngine].Decode<MpegIntraEntry>(),
-                                      static_cast<void*>(&record));
+    const HRESULT result =
+        CallEngine(&ignored, engines_[kEngine].Decode<MpegIntraEntry>(), &record);
     if (FAILED(result)) {
         FillBlack(destination);
     }

@@ -14,7 +14,6 @@ namespace nyx {
 class CMpegIntraCodec : public CEngineCodec {
   public:
     CMpegIntraCodec();
-    virtual ~CMpegIntraCodec() = default;
 
     /// True for decoding with the engine's entry bound.
     static bool IsEngineAvailable(LONG mode);

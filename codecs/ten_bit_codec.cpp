@@ -148,17 +148,10 @@ HRESULT CTenBitCodec::Compress(const BITMAPINFOHEADER* input, bool alphaInput,
         return E_POINTER;
     }
     SurfaceFormat surface;
-    const SurfaceRequest request = {.uncompressed = input,
-                                    .compressedWidth = output->biWidth,
-                                    .alphaRequested = alphaInput,
-                                    .colorSpace = GetColorSpace(),
-                                    .data = const_cast<void*>(inputData)};
-    if (!IsPossibleSize(input->biWidth, AbsoluteHeight(*input)) ||
-        FAILED(DescribeSurface(request, &surface))) {
-        return E_FAIL;
-    }
     const TenBitRowKernels* rows = SelectTenBitRowKernels();
-    if (!rows) {
+    if (!IsPossibleSize(input->biWidth, AbsoluteHeight(*input)) ||
+        FAILED(DescribeSurface(RequestFor(*input, *output, alphaInput, inputData, 0), &surface)) ||
+        !rows) {
         return E_FAIL;
     }
 
@@ -194,14 +187,10 @@ HRESULT CTenBitCodec::Decompress(const BITMAPINFOHEADER* input, const void* data
         return E_FAIL;
     }
     SurfaceFormat surface;
-    const SurfaceRequest request = {.uncompressed = output,
-                                    .compressedWidth = input->biWidth,
-                                    .alphaRequested = alphaOut,
-                                    .colorSpace = GetColorSpace(),
-                                    .data = outputData,
-                                    .stride = stride};
     const TenBitRowKernels* rows = SelectTenBitRowKernels();
-    if (FAILED(DescribeSurface(request, &surface)) || !rows) {
+    if (FAILED(
+            DescribeSurface(RequestFor(*output, *input, alphaOut, outputData, stride), &surface)) ||
+        !rows) {
         return E_FAIL;
     }
 

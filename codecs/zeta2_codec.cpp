@@ -45,10 +45,10 @@ CZeta2Codec::CZeta2Codec(const EncoderParameters& parameters)
     : CEngineCodec(kFormats, parameters.color_space),
       quality_{parameters.quant_scale, parameters.max_stream_size},
       preset_(parameters.preset),
-      engines_(Zeta2Engines()) {}
+      engines_(zeta2Engines) {}
 
 bool CZeta2Codec::IsEngineAvailable(LONG) {
-    return Zeta2Engines().IsComplete();
+    return zeta2Engines.IsComplete();
 }
 
 DWORD CZeta2Codec::GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool alpha) {
@@ -66,8 +66,7 @@ std::optional<bool> CZeta2Codec::Probe(ByteSpan frame, const BITMAPINFOHEADER&) 
     Zeta2DecodeRecord record = {};
     record.frame = frame.data();
     LONG ignored;
-    const HRESULT result =
-        CallEngine(&ignored, engines_[kEngine].Decode<Zeta2Entry>(), static_cast<void*>(&record));
+    const HRESULT result = CallEngine(&ignored, engines_[kEngine].Decode<ZetaEntry>(), &record);
     // As for the Zeta engines, any length within the bytes at hand is accepted, 0 too.
     if (FAILED(result) || record.codedLength > frame.size()) {
         return std::nullopt;
@@ -87,8 +86,7 @@ HRESULT CZeta2Codec::DecodeFrame(const DecodeJob& job) {
         .frame = job.frame.data(),
         .codedLength = static_cast<DWORD>(job.frame.size())};
     LONG ignored;
-    const HRESULT result =
-        CallEngine(&ignored, engines_[kEngine].Decode<Zeta2Entry>(), static_cast<void*>(&record));
+    const HRESULT result = CallEngine(&ignored, engines_[kEngine].Decode<ZetaEntry>(), &record);
     if (SUCCEEDED(result)) {
         CleanStraightMatte(job);
     }
@@ -120,8 +118,7 @@ HRESULT CZeta2Codec::EncodeFrame(const EncodeJob& job, LONG* codedLength) {
         .height = surface.height,
         .quantScale = quality_.quant_scale,
         .encodeConstant = kZeta2EncodeConstant};
-    return CallEngine(codedLength, engines_[kEngine].Encode<Zeta2Entry>(),
-                      static_cast<void*>(&record));
+    return CallEngine(codedLength, engines_[kEngine].Encode<ZetaEntry>(), &record);
 }
 
 }  // namespace nyx

@@ -11,7 +11,6 @@ namespace nyx {
 class CZeta2Codec : public CEngineCodec {
   public:
     CZeta2Codec();
-    virtual ~CZeta2Codec() = default;
 
     /// True when both entries of the engine are bound, in either mode.
     static bool IsEngineAvailable(LONG mode);

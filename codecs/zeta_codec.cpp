@@ -4,11 +4,11 @@
 #include <array>
 #include <bit>
 #include <cstring>
-#include <iterator>
 #include <mutex>
 
 #include "codecs/engine_records.h"
 #include "codecs/fault_guard.h"
+#include "codecs/frame_size_tables.h"
 #include "codecs/header_checks.h"
 #include "settings/codec_settings.h"
 
@@ -17,24 +17,7 @@ namespace {
 
 constexpr DWORD kFourCC = FourCC("QZTA");
 
-struct FrameSize {
-    LONG width;
-    LONG height;
-};
-
-constexpr FrameSize kFrameSizes[] = {
-    {1920, 1080}, {1440, 1080}, {1280, 1080}, {1280, 720}, {960, 720},  {720, 576}, {720, 486},
-    {720, 480},   {640, 480},   {320, 240},   {160, 120},  {800, 600},  {352, 480}, {352, 240},
-    {352, 288},   {176, 144},   {1280, 1024}, {1280, 960}, {1024, 768}, {704, 480}, {704, 576},
-};
-
-bool IsZetaSize(std::int64_t width, std::int64_t height) {
-    return std::any_of(std::begin(kFrameSizes), std::end(kFrameSizes), [&](const FrameSize& size) {
-        return size.width == width && size.height == height;
-    });
-}
-
-constexpr CodecFormats kFormats = {kFourCC, &IsZetaSize, kAlphaDecodePairs, kAlphaEncodePairs};
+constexpr CodecFormats kFormats = {kFourCC, &IsUsualSize, kAlphaDecodePairs, kAlphaEncodePairs};
 
 constexpr WORD kAlphaBits = 32;
 constexpr std::size_t kShortestFrame = 4;  // an alpha frame's tag
@@ -68,8 +51,7 @@ bool CodedLengthFits(ZetaEntry entry, Record* record, ByteSpan frame) {
     record->command = kCommandProbe;
     record->frame = frame.data();
     LONG ignored;
-    return SUCCEEDED(CallEngine(&ignored, entry, static_cast<void*>(record))) &&
-           record->codedLength <= frame.size();
+    return SUCCEEDED(CallEngine(&ignored, entry, record)) && record->codedLength <= frame.size();
 }
 
 template <typename Record>
@@ -86,10 +68,10 @@ CZetaCodec::CZetaCodec() : CZetaCodec(ReadEncoderParameters(kFourCC)) {}
 CZetaCodec::CZetaCodec(const EncoderParameters& parameters)
     : CEngineCodec(kFormats, parameters.color_space),
       settings_(parameters),
-      engines_(ZetaEngines()) {}
+      engines_(zetaEngines) {}
 
 bool CZetaCodec::IsEngineAvailable(LONG) {
-    return ZetaEngines().IsComplete();
+    return zetaEngines.IsComplete();
 }
 
 DWORD CZetaCodec::GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool alpha) {
@@ -129,7 +111,7 @@ std::optional<bool> CZetaCodec::Probe(ByteSpan frame, const BITMAPINFOHEADER&) {
         return std::nullopt;
     }
     if (StartsWith(frame, "ZTA1", 4)) {
-        auto record = AllOnes<ZetaAlphaProbeRecord>();
+        auto record = AllOnes<ZetaAlphaDecodeRecord>();
         const auto entry = engines_[kZetaAlphaEngine].Decode<ZetaEntry>();
         return CodedLengthFits(entry, &record, frame) ? std::optional<bool>(true) : std::nullopt;
     }
@@ -154,8 +136,7 @@ HRESULT CZetaCodec::DecodeFrame(const DecodeJob& job) {
             .frame = job.frame.data(),
             .codedLength = static_cast<DWORD>(job.frame.size()),
             .coreConstant = kCoreConstant};
-        return CallEngine(&ignored, engines_[kZetaCoreEngine].Decode<ZetaEntry>(),
-                          static_cast<void*>(&record));
+        return CallEngine(&ignored, engines_[kZetaCoreEngine].Decode<ZetaEntry>(), &record);
     }
     ZetaAlphaDecodeRecord record = {
         .command = kCommandDecode,
@@ -164,8 +145,8 @@ HRESULT CZetaCodec::DecodeFrame(const DecodeJob& job) {
         .bytesPerPixel = surface.bytesPerPixel,
         .pixelFormat = ZetaAlphaCode(surface.index, Direction::kDecode, job.alphaMode),
         .frame = job.frame.data()};
-    const HRESULT result = CallEngine(&ignored, engines_[kZetaAlphaEngine].Decode<ZetaEntry>(),
-                                      static_cast<void*>(&record));
+    const HRESULT result =
+        CallEngine(&ignored, engines_[kZetaAlphaEngine].Decode<ZetaEntry>(), &record);
     if (SUCCEEDED(result)) {
         CleanStraightMatte(job);
     }
@@ -215,8 +196,7 @@ HRESULT CZetaCodec::EncodeCore(const EncodeJob& job, LONG* codedLength) {
                                    .height = surface.height,
                                    .quantScale = job.settings.quant_scale,
                                    .encodeConstant = kZetaEncodeConstant};
-    return CallEngine(codedLength, engines_[kZetaCoreEngine].Encode<ZetaEntry>(),
-                      static_cast<void*>(&record));
+    return CallEngine(codedLength, engines_[kZetaCoreEngine].Encode<ZetaEntry>(), &record);
 }
 
 HRESULT CZetaCodec::EncodeAlpha(const EncodeJob& job, LONG* codedLength) {
@@ -232,8 +212,7 @@ HRESULT CZetaCodec::EncodeAlpha(const EncodeJob& job, LONG* codedLength) {
         .height = surface.height,
         .quantScale = job.settings.quant_scale,
         .encodeConstant = kZetaEncodeConstant};
-    return CallEngine(codedLength, engines_[kZetaAlphaEngine].Encode<ZetaEntry>(),
-                      static_cast<void*>(&record));
+    return CallEngine(codedLength, engines_[kZetaAlphaEngine].Encode<ZetaEntry>(), &record);
 }
 
 }  // namespace nyx

@@ -13,7 +13,6 @@ namespace nyx {
 class CZetaCodec : public CEngineCodec {
   public:
     CZetaCodec();
-    virtual ~CZetaCodec() = default;
 
     /// True when both engines are bound, in either mode.
     static bool IsEngineAvailable(LONG mode);

@@ -19,14 +19,6 @@ LONG PayloadOf(const BYTE* pack) {
                              DWORD{pack[kPc4]} << 24);
 }
 
-PackPayload ReadPayload(const BYTE* pack) {
-    const LONG value = PayloadOf(pack);
-    if (!pack) {
-        return {};
-    }
-    return {value == -1 ? 2 : 1, value};
-}
-
 }  // namespace
 
 HRESULT CLvtDifParser::Parse(const void* frame, std::size_t size) {
@@ -44,9 +36,6 @@ HRESULT CLvtDifParser::Parse(const void* frame, std::size_t size) {
         RefineFormatCode(applicationId, DescribeAudio(), &state_.format);
         ApplyFrameRatePack(state_.frameRate, &state_.format);
     }
-    // The pairs end a parse unset; readers take the payloads from the packs.
-    state_.timecodePayload = {};
-    state_.binaryGroupPayload = {};
     return formatFound && audioValid && applicationId != kApplicationUnknown ? kRecognised : E_FAIL;
 }
 
@@ -88,8 +77,6 @@ void CLvtDifParser::LocatePacks() {
     state_.audioRecTime = locate(kAudioRecTimePack);
     state_.timecode = FindTimecodePack(state_.frame, state_.frameBytes);
     state_.binaryGroup = locate(kBinaryGroupPack);
-    state_.timecodePayload = ReadPayload(state_.timecode);
-    state_.binaryGroupPayload = ReadPayload(state_.binaryGroup);
 }
 
 /// A buffer may claim more channels than any recorder writes.

@@ -3,20 +3,12 @@
 #include <cstddef>
 
 #include "codecs/fault_guard.h"
-#include "dv/dv_engine.h"
 #include "dv/resample.h"
-#include "settings/codec_settings.h"
 
 namespace nyx {
 namespace {
 
-constexpr DWORD kFourCC = FourCC("QDVC");
 constexpr LONG kRecordedWidth = 720;
-
-constexpr DvPictureSize kSizes[] = {
-    {720, 480, 120000}, {856, 480, 120000}, {720, 576, 144000}, {1024, 576, 144000}};
-
-constexpr DvVariant kVariant = MakeDvVariant<kSizes>(kFourCC);
 
 /// A picture of 720 pixels per row, top-down or bottom-up.
 SurfaceFormat RecordedSurface(const ScratchImage& picture, int index, bool bottomUp) {
@@ -39,9 +31,9 @@ LONG UnitsOf(LONG width, LONG bytesPerPixel) {
 }  // namespace
 
 CDv25Codec::CDv25Codec()
-    : CDvCodecBase(kVariant, ReadCodecSetting(kFourCC, L"color_space", 0)),
-      wide_screen_(IsSettingOn(kFourCC, L"wide_screen")),
-      dvcpro25_(IsSettingOn(kFourCC, L"dvcpro25")) {}
+    : CDvCodecBase(kDvFormats<kQdvc>),
+      wide_screen_(IsSettingOn(kQdvc, L"wide_screen")),
+      dvcpro25_(IsSettingOn(kQdvc, L"dvcpro25")) {}
 
 HRESULT CDv25Codec::ReadReferenceFrame(ByteSpan sample, std::unique_ptr<BYTE[]>* buffer,
                                        DWORD* length) {
@@ -80,17 +72,14 @@ HRESULT CDv25Codec::DecodeFrame(LONG width, LONG height, LONG flags, const void*
 
 LONG CDv25Codec::EncodeFlags(const SurfaceFormat& source) const {
     const LONG variant = dvcpro25_ ? kEngineDvcPro25 : kEngineDv25;
-    const auto aspect = [&](LONG wideWidth) {
-        return wide_screen_ || source.width == wideWidth ? kEngineWide : 0;
-    };
-    switch (source.height) {
-        case 480:
-            return kEngineSystem60 | variant | aspect(856);
-        case 576:
-            return kEngineSystem50 | variant | aspect(1024);
-        default:
-            return 0;
+    const DvSignal* signal = FindDvSignalIf([&](const DvSignal& candidate) {
+        return candidate.variant == variant && candidate.height == source.height;
+    });
+    if (!signal) {
+        return 0;
     }
+    const bool wide = wide_screen_ || source.width == signal->wideWidth;
+    return signal->system | variant | (wide ? kEngineWide : 0);
 }
 
 HRESULT CDv25Codec::EncodePicture(LONG flags, const SurfaceFormat& source, void* frame,

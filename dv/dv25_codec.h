@@ -21,7 +21,6 @@ class CDv25Codec : public CDvCodecBase {
     [[nodiscard]] HRESULT DecodeFrame(LONG width, LONG height, LONG flags, const void* frame,
                                       BYTE* destination, LONG stride, LONG bytesPerPixel,
                                       LONG outputCode) override;
-    virtual ~CDv25Codec() = default;
 
   private:
     LONG EncodeFlags(const SurfaceFormat& source) const override;

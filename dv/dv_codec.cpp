@@ -1,15 +1,14 @@
 #include "dv/dv_codec.h"
 
-#include <algorithm>
 #include <cstring>
 #include <iterator>
 #include <tuple>
 #include <utility>
 
+#include "codecs/engine_records.h"
 #include "codecs/fault_guard.h"
 #include "codecs/header_checks.h"
 #include "codecs/surface_conversion.h"
-#include "dv/dv_engine.h"
 #include "settings/codec_settings.h"
 
 namespace nyx {
@@ -77,20 +76,19 @@ bool HasValidStride(const SurfaceFormat& surface) noexcept {
 
 }  // namespace
 
-const DvPictureSize* FindDvSize(const DvPictureSize* sizes, std::size_t count, std::int64_t width,
-                                std::int64_t height) {
-    const auto* end = sizes + count;
-    const auto* found = std::find_if(sizes, end, [&](const DvPictureSize& size) {
-        return size.width == width && size.height == height;
+const DvSignal* FindDvPicture(DWORD fourcc, std::int64_t width, std::int64_t height) {
+    return FindDvSignalIf([&](const DvSignal& signal) {
+        return signal.fourcc == fourcc && signal.height == height &&
+               (signal.width == width || (signal.wideWidth == width && width != 0));
     });
-    return found == end ? nullptr : found;
 }
 
-CDvCodecBase::CDvCodecBase(const DvVariant& variant, LONG colorSpace)
-    : CCodecBase(variant.formats, colorSpace), variant_(variant), engine_(DvEngines()) {}
+CDvCodecBase::CDvCodecBase(const CodecFormats& formats)
+    : CCodecBase(formats, ReadCodecSetting(formats.fourcc, L"color_space", 0)),
+      engine_(dvEngines) {}
 
 bool CDvCodecBase::IsEngineAvailable(LONG) {
-    return DvEngines().IsComplete();
+    return dvEngines.IsComplete();
 }
 
 bool CDvCodecBase::IsSettingOn(DWORD fourcc, const wchar_t* name) {
@@ -101,9 +99,9 @@ DWORD CDvCodecBase::GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool) {
     if (!input) {
         return 0;
     }
-    const DvPictureSize* size =
-        FindDvSize(variant_.sizes, variant_.sizeCount, input->biWidth, AbsoluteHeight(*input));
-    return size ? size->frameBytes : 0;
+    // 720 lines have the smaller frame of the two systems, which is listed first.
+    const DvSignal* signal = FindDvPicture(GetFourCC(), input->biWidth, AbsoluteHeight(*input));
+    return signal ? static_cast<DWORD>(signal->frameBytes) : 0;
 }
 
 HRESULT CDvCodecBase::Compress(const BITMAPINFOHEADER* input, bool alphaInput,
@@ -113,12 +111,8 @@ HRESULT CDvCodecBase::Compress(const BITMAPINFOHEADER* input, bool alphaInput,
         return E_POINTER;
     }
     SurfaceFormat surface;
-    const SurfaceRequest request = {.uncompressed = input,
-                                    .compressedWidth = output->biWidth,
-                                    .alphaRequested = alphaInput,
-                                    .colorSpace = GetColorSpace(),
-                                    .data = const_cast<void*>(inputData),
-                                    .stride = static_cast<LONG>(stride)};
+    const SurfaceRequest request =
+        RequestFor(*input, *output, alphaInput, inputData, static_cast<LONG>(stride));
     if (FAILED(DescribeSurface(request, &surface)) || surface.index >= kEncodedFormats) {
         return E_FAIL;
     }
@@ -172,12 +166,7 @@ HRESULT CDvCodecBase::Decompress(const BITMAPINFOHEADER* input, const void* data
     if (FAILED(reference)) {
         return reference;
     }
-    const SurfaceRequest request = {.uncompressed = output,
-                                    .compressedWidth = input->biWidth,
-                                    .alphaRequested = alphaOut,
-                                    .colorSpace = GetColorSpace(),
-                                    .data = outputData,
-                                    .stride = stride};
+    const SurfaceRequest request = RequestFor(*output, *input, alphaOut, outputData, stride);
     SurfaceFormat surface;
     if (!FitsOutput(*input, *output) || FAILED(DescribeSurface(request, &surface)) ||
         surface.index >= kDecodedFormats || !HasValidStride(surface)) {
@@ -212,7 +201,7 @@ HRESULT CDvCodecBase::DecodeToSurface(ByteSpan frame, const SurfaceFormat& pictu
 }
 
 bool CDvCodecBase::IsSupportedSize(LONG width, LONG height) {
-    return variant_.formats.acceptsSize(width, height);
+    return FindDvPicture(GetFourCC(), width, height) != nullptr;
 }
 
 HRESULT CDvCodecBase::ReadReferenceFrame(ByteSpan, std::unique_ptr<BYTE[]>*, DWORD*) {
@@ -236,15 +225,14 @@ HRESULT CDvCodecBase::FollowReferences(ByteSpan* frame, std::unique_ptr<BYTE[]>*
 HRESULT CDvCodecBase::DecodeFrame(LONG, LONG, LONG flags, const void* frame, BYTE* destination,
                                   LONG stride, LONG bytesPerPixel, LONG outputCode) {
     LONG ignored;  // the engine's status
-    return CallEngine(&ignored, engine_[0].Decode<DvDecodeEntry>(), flags, frame,
-                      static_cast<void*>(destination), stride, bytesPerPixel, outputCode);
+    return CallEngine(&ignored, engine_[0].Decode<DvDecodeEntry>(), flags, frame, destination,
+                      stride, bytesPerPixel, outputCode);
 }
 
 HRESULT CDvCodecBase::CallEncode(LONG flags, const SurfaceFormat& source, void* frame,
                                  LONG* length) {
-    return CallEngine(length, engine_[0].Encode<DvEncodeEntry>(), flags, frame,
-                      static_cast<const void*>(source.data), source.stride, source.bytesPerPixel,
-                      LONG{kPixelFormatCodes[source.index]});
+    return CallEngine(length, engine_[0].Encode<DvEncodeEntry>(), flags, frame, source.data,
+                      source.stride, source.bytesPerPixel, LONG{kPixelFormatCodes[source.index]});
 }
 
 }  // namespace nyx

@@ -2,10 +2,9 @@
 
 /// @file
 /// The DV codecs' common path from a sample through the DIF parser to the DV engine, and the
-/// queries. A variant is its record of formats and sizes and a few small overrides.
+/// queries. A variant is its formats and a few small overrides.
 
-#include <cstddef>
-#include <iterator>
+#include <cstdint>
 #include <memory>
 
 #include "codecs/codec.h"
@@ -13,23 +12,10 @@
 #include "codecs/format_rules.h"
 #include "codecs/pixel_format_index.h"
 #include "dv/dif_parser.h"
+#include "media/dv_signals.h"
 #include "platform/byte_span.h"
 
 namespace nyx {
-
-/// A picture size of a variant and the value that GetMaxCompressedSize returns for it.
-struct DvPictureSize {
-    LONG width;
-    LONG height;
-    DWORD frameBytes;
-};
-
-/// One variant as data. Borrows a static array.
-struct DvVariant {
-    CodecFormats formats;
-    const DvPictureSize* sizes;
-    std::size_t sizeCount;
-};
 
 /// The formats that a filter may offer for encoding. Compress itself also accepts RGB 32-bit.
 constexpr FormatPair kDvEncodePairs[] = {
@@ -37,18 +23,17 @@ constexpr FormatPair kDvEncodePairs[] = {
     {24, FourCC("YUY2"), 16, AlphaFlag::kAny},
 };
 
-/// The size's row of a variant's table, null when it has none.
-const DvPictureSize* FindDvSize(const DvPictureSize* sizes, std::size_t count, std::int64_t width,
-                                std::int64_t height);
+/// The first signal of a variant that has pictures of this size, recorded or stretched to square
+/// pixels; null for none.
+const DvSignal* FindDvPicture(DWORD fourcc, std::int64_t width, std::int64_t height);
 
-/// The record of a variant with these sizes, a static array.
-template <const auto& kSizes>
-constexpr DvVariant MakeDvVariant(DWORD fourcc) {
-    constexpr auto kAccepts = [](std::int64_t width, std::int64_t height) {
-        return FindDvSize(kSizes, std::size(kSizes), width, height) != nullptr;
-    };
-    return {{fourcc, kAccepts, kOpaqueDecodePairs, kDvEncodePairs}, kSizes, std::size(kSizes)};
-}
+/// The formats of a variant.
+template <DWORD kFourCC>
+constexpr CodecFormats kDvFormats = {kFourCC,
+                                     [](std::int64_t width, std::int64_t height) {
+                                         return FindDvPicture(kFourCC, width, height) != nullptr;
+                                     },
+                                     kOpaqueDecodePairs, kDvEncodePairs};
 
 class CDvCodecBase : public CCodecBase {
   public:
@@ -104,8 +89,8 @@ class CDvCodecBase : public CCodecBase {
     virtual ~CDvCodecBase() = default;
 
   protected:
-    /// `variant` is a static record.
-    CDvCodecBase(const DvVariant& variant, LONG colorSpace);
+    /// `formats` is a static record.
+    explicit CDvCodecBase(const CodecFormats& formats);
 
     /// Encodes by the engine. E_FAIL when it is missing or raised an exception.
     [[nodiscard]] HRESULT CallEncode(LONG flags, const SurfaceFormat& source, void* frame,
@@ -130,7 +115,6 @@ class CDvCodecBase : public CCodecBase {
     [[nodiscard]] HRESULT DecodeToSurface(ByteSpan frame, const SurfaceFormat& picture,
                                           const SurfaceFormat& output);
 
-    const DvVariant& variant_;
     EngineUse engine_;
 };
 

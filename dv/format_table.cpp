@@ -5,20 +5,17 @@
 namespace nyx {
 namespace {
 
-constexpr LONG kProgressiveOrder = 2;
-
 struct VideoType {
     BYTE signalType;  ///< of the row of kDvSignals that has its geometry
     LONG formatCode;
-    LONG fourCC;
     LONG fieldOrder;
 };
 constexpr VideoType kVideoTypes[kDvVideoTypes] = {
-    {0x00, kFormatDv25, kFourCCDv25, 1},
-    {0x04, kFormatDvcPro50, kFourCCDv50, 1},
-    {0x14, kFormatDvcProHd1080, kFourCCDvHd, 0},
-    {0x14, kFormatDvcProHd1080Type15, kFourCCDvHd, 0},
-    {0x18, kFormatDvcProHd720, kFourCCDvHd, kProgressiveOrder},
+    {0x00, kFormatDv25, 1},
+    {0x04, kFormatDvcPro50, 1},
+    {0x14, kFormatDvcProHd1080, 0},
+    {0x14, kFormatDvcProHd1080Type15, 0},
+    {0x18, kFormatDvcProHd720, kProgressiveOrder},
 };
 
 /// Display widths in square pixels of system, video type and aspect class, 0 for a combination that
@@ -27,15 +24,6 @@ constexpr LONG kDisplayWidths[2][kDvVideoTypes][kDvAspectClasses] = {
     {{648, 864, 0}, {648, 864, 0}, {0, 1920, 0}, {0, 1920, 0}, {1280, 1280, 0}},
     {{768, 1024, 896}, {768, 1024, 0}, {0, 1920, 0}, {0, 1920, 0}, {1280, 1280, 0}},
 };
-
-constexpr const DvSignal& SignalOf(LONG engineSystem, BYTE signalType) {
-    for (const DvSignal& signal : kDvSignals) {
-        if (signal.system == engineSystem && signal.signalType == signalType) {
-            return signal;
-        }
-    }
-    return kDvSignals[0];
-}
 
 }  // namespace
 
@@ -50,12 +38,14 @@ FormatRecord FormatRow(std::size_t system, std::size_t type, std::size_t aspect)
                 .fieldOrder = progressive ? kProgressiveOrder : 0,
                 .frameStructure = frameStructure};
     }
-    const DvSignal& signal =
-        SignalOf(system == 0 ? kEngineSystem60 : kEngineSystem50, video.signalType);
+    const LONG engineSystem = system == 0 ? kEngineSystem60 : kEngineSystem50;
+    const DvSignal& signal = *FindDvSignalIf([&](const DvSignal& candidate) {
+        return candidate.system == engineSystem && candidate.signalType == video.signalType;
+    });
     return {.formatCode = video.formatCode,
             .systemRate = system == 0 ? 60 : 50,
             .frameBytes = signal.frameBytes,
-            .fourCC = video.fourCC,
+            .fourCC = static_cast<LONG>(signal.fourcc),
             .frameRateNum = signal.rateNum,
             .frameRateDen = signal.rateDen,
             .pixelAspectX = displayWidth,

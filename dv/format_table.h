@@ -6,14 +6,9 @@
 
 #include <cstddef>
 
-#include "platform/fourcc.h"
 #include "platform/win_types.h"
 
 namespace nyx {
-
-constexpr LONG kFourCCDv25 = static_cast<LONG>(FourCC("QDVC"));
-constexpr LONG kFourCCDv50 = static_cast<LONG>(FourCC("QDV5"));
-constexpr LONG kFourCCDvHd = static_cast<LONG>(FourCC("QDVH"));
 
 /// Values of FormatRecord::formatCode.
 enum DvFormatCode : LONG {
@@ -46,6 +41,9 @@ struct FormatRecord {
     LONG rateCode = 15;  ///< low nibble of the frame-rate pack's PC3, 15 without one
 };
 static_assert(sizeof(FormatRecord) == 15 * sizeof(LONG));
+
+/// FormatRecord::fieldOrder of progressive pictures.
+constexpr LONG kProgressiveOrder = 2;
 
 constexpr std::size_t kDvVideoTypes = 5;     ///< by STYPE: 0x00, 0x04, 0x14, 0x15, 0x18
 constexpr std::size_t kDvAspectClasses = 3;  ///< 0 is 4:3, 1 is 16:9, 2 is letterboxed 14:9

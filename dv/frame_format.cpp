@@ -2,6 +2,7 @@
 
 #include "dv/audio_source.h"
 #include "dv/dif_layout.h"
+#include "media/dv_signals.h"
 
 namespace nyx {
 namespace {
@@ -14,7 +15,6 @@ constexpr std::size_t kLetterboxAspect = 2;
 constexpr FormatRecord kAllUnknown = {
     .codedWidth = -1, .codedHeight = -1, .fieldOrder = -1, .rateCode = -1};
 
-constexpr LONG kProgressiveOrder = 2;
 constexpr LONG kProgressiveStructure = 0;
 constexpr LONG kInterlacedStructure = 1;
 
@@ -63,6 +63,10 @@ std::size_t AspectClassOf(const BYTE* videoControl, std::size_t type) {
     }
 }
 
+bool IsDv25(const FormatRecord& format) {
+    return format.fourCC == static_cast<LONG>(kQdvc);
+}
+
 bool IsFrameRatePackValid(const BYTE* pack) {
     const auto sum = static_cast<BYTE>(pack[kPc1] + pack[kPc2] + pack[kPc3]);
     return (sum ^ 0x55) == pack[kPc4];
@@ -105,7 +109,7 @@ bool LookUpFormat(const BYTE* videoSource, const BYTE* videoControl, FormatRecor
         return false;
     }
     *format = FormatRow(videoSource[kPc3] >> 5 & 1, type, aspect);
-    if (format->fourCC == kFourCCDv25 && (videoControl[kPc3] & 8) == 0) {
+    if (IsDv25(*format) && (videoControl[kPc3] & 8) == 0) {
         format->fieldOrder = kProgressiveOrder;
         format->frameStructure = kProgressiveStructure;
     }
@@ -113,7 +117,7 @@ bool LookUpFormat(const BYTE* videoSource, const BYTE* videoControl, FormatRecor
 }
 
 void RefineFormatCode(BYTE applicationId, const AudioTraits& audio, FormatRecord* format) {
-    if (format->fourCC != kFourCCDv25) {
+    if (!IsDv25(*format)) {
         return;
     }
     if (applicationId == kApplicationDvcPro) {

@@ -6,6 +6,7 @@
 #include <tuple>
 
 #include "codecs/fault_guard.h"
+#include "media/dv_signals.h"
 #include "platform/fourcc.h"
 #include "platform/system.h"
 
@@ -40,7 +41,9 @@ HRESULT ReadReference(ByteSpan sample, Reference* reference) {
 }
 
 bool IsDv25Frame(DWORD length) {
-    return length == 120000 || length == 144000;
+    return FindDvSignalIf([&](const DvSignal& signal) {
+               return signal.fourcc == kQdvc && signal.frameBytes == static_cast<LONG>(length);
+           }) != nullptr;
 }
 
 }  // namespace

@@ -9,8 +9,7 @@
 #include "codecs/zeta2_codec.h"
 #include "codecs/zeta_codec.h"
 #include "dv/dv25_codec.h"
-#include "dv/dv50_codec.h"
-#include "dv/dvhd_codec.h"
+#include "dv/dvcpro_codecs.h"
 #include "filters/decoder_filter.h"
 
 namespace nyx {

@@ -66,8 +66,8 @@ void CheckChunks(nyx::CTenBitCodec& codec, const BITMAPINFOHEADER& header,
     Require(coded.empty() || coded.data() + coded.size() == frame.data() + frame.size());
     nyx::FrameInfo info;
     const bool hasChunk = codec.GetFrameInfo(&header, bytes.data(), 400000, &info) == S_OK;
-    const auto words = nyx::FrameChunks(frame).Info();
-    Require(hasChunk == words.has_value() && info.infoA == (hasChunk ? words->infoA : -1));
+    nyx::FrameInfo words;
+    Require(hasChunk == nyx::ReadFrameChunks(frame, &words) && info.infoA == words.infoA);
     Require(info.fieldOrder >= nyx::kTopFieldFirst && info.fieldOrder <= nyx::kProgressive);
 }
 

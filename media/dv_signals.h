@@ -4,6 +4,10 @@
 /// The DV signals (IEC 61834-2, SMPTE 314M, SMPTE 370M) and the flags by which the DV engine names
 /// them.
 
+#include <algorithm>
+#include <iterator>
+
+#include "platform/fourcc.h"
 #include "platform/win_types.h"
 
 namespace nyx {
@@ -24,8 +28,10 @@ constexpr LONG kEngineWide = 0x400;  ///< 16:9; DV25 and DVCPRO50 frames state i
 struct DvSignal {
     LONG variant;
     LONG system;
+    DWORD fourcc;     ///< of the codec
     LONG width;       ///< pixels
     LONG height;      ///< lines of a frame
+    LONG wideWidth;   ///< of a 16:9 picture that is stretched to square pixels, 0 where none is
     LONG frameBytes;  ///< size of a compressed frame
     LONG rateNum;     ///< frames per second as a fraction
     LONG rateDen;
@@ -33,19 +39,28 @@ struct DvSignal {
     BYTE applicationId;  ///< APT, in the header block: 0 DV, 1 DVCPRO
 };
 
+constexpr DWORD kQdvc = FourCC("QDVC"), kQdv5 = FourCC("QDV5"), kQdvh = FourCC("QDVH");
+
 constexpr DvSignal kDvSignals[] = {
-    // variant, system, width, height, frame bytes, frame rate, STYPE, APT
-    {kEngineDv25, kEngineSystem60, 720, 480, 120000, 30000, 1001, 0x00, 0},
-    {kEngineDv25, kEngineSystem50, 720, 576, 144000, 25, 1, 0x00, 0},
-    {kEngineDvcPro25, kEngineSystem60, 720, 480, 120000, 30000, 1001, 0x00, 1},
-    {kEngineDvcPro25, kEngineSystem50, 720, 576, 144000, 25, 1, 0x00, 1},
-    {kEngineDvcPro50, kEngineSystem60, 720, 480, 240000, 30000, 1001, 0x04, 1},
-    {kEngineDvcPro50, kEngineSystem50, 720, 576, 288000, 25, 1, 0x04, 1},
-    {kEngineDvcProHd1080, kEngineSystem60, 1280, 1080, 480000, 30000, 1001, 0x14, 1},
-    {kEngineDvcProHd1080, kEngineSystem50, 1440, 1080, 576000, 25, 1, 0x14, 1},
-    {kEngineDvcProHd720Decode, kEngineSystem60, 960, 720, 240000, 60000, 1001, 0x18, 1},
-    {kEngineDvcProHd720Decode, kEngineSystem50, 960, 720, 288000, 50, 1, 0x18, 1},
+    // variant, system, codec, width, height, wide width, frame bytes, frame rate, STYPE, APT
+    {kEngineDv25, kEngineSystem60, kQdvc, 720, 480, 856, 120000, 30000, 1001, 0x00, 0},
+    {kEngineDv25, kEngineSystem50, kQdvc, 720, 576, 1024, 144000, 25, 1, 0x00, 0},
+    {kEngineDvcPro25, kEngineSystem60, kQdvc, 720, 480, 856, 120000, 30000, 1001, 0x00, 1},
+    {kEngineDvcPro25, kEngineSystem50, kQdvc, 720, 576, 1024, 144000, 25, 1, 0x00, 1},
+    {kEngineDvcPro50, kEngineSystem60, kQdv5, 720, 480, 0, 240000, 30000, 1001, 0x04, 1},
+    {kEngineDvcPro50, kEngineSystem50, kQdv5, 720, 576, 0, 288000, 25, 1, 0x04, 1},
+    {kEngineDvcProHd1080, kEngineSystem60, kQdvh, 1280, 1080, 0, 480000, 30000, 1001, 0x14, 1},
+    {kEngineDvcProHd1080, kEngineSystem50, kQdvh, 1440, 1080, 0, 576000, 25, 1, 0x14, 1},
+    {kEngineDvcProHd720Decode, kEngineSystem60, kQdvh, 960, 720, 0, 240000, 60000, 1001, 0x18, 1},
+    {kEngineDvcProHd720Decode, kEngineSystem50, kQdvh, 960, 720, 0, 288000, 50, 1, 0x18, 1},
 };
+
+/// The first signal that fulfils the condition, null for none.
+template <typename Condition>
+constexpr const DvSignal* FindDvSignalIf(Condition condition) {
+    const auto* found = std::find_if(std::begin(kDvSignals), std::end(kDvSignals), condition);
+    return found == std::end(kDvSignals) ? nullptr : found;
+}
 
 /// The signal that an engine's flag word names, by either name of 720-line material; null for none.
 constexpr const DvSignal* FindDvSignal(LONG flags) noexcept {
@@ -54,12 +69,9 @@ constexpr const DvSignal* FindDvSignal(LONG flags) noexcept {
     if (variant == kEngineDvcProHd720Encode) {
         variant = kEngineDvcProHd720Decode;
     }
-    for (const DvSignal& signal : kDvSignals) {
-        if (signal.variant == variant && signal.system == system) {
-            return &signal;
-        }
-    }
-    return nullptr;
+    return FindDvSignalIf([&](const DvSignal& signal) {
+        return signal.variant == variant && signal.system == system;
+    });
 }
 
 }  // namespace nyx

@@ -2,6 +2,7 @@
 
 #include <iterator>
 
+#include "media/dv_signals.h"
 #include "media/mpeg2.h"
 #include "platform/fourcc.h"
 
@@ -10,16 +11,6 @@ namespace {
 
 constexpr DWORD kTags[] = {FourCC("QZTA"), FourCC("QZT2"), FourCC("QLLC"), FourCC("QMIC"),
                            FourCC("Q210"), FourCC("QDVC"), FourCC("QDV5"), FourCC("QDVH")};
-
-struct DvRow {
-    int lines;
-    int channels;  ///< DIF channels of a frame, 25 Mbit/s each
-    DWORD fourcc;
-};
-constexpr DvRow kDv[] = {
-    {480, 1, FourCC("QDVC")}, {576, 1, FourCC("QDVC")},  {480, 2, FourCC("QDV5")},
-    {576, 2, FourCC("QDV5")}, {1080, 4, FourCC("QDVH")}, {720, 2, FourCC("QDVH")},
-};
 
 // ISO/IEC 13818-2: an extension of table 6-2, a type of table 6-12, the rates of table 6-4.
 constexpr int kSequenceExtension = 1;
@@ -51,12 +42,10 @@ Coding CodingOf(const AVCodecParameters& parameters) {
 }
 
 DWORD DvFourCC(const AVDVProfile& profile) {
-    for (const DvRow& row : kDv) {
-        if (row.lines == profile.height && row.channels == profile.n_difchan) {
-            return row.fourcc;
-        }
-    }
-    return 0;
+    const DvSignal* signal = FindDvSignalIf([&](const DvSignal& candidate) {
+        return candidate.height == profile.height && candidate.frameBytes == profile.frame_size;
+    });
+    return signal ? signal->fourcc : 0;
 }
 
 bool DvIsWide(ByteSpan frame) {

@@ -1,9 +1,10 @@
 #pragma once
 
 /// @file
-/// The entries of "rkdvh.dll", as dv/dv_engine.h describes them.
+/// The entries of "rkdvh.dll", as codecs/engine_records.h describes them.
 
-#include "dv/dv_engine.h"
+#include "codecs/engine_records.h"
+#include "media/dv_signals.h"
 
 extern "C" LONG __stdcall dv_decode(LONG flags, const void* frame, void* destination, LONG stride,
                                     LONG bytesPerPixel, LONG code);

@@ -45,7 +45,7 @@ bool Decode(ByteSpan frame, LONG firstRow, const Surface& surface) {
                         surface);
 }
 
-LONG DecodePicture(const MpegIntraPictureRecord& record) {
+LONG DecodePicture(const MpegIntraRecord& record) {
     const auto surface = SurfaceOf(record.destination, record.stride, record.width, record.height,
                                    record.bytesPerPixel, kYuy2Code);
     if (!surface) {
@@ -69,7 +69,7 @@ LONG DecodePicture(const MpegIntraPictureRecord& record) {
 
 // The header call has no destination.
 extern "C" LONG __cdecl m2vi_decode(void* words) {
-    const auto* picture = static_cast<const nyx::MpegIntraPictureRecord*>(words);
+    const auto* picture = static_cast<const nyx::MpegIntraRecord*>(words);
     if (!picture || !picture->state) {
         return -1;
     }

@@ -3,10 +3,11 @@
 
 #include <cstring>
 
-#include "dv/dv_engine.h"
+#include "codecs/engine_records.h"
 #include "engines/standin/call_log.h"
 #include "engines/standin/dv_picture.h"
 #include "engines/standin/picture.h"
+#include "media/dv_signals.h"
 
 namespace standin {
 namespace {

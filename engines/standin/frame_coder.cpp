@@ -74,7 +74,7 @@ LONG CallZeta2(FARPROC entry, const Source& source, std::vector<BYTE>* output, L
                                      .height = source.height,
                                      .quantScale = source.quantScale,
                                      .encodeConstant = nyx::kZeta2EncodeConstant};
-    return As<nyx::Zeta2Entry>(entry)(&record);
+    return As<nyx::ZetaEntry>(entry)(&record);
 }
 
 LONG CallZeta2Opaque(FARPROC entry, const Source& source, std::vector<BYTE>* output) {

@@ -10,8 +10,7 @@
 namespace standin {
 namespace {
 
-using nyx::MpegIntraHeaderRecord;
-using nyx::MpegIntraPictureRecord;
+using nyx::MpegIntraRecord;
 
 /// A sequence header's start code, as such frames begin with.
 constexpr std::string_view kTag("\x00\x00\x01\xB3", 4);
@@ -19,8 +18,7 @@ constexpr RecordShape kRecordShape{14, {1, 2, 4, 14}};
 constexpr RecordShape kCropShape{3, {}};
 constexpr Codes kCodes = {.yuy2 = 0, .rgb24Step = 1, .rgb32Step = 1};  // "YUY2" only
 
-template <typename Record>
-std::optional<FrameHeader> HeaderOf(const Record& record) {
+std::optional<FrameHeader> HeaderOf(const MpegIntraRecord& record) {
     if (record.frameLength < sizeof(FrameHeader)) {
         return std::nullopt;
     }
@@ -33,9 +31,11 @@ bool IsZero(const void* words, std::size_t count) {
     return std::all_of(first, first + count, [](LONG word) { return word == 0; });
 }
 
-LONG ReadSequence(const MpegIntraHeaderRecord& record) {
-    if (!IsZero(record.state, sizeof(*record.state) / 4) || record.reserved4 ||
-        !IsZero(record.reserved5, 9) || record.reserved14) {
+LONG ReadSequence(const MpegIntraRecord& record) {
+    const DWORD* const length = &record.frameLength;
+    const auto* const end = reinterpret_cast<const DWORD*>(&record + 1);
+    if (!IsZero(record.state, sizeof(*record.state) / 4) ||
+        !IsZero(length + 1, static_cast<std::size_t>(end - length) - 1)) {
         return kBadRecord;
     }
     const auto header = HeaderOf(record);
@@ -46,7 +46,7 @@ LONG ReadSequence(const MpegIntraHeaderRecord& record) {
     return kDone;
 }
 
-LONG DecodePicture(const MpegIntraPictureRecord& record) {
+LONG DecodePicture(const MpegIntraRecord& record) {
     if (!IsZero(record.state, sizeof(*record.state) / 4) || !IsZero(record.reserved, 5) ||
         record.bytesPerPixel != 2) {
         return kBadRecord;
@@ -81,14 +81,13 @@ LONG EncodePicture(const BYTE* source, LONG stride, LONG width, LONG height, LON
 }  // namespace standin
 
 extern "C" LONG __cdecl m2vi_decode(void* words) {
-    const auto* picture = static_cast<const nyx::MpegIntraPictureRecord*>(words);
-    const auto* header = static_cast<const nyx::MpegIntraHeaderRecord*>(words);
-    const bool sequence = picture->destination == nullptr;
+    const auto* record = static_cast<const nyx::MpegIntraRecord*>(words);
+    const bool sequence = record->destination == nullptr;
     const standin::Purpose purpose = sequence ? standin::kProbe : standin::kDecode;
-    standin::LogCall(purpose, words, standin::kRecordShape, sequence ? nullptr : picture->crop,
+    standin::LogCall(purpose, words, standin::kRecordShape, sequence ? nullptr : record->crop,
                      standin::kCropShape);
     return standin::RunEntry(purpose, [&](standin::Action) {
-        return sequence ? standin::ReadSequence(*header) : standin::DecodePicture(*picture);
+        return sequence ? standin::ReadSequence(*record) : standin::DecodePicture(*record);
     });
 }
 

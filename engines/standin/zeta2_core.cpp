@@ -13,7 +13,6 @@ struct Zeta2 {
     static constexpr RecordShape kDecodeShape{11, {2, 3, 4}};
     static constexpr RecordShape kEncodeShape{12, {2, 3, 4}};
     static constexpr RecordShape kPlaneShape{3, {1}};
-    using ProbeRecord = nyx::Zeta2DecodeRecord;
     using DecodeRecord = nyx::Zeta2DecodeRecord;
     using EncodeRecord = nyx::Zeta2EncodeRecord;
 

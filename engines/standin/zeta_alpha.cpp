@@ -10,7 +10,6 @@ struct ZetaAlpha : ZetaRecords {
     static constexpr Codes kCodes = {.rgb24 = 8, .rgb24Step = 2, .rgb32 = 4, .rgb32Step = 1};
     static constexpr RecordShape kDecodeShape{14, {2, 8, 9}};
     static constexpr RecordShape kEncodeShape = kDecodeShape;
-    using ProbeRecord = nyx::ZetaAlphaProbeRecord;
     using DecodeRecord = nyx::ZetaAlphaDecodeRecord;
     using EncodeRecord = nyx::ZetaAlphaEncodeRecord;
     using Callback = void(__stdcall*)(BYTE* picture, LONG stride, DWORD, DWORD, BYTE* block,

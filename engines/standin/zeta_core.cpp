@@ -10,7 +10,6 @@ struct ZetaCore : ZetaRecords {
     static constexpr Codes kCodes = {.rgb24 = 8, .rgb24Step = 2, .rgb32 = 7, .rgb32Step = 2};
     static constexpr RecordShape kDecodeShape{13, {2, 5, 6}};
     static constexpr RecordShape kEncodeShape{14, {2, 5, 6}};
-    using ProbeRecord = nyx::ZetaCoreDecodeRecord;
     using DecodeRecord = nyx::ZetaCoreDecodeRecord;
     using EncodeRecord = nyx::ZetaCoreEncodeRecord;
     using Callback = void(__stdcall*)(BYTE* picture, LONG stride, BYTE* block, LONG width,

@@ -4,8 +4,8 @@
 /// The entries of the three Zeta engines, by a class for each engine with these members:
 ///
 ///     kTag                            the first bytes of its frames
-///     ProbeRecord, DecodeRecord, EncodeRecord
-///     kDecodeShape, kEncodeShape      the layout of their words; a probe's is a decode's
+///     DecodeRecord, EncodeRecord      a probe's record is a decode's
+///     kDecodeShape, kEncodeShape      the layout of their words
 ///     IsProbe(DecodeRecord)           whether the call is a probe
 ///     IsValid(record)                 whether every word has a value that a caller should give
 ///     LengthOf(DecodeRecord)          the bytes at the frame, if the record has them
@@ -58,7 +58,7 @@ constexpr LONG kSamplesStep = 4;
 /// Stores the coded length, or a wrong one as the action demands; an invalid frame gets a length
 /// beyond any sample.
 template <class Engine>
-LONG AnswerProbe(typename Engine::ProbeRecord* record, Action action) {
+LONG AnswerProbe(typename Engine::DecodeRecord* record, Action action) {
     const auto header = ReadHeader(record->frame, Engine::kTag);
     record->codedLength = header ? header->codedLength : ~DWORD{0};
     if (action == Action::kZero) {
@@ -117,9 +117,7 @@ LONG DecodeEntry(void* words, const void* inner = nullptr, RecordShape innerShap
     const bool probe = Engine::IsProbe(*record);
     LogCall(probe ? kProbe : kDecode, words, Engine::kDecodeShape, inner, innerShape);
     return RunEntry(probe ? kProbe : kDecode, [&](Action action) {
-        return probe
-                   ? AnswerProbe<Engine>(static_cast<typename Engine::ProbeRecord*>(words), action)
-                   : Decode<Engine>(*record, action);
+        return probe ? AnswerProbe<Engine>(record, action) : Decode<Engine>(*record, action);
     });
 }
 

@@ -9,7 +9,7 @@ constexpr wchar_t kCore[] = L"rkzcore.dll", kAlpha[] = L"rkzalpha.dll";
 constexpr wchar_t kZeta2Core[] = L"rkz2core.dll", kLlc[] = L"rkllc.dll";
 
 // Words that an engine sets.
-static_assert(offsetof(ZetaAlphaProbeRecord, codedLength) == 2 * sizeof(void*) &&
+static_assert(offsetof(ZetaAlphaDecodeRecord, codedLength) == 2 * sizeof(void*) &&
               offsetof(MpegIntraState, codedHeight) == 2 * sizeof(LONG));
 
 /// One layout in a high- or standard-definition picture of full or studio range.

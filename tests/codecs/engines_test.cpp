@@ -27,18 +27,18 @@ TEST(Engines, AreLoadedByTheFirstUserAndFreedByTheLast) {
     std::optional<EngineUse> first;
     {
         const EngineSearch search;
-        first.emplace(ZetaEngines());
+        first.emplace(zetaEngines);
     }
     const EngineSearch nowhere(L"none");  // a second load would now find nothing
     {
-        const EngineUse second(ZetaEngines());
+        const EngineUse second(zetaEngines);
         first.reset();
-        EXPECT_TRUE(ZetaEngines().IsComplete() && IsLoaded(kCore) && IsLoaded(kAlpha));
+        EXPECT_TRUE(zetaEngines.IsComplete() && IsLoaded(kCore) && IsLoaded(kAlpha));
     }
-    EXPECT_FALSE(ZetaEngines().IsComplete() || IsLoaded(kCore) || IsLoaded(kAlpha));
+    EXPECT_FALSE(zetaEngines.IsComplete() || IsLoaded(kCore) || IsLoaded(kAlpha));
     for (const std::size_t engine : {kZetaCoreEngine, kZetaAlphaEngine}) {
-        EXPECT_EQ(ZetaEngines()[engine].Decode<ZetaEntry>(), nullptr);
-        EXPECT_EQ(ZetaEngines()[engine].Encode<ZetaEntry>(), nullptr);
+        EXPECT_EQ(zetaEngines[engine].Decode<ZetaEntry>(), nullptr);
+        EXPECT_EQ(zetaEngines[engine].Encode<ZetaEntry>(), nullptr);
     }
 }
 
@@ -50,13 +50,13 @@ TEST(Engines, AreKeptWholeAndNewEnoughOrLetGoAtOnce) {
         const bool whole = folder[0] == L'\0';
         const EngineSearch search(folder);
         const Codecs codecs;
-        const EngineUse dv(DvEngines());
+        const EngineUse dv(dvEngines);
         EXPECT_EQ(CZetaCodec::IsEngineAvailable(kEngineForEncoding), whole);
         EXPECT_EQ(CZeta2Codec::IsEngineAvailable(kEngineForDecoding), whole);
         EXPECT_EQ(CLosslessCodec::IsEngineAvailable(kEngineForDecoding), whole);
         EXPECT_EQ(CMpegIntraCodec::IsEngineAvailable(kEngineForDecoding), whole);
         EXPECT_FALSE(CMpegIntraCodec::IsEngineAvailable(kEngineForEncoding));
-        EXPECT_EQ(DvEngines().IsComplete(), whole);
+        EXPECT_EQ(dvEngines.IsComplete(), whole);
         for (const wchar_t* library : {kCore, kAlpha, kZeta2Engine, L"rkllc.dll", L"rkdvh.dll"}) {
             EXPECT_EQ(IsLoaded(library), whole);
         }
@@ -68,8 +68,8 @@ TEST(Engines, AreRefusedOneByOne) {
     const HMODULE old = LoadLibraryW((EngineFolder(L"old") + L"\\" + kCore).c_str());
     const EngineSearch search;
     {
-        const EngineUse use(ZetaEngines());
-        EXPECT_TRUE(!use[kZetaCoreEngine].Decode<ZetaEntry>() && !ZetaEngines().IsComplete());
+        const EngineUse use(zetaEngines);
+        EXPECT_TRUE(!use[kZetaCoreEngine].Decode<ZetaEntry>() && !zetaEngines.IsComplete());
         EXPECT_TRUE(use[kZetaAlphaEngine].Decode<ZetaEntry>());
     }
     EXPECT_TRUE(IsLoaded(kCore)) << "the process's own reference";
@@ -80,8 +80,7 @@ TEST(Engines, AreRefusedOneByOne) {
 TEST(Engines, AreThereForEveryThreadThatMakesACodecWhileOthersComeAndGo) {
     const EngineSearch search;
     std::atomic<int> missing{0};
-    EngineFamily* const families[] = {&ZetaEngines(), &Zeta2Engines(), &LosslessEngines(),
-                                      &DvEngines()};
+    EngineFamily* const families[] = {&zetaEngines, &zeta2Engines, &losslessEngines, &dvEngines};
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(3);
     std::vector<std::thread> threads;
     for (std::size_t i = 0; i < 4; ++i) {

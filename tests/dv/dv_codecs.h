@@ -7,8 +7,7 @@
 #include <memory>
 
 #include "dv/dv25_codec.h"
-#include "dv/dv50_codec.h"
-#include "dv/dvhd_codec.h"
+#include "dv/dvcpro_codecs.h"
 #include "dv/resample.h"
 #include "engines/standin/dv_picture.h"
 #include "settings/codec_settings.h"

@@ -3,6 +3,7 @@
 
 #include "dv/dif_parser.h"
 #include "dv/sequence_headers.h"
+#include "media/dv_signals.h"
 #include "tests/dv/dv_frames.h"
 #include "tests/support/guard.h"
 
@@ -30,17 +31,17 @@ struct Parsed {
 TEST(DifParser, EveryVariantOfRealFramesTellsWhatItIs) {
     constexpr std::tuple<const char*, LONG, LONG, LONG, LONG, LONG, LONG, LONG, LONG, LONG>
         kVariants[] = {
-            {"dv25_525_4x3", 2, 60, kFourCCDv25, 30000, 1001, 648, 720, 480, 1},
-            {"dv25_525_16x9", 2, 60, kFourCCDv25, 30000, 1001, 864, 720, 480, 1},
-            {"dv25_625_4x3", 0, 50, kFourCCDv25, 25, 1, 768, 720, 576, 1},
-            {"dv25_625_16x9", 0, 50, kFourCCDv25, 25, 1, 1024, 720, 576, 1},
-            {"dvcpro25_625", 2, 50, kFourCCDv25, 25, 1, 768, 720, 576, 1},
-            {"dvcpro50_525", 3, 60, kFourCCDv50, 30000, 1001, 648, 720, 480, 1},
-            {"dvcpro50_625", 3, 50, kFourCCDv50, 25, 1, 1024, 720, 576, 1},
-            {"dvcprohd_1080_60", 4, 60, kFourCCDvHd, 30000, 1001, 1920, 1280, 1080, 0},
-            {"dvcprohd_1080_50", 4, 50, kFourCCDvHd, 25, 1, 1920, 1440, 1080, 0},
-            {"dvcprohd_720_60", 6, 60, kFourCCDvHd, 60000, 1001, 1280, 960, 720, 2},
-            {"dvcprohd_720_50", 6, 50, kFourCCDvHd, 50, 1, 1280, 960, 720, 2},
+            {"dv25_525_4x3", 2, 60, kQdvc, 30000, 1001, 648, 720, 480, 1},
+            {"dv25_525_16x9", 2, 60, kQdvc, 30000, 1001, 864, 720, 480, 1},
+            {"dv25_625_4x3", 0, 50, kQdvc, 25, 1, 768, 720, 576, 1},
+            {"dv25_625_16x9", 0, 50, kQdvc, 25, 1, 1024, 720, 576, 1},
+            {"dvcpro25_625", 2, 50, kQdvc, 25, 1, 768, 720, 576, 1},
+            {"dvcpro50_525", 3, 60, kQdv5, 30000, 1001, 648, 720, 480, 1},
+            {"dvcpro50_625", 3, 50, kQdv5, 25, 1, 1024, 720, 576, 1},
+            {"dvcprohd_1080_60", 4, 60, kQdvh, 30000, 1001, 1920, 1280, 1080, 0},
+            {"dvcprohd_1080_50", 4, 50, kQdvh, 25, 1, 1920, 1440, 1080, 0},
+            {"dvcprohd_720_60", 6, 60, kQdvh, 60000, 1001, 1280, 960, 720, 2},
+            {"dvcprohd_720_50", 6, 50, kQdvh, 50, 1, 1280, 960, 720, 2},
         };
     for (const auto& [clip, code, systemRate, fourCC, rateNum, rateDen, aspectX, width, height,
                       fieldOrder] : kVariants) {

@@ -5,7 +5,7 @@
 #include <numeric>
 
 #include "codecs/engine_records.h"
-#include "dv/dv_engine.h"
+#include "media/dv_signals.h"
 #include "tests/codecs/converted.h"
 #include "tests/dv/dv_frames.h"
 #include "tests/support/engines.h"
@@ -101,14 +101,13 @@ TEST(OpenMpeg, DropsLinesAtTheTopAndMakesBlackOfTheRest) {
         const GuardedMemory sample(frame);
         const MpegIntraCrop crop = {{}, dropped, {}};
         MpegIntraState state = {};
-        MpegIntraHeaderRecord header = {};
+        MpegIntraRecord header = {};
         header.state = &state;
         header.frame = sample.data();
         header.frameLength = static_cast<DWORD>(frame.size());
         EXPECT_TRUE((kMpeg(&header) == 0 && state.codedHeight == codedHeight) || codedHeight < 0);
-        MpegIntraPictureRecord picture = {
-            &state, header.frame, header.frameLength, p.Row(0), p.stride,
-            2,      p.width,      p.height,           {},       &crop};
+        MpegIntraRecord picture = {&state, header.frame, header.frameLength, p.Row(0), p.stride,
+                                   2,      p.width,      p.height,           {},       &crop};
         return kMpeg(&picture);
     };
     for (const auto& [name, width, height, top] :

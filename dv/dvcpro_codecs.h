@@ -8,12 +8,22 @@ namespace nyx {
 class CDv50Codec : public CDvCodecBase {
   public:
     CDv50Codec();
-    virtual ~CDv50Codec() = default;
 
   private:
     LONG EncodeFlags(const SurfaceFormat& source) const override;
 
     bool wide_screen_;
+};
+
+/// DVCPRO HD, "QDVH".
+class CDvHdCodec : public CDvCodecBase {
+  public:
+    CDvHdCodec();
+
+  private:
+    LONG EncodeFlags(const SurfaceFormat& source) const override;
+
+    bool fifty_frames_;  ///< the "5060" setting: 720 lines are encoded for 50 frames per second
 };
 
 }  // namespace nyx
