@@ -10,6 +10,7 @@
 #include "codecs/surface_conversion.h"
 #include "codecs/ten_bit_rows.h"
 #include "convert/convert.h"
+#include "convert/cpu_info.h"
 #include "convert/formats.h"
 #include "media/v210.h"
 #include "settings/codec_settings.h"
@@ -93,8 +94,8 @@ HRESULT ForEachStrip(ScratchMemory* scratch, ImagePlane rgb, LONG width, LONG he
 
 HRESULT DecodeRgb(const TenBitRowKernels& rows, const BYTE* frame, const SurfaceFormat& surface,
                   const ConversionFlags& flags, LONG width, ScratchMemory* scratch) {
-    StripConversion toRgb;
-    if (FAILED(toRgb.PrepareFromYuv(kYuy2, flags.yuv, RgbFourCC(surface), flags.rgb))) {
+    Conversion toRgb;
+    if (FAILED(ChooseConversion({kYuy2, RgbFourCC(surface)}, flags.yuv, flags.rgb, &toRgb))) {
         return E_FAIL;
     }
     const std::size_t stride = TenBitRowLayoutFor(width).stride;
@@ -102,27 +103,27 @@ HRESULT DecodeRgb(const TenBitRowKernels& rows, const BYTE* frame, const Surface
                         [&](const ImagePlane& yuy2, const ImagePlane& rgb, LONG y, LONG count) {
                             UnpackRows(rows, frame + stride * static_cast<std::size_t>(y), yuy2,
                                        width, count);
-                            return toRgb.Run(yuy2, rgb, width, count);
+                            return RunConversion(GetCpuInfo(), toRgb, {&yuy2, &rgb}, width, count);
                         });
 }
 
 HRESULT EncodeRgb(const TenBitRowKernels& rows, const SurfaceFormat& surface,
                   const ConversionFlags& flags, BYTE* frame, ScratchMemory* scratch) {
-    StripConversion toYuy2;
-    if (FAILED(toYuy2.PrepareToYuv(RgbFourCC(surface), flags.rgb, kYuy2, flags.yuv))) {
+    Conversion toYuy2;
+    if (FAILED(ChooseConversion({RgbFourCC(surface), kYuy2}, flags.yuv, flags.rgb, &toYuy2))) {
         return E_FAIL;
     }
     const LONG width = surface.width;
     const std::size_t stride = TenBitRowLayoutFor(width).stride;
-    return ForEachStrip(scratch, PlaneOf(surface, width), width, surface.height,
-                        [&](const ImagePlane& yuy2, const ImagePlane& rgb, LONG y, LONG count) {
-                            const HRESULT result = toYuy2.Run(rgb, yuy2, width, count);
-                            if (SUCCEEDED(result)) {
-                                PackRows(rows, yuy2, frame + stride * static_cast<std::size_t>(y),
-                                         width, count);
-                            }
-                            return result;
-                        });
+    return ForEachStrip(
+        scratch, PlaneOf(surface, width), width, surface.height,
+        [&](const ImagePlane& yuy2, const ImagePlane& rgb, LONG y, LONG count) {
+            const HRESULT result = RunConversion(GetCpuInfo(), toYuy2, {&rgb, &yuy2}, width, count);
+            if (SUCCEEDED(result)) {
+                PackRows(rows, yuy2, frame + stride * static_cast<std::size_t>(y), width, count);
+            }
+            return result;
+        });
 }
 
 }  // namespace

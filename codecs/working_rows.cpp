@@ -7,6 +7,7 @@
 
 #include "codecs/packed_layouts.h"
 #include "convert/convert.h"
+#include "convert/cpu_info.h"
 #include "convert/formats.h"
 #include "media/v210.h"
 
@@ -111,10 +112,10 @@ DWORD BigEndianAt(const BYTE* at) {
 /// The conversion writes over the row, whose words are then byte-swapped in place. A row that
 /// cannot be converted is cleared.
 template <int kIndex, AlphaUse kAlpha>
-void WriteDeepRgb(const StripConversion& toRgb, const WrittenRow& row) {
+void WriteDeepRgb(const Conversion& toRgb, const WrittenRow& row) {
     const ImagePlane source = {const_cast<BYTE*>(row.working), row.width * 4, 0};
     const ImagePlane destination = {row.picture, row.width * kDeepPixelBytes, 0};
-    if (FAILED(toRgb.Run(source, destination, row.width, 1))) {
+    if (FAILED(RunConversion(GetCpuInfo(), toRgb, {&source, &destination}, row.width, 1))) {
         std::memset(row.picture, 0, static_cast<std::size_t>(row.width) * kDeepPixelBytes);
         return;
     }
@@ -134,7 +135,7 @@ void WriteDeepRgb(const StripConversion& toRgb, const WrittenRow& row) {
 
 /// Chroma depends on the even pixel alone, so a row may be converted in strips of whole pairs.
 template <int kIndex, AlphaUse kAlpha>
-void ReadDeepRgb(const StripConversion& toYuv, const ReadRow& row) {
+void ReadDeepRgb(const Conversion& toYuv, const ReadRow& row) {
     constexpr LONG kStrip = 64;
     BYTE strip[kStrip * kDeepPixelBytes];
     for (LONG x = 0; x < row.width; ++x) {
@@ -156,7 +157,8 @@ void ReadDeepRgb(const StripConversion& toYuv, const ReadRow& row) {
         if (filled == kStrip || x + 1 == row.width) {
             const ImagePlane source = {strip, filled * kDeepPixelBytes, 0};
             BYTE* working = row.working + std::ptrdiff_t{x + 1 - filled} * 4;
-            std::ignore = toYuv.Run(source, {working, filled * 4, 0}, filled, 1);
+            const ImagePlane destination = {working, filled * 4, 0};
+            std::ignore = RunConversion(GetCpuInfo(), toYuv, {&source, &destination}, filled, 1);
         }
     }
 }
@@ -226,8 +228,8 @@ void WINAPI WriteWorkingRows(BYTE* picture, LONG stride, const BYTE* workingRows
             forEach(&PackV210);
         }
     } else {
-        StripConversion toRgb;
-        std::ignore = toRgb.PrepareFromYuv(kW210, kYuvFlags<kIndex>, kA46l, kRgbFullRange);
+        Conversion toRgb;
+        std::ignore = ChooseConversion({kW210, kA46l}, kYuvFlags<kIndex>, kRgbFullRange, &toRgb);
         forEach([&](const WrittenRow& row) { WriteDeepRgb<kIndex, kAlpha>(toRgb, row); });
     }
 }
@@ -246,8 +248,8 @@ void WINAPI ReadWorkingRows(const BYTE* picture, LONG stride, BYTE* workingRows,
             forEach(&UnpackV210);
         }
     } else {
-        StripConversion toYuv;
-        std::ignore = toYuv.PrepareToYuv(kA46l, kRgbFullRange, kW210, kYuvFlags<kIndex>);
+        Conversion toYuv;
+        std::ignore = ChooseConversion({kA46l, kW210}, kYuvFlags<kIndex>, kRgbFullRange, &toYuv);
         forEach([&](const ReadRow& row) { ReadDeepRgb<kIndex, kAlpha>(toYuv, row); });
     }
 }

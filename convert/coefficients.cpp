@@ -1,5 +1,6 @@
 #include "convert/coefficients.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace nyx {
@@ -112,16 +113,13 @@ const std::int32_t* TabulatedOffsets(LONG matrix, LONG range, LONG sourceBits) {
 }
 
 /// offset = half + pedestal - 16 luma - 128 (sum of the channel's chroma gains).
-double OffsetByRule(const RealGains& gains, double half, double pedestal, double chromaGain) {
-    return half + pedestal - kBlackCode * gains.luma - kChromaMid * chromaGain;
-}
-
 void FillOffsets(CoefficientBlock& block, const RealGains& gains, double half, double pedestal,
                  int fractionalBits) {
     const double chroma[] = {gains.vToR, gains.uToG + gains.vToG, gains.uToB};
     for (int channel = 0; channel < 3; ++channel) {
         block.offset[channel] =
-            ToFixed(OffsetByRule(gains, half, pedestal, chroma[channel]), fractionalBits);
+            ToFixed(half + pedestal - kBlackCode * gains.luma - kChromaMid * chroma[channel],
+                    fractionalBits);
     }
 }
 
@@ -143,9 +141,7 @@ CoefficientBlock YuvToRgb8Coefficients(LONG matrix, LONG range, LONG sourceBits)
         }
     }
     if (const std::int32_t* offsets = TabulatedOffsets(matrix, range, sourceBits)) {
-        for (int channel = 0; channel < 3; ++channel) {
-            block.offset[channel] = offsets[channel];
-        }
+        std::copy_n(offsets, 3, block.offset);
         return block;
     }
     const CodeRange output = ChannelRange(range, 8);

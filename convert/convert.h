@@ -4,11 +4,13 @@
 /// Pixel-format conversion between the codecs' 4:2:2 working layouts and RGB. All entries are
 /// reentrant and keep no state.
 
-#include "convert/conversion.h"
+#include "convert/kernels/kernels.h"
 #include "platform/fourcc.h"
 #include "platform/win_types.h"
 
 namespace nyx {
+
+struct CpuInfo;
 
 /// One image, or one alpha plane. The caller owns the memory and guarantees its size.
 struct ImagePlane {
@@ -39,6 +41,54 @@ LONG BytesPerPixel(DWORD fourcc);
 /// Combines both sides' colour flags: 0 studio BT.601, 1 full BT.601, 2 studio BT.709, 3 full
 /// BT.709; -1 when the YUV-side word is neither 0 nor 2.
 int ResolveColourFlags(DWORD rgbFlags, DWORD yuvFlags);
+
+/// Alpha modes. In every layout full alpha is opaque; colours are scaled about black, not about
+/// code 0, so that transparent studio-range pixels are black.
+enum AlphaMode : LONG {
+    kStraightAlpha = 0,       ///< colours are as if opaque
+    kPremultipliedAlpha = 1,  ///< colours are scaled by alpha
+};
+
+/// The properties of a conversion. One of the formats is a 4:2:2 layout, the other an RGB one; RGB
+/// is converted to YUV with one alpha mode for both sides.
+struct ConversionKind {
+    DWORD source;
+    DWORD destination;
+    LONG range = kStudioRange;   ///< RangeVariant
+    LONG matrix = kMatrixBt601;  ///< MatrixId
+    bool alphaPlane = false;
+    LONG sourceAlphaMode = kStraightAlpha;  ///< the modes count with an alpha plane only
+    LONG destinationAlphaMode = kStraightAlpha;
+};
+
+/// A kernel and its numbers, for any number of pictures or strips of them.
+struct Conversion {
+    const Kernel* kernel = nullptr;
+    KernelNumbers numbers = {};
+};
+
+/// The images of one run; alpha planes may be null or without data.
+struct ConversionPlanes {
+    const ImagePlane* source;
+    const ImagePlane* destination;
+    const ImagePlane* sourceAlpha = nullptr;
+    const ImagePlane* destinationAlpha = nullptr;
+};
+
+/// Chooses the conversion, also one by a matrix that colour flags never name. `E_INVALIDARG`, with
+/// the conversion empty, for formats, alpha modes, a range or a matrix that do not fit together.
+[[nodiscard]] HRESULT ChooseConversion(const ConversionKind& kind, Conversion* conversion);
+
+/// The same with range and matrix by the colour flags of both sides; `E_INVALIDARG` also for flags
+/// that name none.
+[[nodiscard]] HRESULT ChooseConversion(ConversionKind kind, DWORD yuvFlags, DWORD rgbFlags,
+                                       Conversion* conversion);
+
+/// Runs a conversion on the processor that `cpu` describes; several threads may run one at once.
+/// Checked in this order: that it was chosen (`E_INVALIDARG`); planes (`E_POINTER`); size, which
+/// must be positive with an even width (`E_INVALIDARG`); SSSE3 (`E_UNEXPECTED`).
+[[nodiscard]] HRESULT RunConversion(const CpuInfo& cpu, const Conversion& conversion,
+                                    const ConversionPlanes& planes, LONG width, LONG height);
 
 /// Converts a "YUY2" or "W210" picture to an RGB layout. Width and height are in pixels, positive,
 /// the width even. Sample values are not clipped to their nominal ranges; of a "W210" word the low
@@ -73,23 +123,18 @@ int ResolveColourFlags(DWORD rgbFlags, DWORD yuvFlags);
                                    DWORD destinationColourFlags, LONG alphaMode, LONG width,
                                    LONG height);
 
-/// A conversion without alpha planes, prepared once for any number of strips of rows. Several
-/// threads may run a prepared one at once.
-class StripConversion {
-  public:
-    /// Formats and flags as for ConvertFromYuv and ConvertToYuv; `E_INVALIDARG` for an unsupported
-    /// combination, after which Run fails.
-    [[nodiscard]] HRESULT PrepareFromYuv(DWORD sourceFourCC, DWORD sourceColourFlags,
-                                         DWORD destinationFourCC, DWORD destinationColourFlags);
-    [[nodiscard]] HRESULT PrepareToYuv(DWORD sourceFourCC, DWORD sourceColourFlags,
-                                       DWORD destinationFourCC, DWORD destinationColourFlags);
-
-    /// Converts one strip; results and rules as for ConvertFromYuv.
-    [[nodiscard]] HRESULT Run(const ImagePlane& source, const ImagePlane& destination, LONG width,
-                              LONG height) const;
-
-  private:
-    Conversion conversion_;
-};
+/// Runs a kernel and returns what it throws: an HRESULT itself, anything else as `E_UNEXPECTED`.
+/// Our kernels throw nothing; this is deliberate for any that might.
+template <class Body>
+[[nodiscard]] HRESULT RunKernel(Body body) noexcept {
+    try {
+        body();
+        return S_OK;
+    } catch (HRESULT result) {
+        return result;
+    } catch (...) {
+        return E_UNEXPECTED;
+    }
+}
 
 }  // namespace nyx

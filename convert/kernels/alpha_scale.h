@@ -16,58 +16,49 @@ struct AlphaFactor {
     std::uint16_t fraction;
 };
 
-/// One factor per 8-bit alpha. Fractions are rounded up, which together with the truncated product
-/// keeps every result within one code of 16 bits.
-struct AlphaFactorTable {
-    AlphaFactor factors[256];
-};
-
+/// Fractions are rounded up, which together with the truncated product keeps every result within
+/// one code of 16 bits.
 constexpr AlphaFactor MakeFactor(unsigned numerator, unsigned denominator) {
     const unsigned rest = numerator % denominator;
     return {static_cast<std::uint16_t>(numerator / denominator),
             static_cast<std::uint16_t>((rest * 65536 + denominator - 1) / denominator)};
 }
 
-/// 1, for colours that stay.
-constexpr AlphaFactorTable MakeUnscaled() {
-    AlphaFactorTable table{};
-    for (AlphaFactor& factor : table.factors) {
-        factor = MakeFactor(1, 1);
-    }
-    return table;
-}
+/// One factor per 8-bit alpha: 1, for colours that stay.
+using AlphaFactors = std::array<AlphaFactor, 256>;
+constexpr AlphaFactors kUnscaled = [] {
+    AlphaFactors factors;
+    factors.fill(MakeFactor(1, 1));
+    return factors;
+}();
 
 /// alpha / 255.
-constexpr AlphaFactorTable MakePremultiply() {
-    AlphaFactorTable table{};
+constexpr AlphaFactors kPremultiply = [] {
+    AlphaFactors factors{};
     for (unsigned alpha = 0; alpha < 256; ++alpha) {
-        table.factors[alpha] = MakeFactor(alpha, 255);
+        factors[alpha] = MakeFactor(alpha, 255);
     }
-    return table;
-}
+    return factors;
+}();
 
 /// 255 / alpha; a transparent pixel becomes black.
-constexpr AlphaFactorTable MakeUnpremultiply() {
-    AlphaFactorTable table{};
+constexpr AlphaFactors kUnpremultiply = [] {
+    AlphaFactors factors{};
     for (unsigned alpha = 1; alpha < 256; ++alpha) {
-        table.factors[alpha] = MakeFactor(255, alpha);
+        factors[alpha] = MakeFactor(255, alpha);
     }
-    return table;
-}
-
-constexpr AlphaFactorTable kUnscaled = MakeUnscaled();
-constexpr AlphaFactorTable kPremultiply = MakePremultiply();
-constexpr AlphaFactorTable kUnpremultiply = MakeUnpremultiply();
+    return factors;
+}();
 
 /// The factors of four pixels, twice in a row to fit four words of each of two channels.
 class FourFactors {
   public:
-    FourFactors(const AlphaFactorTable& table, const BYTE* alpha) {
+    FourFactors(const AlphaFactors& table, const BYTE* alpha) {
         constexpr ShuffleMask kWhole = {0, 1, 4, 5, 8, 9, 12, 13, 0, 1, 4, 5, 8, 9, 12, 13};
         constexpr ShuffleMask kFraction = {2, 3, 6, 7, 10, 11, 14, 15, 2, 3, 6, 7, 10, 11, 14, 15};
         AlphaFactor four[4];
         for (int i = 0; i < 4; ++i) {
-            four[i] = table.factors[alpha[i]];
+            four[i] = table[alpha[i]];
         }
         const __m128i factors = Load(four);
         whole_ = _mm_shuffle_epi8(factors, Load(kWhole));

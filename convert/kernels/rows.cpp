@@ -9,12 +9,13 @@ namespace {
 
 constexpr BYTE kOpaque = 255;
 
-/// The current row of a plane of rows of `rowBytes` bytes, each followed by the plane's gap.
+/// The current row of a plane of rows of `rowBytes` bytes, each followed by the plane's gap; null
+/// for an absent plane.
 class RowCursor {
   public:
-    RowCursor(const ImagePlane& plane, std::size_t rowBytes)
-        : row_(plane.data),
-          step_(plane.data ? static_cast<std::ptrdiff_t>(rowBytes) + plane.rowGap : 0) {}
+    RowCursor(const ImagePlane* plane, std::size_t rowBytes)
+        : row_(plane ? plane->data : nullptr),
+          step_(row_ ? static_cast<std::ptrdiff_t>(rowBytes) + plane->rowGap : 0) {}
 
     BYTE* row() const { return row_; }
     void Next() { row_ += step_; }
@@ -91,8 +92,10 @@ void FillAlpha(const PixelFormat& format, const BYTE* pixels, const BYTE* source
 
 }  // namespace
 
-void ConvertRows(const Kernel& kernel, const KernelNumbers& numbers, const KernelPlanes& planes,
-                 LONG width, LONG height) {
+void ConvertRows(const Conversion& conversion, const ConversionPlanes& planes, LONG width,
+                 LONG height) {
+    const Kernel& kernel = *conversion.kernel;
+    const KernelNumbers& numbers = conversion.numbers;
     const PixelFormat& from = *FindPixelFormat(kernel.source);
     const PixelFormat& to = *FindPixelFormat(kernel.destination);
     const auto pixels = static_cast<std::size_t>(width);
@@ -101,8 +104,8 @@ void ConvertRows(const Kernel& kernel, const KernelNumbers& numbers, const Kerne
     RowCursor destination(planes.destination, pixels * kernel.destinationBytes);
     RowCursor sourceAlpha(planes.sourceAlpha, pixels);
     RowCursor destinationAlpha(planes.destinationAlpha, pixels);
-    const bool scales = planes.sourceAlpha.data && kernel.convertScaled;
-    const bool stores = planes.sourceAlpha.data && !scales && to.alphaByte >= 0;
+    const bool scales = sourceAlpha.row() && kernel.convertScaled;
+    const bool stores = sourceAlpha.row() && !scales && to.alphaByte >= 0;
     const KernelFunction convert = scales ? kernel.convertScaled : kernel.convert;
     RowTail tail;
     for (LONG y = 0; y < height; ++y) {
@@ -116,7 +119,7 @@ void ConvertRows(const Kernel& kernel, const KernelNumbers& numbers, const Kerne
         if (stores) {
             StoreAlpha(to, alpha, destination.row(), pixels);
         }
-        if (planes.destinationAlpha.data) {
+        if (destinationAlpha.row()) {
             FillAlpha(from, source.row(), alpha, destinationAlpha.row(), pixels);
         }
         source.Next();

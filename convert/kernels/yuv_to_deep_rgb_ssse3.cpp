@@ -86,7 +86,7 @@ class AlphaScale {
     }
 
   private:
-    static const AlphaFactorTable* TableOf(AlphaTransform transform) {
+    static const AlphaFactors* TableOf(AlphaTransform transform) {
         switch (transform) {
             case AlphaTransform::kPremultiply:
                 return &kPremultiply;
@@ -97,7 +97,7 @@ class AlphaScale {
         }
     }
 
-    const AlphaFactorTable& table_;
+    const AlphaFactors& table_;
     __m128i black_;
     __m128i unbounded_;
 };

@@ -100,7 +100,7 @@ TEST(Entries, OtherMatricesRangesAndProcessorsAreRefusedAndThrowsBecomeResults) 
     plain.leaves[1].ecx &= ~(DWORD{1} << 9);
     EXPECT_EQ(RunConversion(plain, conversion, {&plane, &plane}, 2, 1), E_UNEXPECTED);
     EXPECT_EQ(RunConversion(plain, conversion, {&plane, nullptr}, 2, 1), E_POINTER);
-    EXPECT_EQ(StripConversion().Run(plane, plane, 2, 1), E_INVALIDARG);
+    EXPECT_EQ(RunConversion(GetCpuInfo(), {}, {&plane, &plane}, 2, 1), E_INVALIDARG);
     EXPECT_EQ(RunKernel([] { throw HRESULT{E_OUTOFMEMORY}; }), E_OUTOFMEMORY);
     EXPECT_EQ(RunKernel([] { throw std::bad_alloc(); }), E_UNEXPECTED);
 }
