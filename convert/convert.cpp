@@ -1,5 +1,7 @@
 #include "convert/convert.h"
 
+#include <span>
+
 #include "convert/cpu_info.h"
 #include "convert/formats.h"
 #include "convert/kernels/rows.h"
@@ -9,8 +11,7 @@ namespace {
 
 constexpr BYTE kStudioBlack = 16;
 
-template <std::size_t kCount>
-const Kernel* FindIn(const Kernel (&kernels)[kCount], const ConversionKind& kind) {
+const Kernel* FindIn(std::span<const Kernel> kernels, const ConversionKind& kind) {
     for (const Kernel& kernel : kernels) {
         if (kernel.source == kind.source && kernel.destination == kind.destination) {
             return &kernel;

@@ -5,8 +5,7 @@
 
 #include <type_traits>
 
-#include "convert/formats.h"
-#include "convert/kernels/rgb_orders.h"
+#include "convert/kernels/rgb_layouts.h"
 #include "convert/kernels/simd.h"
 
 namespace nyx {
@@ -53,17 +52,14 @@ PixelPairs Interleave(const DeepPixels& in) {
 }
 
 /// Channels are whole words.
-template <DWORD kCode, class Order>
-struct WordWriter {
-    static constexpr DWORD kFourCC = kCode;
-    static constexpr std::size_t kBytesPerPixel = 2 * Order::kChannels;
-    static constexpr std::size_t kWindowPixels = Order::kHasAlpha ? 4 : 6;
+template <class Layout>
+struct WordWriter : Layout {
     static constexpr bool kTenBitsOfAlpha = false;
 
     static void Write(BYTE* at, const DeepPixels& pixels) {
-        const PixelPairs pairs = Interleave<Order>(pixels);
+        const PixelPairs pairs = Interleave<typename Layout::Order>(pixels);
         Store(at, pairs.first);
-        Store(at + 2 * kBytesPerPixel, pairs.second);
+        Store(at + 2 * Layout::kBytesPerPixel, pairs.second);
     }
 };
 
@@ -81,10 +77,7 @@ inline __m128i JoinTens(__m128i words) {
 }
 
 /// Three tens in 32 bits.
-struct TenBitWriter {
-    static constexpr DWORD kFourCC = k30rl;
-    static constexpr std::size_t kBytesPerPixel = 4;
-    static constexpr std::size_t kWindowPixels = 4;
+struct TenBitWriter : Layout30rl {
     static constexpr bool kTenBitsOfAlpha = false;
 
     static void Write(BYTE* at, const DeepPixels& pixels) {
@@ -96,17 +89,14 @@ struct TenBitWriter {
 };
 
 /// Four tens in 40 bits.
-template <DWORD kCode, class Order>
-struct TenBitAlphaWriter {
-    static constexpr DWORD kFourCC = kCode;
-    static constexpr std::size_t kBytesPerPixel = 5;
-    static constexpr std::size_t kWindowPixels = 6;
+template <class Layout>
+struct TenBitAlphaWriter : Layout {
     static constexpr bool kTenBitsOfAlpha = true;
 
     static void Write(BYTE* at, const DeepPixels& pixels) {
-        const PixelPairs pairs = Interleave<Order>(ToTenBits(pixels));
+        const PixelPairs pairs = Interleave<typename Layout::Order>(ToTenBits(pixels));
         Store(at, Pack(pairs.first));
-        Store(at + 2 * kBytesPerPixel, Pack(pairs.second));
+        Store(at + 2 * Layout::kBytesPerPixel, Pack(pairs.second));
     }
 
   private:

@@ -4,6 +4,7 @@
 /// The kernels' interface: a kernel converts whole steps of pixels of one row; rows.h does the rest
 /// for all of them. None throws. All need SSSE3.
 
+#include <array>
 #include <cstddef>
 
 #include "convert/coefficients.h"
@@ -56,8 +57,8 @@ constexpr Kernel KernelOf(std::size_t step, std::size_t window, KernelFunction c
             .convertScaled = convertScaled};
 }
 
-extern const Kernel kYuvToRgb8Kernels[10];
-extern const Kernel kYuvToDeepRgbKernels[16];
-extern const Kernel kRgbToYuvKernels[26];
+extern const std::array<Kernel, 10> kYuvToRgb8Kernels;
+extern const std::array<Kernel, 16> kYuvToDeepRgbKernels;
+extern const std::array<Kernel, 26> kRgbToYuvKernels;
 
 }  // namespace nyx

@@ -3,8 +3,7 @@
 /// @file
 /// Source policies of the RGB-to-YUV kernels: how four pixels become lanes for multiply-adds.
 
-#include "convert/formats.h"
-#include "convert/kernels/rgb_orders.h"
+#include "convert/kernels/rgb_layouts.h"
 #include "convert/kernels/simd.h"
 
 namespace nyx {
@@ -18,12 +17,9 @@ struct RgbLanes {
 };
 
 /// One byte per channel; lanes hold 0 to 255.
-template <DWORD kCode, class OrderPolicy>
-struct Rgb8Reader {
-    using Order = OrderPolicy;
-    static constexpr DWORD kFourCC = kCode;
-    static constexpr std::size_t kBytesPerPixel = Order::kChannels;
-    static constexpr std::size_t kWindowPixels = Order::kHasAlpha ? 4 : 6;
+template <class Layout>
+struct ByteReader : Layout {
+    using Order = typename Layout::Order;
     static constexpr int kFractionBits = 0;  ///< of a lane, against an 8-bit code
     static constexpr int kCentre = 0;        ///< subtracted from each word
 
@@ -48,9 +44,8 @@ struct Rgb8Reader {
 
 /// Common to the deep readers: lanes hold 16-bit channels less 0x8000, so that they fit a signed
 /// multiplication.
-template <class OrderPolicy>
-struct DeepReader {
-    using Order = OrderPolicy;
+template <class Layout>
+struct DeepReader : Layout {
     static constexpr int kFractionBits = 8;
     static constexpr int kCentre = 0x8000;
 
@@ -68,19 +63,15 @@ struct DeepReader {
 };
 
 /// Channels are whole words.
-template <DWORD kCode, class Order>
-struct WordReader : DeepReader<Order> {
-    static constexpr DWORD kFourCC = kCode;
-    static constexpr std::size_t kBytesPerPixel = 2 * Order::kChannels;
-    static constexpr std::size_t kWindowPixels = Order::kHasAlpha ? 4 : 6;
-
+template <class Layout>
+struct WordReader : DeepReader<Layout> {
     static RgbLanes Read(const BYTE* at) {
-        return DeepReader<Order>::Join(TwoPixels(at), TwoPixels(at + 2 * kBytesPerPixel));
+        return WordReader::Join(TwoPixels(at), TwoPixels(at + 2 * Layout::kBytesPerPixel));
     }
 
   private:
     static __m128i TwoPixels(const BYTE* at) {
-        if constexpr (Order::kHasAlpha) {
+        if constexpr (Layout::Order::kHasAlpha) {
             return Load(at);
         } else {
             constexpr ShuffleMask kSpread = {0, 1, 2, 3, 4,  5,  kNone, kNone,
@@ -91,11 +82,7 @@ struct WordReader : DeepReader<Order> {
 };
 
 /// Three tens in 32 bits, brought to 16 bits.
-struct TenBitReader : DeepReader<OrderRgb> {
-    static constexpr DWORD kFourCC = k30rl;
-    static constexpr std::size_t kBytesPerPixel = 4;
-    static constexpr std::size_t kWindowPixels = 4;
-
+struct TenBitReader : DeepReader<Layout30rl> {
     static RgbLanes Read(const BYTE* at) {
         const __m128i lowTen = _mm_set1_epi32(0xFFC0);
         const __m128i highTen = _mm_slli_epi32(lowTen, 16);
@@ -108,14 +95,10 @@ struct TenBitReader : DeepReader<OrderRgb> {
 };
 
 /// Four tens in 40 bits, brought to 16 bits.
-template <DWORD kCode, class Order>
-struct TenBitAlphaReader : DeepReader<Order> {
-    static constexpr DWORD kFourCC = kCode;
-    static constexpr std::size_t kBytesPerPixel = 5;
-    static constexpr std::size_t kWindowPixels = 6;
-
+template <class Layout>
+struct TenBitAlphaReader : DeepReader<Layout> {
     static RgbLanes Read(const BYTE* at) {
-        return DeepReader<Order>::Join(TwoPixels(at), TwoPixels(at + 2 * kBytesPerPixel));
+        return TenBitAlphaReader::Join(TwoPixels(at), TwoPixels(at + 2 * Layout::kBytesPerPixel));
     }
 
   private:

@@ -83,32 +83,16 @@ template <class Reader, class Writer>
 constexpr Kernel kRow = KernelOf<Reader, Writer>(8, 4 + Reader::kWindowPixels,
                                                  Convert<Reader, Writer>);
 
-using Bgr3Reader = Rgb8Reader<kBgr3, OrderBgr>;
-using Rgb3Reader = Rgb8Reader<kRgb3, OrderRgb>;
-using BgraReader = Rgb8Reader<kBgra, OrderBgra>;
-using RgbaReader = Rgb8Reader<kRgba, OrderRgba>;
-using ArgbReader = Rgb8Reader<kArgb, OrderArgb>;
-using Reader48rl = WordReader<k48rl, OrderRgb>;
-using Reader64al = WordReader<k64al, OrderRgba>;
-using ReaderA46l = WordReader<kA46l, OrderArgb>;
-using ReaderL64a = WordReader<kL64a, OrderBgra>;
-using Reader30rl = TenBitReader;
-using Reader40al = TenBitAlphaReader<k40al, OrderRgba>;
-using ReaderA04l = TenBitAlphaReader<kA04l, OrderArgb>;
-using ReaderL40a = TenBitAlphaReader<kL40a, OrderBgra>;
+template <class... Readers>
+constexpr std::array<Kernel, 2 * sizeof...(Readers)> kRows = {kRow<Readers, Yuy2Writer>...,
+                                                              kRow<Readers, W210Writer>...};
 
 }  // namespace
 
-const Kernel kRgbToYuvKernels[] = {
-    kRow<Bgr3Reader, Yuy2Writer>, kRow<Rgb3Reader, Yuy2Writer>, kRow<BgraReader, Yuy2Writer>,
-    kRow<RgbaReader, Yuy2Writer>, kRow<ArgbReader, Yuy2Writer>, kRow<Reader48rl, Yuy2Writer>,
-    kRow<Reader64al, Yuy2Writer>, kRow<ReaderA46l, Yuy2Writer>, kRow<ReaderL64a, Yuy2Writer>,
-    kRow<Reader30rl, Yuy2Writer>, kRow<Reader40al, Yuy2Writer>, kRow<ReaderA04l, Yuy2Writer>,
-    kRow<ReaderL40a, Yuy2Writer>, kRow<Bgr3Reader, W210Writer>, kRow<Rgb3Reader, W210Writer>,
-    kRow<BgraReader, W210Writer>, kRow<RgbaReader, W210Writer>, kRow<ArgbReader, W210Writer>,
-    kRow<Reader48rl, W210Writer>, kRow<Reader64al, W210Writer>, kRow<ReaderA46l, W210Writer>,
-    kRow<ReaderL64a, W210Writer>, kRow<Reader30rl, W210Writer>, kRow<Reader40al, W210Writer>,
-    kRow<ReaderA04l, W210Writer>, kRow<ReaderL40a, W210Writer>,
-};
+const std::array<Kernel, 26> kRgbToYuvKernels =
+    kRows<ByteReader<Bgr3>, ByteReader<Rgb3>, ByteReader<Bgra>, ByteReader<Rgba>, ByteReader<Argb>,
+          WordReader<Layout48rl>, WordReader<Layout64al>, WordReader<LayoutA46l>,
+          WordReader<LayoutL64a>, TenBitReader, TenBitAlphaReader<Layout40al>,
+          TenBitAlphaReader<LayoutA04l>, TenBitAlphaReader<LayoutL40a>>;
 
 }  // namespace nyx

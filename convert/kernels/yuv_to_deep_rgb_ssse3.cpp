@@ -133,24 +133,15 @@ constexpr Kernel kRow =
     KernelOf<Reader, Writer>(4, std::max(Reader::kWindowPixels, Writer::kWindowPixels),
                              Convert<Reader, Writer>, ConvertScaled<Reader, Writer>);
 
-using Writer48rl = WordWriter<k48rl, OrderRgb>;
-using Writer64al = WordWriter<k64al, OrderRgba>;
-using WriterA46l = WordWriter<kA46l, OrderArgb>;
-using WriterL64a = WordWriter<kL64a, OrderBgra>;
-using Writer30rl = TenBitWriter;
-using Writer40al = TenBitAlphaWriter<k40al, OrderRgba>;
-using WriterA04l = TenBitAlphaWriter<kA04l, OrderArgb>;
-using WriterL40a = TenBitAlphaWriter<kL40a, OrderBgra>;
+template <class... Writers>
+constexpr std::array<Kernel, 2 * sizeof...(Writers)> kRows = {kRow<Yuy2Reader, Writers>...,
+                                                              kRow<W210Reader, Writers>...};
 
 }  // namespace
 
-const Kernel kYuvToDeepRgbKernels[] = {
-    kRow<Yuy2Reader, Writer48rl>, kRow<Yuy2Reader, WriterL64a>, kRow<Yuy2Reader, WriterA46l>,
-    kRow<Yuy2Reader, Writer64al>, kRow<Yuy2Reader, Writer30rl>, kRow<Yuy2Reader, WriterL40a>,
-    kRow<Yuy2Reader, WriterA04l>, kRow<Yuy2Reader, Writer40al>, kRow<W210Reader, Writer48rl>,
-    kRow<W210Reader, WriterL64a>, kRow<W210Reader, WriterA46l>, kRow<W210Reader, Writer64al>,
-    kRow<W210Reader, Writer30rl>, kRow<W210Reader, WriterL40a>, kRow<W210Reader, WriterA04l>,
-    kRow<W210Reader, Writer40al>,
-};
+const std::array<Kernel, 16> kYuvToDeepRgbKernels =
+    kRows<WordWriter<Layout48rl>, WordWriter<LayoutL64a>, WordWriter<LayoutA46l>,
+          WordWriter<Layout64al>, TenBitWriter, TenBitAlphaWriter<LayoutL40a>,
+          TenBitAlphaWriter<LayoutA04l>, TenBitAlphaWriter<Layout40al>>;
 
 }  // namespace nyx

@@ -1,7 +1,7 @@
 #include <algorithm>
 
 #include "convert/kernels/kernels.h"
-#include "convert/kernels/rgb_orders.h"
+#include "convert/kernels/rgb_layouts.h"
 #include "convert/kernels/yuv_readers.h"
 
 namespace nyx {
@@ -40,12 +40,9 @@ class Rgb8Matrix {
 };
 
 /// Destination policy of the 8-bit layouts.
-template <DWORD kCode, class Order>
-struct Rgb8Writer {
-    static constexpr DWORD kFourCC = kCode;
-    static constexpr std::size_t kBytesPerPixel = Order::kChannels;
-    static constexpr std::size_t kWindowPixels =
-        Order::kHasAlpha ? 4 : 6;  ///< pixels that are overwritten
+template <class Layout>
+struct ByteWriter : Layout {
+    using Order = typename Layout::Order;
 
     /// The four values of one channel are in the odd bytes of one half of a packed vector.
     static constexpr void Place(ShuffleMask& mask, int channel, int half) {
@@ -86,19 +83,12 @@ template <class Reader, class Writer>
 constexpr Kernel kRow = KernelOf<Reader, Writer>(
     4, std::max(Reader::kWindowPixels, Writer::kWindowPixels), Convert<Reader, Writer>);
 
-using Bgr3Writer = Rgb8Writer<kBgr3, OrderBgr>;
-using Rgb3Writer = Rgb8Writer<kRgb3, OrderRgb>;
-using BgraWriter = Rgb8Writer<kBgra, OrderBgra>;
-using RgbaWriter = Rgb8Writer<kRgba, OrderRgba>;
-using ArgbWriter = Rgb8Writer<kArgb, OrderArgb>;
+template <class... Layouts>
+constexpr std::array<Kernel, 2 * sizeof...(Layouts)> kRows = {
+    kRow<Yuy2Reader, ByteWriter<Layouts>>..., kRow<W210Reader, ByteWriter<Layouts>>...};
 
 }  // namespace
 
-const Kernel kYuvToRgb8Kernels[] = {
-    kRow<Yuy2Reader, Bgr3Writer>, kRow<Yuy2Reader, Rgb3Writer>, kRow<Yuy2Reader, BgraWriter>,
-    kRow<Yuy2Reader, RgbaWriter>, kRow<Yuy2Reader, ArgbWriter>, kRow<W210Reader, Bgr3Writer>,
-    kRow<W210Reader, Rgb3Writer>, kRow<W210Reader, BgraWriter>, kRow<W210Reader, RgbaWriter>,
-    kRow<W210Reader, ArgbWriter>,
-};
+const std::array<Kernel, 10> kYuvToRgb8Kernels = kRows<Bgr3, Rgb3, Bgra, Rgba, Argb>;
 
 }  // namespace nyx
