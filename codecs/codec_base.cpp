@@ -9,7 +9,7 @@ namespace {
 HRESULT DescribeFrame(const BITMAPINFOHEADER& input, const void* frame,
                       REFERENCE_TIME averageFrameDuration, FrameInfo* info) {
     FrameInfo found;
-    const bool hasInfo = ReadFrameChunks(ByteSpan(frame, input.biSizeImage), &found);
+    const bool hasInfo = ReadFrameChunks(BytesAt(frame, input.biSizeImage), &found);
     if (!hasInfo) {
         const PixelAspect aspect = DefaultPixelAspect(input.biWidth, input.biHeight);
         found.pixelAspectX = aspect.x;

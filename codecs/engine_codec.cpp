@@ -62,7 +62,7 @@ HRESULT CEngineCodec::Decompress(const BITMAPINFOHEADER* input, const void* data
     SurfaceRequest request = RequestFor(*output, *input, alphaOut, outputData, stride);
     ScratchMemory scratch(&kept_);
     return GuardedResult([&] {
-        const ByteSpan frame = SkipInfoChunk(ByteSpan(data, input->biSizeImage));
+        const ByteSpan frame = SkipInfoChunk(BytesAt(data, input->biSizeImage));
         const std::optional<bool> streamAlpha = Probe(frame, *input);
         if (!streamAlpha) {
             return E_FAIL;

@@ -20,20 +20,20 @@ constexpr std::size_t kInfoWordsSize = 4 * 4;  // infoA, infoB, aspect X and Y
 /// Bytes of the container at the frame's start, header included; 0 without one. 64 bits, so that a
 /// payload size near 2^32 does not wrap.
 std::uint64_t InfoContainerSize(ByteSpan frame) {
-    if (frame.Le32At(0) != kInfoTag) {
+    if (Le32At(frame, 0) != kInfoTag) {
         return 0;
     }
-    return kChunkHeader + std::uint64_t{frame.Le32At(4).value_or(0)};
+    return kChunkHeader + std::uint64_t{Le32At(frame, 4).value_or(0)};
 }
 
 /// Stores the first words of `bytes`; none when they are not all there.
 bool ReadWords(ByteSpan bytes, std::initializer_list<LONG*> words) {
-    if (!bytes.Holds(0, 4 * words.size())) {
+    if (!Holds(bytes, 0, 4 * words.size())) {
         return false;
     }
     std::size_t offset = 0;
     for (LONG* const word : words) {
-        *word = static_cast<LONG>(*bytes.Le32At(offset));
+        *word = static_cast<LONG>(*Le32At(bytes, offset));
         offset += 4;
     }
     return true;
@@ -42,15 +42,15 @@ bool ReadWords(ByteSpan bytes, std::initializer_list<LONG*> words) {
 /// The payload of the first chunk with this tag, cut to the bytes at hand; empty without one.
 ByteSpan FindChunk(ByteSpan rest, DWORD tag) {
     for (;;) {
-        const std::optional<DWORD> found = rest.Le32At(0);
-        const std::optional<DWORD> size = rest.Le32At(4);
+        const std::optional<DWORD> found = Le32At(rest, 0);
+        const std::optional<DWORD> size = Le32At(rest, 4);
         if (!found || !size || *found == 0) {
             return {};
         }
         if (*found == tag) {
-            return rest.Slice(kChunkHeader, *size);
+            return Slice(rest, kChunkHeader, *size);
         }
-        rest = rest.Slice(kChunkHeader).Slice(*size);
+        rest = Slice(Slice(rest, kChunkHeader), *size);
     }
 }
 
@@ -58,13 +58,13 @@ ByteSpan FindChunk(ByteSpan rest, DWORD tag) {
 
 bool ReadFrameChunks(ByteSpan frame, FrameInfo* info) {
     const std::uint64_t size = std::min<std::uint64_t>(InfoContainerSize(frame), frame.size());
-    const ByteSpan container = frame.Slice(0, static_cast<std::size_t>(size)).Slice(kChunkHeader);
+    const ByteSpan container = Slice(Slice(frame, 0, static_cast<std::size_t>(size)), kChunkHeader);
     if (!ReadWords(container,
                    {&info->infoA, &info->infoB, &info->pixelAspectX, &info->pixelAspectY})) {
         return false;
     }
-    const ByteSpan chunks = container.Slice(kInfoWordsSize);
-    const std::optional<DWORD> fieldOrder = FindChunk(chunks, kFieldTag).Le32At(0);
+    const ByteSpan chunks = Slice(container, kInfoWordsSize);
+    const std::optional<DWORD> fieldOrder = Le32At(FindChunk(chunks, kFieldTag), 0);
     if (fieldOrder && *fieldOrder <= kProgressive) {
         info->fieldOrder = static_cast<LONG>(*fieldOrder);
     }
@@ -74,7 +74,7 @@ bool ReadFrameChunks(ByteSpan frame, FrameInfo* info) {
 
 ByteSpan SkipInfoChunk(ByteSpan frame) {
     const std::uint64_t size = InfoContainerSize(frame);
-    return size < frame.size() ? frame.Slice(static_cast<std::size_t>(size)) : ByteSpan();
+    return size < frame.size() ? Slice(frame, static_cast<std::size_t>(size)) : ByteSpan();
 }
 
 }  // namespace nyx

@@ -120,8 +120,7 @@ DWORD CLosslessCodec::GetMaxCompressedSize(const BITMAPINFOHEADER* input, bool) 
 }
 
 std::optional<bool> CLosslessCodec::Probe(ByteSpan frame, const BITMAPINFOHEADER& input) {
-    const std::optional<BYTE> kind = frame.ByteAt(kKindAt);
-    if (!kind || *kind > kLosslessArgb32) {
+    if (frame.size() <= kKindAt || frame[kKindAt] > kLosslessArgb32) {
         return std::nullopt;
     }
     return input.biBitCount == 32;
@@ -143,7 +142,7 @@ HRESULT CLosslessCodec::DecodeStored(const DecodeJob& job, LONG kind,
 }
 
 HRESULT CLosslessCodec::DecodeFrame(const DecodeJob& job) {
-    const LONG kind = *job.frame.ByteAt(kKindAt);
+    const LONG kind = job.frame[kKindAt];
     const LONG native = NativeLosslessKind(job.surface.index);
     if (native < 0) {
         return E_FAIL;

@@ -199,7 +199,7 @@ HRESULT CTenBitCodec::Decompress(const BITMAPINFOHEADER* input, const void* data
     const LONG height = surface.height;
     ScratchMemory scratch(&kept_);
     return GuardedResult([&]() -> HRESULT {
-        const ByteSpan frame = SkipInfoChunk(ByteSpan(data, input->biSizeImage));
+        const ByteSpan frame = SkipInfoChunk(BytesAt(data, input->biSizeImage));
         if (frame.size() / TenBitRowLayoutFor(width).stride < static_cast<std::size_t>(height)) {
             return E_FAIL;
         }

@@ -25,7 +25,7 @@ HRESULT CLvtDifParser::Parse(const void* frame, std::size_t size) {
     state_ = DifState{};
     MeasureFrame(frame, size);
     LocatePacks();
-    const ByteSpan bytes(state_.frame, state_.frameBytes);
+    const ByteSpan bytes = BytesAt(state_.frame, state_.frameBytes);
     const BYTE applicationId = VoteApplicationId(bytes, state_.videoSource);
     if (VoteAudioPresent(bytes)) {
         FindFirstHalfAudio();
@@ -53,7 +53,7 @@ LONG CLvtDifParser::GetRecTimePack() const {
 }
 
 void CLvtDifParser::MeasureFrame(const void* frame, std::size_t size) {
-    const ByteSpan bytes(frame, size);
+    const ByteSpan bytes = BytesAt(frame, size);
     state_.frame = bytes.data();
     state_.frameBytes = bytes.size();
     state_.sequenceCount = static_cast<DWORD>(bytes.size() / kDifSequenceBytes);

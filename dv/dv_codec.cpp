@@ -141,7 +141,7 @@ HRESULT CDvCodecBase::GetFrameInfo(const BITMAPINFOHEADER* input, const void* fr
     if (!frame) {
         return CCodecBase::GetFrameInfo(input, nullptr, averageFrameDuration, info);
     }
-    ByteSpan bytes(frame, input->biSizeImage);
+    ByteSpan bytes = BytesAt(frame, input->biSizeImage);
     std::unique_ptr<BYTE[]> buffer;
     const HRESULT reference = FollowReferences(&bytes, &buffer);
     if (FAILED(reference)) {
@@ -160,7 +160,7 @@ HRESULT CDvCodecBase::Decompress(const BITMAPINFOHEADER* input, const void* data
     if (!input || !output || !outputData) {
         return E_POINTER;
     }
-    ByteSpan frame(data, input->biSizeImage);
+    ByteSpan frame = BytesAt(data, input->biSizeImage);
     std::unique_ptr<BYTE[]> buffer;
     const HRESULT reference = FollowReferences(&frame, &buffer);
     if (FAILED(reference)) {
@@ -217,7 +217,7 @@ HRESULT CDvCodecBase::FollowReferences(ByteSpan* frame, std::unique_ptr<BYTE[]>*
             return FAILED(result) ? result : S_OK;
         }
         *buffer = std::move(read);
-        *frame = ByteSpan(buffer->get(), length);
+        *frame = BytesAt(buffer->get(), length);
     }
     return E_FAIL;
 }

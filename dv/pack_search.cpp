@@ -89,7 +89,7 @@ constexpr PackRoute kRoutes[] = {
 /// The pack at `offset` when it is inside the frame and has ID `id`, else null. The offset is
 /// 64 bits wide because it may be computed from a channel number that the frame does not have.
 const BYTE* PackIfThere(ByteSpan frame, std::uint64_t offset, BYTE id) {
-    if (offset > frame.size() || !frame.Holds(static_cast<std::size_t>(offset), kPackBytes)) {
+    if (offset > frame.size() || !Holds(frame, static_cast<std::size_t>(offset), kPackBytes)) {
         return nullptr;
     }
     const BYTE* pack = frame.data() + offset;
@@ -177,7 +177,7 @@ std::size_t AudioSourceOffset(std::uint64_t sequence) {
 }  // namespace
 
 const BYTE* FindPack(const void* frame, std::size_t size, BYTE id) {
-    const ByteSpan bytes(frame, size);
+    const ByteSpan bytes = BytesAt(frame, size);
     for (DWORD sequence = 0; sequence < SequenceCount(bytes); ++sequence) {
         for (const std::size_t offset : kPackOffsets) {
             if (auto* pack = PackIfThere(bytes, sequence, offset, id)) {
@@ -191,7 +191,7 @@ const BYTE* FindPack(const void* frame, std::size_t size, BYTE id) {
 const BYTE* LocatePack(const void* frame, std::size_t size, PackId id) {
     for (const PackRoute& route : kRoutes) {
         if (route.id == id) {
-            if (auto* pack = FindOnRoute(ByteSpan(frame, size), route)) {
+            if (auto* pack = FindOnRoute(BytesAt(frame, size), route)) {
                 return pack;
             }
         }
@@ -200,7 +200,7 @@ const BYTE* LocatePack(const void* frame, std::size_t size, PackId id) {
 }
 
 const BYTE* FindAudioSourcePack(const void* frame, std::size_t size, DWORD channel, DWORD half) {
-    const ByteSpan bytes(frame, size);
+    const ByteSpan bytes = BytesAt(frame, size);
     const DWORD halfSequences = SequencesPerHalfChannel(SequenceCount(bytes));
     const std::uint64_t first = (2 * std::uint64_t{channel} + half) * halfSequences;
     const std::size_t offset = AudioSourceOffset(first);
@@ -216,7 +216,7 @@ const BYTE* FindAudioSourcePack(const void* frame, std::size_t size, DWORD chann
         }
     }
     // Only the opening half channel, not the whole frame: the substitute is channel 0's audio.
-    const ByteSpan opening = bytes.Slice(0, halfSequences * kDifSequenceBytes);
+    const ByteSpan opening = Slice(bytes, 0, halfSequences * kDifSequenceBytes);
     return FindPack(opening.data(), opening.size(), kAudioSourcePack);
 }
 

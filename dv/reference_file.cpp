@@ -25,8 +25,8 @@ struct Reference {
 };
 
 HRESULT ReadReference(ByteSpan sample, Reference* reference) {
-    const auto offset = sample.Le32At(kOffsetField);
-    const ByteSpan path = sample.Slice(kPathField);
+    const auto offset = Le32At(sample, kOffsetField);
+    const ByteSpan path = Slice(sample, kPathField);
     const BYTE* end = std::find(path.data(), path.data() + path.size(), BYTE{0});
     if (!offset || end == path.data() + path.size()) {
         return E_FAIL;
@@ -50,7 +50,7 @@ bool IsDv25Frame(DWORD length) {
 
 bool IsReferenceSample(ByteSpan sample) {
     bool isReference = false;
-    std::ignore = Guarded([&] { isReference = sample.Le32At(0) == kMagic; });
+    std::ignore = Guarded([&] { isReference = Le32At(sample, 0) == kMagic; });
     return isReference;
 }
 
@@ -76,7 +76,7 @@ HRESULT DvReferenceFile::ReadFrame(ByteSpan sample, std::unique_ptr<BYTE[]>* buf
     if (FAILED(result)) {
         return result;
     }
-    const DWORD frameLength = *ByteSpan(lengthField, sizeof(lengthField)).Le32At(0);
+    const DWORD frameLength = *Le32At(lengthField, 0);
     if (!IsDv25Frame(frameLength)) {
         return E_FAIL;
     }

@@ -130,7 +130,7 @@ HRESULT DecodeSample(ICodec& codec, bool fillsRows, const AM_MEDIA_TYPE& inputTy
     }
     const std::size_t frameSize = SampleLength(inputSample);
     const std::size_t room = SampleCapacity(outputSample);
-    HRESULT result = ReadFrameParameters(codec, inputType, ByteSpan(frame, frameSize), shown);
+    HRESULT result = ReadFrameParameters(codec, inputType, BytesAt(frame, frameSize), shown);
     if (FAILED(result)) {
         return result;
     }

@@ -62,7 +62,7 @@ void CheckGeometry(ByteSource& source, const BITMAPINFOHEADER& header) {
 /// The coded part of a frame ends with it, and the codec reports the values of the chunks.
 void CheckChunks(nyx::CTenBitCodec& codec, const BITMAPINFOHEADER& header,
                  const std::vector<BYTE>& bytes) {
-    const nyx::ByteSpan frame(bytes.data(), bytes.size()), coded = nyx::SkipInfoChunk(frame);
+    const nyx::ByteSpan frame = bytes, coded = nyx::SkipInfoChunk(frame);
     Require(coded.empty() || coded.data() + coded.size() == frame.data() + frame.size());
     nyx::FrameInfo info;
     const bool hasChunk = codec.GetFrameInfo(&header, bytes.data(), 400000, &info) == S_OK;

@@ -23,7 +23,7 @@ struct MemoryFile final : nyx::source::ByteSource {
         if (position <= bad && bad - position < static_cast<std::int64_t>(to.size())) {
             return -1;
         }
-        const nyx::ByteSpan bytes = data.Slice(static_cast<std::size_t>(position), to.size());
+        const nyx::ByteSpan bytes = nyx::Slice(data, static_cast<std::size_t>(position), to.size());
         std::copy_n(bytes.data(), bytes.size(), to.data());
         return static_cast<int>(bytes.size());
     }
@@ -59,7 +59,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     untilFailure = steering.failure;
     nyx::source::FootageFile file;
     const HRESULT opened =
-        file.Open(std::make_unique<MemoryFile>(nyx::ByteSpan(data, size), steering.bad * 1024 - 1));
+        file.Open(std::make_unique<MemoryFile>(nyx::BytesAt(data, size), steering.bad * 1024 - 1));
     nyx::fuzz::Require(FAILED(opened) || !file.streams().empty());
     for (int i = 0; SUCCEEDED(opened) && i < 3; ++i) {
         const REFERENCE_TIME from = i > 0 ? steering.places[i - 1] : 0;

@@ -27,7 +27,7 @@ inline bool IsStartCode(const BYTE* bytes, Mpeg2StartCode code) noexcept {
 /// `frame.size()` when there is none.
 inline std::size_t FindStartCode(ByteSpan frame, std::size_t from) noexcept {
     const BYTE* bytes = frame.data();
-    for (std::size_t at = from; frame.Holds(at, 4); ++at) {
+    for (std::size_t at = from; Holds(frame, at, 4); ++at) {
         if (bytes[at] == 0 && bytes[at + 1] == 0 && bytes[at + 2] == 1) {
             return at + 3;
         }
@@ -41,7 +41,7 @@ inline std::optional<ByteSpan> FindStartCode(ByteSpan frame, Mpeg2StartCode code
     for (std::size_t at = FindStartCode(frame, from); at < frame.size();
          at = FindStartCode(frame, at)) {
         if (frame.data()[at] == code) {
-            return frame.Slice(at + 1);
+            return Slice(frame, at + 1);
         }
     }
     return std::nullopt;

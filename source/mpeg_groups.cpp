@@ -30,7 +30,7 @@ std::int64_t MpegGroups::NumberOf(const BYTE* header) const {
 }
 
 void MpegGroups::Check(ByteSpan bytes, std::int64_t number) {
-    for (std::size_t at = 0; bytes.Holds(at, kHeaderBytes); ++at) {
+    for (std::size_t at = 0; Holds(bytes, at, kHeaderBytes); ++at) {
         const BYTE* header = bytes.data() + at;
         if (IsStartCode(header, kMpeg2Picture)) {
             return;
@@ -54,7 +54,7 @@ bool MpegGroups::FindNext(ByteSource* file, std::int64_t from, std::int64_t to,
             return false;
         }
         const ByteSpan bytes(buffer.data(), static_cast<std::size_t>(got));
-        for (std::size_t at = 0; bytes.Holds(at, kHeaderBytes); ++at) {
+        for (std::size_t at = 0; Holds(bytes, at, kHeaderBytes); ++at) {
             const BYTE* header = bytes.data() + at;
             const std::int64_t place = from + static_cast<std::int64_t>(at);
             if (IsStartCode(header, kMpeg2Picture)) {

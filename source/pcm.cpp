@@ -62,7 +62,7 @@ void ConvertPcm(const PcmFormat& format, ByteSpan from, BYTE* to) noexcept {
         std::copy_n(from.data(), from.size(), to);
         return;
     }
-    for (std::size_t at = 0; from.Holds(at, bytes); at += bytes) {
+    for (std::size_t at = 0; Holds(from, at, bytes); at += bytes) {
         const BYTE* stored = from.data() + at;
         if (bytes == 1) {
             const int sample = Expand(format.kind, *stored);

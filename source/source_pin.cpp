@@ -303,11 +303,12 @@ HRESULT SourcePin::PushAudio(const Packet& packet) {
                 if (silent) {
                     std::memset(to, 0, static_cast<std::size_t>(bytes));
                 } else {
-                    ConvertPcm(audio.pcm,
-                               packet.bytes().Slice(
-                                   static_cast<std::size_t>((first - begin) * audio.storedFrame()),
-                                   static_cast<std::size_t>(count * audio.storedFrame())),
-                               to);
+                    ConvertPcm(
+                        audio.pcm,
+                        Slice(packet.bytes(),
+                              static_cast<std::size_t>((first - begin) * audio.storedFrame()),
+                              static_cast<std::size_t>(count * audio.storedFrame())),
+                        to);
                 }
                 return S_OK;
             });

@@ -53,7 +53,7 @@ bool DvIsWide(ByteSpan frame) {
     // block's application id says how to read the pack's display field.
     constexpr std::size_t kPack = 80 * 5 + 48 + 5;
     constexpr BYTE kSourceControl = 0x61;
-    if (!frame.Holds(kPack, 5) || frame.data()[kPack] != kSourceControl) {
+    if (!Holds(frame, kPack, 5) || frame.data()[kPack] != kSourceControl) {
         return false;
     }
     const int display = frame.data()[kPack + 2] & 7;
@@ -62,7 +62,7 @@ bool DvIsWide(ByteSpan frame) {
 
 MpegPicture ReadMpegPicture(ByteSpan frame) {
     MpegPicture picture;
-    for (std::size_t at = FindStartCode(frame, 0); frame.Holds(at, 5);
+    for (std::size_t at = FindStartCode(frame, 0); Holds(frame, at, 5);
          at = FindStartCode(frame, at)) {
         const BYTE* code = frame.data() + at;
         if (*code == kMpeg2Picture) {
@@ -75,7 +75,7 @@ MpegPicture ReadMpegPicture(ByteSpan frame) {
             const std::size_t rate = code[4] & 15;
             picture.rate = rate < std::size(kMpegRates) ? kMpegRates[rate] : AVRational{};
         } else if (*code == kMpeg2Extension && code[1] >> 4 == kSequenceExtension &&
-                   frame.Holds(at, 7)) {  // section 6.2.2.3: factors of the rate, minus one
+                   Holds(frame, at, 7)) {  // section 6.2.2.3: factors of the rate, minus one
             picture.rate = av_mul_q(picture.rate, {(code[6] >> 5 & 3) + 1, (code[6] & 31) + 1});
         }
     }

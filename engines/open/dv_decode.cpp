@@ -14,7 +14,7 @@ constinit DecoderPool pool(AV_CODEC_ID_DVVIDEO);
 
 LONG Decode(const DvSignal& signal, const void* frame, const Surface& surface) {
     DecoderPool::Lease decoder(pool);
-    MarkFrame(signal, decoder->Load(ByteSpan(frame, static_cast<std::size_t>(signal.frameBytes))));
+    MarkFrame(signal, decoder->Load(BytesAt(frame, static_cast<std::size_t>(signal.frameBytes))));
     const AVFrame* picture = decoder->Decode();
     return picture && WritePicture(*picture, 0, kDvSiting, surface) ? 0 : -1;
 }

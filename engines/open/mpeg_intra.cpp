@@ -19,14 +19,14 @@ constinit DecoderPool pool(AV_CODEC_ID_MPEG2VIDEO);
 /// lines of vertical blanking that were coded as picture.
 LONG CodedHeight(ByteSpan frame) {
     const auto header = FindStartCode(frame, kMpeg2SequenceHeader);
-    if (!header || !header->Holds(0, 3)) {
+    if (!header || !Holds(*header, 0, 3)) {
         return 0;
     }
     const BYTE* size = header->data();  // twelve bits each of width and height
     LONG height = (size[1] & 0x0F) << 8 | size[2];
     const auto extension = FindStartCode(*header, kMpeg2Extension);
     constexpr BYTE kSequenceExtension = 1;  // the extension's kind, in its first four bits
-    if (extension && extension->Holds(0, 3) && extension->data()[0] >> 4 == kSequenceExtension) {
+    if (extension && Holds(*extension, 0, 3) && extension->data()[0] >> 4 == kSequenceExtension) {
         height |= (extension->data()[2] >> 5 & 3) << 12;
     }
     return height;
@@ -53,7 +53,7 @@ LONG DecodePicture(const MpegIntraRecord& record) {
     }
     bool done = false;
     try {
-        done = Decode(ByteSpan(record.frame, record.frameLength),
+        done = Decode(BytesAt(record.frame, record.frameLength),
                       record.crop ? record.crop->linesDroppedAtTop : 0, *surface);
     } catch (const std::bad_alloc&) {
         // As for a frame that does not decode.
@@ -77,6 +77,6 @@ extern "C" LONG __cdecl m2vi_decode(void* words) {
         return nyx::open::DecodePicture(*picture);
     }
     picture->state->codedHeight =
-        nyx::open::CodedHeight(nyx::ByteSpan(picture->frame, picture->frameLength));
+        nyx::open::CodedHeight(nyx::BytesAt(picture->frame, picture->frameLength));
     return picture->state->codedHeight > 0 ? 0 : -1;
 }

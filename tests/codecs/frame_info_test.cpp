@@ -26,7 +26,7 @@ FrameInfo InfoOf(const Bytes& frame, LONG width, LONG height, REFERENCE_TIME dur
 }
 
 std::size_t CodedSize(const Bytes& frame) {
-    return SkipInfoChunk(ByteSpan(frame.data(), frame.size())).size();
+    return SkipInfoChunk(frame).size();
 }
 
 bool operator==(const FrameInfo& left, const FrameInfo& right) {

@@ -31,7 +31,7 @@ struct PulledDisk final : source::ByteSource {
             return -1;
         }
         const ByteSpan part =
-            ByteSpan(bytes.data(), bytes.size()).Slice(std::size_t(position), to.size());
+            Slice(BytesAt(bytes.data(), bytes.size()), std::size_t(position), to.size());
         std::copy_n(part.data(), part.size(), to.data());
         return int(part.size());
     }
