@@ -124,7 +124,7 @@ class CCodecBase : public ICodec {
         : formats_(formats), color_space_(colorSpace) {}
     ~CCodecBase() = default;
 
-    bool Encodes() const { return !formats_.encode.empty(); }
+    [[nodiscard]] bool Encodes() const { return !formats_.encode.empty(); }
 
     /// The caller's buffer, for DescribeSurface; the compressed side gives the width that decides
     /// on the definition.

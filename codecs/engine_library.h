@@ -29,17 +29,17 @@ class EngineBinding {
     constexpr EngineBinding() = default;
 
     /// True when every entry that the description names is bound.
-    bool IsComplete(const EngineDescription& engine) const {
+    [[nodiscard]] bool IsComplete(const EngineDescription& engine) const {
         return decode_ != nullptr && (!engine.encodeEntry || encode_ != nullptr);
     }
 
     /// The entries as functions of the given type, null when not bound.
     template <typename Entry>
-    Entry Encode() const {
+    [[nodiscard]] Entry Encode() const {
         return reinterpret_cast<Entry>(encode_.load());
     }
     template <typename Entry>
-    Entry Decode() const {
+    [[nodiscard]] Entry Decode() const {
         return reinterpret_cast<Entry>(decode_.load());
     }
 
@@ -80,10 +80,12 @@ class EngineFamily {
     void Leave();
 
     /// True when every engine of the family is bound. Callable on any thread, at any time.
-    bool IsComplete() const;
+    [[nodiscard]] bool IsComplete() const;
 
     /// The binding of the engine with this row in the family's table.
-    const EngineBinding& operator[](std::size_t engine) const { return bindings_[engine]; }
+    [[nodiscard]] const EngineBinding& operator[](std::size_t engine) const {
+        return bindings_[engine];
+    }
 
   private:
     std::span<const EngineDescription> engines_;
@@ -109,7 +111,9 @@ class EngineUse {
     EngineUse(const EngineUse&) = delete;
     EngineUse& operator=(const EngineUse&) = delete;
 
-    const EngineBinding& operator[](std::size_t engine) const { return family_[engine]; }
+    [[nodiscard]] const EngineBinding& operator[](std::size_t engine) const {
+        return family_[engine];
+    }
 
   private:
     EngineFamily& family_;

@@ -32,7 +32,9 @@ struct PackedRow {
     bool rebasedLuma;  ///< black at 0
     bool studioAlpha;  ///< 16 is clear, 235 opaque
 
-    constexpr LONG PairBytes() const { return static_cast<LONG>(count) * (floats ? 4 : 1); }
+    [[nodiscard]] constexpr LONG PairBytes() const {
+        return static_cast<LONG>(count) * (floats ? 4 : 1);
+    }
 };
 
 constexpr PackedRow kPackedRows[kPackedLayouts] = {

@@ -116,7 +116,7 @@ class ScratchImage {
     explicit operator bool() const { return bytes_ != nullptr; }
 
     /// The picture as a surface of the given layout.
-    SurfaceFormat Surface(int index) const {
+    [[nodiscard]] SurfaceFormat Surface(int index) const {
         return {.index = index,
                 .bytesPerPixel = bytesPerPixel_,
                 .data = bytes_,
@@ -125,7 +125,7 @@ class ScratchImage {
                 .height = height_};
     }
 
-    ImagePlane Plane() const { return {bytes_, width_ * bytesPerPixel_, 0}; }
+    [[nodiscard]] ImagePlane Plane() const { return {bytes_, width_ * bytesPerPixel_, 0}; }
 
   private:
     LONG width_;

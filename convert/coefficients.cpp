@@ -65,7 +65,7 @@ constexpr ReverseCoefficientBlock kReverseBt601Studio = {
 struct CodeRange {
     double black;
     double white;
-    double Span() const { return white - black; }
+    [[nodiscard]] double Span() const { return white - black; }
 };
 
 CodeRange ChannelRange(LONG range, LONG bits) {

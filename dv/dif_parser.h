@@ -69,36 +69,36 @@ class CLvtDifParser {
     [[nodiscard]] HRESULT Parse(const void* frame, std::size_t size);
 
     /// 0 top field first, 1 bottom field first, 2 progressive, -1 unknown.
-    LONG GetFieldOrder() const { return state_.format.fieldOrder; }
+    [[nodiscard]] LONG GetFieldOrder() const { return state_.format.fieldOrder; }
 
     /// The pixel aspect ratio as (x, y), both -1 when unknown.
-    std::pair<LONG, LONG> GetPixelAspect() const {
+    [[nodiscard]] std::pair<LONG, LONG> GetPixelAspect() const {
         return {state_.format.pixelAspectX, state_.format.pixelAspectY};
     }
 
     /// A DvFormatCode, -1 when unknown.
-    LONG GetFormatCode() const { return state_.format.formatCode; }
+    [[nodiscard]] LONG GetFormatCode() const { return state_.format.formatCode; }
 
     /// Fields per second: 60, 50, or -1 when unknown.
-    LONG GetSystemRate() const { return state_.format.systemRate; }
+    [[nodiscard]] LONG GetSystemRate() const { return state_.format.systemRate; }
 
     /// Payload of the timecode (0x13), binary group (0x14), video recording date (0x62) and video
     /// recording time (0x63) packs as one little-endian word, PC1 lowest; -1 without the pack.
-    LONG GetTimecodePack() const;
-    LONG GetBinaryGroupPack() const;
-    LONG GetRecDatePack() const;
-    LONG GetRecTimePack() const;
+    [[nodiscard]] LONG GetTimecodePack() const;
+    [[nodiscard]] LONG GetBinaryGroupPack() const;
+    [[nodiscard]] LONG GetRecDatePack() const;
+    [[nodiscard]] LONG GetRecTimePack() const;
 
     /// All results. The two payload pairs are unset after every parse: use the operations above.
-    const DifState& State() const { return state_; }
+    [[nodiscard]] const DifState& State() const { return state_; }
 
   private:
     void MeasureFrame(const void* frame, std::size_t size);
     void LocatePacks();
     void FindFirstHalfAudio();
     bool DecodeAudio();
-    AudioTraits DescribeAudio() const;
-    std::size_t ParsedChannels() const;
+    [[nodiscard]] AudioTraits DescribeAudio() const;
+    [[nodiscard]] std::size_t ParsedChannels() const;
 
     DifState state_;
 };

@@ -23,7 +23,7 @@ class CDv25Codec : public CDvCodecBase {
                                       LONG outputCode) override;
 
   private:
-    LONG EncodeFlags(const SurfaceFormat& source) const override;
+    [[nodiscard]] LONG EncodeFlags(const SurfaceFormat& source) const override;
 
     /// Pictures of another width than 720 are squeezed into a temporary one.
     [[nodiscard]] HRESULT EncodePicture(LONG flags, const SurfaceFormat& source, void* frame,

@@ -101,7 +101,7 @@ class CDvCodecBase : public CCodecBase {
 
   private:
     /// The flag word for a picture; 0 for one that the variant does not know.
-    virtual LONG EncodeFlags(const SurfaceFormat& source) const = 0;
+    [[nodiscard]] virtual LONG EncodeFlags(const SurfaceFormat& source) const = 0;
 
     /// Encodes a picture and stores the frame's length.
     [[nodiscard]] virtual HRESULT EncodePicture(LONG flags, const SurfaceFormat& source,

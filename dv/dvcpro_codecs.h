@@ -10,7 +10,7 @@ class CDv50Codec : public CDvCodecBase {
     CDv50Codec();
 
   private:
-    LONG EncodeFlags(const SurfaceFormat& source) const override;
+    [[nodiscard]] LONG EncodeFlags(const SurfaceFormat& source) const override;
 
     bool wide_screen_;
 };
@@ -21,7 +21,7 @@ class CDvHdCodec : public CDvCodecBase {
     CDvHdCodec();
 
   private:
-    LONG EncodeFlags(const SurfaceFormat& source) const override;
+    [[nodiscard]] LONG EncodeFlags(const SurfaceFormat& source) const override;
 
     bool fifty_frames_;  ///< the "5060" setting: 720 lines are encoded for 50 frames per second
 };

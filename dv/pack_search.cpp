@@ -17,8 +17,8 @@ struct SyncBlockList {
             blocks[count++] = syncBlock;
         }
     }
-    constexpr const BYTE* begin() const { return blocks; }
-    constexpr const BYTE* end() const { return blocks + count; }
+    [[nodiscard]] constexpr const BYTE* begin() const { return blocks; }
+    [[nodiscard]] constexpr const BYTE* end() const { return blocks + count; }
 
     BYTE blocks[kSyncBlocks] = {};
     std::size_t count = 0;

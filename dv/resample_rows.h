@@ -25,7 +25,7 @@ class FixedPointPositions {
           step_(std::int64_t{sourceWidth} * 256 / destinationWidth),
           stepRemainder_(std::int64_t{sourceWidth} * 256 % destinationWidth) {}
 
-    std::int64_t Current() const { return floor_ + (remainder_ != 0 ? 1 : 0); }
+    [[nodiscard]] std::int64_t Current() const { return floor_ + (remainder_ != 0 ? 1 : 0); }
 
     void Advance() {
         floor_ += step_;

@@ -40,7 +40,7 @@ class StretchKernel {
 
     /// 8 bytes must be readable from the left unit on. Then the right unit is the one after it and,
     /// as the last output unit is a copy of the last source unit, another output unit follows.
-    bool IsFast(const Tap& tap) const { return tap.left + 8 <= rowBytes_; }
+    [[nodiscard]] bool IsFast(const Tap& tap) const { return tap.left + 8 <= rowBytes_; }
 
     static void Fast(const Tap& tap, const BYTE* source, BYTE* destination) {
         const __m128i units = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(source + tap.left));

@@ -66,7 +66,7 @@ class FourFactors {
     }
 
     /// black + (colour - black) times the factor, saturated; colours below black count as black.
-    __m128i Scale(__m128i colours, __m128i black) const {
+    [[nodiscard]] __m128i Scale(__m128i colours, __m128i black) const {
         const __m128i above = _mm_subs_epu16(colours, black);
         const __m128i fits = _mm_cmpeq_epi16(_mm_mulhi_epu16(above, whole_), _mm_setzero_si128());
         const __m128i whole = _mm_or_si128(_mm_mullo_epi16(above, whole_),

@@ -19,7 +19,7 @@ class ReverseMatrix {
           offsetUv_(UThenV(Offset(block.u), Offset(block.v))) {}
 
     /// Y0 to Y3, U0, U1, V0, V1, less the middle of the writer's range.
-    __m128i Apply(const RgbLanes& in) const {
+    [[nodiscard]] __m128i Apply(const RgbLanes& in) const {
         const __m128i y = Sum(in.first, yFromFirst_, in.second, yFromSecond_, offsetY_);
         const __m128i uv =
             Sum(EvenTwice(in.first), uvFromFirst_, EvenTwice(in.second), uvFromSecond_, offsetUv_);

@@ -17,7 +17,7 @@ class RowCursor {
         : row_(plane ? plane->data : nullptr),
           step_(row_ ? static_cast<std::ptrdiff_t>(rowBytes) + plane->rowGap : 0) {}
 
-    BYTE* row() const { return row_; }
+    [[nodiscard]] BYTE* row() const { return row_; }
     void Next() { row_ += step_; }
 
   private:

@@ -23,7 +23,7 @@ class DeepMatrix {
           offsetB_(Offset(block.offset[2])) {}
 
     /// Opaque pixels.
-    DeepPixels Apply(const WideYuvLanes& in) const {
+    [[nodiscard]] DeepPixels Apply(const WideYuvLanes& in) const {
         const __m128i y = _mm_madd_epi16(in.y, y_);
         const __m128i toR = _mm_madd_epi16(in.v, vToR_);
         const __m128i toG = _mm_add_epi32(_mm_madd_epi16(in.u, uToG_), _mm_madd_epi16(in.v, vToG_));
@@ -67,7 +67,7 @@ class AlphaScale {
           unbounded_(_mm_set1_epi16(
               numbers.transform == AlphaTransform::kPremultiply && numbers.black == 0 ? 0 : -1)) {}
 
-    DeepPixels Apply(const DeepPixels& opaque, const BYTE* alpha) const {
+    [[nodiscard]] DeepPixels Apply(const DeepPixels& opaque, const BYTE* alpha) const {
         const FourFactors factors(table_, alpha);
         const __m128i bytes = LoadFourBytes(alpha);
         return {
@@ -77,7 +77,7 @@ class AlphaScale {
 
     /// Ten bits round colours and truncate alpha: limits colours that were scaled from black at 0
     /// to the maximum that rounds to their alpha. Alpha keeps its upper ten bits.
-    DeepPixels BoundedForTenBits(const DeepPixels& in) const {
+    [[nodiscard]] DeepPixels BoundedForTenBits(const DeepPixels& in) const {
         const __m128i alpha = _mm_unpackhi_epi64(in.ba, in.ba);
         const __m128i cut = _mm_and_si128(alpha, _mm_set1_epi16(~63));
         const __m128i most = _mm_or_si128(_mm_or_si128(cut, _mm_set1_epi16(31)), unbounded_);

@@ -26,7 +26,7 @@ class Rgb8Matrix {
           offsetG_(_mm_set1_epi32(block.offset[1] * (1 << offsetShift))),
           offsetB_(_mm_set1_epi32(block.offset[2] * (1 << offsetShift))) {}
 
-    RgbSums Apply(YuvLanes in) const {
+    [[nodiscard]] RgbSums Apply(YuvLanes in) const {
         const __m128i r = _mm_madd_epi16(in.yv, r_);
         const __m128i g =
             _mm_add_epi32(_mm_madd_epi16(in.yu, gFromU_), _mm_madd_epi16(in.yv, gFromV_));

@@ -368,7 +368,7 @@ TEST(DifBounds, CutFramesParse) {
     for (std::size_t size = 0; size < 26000; size += step(size)) {
         const test::GuardedMemory copy(std::vector<BYTE>(ntsc.data(), ntsc.data() + size));
         std::ignore = parser.Parse(copy.data(), size);
-        parser.GetTimecodePack(), parser.GetRecTimePack();
+        std::ignore = std::pair(parser.GetTimecodePack(), parser.GetRecTimePack());
     }
     EXPECT_EQ(parser.Parse(nullptr, 144000), E_FAIL);
     // A frame of unknown size has its picture in its packs; one of more channels than any recorder
