@@ -25,13 +25,20 @@ bool HasCallbacks(int index) {
     return index >= kIndexV210 && index < kPixelFormatCount;
 }
 
-/// The Zeta engines' callbacks for an index above 12; null for "v210" and "b64a".
+/// The Zeta engines' slots for an index above 12, filled for the next call since an engine may write
+/// to them; always with the same addresses, whichever thread does it. Null for "v210" and "b64a".
 const RowCallbacks* CallbacksOf(int index) {
+    static constinit RowCallbacks slots[kPackedLayouts] = {};
     if (!HasCallbacks(index)) {
         return nullptr;
     }
     const auto& layout = kPixelFormats[static_cast<std::size_t>(index)].packed;
-    return layout ? &kRowCallbacks[static_cast<std::size_t>(*layout)] : nullptr;
+    if (!layout) {
+        return nullptr;
+    }
+    const auto place = static_cast<std::size_t>(*layout);
+    slots[place] = kRowCallbacks[place];
+    return &slots[place];
 }
 
 /// An address as an engine's record holds it.

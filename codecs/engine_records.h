@@ -37,7 +37,6 @@ constexpr LONG kZeta2EncodeConstant = 11;  ///< Zeta2, encode word 11
 constexpr LONG kZeta2EncodeAlpha = 2;      ///< Zeta2, encode word 7 for a 32-bit input
 constexpr LONG kZeta2FirstAlphaKind = 2;   ///< Zeta2, probe word 6: 2 and 3 mean alpha
 constexpr LONG kZeta2LastAlphaKind = 3;
-constexpr LONG kUnused = -1;  ///< all bits set: fills the Zeta probes
 
 /// Zeta core engine: decode, and the header probe that fills all other words with ones.
 struct ZetaCoreDecodeRecord {

@@ -144,7 +144,7 @@ HRESULT CLosslessCodec::DecodeStored(const DecodeJob& job, LONG kind,
 HRESULT CLosslessCodec::DecodeFrame(const DecodeJob& job) {
     const LONG kind = job.frame[kKindAt];
     const LONG native = NativeLosslessKind(job.surface.index);
-    if (native < 0) {
+    if (native < 0 || kind > kLosslessArgb32) {  // the host may have changed the byte since Probe
         return E_FAIL;
     }
     if (kind == native) {
