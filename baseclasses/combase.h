@@ -1,7 +1,7 @@
 #pragma once
 
-#include "baseclasses/platform.h"
 #include "baseclasses/wxutil.h"
+#include "platform/dshow.h"
 
 /// The operations of an object's own identity, beside `IUnknown`'s, which go to an outer object.
 /// Has the slots of `IUnknown`, since an inner object is passed out by a cast between the two;

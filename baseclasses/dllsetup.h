@@ -1,6 +1,6 @@
 #pragma once
 
-#include "baseclasses/platform.h"
+#include "platform/dshow.h"
 
 /// A media type that a pin is registered with.
 typedef REGPINTYPES AMOVIESETUP_MEDIATYPE;

@@ -103,7 +103,9 @@ void UpdateOutputType(const FrameParameters& shown, CBasePin& output, IMediaSamp
         return;
     }
     VIDEOINFOHEADER2 block = *before;
-    WriteFrameParameters(shown.fieldOrder, shown.aspect, &block);
+    block.dwInterlaceFlags = NyxUtil::InterlaceFlags(shown.fieldOrder);
+    block.dwPictAspectRatioX = static_cast<DWORD>(shown.aspect.x);
+    block.dwPictAspectRatioY = static_cast<DWORD>(shown.aspect.y);
     CMediaType type;  // a copy for the peer, which may replace ours while it answers
     if (std::memcmp(&block, before, sizeof(block)) == 0 ||
         FAILED(output.ConnectionMediaType(&type))) {

@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <span>
 
-#include "filters/buffer_request.h"
 #include "filters/frame_parameters.h"
 #include "filters/nyx_util.h"
-#include "filters/offered_type.h"
+#include "filters/picture_size.h"
+#include "media/video_block.h"
 #include "platform/fourcc.h"
 
 namespace nyx {
@@ -61,9 +61,6 @@ HRESULT CheckDecoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input, const AM_ME
 
 HRESULT OfferDecoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position,
                          CMediaType* type) {
-    if (position < 0) {
-        return E_INVALIDARG;
-    }
     FrameParameters frame;
     const HRESULT result = ReadFrameParameters(codec, input, {}, &frame);
     if (FAILED(result)) {
@@ -76,19 +73,20 @@ HRESULT OfferDecoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position
     }
     const OutputLayout& layout = layouts[index % layouts.size()];
     const BITMAPINFOHEADER& header = frame.header;
-    const OfferedType offer = {
+    const std::int64_t size = SignedPictureSize(layout.bitCount, header.biHeight, header.biWidth);
+    const VideoTypeContents offer = {
         .subtype = *layout.subtype,
-        .header =
-            PictureHeader(header.biWidth, header.biHeight, layout.bitCount, layout.compression),
-        .averageFrameDuration = frame.averageFrameDuration,
+        .header = PictureHeader(header.biWidth, header.biHeight, layout.bitCount,
+                                layout.compression, static_cast<DWORD>(size)),
         .bitRate = OfferedBitRate(layout.bitCount, header.biWidth, header.biHeight,
                                   frame.averageFrameDuration),
-        .fieldOrder = frame.fieldOrder,
-        .aspect = frame.aspect,
+        .averageFrameDuration = frame.averageFrameDuration,
         .fixedSizeSamples = true,
+        .interlaceFlags = NyxUtil::InterlaceFlags(frame.fieldOrder),
+        .pictureAspectRatio = {static_cast<DWORD>(frame.aspect.x),
+                               static_cast<DWORD>(frame.aspect.y)},
     };
-    const BlockForm form = index < layouts.size() ? BlockForm::kVideoInfo2 : BlockForm::kVideoInfo;
-    return FillOfferedType(offer, form, type);
+    return SetVideoType(offer, index < layouts.size(), type);
 }
 
 HRESULT RequestDecoderBuffer(const AM_MEDIA_TYPE& output, IMemAllocator* allocator,

@@ -14,9 +14,9 @@ namespace nyx {
 [[nodiscard]] HRESULT CheckDecoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input,
                                         const AM_MEDIA_TYPE* output);
 
-/// Builds the output type offered at `position` for a stream of type `input`: the list of layouts
-/// once with a `VIDEOINFOHEADER2` block, then with a `VIDEOINFOHEADER` one. `VFW_S_NO_MORE_ITEMS`
-/// past the end, `E_INVALIDARG` before the start, `E_OUTOFMEMORY`, or the codec's failure.
+/// Builds the output type offered at `position`, from 0 on, for a stream of type `input`: the list
+/// of layouts once with a `VIDEOINFOHEADER2` block, then with a `VIDEOINFOHEADER` one.
+/// `VFW_S_NO_MORE_ITEMS` past the end, `E_OUTOFMEMORY`, or the codec's failure.
 [[nodiscard]] HRESULT OfferDecoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position,
                                        CMediaType* type);
 

@@ -1,21 +1,14 @@
 #include "filters/encoder_negotiation.h"
 
-#include <iterator>
-
 #include "codecs/frame_size_tables.h"
 #include "codecs/header_checks.h"
-#include "filters/buffer_request.h"
+#include "filters/frame_parameters.h"
 #include "filters/nyx_util.h"
-#include "filters/offered_type.h"
+#include "filters/picture_size.h"
+#include "media/video_block.h"
 #include "platform/fourcc.h"
 
 namespace nyx {
-namespace {
-
-/// The forms of block that are offered, in order.
-constexpr BlockForm kForms[] = {BlockForm::kVideoInfo2, BlockForm::kVideoInfo};
-
-}  // namespace
 
 HRESULT CheckEncoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input, const AM_MEDIA_TYPE* output) {
     const VideoFormat format = NyxUtil::FormatOf(input);
@@ -28,9 +21,6 @@ HRESULT CheckEncoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input, const AM_ME
 
 HRESULT OfferEncoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position,
                          CMediaType* type) {
-    if (position < 0) {
-        return E_INVALIDARG;
-    }
     const VideoFormat format = NyxUtil::FormatOf(input);
     const BITMAPINFOHEADER* picture = format.header;
     if (!picture) {
@@ -39,26 +29,28 @@ HRESULT OfferEncoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position
     if (format.kind == PictureKind::kInvalid) {
         return VFW_E_TYPE_NOT_ACCEPTED;
     }
-    if (position >= static_cast<int>(std::size(kForms))) {
+    if (position > 1) {
         return VFW_S_NO_MORE_ITEMS;
     }
+    const LONG width = picture->biWidth;
+    const LONG height = static_cast<LONG>(AbsoluteHeight(*picture));
+    const WORD bitCount = format.kind == PictureKind::kAlpha ? 32 : 24;
+    const auto size = static_cast<DWORD>(SignedPictureSize(bitCount, height, width));
+    const PixelAspect pixel = DefaultPixelAspect(width, height);
+    const PictureAspect aspect = PictureAspectOf(width, height, pixel.x, pixel.y);
     const REFERENCE_TIME duration = format.averageFrameDuration;
-    // Always of positive height; the encoder sets the size of each frame.
-    const BITMAPINFOHEADER header =
-        PictureHeader(picture->biWidth, static_cast<LONG>(AbsoluteHeight(*picture)),
-                      format.kind == PictureKind::kAlpha ? WORD{32} : WORD{24}, codec.GetFourCC());
-    const PixelAspect pixel = DefaultPixelAspect(header.biWidth, header.biHeight);
-    const OfferedType offer = {
-        .subtype = FourCCSubtype(header.biCompression),
-        .header = header,
-        .averageFrameDuration = duration,
+    const VideoTypeContents offer = {
+        .subtype = FourCCSubtype(codec.GetFourCC()),
+        // Always of positive height; the encoder sets the size of each frame.
+        .header = PictureHeader(width, height, bitCount, codec.GetFourCC(), size),
         // Hosts know from this encoder the bytes of one uncompressed picture as its bit rate.
-        .bitRate = header.biSizeImage,
-        .fieldOrder = DefaultFieldOrder(header.biWidth, header.biHeight, duration),
-        .aspect = PictureAspectOf(header.biWidth, header.biHeight, pixel.x, pixel.y),
+        .bitRate = size,
+        .averageFrameDuration = duration,
         .fixedSizeSamples = false,
+        .interlaceFlags = NyxUtil::InterlaceFlags(DefaultFieldOrder(width, height, duration)),
+        .pictureAspectRatio = {static_cast<DWORD>(aspect.x), static_cast<DWORD>(aspect.y)},
     };
-    return FillOfferedType(offer, kForms[position], type);
+    return SetVideoType(offer, position == 0, type);
 }
 
 HRESULT RequestEncoderBuffer(const AM_MEDIA_TYPE& input, IMemAllocator* allocator,

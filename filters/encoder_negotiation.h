@@ -14,10 +14,10 @@ namespace nyx {
 [[nodiscard]] HRESULT CheckEncoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input,
                                         const AM_MEDIA_TYPE* output);
 
-/// Builds the compressed type offered at `position` for pictures of type `input`: first with a
-/// `VIDEOINFOHEADER2` block, then with a `VIDEOINFOHEADER` one. `VFW_S_NO_MORE_ITEMS` past the end,
-/// `E_FAIL` when the input has no header, `VFW_E_TYPE_NOT_ACCEPTED` for pictures of no known kind,
-/// `E_OUTOFMEMORY`.
+/// Builds the compressed type offered at `position`, from 0 on, for pictures of type `input`: first
+/// with a `VIDEOINFOHEADER2` block, then with a `VIDEOINFOHEADER` one. `VFW_S_NO_MORE_ITEMS` past
+/// the end, `E_FAIL` when the input has no header, `VFW_E_TYPE_NOT_ACCEPTED` for pictures of no
+/// known kind, `E_OUTOFMEMORY`.
 [[nodiscard]] HRESULT OfferEncoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position,
                                        CMediaType* type);
 

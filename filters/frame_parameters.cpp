@@ -13,12 +13,6 @@ PictureAspect PictureAspectOf(LONG width, LONG height, LONG pixelAspectX, LONG p
     return divisor == 0 ? PictureAspect{x, y} : PictureAspect{x / divisor, y / divisor};
 }
 
-void WriteFrameParameters(LONG fieldOrder, const PictureAspect& aspect, VIDEOINFOHEADER2* block) {
-    block->dwInterlaceFlags = NyxUtil::InterlaceFlags(fieldOrder);
-    block->dwPictAspectRatioX = static_cast<DWORD>(aspect.x);
-    block->dwPictAspectRatioY = static_cast<DWORD>(aspect.y);
-}
-
 HRESULT ReadFrameParameters(ICodec& codec, const AM_MEDIA_TYPE& type, ByteSpan frame,
                             FrameParameters* parameters) {
     const VideoFormat format = NyxUtil::FormatOf(type);

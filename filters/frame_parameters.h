@@ -26,9 +26,6 @@ struct FrameParameters {
     PictureAspect aspect;
 };
 
-/// Writes a frame's field order and aspect into a block of the header2 form.
-void WriteFrameParameters(LONG fieldOrder, const PictureAspect& aspect, VIDEOINFOHEADER2* block);
-
 /// Asks the codec about one frame, or with an empty `frame` about the stream. `E_FAIL` when the
 /// type has no header, else the codec's result.
 [[nodiscard]] HRESULT ReadFrameParameters(ICodec& codec, const AM_MEDIA_TYPE& type, ByteSpan frame,

@@ -38,10 +38,6 @@ CZetaProp::CZetaProp(const wchar_t* name, IUnknown* outer)
     InitCommonControlsEx(&sliders);
 }
 
-STDMETHODIMP CZetaProp::IsPageDirty() {
-    return m_bDirty ? S_OK : S_FALSE;
-}
-
 HRESULT CZetaProp::OnConnect(IUnknown* object) {
     object_ = object;
     if (const auto encoder = EncoderOf(object_)) {

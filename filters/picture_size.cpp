@@ -1,4 +1,4 @@
-#include "filters/buffer_request.h"
+#include "filters/picture_size.h"
 
 #include <limits>
 
