@@ -1,10 +1,8 @@
-#include "filters/decoder_negotiation.h"
+#include "filters/decoder_filter.h"
 
 #include <cstdint>
 #include <span>
 
-#include "filters/frame_parameters.h"
-#include "filters/nyx_util.h"
 #include "filters/picture_size.h"
 #include "media/video_block.h"
 #include "platform/fourcc.h"
@@ -50,7 +48,34 @@ DWORD OfferedBitRate(WORD bitCount, LONG width, LONG height, REFERENCE_TIME dura
 
 }  // namespace
 
-HRESULT CheckDecoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input, const AM_MEDIA_TYPE* output) {
+HRESULT ReadFrameParameters(ICodec& codec, const AM_MEDIA_TYPE& type, ByteSpan frame,
+                            FrameParameters* parameters) {
+    const VideoFormat format = NyxUtil::FormatOf(type);
+    if (!format.header) {
+        return E_FAIL;
+    }
+    BITMAPINFOHEADER header = *format.header;
+    if (frame.data()) {
+        header.biSizeImage = static_cast<DWORD>(frame.size());
+    }
+    FrameInfo info;
+    const HRESULT result =
+        codec.GetFrameInfo(&header, frame.data(), format.averageFrameDuration, &info);
+    if (FAILED(result)) {
+        return result;
+    }
+    *parameters = {
+        .header = header,
+        .averageFrameDuration = format.averageFrameDuration,
+        .fieldOrder = info.fieldOrder,
+        .aspect =
+            PictureAspectOf(header.biWidth, header.biHeight, info.pixelAspectX, info.pixelAspectY),
+    };
+    return S_OK;
+}
+
+HRESULT DecoderPolicy::CheckTypes(ICodec& codec, const AM_MEDIA_TYPE& input,
+                                  const AM_MEDIA_TYPE* output) {
     const VideoFormat picture = output ? NyxUtil::FormatOf(*output) : VideoFormat{};
     if (output && picture.kind == PictureKind::kInvalid) {
         return VFW_E_TYPE_NOT_ACCEPTED;
@@ -59,8 +84,8 @@ HRESULT CheckDecoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input, const AM_ME
                                  picture.kind == PictureKind::kAlpha);
 }
 
-HRESULT OfferDecoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position,
-                         CMediaType* type) {
+HRESULT DecoderPolicy::OfferType(ICodec& codec, const AM_MEDIA_TYPE& input, int position,
+                                 CMediaType* type) {
     FrameParameters frame;
     const HRESULT result = ReadFrameParameters(codec, input, {}, &frame);
     if (FAILED(result)) {
@@ -89,9 +114,9 @@ HRESULT OfferDecoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position
     return SetVideoType(offer, index < layouts.size(), type);
 }
 
-HRESULT RequestDecoderBuffer(const AM_MEDIA_TYPE& output, IMemAllocator* allocator,
-                             ALLOCATOR_PROPERTIES* properties) {
-    const BITMAPINFOHEADER* header = NyxUtil::FormatOf(output).header;
+HRESULT DecoderPolicy::RequestBuffer(CBasePin&, CBasePin& output, IMemAllocator* allocator,
+                                     ALLOCATOR_PROPERTIES* properties) {
+    const BITMAPINFOHEADER* header = NyxUtil::FormatOf(output.CurrentMediaType()).header;
     if (!header) {
         return E_FAIL;
     }

@@ -1,16 +1,17 @@
-#include "filters/encoder_negotiation.h"
+#include "filters/encoder_filter.h"
 
 #include "codecs/frame_size_tables.h"
 #include "codecs/header_checks.h"
-#include "filters/frame_parameters.h"
-#include "filters/nyx_util.h"
+#include "codecs/pixel_format_index.h"
 #include "filters/picture_size.h"
+#include "filters/sample_data.h"
 #include "media/video_block.h"
 #include "platform/fourcc.h"
 
 namespace nyx {
 
-HRESULT CheckEncoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input, const AM_MEDIA_TYPE* output) {
+HRESULT EncoderPolicy::CheckTypes(ICodec& codec, const AM_MEDIA_TYPE& input,
+                                  const AM_MEDIA_TYPE* output) {
     const VideoFormat format = NyxUtil::FormatOf(input);
     const BITMAPINFOHEADER* outputHeader = output ? NyxUtil::FormatOf(*output).header : nullptr;
     if (format.kind == PictureKind::kInvalid || (output && !outputHeader)) {
@@ -19,8 +20,8 @@ HRESULT CheckEncoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input, const AM_ME
     return codec.CompressQuery(format.header, format.kind == PictureKind::kAlpha, outputHeader);
 }
 
-HRESULT OfferEncoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position,
-                         CMediaType* type) {
+HRESULT EncoderPolicy::OfferType(ICodec& codec, const AM_MEDIA_TYPE& input, int position,
+                                 CMediaType* type) {
     const VideoFormat format = NyxUtil::FormatOf(input);
     const BITMAPINFOHEADER* picture = format.header;
     if (!picture) {
@@ -53,10 +54,12 @@ HRESULT OfferEncoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position
     return SetVideoType(offer, position == 0, type);
 }
 
-HRESULT RequestEncoderBuffer(const AM_MEDIA_TYPE& input, IMemAllocator* allocator,
-                             ALLOCATOR_PROPERTIES* properties) {
-    const BITMAPINFOHEADER* picture = NyxUtil::FormatOf(input).header;
-    if (!picture) {
+HRESULT EncoderPolicy::RequestBuffer(CBasePin& input, CBasePin&, IMemAllocator* allocator,
+                                     ALLOCATOR_PROPERTIES* properties) {
+    CMediaType type;
+    const HRESULT result = input.ConnectionMediaType(&type);
+    const BITMAPINFOHEADER* picture = NyxUtil::FormatOf(type).header;
+    if (FAILED(result) || !picture) {
         return E_UNEXPECTED;
     }
     const std::int64_t size =
@@ -65,6 +68,31 @@ HRESULT RequestEncoderBuffer(const AM_MEDIA_TYPE& input, IMemAllocator* allocato
     return __builtin_mul_overflow(size, std::int64_t{12}, &scaled)
                ? E_FAIL
                : RequestOneBuffer(allocator, properties, scaled / 10);
+}
+
+HRESULT EncoderPolicy::Transform(ICodec& codec, CBasePin& input, CBasePin& output,
+                                 IMediaSample* inputSample, IMediaSample* outputSample, bool) {
+    SampleBuffers buffers;
+    HRESULT result = GetSampleBuffers(inputSample, outputSample, &buffers);
+    if (FAILED(result)) {
+        return result;
+    }
+    const VideoFormat picture = NyxUtil::FormatOf(input.CurrentMediaType());
+    const BITMAPINFOHEADER* outputHeader = NyxUtil::FormatOf(output.CurrentMediaType()).header;
+    if (picture.kind == PictureKind::kInvalid || !outputHeader ||
+        buffers.inputLength < SurfaceSize(*picture.header) || buffers.outputRoom == 0 ||
+        QueryMemory(buffers.output, buffers.outputRoom) == MemoryKind::kUnwritable) {
+        return E_FAIL;
+    }
+
+    BITMAPINFOHEADER frame = *outputHeader;
+    frame.biSizeImage = static_cast<DWORD>(buffers.outputRoom);
+    result = codec.Compress(picture.header, picture.kind == PictureKind::kAlpha, buffers.input,
+                            &frame, buffers.output, 0, 0, 0);
+    if (SUCCEEDED(result)) {
+        outputSample->SetActualDataLength(static_cast<long>(frame.biSizeImage));
+    }
+    return result;
 }
 
 }  // namespace nyx
