@@ -2,7 +2,6 @@
 
 #include <commctrl.h>
 
-#include <algorithm>
 #include <cwchar>
 #include <iterator>
 
@@ -18,10 +17,6 @@ constexpr int kPresetButtons[] = {IDC_PRESET_SUPERFINE, IDC_PRESET_FINE, IDC_PRE
                                   IDC_PRESET_OFFLINE, IDC_PRESET_CUSTOM};
 
 constexpr int kCustomControls[] = {IDC_QUANT_SLIDER, IDC_SIZE_SLIDER, IDC_QUANT_BOX, IDC_SIZE_BOX};
-
-LONG Clamp(LONG value, SettingRange range) {
-    return std::clamp(value, range.low, range.high);
-}
 
 /// The encoder's parameter interface, or null.
 ComPtr<IEncodeParmeter_QZTA> EncoderOf(const ComPtr<IUnknown>& object) {
@@ -93,9 +88,9 @@ bool CZetaProp::OnCommand(int control) {
     if (control >= IDC_PRESET_OFFLINE && control <= IDC_PRESET_FINE) {
         OnPresetClick();
     } else if (control == IDC_QUANT_BOX) {
-        block_.quant_scale = Clamp(ReadNumber(IDC_QUANT_BOX), kQuantScaleRange);
+        block_.quant_scale = kQuantScaleRange.Clamp(ReadNumber(IDC_QUANT_BOX));
     } else if (control == IDC_SIZE_BOX) {
-        block_.max_stream_size = Clamp(ReadNumber(IDC_SIZE_BOX), kMaxStreamSizeRange);
+        block_.max_stream_size = kMaxStreamSizeRange.Clamp(ReadNumber(IDC_SIZE_BOX));
     } else {
         return false;
     }
