@@ -35,9 +35,9 @@ class CBasePin : public CUnknown, public IPin, public IQualityControl {
     /// Preferred type `iPosition` from 0 on. The base class has none: `E_UNEXPECTED`.
     [[nodiscard]] virtual HRESULT GetMediaType(int, CMediaType*) { return E_UNEXPECTED; }
 
-    /// Called when the filter leaves the stopped state, enters it, or runs. The base class
-    /// decommits the allocator; `VFW_E_NO_ALLOCATOR` without one.
+    /// Called when the filter leaves the stopped state, enters it, or runs.
     [[nodiscard]] virtual HRESULT Active() { return S_OK; }
+    /// Decommits the allocator; `VFW_E_NO_ALLOCATOR` without one.
     [[nodiscard]] virtual HRESULT Inactive();
     [[nodiscard]] virtual HRESULT Run(REFERENCE_TIME) { return S_OK; }
 

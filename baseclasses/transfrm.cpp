@@ -107,10 +107,6 @@ HRESULT CTransformFilter::PauseConnected() {
     return hr;
 }
 
-HRESULT CTransformFilter::EndFlush() {
-    return m_pOutput->DeliverEndFlush();
-}
-
 namespace {
 
 /// The bytes of AM_SAMPLE2_PROPERTIES that are copied: up to the times, without stream, type and

@@ -43,7 +43,7 @@ class CTransformFilter : public CBaseFilter {
 
     // The calls of the input pin.
     [[nodiscard]] virtual HRESULT Receive(IMediaSample* pSample) = 0;
-    [[nodiscard]] virtual HRESULT EndFlush();
+    [[nodiscard]] virtual HRESULT EndFlush() = 0;
 
   protected:
     /// Gets an output buffer and sets the properties of the received `pSample` on it. A type that

@@ -45,7 +45,7 @@ PictureKind NyxUtil::ClassifyPicture(WORD bitCount, const GUID& subtype) noexcep
 
 DWORD NyxUtil::InterlaceFlags(LONG fieldOrder) noexcept {
     const bool interlaced = fieldOrder == kTopFieldFirst || fieldOrder == kBottomFieldFirst;
-    return interlaced ? InterlacedFlags(fieldOrder == kTopFieldFirst) : 0;
+    return interlaced ? TwoFieldFlags(fieldOrder == kTopFieldFirst) : 0;
 }
 
 }  // namespace nyx

@@ -44,7 +44,7 @@ constexpr BITMAPINFOHEADER PictureHeader(LONG width, LONG height, WORD bitCount,
 }
 
 /// `dwInterlaceFlags` of pictures of two fields.
-constexpr DWORD InterlacedFlags(bool topFieldFirst) noexcept {
+constexpr DWORD TwoFieldFlags(bool topFieldFirst) noexcept {
     return AMINTERLACE_IsInterlaced | AMINTERLACE_FieldPatBothRegular |
            AMINTERLACE_DisplayModeBobOrWeave | (topFieldFirst ? AMINTERLACE_Field1First : 0);
 }

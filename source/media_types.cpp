@@ -12,7 +12,7 @@ namespace {
 DWORD InterlaceFlags(AVFieldOrder fields) {
     const bool topFirst = fields == AV_FIELD_TT || fields == AV_FIELD_BT;
     const bool bottomFirst = fields == AV_FIELD_BB || fields == AV_FIELD_TB;
-    return topFirst || bottomFirst ? InterlacedFlags(topFirst) : 0;
+    return topFirst || bottomFirst ? TwoFieldFlags(topFirst) : 0;
 }
 
 HRESULT FillVideo(const VideoFormat& format, bool header2, CMediaType* type) {
