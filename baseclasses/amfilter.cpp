@@ -123,10 +123,6 @@ HRESULT STDMETHODCALLTYPE CBaseFilter::JoinFilterGraph(IFilterGraph* pGraph, LPC
     return S_OK;
 }
 
-HRESULT STDMETHODCALLTYPE CBaseFilter::QueryVendorInfo(LPWSTR*) {
-    return E_NOTIMPL;
-}
-
 HRESULT CBaseFilter::NotifyEvent(LONG EventCode, LONG_PTR EventParam1, LONG_PTR EventParam2) {
     IMediaEventSink* const sink = m_pSink;
     CheckPointer(sink, E_NOTIMPL);

@@ -36,7 +36,7 @@ class CBaseFilter : public CUnknown, public IBaseFilter {
     HRESULT STDMETHODCALLTYPE EnumPins(IEnumPins** ppEnum) override;
     HRESULT STDMETHODCALLTYPE QueryFilterInfo(FILTER_INFO* pInfo) override;
     HRESULT STDMETHODCALLTYPE JoinFilterGraph(IFilterGraph* pGraph, LPCWSTR pName) override;
-    HRESULT STDMETHODCALLTYPE QueryVendorInfo(LPWSTR* pVendorInfo) override;
+    HRESULT STDMETHODCALLTYPE QueryVendorInfo(LPWSTR*) override { return E_NOTIMPL; }
 
     /// Sends an event to the graph, `E_NOTIMPL` without one.
     HRESULT NotifyEvent(LONG EventCode, LONG_PTR EventParam1, LONG_PTR EventParam2);

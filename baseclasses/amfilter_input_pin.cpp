@@ -4,14 +4,6 @@
 #include "baseclasses/amfilter_output_pin.h"
 #include "platform/com.h"
 
-CBaseInputPin::CBaseInputPin(LPCTSTR pObjectName, CBaseFilter* pFilter, CCritSec* pLock,
-                             HRESULT* phr, LPCWSTR pName)
-    : CBasePin(pObjectName, pFilter, pLock, phr, pName, PINDIR_INPUT) {}
-
-CBaseInputPin::~CBaseInputPin() {
-    ReleaseInterface(m_pAllocator);
-}
-
 HRESULT STDMETHODCALLTYPE CBaseInputPin::NonDelegatingQueryInterface(REFIID riid, void** ppv) {
     if (riid == IID_IMemInputPin) {
         return GetInterface(static_cast<IMemInputPin*>(this), ppv);
@@ -19,19 +11,10 @@ HRESULT STDMETHODCALLTYPE CBaseInputPin::NonDelegatingQueryInterface(REFIID riid
     return CBasePin::NonDelegatingQueryInterface(riid, ppv);
 }
 
-HRESULT CBaseInputPin::BreakConnect() {
-    if (m_pAllocator) {
-        m_pAllocator->Decommit();
-    }
-    ReleaseInterface(m_pAllocator);
-    return S_OK;
-}
-
 HRESULT CBaseInputPin::Inactive() {
     m_bRunTimeError = false;
     m_bFlushing = FALSE;
-    CheckPointer(m_pAllocator, VFW_E_NO_ALLOCATOR);
-    return m_pAllocator->Decommit();
+    return CBasePin::Inactive();
 }
 
 HRESULT STDMETHODCALLTYPE CBaseInputPin::GetAllocator(IMemAllocator** ppAllocator) {
@@ -52,10 +35,6 @@ HRESULT STDMETHODCALLTYPE CBaseInputPin::NotifyAllocator(IMemAllocator* pAllocat
     CAutoLock lock(m_pLock);
     ReplaceInterface(m_pAllocator, pAllocator);
     return S_OK;
-}
-
-HRESULT STDMETHODCALLTYPE CBaseInputPin::GetAllocatorRequirements(ALLOCATOR_PROPERTIES*) {
-    return E_NOTIMPL;
 }
 
 HRESULT STDMETHODCALLTYPE CBaseInputPin::Receive(IMediaSample* pSample) {
@@ -187,9 +166,5 @@ HRESULT STDMETHODCALLTYPE CBaseInputPin::EndFlush() {
     CAutoLock lock(m_pLock);
     m_bFlushing = FALSE;
     m_bRunTimeError = false;
-    return S_OK;
-}
-
-HRESULT STDMETHODCALLTYPE CBaseInputPin::Notify(IBaseFilter*, Quality) {
     return S_OK;
 }

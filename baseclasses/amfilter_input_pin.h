@@ -6,14 +6,12 @@
 /// the flush calls on any other.
 class CBaseInputPin : public CBasePin, public IMemInputPin {
   public:
-    CBaseInputPin(LPCTSTR pObjectName, CBaseFilter* pFilter, CCritSec* pLock, HRESULT* phr,
-                  LPCWSTR pName);
-    ~CBaseInputPin() override;
+    CBaseInputPin(CBaseFilter* pFilter, CCritSec* pLock, HRESULT* phr, LPCWSTR pName)
+        : CBasePin(pFilter, pLock, phr, pName, PINDIR_INPUT) {}
 
     DECLARE_IUNKNOWN
     HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID riid, void** ppv) override;
 
-    [[nodiscard]] HRESULT BreakConnect() override;
     [[nodiscard]] HRESULT Inactive() override;
     /// `S_OK` when samples may come, `S_FALSE` while flushing, else the reason for refusing them.
     [[nodiscard]] virtual HRESULT CheckStreaming() = 0;
@@ -26,7 +24,9 @@ class CBaseInputPin : public CBasePin, public IMemInputPin {
     // IMemInputPin
     HRESULT STDMETHODCALLTYPE GetAllocator(IMemAllocator** ppAllocator) override;
     HRESULT STDMETHODCALLTYPE NotifyAllocator(IMemAllocator* pAllocator, BOOL bReadOnly) override;
-    HRESULT STDMETHODCALLTYPE GetAllocatorRequirements(ALLOCATOR_PROPERTIES* pProps) override;
+    HRESULT STDMETHODCALLTYPE GetAllocatorRequirements(ALLOCATOR_PROPERTIES*) override {
+        return E_NOTIMPL;
+    }
     /// Checks a sample and the type that it may carry; `S_OK` when the derived pin is to process
     /// it. A type that is refused, or for which there is no memory, ends the stream with
     /// `EC_ERRORABORT`.
@@ -41,10 +41,10 @@ class CBaseInputPin : public CBasePin, public IMemInputPin {
     HRESULT STDMETHODCALLTYPE EndFlush() override;
 
     // IQualityControl: meant for output pins.
-    HRESULT STDMETHODCALLTYPE Notify(IBaseFilter* pSender, Quality q) override;
+    HRESULT STDMETHODCALLTYPE Notify(IBaseFilter*, Quality) override { return S_OK; }
 
   protected:
-    IMemAllocator* m_pAllocator = nullptr;
+    bool m_bRunTimeError = false;
     BYTE m_bFlushing = FALSE;
     AM_SAMPLE2_PROPERTIES m_SampleProps{};
 

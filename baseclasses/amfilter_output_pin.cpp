@@ -11,15 +11,6 @@ HRESULT WINAPI CreateMemoryAllocator(IMemAllocator** ppAllocator) {
                             reinterpret_cast<void**>(ppAllocator));
 }
 
-CBaseOutputPin::CBaseOutputPin(LPCTSTR pObjectName, CBaseFilter* pFilter, CCritSec* pLock,
-                               HRESULT* phr, LPCWSTR pName)
-    : CBasePin(pObjectName, pFilter, pLock, phr, pName, PINDIR_OUTPUT) {}
-
-CBaseOutputPin::~CBaseOutputPin() {
-    ReleaseInterface(m_pAllocator);
-    ReleaseInterface(m_pInputPin);
-}
-
 HRESULT CBaseOutputPin::CheckConnect(IPin* pPin) {
     const HRESULT hr = CBasePin::CheckConnect(pPin);
     if (FAILED(hr)) {
@@ -36,12 +27,9 @@ HRESULT CBaseOutputPin::CompleteConnect(IPin*) {
 }
 
 HRESULT CBaseOutputPin::BreakConnect() {
-    if (m_pAllocator) {
-        m_pAllocator->Decommit();
-    }
-    ReleaseInterface(m_pAllocator);
+    const HRESULT hr = CBasePin::BreakConnect();
     ReleaseInterface(m_pInputPin);
-    return S_OK;
+    return hr;
 }
 
 HRESULT CBaseOutputPin::DecideAllocator(IMemInputPin* pPin, IMemAllocator** ppAlloc) {
@@ -82,12 +70,6 @@ HRESULT CBaseOutputPin::Active() {
     return m_pAllocator->Commit();
 }
 
-HRESULT CBaseOutputPin::Inactive() {
-    m_bRunTimeError = false;
-    CheckPointer(m_pAllocator, VFW_E_NO_ALLOCATOR);
-    return m_pAllocator->Decommit();
-}
-
 HRESULT CBaseOutputPin::Deliver(IMediaSample* pSample) {
     CheckPointer(m_pInputPin, VFW_E_NOT_CONNECTED);
     return m_pInputPin->Receive(pSample);
@@ -112,16 +94,4 @@ HRESULT CBaseOutputPin::DeliverNewSegment(REFERENCE_TIME tStart, REFERENCE_TIME 
                                           double dRate) {
     CheckPointer(m_Connected, VFW_E_NOT_CONNECTED);
     return m_Connected->NewSegment(tStart, tStop, dRate);
-}
-
-HRESULT STDMETHODCALLTYPE CBaseOutputPin::EndOfStream() {
-    return E_UNEXPECTED;
-}
-
-HRESULT STDMETHODCALLTYPE CBaseOutputPin::BeginFlush() {
-    return E_UNEXPECTED;
-}
-
-HRESULT STDMETHODCALLTYPE CBaseOutputPin::EndFlush() {
-    return E_UNEXPECTED;
 }

@@ -7,9 +7,9 @@
 /// streaming.
 class CBaseOutputPin : public CBasePin {
   public:
-    CBaseOutputPin(LPCTSTR pObjectName, CBaseFilter* pFilter, CCritSec* pLock, HRESULT* phr,
-                   LPCWSTR pName);
-    ~CBaseOutputPin() override;
+    CBaseOutputPin(CBaseFilter* pFilter, CCritSec* pLock, HRESULT* phr, LPCWSTR pName)
+        : CBasePin(pFilter, pLock, phr, pName, PINDIR_OUTPUT) {}
+    ~CBaseOutputPin() override { ReleaseInterface(m_pInputPin); }
 
     /// Sets the size and number of buffers of `pAlloc`, starting from the peer's requirements.
     [[nodiscard]] virtual HRESULT DecideBufferSize(IMemAllocator* pAlloc,
@@ -22,21 +22,19 @@ class CBaseOutputPin : public CBasePin {
     [[nodiscard]] HRESULT CompleteConnect(IPin* pReceivePin) override;
     [[nodiscard]] HRESULT BreakConnect() override;
     [[nodiscard]] HRESULT Active() override;
-    [[nodiscard]] HRESULT Inactive() override;
 
-    [[nodiscard]] virtual HRESULT Deliver(IMediaSample* pSample);
-    virtual HRESULT DeliverEndOfStream();
-    virtual HRESULT DeliverBeginFlush();
-    virtual HRESULT DeliverEndFlush();
-    virtual HRESULT DeliverNewSegment(REFERENCE_TIME tStart, REFERENCE_TIME tStop, double dRate);
+    [[nodiscard]] HRESULT Deliver(IMediaSample* pSample);
+    HRESULT DeliverEndOfStream();
+    HRESULT DeliverBeginFlush();
+    HRESULT DeliverEndFlush();
+    HRESULT DeliverNewSegment(REFERENCE_TIME tStart, REFERENCE_TIME tStop, double dRate);
 
     /// `E_UNEXPECTED`: these calls come from upstream, where an output pin has no peer.
-    HRESULT STDMETHODCALLTYPE EndOfStream() override;
-    HRESULT STDMETHODCALLTYPE BeginFlush() override;
-    HRESULT STDMETHODCALLTYPE EndFlush() override;
+    HRESULT STDMETHODCALLTYPE EndOfStream() override { return E_UNEXPECTED; }
+    HRESULT STDMETHODCALLTYPE BeginFlush() override { return E_UNEXPECTED; }
+    HRESULT STDMETHODCALLTYPE EndFlush() override { return E_UNEXPECTED; }
 
   protected:
-    IMemAllocator* m_pAllocator = nullptr;
     IMemInputPin* m_pInputPin = nullptr;  ///< the peer's
 
   private:

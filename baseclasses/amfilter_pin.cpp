@@ -22,15 +22,16 @@ bool IsSpecificFailure(HRESULT hr) {
 
 }  // namespace
 
-CBasePin::CBasePin(LPCTSTR pObjectName, CBaseFilter* pFilter, CCritSec* pLock, HRESULT* phr,
-                   LPCWSTR pName, PIN_DIRECTION dir)
-    : CUnknown(pObjectName, nullptr), m_dir(dir), m_pLock(pLock), m_pFilter(pFilter) {
+CBasePin::CBasePin(CBaseFilter* pFilter, CCritSec* pLock, HRESULT* phr, LPCWSTR pName,
+                   PIN_DIRECTION dir)
+    : CUnknown(pName, nullptr), m_dir(dir), m_pLock(pLock), m_pFilter(pFilter) {
     if (FAILED(AMGetWideString(pName, &m_pName)) && phr) {
         *phr = E_OUTOFMEMORY;
     }
 }
 
 CBasePin::~CBasePin() {
+    ReleaseInterface(m_pAllocator);
     SetConnected(nullptr);
     CoTaskMemFree(m_pName);
 }
@@ -57,30 +58,23 @@ BOOL CBasePin::IsStopped() const {
     return m_pFilter->IsStopped();
 }
 
-HRESULT CBasePin::SetMediaType(const CMediaType* pmt) {
-    return StoreMediaType(*pmt);
-}
-
 HRESULT CBasePin::CheckConnect(IPin* pPin) {
     PIN_DIRECTION direction = m_dir;
     const HRESULT hr = pPin->QueryDirection(&direction);
     return SUCCEEDED(hr) && direction == m_dir ? VFW_E_INVALID_DIRECTION : hr;
 }
 
-HRESULT CBasePin::CompleteConnect(IPin*) {
+HRESULT CBasePin::BreakConnect() {
+    if (m_pAllocator) {
+        m_pAllocator->Decommit();
+    }
+    ReleaseInterface(m_pAllocator);
     return S_OK;
 }
 
-HRESULT CBasePin::GetMediaType(int, CMediaType*) {
-    return E_UNEXPECTED;
-}
-
-HRESULT CBasePin::Active() {
-    return S_OK;
-}
-
-HRESULT CBasePin::Run(REFERENCE_TIME) {
-    return S_OK;
+HRESULT CBasePin::Inactive() {
+    CheckPointer(m_pAllocator, VFW_E_NO_ALLOCATOR);
+    return m_pAllocator->Decommit();
 }
 
 /// Whether a connection may be made now.
@@ -118,7 +112,7 @@ HRESULT STDMETHODCALLTYPE CBasePin::Connect(IPin* pReceivePin, const AM_MEDIA_TY
 
 HRESULT CBasePin::AgreeMediaType(IPin* pReceivePin, const CMediaType* pmt) {
     if (pmt && !pmt->IsPartiallySpecified()) {
-        return AttemptConnection(pReceivePin, pmt);
+        return MakeConnection(pReceivePin, pmt, true);
     }
     HRESULT result = VFW_E_NO_ACCEPTABLE_TYPES;
     for (const bool own : {false, true}) {
@@ -156,7 +150,7 @@ HRESULT CBasePin::TryMediaTypes(IPin* pReceivePin, const CMediaType* pmt, IEnumM
             if (pmt && !type.MatchesPartial(pmt)) {
                 continue;
             }
-            hr = AttemptConnection(pReceivePin, &type);
+            hr = MakeConnection(pReceivePin, &type, true);
             if (SUCCEEDED(hr)) {
                 return hr;
             }
@@ -166,10 +160,6 @@ HRESULT CBasePin::TryMediaTypes(IPin* pReceivePin, const CMediaType* pmt, IEnumM
         }
     }
     return result;
-}
-
-HRESULT CBasePin::AttemptConnection(IPin* pReceivePin, const CMediaType* pmt) {
-    return MakeConnection(pReceivePin, pmt, true);
 }
 
 HRESULT STDMETHODCALLTYPE CBasePin::ReceiveConnection(IPin* pConnector, const AM_MEDIA_TYPE* pmt) {
@@ -195,7 +185,7 @@ HRESULT CBasePin::MakeConnection(IPin* pPeer, const CMediaType* pmt, bool connec
         } else {
             // From here on the peer may call back and must find itself connected.
             SetConnected(pPeer);
-            hr = SetMediaType(pmt);
+            hr = StoreMediaType(*pmt);
         }
     }
     if (SUCCEEDED(hr) && connecting) {
@@ -298,16 +288,4 @@ HRESULT STDMETHODCALLTYPE CBasePin::EnumMediaTypes(IEnumMediaTypes** ppEnum) {
     CheckPointer(ppEnum, E_POINTER);
     *ppEnum = new (std::nothrow) CEnumMediaTypes(this);
     return *ppEnum ? S_OK : E_OUTOFMEMORY;
-}
-
-HRESULT STDMETHODCALLTYPE CBasePin::QueryInternalConnections(IPin**, ULONG*) {
-    return E_NOTIMPL;
-}
-
-HRESULT STDMETHODCALLTYPE CBasePin::NewSegment(REFERENCE_TIME, REFERENCE_TIME, double) {
-    return S_OK;
-}
-
-HRESULT STDMETHODCALLTYPE CBasePin::SetSink(IQualityControl*) {
-    return S_OK;  // ignored: no filter here forwards quality messages
 }

@@ -12,8 +12,7 @@ class CBaseFilter;
 class CBasePin : public CUnknown, public IPin, public IQualityControl {
   public:
     /// Copies the pin's name `pName`; `*phr` becomes `E_OUTOFMEMORY` without memory for it.
-    CBasePin(LPCTSTR pObjectName, CBaseFilter* pFilter, CCritSec* pLock, HRESULT* phr,
-             LPCWSTR pName, PIN_DIRECTION dir);
+    CBasePin(CBaseFilter* pFilter, CCritSec* pLock, HRESULT* phr, LPCWSTR pName, PIN_DIRECTION dir);
     ~CBasePin() override;
 
     DECLARE_IUNKNOWN
@@ -26,21 +25,21 @@ class CBasePin : public CUnknown, public IPin, public IQualityControl {
 
     /// `S_OK` for a type that the pin can handle.
     [[nodiscard]] virtual HRESULT CheckMediaType(const CMediaType* pmt) = 0;
-    /// Stores the type of a new connection.
-    [[nodiscard]] virtual HRESULT SetMediaType(const CMediaType* pmt);
     /// Whether `pPin` can be a peer. The base class requires the opposite direction.
     [[nodiscard]] virtual HRESULT CheckConnect(IPin* pPin);
-    /// Undoes CheckConnect and CompleteConnect; also called when connecting fails.
-    [[nodiscard]] virtual HRESULT BreakConnect() = 0;
+    /// Undoes CheckConnect and CompleteConnect; also called when connecting fails. The base class
+    /// decommits and releases the allocator.
+    [[nodiscard]] virtual HRESULT BreakConnect();
     /// The last step of connecting, after both pins have agreed on the type.
-    [[nodiscard]] virtual HRESULT CompleteConnect(IPin* pReceivePin);
+    [[nodiscard]] virtual HRESULT CompleteConnect(IPin*) { return S_OK; }
     /// Preferred type `iPosition` from 0 on. The base class has none: `E_UNEXPECTED`.
-    [[nodiscard]] virtual HRESULT GetMediaType(int iPosition, CMediaType* pMediaType);
+    [[nodiscard]] virtual HRESULT GetMediaType(int, CMediaType*) { return E_UNEXPECTED; }
 
     /// Called when the filter leaves the stopped state, enters it, or runs.
-    [[nodiscard]] virtual HRESULT Active();
-    [[nodiscard]] virtual HRESULT Inactive() = 0;
-    [[nodiscard]] virtual HRESULT Run(REFERENCE_TIME tStart);
+    [[nodiscard]] virtual HRESULT Active() { return S_OK; }
+    /// Decommits the allocator; `VFW_E_NO_ALLOCATOR` without one.
+    [[nodiscard]] virtual HRESULT Inactive();
+    [[nodiscard]] virtual HRESULT Run(REFERENCE_TIME) { return S_OK; }
 
     // IPin
     HRESULT STDMETHODCALLTYPE Connect(IPin* pReceivePin, const AM_MEDIA_TYPE* pmt) override;
@@ -53,12 +52,15 @@ class CBasePin : public CUnknown, public IPin, public IQualityControl {
     HRESULT STDMETHODCALLTYPE QueryDirection(PIN_DIRECTION* pPinDir) override;
     HRESULT STDMETHODCALLTYPE QueryAccept(const AM_MEDIA_TYPE* pmt) override;
     HRESULT STDMETHODCALLTYPE EnumMediaTypes(IEnumMediaTypes** ppEnum) override;
-    HRESULT STDMETHODCALLTYPE QueryInternalConnections(IPin** apPin, ULONG* nPin) override;
-    HRESULT STDMETHODCALLTYPE NewSegment(REFERENCE_TIME tStart, REFERENCE_TIME tStop,
-                                         double dRate) override;
+    HRESULT STDMETHODCALLTYPE QueryInternalConnections(IPin**, ULONG*) override {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE NewSegment(REFERENCE_TIME, REFERENCE_TIME, double) override {
+        return S_OK;
+    }
 
-    // IQualityControl
-    HRESULT STDMETHODCALLTYPE SetSink(IQualityControl* piqc) override;
+    /// Ignored: no filter here forwards quality messages.
+    HRESULT STDMETHODCALLTYPE SetSink(IQualityControl*) override { return S_OK; }
 
     BOOL IsConnected() const { return m_Connected != nullptr; }
     BOOL IsStopped() const;
@@ -69,8 +71,6 @@ class CBasePin : public CUnknown, public IPin, public IQualityControl {
     void SwapMediaType(CMediaType& mt);
 
   protected:
-    /// Tries one type with one peer. A failure leaves the pin as before.
-    [[nodiscard]] HRESULT AttemptConnection(IPin* pReceivePin, const CMediaType* pmt);
     /// Tries the types of `pEnum` that match `pmt`, null allowed.
     [[nodiscard]] HRESULT TryMediaTypes(IPin* pReceivePin, const CMediaType* pmt,
                                         IEnumMediaTypes* pEnum);
@@ -88,8 +88,8 @@ class CBasePin : public CUnknown, public IPin, public IQualityControl {
     IPin* m_Connected = nullptr;
     PIN_DIRECTION m_dir;
     CCritSec* m_pLock;  ///< the filter lock
-    bool m_bRunTimeError = false;
     CBaseFilter* m_pFilter;
+    IMemAllocator* m_pAllocator = nullptr;  ///< of the connection
     CMediaType m_mt;
 
   private:

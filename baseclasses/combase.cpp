@@ -1,19 +1,5 @@
 #include "baseclasses/combase.h"
 
-volatile LONG CBaseObject::m_cObjects = 0;
-
-CBaseObject::CBaseObject(LPCTSTR) {
-    InterlockedIncrement(&m_cObjects);
-}
-
-CBaseObject::~CBaseObject() {
-    InterlockedDecrement(&m_cObjects);
-}
-
-LONG CBaseObject::ObjectsActive() {
-    return m_cObjects;
-}
-
 HRESULT WINAPI GetInterface(LPUNKNOWN pUnk, void** ppv) {
     CheckPointer(ppv, E_POINTER);
     *ppv = pUnk;
@@ -30,8 +16,7 @@ LPUNKNOWN InnerUnknown(PNDUNKNOWN object) {
 
 }  // namespace
 
-CUnknown::CUnknown(LPCTSTR pName, LPUNKNOWN pUnk)
-    : CBaseObject(pName), m_pUnknown(pUnk ? pUnk : InnerUnknown(this)) {}
+CUnknown::CUnknown(LPCTSTR, LPUNKNOWN pUnk) : m_pUnknown(pUnk ? pUnk : InnerUnknown(this)) {}
 
 HRESULT STDMETHODCALLTYPE CUnknown::NonDelegatingQueryInterface(REFIID riid, void** ppv) {
     CheckPointer(ppv, E_POINTER);

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "baseclasses/platform.h"
 #include "baseclasses/wxutil.h"
+#include "platform/dshow.h"
 
 /// The operations of an object's own identity, beside `IUnknown`'s, which go to an outer object.
 /// Has the slots of `IUnknown`, since an inner object is passed out by a cast between the two;
@@ -16,23 +16,57 @@ typedef INonDelegatingUnknown* PNDUNKNOWN;
 /// Counts the live objects of the module, which may be unloaded without any.
 class CBaseObject {
   public:
-    explicit CBaseObject(LPCTSTR pName);
-    ~CBaseObject();
+    CBaseObject() { InterlockedIncrement(&m_cObjects); }
+    ~CBaseObject() { InterlockedDecrement(&m_cObjects); }
     CBaseObject(const CBaseObject&) = delete;
     CBaseObject& operator=(const CBaseObject&) = delete;
 
     /// Objects alive in this module, over all threads.
-    static LONG ObjectsActive();
+    static LONG ObjectsActive() { return m_cObjects; }
 
   private:
-    static volatile LONG m_cObjects;
+    static inline constinit volatile LONG m_cObjects = 0;
 };
 
 /// Adds a reference to `pUnk` and stores it: the last step of a query. `E_POINTER` for null `ppv`.
 [[nodiscard]] HRESULT WINAPI GetInterface(LPUNKNOWN pUnk, void** ppv);
 
-/// The base of every COM object here: identity, thread-safe counting, aggregation. An object starts
-/// with no reference; the release of the last one deletes it. A derived class writes
+/// `IUnknown` of an object of the one interface `I` that is never aggregated. Thread-safe; begins
+/// with one reference, and the release of the last one deletes the object.
+template <class I>
+class CSimpleUnknown : public I {
+  public:
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppv) override {
+        CheckPointer(ppv, E_POINTER);
+        if (riid == IID_IUnknown || riid == __uuidof(I)) {
+            return GetInterface(this, ppv);
+        }
+        *ppv = nullptr;
+        return E_NOINTERFACE;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override {
+        return static_cast<ULONG>(InterlockedIncrement(&m_cRef));
+    }
+    ULONG STDMETHODCALLTYPE Release() override {
+        const LONG left = InterlockedDecrement(&m_cRef);
+        if (left == 0) {
+            delete this;
+        }
+        return static_cast<ULONG>(left);
+    }
+
+  protected:
+    CSimpleUnknown() = default;
+    /// A copy has a reference count of its own.
+    CSimpleUnknown(const CSimpleUnknown&) {}
+    virtual ~CSimpleUnknown() = default;
+
+  private:
+    volatile LONG m_cRef = 1;
+};
+
+/// The base of the other COM objects here: identity, thread-safe counting, aggregation. An object
+/// starts with no reference; the release of the last one deletes it. A derived class writes
 /// `DECLARE_IUNKNOWN` and overrides NonDelegatingQueryInterface.
 class CUnknown : public INonDelegatingUnknown, public CBaseObject {
   public:

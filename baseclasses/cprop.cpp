@@ -15,13 +15,6 @@ HWND MakeDialog(int id, HWND parent, DLGPROC procedure, CBasePropertyPage* page)
 
 }  // namespace
 
-TCHAR* WINAPI StringFromResource(TCHAR* pBuffer, int iResourceID) {
-    if (LoadString(g_hInst, static_cast<UINT>(iResourceID), pBuffer, STR_MAX_LENGTH) == 0) {
-        pBuffer[0] = TEXT('\0');
-    }
-    return pBuffer;
-}
-
 CBasePropertyPage::CBasePropertyPage(LPCTSTR pName, LPUNKNOWN pUnk, int DialogId, int TitleId)
     : CUnknown(pName, pUnk), m_DialogId(DialogId), m_TitleStringId(TitleId) {}
 
@@ -73,9 +66,9 @@ HRESULT STDMETHODCALLTYPE CBasePropertyPage::GetPageInfo(PROPPAGEINFO* pPageInfo
     CheckPointer(pPageInfo, E_POINTER);
     *pPageInfo = PROPPAGEINFO{};
     pPageInfo->cb = sizeof(PROPPAGEINFO);
-    TCHAR title[STR_MAX_LENGTH];
-    const HRESULT hr =
-        AMGetWideString(StringFromResource(title, m_TitleStringId), &pPageInfo->pszTitle);
+    WCHAR title[256] = {};  // stays empty without the resource
+    LoadStringW(g_hInst, static_cast<UINT>(m_TitleStringId), title, ARRAYSIZE(title));
+    const HRESULT hr = AMGetWideString(title, &pPageInfo->pszTitle);
     if (SUCCEEDED(hr)) {
         pPageInfo->size = DialogSize();
     }
@@ -137,10 +130,6 @@ HRESULT STDMETHODCALLTYPE CBasePropertyPage::Show(UINT nCmdShow) {
     return S_OK;
 }
 
-HRESULT STDMETHODCALLTYPE CBasePropertyPage::IsPageDirty() {
-    return m_bDirty ? S_OK : S_FALSE;
-}
-
 HRESULT STDMETHODCALLTYPE CBasePropertyPage::Apply() {
     if (!m_bObjectSet || !m_pPageSite) {
         return E_UNEXPECTED;
@@ -153,14 +142,6 @@ HRESULT STDMETHODCALLTYPE CBasePropertyPage::Apply() {
         m_bDirty = FALSE;
     }
     return hr;
-}
-
-HRESULT STDMETHODCALLTYPE CBasePropertyPage::Help(LPCWSTR) {
-    return E_NOTIMPL;
-}
-
-HRESULT STDMETHODCALLTYPE CBasePropertyPage::TranslateAccelerator(MSG*) {
-    return E_NOTIMPL;
 }
 
 INT_PTR CALLBACK CBasePropertyPage::DialogProc(HWND hwnd, UINT uMsg, WPARAM wParam, LPARAM lParam) {

@@ -2,12 +2,6 @@
 
 #include "baseclasses/combase.h"
 
-constexpr int STR_MAX_LENGTH = 256;  ///< characters of the longest string resource used here
-
-/// A string resource of the module in `pBuffer`, which holds STR_MAX_LENGTH characters; empty when
-/// there is none. Returns `pBuffer`.
-TCHAR* WINAPI StringFromResource(TCHAR* pBuffer, int iResourceID);
-
 /// A property page over a dialog resource of the module. A derived class overrides the On
 /// functions; when the user changes something it sets `m_bDirty` and calls
 /// `m_pPageSite->OnStatusChange`. All calls come on the thread of the property frame.
@@ -40,10 +34,10 @@ class CBasePropertyPage : public CUnknown, public IPropertyPage {
     HRESULT STDMETHODCALLTYPE SetObjects(ULONG cObjects, IUnknown** ppUnk) override;
     HRESULT STDMETHODCALLTYPE Show(UINT nCmdShow) override;
     HRESULT STDMETHODCALLTYPE Move(LPCRECT prect) override;
-    HRESULT STDMETHODCALLTYPE IsPageDirty() override;
+    HRESULT STDMETHODCALLTYPE IsPageDirty() override { return m_bDirty ? S_OK : S_FALSE; }
     HRESULT STDMETHODCALLTYPE Apply() override;
-    HRESULT STDMETHODCALLTYPE Help(LPCWSTR lpszHelpDir) override;
-    HRESULT STDMETHODCALLTYPE TranslateAccelerator(MSG* lpMsg) override;
+    HRESULT STDMETHODCALLTYPE Help(LPCWSTR) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE TranslateAccelerator(MSG*) override { return E_NOTIMPL; }
 
   protected:
     IPropertyPageSite* m_pPageSite = nullptr;

@@ -3,13 +3,12 @@
 #include <new>
 
 HINSTANCE g_hInst = nullptr;
-volatile LONG CClassFactory::m_cLocked = 0;
 
 namespace {
 
 const CFactoryTemplate* FindTemplate(REFCLSID rclsid) {
     for (int i = 0; i < g_cTemplates; ++i) {
-        if (g_Templates[i].IsClassID(rclsid)) {
+        if (*g_Templates[i].m_ClsID == rclsid) {
             return &g_Templates[i];
         }
     }
@@ -28,30 +27,6 @@ CUnknown* CFactoryTemplate::CreateInstance(LPUNKNOWN pUnk, HRESULT* phr) const {
         *phr = E_UNEXPECTED;
     }
     return nullptr;
-}
-
-CClassFactory::CClassFactory(const CFactoryTemplate* pTemplate)
-    : CBaseObject(NAME("Class Factory")), m_pTemplate(pTemplate) {}
-
-HRESULT STDMETHODCALLTYPE CClassFactory::QueryInterface(REFIID riid, void** ppv) {
-    CheckPointer(ppv, E_POINTER);
-    if (riid == IID_IUnknown || riid == IID_IClassFactory) {
-        return GetInterface(this, ppv);
-    }
-    *ppv = nullptr;
-    return E_NOINTERFACE;
-}
-
-ULONG STDMETHODCALLTYPE CClassFactory::AddRef() {
-    return static_cast<ULONG>(InterlockedIncrement(&m_cRef));
-}
-
-ULONG STDMETHODCALLTYPE CClassFactory::Release() {
-    const LONG left = InterlockedDecrement(&m_cRef);
-    if (left == 0) {
-        delete this;
-    }
-    return static_cast<ULONG>(left);
 }
 
 HRESULT STDMETHODCALLTYPE CClassFactory::CreateInstance(LPUNKNOWN pUnkOuter, REFIID riid,
@@ -84,10 +59,6 @@ HRESULT STDMETHODCALLTYPE CClassFactory::LockServer(BOOL fLock) {
     return S_OK;
 }
 
-BOOL CClassFactory::IsLocked() {
-    return m_cLocked > 0;
-}
-
 STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, void** ppv) {
     CheckPointer(ppv, E_POINTER);
     *ppv = nullptr;
@@ -96,9 +67,8 @@ STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, void** ppv) {
     }
     const CFactoryTemplate* const found = FindTemplate(rclsid);
     CheckPointer(found, CLASS_E_CLASSNOTAVAILABLE);
-    auto* const factory = new (std::nothrow) CClassFactory(found);
-    CheckPointer(factory, E_OUTOFMEMORY);
-    return GetInterface(factory, ppv);
+    *ppv = static_cast<IClassFactory*>(new (std::nothrow) CClassFactory(found));
+    return *ppv ? S_OK : E_OUTOFMEMORY;
 }
 
 STDAPI DllCanUnloadNow() {

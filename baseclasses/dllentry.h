@@ -14,7 +14,6 @@ class CFactoryTemplate {
     LPFNNewCOMObject m_lpfnNew;
     const AMOVIESETUP_FILTER* m_pAMovieSetup_Filter;  ///< null for a class that is no filter
 
-    BOOL IsClassID(REFCLSID rclsid) const { return *m_ClsID == rclsid; }
     CUnknown* CreateInstance(LPUNKNOWN pUnk, HRESULT* phr) const;
 };
 
@@ -26,26 +25,20 @@ extern int g_cTemplates;
 extern HINSTANCE g_hInst;
 
 /// The class object of one template. Thread-safe. Aggregates only when asked for `IUnknown`.
-class CClassFactory final : public IClassFactory, public CBaseObject {
+class CClassFactory final : public CSimpleUnknown<IClassFactory>, public CBaseObject {
   public:
-    /// Starts without a reference; `pTemplate` outlives it.
-    explicit CClassFactory(const CFactoryTemplate* pTemplate);
+    /// `pTemplate` outlives it.
+    explicit CClassFactory(const CFactoryTemplate* pTemplate) : m_pTemplate(pTemplate) {}
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppv) override;
-    ULONG STDMETHODCALLTYPE AddRef() override;
-    ULONG STDMETHODCALLTYPE Release() override;
     HRESULT STDMETHODCALLTYPE CreateInstance(LPUNKNOWN pUnkOuter, REFIID riid, void** ppv) override;
     HRESULT STDMETHODCALLTYPE LockServer(BOOL fLock) override;
 
     /// True while LockServer keeps the module loaded.
-    static BOOL IsLocked();
+    static BOOL IsLocked() { return m_cLocked > 0; }
 
   private:
-    ~CClassFactory() = default;
-
     const CFactoryTemplate* const m_pTemplate;
-    volatile LONG m_cRef = 0;
-    static volatile LONG m_cLocked;
+    static inline constinit volatile LONG m_cLocked = 0;
 };
 
 /// Keeps the module's handle. The module's DllMain passes every call to this.

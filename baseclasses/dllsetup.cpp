@@ -6,7 +6,6 @@
 #include "baseclasses/dllentry.h"
 #include "platform/com.h"
 #include "platform/system.h"
-#include "platform/unique_handle.h"
 
 namespace {
 
@@ -14,31 +13,22 @@ constexpr HRESULT kNotRegistered = static_cast<HRESULT>(0x80070002);  // ERROR_F
 constexpr DWORD kMaxPath = 32768;  // characters, the system's limit with its terminator
 constexpr int kGuidChars = 39;     // of "{...}" with its terminator
 constexpr WCHAR kClsidPrefix[] = L"CLSID\\";
+constexpr WCHAR kServer[] = L"\\InprocServer32";
 constexpr size_t kPrefixChars = ARRAYSIZE(kClsidPrefix) - 1;
 
-/// "CLSID\{...}": a class's key below HKEY_CLASSES_ROOT.
+/// A class's key below HKEY_CLASSES_ROOT, "CLSID\{...}", and a subkey of it.
 class ClassKeyName {
   public:
-    explicit ClassKeyName(const CLSID& clsid) {
+    explicit ClassKeyName(const CLSID& clsid, const WCHAR* subkey = L"") {
         wcscpy(name_, kClsidPrefix);
         StringFromGUID2(clsid, name_ + kPrefixChars, kGuidChars);
+        wcscat(name_, subkey);
     }
     const WCHAR* get() const { return name_; }
 
   private:
-    WCHAR name_[kPrefixChars + kGuidChars];
+    WCHAR name_[kPrefixChars + kGuidChars + ARRAYSIZE(kServer)];
 };
-
-HRESULT CreateSubkey(HKEY parent, const WCHAR* name, nyx::UniqueKey* key) {
-    return HRESULT_FROM_WIN32(static_cast<DWORD>(nyx::CreateKey(parent, name, KEY_WRITE, key)));
-}
-
-/// `name` null: the key's default value.
-HRESULT SetString(const nyx::UniqueKey& key, const WCHAR* name, const WCHAR* text) {
-    const DWORD bytes = static_cast<DWORD>((wcslen(text) + 1) * sizeof(WCHAR));
-    return HRESULT_FROM_WIN32(static_cast<DWORD>(
-        RegSetValueExW(key.get(), name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text), bytes)));
-}
 
 HRESULT GetModulePath(std::unique_ptr<WCHAR[]>& path) {
     path.reset(new (std::nothrow) WCHAR[kMaxPath]);
@@ -51,19 +41,23 @@ HRESULT GetModulePath(std::unique_ptr<WCHAR[]>& path) {
 }
 
 HRESULT RegisterClass(const CFactoryTemplate& factory, const WCHAR* path) {
-    nyx::UniqueKey classKey;
-    nyx::UniqueKey serverKey;
-    HRESULT hr = CreateSubkey(HKEY_CLASSES_ROOT, ClassKeyName(*factory.m_ClsID).get(), &classKey);
-    if (SUCCEEDED(hr)) {
-        hr = SetString(classKey, nullptr, factory.m_Name);
+    const struct {
+        const WCHAR *subkey, *name, *text;  // no name: the key's default value
+    } values[] = {
+        {L"", nullptr, factory.m_Name},
+        {kServer, nullptr, path},
+        {kServer, L"ThreadingModel", L"Both"},
+    };
+    for (const auto& [subkey, name, text] : values) {
+        const auto bytes = static_cast<DWORD>((wcslen(text) + 1) * sizeof(WCHAR));
+        const LSTATUS status =
+            RegSetKeyValueW(HKEY_CLASSES_ROOT, ClassKeyName(*factory.m_ClsID, subkey).get(), name,
+                            REG_SZ, text, bytes);
+        if (status != ERROR_SUCCESS) {
+            return HRESULT_FROM_WIN32(static_cast<DWORD>(status));
+        }
     }
-    if (SUCCEEDED(hr)) {
-        hr = CreateSubkey(classKey.get(), L"InprocServer32", &serverKey);
-    }
-    if (SUCCEEDED(hr)) {
-        hr = SetString(serverKey, nullptr, path);
-    }
-    return SUCCEEDED(hr) ? SetString(serverKey, L"ThreadingModel", L"Both") : hr;
+    return S_OK;
 }
 
 HRESULT RegisterAllClasses() {

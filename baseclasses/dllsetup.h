@@ -1,6 +1,6 @@
 #pragma once
 
-#include "baseclasses/platform.h"
+#include "platform/dshow.h"
 
 /// A media type that a pin is registered with.
 typedef REGPINTYPES AMOVIESETUP_MEDIATYPE;
@@ -14,8 +14,24 @@ typedef struct _AMOVIESETUP_FILTER {
     DWORD dwMerit;
     UINT nPins;
     const AMOVIESETUP_PIN* lpPin;
-    const CLSID* clsCategory;  ///< a second category beside the default one, or null
+    const CLSID* clsCategory = nullptr;  ///< a second category beside the default one, or null
 } AMOVIESETUP_FILTER;
+
+/// A pin of any type in `types`, which outlives it. `many`: a filter may have none of it or
+/// several.
+template <UINT count>
+constexpr AMOVIESETUP_PIN SetupPin(WCHAR* name, BOOL isOutput, BOOL many,
+                                   const AMOVIESETUP_MEDIATYPE (&types)[count]) {
+    return {.strName = name,
+            .bRendered = FALSE,
+            .bOutput = isOutput,
+            .bZero = many,
+            .bMany = many,
+            .clsConnectsToFilter = nullptr,
+            .strConnectsToPin = nullptr,
+            .nMediaTypes = count,
+            .lpMediaType = types};
+}
 
 /// Registers (TRUE) or unregisters (FALSE) every class of `g_Templates`: the COM server keys of all
 /// classes, and the filter entries of those with setup data, in the mapper's default category and

@@ -1,9 +1,9 @@
 #include "baseclasses/mtype.h"
 
 #include <cstring>
-#include <utility>
 
 #include "baseclasses/wxutil.h"
+#include "media/video_block.h"
 
 HRESULT WINAPI CopyMediaType(AM_MEDIA_TYPE* pmtTarget, const AM_MEDIA_TYPE* pmtSource) {
     CheckPointer(pmtTarget, E_POINTER);
@@ -53,19 +53,11 @@ void WINAPI DeleteMediaType(AM_MEDIA_TYPE* pmt) {
     }
 }
 
-CMediaType::CMediaType() {
-    InitMediaType();
-}
-
 CMediaType::CMediaType(const AM_MEDIA_TYPE& mt, HRESULT* phr) {
     const HRESULT hr = CopyMediaType(this, &mt);
     if (FAILED(hr)) {
         *phr = hr;
     }
-}
-
-CMediaType::~CMediaType() {
-    FreeMediaType(*this);
 }
 
 HRESULT CMediaType::Set(const AM_MEDIA_TYPE& rt) {
@@ -91,10 +83,6 @@ HRESULT CMediaType::SetFrom(IMediaSample& sample) {
     // As in CopyMediaType, a type without a block counts no bytes.
     cbFormat = pbFormat ? cbFormat : 0;
     return S_OK;
-}
-
-void CMediaType::Swap(CMediaType& other) noexcept {
-    std::swap(static_cast<AM_MEDIA_TYPE&>(*this), static_cast<AM_MEDIA_TYPE&>(other));
 }
 
 void CMediaType::SetSampleSize(ULONG sz) {
@@ -135,4 +123,31 @@ BOOL CMediaType::MatchesPartial(const CMediaType* ppartial) const {
 
 BOOL CMediaType::IsPartiallySpecified() const {
     return majortype == GUID_NULL || formattype == GUID_NULL;
+}
+
+HRESULT SetVideoType(const VideoTypeContents& contents, bool header2, CMediaType* type) {
+    const BITMAPINFOHEADER& header = contents.header;
+    FreeMediaType(*type);
+    type->InitMediaType();
+    type->SetType(&MEDIATYPE_Video);
+    type->SetSubtype(&contents.subtype);
+    type->SetFormatType(header2 ? &FORMAT_VideoInfo2 : &FORMAT_VideoInfo);
+    type->SetSampleSize(contents.fixedSizeSamples ? header.biSizeImage : 0);
+    type->bFixedSizeSamples = contents.fixedSizeSamples;  // a size may be 0
+    const std::size_t front = nyx::PictureHeaderOffset(type->formattype);
+    BYTE* const block = type->AllocFormatBuffer(static_cast<ULONG>(front + sizeof(header)));
+    CheckPointer(block, E_OUTOFMEMORY);
+    auto* const common = reinterpret_cast<VIDEOINFOHEADER*>(block);
+    common->rcSource = {.left = 0, .top = 0, .right = header.biWidth, .bottom = header.biHeight};
+    common->rcTarget = common->rcSource;
+    common->dwBitRate = contents.bitRate;
+    common->AvgTimePerFrame = contents.averageFrameDuration;
+    std::memcpy(block + front, &header, sizeof(header));
+    if (header2) {
+        auto* const block2 = reinterpret_cast<VIDEOINFOHEADER2*>(block);
+        block2->dwInterlaceFlags = contents.interlaceFlags;
+        block2->dwPictAspectRatioX = contents.pictureAspectRatio[0];
+        block2->dwPictAspectRatioY = contents.pictureAspectRatio[1];
+    }
+    return S_OK;
 }

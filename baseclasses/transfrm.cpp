@@ -32,10 +32,8 @@ CBasePin* CTransformFilter::GetPin(int n) {
 /// Makes both pins, or neither when there is no memory.
 void CTransformFilter::MakePins() {
     HRESULT hr = S_OK;
-    m_pInput =
-        new (std::nothrow) CTransformInputPin(NAME("Transform input pin"), this, &hr, L"XForm In");
-    m_pOutput = new (std::nothrow)
-        CTransformOutputPin(NAME("Transform output pin"), this, &hr, L"XForm Out");
+    m_pInput = new (std::nothrow) CTransformInputPin(this, &hr, L"XForm In");
+    m_pOutput = new (std::nothrow) CTransformOutputPin(this, &hr, L"XForm Out");
     if (!m_pInput || !m_pOutput || FAILED(hr)) {
         delete m_pOutput;
         delete m_pInput;
@@ -107,46 +105,6 @@ HRESULT CTransformFilter::PauseConnected() {
         std::ignore = StopStreaming();  // the first failure is reported
     }
     return hr;
-}
-
-HRESULT CTransformFilter::StartStreaming() {
-    return S_OK;
-}
-
-HRESULT CTransformFilter::StopStreaming() {
-    return S_OK;
-}
-
-HRESULT CTransformFilter::SetMediaType(PIN_DIRECTION, const CMediaType*) {
-    return S_OK;
-}
-
-HRESULT CTransformFilter::CheckConnect(PIN_DIRECTION, IPin*) {
-    return S_OK;
-}
-
-HRESULT CTransformFilter::BreakConnect(PIN_DIRECTION) {
-    return S_OK;
-}
-
-HRESULT CTransformFilter::CompleteConnect(PIN_DIRECTION, IPin*) {
-    return S_OK;
-}
-
-HRESULT CTransformFilter::EndOfStream() {
-    return m_pOutput ? m_pOutput->DeliverEndOfStream() : S_OK;
-}
-
-HRESULT CTransformFilter::BeginFlush() {
-    return m_pOutput ? m_pOutput->DeliverBeginFlush() : S_OK;
-}
-
-HRESULT CTransformFilter::EndFlush() {
-    return m_pOutput ? m_pOutput->DeliverEndFlush() : S_OK;
-}
-
-HRESULT CTransformFilter::NewSegment(REFERENCE_TIME tStart, REFERENCE_TIME tStop, double dRate) {
-    return m_pOutput ? m_pOutput->DeliverNewSegment(tStart, tStop, dRate) : S_OK;
 }
 
 namespace {

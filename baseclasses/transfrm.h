@@ -35,25 +35,15 @@ class CTransformFilter : public CBaseFilter {
     [[nodiscard]] virtual HRESULT GetMediaType(int iPosition, CMediaType* pMediaType) = 0;
 
     /// Called before the first and after the last sample, under the receive lock.
-    [[nodiscard]] virtual HRESULT StartStreaming();
-    [[nodiscard]] virtual HRESULT StopStreaming();
-
-    // Steps of a connection on either side, under the filter lock.
-    [[nodiscard]] virtual HRESULT SetMediaType(PIN_DIRECTION direction, const CMediaType* pmt);
-    [[nodiscard]] virtual HRESULT CheckConnect(PIN_DIRECTION dir, IPin* pPin);
-    [[nodiscard]] virtual HRESULT BreakConnect(PIN_DIRECTION dir);
-    [[nodiscard]] virtual HRESULT CompleteConnect(PIN_DIRECTION direction, IPin* pReceivePin);
+    [[nodiscard]] virtual HRESULT StartStreaming() { return S_OK; }
+    [[nodiscard]] virtual HRESULT StopStreaming() { return S_OK; }
 
     /// Answers a quality message from downstream, on any thread and under no lock.
     [[nodiscard]] virtual HRESULT AlterQuality(Quality q) = 0;
 
     // The calls of the input pin.
     [[nodiscard]] virtual HRESULT Receive(IMediaSample* pSample) = 0;
-    [[nodiscard]] virtual HRESULT EndOfStream();
-    [[nodiscard]] virtual HRESULT BeginFlush();
-    [[nodiscard]] virtual HRESULT EndFlush();
-    [[nodiscard]] virtual HRESULT NewSegment(REFERENCE_TIME tStart, REFERENCE_TIME tStop,
-                                             double dRate);
+    [[nodiscard]] virtual HRESULT EndFlush() = 0;
 
   protected:
     /// Gets an output buffer and sets the properties of the received `pSample` on it. A type that

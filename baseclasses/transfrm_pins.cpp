@@ -5,29 +5,14 @@
 #include "baseclasses/transfrm.h"
 #include "platform/com.h"
 
-CTransformInputPin::CTransformInputPin(LPCTSTR pObjectName, CTransformFilter* pTransformFilter,
-                                       HRESULT* phr, LPCWSTR pName)
-    : CBaseInputPin(pObjectName, pTransformFilter, &pTransformFilter->m_csFilter, phr, pName),
+CTransformInputPin::CTransformInputPin(CTransformFilter* pTransformFilter, HRESULT* phr,
+                                       LPCWSTR pName)
+    : CBaseInputPin(pTransformFilter, &pTransformFilter->m_csFilter, phr, pName),
       m_pTransformFilter(pTransformFilter) {}
-
-HRESULT STDMETHODCALLTYPE CTransformInputPin::QueryId(LPWSTR* Id) {
-    return AMGetWideString(L"In", Id);
-}
-
-HRESULT CTransformInputPin::CheckConnect(IPin* pPin) {
-    const HRESULT hr = m_pTransformFilter->CheckConnect(PINDIR_INPUT, pPin);
-    return SUCCEEDED(hr) ? CBaseInputPin::CheckConnect(pPin) : hr;
-}
 
 HRESULT CTransformInputPin::BreakConnect() {
     m_pTransformFilter->m_pOutput->BreakWithInput();
-    std::ignore = m_pTransformFilter->BreakConnect(PINDIR_INPUT);  // the connection ends anyway
     return CBaseInputPin::BreakConnect();
-}
-
-HRESULT CTransformInputPin::CompleteConnect(IPin* pReceivePin) {
-    const HRESULT hr = m_pTransformFilter->CompleteConnect(PINDIR_INPUT, pReceivePin);
-    return SUCCEEDED(hr) ? CBaseInputPin::CompleteConnect(pReceivePin) : hr;
 }
 
 HRESULT CTransformInputPin::CheckMediaType(const CMediaType* pmt) {
@@ -38,11 +23,6 @@ HRESULT CTransformInputPin::CheckMediaType(const CMediaType* pmt) {
     CMediaType output;
     hr = m_pTransformFilter->m_pOutput->CopyCurrentMediaType(&output);
     return SUCCEEDED(hr) ? m_pTransformFilter->CheckTransform(pmt, &output) : hr;
-}
-
-HRESULT CTransformInputPin::SetMediaType(const CMediaType* pmt) {
-    const HRESULT hr = CBaseInputPin::SetMediaType(pmt);
-    return SUCCEEDED(hr) ? m_pTransformFilter->SetMediaType(PINDIR_INPUT, pmt) : hr;
 }
 
 HRESULT CTransformInputPin::CheckStreaming() {
@@ -67,7 +47,7 @@ HRESULT STDMETHODCALLTYPE CTransformInputPin::Receive(IMediaSample* pSample) {
 HRESULT STDMETHODCALLTYPE CTransformInputPin::EndOfStream() {
     CAutoLock lock(&m_pTransformFilter->m_csReceive);
     const HRESULT hr = CheckStreaming();
-    return hr == S_OK ? m_pTransformFilter->EndOfStream() : hr;
+    return hr == S_OK ? m_pTransformFilter->m_pOutput->DeliverEndOfStream() : hr;
 }
 
 HRESULT STDMETHODCALLTYPE CTransformInputPin::BeginFlush() {
@@ -76,7 +56,7 @@ HRESULT STDMETHODCALLTYPE CTransformInputPin::BeginFlush() {
         return VFW_E_NOT_CONNECTED;
     }
     const HRESULT hr = CBaseInputPin::BeginFlush();
-    return SUCCEEDED(hr) ? m_pTransformFilter->BeginFlush() : hr;
+    return SUCCEEDED(hr) ? m_pTransformFilter->m_pOutput->DeliverBeginFlush() : hr;
 }
 
 HRESULT STDMETHODCALLTYPE CTransformInputPin::EndFlush() {
@@ -92,17 +72,13 @@ HRESULT STDMETHODCALLTYPE CTransformInputPin::EndFlush() {
 
 HRESULT STDMETHODCALLTYPE CTransformInputPin::NewSegment(REFERENCE_TIME tStart,
                                                          REFERENCE_TIME tStop, double dRate) {
-    return m_pTransformFilter->NewSegment(tStart, tStop, dRate);
+    return m_pTransformFilter->m_pOutput->DeliverNewSegment(tStart, tStop, dRate);
 }
 
-CTransformOutputPin::CTransformOutputPin(LPCTSTR pObjectName, CTransformFilter* pTransformFilter,
-                                         HRESULT* phr, LPCWSTR pName)
-    : CBaseOutputPin(pObjectName, pTransformFilter, &pTransformFilter->m_csFilter, phr, pName),
+CTransformOutputPin::CTransformOutputPin(CTransformFilter* pTransformFilter, HRESULT* phr,
+                                         LPCWSTR pName)
+    : CBaseOutputPin(pTransformFilter, &pTransformFilter->m_csFilter, phr, pName),
       m_pTransformFilter(pTransformFilter) {}
-
-CTransformOutputPin::~CTransformOutputPin() {
-    ReleaseInterface(m_pPosition);
-}
 
 HRESULT STDMETHODCALLTYPE CTransformOutputPin::NonDelegatingQueryInterface(REFIID riid,
                                                                            void** ppv) {
@@ -115,15 +91,21 @@ HRESULT STDMETHODCALLTYPE CTransformOutputPin::NonDelegatingQueryInterface(REFII
     return SUCCEEDED(hr) ? m_pPosition->QueryInterface(riid, ppv) : hr;
 }
 
-/// Creates the pass-through on first use. Takes no lock, since downstream may ask while it blocks a
-/// Receive.
+/// Creates the platform's object that passes seeking and position on to the peer of the input, on
+/// first use. Takes no lock, since downstream may ask while it blocks a Receive.
 HRESULT CTransformOutputPin::MakePosition() {
     if (m_pPosition) {
         return S_OK;
     }
     nyx::ComPtr<IUnknown> position;
-    const HRESULT hr =
-        CreatePosPassThru(GetOwner(), FALSE, m_pTransformFilter->m_pInput, &position);
+    HRESULT hr = CoCreateInstance(CLSID_SeekingPassThru, GetOwner(), CLSCTX_INPROC_SERVER,
+                                  IID_IUnknown, reinterpret_cast<void**>(position.GetAddressOf()));
+    if (FAILED(hr)) {
+        return hr;
+    }
+    const auto passThru = nyx::As<ISeekingPassThru>(position);
+    CheckPointer(passThru, E_NOINTERFACE);
+    hr = passThru->Init(FALSE, m_pTransformFilter->m_pInput);
     auto* const stored = reinterpret_cast<void* volatile*>(&m_pPosition);
     if (SUCCEEDED(hr) && !InterlockedCompareExchangePointer(stored, position.Get(), nullptr)) {
         std::ignore = position.Detach();  // it is m_pPosition's now
@@ -131,21 +113,11 @@ HRESULT CTransformOutputPin::MakePosition() {
     return hr;
 }
 
-HRESULT STDMETHODCALLTYPE CTransformOutputPin::QueryId(LPWSTR* Id) {
-    return AMGetWideString(L"Out", Id);
-}
-
 HRESULT CTransformOutputPin::CheckConnect(IPin* pPin) {
     if (!m_pTransformFilter->m_pInput->IsConnected()) {
         return E_UNEXPECTED;
     }
-    const HRESULT hr = m_pTransformFilter->CheckConnect(PINDIR_OUTPUT, pPin);
-    return SUCCEEDED(hr) ? CBaseOutputPin::CheckConnect(pPin) : hr;
-}
-
-HRESULT CTransformOutputPin::BreakConnect() {
-    std::ignore = m_pTransformFilter->BreakConnect(PINDIR_OUTPUT);  // the connection ends anyway
-    return CBaseOutputPin::BreakConnect();
+    return CBaseOutputPin::CheckConnect(pPin);
 }
 
 /// Ends the connection on both sides when the input's connection ends.
@@ -157,11 +129,6 @@ void CTransformOutputPin::BreakWithInput() {
     }
 }
 
-HRESULT CTransformOutputPin::CompleteConnect(IPin* pReceivePin) {
-    const HRESULT hr = m_pTransformFilter->CompleteConnect(PINDIR_OUTPUT, pReceivePin);
-    return SUCCEEDED(hr) ? CBaseOutputPin::CompleteConnect(pReceivePin) : hr;
-}
-
 HRESULT CTransformOutputPin::CheckMediaType(const CMediaType* pmtOut) {
     if (!m_pTransformFilter->m_pInput->IsConnected()) {
         return E_INVALIDARG;
@@ -169,11 +136,6 @@ HRESULT CTransformOutputPin::CheckMediaType(const CMediaType* pmtOut) {
     CMediaType input;
     const HRESULT hr = m_pTransformFilter->m_pInput->CopyCurrentMediaType(&input);
     return SUCCEEDED(hr) ? m_pTransformFilter->CheckTransform(&input, pmtOut) : hr;
-}
-
-HRESULT CTransformOutputPin::SetMediaType(const CMediaType* pmt) {
-    const HRESULT hr = CBaseOutputPin::SetMediaType(pmt);
-    return SUCCEEDED(hr) ? m_pTransformFilter->SetMediaType(PINDIR_OUTPUT, pmt) : hr;
 }
 
 HRESULT CTransformOutputPin::GetMediaType(int iPosition, CMediaType* pMediaType) {
@@ -188,23 +150,4 @@ HRESULT CTransformOutputPin::DecideBufferSize(IMemAllocator* pAlloc, ALLOCATOR_P
 
 HRESULT STDMETHODCALLTYPE CTransformOutputPin::Notify(IBaseFilter*, Quality q) {
     return m_pTransformFilter->AlterQuality(q);
-}
-
-HRESULT WINAPI CreatePosPassThru(LPUNKNOWN pAgg, BOOL bRenderer, IPin* pPin,
-                                 IUnknown** ppPassThru) {
-    CheckPointer(ppPassThru, E_POINTER);
-    *ppPassThru = nullptr;
-    nyx::ComPtr<IUnknown> object;
-    HRESULT hr = CoCreateInstance(CLSID_SeekingPassThru, pAgg, CLSCTX_INPROC_SERVER, IID_IUnknown,
-                                  reinterpret_cast<void**>(object.GetAddressOf()));
-    if (FAILED(hr)) {
-        return hr;
-    }
-    const auto passThru = nyx::As<ISeekingPassThru>(object);
-    CheckPointer(passThru, E_NOINTERFACE);
-    hr = passThru->Init(bRenderer, pPin);
-    if (SUCCEEDED(hr)) {
-        *ppPassThru = object.Detach();
-    }
-    return hr;
 }

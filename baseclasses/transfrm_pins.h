@@ -8,17 +8,13 @@ class CTransformFilter;
 /// The input pin of a transform filter, which passes each step to the filter.
 class CTransformInputPin : public CBaseInputPin {
   public:
-    CTransformInputPin(LPCTSTR pObjectName, CTransformFilter* pTransformFilter, HRESULT* phr,
-                       LPCWSTR pName);
+    CTransformInputPin(CTransformFilter* pTransformFilter, HRESULT* phr, LPCWSTR pName);
 
-    HRESULT STDMETHODCALLTYPE QueryId(LPWSTR* Id) override;
+    HRESULT STDMETHODCALLTYPE QueryId(LPWSTR* Id) override { return AMGetWideString(L"In", Id); }
 
-    [[nodiscard]] HRESULT CheckConnect(IPin* pPin) override;
     /// Ends the output's connection as well, which needs the input's.
     [[nodiscard]] HRESULT BreakConnect() override;
-    [[nodiscard]] HRESULT CompleteConnect(IPin* pReceivePin) override;
     [[nodiscard]] HRESULT CheckMediaType(const CMediaType* pmt) override;
-    [[nodiscard]] HRESULT SetMediaType(const CMediaType* pmt) override;
     [[nodiscard]] HRESULT CheckStreaming() override;
 
     HRESULT STDMETHODCALLTYPE Receive(IMediaSample* pSample) override;
@@ -40,18 +36,14 @@ class CTransformInputPin : public CBaseInputPin {
 /// and position upstream of the input.
 class CTransformOutputPin : public CBaseOutputPin {
   public:
-    CTransformOutputPin(LPCTSTR pObjectName, CTransformFilter* pTransformFilter, HRESULT* phr,
-                        LPCWSTR pName);
-    ~CTransformOutputPin() override;
+    CTransformOutputPin(CTransformFilter* pTransformFilter, HRESULT* phr, LPCWSTR pName);
+    ~CTransformOutputPin() override { ReleaseInterface(m_pPosition); }
 
     HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID riid, void** ppv) override;
-    HRESULT STDMETHODCALLTYPE QueryId(LPWSTR* Id) override;
+    HRESULT STDMETHODCALLTYPE QueryId(LPWSTR* Id) override { return AMGetWideString(L"Out", Id); }
 
     [[nodiscard]] HRESULT CheckConnect(IPin* pPin) override;
-    [[nodiscard]] HRESULT BreakConnect() override;
-    [[nodiscard]] HRESULT CompleteConnect(IPin* pReceivePin) override;
     [[nodiscard]] HRESULT CheckMediaType(const CMediaType* pmtOut) override;
-    [[nodiscard]] HRESULT SetMediaType(const CMediaType* pmt) override;
     [[nodiscard]] HRESULT GetMediaType(int iPosition, CMediaType* pMediaType) override;
     [[nodiscard]] HRESULT DecideBufferSize(IMemAllocator* pAlloc,
                                            ALLOCATOR_PROPERTIES* pProp) override;
@@ -70,8 +62,3 @@ class CTransformOutputPin : public CBaseOutputPin {
     [[nodiscard]] HRESULT MakePosition();
     void BreakWithInput();
 };
-
-/// Creates the platform's object that passes seeking and position on to the peer of `pPin`,
-/// aggregated in `pAgg`. The caller releases `*ppPassThru`.
-[[nodiscard]] HRESULT WINAPI CreatePosPassThru(LPUNKNOWN pAgg, BOOL bRenderer, IPin* pPin,
-                                               IUnknown** ppPassThru);

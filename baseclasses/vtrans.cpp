@@ -46,7 +46,7 @@ HRESULT CVideoTransformFilter::EndFlush() {
         // Not the derived class's: streaming has not stopped.
         std::ignore = CVideoTransformFilter::StartStreaming();
     }
-    return CTransformFilter::EndFlush();
+    return m_pOutput->DeliverEndFlush();
 }
 
 HRESULT CVideoTransformFilter::AbortPlayback(HRESULT hr) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "baseclasses/platform.h"
+#include "platform/dshow.h"
 
 /// Leaves the function with `ret` when `p` is null.
 #define CheckPointer(p, ret)  \
@@ -42,7 +42,14 @@ class CAutoLock {
 
 /// Copies a string, null as an empty one, into memory that the caller frees with CoTaskMemFree.
 /// `E_POINTER`, or `E_OUTOFMEMORY` with a null result.
-[[nodiscard]] HRESULT WINAPI AMGetWideString(LPCWSTR pszString, LPWSTR* ppszReturn);
+[[nodiscard]] inline HRESULT WINAPI AMGetWideString(LPCWSTR pszString, LPWSTR* ppszReturn) {
+    CheckPointer(ppszReturn, E_POINTER);
+    const LPCWSTR source = pszString ? pszString : L"";
+    *ppszReturn = static_cast<LPWSTR>(CoTaskMemAlloc((wcslen(source) + 1) * sizeof(WCHAR)));
+    CheckPointer(*ppszReturn, E_OUTOFMEMORY);
+    wcscpy(*ppszReturn, source);
+    return S_OK;
+}
 
 /// Releases the interface that `p` holds, if any, and makes `p` null first, so that a call back in
 /// does not find it.

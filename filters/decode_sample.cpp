@@ -1,4 +1,4 @@
-#include "filters/decode_sample.h"
+#include "filters/decoder_filter.h"
 
 #include <cstdint>
 #include <cstring>
@@ -7,7 +7,6 @@
 
 #include "codecs/header_checks.h"
 #include "codecs/pixel_format_index.h"
-#include "filters/nyx_util.h"
 #include "filters/sample_data.h"
 #include "platform/com.h"
 
@@ -103,7 +102,9 @@ void UpdateOutputType(const FrameParameters& shown, CBasePin& output, IMediaSamp
         return;
     }
     VIDEOINFOHEADER2 block = *before;
-    WriteFrameParameters(shown.fieldOrder, shown.aspect, &block);
+    block.dwInterlaceFlags = NyxUtil::InterlaceFlags(shown.fieldOrder);
+    block.dwPictAspectRatioX = static_cast<DWORD>(shown.aspect.x);
+    block.dwPictAspectRatioY = static_cast<DWORD>(shown.aspect.y);
     CMediaType type;  // a copy for the peer, which may replace ours while it answers
     if (std::memcmp(&block, before, sizeof(block)) == 0 ||
         FAILED(output.ConnectionMediaType(&type))) {
@@ -120,17 +121,13 @@ void UpdateOutputType(const FrameParameters& shown, CBasePin& output, IMediaSamp
 HRESULT DecodeSample(ICodec& codec, bool fillsRows, const AM_MEDIA_TYPE& inputType,
                      const AM_MEDIA_TYPE& outputType, IMediaSample* inputSample,
                      IMediaSample* outputSample, FrameParameters* shown) {
-    if (!inputSample || !outputSample) {
-        return E_POINTER;
+    SampleBuffers buffers;
+    HRESULT result = GetSampleBuffers(inputSample, outputSample, &buffers);
+    if (FAILED(result)) {
+        return result;
     }
-    BYTE* frame = nullptr;
-    BYTE* picture = nullptr;
-    if (FAILED(SampleData(inputSample, &frame)) || FAILED(SampleData(outputSample, &picture))) {
-        return E_UNEXPECTED;
-    }
-    const std::size_t frameSize = SampleLength(inputSample);
-    const std::size_t room = SampleCapacity(outputSample);
-    HRESULT result = ReadFrameParameters(codec, inputType, BytesAt(frame, frameSize), shown);
+    result =
+        ReadFrameParameters(codec, inputType, BytesAt(buffers.input, buffers.inputLength), shown);
     if (FAILED(result)) {
         return result;
     }
@@ -142,26 +139,26 @@ HRESULT DecodeSample(ICodec& codec, bool fillsRows, const AM_MEDIA_TYPE& inputTy
     }
     const BITMAPINFOHEADER output = *format.header;
     const std::uint64_t pictureSize = SurfaceSize(output);
-    if (pictureSize > room) {
+    if (pictureSize > buffers.outputRoom) {
         return E_FAIL;
     }
     const DecompressCall call = {
         .input = &shown->header,
-        .frame = frame,
+        .frame = buffers.input,
         .output = &output,
         .alpha = format.kind == PictureKind::kAlpha,
-        .picture = picture,
+        .picture = buffers.output,
         .pictureSize = static_cast<std::size_t>(pictureSize),
         .fillsRows = fillsRows,
     };
-    switch (QueryMemory(picture, call.pictureSize)) {
+    switch (QueryMemory(call.picture, call.pictureSize)) {
         case MemoryKind::kUnwritable:
             return E_FAIL;
         case MemoryKind::kWriteCombined:
             result = DecompressByCopy(codec, call);
             break;
         case MemoryKind::kOrdinary:
-            result = DecompressTo(picture, codec, call);
+            result = DecompressTo(call.picture, codec, call);
             break;
     }
     if (SUCCEEDED(result)) {

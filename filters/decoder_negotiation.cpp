@@ -1,12 +1,10 @@
-#include "filters/decoder_negotiation.h"
+#include "filters/decoder_filter.h"
 
 #include <cstdint>
 #include <span>
 
-#include "filters/buffer_request.h"
-#include "filters/frame_parameters.h"
-#include "filters/nyx_util.h"
-#include "filters/offered_type.h"
+#include "filters/picture_size.h"
+#include "media/video_block.h"
 #include "platform/fourcc.h"
 
 namespace nyx {
@@ -50,7 +48,34 @@ DWORD OfferedBitRate(WORD bitCount, LONG width, LONG height, REFERENCE_TIME dura
 
 }  // namespace
 
-HRESULT CheckDecoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input, const AM_MEDIA_TYPE* output) {
+HRESULT ReadFrameParameters(ICodec& codec, const AM_MEDIA_TYPE& type, ByteSpan frame,
+                            FrameParameters* parameters) {
+    const VideoFormat format = NyxUtil::FormatOf(type);
+    if (!format.header) {
+        return E_FAIL;
+    }
+    BITMAPINFOHEADER header = *format.header;
+    if (frame.data()) {
+        header.biSizeImage = static_cast<DWORD>(frame.size());
+    }
+    FrameInfo info;
+    const HRESULT result =
+        codec.GetFrameInfo(&header, frame.data(), format.averageFrameDuration, &info);
+    if (FAILED(result)) {
+        return result;
+    }
+    *parameters = {
+        .header = header,
+        .averageFrameDuration = format.averageFrameDuration,
+        .fieldOrder = info.fieldOrder,
+        .aspect =
+            PictureAspectOf(header.biWidth, header.biHeight, info.pixelAspectX, info.pixelAspectY),
+    };
+    return S_OK;
+}
+
+HRESULT DecoderPolicy::CheckTypes(ICodec& codec, const AM_MEDIA_TYPE& input,
+                                  const AM_MEDIA_TYPE* output) {
     const VideoFormat picture = output ? NyxUtil::FormatOf(*output) : VideoFormat{};
     if (output && picture.kind == PictureKind::kInvalid) {
         return VFW_E_TYPE_NOT_ACCEPTED;
@@ -59,11 +84,8 @@ HRESULT CheckDecoderTypes(ICodec& codec, const AM_MEDIA_TYPE& input, const AM_ME
                                  picture.kind == PictureKind::kAlpha);
 }
 
-HRESULT OfferDecoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position,
-                         CMediaType* type) {
-    if (position < 0) {
-        return E_INVALIDARG;
-    }
+HRESULT DecoderPolicy::OfferType(ICodec& codec, const AM_MEDIA_TYPE& input, int position,
+                                 CMediaType* type) {
     FrameParameters frame;
     const HRESULT result = ReadFrameParameters(codec, input, {}, &frame);
     if (FAILED(result)) {
@@ -76,24 +98,25 @@ HRESULT OfferDecoderType(ICodec& codec, const AM_MEDIA_TYPE& input, int position
     }
     const OutputLayout& layout = layouts[index % layouts.size()];
     const BITMAPINFOHEADER& header = frame.header;
-    const OfferedType offer = {
+    const std::int64_t size = SignedPictureSize(layout.bitCount, header.biHeight, header.biWidth);
+    const VideoTypeContents offer = {
         .subtype = *layout.subtype,
-        .header =
-            PictureHeader(header.biWidth, header.biHeight, layout.bitCount, layout.compression),
-        .averageFrameDuration = frame.averageFrameDuration,
+        .header = PictureHeader(header.biWidth, header.biHeight, layout.bitCount,
+                                layout.compression, static_cast<DWORD>(size)),
         .bitRate = OfferedBitRate(layout.bitCount, header.biWidth, header.biHeight,
                                   frame.averageFrameDuration),
-        .fieldOrder = frame.fieldOrder,
-        .aspect = frame.aspect,
+        .averageFrameDuration = frame.averageFrameDuration,
         .fixedSizeSamples = true,
+        .interlaceFlags = NyxUtil::InterlaceFlags(frame.fieldOrder),
+        .pictureAspectRatio = {static_cast<DWORD>(frame.aspect.x),
+                               static_cast<DWORD>(frame.aspect.y)},
     };
-    const BlockForm form = index < layouts.size() ? BlockForm::kVideoInfo2 : BlockForm::kVideoInfo;
-    return FillOfferedType(offer, form, type);
+    return SetVideoType(offer, index < layouts.size(), type);
 }
 
-HRESULT RequestDecoderBuffer(const AM_MEDIA_TYPE& output, IMemAllocator* allocator,
-                             ALLOCATOR_PROPERTIES* properties) {
-    const BITMAPINFOHEADER* header = NyxUtil::FormatOf(output).header;
+HRESULT DecoderPolicy::RequestBuffer(CBasePin&, CBasePin& output, IMemAllocator* allocator,
+                                     ALLOCATOR_PROPERTIES* properties) {
+    const BITMAPINFOHEADER* header = NyxUtil::FormatOf(output.CurrentMediaType()).header;
     if (!header) {
         return E_FAIL;
     }

@@ -1,5 +1,7 @@
 #include "filters/nyx_util.h"
 
+#include "media/video_block.h"
+
 namespace nyx {
 namespace {
 
@@ -18,33 +20,18 @@ const KindRow kKinds[] = {
     {32, &MEDIASUBTYPE_ARGB32, PictureKind::kAlpha},
 };
 
-template <class Block>
-const Block* BlockOf(const AM_MEDIA_TYPE& type, const GUID& formatType) {
-    const bool present =
-        type.formattype == formatType && type.pbFormat && type.cbFormat >= sizeof(Block);
-    return present ? reinterpret_cast<const Block*>(type.pbFormat) : nullptr;
-}
-
-/// The fields that both forms of block have.
-template <class Block>
-VideoFormat CommonFormat(const Block& block, const GUID& subtype) {
-    return {.header = &block.bmiHeader,
-            .averageFrameDuration = block.AvgTimePerFrame,
-            .header2 = nullptr,
-            .kind = NyxUtil::ClassifyPicture(block.bmiHeader.biBitCount, subtype)};
-}
-
 }  // namespace
 
 VideoFormat NyxUtil::FormatOf(const AM_MEDIA_TYPE& type) noexcept {
-    VideoFormat format;
-    if (const auto* block2 = BlockOf<VIDEOINFOHEADER2>(type, FORMAT_VideoInfo2)) {
-        format = CommonFormat(*block2, type.subtype);
-        format.header2 = block2;
-    } else if (const auto* block = BlockOf<VIDEOINFOHEADER>(type, FORMAT_VideoInfo)) {
-        format = CommonFormat(*block, type.subtype);
+    const BITMAPINFOHEADER* header = PictureHeaderOf(type);
+    if (!header) {
+        return {};
     }
-    return format;
+    const auto* block2 = reinterpret_cast<const VIDEOINFOHEADER2*>(type.pbFormat);
+    return {.header = header,
+            .averageFrameDuration = block2->AvgTimePerFrame,  // in both forms
+            .header2 = type.formattype == FORMAT_VideoInfo2 ? block2 : nullptr,
+            .kind = ClassifyPicture(header->biBitCount, type.subtype)};
 }
 
 PictureKind NyxUtil::ClassifyPicture(WORD bitCount, const GUID& subtype) noexcept {
@@ -57,16 +44,8 @@ PictureKind NyxUtil::ClassifyPicture(WORD bitCount, const GUID& subtype) noexcep
 }
 
 DWORD NyxUtil::InterlaceFlags(LONG fieldOrder) noexcept {
-    constexpr DWORD kInterlaced = AMINTERLACE_IsInterlaced | AMINTERLACE_FieldPatBothRegular |
-                                  AMINTERLACE_DisplayModeBobOrWeave;
-    switch (fieldOrder) {
-        case kTopFieldFirst:
-            return kInterlaced | AMINTERLACE_Field1First;
-        case kBottomFieldFirst:
-            return kInterlaced;
-        default:
-            return 0;
-    }
+    const bool interlaced = fieldOrder == kTopFieldFirst || fieldOrder == kBottomFieldFirst;
+    return interlaced ? TwoFieldFlags(fieldOrder == kTopFieldFirst) : 0;
 }
 
 }  // namespace nyx

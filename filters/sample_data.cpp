@@ -11,17 +11,15 @@ std::size_t NotNegative(long size) {
 
 }  // namespace
 
-HRESULT SampleData(IMediaSample* sample, BYTE** data) {
-    *data = nullptr;
-    return FAILED(sample->GetPointer(data)) || !*data ? E_UNEXPECTED : S_OK;
-}
-
-std::size_t SampleLength(IMediaSample* sample) {
-    return NotNegative(std::min(sample->GetActualDataLength(), sample->GetSize()));
-}
-
-std::size_t SampleCapacity(IMediaSample* sample) {
-    return NotNegative(sample->GetSize());
+HRESULT GetSampleBuffers(IMediaSample* input, IMediaSample* output, SampleBuffers* buffers) {
+    *buffers = {};
+    if (FAILED(input->GetPointer(&buffers->input)) || !buffers->input ||
+        FAILED(output->GetPointer(&buffers->output)) || !buffers->output) {
+        return E_UNEXPECTED;
+    }
+    buffers->inputLength = NotNegative(std::min(input->GetActualDataLength(), input->GetSize()));
+    buffers->outputRoom = NotNegative(output->GetSize());
+    return S_OK;
 }
 
 MemoryKind QueryMemory(const BYTE* data, std::size_t size) {

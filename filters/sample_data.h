@@ -6,14 +6,17 @@
 
 namespace nyx {
 
-/// The data pointer of a sample; `E_UNEXPECTED` when it has none.
-[[nodiscard]] HRESULT SampleData(IMediaSample* sample, BYTE** data);
+/// The memory of an input sample and of the output sample that is made from it.
+struct SampleBuffers {
+    BYTE* input = nullptr;
+    std::size_t inputLength = 0;  ///< bytes of data, at most the size of the buffer
+    BYTE* output = nullptr;
+    std::size_t outputRoom = 0;  ///< the size of the buffer in bytes
+};
 
-/// The number of bytes that a sample reports as its data, at most the size of its buffer.
-std::size_t SampleLength(IMediaSample* sample);
-
-/// The size of a sample's buffer in bytes.
-std::size_t SampleCapacity(IMediaSample* sample);
+/// Asks both samples for their buffers; `E_UNEXPECTED` when one has none.
+[[nodiscard]] HRESULT GetSampleBuffers(IMediaSample* input, IMediaSample* output,
+                                       SampleBuffers* buffers);
 
 /// The memory of a sample, as the system describes it.
 enum class MemoryKind {

@@ -2,7 +2,6 @@
 
 #include <commctrl.h>
 
-#include <algorithm>
 #include <cwchar>
 #include <iterator>
 
@@ -19,10 +18,6 @@ constexpr int kPresetButtons[] = {IDC_PRESET_SUPERFINE, IDC_PRESET_FINE, IDC_PRE
 
 constexpr int kCustomControls[] = {IDC_QUANT_SLIDER, IDC_SIZE_SLIDER, IDC_QUANT_BOX, IDC_SIZE_BOX};
 
-LONG Clamp(LONG value, SettingRange range) {
-    return std::clamp(value, range.low, range.high);
-}
-
 /// The encoder's parameter interface, or null.
 ComPtr<IEncodeParmeter_QZTA> EncoderOf(const ComPtr<IUnknown>& object) {
     return As<IEncodeParmeter_QZTA>(object, IID_IEncodeParmeter_QZTA);
@@ -36,10 +31,6 @@ CZetaProp::CZetaProp(const wchar_t* name, IUnknown* outer)
       chosen_(block_.preset) {
     const INITCOMMONCONTROLSEX sliders = {sizeof(sliders), ICC_BAR_CLASSES};
     InitCommonControlsEx(&sliders);
-}
-
-STDMETHODIMP CZetaProp::IsPageDirty() {
-    return m_bDirty ? S_OK : S_FALSE;
 }
 
 HRESULT CZetaProp::OnConnect(IUnknown* object) {
@@ -97,9 +88,9 @@ bool CZetaProp::OnCommand(int control) {
     if (control >= IDC_PRESET_OFFLINE && control <= IDC_PRESET_FINE) {
         OnPresetClick();
     } else if (control == IDC_QUANT_BOX) {
-        block_.quant_scale = Clamp(ReadNumber(IDC_QUANT_BOX), kQuantScaleRange);
+        block_.quant_scale = kQuantScaleRange.Clamp(ReadNumber(IDC_QUANT_BOX));
     } else if (control == IDC_SIZE_BOX) {
-        block_.max_stream_size = Clamp(ReadNumber(IDC_SIZE_BOX), kMaxStreamSizeRange);
+        block_.max_stream_size = kMaxStreamSizeRange.Clamp(ReadNumber(IDC_SIZE_BOX));
     } else {
         return false;
     }

@@ -15,7 +15,6 @@ class CZetaProp : public CBasePropertyPage {
   public:
     CZetaProp(const wchar_t* name, IUnknown* outer);
 
-    STDMETHODIMP IsPageDirty() override;
     [[nodiscard]] HRESULT OnConnect(IUnknown* object) override;
     [[nodiscard]] HRESULT OnActivate() override;
     [[nodiscard]] HRESULT OnApplyChanges() override;

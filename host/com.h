@@ -3,17 +3,12 @@
 /// @file
 /// COM for hosts: the owner of references, and a base class for the host's own objects.
 
-// Without this dshow.h turns the plain string functions into errors.
-#define NO_DSHOW_STRSAFE
-#include <dshow.h>
-// dvdmedia.h wants dshow.h first.
-#include <dvdmedia.h>
-
 #include <atomic>
 #include <new>
 #include <utility>
 
 #include "platform/com.h"
+#include "platform/dshow.h"
 
 // Ids that the cross compiler's headers do not tie to their interfaces.
 __CRT_UUID_DECL(IPinConnection, 0x4a9a62d3, 0x27d4, 0x403d, 0x91, 0xe9, 0x89, 0xf5, 0x40, 0xe5,

@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "media/video_block.h"
+
 namespace nyx::host {
 namespace {
 
@@ -73,8 +75,7 @@ bool operator==(const MediaType& a, const MediaType& b) {
 }
 
 bool MediaType::HasPicture() const {
-    return pbFormat && ((formattype == FORMAT_VideoInfo && cbFormat >= sizeof(VIDEOINFOHEADER)) ||
-                        (formattype == FORMAT_VideoInfo2 && cbFormat >= sizeof(VIDEOINFOHEADER2)));
+    return PictureHeaderOf(*this) != nullptr;
 }
 
 bool MediaType::Fits(const AM_MEDIA_TYPE& wanted) const {
@@ -98,11 +99,10 @@ MediaType PartialType(const GUID& major, const GUID& sub, const GUID& format) {
 
 MediaType VideoType(const GUID& subtype, Block block, REFERENCE_TIME duration,
                     const void* bitmapInfo, std::size_t bytes) {
-    const bool header2 = block == Block::kVideoInfo2;
-    const std::size_t front =
-        header2 ? offsetof(VIDEOINFOHEADER2, bmiHeader) : offsetof(VIDEOINFOHEADER, bmiHeader);
     MediaType type =
-        PartialType(MEDIATYPE_Video, subtype, header2 ? FORMAT_VideoInfo2 : FORMAT_VideoInfo);
+        PartialType(MEDIATYPE_Video, subtype,
+                    block == Block::kVideoInfo2 ? FORMAT_VideoInfo2 : FORMAT_VideoInfo);
+    const std::size_t front = PictureHeaderOffset(type.formattype);
     type.ResizeFormat(static_cast<ULONG>(front + bytes));
     std::memcpy(type.pbFormat + front, bitmapInfo, bytes);
     const BITMAPINFOHEADER& header = type.Header();

@@ -1,9 +1,11 @@
-#include "module/catalogue.h"
+/// @file
+/// The classes and their pins in one table, the class factory's.
+
+#include <new>
 
 #include "filters/decoders.h"
 #include "filters/zeta_encoder.h"
 #include "filters/zeta_property_page.h"
-#include "module/class_creation.h"
 #include "platform/class_ids.h"
 #include "platform/fourcc.h"
 
@@ -13,6 +15,13 @@ namespace {
 /// The merit of the decoders: intelligent connect tries them before filters of normal merit.
 constexpr DWORD kDecoderMerit = MERIT_PREFERRED;
 static_assert(kDecoderMerit == 0x00800000);
+
+/// A class's names for COM, the user and a filter graph.
+struct ClassIdentity {
+    const wchar_t* friendlyName;
+    const wchar_t* objectName;  ///< the name that the object itself gets
+    CLSID clsid;
+};
 
 /// A class whose objects have its friendly name.
 constexpr ClassIdentity Named(const wchar_t* name, const CLSID& clsid) {
@@ -49,23 +58,9 @@ struct Types {
 wchar_t inputName[] = L"Input";
 wchar_t outputName[] = L"Output";
 
-template <UINT count>
-constexpr AMOVIESETUP_PIN Pin(wchar_t* name, BOOL isOutput,
-                              const AMOVIESETUP_MEDIATYPE (&types)[count]) {
-    return {.strName = name,
-            .bRendered = FALSE,
-            .bOutput = isOutput,
-            .bZero = FALSE,
-            .bMany = FALSE,
-            .clsConnectsToFilter = nullptr,
-            .strConnectsToPin = nullptr,
-            .nMediaTypes = count,
-            .lpMediaType = types};
-}
-
 template <class Input, class Output>
-constexpr AMOVIESETUP_PIN kPins[] = {Pin(inputName, FALSE, Input::kRows),
-                                     Pin(outputName, TRUE, Output::kRows)};
+constexpr AMOVIESETUP_PIN kPins[] = {SetupPin(inputName, FALSE, FALSE, Input::kRows),
+                                     SetupPin(outputName, TRUE, FALSE, Output::kRows)};
 
 template <const ClassIdentity& identity, DWORD merit, class Input, class Output,
           const CLSID* category = nullptr>
@@ -75,6 +70,30 @@ constexpr AMOVIESETUP_FILTER kSetup = {.clsID = &identity.clsid,
                                        .nPins = 2,
                                        .lpPin = kPins<Input, Output>,
                                        .clsCategory = category};
+
+/// The creation function of a filter class, for the class factory. Construction binds the engine;
+/// without an engine the new object is destroyed. Null with `E_OUTOFMEMORY` both for a failed
+/// allocation and for a missing engine.
+template <class Filter, const ClassIdentity& identity, EngineMode mode>
+CUnknown* WINAPI CreateFilter(IUnknown* outer, HRESULT* result) {
+    Filter* filter = new (std::nothrow) Filter(identity.objectName, outer, identity.clsid);
+    if (filter && Filter::IsEngineAvailable(mode)) {
+        return filter;
+    }
+    delete filter;
+    *result = E_OUTOFMEMORY;
+    return nullptr;
+}
+
+/// The creation function of a class without an engine. Null with `E_OUTOFMEMORY` without memory.
+template <class Object, const ClassIdentity& identity>
+CUnknown* WINAPI CreateObject(IUnknown* outer, HRESULT* result) {
+    Object* object = new (std::nothrow) Object(identity.objectName, outer);
+    if (!object) {
+        *result = E_OUTOFMEMORY;
+    }
+    return object;
+}
 
 constexpr CFactoryTemplate Class(const ClassIdentity& identity, LPFNNewCOMObject create,
                                  const AMOVIESETUP_FILTER* setup) {

@@ -1,22 +1,13 @@
 #include "settings/quality_presets.h"
 
-#include <algorithm>
-
 #include "settings/codec_settings.h"
 
 namespace nyx {
-namespace {
-
-LONG Clamp(LONG value, SettingRange range) {
-    return std::clamp(value, range.low, range.high);
-}
-
-}  // namespace
 
 EncoderParameters ApplyPresetRules(EncoderParameters stored, const QualityRules& rules) noexcept {
     if (stored.preset == kCustomPreset) {
-        stored.quant_scale = Clamp(stored.quant_scale, rules.quantScale);
-        stored.max_stream_size = Clamp(stored.max_stream_size, rules.maxStreamSize);
+        stored.quant_scale = rules.quantScale.Clamp(stored.quant_scale);
+        stored.max_stream_size = rules.maxStreamSize.Clamp(stored.max_stream_size);
         return stored;
     }
     if (stored.preset < 0 || stored.preset > kCustomPreset) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+
 #include "platform/win_types.h"
 #include "settings/encode_parameter_block.h"
 
@@ -25,6 +27,8 @@ constexpr QualityPreset kQualityPresets[] = {{3, 50}, {4, 40}, {5, 30}, {19, 4}}
 struct SettingRange {
     LONG low;
     LONG high;
+
+    LONG Clamp(LONG value) const { return std::clamp(value, low, high); }
 };
 constexpr SettingRange kQuantScaleRange = {4, 19};
 constexpr SettingRange kMaxStreamSizeRange = {4, 100};

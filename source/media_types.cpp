@@ -1,6 +1,6 @@
 #include "source/media_types.h"
 
-#include "baseclasses/platform.h"
+#include "media/video_block.h"
 #include "platform/fourcc.h"
 #include "source/sample_clock.h"
 
@@ -10,62 +10,24 @@ namespace nyx::source {
 namespace {
 
 DWORD InterlaceFlags(AVFieldOrder fields) {
-    constexpr DWORD kInterlaced = AMINTERLACE_IsInterlaced | AMINTERLACE_FieldPatBothRegular |
-                                  AMINTERLACE_DisplayModeBobOrWeave;
-    switch (fields) {
-        case AV_FIELD_TT:
-        case AV_FIELD_BT:
-            return kInterlaced | AMINTERLACE_Field1First;
-        case AV_FIELD_BB:
-        case AV_FIELD_TB:
-            return kInterlaced;
-        default:
-            return 0;
-    }
+    const bool topFirst = fields == AV_FIELD_TT || fields == AV_FIELD_BT;
+    const bool bottomFirst = fields == AV_FIELD_BB || fields == AV_FIELD_TB;
+    return topFirst || bottomFirst ? TwoFieldFlags(topFirst) : 0;
 }
 
-/// Fills in the fields that both kinds of video block have.
-template <class Block>
-HRESULT FillVideoBlock(const VideoFormat& format, const GUID& formatType, CMediaType* type,
-                       Block** filled) {
-    auto* block = reinterpret_cast<Block*>(type->AllocFormatBuffer(sizeof(Block)));
-    if (!block) {
-        return E_OUTOFMEMORY;
-    }
-    type->SetFormatType(&formatType);
-    block->rcSource = {.left = 0, .top = 0, .right = format.width, .bottom = format.height};
-    block->rcTarget = block->rcSource;
-    block->dwBitRate = format.bitRate;
-    block->AvgTimePerFrame = TimeOfTick(1, av_inv_q(format.rate));
-    BITMAPINFOHEADER& header = block->bmiHeader;
-    header.biSize = sizeof(header);
-    header.biWidth = format.width;
-    header.biHeight = format.height;
-    header.biPlanes = 1;
-    header.biBitCount = format.bitCount;
-    header.biCompression = format.fourcc;
-    header.biSizeImage = format.largestPacket;
-    *filled = block;
-    return S_OK;
-}
-
-HRESULT FillVideo(const VideoFormat& format, bool second, CMediaType* type) {
-    const GUID subtype = FourCCSubtype(format.fourcc);
-    type->SetType(&MEDIATYPE_Video);
-    type->SetSubtype(&subtype);
-    type->SetVariableSize();
-    if (second) {
-        VIDEOINFOHEADER* block = nullptr;
-        return FillVideoBlock(format, FORMAT_VideoInfo, type, &block);
-    }
-    VIDEOINFOHEADER2* block = nullptr;
-    const HRESULT result = FillVideoBlock(format, FORMAT_VideoInfo2, type, &block);
-    if (SUCCEEDED(result)) {
-        block->dwInterlaceFlags = InterlaceFlags(format.fields);
-        block->dwPictAspectRatioX = static_cast<DWORD>(format.aspect.num);
-        block->dwPictAspectRatioY = static_cast<DWORD>(format.aspect.den);
-    }
-    return result;
+HRESULT FillVideo(const VideoFormat& format, bool header2, CMediaType* type) {
+    const VideoTypeContents contents = {
+        .subtype = FourCCSubtype(format.fourcc),
+        .header = PictureHeader(format.width, format.height, format.bitCount, format.fourcc,
+                                format.largestPacket),
+        .bitRate = format.bitRate,
+        .averageFrameDuration = TimeOfTick(1, av_inv_q(format.rate)),
+        .fixedSizeSamples = false,
+        .interlaceFlags = InterlaceFlags(format.fields),
+        .pictureAspectRatio = {static_cast<DWORD>(format.aspect.num),
+                               static_cast<DWORD>(format.aspect.den)},
+    };
+    return SetVideoType(contents, header2, type);
 }
 
 HRESULT FillAudio(const AudioFormat& format, CMediaType* type) {
@@ -109,8 +71,7 @@ HRESULT FillMediaType(const StreamFormat& stream, int position, CMediaType* type
     if (position >= (stream.video ? 2 : 1)) {
         return VFW_S_NO_MORE_ITEMS;
     }
-    type->SetTemporalCompression(FALSE);
-    return stream.video ? FillVideo(*stream.video, position == 1, type)
+    return stream.video ? FillVideo(*stream.video, position == 0, type)
                         : FillAudio(stream.audio, type);
 }
 

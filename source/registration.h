@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "baseclasses/platform.h"
+#include "platform/dshow.h"
 
 namespace nyx::source {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "baseclasses/platform.h"
 #include "platform/com.h"
+#include "platform/dshow.h"
 #include "platform/thread.h"
 #include "source/stream_format.h"
 

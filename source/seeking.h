@@ -2,8 +2,8 @@
 
 #include <atomic>
 
-#include "baseclasses/platform.h"
 #include "media/libav.h"
+#include "platform/dshow.h"
 
 namespace nyx::source {
 

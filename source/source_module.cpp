@@ -13,15 +13,7 @@ constexpr AMOVIESETUP_MEDIATYPE kTypes[] = {{&MEDIATYPE_Video, &GUID_NULL},
 
 wchar_t pinName[] = L"Output";
 
-constexpr AMOVIESETUP_PIN kPin = {.strName = pinName,
-                                  .bRendered = FALSE,
-                                  .bOutput = TRUE,
-                                  .bZero = TRUE,
-                                  .bMany = TRUE,
-                                  .clsConnectsToFilter = nullptr,
-                                  .strConnectsToPin = nullptr,
-                                  .nMediaTypes = 2,
-                                  .lpMediaType = kTypes};
+constexpr AMOVIESETUP_PIN kPin = SetupPin(pinName, TRUE, TRUE, kTypes);
 
 // With this merit, hosts find the filter by its name or by a file's kind, never by a search for a
 // filter that connects.
@@ -29,16 +21,13 @@ constexpr AMOVIESETUP_FILTER kSetup = {.clsID = &CLSID_NyxFootageSource,
                                        .strName = nyx::source::kFootageSourceName,
                                        .dwMerit = MERIT_DO_NOT_USE,
                                        .nPins = 1,
-                                       .lpPin = &kPin,
-                                       .clsCategory = nullptr};
+                                       .lpPin = &kPin};
 
 }  // namespace
 
 CFactoryTemplate g_Templates[] = {{nyx::source::kFootageSourceName, &CLSID_NyxFootageSource,
                                    nyx::source::FootageSource::Create, &kSetup}};
 int g_cTemplates = 1;
-
-extern "C" BOOL WINAPI DllEntryPoint(HINSTANCE instance, ULONG reason, LPVOID reserved);
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved) {
     return DllEntryPoint(instance, reason, reserved);

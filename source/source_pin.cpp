@@ -33,9 +33,7 @@ std::int64_t FramesBefore(REFERENCE_TIME time, AVRational clock) {
 
 SourcePin::SourcePin(CBaseFilter* filter, Seekable* seekable, CCritSec* lock, HRESULT* result,
                      const wchar_t* name, const StreamFormat& format, AVRational rate)
-    : CBaseOutputPin(NAME("Footage pin"), filter, lock, result, name),
-      PinSeeking(seekable, rate),
-      format_(format) {}
+    : CBaseOutputPin(filter, lock, result, name), PinSeeking(seekable, rate), format_(format) {}
 
 HRESULT STDMETHODCALLTYPE SourcePin::NonDelegatingQueryInterface(REFIID iid, void** object) {
     if (iid == IID_IMediaSeeking) {

@@ -5,7 +5,6 @@
 #include "platform/fourcc.h"
 #include "settings/codec_settings.h"
 #include "settings/quality_presets.h"
-#include "settings/setting_path.h"
 
 namespace nyx {
 namespace {

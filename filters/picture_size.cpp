@@ -1,6 +1,7 @@
-#include "filters/buffer_request.h"
+#include "filters/picture_size.h"
 
 #include <limits>
+#include <numeric>
 
 namespace nyx {
 
@@ -10,6 +11,13 @@ std::int64_t SignedPictureSize(WORD bitCount, std::int64_t height, LONG width) {
         return std::numeric_limits<std::int64_t>::max();
     }
     return size;
+}
+
+PictureAspect PictureAspectOf(LONG width, LONG height, LONG pixelAspectX, LONG pixelAspectY) {
+    const std::int64_t x = std::int64_t{width} * pixelAspectX;
+    const std::int64_t y = std::int64_t{height} * pixelAspectY;
+    const std::int64_t divisor = std::gcd(x, y);
+    return divisor == 0 ? PictureAspect{x, y} : PictureAspect{x / divisor, y / divisor};
 }
 
 HRESULT RequestOneBuffer(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* properties,
