@@ -23,9 +23,6 @@ class ComApartment {
     HRESULT result_;
 };
 
-/// The message when CLSID_FilterGraph cannot be created.
-constexpr char kNoFilterGraph[] = "cannot create a filter graph";
-
 /// An in-process object of the platform. Failure kPlatform, with the message `what`.
 template <class Interface>
 ComPtr<Interface> CreateObject(const CLSID& clsid, const char* what) {

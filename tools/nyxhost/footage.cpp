@@ -108,9 +108,7 @@ void CheckReadable(const std::string& path) {
     const UniqueHandle file = AdoptFile(CreateFileW(
         Wide(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
         nullptr, OPEN_EXISTING, 0, nullptr));
-    if (file == nullptr) {
-        throw Failure(ExitCode::kInput, "cannot open " + path + ": " + ResultText(LastError()));
-    }
+    Check(file != nullptr ? S_OK : LastError(), "cannot open " + path, ExitCode::kInput);
     if (GetFileType(file.get()) != FILE_TYPE_DISK) {
         throw Failure(ExitCode::kInput, "cannot open " + path + ": not a file on a disk");
     }

@@ -3,7 +3,6 @@
 #include <tuple>
 
 #include "console.h"
-#include "interrupt.h"
 #include "text.h"
 
 namespace nyx::host {
@@ -61,6 +60,10 @@ void WaitForEnd(const ComPtr<IGraphBuilder>& graph, const std::function<bool()>&
 }
 
 }  // namespace
+
+ComPtr<IGraphBuilder> CreateGraph() {
+    return CreateObject<IGraphBuilder>(CLSID_FilterGraph, "cannot create a filter graph");
+}
 
 std::vector<ComPtr<IMoniker>> FiltersOf(const CLSID& category) {
     const auto devices =

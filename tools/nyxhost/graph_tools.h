@@ -10,6 +10,9 @@
 
 namespace nyx::host {
 
+/// An empty filter graph. Failure kPlatform.
+ComPtr<IGraphBuilder> CreateGraph();
+
 /// The memory of a sample, valid as long as the sample. Failure kPlatform.
 BYTE* DataOf(IMediaSample& sample);
 
