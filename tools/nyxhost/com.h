@@ -5,10 +5,12 @@
 
 namespace nyx::host {
 
-/// Makes the calling thread a member of the multithreaded apartment for this object's lifetime.
+/// Makes the calling thread a member of an apartment, by default the multithreaded one, for this
+/// object's lifetime.
 class ComApartment {
   public:
-    ComApartment() : result_(CoInitializeEx(nullptr, COINIT_MULTITHREADED)) {}
+    explicit ComApartment(DWORD kind = COINIT_MULTITHREADED)
+        : result_(CoInitializeEx(nullptr, kind)) {}
     ~ComApartment() {
         if (SUCCEEDED(result_)) {
             CoUninitialize();

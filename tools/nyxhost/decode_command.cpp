@@ -49,8 +49,8 @@ class FrameOutputs {
             raw_->Write(data, static_cast<DWORD>(size));
         }
         if (png_ != nullptr) {
-            png_->Write(prefix_ + Format("%05ld.png", frame.index),
-                        MakePicture(frame.type, data, static_cast<std::size_t>(size)));
+            png_->Write(prefix_ + Format("%05ld.png", frame.index), frame.type, data,
+                        static_cast<std::size_t>(size));
         }
     }
 

@@ -11,7 +11,6 @@
 #include "graph_tools.h"
 #include "host/avi_writer.h"
 #include "output_file.h"
-#include "raw_pictures.h"
 #include "settings/quality_presets.h"
 #include "text.h"
 

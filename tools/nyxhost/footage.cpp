@@ -4,8 +4,8 @@
 #include <climits>
 #include <filesystem>
 
-#include "file_version.h"
 #include "graph_tools.h"
+#include "module_registry.h"
 #include "platform/class_ids.h"
 #include "platform/system.h"
 #include "platform/unique_handle.h"

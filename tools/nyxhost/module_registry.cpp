@@ -1,7 +1,6 @@
 #include "module_registry.h"
 
 #include <algorithm>
-#include <filesystem>
 
 #include "graph_tools.h"
 #include "platform/unique_handle.h"
@@ -33,6 +32,12 @@ bool IsNamed(const std::filesystem::path& server, const std::string& file) {
 
 std::string WordSize() {
     return Format("%zu-bit", sizeof(void*) * 8);
+}
+
+std::filesystem::path ModulePath(HMODULE module) {
+    std::wstring path(MAX_PATH, L'\0');
+    path.resize(GetModuleFileNameW(module, path.data(), MAX_PATH));
+    return path;
 }
 
 bool IsRegisteredForOthers(const std::string& moduleFile) {

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -18,6 +19,9 @@ struct RegisteredFilter {
 
 /// "32-bit" or "64-bit": the word size of this program and of every module that it can load.
 std::string WordSize();
+
+/// Where a loaded library was loaded from, or this program for null.
+std::filesystem::path ModulePath(HMODULE module);
 
 /// Whether a DLL of this name is registered for programs of the other word size.
 bool IsRegisteredForOthers(const std::string& moduleFile);

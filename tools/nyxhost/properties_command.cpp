@@ -56,15 +56,12 @@ void ShowPages() {
 ExitCode RunProperties() {
     std::exception_ptr thrown;
     std::thread window([&thrown] {
-        const HRESULT started = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+        const ComApartment apartment(COINIT_APARTMENTTHREADED);
         try {
-            Check(started, "cannot initialise COM");
+            Check(apartment.Result(), "cannot initialise COM");
             ShowPages();
         } catch (...) {
             thrown = std::current_exception();
-        }
-        if (SUCCEEDED(started)) {
-            CoUninitialize();
         }
     });
     window.join();
