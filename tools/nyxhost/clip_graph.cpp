@@ -13,26 +13,14 @@
 namespace nyx::host {
 namespace {
 
-std::size_t CountFilters(IGraphBuilder* graph) {
-    ComPtr<IEnumFilters> filters;
-    ComPtr<IBaseFilter> filter;
-    std::size_t count = 0;
-    if (SUCCEEDED(graph->EnumFilters(filters.GetAddressOf()))) {
-        while (filters->Next(1, filter.ReleaseAndGetAddressOf(), nullptr) == S_OK) {
-            ++count;
-        }
-    }
-    return count;
-}
-
 /// Lets a graph's intelligent connect add one filter to those that it has.
 class OneFilterRule final : public Object<IAMGraphBuilderCallback> {
   public:
     explicit OneFilterRule(IGraphBuilder* graph)
-        : graph_(graph), ownFilters_(CountFilters(graph)) {}
+        : graph_(graph), ownFilters_(FiltersOf(graph).size()) {}
 
     STDMETHODIMP SelectedFilter(IMoniker*) override {
-        return CountFilters(graph_) > ownFilters_ ? E_FAIL : S_OK;
+        return FiltersOf(graph_).size() > ownFilters_ ? E_FAIL : S_OK;
     }
     STDMETHODIMP CreatedFilter(IBaseFilter*) override { return S_OK; }
 

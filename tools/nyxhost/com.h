@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 #include "failure.h"
 #include "host/com.h"
 
@@ -43,6 +45,17 @@ ComPtr<Interface> Query(const ComPtr<Source>& source, const char* what,
     ComPtr<Interface> object;
     Check(source->QueryInterface(iid, reinterpret_cast<void**>(object.GetAddressOf())), what);
     return object;
+}
+
+/// The objects of an enumerator, in order; none for null.
+template <class Interface, class Enumerator>
+std::vector<ComPtr<Interface>> ItemsOf(const ComPtr<Enumerator>& enumerator) {
+    std::vector<ComPtr<Interface>> items;
+    ComPtr<Interface> item;
+    while (enumerator && enumerator->Next(1, item.ReleaseAndGetAddressOf(), nullptr) == S_OK) {
+        items.push_back(item);
+    }
+    return items;
 }
 
 }  // namespace nyx::host

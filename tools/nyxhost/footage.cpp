@@ -117,9 +117,7 @@ void CheckReadable(const std::string& path) {
 Footage::Footage(IGraphBuilder* graph, const std::string& path) : path_(path) {
     CheckReadable(path);
     const ComPtr<IBaseFilter> source = AddSource(graph, path);
-    ComPtr<IEnumPins> pins;
-    Check(source->EnumPins(pins.GetAddressOf()), "cannot list the source's pins");
-    for (ComPtr<IPin> pin; pins->Next(1, pin.ReleaseAndGetAddressOf(), nullptr) == S_OK;) {
+    for (const ComPtr<IPin>& pin : PinsOf(source.Get())) {
         SourceStream stream = StreamOf(pin);
         if (stream.type.majortype == MEDIATYPE_Audio) {
             audio_.push_back(std::move(stream));
