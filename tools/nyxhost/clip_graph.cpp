@@ -20,7 +20,11 @@ class OneFilterRule final : public Object<IAMGraphBuilderCallback> {
         : graph_(graph), ownFilters_(FiltersOf(graph).size()) {}
 
     STDMETHODIMP SelectedFilter(IMoniker*) override {
-        return FiltersOf(graph_).size() > ownFilters_ ? E_FAIL : S_OK;
+        try {
+            return FiltersOf(graph_).size() > ownFilters_ ? E_FAIL : S_OK;
+        } catch (const std::exception&) {
+            return E_FAIL;
+        }
     }
     STDMETHODIMP CreatedFilter(IBaseFilter*) override { return S_OK; }
 
