@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <ranges>
 
 #include "source/sample_clock.h"
 
@@ -91,9 +90,10 @@ REFERENCE_TIME RawDv::TimeAt(std::int64_t position, int framesLater) const {
     return run.start + TimeOfTick(frame + framesLater, run.system->time_base);
 }
 
-std::ranges::minmax_result<int> RawDv::FrameLengths() const {
-    return std::ranges::minmax(
-        runs_ | std::views::transform([](const Run& run) { return run.system->frame_size; }));
+std::pair<int, int> RawDv::FrameLengths() const {
+    const auto [shortest, longest] = std::ranges::minmax_element(
+        runs_, {}, [](const Run& run) { return run.system->frame_size; });
+    return {shortest->system->frame_size, longest->system->frame_size};
 }
 
 std::int64_t RawDv::PositionAt(REFERENCE_TIME time) const {

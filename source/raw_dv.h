@@ -1,6 +1,6 @@
 #pragma once
 
-#include <algorithm>
+#include <utility>
 #include <vector>
 
 #include "media/libav.h"
@@ -38,7 +38,7 @@ class RawDv {
     /// Where the frame begins that lasts at `time`.
     std::int64_t PositionAt(REFERENCE_TIME time) const;
     /// The minimum and the maximum length of a frame, in bytes.
-    std::ranges::minmax_result<int> FrameLengths() const;
+    std::pair<int, int> FrameLengths() const;
 
   private:
     struct Run {
