@@ -50,6 +50,19 @@ void* FindInterface(Self* self, REFIID iid) {
     }
 }
 
+/// QueryInterface's answer: `found`, an interface of `owner` or null, with a new reference.
+[[nodiscard]] inline HRESULT HandOut(void* found, IUnknown* owner, void** object) {
+    if (!object) {
+        return E_POINTER;
+    }
+    *object = found;
+    if (!found) {
+        return E_NOINTERFACE;
+    }
+    owner->AddRef();
+    return S_OK;
+}
+
 /// IUnknown for an object of the given interfaces, created with one reference. Counts
 /// thread-safely.
 template <class Primary, class... More>
@@ -58,15 +71,8 @@ class Object : public Primary, public More... {
     Object() { ++liveObjects; }
 
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
-        if (!object) {
-            return E_POINTER;
-        }
-        *object = iid == IID_IUnknown ? static_cast<Primary*>(this) : Find(iid);
-        if (!*object) {
-            return E_NOINTERFACE;
-        }
-        AddRef();
-        return S_OK;
+        auto* const self = static_cast<Primary*>(this);
+        return HandOut(iid == IID_IUnknown ? self : Find(iid), self, object);
     }
     STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
     STDMETHODIMP_(ULONG) Release() override {

@@ -4,20 +4,75 @@
 #include <cwchar>
 #include <tuple>
 
-#include "host/enumerator.h"
-
 namespace nyx::host {
+namespace {
+
+/// Hands a copy of an item to an enumerator's caller.
+void HandOver(ComPtr<IPin> pin, IPin** out) {
+    *out = pin.Detach();
+}
+void HandOver(MediaType type, AM_MEDIA_TYPE** out) {
+    type.DetachTo(out);
+}
+
+/// Enumerates a list: IEnumPins over pins, IEnumMediaTypes over media types.
+template <class Interface, class Item, class Output>
+class Enumerator final : public Object<Interface> {
+  public:
+    explicit Enumerator(const std::vector<Item>& items, std::size_t at = 0)
+        : items_(items), at_(at) {}
+
+    /// Creates an enumerator of `items` that starts with number `at`. E_POINTER, E_OUTOFMEMORY.
+    [[nodiscard]] static HRESULT Create(const std::vector<Item>& items, Interface** out,
+                                        std::size_t at = 0) {
+        if (!out) {
+            return E_POINTER;
+        }
+        return Guarded([&] {
+            *out = new Enumerator(items, at);
+            return S_OK;
+        });
+    }
+
+    STDMETHODIMP Next(ULONG count, Output** out, ULONG* fetched) override {
+        if (!out || (!fetched && count != 1)) {
+            return E_POINTER;
+        }
+        ULONG written = 0;
+        const HRESULT result = Guarded([&] {
+            for (; written < count && at_ < items_.size(); ++written, ++at_) {
+                HandOver(items_[at_], &out[written]);
+            }
+            return written == count ? S_OK : S_FALSE;
+        });
+        if (fetched) {
+            *fetched = written;
+        }
+        return result;
+    }
+    STDMETHODIMP Skip(ULONG count) override {
+        const std::size_t step = std::min<std::size_t>(count, items_.size() - at_);
+        at_ += step;
+        return step == count ? S_OK : S_FALSE;
+    }
+    STDMETHODIMP Reset() override {
+        at_ = 0;
+        return S_OK;
+    }
+    STDMETHODIMP Clone(Interface** clone) override { return Create(items_, clone, at_); }
+
+  private:
+    const std::vector<Item> items_;
+    std::size_t at_;
+};
+
+using PinEnumerator = Enumerator<IEnumPins, ComPtr<IPin>, IPin>;
+using TypeEnumerator = Enumerator<IEnumMediaTypes, MediaType, AM_MEDIA_TYPE>;
+
+}  // namespace
 
 STDMETHODIMP SinglePin::QueryInterface(REFIID iid, void** object) {
-    if (!object) {
-        return E_POINTER;
-    }
-    *object = Find(iid);
-    if (!*object) {
-        return E_NOINTERFACE;
-    }
-    AddRef();
-    return S_OK;
+    return HandOut(Find(iid), static_cast<IPin*>(this), object);
 }
 
 void* SinglePin::Find(REFIID iid) {
@@ -141,11 +196,7 @@ STDMETHODIMP SinglePin::QueryPinInfo(PIN_INFO* info) {
 }
 
 STDMETHODIMP SinglePin::QueryDirection(PIN_DIRECTION* direction) {
-    if (!direction) {
-        return E_POINTER;
-    }
-    *direction = direction_;
-    return S_OK;
+    return StoreOut(direction, direction_);
 }
 
 STDMETHODIMP SinglePin::QueryId(LPWSTR* id) {
@@ -204,11 +255,7 @@ void* SinglePinFilter::Find(REFIID iid) {
 }
 
 STDMETHODIMP SinglePinFilter::GetClassID(CLSID* clsid) {
-    if (!clsid) {
-        return E_POINTER;
-    }
-    *clsid = CLSID_NULL;  // private to this program
-    return S_OK;
+    return StoreOut(clsid, CLSID_NULL);  // private to this program
 }
 
 STDMETHODIMP SinglePinFilter::Stop() {
@@ -241,11 +288,7 @@ STDMETHODIMP SinglePinFilter::Run(REFERENCE_TIME) {
 }
 
 STDMETHODIMP SinglePinFilter::GetState(DWORD, FILTER_STATE* state) {
-    if (!state) {
-        return E_POINTER;
-    }
-    *state = state_;
-    return S_OK;
+    return StoreOut(state, state_.load());
 }
 
 STDMETHODIMP SinglePinFilter::SetSyncSource(IReferenceClock* clock) {

@@ -86,7 +86,7 @@ class SinglePin : public IPin, public IMemInputPin, public IPinConnection {
 };
 
 /// A DirectShow filter with one fixed pin, a member of the derived class.
-class SinglePinFilter : public Object<IBaseFilter> {
+class SinglePinFilter : public Object<IBaseFilter, IAMFilterMiscFlags> {
   public:
     /// The current state; any thread.
     FILTER_STATE State() const { return state_; }
@@ -105,6 +105,7 @@ class SinglePinFilter : public Object<IBaseFilter> {
     STDMETHODIMP QueryFilterInfo(FILTER_INFO* info) override;
     STDMETHODIMP JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) override;
     STDMETHODIMP QueryVendorInfo(LPWSTR*) override { return E_NOTIMPL; }
+    STDMETHODIMP_(ULONG) GetMiscFlags() override { return 0; }
 
   protected:
     virtual SinglePin& Pin() = 0;

@@ -6,6 +6,8 @@
 #include <unknwn.h>
 #include <wrl/client.h>
 
+#include <type_traits>
+
 namespace nyx {
 
 using Microsoft::WRL::ComPtr;
@@ -23,6 +25,16 @@ ComPtr<U> As(T* object, REFIID iid = __uuidof(U)) {
 template <class U, class T>
 ComPtr<U> As(const ComPtr<T>& object, REFIID iid = __uuidof(U)) {
     return As<U>(object.Get(), iid);
+}
+
+/// A getter's answer: the value in `*to`, or E_POINTER for null.
+template <class T>
+[[nodiscard]] HRESULT StoreOut(T* to, const std::type_identity_t<T>& value) {
+    if (!to) {
+        return E_POINTER;
+    }
+    *to = value;
+    return S_OK;
 }
 
 /// Takes over the caller's reference.

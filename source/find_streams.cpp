@@ -1,5 +1,6 @@
 /// @file
-/// FootageFile's streams: what they are, when they begin and how long they last.
+/// FootageFile's streams: what they are, when they begin, how long they last, and why a file has
+/// none to deliver.
 
 #include <algorithm>
 
@@ -34,6 +35,32 @@ REFERENCE_TIME DurationOf(const AVFormatContext& file, const AVStream& stream,
     return std::max<REFERENCE_TIME>(Difference(TimeOfTick(file.duration, AV_TIME_BASE_Q), late), 0);
 }
 
+/// The first stream of a kind, null where there is none.
+const AVCodecParameters* FirstOf(const AVFormatContext* file, AVMediaType kind) {
+    for (unsigned i = 0; file && i < file->nb_streams; ++i) {
+        if (file->streams[i]->codecpar->codec_type == kind) {
+            return file->streams[i]->codecpar;
+        }
+    }
+    return nullptr;
+}
+
+std::string NameOf(const AVCodecParameters& stream) {
+    const AVCodecDescriptor* coding = avcodec_descriptor_get(stream.codec_id);
+    return coding && coding->long_name ? coding->long_name : "unknown";
+}
+
+std::string VariantText(AVCodecID coding) {
+    switch (coding) {
+        case AV_CODEC_ID_MPEG2VIDEO:
+            return "long-GOP MPEG-2; intra frames only";
+        case AV_CODEC_ID_DVVIDEO:
+            return "a variant of DV without a decoder";
+        default:
+            return "a picture size or rate out of range";
+    }
+}
+
 }  // namespace
 
 HRESULT FootageFile::FindStreams() {
@@ -65,7 +92,7 @@ HRESULT FootageFile::FindStreams() {
             [](const UnsupportedStream& stream) { return stream.reason != kUnsupportedAudio; });
         return video != unsupported_.rend() ? video->reason : kUnsupportedStream;
     }
-    if (IsRawDv(*context_)) {
+    if (ContainerOf(*context_) == kRawDv) {
         TimeRawDv(seen[static_cast<std::size_t>(streams_.front().index)]);
     }
     return S_OK;
@@ -108,14 +135,15 @@ HRESULT FootageFile::AddVideo(AVStream* stream, const Packets& seen, StreamForma
         const AVRational frame = av_inv_q(format.video->rate);
         format.duration = TimeOfTick(av_rescale_q(format.duration, {1, kUnits}, frame), frame);
     }
-    if (IsAvi(*context_) && format.duration > 0) {  // the last picture's ticks may be missing
+    if (ContainerOf(*context_) == kAvi &&
+        format.duration > 0) {  // the last picture's ticks may be missing
         const std::int64_t ticks = FrameTicks(format);
         const std::int64_t count =
             TickAt(Difference(format.duration, 1), format.timeBase) / ticks + 1;
         format.duration = TimeOfTick(count * ticks, format.timeBase);
     }
     HRESULT result = S_OK;
-    if (format.duration == 0 || IsElementary(*context_)) {
+    if (format.duration == 0 || ContainerOf(*context_) == kRawMpeg2) {
         result = CountFrames(seen, &format);
     }
     streams_.push_back(format);
@@ -168,14 +196,35 @@ void FootageFile::TimeRawDv(const Packets& seen) {
     rawDv_.Find(input_.bytes(), first);
     VideoFormat& video = *streams_.front().video;
     if (rawDv_.changes()) {
-        video.largestPacket = static_cast<DWORD>(rawDv_.LongestFrame());
-        video.wholeFrame = static_cast<DWORD>(rawDv_.ShortestFrame());
+        const auto [shortest, longest] = rawDv_.FrameLengths();
+        video.largestPacket = static_cast<DWORD>(longest);
+        video.wholeFrame = static_cast<DWORD>(shortest);
     }
     for (StreamFormat& stream : streams_) {
         stream.duration =
             rawDv_.changes()
-                ? rawDv_.Duration(size())
+                ? rawDv_.StartAt(size())
                 : TimeOfTick(Difference(size(), first) / video.wholeFrame, av_inv_q(video.rate));
+    }
+}
+
+std::string FootageFile::Refusal(HRESULT result) const {
+    const AVCodecParameters* video = FirstOf(context_.get(), AVMEDIA_TYPE_VIDEO);
+    const AVCodecParameters* audio = FirstOf(context_.get(), AVMEDIA_TYPE_AUDIO);
+    switch (result) {
+        case kUnknownFileType:
+            return size() == 0 ? "empty file" : "neither AVI, MOV, MXF, GXF, raw DV nor raw MPEG-2";
+        case kInvalidFileFormat:
+            return "damaged file";
+        case kUnsupportedVideo:
+            return video ? VariantText(video->codec_id) : "";
+        case kUnsupportedStream:
+            if (video) {
+                return NameOf(*video) + " video";
+            }
+            return audio ? "no video, and " + NameOf(*audio) + " audio" : "neither video nor audio";
+        default:
+            return "";
     }
 }
 

@@ -152,7 +152,7 @@ HRESULT FootageFile::Seek(REFERENCE_TIME time) {
     if (!context_ || time < firstStart) {
         return Restart();
     }
-    const REFERENCE_TIME early = CountsFields(*context_) ? kMaxAudio : 0;
+    const REFERENCE_TIME early = ContainerOf(*context_) == kGxf ? kMaxAudio : 0;
     const REFERENCE_TIME place = Difference(av_sat_add64(time, origin_), early);
     input_.ClearFailure();
     if (SeekGroup(time)) {

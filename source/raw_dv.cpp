@@ -80,10 +80,8 @@ void RawDv::FindRuns(ByteSource* file, std::int64_t firstFrame) {
 }
 
 const RawDv::Run& RawDv::RunAt(std::int64_t position) const {
-    const auto next =
-        std::upper_bound(runs_.begin() + 1, runs_.end(), position,
-                         [](std::int64_t place, const Run& run) { return place < run.position; });
-    return *std::prev(next);
+    return *std::prev(
+        std::ranges::upper_bound(runs_.begin() + 1, runs_.end(), position, {}, &Run::position));
 }
 
 REFERENCE_TIME RawDv::TimeAt(std::int64_t position, int framesLater) const {
@@ -92,23 +90,15 @@ REFERENCE_TIME RawDv::TimeAt(std::int64_t position, int framesLater) const {
     return run.start + TimeOfTick(frame + framesLater, run.system->time_base);
 }
 
-constexpr auto kShorter = [](const auto& a, const auto& b) {
-    return a.system->frame_size < b.system->frame_size;
-};
-
-int RawDv::ShortestFrame() const {
-    return std::min_element(runs_.begin(), runs_.end(), kShorter)->system->frame_size;
-}
-
-int RawDv::LongestFrame() const {
-    return std::max_element(runs_.begin(), runs_.end(), kShorter)->system->frame_size;
+std::pair<int, int> RawDv::FrameLengths() const {
+    const auto [shortest, longest] = std::ranges::minmax_element(
+        runs_, {}, [](const Run& run) { return run.system->frame_size; });
+    return {shortest->system->frame_size, longest->system->frame_size};
 }
 
 std::int64_t RawDv::PositionAt(REFERENCE_TIME time) const {
-    const auto next =
-        std::upper_bound(runs_.begin() + 1, runs_.end(), time,
-                         [](REFERENCE_TIME wanted, const Run& run) { return wanted < run.start; });
-    const Run& run = *std::prev(next);
+    const Run& run =
+        *std::prev(std::ranges::upper_bound(runs_.begin() + 1, runs_.end(), time, {}, &Run::start));
     const std::int64_t frame = TickAt(time - run.start, run.system->time_base);
     return run.position + run.system->frame_size * std::max<std::int64_t>(frame, 0);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <utility>
 #include <vector>
 
 #include "media/libav.h"
@@ -36,11 +37,8 @@ class RawDv {
     const AVDVProfile& SystemAt(std::int64_t position) const { return *RunAt(position).system; }
     /// Where the frame begins that lasts at `time`.
     std::int64_t PositionAt(REFERENCE_TIME time) const;
-    /// How long the first `bytes` of the file last.
-    REFERENCE_TIME Duration(std::int64_t bytes) const { return TimeAt(bytes, 0); }
-    /// The lengths of frames, in bytes.
-    int ShortestFrame() const;
-    int LongestFrame() const;
+    /// The minimum and the maximum length of a frame, in bytes.
+    std::pair<int, int> FrameLengths() const;
 
   private:
     struct Run {

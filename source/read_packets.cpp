@@ -44,7 +44,8 @@ HRESULT FootageFile::ReadRaw(LibavPtr<AVPacket>* packet) {
     }
     // The demuxer of raw DV completes a torn frame with stale bytes of its buffer.
     const AVPacket& data = **packet;
-    const bool torn = result == S_OK && IsRawDv(*context_) && data.stream_index == 0 &&
+    const bool torn = result == S_OK && ContainerOf(*context_) == kRawDv &&
+                      data.stream_index == 0 &&
                       (rawDv_.changes() ? rawDv_.SystemAt(data.pos).frame_size : data.size) >
                           Difference(input_.bytes()->Size(), data.pos);
     return torn ? S_FALSE : result;
@@ -220,7 +221,7 @@ HRESULT FootageFile::ReadPacket(Packet* packet) {
         }
         const std::size_t at = packet->stream;
         const StreamFormat& stream = streams_[at];
-        if (at == 0 && stream.video && IsAvi(*context_)) {
+        if (at == 0 && stream.video && ContainerOf(*context_) == kAvi) {
             result = Repeat(packet);
             if (FAILED(result)) {
                 return result;

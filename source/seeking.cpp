@@ -4,6 +4,7 @@
 #include <tuple>
 
 #include "baseclasses/wxutil.h"
+#include "platform/com.h"
 #include "source/sample_clock.h"
 
 namespace nyx::source {
@@ -13,13 +14,6 @@ constexpr DWORD kCapabilities = AM_SEEKING_CanSeekAbsolute | AM_SEEKING_CanSeekF
                                 AM_SEEKING_CanSeekBackwards | AM_SEEKING_CanGetStopPos |
                                 AM_SEEKING_CanGetDuration;
 constexpr double kMaxRate = 100.0;
-
-template <class T>
-HRESULT Store(T* to, const T& value) {
-    CheckPointer(to, E_POINTER);
-    *to = value;
-    return S_OK;
-}
 
 /// Converts a position from one time format to another.
 LONGLONG Convert(LONGLONG value, const GUID& from, const GUID& to, AVRational frame) {
@@ -32,7 +26,7 @@ LONGLONG Convert(LONGLONG value, const GUID& from, const GUID& to, AVRational fr
 }  // namespace
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetCapabilities(DWORD* capabilities) {
-    return Store(capabilities, kCapabilities);
+    return StoreOut(capabilities, kCapabilities);
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::CheckCapabilities(DWORD* capabilities) {
@@ -52,11 +46,11 @@ HRESULT STDMETHODCALLTYPE PinSeeking::IsFormatSupported(const GUID* format) {
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::QueryPreferredFormat(GUID* format) {
-    return Store(format, TIME_FORMAT_MEDIA_TIME);
+    return StoreOut(format, TIME_FORMAT_MEDIA_TIME);
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetTimeFormat(GUID* format) {
-    return Store(format, UsedFormat());
+    return StoreOut(format, UsedFormat());
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::IsUsingTimeFormat(const GUID* format) {
@@ -73,7 +67,7 @@ HRESULT STDMETHODCALLTYPE PinSeeking::SetTimeFormat(const GUID* format) {
 }
 
 HRESULT PinSeeking::StoreTime(LONGLONG* value, REFERENCE_TIME time) const {
-    return Store(value, Convert(time, TIME_FORMAT_MEDIA_TIME, UsedFormat(), frame_));
+    return StoreOut(value, Convert(time, TIME_FORMAT_MEDIA_TIME, UsedFormat(), frame_));
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetDuration(LONGLONG* duration) {
@@ -91,7 +85,7 @@ HRESULT STDMETHODCALLTYPE PinSeeking::ConvertTimeFormat(LONGLONG* target, const 
     if (IsFormatSupported(&from) != S_OK || IsFormatSupported(&to) != S_OK) {
         return E_INVALIDARG;
     }
-    return Store(target, Convert(source, from, to, frame_));
+    return StoreOut(target, Convert(source, from, to, frame_));
 }
 
 /// The time of a position of SetPositions, which may be relative to `base`, clamped to the file.
@@ -164,11 +158,11 @@ HRESULT STDMETHODCALLTYPE PinSeeking::SetRate(double rate) {
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetRate(double* rate) {
-    return Store(rate, target_->CurrentSegment().rate);
+    return StoreOut(rate, target_->CurrentSegment().rate);
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetPreroll(LONGLONG* preroll) {
-    return Store<LONGLONG>(preroll, 0);  // every frame is a key frame
+    return StoreOut(preroll, 0);  // every frame is a key frame
 }
 
 }  // namespace nyx::source

@@ -1,5 +1,8 @@
 #include "source/source_filter.h"
 
+#include <oleauto.h>
+#include <strmif.h>
+
 #include <algorithm>
 #include <cwchar>
 #include <limits>
@@ -7,18 +10,35 @@
 #include <tuple>
 
 #include "platform/class_ids.h"
+#include "platform/com.h"
 #include "source/disk_file.h"
-#include "source/load_error.h"
 
 namespace nyx::source {
+namespace {
+
+/// Leaves `reason`, plain ASCII, to the calling thread as an error of IFileSourceFilter, unless it
+/// is empty. The system implements the error object, which may outlive the module. Returns
+/// `result`.
+[[nodiscard]] HRESULT WithReason(HRESULT result, const std::string& reason) {
+    ComPtr<ICreateErrorInfo> error;
+    if (reason.empty() || FAILED(CreateErrorInfo(&error))) {
+        return result;
+    }
+    std::wstring text(reason.begin(), reason.end());
+    error->SetGUID(IID_IFileSourceFilter);
+    error->SetDescription(text.data());
+    SetErrorInfo(0, As<IErrorInfo>(error).Get());
+    return result;
+}
+
+}  // namespace
 
 CUnknown* CALLBACK FootageSource::Create(LPUNKNOWN outer, HRESULT*) {
     return new (std::nothrow) FootageSource(outer);
 }
 
 FootageSource::FootageSource(LPUNKNOWN outer)
-    : CBaseFilter(NAME("Footage source"), outer, &lock_, CLSID_NyxFootageSource),
-      progress_(GetOwner()) {}
+    : CBaseFilter(NAME("Footage source"), outer, &lock_, CLSID_NyxFootageSource) {}
 
 HRESULT STDMETHODCALLTYPE FootageSource::NonDelegatingQueryInterface(REFIID iid, void** object) {
     if (iid == IID_IFileSourceFilter) {
@@ -28,7 +48,7 @@ HRESULT STDMETHODCALLTYPE FootageSource::NonDelegatingQueryInterface(REFIID iid,
         return GetInterface(static_cast<ISupportErrorInfo*>(this), object);
     }
     if (iid == IID_IAMOpenProgress) {
-        return GetInterface(static_cast<IAMOpenProgress*>(&progress_), object);
+        return GetInterface(static_cast<IAMOpenProgress*>(this), object);
     }
     if (iid == IID_IAMFilterMiscFlags) {
         return GetInterface(static_cast<IAMFilterMiscFlags*>(this), object);
@@ -70,7 +90,7 @@ HRESULT FootageSource::OpenFile(const wchar_t* path) {
         return result;
     }
     auto file = std::make_unique<FootageFile>();
-    result = progress_.Open(file.get(), std::move(bytes));
+    result = OpenWithProgress(file.get(), std::move(bytes));
     if (FAILED(result)) {
         return WithReason(result, file->Refusal(result));
     }
@@ -97,6 +117,46 @@ HRESULT FootageSource::OpenFile(const wchar_t* path) {
     segment_ = {0, file_->duration(), 1.0};
     IncrementPinVersion();
     return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE FootageSource::QueryProgress(LONGLONG* total, LONGLONG* current) {
+    CheckPointer(total, E_POINTER);
+    CheckPointer(current, E_POINTER);
+    CAutoLock lock(&progressLock_);
+    *total = opening_ ? opening_->size() : std::max<LONGLONG>(openSize_, 0);
+    *current = opening_ ? std::min<LONGLONG>(opening_->progress(), *total) : *total;
+    return opening_ || openSize_ >= 0 ? S_OK : VFW_E_WRONG_STATE;
+}
+
+HRESULT STDMETHODCALLTYPE FootageSource::AbortOperation() {
+    CAutoLock lock(&progressLock_);
+    if (!opening_) {
+        return S_FALSE;
+    }
+    opening_->Cancel(true);
+    aborted_ = true;
+    return S_OK;
+}
+
+HRESULT FootageSource::OpenWithProgress(FootageFile* file,
+                                        std::unique_ptr<ByteSource> bytes) noexcept {
+    {
+        CAutoLock lock(&progressLock_);
+        opening_ = file;
+        aborted_ = false;
+    }
+    HRESULT result = E_OUTOFMEMORY;
+    try {
+        result = file->Open(std::move(bytes));
+    } catch (const std::bad_alloc&) {
+    }
+    CAutoLock lock(&progressLock_);
+    opening_ = nullptr;
+    if (aborted_) {  // also when the file was open by then
+        result = E_ABORT;
+    }
+    openSize_ = SUCCEEDED(result) ? file->size() : -1;
+    return result;
 }
 
 HRESULT STDMETHODCALLTYPE FootageSource::JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) {

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "source/open_progress.h"
+#include "baseclasses/streams.h"
 #include "source/source_pin.h"
 
 namespace nyx::source {
@@ -16,6 +16,7 @@ class FootageSource final : public CBaseFilter,
                             public IFileSourceFilter,
                             public IAMFilterMiscFlags,
                             public ISupportErrorInfo,
+                            public IAMOpenProgress,
                             public Seekable {
   public:
     /// For the class factory, which takes over the object; null without memory.
@@ -45,6 +46,11 @@ class FootageSource final : public CBaseFilter,
     HRESULT STDMETHODCALLTYPE InterfaceSupportsErrorInfo(REFIID iid) override {
         return iid == IID_IFileSourceFilter ? S_OK : S_FALSE;
     }
+    /// The bytes of the file and how many of them were read; all of them once it is open.
+    /// `VFW_E_WRONG_STATE` without a file. From any thread, as AbortOperation.
+    HRESULT STDMETHODCALLTYPE QueryProgress(LONGLONG* total, LONGLONG* current) override;
+    /// Makes the running Load fail soon with `E_ABORT`. `S_FALSE` when there is none.
+    HRESULT STDMETHODCALLTYPE AbortOperation() override;
     ULONG STDMETHODCALLTYPE GetMiscFlags() override { return AM_FILTER_MISC_FLAGS_IS_SOURCE; }
 
     REFERENCE_TIME Duration() override { return file_->duration(); }
@@ -59,6 +65,8 @@ class FootageSource final : public CBaseFilter,
 
     void SetSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate);
     [[nodiscard]] HRESULT OpenFile(const wchar_t* path);
+    [[nodiscard]] HRESULT OpenWithProgress(FootageFile* file,
+                                           std::unique_ptr<ByteSource> bytes) noexcept;
     void ReportUnsupported();
     [[nodiscard]] HRESULT StartStreaming();
     void ApplyStopTime();
@@ -69,7 +77,10 @@ class FootageSource final : public CBaseFilter,
     /// The innermost lock, of the pins and the segment. Downstream asks for them from a streaming
     /// thread, while the thread that holds the filter's lock may wait for that very thread.
     CCritSec stateLock_;
-    OpenProgress progress_;
+    CCritSec progressLock_;           ///< of the next three
+    FootageFile* opening_ = nullptr;  ///< by Load, in another thread
+    bool aborted_ = false;            ///< by AbortOperation
+    LONGLONG openSize_ = -1;          ///< of the open file, in bytes
     std::wstring path_;
     std::unique_ptr<FootageFile> file_;
     std::unique_ptr<ReadAhead> readAhead_;

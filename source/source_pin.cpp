@@ -182,7 +182,7 @@ HRESULT SourcePin::DeliverOne(const FilledSample& filled) {
     position_ = filled.start;
     const bool changed = filled.format != deliveredFormat_;
     CMediaType type;
-    HRESULT result = changed ? FillType(*filled.format, &type) : S_OK;
+    HRESULT result = changed ? FillMediaType(*filled.format, typePosition_, &type) : S_OK;
     if (changed && SUCCEEDED(result)) {
         result = filled.sample->SetMediaType(&type);
     }
@@ -238,14 +238,10 @@ HRESULT SourcePin::PushSample(REFERENCE_TIME start, REFERENCE_TIME stop, std::in
     return filled_.Push({std::move(sample), start, filledFormat_}) ? S_OK : kCancelled;
 }
 
-/// The type of a format, with the kind of format block that was agreed on.
-HRESULT SourcePin::FillType(const StreamFormat& format, CMediaType* type) const {
-    return FillMediaType(format, typePosition_, type);
-}
-
 bool SourcePin::IsAccepted(const StreamFormat& format) const {
     CMediaType type;
-    return SUCCEEDED(FillType(format, &type)) && m_Connected->QueryAccept(&type) == S_OK;
+    return SUCCEEDED(FillMediaType(format, typePosition_, &type)) &&
+           m_Connected->QueryAccept(&type) == S_OK;
 }
 
 bool SourcePin::Accepts(const AVDVProfile& system) const {

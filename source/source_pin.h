@@ -60,7 +60,6 @@ class SourcePin final : public CBaseOutputPin, public PinSeeking {
     [[nodiscard]] HRESULT PushAudio(const Packet& packet);
     bool SwitchTo(const StreamFormat& format);
     bool IsAccepted(const StreamFormat& format) const;
-    [[nodiscard]] HRESULT FillType(const StreamFormat& format, CMediaType* type) const;
     REFERENCE_TIME ToSegment(REFERENCE_TIME time) const;
     template <class Fill>
     [[nodiscard]] HRESULT PushSample(REFERENCE_TIME start, REFERENCE_TIME stop, std::int64_t bytes,

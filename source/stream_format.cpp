@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 #include <numeric>
-#include <string_view>
 
 #include "media/v210.h"
 #include "platform/fourcc.h"
@@ -15,8 +13,6 @@ namespace nyx::source {
 namespace {
 
 constexpr std::size_t kMaxGroup = 16;  // pictures; encoders make no longer groups
-constexpr char kMov[] = "mov,mp4,m4a,3gp,3g2,mj2";
-constexpr char kMxf[] = "mxf";
 constexpr LONG kMaxSide = 16384;
 constexpr std::int64_t kMaxBytes = 256 << 20;  // of a buffer, in a 32-bit process
 constexpr int kMaxRate = 1000;                 // frames per second
@@ -169,34 +165,18 @@ std::int64_t FrameTicks(const StreamFormat& stream) {
 }
 
 bool CarriesDvAudio(const AVFormatContext& file, const AVStream& stream) {
-    const std::string_view kind = file.iformat->name;
+    const std::string_view kind = ContainerOf(file);
     const bool untagged = stream.codecpar->codec_tag == 0;
-    return IsDvTrack(&stream) || kind == "dv" || (kind == "avi" && untagged);
-}
-
-bool IsRawDv(const AVFormatContext& file) {
-    return std::strcmp(file.iformat->name, "dv") == 0;
-}
-
-bool IsElementary(const AVFormatContext& file) {
-    return std::strcmp(file.iformat->name, "mpegvideo") == 0;
-}
-
-bool IsAvi(const AVFormatContext& file) {
-    return std::strcmp(file.iformat->name, "avi") == 0;
-}
-
-bool CountsFields(const AVFormatContext& file) {
-    return std::strcmp(file.iformat->name, "gxf") == 0;
+    return IsDvTrack(&stream) || kind == kRawDv || (kind == kAvi && untagged);
 }
 
 bool CountsTicks(const AVFormatContext& file) {
-    return CountsFields(file) || IsAvi(file);
+    return ContainerOf(file) == kGxf || ContainerOf(file) == kAvi;
 }
 
 bool MayDefer(const AVFormatContext& file, const StreamFormat& first) {
     const DWORD fourcc = first.video ? first.video->fourcc : 0;
-    const std::string_view kind = file.iformat->name;
+    const std::string_view kind = ContainerOf(file);
     const bool known = fourcc == FourCC("Q210") ||
                        (fourcc != 0 && fourcc != FourCC("QMIC") && (kind == kMov || kind == kMxf));
     return known && std::none_of(file.streams, file.streams + file.nb_streams, IsInspected);
@@ -228,7 +208,7 @@ HRESULT DescribeVideo(AVFormatContext* file, AVStream* stream, const Packets& se
         (coding == Coding::kMpeg2 && !DescribeMpeg(seen, format))) {
         return kUnsupportedVideo;
     }
-    if (IsAvi(*file) && !IsSet(format->rate)) {
+    if (ContainerOf(*file) == kAvi && !IsSet(format->rate)) {
         format->rate = RateOfTicks(stream);
     }
     if (coding == Coding::kMpeg2 && !IsSet(format->rate)) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <string_view>
 #include <vector>
 
 #include "source/pcm.h"
@@ -73,17 +74,18 @@ bool CarriesDvAudio(const AVFormatContext& file, const AVStream& stream);
 /// range.
 bool DescribeAudio(const AVCodecParameters& parameters, AudioFormat* format);
 
-/// True for a file of nothing but DV frames.
-bool IsRawDv(const AVFormatContext& file);
+/// Containers, by the names of libavformat's demuxers.
+constexpr std::string_view kAvi = "avi";  ///< repeats a picture by a tick of its own without bytes
+constexpr std::string_view kGxf = "gxf";  ///< counts fields
+constexpr std::string_view kMov = "mov,mp4,m4a,3gp,3g2,mj2";
+constexpr std::string_view kMxf = "mxf";
+constexpr std::string_view kRawDv = "dv";  ///< nothing but DV frames
+/// Nothing but an MPEG-2 stream, whose bit rate may promise any duration.
+constexpr std::string_view kRawMpeg2 = "mpegvideo";
 
-/// True for a file of nothing but an MPEG-2 stream, whose bit rate may promise any duration.
-bool IsElementary(const AVFormatContext& file);
-
-/// True for AVI, where a repeated picture may have a tick of its own and no bytes.
-bool IsAvi(const AVFormatContext& file);
-
-/// True for a container that counts fields.
-bool CountsFields(const AVFormatContext& file);
+inline std::string_view ContainerOf(const AVFormatContext& file) {
+    return file.iformat->name;
+}
 
 /// True for a container that counts fields, or frames that are not stored. libavformat assumes that
 /// a frame of it lasts one tick.

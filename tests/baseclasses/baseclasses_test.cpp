@@ -292,7 +292,7 @@ TEST(MediaTypes, CopiesAreDeepAndWithoutMemoryWhatWasThereStays) {
     ASSERT_EQ(CoRegisterMallocSpy(Make<Thrift>().Get()), S_OK);
     const auto held = Make<End>(PINDIR_INPUT);
     MediaType original = Numbered(7);
-    original.pUnk = ComPtr<End>(held).Detach();
+    original.pUnk = ComPtr<IBaseFilter>(held.Get()).Detach();
     AM_MEDIA_TYPE huge = original;
     huge.pUnk = nullptr;
     huge.cbFormat = kHuge;

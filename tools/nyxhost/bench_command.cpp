@@ -8,8 +8,6 @@
 #include "commands.h"
 #include "console.h"
 #include "graph_tools.h"
-#include "playback_report.h"
-#include "progress.h"
 #include "text.h"
 
 namespace nyx::host {
@@ -44,7 +42,7 @@ using Frames = std::vector<std::vector<BYTE>>;
 Frames LoadFrames(const ClipOptions& clip, MediaType* type) {
     constexpr std::size_t kMaxBytes = std::size_t{600} << 20;  // fits a 32-bit process
     PlaybackGraph::Options options = clip.graph;
-    options.deliver = PlaybackGraph::Deliver::kPackets;
+    options.packets = true;
     Frames frames;
     std::size_t bytes = 0;
     PlaybackGraph graph(clip.path, options, [&](const ArrivedFrame& frame) {
@@ -56,7 +54,7 @@ Frames LoadFrames(const ClipOptions& clip, MediaType* type) {
                           "the frames take more than 600 MiB: limit them with --frames");
         }
     });
-    graph.Play([](LONG) {});
+    graph.Play();
     *type = graph.ConnectedType();
     return frames;
 }
@@ -86,17 +84,10 @@ std::future<long> PlayBeside(const BenchOptions& options) {
         PlaybackGraph graph(options.clip.path, options.clip.graph, Ignore);
         long arrived = 0;
         for (long pass = 0; pass < options.repeat; ++pass) {
-            arrived += graph.Play([](LONG) {}).arrived;
+            arrived += graph.Play().arrived;
         }
         return arrived;
     });
-}
-
-/// Milliseconds a frame of one pass, while frames flow: without the graph's start and stop.
-double Measure(PlaybackGraph& graph, long frames, const std::string& label, PassResult* last) {
-    Progress progress(label, frames);
-    *last = graph.Play([&progress](LONG done) { progress.Show(done); });
-    return 1000 * last->secondsPerFrame;
 }
 
 double Median(std::vector<double> values) {
@@ -123,10 +114,8 @@ ExitCode RunBench(const BenchOptions& options) {
     const Frames frames = LoadFrames(options.clip, &type);
     PlaybackGraph memory(ListOf(frames, type), options.clip.graph, addTo(&memoryDigest));
 
-    PassResult result;
-    const auto count = static_cast<long>(frames.size());
-    Measure(memory, count, "memory, first pass", &result);
-    Measure(file, count, "file, first pass", &result);
+    memory.Play("memory, first pass");
+    file.Play("file, first pass");
     digesting = false;
     const bool same = fileDigest.Value() == memoryDigest.Value();
     Print(std::string("pictures: ") + (same ? "the same" : "not the same") +
@@ -136,12 +125,14 @@ ExitCode RunBench(const BenchOptions& options) {
     for (int i = 1; i < options.graphs; ++i) {
         beside.push_back(PlayBeside(options));
     }
-    std::vector<double> fromFile;
+    PassResult result;
+    std::vector<double> fromFile;  // milliseconds per frame
     std::vector<double> fromMemory;
     for (long pass = 1; pass <= options.repeat; ++pass) {
         const std::string which = Format(", pass %ld of %ld", pass, options.repeat);
-        fromMemory.push_back(Measure(memory, count, "memory" + which, &result));
-        fromFile.push_back(Measure(file, count, "file" + which, &result));
+        fromMemory.push_back(1000 * memory.Play("memory" + which).secondsPerFrame);
+        result = file.Play("file" + which);
+        fromFile.push_back(1000 * result.secondsPerFrame);
         Print(Format("pass %ld: %ld frames, %.3f ms per frame; from memory %.3f ms\n", pass,
                      result.arrived, fromFile.back(), fromMemory.back()));
     }

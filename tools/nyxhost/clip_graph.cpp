@@ -1,12 +1,68 @@
 #include "clip_graph.h"
 
+#include <algorithm>
+#include <tuple>
+
+#include <ocidl.h>
+
+#include "console.h"
 #include "graph_tools.h"
+#include "progress.h"
+#include "text.h"
 
 namespace nyx::host {
+namespace {
 
-ClipGraph::ClipGraph(OnFrame onFrame)
-    : graph_(CreateObject<IGraphBuilder>(CLSID_FilterGraph, kNoFilterGraph)),
-      onFrame_(std::move(onFrame)) {}
+/// Lets a graph's intelligent connect add one filter to those that it has.
+class OneFilterRule final : public Object<IAMGraphBuilderCallback> {
+  public:
+    explicit OneFilterRule(IGraphBuilder* graph)
+        : graph_(graph), ownFilters_(FiltersOf(graph).size()) {}
+
+    STDMETHODIMP SelectedFilter(IMoniker*) override {
+        try {
+            return FiltersOf(graph_).size() > ownFilters_ ? E_FAIL : S_OK;
+        } catch (const std::exception&) {
+            return E_FAIL;
+        }
+    }
+    STDMETHODIMP CreatedFilter(IBaseFilter*) override { return S_OK; }
+
+  private:
+    IGraphBuilder* const graph_;  // without a reference: the graph owns its rule
+    const std::size_t ownFilters_;
+};
+
+}  // namespace
+
+void PrintSpeed(const PassResult& result) {
+    const double frames = result.arrived;
+    Print(
+        Format("%ld frames in %.2f s: %.1f frames per second with reading and writing, "
+               "%.2f ms per frame\n",
+               result.arrived, result.seconds, result.seconds > 0 ? frames / result.seconds : 0.0,
+               frames > 0 ? 1000 * result.seconds / frames : 0.0));
+}
+
+ExitCode ReportLostFrames(const PassResult& result, const char* verb) {
+    constexpr std::size_t kShown = 10;
+    const std::size_t shown = std::min(result.lost.size(), kShown);
+    for (std::size_t i = 0; i < shown; ++i) {
+        const LostFrame& frame = result.lost[i];
+        PrintWarning(Format("frame %ld could not be %s", frame.index, verb) +
+                     (FAILED(frame.result) ? ": " + ResultText(frame.result) : ""));
+    }
+    if (result.lost.size() > shown) {
+        PrintWarning(Format("... and %zu more", result.lost.size() - shown));
+    }
+    if (result.arrived == 0 && result.lost.empty()) {
+        PrintWarning("the clip has no complete frame");
+        return ExitCode::kDecode;
+    }
+    return result.lost.empty() ? ExitCode::kOk : ExitCode::kDecode;
+}
+
+ClipGraph::ClipGraph(OnFrame onFrame) : graph_(CreateGraph()), onFrame_(std::move(onFrame)) {}
 
 ComPtr<IPin> ClipGraph::AddSink(FrameSink::Accept accept,
                                 std::function<void(IMediaSample&)> onSample) {
@@ -30,21 +86,20 @@ ComPtr<IPin> ClipGraph::AddFrameSink(FrameSink::Accept accept) {
     return AddSink(std::move(accept), [this](IMediaSample& sample) { Arrive(sample); });
 }
 
-void ClipGraph::Complete(IPin* input, LONG first, FrameAt frameAt) {
+void ClipGraph::AllowOneFilter() {
+    rule_ = Make<OneFilterRule>(graph_.Get());
+    if (const auto holder = As<IObjectWithSite>(graph_)) {
+        std::ignore = holder->SetSite(rule_.Get());  // on failure the graph stays unrestricted
+    }
+}
+
+void ClipGraph::Complete(IPin* input, LONG first, LONG count, FrameAt frameAt) {
     connectedType_.Clear();
     Check(input->ConnectionMediaType(&connectedType_), "cannot query the sink's type");
     first_ = first;
+    count_ = count;
     frameAt_ = std::move(frameAt);
     RemoveClock(graph_);
-}
-
-void ClipGraph::Close() {
-    ComPtr<IMediaControl> control;
-    if (graph_ != nullptr && SUCCEEDED(graph_.As(&control))) {
-        control->Stop();
-    }
-    control.Reset();
-    graph_.Reset();
 }
 
 bool ClipGraph::HasThrown() {
@@ -69,7 +124,8 @@ void ClipGraph::Arrive(IMediaSample& sample) {
     onFrame_({.index = index, .sample = sample, .type = currentType_, .typeChanged = typeChanged});
 }
 
-PassResult ClipGraph::Play(const std::function<void(LONG)>& progress) {
+PassResult ClipGraph::Play(const std::string& label) {
+    Progress progress(label, count_);
     arrived_ = 0;
     indices_.clear();
     failures_.clear();
@@ -80,7 +136,9 @@ PassResult ClipGraph::Play(const std::function<void(LONG)>& progress) {
     RunToEnd(
         graph_,
         [&] {
-            progress(arrived_);
+            if (!label.empty()) {
+                progress.Show(arrived_);
+            }
             return !HasThrown();
         },
         [this](HRESULT result) { failures_.push_back(result); });

@@ -1,14 +1,18 @@
 #pragma once
 
+#include <vector>
+
 #include "failure.h"
 #include "host/com.h"
 
 namespace nyx::host {
 
-/// Makes the calling thread a member of the multithreaded apartment for this object's lifetime.
+/// Makes the calling thread a member of an apartment, by default the multithreaded one, for this
+/// object's lifetime.
 class ComApartment {
   public:
-    ComApartment() : result_(CoInitializeEx(nullptr, COINIT_MULTITHREADED)) {}
+    explicit ComApartment(DWORD kind = COINIT_MULTITHREADED)
+        : result_(CoInitializeEx(nullptr, kind)) {}
     ~ComApartment() {
         if (SUCCEEDED(result_)) {
             CoUninitialize();
@@ -22,9 +26,6 @@ class ComApartment {
   private:
     HRESULT result_;
 };
-
-/// The message when CLSID_FilterGraph cannot be created.
-constexpr char kNoFilterGraph[] = "cannot create a filter graph";
 
 /// An in-process object of the platform. Failure kPlatform, with the message `what`.
 template <class Interface>
@@ -44,6 +45,17 @@ ComPtr<Interface> Query(const ComPtr<Source>& source, const char* what,
     ComPtr<Interface> object;
     Check(source->QueryInterface(iid, reinterpret_cast<void**>(object.GetAddressOf())), what);
     return object;
+}
+
+/// The objects of an enumerator, in order; none for null.
+template <class Interface, class Enumerator>
+std::vector<ComPtr<Interface>> ItemsOf(const ComPtr<Enumerator>& enumerator) {
+    std::vector<ComPtr<Interface>> items;
+    ComPtr<Interface> item;
+    while (enumerator && enumerator->Next(1, item.ReleaseAndGetAddressOf(), nullptr) == S_OK) {
+        items.push_back(item);
+    }
+    return items;
 }
 
 }  // namespace nyx::host

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "exit_codes.h"
+#include "failure.h"
 
 namespace CLI {
 class App;

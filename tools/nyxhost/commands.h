@@ -2,7 +2,7 @@
 
 #include <functional>
 
-#include "exit_codes.h"
+#include "failure.h"
 
 namespace CLI {
 class App;

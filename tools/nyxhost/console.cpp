@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <atomic>
 
 #include "failure.h"
 #include "platform/system.h"
@@ -17,6 +18,13 @@ constexpr WORD kYellow = FOREGROUND_RED | FOREGROUND_GREEN | FOREGROUND_INTENSIT
 bool IsConsole(HANDLE handle) {
     DWORD mode = 0;
     return GetConsoleMode(handle, &mode) != FALSE;
+}
+
+constinit std::atomic<bool> interrupted{false};
+
+BOOL WINAPI OnControl(DWORD) {
+    interrupted = true;
+    return TRUE;
 }
 
 /// False, with the system's last error, when part of the text cannot be written.
@@ -51,10 +59,8 @@ void WriteTagged(std::string_view tag, WORD colour, std::string_view message) {
 }  // namespace
 
 void Print(std::string_view text) {
-    if (!Write(GetStdHandle(STD_OUTPUT_HANDLE), text)) {
-        throw Failure(ExitCode::kOutput,
-                      "cannot write to standard output: " + ResultText(LastError()));
-    }
+    Check(Write(GetStdHandle(STD_OUTPUT_HANDLE), text) ? S_OK : LastError(),
+          "cannot write to standard output", ExitCode::kOutput);
 }
 
 void PrintAside(std::string_view text) {
@@ -74,6 +80,14 @@ int ConsoleColumns() {
     return GetConsoleScreenBufferInfo(GetStdHandle(STD_ERROR_HANDLE), &info) != FALSE
                ? info.srWindow.Right - info.srWindow.Left + 1
                : 0;
+}
+
+void WatchForInterrupt() {
+    SetConsoleCtrlHandler(OnControl, TRUE);
+}
+
+bool Interrupted() {
+    return interrupted;
 }
 
 }  // namespace nyx::host

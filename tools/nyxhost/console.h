@@ -20,4 +20,11 @@ void PrintWarning(std::string_view message);
 /// The present width in columns of the console behind the standard error; 0 without a console.
 int ConsoleColumns();
 
+/// From now on Ctrl+C, Ctrl+Break and closing the console set Interrupted() instead of ending the
+/// process, so that files and graphs are closed properly.
+void WatchForInterrupt();
+
+/// True once the user has interrupted the program; any thread.
+bool Interrupted();
+
 }  // namespace nyx::host

@@ -7,9 +7,7 @@
 #include "console.h"
 #include "graph_tools.h"
 #include "output_file.h"
-#include "playback_report.h"
 #include "png_writer.h"
-#include "progress.h"
 #include "text.h"
 #include "wav_writer.h"
 
@@ -51,8 +49,8 @@ class FrameOutputs {
             raw_->Write(data, static_cast<DWORD>(size));
         }
         if (png_ != nullptr) {
-            png_->Write(prefix_ + Format("%05ld.png", frame.index),
-                        MakePicture(frame.type, data, static_cast<std::size_t>(size)));
+            png_->Write(prefix_ + Format("%05ld.png", frame.index), frame.type, data,
+                        static_cast<std::size_t>(size));
         }
     }
 
@@ -110,18 +108,14 @@ ExitCode RunDecode(const DecodeOptions& options) {
     outputs = std::make_unique<FrameOutputs>(options);
     audio = WriteAudio(graph, options.audioFile);
 
-    PassResult result;
-    {
-        Progress progress("decoding", graph.FramesToCome());
-        result = graph.Play([&progress](LONG done) { progress.Show(done); });
-    }
+    const PassResult result = graph.Play("decoding");
     for (const std::unique_ptr<WavWriter>& writer : audio) {
         writer->Finish();
     }
     if (result.arrived > 0) {
         outputs->Finish();
     }
-    PrintSpeed(result, "with reading and writing");
+    PrintSpeed(result);
     if (!outputs->PictureNames().empty()) {
         Print("pictures: " + outputs->PictureNames() + "\n");
     }

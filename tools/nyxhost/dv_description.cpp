@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <optional>
+#include <span>
 
 #include "dv/dif_parser.h"
 #include "text.h"
@@ -27,38 +28,24 @@ std::optional<unsigned> Digits(unsigned byte, unsigned mask, unsigned min, unsig
     return value;
 }
 
-const char* VariantName(LONG formatCode) {
-    switch (formatCode) {
-        case kFormatDv25:
-            return "DV25";
-        case kFormatDv25Locked:
-            return "DV25, locked audio";
-        case kFormatDvcPro25:
-            return "DVCPRO25";
-        case kFormatDvcPro50:
-            return "DVCPRO50";
-        case kFormatDvcProHd1080:
-            return "DVCPRO HD 1080i";
-        case kFormatDvcProHd1080Type15:
-            return "DVCPRO HD 1080i, signal type 0x15";
-        case kFormatDvcProHd720:
-            return "DVCPRO HD 720p";
-        default:
-            return "";
-    }
-}
+struct CodeName {
+    LONG code;
+    const char* name;
+};
+constexpr CodeName kVariants[] = {{kFormatDv25, "DV25"},
+                                  {kFormatDv25Locked, "DV25, locked audio"},
+                                  {kFormatDvcPro25, "DVCPRO25"},
+                                  {kFormatDvcPro50, "DVCPRO50"},
+                                  {kFormatDvcProHd1080, "DVCPRO HD 1080i"},
+                                  {kFormatDvcProHd1080Type15, "DVCPRO HD 1080i, signal type 0x15"},
+                                  {kFormatDvcProHd720, "DVCPRO HD 720p"}};
+constexpr CodeName kFieldOrders[] = {
+    {0, "top field first"}, {1, "bottom field first"}, {2, "progressive"}};
 
-const char* FieldOrderName(LONG fieldOrder) {
-    switch (fieldOrder) {
-        case 0:
-            return "top field first";
-        case 1:
-            return "bottom field first";
-        case 2:
-            return "progressive";
-        default:
-            return "";
-    }
+/// The name of a code; empty for an unknown one.
+const char* NameOf(LONG code, std::span<const CodeName> names) {
+    const auto found = std::ranges::find(names, code, &CodeName::code);
+    return found != names.end() ? found->name : "";
 }
 
 /// The nominal aspect. Recorded lines are a little wider than the picture, so the exact aspect of a
@@ -76,9 +63,10 @@ std::string PictureText(const FormatRecord& format) {
     }
     const std::string rate = Format(format.frameRateDen == 1 ? "%ld" : "%ld/%ld",
                                     long{format.frameRateNum}, long{format.frameRateDen});
-    return Format("%s, %s, %ldx%ld, %s, %s, %s (pixels %ld:%ld)", VariantName(format.formatCode),
+    return Format("%s, %s, %ldx%ld, %s, %s, %s (pixels %ld:%ld)",
+                  NameOf(format.formatCode, kVariants),
                   format.systemRate == 60 ? "525/60" : "625/50", long{format.codedWidth},
-                  long{format.codedHeight}, rate.c_str(), FieldOrderName(format.fieldOrder),
+                  long{format.codedHeight}, rate.c_str(), NameOf(format.fieldOrder, kFieldOrders),
                   PictureAspectName(format), long{format.pixelAspectX}, long{format.pixelAspectY});
 }
 

@@ -11,9 +11,6 @@
 #include "graph_tools.h"
 #include "host/avi_writer.h"
 #include "output_file.h"
-#include "playback_report.h"
-#include "progress.h"
-#include "raw_pictures.h"
 #include "settings/quality_presets.h"
 #include "text.h"
 
@@ -31,15 +28,11 @@ struct EncodeOptions {
     std::pair<LONG, LONG> rate{};  ///< of raw pictures: frames per second, a fraction
 };
 
-[[noreturn]] void BadOption(const std::string& message) {
-    throw Failure(ExitCode::kUsage, message);
-}
-
 /// Sets the parameters that the user gave; the encoder keeps the others.
 void SetQuality(const EncodeOptions& options, const EncoderFilter& encoder) {
     const bool custom = options.quantScale || options.maxStreamSize;
     if (custom && options.preset.value_or(kCustomPreset) != kCustomPreset) {
-        BadOption("--quant and --max-size need --preset 4, the custom one");
+        throw Failure(ExitCode::kUsage, "--quant and --max-size need --preset 4, the custom one");
     }
     if (!custom && !options.preset) {
         return;
@@ -61,7 +54,8 @@ std::unique_ptr<EncodeGraph> BuildGraph(const EncodeOptions& options, const Enco
     const auto [width, height] = options.size;
     const bool raw = width > 0 && height != 0;
     if (raw != (options.rate.first > 0) || raw != (format != nullptr)) {
-        BadOption(
+        throw Failure(
+            ExitCode::kUsage,
             "raw pictures need --size, --rate and one of --yuy2, --rgb24, --rgb32 and --argb");
     }
     if (!raw) {
@@ -77,7 +71,7 @@ void CheckOutput(HRESULT result, const std::string& path) {
     if (result == HRESULT_FROM_WIN32(ERROR_FILE_TOO_LARGE)) {
         throw Failure(ExitCode::kTooLarge, path + " would reach 2^31 bytes, the limit of an AVI");
     }
-    Check(result, ("cannot write " + path).c_str(), ExitCode::kOutput);
+    Check(result, "cannot write " + path, ExitCode::kOutput);
 }
 
 ExitCode RunEncode(const EncodeOptions& options) {
@@ -98,15 +92,11 @@ ExitCode RunEncode(const EncodeOptions& options) {
     const BITMAPINFOHEADER& header = graph->ConnectedType().Header();
     Check(avi.Create(Wide(options.output), header, static_cast<DWORD>(frames),
                      static_cast<DWORD>(seconds)),
-          ("cannot create " + options.output).c_str(), ExitCode::kOutput);
-    PassResult result;
-    {
-        Progress progress("encoding", graph->FrameCount());
-        result = graph->Play([&progress](LONG done) { progress.Show(done); });
-    }
+          "cannot create " + options.output, ExitCode::kOutput);
+    const PassResult result = graph->Play("encoding");
     CheckOutput(avi.Finish(), options.output);
 
-    PrintSpeed(result, "with reading and writing");
+    PrintSpeed(result);
     const double count = std::max<double>(result.arrived, 1);
     const double mean = static_cast<double>(bytes) / count;
     Print(options.output +

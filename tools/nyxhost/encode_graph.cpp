@@ -34,7 +34,7 @@ ComPtr<IPin> EncodeGraph::Connect(IPin* from, const MediaType& type, const Encod
           "cannot add the encoder to the graph");
     const ComPtr<IPin> end = AddFrameSink(IsVideo);
     const ComPtr<IPin> input = FindPin(encoder.filter.Get(), PINDIR_INPUT);
-    rule_.ApplyTo(graph_.Get());
+    AllowOneFilter();
     const HRESULT connected = footage_ ? graph_->Connect(from, input.Get())
                                        : graph_->ConnectDirect(from, input.Get(), nullptr);
     if (FAILED(connected)) {
@@ -47,24 +47,25 @@ ComPtr<IPin> EncodeGraph::Connect(IPin* from, const MediaType& type, const Encod
 }
 
 EncodeGraph::EncodeGraph(const FrameList& pictures, const EncoderFilter& encoder, OnFrame onFrame)
-    : ClipGraph(std::move(onFrame)), rate_(pictures.rate), count_(pictures.count) {
+    : ClipGraph(std::move(onFrame)), rate_(pictures.rate) {
     const auto source = Make<FrameSource>(pictures);
     Check(graph_->AddFilter(source.Get(), L"Pictures"), "cannot add the source to the graph");
     const BITMAPINFOHEADER& header = pictures.type.Header();
     description_ = NameOf(pictures.type) +
                    Format(", %ldx%ld, %ld frames", header.biWidth, header.biHeight, pictures.count);
     const ComPtr<IPin> end = Connect(source->Output(), pictures.type, encoder);
-    Complete(end.Get(), 0, [pictures](REFERENCE_TIME start) { return pictures.FrameAt(start); });
+    Complete(end.Get(), 0, pictures.count,
+             [pictures](REFERENCE_TIME start) { return pictures.FrameAt(start); });
 }
 
 EncodeGraph::EncodeGraph(const std::string& path, const EncoderFilter& encoder, OnFrame onFrame)
     : ClipGraph(std::move(onFrame)), footage_(std::make_unique<Footage>(graph_.Get(), path)) {
     const SourceStream& video = footage_->Video();
     rate_ = RateOf(video.type);
-    count_ = footage_->FrameCount();
     description_ = DescribeVideo(*footage_);
     const ComPtr<IPin> end = Connect(video.pin.Get(), video.type, encoder);
-    Complete(end.Get(), 0, [this](REFERENCE_TIME start) { return footage_->FrameAt(start); });
+    Complete(end.Get(), 0, footage_->FrameCount(),
+             [this](REFERENCE_TIME start) { return footage_->FrameAt(start); });
 }
 
 }  // namespace nyx::host

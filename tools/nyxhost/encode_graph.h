@@ -4,7 +4,6 @@
 #include "encoder_filter.h"
 #include "footage.h"
 #include "frame_source.h"
-#include "one_filter_rule.h"
 
 namespace nyx::host {
 
@@ -16,23 +15,19 @@ class EncodeGraph final : public ClipGraph {
     /// when the encoder refuses the pictures, kPlatform otherwise, and those of Footage.
     EncodeGraph(const FrameList& pictures, const EncoderFilter& encoder, OnFrame onFrame);
     EncodeGraph(const std::string& path, const EncoderFilter& encoder, OnFrame onFrame);
-    ~EncodeGraph() { Close(); }
 
-    /// The input in words, its rate in frames per second and its number of frames.
+    /// The input in words, and its rate in frames per second.
     const std::string& Description() const { return description_; }
     std::pair<LONG, LONG> Rate() const { return rate_; }
-    LONG FrameCount() const { return count_; }
 
   private:
     /// Connects `from`, which offers `type`, to the encoder and the encoder to the sink. Returns
     /// the sink's pin.
     ComPtr<IPin> Connect(IPin* from, const MediaType& type, const EncoderFilter& encoder);
 
-    OneFilterRule rule_;
     std::unique_ptr<Footage> footage_;
     std::string description_;
     std::pair<LONG, LONG> rate_;
-    LONG count_;
 };
 
 }  // namespace nyx::host

@@ -1,7 +1,6 @@
 #include "encoder_filter.h"
 
-#include "engine_text.h"
-#include "graph_tools.h"
+#include "module_registry.h"
 #include "text.h"
 
 namespace nyx::host {
@@ -12,22 +11,14 @@ constexpr char kEncoderName[] = "Rokka Zeta Encoder";
 }  // namespace
 
 EncoderFilter FindEncoder() {
-    for (const ComPtr<IMoniker>& moniker : FiltersOf(CLSID_VideoCompressorCategory)) {
-        EncoderFilter encoder;
-        encoder.name = FriendlyName(moniker.Get());
-        if (encoder.name != kEncoderName) {
-            continue;
+    for (const ListedFilter& listed : FiltersIn(CLSID_VideoCompressorCategory)) {
+        if (listed.name == kEncoderName) {
+            const ComPtr<IBaseFilter> filter = CreateFilter(listed);
+            return {.filter = filter,
+                    .parameters = Query<IEncodeParmeter_QZTA>(
+                        filter, "the encoder lacks IEncodeParmeter_QZTA", IID_IEncodeParmeter_QZTA),
+                    .name = listed.name};
         }
-        const HRESULT created =
-            moniker->BindToObject(nullptr, nullptr, IID_IBaseFilter,
-                                  reinterpret_cast<void**>(encoder.filter.GetAddressOf()));
-        if (FAILED(created)) {
-            throw Failure(ExitCode::kNoEngine, encoder.name + " cannot be created: " +
-                                                   CreationText(encoder.name, created));
-        }
-        encoder.parameters = Query<IEncodeParmeter_QZTA>(
-            encoder.filter, "the encoder lacks IEncodeParmeter_QZTA", IID_IEncodeParmeter_QZTA);
-        return encoder;
     }
     throw Failure(ExitCode::kNoDecoder, std::string("no video compressor \"") + kEncoderName +
                                             "\" is registered; register the module with regsvr32");

@@ -1,7 +1,9 @@
 #include "engine_text.h"
 
+#include <algorithm>
+#include <string_view>
+
 #include "codecs/engine_versions.h"
-#include "file_version.h"
 #include "module_registry.h"
 #include "text.h"
 
@@ -50,6 +52,55 @@ UniqueLibrary LoadEngine(const wchar_t* library) {
     }
     SetLastError(error);
     return module;
+}
+
+/// What a library's version resource says of it.
+struct FileVersion {
+    ULONGLONG fixed = 0;                ///< four words, the first one highest; 0 without a resource
+    std::string number = "no version";  ///< "4.31.0.0"
+    /// "open" or "stand-in" for an engine that this project built, by the first word of its
+    /// description, else "closed".
+    std::string kind = "closed";
+};
+
+constexpr wchar_t kOurProduct[] = L"Nyx codec module";
+
+/// A string of the version resource's table for US English, UTF-16, which this project uses.
+std::wstring_view TextOf(const std::vector<BYTE>& block, const wchar_t* name) {
+    void* text = nullptr;
+    UINT length = 0;
+    const std::wstring path = std::wstring(L"\\StringFileInfo\\040904B0\\") + name;
+    if (VerQueryValueW(block.data(), path.c_str(), &text, &length) == FALSE || length == 0) {
+        return {};
+    }
+    return {static_cast<const wchar_t*>(text), length - 1};  // without the null
+}
+
+FileVersion ReadFileVersion(const std::filesystem::path& file) {
+    FileVersion version;
+    DWORD ignored = 0;
+    std::vector<BYTE> block(GetFileVersionInfoSizeW(file.c_str(), &ignored));
+    void* root = nullptr;
+    UINT size = 0;
+    if (block.empty() ||
+        GetFileVersionInfoW(file.c_str(), 0, static_cast<DWORD>(block.size()), block.data()) ==
+            FALSE ||
+        VerQueryValueW(block.data(), L"\\", &root, &size) == FALSE ||
+        size < sizeof(VS_FIXEDFILEINFO)) {
+        return version;
+    }
+    const auto& fixed = *static_cast<const VS_FIXEDFILEINFO*>(root);
+    version.fixed = ULONGLONG{fixed.dwFileVersionMS} << 32 | fixed.dwFileVersionLS;
+    version.number =
+        Format("%u.%u.%u.%u", HIWORD(fixed.dwFileVersionMS), LOWORD(fixed.dwFileVersionMS),
+               HIWORD(fixed.dwFileVersionLS), LOWORD(fixed.dwFileVersionLS));
+    if (TextOf(block, L"ProductName") == kOurProduct) {
+        const std::wstring_view words = TextOf(block, L"FileDescription");
+        version.kind = Utf8(words.substr(0, words.find(L' ')));
+        std::transform(version.kind.begin(), version.kind.end(), version.kind.begin(),
+                       [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+    }
+    return version;
 }
 
 std::string EngineText(const Engine& engine) {

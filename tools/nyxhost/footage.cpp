@@ -4,8 +4,8 @@
 #include <climits>
 #include <filesystem>
 
-#include "file_version.h"
 #include "graph_tools.h"
+#include "module_registry.h"
 #include "platform/class_ids.h"
 #include "platform/system.h"
 #include "platform/unique_handle.h"
@@ -108,9 +108,7 @@ void CheckReadable(const std::string& path) {
     const UniqueHandle file = AdoptFile(CreateFileW(
         Wide(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
         nullptr, OPEN_EXISTING, 0, nullptr));
-    if (file == nullptr) {
-        throw Failure(ExitCode::kInput, "cannot open " + path + ": " + ResultText(LastError()));
-    }
+    Check(file != nullptr ? S_OK : LastError(), "cannot open " + path, ExitCode::kInput);
     if (GetFileType(file.get()) != FILE_TYPE_DISK) {
         throw Failure(ExitCode::kInput, "cannot open " + path + ": not a file on a disk");
     }
@@ -119,9 +117,7 @@ void CheckReadable(const std::string& path) {
 Footage::Footage(IGraphBuilder* graph, const std::string& path) : path_(path) {
     CheckReadable(path);
     const ComPtr<IBaseFilter> source = AddSource(graph, path);
-    ComPtr<IEnumPins> pins;
-    Check(source->EnumPins(pins.GetAddressOf()), "cannot list the source's pins");
-    for (ComPtr<IPin> pin; pins->Next(1, pin.ReleaseAndGetAddressOf(), nullptr) == S_OK;) {
+    for (const ComPtr<IPin>& pin : PinsOf(source.Get())) {
         SourceStream stream = StreamOf(pin);
         if (stream.type.majortype == MEDIATYPE_Audio) {
             audio_.push_back(std::move(stream));

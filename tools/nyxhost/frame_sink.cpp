@@ -38,11 +38,6 @@ FrameSink::FrameSink(OnFrame onFrame, Accept accept) {
     };
 }
 
-void* FrameSink::Find(REFIID iid) {
-    return iid == IID_IAMFilterMiscFlags ? static_cast<IAMFilterMiscFlags*>(this)
-                                         : SinglePinFilter::Find(iid);
-}
-
 HRESULT FrameSink::OnStart() {
     const std::lock_guard lock(endLock_);
     endReached_ = endReported_ = false;

@@ -15,7 +15,7 @@ bool IsAudio(const MediaType& type);
 /// The sink of a graph, which passes each frame to a callback. Unlike the platform's sample grabber
 /// it accepts VIDEOINFOHEADER2, which alone carries field order and picture aspect, and it follows
 /// type changes while streaming.
-class FrameSink final : public SinglePinFilter, public IAMFilterMiscFlags {
+class FrameSink final : public SinglePinFilter {
   public:
     /// Called for each frame in the streaming thread; must not throw. False ends the stream.
     using OnFrame = std::function<bool(IMediaSample& sample)>;
@@ -27,17 +27,11 @@ class FrameSink final : public SinglePinFilter, public IAMFilterMiscFlags {
 
     IPin* Input() { return &pin_; }
 
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
-        return SinglePinFilter::QueryInterface(iid, object);
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return SinglePinFilter::AddRef(); }
-    STDMETHODIMP_(ULONG) Release() override { return SinglePinFilter::Release(); }
     /// Marks this filter as a renderer, so that the graph waits for its end of stream.
     STDMETHODIMP_(ULONG) GetMiscFlags() override { return AM_FILTER_MISC_FLAGS_IS_RENDERER; }
 
   protected:
     SinglePin& Pin() override { return pin_; }
-    void* Find(REFIID iid) override;
     void OnRun() override;
     [[nodiscard]] HRESULT OnStart() override;
 

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <functional>
+#include <string>
 #include <thread>
 #include <utility>
 
 #include "host/single_pin_filter.h"
+#include "picture_format.h"
 
 namespace nyx::host {
 
@@ -21,6 +23,12 @@ struct FrameList {
     REFERENCE_TIME TimeOf(LONG index) const;
     LONG FrameAt(REFERENCE_TIME time) const;
 };
+
+/// The pictures of a file that contains nothing else. RGB rows run from bottom to top, with a
+/// negative height from top to bottom. `rate` is frames per second, a fraction. Failure kInput when
+/// the file cannot be read or its size is not a whole number of pictures.
+FrameList OpenRawPictures(const std::string& path, const PictureFormat& format, LONG width,
+                          LONG height, std::pair<LONG, LONG> rate);
 
 /// A source filter that plays a list of frames: every frame is a sync point with its times,
 /// delivered as fast as downstream accepts it, then the stream ends. A frame that downstream

@@ -4,7 +4,6 @@
 #include <tuple>
 
 #include "console.h"
-#include "decoder_candidates.h"
 #include "footage.h"
 #include "graph_tools.h"
 #include "module_registry.h"
@@ -14,19 +13,22 @@
 namespace nyx::host {
 namespace {
 
+/// The merit of a registered DirectShow filter; empty when it is not registered.
 std::string MeritText(const CLSID& clsid) {
-    const std::optional<DWORD> merit = MeritOf(clsid);
-    return merit ? Format(", merit 0x%08lX", *merit) : "";
+    const std::wstring key =
+        Wide("CLSID\\" + GuidText(CLSID_LegacyAmFilterCategory) + "\\Instance\\" + GuidText(clsid));
+    DWORD data[1024] = {};  // version, merit, then the pins
+    DWORD bytes = sizeof(data);
+    const LSTATUS read = RegGetValueW(HKEY_CLASSES_ROOT, key.c_str(), L"FilterData",
+                                      RRF_RT_REG_BINARY, nullptr, data, &bytes);
+    return read == ERROR_SUCCESS && bytes >= 2 * sizeof(DWORD) ? Format(", merit 0x%08lX", data[1])
+                                                               : "";
 }
 
 /// The name that a filter's class is registered with, else its name in the graph.
 std::string ClassName(IBaseFilter* filter, const CLSID& clsid) {
-    wchar_t name[256] = L"";
-    DWORD bytes = sizeof(name);
-    return RegGetValueW(HKEY_CLASSES_ROOT, Wide("CLSID\\" + GuidText(clsid)).c_str(), nullptr,
-                        RRF_RT_REG_SZ, nullptr, name, &bytes) == ERROR_SUCCESS
-               ? Utf8(name)
-               : FilterName(filter);
+    const std::wstring name = RegisteredText(HKEY_CLASSES_ROOT, Wide("CLSID\\" + GuidText(clsid)));
+    return name.empty() ? FilterName(filter) : Utf8(name);
 }
 
 /// The subtypes of FourCCs differ in their first word alone.
@@ -47,7 +49,7 @@ std::string BeatenText(const CLSID& winner, const GUID& subtype) {
                            [&clsid](const RegisteredFilter& own) { return own.clsid == clsid; });
     };
     std::string text;
-    for (const Candidate& candidate : FindCandidates(subtype)) {
+    for (const ListedFilter& candidate : DecodersFor(subtype)) {
         if (isOurs(candidate.clsid) && !isOurs(winner)) {
             text += "  chosen over " + candidate.name + MeritText(candidate.clsid) + "\n";
         }
@@ -56,9 +58,7 @@ std::string BeatenText(const CLSID& winner, const GUID& subtype) {
 }
 
 void PrintPins(IBaseFilter* filter, const CLSID& clsid) {
-    ComPtr<IEnumPins> pins;
-    Check(filter->EnumPins(pins.GetAddressOf()), "cannot list a filter's pins");
-    for (ComPtr<IPin> pin; pins->Next(1, pin.ReleaseAndGetAddressOf(), nullptr) == S_OK;) {
+    for (const ComPtr<IPin>& pin : PinsOf(filter)) {
         MediaType type;
         PIN_DIRECTION direction = PINDIR_INPUT;
         if (FAILED(pin->ConnectionMediaType(&type)) || FAILED(pin->QueryDirection(&direction))) {
@@ -90,10 +90,7 @@ std::string DescribeType(const MediaType& type) {
 }
 
 void PrintGraph(IGraphBuilder* graph) {
-    ComPtr<IEnumFilters> filters;
-    Check(graph->EnumFilters(filters.GetAddressOf()), "cannot list the graph's filters");
-    for (ComPtr<IBaseFilter> filter;
-         filters->Next(1, filter.ReleaseAndGetAddressOf(), nullptr) == S_OK;) {
+    for (const ComPtr<IBaseFilter>& filter : FiltersOf(graph)) {
         CLSID clsid{};
         std::ignore = filter->GetClassID(&clsid);  // without one its name in the graph is shown
         Print("filter: " + ClassName(filter.Get(), clsid) + MeritText(clsid) + "\n");

@@ -3,7 +3,6 @@
 #include <tuple>
 
 #include "console.h"
-#include "interrupt.h"
 #include "text.h"
 
 namespace nyx::host {
@@ -62,38 +61,8 @@ void WaitForEnd(const ComPtr<IGraphBuilder>& graph, const std::function<bool()>&
 
 }  // namespace
 
-std::vector<ComPtr<IMoniker>> FiltersOf(const CLSID& category) {
-    const auto devices =
-        CreateObject<ICreateDevEnum>(CLSID_SystemDeviceEnum, "cannot create the device enumerator");
-    ComPtr<IEnumMoniker> monikers;
-    // S_FALSE without an enumerator: the category is empty.
-    const HRESULT listed = devices->CreateClassEnumerator(category, monikers.GetAddressOf(), 0);
-    std::vector<ComPtr<IMoniker>> filters;
-    ComPtr<IMoniker> moniker;
-    while (listed == S_OK && monikers->Next(1, moniker.ReleaseAndGetAddressOf(), nullptr) == S_OK) {
-        filters.push_back(moniker);
-    }
-    return filters;
-}
-
-std::string MonikerText(IMoniker* moniker, const wchar_t* property) {
-    ComPtr<IPropertyBag> bag;
-    std::string text;
-    if (SUCCEEDED(moniker->BindToStorage(nullptr, nullptr, IID_IPropertyBag,
-                                         reinterpret_cast<void**>(bag.GetAddressOf())))) {
-        VARIANT value;
-        VariantInit(&value);
-        if (SUCCEEDED(bag->Read(property, &value, nullptr)) && value.vt == VT_BSTR) {
-            text = Utf8(std::wstring_view(value.bstrVal, SysStringLen(value.bstrVal)));
-        }
-        VariantClear(&value);
-    }
-    return text;
-}
-
-std::string FriendlyName(IMoniker* moniker) {
-    const std::string name = MonikerText(moniker, L"FriendlyName");
-    return name.empty() ? "a filter without a name" : name;
+ComPtr<IGraphBuilder> CreateGraph() {
+    return CreateObject<IGraphBuilder>(CLSID_FilterGraph, "cannot create a filter graph");
 }
 
 BYTE* DataOf(IMediaSample& sample) {
@@ -102,19 +71,26 @@ BYTE* DataOf(IMediaSample& sample) {
     return data;
 }
 
-ComPtr<IPin> FindPin(IBaseFilter* filter, PIN_DIRECTION direction) {
+std::vector<ComPtr<IPin>> PinsOf(IBaseFilter* filter) {
     ComPtr<IEnumPins> pins;
-    ComPtr<IPin> pin;
-    if (FAILED(filter->EnumPins(pins.GetAddressOf()))) {
-        return nullptr;
-    }
-    while (pins->Next(1, pin.ReleaseAndGetAddressOf(), nullptr) == S_OK) {
+    Check(filter->EnumPins(pins.GetAddressOf()), "cannot list a filter's pins");
+    return ItemsOf<IPin>(pins);
+}
+
+ComPtr<IPin> FindPin(IBaseFilter* filter, PIN_DIRECTION direction) {
+    for (const ComPtr<IPin>& pin : PinsOf(filter)) {
         PIN_DIRECTION found = PINDIR_INPUT;
         if (SUCCEEDED(pin->QueryDirection(&found)) && found == direction) {
             return pin;
         }
     }
     return nullptr;
+}
+
+std::vector<ComPtr<IBaseFilter>> FiltersOf(IGraphBuilder* graph) {
+    ComPtr<IEnumFilters> filters;
+    Check(graph->EnumFilters(filters.GetAddressOf()), "cannot list the graph's filters");
+    return ItemsOf<IBaseFilter>(filters);
 }
 
 ComPtr<IBaseFilter> FilterOf(IPin* pin) {

@@ -10,20 +10,20 @@
 
 namespace nyx::host {
 
+/// An empty filter graph. Failure kPlatform.
+ComPtr<IGraphBuilder> CreateGraph();
+
 /// The memory of a sample, valid as long as the sample. Failure kPlatform.
 BYTE* DataOf(IMediaSample& sample);
 
-/// The first pin of `filter` in that direction, or null.
+/// The pins of a filter. Failure kPlatform.
+std::vector<ComPtr<IPin>> PinsOf(IBaseFilter* filter);
+
+/// The filters of a graph, from its end to its start. Failure kPlatform.
+std::vector<ComPtr<IBaseFilter>> FiltersOf(IGraphBuilder* graph);
+
+/// The first pin of `filter` in that direction, or null. Failure kPlatform.
 ComPtr<IPin> FindPin(IBaseFilter* filter, PIN_DIRECTION direction);
-
-/// The filters that are registered in a category. Failure kPlatform.
-std::vector<ComPtr<IMoniker>> FiltersOf(const CLSID& category);
-
-/// A text property of a moniker's object, such as "CLSID"; empty when it is missing.
-std::string MonikerText(IMoniker* moniker, const wchar_t* property);
-
-/// The friendly name of a moniker's object.
-std::string FriendlyName(IMoniker* moniker);
 
 /// The filter that owns `pin`.
 ComPtr<IBaseFilter> FilterOf(IPin* pin);

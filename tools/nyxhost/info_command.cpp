@@ -7,8 +7,6 @@
 #include "console.h"
 #include "dv_description.h"
 #include "graph_tools.h"
-#include "playback_report.h"
-#include "progress.h"
 #include "text.h"
 
 namespace nyx::host {
@@ -78,7 +76,7 @@ bool IsDv(const MediaType& type) {
 std::map<LONG, FrameFacts> ReadPackets(const ClipOptions& clip) {
     std::map<LONG, FrameFacts> facts;
     PlaybackGraph::Options options = clip.graph;
-    options.deliver = PlaybackGraph::Deliver::kPackets;
+    options.packets = true;
     PlaybackGraph graph(clip.path, options, [&](const ArrivedFrame& frame) {
         BYTE* data = DataOf(frame.sample);
         const LONG size = frame.sample.GetActualDataLength();
@@ -89,8 +87,7 @@ std::map<LONG, FrameFacts> ReadPackets(const ClipOptions& clip) {
         }
     });
     PrintStreams(clip.path, graph.Clip());
-    Progress progress("reading", graph.FramesToCome());
-    graph.Play([&progress](LONG done) { progress.Show(done); });
+    graph.Play("reading");
     return facts;
 }
 
@@ -104,11 +101,7 @@ std::string ReadPictures(const ClipOptions& clip, std::map<LONG, FrameFacts>* fa
                    AspectText(frame.type).c_str(), Field1Text(frame.sample).c_str(),
                    frame.typeChanged ? "  new type" : "");
     });
-    PassResult result;
-    {
-        Progress progress("decoding", graph.FramesToCome());
-        result = graph.Play([&progress](LONG done) { progress.Show(done); });
-    }
+    const PassResult result = graph.Play("decoding");
     for (const LostFrame& frame : result.lost) {
         (*facts)[frame.index].picture = "  could not be decoded: " + ResultText(frame.result);
     }

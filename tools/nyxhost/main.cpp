@@ -11,7 +11,6 @@
 #include "commands.h"
 #include "console.h"
 #include "failure.h"
-#include "interrupt.h"
 #include "module_registry.h"
 #include "text.h"
 

@@ -1,12 +1,27 @@
 #pragma once
 
-#include <windows.h>
-
-#include <optional>
+#include <filesystem>
 #include <string>
 #include <vector>
 
+#include "com.h"
+
 namespace nyx::host {
+
+/// A filter in one of the system's lists.
+struct ListedFilter {
+    std::string name;
+    CLSID clsid;
+    ComPtr<IMoniker> moniker;
+};
+
+/// The filters of a category, and those that intelligent connect tries for a video subtype: those
+/// that register it, with a merit above MERIT_DO_NOT_USE. Failure kPlatform.
+std::vector<ListedFilter> FiltersIn(const CLSID& category);
+std::vector<ListedFilter> DecodersFor(const GUID& subtype);
+
+/// Creates a filter. Failure kNoEngine, with the reason.
+ComPtr<IBaseFilter> CreateFilter(const ListedFilter& listed);
 
 /// A filter of one of our modules, from the filter categories and the registry.
 struct RegisteredFilter {
@@ -19,11 +34,14 @@ struct RegisteredFilter {
 /// "32-bit" or "64-bit": the word size of this program and of every module that it can load.
 std::string WordSize();
 
+/// The unnamed value of a registry key below `parent`; empty without one.
+std::wstring RegisteredText(HKEY parent, const std::wstring& key);
+
+/// Where a loaded library was loaded from, or this program for null.
+std::filesystem::path ModulePath(HMODULE module);
+
 /// Whether a DLL of this name is registered for programs of the other word size.
 bool IsRegisteredForOthers(const std::string& moduleFile);
-
-/// The merit of a registered DirectShow filter; nothing when it is not registered.
-std::optional<DWORD> MeritOf(const CLSID& clsid);
 
 /// Every filter whose DLL has the file name `moduleFile`, ordered by the filter's name. Failure
 /// kPlatform.

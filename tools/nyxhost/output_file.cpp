@@ -12,9 +12,7 @@ OutputFile::OutputFile(const std::string& path)
     : path_(path),
       file_(AdoptFile(CreateFileW(Wide(path).c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
                                   CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr))) {
-    if (file_ == nullptr) {
-        throw Failure(ExitCode::kOutput, "cannot create " + path + ": " + ResultText(LastError()));
-    }
+    Check(file_ != nullptr ? S_OK : LastError(), "cannot create " + path, ExitCode::kOutput);
 }
 
 OutputFile::~OutputFile() {
@@ -32,14 +30,12 @@ void OutputFile::Write(const void* data, DWORD size) {
     } else if (written != size) {
         result = HRESULT_FROM_WIN32(ERROR_DISK_FULL);
     }
-    Check(result, ("cannot write " + path_).c_str(), ExitCode::kOutput);
+    CheckWritten(result);
 }
 
 void OutputFile::Seek(DWORD distance, DWORD from) {
-    if (SetFilePointer(file_.get(), static_cast<LONG>(distance), nullptr, from) ==
-        INVALID_SET_FILE_POINTER) {
-        throw Failure(ExitCode::kOutput, "cannot write " + path_ + ": " + ResultText(LastError()));
-    }
+    const DWORD place = SetFilePointer(file_.get(), static_cast<LONG>(distance), nullptr, from);
+    CheckWritten(place != INVALID_SET_FILE_POINTER ? S_OK : LastError());
 }
 
 void OutputFile::Replace(DWORD place, const void* data, DWORD size) {
@@ -49,9 +45,11 @@ void OutputFile::Replace(DWORD place, const void* data, DWORD size) {
 }
 
 void OutputFile::Finish() {
-    if (!CloseFile(std::move(file_))) {
-        throw Failure(ExitCode::kOutput, "cannot write " + path_ + ": " + ResultText(LastError()));
-    }
+    CheckWritten(CloseFile(std::move(file_)) ? S_OK : LastError());
+}
+
+void OutputFile::CheckWritten(HRESULT result) const {
+    Check(result, "cannot write " + path_, ExitCode::kOutput);
 }
 
 void RefuseSameFile(const std::string& input, const std::string& output) {

@@ -31,6 +31,7 @@ class OutputFile {
 
   private:
     void Seek(DWORD distance, DWORD from);
+    void CheckWritten(HRESULT result) const;
 
     const std::string path_;
     UniqueHandle file_;

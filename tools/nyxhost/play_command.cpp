@@ -27,7 +27,7 @@ bool Render(IGraphBuilder* graph, const SourceStream& stream, const char* what) 
 }
 
 ExitCode RunPlay(const ClipOptions& options) {
-    const auto graph = CreateObject<IGraphBuilder>(CLSID_FilterGraph, kNoFilterGraph);
+    const auto graph = CreateGraph();
     const Footage clip(graph.Get(), options.path);
     const LONG first = clip.FrameAt(options.graph.from);
     if (IsWine()) {  // whose other renderers crash without 3D

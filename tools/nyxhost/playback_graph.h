@@ -6,7 +6,6 @@
 #include "clip_graph.h"
 #include "footage.h"
 #include "frame_source.h"
-#include "one_filter_rule.h"
 #include "picture_format.h"
 
 namespace nyx::host {
@@ -15,15 +14,9 @@ namespace nyx::host {
 /// system chooses: source -> decoder -> the tool's own sink.
 class PlaybackGraph final : public ClipGraph {
   public:
-    /// What the sink receives.
-    enum class Deliver {
-        kPictures,  ///< in `format`, or in the first format that the decoder offers
-        kPackets    ///< as stored in the file, without a decoder
-    };
-
     struct Options {
-        Deliver deliver = Deliver::kPictures;
-        const PictureFormat* format = nullptr;
+        bool packets = false;  ///< the sink receives packets as stored, without a decoder
+        const PictureFormat* format = nullptr;  ///< of pictures; null for the decoder's first
         Place from;
         LONG frames = LONG_MAX;  ///< number of frames to play
     };
@@ -35,16 +28,8 @@ class PlaybackGraph final : public ClipGraph {
     /// Builds the graph over frames from memory, to play all of them.
     PlaybackGraph(const FrameList& frames, const Options& options, OnFrame onFrame);
 
-    ~PlaybackGraph() { Close(); }
-
     /// The file; only with the constructor that takes its path.
     const Footage& Clip() const { return *footage_; }
-
-    /// The number in the clip of the first frame to play.
-    LONG FirstFrame() const { return first_; }
-
-    /// The number of frames that Play delivers, by the file's own duration.
-    LONG FramesToCome() const;
 
     /// Passes the samples of a stream of Clip().Audio() to `onSample` while frames play. Call it
     /// before Play(); an exception from `onSample` ends the pass. Failure kPlatform.
@@ -54,12 +39,9 @@ class PlaybackGraph final : public ClipGraph {
     const std::string& DecoderName() const { return decoderName_; }
 
   private:
-    ComPtr<IPin> ConnectEnd(IPin* from, const MediaType& compressed);
+    ComPtr<IPin> ConnectEnd(IPin* from, const MediaType& compressed, const Options& options);
 
-    const Options options_;
-    OneFilterRule rule_;
     std::unique_ptr<Footage> footage_;
-    LONG first_ = 0;
     std::string decoderName_;
 };
 

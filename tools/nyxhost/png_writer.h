@@ -5,7 +5,7 @@
 #include <wincodec.h>
 
 #include "com.h"
-#include "picture.h"
+#include "host/media_type.h"
 
 namespace nyx::host {
 
@@ -15,9 +15,12 @@ class PngWriter {
     /// Failure kPlatform when the imaging component is missing.
     PngWriter();
 
-    /// Writes `picture` to `path` (UTF-8), replacing an older file; a failure leaves no partial
-    /// file. Failure kOutput, or kPlatform when the imaging component fails.
-    void Write(const std::string& path, const Picture& picture) const;
+    /// Writes the bytes of a sample to `path` (UTF-8), replacing an older file; a failure leaves no
+    /// partial file. `type` has a video format block and an RGB subtype of PictureFormats(); a
+    /// positive height means bottom-up rows. Failure kDecode when the sample is too short for its
+    /// type, kOutput, or kPlatform for any other type or when the imaging component fails.
+    void Write(const std::string& path, const MediaType& type, const BYTE* data,
+               std::size_t size) const;
 
   private:
     ComPtr<IWICImagingFactory> factory_;

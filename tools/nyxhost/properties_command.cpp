@@ -8,40 +8,28 @@
 #include "commands.h"
 #include "console.h"
 #include "encoder_filter.h"
-#include "graph_tools.h"
 #include "platform/system.h"
 #include "text.h"
 
 namespace nyx::host {
 namespace {
 
-/// The property pages that a filter lists.
-class PageList {
-  public:
-    explicit PageList(const ComPtr<IBaseFilter>& filter) {
-        Check(Query<ISpecifyPropertyPages>(filter, "the encoder lacks ISpecifyPropertyPages")
-                  ->GetPages(&pages_),
-              "cannot list the encoder's property pages");
-    }
-    ~PageList() { CoTaskMemFree(pages_.pElems); }
-    PageList(const PageList&) = delete;
-    PageList& operator=(const PageList&) = delete;
-
-    const CAUUID& Get() const { return pages_; }
-
-  private:
-    CAUUID pages_{};
+struct TaskMemoryFree {
+    void operator()(void* memory) const { CoTaskMemFree(memory); }
 };
 
 void ShowPages() {
     const EncoderFilter encoder = FindEncoder();
     const EncodeParameterBlock before = LiveParameters(encoder);
     Print(encoder.name + ", " + DescribeParameters(before) + "\n");
-    const PageList pages(encoder.filter);
+    CAUUID pages{};
+    Check(Query<ISpecifyPropertyPages>(encoder.filter, "the encoder lacks ISpecifyPropertyPages")
+              ->GetPages(&pages),
+          "cannot list the encoder's property pages");
+    const std::unique_ptr<GUID, TaskMemoryFree> owner(pages.pElems);
     IUnknown* object = encoder.filter.Get();
     Check(OleCreatePropertyFrame(nullptr, 0, 0, Wide(encoder.name).c_str(), 1, &object,
-                                 pages.Get().cElems, pages.Get().pElems, LOCALE_USER_DEFAULT, 0,
-                                 nullptr),
+                                 pages.cElems, pages.pElems, LOCALE_USER_DEFAULT, 0, nullptr),
           "cannot show the property frame");
     const EncodeParameterBlock after = LiveParameters(encoder);
     if (DescribeParameters(after) != DescribeParameters(before)) {
@@ -56,15 +44,12 @@ void ShowPages() {
 ExitCode RunProperties() {
     std::exception_ptr thrown;
     std::thread window([&thrown] {
-        const HRESULT started = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+        const ComApartment apartment(COINIT_APARTMENTTHREADED);
         try {
-            Check(started, "cannot initialise COM");
+            Check(apartment.Result(), "cannot initialise COM");
             ShowPages();
         } catch (...) {
             thrown = std::current_exception();
-        }
-        if (SUCCEEDED(started)) {
-            CoUninitialize();
         }
     });
     window.join();

@@ -60,7 +60,7 @@ class Counter {
 /// Reports why the system plays no picture of a file: our source or the decoders refuse it, or the
 /// system chooses another source.
 [[noreturn]] void ExplainRefusal(const std::string& path, HRESULT rendered) {
-    const auto graph = CreateObject<IGraphBuilder>(CLSID_FilterGraph, kNoFilterGraph);
+    const auto graph = CreateGraph();
     const Footage clip(graph.Get(), path);
     const Counter pictures(graph.Get(), L"Pictures", IsPicture);
     if (SUCCEEDED(pictures.Connect(graph.Get(), clip.Video().pin.Get()))) {
@@ -85,7 +85,7 @@ long PicturesToCome(const ComPtr<IGraphBuilder>& graph, const MediaType& type) {
 
 ExitCode RunRender(const std::string& path) {
     CheckReadable(path);
-    const auto graph = CreateObject<IGraphBuilder>(CLSID_FilterGraph, kNoFilterGraph);
+    const auto graph = CreateGraph();
     const Counter pictures(graph.Get(), L"Pictures", IsPicture);
     const Counter audio(graph.Get(), L"Audio", IsAudio);
     const HRESULT rendered = graph->RenderFile(Wide(path).c_str(), nullptr);

@@ -8,41 +8,19 @@
 #include "graph_tools.h"
 
 namespace nyx::host {
-namespace {
-
-/// Builds RIFF chunks: a code, the length of the data, the data and, after an odd length, a pad
-/// byte.
-class ChunkBytes {
-  public:
-    void Add(const void* data, std::size_t size) {
-        const auto* from = static_cast<const BYTE*>(data);
-        bytes_.insert(bytes_.end(), from, from + size);
-    }
-    void AddHead(const char (&code)[5], DWORD size) {
-        Add(code, 4);
-        Add(&size, sizeof(size));
-    }
-    const std::vector<BYTE>& Get() const { return bytes_; }
-
-  private:
-    std::vector<BYTE> bytes_;
-};
-
-}  // namespace
-
 WavWriter::WavWriter(const std::string& path, const MediaType& type) : file_(path) {
     const auto& wave = *reinterpret_cast<const WAVEFORMATEX*>(type.pbFormat);
     rate_ = wave.nSamplesPerSec;
     frameBytes_ = wave.nBlockAlign;
-    ChunkBytes head;  // Finish() fills in the two lengths that are 0 here
-    head.AddHead("RIFF", 0);
-    head.Add("WAVE", 4);
-    head.AddHead("fmt ", type.cbFormat);
-    head.Add(type.pbFormat, type.cbFormat);
-    head.Add("", type.cbFormat % 2);
-    head.AddHead("data", 0);
-    headBytes_ = static_cast<DWORD>(head.Get().size());
-    file_.Write(head.Get().data(), headBytes_);
+    // RIFF chunks: a code, the length of the data, the data and, after an odd length, a pad byte.
+    // Finish() fills in the two lengths that are 0 here.
+    std::string head("RIFF\0\0\0\0WAVEfmt ", 16);
+    head.append(reinterpret_cast<const char*>(&type.cbFormat), sizeof(type.cbFormat));
+    head.append(reinterpret_cast<const char*>(type.pbFormat), type.cbFormat);
+    head.append(type.cbFormat % 2, '\0');
+    head.append("data\0\0\0\0", 8);
+    headBytes_ = static_cast<DWORD>(head.size());
+    file_.Write(head.data(), headBytes_);
 }
 
 void WavWriter::Write(IMediaSample& sample) {
