@@ -5,9 +5,6 @@
 namespace nyx::test {
 namespace {
 
-constexpr wchar_t kCore[] = L"rkzcore.dll", kAlpha[] = L"rkzalpha.dll";
-constexpr wchar_t kZeta2Core[] = L"rkz2core.dll", kLlc[] = L"rkllc.dll";
-
 // Words that an engine sets.
 static_assert(offsetof(ZetaAlphaProbeRecord, codedLength) == 2 * sizeof(void*) &&
               offsetof(MpegIntraState, codedHeight) == 2 * sizeof(LONG));
