@@ -1,4 +1,4 @@
-/// Pictures as surfaces: index, geometry and size, and the clean black of transparent pixels.
+/// Pictures as surfaces: geometry and size, and the clean black of transparent pixels.
 
 #include <gtest/gtest.h>
 
@@ -52,7 +52,8 @@ TEST(Surfaces, AreBottomUpForRgbOnlyAndRefusedWithoutIndexOrBeyond32Bits) {
         EXPECT_EQ(std::tuple(surface.stride, surface.height, SurfaceSize(row.header)),
                   std::tuple(row.stride, row.stride != 0 ? 3 : 0, row.size));
     }
-    EXPECT_TRUE(IsHighDefinition(kMin, kMin));
+    EXPECT_TRUE(IsHighDefinition(kMin, kMin) && IsHighDefinition(960, -720));
+    EXPECT_FALSE(IsHighDefinition(959, 720) || IsHighDefinition(960, -719));
 }
 
 TEST(Matte, ReplacesTransparentPixelsByTheBlackOfTheirLayout) {

@@ -102,8 +102,8 @@ TEST(TenBitCodec, UnpacksAndPacksThePictureAndNothingElse) {
     constexpr struct {
         LONG width, height;
         DWORD rowBytes, reported;
-    } kSizes[] = {{2, 1, 128, 240},      {46, 5, 128, 128},       {50, 16, 256, 368},
-                  {720, 17, 1920, 1920}, {1280, 719, 3456, 3488}, {960, 720, 2560, 2560},
+    } kSizes[] = {{2, 1, 128, 240},      {46, 5, 128, 128},      {50, 16, 256, 368},
+                  {720, 17, 1920, 1920}, {1280, 33, 3456, 3488}, {960, 720, 2560, 2560},
                   {952, 720, 2560, 2576}};  // to high definition where the output is wider
     for (const auto& size : kSizes) {
         for (LONG i = 0; i < 12; ++i) {

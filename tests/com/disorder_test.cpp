@@ -40,16 +40,10 @@ class Disorder : public RowTest {
         }
     }
     void EnterState(FILTER_STATE next) {
-        switch (next) {
-            case State_Stopped:
-                EXPECT_EQ(rig.filter->Stop(), S_OK);
-                break;
-            case State_Paused:
-                EXPECT_EQ(rig.filter->Pause(), S_OK);
-                break;
-            case State_Running:
-                EXPECT_EQ(rig.filter->Run(0), S_OK);
-                break;
+        if (next == State_Stopped) {
+            EXPECT_EQ(rig.filter->Stop(), S_OK);
+        } else {
+            EXPECT_EQ(next == State_Paused ? rig.filter->Pause() : rig.filter->Run(0), S_OK);
         }
         if (next == State_Stopped && state != State_Stopped && out) {
             flushing = failed = false;
@@ -57,7 +51,7 @@ class Disorder : public RowTest {
         state = next;
     }
     void StartOrStop(bool stop) {
-        EnterState(stop ? State_Stopped : Any(2) == 0 ? State_Paused : State_Running);
+        EnterState(stop ? State_Stopped : static_cast<FILTER_STATE>(1 + Any(2)));
     }
     void Flush(bool begin) {
         const HRESULT result = begin ? rig.input->BeginFlush() : rig.input->EndFlush();

@@ -32,14 +32,6 @@ TEST_P(Pins, HaveTheirInterfacesAndNoOthers) {
     }
 }
 
-TEST_P(Pins, PassSeekingUpstream) {
-    ASSERT_EQ(rig.ConnectInput(), S_OK);
-    rig.source.Forget();
-    LONGLONG duration = 0;
-    As<IMediaSeeking>(rig.output)->GetDuration(&duration);
-    EXPECT_TRUE(rig.source.WasAskedFor(IID_IMediaSeeking));
-}
-
 TEST_P(Pins, ReportFilterDirectionNameAndId) {
     for (const auto& [pin, name, id, direction] :
          {std::tuple(rig.input, L"XForm In", L"In", PINDIR_INPUT),

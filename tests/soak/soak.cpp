@@ -52,11 +52,15 @@ Bytes Frame(const CatalogueRow& row, int number) {
         const Bytes picture = SmoothPicture(header, number);
         return standin::FrameCoder(coding).Code(picture.data(), width, height, 4);
     }
+    if (row.IsEncoder()) {
+        return SmoothPicture(row.InputType().Header(), number);
+    }
+    if (!row.engine) {
+        return Q210Frame(RandomTenBitPicture(width, height, unsigned(number)));
+    }
     Bytes frame = row.Frame(row.stream);  // the stand-in makes a DV picture of all of its bytes
     frame.back() = static_cast<BYTE>(number);
-    return row.IsEncoder() ? SmoothPicture(row.InputType().Header(), number)
-           : row.engine    ? frame
-                           : Q210Frame(RandomTenBitPicture(width, height, unsigned(number)));
+    return frame;
 }
 
 /// Feeds one filter on a thread of its own, graph after graph, each with the filter's next output
@@ -96,19 +100,6 @@ struct Load {
     std::thread thread;
 };
 
-/// Says which file each filter's engine is, and lets it go again.
-void ShowEngines() {
-    for (const CatalogueRow& row : Catalogue()) {
-        const HMODULE engine = row.engine ? LoadLibraryW(row.engine) : nullptr;
-        wchar_t path[MAX_PATH] = {};
-        if (engine) {
-            GetModuleFileNameW(engine, path, MAX_PATH);
-            FreeLibrary(engine);
-        }
-        std::printf("%-22s %ls\n", row.name, path);
-    }
-}
-
 }  // namespace
 }  // namespace nyx::test
 
@@ -122,7 +113,6 @@ int main(int count, char** arguments) {
     openFrames = count == 4 ? arguments[3] : "";
     const EngineSearch engines(openFrames.empty() ? L"" : L"..\\open");
     SetEnvironmentVariableW(L"PATH", EngineFolder().c_str());  // searched last
-    ShowEngines();
     std::vector<Load> loads(Catalogue().begin(), Catalogue().end());
     std::atomic<bool> going{true};
     for (Load& load : loads) {
