@@ -5,10 +5,7 @@
 #include <mmintrin.h>
 #include <xmmintrin.h>
 
-#include <atomic>
-#include <chrono>
 #include <stdexcept>
-#include <thread>
 #include <tuple>
 
 #include "codecs/fault_guard.h"
@@ -75,29 +72,6 @@ TEST(Engines, AreRefusedOneByOne) {
     EXPECT_TRUE(IsLoaded(kCore)) << "the process's own reference";
     FreeLibrary(old);
     EXPECT_FALSE(IsLoaded(kCore));
-}
-
-TEST(Engines, AreThereForEveryThreadThatMakesACodecWhileOthersComeAndGo) {
-    const EngineSearch search;
-    std::atomic<int> missing{0};
-    EngineFamily* const families[] = {&ZetaEngines(), &Zeta2Engines(), &LosslessEngines(),
-                                      &DvEngines()};
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(3);
-    std::vector<std::thread> threads;
-    for (std::size_t i = 0; i < 4; ++i) {
-        threads.emplace_back([&, round = i]() mutable {
-            do {
-                EngineFamily& family = *families[round++ % 4];
-                const EngineUse use(family);
-                missing += family.IsComplete() && use[0].Decode<ZetaEntry>() ? 0 : 1;
-            } while (std::chrono::steady_clock::now() < end);
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(missing, 0);
-    EXPECT_FALSE(IsLoaded(kCore) || IsLoaded(kAlpha) || IsLoaded(kZeta2Engine));
 }
 
 // The guard.

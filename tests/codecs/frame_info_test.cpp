@@ -7,10 +7,8 @@
 #include "tests/support/frames.h"
 #include "tests/support/guard.h"
 
-namespace nyx {
+namespace nyx::test {
 namespace {
-
-using namespace test;
 
 /// A codec's description of a frame, in memory that ends with the frame.
 FrameInfo InfoOf(const Bytes& frame, LONG width, LONG height, REFERENCE_TIME duration,
@@ -76,4 +74,4 @@ TEST(FrameInfo, IgnoresChunksOfWrongSizesOrOutsideTheContainer) {
 }
 
 }  // namespace
-}  // namespace nyx
+}  // namespace nyx::test

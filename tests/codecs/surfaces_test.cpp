@@ -9,10 +9,8 @@
 #include "convert/formats.h"
 #include "tests/support/frames.h"
 
-namespace nyx {
+namespace nyx::test {
 namespace {
-
-using namespace test;
 
 constexpr LONG kMin = std::numeric_limits<LONG>::min();
 constexpr LONG kMax = std::numeric_limits<LONG>::max();
@@ -98,4 +96,4 @@ TEST(Matte, ReplacesTransparentPixelsByTheBlackOfTheirLayout) {
 }
 
 }  // namespace
-}  // namespace nyx
+}  // namespace nyx::test

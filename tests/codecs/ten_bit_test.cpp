@@ -10,10 +10,8 @@
 #include "tests/codecs/converted.h"
 #include "tests/support/guard.h"
 
-namespace nyx {
+namespace nyx::test {
 namespace {
-
-using namespace test;
 
 constexpr BYTE kGuard = 0xA5;
 
@@ -114,4 +112,4 @@ TEST(TenBitCodec, UnpacksAndPacksThePictureAndNothingElse) {
 }
 
 }  // namespace
-}  // namespace nyx
+}  // namespace nyx::test

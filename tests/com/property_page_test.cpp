@@ -5,6 +5,7 @@
 #include <ocidl.h>
 
 #include "filters/zeta_property_page_resources.h"
+#include "platform/class_ids.h"
 #include "tests/com/encoder_parameters.h"
 
 namespace nyx::test {
@@ -106,7 +107,9 @@ Shown Look(const PageFrame& page) {
 
 class Page : public ParametersTest {
   protected:
-    static ComPtr<IPropertyPage> New() { return Module().Create<IPropertyPage>(kPropertyPage); }
+    static ComPtr<IPropertyPage> New() {
+        return Module().Create<IPropertyPage>(CLSID_NyxZetaPropertyPage);
+    }
     void SetLive(const Words& w) {
         const EncodeParameterBlock block = {w[0], w[1], w[2], w[3]};
         ASSERT_EQ(encoder_->SetParameter(&block, FALSE), S_OK);
@@ -136,7 +139,7 @@ TEST_F(Page, IsTheEncodersAndShowsTheParametersOfEachInTurn) {
     EXPECT_EQ(pages->GetPages(nullptr), E_POINTER);
     ASSERT_EQ(pages->GetPages(&list), S_OK);
     ASSERT_EQ(list.cElems, 1u);
-    EXPECT_EQ(list.pElems[0], kPropertyPage);
+    EXPECT_EQ(list.pElems[0], CLSID_NyxZetaPropertyPage);
     CoTaskMemFree(list.pElems);
     for (const auto& c : cases) {
         encoder_ = NewEncoder();

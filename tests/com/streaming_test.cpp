@@ -108,14 +108,6 @@ TEST_P(Streaming, RefusesSamplesWithoutData) {
     }
 }
 
-TEST_P(Streaming, NeitherDeliversNorReportsAFailedFrameAndGoesOn) {
-    rig.Start();
-    EXPECT_EQ(rig.Push(rig.Frame(), {.length = 1}), E_FAIL);
-    EXPECT_EQ(rig.sink.Count(), 0u);
-    EXPECT_EQ(rig.graph->Seen().size(), 0u);
-    Through(rig.Frame());
-}
-
 TEST_P(Streaming, TakesMemoryOfAnyAlignment) {
     HostileAllocator& buffers = rig.OwnAllocator();
     rig.Start();

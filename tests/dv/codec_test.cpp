@@ -278,21 +278,22 @@ TEST_F(DvCodec, PicturesThatCannotBeEncodedAreRefused) {
 }
 
 TEST(DvDescription, HasDatesOfBothCenturiesButNoInvalidOnes) {
-    const std::tuple<BYTE, BYTE, BYTE, const char*> dates[] = {{0xC1, 0xE1, 0x00, "2000-01-01 "},
-                                                               {0xF1, 0xF2, 0x74, "2074-12-31 "},
-                                                               {0xC6, 0xE5, 0x75, "1975-05-06 "},
-                                                               {0x09, 0x10, 0x99, "1999-10-09 "},
-                                                               {0xF2, 0xE5, 0x04, ""},
-                                                               {0xC0, 0xE5, 0x04, ""},
-                                                               {0xC6, 0xF3, 0x04, ""},
-                                                               {0xC6, 0xE0, 0x04, ""},
-                                                               {0xC6, 0xE5, 0x0A, ""},
-                                                               {0xC6, 0xE5, 0xA0, ""}};
-    for (const auto& [day, month, year, text] : dates) {
+    // Day, month and year as the pack's last three bytes, in BCD below flags.
+    constexpr std::pair<DWORD, const char*> kDates[] = {{0xC1E100, "2000-01-01 "},
+                                                        {0xF1F274, "2074-12-31 "},
+                                                        {0xC6E575, "1975-05-06 "},
+                                                        {0x091099, "1999-10-09 "},
+                                                        {0xF2E504, ""},
+                                                        {0xC0E504, ""},
+                                                        {0xC6F304, ""},
+                                                        {0xC6E004, ""},
+                                                        {0xC6E50A, ""},
+                                                        {0xC6E5A0, ""}};
+    for (const auto& [date, text] : kDates) {
         DvFrame frame = LoadFrame("dv25_625_4x3");
-        frame.SetPackByte(0x62, 2, day);
-        frame.SetPackByte(0x62, 3, month);
-        frame.SetPackByte(0x62, 4, year);
+        for (std::size_t i = 2; i <= 4; ++i) {
+            frame.SetPackByte(0x62, i, static_cast<BYTE>(date >> (4 - i) * 8));
+        }
         const std::string described = host::DescribeDvFrame(frame.data(), frame.size());
         EXPECT_NE(described.find(std::string("recorded ") + text + "07:08:09"), described.npos)
             << described;

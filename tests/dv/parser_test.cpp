@@ -6,13 +6,8 @@
 #include "tests/dv/dv_frames.h"
 #include "tests/support/guard.h"
 
-namespace nyx {
+namespace nyx::test {
 namespace {
-
-using test::AudioPackByte;
-using test::DvFrame;
-using test::LoadFrame;
-using test::SubcodePackByte;
 
 template <class... Numbers>
 std::vector<LONG> Longs(Numbers... numbers) {
@@ -279,7 +274,7 @@ TEST(PackSearch, TheBestOfSeveralPlacesWins) {
         }
     }
     ExpectOrder(120000, 0x13, {12110, 110}, FindTimecodePack);
-    ExpectOrder(144000, 0x42, test::PackBytes(12),
+    ExpectOrder(144000, 0x42, PackBytes(12),
                 [](auto... frame) { return FindPack(frame..., 0x42); });
     DvFrame frame = DvFrame::Blank(240000);
     frame[5 * 12000 + AudioPackByte(7)] = 0x50;
@@ -357,7 +352,7 @@ TEST(DifBounds, CutFramesParse) {
     CLvtDifParser parser;
     const auto step = [](std::size_t size) { return size % 12000 < 800 ? 1u : 11u; };
     for (std::size_t size = 0; size < 26000; size += step(size)) {
-        const test::GuardedMemory copy(std::vector<BYTE>(ntsc.data(), ntsc.data() + size));
+        const GuardedMemory copy(std::vector<BYTE>(ntsc.data(), ntsc.data() + size));
         std::ignore = parser.Parse(copy.data(), size);
         parser.GetTimecodePack(), parser.GetRecTimePack();
     }
@@ -375,4 +370,4 @@ TEST(DifBounds, CutFramesParse) {
 }
 
 }  // namespace
-}  // namespace nyx
+}  // namespace nyx::test
