@@ -264,6 +264,18 @@ TEST_F(BaseClasses, StatisticsFollowTheFramesAndFlushingForgetsThem) {
               std::tuple(0, 0, 300000));
 }
 
+TEST(MediaTypes, KeepTheirBlockWithoutMemoryForAnother) {
+    CMediaType kept;
+    ASSERT_EQ(kept.Set(Numbered(7)), S_OK);
+    AM_MEDIA_TYPE huge = kept;
+    huge.cbFormat = 0xFFFFFFF0u;
+    if (sizeof(void*) == 4) {  // 64-bit programs may get such a block
+        EXPECT_EQ(kept.Set(huge), E_OUTOFMEMORY);
+        EXPECT_EQ(kept.AllocFormatBuffer(huge.cbFormat), nullptr);
+    }
+    EXPECT_EQ(*kept.pbFormat, 7);
+}
+
 }  // namespace
 }  // namespace nyx::test
 

@@ -1,5 +1,5 @@
-/// The engines' libraries as they are found, refused, shared and let go, and the guard that every
-/// call into them crosses.
+/// How the engines' libraries are found, refused, shared and freed, and the guard around every call
+/// into them.
 
 #include <gtest/gtest.h>
 #include <mmintrin.h>
@@ -39,8 +39,8 @@ TEST(Engines, AreLoadedByTheFirstUserAndFreedByTheLast) {
     }
 }
 
-TEST(Engines, AreKeptWholeAndNewEnoughOrLetGoAtOnce) {
-    // The old ones are a step too old, their low version words at the most.
+TEST(Engines, AreKeptIfWholeAndNewEnoughElseFreedAtOnce) {
+    // The old ones are one version too old; the low words of their versions are the greatest.
     for (const wchar_t* folder :
          {L"", L"none", L"old", L"unversioned", L"no_encode", L"no_decode"}) {
         SCOPED_TRACE(std::wstring(folder).size());
@@ -61,7 +61,7 @@ TEST(Engines, AreKeptWholeAndNewEnoughOrLetGoAtOnce) {
 }
 
 TEST(Engines, AreRefusedOneByOne) {
-    // A library that the process has already is found before the folders are searched.
+    // The loader finds a library that the process has loaded before it searches the folders.
     const HMODULE old = LoadLibraryW((EngineFolder(L"old") + L"\\" + kCore).c_str());
     const EngineSearch search;
     {
@@ -80,7 +80,7 @@ void Raise(DWORD code, DWORD flags = EXCEPTION_NONCONTINUABLE) {
     RaiseException(code, flags, 0, nullptr);
 }
 void WriteToNull() {
-    volatile LONG* volatile nowhere = nullptr;  // unknown to the optimiser, which drops the rest
+    volatile LONG* volatile nowhere = nullptr;  // hides the null from the optimiser
     *nowhere = 1;
 }
 LONG __stdcall Quotient(LONG a, LONG b) {
@@ -89,11 +89,11 @@ LONG __stdcall Quotient(LONG a, LONG b) {
     return quotient;
 }
 
-/// Something that happens in a guarded call, and whose it is.
+/// An event in a guarded call.
 struct Event {
     const char* name;
     void (*call)();
-    bool taken = true;  ///< by the guard; else left to the host
+    bool taken = true;  ///< by the guard; it leaves the others to the host
 };
 __attribute__((noinline)) LONG Recurse(LONG depth) {
     volatile char page[2048];
@@ -132,11 +132,11 @@ DWORD WINAPI RunGuarded(void* context) {
     auto& thread = *static_cast<HostThread*>(context);
     thread.result = Guarded([&] { thread.event.call(); });
     EXPECT_THROW(throw std::runtime_error("outside"), std::runtime_error);
-    Raise(kOfTheHost);  // nothing of the guard's may stand in its way
+    Raise(kOfTheHost);  // the guard must not handle it
     return 0;
 }
 
-/// The host's last resort gives up on the thread, which may have no stack left to tidy up on.
+/// The host's filter for unhandled exceptions ends the thread, which may have no stack left.
 LONG WINAPI EndThread(EXCEPTION_POINTERS* pointers) {
     return TerminateThread(GetCurrentThread(), pointers->ExceptionRecord->ExceptionCode), 0;
 }

@@ -1,4 +1,4 @@
-/// A frame's description by the chunks in front of it, or by its size.
+/// A frame's description by the chunks in front of it. The offered types show the defaults.
 
 #include <gtest/gtest.h>
 

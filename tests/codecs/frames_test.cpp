@@ -1,5 +1,5 @@
-/// Frames of every codec but DV: chunks, wider outputs, alpha, threads, failing engines, cut frames
-/// and inaccessible memory.
+/// Frames of every codec but those of DV: chunks, wider outputs, alpha, threads, failing engines,
+/// cut frames and inaccessible memory.
 
 #include "tests/codecs/engine_frames.h"
 #include "tests/support/leaks.h"
@@ -105,7 +105,7 @@ TEST_P(EachFrame, IsRefusedWithoutHeadersOrMemory) {
 TEST_P(EachFrame, OfAFailingEngineFailsWithoutAnEffectOnTheNext) {
     const bool mpeg = stream_.codec == kMpeg;
     Bytes coded(codec_.GetMaxCompressedSize(&output_, stream_.alpha));
-    // A length of 0 is within any. Lossless frames have no probe, and the MPEG-2 engine's has no
+    // A length of 0 fits any buffer. Lossless frames have no probe, and the MPEG-2 engine's has no
     // length.
     for (const std::string what :
          {"probe:access", "probe:throw", "probe:longer", "probe:zero", "decode:access",

@@ -1,5 +1,5 @@
-/// Which headers each codec takes, in both directions, and what it says of itself. No engine is
-/// there: queries need none.
+/// Which headers each codec takes, in both directions, and how it describes itself. Queries need no
+/// engine, so that none can be found here.
 
 #include <gtest/gtest.h>
 
@@ -101,7 +101,7 @@ TEST_P(Queries, LookAtEachFieldOfBothHeaders) {
     EXPECT_EQ(codec_.CompressQuery(nullptr, false, nullptr), EncodeAnswer(false));
 }
 
-TEST_P(Queries, TakeTheSizesOfTheCodecAndTellWhatItIs) {
+TEST_P(Queries, TakeTheSizesOfTheCodecAndDescribeIt) {
     const auto check = [&](LONG width, LONG height, bool accepted) {
         const BITMAPINFOHEADER stream = Stream(kOpaqueBits[number_], width, height);
         const BITMAPINFOHEADER picture = Yuy2Header(width, -height);

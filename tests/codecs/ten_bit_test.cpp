@@ -1,5 +1,5 @@
-/// Q210: the row kernels against the v210 layout by the letter, and the codec both ways against one
-/// plain unpacking or packing of the whole picture and one conversion of it.
+/// Q210: the row kernels against the v210 layout, and the codec in both directions against a plain
+/// unpacking or packing of the whole picture and its conversion.
 
 #include <gtest/gtest.h>
 

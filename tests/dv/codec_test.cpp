@@ -10,8 +10,8 @@ namespace nyx::test {
 namespace {
 
 TEST_F(DvCodec, TheEngineGetsSystemVariantAndLayout) {
-    // The application is null as recorded; the code is that of 24 bits: 32 bits are one below, the
-    // studio range two.
+    // Without an application ID a frame keeps its own. The codes are for 24 bits and full range;
+    // those of 32 bits are one less, those of studio range two less.
     constexpr std::tuple<const char*, const char*, DWORD, LONG, LONG, DWORD, DWORD> kCases[] = {
         {"dv25_525_4x3", "0000000", kDv25, 720, 480, 0x51, 4},
         {"dv25_525_16x9", "1111111", kDv25, 720, 480, 0x52, 4},
@@ -111,7 +111,7 @@ TEST_F(DvCodec, AnInvalidFrameIsABlackPictureAndNeverReachesTheEngine) {
         {pal_.Cut(143999), 16, 720, 576, 0},
         {pal_.Cut(132000), 16, 736, 576, 0},
         {pal_.Cut(13000), 16, 720, 576, 0},
-        {pal_, 16, 720, 480, 0},  // other heights, another variant
+        {pal_, 16, 720, 480, 0},  // frames of another height or variant
         {LoadFrame("dv25_525_4x3"), 16, 720, 576, 0},
         {LoadFrame("dvcprohd_720_50"), 16, 720, 576, 0},
     };

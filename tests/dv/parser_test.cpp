@@ -22,7 +22,7 @@ struct Parsed {
     const DifState& state = parser.State();
 };
 
-TEST(DifParser, EveryVariantOfRealFramesTellsWhatItIs) {
+TEST(DifParser, EveryVariantOfRealFramesIsRecognised) {
     constexpr std::tuple<const char*, LONG, LONG, LONG, LONG, LONG, LONG, LONG, LONG, LONG>
         kVariants[] = {
             {"dv25_525_4x3", 2, 60, kFourCCDv25, 30000, 1001, 648, 720, 480, 1},
@@ -58,15 +58,15 @@ TEST(DifParser, EveryVariantOfRealFramesTellsWhatItIs) {
     }
 }
 
-/// Byte `index` of every pack `pack` becomes `value`. Pack 0 stands for the application ID, pack 1
-/// for byte `index` of the frame.
+/// Byte `index` of every pack `pack` becomes `value`. Pack 0 is the application ID, pack 1 is
+/// byte `index` of the frame.
 struct Edit {
     BYTE pack;
     std::size_t index;
     BYTE value;
 };
 
-/// Whatever stops a frame from being recognised, the rest that was found is readable.
+/// The parser keeps what it finds in a frame that it does not recognise.
 TEST(DifParser, EditedFramesAreReadByTheirRules) {
     using Edits = std::vector<Edit>;
     constexpr auto kPal = "dv25_625_4x3", kNtsc = "dv25_525_4x3", kPal50 = "dvcpro50_625",
@@ -100,7 +100,7 @@ TEST(DifParser, EditedFramesAreReadByTheirRules) {
         {"locked 44.1 kHz", kPal, {{0x50, 1, 0x10}, {0x50, 4, 0x88}}, 1, 0, 1, 768, 2},
         {"locked in the second half", kPal, lockedLate, 1, 1, 1, 768, 2},
         {"audio of the other system", kPal, {{0x50, 3, 0xC0}}, 1, 0, 1, 768, 0},
-        {"unsound audio", kPal, {{0x50, 4, 0x87}}, E_FAIL, 0, 1, 768, 2},
+        {"invalid audio", kPal, {{0x50, 4, 0x87}}, E_FAIL, 0, 1, 768, 2},
         {"the second half silent", kPal, {{1, secondHalf + 2, 0x0F}}, 1, 0, 1, 768, 1},
         {"headers deny audio", kPal, denied, 1, 0, 1, 768, 1},
         {"no audio packs", "dv25_625_silent", {}, 1, 0, 1, 768, 0},
@@ -135,7 +135,7 @@ TEST(DifParser, EditedFramesAreReadByTheirRules) {
     }
 }
 
-TEST(DifParser, PayloadsAreTheFourBytesOfTheirPacksAndGoWithTheirFrame) {
+TEST(DifParser, PayloadsAreTheFourBytesOfTheirPacksAndEndWithTheirFrame) {
     DvFrame frame = LoadFrame("dv25_625_4x3", 1);
     frame.Put(12273, {0x14, 0x12, 0x34, 0x56, 0x78});
     CLvtDifParser parser;
@@ -165,7 +165,7 @@ TEST(DifParser, AspectFollowsDisplayAndBroadcastSystem) {
     }
 }
 
-TEST(DifParser, TheFrameRatePackTellsWhatTheCameraRecorded) {
+TEST(DifParser, TheFrameRatePackHasTheRateOfTheCamera) {
     // Signal type, PC1 to PC3, an error in the check byte.
     constexpr std::tuple<BYTE, BYTE, BYTE, BYTE, BYTE, LONG, LONG, LONG, LONG, LONG> kCases[] = {
         // PC1: 0x80 whole frames, 0x40 second pattern, 0x20 an integral rate; PC2: rate in BCD.
@@ -219,8 +219,8 @@ const Places kPlaces[] = {
     {kFrameRatePack, "", {}, 468, 263, "", ""},
 };
 
-/// Puts the pack at every place, the worst first: each time the new place has to be found. Of a
-/// place that is named twice the first counts.
+/// Puts the pack at every place, the last one first: the search must find each new place. Of a
+/// place that the list names twice the first counts.
 template <class Find>
 void ExpectOrder(std::size_t bytes, BYTE id, const std::vector<std::size_t>& order, Find find) {
     DvFrame frame = DvFrame::Blank(bytes);
@@ -325,7 +325,7 @@ TEST(AudioSource, EachFieldAnswersForItself) {
         {0xD400C082, S_OK, 1, 20, 48000, 1600, 0}, {0xD400C003, E_FAIL, 1, 0, 48000, 1600, 0},
         {0xD400C018, E_FAIL, 1, 16, 0, 0, 0},      {0xFFFFFFFF, S_OK, 0, 0, 0, 0, 0},
     };
-    // Channels by CHN and AUDIO_MODE; - is unsound.
+    // Channels by CHN and AUDIO_MODE; - is invalid.
     const std::string channels = "111------------0212221---------0--------------------------------";
     for (unsigned at = 0; at < 64; ++at) {
         const HRESULT result = channels[at] == '-' ? E_FAIL : S_OK;
@@ -346,7 +346,7 @@ TEST(AudioSource, EachFieldAnswersForItself) {
     EXPECT_EQ(r.channels, 0);
 }
 
-/// Bytes that end at inaccessible memory; every byte counts near the ends of packs.
+/// Bytes that end at inaccessible memory; near the ends of packs at every byte.
 TEST(DifBounds, CutFramesParse) {
     const DvFrame ntsc = LoadFrame("dv25_525_4x3");
     CLvtDifParser parser;

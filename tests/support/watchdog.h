@@ -25,11 +25,11 @@ class Watchdog {
   private:
     static void Watch() {
         constexpr int kDeadlock = 120;
-        bool stands = true;
-        for (int idle = 0; idle < kDeadlock; idle = stands ? idle + 1 : 0) {
+        bool stuck = true;
+        for (int idle = 0; idle < kDeadlock; idle = stuck ? idle + 1 : 0) {
             const unsigned seen = progress;
             std::this_thread::sleep_for(std::chrono::seconds(1));
-            stands = watching_ != 0 && seen == progress;
+            stuck = watching_ != 0 && seen == progress;
         }
         std::fputs("deadlock: no progress for two minutes\n", stderr);
         std::_Exit(3);
