@@ -25,8 +25,9 @@ bool HasCallbacks(int index) {
     return index >= kIndexV210 && index < kPixelFormatCount;
 }
 
-/// The Zeta engines' slots for an index above 12, filled for the next call since an engine may write
-/// to them; always with the same addresses, whichever thread does it. Null for "v210" and "b64a".
+/// The Zeta engines' slots for an index above 12, filled for the next call since an engine may
+/// write to them; always with the same addresses, whichever thread does it. Null for "v210" and
+/// "b64a".
 const RowCallbacks* CallbacksOf(int index) {
     static constinit RowCallbacks slots[kPackedLayouts] = {};
     if (!HasCallbacks(index)) {

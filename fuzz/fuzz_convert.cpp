@@ -8,21 +8,19 @@
 #include "convert/cpu_info.h"
 #include "convert/formats.h"
 #include "fuzz/byte_source.h"
+#include "tests/support/conversion_reference.h"
 
 namespace {
 
 using nyx::fuzz::ByteSource;
 using nyx::fuzz::Require;
+using nyx::reference::kLayouts;
 
 constexpr BYTE kUntouched = 0x5A;
 
-constexpr DWORD kFormats[] = {nyx::kYuy2, nyx::kW210, nyx::kBgr3, nyx::kRgb3, nyx::kBgra,
-                              nyx::kRgba, nyx::kArgb, nyx::k48rl, nyx::k64al, nyx::kA46l,
-                              nyx::kL64a, nyx::k30rl, nyx::k40al, nyx::kA04l, nyx::kL40a};
-
 DWORD AnyFormat(ByteSource& source) {
-    const auto choice = source.ConsumeIntegralInRange<std::size_t>(0, std::size(kFormats));
-    return choice < std::size(kFormats) ? kFormats[choice] : source.ConsumeIntegral<DWORD>();
+    const auto choice = source.ConsumeIntegralInRange<std::size_t>(0, std::size(kLayouts));
+    return choice < std::size(kLayouts) ? kLayouts[choice].fourcc : source.ConsumeIntegral<DWORD>();
 }
 
 /// An image in memory that ends with its last pixel, so that the sanitizer sees the first byte too

@@ -7,6 +7,7 @@
 
 #include "fuzz/byte_source.h"
 #include "source/footage_file.h"
+#include "tests/support/memory_source.h"
 
 extern "C" int __interceptor_posix_memalign(void**, std::size_t alignment, std::size_t size);
 extern "C" void* __interceptor_realloc(void*, std::size_t size);
@@ -14,26 +15,6 @@ extern "C" void* __interceptor_realloc(void*, std::size_t size);
 namespace {
 
 int untilFailure = 0;  // allocations; 0: none fails
-
-/// A file in memory, of which one byte cannot be read.
-struct MemoryFile final : nyx::source::ByteSource {
-    MemoryFile(nyx::ByteSpan bytes, std::int64_t place) : data(bytes), bad(place) {}
-
-    int ReadAt(std::int64_t position, std::span<BYTE> to) noexcept override {
-        if (position <= bad && bad - position < static_cast<std::int64_t>(to.size())) {
-            return -1;
-        }
-        const nyx::ByteSpan bytes = nyx::Slice(data, static_cast<std::size_t>(position), to.size());
-        std::copy_n(bytes.data(), bytes.size(), to.data());
-        return static_cast<int>(bytes.size());
-    }
-    std::int64_t Size() noexcept override { return static_cast<std::int64_t>(data.size()); }
-    std::int64_t Milliseconds() noexcept override { return 0; }
-    HRESULT failure() const noexcept override { return E_FAIL; }
-
-    const nyx::ByteSpan data;
-    const std::int64_t bad;
-};
 
 }  // namespace
 
@@ -58,8 +39,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::memcpy(&steering, data + (size -= steered), steered);
     untilFailure = steering.failure;
     nyx::source::FootageFile file;
-    const HRESULT opened =
-        file.Open(std::make_unique<MemoryFile>(nyx::BytesAt(data, size), steering.bad * 1024 - 1));
+    const HRESULT opened = file.Open(std::make_unique<nyx::test::MemorySource>(
+        nyx::BytesAt(data, size), steering.bad * 1024 - 1));
     nyx::fuzz::Require(FAILED(opened) || !file.streams().empty());
     for (int i = 0; SUCCEEDED(opened) && i < 3; ++i) {
         const REFERENCE_TIME from = i > 0 ? steering.places[i - 1] : 0;
@@ -72,7 +53,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             std::vector<BYTE> copy(packet.size());
             nyx::fuzz::Require(!stream.video || copy.size() >= stream.video->wholeFrame);
             const HRESULT copied = file.Copy(packet, copy.data());
-            nyx::fuzz::Require(copied == S_OK || (copied == E_FAIL && steering.bad > 0));
+            nyx::fuzz::Require(copied == S_OK ||
+                               (copied == nyx::test::MemorySource::kFailure && steering.bad > 0));
         }
     }
     untilFailure = 0;

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The codecs that are no DV, for tests of what they have in common.
+/// All codecs but those of DV, for tests of what they have in common.
 
 #include "codecs/lossless_codec.h"
 #include "codecs/mpeg_intra_codec.h"
@@ -22,7 +22,7 @@ inline DWORD FourCCOf(int codec) {
     return fourcc;
 }
 
-/// One of each. Settings are read and engines bound here.
+/// One of each. The constructors read the settings and load the engines.
 struct Codecs {
     CZetaCodec zeta;
     CZeta2Codec zeta2;

@@ -8,7 +8,7 @@
 
 namespace nyx::test {
 
-/// A picture of rows without gaps through the conversion library; `code` is matrix and range.
+/// Converts a picture without row gaps by the library; `code` is matrix and range.
 inline Bytes Converted(Bytes picture, DWORD from, DWORD to, LONG width, LONG height, DWORD code) {
     Bytes result(static_cast<std::size_t>(width * height * BytesPerPixel(to)));
     const ImagePlane source = {picture.data(), width * BytesPerPixel(from), 0};

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// Frames of every codec but DV on the stand-in engines, and the engines' call records.
+/// Frames of every codec but those of DV, on the stand-in engines, and the engines' call records.
 
 #include <gtest/gtest.h>
 
@@ -47,7 +47,7 @@ inline Bytes Hollow(const char* tag, LONG width, LONG height, LONG alpha) {
 /// A stream of one codec, lossless for pictures of `pictureBits`.
 struct Stream {
     int codec;
-    const char* name;  ///< the stand-ins' for the coding
+    const char* name;  ///< the coding's, in the stand-ins' list
     WORD bits;
     bool alpha;
     WORD pictureBits;

@@ -5,9 +5,6 @@
 namespace nyx::test {
 namespace {
 
-constexpr wchar_t kCore[] = L"rkzcore.dll", kAlpha[] = L"rkzalpha.dll";
-constexpr wchar_t kZeta2Core[] = L"rkz2core.dll", kLlc[] = L"rkllc.dll";
-
 // Words that an engine sets.
 static_assert(offsetof(ZetaAlphaDecodeRecord, codedLength) == 2 * sizeof(void*) &&
               offsetof(MpegIntraState, codedHeight) == 2 * sizeof(LONG));
@@ -65,29 +62,21 @@ class EngineRecords : public Frames {
     }
 };
 
-TEST_F(EngineRecords, OfOpaqueZetaFramesGoToTheCoreEngine) {
+TEST_F(EngineRecords, OfZetaFramesGoToTheEngineOfTheirTag) {
     ForEachScene([](Scene& s) {
-        const Bytes frame = Hollow("ZCF1", s.width, s.height, 0);
+        const Bytes opaque = Hollow("ZCF1", s.width, s.height, 0);
+        const Bytes translucent = Hollow("ZTA1", s.width, s.height, 1);
+        const LONG_PTR at = Word(opaque.data()), alphaAt = Word(translucent.data());
         for (const bool alpha : {false, true}) {
-            ASSERT_EQ(s.Decode(s.codecs.zeta, frame, alpha), S_OK);
-            const LONG_PTR at = Word(frame.data());
+            ASSERT_EQ(s.Decode(s.codecs.zeta, opaque, alpha), S_OK);
             Expect(kCore, kProbe, 13, {0x40000000, kOnes, kOnes, kOnes, kOnes, at}, kOnes);
             Expect(kCore, kDecode, 13, {0, s.first, s.stride, s.bytes, s.core, at, 24, 2});
-        }
-    });
-}
-
-TEST_F(EngineRecords, OfZetaFramesWithAlphaGoToTheAlphaEngine) {
-    ForEachScene([](Scene& s) {
-        const Bytes frame = Hollow("ZTA1", s.width, s.height, 1);
-        for (const bool alpha : {false, true}) {
-            ASSERT_EQ(s.Decode(s.codecs.zeta, frame, alpha), S_OK);
+            ASSERT_EQ(s.Decode(s.codecs.zeta, translucent, alpha), S_OK);
             Words probe(9, kOnes);
             probe[0] = 0x40000000;
-            probe[8] = Word(frame.data());
+            probe[8] = alphaAt;
             Expect(kAlpha, kProbe, 14, probe, kOnes);
-            Expect(kAlpha, kDecode, 14,
-                   {0, s.first, s.stride, s.bytes, 0, 0, 0, s.alpha, probe[8]});
+            Expect(kAlpha, kDecode, 14, {0, s.first, s.stride, s.bytes, 0, 0, 0, s.alpha, alphaAt});
         }
     });
 }

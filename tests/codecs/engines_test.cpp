@@ -1,14 +1,11 @@
-/// The engines' libraries as they are found, refused, shared and let go, and the guard that every
-/// call into them crosses.
+/// How the engines' libraries are found, refused, shared and freed, and the guard around every call
+/// into them.
 
 #include <gtest/gtest.h>
 #include <mmintrin.h>
 #include <xmmintrin.h>
 
-#include <atomic>
-#include <chrono>
 #include <stdexcept>
-#include <thread>
 #include <tuple>
 
 #include "codecs/fault_guard.h"
@@ -42,8 +39,8 @@ TEST(Engines, AreLoadedByTheFirstUserAndFreedByTheLast) {
     }
 }
 
-TEST(Engines, AreKeptWholeAndNewEnoughOrLetGoAtOnce) {
-    // The old ones are a step too old, their low version words at the most.
+TEST(Engines, AreKeptIfWholeAndNewEnoughElseFreedAtOnce) {
+    // The old ones are one version too old; the low words of their versions are the greatest.
     for (const wchar_t* folder :
          {L"", L"none", L"old", L"unversioned", L"no_encode", L"no_decode"}) {
         SCOPED_TRACE(std::wstring(folder).size());
@@ -64,7 +61,7 @@ TEST(Engines, AreKeptWholeAndNewEnoughOrLetGoAtOnce) {
 }
 
 TEST(Engines, AreRefusedOneByOne) {
-    // A library that the process has already is found before the folders are searched.
+    // The loader finds a library that the process has loaded before it searches the folders.
     const HMODULE old = LoadLibraryW((EngineFolder(L"old") + L"\\" + kCore).c_str());
     const EngineSearch search;
     {
@@ -77,35 +74,13 @@ TEST(Engines, AreRefusedOneByOne) {
     EXPECT_FALSE(IsLoaded(kCore));
 }
 
-TEST(Engines, AreThereForEveryThreadThatMakesACodecWhileOthersComeAndGo) {
-    const EngineSearch search;
-    std::atomic<int> missing{0};
-    EngineFamily* const families[] = {&zetaEngines, &zeta2Engines, &losslessEngines, &dvEngines};
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(3);
-    std::vector<std::thread> threads;
-    for (std::size_t i = 0; i < 4; ++i) {
-        threads.emplace_back([&, round = i]() mutable {
-            do {
-                EngineFamily& family = *families[round++ % 4];
-                const EngineUse use(family);
-                missing += family.IsComplete() && use[0].Decode<ZetaEntry>() ? 0 : 1;
-            } while (std::chrono::steady_clock::now() < end);
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(missing, 0);
-    EXPECT_FALSE(IsLoaded(kCore) || IsLoaded(kAlpha) || IsLoaded(kZeta2Engine));
-}
-
 // The guard.
 
 void Raise(DWORD code, DWORD flags = EXCEPTION_NONCONTINUABLE) {
     RaiseException(code, flags, 0, nullptr);
 }
 void WriteToNull() {
-    volatile LONG* volatile nowhere = nullptr;  // unknown to the optimiser, which drops the rest
+    volatile LONG* volatile nowhere = nullptr;  // hides the null from the optimiser
     *nowhere = 1;
 }
 LONG __stdcall Quotient(LONG a, LONG b) {
@@ -114,11 +89,11 @@ LONG __stdcall Quotient(LONG a, LONG b) {
     return quotient;
 }
 
-/// Something that happens in a guarded call, and whose it is.
+/// An event in a guarded call.
 struct Event {
     const char* name;
     void (*call)();
-    bool taken = true;  ///< by the guard; else left to the host
+    bool taken = true;  ///< by the guard; it leaves the others to the host
 };
 __attribute__((noinline)) LONG Recurse(LONG depth) {
     volatile char page[2048];
@@ -157,11 +132,11 @@ DWORD WINAPI RunGuarded(void* context) {
     auto& thread = *static_cast<HostThread*>(context);
     thread.result = Guarded([&] { thread.event.call(); });
     EXPECT_THROW(throw std::runtime_error("outside"), std::runtime_error);
-    Raise(kOfTheHost);  // nothing of the guard's may stand in its way
+    Raise(kOfTheHost);  // the guard must not handle it
     return 0;
 }
 
-/// The host's last resort gives up on the thread, which may have no stack left to tidy up on.
+/// The host's filter for unhandled exceptions ends the thread, which may have no stack left.
 LONG WINAPI EndThread(EXCEPTION_POINTERS* pointers) {
     return TerminateThread(GetCurrentThread(), pointers->ExceptionRecord->ExceptionCode), 0;
 }

@@ -1,4 +1,4 @@
-/// A frame's description by the chunks in front of it, or by its size.
+/// A frame's description by the chunks in front of it. The offered types show the defaults.
 
 #include <gtest/gtest.h>
 
@@ -7,10 +7,8 @@
 #include "tests/support/frames.h"
 #include "tests/support/guard.h"
 
-namespace nyx {
+namespace nyx::test {
 namespace {
-
-using namespace test;
 
 /// A codec's description of a frame, in memory that ends with the frame.
 FrameInfo InfoOf(const Bytes& frame, LONG width, LONG height, REFERENCE_TIME duration,
@@ -75,30 +73,5 @@ TEST(FrameInfo, IgnoresChunksOfWrongSizesOrOutsideTheContainer) {
     }
 }
 
-TEST(FrameInfo, OfABareFrameHasTheDefaultsOfItsSize) {
-    // width, height, aspect, field order at 29.97 and 25 frames a second
-    constexpr LONG kSizes[][5] = {
-        {1920, 1080, 1, 1, 0},   {1440, 1080, 1920, 1440, 0}, {1280, 1080, 1920, 1280, 0},
-        {1280, 720, 1, 1, 2},    {960, 720, 1280, 960, 2},    {1024, 576, 1, 1, 1},
-        {720, 576, 768, 720, 1}, {720, 486, 648, 720, 0},     {720, 480, 648, 720, 1},
-        {856, 480, 1, 1, 1},     {704, 480, 648, 720, 2},     {704, 576, 768, 720, 2},
-        {640, 480, 648, 640, 2}, {320, 240, 648, 640, 2},     {160, 120, 648, 640, 2},
-        {352, 480, 648, 352, 2}, {352, 240, 648, 704, 2},     {352, 288, 768, 720, 2},
-        {176, 144, 768, 720, 2}, {1280, 1024, 1, 1, 2},       {1280, 960, 1, 1, 2},
-        {1080, 1920, 1, 1, 2},   {721, 576, 1, 1, 2},
-    };
-    for (const auto& [width, height, x, y, order] : kSizes) {
-        for (const REFERENCE_TIME duration : {333666LL, 400000LL, 333667LL, (1LL << 32) + 400000}) {
-            EXPECT_TRUE(
-                InfoOf({}, width, height, duration, S_FALSE) ==
-                (FrameInfo{
-                    .fieldOrder = duration == 333666 || duration == 400000 ? order : kProgressive,
-                    .pixelAspectX = x,
-                    .pixelAspectY = y}))
-                << width << " x " << height;
-        }
-    }
-}
-
 }  // namespace
-}  // namespace nyx
+}  // namespace nyx::test

@@ -13,10 +13,8 @@
 #include "tests/codecs/converted.h"
 #include "tests/support/frames.h"
 
-namespace nyx {
+namespace nyx::test {
 namespace {
-
-using namespace test;
 
 constexpr BYTE kGuard = 0xA5;
 using Words = std::vector<WORD>;
@@ -269,4 +267,4 @@ TEST(WorkingRows, KeepV210SamplesIfTheRowFits) {
 }
 
 }  // namespace
-}  // namespace nyx
+}  // namespace nyx::test

@@ -1,5 +1,5 @@
-/// Which headers each codec takes, in both directions, and what it says of itself. No engine is
-/// there: queries need none.
+/// Which headers each codec takes, in both directions, and how it describes itself. Queries need no
+/// engine, so that none can be found here.
 
 #include <gtest/gtest.h>
 
@@ -101,7 +101,7 @@ TEST_P(Queries, LookAtEachFieldOfBothHeaders) {
     EXPECT_EQ(codec_.CompressQuery(nullptr, false, nullptr), EncodeAnswer(false));
 }
 
-TEST_P(Queries, TakeTheSizesOfTheCodecAndTellWhatItIs) {
+TEST_P(Queries, TakeTheSizesOfTheCodecAndDescribeIt) {
     const auto check = [&](LONG width, LONG height, bool accepted) {
         const BITMAPINFOHEADER stream = Stream(kOpaqueBits[number_], width, height);
         const BITMAPINFOHEADER picture = Yuy2Header(width, -height);
@@ -109,15 +109,9 @@ TEST_P(Queries, TakeTheSizesOfTheCodecAndTellWhatItIs) {
         EXPECT_EQ(codec_.DecompressQuery(&stream, nullptr, false), Answer(accepted));
         EXPECT_EQ(codec_.CompressQuery(&picture, false, &stream), EncodeAnswer(accepted));
     };
-    constexpr LONG kEvery[][2] = {
-        {1920, 1080}, {1440, 1080}, {1280, 1080}, {1280, 720}, {960, 720},  {720, 576}, {720, 486},
-        {720, 480},   {640, 480},   {320, 240},   {160, 120},  {800, 600},  {352, 480}, {352, 240},
-        {352, 288},   {176, 144},   {1280, 1024}, {1280, 960}, {1024, 768}, {704, 480}, {704, 576}};
-    for (const auto& size : kEvery) {
-        check(size[0], size[1], true);
-        check(size[0] + 2, size[1], number_ != kZeta);
-        check(size[0] + 1, size[1], false);
-    }
+    check(720, 480, true);
+    check(722, 480, number_ != kZeta);
+    check(721, 480, false);
     check(2, 1, number_ != kZeta);
     check(10000, 10000, number_ != kZeta);
     check(10002, 720, number_ != kZeta && number_ != kLossless);

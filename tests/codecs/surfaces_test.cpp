@@ -1,4 +1,4 @@
-/// Pictures as surfaces: index, geometry and size, and the clean black of transparent pixels.
+/// Pictures as surfaces: geometry and size, and the clean black of transparent pixels.
 
 #include <gtest/gtest.h>
 
@@ -9,56 +9,11 @@
 #include "convert/formats.h"
 #include "tests/support/frames.h"
 
-namespace nyx {
+namespace nyx::test {
 namespace {
-
-using namespace test;
 
 constexpr LONG kMin = std::numeric_limits<LONG>::min();
 constexpr LONG kMax = std::numeric_limits<LONG>::max();
-
-TEST(Surfaces, HaveTheIndexOfTheTable) {
-    const struct {
-        DWORD compression;
-        WORD bits;
-        LONG bytes;
-        int index[8];  // 4 for standard definition + 2 for a color_space + 1 for a stream's alpha
-        int askedAlphaAdds;
-    } rows[] = {
-        {kYuy2, 16, 2, {0, 0, 0, 0, 0, 0, 0, 0}, 0},
-        {BI_RGB, 24, 3, {1, 1, 2, 2, 3, 3, 4, 4}, 0},
-        {BI_RGB, 32, 4, {5, 5, 6, 6, 7, 7, 8, 8}, 4},
-        {FourCC("v210"), 20, 2, {13, 13, 13, 13, 13, 13, 13, 13}, 0},
-        {FourCC("v408"), 32, 4, {14, 15, 14, 15, 14, 15, 14, 15}, 0},
-        {FourCC("r408"), 32, 4, {16, 17, 16, 17, 16, 17, 16, 17}, 0},
-        {FourCC("b64a"), 64, 8, {18, 20, 18, 20, 19, 21, 19, 21}, 0},
-        {FourCC("r4fl"), 128, 16, {22, 23, 22, 23, 22, 23, 22, 23}, 0},
-        {FourCC("2vuy"), 16, 2, {24, 25, 24, 25, 24, 25, 24, 25}, 0},
-    };
-    for (const auto& row : rows) {
-        for (int i = 0; i < 32; ++i) {
-            // High definition takes the stream's width and the picture's height.
-            const LONG width = i & 16 ? 959 : 960, height = i & 4 ? -719 : -720;
-            const bool standard = (i & 20) != 0, alpha = (i & 1) != 0, asked = (i & 8) != 0;
-            const LONG colorSpace = i & 2 ? 7 : 0;
-            const BITMAPINFOHEADER header = MakeHeader(row.compression, row.bits, 1280, height);
-            SurfaceFormat surface = {};
-            ASSERT_EQ(DescribeSurface({.uncompressed = &header,
-                                       .compressedWidth = width,
-                                       .streamAlpha = alpha,
-                                       .alphaRequested = asked,
-                                       .colorSpace = colorSpace},
-                                      &surface),
-                      S_OK);
-            EXPECT_EQ(surface.index, row.index[(i & 3) + 4 * standard] + asked * row.askedAlphaAdds)
-                << row.bits << " case " << i;
-            EXPECT_EQ(surface.bytesPerPixel, row.bytes);
-            const ConversionFlags flags = ConversionFlagsFor(-width, height, colorSpace);
-            EXPECT_EQ(flags.yuv, standard ? 0u : 2u);
-            EXPECT_EQ(flags.rgb, flags.yuv + (colorSpace == 0));
-        }
-    }
-}
 
 TEST(Surfaces, AreBottomUpForRgbOnlyAndRefusedWithoutIndexOrBeyond32Bits) {
     const struct {
@@ -95,7 +50,8 @@ TEST(Surfaces, AreBottomUpForRgbOnlyAndRefusedWithoutIndexOrBeyond32Bits) {
         EXPECT_EQ(std::tuple(surface.stride, surface.height, SurfaceSize(row.header)),
                   std::tuple(row.stride, row.stride != 0 ? 3 : 0, row.size));
     }
-    EXPECT_TRUE(IsHighDefinition(kMin, kMin));
+    EXPECT_TRUE(IsHighDefinition(kMin, kMin) && IsHighDefinition(960, -720));
+    EXPECT_FALSE(IsHighDefinition(959, 720) || IsHighDefinition(960, -719));
 }
 
 TEST(Matte, ReplacesTransparentPixelsByTheBlackOfTheirLayout) {
@@ -140,4 +96,4 @@ TEST(Matte, ReplacesTransparentPixelsByTheBlackOfTheirLayout) {
 }
 
 }  // namespace
-}  // namespace nyx
+}  // namespace nyx::test

@@ -1,5 +1,5 @@
-/// Q210: the row kernels against the v210 layout by the letter, and the codec both ways against one
-/// plain unpacking or packing of the whole picture and one conversion of it.
+/// Q210: the row kernels against the v210 layout, and the codec in both directions against a plain
+/// unpacking or packing of the whole picture and its conversion.
 
 #include <gtest/gtest.h>
 
@@ -10,10 +10,8 @@
 #include "tests/codecs/converted.h"
 #include "tests/support/guard.h"
 
-namespace nyx {
+namespace nyx::test {
 namespace {
-
-using namespace test;
 
 constexpr BYTE kGuard = 0xA5;
 
@@ -114,4 +112,4 @@ TEST(TenBitCodec, UnpacksAndPacksThePictureAndNothingElse) {
 }
 
 }  // namespace
-}  // namespace nyx
+}  // namespace nyx::test

@@ -8,10 +8,10 @@ namespace nyx::test {
 namespace {
 
 /// "YUY2", RGB 24-bit or, for frames with alpha, ARGB 32-bit, by bit count.
-MediaType Pictures(WORD bits, const Stream& stream = {160, 120}) {
+MediaType Pictures(WORD bits) {
     const GUID& rgb = bits == 24 ? MEDIASUBTYPE_RGB24 : MEDIASUBTYPE_ARGB32;
     return VideoType(bits == 16 ? MEDIASUBTYPE_YUY2 : rgb, bits,
-                     bits == 16 ? FourCC("YUY2") : BI_RGB, stream);
+                     bits == 16 ? FourCC("YUY2") : BI_RGB, {160, 120});
 }
 
 standin::Call LastEncode(WORD bits) {
@@ -23,8 +23,8 @@ constexpr LONG kYuy2Room = kPixels * 12 / 5;  // 1.2 times two bytes a pixel
 
 /// An encoder that is ready for pictures.
 struct Encoding : Rig {
-    explicit Encoding(WORD bits, const Stream& size = {160, 120})
-        : Rig(Row("ZetaEncoder")), type(Pictures(bits, size)), allocator(OwnAllocator()) {
+    explicit Encoding(WORD bits)
+        : Rig(Row("ZetaEncoder")), type(Pictures(bits)), allocator(OwnAllocator()) {
         EXPECT_EQ(ConnectInput(type), S_OK);
         EXPECT_EQ(ConnectOutput(), S_OK);
         EXPECT_EQ(filter->Pause(), S_OK);
@@ -40,7 +40,7 @@ struct Encoding : Rig {
 
 using Encoder = ParametersTest;
 
-TEST_F(Encoder, AFrameIsAsLongAsTheEngineSaysAndTheSameOfAPictureTopDown) {
+TEST_F(Encoder, AFrameIsAsLongAsTheEngineSays) {
     for (const WORD bits : {WORD{16}, WORD{24}, WORD{32}}) {
         SCOPED_TRACE(bits);
         Encoding rig(bits);
@@ -51,27 +51,16 @@ TEST_F(Encoder, AFrameIsAsLongAsTheEngineSaysAndTheSameOfAPictureTopDown) {
         EXPECT_EQ(rig.output->QueryAccept(&offered), S_FALSE) << "frames of another kind";
         EXPECT_EQ(rig.allocator.requested.cbBuffer, PictureBytes(rig.type.Header()) / 10 * 12);
         rig.Set(4, 100);
-        const Bytes picture = SmoothPicture(rig.type.Header());
         ASSERT_EQ(rig.PushPicture(), S_OK);
         const Sample frame = rig.sink.Last();
         EXPECT_EQ(std::string(frame.bytes.begin(), frame.bytes.begin() + 3),
                   bits == 32 ? "ZTA" : "ZCF");
         EXPECT_EQ(LONG(frame.bytes.size()), LastEncode(bits).result);
         EXPECT_EQ(frame.typeFlags, 0u) << "no field flags";
-        if (bits != 16) {
-            Encoding topDown(bits, {160, -120});
-            topDown.Set(4, 100);
-            Bytes flipped;
-            for (std::size_t row = picture.size() / 120, at = picture.size(); at > 0; at -= row) {
-                flipped.insert(flipped.end(), &picture[at - row], &picture[at - row] + row);
-            }
-            ASSERT_EQ(topDown.Push({flipped}), S_OK);
-            EXPECT_EQ(topDown.sink.Last().bytes, frame.bytes);
-        }
     }
 }
 
-TEST_F(Encoder, TheEngineIsToldTheBudgetAndNeverMoreThanTheBuffer) {
+TEST_F(Encoder, TheEngineGetsTheBudgetAndNeverMoreThanTheBuffer) {
     const struct {
         WORD bits;
         LONG room;

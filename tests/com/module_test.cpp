@@ -1,5 +1,6 @@
 /// The module as a COM server.
 
+#include "platform/class_ids.h"
 #include "tests/support/leaks.h"
 #include "tests/support/rig.h"
 #include "tests/support/settings.h"
@@ -36,7 +37,7 @@ TEST_F(Server, ServesItsClassesWithoutTheirEnginesButMakesOnlyWhatNeedsNone) {
         ASSERT_EQ(made == nullptr, row.engine != nullptr) << row.name;
         Adopt(static_cast<IUnknown*>(made));
     }
-    EXPECT_TRUE(Module().Create<IUnknown>(kPropertyPage));
+    EXPECT_TRUE(Module().Create<IUnknown>(CLSID_NyxZetaPropertyPage));
 }
 
 TEST_F(Server, KnowsItsFactoriesInterfacesAndItsOwnClassesOnlyAndIsKeptByThem) {

@@ -198,6 +198,7 @@ TEST_P(FrameParameters, OfFramesThatWaitForAKeyFrameAreAnnouncedWithTheFirstDeli
         waiting.discontinuity = false;
     }
     EXPECT_TRUE(Through(waiting).type);
+    EXPECT_EQ(rig.graph->Count(EC_QUALITY_CHANGE), 1);
 }
 
 }  // namespace

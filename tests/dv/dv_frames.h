@@ -26,11 +26,16 @@ inline std::size_t SubcodePackByte(std::size_t syncBlock) {
 /// All of them in `sequences` sequences: audio, VAUX, subcode.
 inline std::vector<std::size_t> PackBytes(std::size_t sequences) {
     std::vector<std::size_t> places;
-    for (std::size_t at = 0; at < sequences * 66; ++at) {
-        const std::size_t i = at % 66, vaux = i - 9;
-        places.push_back(at / 66 * 12000 + (i < 9    ? AudioPackByte(i)
-                                            : i < 54 ? 243 + 5 * (vaux + vaux / 15)
-                                                     : SubcodePackByte(i - 54)));
+    for (std::size_t start = 0; start < sequences * 12000; start += 12000) {
+        for (std::size_t i = 0; i < 9; ++i) {
+            places.push_back(start + AudioPackByte(i));
+        }
+        for (std::size_t i = 0; i < 45; ++i) {
+            places.push_back(start + 243 + 5 * (i + i / 15));
+        }
+        for (std::size_t i = 0; i < 12; ++i) {
+            places.push_back(start + SubcodePackByte(i));
+        }
     }
     return places;
 }
@@ -78,8 +83,8 @@ class DvFrame {
 /// blank frame.
 inline DvFrame LoadFrame(const std::string& clip, std::size_t index = 0) {
     const auto has = [&clip](const char* part) { return clip.find(part) != std::string::npos; };
-    const unsigned channels = has("1080") ? 4 : has("25_") ? 1 : 2;
-    DvFrame frame = DvFrame::Blank(channels * (has("_60") || has("525") ? 120000 : 144000));
+    const std::size_t channel = has("_60") || has("525") ? 120000 : 144000;
+    DvFrame frame = DvFrame::Blank((has("1080") ? 2u : 1u) * (has("25_") ? 1u : 2u) * channel);
     std::ifstream file(NYX_DV_FRAMES "/" + clip + ".dv", std::ios::binary);
     file.seekg(static_cast<std::streamoff>(index * frame.size()));
     file.read(reinterpret_cast<char*>(&frame[0]), static_cast<std::streamsize>(frame.size()));

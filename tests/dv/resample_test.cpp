@@ -7,10 +7,8 @@
 #include "tests/support/frames.h"
 #include "tests/support/guard.h"
 
-namespace nyx {
+namespace nyx::test {
 namespace {
-
-using test::Bytes;
 
 /// One byte of output unit `j` of `d`, from `s` units whose bytes begin `row`.
 long long Stretched(const BYTE* row, LONG unit, long long s, long long d, long long j) {
@@ -27,9 +25,8 @@ long long Squeezed(const BYTE* row, LONG unit, long long s, long long d, long lo
     const long long from = j == 0 ? 0 : end(j - 1), last = (end(j) - 1) / 256;
     long long sum = 0, weights = 0;
     for (long long i = from / 256; i <= last; ++i) {
-        const long long weight = i == from / 256 ? 256 - from % 256
-                                 : i == last     ? end(j) % 256
-                                                 : 256;
+        const long long inLast = i == last ? end(j) % 256 : 256;
+        const long long weight = i == from / 256 ? 256 - from % 256 : inLast;
         sum += row[i * unit] * weight;
         weights += weight;
     }
@@ -49,8 +46,8 @@ TEST(Resample, BothWaysFollowTheirFormulaAtEveryWidth) {
         const LONG unit = i % 8 < 4 ? 3 : 4, gap = bottomUp ? 5 : 0;
         const LONG s = stretch ? narrow : wide, d = stretch ? wide : narrow;
         const LONG fromStride = s * unit + gap, toStride = d * unit + gap;
-        const test::GuardedMemory from(static_cast<std::size_t>(fromStride * 3 - gap));
-        const test::GuardedMemory to(static_cast<std::size_t>(toStride * 3 - gap), 0xA5);
+        const GuardedMemory from(static_cast<std::size_t>(fromStride * 3 - gap));
+        const GuardedMemory to(static_cast<std::size_t>(toStride * 3 - gap), 0xA5);
         std::generate_n(from.data(), from.size(), [&, random = std::mt19937(7)]() mutable {
             return static_cast<BYTE>(bottomUp ? random() % 2 * 255 : random());
         });
@@ -89,4 +86,4 @@ TEST(Resample, ArgumentsThatDoNotFitAreRefused) {
 }
 
 }  // namespace
-}  // namespace nyx
+}  // namespace nyx::test

@@ -4,6 +4,7 @@
 
 #include <functional>
 
+#include "platform/class_ids.h"
 #include "tests/faults/starved_memory.h"
 #include "tests/support/rig.h"
 
@@ -38,7 +39,7 @@ NYX_FOR_ROWS(WithoutMemory, Catalogue());
 
 TEST_P(WithoutMemory, ObjectsPinsAndConnectionsAreMadeOrRefusedWhole) {
     ComPtr<IUnknown> object;
-    for (const CLSID& clsid : {row().clsid, kPropertyPage}) {
+    for (const CLSID& clsid : {row().clsid, CLSID_NyxZetaPropertyPage}) {
         // A setting that there is no memory to read takes its default.
         const auto create = [&] {
             const HRESULT result = Module().Create(clsid, nullptr, IID_IUnknown, &object);

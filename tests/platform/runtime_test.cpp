@@ -1,5 +1,5 @@
-/// The runtime of our libraries where threads meet in it: what is done once, what one at a time,
-/// and what each has for itself.
+/// The runtime of our libraries on several threads: calls that run once, mutexes, and values of one
+/// thread.
 
 #include <pthread.h>
 #include <windows.h>
@@ -13,7 +13,7 @@ pthread_key_t key;
 volatile int made = 0, sum = 0, destroyed = 0;
 
 void Make() {
-    Sleep(20);  // the others ask meanwhile
+    Sleep(20);  // the other threads ask meanwhile
     made = made + 1;
 }
 
@@ -25,7 +25,7 @@ DWORD WINAPI Meet(void*) {
     for (int i = 0; i < kRounds; ++i) {
         pthread_mutex_lock(&mutex);
         const int before = sum;
-        Sleep(1);  // the others try meanwhile
+        Sleep(1);  // the other threads try meanwhile
         sum = before + 1;
         pthread_mutex_unlock(&mutex);
     }
@@ -36,7 +36,7 @@ DWORD WINAPI Meet(void*) {
 
 int main() {
     DWORD failures = pthread_key_create(&key, [](void*) { destroyed = destroyed + 1; }) != 0;
-    failures += pthread_key_create(&key, nullptr) == 0;  // there is but one
+    failures += pthread_key_create(&key, nullptr) == 0;  // the runtime has one key
     HANDLE threads[kThreads];
     for (HANDLE& thread : threads) {
         thread = CreateThread(nullptr, 0, &Meet, nullptr, 0, nullptr);

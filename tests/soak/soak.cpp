@@ -1,8 +1,8 @@
-/// The load test: soak.exe SECONDS CSV [FRAMES]. Every filter of the module in a graph of its own,
-/// all at once, graphs built and torn down all the while; once a second a line of what the process
-/// holds. With a folder of the open engines' frames, DV and MPEG-2 are theirs and the other engines
-/// stand-ins; all are stand-ins without. Ends with a table of what became of the frames; exit code
-/// 1 when one was lost or wrong.
+/// The load test: soak.exe SECONDS CSV [FRAMES]. Every filter of the module runs in a graph of its
+/// own, all at the same time, and builds new graphs all the time. Once a second the program writes
+/// a line with what the process holds. With a folder of frames the open engines decode DV and
+/// MPEG-2, stand-ins the rest. A table of the frames ends the run; the exit code is 1 when one is
+/// lost or wrong.
 
 #include <cstdio>
 #include <fstream>
@@ -20,10 +20,10 @@ namespace {
 constexpr std::size_t kPictures = 3, kFramesPerGraph = 150;  // the pictures go round
 constexpr REFERENCE_TIME kFrameTime = 400000;                // 100-ns units
 
-/// The folder of what the open engines decode; empty when all engines are stand-ins.
+/// The folder of the open engines' frames; empty when all engines are stand-ins.
 std::string openFrames;
 
-/// What a filter decodes by its open engine.
+/// The frames that a filter decodes with its open engine.
 struct Clip {
     const char* name;
     Stream stream;
@@ -38,7 +38,7 @@ const Clip* ClipOf(const CatalogueRow& row) {
     return found == kClips.end() ? nullptr : &found->second;
 }
 
-/// A well-formed sample whose picture is its own for each number.
+/// A well-formed sample, with another picture for each number.
 Bytes Frame(const CatalogueRow& row, int number) {
     if (const Clip* clip = ClipOf(row)) {
         const std::string name = clip->name + ("-" + std::to_string(number + 1)) + ".frame";
@@ -52,16 +52,20 @@ Bytes Frame(const CatalogueRow& row, int number) {
         const Bytes picture = SmoothPicture(header, number);
         return standin::FrameCoder(coding).Code(picture.data(), width, height, 4);
     }
+    if (row.IsEncoder()) {
+        return SmoothPicture(row.InputType().Header(), number);
+    }
+    if (!row.engine) {
+        return Q210Frame(RandomTenBitPicture(width, height, unsigned(number)));
+    }
     Bytes frame = row.Frame(row.stream);  // the stand-in makes a DV picture of all of its bytes
     frame.back() = static_cast<BYTE>(number);
-    return row.IsEncoder() ? SmoothPicture(row.InputType().Header(), number)
-           : row.engine    ? frame
-                           : Q210Frame(RandomTenBitPicture(width, height, unsigned(number)));
+    return frame;
 }
 
 /// Feeds one filter on a thread of its own, graph after graph, each with the filter's next output
-/// format. A frame's number travels as its start time; its output must be what the first output of
-/// the same picture in the same format was.
+/// format. A frame's start time has its number. Its output must equal the first output of the same
+/// picture in the same format.
 struct Load {
     explicit Load(const CatalogueRow& filter) : row(filter) {}
 
@@ -96,19 +100,6 @@ struct Load {
     std::thread thread;
 };
 
-/// Says which file each filter's engine is, and lets it go again.
-void ShowEngines() {
-    for (const CatalogueRow& row : Catalogue()) {
-        const HMODULE engine = row.engine ? LoadLibraryW(row.engine) : nullptr;
-        wchar_t path[MAX_PATH] = {};
-        if (engine) {
-            GetModuleFileNameW(engine, path, MAX_PATH);
-            FreeLibrary(engine);
-        }
-        std::printf("%-22s %ls\n", row.name, path);
-    }
-}
-
 }  // namespace
 }  // namespace nyx::test
 
@@ -122,7 +113,6 @@ int main(int count, char** arguments) {
     openFrames = count == 4 ? arguments[3] : "";
     const EngineSearch engines(openFrames.empty() ? L"" : L"..\\open");
     SetEnvironmentVariableW(L"PATH", EngineFolder().c_str());  // searched last
-    ShowEngines();
     std::vector<Load> loads(Catalogue().begin(), Catalogue().end());
     std::atomic<bool> going{true};
     for (Load& load : loads) {

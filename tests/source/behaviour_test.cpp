@@ -20,7 +20,7 @@ using Source = FootageTest;
 TEST_F(Source, CanBeAggregated) {
     const auto outer = As<IUnknown>(Make<End>(PINDIR_INPUT));
     ComPtr<IUnknown> inner;
-    EXPECT_EQ(Module().Create(kFootageSource, outer.Get(), IID_PPV_ARGS(&inner)), S_OK);
+    EXPECT_EQ(Module().Create(CLSID_NyxFootageSource, outer.Get(), IID_PPV_ARGS(&inner)), S_OK);
     EXPECT_EQ(As<IUnknown>(As<IFileSourceFilter>(inner)).Get(), outer.Get());
 }
 
@@ -42,7 +42,7 @@ TEST_F(Source, OpeningCanBeAborted) {
     ComPtr<IAMOpenProgress> progress;
     LONGLONG size = 0, done = 0;
     for (bool ended = false; !ended;) {  // again where the file was open before
-        const auto filter = Module().Create(kFootageSource);
+        const auto filter = Module().Create(CLSID_NyxFootageSource);
         file = As<IFileSourceFilter>(filter);
         progress = As<IAMOpenProgress>(filter);
         EXPECT_EQ(progress->QueryProgress(&size, &done), VFW_E_WRONG_STATE);

@@ -155,41 +155,6 @@ TEST_P(Clips, PlayUnchangedFromAnyFrameToAnyOther) {
     EXPECT_TRUE(host.graph->Seen().empty());
 }
 
-TEST_P(Clips, AreDecodedAsTheSameFramesFromMemory) {
-    const EngineSearch open(L"..\\open");
-    const LoadedModule codecs(ProgramFolder() + L"nyxcodecs.dll");
-    const auto row = std::find_if(Catalogue().begin(), Catalogue().end(), [&](const auto& one) {
-        return std::string(clip.picture, 4) == one.fourcc;
-    });
-    Stream stream;
-    std::sscanf(clip.picture, "%*s %ldx%ld", &stream.width, &stream.height);
-    const MediaType type = row->InputType(stream);
-    const auto decoder = codecs.Create(row->clsid);
-    const auto memory = Make<End>(PINDIR_OUTPUT);
-    EndPin& sink = host.sinks[0]->pin;
-    ComPtr<IPin> in, out;
-    EXPECT_EQ(decoder->FindPin(L"In", &in) | decoder->FindPin(L"Out", &out), S_OK);
-    host.pins[0]->Disconnect(), sink.Disconnect();
-    ASSERT_EQ(host.pins[0]->Connect(in.Get(), nullptr) | out->Connect(&sink, nullptr), S_OK);
-    EXPECT_EQ(decoder->Pause(), S_OK);
-    const auto played = host.Play();
-    EXPECT_EQ(decoder->Stop(), S_OK);
-    out->Disconnect(), sink.Disconnect(), in->Disconnect(), host.pins[0]->Disconnect();
-    ASSERT_EQ(memory->pin.Connect(in.Get(), &type) | out->Connect(&sink, nullptr), S_OK);
-    EXPECT_EQ(decoder->Pause(), S_OK);
-    sink.Forget();
-    for (const ListedPacket& packet : listed) {
-        const auto sample = MakeSample({packet.bytes});
-        EXPECT_EQ(As<IMemInputPin>(in)->Receive(sample.Get()), S_OK);
-    }
-    EXPECT_EQ(decoder->Stop(), S_OK);
-    const auto pushed = sink.Samples();
-    in->Disconnect(), out->Disconnect(), sink.Disconnect(), memory->pin.Disconnect();
-    ASSERT_EQ(played.size(), listed.size());
-    EXPECT_TRUE(std::equal(played.begin(), played.end(), pushed.begin(), pushed.end(),
-                           [](const auto& a, const auto& b) { return a.bytes == b.bytes; }));
-}
-
 INSTANTIATE_TEST_SUITE_P(Of, Clips, ::testing::ValuesIn(kClips), [](const auto& row) {
     std::string name = row.param.file;
     name[name.find('.')] = '_';

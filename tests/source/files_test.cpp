@@ -1,9 +1,8 @@
 // What files may be, and what may happen to them.
 
-#include <atomic>
-
 #include "source/read_ahead.h"
 #include "tests/source/footage_host.h"
+#include "tests/support/memory_source.h"
 
 namespace nyx::test {
 namespace {
@@ -19,28 +18,6 @@ class Files : public FootageTest {
         all.replace(all.find(table) + 8, 4, reinterpret_cast<const char*>(&rows), 4);
         return Write(std::wstring(table, table + 4), all);
     }
-};
-
-/// A file on a disk that is pulled out after so many reads.
-struct PulledDisk final : source::ByteSource {
-    static constexpr HRESULT kFailure = HRESULT_FROM_WIN32(ERROR_NOT_READY);
-
-    explicit PulledDisk(std::string all) : bytes(std::move(all)) {}
-    int ReadAt(std::int64_t position, std::span<BYTE> to) noexcept override {
-        if (readsLeft-- <= 0) {
-            return -1;
-        }
-        const ByteSpan part =
-            Slice(BytesAt(bytes.data(), bytes.size()), std::size_t(position), to.size());
-        std::copy_n(part.data(), part.size(), to.data());
-        return int(part.size());
-    }
-    std::int64_t Size() noexcept override { return std::int64_t(bytes.size()); }
-    std::int64_t Milliseconds() noexcept override { return 0; }
-    HRESULT failure() const noexcept override { return kFailure; }
-
-    const std::string bytes;
-    std::atomic<int> readsLeft{INT_MAX};
 };
 
 TEST_F(Files, ARefusedFileChangesNothing) {
@@ -75,7 +52,7 @@ TEST_F(Files, OpensAPathOfAnyLength) {
     const std::wstring deep = root + L"\\" + std::wstring(120, L'\u00E9');
     CreateDirectoryW(root.c_str(), nullptr);
     ASSERT_TRUE(CopyFileW(Material("tagged.avi").c_str(), deep.c_str(), FALSE));
-    const auto file = As<IFileSourceFilter>(Module().Create(kFootageSource));
+    const auto file = As<IFileSourceFilter>(Module().Create(CLSID_NyxFootageSource));
     LPOLESTR name = nullptr;
     EXPECT_EQ(file->Load(deep.c_str() + 4, nullptr) | file->GetCurFile(&name, nullptr), S_OK);
     EXPECT_EQ(name, deep.substr(4));
@@ -176,8 +153,9 @@ TEST_F(Files, AFileMayGrowShrinkAndBeDeletedWhileItIsPlayed) {
 TEST_F(Files, AReadErrorEndsEachStreamWithItsReason) {
     for (const char* clip : {"dv25.dv", "dv25.avi", "v210.avi"}) {
         SCOPED_TRACE(clip);
-        auto disk = std::make_unique<PulledDisk>(ReadAll(Material(clip)));
-        PulledDisk& pulled = *disk;
+        const std::string all = ReadAll(Material(clip));
+        auto disk = std::make_unique<MemorySource>(BytesAt(all.data(), all.size()));
+        MemorySource& pulled = *disk;
         source::FootageFile file;
         ASSERT_EQ(file.Open(std::move(disk)), S_OK);
         pulled.readsLeft = 3;
@@ -193,7 +171,7 @@ TEST_F(Files, AReadErrorEndsEachStreamWithItsReason) {
                     result = file.Copy(packet, copy.data());
                 }
             }
-            EXPECT_EQ(result, PulledDisk::kFailure);
+            EXPECT_EQ(result, MemorySource::kFailure);
         }
     }
 }

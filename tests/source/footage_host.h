@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "platform/class_ids.h"
 #include "tests/support/rig.h"
 #include "tests/support/settings.h"
 
@@ -31,13 +32,10 @@ void WaitFor(Condition condition) {
     }
 }
 
-constexpr CLSID kFootageSource = {
-    0x5F2C1E6A, 0x8B0D, 0x4C57, {0x9D, 0x3E, 0x7A, 0x41, 0xB6, 0xC9, 0xE2, 0x10}};
-
 /// The source filter with a sink on each pin, in a stand-in graph.
 struct FootageHost {
     explicit FootageHost(const std::wstring& path, const LoadedModule& module = Module())
-        : filter(module.Create(kFootageSource)),
+        : filter(module.Create(CLSID_NyxFootageSource)),
           loaded(As<IFileSourceFilter>(filter)->Load(path.c_str(), nullptr)) {
         filter->JoinFilterGraph(graph.Get(), L"footage");
         ComPtr<IEnumPins> all;

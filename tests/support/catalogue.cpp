@@ -7,18 +7,13 @@
 #include <tuple>
 
 #include "engines/standin/frame_coder.h"
+#include "platform/class_ids.h"
 #include "platform/fourcc.h"
 #include "tests/support/frames.h"
 
 namespace nyx::test {
 
 namespace {
-
-CLSID Id(const wchar_t* text) {
-    CLSID clsid = {};
-    CLSIDFromString(text, &clsid);
-    return clsid;
-}
 
 DWORD Code(const char* fourcc) {
     return FourCC(*reinterpret_cast<const char(*)[5]>(fourcc));
@@ -56,54 +51,37 @@ Bytes GreyFrame(const char* name, const Stream& stream) {
         const standin::Coding& coding = *standin::FindCoding(name);
         // Luma and chroma, or a colour and alpha: grey in every layout, and opaque.
         const std::size_t bytes = coding.sourceBits / 8u;
-        const BYTE last = bytes == 2 ? 128 : bytes == 3 ? 126 : 255;
+        constexpr BYTE kLast[] = {128, 126, 255};
         Bytes picture(static_cast<std::size_t>(stream.width * stream.height) * bytes, 126);
         for (std::size_t i = bytes - 1; i < picture.size(); i += bytes) {
-            picture[i] = last;
+            picture[i] = kLast[bytes - 2];
         }
         frame = standin::FrameCoder(coding).Code(picture.data(), stream.width, stream.height, 1);
     }
     return frame;
 }
 
-CatalogueRow Filter(const char* name, const wchar_t* clsid, const char* fourcc, WORD bits,
-                    const char* coding, const wchar_t* engine, Stream stream, Stream other) {
-    return {.name = name,
-            .clsid = Id(clsid),
-            .fourcc = fourcc,
-            .bits = bits,
-            .coding = coding,
-            .engine = engine,
-            .stream = stream,
-            .other = other};
-}
-
 }  // namespace
 
-const CLSID kPropertyPage = Id(L"{55B150FB-86E8-4B96-9849-73B76D260D2A}");
-
 const std::vector<CatalogueRow>& Catalogue() {
+    constexpr Stream kWide = {856, 480}, k525 = {720, 480}, k625 = {720, 576}, k720 = {960, 720},
+                     k1080 = {1280, 1080}, kQqvga = {160, 120}, kQcif = {176, 144},
+                     kSmall = {96, 16}, kSmaller = {48, 16};
     static const std::vector<CatalogueRow> rows = {
-        Filter("Dv25Decoder", L"{194BF9E2-3566-43C0-AA21-EEC7278EA7D8}", "QDVC", 24, nullptr,
-               L"rkdvh.dll", {856, 480}, {720, 480}),
-        Filter("Dv50Decoder", L"{B3106B88-8D62-4B34-8FDF-6CA7867BB99F}", "QDV5", 24, nullptr,
-               L"rkdvh.dll", {720, 480}, {720, 576}),
-        Filter("DvHdDecoder", L"{43749036-6EBA-4A63-9B9B-2EDC0D073B2B}", "QDVH", 24, nullptr,
-               L"rkdvh.dll", {960, 720}, {1280, 1080}),
-        Filter("ZetaDecoder", L"{F8C71073-10DB-4DFF-8EA6-CEA26400AFFB}", "QZTA", 24, "zeta",
-               L"rkzcore.dll", {160, 120}, {176, 144}),
-        Filter("LosslessDecoder", L"{9770AADC-2F6D-4586-9059-F847E46D3833}", "QLLC", 24,
-               "lossless-yuy2", L"rkllc.dll", {96, 16}, {48, 16}),
-        Filter("MpegIntraDecoder", L"{48BC3ED7-498D-4F7C-A121-EE72A9EFC483}", "QMIC", 24, "mpeg2",
-               L"rkm2vi01.dll", {96, 16}, {48, 16}),
-        Filter("Zeta2Decoder", L"{05B95B6B-C3CD-4B91-AF3B-BBBB7DF64CD0}", "QZT2", 24, "zeta2",
-               L"rkz2core.dll", {96, 16}, {48, 16}),
-        Filter("Q210Decoder", L"{3D1F4E99-3ADF-471E-8C1A-B7D678B4A238}", "Q210", 20, nullptr,
-               nullptr, {96, 16}, {48, 16}),
-        Filter("ZetaEncoder", L"{F891D31F-209D-4AF8-AEBC-FF2472BC14C3}", "QZTA", 16, nullptr,
-               L"rkzcore.dll", {160, 120}, {176, 144}),
-        Filter("ZetaAlphaDecoder", L"{F8C71073-10DB-4DFF-8EA6-CEA26400AFFB}", "QZTA", 32,
-               "zeta-alpha", L"rkzcore.dll", {160, 120}, {176, 144}),
+        {"Dv25Decoder", CLSID_NyxDv25Decoder, "QDVC", 24, nullptr, L"rkdvh.dll", kWide, k525},
+        {"Dv50Decoder", CLSID_NyxDv50Decoder, "QDV5", 24, nullptr, L"rkdvh.dll", k525, k625},
+        {"DvHdDecoder", CLSID_NyxDvHdDecoder, "QDVH", 24, nullptr, L"rkdvh.dll", k720, k1080},
+        {"ZetaDecoder", CLSID_NyxZetaDecoder, "QZTA", 24, "zeta", L"rkzcore.dll", kQqvga, kQcif},
+        {"LosslessDecoder", CLSID_NyxLosslessDecoder, "QLLC", 24, "lossless-yuy2", L"rkllc.dll",
+         kSmall, kSmaller},
+        {"MpegIntraDecoder", CLSID_NyxMpegIntraDecoder, "QMIC", 24, "mpeg2", L"rkm2vi01.dll",
+         kSmall, kSmaller},
+        {"Zeta2Decoder", CLSID_NyxZeta2Decoder, "QZT2", 24, "zeta2", L"rkz2core.dll", kSmall,
+         kSmaller},
+        {"Q210Decoder", CLSID_NyxTenBitDecoder, "Q210", 20, nullptr, nullptr, kSmall, kSmaller},
+        {"ZetaEncoder", CLSID_NyxZetaEncoder, "QZTA", 16, nullptr, L"rkzcore.dll", kQqvga, kQcif},
+        {"ZetaAlphaDecoder", CLSID_NyxZetaDecoder, "QZTA", 32, "zeta-alpha", L"rkzcore.dll", kQqvga,
+         kQcif},
     };
     return rows;
 }

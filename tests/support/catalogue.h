@@ -45,9 +45,6 @@ struct CatalogueRow {
     std::vector<BYTE> Frame(const Stream& input) const;
 };
 
-/// The property page, the module's tenth class.
-extern const CLSID kPropertyPage;
-
 /// All nine filters, in the module's order, and the Zeta decoder once more with alpha.
 const std::vector<CatalogueRow>& Catalogue();
 /// The row with that name, which must exist.

@@ -86,9 +86,10 @@ class HostileSample : public Object<IMediaSample2> {
 
   protected:
     void* Find(REFIID iid) override {
-        return iid == IID_IMediaSample ? static_cast<IMediaSample*>(this)
-               : overrides_.sample2    ? Object::Find(iid)
-                                       : nullptr;
+        if (iid == IID_IMediaSample) {
+            return static_cast<IMediaSample*>(this);
+        }
+        return overrides_.sample2 ? Object::Find(iid) : nullptr;
     }
 
   private:

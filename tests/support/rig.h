@@ -59,25 +59,14 @@ class EndPin : public host::SinglePin {
     Sample Last() const { return Samples().back(); }
     std::size_t Count() const { return Locked(count_); }
     Events Seen() const { return Locked(events_); }
-    /// Whether it was asked for an interface.
-    bool WasAskedFor(REFIID iid) const {
-        const auto asked = Locked(asked_);
-        return std::find(asked.begin(), asked.end(), iid) != asked.end();
-    }
-    /// Forgets samples, events and questions.
+    /// Forgets samples and events.
     void Forget() {
         const std::lock_guard lock(mutex_);
         samples_.clear();
-        asked_.clear();
         count_ = 0;
         events_ = {};
     }
 
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
-        const std::lock_guard lock(mutex_);
-        asked_.push_back(iid);
-        return SinglePin::QueryInterface(iid, object);
-    }
     STDMETHODIMP Connect(IPin* to, const AM_MEDIA_TYPE* wanted) override {
         return wanted ? ConnectAs(to, *wanted) : SinglePin::Connect(to, nullptr);
     }
@@ -133,7 +122,6 @@ class EndPin : public host::SinglePin {
     std::vector<Sample> samples_;
     std::size_t count_ = 0;
     Events events_;
-    std::vector<IID> asked_;
 };
 
 /// A filter of the suite's own around its pin: a source of what a test hands it, or a renderer.

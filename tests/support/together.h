@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <latch>
 #include <thread>
 #include <vector>
 
@@ -15,17 +16,14 @@ namespace nyx::test {
 template <class Make>
 void ExpectSameTogether(Make make) {
     std::atomic<int> wrong{0};
-    std::vector<std::thread> threads;
-    std::atomic<int> waiting{2};
+    std::latch start(2);
+    std::vector<std::jthread> threads;
     for (const int number : {1, 2}) {
         const auto work = make(number);
         Bytes alone;
         work(&alone);
         threads.emplace_back([&, work, alone] {
-            --waiting;
-            while (waiting > 0) {
-                std::this_thread::yield();
-            }
+            start.arrive_and_wait();
             Bytes result;
             for (int round = 0; round < 200; ++round) {
                 work(&result);
@@ -33,9 +31,7 @@ void ExpectSameTogether(Make make) {
             }
         });
     }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    threads.clear();
     EXPECT_EQ(wrong, 0);
 }
 

@@ -2,10 +2,8 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
-#include <mutex>
 #include <thread>
 
 namespace nyx::test {
@@ -18,35 +16,25 @@ inline std::atomic<unsigned> progress{0};
 /// suspended or slow machine counts slower.
 class Watchdog {
   public:
-    Watchdog() = default;
-    ~Watchdog() {
-        {
-            const std::lock_guard lock(mutex_);
-            over_ = true;
-        }
-        ended_.notify_one();
-        thread_.join();
+    Watchdog() {
+        [[maybe_unused]] static const bool begun = (std::thread(&Watch).detach(), true);
+        ++watching_;
     }
+    ~Watchdog() { --watching_; }
 
   private:
-    void Watch() {
+    static void Watch() {
         constexpr int kDeadlock = 120;
-        std::unique_lock lock(mutex_);
-        unsigned seen = progress;
-        for (int idle = 0; idle < kDeadlock; idle = seen == progress ? idle + 1 : 0) {
-            seen = progress;
-            if (ended_.wait_for(lock, std::chrono::seconds(1), [&] { return over_; })) {
-                return;
-            }
+        bool stuck = true;
+        for (int idle = 0; idle < kDeadlock; idle = stuck ? idle + 1 : 0) {
+            const unsigned seen = progress;
+            std::this_thread::sleep_for(std::chrono::seconds(1));
+            stuck = watching_ != 0 && seen == progress;
         }
         std::fputs("deadlock: no progress for two minutes\n", stderr);
         std::_Exit(3);
     }
-
-    std::mutex mutex_;
-    std::condition_variable ended_;
-    bool over_ = false;
-    std::thread thread_{[this] { Watch(); }};
+    static inline std::atomic<int> watching_{0};
 };
 
 /// Calls `round` repeatedly for the given time, at least once. Each call is a step.

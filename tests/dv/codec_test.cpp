@@ -1,4 +1,6 @@
-/// DV frames to pictures, and to descriptions.
+/// DV frames to pictures and back, and to descriptions.
+
+#include <set>
 
 #include "tests/dv/dv_codecs.h"
 #include "tests/support/together.h"
@@ -8,8 +10,8 @@ namespace nyx::test {
 namespace {
 
 TEST_F(DvCodec, TheEngineGetsSystemVariantAndLayout) {
-    // The application is null as recorded; the code is that of 24 bits: 32 bits are one below, the
-    // studio range two.
+    // Without an application ID a frame keeps its own. The codes are for 24 bits and full range;
+    // those of 32 bits are one less, those of studio range two less.
     constexpr std::tuple<const char*, const char*, DWORD, LONG, LONG, DWORD, DWORD> kCases[] = {
         {"dv25_525_4x3", "0000000", kDv25, 720, 480, 0x51, 4},
         {"dv25_525_16x9", "1111111", kDv25, 720, 480, 0x52, 4},
@@ -109,7 +111,7 @@ TEST_F(DvCodec, AnInvalidFrameIsABlackPictureAndNeverReachesTheEngine) {
         {pal_.Cut(143999), 16, 720, 576, 0},
         {pal_.Cut(132000), 16, 736, 576, 0},
         {pal_.Cut(13000), 16, 720, 576, 0},
-        {pal_, 16, 720, 480, 0},  // other heights, another variant
+        {pal_, 16, 720, 480, 0},  // frames of another height or variant
         {LoadFrame("dv25_525_4x3"), 16, 720, 576, 0},
         {LoadFrame("dvcprohd_720_50"), 16, 720, 576, 0},
     };
@@ -201,22 +203,97 @@ TEST_F(DvCodec, FramesStateTheirParameters) {
     EXPECT_EQ(Codec().GetFrameInfo(nullptr, pal_.data(), 400000, nullptr), E_POINTER);
 }
 
+TEST_F(DvCodec, PicturesAreEncodedBySizeAndSettings) {
+    using Settings = std::set<std::wstring>;
+    const std::tuple<DWORD, Settings, LONG, LONG, LONG, DWORD, DWORD, DWORD> cases[] = {
+        {kDv25, {}, 24, 720, 480, 0x51, 120000, 4},
+        {kDv25, {}, 24, 720, -576, 0x91, 144000, 4},
+        {kDv25, {}, 16, 856, 480, 0x451, 120000, 0},
+        {kDv25, {}, 24, 1024, 576, 0x491, 144000, 4},
+        {kDv25, {}, 32, 1024, -576, 0x491, 144000, 3},
+        {kDv25, {L"dvcpro25"}, 24, 1024, 576, 0x492, 144000, 4},
+        {kDv25, {L"dvcpro25", L"wide_screen"}, 24, 720, 480, 0x452, 120000, 4},
+        {kDv50, {}, 24, 720, 480, 0x60, 240000, 4},
+        {kDv50, {L"wide_screen"}, 16, 720, 576, 0x4A0, 288000, 0},
+        {kDvHd, {}, 24, 1280, 1080, 0x472, 480000, 8},
+        {kDvHd, {}, 24, 1440, 1080, 0x4B2, 576000, 8},
+        {kDvHd, {}, 24, 960, 720, 0x475, 240000, 8},
+        {kDvHd, {L"5060"}, 24, 960, 720, 0x4B5, 288000, 8},
+    };
+    for (const auto& [fourcc, settings, bits, width, height, flags, length, code] : cases) {
+        SCOPED_TRACE(testing::Message() << std::hex << flags << ' ' << width);
+        for (const wchar_t* setting : {L"dvcpro25", L"wide_screen", L"5060"}) {
+            WriteCodecSetting(fourcc, setting, settings.count(setting) != 0 ? 2 : 0);
+        }
+        codecs_.clear();
+        const Picture picture{bits, width, height};
+        std::generate(picture.Row(0), picture.Row(0) + picture.memory.size(),
+                      [n = 0u]() mutable { return static_cast<BYTE>((n += 2654435761u) >> 24); });
+        Bytes frame(576000);
+        BITMAPINFOHEADER output = MakeHeader(fourcc, 24, width, picture.rows);
+        CDvCodecBase& codec = Codec(fourcc);
+        EXPECT_EQ(codec.GetMaxCompressedSize(&picture.header, false),
+                  width == 960 ? 240000 : length);
+        ASSERT_EQ(
+            codec.Compress(&picture.header, false, picture.Row(0), &output, frame.data(), 0, 0, 0),
+            S_OK);
+        EXPECT_EQ(output.biSizeImage, length);
+        const standin::Call call = LastCall(standin::kEncode);
+        const bool squeezed = fourcc == kDv25 && width != 720;
+        const bool bottomUp = bits != 16 && height > 0;
+        const LONG rowBytes = (squeezed ? 720 : width) * bits / 8;
+        const LONG first = bottomUp ? picture.rows - 1 : 0;
+        EXPECT_EQ(WordsOf(call), Words(flags, frame.data(),
+                                       squeezed ? call.words[2] : LONG_PTR(picture.Row(first)),
+                                       bottomUp ? -rowBytes : rowBytes, bits / 8, code));
+        // The stand-in puts the picture's first row into its frame.
+        const Bytes rows =
+            squeezed ? Resampled(picture, 720) : Bytes(picture.Row(0), picture.Row(picture.rows));
+        EXPECT_EQ(std::memcmp(&rows[static_cast<std::size_t>(first * rowBytes)], frame.data(),
+                              static_cast<std::size_t>(rowBytes)),
+                  0);
+    }
+}
+
+TEST_F(DvCodec, PicturesThatCannotBeEncodedAreRefused) {
+    Bytes frame(120000);
+    BITMAPINFOHEADER output = MakeHeader(kDv25, 24, 720, 480);
+    const auto encode = [&](const BITMAPINFOHEADER& input, const char* misbehaviour) {
+        const Misbehaviour active(misbehaviour);
+        const Picture picture{24, 1024, 576};
+        return Codec().Compress(&input, false, picture.Row(0), &output, frame.data(), 0, 0, 0);
+    };
+    for (const char* misbehaviour : {"encode:access", "encode:longer"}) {
+        EXPECT_EQ(encode(PictureHeader(24, 720, 480), misbehaviour), E_FAIL);
+    }
+    EXPECT_EQ(encode(MakeHeader(FourCC("v210"), 24, 720, 480), ""), E_FAIL);
+    EXPECT_EQ(encode(PictureHeader(24, 640, 480), ""), E_FAIL) << "a squeeze cannot enlarge";
+    for (const auto& [bits, width, height] :
+         {std::tuple(32, 720, 480), {24, 720, 486}, {24, 1024, 480}}) {
+        const BITMAPINFOHEADER picture = PictureHeader(bits, width, height);
+        EXPECT_EQ(Codec().CompressQuery(&picture, false, &output), VFW_E_TYPE_NOT_ACCEPTED);
+        EXPECT_TRUE(bits == 32 || Codec().GetMaxCompressedSize(&picture, false) == 0u);
+    }
+    EXPECT_FALSE(Codec(kDv50).IsSupportedSize(856, 480) || Codec(kDvHd).IsSupportedSize(1280, 720));
+}
+
 TEST(DvDescription, HasDatesOfBothCenturiesButNoInvalidOnes) {
-    const std::tuple<BYTE, BYTE, BYTE, const char*> dates[] = {{0xC1, 0xE1, 0x00, "2000-01-01 "},
-                                                               {0xF1, 0xF2, 0x74, "2074-12-31 "},
-                                                               {0xC6, 0xE5, 0x75, "1975-05-06 "},
-                                                               {0x09, 0x10, 0x99, "1999-10-09 "},
-                                                               {0xF2, 0xE5, 0x04, ""},
-                                                               {0xC0, 0xE5, 0x04, ""},
-                                                               {0xC6, 0xF3, 0x04, ""},
-                                                               {0xC6, 0xE0, 0x04, ""},
-                                                               {0xC6, 0xE5, 0x0A, ""},
-                                                               {0xC6, 0xE5, 0xA0, ""}};
-    for (const auto& [day, month, year, text] : dates) {
+    // Day, month and year as the pack's last three bytes, in BCD below flags.
+    constexpr std::pair<DWORD, const char*> kDates[] = {{0xC1E100, "2000-01-01 "},
+                                                        {0xF1F274, "2074-12-31 "},
+                                                        {0xC6E575, "1975-05-06 "},
+                                                        {0x091099, "1999-10-09 "},
+                                                        {0xF2E504, ""},
+                                                        {0xC0E504, ""},
+                                                        {0xC6F304, ""},
+                                                        {0xC6E004, ""},
+                                                        {0xC6E50A, ""},
+                                                        {0xC6E5A0, ""}};
+    for (const auto& [date, text] : kDates) {
         DvFrame frame = LoadFrame("dv25_625_4x3");
-        frame.SetPackByte(0x62, 2, day);
-        frame.SetPackByte(0x62, 3, month);
-        frame.SetPackByte(0x62, 4, year);
+        for (std::size_t i = 2; i <= 4; ++i) {
+            frame.SetPackByte(0x62, i, static_cast<BYTE>(date >> (4 - i) * 8));
+        }
         const std::string described = host::DescribeDvFrame(frame.data(), frame.size());
         EXPECT_NE(described.find(std::string("recorded ") + text + "07:08:09"), described.npos)
             << described;
