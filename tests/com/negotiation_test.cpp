@@ -148,7 +148,7 @@ TEST_P(Negotiation, AnInputTypeIsConnectedWithAllThatFollowsItsHeader) {
     const auto& [width, height, duration, form] = rig.stream;
     MediaType longer = row().InputType({width, height, duration, Block::kVideoInfo2});
     longer.ResizeFormat(longer.cbFormat + 1024);
-    longer.pUnk = Make<End>(PINDIR_INPUT).Detach();
+    longer.pUnk = ComPtr<IBaseFilter>(Make<End>(PINDIR_INPUT).Get()).Detach();
     if (!row().IsEncoder()) {  // decoders go by the header's FourCC
         longer.majortype = MEDIATYPE_Interleaved;
         longer.subtype = GUID_NULL;
