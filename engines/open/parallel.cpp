@@ -13,6 +13,9 @@ extern "C" IMAGE_DOS_HEADER __ImageBase;  // this library, by the linker
 namespace nyx::open {
 namespace {
 
+/// Fewer parts are done before a thread of the pool comes, some 30 microseconds after it is asked.
+constexpr int kMinParts = 8;
+
 /// Parts of one call. Lives until the last thread that knows it has released it: a thread of the
 /// pool may come when all is done.
 class Job {
@@ -58,7 +61,7 @@ class Job {
 
   private:
     /// Threads take neighbouring parts, some times each, so that none waits long for the last.
-    static constexpr int kRunsPerThread = 8;
+    static constexpr int kRunsPerThread = 32;
 
     void Work() {
         for (int first; !raised_ && (first = next_.fetch_add(run_)) < count_;) {
@@ -117,7 +120,7 @@ int CountThreads(int limit) {
 }
 
 bool RunParts(int threads, int count, void (*part)(void* context, int index), void* context) {
-    threads = std::clamp(threads, 1, std::max(1, count));
+    threads = count < kMinParts ? 1 : std::min(threads, count);
     auto* job = new (std::nothrow) Job(part, context, count, threads);
     if (!job) {
         return false;

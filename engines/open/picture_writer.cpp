@@ -67,7 +67,7 @@ void WriteYuy2(LineWriter& lines, LONG firstRow, const Surface& surface, RowRang
 /// A strip at a time, so that the conversion finds its lines in the cache. False when the pixels
 /// cannot be converted.
 bool WriteRgb(LineWriter& lines, LONG firstRow, const Surface& surface, RowRange rows) {
-    constexpr LONG kStripRows = 16;
+    constexpr LONG kStripRows = 4;
     const PixelLayout& layout = surface.layout;
     const LONG lineBytes = 2 * surface.width;
     std::vector<BYTE> strip(static_cast<std::size_t>(kStripRows * lineBytes));
