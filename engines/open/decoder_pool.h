@@ -19,16 +19,25 @@ class FrameDecoder {
     /// Copies the frame into a buffer of the decoder's own, which may be edited before Decode.
     BYTE* Load(ByteSpan frame);
 
-    /// Decodes the loaded frame, independently of earlier ones. Null when it gives no picture; the
-    /// picture lives until the next call.
+    /// Decodes the loaded frame, independently of earlier ones, its parts on several threads. Null
+    /// when it gives no picture; the picture lives until the next call.
     const AVFrame* Decode();
+
+    /// The number of threads that may work on a picture, at least 1.
+    int threads() const { return threads_; }
 
   private:
     friend class DecoderPool;
 
+    /// Calls `part` for `count` arguments of `size` bytes each, as libavcodec asks for.
+    static int Execute(AVCodecContext* context, int (*part)(AVCodecContext*, void*), void* first,
+                       int* results, int count, int size);
+
     LibavPtr<AVCodecContext> context_;
     LibavPtr<AVPacket> packet_;
     LibavPtr<AVFrame> picture_;
+    int threads_ = 1;
+    bool raised_ = false;           ///< a part ended by an exception: the context is not used again
     FrameDecoder* next_ = nullptr;  ///< in the pool's list
 };
 

@@ -16,7 +16,7 @@ LONG Decode(const DvSignal& signal, const void* frame, const Surface& surface) {
     DecoderPool::Lease decoder(pool);
     MarkFrame(signal, decoder->Load(BytesAt(frame, static_cast<std::size_t>(signal.frameBytes))));
     const AVFrame* picture = decoder->Decode();
-    return picture && WritePicture(*picture, 0, kDvSiting, surface) ? 0 : -1;
+    return picture && WritePicture(*picture, 0, kDvSiting, surface, decoder->threads()) ? 0 : -1;
 }
 
 }  // namespace

@@ -42,7 +42,7 @@ bool Decode(ByteSpan frame, LONG firstRow, const Surface& surface) {
     return picture &&
            WritePicture(*picture, firstRow,
                         picture->interlaced_frame ? kMpegInterlacedSiting : kMpegProgressiveSiting,
-                        surface);
+                        surface, decoder->threads());
 }
 
 LONG DecodePicture(const MpegIntraRecord& record) {

@@ -1,9 +1,11 @@
 #include "engines/open/picture_writer.h"
 
 #include <algorithm>
+#include <atomic>
 #include <vector>
 
 #include "convert/convert.h"
+#include "engines/open/parallel.h"
 #include "media/libav.h"
 
 namespace nyx::open {
@@ -51,40 +53,61 @@ bool IsKnown(int format) {
            format == AV_PIX_FMT_YUV420P;
 }
 
-}  // namespace
+struct RowRange {
+    LONG begin;
+    LONG end;
+};
 
-bool WritePicture(const AVFrame& picture, LONG firstRow, const ChromaSiting& siting,
-                  const Surface& surface) {
-    if (!IsKnown(picture.format) || firstRow < 0 || picture.width < surface.width ||
-        picture.height - firstRow < surface.height) {
-        return false;
+void WriteYuy2(LineWriter& lines, LONG firstRow, const Surface& surface, RowRange rows) {
+    for (LONG y = rows.begin; y < rows.end; ++y) {
+        lines.Write(firstRow + y, surface.Row(y));
     }
-    LineWriter lines(picture, siting, surface.width);
+}
+
+/// A strip at a time, so that the conversion finds its lines in the cache. False when the pixels
+/// cannot be converted.
+bool WriteRgb(LineWriter& lines, LONG firstRow, const Surface& surface, RowRange rows) {
+    constexpr LONG kStripRows = 4;
     const PixelLayout& layout = surface.layout;
-    if (layout.rgbFourCC == 0) {
-        for (LONG y = 0; y < surface.height; ++y) {
-            lines.Write(firstRow + y, surface.Row(y));
-        }
-        return true;
-    }
-    // A strip at a time, so that the conversion finds its lines in the cache.
-    constexpr LONG kStripRows = 16;
     const LONG lineBytes = 2 * surface.width;
     std::vector<BYTE> strip(static_cast<std::size_t>(kStripRows * lineBytes));
-    for (LONG y = 0; y < surface.height; y += kStripRows) {
-        const LONG rows = std::min(kStripRows, surface.height - y);
-        for (LONG i = 0; i < rows; ++i) {
+    for (LONG y = rows.begin; y < rows.end; y += kStripRows) {
+        const LONG count = std::min(kStripRows, rows.end - y);
+        for (LONG i = 0; i < count; ++i) {
             lines.Write(firstRow + y + i, &strip[static_cast<std::size_t>(i * lineBytes)]);
         }
         const ImagePlane from = {strip.data(), lineBytes, 0};
         const ImagePlane to = {surface.Row(y), surface.stride,
                                surface.stride - surface.width * layout.bytesPerPixel};
         if (FAILED(ConvertFromYuv(&from, nullptr, FourCC("YUY2"), layout.yuvFlags, 0, &to,
-                                  layout.rgbFourCC, layout.rgbFlags, 0, surface.width, rows))) {
+                                  layout.rgbFourCC, layout.rgbFlags, 0, surface.width, count))) {
             return false;
         }
     }
     return true;
+}
+
+}  // namespace
+
+bool WritePicture(const AVFrame& picture, LONG firstRow, const ChromaSiting& siting,
+                  const Surface& surface, int threads) {
+    if (!IsKnown(picture.format) || firstRow < 0 || picture.width < surface.width ||
+        picture.height - firstRow < surface.height) {
+        return false;
+    }
+    constexpr LONG kBandRows = 32;
+    const int bands = static_cast<int>((surface.height + kBandRows - 1) / kBandRows);
+    std::atomic<bool> converted{true};
+    const bool done = RunParts(threads, bands, [&](int band) {
+        const RowRange rows = {band * kBandRows, std::min((band + 1) * kBandRows, surface.height)};
+        LineWriter lines(picture, siting, surface.width);
+        if (surface.layout.rgbFourCC == 0) {
+            WriteYuy2(lines, firstRow, surface, rows);
+        } else if (!WriteRgb(lines, firstRow, surface, rows)) {
+            converted = false;
+        }
+    });
+    return done && converted;
 }
 
 }  // namespace nyx::open

@@ -5,6 +5,7 @@
 #include <numeric>
 
 #include "codecs/engine_records.h"
+#include "codecs/fault_guard.h"
 #include "media/dv_signals.h"
 #include "tests/codecs/converted.h"
 #include "tests/dv/dv_frames.h"
@@ -92,6 +93,22 @@ TEST(OpenDv, ShowsEveryLayoutAndEncodesItAgain) {
     for (const auto& [flags, stride, bytes, code] : kCalls) {
         EXPECT_LT(kDecode(flags, kDv, kDv, stride, bytes, code), 0);
         EXPECT_LT(kEncode(flags, kDv, kDv, stride, bytes, code), 0);
+    }
+}
+
+/// A destination that ends early costs its frame, whichever thread comes upon its end.
+TEST(OpenDv, LosesOnlyTheFrameThatCannotBeWritten) {
+    const DvFrame frame = LoadFrame("dvcprohd_1080_50");
+    const Picture whole{1440, 1080, 2}, half{1440, 540, 2};
+    const auto decode = [&](const Picture& picture) {
+        LONG result = -1;
+        return CallEngine(&result, kDecode, 0x4B2, frame.data(), picture.Row(0), picture.stride, 2,
+                          0) == S_OK &&
+               result == 0;
+    };
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_FALSE(decode(half));
+        EXPECT_TRUE(decode(whole));
     }
 }
 
