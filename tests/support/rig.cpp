@@ -80,8 +80,8 @@ Sample ReadSample(IMediaSample* sample) {
     return read;
 }
 
-Rig::Rig(const CatalogueRow& filterRow, const Stream& inputStream)
-    : row(filterRow), stream(inputStream), filter(Module().Create(filterRow.clsid)) {
+Rig::Rig(const CatalogueRow& filterRow, const Stream& inputStream, const ComPtr<IBaseFilter>& own)
+    : row(filterRow), stream(inputStream), filter(own ? own : Module().Create(filterRow.clsid)) {
     ++progress;
     if (!filter || filter->FindPin(L"In", &input) != S_OK ||
         filter->FindPin(L"Out", &output) != S_OK) {

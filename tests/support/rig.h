@@ -172,7 +172,9 @@ class Graph : public Object<IFilterGraph, IMediaEventSink> {
 struct Rig {
     /// Throws std::runtime_error when the filter cannot be made.
     explicit Rig(const CatalogueRow& filterRow) : Rig(filterRow, filterRow.stream) {}
-    Rig(const CatalogueRow& filterRow, const Stream& inputStream);
+    /// With a filter of the suite's own in place of the row's, if there is one.
+    Rig(const CatalogueRow& filterRow, const Stream& inputStream,
+        const ComPtr<IBaseFilter>& own = {});
     ~Rig();
 
     const CatalogueRow& row;
