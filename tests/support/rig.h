@@ -233,17 +233,21 @@ struct Rig {
     }
 };
 
-/// The type of the connection as the pin reports it, empty when there is none.
+/// The type of the connection as the pin reports it, empty when there is none. A pin overwrites
+/// what it gets.
 inline MediaType ConnectionType(const ComPtr<IPin>& pin) {
     MediaType type;
-    pin->ConnectionMediaType(&type);
+    type.cbFormat = 7;
+    const HRESULT result = pin->ConnectionMediaType(&type);
+    EXPECT_EQ(result, type.cbFormat != 0 ? S_OK : VFW_E_NOT_CONNECTED);
     return type;
 }
 /// The peer of a pin, null when it is not connected.
 inline ComPtr<IPin> PeerOf(const ComPtr<IPin>& pin) {
-    ComPtr<IPin> peer;
-    pin->ConnectedTo(&peer);
-    return peer;
+    IPin* peer = pin.Get();
+    const HRESULT result = pin->ConnectedTo(&peer);
+    EXPECT_EQ(result, peer ? S_OK : VFW_E_NOT_CONNECTED);
+    return Adopt(peer);
 }
 /// The types that a pin enumerates, in order.
 inline std::vector<MediaType> OfferedTypes(const ComPtr<IPin>& pin) {
