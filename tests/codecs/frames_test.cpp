@@ -82,8 +82,8 @@ TEST_P(EachFrame, WithAlphaIsBlackUnderTheMatteUnlessPremultiplied) {
 TEST_P(EachFrame, IsRefusedForPicturesOfOtherSizes) {
     Bytes picture(kWidth * (kHeight + 1) * 4, kGuard);
     for (const BITMAPINFOHEADER& output :
-         {Yuy2Header(kWidth - 2, kHeight), Yuy2Header(kWidth, kHeight + 1),
-          Yuy2Header(kWidth, kHeight - 1), RgbHeader(8, kWidth, kHeight)}) {
+         {PictureHeader(16, kWidth - 2, kHeight), PictureHeader(16, kWidth, kHeight + 1),
+          PictureHeader(16, kWidth, kHeight - 1), PictureHeader(8, kWidth, kHeight)}) {
         EXPECT_EQ(Decompress(stream_, input_, frame_.data(), output, picture.data()), E_FAIL);
         EXPECT_TRUE(Untouched(picture));
     }
@@ -179,7 +179,9 @@ TEST_F(Frames, InInaccessibleMemoryFailWithoutALeak) {
         {kMpegStream, FrameOf(kMpegStream), 24},
         {kTenBitStream, FrameOf(kTenBitStream), 24}};
     Bytes room(kWidth * kHeight * 4);
-    ExpectNoLeak(40, [&] {
+    std::size_t before = 0;
+    for (int round = 0; round < 50; ++round) {
+        before = round == 10 ? HeapBlocks() : before;
         for (const auto& [stream, frame, bits] : cases) {
             SCOPED_TRACE(stream.name);
             ICodec& codec = *codecs_.all[stream.codec];
@@ -194,7 +196,8 @@ TEST_F(Frames, InInaccessibleMemoryFailWithoutALeak) {
                                               0, 0, 0),
                       E_FAIL);
         }
-    });
+    }
+    EXPECT_LE(HeapBlocks(), before + 4) << "lost, or in the runtime's caches";
 }
 
 }  // namespace

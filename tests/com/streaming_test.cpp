@@ -213,11 +213,11 @@ TEST_P(Streaming, GoesOnAfterFlushesSeeksAndStopsOnOtherThreads) {
     Through(rig.Frame());
 }
 
-TEST_P(Streaming, LosesNoMemoryInLongRuns) {
+TEST_P(Streaming, LosesNoMemory) {
     MediaType refused = row().InputType();
     refused.Header().biCompression = 0x12345678;
     const Sample typed{.bytes = rig.Frame().bytes, .type = row().InputType()};
-    ExpectNoLeak(100, [&] {
+    ExpectNothingKept([&] {
         Rig made(row());
         As<IMediaSeeking>(made.output);
         ASSERT_NE(made.ConnectInput(refused), S_OK);
