@@ -146,7 +146,8 @@ TEST_F(Frames, OfUnknownLosslessKindsNeverReachTheEngine) {
     const DWORD calls = LastCall(kLlc, kDecode).count;
     for (const BYTE kind : {BYTE{4}, BYTE{255}}) {
         Bytes picture;
-        EXPECT_EQ(Decode(kStreams[4], {'L', kind, 'S', '1'}, PictureHeader(16, 16, 8), &picture), E_FAIL);
+        EXPECT_EQ(Decode(kStreams[4], {'L', kind, 'S', '1'}, PictureHeader(16, 16, 8), &picture),
+                  E_FAIL);
     }
     EXPECT_EQ(LastCall(kLlc, kDecode).count, calls);
 }

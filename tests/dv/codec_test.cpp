@@ -1,10 +1,9 @@
-/// DV frames to pictures and back, and to descriptions.
+/// DV frames to pictures and back.
 
 #include <set>
 
 #include "tests/dv/dv_codecs.h"
 #include "tests/support/together.h"
-#include "tools/nyxhost/dv_description.h"
 
 namespace nyx::test {
 namespace {
@@ -275,29 +274,6 @@ TEST_F(DvCodec, PicturesThatCannotBeEncodedAreRefused) {
         EXPECT_TRUE(bits == 32 || Codec().GetMaxCompressedSize(&picture, false) == 0u);
     }
     EXPECT_FALSE(Codec(kDv50).IsSupportedSize(856, 480) || Codec(kDvHd).IsSupportedSize(1280, 720));
-}
-
-TEST(DvDescription, HasDatesOfBothCenturiesButNoInvalidOnes) {
-    // Day, month and year as the pack's last three bytes, in BCD below flags.
-    constexpr std::pair<DWORD, const char*> kDates[] = {{0xC1E100, "2000-01-01 "},
-                                                        {0xF1F274, "2074-12-31 "},
-                                                        {0xC6E575, "1975-05-06 "},
-                                                        {0x091099, "1999-10-09 "},
-                                                        {0xF2E504, ""},
-                                                        {0xC0E504, ""},
-                                                        {0xC6F304, ""},
-                                                        {0xC6E004, ""},
-                                                        {0xC6E50A, ""},
-                                                        {0xC6E5A0, ""}};
-    for (const auto& [date, text] : kDates) {
-        DvFrame frame = LoadFrame("dv25_625_4x3");
-        for (std::size_t i = 2; i <= 4; ++i) {
-            frame.SetPackByte(0x62, i, static_cast<BYTE>(date >> (4 - i) * 8));
-        }
-        const std::string described = host::DescribeDvFrame(frame.data(), frame.size());
-        EXPECT_NE(described.find(std::string("recorded ") + text + "07:08:09"), described.npos)
-            << described;
-    }
 }
 
 }  // namespace
