@@ -15,9 +15,8 @@
 
 namespace nyx::test {
 
-/// COM for the whole program, its other threads included, which a crash ends as failed.
-HRESULT Prepare();
-inline const HRESULT prepared = Prepare();
+/// COM for the whole program, its other threads included.
+inline const HRESULT prepared = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
 
 /// A sample as a source sets it and as a sink reads it. Times in 100-ns units.
 struct Sample {
