@@ -1,9 +1,11 @@
 /// Frames of every codec but those of DV: chunks, wider outputs, alpha, threads, failing engines,
 /// cut frames and inaccessible memory.
 
+#include <atomic>
+#include <latch>
+
 #include "tests/codecs/engine_frames.h"
 #include "tests/support/leaks.h"
-#include "tests/support/together.h"
 
 namespace nyx::test {
 namespace {
@@ -43,23 +45,6 @@ TEST_P(EachFrame, LeavesTheRestOfAWiderOutputAlone) {
         const BYTE* at = &again_[y * (row + gap)];
         ASSERT_EQ(std::memcmp(at, &bare_[y * row], row), 0);
         ASSERT_EQ(std::count(at + row, at + row + gap, kGuard), LONG(gap));
-    }
-}
-
-TEST_P(EachFrame, OfZetaAndZeta2HasAlphaByItselfNotByTheHeader) {
-    Stream other = stream_;
-    other.bits ^= 24 ^ 32;
-    if (stream_.codec == kZeta || stream_.codec == kZeta2) {
-        EXPECT_EQ(Decode(other, frame_, output_, &again_), S_OK);
-        EXPECT_EQ(again_, bare_);
-    }
-}
-
-TEST_P(EachFrame, WithoutAlphaDecodesWithoutLoss) {
-    if (!stream_.alpha) {
-        EXPECT_EQ(bare_, stream_.codec != kTenBit
-                             ? SmoothPicture(output_)
-                             : ReferenceYuy2(RandomTenBitPicture(kWidth, kHeight, 3)));
     }
 }
 
@@ -146,6 +131,30 @@ TEST_P(EachFrame, ThatIsCutReachesAnEngineOrFailsWithoutAReadPastItsEnd) {
                     (result == E_FAIL && Untouched(again_)));
         EXPECT_TRUE(stream_.codec != kLossless || FAILED(result) || last.result == 0);
     }
+}
+
+/// Runs works 1 and 2 of `make` repeatedly on a thread each, at the same time. Each writes its
+/// result into the bytes that it gets, always the same as when it runs alone.
+template <class Make>
+void ExpectSameTogether(Make make) {
+    std::atomic<int> wrong{0};
+    std::latch start(2);
+    std::vector<std::jthread> threads;
+    for (const int number : {1, 2}) {
+        const auto work = make(number);
+        Bytes alone;
+        work(&alone);
+        threads.emplace_back([&, work, alone] {
+            start.arrive_and_wait();
+            Bytes result;
+            for (int round = 0; round < 200; ++round) {
+                work(&result);
+                wrong += result == alone ? 0 : 1;
+            }
+        });
+    }
+    threads.clear();
+    EXPECT_EQ(wrong, 0);
 }
 
 TEST_F(Frames, OfTwoThreadsHaveSeparateMemoryAndALargeOneLeavesNoneBehind) {

@@ -3,7 +3,6 @@
 #include <set>
 
 #include "tests/dv/dv_codecs.h"
-#include "tests/support/together.h"
 
 namespace nyx::test {
 namespace {
@@ -68,17 +67,6 @@ TEST_F(DvCodec, WideScreenPicturesAreStretched) {
                       720 * bits / 8 * (bits == 24 && signedHeight > 0 ? -1 : 1));
         }
     }
-}
-
-TEST_F(DvCodec, WideScreenPicturesOfTwoThreadsAreStretchedInSeparateMemory) {
-    ExpectSameTogether([&](int number) {
-        const DvFrame frame = number == 1 ? pal_ : LoadFrame("dv25_625_4x3");
-        return [=, this](Bytes* rows) {
-            const Picture picture{16, 1024, 576};
-            EXPECT_EQ(DecodePal(frame, picture), S_OK);
-            rows->assign(picture.Row(0), picture.Row(576));
-        };
-    });
 }
 
 TEST_F(DvCodec, WideScreenPicturesOf32BitsAreNotStretched) {
