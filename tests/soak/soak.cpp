@@ -9,6 +9,7 @@
 #include <map>
 #include <thread>
 
+#include "tests/support/frames.h"
 #include "tests/support/leaks.h"
 #include "tests/support/rig.h"
 

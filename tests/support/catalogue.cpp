@@ -7,6 +7,7 @@
 #include <tuple>
 
 #include "engines/standin/frame_coder.h"
+#include "media/dv_signals.h"
 #include "platform/class_ids.h"
 #include "platform/fourcc.h"
 #include "tests/support/frames.h"
@@ -21,23 +22,19 @@ DWORD Code(const char* fourcc) {
 
 /// A DV frame of zeroes with the two packs that identify it: the video source pack with system and
 /// signal type (IEC 61834-4, SMPTE 314M and 370M) and the video source control pack.
-Bytes DvFrame(const std::string& fourcc, const Stream& stream) {
+Bytes DvFrame(DWORD fourcc, const Stream& stream) {
     constexpr std::size_t kVideoSource = 448;  // VAUX block 5, pack 9
     constexpr std::size_t kVideoControl = 453;
-    const bool wide = fourcc == "QDVH";
-    const bool fifty = stream.height == 576 || stream.width == 1440;
-    const bool few = stream.height == 720;
-    std::size_t channels = fourcc == "QDVC" ? 1 : 2;
-    int signalType = fourcc == "QDVC" ? 0x00 : 0x04;
-    if (wide) {
-        channels = few ? 2 : 4;
-        signalType = few ? 0x18 : 0x14;
-    }
-    Bytes frame(channels * (fifty ? 144000 : 120000));
+    const DvSignal& signal = *FindDvSignalIf([&](const DvSignal& s) {
+        return s.fourcc == fourcc && s.height == stream.height &&
+               (s.width == stream.width || s.wideWidth == stream.width);
+    });
+    Bytes frame(static_cast<std::size_t>(signal.frameBytes));
     frame[kVideoSource] = 0x60;
-    frame[kVideoSource + 3] = static_cast<BYTE>((fifty ? 0x20 : 0) | signalType);
+    frame[kVideoSource + 3] =
+        static_cast<BYTE>((signal.system == kEngineSystem50 ? 0x20 : 0) | signal.signalType);
     frame[kVideoControl] = 0x61;
-    frame[kVideoControl + 2] = wide ? 2 : 0;
+    frame[kVideoControl + 2] = fourcc == kQdvh ? 2 : 0;
     return frame;
 }
 
@@ -137,7 +134,7 @@ std::vector<BYTE> CatalogueRow::Frame(const Stream& input, int number) const {
         return number > 0 ? SmoothPicture(InputType(input).Header(), number)
                           : Bytes(2 * pixels, 128);
     }
-    Bytes frame = DvFrame(fourcc, input);  // the stand-in makes a picture of all of its bytes
+    Bytes frame = DvFrame(Code(fourcc), input);  // the stand-in makes a picture of all of its bytes
     frame.back() = static_cast<BYTE>(number);
     return frame;
 }
