@@ -45,6 +45,7 @@ make_footage() { # FOLDER FILE SIZE RATE FRAMES PIXELS CODING SOUND
             ;;
         v210) coding=(-c:v v210) ;;
         mpeg) coding=(-c:v mpeg2video -g 1 -flags +ildct -top 1 -q:v 2 -threads 1) ;;
+        film) coding=(-c:v mpeg2video -g 1 -q:v 2 -threads 1) ;; # whole frames
         d10) # SMPTE 356M: 50 Mbit/s
             coded=$(coded_lines "$height")
             coding=(-c:v mpeg2video -g 1 -flags +ildct+low_delay -top 1 -intra_vlc 1 -non_linear_quant 1

@@ -65,10 +65,10 @@ TEST_F(Frames, WithoutAnIndexAreRefusedButSkippedByZeta2) {
         {kZeta, MakeHeader(FourCC("b64a"), 64, 16, 16), 0, E_FAIL},
         {kLossless, v210, 512, E_FAIL},
         {kTenBit, v210, 0, E_FAIL},
-        {kTenBit, RgbHeader(32, kWidth - 1, kHeight), 0, E_FAIL},
+        {kTenBit, PictureHeader(32, kWidth - 1, kHeight), 0, E_FAIL},
         {kZeta2, uyvy, 0, S_OK},
-        {kZeta2, RgbHeader(24, -160, 120), 0, E_FAIL},
-        {kZeta2, RgbHeader(32, 0x7FFFFFFE, 2), 0, E_FAIL},
+        {kZeta2, PictureHeader(24, -160, 120), 0, E_FAIL},
+        {kZeta2, PictureHeader(32, 0x7FFFFFFE, 2), 0, E_FAIL},
         {kZeta2, v210, 431, E_FAIL},
         {kZeta2, v210, 432, S_OK},
     };
@@ -127,7 +127,7 @@ TEST_F(Frames, OfEveryLosslessKindDecodeToEveryOutput) {
 }
 
 TEST_F(Frames, OfTheLosslessCodecAreCopiedOnlyBeforeUnreadableMemory) {
-    const BITMAPINFOHEADER picture = Yuy2Header(16, 8);
+    const BITMAPINFOHEADER picture = PictureHeader(16, 16, 8);
     const Bytes source = SmoothPicture(picture), frame = Coded("lossless-yuy2", source, 16, 8);
     const BITMAPINFOHEADER input = MakeHeader(FourCC("QLLC"), 24, 16, 8, frame.size());
     for (const std::size_t behind : {0u, 63u, 64u}) {
@@ -146,7 +146,8 @@ TEST_F(Frames, OfUnknownLosslessKindsNeverReachTheEngine) {
     const DWORD calls = LastCall(kLlc, kDecode).count;
     for (const BYTE kind : {BYTE{4}, BYTE{255}}) {
         Bytes picture;
-        EXPECT_EQ(Decode(kStreams[4], {'L', kind, 'S', '1'}, Yuy2Header(16, 8), &picture), E_FAIL);
+        EXPECT_EQ(Decode(kStreams[4], {'L', kind, 'S', '1'}, PictureHeader(16, 16, 8), &picture),
+                  E_FAIL);
     }
     EXPECT_EQ(LastCall(kLlc, kDecode).count, calls);
 }
@@ -161,7 +162,7 @@ constexpr MpegPicture kPictures[] = {{720, 576, 608, 32}, {720, 480, 512, 32},
 class MpegFrames : public Frames, public testing::WithParamInterface<MpegPicture> {
   protected:
     const LONG width_ = GetParam().width, height_ = GetParam().height;
-    const Bytes source_ = SmoothPicture(Yuy2Header(width_, GetParam().codedHeight));
+    const Bytes source_ = SmoothPicture(PictureHeader(16, width_, GetParam().codedHeight));
     const Bytes frame_ = Coded("mpeg2", source_, width_, GetParam().codedHeight);
     Bytes picture_, rgb_;
 };
@@ -169,7 +170,7 @@ INSTANTIATE_TEST_SUITE_P(Sizes, MpegFrames, testing::ValuesIn(kPictures));
 
 TEST_P(MpegFrames, LoseTheLinesAboveThePicture) {
     const LONG dropped = GetParam().dropped;
-    ASSERT_EQ(Decode(kMpegStream, frame_, Yuy2Header(width_, height_), &picture_), S_OK);
+    ASSERT_EQ(Decode(kMpegStream, frame_, PictureHeader(16, width_, height_), &picture_), S_OK);
     EXPECT_TRUE(
         std::equal(picture_.begin(), picture_.end(), source_.begin() + dropped * width_ * 2));
     const auto size = static_cast<LONG_PTR>(frame_.size());
@@ -183,7 +184,7 @@ TEST_P(MpegFrames, LoseTheLinesAboveThePicture) {
 }
 
 TEST_P(MpegFrames, HaveThreeBytesPerPixelInEveryRgb) {
-    ASSERT_EQ(Decode(kMpegStream, frame_, Yuy2Header(width_, height_), &picture_), S_OK);
+    ASSERT_EQ(Decode(kMpegStream, frame_, PictureHeader(16, width_, height_), &picture_), S_OK);
     const Bytes expected =
         Converted(picture_, kYuy2, kBgr3, width_, height_, width_ >= 960 ? 3 : 1);
     for (const WORD bits : {WORD{24}, WORD{32}}) {

@@ -37,11 +37,4 @@ inline std::wstring SettingsKey(int codec) {
     return L"Software\\Veltro\\Codec\\" + std::wstring(name, name + 4);
 }
 
-inline BITMAPINFOHEADER Yuy2Header(LONG width, LONG height) {
-    return MakeHeader(FourCC("YUY2"), 16, width, height);
-}
-inline BITMAPINFOHEADER RgbHeader(WORD bits, LONG width, LONG height) {
-    return MakeHeader(BI_RGB, bits, width, height);
-}
-
 }  // namespace nyx::test

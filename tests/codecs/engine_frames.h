@@ -71,7 +71,7 @@ constexpr LONG kWidth = 160;
 constexpr LONG kHeight = 120;
 
 inline BITMAPINFOHEADER PictureOf(WORD bits, LONG width = kWidth, LONG height = kHeight) {
-    return bits == 16 ? Yuy2Header(width, height) : RgbHeader(bits, width, -height);
+    return PictureHeader(bits, width, bits == 16 ? height : -height);
 }
 
 inline Bytes FrameOf(const Stream& stream) {

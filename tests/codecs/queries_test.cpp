@@ -90,13 +90,13 @@ TEST_P(Queries, LookAtEachFieldOfBothHeaders) {
     };
     for (const auto& c : cases) {
         H compressed = Stream(kOpaqueBits[number_]);
-        H picture = Yuy2Header(720, 480);
+        H picture = PictureHeader(16, 720, 480);
         c.change(compressed, picture);
         SCOPED_TRACE(&c - cases);
         EXPECT_EQ(codec_.DecompressQuery(&compressed, &picture, false), Answer(c.decodes));
         EXPECT_EQ(codec_.CompressQuery(&picture, false, &compressed), EncodeAnswer(c.encodes));
     }
-    const H picture = Yuy2Header(720, 480);
+    const H picture = PictureHeader(16, 720, 480);
     EXPECT_EQ(codec_.DecompressQuery(nullptr, &picture, false), VFW_E_TYPE_NOT_ACCEPTED);
     EXPECT_EQ(codec_.CompressQuery(nullptr, false, nullptr), EncodeAnswer(false));
 }
@@ -104,7 +104,7 @@ TEST_P(Queries, LookAtEachFieldOfBothHeaders) {
 TEST_P(Queries, TakeTheSizesOfTheCodecAndDescribeIt) {
     const auto check = [&](LONG width, LONG height, bool accepted) {
         const BITMAPINFOHEADER stream = Stream(kOpaqueBits[number_], width, height);
-        const BITMAPINFOHEADER picture = Yuy2Header(width, -height);
+        const BITMAPINFOHEADER picture = PictureHeader(16, width, -height);
         SCOPED_TRACE(testing::Message() << width << "x" << height);
         EXPECT_EQ(codec_.DecompressQuery(&stream, nullptr, false), Answer(accepted));
         EXPECT_EQ(codec_.CompressQuery(&picture, false, &stream), EncodeAnswer(accepted));

@@ -122,8 +122,14 @@ class Disorder : public RowTest {
         ComPtr<IMemAllocator> allocator;
         joined = join;
         rig.filter->JoinFilterGraph(joined ? rig.graph.Get() : nullptr, L"again");
-        rig.Notify({Flood, 10, static_cast<LONGLONG>(random()) << 20, 0});
-        rig.input->NewSegment(static_cast<LONGLONG>(random()), -1, 0.0);
+        EXPECT_EQ(rig.Notify({Flood, 10, static_cast<LONGLONG>(random()) << 20, 0}), E_FAIL)
+            << "left to the renderer";
+        const auto start = static_cast<LONGLONG>(random());
+        EXPECT_EQ(rig.input->NewSegment(start, -1, 1.5), out ? S_OK : VFW_E_NOT_CONNECTED);
+        const Events seen = rig.sink.Seen();
+        EXPECT_TRUE(!out ||
+                    (seen.segmentStart == start && seen.segmentStop == -1 && seen.rate == 1.5));
+        segments += out ? 1 : 0;
         EXPECT_EQ(rig.transport->GetAllocator(&allocator), S_OK);
         EXPECT_EQ(rig.transport->NotifyAllocator(allocator.Get(), TRUE), S_OK);
     }
@@ -138,10 +144,11 @@ class Disorder : public RowTest {
         const Events seen = rig.sink.Seen();
         FILTER_STATE reported{};
         EXPECT_EQ(rig.filter->GetState(0, &reported), S_OK);
-        EXPECT_EQ(std::tuple(reported, PeerOf(rig.input) != nullptr, PeerOf(rig.output) != nullptr,
-                             rig.sink.Count(), seen.endOfStream, seen.beginFlush, seen.endFlush,
-                             rig.graph->Count(EC_ERRORABORT), rig.graph->Seen().size()),
-                  std::tuple(state, in, out, frames, ends, begun, ended, aborted, aborted));
+        EXPECT_EQ(
+            std::tuple(reported, PeerOf(rig.input) != nullptr, PeerOf(rig.output) != nullptr,
+                       rig.sink.Count(), seen.endOfStream, seen.beginFlush, seen.endFlush,
+                       seen.newSegment, rig.graph->Count(EC_ERRORABORT), rig.graph->Seen().size()),
+            std::tuple(state, in, out, frames, ends, begun, ended, segments, aborted, aborted));
     }
 
     std::minstd_rand random;
@@ -150,7 +157,7 @@ class Disorder : public RowTest {
     bool failed = false;  ///< a type was refused in mid-stream
     FILTER_STATE state = State_Stopped;
     std::size_t frames = 0;
-    int ends = 0, begun = 0, ended = 0, aborted = 0;
+    int ends = 0, begun = 0, ended = 0, aborted = 0, segments = 0;
     bool joined = true;
 };
 NYX_FOR_ROWS(Disorder, Rows({"Q210Decoder", "ZetaEncoder"}));

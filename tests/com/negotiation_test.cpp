@@ -12,23 +12,7 @@ namespace {
 class Negotiation : public RigTest {};
 NYX_FOR_ROWS(Negotiation, Rows({"Q210Decoder", "ZetaDecoder", "ZetaEncoder"}));
 
-class DecoderOutput : public RigTest {
-  protected:
-    /// Whether the output accepts the type with 16, 24 and 32 bits of that subtype, as "+" and "-".
-    std::string AcceptedBits(MediaType type, const GUID& subtype) {
-        std::string accepted;
-        for (const WORD bits : {WORD{16}, WORD{24}, WORD{32}}) {
-            type.subtype = subtype;
-            type.Header().biBitCount = bits;
-            type.Header().biCompression = bits == 16 ? FourCC("YUY2") : BI_RGB;
-            const bool answer = rig.output->QueryAccept(&type) == S_OK;
-            EXPECT_EQ(rig.ConnectOutput(type) == S_OK, answer);
-            rig.DisconnectOutput();
-            accepted += answer ? "+" : "-";
-        }
-        return accepted;
-    }
-};
+class DecoderOutput : public RigTest {};
 NYX_FOR_ROWS(DecoderOutput, Rows({"Q210Decoder", "ZetaDecoder"}));
 
 class OfferedTypesOf : public RowTest {};
@@ -115,18 +99,6 @@ TEST_P(OfferedTypesOf, AreAcceptedAndConnectedUnchanged) {
     }
 }
 
-TEST_P(Negotiation, ASpoiledInputTypeIsRefused) {
-    std::vector<MediaType> types(3, row().InputType());
-    types[0].formattype = FORMAT_WaveFormatEx;
-    types[1].Header().biBitCount = 0;
-    types[2].Header().biCompression ^= 0x2020;
-    for (const MediaType& type : types) {
-        EXPECT_EQ(rig.input->QueryAccept(&type), S_FALSE);
-        EXPECT_EQ(rig.ConnectInput(type), VFW_E_TYPE_NOT_ACCEPTED);
-        EXPECT_FALSE(PeerOf(rig.input));
-    }
-}
-
 TEST_P(Negotiation, AnInputFormatBlockIsOfItsFormAndComplete) {
     const MediaType whole = row().InputType();
     for (ULONG length = 0; length <= whole.cbFormat; ++length) {
@@ -180,24 +152,36 @@ TEST_P(DecoderOutput, OfTwoGigabytesIsAcceptedButGetsNoBuffer) {
     }
 }
 
-TEST_P(DecoderOutput, HasTheHeightOfTheStream) {
-    ASSERT_EQ(rig.ConnectInput(), S_OK);
-    MediaType type = row().OutputType();
-    for (const LONG height : {rig.stream.height + 1, -rig.stream.height - 1, 0L, LONG{LONG_MIN}}) {
-        type.Header().biHeight = height;
-        EXPECT_EQ(AcceptedBits(type, MEDIASUBTYPE_YUY2), "---");
-    }
-}
-
-TEST_P(DecoderOutput, IsAcceptedByBitCountAndSubtype) {
+TEST_P(DecoderOutput, IsAcceptedByHeightBitCountAndSubtype) {
     rig.OwnAllocator();
     ASSERT_EQ(rig.ConnectInput(), S_OK);
-    const MediaType type = row().OutputType();
-    EXPECT_EQ(AcceptedBits(type, MEDIASUBTYPE_YUY2), "+--");
-    EXPECT_EQ(AcceptedBits(type, MEDIASUBTYPE_RGB24), "-+-");
-    EXPECT_EQ(AcceptedBits(type, MEDIASUBTYPE_RGB32), "-++");
-    EXPECT_EQ(AcceptedBits(type, MEDIASUBTYPE_ARGB32), row().coding ? "-+-" : "---");
-    EXPECT_EQ(AcceptedBits(type, MEDIASUBTYPE_RGB565), "---");
+    const LONG height = rig.stream.height;
+    const std::tuple<GUID, LONG, std::string> cases[] = {
+        {MEDIASUBTYPE_YUY2, height, "+--"},
+        {MEDIASUBTYPE_RGB24, height, "-+-"},
+        {MEDIASUBTYPE_RGB32, height, "-++"},
+        {MEDIASUBTYPE_ARGB32, height, row().coding ? "-+-" : "---"},
+        {MEDIASUBTYPE_RGB565, height, "---"},
+        {MEDIASUBTYPE_YUY2, height + 1, "---"},
+        {MEDIASUBTYPE_YUY2, -height - 1, "---"},
+        {MEDIASUBTYPE_YUY2, 0, "---"},
+        {MEDIASUBTYPE_YUY2, LONG_MIN, "---"},
+    };
+    for (const auto& [subtype, lines, accepted] : cases) {
+        MediaType type = row().OutputType();
+        type.subtype = subtype;
+        type.Header().biHeight = lines;
+        std::string answers;
+        for (const WORD bits : {WORD{16}, WORD{24}, WORD{32}}) {
+            type.Header().biBitCount = bits;
+            type.Header().biCompression = bits == 16 ? FourCC("YUY2") : BI_RGB;
+            const bool answer = rig.output->QueryAccept(&type) == S_OK;
+            EXPECT_EQ(rig.ConnectOutput(type) == S_OK, answer);
+            rig.DisconnectOutput();
+            answers += answer ? "+" : "-";
+        }
+        EXPECT_EQ(answers, accepted) << "of 16, 24 and 32 bits, lines: " << lines;
+    }
 }
 
 TEST_P(Negotiation, APartialTypeChoosesTheFirstOfferThatMatches) {

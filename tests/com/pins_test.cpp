@@ -123,18 +123,6 @@ TEST_P(Pins, EnumerateTheirTypesByTheRules) {
                                          [](AM_MEDIA_TYPE* type) { MediaType::Adopt(type); });
 }
 
-TEST_P(Pins, HaveNeitherPeerNorTypeUnconnected) {
-    for (const auto& pin : {rig.input, rig.output}) {
-        IPin* peer = &rig.source;
-        EXPECT_EQ(pin->ConnectedTo(&peer), VFW_E_NOT_CONNECTED);
-        EXPECT_EQ(peer, nullptr);
-        AM_MEDIA_TYPE type = row().InputType();
-        EXPECT_EQ(pin->ConnectionMediaType(&type), VFW_E_NOT_CONNECTED);
-        EXPECT_EQ(type.pbFormat, nullptr);
-        EXPECT_EQ(type.cbFormat, 0u);
-    }
-}
-
 TEST_P(Pins, ConnectToTheOtherDirectionOnly) {
     ASSERT_EQ(rig.ConnectInput(), S_OK);
     EXPECT_EQ(rig.output->Connect(&Make<End>(PINDIR_OUTPUT)->pin, nullptr),

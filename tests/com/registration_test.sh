@@ -1,16 +1,18 @@
 #!/usr/bin/env bash
-# registration_test.sh WINE-RUN NYXCODECS.DLL [32-BIT-NYXCODECS.DLL]: what self-registration enters below
-# HKCR\CLSID, to the byte, and that unregistering takes all of it away; beside a 32-bit module, each in its own
-# view. In the caller's prefix, which it leaves without the modules. Ends with the number of failures.
+# registration_test.sh WINE-RUN MODULE.DLL [32-BIT-MODULE.DLL]: self-registration replaces nothing below
+# HKCR\CLSID and HKCR\Media Type, and unregistering takes all of it away; of nyxcodecs.dll what it enters, to the
+# byte; beside a 32-bit module, each in its own view. In the caller's prefix, which it leaves without the modules.
+# Ends with the number of failures.
 set -euo pipefail
 wine_run=$1
 [ -e "${3:-$2}" ] || { echo "no $3: run scripts/build win32" && exit 1; }
 export LC_ALL=C.UTF-8
 folder=$(mktemp -d)
-module="$folder/Ωж日/nyxcodecs.dll" # a folder may be named in any script
+name=${2##*/}
+module="$folder/Ωж日/$name" # a folder may be named in any script
 failures=0
 finish() {
-    call regsvr32 /s /u nyxcodecs.dll || true
+    call regsvr32 /s /u "$name" || true
     [ ! -e narrow.dll ] || call regsvr32 /s /u narrow.dll || true
     rm -r "$folder"
 }
@@ -31,7 +33,8 @@ holds() { # WHAT COMMAND...
 # Every key, and every value behind the name of its key, a line each.
 entries() { # [/reg:32]
     call reg export 'HKCR\CLSID' classes.reg /y "$@"
-    iconv -f utf-16 -t utf-8 classes.reg | tr -d '\r' | sed -e ':more; /\\$/{N; s/\\\n *//; b more}' |
+    call reg export 'HKCR\Media Type' types.reg /y "$@"
+    cat classes.reg types.reg | iconv -f utf-16le -t utf-8 | tr -d '\r' | sed -e ':more; /\\$/{N; s/\\\n *//; b more}' |
         awk '/^\[/ { key = $0; print; next } NF { print key " " $0 }' | sort
 }
 
@@ -89,31 +92,32 @@ TABLE
 }
 
 # The system makes the keys of its categories with the first filter and keeps them.
-holds "it registers" call regsvr32 /s nyxcodecs.dll
-holds "it unregisters" call regsvr32 /s /u nyxcodecs.dll
+holds "it registers" call regsvr32 /s "$name"
+holds "it unregisters" call regsvr32 /s /u "$name"
 entries >before
-call regsvr32 /s nyxcodecs.dll
+call regsvr32 /s "$name"
 entries >after
-holds "the entries are these" diff -u <(expected | sort) <(comm -13 before after)
-holds "it registers again" call regsvr32 /s nyxcodecs.dll
+holds "nothing is replaced" test -z "$(comm -23 before after)"
+[ "$name" != nyxcodecs.dll ] || holds "the entries are these" diff -u <(expected | sort) <(comm -13 before after)
+holds "it registers again" call regsvr32 /s "$name"
 holds "twice is once" diff -q after <(entries)
-holds "it unregisters again" call regsvr32 /s /u nyxcodecs.dll
+holds "it unregisters again" call regsvr32 /s /u "$name"
 holds "nothing is left" diff -u before <(entries)
 
 if [ -e narrow.dll ]; then
     holds "the 32-bit one registers" call regsvr32 /s narrow.dll
     holds "the 32-bit one unregisters" call regsvr32 /s /u narrow.dll
     entries /reg:32 >narrow_before
-    call regsvr32 /s nyxcodecs.dll
+    call regsvr32 /s "$name"
     holds "the 32-bit view has none of it" diff -u narrow_before <(entries /reg:32)
     call regsvr32 /s narrow.dll
     holds "the 64-bit module stays" diff -u after <(entries)
     entries /reg:32 >narrow_after
     holds "the 32-bit entries are these" \
         diff -u <(module=${module%/*}/narrow.dll expected | sort) <(comm -13 narrow_before narrow_after)
-    call regsvr32 /s /u nyxcodecs.dll
+    call regsvr32 /s /u "$name"
     holds "the 32-bit module is left" diff -u narrow_after <(entries /reg:32)
-    call regsvr32 /s nyxcodecs.dll
+    call regsvr32 /s "$name"
     call regsvr32 /s /u narrow.dll
     holds "the 64-bit module is left" diff -u after <(entries)
 fi

@@ -15,12 +15,6 @@ class Streaming : public RigTest {
     std::future<HRESULT> PushOnAnotherThread() {
         return std::async(std::launch::async, [&] { return rig.Push(); });
     }
-    /// A frame is refused and leaves the output buffer and all around it as it was.
-    void ExpectUntouched(const Sample& sample, const Overrides& overrides = {}) {
-        HostileAllocator& buffers = rig.OwnAllocator();
-        EXPECT_EQ(rig.Push(sample, overrides), E_FAIL);
-        EXPECT_TRUE(buffers.IsUntouched() && buffers.MarginsAreUntouched());
-    }
 };
 NYX_FOR_ROWS(Streaming, Rows({"Q210Decoder", "ZetaDecoder", "ZetaEncoder"}));
 
@@ -56,56 +50,54 @@ TEST_P(Streaming, CarriesTimesAndFlagsByAnyKindOfSample) {
     }
 }
 
-TEST_P(Streaming, RefusesAFrameShorterThanItsType) {
-    rig.OwnAllocator();
-    rig.Start();
-    const auto size = static_cast<LONG>(rig.Frame().bytes.size());
-    // No byte after the reported length may be used, whether the memory ends there or not.
-    for (const LONG length : {0L, 1L, size / 2, size - 1, -1L, LONG{LONG_MIN}}) {
-        SCOPED_TRACE(length);
-        ExpectUntouched(rig.Frame(), {.length = length});
-    }
-    EXPECT_EQ(rig.Push(rig.Frame(), {.length = LONG_MAX, .behind = size / 2}), E_FAIL);
-}
-
-TEST_P(Streaming, RefusesABufferSmallerThanItsPicture) {
+TEST_P(Streaming, RefusesSamplesAndBuffersThatItCannotUseAndWritesNothing) {
     HostileAllocator& buffers = rig.OwnAllocator();
     rig.Start();
-    // A frame of an encoder may be smaller than the agreed buffer.
+    const auto frame = static_cast<LONG>(rig.Frame().bytes.size());
     const LONG room = row().BufferBytes();
-    for (const LONG shorter : {room, room - 1, row().IsEncoder() ? room : 1}) {
-        SCOPED_TRACE(shorter);
-        buffers.shorter = shorter;
-        ExpectUntouched(rig.Frame());
+    struct Case {
+        Overrides sample{};
+        LONG shorter = 0;  ///< the buffer, by so many bytes
+        DWORD protection = PAGE_READWRITE;
+        Overrides buffer{};
+        HRESULT result = E_FAIL;
+    };
+    std::vector<Case> cases = {{.sample = {.length = LONG_MAX, .behind = frame / 2}}};
+    // No byte after the reported length may be used, whether the memory ends there or not.
+    for (const LONG length : {0L, 1L, frame / 2, frame - 1, -1L, LONG{LONG_MIN}}) {
+        cases.push_back({.sample = {.length = length}});
     }
-}
-
-TEST_P(Streaming, RefusesAnUnwritableBuffer) {
-    HostileAllocator& buffers = rig.OwnAllocator();
-    rig.Start();
+    // A frame of an encoder may be smaller than the agreed buffer.
+    for (const LONG shorter : {room, room - 1, row().IsEncoder() ? room : 1}) {
+        cases.push_back({.shorter = shorter});
+    }
     for (const DWORD protection :
          {DWORD{PAGE_READONLY}, DWORD{PAGE_NOACCESS}, DWORD{PAGE_READWRITE | PAGE_GUARD}}) {
-        buffers.protection = protection;
-        EXPECT_EQ(rig.Push(), E_FAIL) << protection;
-        EXPECT_EQ(buffers.Protection(), protection) << "a guard page is not used up";
+        cases.push_back({.protection = protection});
     }
-    const bool severalPages = row().BufferBytes() > 4096;
-    buffers.protection = PAGE_READONLY;  // of all pages but the first
-    buffers.protectedFrom = 4096;
-    EXPECT_EQ(rig.Push(), severalPages ? E_FAIL : S_OK);
-    EXPECT_TRUE(!severalPages || buffers.IsUntouched());
-}
-
-TEST_P(Streaming, RefusesSamplesWithoutData) {
-    HostileAllocator& buffers = rig.OwnAllocator();
-    rig.Start();
     for (const Overrides& noData :
          {Overrides{.pointerResult = E_FAIL}, Overrides{.nullPointer = true}}) {
-        EXPECT_EQ(rig.Push(rig.Frame(), noData), E_UNEXPECTED);
-        buffers.overrides = noData;
-        EXPECT_EQ(rig.Push(), E_UNEXPECTED);
-        buffers.overrides = {};
+        cases.push_back({.sample = noData, .result = E_UNEXPECTED});
+        cases.push_back({.buffer = noData, .result = E_UNEXPECTED});
     }
+    for (const Case& c : cases) {
+        SCOPED_TRACE(&c - cases.data());
+        buffers.shorter = c.shorter;
+        buffers.protection = c.protection;
+        buffers.overrides = c.buffer;
+        EXPECT_EQ(rig.Push(rig.Frame(), c.sample), c.result);
+        if (c.protection != PAGE_READWRITE) {
+            EXPECT_EQ(buffers.Protection(), c.protection) << "a guard page is not used up";
+        } else if (c.sample.behind == 0) {
+            EXPECT_TRUE(buffers.IsUntouched() && buffers.MarginsAreUntouched());
+        }
+    }
+    buffers.overrides = {};
+    buffers.protection = PAGE_READONLY;  // of all pages but the first
+    buffers.protectedFrom = 4096;
+    const bool severalPages = room > 4096;
+    EXPECT_EQ(rig.Push(), severalPages ? E_FAIL : S_OK);
+    EXPECT_TRUE(!severalPages || buffers.IsUntouched());
 }
 
 TEST_P(Streaming, TakesMemoryOfAnyAlignment) {
@@ -146,19 +138,6 @@ TEST_P(Streaming, EndsAFlushWhateverDownstreamAnswers) {
         EXPECT_EQ(rig.input->EndFlush(), FAILED(answer) ? answer : S_OK);
         Through(rig.Frame());
     }
-}
-
-TEST_P(Streaming, LeavesQualityMessagesToTheRenderer) {
-    rig.Start();
-    EXPECT_EQ(rig.Notify({Flood, 1000, 0, 0}), E_FAIL) << "not passed upstream";
-}
-
-TEST_P(Streaming, PassesSegmentsDownstream) {
-    rig.Start();
-    EXPECT_EQ(rig.input->NewSegment(10000, 20000, 1.5), S_OK);
-    const Events seen = rig.sink.Seen();
-    EXPECT_EQ(std::tuple(seen.newSegment, seen.segmentStart, seen.segmentStop, seen.rate),
-              std::tuple(1, 10000, 20000, 1.5));
 }
 
 TEST_P(Streaming, StopReleasesAThreadThatWaitsForABuffer) {
@@ -234,14 +213,14 @@ TEST_P(Streaming, GoesOnAfterFlushesSeeksAndStopsOnOtherThreads) {
     Through(rig.Frame());
 }
 
-TEST_P(Streaming, LosesNoMemoryInLongRuns) {
+TEST_P(Streaming, LosesNoMemory) {
     MediaType refused = row().InputType();
     refused.Header().biCompression = 0x12345678;
     const Sample typed{.bytes = rig.Frame().bytes, .type = row().InputType()};
-    ExpectNoLeak(100, [&] {
+    ExpectNothingKept([&] {
         Rig made(row());
         As<IMediaSeeking>(made.output);
-        ASSERT_NE(made.ConnectInput(refused), S_OK);
+        ASSERT_EQ(made.ConnectInput(refused), VFW_E_TYPE_NOT_ACCEPTED);
         ASSERT_EQ(made.ConnectInput(), S_OK);
         ASSERT_NE(made.ConnectOutput(refused), S_OK);
         HostileAllocator& buffers = made.OwnAllocator();

@@ -196,6 +196,7 @@ TEST_P(FrameParameters, OfFramesThatWaitForAKeyFrameAreAnnouncedWithTheFirstDeli
     for (int frame = 1; frame < 30; ++frame) {
         Through(waiting, {}, 0);
         waiting.discontinuity = false;
+        EXPECT_EQ(rig.filter->Pause(), S_OK) << "no other run";
     }
     EXPECT_TRUE(Through(waiting).type);
     EXPECT_EQ(rig.graph->Count(EC_QUALITY_CHANGE), 1);

@@ -1,10 +1,9 @@
-/// DV frames to pictures and back, and to descriptions.
+/// DV frames to pictures and back, from samples or, by reference, from files.
 
 #include <set>
 
 #include "tests/dv/dv_codecs.h"
-#include "tests/support/together.h"
-#include "tools/nyxhost/dv_description.h"
+#include "tests/support/leaks.h"
 
 namespace nyx::test {
 namespace {
@@ -71,17 +70,6 @@ TEST_F(DvCodec, WideScreenPicturesAreStretched) {
     }
 }
 
-TEST_F(DvCodec, WideScreenPicturesOfTwoThreadsAreStretchedInSeparateMemory) {
-    ExpectSameTogether([&](int number) {
-        const DvFrame frame = number == 1 ? pal_ : LoadFrame("dv25_625_4x3");
-        return [=, this](Bytes* rows) {
-            const Picture picture{16, 1024, 576};
-            EXPECT_EQ(DecodePal(frame, picture), S_OK);
-            rows->assign(picture.Row(0), picture.Row(576));
-        };
-    });
-}
-
 TEST_F(DvCodec, WideScreenPicturesOf32BitsAreNotStretched) {
     const Picture deep{32, 1024, 576};
     EXPECT_EQ(DecodePal(pal_, deep), S_OK);
@@ -102,52 +90,52 @@ TEST_F(DvCodec, AnOutputOfAnotherWidthKeepsTheRestOfEachRow) {
     EXPECT_TRUE(padded.Row(575)[1440] == kUntouched && padded.Row(575)[1471] == kUntouched);
 }
 
-TEST_F(DvCodec, AnInvalidFrameIsABlackPictureAndNeverReachesTheEngine) {
-    const std::tuple<DvFrame, LONG, LONG, LONG, LONG> cases[] = {
-        {DvFrame::Blank(120000), 16, 720, 480, 0},
-        {DvFrame::Blank(120000), 24, 720, 480, 0},
-        {DvFrame::Blank(7), 32, 1024, 576, 0},
-        {DvFrame::Blank(120000), 16, 720, 480, 1500},
-        {pal_.Cut(143999), 16, 720, 576, 0},
-        {pal_.Cut(132000), 16, 736, 576, 0},
-        {pal_.Cut(13000), 16, 720, 576, 0},
-        {pal_, 16, 720, 480, 0},  // frames of another height or variant
-        {LoadFrame("dv25_525_4x3"), 16, 720, 576, 0},
-        {LoadFrame("dvcprohd_720_50"), 16, 720, 576, 0},
+TEST_F(DvCodec, AFrameThatFailsIsABlackPictureAndAnInvalidOneNeverReachesTheEngine) {
+    struct Case {
+        DvFrame frame;
+        LONG bits, width, height, stride = 0;
+        std::size_t claimed = 0;
+        const char* misbehaviour = "";
     };
+    std::vector<Case> cases = {
+        {DvFrame::Blank(120000), 16, 720, 480},
+        {DvFrame::Blank(120000), 24, 720, 480},
+        {DvFrame::Blank(7), 32, 1024, 576},
+        {DvFrame::Blank(120000), 16, 720, 480, 1500},
+        {pal_.Cut(143999), 16, 720, 576},
+        {pal_.Cut(132000), 16, 736, 576},
+        {pal_.Cut(13000), 16, 720, 576},
+        {pal_.Cut(100), 16, 720, 576, 0, 144000},  // shorter than they claim
+        {pal_.Cut(0), 16, 720, 576, 0, 144000},
+        {pal_, 16, 720, 480},  // frames of another height or variant
+        {LoadFrame("dv25_525_4x3"), 16, 720, 576},
+        {LoadFrame("dvcprohd_720_50"), 16, 720, 576},
+    };
+    for (const char* what : {"decode:access", "decode:divide", "decode:throw"}) {
+        for (const LONG width : {720, 736, 1024}) {
+            cases.push_back({pal_, 16, width, 576, 0, 0, what});
+        }
+    }
     const DWORD before = LastCall().count;
-    for (const auto& [frame, bits, width, height, stride] : cases) {
+    for (const auto& [frame, bits, width, height, stride, claimed, what] : cases) {
+        SCOPED_TRACE(testing::Message() << frame.size() << ' ' << width << ' ' << what);
+        EXPECT_TRUE(*what || LastCall().count == before);
+        const Misbehaviour misbehaviour(what);
         const Picture picture{bits, width, height, stride};
-        EXPECT_EQ(Decode(kDv25, 720, height, frame, picture, stride), E_FAIL) << frame.size();
-        EXPECT_TRUE(picture.IsBlack()) << frame.size();
+        EXPECT_EQ(Decode(kDv25, 720, height, frame, picture, stride, claimed), E_FAIL);
+        EXPECT_TRUE(picture.IsBlack());
         EXPECT_TRUE(stride == 0 || picture.Row(0)[1440] == kUntouched);
     }
     const Picture narrower{16, 1280, 1080};
     EXPECT_EQ(Decode(kDvHd, 1280, 1080, LoadFrame("dvcprohd_1080_50"), narrower), E_FAIL);
     EXPECT_TRUE(narrower.IsBlack());
-    EXPECT_EQ(LastCall().count, before);
 }
 
-TEST_F(DvCodec, ASampleShorterThanItClaimsOrAReadOnlyPictureFails) {
-    for (const std::size_t size : {100u, 0u}) {
-        const Picture picture{16, 720, 576};
-        EXPECT_EQ(Decode(kDv25, 720, 576, pal_.Cut(size), picture, 0, 144000), E_FAIL);
-        EXPECT_TRUE(picture.IsBlack());
-        picture.memory.Protect();
-        EXPECT_EQ(Decode(kDv25, 720, 576, pal_.Cut(size), picture, 0, 144000), E_FAIL);
-        EXPECT_EQ(DecodePal(pal_, picture), E_FAIL);
-    }
-}
-
-TEST_F(DvCodec, AnEngineThatRaisesAnExceptionLeavesABlackPicture) {
-    for (const char* what : {"decode:access", "decode:divide", "decode:throw"}) {
-        const Misbehaviour misbehaviour(what);
-        for (const LONG width : {720, 736, 1024}) {
-            const Picture picture{16, width, 576};
-            EXPECT_EQ(DecodePal(pal_, picture), E_FAIL) << what;
-            EXPECT_TRUE(picture.IsBlack()) << what << width;
-        }
-    }
+TEST_F(DvCodec, AReadOnlyPictureFails) {
+    const Picture picture{16, 720, 576};
+    picture.memory.Protect();
+    EXPECT_EQ(DecodePal(pal_.Cut(100), picture), E_FAIL) << "not even black";
+    EXPECT_EQ(DecodePal(pal_, picture), E_FAIL);
 }
 
 TEST_F(DvCodec, ARefusedFrameLeavesThePictureUntouched) {
@@ -277,27 +265,99 @@ TEST_F(DvCodec, PicturesThatCannotBeEncodedAreRefused) {
     EXPECT_FALSE(Codec(kDv50).IsSupportedSize(856, 480) || Codec(kDvHd).IsSupportedSize(1280, 720));
 }
 
-TEST(DvDescription, HasDatesOfBothCenturiesButNoInvalidOnes) {
-    // Day, month and year as the pack's last three bytes, in BCD below flags.
-    constexpr std::pair<DWORD, const char*> kDates[] = {{0xC1E100, "2000-01-01 "},
-                                                        {0xF1F274, "2074-12-31 "},
-                                                        {0xC6E575, "1975-05-06 "},
-                                                        {0x091099, "1999-10-09 "},
-                                                        {0xF2E504, ""},
-                                                        {0xC0E504, ""},
-                                                        {0xC6F304, ""},
-                                                        {0xC6E004, ""},
-                                                        {0xC6E50A, ""},
-                                                        {0xC6E5A0, ""}};
-    for (const auto& [date, text] : kDates) {
-        DvFrame frame = LoadFrame("dv25_625_4x3");
-        for (std::size_t i = 2; i <= 4; ++i) {
-            frame.SetPackByte(0x62, i, static_cast<BYTE>(date >> (4 - i) * 8));
-        }
-        const std::string described = host::DescribeDvFrame(frame.data(), frame.size());
-        EXPECT_NE(described.find(std::string("recorded ") + text + "07:08:09"), described.npos)
-            << described;
+/// Samples that refer to a frame in a file.
+class DvReference : public DvCodec {
+  protected:
+    ~DvReference() override { codecs_.clear(); }  // and with them the file that one keeps open
+
+    /// A sample that refers to the chunk at `offset` of a file of the folder.
+    DvFrame Reference(DWORD offset, const std::string& file) const {
+        const std::string path = file.empty() ? file : folder_ + file;
+        DvFrame sample(Chunk("REF ", {0xEEEEEEEE, 0xEEEEEEEE}) + Bytes(path.begin(), path.end()) +
+                       Bytes{0});
+        std::memcpy(&sample[4], &offset, 4);
+        return sample;
     }
+    HRESULT Decode(DWORD offset, const std::string& file) {
+        return DecodePal(Reference(offset, file), picture_);
+    }
+
+    /// Writes `gap` bytes and a chunk that claims `length` bytes of `frame`.
+    void Write(const char* name, std::size_t gap, DWORD length, const DvFrame& frame) const {
+        std::ofstream(folder_ + name, std::ios::binary)
+            << std::string(gap, 'x') << "00dc"
+            << std::string(reinterpret_cast<const char*>(&length), 4)
+            << std::string(frame.data(), frame.data() + frame.size());
+    }
+    bool Delete(const char* name) const { return DeleteFileA((folder_ + name).c_str()) != FALSE; }
+
+    const TemporaryFolder temporary_{L"dv references"};
+    const std::wstring wide_ = temporary_.PathOf(L"");
+    const std::string folder_{wide_.begin(), wide_.end()};
+    const Picture picture_{16, 720, 576};
+};
+
+TEST_F(DvReference, RefersToAFrameInAFileThatStaysOpenUntilTheNext) {
+    Write("clip.avi", 1000, 144000, pal_);
+    ASSERT_EQ(Decode(1000, "clip.avi") | Decode(1000, "clip.avi"), S_OK);
+    EXPECT_TRUE(ShowsFrame(picture_.Row(100), 720, 100, pal_));
+    EXPECT_FALSE(Delete("clip.avi")) << "open, shared for reading only";
+    const DvFrame sample = Reference(1000, "clip.avi");
+    const BITMAPINFOHEADER input = MakeHeader(kDv25, 24, 720, 576, sample.size());
+    FrameInfo info;
+    ASSERT_EQ(Codec().GetFrameInfo(&input, sample.data(), 400000, &info), S_OK);
+    EXPECT_EQ(info.rdrtA, 0x0405C6FF);
+    const Picture other{16, 720, 576};
+    EXPECT_EQ(DvCodec::Decode(kDv50, 720, 576, sample, other), E_FAIL);
+    EXPECT_TRUE(other.IsBlack()) << "a frame to other variants";
+
+    // A frame that is itself a reference is followed, unless the chain is endless.
+    for (const DvFrame& inner : {sample, Reference(0, "frame.avi")}) {
+        DvFrame frame = DvFrame::Blank(144000);
+        std::copy(inner.data(), inner.data() + inner.size(), &frame[0]);
+        Write("frame.avi", 0, 144000, frame);
+        EXPECT_EQ(Decode(0, "frame.avi"), inner.size() == sample.size() ? S_OK : E_FAIL);
+        EXPECT_EQ(Decode(1000, "clip.avi"), S_OK);
+    }
+    EXPECT_TRUE(Delete("frame.avi"));
+    EXPECT_EQ(Decode(0, "frame.avi"), HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND));
+    EXPECT_TRUE(Delete("clip.avi")) << "closed although the next one did not open";
+    Write("last.avi", 0, 144000, pal_);
+    ASSERT_EQ(Decode(0, "last.avi"), S_OK);
+    codecs_.clear();
+    EXPECT_TRUE(Delete("last.avi")) << "closed with its codec";
+}
+
+TEST_F(DvReference, ToAnUnreadableFrameIsRefusedWithoutALeak) {
+    Write("clip.avi", 0, 144000, pal_);
+    Write("cut.avi", 0, 144000, pal_.Cut(143999));
+    for (const DWORD length : {0u, 119999u, 240000u, 288000u}) {
+        Write(std::to_string(length).c_str(), 0, length, pal_);
+        EXPECT_EQ(Decode(0, std::to_string(length)), E_FAIL);
+    }
+    const std::tuple<DWORD, std::string, HRESULT> cases[] = {
+        {0, "no.avi", HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)},
+        {0, "", HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND)},
+        {0, std::string(MAX_PATH - 1 - folder_.size(), 'x'),
+         HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)},
+        {0, std::string(MAX_PATH - folder_.size(), 'x'),
+         HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE)},
+        {0, "cut.avi", HRESULT_FROM_WIN32(ERROR_HANDLE_EOF)},
+        {144006, "cut.avi", HRESULT_FROM_WIN32(ERROR_HANDLE_EOF)},
+        {0xFFFFFFFF, "cut.avi", HRESULT_FROM_WIN32(ERROR_HANDLE_EOF)},
+    };
+    ExpectNothingKept([&] {
+        for (const auto& [offset, file, result] : cases) {
+            EXPECT_EQ(Decode(offset, file), result) << file << ' ' << offset;
+        }
+    });
+    const DvFrame whole = Reference(0, "clip.avi");
+    for (std::size_t size = 4; size < whole.size(); ++size) {
+        const std::size_t claimed = size % 2 * (whole.size() + 200);
+        EXPECT_EQ(DvCodec::Decode(kDv25, 720, 576, whole.Cut(size), picture_, 0, claimed), E_FAIL);
+    }
+    EXPECT_TRUE(picture_.IsUntouched());
+    EXPECT_EQ(Decode(0, "clip.avi"), S_OK);
 }
 
 }  // namespace

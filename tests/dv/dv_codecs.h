@@ -35,11 +35,6 @@ inline standin::Call LastCall(standin::Purpose purpose = standin::kDecode) {
     return LastCall(L"rkdvh.dll", purpose);
 }
 
-/// "YUY2" for 16 bits, else RGB.
-inline BITMAPINFOHEADER PictureHeader(LONG bits, LONG width, LONG height) {
-    return MakeHeader(bits == 16 ? FourCC("YUY2") : DWORD{BI_RGB}, WORD(bits), width, height);
-}
-
 /// A picture that ends where its memory ends, with `stride` bytes from row to row.
 struct Picture {
     LONG bits, width, height, distance = 0;

@@ -1,6 +1,6 @@
 #!/bin/sh
 # Makes what the tests of the open engines read: of every clip NAME of DV_FOLDER and of MPEG-2 intra pictures the
-# first frames, NAME-1.frame to NAME-3.frame, and the planes that ffmpeg decodes of the first one, NAME.planes.
+# first frames, NAME-1.frame to NAME-3.frame.
 # Usage: make_open_frames.sh FOLDER DV_FOLDER
 set -eu
 out=$1
@@ -9,8 +9,7 @@ mkdir -p "$out"
 frames() { # CLIP
     name=${1##*/}
     name=$out/${name%.*}
-    ffmpeg -nostdin -v error -y -flags bitexact -idct simple -threads 1 -i "$1" \
-        -frames:v 3 -c copy -f image2 "$name-%d.frame" -map 0:v -frames:v 1 -f rawvideo "$name.planes"
+    ffmpeg -nostdin -v error -y -i "$1" -frames:v 3 -c copy -f image2 "$name-%d.frame"
 }
 
 mpeg() { # NAME SIZE PIXELS OPTION...

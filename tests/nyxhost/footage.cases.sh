@@ -3,7 +3,9 @@
 WINEPATH=$(windows_path "$open_engines") NYX_OPEN_ENGINES=exact
 export WINEPATH NYX_OPEN_ENGINES
 decoding="-flags bitexact -idct simple"
-footage+=("MPEG2-420.mxf 720x576 25/1 2 yuv420p mpeg s16le") # no camera's, but chroma between the lines
+# No cameras', but with chroma between the lines.
+footage+=("DVCPROHD-720p60.mov 960x720 60000/1001 3 yuv422p dv s16le"
+    "MPEG2-420.mxf 720x576 25/1 2 yuv420p mpeg s16le" "MPEG2-progressive.mxf 98x66 25/1 2 yuv420p film s16le")
 while read -r file format bound; do
     for entry in "${footage[@]}"; do
         [[ $entry == "$file "* ]] || continue
@@ -17,12 +19,18 @@ while read -r file format bound; do
     done
 done <<'FILES'
 DV25-625.avi         yuy2  inf
+DV25-525.mov         yuy2  inf
 DVCPRO25-625.dv      yuy2  inf
 DVCPRO50-525.mxf     yuy2  inf
+DVCPRO50-625.dv      yuy2  inf
 DVCPROHD-1080i60.mov yuy2  inf
+DVCPROHD-1080i50.dif yuy2  inf
+DVCPROHD-720p50.mxf  yuy2  inf
+DVCPROHD-720p60.mov  yuy2  inf
 D10-525.gxf          yuy2  inf
 MPEG2-1080.mxf       yuy2  inf
 MPEG2-420.mxf        yuy2  inf
+MPEG2-progressive.mxf yuy2 inf
 DV25-525.mov         rgb24 65
 DVCPROHD-720p50.mxf  rgb24 65
 v210-720.avi         rgb24 65

@@ -9,7 +9,6 @@
 #include <map>
 #include <thread>
 
-#include "engines/standin/frame_coder.h"
 #include "tests/support/frames.h"
 #include "tests/support/leaks.h"
 #include "tests/support/rig.h"
@@ -45,22 +44,7 @@ Bytes Frame(const CatalogueRow& row, int number) {
         std::ifstream file(openFrames + "/" + name, std::ios::binary);
         return {std::istreambuf_iterator<char>(file), {}};
     }
-    const auto& [width, height, duration, block] = row.stream;
-    if (row.coding) {
-        const auto& coding = *standin::FindCoding(row.coding);
-        const auto header = MakeHeader(BI_RGB, coding.sourceBits, width, height);
-        const Bytes picture = SmoothPicture(header, number);
-        return standin::FrameCoder(coding).Code(picture.data(), width, height, 4);
-    }
-    if (row.IsEncoder()) {
-        return SmoothPicture(row.InputType().Header(), number);
-    }
-    if (!row.engine) {
-        return Q210Frame(RandomTenBitPicture(width, height, unsigned(number)));
-    }
-    Bytes frame = row.Frame(row.stream);  // the stand-in makes a DV picture of all of its bytes
-    frame.back() = static_cast<BYTE>(number);
-    return frame;
+    return row.Frame(row.stream, number + 1);
 }
 
 /// Feeds one filter on a thread of its own, graph after graph, each with the filter's next output

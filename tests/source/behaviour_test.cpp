@@ -7,7 +7,6 @@
 
 #include "tests/source/footage_host.h"
 #include "tests/support/leaks.h"
-#include "tests/support/watchdog.h"
 
 __CRT_UUID_DECL(IAMOpenProgress, 0x8e1c39a1, 0xde53, 0x11cf, 0xaa, 0x63, 0x00, 0x80, 0xc7, 0x44,
                 0x52, 0x8d)

@@ -2,8 +2,6 @@
 
 #include <qedit.h>
 
-#include <set>
-
 #include "tests/source/footage_host.h"
 
 __CRT_UUID_DECL(IMediaEvent, 0x56a868b6, 0x0ad4, 0x11ce, 0xb0, 0x3a, 0x00, 0x20, 0xaf, 0x0b, 0xa7,
@@ -26,49 +24,11 @@ ComPtr<Interface> Platform(const CLSID& clsid) {
     return object;
 }
 
-/// The registry's entries below a key, of the classes' part by default, as "path=value".
-inline std::set<std::wstring> RegistryBelow(const std::wstring& name,
-                                            HKEY parent = HKEY_CLASSES_ROOT) {
-    std::set<std::wstring> entries = {name};
-    const UniqueKey key = OpenKey(parent, name.c_str(), KEY_READ);
-    wchar_t text[1024];
-    std::vector<wchar_t> data(1 << 16);
-    for (DWORD i = 0, length = 1024, size = 1 << 17;
-         RegEnumValueW(key.get(), i, text, &length, nullptr, nullptr,
-                       reinterpret_cast<BYTE*>(data.data()), &size) == ERROR_SUCCESS;
-         ++i, length = 1024, size = 1 << 17) {
-        entries.insert(name + L":" + text + L"=" + std::wstring(data.data(), size / 2));
-    }
-    for (DWORD i = 0; RegEnumKeyW(key.get(), i, text, 1024) == ERROR_SUCCESS; ++i) {
-        for (const std::wstring& entry : RegistryBelow(text, key.get())) {
-            entries.insert(name + L"\\" + entry);
-        }
-    }
-    return entries;
-}
-
-std::set<std::wstring> Entries() {
-    std::set<std::wstring> all = RegistryBelow(L"Media Type");
-    all.merge(RegistryBelow(L"CLSID"));
-    return all;
-}
-
 class Hosts : public ComTest {
   protected:
     Hosts() { EXPECT_EQ(Module().RegisterServer(), S_OK); }
     ~Hosts() override { EXPECT_EQ(Module().UnregisterServer(), S_OK); }
 };
-
-TEST(Registration, ReplacesNothingAndLeavesNoTrace) {
-    const auto before = Entries();
-    EXPECT_EQ(Module().RegisterServer(), S_OK);
-    const auto registered = Entries();
-    EXPECT_TRUE(std::includes(registered.begin(), registered.end(), before.begin(), before.end()));
-    EXPECT_EQ(Module().RegisterServer(), S_OK);
-    EXPECT_TRUE(Entries() == registered);
-    EXPECT_EQ(Module().UnregisterServer(), S_OK);
-    EXPECT_TRUE(Entries() == before);
-}
 
 TEST_F(Hosts, RenderFilePlaysSeeksAndReportsTheLength) {
     const TemporaryFolder folder(L"tagged");

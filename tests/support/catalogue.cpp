@@ -7,6 +7,7 @@
 #include <tuple>
 
 #include "engines/standin/frame_coder.h"
+#include "media/dv_signals.h"
 #include "platform/class_ids.h"
 #include "platform/fourcc.h"
 #include "tests/support/frames.h"
@@ -21,41 +22,44 @@ DWORD Code(const char* fourcc) {
 
 /// A DV frame of zeroes with the two packs that identify it: the video source pack with system and
 /// signal type (IEC 61834-4, SMPTE 314M and 370M) and the video source control pack.
-Bytes DvFrame(const std::string& fourcc, const Stream& stream) {
+Bytes DvFrame(DWORD fourcc, const Stream& stream) {
     constexpr std::size_t kVideoSource = 448;  // VAUX block 5, pack 9
     constexpr std::size_t kVideoControl = 453;
-    const bool wide = fourcc == "QDVH";
-    const bool fifty = stream.height == 576 || stream.width == 1440;
-    const bool few = stream.height == 720;
-    std::size_t channels = fourcc == "QDVC" ? 1 : 2;
-    int signalType = fourcc == "QDVC" ? 0x00 : 0x04;
-    if (wide) {
-        channels = few ? 2 : 4;
-        signalType = few ? 0x18 : 0x14;
-    }
-    Bytes frame(channels * (fifty ? 144000 : 120000));
+    const DvSignal& signal = *FindDvSignalIf([&](const DvSignal& s) {
+        return s.fourcc == fourcc && s.height == stream.height &&
+               (s.width == stream.width || s.wideWidth == stream.width);
+    });
+    Bytes frame(static_cast<std::size_t>(signal.frameBytes));
     frame[kVideoSource] = 0x60;
-    frame[kVideoSource + 3] = static_cast<BYTE>((fifty ? 0x20 : 0) | signalType);
+    frame[kVideoSource + 3] =
+        static_cast<BYTE>((signal.system == kEngineSystem50 ? 0x20 : 0) | signal.signalType);
     frame[kVideoControl] = 0x61;
-    frame[kVideoControl + 2] = wide ? 2 : 0;
+    frame[kVideoControl + 2] = fourcc == kQdvh ? 2 : 0;
     return frame;
 }
 
-/// A grey frame of the stand-in engine with that coding, encoded once for each size.
-Bytes GreyFrame(const char* name, const Stream& stream) {
+/// A picture for the stand-in engine with that coding: smooth, or with number 0 grey in every
+/// layout (luma and chroma, or a colour) and opaque.
+Bytes Picture(const standin::Coding& coding, const Stream& stream, int number) {
+    Bytes picture =
+        SmoothPicture(MakeHeader(BI_RGB, coding.sourceBits, stream.width, stream.height), number);
+    const std::size_t bytes = coding.sourceBits / 8u;
+    constexpr BYTE kLast[] = {128, 126, 255};
+    for (std::size_t i = 0; number == 0 && i < picture.size(); ++i) {
+        picture[i] = i % bytes == bytes - 1 ? kLast[bytes - 2] : 126;
+    }
+    return picture;
+}
+
+/// A frame of that picture, encoded once.
+Bytes CodedFrame(const char* name, const Stream& stream, int number) {
     static std::mutex mutex;
-    static std::map<std::tuple<std::string, LONG, LONG>, Bytes> frames;
+    static std::map<std::tuple<std::string, LONG, LONG, int>, Bytes> frames;
     const std::lock_guard hold(mutex);
-    Bytes& frame = frames[{name, stream.width, stream.height}];
+    Bytes& frame = frames[{name, stream.width, stream.height, number}];
     if (frame.empty()) {
         const standin::Coding& coding = *standin::FindCoding(name);
-        // Luma and chroma, or a colour and alpha: grey in every layout, and opaque.
-        const std::size_t bytes = coding.sourceBits / 8u;
-        constexpr BYTE kLast[] = {128, 126, 255};
-        Bytes picture(static_cast<std::size_t>(stream.width * stream.height) * bytes, 126);
-        for (std::size_t i = bytes - 1; i < picture.size(); i += bytes) {
-            picture[i] = kLast[bytes - 2];
-        }
+        const Bytes picture = Picture(coding, stream, number);
         frame = standin::FrameCoder(coding).Code(picture.data(), stream.width, stream.height, 1);
     }
     return frame;
@@ -115,15 +119,24 @@ MediaType CatalogueRow::InputType(const Stream& input) const {
     return VideoType(FourCCSubtype(code), bits, code, input);
 }
 
-std::vector<BYTE> CatalogueRow::Frame(const Stream& input) const {
+std::vector<BYTE> CatalogueRow::Frame(const Stream& input, int number) const {
     const auto pixels = static_cast<std::size_t>(input.width * input.height);
     if (bits == 20) {
-        return Q210Frame({input.width, input.height, std::vector<WORD>(2 * pixels, 508)});
+        return Q210Frame(
+            number > 0
+                ? RandomTenBitPicture(input.width, input.height, unsigned(number))
+                : TenBitPicture{input.width, input.height, std::vector<WORD>(2 * pixels, 508)});
     }
     if (coding) {
-        return GreyFrame(coding, input);
+        return CodedFrame(coding, input, number);
     }
-    return IsEncoder() ? Bytes(2 * pixels, 128) : DvFrame(fourcc, input);
+    if (IsEncoder()) {
+        return number > 0 ? SmoothPicture(InputType(input).Header(), number)
+                          : Bytes(2 * pixels, 128);
+    }
+    Bytes frame = DvFrame(Code(fourcc), input);  // the stand-in makes a picture of all of its bytes
+    frame.back() = static_cast<BYTE>(number);
+    return frame;
 }
 
 }  // namespace nyx::test

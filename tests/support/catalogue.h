@@ -41,8 +41,8 @@ struct CatalogueRow {
         return IsEncoder() ? PictureBytes(InputType().Header()) / 10 * 12
                            : PictureBytes(OutputType(format).Header());
     }
-    /// A well-formed sample.
-    std::vector<BYTE> Frame(const Stream& input) const;
+    /// A well-formed sample: grey, or with another picture for each number above 0.
+    std::vector<BYTE> Frame(const Stream& input, int number = 0) const;
 };
 
 /// All nine filters, in the module's order, and the Zeta decoder once more with alpha.

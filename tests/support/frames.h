@@ -7,6 +7,7 @@
 #include <initializer_list>
 #include <vector>
 
+#include "platform/fourcc.h"
 #include "platform/win_types.h"
 
 namespace nyx::test {
@@ -23,6 +24,11 @@ inline BITMAPINFOHEADER MakeHeader(DWORD compression, WORD bitCount, LONG width,
                                    std::size_t sizeImage = 0) {
     const auto size = static_cast<DWORD>(sizeImage);
     return {sizeof(BITMAPINFOHEADER), width, height, 1, bitCount, compression, size, 0, 0, 0, 0};
+}
+
+/// The same of a picture: "YUY2" for 16 bits, else RGB.
+inline BITMAPINFOHEADER PictureHeader(LONG bits, LONG width, LONG height) {
+    return MakeHeader(bits == 16 ? FourCC("YUY2") : DWORD{BI_RGB}, WORD(bits), width, height);
 }
 
 /// One chunk: tag, payload size, payload of little-endian words.

@@ -1,30 +1,10 @@
 #include "tests/support/rig.h"
 
-#include <cstdio>
 #include <stdexcept>
 
 #include "tests/support/guard.h"
 
 namespace nyx::test {
-namespace {
-
-/// Ends the program as failed. Otherwise the runtime's debugger handles a crash, and the exit code
-/// may be that of a success.
-LONG WINAPI EndOnCrash(EXCEPTION_POINTERS* crash) {
-    std::printf("crash %08lX at %p\n", crash->ExceptionRecord->ExceptionCode,
-                crash->ExceptionRecord->ExceptionAddress);
-    std::fflush(nullptr);
-    TerminateProcess(GetCurrentProcess(), 3);
-    return EXCEPTION_EXECUTE_HANDLER;
-}
-
-}  // namespace
-
-HRESULT Prepare() {
-    SetUnhandledExceptionFilter(EndOnCrash);
-    return CoInitializeEx(nullptr, COINIT_MULTITHREADED);
-}
-
 ComPtr<IMediaSample> MakeSample(const Sample& sample, const Overrides& overrides) {
     ++progress;
     static const ComPtr<IMemAllocator> pool = NewAllocator(64);
@@ -80,8 +60,8 @@ Sample ReadSample(IMediaSample* sample) {
     return read;
 }
 
-Rig::Rig(const CatalogueRow& filterRow, const Stream& inputStream)
-    : row(filterRow), stream(inputStream), filter(Module().Create(filterRow.clsid)) {
+Rig::Rig(const CatalogueRow& filterRow, const Stream& inputStream, const ComPtr<IBaseFilter>& own)
+    : row(filterRow), stream(inputStream), filter(own ? own : Module().Create(filterRow.clsid)) {
     ++progress;
     if (!filter || filter->FindPin(L"In", &input) != S_OK ||
         filter->FindPin(L"Out", &output) != S_OK) {

@@ -3,21 +3,24 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <mutex>
 #include <optional>
+#include <thread>
 #include <vector>
 
 #include "host/single_pin_filter.h"
 #include "tests/support/catalogue.h"
 #include "tests/support/hostile_sample.h"
-#include "tests/support/watchdog.h"
 
 namespace nyx::test {
 
-/// COM for the whole program, its other threads included, which a crash ends as failed.
-HRESULT Prepare();
-inline const HRESULT prepared = Prepare();
+/// COM for the whole program, its other threads included.
+inline const HRESULT prepared = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
 
 /// A sample as a source sets it and as a sink reads it. Times in 100-ns units.
 struct Sample {
@@ -172,7 +175,9 @@ class Graph : public Object<IFilterGraph, IMediaEventSink> {
 struct Rig {
     /// Throws std::runtime_error when the filter cannot be made.
     explicit Rig(const CatalogueRow& filterRow) : Rig(filterRow, filterRow.stream) {}
-    Rig(const CatalogueRow& filterRow, const Stream& inputStream);
+    /// With a filter of the suite's own in place of the row's, if there is one.
+    Rig(const CatalogueRow& filterRow, const Stream& inputStream,
+        const ComPtr<IBaseFilter>& own = {});
     ~Rig();
 
     const CatalogueRow& row;
@@ -231,17 +236,21 @@ struct Rig {
     }
 };
 
-/// The type of the connection as the pin reports it, empty when there is none.
+/// The type of the connection as the pin reports it, empty when there is none. A pin overwrites
+/// what it gets.
 inline MediaType ConnectionType(const ComPtr<IPin>& pin) {
     MediaType type;
-    pin->ConnectionMediaType(&type);
+    type.cbFormat = 7;
+    const HRESULT result = pin->ConnectionMediaType(&type);
+    EXPECT_EQ(result, type.cbFormat != 0 ? S_OK : VFW_E_NOT_CONNECTED);
     return type;
 }
 /// The peer of a pin, null when it is not connected.
 inline ComPtr<IPin> PeerOf(const ComPtr<IPin>& pin) {
-    ComPtr<IPin> peer;
-    pin->ConnectedTo(&peer);
-    return peer;
+    IPin* peer = pin.Get();
+    const HRESULT result = pin->ConnectedTo(&peer);
+    EXPECT_EQ(result, peer ? S_OK : VFW_E_NOT_CONNECTED);
+    return Adopt(peer);
 }
 /// The types that a pin enumerates, in order.
 inline std::vector<MediaType> OfferedTypes(const ComPtr<IPin>& pin) {
@@ -253,6 +262,45 @@ inline std::vector<MediaType> OfferedTypes(const ComPtr<IPin>& pin) {
         types.push_back(MediaType::Adopt(type));
     }
     return types;
+}
+
+/// Counts steps on all threads; long work counts up now and then.
+inline std::atomic<unsigned> progress{0};
+
+/// While it lives, ends the program as failed after two minutes without a step: a deadlock cannot
+/// be unwound. The test's name is the last of its output. Counts in ticks of a second, so that a
+/// suspended or slow machine counts slower.
+class Watchdog {
+  public:
+    Watchdog() {
+        [[maybe_unused]] static const bool begun = (std::thread(&Watch).detach(), true);
+        ++watching_;
+    }
+    ~Watchdog() { --watching_; }
+
+  private:
+    static void Watch() {
+        constexpr int kDeadlock = 120;
+        bool stuck = true;
+        for (int idle = 0; idle < kDeadlock; idle = stuck ? idle + 1 : 0) {
+            const unsigned seen = progress;
+            std::this_thread::sleep_for(std::chrono::seconds(1));
+            stuck = watching_ != 0 && seen == progress;
+        }
+        std::fputs("deadlock: no progress for two minutes\n", stderr);
+        std::_Exit(3);
+    }
+    static inline std::atomic<int> watching_{0};
+};
+
+/// Calls `round` repeatedly for the given time, at least once. Each call is a step.
+template <class Round>
+void For(std::chrono::milliseconds time, Round round) {
+    const auto end = std::chrono::steady_clock::now() + time;
+    do {
+        round();
+        ++progress;
+    } while (std::chrono::steady_clock::now() < end);
 }
 
 /// A test that uses the module in this process, with the stand-in engines on the search path. When
