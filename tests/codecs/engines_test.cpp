@@ -1,7 +1,6 @@
 /// How the engines' libraries are found, refused, shared and freed, and the guard around every call
 /// into them.
 
-#include <gtest/gtest.h>
 #include <mmintrin.h>
 #include <xmmintrin.h>
 
@@ -10,15 +9,10 @@
 
 #include "codecs/fault_guard.h"
 #include "codecs/guard_frame.h"
-#include "tests/codecs/codecs.h"
-#include "tests/support/engines.h"
+#include "tests/codecs/engine_frames.h"
 
 namespace nyx::test {
 namespace {
-
-constexpr wchar_t kCore[] = L"rkzcore.dll";
-constexpr wchar_t kAlpha[] = L"rkzalpha.dll";
-constexpr wchar_t kZeta2Engine[] = L"rkz2core.dll";
 
 TEST(Engines, AreLoadedByTheFirstUserAndFreedByTheLast) {
     std::optional<EngineUse> first;
@@ -54,7 +48,7 @@ TEST(Engines, AreKeptIfWholeAndNewEnoughElseFreedAtOnce) {
         EXPECT_EQ(CMpegIntraCodec::IsEngineAvailable(kEngineForDecoding), whole);
         EXPECT_FALSE(CMpegIntraCodec::IsEngineAvailable(kEngineForEncoding));
         EXPECT_EQ(dvEngines.IsComplete(), whole);
-        for (const wchar_t* library : {kCore, kAlpha, kZeta2Engine, L"rkllc.dll", L"rkdvh.dll"}) {
+        for (const wchar_t* library : {kCore, kAlpha, kZeta2Core, kLlc, L"rkdvh.dll"}) {
             EXPECT_EQ(IsLoaded(library), whole);
         }
     }

@@ -1,10 +1,7 @@
 /// Which headers each codec takes, in both directions, and how it describes itself. Queries need no
 /// engine, so that none can be found here.
 
-#include <gtest/gtest.h>
-
-#include "tests/codecs/codecs.h"
-#include "tests/support/engines.h"
+#include "tests/codecs/engine_frames.h"
 
 namespace nyx::test {
 namespace {

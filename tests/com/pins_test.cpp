@@ -32,7 +32,7 @@ TEST_P(Pins, HaveTheirInterfacesAndNoOthers) {
     }
 }
 
-TEST_P(Pins, ReportFilterDirectionNameAndId) {
+TEST_P(Pins, ReportFilterDirectionNameAndIdByWhichAloneTheyAreFound) {
     for (const auto& [pin, name, id, direction] :
          {std::tuple(rig.input, L"XForm In", L"In", PINDIR_INPUT),
           std::tuple(rig.output, L"XForm Out", L"Out", PINDIR_OUTPUT)}) {
@@ -47,13 +47,10 @@ TEST_P(Pins, ReportFilterDirectionNameAndId) {
             std::tuple(info.dir, reported, std::wstring(info.achName), std::wstring(reportedId)),
             std::tuple(direction, direction, name, id));
         CoTaskMemFree(reportedId);
+        IPin* none = &rig.source;
+        EXPECT_EQ(rig.filter->FindPin(name, &none), VFW_E_NOT_FOUND);
+        EXPECT_EQ(none, nullptr);
     }
-}
-
-TEST_P(Pins, AreFoundByIdNotByName) {
-    IPin* none = &rig.source;
-    EXPECT_EQ(rig.filter->FindPin(L"XForm In", &none), VFW_E_NOT_FOUND);
-    EXPECT_EQ(none, nullptr);
 }
 
 TEST_P(Pins, BelongToAFilterOfTheRegisteredClass) {
@@ -145,25 +142,22 @@ TEST_P(Pins, KeepNoTypeOfAnEarlierConnection) {
     }
 }
 
-TEST_P(Pins, OfferOneInputAllocatorWithoutRequirements) {
+TEST_P(Pins, KeepOneInputAllocatorUntilAnotherIsNotified) {
     ALLOCATOR_PROPERTIES properties{1, 2, 3, 4};
     EXPECT_EQ(rig.transport->GetAllocatorRequirements(&properties), E_NOTIMPL);
-    ComPtr<IMemAllocator> first, again;
-    ASSERT_EQ(rig.transport->GetAllocator(&first), S_OK);
-    ASSERT_EQ(first->GetProperties(&properties), S_OK);
-    EXPECT_EQ(properties.cBuffers | properties.cbBuffer, 0);
-    ASSERT_EQ(rig.transport->GetAllocator(&again), S_OK);
-    EXPECT_EQ(again.Get(), first.Get());
-}
-
-TEST_P(Pins, KeepTheInputAllocatorOfTheLastNotification) {
-    ComPtr<IMemAllocator> own, kept;
+    ComPtr<IMemAllocator> own;
     ASSERT_EQ(rig.transport->GetAllocator(&own), S_OK);
+    ASSERT_EQ(own->GetProperties(&properties), S_OK);
+    EXPECT_EQ(properties.cBuffers | properties.cbBuffer, 0);
     const auto other = Make<HostileAllocator>();
-    ASSERT_EQ(rig.transport->NotifyAllocator(other.Get(), TRUE), S_OK);
-    ASSERT_EQ(rig.transport->GetAllocator(&kept), S_OK);
-    EXPECT_EQ(kept.Get(), static_cast<IMemAllocator*>(other.Get()));
-    kept.Reset();
+    for (IMemAllocator* const notified : {own.Get(), static_cast<IMemAllocator*>(other.Get())}) {
+        ComPtr<IMemAllocator> kept;
+        ASSERT_EQ(rig.transport->GetAllocator(&kept), S_OK);
+        EXPECT_EQ(kept.Get(), own.Get());
+        ASSERT_EQ(rig.transport->NotifyAllocator(notified, TRUE), S_OK);
+        ASSERT_EQ(rig.transport->GetAllocator(kept.ReleaseAndGetAddressOf()), S_OK);
+        EXPECT_EQ(kept.Get(), notified);
+    }
     ASSERT_EQ(rig.transport->NotifyAllocator(own.Get(), FALSE), S_OK);
     EXPECT_EQ(other->References(), 1u) << "the old one is released";
 }
@@ -201,7 +195,7 @@ TEST_P(Pins, UseTheReceiversAllocatorIfItGrantsEnough) {
     }
 }
 
-TEST_P(Pins, RefuseNullsAndStreamOn) {
+TEST_P(Pins, RefuseNullsAndUpstreamCallsOnTheOutputAndStreamOn) {
     IBaseFilter& filter = *rig.filter.Get();
     IMemInputPin& transport = *rig.transport.Get();
     const MediaType type = row().InputType();
@@ -229,15 +223,12 @@ TEST_P(Pins, RefuseNullsAndStreamOn) {
         EXPECT_EQ(As<IQualityControl>(pin)->SetSink(nullptr), S_OK);
         As<IQualityControl>(pin)->Notify(nullptr, Quality{Famine, 0, 0, 0});
     }
-    EXPECT_EQ(filter.JoinFilterGraph(rig.graph.Get(), nullptr), S_OK) << "a name is optional";
-    EXPECT_EQ(rig.Push(), S_OK);
-}
-
-TEST_P(Pins, RefuseUpstreamCallsOnTheOutput) {
     for (const HRESULT result :
          {rig.output->EndOfStream(), rig.output->BeginFlush(), rig.output->EndFlush()}) {
         EXPECT_EQ(result, E_UNEXPECTED);
     }
+    EXPECT_EQ(filter.JoinFilterGraph(rig.graph.Get(), nullptr), S_OK) << "a name is optional";
+    EXPECT_EQ(rig.Push(), S_OK);
 }
 
 }  // namespace

@@ -189,11 +189,7 @@ TEST_F(Source, StopsWhileItsThreadsWait) {
 }
 
 TEST_F(Source, ARejectedFrameIsSkippedAndAFailureEndsItsStream) {
-    std::string all;
-    for (int i = 0; i < 14; ++i) {  // more than is read ahead
-        all += ReadAll(Material("dv25.dv"));
-    }
-    const FootageHost host(Write(L"long.dv", all));
+    const FootageHost host(Write(L"long.dv", LongDv()));
     HRESULT answer = E_FAIL;
     EndPin& picture = host.sinks[0]->pin;
     picture.onReceive = [&](IMediaSample*) { return answer; };

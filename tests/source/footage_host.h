@@ -67,6 +67,14 @@ struct FootageHost {
         EXPECT_EQ(filter->Stop(), S_OK);
         return sinks[0]->pin.Samples();
     }
+    /// All that a sink has received.
+    std::string Received(std::size_t sink) const {
+        std::string all;
+        for (const Sample& sample : sinks[sink]->pin.Samples()) {
+            all.append(sample.bytes.begin(), sample.bytes.end());
+        }
+        return all;
+    }
     HRESULT Seek(LONGLONG from, LONGLONG to, std::size_t pin = 0) const {
         return As<IMediaSeeking>(pins[pin])->SetPositions(&from, AM_SEEKING_AbsolutePositioning,
                                                           &to, AM_SEEKING_AbsolutePositioning);
@@ -87,6 +95,14 @@ class FootageTest : public ComTest {
     std::wstring Write(const std::wstring& name, const std::string& bytes) const {
         std::ofstream(folder.path / name, std::ios::binary) << bytes;
         return folder.PathOf(name);
+    }
+    /// More than is read ahead: 14 seconds.
+    static std::string LongDv() {
+        std::string all;
+        for (int i = 0; i < 14; ++i) {
+            all += ReadAll(Material("dv25.dv"));
+        }
+        return all;
     }
     std::wstring Cut(const std::string& name, double part) const {
         const std::string all = ReadAll(Material(name));
