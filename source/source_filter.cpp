@@ -9,6 +9,7 @@
 #include <new>
 #include <tuple>
 
+#include "media/dv_signals.h"
 #include "platform/class_ids.h"
 #include "platform/com.h"
 #include "source/disk_file.h"
@@ -49,6 +50,9 @@ HRESULT STDMETHODCALLTYPE FootageSource::NonDelegatingQueryInterface(REFIID iid,
     }
     if (iid == IID_IAMOpenProgress) {
         return GetInterface(static_cast<IAMOpenProgress*>(this), object);
+    }
+    if (iid == __uuidof(INyxFootageInfo)) {
+        return GetInterface(static_cast<INyxFootageInfo*>(this), object);
     }
     if (iid == IID_IAMFilterMiscFlags) {
         return GetInterface(static_cast<IAMFilterMiscFlags*>(this), object);
@@ -98,12 +102,21 @@ HRESULT FootageSource::OpenFile(const wchar_t* path) {
     std::vector<std::unique_ptr<SourcePin>> pins;
     const auto& first = file->streams().front().video;
     const AVRational rate = first ? first->rate : AVRational{};
+    Opened opened = {.path = kept,
+                     .facts = file->facts(),
+                     .rate = rate,
+                     .dv = first && FindDvSignalIf([&](const DvSignal& signal) {
+                                        return signal.fourcc == first->fourcc;
+                                    }) != nullptr,
+                     .duration = file->duration()};
     int counts[2] = {};
     for (const StreamFormat& stream : file->streams()) {
         const int number = ++counts[stream.video ? 0 : 1];
-        const std::wstring name = (stream.video ? L"Video " : L"Audio ") + std::to_wstring(number);
-        pins.push_back(
-            std::make_unique<SourcePin>(this, this, &lock_, &result, name.c_str(), stream, rate));
+        const std::string name = (stream.video ? "Video " : "Audio ") + std::to_string(number);
+        pins.push_back(std::make_unique<SourcePin>(this, this, &lock_, &result,
+                                                   std::wstring(name.begin(), name.end()).c_str(),
+                                                   stream, rate));
+        std::ranges::find(opened.facts.streams, stream.index, &StreamFacts::index)->name = name;
     }
     if (FAILED(result)) {
         return result;
@@ -112,6 +125,7 @@ HRESULT FootageSource::OpenFile(const wchar_t* path) {
     path_ = std::move(kept);
     file_ = std::move(file);
     readAhead_ = std::move(readAhead);
+    Describe(std::move(opened));
     CAutoLock lock(&stateLock_);
     pins_ = std::move(pins);
     segment_ = {0, file_->duration(), 1.0};

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "baseclasses/streams.h"
+#include "source/footage_description.h"
 #include "source/source_pin.h"
 
 namespace nyx::source {
@@ -17,6 +18,7 @@ class FootageSource final : public CBaseFilter,
                             public IAMFilterMiscFlags,
                             public ISupportErrorInfo,
                             public IAMOpenProgress,
+                            public FootageDescription,
                             public Seekable {
   public:
     /// For the class factory, which takes over the object; null without memory.

@@ -41,6 +41,13 @@ LC_ALL=C sed -i s/vprp/JUNK/ dv25.avi # only the frames have the aspect then
 clip dv25.mov 720x480 $ntsc 2 yuv411p 2 f32be f32le "${dv[@]}"
 clip dv25.dv 720x576 25 2 yuv420p 2 s16le s16le "${dv[@]}"
 # The same with audio of another rate, and in the other system.
+# The same counted by ffmpeg, across a minute that drops numbers: in each frame, and in containers.
+tc=(-t 2 -map 0:v -c copy -timecode "00:00:59;20")
+run -i dv25.mov "${tc[@]}" tc.dv
+run -i tc.dv -c copy -map_metadata -1 tc.avi
+run -i dv25.mov "${tc[@]}" -metadata:s:v reel_name=R1 -metadata title=T1 tc.mov
+run -i dv25.mov "${tc[@]}" -metadata reel_name=R1 -metadata material_package_name=T1 tc.mxf
+run -i dv25.mov "${tc[@]}" tc.gxf
 run -i dv25.dv -t 0.6 -c:v copy -ar 32000 dv32.dv
 run -i dv25.mov -t 1.001 -c:v copy -c:a pcm_s16le dv525.dv
 list dv32.dv s16le
