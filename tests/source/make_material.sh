@@ -75,6 +75,15 @@ clip mpeg.m2v 720x512 25 1 yuv422p 1 none none "${intra[@]}" -aspect 16:9
 # A stream that begins half a second later, and one that is unsupported.
 run -itsoffset 0.5 -i dv50.mov -i dv25.avi -map 0:v -map 1:a -map 1:a -c copy -c:a:0 pcm_mulaw -c:a:1 aac late.mov
 list late.mov s16le
+# Five mono tracks, of which one begins half a second late, and the same as ffmpeg joins them.
+mono=() join='join=2:stereo:map=0.0-FL|1.0-FR'
+for i in 1 2 3 4 5; do
+    mono+=(-itsoffset "$([ $i = 4 ] && echo 0.5 || echo 0)" -f lavfi -i "sine=${i}00:d=$([ $i = 4 ] && echo 0.5 || echo 1):r=48000")
+done
+run -i dv50.mov "${mono[@]}" -map 0:v -map 1 -map 2 -map 3 -map 4 -map 5 -c:v copy -c:a pcm_s24be mono.mov
+run -i mono.mov -filter_complex "[0:a:0][0:a:1]$join[a];[0:a:3]adelay=500[late];[0:a:2][late]$join[b]" \
+    -map '[a]' -c:a pcm_s24le -f s24le mono.1 -map '[b]' -c:a pcm_s24le -f s24le mono.2 \
+    -map 0:a:4 -c:a pcm_s24le -f s24le mono.3
 # The first picture twice, the second time without bytes.
 run -i dv25.avi -c copy -bsf:v "setts=ts=TS+gt(N\\,0)" gap.avi
 run -f lavfi -i testsrc2=size=48x16 -t 1 -pix_fmt yuv422p10le -c:v v210 \
