@@ -45,6 +45,29 @@ const AVCodecParameters* FirstOf(const AVFormatContext* file, AVMediaType kind) 
     return nullptr;
 }
 
+std::string NameOf(const AVCodecParameters& stream) {
+    const AVCodecDescriptor* coding = avcodec_descriptor_get(stream.codec_id);
+    return coding && coding->long_name ? coding->long_name : "unknown";
+}
+
+std::string VariantText(AVCodecID coding) {
+    switch (coding) {
+        case AV_CODEC_ID_MPEG2VIDEO:
+            return "long-GOP MPEG-2; intra frames only";
+        case AV_CODEC_ID_DVVIDEO:
+            return "a variant of DV without a decoder";
+        default:
+            return "a picture size or rate out of range";
+    }
+}
+
+std::string ReasonText(const AVCodecParameters& stream, HRESULT reason) {
+    if (reason == kUnsupportedVideo) {
+        return VariantText(stream.codec_id);
+    }
+    return NameOf(stream) + (reason == kUnsupportedAudio ? " audio" : " video");
+}
+
 }  // namespace
 
 HRESULT FootageFile::FindStreams() {
@@ -112,7 +135,7 @@ HRESULT FootageFile::AddVideo(AVStream* stream, const Packets& seen, StreamForma
     format.video.emplace();
     const HRESULT described = DescribeVideo(context_.get(), stream, seen, &*format.video);
     if (FAILED(described)) {
-        unsupported_.push_back({format.index, described});
+        unsupported_.push_back({format.index, described, ReasonText(*stream->codecpar, described)});
         return S_OK;
     }
     if (stream->duration == AV_NOPTS_VALUE) {  // the file's is rounded to microseconds, not frames
@@ -136,7 +159,8 @@ HRESULT FootageFile::AddVideo(AVStream* stream, const Packets& seen, StreamForma
 
 void FootageFile::AddAudio(AVStream* stream, StreamFormat format) {
     if (!DescribeAudio(*stream->codecpar, &format.audio)) {
-        unsupported_.push_back({format.index, kUnsupportedAudio});
+        unsupported_.push_back(
+            {format.index, kUnsupportedAudio, ReasonText(*stream->codecpar, kUnsupportedAudio)});
         return;
     }
     format.audio.inDv = CarriesDvAudio(*context_, *stream);
@@ -201,12 +225,12 @@ std::string FootageFile::Refusal(HRESULT result) const {
         case kInvalidFileFormat:
             return "damaged file";
         case kUnsupportedVideo:
-            return video ? StreamRefusal(*video, result) : "";
+            return video ? ReasonText(*video, result) : "";
         case kUnsupportedStream:
             if (video) {
-                return StreamRefusal(*video, result);
+                return ReasonText(*video, result);
             }
-            return audio ? "no video, and " + StreamRefusal(*audio, kUnsupportedAudio)
+            return audio ? "no video, and " + ReasonText(*audio, kUnsupportedAudio)
                          : "neither video nor audio";
         default:
             return "";

@@ -9,108 +9,175 @@
 #include <utility>
 
 #include "baseclasses/streams.h"
+#include "media/dv_signals.h"
 #include "platform/com.h"
 
 namespace nyx::source {
+namespace {
 
-void FootageDescription::Describe(Opened opened) {
-    const std::lock_guard lock(mutex_);
-    opened_ = std::move(opened);
+/// A value of the file's metadata, or else of the first stream that has it; "" without one.
+const char* FindTag(const AVFormatContext& file, const char* key) {
+    const AVDictionaryEntry* entry = av_dict_get(file.metadata, key, nullptr, 0);
+    for (unsigned i = 0; !entry && i < file.nb_streams; ++i) {
+        entry = av_dict_get(file.streams[i]->metadata, key, nullptr, 0);
+    }
+    return entry ? entry->value : "";
 }
 
-/// An empty text gives `S_FALSE`.
-HRESULT FootageDescription::StoreText(std::string FootageFacts::*text, BSTR* to) {
+std::wstring Wide(const std::string& text) {
+    const int length = static_cast<int>(text.size());
+    std::wstring wide(text.size(), L'\0');  // UTF-8 has no fewer units
+    wide.resize(static_cast<std::size_t>(
+        MultiByteToWideChar(CP_UTF8, 0, text.data(), length, wide.data(), length)));
+    return wide;
+}
+
+/// The container's timecode, which counts pictures of `rate` unless its track says otherwise.
+std::optional<TimecodeTrack> FindTimecode(const AVFormatContext& file, AVRational rate) {
+    if (ContainerOf(file) == kRawDv) {  // its timecode is the first frame's
+        return std::nullopt;
+    }
+    for (unsigned i = 0; i < file.nb_streams; ++i) {
+        const AVStream& stream = *file.streams[i];
+        if (stream.codecpar->codec_tag == FourCC("tmcd") && stream.avg_frame_rate.num > 0) {
+            rate = stream.avg_frame_rate;
+        }
+    }
+    TimecodeTrack track;
+    const char* text = FindTag(file, "timecode");
+    return av_timecode_init_from_string(&track.first, rate, text, nullptr) < 0
+               ? std::nullopt
+               : std::optional(track);
+}
+
+NyxStreamInfo InfoOf(const AVCodecParameters& stream) {
+    NyxStreamInfo info{};
+    info.majorType = MEDIATYPE_Video;
+    info.fourcc = stream.codec_tag;
+    if (stream.codec_type == AVMEDIA_TYPE_AUDIO) {
+        const int bits = av_get_exact_bits_per_sample(stream.codec_id);
+        info.majorType = MEDIATYPE_Audio;
+        info.fourcc = 0;
+        info.channels = static_cast<DWORD>(stream.ch_layout.nb_channels);
+        info.samplesPerSecond = static_cast<DWORD>(stream.sample_rate);
+        info.bitsPerSample = static_cast<DWORD>(bits > 0 ? bits : stream.bits_per_coded_sample);
+    }
+    return info;
+}
+
+}  // namespace
+
+FootageDescription::Facts FootageDescription::FactsOf(const FootageFile& file) {
+    const AVFormatContext& container = file.container();
+    const StreamFormat& first = file.streams().front();
+    Facts facts = {.path = {},
+                   .container = Wide(container.iformat->name),
+                   .reel = Wide(FindTag(container, "reel_name")),
+                   .clip = Wide(FindTag(container, "material_package_name"))};
+    facts.container = ContainerOf(container) == kRawMpeg2
+                          ? L"m2v"
+                          : facts.container.substr(0, facts.container.find(L','));
+    facts.clip = facts.clip.empty() ? Wide(FindTag(container, "title")) : facts.clip;
+    facts.rate = first.video ? first.video->rate : AVRational{};
+    facts.dv = first.video && FindDvSignalIf([&](const DvSignal& signal) {
+                   return signal.fourcc == first.video->fourcc;
+               });
+    facts.timecode = FindTimecode(container, facts.rate);
+    if (facts.timecode) {
+        facts.timecode->start = file.BeginOf(first);
+    }
+    return facts;
+}
+
+void FootageDescription::AddStreams(const FootageFile& file,
+                                    const std::function<std::wstring(std::size_t)>& nameOf,
+                                    Facts* facts) {
+    const AVFormatContext& container = file.container();
+    for (unsigned i = 0; i < container.nb_streams; ++i) {
+        const auto index = static_cast<int>(i);
+        NyxStreamInfo info = InfoOf(*container.streams[i]->codecpar);
+        const auto given = std::ranges::find(file.streams(), index, &StreamFormat::index);
+        const auto refused =
+            std::ranges::find(file.unsupported(), index, &UnsupportedStream::index);
+        std::wstring name;
+        if (given != file.streams().end()) {
+            info.pins = 1;
+            info.fourcc = given->video ? given->video->fourcc : 0;
+            name = nameOf(static_cast<std::size_t>(given - file.streams().begin()));
+        } else if (refused != file.unsupported().end()) {
+            name = Wide(refused->text);
+        } else {
+            continue;  // neither picture nor sound
+        }
+        name.copy(info.name, std::size(info.name) - 1);
+        facts->streams.push_back(info);
+    }
+}
+
+void FootageDescription::Describe(Facts facts) {
+    const std::lock_guard lock(mutex_);
+    facts_ = std::move(facts);
+}
+
+/// Calls `answer` with the facts, which belong to it meanwhile.
+template <class Answer>
+HRESULT FootageDescription::Give(Answer answer) try {
+    const std::lock_guard lock(mutex_);
+    return facts_ ? answer(*facts_) : VFW_E_WRONG_STATE;
+} catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+}
+
+HRESULT FootageDescription::GiveText(std::wstring Facts::*text, BSTR* to) {
     CheckPointer(to, E_POINTER);
     *to = nullptr;
-    const std::lock_guard lock(mutex_);
-    if (!opened_) {
-        return VFW_E_WRONG_STATE;
-    }
-    const std::string& from = opened_->facts.*text;
-    const int length = static_cast<int>(from.size());
-    const int units = MultiByteToWideChar(CP_UTF8, 0, from.data(), length, nullptr, 0);
-    *to = SysAllocStringLen(nullptr, static_cast<UINT>(units));
-    if (!*to) {
-        return E_OUTOFMEMORY;
-    }
-    MultiByteToWideChar(CP_UTF8, 0, from.data(), length, *to, units);
-    return units > 0 ? S_OK : S_FALSE;
-}
-
-HRESULT STDMETHODCALLTYPE FootageDescription::GetContainer(BSTR* name) {
-    return StoreText(&FootageFacts::container, name);
-}
-
-HRESULT STDMETHODCALLTYPE FootageDescription::GetReelName(BSTR* name) {
-    return StoreText(&FootageFacts::reel, name);
-}
-
-HRESULT STDMETHODCALLTYPE FootageDescription::GetClipName(BSTR* name) {
-    return StoreText(&FootageFacts::clip, name);
+    return Give([&](const Facts& facts) -> HRESULT {
+        const std::wstring& from = facts.*text;
+        *to = SysAllocStringLen(from.data(), static_cast<UINT>(from.size()));
+        return !*to ? E_OUTOFMEMORY : from.empty() ? S_FALSE : S_OK;
+    });
 }
 
 HRESULT STDMETHODCALLTYPE FootageDescription::GetTimecode(LONGLONG position, NyxTimecode* timecode,
-                                                          NyxTimecodeOrigin* origin) try {
+                                                          NyxTimecodeOrigin* origin) {
     CheckPointer(timecode, E_POINTER);
     CheckPointer(origin, E_POINTER);
     *timecode = {};
     *origin = NyxTimecodeNone;
-    const std::lock_guard lock(mutex_);
-    if (!opened_) {
-        return VFW_E_WRONG_STATE;
-    }
-    const REFERENCE_TIME last = std::max<REFERENCE_TIME>(opened_->duration - 1, 0);
-    const REFERENCE_TIME time = std::clamp<REFERENCE_TIME>(position, 0, last);
-    if (const auto& track = opened_->facts.timecode) {
-        *timecode = CountTimecode(*track, time);
-        *origin = NyxTimecodeContainer;
-    } else if (const auto found = opened_->dv ? frames_.Read(opened_->path, time) : std::nullopt) {
-        *timecode = *found;
-        *origin = NyxTimecodeFrame;
-    }
-    return *origin == NyxTimecodeNone ? S_FALSE : S_OK;
-} catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
+    return Give([&](const Facts& facts) {
+        const REFERENCE_TIME last = std::max<REFERENCE_TIME>(facts.duration - 1, 0);
+        const REFERENCE_TIME time = std::clamp<REFERENCE_TIME>(position, 0, last);
+        if (facts.timecode) {
+            *timecode = CountTimecode(*facts.timecode, time);
+            *origin = NyxTimecodeContainer;
+        } else if (const auto found = facts.dv ? frames_.Read(facts.path, time) : std::nullopt) {
+            *timecode = *found;
+            *origin = NyxTimecodeFrame;
+        }
+        return *origin == NyxTimecodeNone ? S_FALSE : S_OK;
+    });
 }
 
 HRESULT STDMETHODCALLTYPE FootageDescription::GetFrameRate(DWORD* numerator, DWORD* denominator) {
     CheckPointer(numerator, E_POINTER);
     CheckPointer(denominator, E_POINTER);
-    const std::lock_guard lock(mutex_);
-    const AVRational rate = opened_ ? opened_->rate : AVRational{};
-    *numerator = static_cast<DWORD>(rate.num);
-    *denominator = static_cast<DWORD>(rate.den);
-    return !opened_ ? VFW_E_WRONG_STATE : rate.num > 0 ? S_OK : S_FALSE;
+    return Give([&](const Facts& facts) {
+        *numerator = static_cast<DWORD>(facts.rate.num);
+        *denominator = static_cast<DWORD>(facts.rate.den);
+        return facts.rate.num > 0 ? S_OK : S_FALSE;
+    });
 }
 
 HRESULT STDMETHODCALLTYPE FootageDescription::GetStreamCount(DWORD* count) {
-    CheckPointer(count, E_POINTER);
-    const std::lock_guard lock(mutex_);
-    *count = opened_ ? static_cast<DWORD>(opened_->facts.streams.size()) : 0;
-    return opened_ ? S_OK : VFW_E_WRONG_STATE;
+    return Give([count](const Facts& facts) {
+        return StoreOut(count, static_cast<DWORD>(facts.streams.size()));
+    });
 }
 
 HRESULT STDMETHODCALLTYPE FootageDescription::GetStream(DWORD index, NyxStreamInfo* info) {
-    CheckPointer(info, E_POINTER);
-    *info = {};
-    const std::lock_guard lock(mutex_);
-    if (!opened_) {
-        return VFW_E_WRONG_STATE;
-    }
-    if (index >= opened_->facts.streams.size()) {
-        return E_INVALIDARG;
-    }
-    const StreamFacts& stream = opened_->facts.streams[index];
-    *info = {.majorType = stream.video ? MEDIATYPE_Video : MEDIATYPE_Audio,
-             .fourcc = stream.fourcc,
-             .pins = stream.supported ? 1u : 0u,
-             .channels = static_cast<DWORD>(stream.channels),
-             .samplesPerSecond = static_cast<DWORD>(stream.rate),
-             .bitsPerSample = static_cast<DWORD>(stream.bits),
-             .name = {}};
-    constexpr std::size_t kRoom = std::size(NyxStreamInfo{}.name) - 1;
-    std::copy_n(stream.name.begin(), std::min(stream.name.size(), kRoom), info->name);
-    return S_OK;
+    return Give([=](const Facts& facts) {
+        return index < facts.streams.size() ? StoreOut(info, facts.streams[index]) : E_INVALIDARG;
+    });
 }
 
 }  // namespace nyx::source

@@ -1,11 +1,12 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/footage_info.h"
 #include "platform/thread.h"
-#include "source/footage_facts.h"
 #include "source/frame_timecode.h"
 
 namespace nyx::source {
@@ -14,35 +15,49 @@ namespace nyx::source {
 /// locks or its reading.
 class FootageDescription : public INyxFootageInfo {
   public:
-    HRESULT STDMETHODCALLTYPE GetContainer(BSTR* name) override;
+    HRESULT STDMETHODCALLTYPE GetContainer(BSTR* name) override {
+        return GiveText(&Facts::container, name);
+    }
     HRESULT STDMETHODCALLTYPE GetTimecode(LONGLONG position, NyxTimecode* timecode,
                                           NyxTimecodeOrigin* origin) override;
     HRESULT STDMETHODCALLTYPE GetFrameRate(DWORD* numerator, DWORD* denominator) override;
-    HRESULT STDMETHODCALLTYPE GetReelName(BSTR* name) override;
-    HRESULT STDMETHODCALLTYPE GetClipName(BSTR* name) override;
+    HRESULT STDMETHODCALLTYPE GetReelName(BSTR* name) override {
+        return GiveText(&Facts::reel, name);
+    }
+    HRESULT STDMETHODCALLTYPE GetClipName(BSTR* name) override {
+        return GiveText(&Facts::clip, name);
+    }
     HRESULT STDMETHODCALLTYPE GetStreamCount(DWORD* count) override;
     HRESULT STDMETHODCALLTYPE GetStream(DWORD index, NyxStreamInfo* info) override;
 
   protected:
-    /// What Load has opened.
-    struct Opened {
-        std::wstring path;
-        FootageFacts facts;
+    struct Facts {
+        std::wstring path, container, reel, clip;  ///< empty for none
+        std::optional<TimecodeTrack> timecode{};
         AVRational rate{};  ///< of the pictures; 0 without any
         bool dv = false;    ///< whether they are DV frames
         REFERENCE_TIME duration = 0;
+        std::vector<NyxStreamInfo> streams{};  ///< in the file's order
     };
 
     ~FootageDescription() = default;
 
-    /// Says it from now on.
-    void Describe(Opened opened);
+    /// What an open file says of itself, before a thread reads it; its streams apart. As the next,
+    /// throws std::bad_alloc.
+    static Facts FactsOf(const FootageFile& file);
+    /// Adds a file's streams; `nameOf` has the name of the pin of one, by its place in streams().
+    static void AddStreams(const FootageFile& file,
+                           const std::function<std::wstring(std::size_t)>& nameOf, Facts* facts);
+    /// Answers by these facts from now on.
+    void Describe(Facts facts);
 
   private:
-    [[nodiscard]] HRESULT StoreText(std::string FootageFacts::*text, BSTR* to);
+    template <class Answer>
+    [[nodiscard]] HRESULT Give(Answer answer);
+    [[nodiscard]] HRESULT GiveText(std::wstring Facts::*text, BSTR* to);
 
     Mutex mutex_;
-    std::optional<Opened> opened_;
+    std::optional<Facts> facts_;
     FrameTimecodes frames_;
 };
 

@@ -6,7 +6,6 @@
 
 #include "platform/byte_span.h"
 #include "source/container_input.h"
-#include "source/footage_facts.h"
 #include "source/mpeg_groups.h"
 #include "source/raw_dv.h"
 #include "source/stream_format.h"
@@ -32,8 +31,9 @@ struct Packet {
 
 /// A stream of video or audio that no pin can deliver.
 struct UnsupportedStream {
-    int index;       ///< in the file
-    HRESULT reason;  ///< of failures.h
+    int index;         ///< in the file
+    HRESULT reason;    ///< of failures.h
+    std::string text;  ///< the reason in words, ASCII
 };
 
 /// A file of footage: the formats of its streams, and their packets in the order of time. Times
@@ -64,8 +64,12 @@ class FootageFile {
     std::int64_t progress() const { return input_.progress(); }
     std::int64_t size() const { return input_.size(); }
 
-    /// What the container says, as it was when it was opened.
-    const FootageFacts& facts() const { return facts_; }
+    /// What the container says. After Open, before a thread reads on.
+    const AVFormatContext& container() const { return *context_; }
+    /// When a stream's first packet begins.
+    REFERENCE_TIME BeginOf(const StreamFormat& stream) const {
+        return av_sat_sub64(stream.start, origin_);
+    }
 
     /// Where a file of raw DV changes its system.
     const RawDv& rawDv() const { return rawDv_; }
@@ -99,9 +103,6 @@ class FootageFile {
     [[nodiscard]] HRESULT Restart();
     bool SeekGroup(REFERENCE_TIME time);
 
-    // footage_facts.cpp
-    void ReadFacts();
-
     // find_streams.cpp
     [[nodiscard]] HRESULT FindStreams();
     [[nodiscard]] HRESULT ReadFirstFrames(std::vector<Packets>* seen);
@@ -124,7 +125,6 @@ class FootageFile {
     LibavPtr<AVFormatContext> context_;  ///< reads input_
     std::vector<StreamFormat> streams_;
     std::vector<UnsupportedStream> unsupported_;
-    FootageFacts facts_;
     MpegGroups groups_;  ///< of a file without times
     std::vector<bool> wanted_;
     std::vector<std::int64_t> next_;  ///< tick, or frame of audio, after a stream's last packet

@@ -7,7 +7,17 @@
 #include "platform/footage_info.h"
 #include "source/footage_file.h"
 
+extern "C" {
+#include <libavutil/timecode.h>
+}
+
 namespace nyx::source {
+
+/// A container's timecode.
+struct TimecodeTrack {
+    AVTimecode first{};        ///< of the first picture, with the rate at which it counts
+    REFERENCE_TIME start = 0;  ///< of that picture, from the file's start
+};
 
 /// The timecode that counts on from a track's first one, for the picture at `time`.
 NyxTimecode CountTimecode(const TimecodeTrack& track, REFERENCE_TIME time);

@@ -9,7 +9,9 @@ namespace nyx::source {
 namespace {
 
 bool AreAPair(const StreamFormat& a, const StreamFormat& b) {
-    return !a.video && !b.video && a.audio.channels == 1 && b.audio.channels == 1 &&
+    const PcmKind kind = a.audio.pcm.kind;
+    const bool silentAtZero = kind == PcmKind::kSigned || kind == PcmKind::kFloat;
+    return silentAtZero && !a.video && !b.video && a.audio.channels == 1 && b.audio.channels == 1 &&
            a.audio.rate == b.audio.rate && a.audio.pcm == b.audio.pcm && !a.audio.inDv &&
            !b.audio.inDv;
 }
@@ -105,7 +107,7 @@ HRESULT PinPackets::Join(std::int64_t start, std::int64_t stop, Packet* packet) 
         av_new_packet(packet->data.get(), static_cast<int>(2 * bytes * count)) < 0) {
         return E_OUTOFMEMORY;
     }
-    std::memset(packet->data->data, SilentByte(audio.pcm.kind), 2 * bytes * count);
+    std::memset(packet->data->data, 0, 2 * bytes * count);
     for (std::size_t i = 0; i < sides_.size(); ++i) {
         const Side& side = sides_[i];
         if (side.ended || side.start > start) {

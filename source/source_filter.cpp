@@ -9,7 +9,6 @@
 #include <new>
 #include <tuple>
 
-#include "media/dv_signals.h"
 #include "platform/class_ids.h"
 #include "platform/com.h"
 #include "settings/source_settings.h"
@@ -104,18 +103,12 @@ HRESULT FootageSource::OpenFile(const wchar_t* path) {
     }
     std::vector<Part> parts;
     parts.push_back({std::move(file), nullptr});
-    const auto& first = parts.front().file->streams().front().video;
-    Opened opened = {.path = kept,
-                     .facts = parts.front().file->facts(),
-                     .rate = first ? first->rate : AVRational{},
-                     .dv = first && FindDvSignalIf([&](const DvSignal& signal) {
-                                        return signal.fourcc == first->fourcc;
-                                    }) != nullptr,
-                     .duration = 0};
+    Facts facts = FactsOf(*parts.front().file);
+    facts.path = kept;
     std::vector<PacketSource> streams;
     for (Part& part : parts) {
         part.packets = std::make_unique<ReadAhead>(part.file.get());
-        opened.duration = std::max(opened.duration, part.file->duration());
+        facts.duration = std::max(facts.duration, part.file->duration());
         for (std::size_t i = 0; i < part.file->streams().size(); ++i) {
             streams.push_back({part.file.get(), part.packets.get(), i});
         }
@@ -124,24 +117,28 @@ HRESULT FootageSource::OpenFile(const wchar_t* path) {
     int counts[2] = {};
     for (PinSources& sources : GroupIntoPins(streams, ReadPairMono())) {
         const bool video = sources.front().format().video.has_value();
-        const std::string name =
-            (video ? "Video " : "Audio ") + std::to_string(++counts[video ? 0 : 1]);
-        for (const PacketSource& source : sources) {
-            std::ranges::find(opened.facts.streams, source.format().index, &StreamFacts::index)
-                ->name = name;
-        }
-        pins.push_back(std::make_unique<SourcePin>(this, this, &lock_, &result,
-                                                   std::wstring(name.begin(), name.end()).c_str(),
-                                                   std::move(sources), opened.rate));
+        const std::wstring name =
+            (video ? L"Video " : L"Audio ") + std::to_wstring(++counts[video ? 0 : 1]);
+        pins.push_back(std::make_unique<SourcePin>(this, this, &lock_, &result, name.c_str(),
+                                                   std::move(sources), facts.rate));
     }
     if (FAILED(result)) {
         return result;
     }
+    for (const Part& part : parts) {
+        const auto nameOf = [&](std::size_t stream) {
+            return (*std::ranges::find_if(
+                        pins,
+                        [&](const auto& pin) { return pin->Delivers(*part.packets, stream); }))
+                ->Name();
+        };
+        AddStreams(*part.file, nameOf, &facts);
+    }
     pinsThatSought_.reserve(pins.size());
     path_ = std::move(kept);
     parts_ = std::move(parts);
-    duration_ = opened.duration;
-    Describe(std::move(opened));
+    duration_ = facts.duration;
+    Describe(std::move(facts));
     CAutoLock lock(&stateLock_);
     pins_ = std::move(pins);
     segment_ = {0, duration_, 1.0};
@@ -272,13 +269,11 @@ HRESULT STDMETHODCALLTYPE FootageSource::FindPin(LPCWSTR id, IPin** pin) {
 HRESULT FootageSource::StartStreaming() {
     try {
         for (const Part& part : parts_) {
-            std::vector<bool> wanted(part.file->streams().size());
-            for (const auto& pin : pins_) {
-                for (const PacketSource& source : pin->sources()) {
-                    if (source.packets == part.packets.get() && pin->IsConnected()) {
-                        wanted[source.stream] = true;
-                    }
-                }
+            std::vector<bool> wanted;
+            for (std::size_t i = 0; i < part.file->streams().size(); ++i) {
+                wanted.push_back(std::ranges::any_of(pins_, [&](const auto& pin) {
+                    return pin->IsConnected() && pin->Delivers(*part.packets, i);
+                }));
             }
             if (std::ranges::find(wanted, true) != wanted.end()) {
                 part.packets->Start(segment_.start, wanted);

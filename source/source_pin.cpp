@@ -271,7 +271,7 @@ HRESULT SourcePin::PushPicture(const Packet& packet) {
     if (packet.system && !SwitchTo(WithSystem(format_, *packet.system))) {
         return VFW_E_TYPE_NOT_ACCEPTED;
     }
-    const FootageFile* file = sources().front().file;
+    const FootageFile* file = packets_.sources().front().file;
     return PushSample(packet.start, packet.stop, static_cast<std::int64_t>(packet.size()),
                       [&](BYTE* to) { return file->Copy(packet, to); });
 }

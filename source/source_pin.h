@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <list>
 #include <optional>
@@ -39,7 +40,12 @@ class SourcePin final : public CBaseOutputPin, public PinSeeking {
     /// accepts them.
     bool Accepts(const AVDVProfile& system) const;
 
-    const PinSources& sources() const { return packets_.sources(); }
+    /// Whether it delivers, alone or with another, a stream that `packets` reads.
+    bool Delivers(const ReadAhead& packets, std::size_t stream) const {
+        return std::ranges::any_of(packets_.sources(), [&](const PacketSource& source) {
+            return source.packets == &packets && source.stream == stream;
+        });
+    }
     bool isVideo() const { return format_.video.has_value(); }
 
     /// Whether samples of audio are delivered as they are or silent, which is so at once. Any
