@@ -216,6 +216,14 @@ void FootageFile::TimeRawDv(const Packets& seen) {
     }
 }
 
+const char* FootageFile::Tag(const char* key) const {
+    const AVDictionaryEntry* entry = av_dict_get(context_->metadata, key, nullptr, 0);
+    for (unsigned i = 0; !entry && i < context_->nb_streams; ++i) {
+        entry = av_dict_get(context_->streams[i]->metadata, key, nullptr, 0);
+    }
+    return entry ? entry->value : "";
+}
+
 std::string FootageFile::Refusal(HRESULT result) const {
     const AVCodecParameters* video = FirstOf(context_.get(), AVMEDIA_TYPE_VIDEO);
     const AVCodecParameters* audio = FirstOf(context_.get(), AVMEDIA_TYPE_AUDIO);

@@ -15,15 +15,6 @@
 namespace nyx::source {
 namespace {
 
-/// A value of the file's metadata, or else of the first stream that has it; "" without one.
-const char* FindTag(const AVFormatContext& file, const char* key) {
-    const AVDictionaryEntry* entry = av_dict_get(file.metadata, key, nullptr, 0);
-    for (unsigned i = 0; !entry && i < file.nb_streams; ++i) {
-        entry = av_dict_get(file.streams[i]->metadata, key, nullptr, 0);
-    }
-    return entry ? entry->value : "";
-}
-
 std::wstring Wide(const std::string& text) {
     const int length = static_cast<int>(text.size());
     std::wstring wide(text.size(), L'\0');  // UTF-8 has no fewer units
@@ -33,19 +24,19 @@ std::wstring Wide(const std::string& text) {
 }
 
 /// The container's timecode, which counts pictures of `rate` unless its track says otherwise.
-std::optional<TimecodeTrack> FindTimecode(const AVFormatContext& file, AVRational rate) {
-    if (ContainerOf(file) == kRawDv) {  // its timecode is the first frame's
+std::optional<TimecodeTrack> FindTimecode(const FootageFile& file, AVRational rate) {
+    const AVFormatContext& container = file.container();
+    if (ContainerOf(container) == kRawDv) {  // its timecode is the first frame's
         return std::nullopt;
     }
-    for (unsigned i = 0; i < file.nb_streams; ++i) {
-        const AVStream& stream = *file.streams[i];
+    for (unsigned i = 0; i < container.nb_streams; ++i) {
+        const AVStream& stream = *container.streams[i];
         if (stream.codecpar->codec_tag == FourCC("tmcd") && stream.avg_frame_rate.num > 0) {
             rate = stream.avg_frame_rate;
         }
     }
     TimecodeTrack track;
-    const char* text = FindTag(file, "timecode");
-    return av_timecode_init_from_string(&track.first, rate, text, nullptr) < 0
+    return av_timecode_init_from_string(&track.first, rate, file.Tag("timecode"), nullptr) < 0
                ? std::nullopt
                : std::optional(track);
 }
@@ -72,17 +63,17 @@ FootageDescription::Facts FootageDescription::FactsOf(const FootageFile& file) {
     const StreamFormat& first = file.streams().front();
     Facts facts = {.path = {},
                    .container = Wide(container.iformat->name),
-                   .reel = Wide(FindTag(container, "reel_name")),
-                   .clip = Wide(FindTag(container, "material_package_name"))};
+                   .reel = Wide(file.Tag("reel_name")),
+                   .clip = Wide(file.Tag("material_package_name"))};
     facts.container = ContainerOf(container) == kRawMpeg2
                           ? L"m2v"
                           : facts.container.substr(0, facts.container.find(L','));
-    facts.clip = facts.clip.empty() ? Wide(FindTag(container, "title")) : facts.clip;
+    facts.clip = facts.clip.empty() ? Wide(file.Tag("title")) : facts.clip;
     facts.rate = first.video ? first.video->rate : AVRational{};
     facts.dv = first.video && FindDvSignalIf([&](const DvSignal& signal) {
                    return signal.fourcc == first.video->fourcc;
                });
-    facts.timecode = FindTimecode(container, facts.rate);
+    facts.timecode = FindTimecode(file, facts.rate);
     if (facts.timecode) {
         facts.timecode->start = file.BeginOf(first);
     }

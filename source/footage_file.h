@@ -66,6 +66,9 @@ class FootageFile {
 
     /// What the container says. After Open, before a thread reads on.
     const AVFormatContext& container() const { return *context_; }
+    /// A value of its metadata, of the file or else of the first stream that has it; "" without
+    /// one. UTF-8.
+    const char* Tag(const char* key) const;
     /// When a stream's first packet begins.
     REFERENCE_TIME BeginOf(const StreamFormat& stream) const {
         return av_sat_sub64(stream.start, origin_);

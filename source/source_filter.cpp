@@ -12,6 +12,7 @@
 #include "platform/class_ids.h"
 #include "platform/com.h"
 #include "settings/source_settings.h"
+#include "source/atom_siblings.h"
 #include "source/disk_file.h"
 
 namespace nyx::source {
@@ -102,7 +103,11 @@ HRESULT FootageSource::OpenFile(const wchar_t* path) {
         return WithReason(result, file->Refusal(result));
     }
     std::vector<Part> parts;
+    auto siblings = OpenSiblings(*file, kept);
     parts.push_back({std::move(file), nullptr});
+    for (auto& sibling : siblings) {
+        parts.push_back({std::move(sibling), nullptr});
+    }
     Facts facts = FactsOf(*parts.front().file);
     facts.path = kept;
     std::vector<PacketSource> streams;

@@ -157,6 +157,14 @@ TEST_F(Files, MonoTracksBecomePairsIfTheUserWantsThat) {
             EXPECT_EQ(flags, on ? DWORD{AMSTREAMSELECTINFO_ENABLED} : 0);
         }
     }
+    const FootageHost atom(Material("atom/picture.mxf"));  // the third track is another clip's
+    ASSERT_EQ(atom.pins.size(), 2u);
+    EXPECT_EQ(atom.Play().size(), 25u);
+    std::string joined;
+    for (const Sample& run : atom.sinks[1]->pin.Samples()) {
+        joined.append(run.bytes.begin(), run.bytes.end());
+    }
+    EXPECT_TRUE(joined == ReadAll(Material("mono.1")));
     AM_MEDIA_TYPE* type = nullptr;
     LPWSTR name = nullptr;
     ComPtr<IUnknown> object;

@@ -81,6 +81,13 @@ for i in 1 2 3 4 5; do
     mono+=(-itsoffset "$([ $i = 4 ] && echo 0.5 || echo 0)" -f lavfi -i "sine=${i}00:d=$([ $i = 4 ] && echo 0.5 || echo 1):r=48000")
 done
 run -i dv50.mov "${mono[@]}" -map 0:v -map 1 -map 2 -map 3 -map 4 -map 5 -c:v copy -c:a pcm_s24be mono.mov
+# The same as a clip in OP-Atom: without random numbers, all files name one package.
+mkdir -p atom
+run -i dv50.mov -map 0:v -c copy -fflags +bitexact -f mxf_opatom atom/picture.mxf
+for i in 0 1 2; do
+    run -i mono.mov -map 0:a:$i -c:a pcm_s24le -mxf_audio_edit_rate 25 $([ $i = 2 ] || echo -fflags +bitexact) \
+        -f mxf_opatom atom/$i.mxf
+done
 run -i mono.mov -filter_complex "[0:a:0][0:a:1]$join[a];[0:a:3]adelay=500[late];[0:a:2][late]$join[b]" \
     -map '[a]' -c:a pcm_s24le -f s24le mono.1 -map '[b]' -c:a pcm_s24le -f s24le mono.2 \
     -map 0:a:4 -c:a pcm_s24le -f s24le mono.3
