@@ -30,7 +30,7 @@ enum NyxTimecodeOrigin : DWORD {
 struct NyxStreamInfo {
     GUID majorType;          ///< MEDIATYPE_Video or MEDIATYPE_Audio
     DWORD fourcc;            ///< video: that of its media type
-    DWORD pins;              ///< 1 when a pin gives the stream, 0 when the filter cannot
+    DWORD pins;              ///< 1 when a pin gives the stream, alone or in a pair; else 0
     DWORD channels;          ///< audio
     DWORD samplesPerSecond;  ///< audio
     DWORD bitsPerSample;     ///< audio, in the file

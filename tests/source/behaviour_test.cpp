@@ -47,6 +47,7 @@ struct Description {
 const Description kDescriptions[] = {
     {"tc.dv", L"dv//", NyxTimecodeFrame, L"Video 1"},
     {"tc.avi", L"avi//", NyxTimecodeFrame, L"Video 1"},
+    {"frames.mov", L"mov//", NyxTimecodeFrame, L"Video 1"},
     {"tc.mov", L"mov/R1/T1", NyxTimecodeContainer, L"Video 1"},
     {"tc.mxf", L"mxf/R1/T1", NyxTimecodeContainer, L"Video 1"},
     {"tc.gxf", L"gxf//", NyxTimecodeContainer, L"Video 1"},

@@ -45,6 +45,7 @@ clip dv25.dv 720x576 25 2 yuv420p 2 s16le s16le "${dv[@]}"
 tc=(-t 2 -map 0:v -c copy -timecode "00:00:59;20")
 run -i dv25.mov "${tc[@]}" tc.dv
 run -i tc.dv -c copy -map_metadata -1 tc.avi
+run -i tc.dv -c copy -map_metadata -1 -write_tmcd 0 frames.mov
 run -i dv25.mov "${tc[@]}" -metadata:s:v reel_name=R1 -metadata title=T1 tc.mov
 run -i dv25.mov "${tc[@]}" -metadata reel_name=R1 -metadata material_package_name=T1 tc.mxf
 run -i dv25.mov "${tc[@]}" tc.gxf
