@@ -229,7 +229,7 @@ std::string FootageFile::Refusal(HRESULT result) const {
     const AVCodecParameters* audio = FirstOf(context_.get(), AVMEDIA_TYPE_AUDIO);
     switch (result) {
         case kUnknownFileType:
-            return size() == 0 ? "empty file" : "neither AVI, MOV, MXF, GXF, raw DV nor raw MPEG-2";
+            return size() == 0 ? "empty file" : "neither AVI, MOV, MXF, GXF, DV nor MPEG-2";
         case kInvalidFileFormat:
             return "damaged file";
         case kUnsupportedVideo:

@@ -73,6 +73,8 @@ clip tagged.avi 96x64 25 1 yuv422p10le 1 none none -c:v v210 -bsf:v setts=time_b
 LC_ALL=C sed -i s/v210/Q210/g tagged.avi
 clip mpeg.mxf 720x576 25 1 yuv422p 1 s16le s16le "${intra[@]}" -q:v 3
 clip mpeg.m2v 720x512 25 1 yuv422p 1 none none "${intra[@]}" -aspect 16:9
+clip mpeg.mpg 720x576 25 1 yuv422p 1 none none "${intra[@]}" -b:v 8000k -f vob
+clip mpeg.ts 720x576 25 1 yuv422p 1 none none "${intra[@]}" -b:v 8000k
 # A stream that begins half a second later, and one that is unsupported.
 run -itsoffset 0.5 -i dv50.mov -i dv25.avi -map 0:v -map 1:a -map 1:a -c copy -c:a:0 pcm_mulaw -c:a:1 aac late.mov
 list late.mov s16le
