@@ -42,18 +42,6 @@ StreamFormat FormatOf(const PinSources& sources) {
     return format;
 }
 
-void PinPackets::Start() {
-    sides_.clear();
-    sides_.resize(sources_.size());
-    next_ = kNone;
-}
-
-void PinPackets::Close() {
-    for (const PacketSource& source : sources_) {
-        source.packets->Close(source.stream);
-    }
-}
-
 /// Pops a track's packets until one lasts beyond what was delivered.
 HRESULT PinPackets::Fill(const PacketSource& source, Side* side) {
     while (!side->ended && side->stop <= next_) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <limits>
-#include <utility>
 #include <vector>
 
 #include "source/read_ahead.h"
@@ -27,19 +26,15 @@ std::vector<PinSources> GroupIntoPins(const std::vector<PacketSource>& streams, 
 /// The format that a pin of these sources delivers.
 StreamFormat FormatOf(const PinSources& sources);
 
-/// A pin's packets. Its sources outlive it. One thread.
+/// A pin's packets, from where its sources begin to read. They outlive it. One thread.
 class PinPackets {
   public:
-    explicit PinPackets(PinSources sources) : sources_(std::move(sources)) {}
-    const PinSources& sources() const { return sources_; }
+    /// Throws std::bad_alloc.
+    explicit PinPackets(const PinSources& sources) : sources_(sources), sides_(sources.size()) {}
 
-    /// Forgets what has been popped: the sources begin elsewhere.
-    void Start();
     /// As ReadAhead::Pop. Of two tracks, it joins what both have, with silence where one begins
     /// later or ends earlier. Throws std::bad_alloc.
     [[nodiscard]] HRESULT Pop(Packet* packet);
-    /// As ReadAhead::Close.
-    void Close();
 
   private:
     static constexpr std::int64_t kNone = std::numeric_limits<std::int64_t>::min();
@@ -55,7 +50,7 @@ class PinPackets {
     [[nodiscard]] HRESULT Fill(const PacketSource& source, Side* side);
     [[nodiscard]] HRESULT Join(std::int64_t start, std::int64_t stop, Packet* packet) const;
 
-    const PinSources sources_;
+    const PinSources& sources_;
     std::vector<Side> sides_;
     std::int64_t next_ = kNone;  ///< the frame of audio that follows the last packet
 };

@@ -11,12 +11,14 @@
 
 #include "platform/class_ids.h"
 #include "platform/com.h"
-#include "settings/source_settings.h"
+#include "settings/settings.h"
 #include "source/atom_siblings.h"
 #include "source/disk_file.h"
 
 namespace nyx::source {
 namespace {
+
+constexpr wchar_t kSettings[] = L"Software\\Veltro\\Source";
 
 /// Leaves `reason`, plain ASCII, to the calling thread as an error of IFileSourceFilter, unless it
 /// is empty. The system implements the error object, which may outlive the module. Returns
@@ -118,9 +120,10 @@ HRESULT FootageSource::OpenFile(const wchar_t* path) {
             streams.push_back({part.file.get(), part.packets.get(), i});
         }
     }
+    const bool pairsMono = ReadSettingDword(HKEY_CURRENT_USER, kSettings, L"pair_mono", 0) != 0;
     std::vector<std::unique_ptr<SourcePin>> pins;
     int counts[2] = {};
-    for (PinSources& sources : GroupIntoPins(streams, ReadPairMono())) {
+    for (PinSources& sources : GroupIntoPins(streams, pairsMono)) {
         const bool video = sources.front().format().video.has_value();
         const std::wstring name =
             (video ? L"Video " : L"Audio ") + std::to_wstring(++counts[video ? 0 : 1]);

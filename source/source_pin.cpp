@@ -36,7 +36,7 @@ SourcePin::SourcePin(CBaseFilter* filter, Seekable* seekable, CCritSec* lock, HR
     : CBaseOutputPin(filter, lock, result, name),
       PinSeeking(seekable, rate),
       format_(FormatOf(sources)),
-      packets_(std::move(sources)) {}
+      sources_(std::move(sources)) {}
 
 HRESULT STDMETHODCALLTYPE SourcePin::NonDelegatingQueryInterface(REFIID iid, void** object) {
     if (iid == IID_IMediaSeeking) {
@@ -108,7 +108,6 @@ HRESULT SourcePin::StartThreads(const Segment& segment, REFERENCE_TIME cut) noex
     refused_.reset();
     filled_.Open();
     try {
-        packets_.Start();
         filling_.Start([this] { FillSamples(); });
         delivering_.Start([this] { DeliverSamples(); });
     } catch (const std::exception&) {
@@ -129,9 +128,10 @@ void SourcePin::JoinThreads() {
 void SourcePin::FillSamples() noexcept {
     HRESULT result = S_OK;
     try {
+        PinPackets packets(sources_);
         while (result == S_OK) {
             Packet packet;
-            result = packets_.Pop(&packet);
+            result = packets.Pop(&packet);
             if (result == S_OK && packet.start >= stop_) {
                 result = S_FALSE;
             } else if (result == S_OK && packet.start >= cut_) {
@@ -144,7 +144,9 @@ void SourcePin::FillSamples() noexcept {
     } catch (const std::bad_alloc&) {
         result = E_OUTOFMEMORY;
     }
-    packets_.Close();
+    for (const PacketSource& source : sources_) {
+        source.packets->Close(source.stream);
+    }
     filled_.End(result);
 }
 
@@ -271,7 +273,7 @@ HRESULT SourcePin::PushPicture(const Packet& packet) {
     if (packet.system && !SwitchTo(WithSystem(format_, *packet.system))) {
         return VFW_E_TYPE_NOT_ACCEPTED;
     }
-    const FootageFile* file = packets_.sources().front().file;
+    const FootageFile* file = sources_.front().file;
     return PushSample(packet.start, packet.stop, static_cast<std::int64_t>(packet.size()),
                       [&](BYTE* to) { return file->Copy(packet, to); });
 }

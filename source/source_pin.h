@@ -42,7 +42,7 @@ class SourcePin final : public CBaseOutputPin, public PinSeeking {
 
     /// Whether it delivers, alone or with another, a stream that `packets` reads.
     bool Delivers(const ReadAhead& packets, std::size_t stream) const {
-        return std::ranges::any_of(packets_.sources(), [&](const PacketSource& source) {
+        return std::ranges::any_of(sources_, [&](const PacketSource& source) {
             return source.packets == &packets && source.stream == stream;
         });
     }
@@ -90,7 +90,7 @@ class SourcePin final : public CBaseOutputPin, public PinSeeking {
     std::atomic<REFERENCE_TIME> stop_{0};
     std::atomic<REFERENCE_TIME> position_{0};
     std::atomic<bool> audible_{true};
-    PinPackets packets_;
+    const PinSources sources_;
     REFERENCE_TIME cut_ = 0;   ///< where delivery ends, for all pins
     bool reachedCut_ = false;  ///< by pictures
     bool discontinuity_ = false;
