@@ -53,4 +53,6 @@ container dv.avi 720x576 dvvideo yuv420p 1 -ac 2
 container dv.dv 720x576 dvvideo yuv420p 2 -ac 2
 container mpeg.gxf 720x576 mpeg2video yuv422p 2
 container mpeg.mxf 64x48 mpeg2video yuv422p 18
+container mpeg.ts 64x48 mpeg2video yuv422p 3 -an
+container mpeg.mpg 64x48 mpeg2video yuv422p 3 -an -f vob
 container mpeg.m2v 64x48 mpeg2video yuv422p 18 -an

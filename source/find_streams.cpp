@@ -61,6 +61,13 @@ std::string VariantText(AVCodecID coding) {
     }
 }
 
+std::string ReasonText(const AVCodecParameters& stream, HRESULT reason) {
+    if (reason == kUnsupportedVideo) {
+        return VariantText(stream.codec_id);
+    }
+    return NameOf(stream) + (reason == kUnsupportedAudio ? " audio" : " video");
+}
+
 }  // namespace
 
 HRESULT FootageFile::FindStreams() {
@@ -128,7 +135,7 @@ HRESULT FootageFile::AddVideo(AVStream* stream, const Packets& seen, StreamForma
     format.video.emplace();
     const HRESULT described = DescribeVideo(context_.get(), stream, seen, &*format.video);
     if (FAILED(described)) {
-        unsupported_.push_back({format.index, described});
+        unsupported_.push_back({format.index, described, ReasonText(*stream->codecpar, described)});
         return S_OK;
     }
     if (stream->duration == AV_NOPTS_VALUE) {  // the file's is rounded to microseconds, not frames
@@ -152,7 +159,8 @@ HRESULT FootageFile::AddVideo(AVStream* stream, const Packets& seen, StreamForma
 
 void FootageFile::AddAudio(AVStream* stream, StreamFormat format) {
     if (!DescribeAudio(*stream->codecpar, &format.audio)) {
-        unsupported_.push_back({format.index, kUnsupportedAudio});
+        unsupported_.push_back(
+            {format.index, kUnsupportedAudio, ReasonText(*stream->codecpar, kUnsupportedAudio)});
         return;
     }
     format.audio.inDv = CarriesDvAudio(*context_, *stream);
@@ -208,21 +216,30 @@ void FootageFile::TimeRawDv(const Packets& seen) {
     }
 }
 
+const char* FootageFile::Tag(const char* key) const {
+    const AVDictionaryEntry* entry = av_dict_get(context_->metadata, key, nullptr, 0);
+    for (unsigned i = 0; !entry && i < context_->nb_streams; ++i) {
+        entry = av_dict_get(context_->streams[i]->metadata, key, nullptr, 0);
+    }
+    return entry ? entry->value : "";
+}
+
 std::string FootageFile::Refusal(HRESULT result) const {
     const AVCodecParameters* video = FirstOf(context_.get(), AVMEDIA_TYPE_VIDEO);
     const AVCodecParameters* audio = FirstOf(context_.get(), AVMEDIA_TYPE_AUDIO);
     switch (result) {
         case kUnknownFileType:
-            return size() == 0 ? "empty file" : "neither AVI, MOV, MXF, GXF, raw DV nor raw MPEG-2";
+            return size() == 0 ? "empty file" : "neither AVI, MOV, MXF, GXF, DV nor MPEG-2";
         case kInvalidFileFormat:
             return "damaged file";
         case kUnsupportedVideo:
-            return video ? VariantText(video->codec_id) : "";
+            return video ? ReasonText(*video, result) : "";
         case kUnsupportedStream:
             if (video) {
-                return NameOf(*video) + " video";
+                return ReasonText(*video, result);
             }
-            return audio ? "no video, and " + NameOf(*audio) + " audio" : "neither video nor audio";
+            return audio ? "no video, and " + ReasonText(*audio, kUnsupportedAudio)
+                         : "neither video nor audio";
         default:
             return "";
     }

@@ -11,7 +11,9 @@ namespace {
 
 /// A packet of audio in GXF may begin so much before the picture that it belongs to.
 constexpr REFERENCE_TIME kMaxAudio = kUnits;
-constexpr char kContainers[] = "avi,dv,gxf,mov,mp4,m4a,3gp,3g2,mj2,mpegvideo,mxf";
+/// What is read first in MPEG-2 streams may follow the end of an earlier frame, as one packet.
+constexpr REFERENCE_TIME kMaxTorn = kUnits / 5;
+constexpr char kContainers[] = "avi,dv,gxf,mov,mp4,m4a,3gp,3g2,mj2,mpeg,mpegts,mpegvideo,mxf";
 
 }  // namespace
 
@@ -152,7 +154,9 @@ HRESULT FootageFile::Seek(REFERENCE_TIME time) {
     if (!context_ || time < firstStart) {
         return Restart();
     }
-    const REFERENCE_TIME early = ContainerOf(*context_) == kGxf ? kMaxAudio : 0;
+    const std::string_view kind = ContainerOf(*context_);
+    const bool torn = kind == kProgramStream || kind == kTransportStream;
+    const REFERENCE_TIME early = kind == kGxf ? kMaxAudio : torn ? kMaxTorn : 0;
     const REFERENCE_TIME place = Difference(av_sat_add64(time, origin_), early);
     input_.ClearFailure();
     if (SeekGroup(time)) {

@@ -31,8 +31,9 @@ struct Packet {
 
 /// A stream of video or audio that no pin can deliver.
 struct UnsupportedStream {
-    int index;       ///< in the file
-    HRESULT reason;  ///< of failures.h
+    int index;         ///< in the file
+    HRESULT reason;    ///< of failures.h
+    std::string text;  ///< the reason in words, ASCII
 };
 
 /// A file of footage: the formats of its streams, and their packets in the order of time. Times
@@ -63,6 +64,16 @@ class FootageFile {
     std::int64_t progress() const { return input_.progress(); }
     std::int64_t size() const { return input_.size(); }
 
+    /// What the container says. After Open, before a thread reads on.
+    const AVFormatContext& container() const { return *context_; }
+    /// A value of its metadata, of the file or else of the first stream that has it; "" without
+    /// one. UTF-8.
+    const char* Tag(const char* key) const;
+    /// When a stream's first packet begins.
+    REFERENCE_TIME BeginOf(const StreamFormat& stream) const {
+        return av_sat_sub64(stream.start, origin_);
+    }
+
     /// Where a file of raw DV changes its system.
     const RawDv& rawDv() const { return rawDv_; }
 
@@ -75,6 +86,10 @@ class FootageFile {
     /// Reads the next packet. Returns `S_FALSE` at the end, `kCancelled`, `E_OUTOFMEMORY`, or why
     /// the file could not be read. Skips damaged and torn packets.
     [[nodiscard]] HRESULT ReadPacket(Packet* packet);
+
+    /// Limits what the reading from here on may cost, to as much as OpenBudget allows for a small
+    /// file. Beyond it, ReadPacket returns `S_FALSE`.
+    void LimitReading() { input_.LimitReading(); }
 
     /// Copies a picture's packet of this file into a buffer of its size, with what was deferred.
     /// Returns `S_FALSE` when the file has become too short, or why it could not be read. From any

@@ -18,6 +18,8 @@ struct PcmFormat {
     int storedBytes;     ///< of one sample of one channel
     int deliveredBytes;  ///< the same, or 2 where 1 is stored
     bool bigEndian;
+
+    bool operator==(const PcmFormat&) const = default;
 };
 
 /// The format of a codec; nothing for compressed audio.

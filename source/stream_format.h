@@ -82,6 +82,8 @@ constexpr std::string_view kMxf = "mxf";
 constexpr std::string_view kRawDv = "dv";  ///< nothing but DV frames
 /// Nothing but an MPEG-2 stream, whose bit rate may promise any duration.
 constexpr std::string_view kRawMpeg2 = "mpegvideo";
+constexpr std::string_view kProgramStream = "mpeg";  ///< of MPEG-2, .mpg; cuts frames anywhere
+constexpr std::string_view kTransportStream = "mpegts";
 
 inline std::string_view ContainerOf(const AVFormatContext& file) {
     return file.iformat->name;

@@ -15,6 +15,7 @@
   !insertmacro ${DO} include\play_file.cpp
   !insertmacro ${DO} include\filters\encode_parameter.h
   !insertmacro ${DO} include\platform\class_ids.h
+  !insertmacro ${DO} include\platform\footage_info.h
   !insertmacro ${DO} include\settings\encode_parameter_block.h
   !insertmacro ${DO} licences\LGPL-2.1.txt
   !insertmacro ${DO} licences\SOURCE.txt

@@ -41,6 +41,14 @@ LC_ALL=C sed -i s/vprp/JUNK/ dv25.avi # only the frames have the aspect then
 clip dv25.mov 720x480 $ntsc 2 yuv411p 2 f32be f32le "${dv[@]}"
 clip dv25.dv 720x576 25 2 yuv420p 2 s16le s16le "${dv[@]}"
 # The same with audio of another rate, and in the other system.
+# The same counted by ffmpeg, across a minute that drops numbers: in each frame, and in containers.
+tc=(-t 2 -map 0:v -c copy -timecode "00:00:59;20")
+run -i dv25.mov "${tc[@]}" tc.dv
+run -i tc.dv -c copy -map_metadata -1 tc.avi
+run -i tc.dv -c copy -map_metadata -1 -write_tmcd 0 frames.mov
+run -i dv25.mov "${tc[@]}" -metadata:s:v reel_name=R1 -metadata title=T1 tc.mov
+run -i dv25.mov "${tc[@]}" -metadata reel_name=R1 -metadata material_package_name=T1 tc.mxf
+run -i dv25.mov "${tc[@]}" tc.gxf
 run -i dv25.dv -t 0.6 -c:v copy -ar 32000 dv32.dv
 run -i dv25.mov -t 1.001 -c:v copy -c:a pcm_s16le dv525.dv
 list dv32.dv s16le
@@ -65,9 +73,27 @@ clip tagged.avi 96x64 25 1 yuv422p10le 1 none none -c:v v210 -bsf:v setts=time_b
 LC_ALL=C sed -i s/v210/Q210/g tagged.avi
 clip mpeg.mxf 720x576 25 1 yuv422p 1 s16le s16le "${intra[@]}" -q:v 3
 clip mpeg.m2v 720x512 25 1 yuv422p 1 none none "${intra[@]}" -aspect 16:9
+clip mpeg.mpg 720x576 25 1 yuv422p 1 none none "${intra[@]}" -b:v 8000k -f vob
+clip mpeg.ts 720x576 25 1 yuv422p 1 none none "${intra[@]}" -b:v 8000k
 # A stream that begins half a second later, and one that is unsupported.
 run -itsoffset 0.5 -i dv50.mov -i dv25.avi -map 0:v -map 1:a -map 1:a -c copy -c:a:0 pcm_mulaw -c:a:1 aac late.mov
 list late.mov s16le
+# Five mono tracks, of which one begins half a second late, and the same as ffmpeg joins them.
+mono=() join='join=2:stereo:map=0.0-FL|1.0-FR'
+for i in 1 2 3 4 5; do
+    mono+=(-itsoffset "$([ $i = 4 ] && echo 0.5 || echo 0)" -f lavfi -i "sine=${i}00:d=$([ $i = 4 ] && echo 0.5 || echo 1):r=48000")
+done
+run -i dv50.mov "${mono[@]}" -map 0:v -map 1 -map 2 -map 3 -map 4 -map 5 -c:v copy -c:a pcm_s24be mono.mov
+# The same as a clip in OP-Atom: without random numbers, all files name one package.
+mkdir -p atom
+run -i dv50.mov -map 0:v -c copy -fflags +bitexact -f mxf_opatom atom/picture.mxf
+for i in 0 1 2; do
+    run -i mono.mov -map 0:a:$i -c:a pcm_s24le -mxf_audio_edit_rate 25 $([ $i = 2 ] || echo -fflags +bitexact) \
+        -f mxf_opatom atom/$i.mxf
+done
+run -i mono.mov -filter_complex "[0:a:0][0:a:1]$join[a];[0:a:3]adelay=500[late];[0:a:2][late]$join[b]" \
+    -map '[a]' -c:a pcm_s24le -f s24le mono.1 -map '[b]' -c:a pcm_s24le -f s24le mono.2 \
+    -map 0:a:4 -c:a pcm_s24le -f s24le mono.3
 # The first picture twice, the second time without bytes.
 run -i dv25.avi -c copy -bsf:v "setts=ts=TS+gt(N\\,0)" gap.avi
 run -f lavfi -i testsrc2=size=48x16 -t 1 -pix_fmt yuv422p10le -c:v v210 \

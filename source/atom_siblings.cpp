@@ -1,0 +1,87 @@
+#include "source/atom_siblings.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <charconv>
+#include <utility>
+
+#include "source/disk_file.h"
+
+namespace nyx::source {
+namespace {
+
+constexpr ULONGLONG kMaxMilliseconds = 2000;
+constexpr std::size_t kMaxNames = 10000;
+constexpr std::size_t kMaxSiblings = 16;
+constexpr std::size_t kHeaderBytes = 256 << 10;  // of a file, that may name its packages
+
+/// The bytes that "0x060A2B34..." stands for.
+std::vector<BYTE> BytesOf(const std::string& hex) {
+    std::vector<BYTE> bytes;
+    for (std::size_t at = 2; at + 2 <= hex.size(); at += 2) {
+        std::from_chars(hex.data() + at, hex.data() + at + 2, bytes.emplace_back(), 16);
+    }
+    return bytes;
+}
+
+std::vector<std::wstring> NamesIn(const std::wstring& folder) {
+    std::vector<std::wstring> names;
+    WIN32_FIND_DATAW found{};
+    const HANDLE search = FindFirstFileW((folder + L"*.mxf").c_str(), &found);
+    for (BOOL more = search != INVALID_HANDLE_VALUE; more && names.size() < kMaxNames;
+         more = FindNextFileW(search, &found)) {
+        names.emplace_back(found.cFileName);
+    }
+    if (search != INVALID_HANDLE_VALUE) {
+        FindClose(search);
+    }
+    std::ranges::sort(names);
+    return names;
+}
+
+/// Opens a file if it holds audio of the package.
+std::unique_ptr<FootageFile> OpenSibling(const std::wstring& path, const std::string& package,
+                                         std::vector<BYTE>* header) {
+    auto bytes = std::make_unique<DiskFile>();
+    const int got = SUCCEEDED(bytes->Open(path.c_str())) ? bytes->ReadAt(0, *header) : 0;
+    const std::vector<BYTE> key = BytesOf(package);
+    const auto end = header->begin() + std::max(got, 0);
+    auto file = std::make_unique<FootageFile>();
+    const bool belongs = std::search(header->begin(), end, key.begin(), key.end()) != end &&
+                         SUCCEEDED(file->Open(std::move(bytes))) &&
+                         file->Tag("material_package_umid") == package &&
+                         !file->streams().front().video;
+    return belongs ? std::move(file) : nullptr;
+}
+
+}  // namespace
+
+std::vector<std::unique_ptr<FootageFile>> OpenSiblings(const FootageFile& picture,
+                                                       const std::wstring& path) {
+    std::vector<std::unique_ptr<FootageFile>> siblings;
+    // The universal label of the pattern, SMPTE 377: its 13th byte says OP-Atom.
+    const std::string pattern = picture.Tag("operational_pattern_ul");
+    const std::string package = picture.Tag("material_package_umid");
+    if (ContainerOf(picture.container()) != kMxf || pattern.find(".10", 26) != 26 ||
+        package.empty() || !picture.streams().front().video) {
+        return siblings;
+    }
+    const ULONGLONG begin = GetTickCount64();
+    const std::size_t name = path.find_last_of(L"\\/:") + 1;
+    std::vector<BYTE> header(kHeaderBytes);
+    for (const std::wstring& other : NamesIn(path.substr(0, name))) {
+        if (GetTickCount64() - begin > kMaxMilliseconds || siblings.size() == kMaxSiblings) {
+            break;
+        }
+        auto file = path.compare(name, path.npos, other) == 0
+                        ? nullptr
+                        : OpenSibling(path.substr(0, name) + other, package, &header);
+        if (file) {
+            siblings.push_back(std::move(file));
+        }
+    }
+    return siblings;
+}
+
+}  // namespace nyx::source
