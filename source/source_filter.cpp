@@ -34,11 +34,11 @@ namespace {
 }  // namespace
 
 CUnknown* CALLBACK FootageSource::Create(LPUNKNOWN outer, HRESULT*) {
-    return new (std::nothrow) FootageSource(outer);
+    return new (std::nothrow) FootageSource(outer, CLSID_NyxFootageSource);
 }
 
-FootageSource::FootageSource(LPUNKNOWN outer)
-    : CBaseFilter(NAME("Footage source"), outer, &lock_, CLSID_NyxFootageSource) {}
+FootageSource::FootageSource(LPUNKNOWN outer, REFCLSID clsid)
+    : CBaseFilter(NAME("Footage source"), outer, &lock_, clsid) {}
 
 HRESULT STDMETHODCALLTYPE FootageSource::NonDelegatingQueryInterface(REFIID iid, void** object) {
     if (iid == IID_IFileSourceFilter) {
@@ -63,7 +63,8 @@ int FootageSource::GetPinCount() {
 
 CBasePin* FootageSource::GetPin(int n) {
     CAutoLock lock(&stateLock_);
-    return n >= 0 && n < GetPinCount() ? pins_[static_cast<std::size_t>(n)].get() : nullptr;
+    return n >= 0 && n < FootageSource::GetPinCount() ? pins_[static_cast<std::size_t>(n)].get()
+                                                      : nullptr;
 }
 
 HRESULT STDMETHODCALLTYPE FootageSource::Load(LPCOLESTR path, const AM_MEDIA_TYPE*) noexcept {
@@ -81,7 +82,6 @@ HRESULT STDMETHODCALLTYPE FootageSource::Load(LPCOLESTR path, const AM_MEDIA_TYP
     }
 }
 
-/// Makes everything before it keeps anything: a failure changes nothing.
 HRESULT FootageSource::OpenFile(const wchar_t* path) {
     std::wstring kept = path;
     auto bytes = std::make_unique<DiskFile>();
@@ -89,10 +89,24 @@ HRESULT FootageSource::OpenFile(const wchar_t* path) {
     if (FAILED(result)) {
         return result;
     }
+    std::string reason;
+    result = OpenBytes(std::move(bytes), &reason);
+    if (SUCCEEDED(result)) {
+        path_ = std::move(kept);
+    }
+    return WithReason(result, reason);
+}
+
+/// Makes everything before it keeps anything: a failure changes nothing.
+HRESULT FootageSource::OpenBytes(std::unique_ptr<ByteSource> bytes, std::string* reason) {
     auto file = std::make_unique<FootageFile>();
-    result = OpenWithProgress(file.get(), std::move(bytes));
+    HRESULT result = OpenWithProgress(file.get(), std::move(bytes));
+    if (SUCCEEDED(result)) {
+        result = Accept(*file);
+    }
     if (FAILED(result)) {
-        return WithReason(result, file->Refusal(result));
+        *reason = file->Refusal(result);
+        return result;
     }
     auto readAhead = std::make_unique<ReadAhead>(file.get());
     std::vector<std::unique_ptr<SourcePin>> pins;
@@ -109,7 +123,6 @@ HRESULT FootageSource::OpenFile(const wchar_t* path) {
         return result;
     }
     pinsThatSought_.reserve(pins.size());
-    path_ = std::move(kept);
     file_ = std::move(file);
     readAhead_ = std::move(readAhead);
     CAutoLock lock(&stateLock_);
