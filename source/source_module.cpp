@@ -186,10 +186,12 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved
 /// codes), "dv"; "avi-dv" and "mov" for the splitters.
 STDAPI DllInstall(BOOL enter, LPCWSTR kinds) {
     const std::wstring words = kinds ? kinds : L"";
-    // The graph builder tries a splitter just before the system's own one. A source that is
-    // registered for a file comes before all splitters.
+    // The graph builder tries a splitter just before the system's own. A source that is registered
+    // for a file comes before all splitters.
+    const int first = (nyx::IsWine() ? MERIT_PREFERRED : MERIT_NORMAL) + 1;
     for (SplitterSetup& splitter : splitters) {
-        splitter.filter.dwMerit = Lists(words, splitter.word) ? MERIT_NORMAL + 1 : MERIT_DO_NOT_USE;
+        const int merit = Lists(words, splitter.word) ? first : MERIT_DO_NOT_USE;
+        splitter.filter.dwMerit = static_cast<DWORD>(merit);
     }
     const HRESULT types = UnregisterFileTypes();
     const HRESULT classes = AMovieDllRegisterServer2(enter);
