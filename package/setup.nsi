@@ -87,6 +87,8 @@ Function .onInit
   ${ElseIf} $0 != ""
     StrCpy $R1 $OldComponents
     ${ForEachChoice} CheckByName
+  ${Else}
+    ${ForEachSize} LeaveTypesToOthers
   ${EndIf}
   !insertmacro CheckRequired
   !insertmacro LookForEngine ${SecDv} rkdvh.dll $DvText "DV, DVCPRO50, DVCPRO HD"

@@ -15,6 +15,21 @@ constexpr REFERENCE_TIME kMaxAudio = kUnits;
 constexpr REFERENCE_TIME kMaxTorn = kUnits / 5;
 constexpr char kContainers[] = "avi,dv,gxf,mov,mp4,m4a,3gp,3g2,mj2,mpeg,mpegts,mpegvideo,mxf";
 
+/// Whether the tables of an AVI or MOV file, which list all streams, have video but none of ours.
+bool IsOthers(const AVFormatContext& file) {
+    bool others = false;
+    for (unsigned i = 0; i < file.nb_streams; ++i) {
+        const AVCodecParameters& stream = *file.streams[i]->codecpar;
+        if (stream.codec_type == AVMEDIA_TYPE_VIDEO) {
+            if (CodingOf(stream) != Coding::kOther) {
+                return false;
+            }
+            others = true;
+        }
+    }
+    return others && (ContainerOf(file) == kAvi || ContainerOf(file) == kMov);
+}
+
 }  // namespace
 
 HRESULT FootageFile::OpenContainer() {
@@ -49,6 +64,9 @@ HRESULT FootageFile::OpenContainer() {
         return input_.ResultOf(error);
     }
     context_.reset(context);
+    if (IsOthers(*context)) {
+        return kUnsupportedStream;  // before more of the file is read than its tables
+    }
     error = avformat_find_stream_info(context, nullptr);
     context->bit_rate = 0;  // without an index, the MXF reader would guess places by it
     return input_.ResultOf(error);

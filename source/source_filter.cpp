@@ -38,11 +38,11 @@ constexpr wchar_t kSettings[] = L"Software\\Veltro\\Source";
 }  // namespace
 
 CUnknown* CALLBACK FootageSource::Create(LPUNKNOWN outer, HRESULT*) {
-    return new (std::nothrow) FootageSource(outer);
+    return new (std::nothrow) FootageSource(outer, CLSID_NyxFootageSource);
 }
 
-FootageSource::FootageSource(LPUNKNOWN outer)
-    : CBaseFilter(NAME("Footage source"), outer, &lock_, CLSID_NyxFootageSource) {}
+FootageSource::FootageSource(LPUNKNOWN outer, REFCLSID clsid)
+    : CBaseFilter(NAME("Footage source"), outer, &lock_, clsid) {}
 
 HRESULT STDMETHODCALLTYPE FootageSource::NonDelegatingQueryInterface(REFIID iid, void** object) {
     if (iid == IID_IFileSourceFilter) {
@@ -73,7 +73,8 @@ int FootageSource::GetPinCount() {
 
 CBasePin* FootageSource::GetPin(int n) {
     CAutoLock lock(&stateLock_);
-    return n >= 0 && n < GetPinCount() ? pins_[static_cast<std::size_t>(n)].get() : nullptr;
+    return n >= 0 && n < FootageSource::GetPinCount() ? pins_[static_cast<std::size_t>(n)].get()
+                                                      : nullptr;
 }
 
 HRESULT STDMETHODCALLTYPE FootageSource::Load(LPCOLESTR path, const AM_MEDIA_TYPE*) noexcept {
@@ -91,7 +92,6 @@ HRESULT STDMETHODCALLTYPE FootageSource::Load(LPCOLESTR path, const AM_MEDIA_TYP
     }
 }
 
-/// Makes everything before it keeps anything: a failure changes nothing.
 HRESULT FootageSource::OpenFile(const wchar_t* path) {
     std::wstring kept = path;
     auto bytes = std::make_unique<DiskFile>();
@@ -99,19 +99,34 @@ HRESULT FootageSource::OpenFile(const wchar_t* path) {
     if (FAILED(result)) {
         return result;
     }
+    std::string reason;
+    result = OpenBytes(std::move(bytes), kept, &reason);
+    if (SUCCEEDED(result)) {
+        path_ = std::move(kept);
+    }
+    return WithReason(result, reason);
+}
+
+/// Makes everything before it keeps anything: a failure changes nothing.
+HRESULT FootageSource::OpenBytes(std::unique_ptr<ByteSource> bytes, const std::wstring& path,
+                                 std::string* reason) {
     auto file = std::make_unique<FootageFile>();
-    result = OpenWithProgress(file.get(), std::move(bytes));
+    HRESULT result = OpenWithProgress(file.get(), std::move(bytes));
+    if (SUCCEEDED(result)) {
+        result = Accept(*file);
+    }
     if (FAILED(result)) {
-        return WithReason(result, file->Refusal(result));
+        *reason = file->Refusal(result);
+        return result;
     }
     std::vector<Part> parts;
-    auto siblings = OpenSiblings(*file, kept);
+    auto siblings = OpenSiblings(*file, path);
     parts.push_back({std::move(file), nullptr});
     for (auto& sibling : siblings) {
         parts.push_back({std::move(sibling), nullptr});
     }
     Facts facts = FactsOf(*parts.front().file);
-    facts.path = kept;
+    facts.path = path;
     std::vector<PacketSource> streams;
     for (Part& part : parts) {
         part.packets = std::make_unique<ReadAhead>(part.file.get());
@@ -143,7 +158,6 @@ HRESULT FootageSource::OpenFile(const wchar_t* path) {
         AddStreams(*part.file, nameOf, &facts);
     }
     pinsThatSought_.reserve(pins.size());
-    path_ = std::move(kept);
     parts_ = std::move(parts);
     duration_ = facts.duration;
     Describe(std::move(facts));

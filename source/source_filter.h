@@ -14,14 +14,14 @@ namespace nyx::source {
 constexpr wchar_t kFootageSourceName[] = L"Nyx Footage Source";
 
 /// Plays a file of footage into a graph: one pin a stream, made by Load.
-class FootageSource final : public CBaseFilter,
-                            public IFileSourceFilter,
-                            public IAMFilterMiscFlags,
-                            public ISupportErrorInfo,
-                            public IAMOpenProgress,
-                            public FootageDescription,
-                            public TrackSelection,
-                            public Seekable {
+class FootageSource : public CBaseFilter,
+                      public IFileSourceFilter,
+                      public IAMFilterMiscFlags,
+                      public ISupportErrorInfo,
+                      public IAMOpenProgress,
+                      public FootageDescription,
+                      public TrackSelection,
+                      public Seekable {
   public:
     /// For the class factory, which takes over the object; null without memory.
     static CUnknown* CALLBACK Create(LPUNKNOWN outer, HRESULT* result);
@@ -64,9 +64,20 @@ class FootageSource final : public CBaseFilter,
     [[nodiscard]] HRESULT StopAt(REFERENCE_TIME stop) override;
     [[nodiscard]] HRESULT SetPlaybackRate(double rate) override;
 
-  private:
-    explicit FootageSource(LPUNKNOWN outer);
+  protected:
+    FootageSource(LPUNKNOWN outer, REFCLSID clsid);
 
+    /// Opens a file by its bytes, as Load does. `path` is where others of its clip may be; empty
+    /// for none. Sets `*reason` to why it is refused, in words where there are any.
+    [[nodiscard]] HRESULT OpenBytes(std::unique_ptr<ByteSource> bytes, const std::wstring& path,
+                                    std::string* reason);
+    /// Whether to deliver the streams of a file that was opened.
+    [[nodiscard]] virtual HRESULT Accept(const FootageFile&) const { return S_OK; }
+    void ReportUnsupported();
+
+    CCritSec lock_;
+
+  private:
     /// A file, and the thread that reads it.
     struct Part {
         std::unique_ptr<FootageFile> file;
@@ -78,13 +89,11 @@ class FootageSource final : public CBaseFilter,
     [[nodiscard]] HRESULT OpenFile(const wchar_t* path);
     [[nodiscard]] HRESULT OpenWithProgress(FootageFile* file,
                                            std::unique_ptr<ByteSource> bytes) noexcept;
-    void ReportUnsupported();
     [[nodiscard]] HRESULT StartStreaming();
     void ApplyStopTime();
     void FinishStreaming();
     [[nodiscard]] HRESULT Flush();
 
-    CCritSec lock_;
     /// The innermost lock, of the pins and the segment. Downstream asks for them from a streaming
     /// thread, while the thread that holds the filter's lock may wait for that very thread.
     CCritSec stateLock_;

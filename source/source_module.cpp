@@ -1,12 +1,12 @@
 /// @file
-/// The library's entry points, its one class and the kinds of files that it registers.
+/// The library's entry points, its classes and the kinds of files that it registers.
 
 #include <vector>
 
 #include "platform/class_ids.h"
 #include "platform/system.h"
 #include "platform/unique_handle.h"
-#include "source/source_filter.h"
+#include "source/splitter.h"
 
 namespace {
 
@@ -24,6 +24,28 @@ constexpr AMOVIESETUP_FILTER kSetup = {.clsID = &CLSID_NyxFootageSource,
                                        .dwMerit = MERIT_DO_NOT_USE,
                                        .nPins = 1,
                                        .lpPin = &kPin};
+
+wchar_t inputName[] = L"In";
+
+constexpr AMOVIESETUP_MEDIATYPE kAviTypes[] = {{&MEDIATYPE_Stream, &MEDIASUBTYPE_Avi}};
+constexpr AMOVIESETUP_PIN kAviPins[] = {SetupPin(inputName, FALSE, FALSE, kAviTypes), kPin};
+
+// The system's reader has no type for a file that begins with "ftyp".
+constexpr AMOVIESETUP_MEDIATYPE kMovTypes[] = {{&MEDIATYPE_Stream, &MEDIASUBTYPE_QTMovie},
+                                               {&MEDIATYPE_Stream, &GUID_NULL}};
+constexpr AMOVIESETUP_PIN kMovPins[] = {SetupPin(inputName, FALSE, FALSE, kMovTypes), kPin};
+
+/// A splitter's registration, and the word of RegisterFileTypes by which the graph builder tries
+/// it.
+struct SplitterSetup {
+    const wchar_t* word;
+    AMOVIESETUP_FILTER filter;
+};
+
+SplitterSetup splitters[] = {
+    {L"avi-dv", {&CLSID_NyxAviSplitter, nyx::source::kAviSplitterName, 0, 2, kAviPins}},
+    {L"mov", {&CLSID_NyxMovSplitter, nyx::source::kMovSplitterName, 0, 2, kMovPins}},
+};
 
 /// A kind of file: its entries for the look-up by check bytes, under a media subtype of ours, and
 /// its extensions. An entry lists offset, length, mask, bytes; not every look-up supports masks.
@@ -86,9 +108,13 @@ HRESULT Remove(const std::wstring& key) {
                                              : S_OK;
 }
 
-/// Registers the filter as the source of kinds of files: by check bytes, under media types of our
-/// own, and on Windows itself by extensions that have no entry yet. `kinds` lists them with commas
-/// between: "mxf", "gxf", "avi" (with the module's codes), "dv". Returns the first failure.
+/// Whether a list of words with commas between has one of them.
+bool Lists(const std::wstring& words, const std::wstring& word) {
+    return (L"," + words + L",").find(L"," + word + L",") != std::wstring::npos;
+}
+
+/// Registers the source for the kinds of files in `kinds`: by check bytes, under media types of our
+/// own, and on Windows itself by extensions that have no entry yet. Returns the first failure.
 [[nodiscard]] HRESULT RegisterFileTypes(const std::wstring& kinds) {
     HRESULT result = S_OK;
     const auto set = [&result](const std::wstring& key, const std::wstring& name,
@@ -99,7 +125,7 @@ HRESULT Remove(const std::wstring& key) {
         result = SUCCEEDED(result) ? HRESULT_FROM_WIN32(static_cast<DWORD>(status)) : result;
     };
     for (const FileKind& kind : FileKinds()) {
-        if ((L"," + kinds + L",").find(L"," + kind.name + L",") == std::wstring::npos) {
+        if (!Lists(kinds, kind.name)) {
             continue;
         }
         const std::wstring key = kStreams + kind.subtype;
@@ -141,25 +167,40 @@ HRESULT Remove(const std::wstring& key) {
 
 }  // namespace
 
-CFactoryTemplate g_Templates[] = {{nyx::source::kFootageSourceName, &CLSID_NyxFootageSource,
-                                   nyx::source::FootageSource::Create, &kSetup}};
-int g_cTemplates = 1;
+CFactoryTemplate g_Templates[] = {
+    {nyx::source::kFootageSourceName, &CLSID_NyxFootageSource, nyx::source::FootageSource::Create,
+     &kSetup},
+    {nyx::source::kAviSplitterName, &CLSID_NyxAviSplitter,
+     nyx::source::FootageSplitter::Create<nyx::source::kAviSplitter>, &splitters[0].filter},
+    {nyx::source::kMovSplitterName, &CLSID_NyxMovSplitter,
+     nyx::source::FootageSplitter::Create<nyx::source::kMovSplitter>, &splitters[1].filter},
+};
+int g_cTemplates = 3;
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved) {
     return DllEntryPoint(instance, reason, reserved);
 }
 
 /// Called by regsvr32 /n /i:KINDS: registers the source for those kinds of files only, or with /u
-/// unregisters it.
+/// unregisters it. `kinds` lists them with commas between: "mxf", "gxf", "avi" (with the module's
+/// codes), "dv"; "avi-dv" and "mov" for the splitters.
 STDAPI DllInstall(BOOL enter, LPCWSTR kinds) {
+    const std::wstring words = kinds ? kinds : L"";
+    // The graph builder tries a splitter just before the system's own. A source that is registered
+    // for a file comes before all splitters.
+    const int first = (nyx::IsWine() ? MERIT_PREFERRED : MERIT_NORMAL) + 1;
+    for (SplitterSetup& splitter : splitters) {
+        const int merit = Lists(words, splitter.word) ? first : MERIT_DO_NOT_USE;
+        splitter.filter.dwMerit = static_cast<DWORD>(merit);
+    }
     const HRESULT types = UnregisterFileTypes();
     const HRESULT classes = AMovieDllRegisterServer2(enter);
     const HRESULT result = FAILED(types) ? types : classes;
-    return enter && SUCCEEDED(result) ? RegisterFileTypes(kinds ? kinds : L"") : result;
+    return enter && SUCCEEDED(result) ? RegisterFileTypes(words) : result;
 }
 
 STDAPI DllRegisterServer() {
-    return DllInstall(TRUE, L"mxf,gxf,avi,dv");
+    return DllInstall(TRUE, L"mxf,gxf,avi,dv,avi-dv,mov");
 }
 
 STDAPI DllUnregisterServer() {

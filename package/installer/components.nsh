@@ -17,6 +17,10 @@ SectionGroup /e "Footage source" GroupSource
   SectionEnd
   Section "Open raw DV files (.dv, .dif) with it" SecDvFiles
   SectionEnd
+  Section "Open AVI files of DV and v210 with it" SecAviDv
+  SectionEnd
+  Section "Open MOV files of DV, DVCPRO and v210 with it" SecMov
+  SectionEnd
 SectionGroupEnd
 
 SectionGroup /e "Open engines" GroupEngines
@@ -45,12 +49,34 @@ SectionEnd
   !insertmacro MUI_DESCRIPTION_TEXT ${SecGxf} "Programs open GXF files with the source filter, unless another filter is registered for them."
   !insertmacro MUI_DESCRIPTION_TEXT ${SecAvi} "Only AVI files whose video these decoders play; other AVI files are not affected."
   !insertmacro MUI_DESCRIPTION_TEXT ${SecDvFiles} "Programs open .dv and .dif files with the source filter, unless another filter is registered for them."
+  !insertmacro MUI_DESCRIPTION_TEXT ${SecAviDv} "Programs open these files with it before the system's own splitter. Other AVI files, and all where another source is registered, are not affected."
+  !insertmacro MUI_DESCRIPTION_TEXT ${SecMov} "Programs open these files with it before the system's own splitter. Other MOV files, and all where another source is registered, are not affected."
   !insertmacro MUI_DESCRIPTION_TEXT ${GroupEngines} "Open engines, built on libavcodec, for the formats that are public standards. An engine on the search path takes precedence."
   !insertmacro MUI_DESCRIPTION_TEXT ${SecDv} "$DvText"
   !insertmacro MUI_DESCRIPTION_TEXT ${SecMpeg} "$MpegText"
   !insertmacro MUI_DESCRIPTION_TEXT ${SecHost} "A console program that plays, describes and encodes clips; the readme, the change log and headers for developers. Adds start menu entries."
   !insertmacro MUI_DESCRIPTION_TEXT ${SecPath} "Adds the folder to the system's PATH, so that prompts and scripts find nyxhost by its name."
 !insertmacro MUI_FUNCTION_DESCRIPTION_END
+
+; Unchecks a box where another program's source is registered for the type, by its extension or its media
+; subtype, for programs of either word size: such a source comes before all splitters.
+!macro LeaveToOthers SECTION EXTENSION SUBTYPE
+  !insertmacro LeaveKeyToOthers ${SECTION} "Extensions\.${EXTENSION}"
+  !insertmacro LeaveKeyToOthers ${SECTION} "{E436EB83-524F-11CE-9F53-0020AF0BA770}\${SUBTYPE}"
+!macroend
+!macro LeaveKeyToOthers SECTION KEY
+  ReadRegStr $R2 HKCR "Media Type\${KEY}" "Source Filter"
+  ${If} $R2 != ""
+  ${AndIf} $R2 != "{E436EBB5-524F-11CE-9F53-0020AF0BA770}" ; the system's reader
+    !insertmacro UnselectSection ${SECTION}
+  ${EndIf}
+!macroend
+!macro LeaveTypesToOthers
+  SetRegView ${BITS}
+  !insertmacro LeaveToOthers ${SecAviDv} avi "{E436EB88-524F-11CE-9F53-0020AF0BA770}"
+  !insertmacro LeaveToOthers ${SecMov} mov "{E436EB89-524F-11CE-9F53-0020AF0BA770}"
+  SetRegView 32
+!macroend
 
 ; Runs DO, a macro with its arguments, with each choice's section, its name in the registry entry and its
 ; name on the command line.
@@ -60,6 +86,8 @@ SectionEnd
   !insertmacro ${DO} ${SecGxf} gxf gxf
   !insertmacro ${DO} ${SecAvi} avi avi
   !insertmacro ${DO} ${SecDvFiles} dv dv
+  !insertmacro ${DO} ${SecAviDv} avi-dv avi-dv
+  !insertmacro ${DO} ${SecMov} mov mov
   !insertmacro ${DO} ${SecDv} rkdvh engines
   !insertmacro ${DO} ${SecMpeg} rkm2vi01 engines
   !insertmacro ${DO} ${SecHost} host tools
@@ -97,6 +125,8 @@ SectionEnd
   ${OrIf} ${SectionIsSelected} ${SecGxf}
   ${OrIf} ${SectionIsSelected} ${SecAvi}
   ${OrIf} ${SectionIsSelected} ${SecDvFiles}
+  ${OrIf} ${SectionIsSelected} ${SecAviDv}
+  ${OrIf} ${SectionIsSelected} ${SecMov}
     !insertmacro SelectSection ${SecSource}
   ${EndIf}
   ${If} ${SectionIsSelected} ${SecPath}
@@ -112,6 +142,8 @@ Function .onSelChange
     !insertmacro UnselectSection ${SecGxf}
     !insertmacro UnselectSection ${SecAvi}
     !insertmacro UnselectSection ${SecDvFiles}
+    !insertmacro UnselectSection ${SecAviDv}
+    !insertmacro UnselectSection ${SecMov}
   ${ElseIf} $0 = ${SecHost}
   ${AndIfNot} ${SectionIsSelected} ${SecHost}
     !insertmacro UnselectSection ${SecPath}

@@ -41,6 +41,11 @@ holds "a WAV file has its lengths and rates" test "$(word 4) $(word 24) $(word 2
 quiet_ffmpeg -i DVCPRO50-525.mxf -map 0 -map 0:a -c copy two.mxf
 run 0 decode two.mxf --audio two.wav
 holds "each audio stream has its file" cmp two.wav two-2.wav
+# The system finds the splitters.
+for file in DV25-625.avi DV25-525.mov DVCPROHD-1080i60.mov v210-720.avi; do
+    run 0 render $file
+    says "filter: Nyx $(tr a-z A-Z <<<"${file##*.}") Footage Splitter" "2 pictures"
+done
 decoding=
 unset NYX_OPEN_ENGINES
 use_no_engines

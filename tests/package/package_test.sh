@@ -169,6 +169,8 @@ serves() {
     decodes painted
     use_no_engines
     renders
+    ask run_nyxhost render clip.avi
+    check "$size plays an AVI" says "filter: Nyx AVI Footage Splitter" "5 pictures"
 }
 by_installer() {
     check "the installer" ends 0 wine "$setup" /S
@@ -179,6 +181,7 @@ by_installer() {
     ask run_nyxhost list
     check "the compressor" says "DirectShow filters, video compressors"
     ask wine reg query "$entry" /reg:32
+    check "MOV is left to others in $kind" says "REG_SZ    ,source,mxf,gxf,avi,dv,avi-dv,${mov}rkdvh,"
     check "the entry among the programs" says "DisplayVersion    REG_SZ    $version" EstimatedSize Publisher \
         "NoModify    REG_DWORD    0x1" "NoRepair    REG_DWORD    0x1"
     ask strings -el "$menu/Nyx footage.lnk"
@@ -283,11 +286,17 @@ by_choice() {
 unzip -q "${setup%-setup.exe}.zip"
 files=$PWD/nyx-codecs-$version
 quiet_ffmpeg -f lavfi -i testsrc2=size=720x576:rate=25 -frames:v 5 -pix_fmt yuv422p -c:v dvvideo clip.mxf
+quiet_ffmpeg -i clip.mxf -c copy clip.avi
 make_dv bars 720 576 25/1 5 yuv420p clip.dv
 drive=$WINEPREFIX/drive_c
 installed=$drive/$programs/Nyx\ codecs
 menu=$drive/ProgramData/Microsoft/Windows/Start\ Menu/Programs/Nyx\ codecs
 entry='HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall\NyxCodecs'
+mov=mov,
+if [ "$kind" = win32 ]; then # another program's source opens it
+    wine reg add 'HKCR\Media Type\Extensions\.mov' /v 'Source Filter' /d "{1}" /f >/dev/null </dev/null
+    mov=
+fi
 # Lets the system write its own entries first: its compressors, a restart.
 each finds_nothing
 wineboot >/dev/null 2>&1 </dev/null

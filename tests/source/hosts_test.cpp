@@ -30,6 +30,40 @@ class Hosts : public ComTest {
     ~Hosts() override { EXPECT_EQ(Module().UnregisterServer(), S_OK); }
 };
 
+/// Another program's splitter, which the system tries after ours. It only counts how often.
+struct NextSplitter : host::Object<IClassFactory> {
+    NextSplitter() {
+        const REGPINTYPES any = {&MEDIATYPE_Stream, &GUID_NULL};
+        REGFILTERPINS pin{};
+        pin.nMediaTypes = 1;
+        pin.lpMediaType = &any;
+        REGFILTER2 record{};
+        record.dwVersion = 1;
+        record.dwMerit = MERIT_PREFERRED;
+        record.cPins = 1;
+        record.rgPins = &pin;
+        EXPECT_EQ(CoRegisterClassObject(IID_IClassFactory, this, CLSCTX_INPROC_SERVER,
+                                        REGCLS_MULTIPLEUSE, &cookie) |
+                      mapper->RegisterFilter(IID_IClassFactory, L"Next", nullptr, nullptr, nullptr,
+                                             &record),
+                  S_OK);
+    }
+    void Withdraw() const {
+        EXPECT_EQ(mapper->UnregisterFilter(nullptr, nullptr, IID_IClassFactory) |
+                      CoRevokeClassObject(cookie),
+                  S_OK);
+    }
+    STDMETHODIMP CreateInstance(IUnknown*, REFIID, void**) override {
+        ++asked;
+        return E_FAIL;
+    }
+    STDMETHODIMP LockServer(BOOL) override { return S_OK; }
+
+    const ComPtr<IFilterMapper2> mapper = Platform<IFilterMapper2>(CLSID_FilterMapper2);
+    DWORD cookie = 0;
+    int asked = 0;
+};
+
 TEST_F(Hosts, RenderFilePlaysSeeksAndReportsTheLength) {
     const TemporaryFolder folder(L"tagged");
     std::vector<std::pair<std::wstring, LONGLONG>> files = {{Material("dv50.mxf"), 10010000},
@@ -65,6 +99,17 @@ TEST_F(Hosts, RenderFilePlaysSeeksAndReportsTheLength) {
             EXPECT_EQ(As<IMediaControl>(graph)->Stop(), S_OK);
         }
     }
+}
+
+TEST_F(Hosts, TheSystemGoesOnToTheNextSplitterWithTheFilesOfOthers) {
+    const auto next = host::Make<NextSplitter>();
+    for (const char* file : {"other.avi", "other.mov", "dv25.avi"}) {  // without its decoder
+        EXPECT_EQ(
+            Platform<IGraphBuilder>(CLSID_FilterGraph)->RenderFile(Material(file).c_str(), nullptr),
+            VFW_E_CANNOT_RENDER);
+        EXPECT_GT(std::exchange(next->asked, 0), 0) << file;
+    }
+    next->Withdraw();
 }
 
 TEST_F(Hosts, MciPlaysAndTheMediaDetectorDescribes) {

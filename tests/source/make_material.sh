@@ -113,4 +113,6 @@ cp mpeg.m2v slow.m2v
 truncate -s 200M slow.m2v
 # Refused files.
 run -f lavfi -i testsrc2=size=320x240 -t 1 -pix_fmt yuv422p -g 12 -c:v mpeg2video long.mxf
-run -f lavfi -i testsrc2=size=320x240 -t 1 -c:v mpeg4 other.avi
+for kind in avi mov; do
+    run -f lavfi -i testsrc2=size=320x240 -t 1 -c:v mpeg4 other.$kind
+done
