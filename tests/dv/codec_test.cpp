@@ -294,7 +294,8 @@ TEST(DvDescription, HasDatesOfBothCenturiesButNoInvalidOnes) {
         for (std::size_t i = 2; i <= 4; ++i) {
             frame.SetPackByte(0x62, i, static_cast<BYTE>(date >> (4 - i) * 8));
         }
-        const std::string described = host::DescribeDvFrame(frame.data(), frame.size());
+        const std::string described =
+            host::DescribeDvFrame(host::ReadDvFacts(frame.data(), frame.size()));
         EXPECT_NE(described.find(std::string("recorded ") + text + "07:08:09"), described.npos)
             << described;
     }

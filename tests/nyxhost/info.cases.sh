@@ -16,7 +16,7 @@ row 2 933144 "top first" 0xA5 0:0 set
 # Without a decoder the file and its frames are still described.
 run 11 info tape.dv --from 4f
 says "QDVC, 720x480, 24 bits" "5 frames" "audio: 2 channels, 48000 Hz, 16 bits" \
-    "bottom field first, 4:3 (pixels 648:720)" "1602 samples, unlocked" "timecode 01:02:03;08" \
+    "bottom first, 4:3 (pixels 648:720)" "1602 samples, unlocked" "timecode 01:02:03;08" \
     "recorded 2074-05-06 07:08:09" "Rokka DV Decoder cannot be created: engine missing or too old, rkdvh.dll (not found)"
 quiet_ffmpeg -i tape.dv -metadata creation_time=1975-12-31T23:59:58Z -c:v dvvideo -frames:v 1 old.dv
 run 11 info old.dv

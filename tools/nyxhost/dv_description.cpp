@@ -1,12 +1,14 @@
 #include "dv_description.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdint>
-#include <optional>
 #include <span>
 
+#include "dv/dif_layout.h"
 #include "dv/dif_parser.h"
 #include "text.h"
+#include "timecode.h"
 
 namespace nyx::host {
 namespace {
@@ -40,7 +42,7 @@ constexpr CodeName kVariants[] = {{kFormatDv25, "DV25"},
                                   {kFormatDvcProHd1080Type15, "DVCPRO HD 1080i, signal type 0x15"},
                                   {kFormatDvcProHd720, "DVCPRO HD 720p"}};
 constexpr CodeName kFieldOrders[] = {
-    {0, "top field first"}, {1, "bottom field first"}, {2, "progressive"}};
+    {0, "top first"}, {1, "bottom first"}, {kProgressiveOrder, "progressive"}};
 
 /// The name of a code; empty for an unknown one.
 const char* NameOf(LONG code, std::span<const CodeName> names) {
@@ -48,119 +50,173 @@ const char* NameOf(LONG code, std::span<const CodeName> names) {
     return found != names.end() ? found->name : "";
 }
 
-/// The nominal aspect. Recorded lines are a little wider than the picture, so the exact aspect of a
-/// 4:3 picture is 27:20.
-const char* PictureAspectName(const FormatRecord& format) {
+bool IsRecordedAlike(const DvAudio& a, const AudioRecord& b) {
+    return a.samplesPerSecond == b.sampleRate && a.bits == b.bitsPerSample &&
+           a.samples == std::max<LONG>(b.samplesPerFrame, 0) && a.locked == (b.locked != 0);
+}
+
+/// Groups channels that are recorded alike. A pack that replaces a missing one is in two slots and
+/// counts once.
+std::vector<DvAudio> AudioGroups(const DifState& state) {
+    std::vector<DvAudio> groups;
+    for (std::size_t slot = 0; slot < kAudioSlots; ++slot) {
+        const AudioRecord& record = state.audio[slot];
+        const auto earlier = state.audioSource.begin() + static_cast<std::ptrdiff_t>(slot);
+        if (record.channels <= 0 ||
+            std::find(state.audioSource.begin(), earlier, *earlier) != earlier) {
+            continue;
+        }
+        auto group = std::ranges::find_if(
+            groups, [&](const DvAudio& other) { return IsRecordedAlike(other, record); });
+        if (group == groups.end()) {
+            group = groups.insert(group, {.samplesPerSecond = record.sampleRate,
+                                          .bits = record.bitsPerSample,
+                                          .samples = std::max<LONG>(record.samplesPerFrame, 0),
+                                          .locked = record.locked != 0});
+        }
+        group->channels += record.channels;
+    }
+    return groups;
+}
+
+/// Hours, minutes and seconds of a time or timecode pack.
+std::optional<NyxTimecode> ClockOf(LONG payload) {
+    const auto hours = Digits(PayloadByte(payload, 3), 0x3F, 0, 23);
+    const auto minutes = Digits(PayloadByte(payload, 2), 0x7F, 0, 59);
+    const auto seconds = Digits(PayloadByte(payload, 1), 0x7F, 0, 59);
+    if (!hours || !minutes || !seconds) {
+        return std::nullopt;
+    }
+    return NyxTimecode{.hours = static_cast<WORD>(*hours),
+                       .minutes = static_cast<WORD>(*minutes),
+                       .seconds = static_cast<WORD>(*seconds),
+                       .frames = 0,
+                       .framesPerSecond = 0,
+                       .dropFrame = 0};
+}
+
+/// The pack counts 25 or 30 pictures a second, above 30 pictures pairs of them.
+std::optional<NyxTimecode> TimecodeOf(LONG payload, const FormatRecord& format) {
+    constexpr unsigned kDropFrame = 0x40;
+    const unsigned first = PayloadByte(payload, 0);
+    const auto frames = Digits(first, 0x3F, 0, 29);
+    std::optional<NyxTimecode> timecode = ClockOf(payload);
+    if (!timecode || !frames) {
+        return std::nullopt;
+    }
+    timecode->frames = static_cast<WORD>(*frames);
+    timecode->framesPerSecond = format.systemRate == 50 ? 25 : 30;
+    timecode->dropFrame = (first & kDropFrame) != 0 ? 1 : 0;
+    return timecode;
+}
+
+/// Fills in date and time. Years from 75 on are 19xx.
+void ReadRecording(CLvtDifParser& parser, DvFacts* facts) {
+    const LONG date = parser.GetRecDatePack();
+    const auto day = Digits(PayloadByte(date, 1), 0x3F, 1, 31);
+    const auto month = Digits(PayloadByte(date, 2), 0x1F, 1, 12);
+    const auto year = Digits(PayloadByte(date, 3), 0xFF, 0, 99);
+    const auto clock = ClockOf(parser.GetRecTimePack());
+    if (clock) {
+        facts->time = TimecodeText(*clock).substr(0, 8);
+    }
+    if (!day || !month || !year) {
+        return;
+    }
+    const int whole = static_cast<int>(*year) + (*year < 75 ? 2000 : 1900);
+    facts->date = Format("%04d-%02u-%02u", whole, *month, *day);
+    if (clock) {
+        using namespace std::chrono;
+        const sys_days midnight{std::chrono::year{whole} / static_cast<int>(*month) /
+                                static_cast<int>(*day)};
+        facts->recordedAt = (midnight.time_since_epoch() + hours{clock->hours} +
+                             minutes{clock->minutes} + seconds{clock->seconds}) /
+                            seconds{1};
+    }
+}
+
+/// Video blocks whose STA, the upper four bits after the block's ID, is not 0 (IEC 61834-2, SMPTE
+/// 314M): 2 to 14 for concealed data, 7 and 15 for wrong data.
+std::size_t CountDamagedBlocks(const void* frame, std::size_t size) {
+    constexpr BYTE kVideoSection = 4;
+    const auto* bytes = static_cast<const BYTE*>(frame);
+    std::size_t damaged = 0;
+    for (std::size_t at = 0; at + kDifBlockBytes <= size; at += kDifBlockBytes) {
+        damaged += bytes[at] >> 5 == kVideoSection && bytes[at + kDifBlockIdBytes] >> 4 != 0;
+    }
+    return damaged;
+}
+
+}  // namespace
+
+const char* DvVariantName(const FormatRecord& format) {
+    return NameOf(format.formatCode, kVariants);
+}
+
+// Recorded lines are a little wider than the picture, so the exact aspect of a 4:3 picture is
+// 27:20.
+const char* DvAspectName(const FormatRecord& format) {
     constexpr std::int64_t kBetween4By3And16By9 = 155;  // hundredths
     const std::int64_t x = std::int64_t{format.codedWidth} * format.pixelAspectX;
     const std::int64_t y = std::int64_t{format.codedHeight} * format.pixelAspectY;
     return 100 * x < kBetween4By3And16By9 * y ? "4:3" : "16:9";
 }
 
-std::string PictureText(const FormatRecord& format) {
+const char* FieldOrderName(LONG order) {
+    return NameOf(order, kFieldOrders);
+}
+
+DvFacts ReadDvFacts(const void* frame, std::size_t size) {
+    CLvtDifParser parser;
+    DvFacts facts;
+    facts.recognised = SUCCEEDED(parser.Parse(frame, size));
+    facts.format = parser.State().format;
+    facts.audio = AudioGroups(parser.State());
+    facts.timecode = TimecodeOf(parser.GetTimecodePack(), facts.format);
+    ReadRecording(parser, &facts);
+    facts.damagedBlocks = CountDamagedBlocks(frame, size);
+    return facts;
+}
+
+std::string DvPictureText(const DvFacts& facts) {
+    const FormatRecord& format = facts.format;
     if (format.fourCC == -1) {
         return {};
     }
     const std::string rate = Format(format.frameRateDen == 1 ? "%ld" : "%ld/%ld",
                                     long{format.frameRateNum}, long{format.frameRateDen});
-    return Format("%s, %s, %ldx%ld, %s, %s, %s (pixels %ld:%ld)",
-                  NameOf(format.formatCode, kVariants),
+    return Format("%s, %s, %ldx%ld, %s, %s, %s (pixels %ld:%ld)", DvVariantName(format),
                   format.systemRate == 60 ? "525/60" : "625/50", long{format.codedWidth},
-                  long{format.codedHeight}, rate.c_str(), NameOf(format.fieldOrder, kFieldOrders),
-                  PictureAspectName(format), long{format.pixelAspectX}, long{format.pixelAspectY});
+                  long{format.codedHeight}, rate.c_str(), FieldOrderName(format.fieldOrder),
+                  DvAspectName(format), long{format.pixelAspectX}, long{format.pixelAspectY});
 }
 
-std::string AudioText(LONG channels, const AudioRecord& record) {
-    std::string text =
-        Format(channels == 1 ? "%ld channel" : "%ld channels", static_cast<long>(channels));
-    text += Format(", %ld Hz, %ld bits", static_cast<long>(record.sampleRate),
-                   static_cast<long>(record.bitsPerSample));
-    if (record.samplesPerFrame > 0) {
-        text += Format(", %ld samples", static_cast<long>(record.samplesPerFrame));
-    }
-    return text + (record.locked ? ", locked" : ", unlocked");
-}
-
-bool IsRecordedAlike(const AudioRecord& a, const AudioRecord& b) {
-    return a.sampleRate == b.sampleRate && a.bitsPerSample == b.bitsPerSample &&
-           a.samplesPerFrame == b.samplesPerFrame && a.locked == b.locked;
-}
-
-/// Groups channels that are recorded alike. A pack that replaces a missing one is in two slots and
-/// counts once.
-std::string DescribeAudio(const DifState& state) {
+std::string DvAudioText(const std::vector<DvAudio>& audio) {
     std::string text;
-    std::array<bool, kAudioSlots> done{};
-    for (std::size_t slot = 0; slot < kAudioSlots; ++slot) {
-        const auto earlier = state.audioSource.begin() + static_cast<std::ptrdiff_t>(slot);
-        done[slot] = state.audio[slot].channels <= 0 ||
-                     std::find(state.audioSource.begin(), earlier, *earlier) != earlier;
-    }
-    for (std::size_t slot = 0; slot < kAudioSlots; ++slot) {
-        if (done[slot]) {
-            continue;
-        }
-        LONG channels = 0;
-        for (std::size_t other = slot; other < kAudioSlots; ++other) {
-            if (!done[other] && IsRecordedAlike(state.audio[slot], state.audio[other])) {
-                channels += state.audio[other].channels;
-                done[other] = true;
-            }
-        }
-        text += (text.empty() ? "" : "; ") + AudioText(channels, state.audio[slot]);
+    for (const DvAudio& group : audio) {
+        text += text.empty() ? "" : "; ";
+        text += Format(group.channels == 1 ? "%ld channel" : "%ld channels", long{group.channels});
+        text += Format(", %ld Hz, %ld bits", long{group.samplesPerSecond}, long{group.bits});
+        text += group.samples > 0 ? Format(", %ld samples", long{group.samples}) : "";
+        text += group.locked ? ", locked" : ", unlocked";
     }
     return text;
 }
 
-/// Empty for -1 and for digits outside a clock's range.
-std::string ClockText(LONG payload) {
-    const auto hours = Digits(PayloadByte(payload, 3), 0x3F, 0, 23);
-    const auto minutes = Digits(PayloadByte(payload, 2), 0x7F, 0, 59);
-    const auto seconds = Digits(PayloadByte(payload, 1), 0x7F, 0, 59);
-    if (!hours || !minutes || !seconds) {
-        return {};
-    }
-    return Format("%02u:%02u:%02u", *hours, *minutes, *seconds);
+std::string DvRecordingText(const DvFacts& facts) {
+    return facts.date + (facts.date.empty() || facts.time.empty() ? "" : " ") + facts.time;
 }
 
-std::string TimecodeText(LONG payload) {
-    constexpr unsigned kDropFrame = 0x40;
-    const unsigned first = PayloadByte(payload, 0);
-    const auto frames = Digits(first, 0x3F, 0, 29);
-    const std::string clock = ClockText(payload);
-    if (payload == -1 || !frames || clock.empty()) {
-        return {};
-    }
-    return clock + Format((first & kDropFrame) ? ";%02u" : ":%02u", *frames);
-}
-
-/// Years from 75 on are 19xx.
-std::string RecordingDateText(LONG payload) {
-    const auto day = Digits(PayloadByte(payload, 1), 0x3F, 1, 31);
-    const auto month = Digits(PayloadByte(payload, 2), 0x1F, 1, 12);
-    const auto year = Digits(PayloadByte(payload, 3), 0xFF, 0, 99);
-    if (!day || !month || !year) {
-        return {};
-    }
-    return Format("%04u-%02u-%02u", *year + (*year < 75 ? 2000 : 1900), *month, *day);
-}
-
-}  // namespace
-
-std::string DescribeDvFrame(const void* frame, std::size_t size) {
-    CLvtDifParser parser;
-    std::string text = SUCCEEDED(parser.Parse(frame, size)) ? "" : "not recognised";
-    const auto add = [&text](const std::string& part) {
-        text += (text.empty() || part.empty() ? "" : "; ") + part;
+std::string DescribeDvFrame(const DvFacts& facts) {
+    std::string text = facts.recognised ? "" : "not recognised";
+    const auto add = [&text](const char* name, const std::string& part) {
+        text += part.empty() ? "" : (text.empty() ? "" : "; ") + (name + part);
     };
-    add(PictureText(parser.State().format));
-    add(DescribeAudio(parser.State()));
-    const std::string timecode = TimecodeText(parser.GetTimecodePack());
-    add(timecode.empty() ? "" : "timecode " + timecode);
-    const std::string date = RecordingDateText(parser.GetRecDatePack());
-    const std::string time = ClockText(parser.GetRecTimePack());
-    const std::string gap = date.empty() || time.empty() ? "" : " ";
-    add(date.empty() && time.empty() ? "" : "recorded " + date + gap + time);
+    add("", DvPictureText(facts));
+    add("", DvAudioText(facts.audio));
+    add("timecode ", facts.timecode ? TimecodeText(*facts.timecode) : "");
+    add("recorded ", DvRecordingText(facts));
+    add("", facts.damagedBlocks > 0 ? Format("%zu damaged blocks", facts.damagedBlocks) : "");
     return text;
 }
 

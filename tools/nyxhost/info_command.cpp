@@ -1,140 +1,136 @@
 #include <CLI/CLI.hpp>
 
-#include <map>
+#include <climits>
 
-#include "clip_options.h"
+#include "clip_facts.h"
 #include "commands.h"
 #include "console.h"
-#include "dv_description.h"
-#include "graph_tools.h"
+#include "info_json.h"
 #include "text.h"
+#include "timecode.h"
 
 namespace nyx::host {
 namespace {
 
-/// AM_SAMPLE2_PROPERTIES::dwTypeSpecificFlags of video: the sample's first field is field 1.
-constexpr DWORD kVideoFlagField1First = 0x4;
-
-bool HasInfo2(const MediaType& type) {
-    return type.HasPicture() && type.formattype == FORMAT_VideoInfo2;
-}
-
-std::string FieldOrderText(const MediaType& type) {
-    if (!HasInfo2(type)) {
-        return "unspecified";
-    }
-    const DWORD flags = type.Info2().dwInterlaceFlags;
-    if ((flags & AMINTERLACE_IsInterlaced) == 0) {
-        return "progressive";
-    }
-    return (flags & AMINTERLACE_Field1First) != 0 ? "top first" : "bottom first";
-}
-
-std::string AspectText(const MediaType& type) {
-    return HasInfo2(type)
-               ? Format("%lu:%lu", type.Info2().dwPictAspectRatioX, type.Info2().dwPictAspectRatioY)
-               : "-";
-}
-
-/// The sample's own flag: "set", "clear", or "-" when it has none.
-std::string Field1Text(IMediaSample& sample) {
-    const auto sample2 = As<IMediaSample2>(&sample);
-    AM_SAMPLE2_PROPERTIES properties{};
-    if (!sample2 ||
-        FAILED(sample2->GetProperties(sizeof(properties), reinterpret_cast<BYTE*>(&properties)))) {
-        return "-";
-    }
-    return (properties.dwTypeSpecificFlags & kVideoFlagField1First) != 0 ? "set" : "clear";
-}
-
-/// A frame in words.
-struct FrameFacts {
-    std::string packet;
-    std::string picture;
-    std::string dv;
+struct InfoOptions {
+    ClipOptions clip;
+    bool json = false;
+    bool summary = false;
 };
 
-/// Prints the streams as the container describes them.
-void PrintStreams(const std::string& path, const Footage& clip) {
-    const MediaType& type = clip.Video().type;
-    const auto& head = *reinterpret_cast<const VIDEOINFOHEADER*>(type.pbFormat);
-    Print(path + ": " + DescribeVideo(clip) + "\n");
-    Print("picture: " + FieldOrderText(type) + ", " + AspectText(type) +
+/// For a table: "unspecified" and "-" for unknown values.
+std::string OrderText(const PictureFacts& picture) {
+    return picture.fieldOrder == -1 ? "unspecified" : FieldOrderName(picture.fieldOrder);
+}
+std::string AspectText(const PictureFacts& picture) {
+    return picture.aspect.empty() ? "-" : picture.aspect;
+}
+
+/// Prints the file and its streams as the container describes them.
+void PrintStreams(const ClipFacts& facts) {
+    const auto& head = *reinterpret_cast<const VIDEOINFOHEADER*>(facts.video.pbFormat);
+    const PictureFacts picture = PictureFactsOf(facts.video);
+    const ContainerFacts& container = facts.container;
+    Print(facts.path + ": " + facts.description + "\n");
+    Print("picture: " + OrderText(picture) + ", " + AspectText(picture) +
           Format(", %.1f Mbit/s, packets up to %lu bytes\n", head.dwBitRate / 1e6,
-                 type.Header().biSizeImage));
-    for (const SourceStream& stream : clip.Audio()) {
+                 facts.video.Header().biSizeImage));
+    for (const AudioFacts& stream : facts.audio) {
         Print("audio: " + DescribeAudio(stream.type) + "\n");
     }
+    if (container.start) {
+        Print("timecode: " + TimecodeText(*container.start) +
+              (container.startFromFrame ? ", from the first frame\n" : ", from the container\n"));
+    }
+    const std::pair<const char*, const std::string&> names[] = {
+        {"container", container.container}, {"reel", container.reel}, {"clip", container.clip}};
+    for (const auto& [name, text] : names) {
+        Print(text.empty() ? "" : name + (": " + text) + "\n");
+    }
 }
 
-bool IsDv(const MediaType& type) {
-    const std::string code = FourCCText(type.subtype.Data1);
-    return code == "QDVC" || code == "QDV5" || code == "QDVH";
+std::string PictureText(const FrameFacts& frame) {
+    if (frame.refused) {
+        return "  could not be decoded: " + ResultText(*frame.refused);
+    }
+    if (!frame.picture) {
+        return {};
+    }
+    const PictureFacts& picture = *frame.picture;
+    const char* flag = !picture.field1First ? "-" : *picture.field1First ? "set" : "clear";
+    return Format("  %-12s 0x%02lX   %-9s %-6s%s", OrderText(picture).c_str(), picture.flags,
+                  AspectText(picture).c_str(), flag, picture.newType ? "  new type" : "");
 }
 
-/// Reads the packets, without a decoder.
-std::map<LONG, FrameFacts> ReadPackets(const ClipOptions& clip) {
-    std::map<LONG, FrameFacts> facts;
-    PlaybackGraph::Options options = clip.graph;
-    options.packets = true;
-    PlaybackGraph graph(clip.path, options, [&](const ArrivedFrame& frame) {
-        BYTE* data = DataOf(frame.sample);
-        const LONG size = frame.sample.GetActualDataLength();
-        facts[frame.index].packet =
-            Format("%9ld %-3s", size, frame.sample.IsSyncPoint() == S_OK ? "yes" : "no");
-        if (IsDv(graph.ConnectedType())) {
-            facts[frame.index].dv = DescribeDvFrame(data, static_cast<std::size_t>(size));
+void PrintFrames(const ClipFacts& facts) {
+    const bool decoded = !facts.decoder.empty();
+    Print("decoder: " + (decoded ? facts.decoder : "none") + "\n frame     bytes key");
+    Print(decoded ? "  field order  flags  aspect    field-1-first flag\n" : "\n");
+    for (const auto& [index, frame] : facts.frames) {
+        Print(Format("%6ld %9ld %-3s", index, long{frame.bytes}, frame.isKey ? "yes" : "no") +
+              PictureText(frame) + "\n");
+        if (frame.dv) {
+            Print("       " + DescribeDvFrame(*frame.dv) + "\n");
+        }
+    }
+}
+
+void PrintSummary(const ClipFacts& facts, const TapeSummary& summary) {
+    for (const AudioFacts& stream : facts.audio) {
+        std::string peaks;
+        for (const double peak : stream.peaks) {
+            peaks += Format(" %.2f", peak);
+        }
+        Print("audio peaks in dB:" + peaks + "\n");
+    }
+    Print(summary.Events().empty() ? "" : " frame  event\n");
+    for (const TapeEvent& event : summary.Events()) {
+        std::string text = event.before + (event.after.empty() ? "" : " -> ") + event.after;
+        if (event.after.empty()) {
+            text = Format("%ld frames", event.frames) +
+                   (event.blocks > 0 ? Format(", %zu blocks", event.blocks) : "");
+        }
+        Print(Format("%6ld  %-10s ", event.frame, event.kind) + text + "\n");
+    }
+    Print(Format("%ld frames of DV, %zu events, %zu damaged blocks in %ld frames\n",
+                 summary.Frames(), summary.Events().size(), summary.DamagedBlocks(),
+                 summary.DamagedFrames()));
+}
+
+ExitCode RunSummary(const InfoOptions& options) {
+    TapeSummary summary;
+    const ClipFacts facts = ReadClip(options.clip, [&](LONG index, const FrameFacts& frame) {
+        if (frame.dv) {
+            summary.Add(index, *frame.dv);
         }
     });
-    PrintStreams(clip.path, graph.Clip());
-    graph.Play("reading");
-    return facts;
+    if (options.json) {
+        Print(InfoJson(facts, &summary));
+    } else {
+        PrintStreams(facts);
+        PrintSummary(facts, summary);
+    }
+    return ExitCode::kOk;
 }
 
-/// Decodes the frames, adds their types and flags to `facts`, and returns the decoder's name.
-std::string ReadPictures(const ClipOptions& clip, std::map<LONG, FrameFacts>* facts,
-                         ExitCode* code) {
-    PlaybackGraph graph(clip.path, clip.graph, [facts](const ArrivedFrame& frame) {
-        (*facts)[frame.index].picture =
-            Format("  %-12s 0x%02lX   %-9s %-6s%s", FieldOrderText(frame.type).c_str(),
-                   HasInfo2(frame.type) ? frame.type.Info2().dwInterlaceFlags : 0,
-                   AspectText(frame.type).c_str(), Field1Text(frame.sample).c_str(),
-                   frame.typeChanged ? "  new type" : "");
+ExitCode RunInfo(const InfoOptions& options) {
+    if (options.summary) {
+        return RunSummary(options);
+    }
+    std::map<LONG, FrameFacts> frames;
+    ClipFacts facts = ReadClip(options.clip, [&frames](LONG index, FrameFacts frame) {
+        frames[index] = std::move(frame);
     });
-    const PassResult result = graph.Play("decoding");
-    for (const LostFrame& frame : result.lost) {
-        (*facts)[frame.index].picture = "  could not be decoded: " + ResultText(frame.result);
+    facts.frames = std::move(frames);
+    const ExitCode code = ReadPictures(options.clip, &facts);
+    if (options.json) {
+        Print(InfoJson(facts, nullptr));
+    } else {
+        PrintStreams(facts);
+        PrintFrames(facts);
     }
-    *code = ReportLostFrames(result, "decoded");
-    return graph.DecoderName();
-}
-
-ExitCode RunInfo(const ClipOptions& options) {
-    std::map<LONG, FrameFacts> facts = ReadPackets(options);
-    ExitCode code = ExitCode::kOk;
-    std::string decoder;
-    std::string problem;
-    try {
-        decoder = ReadPictures(options, &facts, &code);
-    } catch (const Failure& failure) {
-        // Without a decoder the packets are still described.
-        if (failure.Code() != ExitCode::kNoDecoder && failure.Code() != ExitCode::kRefused &&
-            failure.Code() != ExitCode::kNoEngine) {
-            throw;
-        }
-        code = failure.Code();
-        problem = failure.what();
-    }
-    Print("decoder: " + (decoder.empty() ? "none" : decoder) + "\n frame     bytes key");
-    Print(decoder.empty() ? "\n" : "  field order  flags  aspect    field-1-first flag\n");
-    for (const auto& [index, frame] : facts) {
-        Print(Format("%6ld ", index) + frame.packet + frame.picture + "\n");
-        if (!frame.dv.empty()) {
-            Print("       " + frame.dv + "\n");
-        }
-    }
-    if (!problem.empty()) {
-        PrintError(problem);
+    if (!facts.problem.empty()) {
+        PrintError(facts.problem);
     }
     return code;
 }
@@ -142,12 +138,20 @@ ExitCode RunInfo(const ClipOptions& options) {
 }  // namespace
 
 void AddInfoCommand(CLI::App& app, Action& action) {
-    auto options = std::make_shared<ClipOptions>();
-    options->graph.frames = 1;
+    auto options = std::make_shared<InfoOptions>();
     CLI::App* command = app.add_subcommand(
         "info", "Show a clip's streams and the data of its first frame, or of the frames selected");
-    AddClipOptions(*command, *options);
-    command->callback([options, &action] { action = [options] { return RunInfo(*options); }; });
+    AddClipOptions(*command, options->clip);
+    command->add_flag("--json", options->json, "One JSON document, see docs/info-schema.json");
+    command->add_flag("--summary", options->summary,
+                      "Show what changes in a DV recording, instead of its frames: timecode and "
+                      "recording time, picture, audio, damaged blocks");
+    command->callback([options, command, &action] {
+        if (!options->summary && command->count("--frames") == 0) {
+            options->clip.graph.frames = 1;
+        }
+        action = [options] { return RunInfo(*options); };
+    });
 }
 
 }  // namespace nyx::host
