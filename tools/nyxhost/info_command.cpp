@@ -99,11 +99,16 @@ void PrintSummary(const ClipFacts& facts, const TapeSummary& summary) {
 
 ExitCode RunSummary(const InfoOptions& options) {
     TapeSummary summary;
-    const ClipFacts facts = ReadClip(options.clip, [&](LONG index, const FrameFacts& frame) {
+    std::map<LONG, FrameFacts> first;
+    ClipFacts facts = ReadClip(options.clip, [&](LONG index, const FrameFacts& frame) {
         if (frame.dv) {
             summary.Add(index, *frame.dv);
         }
+        if (first.empty()) {
+            first[index] = frame;
+        }
     });
+    facts.frames = std::move(first);
     if (options.json) {
         Print(InfoJson(facts, &summary));
     } else {

@@ -65,12 +65,13 @@ Json VideoJson(const ClipFacts& facts) {
     std::string aspect;
     if (!facts.frames.empty()) {
         const FrameFacts& first = facts.frames.begin()->second;
-        if (first.picture) {
-            order = FieldOrderName(first.picture->fieldOrder);
-            aspect = first.picture->aspect;
-        } else if (first.dv && first.dv->format.fourCC != -1) {
+        // The same with and without a decoder.
+        if (first.dv && first.dv->format.fourCC != -1) {
             order = FieldOrderName(first.dv->format.fieldOrder);
             aspect = DvAspectName(first.dv->format);
+        } else if (first.picture) {
+            order = FieldOrderName(first.picture->fieldOrder);
+            aspect = first.picture->aspect;
         }
     }
     return {{"fourcc", FourCCText(header.biCompression)},
