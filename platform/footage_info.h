@@ -37,13 +37,14 @@ struct NyxStreamInfo {
     WCHAR name[64];          ///< the pin's name, or why the stream is not supported
 };
 
-struct INyxFootageInfo : public IUnknown {
+struct DECLSPEC_UUID("7C0F5A0E-3B1D-4F0A-9C7E-52D5B1A3E8F4") INyxFootageInfo : public IUnknown {
     /// The container's short name, such as "mxf", "mov", "avi", "gxf", "dv" or "m2v". The caller
     /// frees it with SysFreeString, as every BSTR here.
     virtual HRESULT STDMETHODCALLTYPE GetContainer(BSTR* name) = 0;
 
     /// The timecode of the picture at `position`, in units of 100 ns from the file's start, and who
-    /// gives it. `S_FALSE` and zeroes where the file has none.
+    /// gives it; of the first or last picture for a place outside the file. A frame's own is read
+    /// from the file, beside its playback. `S_FALSE` and zeroes where there is none.
     virtual HRESULT STDMETHODCALLTYPE GetTimecode(LONGLONG position, NyxTimecode* timecode,
                                                   NyxTimecodeOrigin* origin) = 0;
 
@@ -60,5 +61,7 @@ struct INyxFootageInfo : public IUnknown {
     virtual HRESULT STDMETHODCALLTYPE GetStream(DWORD index, NyxStreamInfo* info) = 0;
 };
 
-__CRT_UUID_DECL(INyxFootageInfo, 0x7C0F5A0E, 0x3B1D, 0x4F0A, 0x9C, 0x7E, 0x52, 0xD5, 0xB1, 0xA3,
-                0xE8, 0xF4)
+#ifdef __CRT_UUID_DECL  // MinGW-w64's form of the attribute above
+__CRT_UUID_DECL(INyxFootageInfo, 0x7c0f5a0e, 0x3b1d, 0x4f0a, 0x9c, 0x7e, 0x52, 0xd5, 0xb1, 0xa3,
+                0xe8, 0xf4)
+#endif

@@ -79,6 +79,8 @@ class ContainerInput {
 
     /// Takes over the file, once, and begins to count what is spent on it.
     void Start(std::unique_ptr<ByteSource> bytes);
+    /// Counts what is spent from here on, as for a small file.
+    void LimitReading() { budget_.Start(0, bytes_->Milliseconds()); }
     /// Ends the count.
     void EndBudget() { budget_.Stop(); }
 

@@ -45,22 +45,6 @@ const AVCodecParameters* FirstOf(const AVFormatContext* file, AVMediaType kind) 
     return nullptr;
 }
 
-std::string NameOf(const AVCodecParameters& stream) {
-    const AVCodecDescriptor* coding = avcodec_descriptor_get(stream.codec_id);
-    return coding && coding->long_name ? coding->long_name : "unknown";
-}
-
-std::string VariantText(AVCodecID coding) {
-    switch (coding) {
-        case AV_CODEC_ID_MPEG2VIDEO:
-            return "long-GOP MPEG-2; intra frames only";
-        case AV_CODEC_ID_DVVIDEO:
-            return "a variant of DV without a decoder";
-        default:
-            return "a picture size or rate out of range";
-    }
-}
-
 }  // namespace
 
 HRESULT FootageFile::FindStreams() {
@@ -217,12 +201,13 @@ std::string FootageFile::Refusal(HRESULT result) const {
         case kInvalidFileFormat:
             return "damaged file";
         case kUnsupportedVideo:
-            return video ? VariantText(video->codec_id) : "";
+            return video ? StreamRefusal(*video, result) : "";
         case kUnsupportedStream:
             if (video) {
-                return NameOf(*video) + " video";
+                return StreamRefusal(*video, result);
             }
-            return audio ? "no video, and " + NameOf(*audio) + " audio" : "neither video nor audio";
+            return audio ? "no video, and " + StreamRefusal(*audio, kUnsupportedAudio)
+                         : "neither video nor audio";
         default:
             return "";
     }

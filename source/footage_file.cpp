@@ -64,6 +64,7 @@ HRESULT FootageFile::Open(std::unique_ptr<ByteSource> bytes) {
             std::min_element(streams_.begin(), streams_.end(), [](const auto& a, const auto& b) {
                 return a.start < b.start;
             })->start;
+        ReadFacts();
         Select(std::vector<bool>(streams_.size(), true));
         result = Seek(0);
         input_.EndBudget();

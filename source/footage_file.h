@@ -6,6 +6,7 @@
 
 #include "platform/byte_span.h"
 #include "source/container_input.h"
+#include "source/footage_facts.h"
 #include "source/mpeg_groups.h"
 #include "source/raw_dv.h"
 #include "source/stream_format.h"
@@ -63,6 +64,9 @@ class FootageFile {
     std::int64_t progress() const { return input_.progress(); }
     std::int64_t size() const { return input_.size(); }
 
+    /// What the container says, as it was when it was opened.
+    const FootageFacts& facts() const { return facts_; }
+
     /// Where a file of raw DV changes its system.
     const RawDv& rawDv() const { return rawDv_; }
 
@@ -75,6 +79,10 @@ class FootageFile {
     /// Reads the next packet. Returns `S_FALSE` at the end, `kCancelled`, `E_OUTOFMEMORY`, or why
     /// the file could not be read. Skips damaged and torn packets.
     [[nodiscard]] HRESULT ReadPacket(Packet* packet);
+
+    /// Limits what the reading from here on may cost, to as much as OpenBudget allows for a small
+    /// file. Beyond it, ReadPacket returns `S_FALSE`.
+    void LimitReading() { input_.LimitReading(); }
 
     /// Copies a picture's packet of this file into a buffer of its size, with what was deferred.
     /// Returns `S_FALSE` when the file has become too short, or why it could not be read. From any
@@ -90,6 +98,9 @@ class FootageFile {
     void ForgetPosition();
     [[nodiscard]] HRESULT Restart();
     bool SeekGroup(REFERENCE_TIME time);
+
+    // footage_facts.cpp
+    void ReadFacts();
 
     // find_streams.cpp
     [[nodiscard]] HRESULT FindStreams();
@@ -113,6 +124,7 @@ class FootageFile {
     LibavPtr<AVFormatContext> context_;  ///< reads input_
     std::vector<StreamFormat> streams_;
     std::vector<UnsupportedStream> unsupported_;
+    FootageFacts facts_;
     MpegGroups groups_;  ///< of a file without times
     std::vector<bool> wanted_;
     std::vector<std::int64_t> next_;  ///< tick, or frame of audio, after a stream's last packet

@@ -9,8 +9,10 @@
 #include <new>
 #include <tuple>
 
+#include "media/dv_signals.h"
 #include "platform/class_ids.h"
 #include "platform/com.h"
+#include "settings/source_settings.h"
 #include "source/disk_file.h"
 
 namespace nyx::source {
@@ -50,6 +52,12 @@ HRESULT STDMETHODCALLTYPE FootageSource::NonDelegatingQueryInterface(REFIID iid,
     if (iid == IID_IAMOpenProgress) {
         return GetInterface(static_cast<IAMOpenProgress*>(this), object);
     }
+    if (iid == __uuidof(INyxFootageInfo)) {
+        return GetInterface(static_cast<INyxFootageInfo*>(this), object);
+    }
+    if (iid == IID_IAMStreamSelect) {
+        return GetInterface(static_cast<IAMStreamSelect*>(this), object);
+    }
     if (iid == IID_IAMFilterMiscFlags) {
         return GetInterface(static_cast<IAMFilterMiscFlags*>(this), object);
     }
@@ -69,7 +77,7 @@ CBasePin* FootageSource::GetPin(int n) {
 HRESULT STDMETHODCALLTYPE FootageSource::Load(LPCOLESTR path, const AM_MEDIA_TYPE*) noexcept {
     CheckPointer(path, E_POINTER);
     CAutoLock lock(&lock_);
-    if (file_) {
+    if (!parts_.empty()) {
         return E_UNEXPECTED;
     }
     try {
@@ -94,29 +102,61 @@ HRESULT FootageSource::OpenFile(const wchar_t* path) {
     if (FAILED(result)) {
         return WithReason(result, file->Refusal(result));
     }
-    auto readAhead = std::make_unique<ReadAhead>(file.get());
+    std::vector<Part> parts;
+    parts.push_back({std::move(file), nullptr});
+    const auto& first = parts.front().file->streams().front().video;
+    Opened opened = {.path = kept,
+                     .facts = parts.front().file->facts(),
+                     .rate = first ? first->rate : AVRational{},
+                     .dv = first && FindDvSignalIf([&](const DvSignal& signal) {
+                                        return signal.fourcc == first->fourcc;
+                                    }) != nullptr,
+                     .duration = 0};
+    std::vector<PacketSource> streams;
+    for (Part& part : parts) {
+        part.packets = std::make_unique<ReadAhead>(part.file.get());
+        opened.duration = std::max(opened.duration, part.file->duration());
+        for (std::size_t i = 0; i < part.file->streams().size(); ++i) {
+            streams.push_back({part.file.get(), part.packets.get(), i});
+        }
+    }
     std::vector<std::unique_ptr<SourcePin>> pins;
-    const auto& first = file->streams().front().video;
-    const AVRational rate = first ? first->rate : AVRational{};
     int counts[2] = {};
-    for (const StreamFormat& stream : file->streams()) {
-        const int number = ++counts[stream.video ? 0 : 1];
-        const std::wstring name = (stream.video ? L"Video " : L"Audio ") + std::to_wstring(number);
-        pins.push_back(
-            std::make_unique<SourcePin>(this, this, &lock_, &result, name.c_str(), stream, rate));
+    for (PinSources& sources : GroupIntoPins(streams, ReadPairMono())) {
+        const bool video = sources.front().format().video.has_value();
+        const std::string name =
+            (video ? "Video " : "Audio ") + std::to_string(++counts[video ? 0 : 1]);
+        for (const PacketSource& source : sources) {
+            std::ranges::find(opened.facts.streams, source.format().index, &StreamFacts::index)
+                ->name = name;
+        }
+        pins.push_back(std::make_unique<SourcePin>(this, this, &lock_, &result,
+                                                   std::wstring(name.begin(), name.end()).c_str(),
+                                                   std::move(sources), opened.rate));
     }
     if (FAILED(result)) {
         return result;
     }
     pinsThatSought_.reserve(pins.size());
     path_ = std::move(kept);
-    file_ = std::move(file);
-    readAhead_ = std::move(readAhead);
+    parts_ = std::move(parts);
+    duration_ = opened.duration;
+    Describe(std::move(opened));
     CAutoLock lock(&stateLock_);
     pins_ = std::move(pins);
-    segment_ = {0, file_->duration(), 1.0};
+    segment_ = {0, duration_, 1.0};
     IncrementPinVersion();
     return S_OK;
+}
+
+SourcePin* FootageSource::AudioPin(long index) {
+    CAutoLock lock(&stateLock_);
+    for (const auto& pin : pins_) {
+        if (!pin->isVideo() && index-- == 0) {
+            return pin.get();
+        }
+    }
+    return nullptr;
 }
 
 HRESULT STDMETHODCALLTYPE FootageSource::QueryProgress(LONGLONG* total, LONGLONG* current) {
@@ -167,10 +207,10 @@ HRESULT STDMETHODCALLTYPE FootageSource::JoinFilterGraph(IFilterGraph* graph, LP
 }
 
 void FootageSource::ReportUnsupported() {
-    if (!file_ || !m_pGraph) {
+    if (parts_.empty() || !m_pGraph) {
         return;
     }
-    for (const UnsupportedStream& stream : file_->unsupported()) {
+    for (const UnsupportedStream& stream : parts_.front().file->unsupported()) {
         NotifyEvent(EC_STREAM_ERROR_STOPPED, stream.reason, stream.index);
     }
 }
@@ -183,7 +223,7 @@ HRESULT STDMETHODCALLTYPE FootageSource::GetCurFile(LPOLESTR* path, AM_MEDIA_TYP
         type->majortype = MEDIATYPE_Stream;
     }
     *path = nullptr;
-    return file_ ? AMGetWideString(path_.c_str(), path) : S_OK;
+    return !parts_.empty() ? AMGetWideString(path_.c_str(), path) : S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE FootageSource::Pause() {
@@ -201,8 +241,8 @@ HRESULT STDMETHODCALLTYPE FootageSource::Pause() {
 
 HRESULT STDMETHODCALLTYPE FootageSource::Stop() {
     CAutoLock lock(&lock_);
-    if (readAhead_) {
-        readAhead_->Cancel();
+    for (const Part& part : parts_) {
+        part.packets->Cancel();
     }
     HRESULT result = S_OK;
     for (const auto& pin : pins_) {
@@ -231,26 +271,31 @@ HRESULT STDMETHODCALLTYPE FootageSource::FindPin(LPCWSTR id, IPin** pin) {
 
 HRESULT FootageSource::StartStreaming() {
     try {
-        std::vector<bool> wanted;
-        for (const auto& pin : pins_) {
-            wanted.push_back(pin->IsConnected());
+        for (const Part& part : parts_) {
+            std::vector<bool> wanted(part.file->streams().size());
+            for (const auto& pin : pins_) {
+                for (const PacketSource& source : pin->sources()) {
+                    if (source.packets == part.packets.get() && pin->IsConnected()) {
+                        wanted[source.stream] = true;
+                    }
+                }
+            }
+            if (std::ranges::find(wanted, true) != wanted.end()) {
+                part.packets->Start(segment_.start, wanted);
+            }
         }
-        if (std::find(wanted.begin(), wanted.end(), true) == wanted.end()) {
-            return S_OK;
-        }
-        readAhead_->Start(segment_.start, wanted);
     } catch (const std::exception&) {
         return E_OUTOFMEMORY;  // no memory, or no thread can start
     }
     ApplyStopTime();
     constexpr REFERENCE_TIME kNever = std::numeric_limits<REFERENCE_TIME>::max();
-    const REFERENCE_TIME cut = file_->rawDv().FirstRefused(
+    const REFERENCE_TIME cut = parts_.front().file->rawDv().FirstRefused(
         segment_.start, kNever,
         [this](const AVDVProfile& system) { return pins_.front()->Accepts(system); });
     HRESULT result = S_OK;
     for (std::size_t i = 0; i < pins_.size() && SUCCEEDED(result); ++i) {
         if (pins_[i]->IsConnected()) {
-            result = pins_[i]->StartThreads(file_.get(), readAhead_.get(), i, segment_, cut);
+            result = pins_[i]->StartThreads(segment_, cut);
         }
     }
     return result;
@@ -258,19 +303,21 @@ HRESULT FootageSource::StartStreaming() {
 
 /// Sets where the pins stop: nowhere for the file's end, which may be estimated or move.
 void FootageSource::ApplyStopTime() {
-    const bool toTheEnd = segment_.stop >= file_->duration();
+    const bool toTheEnd = segment_.stop >= duration_;
     for (const auto& pin : pins_) {
         pin->StopAt(toTheEnd ? std::numeric_limits<REFERENCE_TIME>::max() : segment_.stop);
     }
 }
 
 void FootageSource::FinishStreaming() {
-    if (readAhead_) {
-        readAhead_->Cancel();
-        for (const auto& pin : pins_) {
-            pin->JoinThreads();
-        }
-        readAhead_->Finish();
+    for (const Part& part : parts_) {
+        part.packets->Cancel();
+    }
+    for (const auto& pin : pins_) {
+        pin->JoinThreads();
+    }
+    for (const Part& part : parts_) {
+        part.packets->Finish();
     }
 }
 

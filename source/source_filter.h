@@ -5,7 +5,9 @@
 #include <vector>
 
 #include "baseclasses/streams.h"
+#include "source/footage_description.h"
 #include "source/source_pin.h"
+#include "source/track_selection.h"
 
 namespace nyx::source {
 
@@ -17,6 +19,8 @@ class FootageSource final : public CBaseFilter,
                             public IAMFilterMiscFlags,
                             public ISupportErrorInfo,
                             public IAMOpenProgress,
+                            public FootageDescription,
+                            public TrackSelection,
                             public Seekable {
   public:
     /// For the class factory, which takes over the object; null without memory.
@@ -53,7 +57,7 @@ class FootageSource final : public CBaseFilter,
     HRESULT STDMETHODCALLTYPE AbortOperation() override;
     ULONG STDMETHODCALLTYPE GetMiscFlags() override { return AM_FILTER_MISC_FLAGS_IS_SOURCE; }
 
-    REFERENCE_TIME Duration() override { return file_->duration(); }
+    REFERENCE_TIME Duration() override { return duration_; }
     Segment CurrentSegment() override;
     [[nodiscard]] HRESULT SeekTo(const void* pin, REFERENCE_TIME start,
                                  REFERENCE_TIME stop) override;
@@ -63,6 +67,13 @@ class FootageSource final : public CBaseFilter,
   private:
     explicit FootageSource(LPUNKNOWN outer);
 
+    /// A file, and the thread that reads it.
+    struct Part {
+        std::unique_ptr<FootageFile> file;
+        std::unique_ptr<ReadAhead> packets;
+    };
+
+    SourcePin* AudioPin(long index) override;
     void SetSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate);
     [[nodiscard]] HRESULT OpenFile(const wchar_t* path);
     [[nodiscard]] HRESULT OpenWithProgress(FootageFile* file,
@@ -82,8 +93,8 @@ class FootageSource final : public CBaseFilter,
     bool aborted_ = false;            ///< by AbortOperation
     LONGLONG openSize_ = -1;          ///< of the open file, in bytes
     std::wstring path_;
-    std::unique_ptr<FootageFile> file_;
-    std::unique_ptr<ReadAhead> readAhead_;
+    std::vector<Part> parts_;  ///< of the footage; the first has the pictures
+    REFERENCE_TIME duration_ = 0;
     std::vector<std::unique_ptr<SourcePin>> pins_;
     Segment segment_;
     std::vector<const void*> pinsThatSought_;  ///< the pins that asked for this segment

@@ -32,8 +32,11 @@ std::int64_t FramesBefore(REFERENCE_TIME time, AVRational clock) {
 }  // namespace
 
 SourcePin::SourcePin(CBaseFilter* filter, Seekable* seekable, CCritSec* lock, HRESULT* result,
-                     const wchar_t* name, const StreamFormat& format, AVRational rate)
-    : CBaseOutputPin(filter, lock, result, name), PinSeeking(seekable, rate), format_(format) {}
+                     const wchar_t* name, PinSources sources, AVRational rate)
+    : CBaseOutputPin(filter, lock, result, name),
+      PinSeeking(seekable, rate),
+      format_(FormatOf(sources)),
+      packets_(std::move(sources)) {}
 
 HRESULT STDMETHODCALLTYPE SourcePin::NonDelegatingQueryInterface(REFIID iid, void** object) {
     if (iid == IID_IMediaSeeking) {
@@ -95,11 +98,7 @@ HRESULT SourcePin::DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTI
     return SUCCEEDED(result) && !enough ? E_FAIL : result;
 }
 
-HRESULT SourcePin::StartThreads(FootageFile* file, ReadAhead* packets, std::size_t stream,
-                                const Segment& segment, REFERENCE_TIME cut) noexcept {
-    file_ = file;
-    packets_ = packets;
-    stream_ = stream;
+HRESULT SourcePin::StartThreads(const Segment& segment, REFERENCE_TIME cut) noexcept {
     segment_ = segment;
     cut_ = cut;
     reachedCut_ = false;
@@ -109,6 +108,7 @@ HRESULT SourcePin::StartThreads(FootageFile* file, ReadAhead* packets, std::size
     refused_.reset();
     filled_.Open();
     try {
+        packets_.Start();
         filling_.Start([this] { FillSamples(); });
         delivering_.Start([this] { DeliverSamples(); });
     } catch (const std::exception&) {
@@ -131,7 +131,7 @@ void SourcePin::FillSamples() noexcept {
     try {
         while (result == S_OK) {
             Packet packet;
-            result = packets_->Pop(stream_, &packet);
+            result = packets_.Pop(&packet);
             if (result == S_OK && packet.start >= stop_) {
                 result = S_FALSE;
             } else if (result == S_OK && packet.start >= cut_) {
@@ -144,7 +144,7 @@ void SourcePin::FillSamples() noexcept {
     } catch (const std::bad_alloc&) {
         result = E_OUTOFMEMORY;
     }
-    packets_->Close(stream_);
+    packets_.Close();
     filled_.End(result);
 }
 
@@ -271,8 +271,9 @@ HRESULT SourcePin::PushPicture(const Packet& packet) {
     if (packet.system && !SwitchTo(WithSystem(format_, *packet.system))) {
         return VFW_E_TYPE_NOT_ACCEPTED;
     }
+    const FootageFile* file = sources().front().file;
     return PushSample(packet.start, packet.stop, static_cast<std::int64_t>(packet.size()),
-                      [&](BYTE* to) { return file_->Copy(packet, to); });
+                      [&](BYTE* to) { return file->Copy(packet, to); });
 }
 
 HRESULT SourcePin::PushAudio(const Packet& packet) {
@@ -294,7 +295,7 @@ HRESULT SourcePin::PushAudio(const Packet& packet) {
         const std::int64_t bytes = count * audio.deliveredFrame();
         const HRESULT result = PushSample(
             TimeOfTick(first, clock), TimeOfTick(first + count, clock), bytes, [&](BYTE* to) {
-                if (silent) {
+                if (silent || !audible_) {
                     std::memset(to, 0, static_cast<std::size_t>(bytes));
                 } else {
                     ConvertPcm(

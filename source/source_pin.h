@@ -6,7 +6,7 @@
 
 #include "baseclasses/streams.h"
 #include "platform/thread.h"
-#include "source/read_ahead.h"
+#include "source/pin_packets.h"
 #include "source/sample_queue.h"
 #include "source/seeking.h"
 
@@ -17,9 +17,10 @@ namespace nyx::source {
 /// segment and to the buffers.
 class SourcePin final : public CBaseOutputPin, public PinSeeking {
   public:
-    /// `rate` is the rate of the file's video. Sets `*result` to a failure when there is no memory.
+    /// Delivers the packets of `sources`, which outlive its threads. `rate` is the rate of the
+    /// file's video. Sets `*result` to a failure when there is no memory.
     SourcePin(CBaseFilter* filter, Seekable* seekable, CCritSec* lock, HRESULT* result,
-              const wchar_t* name, const StreamFormat& format, AVRational rate);
+              const wchar_t* name, PinSources sources, AVRational rate);
     ~SourcePin() override { JoinThreads(); }
 
     DECLARE_IUNKNOWN
@@ -38,12 +39,19 @@ class SourcePin final : public CBaseOutputPin, public PinSeeking {
     /// accepts them.
     bool Accepts(const AVDVProfile& system) const;
 
-    /// Begins to deliver the packets of `stream`, as a new segment. It ends at `cut` at the latest,
+    const PinSources& sources() const { return packets_.sources(); }
+    bool isVideo() const { return format_.video.has_value(); }
+
+    /// Whether samples of audio are delivered as they are or silent, which is so at once. Any
+    /// thread.
+    bool isAudible() const { return audible_; }
+    void SetAudible(bool audible) { audible_ = audible; }
+
+    /// Begins to deliver, as a new segment. It ends at `cut` at the latest,
     /// where pictures follow that downstream does not accept; there the pin of the pictures sends
     /// EC_STREAM_ERROR_STOPPED with VFW_E_TYPE_NOT_ACCEPTED and the place in the file, in
     /// milliseconds. `E_OUTOFMEMORY` when no thread can start.
-    [[nodiscard]] HRESULT StartThreads(FootageFile* file, ReadAhead* packets, std::size_t stream,
-                                       const Segment& segment, REFERENCE_TIME cut) noexcept;
+    [[nodiscard]] HRESULT StartThreads(const Segment& segment, REFERENCE_TIME cut) noexcept;
     /// Waits until nothing is delivered any more. Cancel the packets first, and stop downstream or
     /// begin to flush it.
     void JoinThreads();
@@ -75,9 +83,8 @@ class SourcePin final : public CBaseOutputPin, public PinSeeking {
     Segment segment_;
     std::atomic<REFERENCE_TIME> stop_{0};
     std::atomic<REFERENCE_TIME> position_{0};
-    FootageFile* file_ = nullptr;
-    ReadAhead* packets_ = nullptr;
-    std::size_t stream_ = 0;
+    std::atomic<bool> audible_{true};
+    PinPackets packets_;
     REFERENCE_TIME cut_ = 0;   ///< where delivery ends, for all pins
     bool reachedCut_ = false;  ///< by pictures
     bool discontinuity_ = false;

@@ -5,6 +5,7 @@
 #include <future>
 #include <random>
 
+#include "platform/footage_info.h"
 #include "tests/source/footage_host.h"
 #include "tests/support/leaks.h"
 #include "tests/support/watchdog.h"
@@ -34,6 +35,56 @@ TEST_F(Source, IsASourceWhosePinsAreFoundByName) {
         EXPECT_EQ(pin->QueryId(&id) | host.filter->FindPin(id, &found), S_OK);
         EXPECT_EQ(found.Get(), pin.Get());
         CoTaskMemFree(id);
+    }
+}
+
+struct Description {
+    const char* file;
+    const wchar_t* names;       ///< of container, reel and clip
+    NyxTimecodeOrigin origin;   ///< of the timecodes, counted by ffmpeg across a dropped number
+    const wchar_t* lastStream;  ///< its name
+};
+const Description kDescriptions[] = {
+    {"tc.dv", L"dv//", NyxTimecodeFrame, L"Video 1"},
+    {"tc.avi", L"avi//", NyxTimecodeFrame, L"Video 1"},
+    {"tc.mov", L"mov/R1/T1", NyxTimecodeContainer, L"Video 1"},
+    {"tc.mxf", L"mxf/R1/T1", NyxTimecodeContainer, L"Video 1"},
+    {"tc.gxf", L"gxf//", NyxTimecodeContainer, L"Video 1"},
+    {"late.mov", L"mov//", NyxTimecodeNone, L"AAC (Advanced Audio Coding) audio"},
+};
+
+TEST_F(Source, SaysWhatTheFileIs) {
+    for (const Description& row : kDescriptions) {
+        SCOPED_TRACE(row.file);
+        const FootageHost host(Material(row.file));
+        const auto info = As<INyxFootageInfo>(host.filter);
+        BSTR container = nullptr, reel = nullptr, clip = nullptr;
+        EXPECT_GE(
+            info->GetContainer(&container) | info->GetReelName(&reel) | info->GetClipName(&clip),
+            S_OK);
+        EXPECT_EQ(std::wstring(container) + L"/" + reel + L"/" + clip, row.names);
+        for (const BSTR text : {container, reel, clip}) {
+            SysFreeString(text);
+        }
+        for (const auto& [frame, expected] : {std::pair(0, "00:00:59;20"),
+                                              {9, "00:00:59;29"},
+                                              {10, "00:01:00;02"},
+                                              {999, "00:01:01;21"}}) {
+            NyxTimecode at{};
+            NyxTimecodeOrigin origin{};
+            const HRESULT result = info->GetTimecode(frame * 10010000LL / 30 + 1, &at, &origin);
+            EXPECT_EQ(result, row.origin == NyxTimecodeNone ? S_FALSE : S_OK);
+            EXPECT_EQ(origin, row.origin);
+            char text[64] = "";
+            std::snprintf(text, sizeof(text), "%02d:%02d:%02d%c%02d", at.hours, at.minutes,
+                          at.seconds, at.dropFrame ? ';' : ':', at.frames);
+            EXPECT_STREQ(text, result == S_OK ? expected : "00:00:00:00") << frame;
+        }
+        DWORD count = 0;
+        NyxStreamInfo stream{};
+        EXPECT_EQ(info->GetStreamCount(&count) | info->GetStream(count - 1, &stream), S_OK);
+        EXPECT_STREQ(stream.name, row.lastStream);
+        EXPECT_EQ(info->GetStream(count, &stream), E_INVALIDARG);
     }
 }
 

@@ -4,10 +4,14 @@
 #include "tests/source/footage_host.h"
 #include "tests/support/memory_source.h"
 
+__CRT_UUID_DECL(IAMStreamSelect, 0xc1960960, 0x17f5, 0x11d1, 0xab, 0xe1, 0x00, 0xa0, 0xc9, 0x05,
+                0xf3, 0x75)
+
 namespace nyx::test {
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::string_literals;
 
 class Files : public FootageTest {
   protected:
@@ -116,6 +120,55 @@ TEST_F(Files, TimeCountsFromTheEarliestStream) {
     LONGLONG length = 0;
     EXPECT_EQ(As<IMediaSeeking>(host.pins[0])->GetDuration(&length), S_OK);
     EXPECT_EQ(length, 20000000);
+}
+
+TEST_F(Files, MonoTracksBecomePairsIfTheUserWantsThat) {
+    const PrivateUserRegistry registry;
+    EXPECT_EQ(FootageHost(Material("mono.mov")).pins.size(), 6u);
+    registry.Store(L"Software\\Veltro\\Source", L"pair_mono", 1);
+    const FootageHost host(Material("mono.mov"));
+    ASSERT_EQ(host.pins.size(), 4u);
+    const auto tracks = As<IAMStreamSelect>(host.filter);
+    DWORD count = 0, flags = 0;
+    EXPECT_EQ(tracks->Count(&count), S_OK);
+    EXPECT_EQ(count, 3u);
+    struct Row {
+        LONG index;  ///< that is selected, and how
+        DWORD how;
+        const char* heard;  ///< 1 for a pin that is
+        LONGLONG from;
+    };
+    for (const Row& row :
+         {Row{0, 2, "111", 0}, {1, 1, "010", 3000000}, {0, 0, "000", 0}, {2, 2, "111", 7000000}}) {
+        EXPECT_EQ(tracks->Enable(row.index, row.how), S_OK);
+        EXPECT_EQ(host.Seek(row.from, 10000000), S_OK);
+        host.Play();
+        for (std::size_t i = 0; i < count; ++i) {
+            std::string heard, expected = ReadAll(Material("mono." + std::to_string(i + 1)));
+            for (const Sample& run : host.sinks[i + 1]->pin.Samples()) {
+                heard.append(run.bytes.begin(), run.bytes.end());
+            }
+            expected.erase(0, static_cast<std::size_t>(row.from / 625 * 3 * (i < 2 ? 6 : 3)));
+            const bool on = row.heard[i] == '1';
+            EXPECT_TRUE(heard == (on ? expected : std::string(expected.size(), '\0'))) << i;
+            EXPECT_EQ(
+                tracks->Info(LONG(i), nullptr, &flags, nullptr, nullptr, nullptr, nullptr, nullptr),
+                S_OK);
+            EXPECT_EQ(flags, on ? DWORD{AMSTREAMSELECTINFO_ENABLED} : 0);
+        }
+    }
+    AM_MEDIA_TYPE* type = nullptr;
+    LPWSTR name = nullptr;
+    ComPtr<IUnknown> object;
+    EXPECT_EQ(tracks->Info(2, &type, nullptr, nullptr, &flags, &name, &object, nullptr), S_OK);
+    EXPECT_TRUE(type->majortype == MEDIATYPE_Audio && flags == 1 && name == L"Audio 3"s);
+    EXPECT_EQ(As<IPin>(object).Get(), host.pins[3].Get());
+    CoTaskMemFree(type->pbFormat);
+    CoTaskMemFree(type);
+    CoTaskMemFree(name);
+    EXPECT_EQ(tracks->Info(3, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
+              S_FALSE);
+    EXPECT_EQ(tracks->Enable(3, 1) | tracks->Enable(0, 3), E_INVALIDARG);
 }
 
 TEST_F(Files, AnUnsupportedStreamIsReported) {

@@ -41,6 +41,13 @@ LC_ALL=C sed -i s/vprp/JUNK/ dv25.avi # only the frames have the aspect then
 clip dv25.mov 720x480 $ntsc 2 yuv411p 2 f32be f32le "${dv[@]}"
 clip dv25.dv 720x576 25 2 yuv420p 2 s16le s16le "${dv[@]}"
 # The same with audio of another rate, and in the other system.
+# The same counted by ffmpeg, across a minute that drops numbers: in each frame, and in containers.
+tc=(-t 2 -map 0:v -c copy -timecode "00:00:59;20")
+run -i dv25.mov "${tc[@]}" tc.dv
+run -i tc.dv -c copy -map_metadata -1 tc.avi
+run -i dv25.mov "${tc[@]}" -metadata:s:v reel_name=R1 -metadata title=T1 tc.mov
+run -i dv25.mov "${tc[@]}" -metadata reel_name=R1 -metadata material_package_name=T1 tc.mxf
+run -i dv25.mov "${tc[@]}" tc.gxf
 run -i dv25.dv -t 0.6 -c:v copy -ar 32000 dv32.dv
 run -i dv25.mov -t 1.001 -c:v copy -c:a pcm_s16le dv525.dv
 list dv32.dv s16le
@@ -68,6 +75,15 @@ clip mpeg.m2v 720x512 25 1 yuv422p 1 none none "${intra[@]}" -aspect 16:9
 # A stream that begins half a second later, and one that is unsupported.
 run -itsoffset 0.5 -i dv50.mov -i dv25.avi -map 0:v -map 1:a -map 1:a -c copy -c:a:0 pcm_mulaw -c:a:1 aac late.mov
 list late.mov s16le
+# Five mono tracks, of which one begins half a second late, and the same as ffmpeg joins them.
+mono=() join='join=2:stereo:map=0.0-FL|1.0-FR'
+for i in 1 2 3 4 5; do
+    mono+=(-itsoffset "$([ $i = 4 ] && echo 0.5 || echo 0)" -f lavfi -i "sine=${i}00:d=$([ $i = 4 ] && echo 0.5 || echo 1):r=48000")
+done
+run -i dv50.mov "${mono[@]}" -map 0:v -map 1 -map 2 -map 3 -map 4 -map 5 -c:v copy -c:a pcm_s24be mono.mov
+run -i mono.mov -filter_complex "[0:a:0][0:a:1]$join[a];[0:a:3]adelay=500[late];[0:a:2][late]$join[b]" \
+    -map '[a]' -c:a pcm_s24le -f s24le mono.1 -map '[b]' -c:a pcm_s24le -f s24le mono.2 \
+    -map 0:a:4 -c:a pcm_s24le -f s24le mono.3
 # The first picture twice, the second time without bytes.
 run -i dv25.avi -c copy -bsf:v "setts=ts=TS+gt(N\\,0)" gap.avi
 run -f lavfi -i testsrc2=size=48x16 -t 1 -pix_fmt yuv422p10le -c:v v210 \
