@@ -33,6 +33,19 @@ holds "a WAV file has its lengths and rates" test "$(word 4) $(word 24) $(word 2
 quiet_ffmpeg -i DVCPRO50-525.mxf -map 0 -map 0:a -c copy two.mxf
 run 0 decode two.mxf --audio two.wav
 holds "each audio stream has its file" cmp two.wav two-2.wav
+hashes() { grep -v '^#'; }
+quiet_hash() { quiet_ffmpeg "$@" -f framemd5 - | hashes; }
+for file in D10-525.gxf DVCPRO50-525.mxf; do
+    [[ $file != D10* ]] || crop=crop=720:486:0:26,
+    holds "ffmpeg's hashes of $file" diff <(run_nyxhost decode "$file" --format yuy2 --hash 2>/dev/null | hashes) \
+        <(quiet_hash $decoding -i "$file" -map v -vf "${crop:-}format=yuyv422")
+    crop=
+done
+run_nyxhost decode DVCPRO50-525.mxf --format yuy2 --raw - >piped 2>said
+run 0 decode DVCPRO50-525.mxf --format yuy2 --raw samples --audio sound.wav
+holds "the standard output has the file's bytes" cmp piped samples
+run_nyxhost decode DVCPRO50-525.mxf --audio - 2>said | cat >piped.wav
+holds "a piped WAV file has the same audio" cmp <(quiet_ffmpeg -i piped.wav -f wav -) <(quiet_ffmpeg -i sound.wav -f wav -)
 decoding=
 unset NYX_OPEN_ENGINES
 use_no_engines

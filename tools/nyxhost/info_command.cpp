@@ -32,20 +32,20 @@ void PrintStreams(const ClipFacts& facts) {
     const PictureFacts picture = PictureFactsOf(facts.video);
     const ContainerFacts& container = facts.container;
     Print(facts.path + ": " + facts.description + "\n");
-    Print("picture: " + OrderText(picture) + ", " + AspectText(picture) +
-          Format(", %.1f Mbit/s, packets up to %lu bytes\n", head.dwBitRate / 1e6,
-                 facts.video.Header().biSizeImage));
-    for (const AudioFacts& stream : facts.audio) {
-        Print("audio: " + DescribeAudio(stream.type) + "\n");
+    const std::pair<const char*, const std::string&> names[] = {
+        {"container", container.container}, {"reel", container.reel}, {"clip", container.clip}};
+    for (const auto& [name, text] : names) {
+        Print(text.empty() ? "" : name + (": " + text) + "\n");
     }
     if (container.start) {
         Print("timecode: " + TimecodeText(*container.start) +
               (container.startFromFrame ? ", from the first frame\n" : ", from the container\n"));
     }
-    const std::pair<const char*, const std::string&> names[] = {
-        {"container", container.container}, {"reel", container.reel}, {"clip", container.clip}};
-    for (const auto& [name, text] : names) {
-        Print(text.empty() ? "" : name + (": " + text) + "\n");
+    Print("picture: " + OrderText(picture) + ", " + AspectText(picture) +
+          Format(", %.1f Mbit/s, packets up to %lu bytes\n", head.dwBitRate / 1e6,
+                 facts.video.Header().biSizeImage));
+    for (const AudioFacts& stream : facts.audio) {
+        Print("audio: " + DescribeAudio(stream.type) + "\n");
     }
 }
 
@@ -87,7 +87,7 @@ void PrintSummary(const ClipFacts& facts, const TapeSummary& summary) {
     for (const TapeEvent& event : summary.Events()) {
         std::string text = event.before + (event.after.empty() ? "" : " -> ") + event.after;
         if (event.after.empty()) {
-            text = Format("%ld frames", event.frames) +
+            text = Format(event.frames == 1 ? "%ld frame" : "%ld frames", event.frames) +
                    (event.blocks > 0 ? Format(", %zu blocks", event.blocks) : "");
         }
         Print(Format("%6ld  %-10s ", event.frame, event.kind) + text + "\n");

@@ -18,14 +18,20 @@ Json TextOrNull(const std::string& text) {
     return text.empty() || text == "0:0" ? Json() : Json(text);
 }
 
-/// A value and who says so: the picture itself, else the container.
-Json Statement(const std::string& container, const std::string& frame) {
-    const bool byFrame = !TextOrNull(frame).is_null();
-    const Json value = TextOrNull(byFrame ? frame : container);
-    return {{"value", value},
-            {"says", value.is_null() ? Json() : Json(byFrame ? "frame" : "container")},
-            {"container", TextOrNull(container)},
-            {"frame", TextOrNull(frame)}};
+/// A value and who says so. The DV frame's own data come first, then the container; the decoder may
+/// have assumed its value.
+Json Statement(const std::string& frame, const std::string& container, const std::string& decoder) {
+    Json statement = {{"value", nullptr}, {"says", nullptr}};
+    const std::pair<const char*, const std::string&> sources[] = {
+        {"frame", frame}, {"container", container}, {"decoder", decoder}};
+    for (const auto& [name, text] : sources) {
+        statement[name] = TextOrNull(text);
+        if (statement["value"].is_null() && !statement[name].is_null()) {
+            statement["value"] = statement[name];
+            statement["says"] = name;
+        }
+    }
+    return statement;
 }
 
 Json TimecodeJson(const ContainerFacts& facts) {
@@ -61,30 +67,29 @@ Json VideoJson(const ClipFacts& facts) {
     const BITMAPINFOHEADER& header = facts.video.Header();
     const auto [frames, seconds] = RateOf(facts.video);
     const PictureFacts container = PictureFactsOf(facts.video);
-    std::string order;
-    std::string aspect;
+    PictureFacts frame;
+    PictureFacts decoder;
     if (!facts.frames.empty()) {
         const FrameFacts& first = facts.frames.begin()->second;
-        // The same with and without a decoder.
         if (first.dv && first.dv->format.fourCC != -1) {
-            order = FieldOrderName(first.dv->format.fieldOrder);
-            aspect = DvAspectName(first.dv->format);
-        } else if (first.picture) {
-            order = FieldOrderName(first.picture->fieldOrder);
-            aspect = first.picture->aspect;
+            frame.fieldOrder = first.dv->format.fieldOrder;
+            frame.aspect = DvAspectName(first.dv->format);
         }
+        decoder = first.picture.value_or(decoder);
     }
-    return {{"fourcc", FourCCText(header.biCompression)},
-            {"width", header.biWidth},
-            {"height", header.biHeight},
-            {"bits_per_pixel", header.biBitCount},
-            {"rate", Format("%ld/%ld", frames, seconds)},
-            {"frames", facts.frameCount},
-            {"bits_per_second",
-             reinterpret_cast<const VIDEOINFOHEADER*>(facts.video.pbFormat)->dwBitRate},
-            {"max_packet_bytes", header.biSizeImage},
-            {"scan", Statement(FieldOrderName(container.fieldOrder), order)},
-            {"aspect", Statement(container.aspect, aspect)}};
+    return {
+        {"fourcc", FourCCText(header.biCompression)},
+        {"width", header.biWidth},
+        {"height", header.biHeight},
+        {"bits_per_pixel", header.biBitCount},
+        {"rate", Format("%ld/%ld", frames, seconds)},
+        {"frames", facts.frameCount},
+        {"bits_per_second",
+         reinterpret_cast<const VIDEOINFOHEADER*>(facts.video.pbFormat)->dwBitRate},
+        {"max_packet_bytes", header.biSizeImage},
+        {"scan", Statement(FieldOrderName(frame.fieldOrder), FieldOrderName(container.fieldOrder),
+                           FieldOrderName(decoder.fieldOrder))},
+        {"aspect", Statement(frame.aspect, container.aspect, decoder.aspect)}};
 }
 
 Json AudioJson(const ClipFacts& facts) {
