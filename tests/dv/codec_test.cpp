@@ -295,7 +295,7 @@ TEST(DvDescription, HasDatesOfBothCenturiesButNoInvalidOnes) {
             frame.SetPackByte(0x62, i, static_cast<BYTE>(date >> (4 - i) * 8));
         }
         const std::string described =
-            host::DescribeDvFrame(host::ReadDvFacts(frame.data(), frame.size()));
+            host::DescribeDvFrame(host::ReadDvFrame(frame.data(), frame.size()));
         EXPECT_NE(described.find(std::string("recorded ") + text + "07:08:09"), described.npos)
             << described;
     }

@@ -46,6 +46,6 @@ for block in 1507 1524 3149; do # of 1500 a frame
     printf '\x2f' | dd of=reel.dv bs=1 seek=$((80 * block + 3)) conv=notrunc status=none
 done
 run 0 info reel.dv --summary
-says "1  damage     2 frames, 3 blocks" "5  timecode   01:03:00;03 -> 01:02:03;04" "16:9 (pixels 864:720) -> DVCPRO25"
+says "1  damage     frames: 2, blocks: 3" "5  timecode   01:03:00;03 -> 01:02:03;04" "16:9 (pixels 864:720) -> DVCPRO25"
 holds "its events" diff - <(document 0 "[(e['event'], e['frame']) for e in d['summary']['events']]" reel.dv --summary) \
     <<<"[('damage', 1), ('timecode', 5), ('recording', 5), ('picture', 5)]"

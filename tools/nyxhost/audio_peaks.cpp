@@ -1,6 +1,7 @@
 #include "audio_peaks.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -9,47 +10,24 @@
 
 namespace nyx::host {
 
-AudioPeaks::AudioPeaks(const MediaType& type) : isReal_(type.subtype == MEDIASUBTYPE_IEEE_FLOAT) {
+void MeasurePeaks(const MediaType& type, IMediaSample& sample, std::vector<double>* peaks) {
     const auto& wave = *reinterpret_cast<const WAVEFORMATEX*>(type.pbFormat);
-    sampleBytes_ = wave.wBitsPerSample / 8u;
-    peaks_.resize(wave.nChannels);
-}
-
-/// Little-endian integers move to the top of a word.
-double AudioPeaks::ValueAt(const BYTE* sample) const {
-    if (isReal_ && sampleBytes_ == sizeof(double)) {
-        double value = 0;
-        std::memcpy(&value, sample, sizeof(value));
-        return value;
-    }
-    std::uint32_t word = 0;
-    const std::size_t bytes = std::min(sampleBytes_, sizeof(word));
-    std::memcpy(reinterpret_cast<BYTE*>(&word) + sizeof(word) - bytes, sample, bytes);
-    if (isReal_) {
-        float value = 0;
-        std::memcpy(&value, &word, sizeof(value));
-        return value;
-    }
-    return static_cast<std::int32_t>(word) / 2147483648.0;
-}
-
-void AudioPeaks::Measure(IMediaSample& sample) {
-    const BYTE* data = DataOf(sample);
-    const std::size_t frameBytes = sampleBytes_ * peaks_.size();
+    const std::size_t bytes = wave.wBitsPerSample / 8u;
     const auto size = static_cast<std::size_t>(sample.GetActualDataLength());
-    for (std::size_t at = 0; frameBytes != 0 && at + frameBytes <= size; at += frameBytes) {
-        for (std::size_t channel = 0; channel < peaks_.size(); ++channel) {
-            const double value = std::abs(ValueAt(data + at + channel * sampleBytes_));
-            peaks_[channel] = std::max(peaks_[channel], value);
-        }
+    peaks->resize(wave.nChannels);
+    if (peaks->empty() || bytes == 0 || bytes > sizeof(std::uint32_t)) {
+        return;
     }
-}
-
-std::vector<double> AudioPeaks::Decibels() const {
-    std::vector<double> decibels = peaks_;
-    std::ranges::transform(decibels, decibels.begin(),
-                           [](double peak) { return 20 * std::log10(peak); });
-    return decibels;
+    const BYTE* data = DataOf(sample);
+    for (std::size_t i = 0; (i + 1) * bytes <= size; ++i) {
+        std::uint32_t word = 0;  // a little-endian integer moves to its top
+        std::memcpy(reinterpret_cast<BYTE*>(&word) + sizeof(word) - bytes, data + i * bytes, bytes);
+        const double value = type.subtype == MEDIASUBTYPE_IEEE_FLOAT
+                                 ? std::bit_cast<float>(word)
+                                 : static_cast<std::int32_t>(word) / 2147483648.0;
+        double& peak = (*peaks)[i % peaks->size()];
+        peak = std::max(peak, std::abs(value));
+    }
 }
 
 }  // namespace nyx::host

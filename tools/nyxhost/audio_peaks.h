@@ -6,24 +6,9 @@
 
 namespace nyx::host {
 
-/// Measures the highest sample of each channel of a stream of PCM. For one thread at a time.
-class AudioPeaks {
-  public:
-    /// `type` has a WAVEFORMATEX block: 16, 24 or 32-bit integers, or floating-point numbers.
-    explicit AudioPeaks(const MediaType& type);
-
-    /// Takes the whole samples of all channels in `sample` into account.
-    void Measure(IMediaSample& sample);
-
-    /// One per channel in dB below full scale; minus infinity for silence.
-    std::vector<double> Decibels() const;
-
-  private:
-    double ValueAt(const BYTE* sample) const;
-
-    std::size_t sampleBytes_;
-    bool isReal_;
-    std::vector<double> peaks_;  ///< 1 is full scale
-};
+/// Raises `peaks`, one per channel, to the highest values in a sample of PCM, where 1 is full
+/// scale. `type` has a WAVEFORMATEX block: integers or floating-point numbers of up to 4 bytes; any
+/// others change nothing.
+void MeasurePeaks(const MediaType& type, IMediaSample& sample, std::vector<double>* peaks);
 
 }  // namespace nyx::host

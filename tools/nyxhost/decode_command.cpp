@@ -5,8 +5,8 @@
 #include "clip_options.h"
 #include "commands.h"
 #include "console.h"
-#include "frame_hash.h"
 #include "graph_tools.h"
+#include "md5.h"
 #include "output_file.h"
 #include "picture.h"
 #include "png_writer.h"
@@ -33,14 +33,20 @@ class FrameOutputs {
         : square_(options.square), first_(graph.Clip().FrameAt(options.clip.graph.from)) {
         const PictureFormat& format = *options.clip.graph.format;
         if (options.hash) {
-            hash_ = std::make_unique<FrameHash>(graph.ConnectedType(),
-                                                RateOf(graph.Clip().Video().type));
+            const auto [frames, seconds] = RateOf(graph.Clip().Video().type);
+            const BITMAPINFOHEADER& header = graph.ConnectedType().Header();
+            hashes_ = std::make_unique<OutputFile>(kStandardOutput);
+            PutHash(
+                Format("#format: frame checksums\n#version: 2\n#hash: MD5\n#tb 0: %ld/%ld\n"
+                       "#media_type 0: video\n#codec_id 0: rawvideo\n#dimensions 0: %ldx%ld\n"
+                       "#stream#, dts,        pts, duration,     size, hash\n",
+                       seconds, frames, header.biWidth, std::labs(header.biHeight)));
         }
         if (!options.rawFile.empty()) {
             raw_ = std::make_unique<OutputFile>(options.rawFile);
         }
         if (!options.folder.empty() ||
-            (raw_ == nullptr && hash_ == nullptr && options.audioFile.empty())) {
+            (raw_ == nullptr && hashes_ == nullptr && options.audioFile.empty())) {
             if (format.compression != BI_RGB) {
                 throw Failure(ExitCode::kUsage, "PNG pictures need an RGB format; write " +
                                                     std::string(format.name) + " with --raw");
@@ -59,8 +65,8 @@ class FrameOutputs {
         if (raw_ != nullptr) {
             raw_->Write(data, static_cast<DWORD>(size));
         }
-        if (hash_ != nullptr) {
-            hash_->Write(frame.index - first_, frame.type, data, static_cast<std::size_t>(size));
+        if (hashes_ != nullptr) {
+            WriteHash(frame, data, static_cast<std::size_t>(size));
         }
         if (png_ != nullptr) {
             png_->Write(prefix_ + Format("%05ld.png", frame.index), frame.type, data,
@@ -79,10 +85,28 @@ class FrameOutputs {
     std::string PictureNames() const { return png_ != nullptr ? prefix_ + "*.png" : ""; }
 
   private:
+    /// A line of ffmpeg's "framemd5" format: times count frames from the first one. YUY2 is hashed
+    /// as delivered, RGB as rows from the top without padding, B G R, or B G R A in argb32.
+    void WriteHash(const ArrivedFrame& frame, const BYTE* data, std::size_t size) const {
+        Picture picture;
+        if (frame.type.subtype != MEDIASUBTYPE_YUY2) {
+            picture = MakePicture(frame.type, data, size);
+            data = picture.pixels.data();
+            size = picture.pixels.size();
+        }
+        const LONG time = frame.index - first_;
+        PutHash(Format("0, %10ld, %10ld, %8d, %8zu, ", time, time, 1, size) + Md5Of(data, size) +
+                "\n");
+    }
+
+    void PutHash(const std::string& text) const {
+        hashes_->Write(text.data(), static_cast<DWORD>(text.size()));
+    }
+
     const bool square_;
     const LONG first_;  ///< number of the first frame
     std::unique_ptr<OutputFile> raw_;
-    std::unique_ptr<FrameHash> hash_;
+    std::unique_ptr<OutputFile> hashes_;
     std::unique_ptr<PngWriter> png_;
     std::string prefix_;
 };

@@ -1,14 +1,13 @@
 #include "dv_description.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdint>
+#include <optional>
 #include <span>
 
 #include "dv/dif_layout.h"
 #include "dv/dif_parser.h"
 #include "text.h"
-#include "timecode.h"
 
 namespace nyx::host {
 namespace {
@@ -50,15 +49,34 @@ const char* NameOf(LONG code, std::span<const CodeName> names) {
     return found != names.end() ? found->name : "";
 }
 
-bool IsRecordedAlike(const DvAudio& a, const AudioRecord& b) {
-    return a.samplesPerSecond == b.sampleRate && a.bits == b.bitsPerSample &&
-           a.samples == std::max<LONG>(b.samplesPerFrame, 0) && a.locked == (b.locked != 0);
+/// The nominal aspect. Recorded lines are a little wider than the picture, so the exact aspect of a
+/// 4:3 picture is 27:20.
+const char* PictureAspectName(const FormatRecord& format) {
+    constexpr std::int64_t kBetween4By3And16By9 = 155;  // hundredths
+    const std::int64_t x = std::int64_t{format.codedWidth} * format.pixelAspectX;
+    const std::int64_t y = std::int64_t{format.codedHeight} * format.pixelAspectY;
+    return 100 * x < kBetween4By3And16By9 * y ? "4:3" : "16:9";
+}
+
+Json PictureOf(const FormatRecord& format) {
+    if (format.fourCC == -1) {
+        return {};
+    }
+    return {
+        {"variant", NameOf(format.formatCode, kVariants)},
+        {"system", format.systemRate == 60 ? "525/60" : "625/50"},
+        {"width", format.codedWidth},
+        {"height", format.codedHeight},
+        {"rate", Format("%ld/%ld", long{format.frameRateNum}, long{format.frameRateDen})},
+        {"scan", FieldOrderName(format.fieldOrder)},
+        {"aspect", PictureAspectName(format)},
+        {"pixel_aspect", Format("%ld:%ld", long{format.pixelAspectX}, long{format.pixelAspectY})}};
 }
 
 /// Groups channels that are recorded alike. A pack that replaces a missing one is in two slots and
 /// counts once.
-std::vector<DvAudio> AudioGroups(const DifState& state) {
-    std::vector<DvAudio> groups;
+Json AudioOf(const DifState& state) {
+    std::vector<std::pair<Json, LONG>> groups;  // and their channels
     for (std::size_t slot = 0; slot < kAudioSlots; ++slot) {
         const AudioRecord& record = state.audio[slot];
         const auto earlier = state.audioSource.begin() + static_cast<std::ptrdiff_t>(slot);
@@ -66,73 +84,55 @@ std::vector<DvAudio> AudioGroups(const DifState& state) {
             std::find(state.audioSource.begin(), earlier, *earlier) != earlier) {
             continue;
         }
-        auto group = std::ranges::find_if(
-            groups, [&](const DvAudio& other) { return IsRecordedAlike(other, record); });
+        const Json recorded = {{"samples_per_second", record.sampleRate},
+                               {"bits_per_sample", record.bitsPerSample},
+                               {"samples", std::max<LONG>(record.samplesPerFrame, 0)},
+                               {"locked", record.locked != 0}};
+        auto group = std::ranges::find(groups, recorded, &std::pair<Json, LONG>::first);
         if (group == groups.end()) {
-            group = groups.insert(group, {.samplesPerSecond = record.sampleRate,
-                                          .bits = record.bitsPerSample,
-                                          .samples = std::max<LONG>(record.samplesPerFrame, 0),
-                                          .locked = record.locked != 0});
+            group = groups.emplace(group, recorded, 0);
         }
-        group->channels += record.channels;
+        group->second += record.channels;
     }
-    return groups;
+    Json audio = Json::array();
+    for (auto& [group, channels] : groups) {
+        group["channels"] = channels;
+        audio.push_back(std::move(group));
+    }
+    return audio;
 }
 
-/// Hours, minutes and seconds of a time or timecode pack.
-std::optional<NyxTimecode> ClockOf(LONG payload) {
+/// Empty for -1 and for digits outside a clock's range.
+std::string ClockText(LONG payload) {
     const auto hours = Digits(PayloadByte(payload, 3), 0x3F, 0, 23);
     const auto minutes = Digits(PayloadByte(payload, 2), 0x7F, 0, 59);
     const auto seconds = Digits(PayloadByte(payload, 1), 0x7F, 0, 59);
     if (!hours || !minutes || !seconds) {
-        return std::nullopt;
+        return {};
     }
-    return NyxTimecode{.hours = static_cast<WORD>(*hours),
-                       .minutes = static_cast<WORD>(*minutes),
-                       .seconds = static_cast<WORD>(*seconds),
-                       .frames = 0,
-                       .framesPerSecond = 0,
-                       .dropFrame = 0};
+    return Format("%02u:%02u:%02u", *hours, *minutes, *seconds);
 }
 
-/// The pack counts 25 or 30 pictures a second, above 30 pictures pairs of them.
-std::optional<NyxTimecode> TimecodeOf(LONG payload, const FormatRecord& format) {
+std::string TimecodeText(LONG payload) {
     constexpr unsigned kDropFrame = 0x40;
     const unsigned first = PayloadByte(payload, 0);
     const auto frames = Digits(first, 0x3F, 0, 29);
-    std::optional<NyxTimecode> timecode = ClockOf(payload);
-    if (!timecode || !frames) {
-        return std::nullopt;
+    const std::string clock = ClockText(payload);
+    if (payload == -1 || !frames || clock.empty()) {
+        return {};
     }
-    timecode->frames = static_cast<WORD>(*frames);
-    timecode->framesPerSecond = format.systemRate == 50 ? 25 : 30;
-    timecode->dropFrame = (first & kDropFrame) != 0 ? 1 : 0;
-    return timecode;
+    return clock + Format((first & kDropFrame) ? ";%02u" : ":%02u", *frames);
 }
 
-/// Fills in date and time. Years from 75 on are 19xx.
-void ReadRecording(CLvtDifParser& parser, DvFacts* facts) {
-    const LONG date = parser.GetRecDatePack();
-    const auto day = Digits(PayloadByte(date, 1), 0x3F, 1, 31);
-    const auto month = Digits(PayloadByte(date, 2), 0x1F, 1, 12);
-    const auto year = Digits(PayloadByte(date, 3), 0xFF, 0, 99);
-    const auto clock = ClockOf(parser.GetRecTimePack());
-    if (clock) {
-        facts->time = TimecodeText(*clock).substr(0, 8);
-    }
+/// Years from 75 on are 19xx.
+std::string RecordingDateText(LONG payload) {
+    const auto day = Digits(PayloadByte(payload, 1), 0x3F, 1, 31);
+    const auto month = Digits(PayloadByte(payload, 2), 0x1F, 1, 12);
+    const auto year = Digits(PayloadByte(payload, 3), 0xFF, 0, 99);
     if (!day || !month || !year) {
-        return;
+        return {};
     }
-    const int whole = static_cast<int>(*year) + (*year < 75 ? 2000 : 1900);
-    facts->date = Format("%04d-%02u-%02u", whole, *month, *day);
-    if (clock) {
-        using namespace std::chrono;
-        const sys_days midnight{std::chrono::year{whole} / static_cast<int>(*month) /
-                                static_cast<int>(*day)};
-        facts->recordedAt = (midnight.time_since_epoch() + hours{clock->hours} +
-                             minutes{clock->minutes} + seconds{clock->seconds}) /
-                            seconds{1};
-    }
+    return Format("%04u-%02u-%02u", *year + (*year < 75 ? 2000 : 1900), *month, *day);
 }
 
 /// Video blocks whose STA, the upper four bits after the block's ID, is not 0 (IEC 61834-2, SMPTE
@@ -147,76 +147,72 @@ std::size_t CountDamagedBlocks(const void* frame, std::size_t size) {
     return damaged;
 }
 
+long long NumberIn(const Json& object, const char* key) {
+    return object[key].get<long long>();
+}
+
 }  // namespace
 
-const char* DvVariantName(const FormatRecord& format) {
-    return NameOf(format.formatCode, kVariants);
+Json FieldOrderName(LONG order) {
+    return TextOrNull(NameOf(order, kFieldOrders));
 }
 
-// Recorded lines are a little wider than the picture, so the exact aspect of a 4:3 picture is
-// 27:20.
-const char* DvAspectName(const FormatRecord& format) {
-    constexpr std::int64_t kBetween4By3And16By9 = 155;  // hundredths
-    const std::int64_t x = std::int64_t{format.codedWidth} * format.pixelAspectX;
-    const std::int64_t y = std::int64_t{format.codedHeight} * format.pixelAspectY;
-    return 100 * x < kBetween4By3And16By9 * y ? "4:3" : "16:9";
-}
-
-const char* FieldOrderName(LONG order) {
-    return NameOf(order, kFieldOrders);
-}
-
-DvFacts ReadDvFacts(const void* frame, std::size_t size) {
+Json ReadDvFrame(const void* frame, std::size_t size) {
     CLvtDifParser parser;
-    DvFacts facts;
-    facts.recognised = SUCCEEDED(parser.Parse(frame, size));
-    facts.format = parser.State().format;
-    facts.audio = AudioGroups(parser.State());
-    facts.timecode = TimecodeOf(parser.GetTimecodePack(), facts.format);
-    ReadRecording(parser, &facts);
-    facts.damagedBlocks = CountDamagedBlocks(frame, size);
-    return facts;
+    const bool recognised = SUCCEEDED(parser.Parse(frame, size));
+    return {{"recognised", recognised},
+            {"picture", PictureOf(parser.State().format)},
+            {"audio", AudioOf(parser.State())},
+            {"timecode", TextOrNull(TimecodeText(parser.GetTimecodePack()))},
+            {"recording_date", TextOrNull(RecordingDateText(parser.GetRecDatePack()))},
+            {"recording_time", TextOrNull(ClockText(parser.GetRecTimePack()))},
+            {"damaged_blocks", CountDamagedBlocks(frame, size)}};
 }
 
-std::string DvPictureText(const DvFacts& facts) {
-    const FormatRecord& format = facts.format;
-    if (format.fourCC == -1) {
+std::string DvPictureText(const Json& dv) {
+    const Json& picture = dv["picture"];
+    if (picture.is_null()) {
         return {};
     }
-    const std::string rate = Format(format.frameRateDen == 1 ? "%ld" : "%ld/%ld",
-                                    long{format.frameRateNum}, long{format.frameRateDen});
-    return Format("%s, %s, %ldx%ld, %s, %s, %s (pixels %ld:%ld)", DvVariantName(format),
-                  format.systemRate == 60 ? "525/60" : "625/50", long{format.codedWidth},
-                  long{format.codedHeight}, rate.c_str(), FieldOrderName(format.fieldOrder),
-                  DvAspectName(format), long{format.pixelAspectX}, long{format.pixelAspectY});
+    const auto text = [&picture](const char* key) { return TextOf(picture[key]); };
+    return text("variant") + ", " + text("system") +
+           Format(", %lldx%lld, ", NumberIn(picture, "width"), NumberIn(picture, "height")) +
+           text("rate") + ", " + text("scan") + ", " + text("aspect") + " (pixels " +
+           text("pixel_aspect") + ")";
 }
 
-std::string DvAudioText(const std::vector<DvAudio>& audio) {
+std::string DvAudioText(const Json& dv, bool withSamples) {
     std::string text;
-    for (const DvAudio& group : audio) {
+    for (const Json& group : dv["audio"]) {
+        const long long channels = NumberIn(group, "channels");
+        const long long samples = withSamples ? NumberIn(group, "samples") : 0;
         text += text.empty() ? "" : "; ";
-        text += Format(group.channels == 1 ? "%ld channel" : "%ld channels", long{group.channels});
-        text += Format(", %ld Hz, %ld bits", long{group.samplesPerSecond}, long{group.bits});
-        text += group.samples > 0 ? Format(", %ld samples", long{group.samples}) : "";
-        text += group.locked ? ", locked" : ", unlocked";
+        text += Format(channels == 1 ? "%lld channel" : "%lld channels", channels);
+        text += Format(", %lld Hz, %lld bits", NumberIn(group, "samples_per_second"),
+                       NumberIn(group, "bits_per_sample"));
+        text += samples > 0 ? Format(", %lld samples", samples) : "";
+        text += group["locked"].get<bool>() ? ", locked" : ", unlocked";
     }
     return text;
 }
 
-std::string DvRecordingText(const DvFacts& facts) {
-    return facts.date + (facts.date.empty() || facts.time.empty() ? "" : " ") + facts.time;
+std::string DvRecordingText(const Json& dv) {
+    const std::string date = TextOf(dv["recording_date"]);
+    const std::string time = TextOf(dv["recording_time"]);
+    return date + (date.empty() || time.empty() ? "" : " ") + time;
 }
 
-std::string DescribeDvFrame(const DvFacts& facts) {
-    std::string text = facts.recognised ? "" : "not recognised";
+std::string DescribeDvFrame(const Json& dv) {
+    std::string text = dv["recognised"].get<bool>() ? "" : "not recognised";
     const auto add = [&text](const char* name, const std::string& part) {
         text += part.empty() ? "" : (text.empty() ? "" : "; ") + (name + part);
     };
-    add("", DvPictureText(facts));
-    add("", DvAudioText(facts.audio));
-    add("timecode ", facts.timecode ? TimecodeText(*facts.timecode) : "");
-    add("recorded ", DvRecordingText(facts));
-    add("", facts.damagedBlocks > 0 ? Format("%zu damaged blocks", facts.damagedBlocks) : "");
+    const long long damaged = NumberIn(dv, "damaged_blocks");
+    add("", DvPictureText(dv));
+    add("", DvAudioText(dv, true));
+    add("timecode ", TextOf(dv["timecode"]));
+    add("recorded ", DvRecordingText(dv));
+    add("damaged blocks: ", damaged > 0 ? std::to_string(damaged) : "");
     return text;
 }
 

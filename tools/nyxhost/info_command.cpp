@@ -1,13 +1,16 @@
 #include <CLI/CLI.hpp>
 
 #include <climits>
+#include <map>
 
-#include "clip_facts.h"
+#include "audio_peaks.h"
+#include "clip_options.h"
 #include "commands.h"
 #include "console.h"
-#include "info_json.h"
+#include "dv_description.h"
+#include "info_document.h"
+#include "tape_summary.h"
 #include "text.h"
-#include "timecode.h"
 
 namespace nyx::host {
 namespace {
@@ -18,124 +21,152 @@ struct InfoOptions {
     bool summary = false;
 };
 
-/// For a table: "unspecified" and "-" for unknown values.
-std::string OrderText(const PictureFacts& picture) {
-    return picture.fieldOrder == -1 ? "unspecified" : FieldOrderName(picture.fieldOrder);
-}
-std::string AspectText(const PictureFacts& picture) {
-    return picture.aspect.empty() ? "-" : picture.aspect;
-}
-
 /// Prints the file and its streams as the container describes them.
-void PrintStreams(const ClipFacts& facts) {
-    const auto& head = *reinterpret_cast<const VIDEOINFOHEADER*>(facts.video.pbFormat);
-    const PictureFacts picture = PictureFactsOf(facts.video);
-    const ContainerFacts& container = facts.container;
-    Print(facts.path + ": " + facts.description + "\n");
-    const std::pair<const char*, const std::string&> names[] = {
-        {"container", container.container}, {"reel", container.reel}, {"clip", container.clip}};
-    for (const auto& [name, text] : names) {
-        Print(text.empty() ? "" : name + (": " + text) + "\n");
-    }
-    if (container.start) {
-        Print("timecode: " + TimecodeText(*container.start) +
-              (container.startFromFrame ? ", from the first frame\n" : ", from the container\n"));
-    }
-    Print("picture: " + OrderText(picture) + ", " + AspectText(picture) +
-          Format(", %.1f Mbit/s, packets up to %lu bytes\n", head.dwBitRate / 1e6,
-                 facts.video.Header().biSizeImage));
-    for (const AudioFacts& stream : facts.audio) {
+void PrintStreams(const Footage& clip, const Json& document) {
+    const Json& video = document["video"];
+    Print(TextOf(document["file"]) + ": " + DescribeVideo(clip) + "\n");
+    Print("picture: " + TextOf(video["scan"]["container"], "unspecified") + ", " +
+          TextOf(video["aspect"]["container"], "-") +
+          Format(", %.1f Mbit/s, packets up to %lu bytes\n",
+                 video["bits_per_second"].get<double>() / 1e6,
+                 video["max_packet_bytes"].get<DWORD>()));
+    for (const SourceStream& stream : clip.Audio()) {
         Print("audio: " + DescribeAudio(stream.type) + "\n");
     }
-}
-
-std::string PictureText(const FrameFacts& frame) {
-    if (frame.refused) {
-        return "  could not be decoded: " + ResultText(*frame.refused);
+    for (const char* key : {"container", "reel", "clip"}) {
+        const std::string text = TextOf(document[key]);
+        Print(text.empty() ? "" : key + (": " + text) + "\n");
     }
-    if (!frame.picture) {
-        return {};
-    }
-    const PictureFacts& picture = *frame.picture;
-    const char* flag = !picture.field1First ? "-" : *picture.field1First ? "set" : "clear";
-    return Format("  %-12s 0x%02lX   %-9s %-6s%s", OrderText(picture).c_str(), picture.flags,
-                  AspectText(picture).c_str(), flag, picture.newType ? "  new type" : "");
-}
-
-void PrintFrames(const ClipFacts& facts) {
-    const bool decoded = !facts.decoder.empty();
-    Print("decoder: " + (decoded ? facts.decoder : "none") + "\n frame     bytes key");
-    Print(decoded ? "  field order  flags  aspect    field-1-first flag\n" : "\n");
-    for (const auto& [index, frame] : facts.frames) {
-        Print(Format("%6ld %9ld %-3s", index, long{frame.bytes}, frame.isKey ? "yes" : "no") +
-              PictureText(frame) + "\n");
-        if (frame.dv) {
-            Print("       " + DescribeDvFrame(*frame.dv) + "\n");
-        }
+    if (const Json& timecode = document["timecode"]; !timecode.is_null()) {
+        Print("timecode: " + TextOf(timecode["start"]) + ", from the " + TextOf(timecode["says"]) +
+              "\n");
     }
 }
 
-void PrintSummary(const ClipFacts& facts, const TapeSummary& summary) {
-    for (const AudioFacts& stream : facts.audio) {
-        std::string peaks;
-        for (const double peak : stream.peaks) {
-            peaks += Format(" %.2f", peak);
+void PrintFrames(const Json& document) {
+    const std::string decoder = TextOf(document["decoder"]);
+    Print("decoder: " + (decoder.empty() ? "none" : decoder) + "\n frame     bytes key");
+    Print(decoder.empty() ? "\n" : "  field order  flags  aspect    field-1-first flag\n");
+    for (const Json& frame : document["frames"]) {
+        Print(Format("%6ld %9ld %-3s", frame["number"].get<long>(), frame["bytes"].get<long>(),
+                     frame["key"].get<bool>() ? "yes" : "no"));
+        if (const Json picture = MemberOf(frame, "picture"); !picture.is_null()) {
+            const Json& flag = picture["field_1_first"];
+            Print(Format(
+                "  %-12s 0x%02lX   %-9s %-6s%s", TextOf(picture["scan"], "unspecified").c_str(),
+                picture["interlace_flags"].get<DWORD>(), TextOf(picture["aspect"], "-").c_str(),
+                flag.is_null() ? "-" : (flag.get<bool>() ? "set" : "clear"),
+                picture["new_type"].get<bool>() ? "  new type" : ""));
         }
-        Print("audio peaks in dB:" + peaks + "\n");
-    }
-    Print(summary.Events().empty() ? "" : " frame  event\n");
-    for (const TapeEvent& event : summary.Events()) {
-        std::string text = event.before + (event.after.empty() ? "" : " -> ") + event.after;
-        if (event.after.empty()) {
-            text = Format(event.frames == 1 ? "%ld frame" : "%ld frames", event.frames) +
-                   (event.blocks > 0 ? Format(", %zu blocks", event.blocks) : "");
+        const std::string error = TextOf(MemberOf(frame, "error"));
+        Print(error.empty() ? "\n" : "  could not be decoded: " + error + "\n");
+        if (frame.contains("dv")) {
+            Print("       " + DescribeDvFrame(frame["dv"]) + "\n");
         }
-        Print(Format("%6ld  %-10s ", event.frame, event.kind) + text + "\n");
     }
-    Print(Format("%ld frames of DV, %zu events, %zu damaged blocks in %ld frames\n",
-                 summary.Frames(), summary.Events().size(), summary.DamagedBlocks(),
-                 summary.DamagedFrames()));
 }
 
-ExitCode RunSummary(const InfoOptions& options) {
-    TapeSummary summary;
-    std::map<LONG, FrameFacts> first;
-    ClipFacts facts = ReadClip(options.clip, [&](LONG index, const FrameFacts& frame) {
-        if (frame.dv) {
-            summary.Add(index, *frame.dv);
-        }
-        if (first.empty()) {
-            first[index] = frame;
-        }
-    });
-    facts.frames = std::move(first);
-    if (options.json) {
-        Print(InfoJson(facts, &summary));
-    } else {
-        PrintStreams(facts);
-        PrintSummary(facts, summary);
+void PrintSummary(const Json& document) {
+    for (const Json& stream : document["audio"]) {
+        Print("audio peaks in dB: " + stream["peak_dbfs"].dump() + "\n");
     }
-    return ExitCode::kOk;
+    const Json& summary = document["summary"];
+    Print(" frame  event\n");
+    for (const Json& event : summary["events"]) {
+        std::string text =
+            TextOf(MemberOf(event, "before")) + " -> " + TextOf(MemberOf(event, "after"));
+        if (!event.contains("after")) {
+            text = "frames: " + event["frames"].dump();
+            text += event.contains("damaged_blocks") ? ", blocks: " + event["damaged_blocks"].dump()
+                                                     : "";
+        }
+        Print(Format("%6ld  %-10s ", event["frame"].get<long>(), TextOf(event["event"]).c_str()) +
+              text + "\n");
+    }
+    Print("frames of DV: " + summary["dv_frames"].dump() +
+          ", damaged: " + summary["damaged_frames"].dump() +
+          "; damaged blocks: " + summary["damaged_blocks"].dump() + "\n");
+}
+
+using Frames = std::map<LONG, Json>;
+
+/// The frame's entry, also when no packet of it has been read.
+Json& EntryOf(Frames* frames, LONG number) {
+    const auto [entry, added] = frames->try_emplace(number);
+    if (added) {
+        entry->second = {{"number", number}, {"bytes", 0}, {"key", false}};
+    }
+    return entry->second;
+}
+
+/// Decodes the frames, adds their pictures to `frames` and the decoder to `document`.
+ExitCode ReadPictures(const ClipOptions& clip, Frames* frames, Json* document) {
+    try {
+        PlaybackGraph graph(clip.path, clip.graph, [frames](const ArrivedFrame& frame) {
+            EntryOf(frames, frame.index)["picture"] = DescribePicture(frame);
+        });
+        const PassResult result = graph.Play("decoding");
+        for (const LostFrame& frame : result.lost) {
+            EntryOf(frames, frame.index)["error"] = ResultText(frame.result);
+        }
+        document->update({{"decoder", graph.DecoderName()}, {"problem", nullptr}});
+        return ReportLostFrames(result, "decoded");
+    } catch (const Failure& failure) {
+        // Without a decoder the packets are still described.
+        if (failure.Code() != ExitCode::kNoDecoder && failure.Code() != ExitCode::kRefused &&
+            failure.Code() != ExitCode::kNoEngine) {
+            throw;
+        }
+        document->update({{"decoder", nullptr}, {"problem", failure.what()}});
+        return failure.Code();
+    }
 }
 
 ExitCode RunInfo(const InfoOptions& options) {
-    if (options.summary) {
-        return RunSummary(options);
-    }
-    std::map<LONG, FrameFacts> frames;
-    ClipFacts facts = ReadClip(options.clip, [&frames](LONG index, FrameFacts frame) {
-        frames[index] = std::move(frame);
+    Frames frames;
+    TapeSummary summary;
+    PlaybackGraph::Options packets = options.clip.graph;
+    packets.packets = true;
+    PlaybackGraph graph(options.clip.path, packets, [&](const ArrivedFrame& frame) {
+        Json packet = DescribePacket(frame);
+        if (options.summary && packet.contains("dv")) {
+            summary.Add(frame.index, packet["dv"]);
+        }
+        if (!options.summary || frames.empty()) {
+            frames[frame.index] = std::move(packet);
+        }
     });
-    facts.frames = std::move(frames);
-    const ExitCode code = ReadPictures(options.clip, &facts);
-    if (options.json) {
-        Print(InfoJson(facts, nullptr));
-    } else {
-        PrintStreams(facts);
-        PrintFrames(facts);
+    std::vector<std::vector<double>> peaks(graph.Clip().Audio().size());
+    for (std::size_t i = 0; i < peaks.size(); ++i) {
+        const SourceStream& stream = graph.Clip().Audio()[i];
+        graph.AddAudioSink(stream, [&stream, &peak = peaks[i]](IMediaSample& sample) {
+            MeasurePeaks(stream.type, sample, &peak);
+        });
     }
-    if (!facts.problem.empty()) {
-        PrintError(facts.problem);
+    graph.Play("reading");
+    Json document = DescribeClip(options.clip.path, graph.Clip());
+    for (std::size_t i = 0; i < peaks.size(); ++i) {
+        document["audio"][i]["peak_dbfs"] = DescribePeaks(peaks[i]);
+    }
+    ExitCode code = ExitCode::kOk;
+    if (options.summary) {
+        document["summary"] = summary.Document();
+    } else {
+        code = ReadPictures(options.clip, &frames, &document);
+        Json& all = document["frames"] = Json::array();
+        for (const auto& [number, frame] : frames) {
+            all.push_back(frame);
+        }
+    }
+    StateScanAndAspect(&document["video"], frames.empty() ? Json() : frames.begin()->second);
+    if (options.json) {
+        Print(document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+    } else {
+        PrintStreams(graph.Clip(), document);
+        options.summary ? PrintSummary(document) : PrintFrames(document);
+    }
+    if (const std::string problem = TextOf(MemberOf(document, "problem")); !problem.empty()) {
+        PrintError(problem);
     }
     return code;
 }
