@@ -50,7 +50,7 @@ for place in engines x64/engines licences; do
     text "$root/build/libavcodec/COPYING.LGPLv2.1" "$place/LGPL-2.1.txt"
     text "$here/source-offer.txt.in" "$place/SOURCE.txt"
 done
-for package in mingw-w64-common libcli11-dev; do
+for package in mingw-w64-common libcli11-dev nlohmann-json3-dev; do
     text "/usr/share/doc/$package/copyright" "licences/$package.txt"
 done
 cp "$root"/scripts/{engines,lib.sh,packages.sh,emulation.sh} "$stage/licences/scripts/"

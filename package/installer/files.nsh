@@ -21,6 +21,7 @@
   !insertmacro ${DO} licences\SOURCE.txt
   !insertmacro ${DO} licences\libcli11-dev.txt
   !insertmacro ${DO} licences\mingw-w64-common.txt
+  !insertmacro ${DO} licences\nlohmann-json3-dev.txt
   !insertmacro ${DO} licences\scripts\emulation.sh
   !insertmacro ${DO} licences\scripts\engines
   !insertmacro ${DO} licences\scripts\lib.sh

@@ -23,6 +23,10 @@ holds "the frame at a time is the second one" cmp -s part.raw <(tail -c $(stat -
 holds "one picture under its name" test "$(ls 'Bilder 図')" = 'Änderung 変-rgb24-00001.png'
 quiet_ffmpeg -i 'Bilder 図/Änderung 変-rgb24-00001.png' -f rawvideo -pix_fmt bgr24 -vf vflip png.raw
 holds "a PNG holds the sample's pixels" cmp -s png.raw <(tail -c $((722 * 50 * 3)) part.raw)
+holds "its hash is ffmpeg's" diff <(run_nyxhost decode zoneplate-722.avi --from 1f --hash 2>/dev/null | tail -n 1) \
+    <(quiet_ffmpeg -i 'Bilder 図/Änderung 変-rgb24-00001.png' -pix_fmt bgr24 -f framemd5 - | tail -n 1)
+run 0 decode clip.avi --frames 1 --square --out square
+holds "4:3 on square pixels" test "$(ffprobe -v error -show_entries stream=width,height -of csv=p=0 square/*)" = 648,486
 
 # Times beyond 2^31 units of 100 ns, and an end before the clip's.
 make_q210 natural 48 16 1/1 222 long

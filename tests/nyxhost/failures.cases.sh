@@ -30,6 +30,7 @@ done <<TABLE
 1|decode clip.avi --frmaes 2|unknown option --frmaes; did you mean --frames?
 1|decode clip.avi --format yv12|yv12
 1|decode clip.avi --from soon|--from
+1|decode clip.avi --raw - --hash|only one of
 1|encode pictures.raw none.avi --rgb24 --size 720x480|need
 1|encode pictures.raw none.avi --rgb24 --size 720x480 --rate 25/0|--rate
 1|encode pictures.raw none.avi --rgb24 --quant 3 $raw|--quant
@@ -76,9 +77,11 @@ for output in "decode tape.dv --raw" "decode tape.dv --audio" "decode clip.avi -
     rm -rf full
 done
 ulimit -Sf unlimited
-code=0
-run_nyxhost list >/dev/full 2>&1 || code=$?
-holds "a full standard output is reported" test $code = 7
+for arguments in list "decode clip.avi --raw -"; do
+    code=0
+    run_nyxhost $arguments >/dev/full 2>said || code=$?
+    holds "a full standard output is reported" test $code = 7
+done
 
 use_no_engines
 for arguments in "encode clip.avi none.avi" properties "decode tape.dv" "render tape.mxf"; do

@@ -46,6 +46,19 @@ for file in DV25-625.avi DV25-525.mov DVCPROHD-1080i60.mov v210-720.avi; do
     run 0 render $file
     says "filter: Nyx $(tr a-z A-Z <<<"${file##*.}") Footage Splitter" "2 pictures"
 done
+hashes() { grep -v '^#'; }
+quiet_hash() { quiet_ffmpeg "$@" -f framemd5 - | hashes; }
+for file in D10-525.gxf DVCPRO50-525.mxf; do
+    [[ $file != D10* ]] || crop=crop=720:486:0:26,
+    holds "ffmpeg's hashes of $file" diff <(run_nyxhost decode "$file" --format yuy2 --hash 2>/dev/null | hashes) \
+        <(quiet_hash $decoding -i "$file" -map v -vf "${crop:-}format=yuyv422")
+    crop=
+done
+run_nyxhost decode DVCPRO50-525.mxf --format yuy2 --raw - >piped 2>said
+run 0 decode DVCPRO50-525.mxf --format yuy2 --raw samples --audio sound.wav
+holds "the standard output has the file's bytes" cmp piped samples
+run_nyxhost decode DVCPRO50-525.mxf --audio - 2>said | cat >piped.wav
+holds "a piped WAV file has the same audio" cmp <(quiet_ffmpeg -i piped.wav -f wav -) <(quiet_ffmpeg -i sound.wav -f wav -)
 decoding=
 unset NYX_OPEN_ENGINES
 use_no_engines

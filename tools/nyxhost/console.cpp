@@ -21,6 +21,7 @@ bool IsConsole(HANDLE handle) {
 }
 
 constinit std::atomic<bool> interrupted{false};
+constinit std::atomic<bool> outputIsData{false};
 
 BOOL WINAPI OnControl(DWORD) {
     interrupted = true;
@@ -58,7 +59,19 @@ void WriteTagged(std::string_view tag, WORD colour, std::string_view message) {
 
 }  // namespace
 
+void UseStandardOutputForData() {
+    if (IsConsole(GetStdHandle(STD_OUTPUT_HANDLE))) {
+        throw Failure(ExitCode::kUsage,
+                      "the standard output is a console: send it to a pipe or file");
+    }
+    outputIsData = true;
+}
+
 void Print(std::string_view text) {
+    if (outputIsData) {
+        PrintAside(text);
+        return;
+    }
     Check(Write(GetStdHandle(STD_OUTPUT_HANDLE), text) ? S_OK : LastError(),
           "cannot write to standard output", ExitCode::kOutput);
 }

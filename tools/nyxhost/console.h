@@ -9,6 +9,10 @@ namespace nyx::host {
 /// file. Failure kOutput when part of it cannot be written.
 void Print(std::string_view text);
 
+/// From now on the standard output carries a command's data and Print() writes to the standard
+/// error. Failure kUsage when the standard output is a console.
+void UseStandardOutputForData();
+
 /// Writes to the standard error in the same way; ignores failures.
 void PrintAside(std::string_view text);
 

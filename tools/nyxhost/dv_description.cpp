@@ -5,6 +5,7 @@
 #include <optional>
 #include <span>
 
+#include "dv/dif_layout.h"
 #include "dv/dif_parser.h"
 #include "text.h"
 
@@ -40,7 +41,7 @@ constexpr CodeName kVariants[] = {{kFormatDv25, "DV25"},
                                   {kFormatDvcProHd1080Type15, "DVCPRO HD 1080i, signal type 0x15"},
                                   {kFormatDvcProHd720, "DVCPRO HD 720p"}};
 constexpr CodeName kFieldOrders[] = {
-    {0, "top field first"}, {1, "bottom field first"}, {2, "progressive"}};
+    {0, "top first"}, {1, "bottom first"}, {kProgressiveOrder, "progressive"}};
 
 /// The name of a code; empty for an unknown one.
 const char* NameOf(LONG code, std::span<const CodeName> names) {
@@ -57,59 +58,48 @@ const char* PictureAspectName(const FormatRecord& format) {
     return 100 * x < kBetween4By3And16By9 * y ? "4:3" : "16:9";
 }
 
-std::string PictureText(const FormatRecord& format) {
+Json PictureOf(const FormatRecord& format) {
     if (format.fourCC == -1) {
         return {};
     }
-    const std::string rate = Format(format.frameRateDen == 1 ? "%ld" : "%ld/%ld",
-                                    long{format.frameRateNum}, long{format.frameRateDen});
-    return Format("%s, %s, %ldx%ld, %s, %s, %s (pixels %ld:%ld)",
-                  NameOf(format.formatCode, kVariants),
-                  format.systemRate == 60 ? "525/60" : "625/50", long{format.codedWidth},
-                  long{format.codedHeight}, rate.c_str(), NameOf(format.fieldOrder, kFieldOrders),
-                  PictureAspectName(format), long{format.pixelAspectX}, long{format.pixelAspectY});
-}
-
-std::string AudioText(LONG channels, const AudioRecord& record) {
-    std::string text =
-        Format(channels == 1 ? "%ld channel" : "%ld channels", static_cast<long>(channels));
-    text += Format(", %ld Hz, %ld bits", static_cast<long>(record.sampleRate),
-                   static_cast<long>(record.bitsPerSample));
-    if (record.samplesPerFrame > 0) {
-        text += Format(", %ld samples", static_cast<long>(record.samplesPerFrame));
-    }
-    return text + (record.locked ? ", locked" : ", unlocked");
-}
-
-bool IsRecordedAlike(const AudioRecord& a, const AudioRecord& b) {
-    return a.sampleRate == b.sampleRate && a.bitsPerSample == b.bitsPerSample &&
-           a.samplesPerFrame == b.samplesPerFrame && a.locked == b.locked;
+    return {
+        {"variant", NameOf(format.formatCode, kVariants)},
+        {"system", format.systemRate == 60 ? "525/60" : "625/50"},
+        {"width", format.codedWidth},
+        {"height", format.codedHeight},
+        {"rate", Format("%ld/%ld", long{format.frameRateNum}, long{format.frameRateDen})},
+        {"scan", FieldOrderName(format.fieldOrder)},
+        {"aspect", PictureAspectName(format)},
+        {"pixel_aspect", Format("%ld:%ld", long{format.pixelAspectX}, long{format.pixelAspectY})}};
 }
 
 /// Groups channels that are recorded alike. A pack that replaces a missing one is in two slots and
 /// counts once.
-std::string DescribeAudio(const DifState& state) {
-    std::string text;
-    std::array<bool, kAudioSlots> done{};
+Json AudioOf(const DifState& state) {
+    std::vector<std::pair<Json, LONG>> groups;  // and their channels
     for (std::size_t slot = 0; slot < kAudioSlots; ++slot) {
+        const AudioRecord& record = state.audio[slot];
         const auto earlier = state.audioSource.begin() + static_cast<std::ptrdiff_t>(slot);
-        done[slot] = state.audio[slot].channels <= 0 ||
-                     std::find(state.audioSource.begin(), earlier, *earlier) != earlier;
-    }
-    for (std::size_t slot = 0; slot < kAudioSlots; ++slot) {
-        if (done[slot]) {
+        if (record.channels <= 0 ||
+            std::find(state.audioSource.begin(), earlier, *earlier) != earlier) {
             continue;
         }
-        LONG channels = 0;
-        for (std::size_t other = slot; other < kAudioSlots; ++other) {
-            if (!done[other] && IsRecordedAlike(state.audio[slot], state.audio[other])) {
-                channels += state.audio[other].channels;
-                done[other] = true;
-            }
+        const Json recorded = {{"samples_per_second", record.sampleRate},
+                               {"bits_per_sample", record.bitsPerSample},
+                               {"samples", std::max<LONG>(record.samplesPerFrame, 0)},
+                               {"locked", record.locked != 0}};
+        auto group = std::ranges::find(groups, recorded, &std::pair<Json, LONG>::first);
+        if (group == groups.end()) {
+            group = groups.emplace(group, recorded, 0);
         }
-        text += (text.empty() ? "" : "; ") + AudioText(channels, state.audio[slot]);
+        group->second += record.channels;
     }
-    return text;
+    Json audio = Json::array();
+    for (auto& [group, channels] : groups) {
+        group["channels"] = channels;
+        audio.push_back(std::move(group));
+    }
+    return audio;
 }
 
 /// Empty for -1 and for digits outside a clock's range.
@@ -145,22 +135,84 @@ std::string RecordingDateText(LONG payload) {
     return Format("%04u-%02u-%02u", *year + (*year < 75 ? 2000 : 1900), *month, *day);
 }
 
+/// Video blocks whose STA, the upper four bits after the block's ID, is not 0 (IEC 61834-2, SMPTE
+/// 314M): 2 to 14 for concealed data, 7 and 15 for wrong data.
+std::size_t CountDamagedBlocks(const void* frame, std::size_t size) {
+    constexpr BYTE kVideoSection = 4;
+    const auto* bytes = static_cast<const BYTE*>(frame);
+    std::size_t damaged = 0;
+    for (std::size_t at = 0; at + kDifBlockBytes <= size; at += kDifBlockBytes) {
+        damaged += bytes[at] >> 5 == kVideoSection && bytes[at + kDifBlockIdBytes] >> 4 != 0;
+    }
+    return damaged;
+}
+
+long long NumberIn(const Json& object, const char* key) {
+    return object[key].get<long long>();
+}
+
 }  // namespace
 
-std::string DescribeDvFrame(const void* frame, std::size_t size) {
+Json FieldOrderName(LONG order) {
+    return TextOrNull(NameOf(order, kFieldOrders));
+}
+
+Json ReadDvFrame(const void* frame, std::size_t size) {
     CLvtDifParser parser;
-    std::string text = SUCCEEDED(parser.Parse(frame, size)) ? "" : "not recognised";
-    const auto add = [&text](const std::string& part) {
-        text += (text.empty() || part.empty() ? "" : "; ") + part;
+    const bool recognised = SUCCEEDED(parser.Parse(frame, size));
+    return {{"recognised", recognised},
+            {"picture", PictureOf(parser.State().format)},
+            {"audio", AudioOf(parser.State())},
+            {"timecode", TextOrNull(TimecodeText(parser.GetTimecodePack()))},
+            {"recording_date", TextOrNull(RecordingDateText(parser.GetRecDatePack()))},
+            {"recording_time", TextOrNull(ClockText(parser.GetRecTimePack()))},
+            {"damaged_blocks", CountDamagedBlocks(frame, size)}};
+}
+
+std::string DvPictureText(const Json& dv) {
+    const Json& picture = dv["picture"];
+    if (picture.is_null()) {
+        return {};
+    }
+    const auto text = [&picture](const char* key) { return TextOf(picture[key]); };
+    return text("variant") + ", " + text("system") +
+           Format(", %lldx%lld, ", NumberIn(picture, "width"), NumberIn(picture, "height")) +
+           text("rate") + ", " + text("scan") + ", " + text("aspect") + " (pixels " +
+           text("pixel_aspect") + ")";
+}
+
+std::string DvAudioText(const Json& dv, bool withSamples) {
+    std::string text;
+    for (const Json& group : dv["audio"]) {
+        const long long channels = NumberIn(group, "channels");
+        const long long samples = withSamples ? NumberIn(group, "samples") : 0;
+        text += text.empty() ? "" : "; ";
+        text += Format(channels == 1 ? "%lld channel" : "%lld channels", channels);
+        text += Format(", %lld Hz, %lld bits", NumberIn(group, "samples_per_second"),
+                       NumberIn(group, "bits_per_sample"));
+        text += samples > 0 ? Format(", %lld samples", samples) : "";
+        text += group["locked"].get<bool>() ? ", locked" : ", unlocked";
+    }
+    return text;
+}
+
+std::string DvRecordingText(const Json& dv) {
+    const std::string date = TextOf(dv["recording_date"]);
+    const std::string time = TextOf(dv["recording_time"]);
+    return date + (date.empty() || time.empty() ? "" : " ") + time;
+}
+
+std::string DescribeDvFrame(const Json& dv) {
+    std::string text = dv["recognised"].get<bool>() ? "" : "not recognised";
+    const auto add = [&text](const char* name, const std::string& part) {
+        text += part.empty() ? "" : (text.empty() ? "" : "; ") + (name + part);
     };
-    add(PictureText(parser.State().format));
-    add(DescribeAudio(parser.State()));
-    const std::string timecode = TimecodeText(parser.GetTimecodePack());
-    add(timecode.empty() ? "" : "timecode " + timecode);
-    const std::string date = RecordingDateText(parser.GetRecDatePack());
-    const std::string time = ClockText(parser.GetRecTimePack());
-    const std::string gap = date.empty() || time.empty() ? "" : " ";
-    add(date.empty() && time.empty() ? "" : "recorded " + date + gap + time);
+    const long long damaged = NumberIn(dv, "damaged_blocks");
+    add("", DvPictureText(dv));
+    add("", DvAudioText(dv, true));
+    add("timecode ", TextOf(dv["timecode"]));
+    add("recorded ", DvRecordingText(dv));
+    add("damaged blocks: ", damaged > 0 ? std::to_string(damaged) : "");
     return text;
 }
 

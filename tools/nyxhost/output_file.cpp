@@ -10,9 +10,12 @@ namespace nyx::host {
 
 OutputFile::OutputFile(const std::string& path)
     : path_(path),
-      file_(AdoptFile(CreateFileW(Wide(path).c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
-                                  CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr))) {
-    Check(file_ != nullptr ? S_OK : LastError(), "cannot create " + path, ExitCode::kOutput);
+      file_(IsStream()
+                ? nullptr
+                : AdoptFile(CreateFileW(Wide(path).c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                                        CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr))),
+      handle_(IsStream() ? GetStdHandle(STD_OUTPUT_HANDLE) : file_.get()) {
+    Check(handle_ != nullptr ? S_OK : LastError(), "cannot create " + path, ExitCode::kOutput);
 }
 
 OutputFile::~OutputFile() {
@@ -25,7 +28,7 @@ OutputFile::~OutputFile() {
 void OutputFile::Write(const void* data, DWORD size) {
     DWORD written = 0;
     HRESULT result = S_OK;
-    if (WriteFile(file_.get(), data, size, &written, nullptr) == FALSE) {
+    if (WriteFile(handle_, data, size, &written, nullptr) == FALSE) {
         result = LastError();
     } else if (written != size) {
         result = HRESULT_FROM_WIN32(ERROR_DISK_FULL);
@@ -34,7 +37,7 @@ void OutputFile::Write(const void* data, DWORD size) {
 }
 
 void OutputFile::Seek(DWORD distance, DWORD from) {
-    const DWORD place = SetFilePointer(file_.get(), static_cast<LONG>(distance), nullptr, from);
+    const DWORD place = SetFilePointer(handle_, static_cast<LONG>(distance), nullptr, from);
     CheckWritten(place != INVALID_SET_FILE_POINTER ? S_OK : LastError());
 }
 
@@ -45,11 +48,12 @@ void OutputFile::Replace(DWORD place, const void* data, DWORD size) {
 }
 
 void OutputFile::Finish() {
-    CheckWritten(CloseFile(std::move(file_)) ? S_OK : LastError());
+    CheckWritten(IsStream() || CloseFile(std::move(file_)) ? S_OK : LastError());
 }
 
 void OutputFile::CheckWritten(HRESULT result) const {
-    Check(result, "cannot write " + path_, ExitCode::kOutput);
+    Check(result, "cannot write " + (IsStream() ? "to the standard output" : path_),
+          ExitCode::kOutput);
 }
 
 void RefuseSameFile(const std::string& input, const std::string& output) {

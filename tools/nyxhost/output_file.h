@@ -8,11 +8,14 @@
 
 namespace nyx::host {
 
-/// A file that is written from start to end, and deleted unless Finish() completes it. Failures are
-/// kOutput and name the file and the reason.
+/// Stands for the standard output in place of a file's name.
+constexpr char kStandardOutput[] = "-";
+
+/// A file that is written from start to end, and deleted unless Finish() completes it; or the
+/// standard output. Failures are kOutput and name the file and the reason.
 class OutputFile {
   public:
-    /// Creates `path` (UTF-8), replacing an older file.
+    /// Creates `path` (UTF-8), replacing an older file. For kStandardOutput it writes there.
     explicit OutputFile(const std::string& path);
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
@@ -21,7 +24,10 @@ class OutputFile {
     /// Appends to the file.
     void Write(const void* data, DWORD size);
 
-    /// Overwrites bytes at offset `place`; the next Write appends again.
+    /// True for the standard output, which has no places to go back to.
+    bool IsStream() const { return path_ == kStandardOutput; }
+
+    /// Overwrites bytes of a file at offset `place`; the next Write appends again.
     void Replace(DWORD place, const void* data, DWORD size);
 
     /// Closes the file, which is complete.
@@ -34,7 +40,8 @@ class OutputFile {
     void CheckWritten(HRESULT result) const;
 
     const std::string path_;
-    UniqueHandle file_;
+    UniqueHandle file_;    ///< empty for the standard output
+    const HANDLE handle_;  ///< of either
 };
 
 /// Failure kOutput when both paths name one file, so that no clip overwrites itself.

@@ -16,11 +16,10 @@ class PngWriter {
     PngWriter();
 
     /// Writes the bytes of a sample to `path` (UTF-8), replacing an older file; a failure leaves no
-    /// partial file. `type` has a video format block and an RGB subtype of PictureFormats(); a
-    /// positive height means bottom-up rows. Failure kDecode when the sample is too short for its
-    /// type, kOutput, or kPlatform for any other type or when the imaging component fails.
-    void Write(const std::string& path, const MediaType& type, const BYTE* data,
-               std::size_t size) const;
+    /// partial file. The picture is scaled to `width` pixels in a row unless that is 0. Failures of
+    /// MakePicture; kOutput; kPlatform when the imaging component fails.
+    void Write(const std::string& path, const MediaType& type, const BYTE* data, std::size_t size,
+               UINT width = 0) const;
 
   private:
     ComPtr<IWICImagingFactory> factory_;

@@ -13,12 +13,12 @@ WavWriter::WavWriter(const std::string& path, const MediaType& type) : file_(pat
     rate_ = wave.nSamplesPerSec;
     frameBytes_ = wave.nBlockAlign;
     // RIFF chunks: a code, the length of the data, the data and, after an odd length, a pad byte.
-    // Finish() fills in the two lengths that are 0 here.
-    std::string head("RIFF\0\0\0\0WAVEfmt ", 16);
+    // Finish() fills in the two lengths of a file.
+    std::string head("RIFF\xff\xff\xff\xffWAVEfmt ", 16);
     head.append(reinterpret_cast<const char*>(&type.cbFormat), sizeof(type.cbFormat));
     head.append(reinterpret_cast<const char*>(type.pbFormat), type.cbFormat);
     head.append(type.cbFormat % 2, '\0');
-    head.append("data\0\0\0\0", 8);
+    head.append("data\xff\xff\xff\xff", 8);
     headBytes_ = static_cast<DWORD>(head.size());
     file_.Write(head.data(), headBytes_);
 }
@@ -46,8 +46,8 @@ void WavWriter::WriteSilence(IMediaSample& sample) {
 }
 
 void WavWriter::Append(const void* data, DWORD size) {
-    constexpr DWORD kMax = LONG_MAX - 4096;  // with the head
-    if (size > kMax - bytes_) {
+    constexpr std::uint64_t kMax = LONG_MAX - 4096;  // with the head
+    if (!file_.IsStream() && bytes_ + size > kMax) {
         throw Failure(ExitCode::kTooLarge, file_.Path() + " would reach 2^31 bytes");
     }
     file_.Write(data, size);
@@ -56,10 +56,13 @@ void WavWriter::Append(const void* data, DWORD size) {
 
 void WavWriter::Finish() {
     const DWORD padding = bytes_ % 2;
-    const DWORD whole = headBytes_ - 8 + bytes_ + padding;
     file_.Write("", padding);
-    file_.Replace(4, &whole, sizeof(whole));
-    file_.Replace(headBytes_ - 4, &bytes_, sizeof(bytes_));
+    if (!file_.IsStream()) {
+        const auto audio = static_cast<DWORD>(bytes_);
+        const DWORD whole = headBytes_ - 8 + audio + padding;
+        file_.Replace(4, &whole, sizeof(whole));
+        file_.Replace(headBytes_ - 4, &audio, sizeof(audio));
+    }
     file_.Finish();
 }
 

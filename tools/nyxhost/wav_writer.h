@@ -5,15 +5,16 @@
 
 namespace nyx::host {
 
-/// Writes one audio stream into a WAV file, which is deleted unless Finish() completes it.
+/// Writes one audio stream into a WAV file, which is deleted unless Finish() completes it, or to
+/// the standard output, where both lengths are 2^32 - 1 for unknown, as other programs write them.
 class WavWriter {
   public:
-    /// Creates `path` (UTF-8), replacing an older file. `type` has a WAVEFORMATEX block. Failure
-    /// kOutput.
+    /// Creates `path` (UTF-8), replacing an older file, or kStandardOutput. `type` has a
+    /// WAVEFORMATEX block. Failure kOutput.
     WavWriter(const std::string& path, const MediaType& type);
 
     /// Appends the bytes of a sample. Silence precedes the first one up to its start time, so that
-    /// the file is in step with the clip. Failure kOutput, or kTooLarge when the file would reach
+    /// the file is in step with the clip. Failure kOutput, or kTooLarge when a file would reach
     /// 2^31 bytes.
     void Write(IMediaSample& sample);
 
@@ -28,7 +29,7 @@ class WavWriter {
     LONGLONG rate_ = 0;           ///< audio frames per second
     std::size_t frameBytes_ = 0;  ///< of one audio frame
     DWORD headBytes_ = 0;         ///< before the audio
-    DWORD bytes_ = 0;             ///< of the audio
+    std::uint64_t bytes_ = 0;     ///< of the audio
 };
 
 }  // namespace nyx::host
