@@ -52,10 +52,4 @@ ComPtr<IPin> PlaybackGraph::ConnectEnd(IPin* from, const MediaType& compressed,
     return end;
 }
 
-void PlaybackGraph::AddAudioSink(const SourceStream& stream,
-                                 std::function<void(IMediaSample&)> onSample) {
-    const ComPtr<IPin> end = AddSink(IsAudio, std::move(onSample));
-    Check(graph_->ConnectDirect(stream.pin.Get(), end.Get(), nullptr), "cannot read audio");
-}
-
 }  // namespace nyx::host

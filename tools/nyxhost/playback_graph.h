@@ -31,10 +31,6 @@ class PlaybackGraph final : public ClipGraph {
     /// The file; only with the constructor that takes its path.
     const Footage& Clip() const { return *footage_; }
 
-    /// Passes the samples of a stream of Clip().Audio() to `onSample` while frames play. Call it
-    /// before Play(); an exception from `onSample` ends the pass. Failure kPlatform.
-    void AddAudioSink(const SourceStream& stream, std::function<void(IMediaSample&)> onSample);
-
     /// The name of the decoder that the system chose; empty without a decoder.
     const std::string& DecoderName() const { return decoderName_; }
 
