@@ -37,7 +37,7 @@ struct NyxStreamInfo {
     WCHAR name[64];          ///< the pin's name, or why the stream is not supported
 };
 
-struct __declspec(uuid("7C0F5A0E-3B1D-4F0A-9C7E-52D5B1A3E8F4")) INyxFootageInfo : public IUnknown {
+struct INyxFootageInfo : public IUnknown {
     /// The container's short name, such as "mxf", "mov", "avi", "gxf", "dv" or "m2v". The caller
     /// frees it with SysFreeString, as every BSTR here.
     virtual HRESULT STDMETHODCALLTYPE GetContainer(BSTR* name) = 0;
@@ -59,3 +59,6 @@ struct __declspec(uuid("7C0F5A0E-3B1D-4F0A-9C7E-52D5B1A3E8F4")) INyxFootageInfo 
     virtual HRESULT STDMETHODCALLTYPE GetStreamCount(DWORD* count) = 0;
     virtual HRESULT STDMETHODCALLTYPE GetStream(DWORD index, NyxStreamInfo* info) = 0;
 };
+
+__CRT_UUID_DECL(INyxFootageInfo, 0x7C0F5A0E, 0x3B1D, 0x4F0A, 0x9C, 0x7E, 0x52, 0xD5, 0xB1, 0xA3,
+                0xE8, 0xF4)

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cmath>
 #include <cstdlib>
 #include <vector>
 
@@ -62,6 +63,30 @@ Picture MakePicture(const MediaType& type, const BYTE* data, std::size_t size) {
     return picture;
 }
 
+/// The picture with rows of `width` pixels, by linear interpolation. Rows stay apart, as the two
+/// fields of an interlaced picture need it.
+Picture Resampled(const Picture& from, UINT width) {
+    Picture to = from;
+    to.width = width;
+    const UINT bytes = from.BytesPerPixel();
+    to.pixels.resize(std::size_t{width} * bytes * from.height);
+    BYTE* out = to.pixels.data();
+    for (UINT y = 0; y < from.height; ++y) {
+        const BYTE* row = from.pixels.data() + std::size_t{y} * from.width * bytes;
+        for (UINT x = 0; x < width; ++x) {
+            const double place = std::clamp((x + 0.5) * from.width / width - 0.5, 0.0,
+                                            static_cast<double>(from.width - 1));
+            const auto left = static_cast<UINT>(place);
+            const UINT right = std::min(left + 1, from.width - 1);
+            for (UINT i = 0; i < bytes; ++i) {
+                *out++ = static_cast<BYTE>(std::lround(
+                    std::lerp(row[left * bytes + i], row[right * bytes + i], place - left)));
+            }
+        }
+    }
+    return to;
+}
+
 /// Encodes into memory; OutputFile then reports the file's own errors.
 void Encode(IWICImagingFactory& factory, IStream* stream, const Picture& picture) {
     constexpr char kFailed[] = "cannot encode the picture";
@@ -92,8 +117,11 @@ PngWriter::PngWriter()
                                                 "cannot create the imaging component")) {}
 
 void PngWriter::Write(const std::string& path, const MediaType& type, const BYTE* data,
-                      std::size_t size) const {
-    const Picture picture = MakePicture(type, data, size);
+                      std::size_t size, UINT width) const {
+    Picture picture = MakePicture(type, data, size);
+    if (width != 0 && width != picture.width) {
+        picture = Resampled(picture, width);
+    }
     ComPtr<IStream> stream;
     HGLOBAL memory = nullptr;
     STATSTG facts{};

@@ -19,8 +19,9 @@ class PngWriter {
     /// partial file. `type` has a video format block and an RGB subtype of PictureFormats(); a
     /// positive height means bottom-up rows. Failure kDecode when the sample is too short for its
     /// type, kOutput, or kPlatform for any other type or when the imaging component fails.
-    void Write(const std::string& path, const MediaType& type, const BYTE* data,
-               std::size_t size) const;
+    /// Rows are resampled to `width` pixels unless that is 0.
+    void Write(const std::string& path, const MediaType& type, const BYTE* data, std::size_t size,
+               UINT width = 0) const;
 
   private:
     ComPtr<IWICImagingFactory> factory_;
