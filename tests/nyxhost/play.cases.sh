@@ -1,34 +1,32 @@
-# The player, driven by keys: a file from the dialog, whose window stays at the end; a snapshot of the frame
-# stepped to, at the display aspect; full screen and back.
+# The player, driven by keys: a snapshot of the frame stepped to, at the display aspect; full screen and back.
+# The clip lasts half an hour.
 if ! command -v xdotool >/dev/null; then
     say "play: skipped, since xdotool is not installed"
     return 0
 fi
-window() { # TITLE: waits for the window, unless the player has ended
-    until xdotool search --onlyvisible --name "^$1" 2>/dev/null | head -n 1 | grep .; do
-        kill -0 $player || return 1
-        sleep 0.2
-    done
-}
-becomes() { # WHAT COMMAND...: soon holds
+becomes() { # WHAT COMMAND...: holds within minutes
     local tries
     for ((tries = 0; tries < 600; tries++)); do
         "${@:2}" && break
+        kill -0 $player 2>/dev/null || break
         sleep 0.2
     done
     holds "$@"
 }
+appears() { # TITLE: its window is $id
+    id=$(xdotool search --onlyvisible --name "^$1" 2>/dev/null | head -n 1)
+    [ -n "$id" ]
+}
 size_is() { xdotool getwindowgeometry "$id" | grep -q "Geometry: $1"; }
 
-wine "$nyxhost" play --out shots </dev/null >said 2>&1 &
+make_q210 natural 720 486 1/600 3 slow
+wine "$nyxhost" play slow.avi --out shots </dev/null >said 2>&1 &
 player=$!
-xdotool windowfocus --sync "$(window 'Play footage')" type --delay 50 clip.avi
-xdotool key Return
-id=$(window clip.avi)
+becomes "the clip's window" appears slow.avi
 becomes "486 lines at 4:3" size_is 648x486
 xdotool windowfocus --sync "$id" key End Home period s
-becomes "a snapshot of the second frame" test -s shots/clip-00001.png
-becomes "the title says so" window 'clip.avi: saved clip-00001.png' >/dev/null
+becomes "a snapshot of the second frame" test -s shots/slow-00001.png
+becomes "the title says so" appears "slow.avi: saved slow-00001.png"
 xdotool key f
 becomes "full screen" size_is "$(xdotool getdisplaygeometry | tr ' ' x)"
 xdotool key t Escape
@@ -37,10 +35,10 @@ xdotool key comma s Escape
 code=0
 wait $player || code=$?
 holds "the player ends with 0, not $code" test "$code" = 0
-holds "a frame back" test -s shots/clip-00000.png
+holds "a frame back" test -s shots/slow-00000.png
 
-run 0 decode clip.avi --from 1f --frames 1 --format rgb24 --raw second.raw
+run 0 decode slow.avi --from 1f --frames 1 --format rgb24 --raw second.raw
 quiet_ffmpeg -f rawvideo -pixel_format bgr24 -video_size 720x486 -i second.raw -vf vflip,scale=648:486:flags=bilinear \
     -f rawvideo -pix_fmt bgr24 wanted.raw
-quiet_ffmpeg -i shots/clip-00001.png -f rawvideo -pix_fmt bgr24 shot.raw
+quiet_ffmpeg -i shots/slow-00001.png -f rawvideo -pix_fmt bgr24 shot.raw
 at_least 40 "$(psnr_of_raw bgr24 648 486 shot.raw null wanted.raw)" "the snapshot against ffmpeg's picture"
