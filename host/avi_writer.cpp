@@ -1,80 +1,261 @@
 #include "host/avi_writer.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <initializer_list>
 
+#include "platform/fourcc.h"
 #include "platform/system.h"
 
 namespace nyx::host {
 namespace {
 
-// Overhead of the file: the header list with its padding, and for every frame a chunk header, a pad
-// byte and an index entry.
-constexpr long long kHeaderBytes = 65536;
-constexpr long long kBytesPerFrame = 8 + 1 + 16;
-constexpr long long kSizeLimit = 1LL << 31;
+constexpr DWORD kVideo = FourCC("vids");
+constexpr DWORD kKeyFrame = 0x10;              // AVIIF_KEYFRAME
+constexpr DWORD kHasIndexInterleaved = 0x110;  // AVIF_HASINDEX, AVIF_ISINTERLEAVED
+constexpr DWORD kHighestQuality = 0xFFFFFFFF;  // which says "by default"
+constexpr std::size_t kIndexPlaces = 256;
+constexpr DWORD kOpenDmlBytes = 248;  // of its header, with what it reserves
+// The first word of an index: words per entry, and what it lists.
+constexpr DWORD kIndexOfIndices = 4;
+constexpr DWORD kIndexOfChunks = 2 | 1 << 24;
+
+/// Words in the file's order, the lowest byte first.
+std::string Words(std::initializer_list<DWORD> words) {
+    return {reinterpret_cast<const char*>(words.begin()), words.size() * sizeof(DWORD)};
+}
+
+/// A chunk: its id, the length of its data, the data, and a pad byte after an odd length.
+std::string ChunkOf(DWORD id, const std::string& data) {
+    return Words({id, static_cast<DWORD>(data.size())}) + data + std::string(data.size() % 2, '\0');
+}
+
+std::string ListOf(DWORD type, const std::string& data) {
+    return ChunkOf(FourCC("LIST"), Words({type}) + data);
+}
+
+DWORD Low(unsigned long long value) {
+    return static_cast<DWORD>(value);
+}
+
+DWORD High(unsigned long long value) {
+    return static_cast<DWORD>(value >> 32);
+}
+
+/// "00dc", "01wb": the digits of a stream's number before two letters.
+DWORD ChunkId(std::size_t stream, const char (&letters)[3]) {
+    const char id[5] = {static_cast<char>('0' + stream / 10), static_cast<char>('0' + stream % 10),
+                        letters[0], letters[1], '\0'};
+    return FourCC(id);
+}
 
 }  // namespace
 
 HRESULT AviWriter::Create(const std::wstring& path, const BITMAPINFOHEADER& header, DWORD rate,
                           DWORD scale) {
-    AVISTREAMINFOW info{};
-    info.fccType = streamtypeVIDEO;
-    info.fccHandler = header.biCompression;
-    info.dwScale = scale;
-    info.dwRate = rate;
-    info.dwSuggestedBufferSize = header.biSizeImage;
-    info.dwQuality = static_cast<DWORD>(-1);
-    SetRect(&info.rcFrame, 0, 0, header.biWidth, std::abs(header.biHeight));
+    file_ = AdoptFile(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                                  CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (file_ == nullptr) {
+        return LastError();
+    }
+    path_ = path;
+    streams_.push_back({.type = kVideo,
+                        .handler = header.biCompression,
+                        .chunk = ChunkId(0, "dc"),
+                        .scale = scale,
+                        .rate = rate,
+                        .sampleSize = 0,
+                        .corner = static_cast<DWORD>(header.biWidth & 0xFFFF) |
+                                  static_cast<DWORD>(std::abs(header.biHeight)) << 16,
+                        .format = {reinterpret_cast<const char*>(&header), sizeof(header)},
+                        .indices = {}});
+    streams_[0].format.replace(0, sizeof(DWORD), Words({sizeof(header)}));
+    return S_OK;
+}
 
-    // AVIFile would append to an existing file.
-    DeleteFileW(path.c_str());
-    HRESULT result =
-        AVIFileOpenW(file_.GetAddressOf(), path.c_str(), OF_WRITE | OF_CREATE, nullptr);
-    if (SUCCEEDED(result)) {
-        path_ = path;
-        result = AVIFileCreateStreamW(file_.Get(), stream_.GetAddressOf(), &info);
-    }
-    if (SUCCEEDED(result)) {
-        BITMAPINFOHEADER format = header;
-        result = AVIStreamSetFormat(stream_.Get(), 0, &format, sizeof(format));
-    }
-    return result;
+void AviWriter::AddAudio(const WAVEFORMATEX& format, DWORD bytes) {
+    streams_.push_back({.type = FourCC("auds"),
+                        .handler = 0,
+                        .chunk = ChunkId(streams_.size(), "wb"),
+                        .scale = format.nBlockAlign,
+                        .rate = format.nSamplesPerSec * format.nBlockAlign,
+                        .sampleSize = format.nBlockAlign,
+                        .corner = 0,
+                        .format = {reinterpret_cast<const char*>(&format), bytes},
+                        .indices = {}});
 }
 
 AviWriter::~AviWriter() {
-    Close();
+    file_.reset();
     if (!path_.empty()) {
         DeleteFileW(path_.c_str());
     }
-    AVIFileExit();
 }
 
-void AviWriter::Close() {
-    stream_.Reset();
-    file_.Reset();
+std::string AviWriter::StreamHeader(const Stream& stream) const {
+    std::string index =
+        Words({kIndexOfIndices, static_cast<DWORD>(stream.indices.size()), stream.chunk, 0, 0, 0});
+    for (const IndexPlace& place : stream.indices) {
+        index += Words({Low(place.offset), High(place.offset), place.bytes, place.duration});
+    }
+    index.resize(24 + 16 * kIndexPlaces);
+    return ListOf(
+        FourCC("strl"),
+        ChunkOf(FourCC("strh"), Words({stream.type, stream.handler, 0, 0, 0, stream.scale,
+                                       stream.rate, 0, stream.length, stream.largest,
+                                       kHighestQuality, stream.sampleSize, 0, stream.corner})) +
+            ChunkOf(FourCC("strf"), stream.format) + ChunkOf(FourCC("indx"), index));
+}
+
+/// The header list; as long at the end as at the start.
+std::string AviWriter::Header() const {
+    const Stream& video = streams_[0];
+    std::string open = Words({video.length});
+    open.resize(kOpenDmlBytes);
+    std::string lists =
+        ChunkOf(FourCC("avih"),
+                Words({Low(1000000ULL * video.scale / video.rate), 0, 0, kHasIndexInterleaved,
+                       firstFrames_, 0, static_cast<DWORD>(streams_.size()), video.largest,
+                       video.corner & 0xFFFF, video.corner >> 16, 0, 0, 0, 0}));
+    for (const Stream& stream : streams_) {
+        lists += StreamHeader(stream);
+    }
+    return ListOf(FourCC("hdrl"), lists + ListOf(FourCC("odml"), ChunkOf(FourCC("dmlh"), open)));
+}
+
+HRESULT AviWriter::Append(const void* data, std::size_t size) {
+    DWORD written = 0;
+    if (!WriteFile(file_.get(), data, static_cast<DWORD>(size), &written, nullptr)) {
+        return LastError();
+    }
+    end_ += written;
+    return written == size ? S_OK : HRESULT_FROM_WIN32(ERROR_DISK_FULL);
+}
+
+HRESULT AviWriter::AppendChunk(DWORD id, const std::string& body) {
+    const std::string chunk = ChunkOf(id, body);
+    return Append(chunk.data(), chunk.size());
+}
+
+HRESULT AviWriter::Replace(unsigned long long place, const std::string& bytes) {
+    LARGE_INTEGER to{};
+    to.QuadPart = static_cast<LONGLONG>(place);
+    LARGE_INTEGER back{};
+    back.QuadPart = static_cast<LONGLONG>(end_);
+    if (!SetFilePointerEx(file_.get(), to, nullptr, FILE_BEGIN)) {
+        return LastError();
+    }
+    const HRESULT result = Append(bytes.data(), bytes.size());
+    end_ = static_cast<unsigned long long>(back.QuadPart);
+    return SetFilePointerEx(file_.get(), back, nullptr, FILE_BEGIN) ? result : LastError();
+}
+
+HRESULT AviWriter::BeginRiff() {
+    const bool first = end_ == 0;
+    if (streams_[0].indices.size() == kIndexPlaces) {
+        return HRESULT_FROM_WIN32(ERROR_FILE_TOO_LARGE);
+    }
+    riff_ = end_;
+    const std::string head = Words({FourCC("RIFF"), 0, first ? FourCC("AVI ") : FourCC("AVIX")}) +
+                             (first ? Header() : "") + ListOf(FourCC("movi"), "");
+    movi_ = end_ + head.size() - sizeof(DWORD);
+    return Append(head.data(), head.size());
+}
+
+HRESULT AviWriter::WriteIndex(std::size_t stream) {
+    std::string index;
+    DWORD count = 0;
+    DWORD duration = 0;
+    for (const Chunk& chunk : chunks_) {
+        if (chunk.stream == stream) {
+            index += Words({chunk.offset + 8, chunk.bytes});  // of the data
+            duration += chunk.duration;
+            ++count;
+        }
+    }
+    index =
+        Words({kIndexOfChunks, count, streams_[stream].chunk, Low(movi_), High(movi_), 0}) + index;
+    streams_[stream].indices.push_back(
+        {.offset = end_, .bytes = static_cast<DWORD>(8 + index.size()), .duration = duration});
+    return AppendChunk(ChunkId(stream, "ix") << 16 | ChunkId(stream, "ix") >> 16, index);
+}
+
+HRESULT AviWriter::EndRiff() {
+    HRESULT result = S_OK;
+    for (std::size_t i = 0; i < streams_.size() && SUCCEEDED(result); ++i) {
+        result = WriteIndex(i);
+    }
+    const unsigned long long moviEnd = end_;
+    if (SUCCEEDED(result) && riff_ == 0) {
+        firstFrames_ = streams_[0].length;
+        std::string index;
+        for (const Chunk& chunk : chunks_) {
+            index += Words({streams_[chunk.stream].chunk, kKeyFrame, chunk.offset, chunk.bytes});
+        }
+        result = AppendChunk(FourCC("idx1"), index);
+    }
+    chunks_.clear();
+    if (SUCCEEDED(result)) {
+        result = Replace(riff_ + 4, Words({Low(end_ - riff_ - 8)}));
+    }
+    return SUCCEEDED(result) ? Replace(movi_ - 4, Words({Low(moviEnd - movi_)})) : result;
+}
+
+HRESULT AviWriter::WriteTo(std::size_t index, const void* data, LONG size, DWORD duration) {
+    // An entry takes 8 bytes in its stream's index and 16 in the first RIFF chunk's own.
+    const std::size_t indices = 24 * (chunks_.size() + 1) + 32 * streams_.size() + 8;
+    const DWORD bytes = static_cast<DWORD>(size);
+    HRESULT result = S_OK;
+    if (!chunks_.empty() && end_ - riff_ + bytes + 9 + indices > riffBytes_) {
+        result = EndRiff();
+    }
+    if (SUCCEEDED(result) && chunks_.empty()) {
+        result = BeginRiff();
+    }
+    if (FAILED(result)) {
+        return result;
+    }
+    Stream& stream = streams_[index];
+    chunks_.push_back({.stream = index,
+                       .offset = static_cast<DWORD>(end_ - movi_),
+                       .bytes = bytes,
+                       .duration = duration});
+    stream.length += duration;
+    stream.largest = std::max(stream.largest, bytes);
+    const std::string head = Words({stream.chunk, bytes});
+    result = Append(head.data(), head.size());
+    if (SUCCEEDED(result)) {
+        result = Append(data, bytes);
+    }
+    return SUCCEEDED(result) ? Append("", bytes % 2) : result;
 }
 
 HRESULT AviWriter::Write(const void* frame, LONG size) {
-    if (kHeaderBytes + payload_ + size + (frames_ + 1) * kBytesPerFrame >= kSizeLimit) {
-        return HRESULT_FROM_WIN32(ERROR_FILE_TOO_LARGE);
-    }
-    payload_ += size;
-    return AVIStreamWrite(stream_.Get(), frames_++, 1, const_cast<void*>(frame), size,
-                          AVIIF_KEYFRAME, nullptr, nullptr);
+    return WriteTo(0, frame, size, 1);
+}
+
+HRESULT AviWriter::WriteAudio(std::size_t index, const void* data, LONG size) {
+    const LONG frameBytes = static_cast<LONG>(streams_.at(index + 1).sampleSize);
+    const LONG count = size / frameBytes;
+    return count == 0 ? S_OK
+                      : WriteTo(index + 1, data, count * frameBytes, static_cast<DWORD>(count));
 }
 
 HRESULT AviWriter::Finish() {
-    Close();
-    // Closing reports no errors, such as a full disk: check the size.
-    WIN32_FILE_ATTRIBUTE_DATA data{};
-    if (!GetFileAttributesExW(path_.c_str(), GetFileExInfoStandard, &data)) {
-        return LastError();
+    HRESULT result = end_ == 0 ? BeginRiff() : S_OK;
+    if (SUCCEEDED(result)) {
+        result = EndRiff();
     }
-    if ((static_cast<long long>(data.nFileSizeHigh) << 32 | data.nFileSizeLow) < payload_) {
-        return HRESULT_FROM_WIN32(ERROR_WRITE_FAULT);
+    if (SUCCEEDED(result)) {
+        result = Replace(12, Header());
     }
-    path_.clear();
-    return S_OK;
+    if (SUCCEEDED(result) && !CloseFile(std::move(file_))) {
+        result = LastError();
+    }
+    if (SUCCEEDED(result)) {
+        path_.clear();
+    }
+    return result;
 }
 
 }  // namespace nyx::host

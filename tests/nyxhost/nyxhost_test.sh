@@ -10,7 +10,7 @@ modules=$1
 engines=$2/standin
 open_engines=$2/open
 shift 2
-[ $# -gt 0 ] || set -- list info decode footage encode failures
+[ $# -gt 0 ] || set -- list info decode play footage encode failures
 
 export LC_ALL=C.UTF-8 # file names outside ASCII
 start_wine

@@ -82,6 +82,12 @@ ComPtr<IPin> ClipGraph::AddSink(FrameSink::Accept accept,
     return sink->Input();
 }
 
+void ClipGraph::AddAudioSink(const SourceStream& stream,
+                             std::function<void(IMediaSample&)> onSample) {
+    const ComPtr<IPin> end = AddSink(IsAudio, std::move(onSample));
+    Check(graph_->ConnectDirect(stream.pin.Get(), end.Get(), nullptr), "cannot read audio");
+}
+
 ComPtr<IPin> ClipGraph::AddFrameSink(FrameSink::Accept accept) {
     return AddSink(std::move(accept), [this](IMediaSample& sample) { Arrive(sample); });
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "com.h"
+#include "footage.h"
 #include "frame_sink.h"
 
 namespace nyx::host {
@@ -60,6 +61,10 @@ class ClipGraph {
 
     /// The number of frames that Play delivers, by the clip's own duration.
     LONG FrameCount() const { return count_; }
+
+    /// Passes the samples of a stream of the clip's audio to `onSample` while frames play. Call it
+    /// before Play(); an exception from `onSample` ends the pass. Failure kPlatform.
+    void AddAudioSink(const SourceStream& stream, std::function<void(IMediaSample&)> onSample);
 
     /// Plays the clip once, as fast as possible, with a progress line that begins with `label`;
     /// with none for an empty label. Failure kInterrupted, or kPlatform when the graph aborts.

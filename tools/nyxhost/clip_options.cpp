@@ -31,17 +31,22 @@ Place ReadPlace(const std::string& text) {
 
 }  // namespace
 
-void AddClipOptions(CLI::App& command, ClipOptions& options) {
-    command.add_option("clip", options.path, "A file of footage: AVI, MOV, MXF, GXF, DV or MPEG-2")
-        ->required();
+void AddRangeOptions(CLI::App& command, PlaybackGraph::Options& options) {
     command
         .add_option_function<std::string>(
-            "--from", [&options](const std::string& text) { options.graph.from = ReadPlace(text); },
+            "--from", [&options](const std::string& text) { options.from = ReadPlace(text); },
             "Start at a time, such as 2.5 or 1:02:03.5, or at a frame, such as 75f")
         ->type_name("TIME");
-    command.add_option("--frames", options.graph.frames, "Number of frames (default: all)")
+    command.add_option("--frames", options.frames, "Number of frames (default: all)")
         ->check(CLI::Range(1L, LONG_MAX))
         ->type_name("N");
+}
+
+CLI::Option* AddClipOptions(CLI::App& command, ClipOptions& options) {
+    AddRangeOptions(command, options.graph);
+    return command
+        .add_option("clip", options.path, "A file of footage: AVI, MOV, MXF, GXF, DV or MPEG-2")
+        ->required();
 }
 
 void AddFormatOption(CLI::App& command, ClipOptions& options, const char* preset) {

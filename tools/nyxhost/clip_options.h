@@ -14,8 +14,11 @@ struct ClipOptions {
     PlaybackGraph::Options graph;
 };
 
-/// Adds the clip's name, --from and --frames to `command`.
-void AddClipOptions(CLI::App& command, ClipOptions& options);
+/// Adds --from and --frames to `command`.
+void AddRangeOptions(CLI::App& command, PlaybackGraph::Options& options);
+
+/// Adds the clip's name, --from and --frames to `command`. Returns the option of the name.
+CLI::Option* AddClipOptions(CLI::App& command, ClipOptions& options);
 
 /// Adds --format, the name of a picture format, to `command`; `preset` is its default.
 void AddFormatOption(CLI::App& command, ClipOptions& options, const char* preset);

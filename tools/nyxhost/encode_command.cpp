@@ -5,6 +5,7 @@
 #include <optional>
 #include <utility>
 
+#include "clip_options.h"
 #include "commands.h"
 #include "console.h"
 #include "encode_graph.h"
@@ -13,6 +14,7 @@
 #include "output_file.h"
 #include "settings/quality_presets.h"
 #include "text.h"
+#include "wav_writer.h"
 
 namespace nyx::host {
 namespace {
@@ -20,9 +22,11 @@ namespace {
 struct EncodeOptions {
     std::string input;
     std::string output;
+    PlaybackGraph::Options range;
     std::optional<LONG> preset;
     std::optional<LONG> quantScale;
     std::optional<LONG> maxStreamSize;
+    DWORD partMegabytes = AviWriter::kRiffMegabytes;
     std::string format;            ///< of raw pictures; empty for footage
     std::pair<LONG, LONG> size{};  ///< of raw pictures
     std::pair<LONG, LONG> rate{};  ///< of raw pictures: frames per second, a fraction
@@ -59,19 +63,46 @@ std::unique_ptr<EncodeGraph> BuildGraph(const EncodeOptions& options, const Enco
             "raw pictures need --size, --rate and one of --yuy2, --rgb24, --rgb32 and --argb");
     }
     if (!raw) {
-        return std::make_unique<EncodeGraph>(options.input, encoder, std::move(onFrame));
+        return std::make_unique<EncodeGraph>(options.input, options.range, encoder,
+                                             std::move(onFrame));
     }
-    return std::make_unique<EncodeGraph>(
-        OpenRawPictures(options.input, *format, width, height, options.rate), encoder,
-        std::move(onFrame));
+    FrameList pictures = OpenRawPictures(options.input, *format, width, height, options.rate);
+    const Place& from = options.range.from;
+    const LONG first = from.time < 0 ? from.frame : pictures.FrameAt(from.time);
+    if (first >= pictures.count) {
+        throw PastEnd(options.input, pictures.count);
+    }
+    pictures.Select(first, options.range.frames);
+    return std::make_unique<EncodeGraph>(pictures, encoder, std::move(onFrame));
 }
 
 /// Ends the command when `result` of writing `path` is a failure.
 void CheckOutput(HRESULT result, const std::string& path) {
     if (result == HRESULT_FROM_WIN32(ERROR_FILE_TOO_LARGE)) {
-        throw Failure(ExitCode::kTooLarge, path + " would reach 2^31 bytes, the limit of an AVI");
+        throw Failure(ExitCode::kTooLarge, path + " has as many parts as an AVI can");
     }
     Check(result, "cannot write " + path, ExitCode::kOutput);
+}
+
+/// Adds the streams of audio to `avi`; each runs in a thread of its own, hence `lock`.
+void WriteAudio(EncodeGraph& graph, AviWriter& avi, Mutex& lock, const std::string& path) {
+    const std::vector<SourceStream> streams = graph.Audio();
+    for (std::size_t i = 0; i < streams.size(); ++i) {
+        const MediaType& type = streams[i].type;
+        const WAVEFORMATEX& format = WaveFormatOf(type);
+        avi.AddAudio(format, type.cbFormat);
+        const auto write = [&avi, &lock, path, i](const BYTE* data, DWORD size) {
+            const std::lock_guard guard(lock);
+            CheckOutput(avi.WriteAudio(i, data, static_cast<LONG>(size)), path);
+        };
+        graph.AddAudioSink(streams[i], [write, type, begun = false](IMediaSample& sample) mutable {
+            if (!std::exchange(begun, true)) {
+                WriteLead(sample, WaveFormatOf(type), write);
+            }
+            write(DataOf(sample), static_cast<DWORD>(sample.GetActualDataLength()));
+        });
+        Print("audio: " + DescribeAudio(type) + "\n");
+    }
 }
 
 ExitCode RunEncode(const EncodeOptions& options) {
@@ -79,10 +110,12 @@ ExitCode RunEncode(const EncodeOptions& options) {
     const EncoderFilter encoder = FindEncoder();
     SetQuality(options, encoder);
 
-    AviWriter avi;
+    AviWriter avi(options.partMegabytes);
+    Mutex lock;
     long long bytes = 0;
     const auto graph = BuildGraph(options, encoder, [&](const ArrivedFrame& frame) {
         BYTE* data = DataOf(frame.sample);
+        const std::lock_guard guard(lock);
         CheckOutput(avi.Write(data, frame.sample.GetActualDataLength()), options.output);
         bytes += frame.sample.GetActualDataLength();
     });
@@ -93,6 +126,7 @@ ExitCode RunEncode(const EncodeOptions& options) {
     Check(avi.Create(Wide(options.output), header, static_cast<DWORD>(frames),
                      static_cast<DWORD>(seconds)),
           "cannot create " + options.output, ExitCode::kOutput);
+    WriteAudio(*graph, avi, lock, options.output);
     const PassResult result = graph->Play("encoding");
     CheckOutput(avi.Finish(), options.output);
 
@@ -116,6 +150,7 @@ void AddEncodeCommand(CLI::App& app, Action& action) {
         [] { return std::string("The module has an encoder filter for Zeta only.\n"); });
     command->add_option("input", options->input, "A file of footage; with --size, raw pictures")
         ->required();
+    AddRangeOptions(*command, options->range);
     command->add_option("output", options->output, "The AVI file to write")->required();
     command
         ->add_option("--preset", options->preset,
@@ -128,6 +163,12 @@ void AddEncodeCommand(CLI::App& app, Action& action) {
         ->add_option("--max-size", options->maxStreamSize,
                      "Maximum bytes of a frame in percent of a 4:2:2 picture, 4 to 100")
         ->check(CLI::Range(kMaxStreamSizeRange.low, kMaxStreamSizeRange.high));
+    command
+        ->add_option("--part", options->partMegabytes,
+                     "Megabytes after which the AVI goes on in another part, for programs that "
+                     "know OpenDML only")
+        ->check(CLI::Range(1u, unsigned{AviWriter::kRiffMegabytes}))
+        ->capture_default_str();
     const struct {
         const char* flag;
         const char* format;

@@ -58,14 +58,19 @@ EncodeGraph::EncodeGraph(const FrameList& pictures, const EncoderFilter& encoder
              [pictures](REFERENCE_TIME start) { return pictures.FrameAt(start); });
 }
 
-EncodeGraph::EncodeGraph(const std::string& path, const EncoderFilter& encoder, OnFrame onFrame)
+EncodeGraph::EncodeGraph(const std::string& path, const PlaybackGraph::Options& range,
+                         const EncoderFilter& encoder, OnFrame onFrame)
     : ClipGraph(std::move(onFrame)), footage_(std::make_unique<Footage>(graph_.Get(), path)) {
     const SourceStream& video = footage_->Video();
     rate_ = RateOf(video.type);
     description_ = DescribeVideo(*footage_);
     const ComPtr<IPin> end = Connect(video.pin.Get(), video.type, encoder);
-    Complete(end.Get(), 0, footage_->FrameCount(),
-             [this](REFERENCE_TIME start) { return footage_->FrameAt(start); });
+    const LONG first = footage_->FrameAt(range.from);
+    footage_->Select(first, range.frames);
+    Complete(end.Get(), first, std::min(range.frames, footage_->FrameCount() - first),
+             [this, from = footage_->TimeOf(first)](REFERENCE_TIME start) {
+                 return footage_->FrameAt(from + start);
+             });
 }
 
 }  // namespace nyx::host

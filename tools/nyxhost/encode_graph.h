@@ -4,6 +4,7 @@
 #include "encoder_filter.h"
 #include "footage.h"
 #include "frame_source.h"
+#include "playback_graph.h"
 
 namespace nyx::host {
 
@@ -11,10 +12,17 @@ namespace nyx::host {
 /// decoder between for footage.
 class EncodeGraph final : public ClipGraph {
   public:
-    /// Builds the graph over raw pictures, or over the file of footage `path`. Failure kRefused
-    /// when the encoder refuses the pictures, kPlatform otherwise, and those of Footage.
+    /// Builds the graph over raw pictures, or over a range of the file of footage `path`. Failure
+    /// kRefused when the encoder refuses the pictures, kPlatform otherwise, and those of Footage,
+    /// kPastEnd included.
     EncodeGraph(const FrameList& pictures, const EncoderFilter& encoder, OnFrame onFrame);
-    EncodeGraph(const std::string& path, const EncoderFilter& encoder, OnFrame onFrame);
+    EncodeGraph(const std::string& path, const PlaybackGraph::Options& range,
+                const EncoderFilter& encoder, OnFrame onFrame);
+
+    /// The audio of the footage; none with raw pictures.
+    std::vector<SourceStream> Audio() const {
+        return footage_ ? footage_->Audio() : std::vector<SourceStream>();
+    }
 
     /// The input in words, and its rate in frames per second.
     const std::string& Description() const { return description_; }

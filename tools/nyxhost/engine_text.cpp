@@ -10,28 +10,24 @@
 namespace nyx::host {
 namespace {
 
-struct Engine {
-    const wchar_t* library;
-    DWORD oldest;  ///< version that the module accepts
-};
-
-/// The engines of the filters whose name contains a word; the first match counts.
-const struct {
-    const char* word;
-    std::vector<Engine> engines;
-} kFamilies[] = {{"Zeta2", {{L"rkz2core.dll", kOldestZeta2}}},
-                 {"Zeta", {{L"rkzcore.dll", kOldestZetaCore}, {L"rkzalpha.dll", kOldestZetaAlpha}}},
-                 {"Lossless", {{L"rkllc.dll", kOldestLossless}}},
-                 {"MPEG2", {{L"rkm2vi01.dll", kOldestMpegIntra}}},
-                 {"DV", {{L"rkdvh.dll", kOldestDv}}}};
+/// A filter's engines are those of the first family whose word is in its name.
+constexpr Engine kEngines[] = {
+    {.library = L"rkz2core.dll", .oldest = kOldestZeta2, .family = "Zeta2", .open = false},
+    {.library = L"rkzcore.dll", .oldest = kOldestZetaCore, .family = "Zeta", .open = false},
+    {.library = L"rkzalpha.dll", .oldest = kOldestZetaAlpha, .family = "Zeta", .open = false},
+    {.library = L"rkllc.dll", .oldest = kOldestLossless, .family = "Lossless", .open = false},
+    {.library = L"rkm2vi01.dll", .oldest = kOldestMpegIntra, .family = "MPEG2", .open = true},
+    {.library = L"rkdvh.dll", .oldest = kOldestDv, .family = "DV", .open = true}};
 
 std::vector<Engine> EnginesOf(const std::string& filter) {
-    for (const auto& [word, engines] : kFamilies) {
-        if (filter.find(word) != std::string::npos) {
-            return engines;
+    std::vector<Engine> engines;
+    for (const Engine& engine : kEngines) {
+        if (filter.find(engine.family) != std::string::npos &&
+            (engines.empty() || std::string_view(engines[0].family) == engine.family)) {
+            engines.push_back(engine);
         }
     }
-    return {};
+    return engines;
 }
 
 struct LibraryCloser {
@@ -109,18 +105,28 @@ std::string EngineText(const Engine& engine) {
     std::string found =
         error == ERROR_BAD_EXE_FORMAT ? "not a " + WordSize() + " library" : "not found";
     if (module != nullptr) {
-        const std::filesystem::path path = ModulePath(module.get());
-        const FileVersion version = ReadFileVersion(path);
-        const bool tooOld = version.fixed >> 32 < engine.oldest;
-        found = version.number + ", " +
-                (tooOld ? Format("older than %u.%u, ", HIWORD(engine.oldest), LOWORD(engine.oldest))
-                        : "") +
-                version.kind + ", " + Utf8(path.wstring());
+        found = EngineFileText(engine, ModulePath(module.get()));
     }
     return Utf8(engine.library) + " (" + found + ")";
 }
 
 }  // namespace
+
+std::vector<Engine> AllEngines() {
+    return {std::begin(kEngines), std::end(kEngines)};
+}
+
+bool IsTooOld(const Engine& engine, const std::filesystem::path& file) {
+    return ReadFileVersion(file).fixed >> 32 < engine.oldest;
+}
+
+std::string EngineFileText(const Engine& engine, const std::filesystem::path& file) {
+    const FileVersion version = ReadFileVersion(file);
+    const std::string old =
+        Format("older than %u.%u, ", HIWORD(engine.oldest), LOWORD(engine.oldest));
+    return version.number + ", " + (IsTooOld(engine, file) ? old : "") + version.kind + ", " +
+           Utf8(file.wstring());
+}
 
 std::vector<std::string> EngineTexts(const std::string& filter) {
     std::vector<std::string> texts;

@@ -114,6 +114,10 @@ void CheckReadable(const std::string& path) {
     }
 }
 
+Failure PastEnd(const std::string& path, LONG frames) {
+    return {ExitCode::kPastEnd, path + Format(" has %ld frames and ends before --from", frames)};
+}
+
 Footage::Footage(IGraphBuilder* graph, const std::string& path) : path_(path) {
     CheckReadable(path);
     const ComPtr<IBaseFilter> source = AddSource(graph, path);
@@ -152,8 +156,7 @@ LONG Footage::FrameAt(REFERENCE_TIME time) const {
 LONG Footage::FrameAt(const Place& place) const {
     const LONG frame = place.time < 0 ? place.frame : FrameAt(place.time);
     if (frame >= FrameCount()) {
-        throw Failure(ExitCode::kPastEnd,
-                      path_ + Format(" has %ld frames and ends before --from", FrameCount()));
+        throw PastEnd(path_, FrameCount());
     }
     return frame;
 }
@@ -193,8 +196,12 @@ std::string DescribeVideo(const Footage& footage) {
                   static_cast<double>(footage.Duration()) / 1e7);
 }
 
+const WAVEFORMATEX& WaveFormatOf(const MediaType& type) {
+    return *reinterpret_cast<const WAVEFORMATEX*>(type.pbFormat);
+}
+
 std::string DescribeAudio(const MediaType& type) {
-    const auto& wave = *reinterpret_cast<const WAVEFORMATEX*>(type.pbFormat);
+    const WAVEFORMATEX& wave = WaveFormatOf(type);
     return Format("%u channel%s, %lu Hz, %u bits", wave.nChannels, wave.nChannels == 1 ? "" : "s",
                   wave.nSamplesPerSec, wave.wBitsPerSample);
 }

@@ -27,6 +27,9 @@ struct Place {
     REFERENCE_TIME time = -1;  ///< unless negative: the frame shown at this time instead
 };
 
+/// Failure kPastEnd: `path` has only `frames` frames.
+Failure PastEnd(const std::string& path, LONG frames);
+
 /// A file of footage in a graph, read by the "Nyx Footage Source".
 class Footage {
   public:
@@ -64,6 +67,9 @@ class Footage {
 
 /// "Q210, 1920x1080, 20 bits, 25.000 frames per second, 75 frames, 3.00 s" of the video stream.
 std::string DescribeVideo(const Footage& footage);
+
+/// The format block of an audio type.
+const WAVEFORMATEX& WaveFormatOf(const MediaType& type);
 
 /// "2 channels, 48000 Hz, 16 bits" of an audio stream.
 std::string DescribeAudio(const MediaType& type);

@@ -31,6 +31,13 @@ LONG FrameList::FrameAt(REFERENCE_TIME time) const {
     return TimeOf(index + 1) <= time ? index + 1 : index;  // the time was rounded down
 }
 
+void FrameList::Select(LONG first, LONG frames) {
+    count = std::min(frames, count - first);
+    read = [first, all = std::move(read)](LONG index, BYTE* to, LONG* bytes) {
+        return all(first + index, to, bytes);
+    };
+}
+
 FrameList OpenRawPictures(const std::string& path, const PictureFormat& format, LONG width,
                           LONG height, std::pair<LONG, LONG> rate) {
     const std::filesystem::path name(Wide(path));

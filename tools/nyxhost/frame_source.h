@@ -22,6 +22,9 @@ struct FrameList {
     /// The start of a frame in 100-ns units, rounded down, and the frame shown at such a time.
     REFERENCE_TIME TimeOf(LONG index) const;
     LONG FrameAt(REFERENCE_TIME time) const;
+
+    /// Limits the list to `frames` of its frames from number `first` on, which becomes number 0.
+    void Select(LONG first, LONG frames);
 };
 
 /// The pictures of a file that contains nothing else. RGB rows run from bottom to top, with a

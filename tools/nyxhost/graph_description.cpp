@@ -13,24 +13,6 @@
 namespace nyx::host {
 namespace {
 
-/// The merit of a registered DirectShow filter; empty when it is not registered.
-std::string MeritText(const CLSID& clsid) {
-    const std::wstring key =
-        Wide("CLSID\\" + GuidText(CLSID_LegacyAmFilterCategory) + "\\Instance\\" + GuidText(clsid));
-    DWORD data[1024] = {};  // version, merit, then the pins
-    DWORD bytes = sizeof(data);
-    const LSTATUS read = RegGetValueW(HKEY_CLASSES_ROOT, key.c_str(), L"FilterData",
-                                      RRF_RT_REG_BINARY, nullptr, data, &bytes);
-    return read == ERROR_SUCCESS && bytes >= 2 * sizeof(DWORD) ? Format(", merit 0x%08lX", data[1])
-                                                               : "";
-}
-
-/// The name that a filter's class is registered with, else its name in the graph.
-std::string ClassName(IBaseFilter* filter, const CLSID& clsid) {
-    const std::wstring name = RegisteredText(HKEY_CLASSES_ROOT, Wide("CLSID\\" + GuidText(clsid)));
-    return name.empty() ? FilterName(filter) : Utf8(name);
-}
-
 /// The subtypes of FourCCs differ in their first word alone.
 std::string SubtypeText(const GUID& subtype) {
     GUID family = MEDIASUBTYPE_YUY2;
@@ -39,22 +21,6 @@ std::string SubtypeText(const GUID& subtype) {
         return format->name;
     }
     return family == subtype ? FourCCText(subtype.Data1) : GuidText(subtype);
-}
-
-/// Our filters that name the subtype, when `winner` is a third-party filter.
-std::string BeatenText(const CLSID& winner, const GUID& subtype) {
-    const std::vector<RegisteredFilter> ours = FindFilters("nyxcodecs.dll");
-    const auto isOurs = [&ours](const CLSID& clsid) {
-        return std::any_of(ours.begin(), ours.end(),
-                           [&clsid](const RegisteredFilter& own) { return own.clsid == clsid; });
-    };
-    std::string text;
-    for (const ListedFilter& candidate : DecodersFor(subtype)) {
-        if (isOurs(candidate.clsid) && !isOurs(winner)) {
-            text += "  chosen over " + candidate.name + MeritText(candidate.clsid) + "\n";
-        }
-    }
-    return text;
 }
 
 void PrintPins(IBaseFilter* filter, const CLSID& clsid) {
@@ -74,6 +40,37 @@ void PrintPins(IBaseFilter* filter, const CLSID& clsid) {
 }
 
 }  // namespace
+
+std::string MeritText(const CLSID& clsid) {
+    const std::wstring key =
+        Wide("CLSID\\" + GuidText(CLSID_LegacyAmFilterCategory) + "\\Instance\\" + GuidText(clsid));
+    DWORD data[1024] = {};  // version, merit, then the pins
+    DWORD bytes = sizeof(data);
+    const LSTATUS read = RegGetValueW(HKEY_CLASSES_ROOT, key.c_str(), L"FilterData",
+                                      RRF_RT_REG_BINARY, nullptr, data, &bytes);
+    return read == ERROR_SUCCESS && bytes >= 2 * sizeof(DWORD) ? Format(", merit 0x%08lX", data[1])
+                                                               : "";
+}
+
+std::string ClassName(IBaseFilter* filter, const CLSID& clsid) {
+    const std::wstring name = RegisteredText(HKEY_CLASSES_ROOT, Wide("CLSID\\" + GuidText(clsid)));
+    return name.empty() ? FilterName(filter) : Utf8(name);
+}
+
+std::string BeatenText(const CLSID& winner, const GUID& subtype) {
+    const std::vector<RegisteredFilter> ours = FindFilters("nyxcodecs.dll");
+    const auto isOurs = [&ours](const CLSID& clsid) {
+        return std::any_of(ours.begin(), ours.end(),
+                           [&clsid](const RegisteredFilter& own) { return own.clsid == clsid; });
+    };
+    std::string text;
+    for (const ListedFilter& candidate : DecodersFor(subtype)) {
+        if (isOurs(candidate.clsid) && !isOurs(winner)) {
+            text += "  chosen over " + candidate.name + MeritText(candidate.clsid) + "\n";
+        }
+    }
+    return text;
+}
 
 std::string DescribeType(const MediaType& type) {
     if (type.majortype == MEDIATYPE_Audio && type.formattype == FORMAT_WaveFormatEx &&

@@ -27,38 +27,6 @@ bool WarnOfStream(HRESULT reason, LONG_PTR where) {
     }
 }
 
-void WaitForEnd(const ComPtr<IGraphBuilder>& graph, const std::function<bool()>& goesOn,
-                const std::function<void(HRESULT)>& onRefused) {
-    constexpr long kPollMs = 100;
-    const auto events = Query<IMediaEvent>(graph, "the graph lacks IMediaEvent", IID_IMediaEvent);
-    while (goesOn()) {
-        if (Interrupted()) {
-            throw Failure(ExitCode::kInterrupted, "interrupted");
-        }
-        long code = 0;
-        LONG_PTR first = 0;
-        LONG_PTR second = 0;
-        if (FAILED(events->GetEvent(&code, &first, &second, kPollMs))) {
-            continue;
-        }
-        std::ignore = events->FreeEventParams(code, first, second);  // nothing to free, or freed
-        if (code == EC_COMPLETE || code == EC_USERABORT) {
-            goesOn();
-            return;
-        }
-        if (code == EC_STREAM_ERROR_STILLPLAYING) {
-            onRefused(static_cast<HRESULT>(first));
-        }
-        if (code == EC_STREAM_ERROR_STOPPED && WarnOfStream(static_cast<HRESULT>(first), second)) {
-            continue;
-        }
-        if (code == EC_ERRORABORT || code == EC_STREAM_ERROR_STOPPED) {
-            Check(static_cast<HRESULT>(first), "the graph aborted");
-            throw Failure(ExitCode::kPlatform, "the graph aborted");
-        }
-    }
-}
-
 }  // namespace
 
 ComPtr<IGraphBuilder> CreateGraph() {
@@ -113,13 +81,39 @@ void RemoveClock(const ComPtr<IGraphBuilder>& graph) {
           "cannot remove the graph's clock");
 }
 
+bool TakeEvent(IMediaEvent* events, long waitMs, const std::function<void(HRESULT)>& onRefused) {
+    if (Interrupted()) {
+        throw Failure(ExitCode::kInterrupted, "interrupted");
+    }
+    long code = 0;
+    LONG_PTR first = 0;
+    LONG_PTR second = 0;
+    if (FAILED(events->GetEvent(&code, &first, &second, waitMs))) {
+        return false;
+    }
+    std::ignore = events->FreeEventParams(code, first, second);  // nothing to free, or freed
+    if (code == EC_STREAM_ERROR_STILLPLAYING) {
+        onRefused(static_cast<HRESULT>(first));
+    }
+    if (code == EC_ERRORABORT ||
+        (code == EC_STREAM_ERROR_STOPPED && !WarnOfStream(static_cast<HRESULT>(first), second))) {
+        Check(static_cast<HRESULT>(first), "the graph aborted");
+        throw Failure(ExitCode::kPlatform, "the graph aborted");
+    }
+    return code == EC_COMPLETE || code == EC_USERABORT;
+}
+
 void RunToEnd(const ComPtr<IGraphBuilder>& graph, const std::function<bool()>& goesOn,
               const std::function<void(HRESULT)>& onRefused) {
     const auto control = Query<IMediaControl>(graph, "the graph lacks IMediaControl");
+    const auto events = Query<IMediaEvent>(graph, "the graph lacks IMediaEvent", IID_IMediaEvent);
+    constexpr long kPollMs = 100;
     const HRESULT run = control->Run();
     try {
         Check(run, "cannot run the graph");
-        WaitForEnd(graph, goesOn, onRefused);
+        while (goesOn() && !TakeEvent(events.Get(), kPollMs, onRefused)) {
+        }
+        goesOn();
     } catch (...) {
         control->Stop();
         throw;

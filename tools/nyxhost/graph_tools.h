@@ -35,6 +35,11 @@ std::string FilterName(IBaseFilter* filter);
 /// Failure kPlatform.
 void RemoveClock(const ComPtr<IGraphBuilder>& graph);
 
+/// Takes one event of a running graph, or none within `waitMs`. Calls `onRefused` for a frame that
+/// a codec refused. True once the graph has played to its end or its window is closed. Failure
+/// kInterrupted, or kPlatform when the graph aborts.
+bool TakeEvent(IMediaEvent* events, long waitMs, const std::function<void(HRESULT)>& onRefused);
+
 /// Runs a graph until it has played to its end, its window is closed, or `goesOn`, called
 /// periodically in the calling thread, returns false; then stops it. Calls `onRefused` for each
 /// frame that a codec refused. Failure kInterrupted, or kPlatform when the graph aborts.

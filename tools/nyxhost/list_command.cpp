@@ -39,8 +39,11 @@ std::string PlaceText(const std::string& module, const std::vector<RegisteredFil
     if (!filters.empty()) {
         return filters.front().server;
     }
+    const std::vector<int> sizes = WordSizes();
     return std::string("not registered") +
-           (IsRegisteredForOthers(module) ? " (only for the other word size)" : "") +
+           (sizes.size() > 1 && !RegisteredModule(module, sizes[1]).empty()
+                ? " (only for the other word size)"
+                : "") +
            "; run regsvr32 " + module;
 }
 

@@ -105,19 +105,29 @@ std::filesystem::path ModulePath(HMODULE module) {
     return path;
 }
 
-bool IsRegisteredForOthers(const std::string& moduleFile) {
-    constexpr REGSAM kTheirs = KEY_READ | (sizeof(void*) == 8 ? KEY_WOW64_32KEY : KEY_WOW64_64KEY);
-    const UniqueKey classes = OpenKey(HKEY_CLASSES_ROOT, L"CLSID", kTheirs);
+std::vector<int> WordSizes() {
+    if (sizeof(void*) == 8) {
+        return {64, 32};
+    }
+    BOOL emulated = FALSE;
+    return IsWow64Process(GetCurrentProcess(), &emulated) && emulated ? std::vector<int>{32, 64}
+                                                                      : std::vector<int>{32};
+}
+
+std::filesystem::path RegisteredModule(const std::string& moduleFile, int bits) {
+    const REGSAM view = KEY_READ | (bits == 32 ? KEY_WOW64_32KEY : KEY_WOW64_64KEY);
+    const UniqueKey classes = OpenKey(HKEY_CLASSES_ROOT, L"CLSID", view);
     const std::wstring instances = Wide(GuidText(CLSID_LegacyAmFilterCategory)) + L"\\Instance";
-    const UniqueKey filters = OpenKey(classes.get(), instances.c_str(), kTheirs);
+    const UniqueKey filters = OpenKey(classes.get(), instances.c_str(), view);
     wchar_t clsid[64];
     for (DWORD i = 0; RegEnumKeyW(filters.get(), i, clsid, ARRAYSIZE(clsid)) == ERROR_SUCCESS;
          ++i) {
-        if (IsNamed(ServerOf(classes.get(), clsid), moduleFile)) {
-            return true;
+        auto server = ServerOf(classes.get(), clsid);
+        if (IsNamed(server, moduleFile)) {
+            return server;
         }
     }
-    return false;
+    return {};
 }
 
 std::vector<RegisteredFilter> FindFilters(const std::string& moduleFile) {

@@ -40,8 +40,12 @@ std::wstring RegisteredText(HKEY parent, const std::wstring& key);
 /// Where a loaded library was loaded from, or this program for null.
 std::filesystem::path ModulePath(HMODULE module);
 
-/// Whether a DLL of this name is registered for programs of the other word size.
-bool IsRegisteredForOthers(const std::string& moduleFile);
+/// The word sizes of programs that this system runs, this program's own first.
+std::vector<int> WordSizes();
+
+/// Where the DLL of a file name is registered for programs of one of these word sizes; empty where
+/// it is not.
+std::filesystem::path RegisteredModule(const std::string& moduleFile, int bits);
 
 /// Every filter whose DLL has the file name `moduleFile`, ordered by the filter's name. Failure
 /// kPlatform.

@@ -1,73 +1,71 @@
 #include <CLI/CLI.hpp>
 
-#include "clip_options.h"
+#include <commdlg.h>
+
 #include "commands.h"
-#include "console.h"
-#include "decoder_candidates.h"
-#include "graph_description.h"
-#include "graph_tools.h"
-#include "platform/system.h"
-#include "progress.h"
+#include "player.h"
 #include "text.h"
+#include "window_thread.h"
 
 namespace nyx::host {
 namespace {
 
-long Seconds(REFERENCE_TIME time) {
-    return static_cast<long>(time / 10000000);
+struct PlayOptions {
+    ClipOptions clip;
+    std::string folder;
+};
+
+/// The file that the user chooses in a dialog; empty when the dialog is cancelled.
+std::string AskForFile() {
+    wchar_t path[32768] = {};
+    OPENFILENAMEW dialog{};
+    dialog.lStructSize = sizeof(dialog);
+    dialog.lpstrFilter =
+        L"Footage\0*.avi;*.mov;*.mxf;*.gxf;*.dv;*.dif;*.m2v;*.mpg;*.ts\0All files\0*.*\0";
+    dialog.lpstrFile = path;
+    dialog.nMaxFile = ARRAYSIZE(path);
+    dialog.lpstrTitle = L"Play footage";
+    dialog.Flags = OFN_FILEMUSTEXIST | OFN_HIDEREADONLY | OFN_NOCHANGEDIR;
+    return GetOpenFileNameW(&dialog) != FALSE ? Utf8(path) : "";
 }
 
-/// Connects a stream to the platform's decoder and renderer. Warns and returns false on failure.
-bool Render(IGraphBuilder* graph, const SourceStream& stream, const char* what) {
-    const HRESULT result = graph->Render(stream.pin.Get());
-    if (FAILED(result)) {
-        PrintWarning(std::string(what) + " is not played: " + ResultText(result));
+void Play(PlayOptions options) {
+    if (!options.clip.path.empty()) {
+        Player(options.clip, options.folder).Run(false);
+        return;
     }
-    return SUCCEEDED(result);
-}
-
-ExitCode RunPlay(const ClipOptions& options) {
-    const auto graph = CreateGraph();
-    const Footage clip(graph.Get(), options.path);
-    const LONG first = clip.FrameAt(options.graph.from);
-    if (IsWine()) {  // whose other renderers crash without 3D
-        const auto renderer =
-            CreateObject<IBaseFilter>(CLSID_VideoRenderer, "cannot create the video renderer");
-        Check(graph->AddFilter(renderer.Get(), L"Video Renderer"),
-              "cannot add the video renderer to the graph");
+    options.clip.path = AskForFile();
+    if (options.clip.path.empty()) {
+        return;
     }
-    Print(options.path + ": " + DescribeVideo(clip) + "\n");
-    if (!Render(graph.Get(), clip.Video(), "the picture")) {
-        ExplainFailedConnection(clip.Video().type, "a picture on the screen", VFW_E_CANNOT_RENDER);
+    try {
+        Player(options.clip, options.folder).Run(true);
+    } catch (const Failure& failure) {  // a console of our own closes before anyone reads it
+        MessageBoxW(nullptr, Wide(failure.what()).c_str(), L"nyxhost", MB_ICONERROR);
+        throw;
     }
-    for (const SourceStream& stream : clip.Audio()) {
-        Print("audio: " + DescribeAudio(stream.type) + "\n");
-        Render(graph.Get(), stream, "the audio");
-    }
-    PrintGraph(graph.Get());
-
-    clip.Select(first, options.graph.frames);
-    const auto seeking = Query<IMediaSeeking>(graph, "the graph lacks IMediaSeeking");
-    Progress progress("playing", Seconds(clip.Duration()), "s");
-    RunToEnd(graph, [&] {
-        LONGLONG position = 0;
-        if (SUCCEEDED(seeking->GetCurrentPosition(&position))) {
-            progress.Show(Seconds(position));
-        }
-        return true;
-    });
-    return ExitCode::kOk;
 }
 
 }  // namespace
 
 void AddPlayCommand(CLI::App& app, Action& action) {
-    auto options = std::make_shared<ClipOptions>();
+    auto options = std::make_shared<PlayOptions>();
     CLI::App* command = app.add_subcommand(
         "play",
-        "Play a clip with its audio, in a window and in real time, until its end or Ctrl+C");
-    AddClipOptions(*command, *options);
-    command->callback([options, &action] { action = [options] { return RunPlay(*options); }; });
+        "Play a clip with its audio, in a window and in real time, until its end or Ctrl+C; once a "
+        "key was used, until the window is closed. Keys: " +
+            PlayerKeys());
+    AddClipOptions(*command, options->clip)
+        ->required(false)
+        ->description("A file of footage (default: a dialog asks for it)");
+    command->add_option("--out", options->folder, "Folder for snapshots (default: your pictures)")
+        ->type_name("DIR");
+    command->callback([options, &action] {
+        action = [options] {
+            RunInWindowThread([&options] { Play(*options); });
+            return ExitCode::kOk;
+        };
+    });
 }
 
 }  // namespace nyx::host

@@ -1,6 +1,7 @@
 #include "playback_graph.h"
 
 #include <algorithm>
+#include <tuple>
 
 #include "decoder_candidates.h"
 #include "graph_tools.h"
@@ -48,14 +49,10 @@ ComPtr<IPin> PlaybackGraph::ConnectEnd(IPin* from, const MediaType& compressed,
     }
     ComPtr<IPin> feeding;
     Check(end->ConnectedTo(feeding.GetAddressOf()), "the sink is not connected");
-    decoderName_ = FilterName(FilterOf(feeding.Get()).Get());
+    const ComPtr<IBaseFilter> decoder = FilterOf(feeding.Get());
+    decoderName_ = FilterName(decoder.Get());
+    std::ignore = decoder->GetClassID(&decoderClass_);  // a failure leaves it empty
     return end;
-}
-
-void PlaybackGraph::AddAudioSink(const SourceStream& stream,
-                                 std::function<void(IMediaSample&)> onSample) {
-    const ComPtr<IPin> end = AddSink(IsAudio, std::move(onSample));
-    Check(graph_->ConnectDirect(stream.pin.Get(), end.Get(), nullptr), "cannot read audio");
 }
 
 }  // namespace nyx::host

@@ -31,18 +31,16 @@ class PlaybackGraph final : public ClipGraph {
     /// The file; only with the constructor that takes its path.
     const Footage& Clip() const { return *footage_; }
 
-    /// Passes the samples of a stream of Clip().Audio() to `onSample` while frames play. Call it
-    /// before Play(); an exception from `onSample` ends the pass. Failure kPlatform.
-    void AddAudioSink(const SourceStream& stream, std::function<void(IMediaSample&)> onSample);
-
-    /// The name of the decoder that the system chose; empty without a decoder.
+    /// The name and class of the decoder that the system chose; empty without a decoder.
     const std::string& DecoderName() const { return decoderName_; }
+    const CLSID& DecoderClass() const { return decoderClass_; }
 
   private:
     ComPtr<IPin> ConnectEnd(IPin* from, const MediaType& compressed, const Options& options);
 
     std::unique_ptr<Footage> footage_;
     std::string decoderName_;
+    CLSID decoderClass_{};
 };
 
 }  // namespace nyx::host

@@ -2,14 +2,12 @@
 
 #include <olectl.h>
 
-#include <exception>
-#include <thread>
-
 #include "commands.h"
 #include "console.h"
 #include "encoder_filter.h"
 #include "platform/system.h"
 #include "text.h"
+#include "window_thread.h"
 
 namespace nyx::host {
 namespace {
@@ -40,33 +38,16 @@ void ShowPages() {
     }
 }
 
-/// Windows need a thread of a single-threaded apartment.
-ExitCode RunProperties() {
-    std::exception_ptr thrown;
-    std::thread window([&thrown] {
-        const ComApartment apartment(COINIT_APARTMENTTHREADED);
-        try {
-            Check(apartment.Result(), "cannot initialise COM");
-            ShowPages();
-        } catch (...) {
-            thrown = std::current_exception();
-        }
-    });
-    window.join();
-    if (thrown != nullptr) {
-        std::rethrow_exception(thrown);
-    }
-    return ExitCode::kOk;
-}
-
 }  // namespace
 
 void AddPropertiesCommand(CLI::App& app, Action& action) {
     CLI::App* command = app.add_subcommand(
         "properties", "Show the encoder's property page, as an application does");
     command->callback([&action] {
-        SetProcessDPIAware();  // before the first window, so that the page is not scaled
-        action = RunProperties;
+        action = [] {
+            RunInWindowThread(ShowPages);
+            return ExitCode::kOk;
+        };
     });
 }
 

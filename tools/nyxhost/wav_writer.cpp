@@ -5,13 +5,28 @@
 #include <vector>
 
 #include "failure.h"
+#include "footage.h"
 #include "graph_tools.h"
 
 namespace nyx::host {
-WavWriter::WavWriter(const std::string& path, const MediaType& type) : file_(path) {
-    const auto& wave = *reinterpret_cast<const WAVEFORMATEX*>(type.pbFormat);
-    rate_ = wave.nSamplesPerSec;
-    frameBytes_ = wave.nBlockAlign;
+
+void WriteLead(IMediaSample& first, const WAVEFORMATEX& format,
+               const std::function<void(const BYTE* zeroes, DWORD size)>& write) {
+    REFERENCE_TIME start = 0;
+    REFERENCE_TIME stop = 0;
+    if (FAILED(first.GetTime(&start, &stop)) || start <= 0) {
+        return;
+    }
+    constexpr LONGLONG kUnitsPerSecond = 10000000;
+    const LONGLONG rate = format.nSamplesPerSec;
+    const std::vector<BYTE> second(static_cast<std::size_t>(rate) * format.nBlockAlign);
+    for (LONGLONG left = (start * rate + kUnitsPerSecond / 2) / kUnitsPerSecond; left > 0;
+         left -= rate) {
+        write(second.data(), static_cast<DWORD>(std::min(left, rate)) * format.nBlockAlign);
+    }
+}
+
+WavWriter::WavWriter(const std::string& path, const MediaType& type) : file_(path), type_(type) {
     // RIFF chunks: a code, the length of the data, the data and, after an odd length, a pad byte.
     // Finish() fills in the two lengths of a file.
     std::string head("RIFF\xff\xff\xff\xffWAVEfmt ", 16);
@@ -25,24 +40,10 @@ WavWriter::WavWriter(const std::string& path, const MediaType& type) : file_(pat
 
 void WavWriter::Write(IMediaSample& sample) {
     if (bytes_ == 0) {
-        WriteSilence(sample);
+        WriteLead(sample, WaveFormatOf(type_),
+                  [this](const BYTE* zeroes, DWORD size) { Append(zeroes, size); });
     }
     Append(DataOf(sample), static_cast<DWORD>(sample.GetActualDataLength()));
-}
-
-void WavWriter::WriteSilence(IMediaSample& sample) {
-    REFERENCE_TIME start = 0;
-    REFERENCE_TIME stop = 0;
-    if (FAILED(sample.GetTime(&start, &stop)) || start <= 0) {
-        return;
-    }
-    constexpr LONGLONG kUnitsPerSecond = 10000000;
-    const std::vector<BYTE> second(static_cast<std::size_t>(rate_) * frameBytes_);
-    for (LONGLONG left = (start * rate_ + kUnitsPerSecond / 2) / kUnitsPerSecond; left > 0;
-         left -= rate_) {
-        Append(second.data(),
-               static_cast<DWORD>(std::min(left, rate_)) * static_cast<DWORD>(frameBytes_));
-    }
 }
 
 void WavWriter::Append(const void* data, DWORD size) {

@@ -1,9 +1,16 @@
 #pragma once
 
+#include <functional>
+
 #include "host/media_type.h"
 #include "output_file.h"
 
 namespace nyx::host {
+
+/// Silence before the first sample of a stream, up to the sample's start: calls `write` with runs
+/// of zeroes of whole audio frames, at most a second each.
+void WriteLead(IMediaSample& first, const WAVEFORMATEX& format,
+               const std::function<void(const BYTE* zeroes, DWORD size)>& write);
 
 /// Writes one audio stream into a WAV file, which is deleted unless Finish() completes it, or to
 /// the standard output, where both lengths are 2^32 - 1 for unknown, as other programs write them.
@@ -22,14 +29,12 @@ class WavWriter {
     void Finish();
 
   private:
-    void WriteSilence(IMediaSample& sample);
     void Append(const void* data, DWORD size);
 
     OutputFile file_;
-    LONGLONG rate_ = 0;           ///< audio frames per second
-    std::size_t frameBytes_ = 0;  ///< of one audio frame
-    DWORD headBytes_ = 0;         ///< before the audio
-    std::uint64_t bytes_ = 0;     ///< of the audio
+    const MediaType type_;
+    DWORD headBytes_ = 0;      ///< before the audio
+    std::uint64_t bytes_ = 0;  ///< of the audio
 };
 
 }  // namespace nyx::host

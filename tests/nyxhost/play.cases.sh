@@ -1,0 +1,44 @@
+# The player, driven by keys: a snapshot of the frame stepped to, at the display aspect; full screen and back.
+# The clip lasts half an hour.
+if ! command -v xdotool >/dev/null; then
+    say "play: skipped, since xdotool is not installed"
+    return 0
+fi
+becomes() { # WHAT COMMAND...: holds within minutes
+    local tries
+    for ((tries = 0; tries < 600; tries++)); do
+        "${@:2}" && break
+        kill -0 $player 2>/dev/null || break
+        sleep 0.2
+    done
+    holds "$@"
+}
+appears() { # TITLE: its window is $id
+    id=$(xdotool search --onlyvisible --name "^$1" 2>/dev/null | head -n 1)
+    [ -n "$id" ]
+}
+size_is() { xdotool getwindowgeometry "$id" | grep -q "Geometry: $1"; }
+
+make_q210 natural 720 486 1/600 3 slow
+wine "$nyxhost" play slow.avi --out shots </dev/null >said 2>&1 &
+player=$!
+becomes "the clip's window" appears slow.avi
+becomes "486 lines at 4:3" size_is 648x486
+xdotool windowfocus --sync "$id" key End Home period s
+becomes "a snapshot of the second frame" test -s shots/slow-00001.png
+becomes "the title says so" appears "slow.avi: saved slow-00001.png"
+xdotool key f
+becomes "full screen" size_is "$(xdotool getdisplaygeometry | tr ' ' x)"
+xdotool key t Escape
+becomes "the window again" size_is 648x486
+xdotool key comma s Escape
+code=0
+wait $player || code=$?
+holds "the player ends with 0, not $code" test "$code" = 0
+holds "a frame back" test -s shots/slow-00000.png
+
+run 0 decode slow.avi --from 1f --frames 1 --format rgb24 --raw second.raw
+quiet_ffmpeg -f rawvideo -pixel_format bgr24 -video_size 720x486 -i second.raw -vf vflip,scale=648:486:flags=bilinear \
+    -f rawvideo -pix_fmt bgr24 wanted.raw
+quiet_ffmpeg -i shots/slow-00001.png -f rawvideo -pix_fmt bgr24 shot.raw
+at_least 40 "$(psnr_of_raw bgr24 648 486 shot.raw null wanted.raw)" "the snapshot against ffmpeg's picture"
