@@ -3,7 +3,7 @@
 WINEPATH=$(windows_path "$open_engines") NYX_OPEN_ENGINES=exact
 export WINEPATH NYX_OPEN_ENGINES
 decoding="-flags bitexact -idct simple"
-# No cameras', but with chroma between the lines.
+# Signals that the demonstration has not; the last two, no camera's, have chroma between the lines.
 footage+=("DVCPROHD-720p60.mov 960x720 60000/1001 3 yuv422p dv s16le"
     "MPEG2-420.mxf 720x576 25/1 2 yuv420p mpeg s16le" "MPEG2-progressive.mxf 98x66 25/1 2 yuv420p film s16le")
 while read -r file format bound; do

@@ -10,6 +10,7 @@
 #include <functional>
 #include <mutex>
 #include <optional>
+#include <semaphore>
 #include <thread>
 #include <vector>
 
@@ -272,25 +273,22 @@ inline std::atomic<unsigned> progress{0};
 /// suspended or slow machine counts slower.
 class Watchdog {
   public:
-    Watchdog() {
-        [[maybe_unused]] static const bool begun = (std::thread(&Watch).detach(), true);
-        ++watching_;
-    }
-    ~Watchdog() { --watching_; }
+    ~Watchdog() { over_.release(); }
 
   private:
-    static void Watch() {
-        constexpr int kDeadlock = 120;
-        bool stuck = true;
-        for (int idle = 0; idle < kDeadlock; idle = stuck ? idle + 1 : 0) {
+    void Watch() {
+        for (int idle = 0; idle < 120;) {
             const unsigned seen = progress;
-            std::this_thread::sleep_for(std::chrono::seconds(1));
-            stuck = watching_ != 0 && seen == progress;
+            if (over_.try_acquire_for(std::chrono::seconds(1))) {
+                return;
+            }
+            idle = seen == progress ? idle + 1 : 0;
         }
         std::fputs("deadlock: no progress for two minutes\n", stderr);
         std::_Exit(3);
     }
-    static inline std::atomic<int> watching_{0};
+    std::binary_semaphore over_{0};
+    std::jthread thread_{&Watchdog::Watch, this};
 };
 
 /// Calls `round` repeatedly for the given time, at least once. Each call is a step.
