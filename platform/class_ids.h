@@ -40,12 +40,13 @@ NYX_CLASS_ID CLSID_NyxZetaPropertyPage = /* {55B150FB-86E8-4B96-9849-73B76D260D2
 NYX_CLASS_ID CLSID_NyxFootageSource = /* {5F2C1E6A-8B0D-4C57-9D3E-7A41B6C9E210} */
     {0x5F2C1E6A, 0x8B0D, 0x4C57, {0x9D, 0x3E, 0x7A, 0x41, 0xB6, 0xC9, 0xE2, 0x10}};
 
-/* nyxsource.dll: the filters that read AVI and MOV files through another filter, by IAsyncReader.
- */
+/* nyxsource.dll: the splitters, which read a file through another filter, by IAsyncReader. */
 NYX_CLASS_ID CLSID_NyxAviSplitter = /* {5F2C1E6B-8B0D-4C57-9D3E-7A41B6C9E210} */
     {0x5F2C1E6B, 0x8B0D, 0x4C57, {0x9D, 0x3E, 0x7A, 0x41, 0xB6, 0xC9, 0xE2, 0x10}};
 NYX_CLASS_ID CLSID_NyxMovSplitter = /* {5F2C1E6C-8B0D-4C57-9D3E-7A41B6C9E210} */
     {0x5F2C1E6C, 0x8B0D, 0x4C57, {0x9D, 0x3E, 0x7A, 0x41, 0xB6, 0xC9, 0xE2, 0x10}};
+NYX_CLASS_ID CLSID_NyxRawSplitter = /* {5F2C1E6D-8B0D-4C57-9D3E-7A41B6C9E210} */
+    {0x5F2C1E6D, 0x8B0D, 0x4C57, {0x9D, 0x3E, 0x7A, 0x41, 0xB6, 0xC9, 0xE2, 0x10}};
 
 #undef NYX_CLASS_ID
 

@@ -30,10 +30,14 @@ wchar_t inputName[] = L"In";
 constexpr AMOVIESETUP_MEDIATYPE kAviTypes[] = {{&MEDIATYPE_Stream, &MEDIASUBTYPE_Avi}};
 constexpr AMOVIESETUP_PIN kAviPins[] = {SetupPin(inputName, FALSE, FALSE, kAviTypes), kPin};
 
-// The system's reader has no type for a file that begins with "ftyp".
+// The system's reader has no type for a file that begins with "ftyp", or for raw DV.
 constexpr AMOVIESETUP_MEDIATYPE kMovTypes[] = {{&MEDIATYPE_Stream, &MEDIASUBTYPE_QTMovie},
                                                {&MEDIATYPE_Stream, &GUID_NULL}};
 constexpr AMOVIESETUP_PIN kMovPins[] = {SetupPin(inputName, FALSE, FALSE, kMovTypes), kPin};
+
+constexpr AMOVIESETUP_MEDIATYPE kRawTypes[] = {{&MEDIATYPE_Stream, &MEDIASUBTYPE_MPEG1Video},
+                                               {&MEDIATYPE_Stream, &GUID_NULL}};
+constexpr AMOVIESETUP_PIN kRawPins[] = {SetupPin(inputName, FALSE, FALSE, kRawTypes), kPin};
 
 /// A splitter's registration, and the word of RegisterFileTypes by which the graph builder tries
 /// it.
@@ -45,6 +49,7 @@ struct SplitterSetup {
 SplitterSetup splitters[] = {
     {L"avi-dv", {&CLSID_NyxAviSplitter, nyx::source::kAviSplitterName, 0, 2, kAviPins}},
     {L"mov", {&CLSID_NyxMovSplitter, nyx::source::kMovSplitterName, 0, 2, kMovPins}},
+    {L"dv", {&CLSID_NyxRawSplitter, nyx::source::kRawSplitterName, 0, 2, kRawPins}},
 };
 
 /// A kind of file: its entries for the look-up by check bytes, under a media subtype of ours, and
@@ -174,8 +179,10 @@ CFactoryTemplate g_Templates[] = {
      nyx::source::FootageSplitter::Create<nyx::source::kAviSplitter>, &splitters[0].filter},
     {nyx::source::kMovSplitterName, &CLSID_NyxMovSplitter,
      nyx::source::FootageSplitter::Create<nyx::source::kMovSplitter>, &splitters[1].filter},
+    {nyx::source::kRawSplitterName, &CLSID_NyxRawSplitter,
+     nyx::source::FootageSplitter::Create<nyx::source::kRawSplitter>, &splitters[2].filter},
 };
-int g_cTemplates = 3;
+int g_cTemplates = 4;
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved) {
     return DllEntryPoint(instance, reason, reserved);
@@ -183,7 +190,7 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved
 
 /// Called by regsvr32 /n /i:KINDS: registers the source for those kinds of files only, or with /u
 /// unregisters it. `kinds` lists them with commas between: "mxf", "gxf", "avi" (with the module's
-/// codes), "dv"; "avi-dv" and "mov" for the splitters.
+/// codes), "dv"; "avi-dv", "mov" and again "dv", raw DV and MPEG-2, for the splitters.
 STDAPI DllInstall(BOOL enter, LPCWSTR kinds) {
     const std::wstring words = kinds ? kinds : L"";
     // The graph builder tries a splitter just before the system's own. A source that is registered

@@ -58,6 +58,11 @@ bool IsMov(const BYTE* first) {
            Has(first + 4, "wide") || Has(first + 4, "free") || Has(first + 4, "skip");
 }
 
+/// A header section's first block of DV, IEC 61834-2, or a sequence header, ISO/IEC 13818-2.
+bool IsRaw(const BYTE* first) {
+    return std::memcmp(first, "\x1F\x07\0", 3) == 0 || std::memcmp(first, "\0\0\1\xB3", 4) == 0;
+}
+
 /// The decoder of each code that a pin of pictures has.
 constexpr struct {
     DWORD fourcc;
@@ -73,6 +78,7 @@ constexpr struct {
 
 const SplitterKind kAviSplitter = {CLSID_NyxAviSplitter, IsAvi};
 const SplitterKind kMovSplitter = {CLSID_NyxMovSplitter, IsMov};
+const SplitterKind kRawSplitter = {CLSID_NyxRawSplitter, IsRaw};
 
 HRESULT STDMETHODCALLTYPE FootageSplitter::NonDelegatingQueryInterface(REFIID iid, void** object) {
     return iid == IID_IFileSourceFilter || iid == IID_IAMFilterMiscFlags

@@ -6,6 +6,7 @@ namespace nyx::source {
 
 constexpr wchar_t kAviSplitterName[] = L"Nyx AVI Footage Splitter";
 constexpr wchar_t kMovSplitterName[] = L"Nyx MOV Footage Splitter";
+constexpr wchar_t kRawSplitterName[] = L"Nyx Raw Footage Splitter";
 
 /// A kind of file that the system's reader delivers and a splitter may take.
 struct SplitterKind {
@@ -15,6 +16,7 @@ struct SplitterKind {
 };
 extern const SplitterKind kAviSplitter;
 extern const SplitterKind kMovSplitter;
+extern const SplitterKind kRawSplitter;  ///< DV and MPEG-2
 
 /// Plays footage that another filter reads: the same pins as FootageSource, made when its input is
 /// connected to an `IAsyncReader`. It refuses a file without pictures for a decoder that can be

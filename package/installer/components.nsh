@@ -15,7 +15,7 @@ SectionGroup /e "Footage source" GroupSource
   SectionEnd
   Section "Open AVI files of these codecs with it" SecAvi
   SectionEnd
-  Section "Open raw DV files (.dv, .dif) with it" SecDvFiles
+  Section "Open raw DV and MPEG-2 files with it" SecDvFiles
   SectionEnd
   Section "Open AVI files of DV and v210 with it" SecAviDv
   SectionEnd
@@ -48,7 +48,7 @@ SectionEnd
   !insertmacro MUI_DESCRIPTION_TEXT ${SecMxf} "Programs open MXF files with the source filter, unless another filter is registered for them."
   !insertmacro MUI_DESCRIPTION_TEXT ${SecGxf} "Programs open GXF files with the source filter, unless another filter is registered for them."
   !insertmacro MUI_DESCRIPTION_TEXT ${SecAvi} "Only AVI files whose video these decoders play; other AVI files are not affected."
-  !insertmacro MUI_DESCRIPTION_TEXT ${SecDvFiles} "Programs open .dv and .dif files with the source filter, unless another filter is registered for them."
+  !insertmacro MUI_DESCRIPTION_TEXT ${SecDvFiles} "Programs open .dv, .dif and .m2v files with it, unless another source is registered for them."
   !insertmacro MUI_DESCRIPTION_TEXT ${SecAviDv} "Programs open these files with it before the system's own splitter. Other AVI files, and all where another source is registered, are not affected."
   !insertmacro MUI_DESCRIPTION_TEXT ${SecMov} "Programs open these files with it before the system's own splitter. Other MOV files, and all where another source is registered, are not affected."
   !insertmacro MUI_DESCRIPTION_TEXT ${GroupEngines} "Open engines, built on libavcodec, for the formats that are public standards. An engine on the search path takes precedence."

@@ -42,10 +42,18 @@ quiet_ffmpeg -i DVCPRO50-525.mxf -map 0 -map 0:a -c copy two.mxf
 run 0 decode two.mxf --audio two.wav
 holds "each audio stream has its file" cmp two.wav two-2.wav
 # The system finds the splitters.
-for file in DV25-625.avi DV25-525.mov DVCPROHD-1080i60.mov v210-720.avi; do
+quiet_ffmpeg -f lavfi -i "$(source_filter card 1920 1080 25)" -frames:v 2 -pix_fmt yuv422p -c:v mpeg2video -g 1 intra.m2v
+while read -r file splitter; do
     run 0 render $file
-    says "filter: Nyx $(tr a-z A-Z <<<"${file##*.}") Footage Splitter" "2 pictures"
-done
+    says "filter: Nyx $splitter Footage Splitter" "2 pictures"
+done <<'FILES'
+DV25-625.avi         AVI
+v210-720.avi         AVI
+DV25-525.mov         MOV
+DVCPROHD-1080i60.mov MOV
+DVCPRO25-625.dv      Raw
+intra.m2v            Raw
+FILES
 hashes() { grep -v '^#'; }
 quiet_hash() { quiet_ffmpeg "$@" -f framemd5 - | hashes; }
 for file in D10-525.gxf DVCPRO50-525.mxf; do
