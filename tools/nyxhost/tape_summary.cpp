@@ -21,13 +21,10 @@ LONG Counted(LONG minutes, LONG seconds, LONG frames, LONG perSecond, bool drop)
 }
 
 LONG Counted(const Json& dv, LONG perSecond, bool drop) {
-    long hours = 0;
-    long minutes = 0;
-    long seconds = 0;
-    long frames = 0;
-    std::sscanf(TextOf(dv["timecode"]).c_str(), "%ld:%ld:%ld%*c%ld", &hours, &minutes, &seconds,
-                &frames);
-    return Counted(60 * hours + minutes, seconds, frames, perSecond, drop);
+    long part[4]{};  // hours, minutes, seconds, frames
+    std::sscanf(TextOf(dv["timecode"]).c_str(), "%ld:%ld:%ld%*c%ld", &part[0], &part[1], &part[2],
+                &part[3]);
+    return Counted(60 * part[0] + part[1], part[2], part[3], perSecond, drop);
 }
 
 /// Timecodes count 25 or 30 frames a second; of more frames, two share one.
@@ -48,17 +45,12 @@ bool TimecodeFollows(LONG frames, const Json& before, const Json& now) {
 /// Seconds after 1970.
 long long RecordedAt(const Json& dv) {
     using namespace std::chrono;
-    int year = 0;
-    unsigned month = 0;
-    unsigned day = 0;
-    int hour = 0;
-    int minute = 0;
-    int second = 0;
-    std::sscanf(DvRecordingText(dv).c_str(), "%d-%u-%u %d:%d:%d", &year, &month, &day, &hour,
-                &minute, &second);
-    const sys_days date{std::chrono::year{year} / std::chrono::month{month} /
-                        std::chrono::day{day}};
-    return (date.time_since_epoch() + hours{hour} + minutes{minute} + seconds{second}) / seconds{1};
+    int part[6]{};  // year, month, day, hours, minutes, seconds
+    std::sscanf(DvRecordingText(dv).c_str(), "%d-%d-%d %d:%d:%d", &part[0], &part[1], &part[2],
+                &part[3], &part[4], &part[5]);
+    const sys_days date{year{part[0]} / part[1] / part[2]};
+    return (date.time_since_epoch() + hours{part[3]} + minutes{part[4]} + seconds{part[5]}) /
+           seconds{1};
 }
 
 bool RecordingFollows(LONG frames, const Json& before, const Json& now) {
