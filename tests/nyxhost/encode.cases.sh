@@ -43,7 +43,7 @@ at_least 46 "$(psnr_of_raw yuyv422 720 486 parts.raw null sound.raw)" "a range, 
 holds "its sound there and back" cmp sound.wav parts.wav
 holds "ffprobe finds all of it" diff - <(ffprobe -loglevel error -show_entries \
     stream=codec_name,nb_frames -of csv=p=0 parts.avi) <<<"unknown,9
-pcm_s24le,14414"
+pcm_s24le,14415"
 
 # A preset, a budget, a fault.
 run 0 encode rgb24.raw preset.avi --preset 1 --rgb24 $pictures
