@@ -27,10 +27,12 @@
   CreateShortcut "${MENU}\Nyx footage.lnk" "$SYSDIR\cmd.exe" \
     '/k "set "PATH=$INSTDIR;%PATH%" & nyxhost --help"' "$INSTDIR\nyxhost.exe" 0 SW_SHOWNORMAL "" \
     "A prompt for nyxhost, which plays, describes and encodes footage"
+  CreateShortcut "${MENU}\Nyx player.lnk" "$INSTDIR\nyxhost.exe" play "" 0 SW_SHOWMINIMIZED "" "Plays a file of footage"
   CreateShortcut "${MENU}\README.lnk" "$INSTDIR\README.txt"
 !macroend
 !macro ClearMenu
   Delete "${MENU}\Nyx footage.lnk"
+  Delete "${MENU}\Nyx player.lnk"
   Delete "${MENU}\README.lnk"
   RMDir "${MENU}"
 !macroend

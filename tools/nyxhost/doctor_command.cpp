@@ -53,20 +53,19 @@ bool IsOwn(int bits) {
 /// The folders, in order, from which a program of a word size loads a library by its bare name. The
 /// folder of the program itself is known for this one only.
 std::wstring SearchedFolders(int bits) {
-    std::wstring text(32768, L'\0');  // the longest value of an environment variable
-    const auto windows = text.substr(0, 0) + [] {
-        wchar_t path[MAX_PATH] = {};
-        GetWindowsDirectoryW(path, MAX_PATH);
-        return std::wstring(path);
-    }();
-    text.resize(GetEnvironmentVariableW(L"PATH", text.data(), static_cast<DWORD>(text.size())));
-    // The system folder of the other word size as this program sees it.
-    const wchar_t* const system = IsOwn(bits)  ? L"\\system32;"
-                                  : bits == 32 ? L"\\SysWOW64;"
-                                               : L"\\Sysnative;";
-    const std::wstring own =
-        IsOwn(bits) ? ModulePath(nullptr).parent_path().wstring() + L";" : std::wstring();
-    return own + windows + system + windows + L";" + text;
+    wchar_t windows[MAX_PATH] = {};
+    GetWindowsDirectoryW(windows, MAX_PATH);
+    std::wstring path(32768, L'\0');  // the longest value of an environment variable
+    path.resize(GetEnvironmentVariableW(L"PATH", path.data(), static_cast<DWORD>(path.size())));
+    // The other word size has its system folder under a name of its own.
+    const std::wstring system = IsOwn(bits)  ? L"\\system32;"
+                                : bits == 32 ? L"\\SysWOW64;"
+                                             : L"\\Sysnative;";
+    std::wstring folders;
+    if (IsOwn(bits)) {
+        folders = ModulePath(nullptr).parent_path().wstring() + L";";
+    }
+    return folders + windows + system + windows + L";" + path;
 }
 
 /// The file of an engine that programs of a word size load: the first one on the search path, else
@@ -86,14 +85,13 @@ void ExamineEngine(const Engine& engine, int bits, const std::filesystem::path& 
     const std::string name = Utf8(engine.library);
     const auto file = FindEngine(engine, bits, module);
     const std::string remedy =
-        (engine.open ? std::string("run the installer again, or put ") : std::string("put ")) +
+        std::string(engine.open ? "run the installer again, or put " : "put ") +
         Format("the %d-bit %s into the folder \"engines\" beside nyxcodecs.dll", bits,
                name.c_str());
-    Print(Format("  %-14s %s\n", name.c_str(),
-                 file.empty() ? (std::string("not found; ") + engine.family +
-                                 (engine.open ? "" : ", a closed library") + " needs it")
-                                    .c_str()
-                              : EngineFileText(engine, file).c_str()));
+    const std::string missing = std::string("not found; ") +
+                                (engine.open ? "" : "a closed library ") + "for " + engine.family;
+    Print(Format("  %-14s ", name.c_str()) +
+          (file.empty() ? missing : EngineFileText(engine, file)) + "\n");
     if (file.empty()) {
         if (engine.open) {
             findings.Add(ExitCode::kNoEngine, name + " is missing", remedy);

@@ -19,7 +19,7 @@ constexpr struct {
     {ExitCode::kRefused, "format or output refused"},
     {ExitCode::kDecode, "frames lost in the codec"},
     {ExitCode::kOutput, "output cannot be written"},
-    {ExitCode::kTooLarge, "2^31 bytes reached, or memory full"},
+    {ExitCode::kTooLarge, "file too large, or memory full"},
     {ExitCode::kPlatform, "COM, DirectShow or imaging failed"},
     {ExitCode::kInterrupted, "interrupted"},
     {ExitCode::kNoEngine, "engine missing or too old"},

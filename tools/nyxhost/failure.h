@@ -18,7 +18,7 @@ enum class ExitCode : int {
     kRefused = 5,       ///< a registered codec refuses the clip's format or the requested output
     kDecode = 6,        ///< one frame or more could not be decoded or encoded
     kOutput = 7,        ///< a file, a picture or the standard output could not be written
-    kTooLarge = 8,      ///< a file would reach 2^31 bytes, or frames do not fit into memory
+    kTooLarge = 8,      ///< a WAV or AVI file cannot take more, or frames do not fit into memory
     kPlatform = 9,      ///< COM, DirectShow or imaging itself failed
     kInterrupted = 10,  ///< stopped by Ctrl+C
     kNoEngine = 11,     ///< a registered codec cannot be created, usually for lack of its engine
