@@ -18,6 +18,9 @@ run 11 info tape.dv --from 4f
 says "QDVC, 720x480, 24 bits" "5 frames" "audio: 2 channels, 48000 Hz, 16 bits" \
     "bottom first, 4:3 (pixels 648:720)" "1602 samples, unlocked" "timecode 01:02:03;08" \
     "recorded 2074-05-06 07:08:09" "Rokka DV Decoder cannot be created: engine missing or too old, rkdvh.dll (not found)"
+quiet_ffmpeg -i tape.dv -metadata creation_time=1975-12-31T23:59:58Z -c:v dvvideo -frames:v 1 old.dv
+run 11 info old.dv
+says "recorded 1975-12-31 23:59:58"
 # Dates of both centuries, but no invalid ones: day, month and year of a pack, in BCD below flags.
 while read -r bytes text; do
     LC_ALL=C sed "s/\x62\xff\xc6\x05\x74/\x62\xff$bytes/g" tape.dv >dated.dv
