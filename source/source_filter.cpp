@@ -8,6 +8,7 @@
 #include <limits>
 #include <new>
 #include <tuple>
+#include <utility>
 
 #include "platform/class_ids.h"
 #include "platform/com.h"
@@ -45,23 +46,17 @@ FootageSource::FootageSource(LPUNKNOWN outer, REFCLSID clsid)
     : CBaseFilter(NAME("Footage source"), outer, &lock_, clsid) {}
 
 HRESULT STDMETHODCALLTYPE FootageSource::NonDelegatingQueryInterface(REFIID iid, void** object) {
-    if (iid == IID_IFileSourceFilter) {
-        return GetInterface(static_cast<IFileSourceFilter*>(this), object);
-    }
-    if (iid == IID_ISupportErrorInfo) {
-        return GetInterface(static_cast<ISupportErrorInfo*>(this), object);
-    }
-    if (iid == IID_IAMOpenProgress) {
-        return GetInterface(static_cast<IAMOpenProgress*>(this), object);
-    }
-    if (iid == __uuidof(INyxFootageInfo)) {
-        return GetInterface(static_cast<INyxFootageInfo*>(this), object);
-    }
-    if (iid == IID_IAMStreamSelect) {
-        return GetInterface(static_cast<IAMStreamSelect*>(this), object);
-    }
-    if (iid == IID_IAMFilterMiscFlags) {
-        return GetInterface(static_cast<IAMFilterMiscFlags*>(this), object);
+    const std::pair<const IID&, IUnknown*> own[] = {
+        {IID_IFileSourceFilter, static_cast<IFileSourceFilter*>(this)},
+        {IID_ISupportErrorInfo, static_cast<ISupportErrorInfo*>(this)},
+        {IID_IAMOpenProgress, static_cast<IAMOpenProgress*>(this)},
+        {__uuidof(INyxFootageInfo), static_cast<INyxFootageInfo*>(this)},
+        {IID_IAMStreamSelect, static_cast<IAMStreamSelect*>(this)},
+        {IID_IAMFilterMiscFlags, static_cast<IAMFilterMiscFlags*>(this)}};
+    for (const auto& [id, unknown] : own) {
+        if (iid == id) {
+            return GetInterface(unknown, object);
+        }
     }
     return CBaseFilter::NonDelegatingQueryInterface(iid, object);
 }

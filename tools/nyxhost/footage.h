@@ -8,6 +8,7 @@
 
 #include "com.h"
 #include "host/media_type.h"
+#include "platform/footage_info.h"
 
 namespace nyx::host {
 
@@ -77,5 +78,9 @@ std::string DescribeAudio(const MediaType& type);
 /// The rate of a video type: frames per second, a fraction. Types state a frame's duration rounded
 /// down to 100 ns; the usual rates are recovered from it.
 std::pair<LONG, LONG> RateOf(const MediaType& type);
+
+/// The timecode of the picture at a time of the file, and whether the frame itself gives it; "no
+/// timecode" where there is none or `info` is null.
+std::string TimecodeText(INyxFootageInfo* info, REFERENCE_TIME time);
 
 }  // namespace nyx::host

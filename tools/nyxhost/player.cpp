@@ -67,17 +67,6 @@ RECT Fitted(SIZE aspect, const RECT& area) {
     return {left, top, left + shownWidth, top + shownHeight};
 }
 
-std::string TimecodeText(INyxFootageInfo* info, REFERENCE_TIME time) {
-    NyxTimecode code{};
-    NyxTimecodeOrigin origin = NyxTimecodeNone;
-    if (info == nullptr || info->GetTimecode(time, &code, &origin) != S_OK) {
-        return "no timecode";
-    }
-    return Format("%02u:%02u:%02u%c%02u", code.hours, code.minutes, code.seconds,
-                  code.dropFrame != 0 ? ';' : ':', code.frames) +
-           (origin == NyxTimecodeFrame ? " in the frame" : "");
-}
-
 }  // namespace
 
 const Player::Key Player::kKeys[] = {
