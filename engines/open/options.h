@@ -5,9 +5,10 @@ namespace nyx::open {
 /// What the environment variable `NYX_OPEN_ENGINES` asks for: words separated by blanks, of which
 /// unknown ones are ignored.
 struct Options {
-    bool exact = false;  ///< "exact": libavcodec's reference transform
-    int maxThreads =
-        64;  ///< "threads=N": at most so many for one picture, 1 for the caller's alone
+    /// "exact": libavcodec's reference transform.
+    bool exact = false;
+    /// "threads=N": at most so many for one picture, the caller's included.
+    int maxThreads = 64;
 };
 
 Options ReadOptions();
