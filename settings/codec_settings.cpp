@@ -32,4 +32,9 @@ LONG WriteCodecSetting(DWORD fourcc, const wchar_t* name, LONG value) noexcept {
                              static_cast<DWORD>(value));
 }
 
+LONG ResetCodecSetting(DWORD fourcc, const wchar_t* name) noexcept {
+    const LONG error = RegDeleteKeyValueW(HKEY_CURRENT_USER, CodecKey(fourcc).path, name);
+    return error == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : error;
+}
+
 }  // namespace nyx

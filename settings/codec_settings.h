@@ -13,4 +13,8 @@ LONG ReadCodecSetting(DWORD fourcc, const wchar_t* name, LONG defaultValue) noex
 /// without a registry store nothing and return 0.
 LONG WriteCodecSetting(DWORD fourcc, const wchar_t* name, LONG value) noexcept;
 
+/// Removes one setting, so that its default applies again. Returns a Win32 error code; 0 also where
+/// nothing was stored. Only with a registry.
+LONG ResetCodecSetting(DWORD fourcc, const wchar_t* name) noexcept;
+
 }  // namespace nyx

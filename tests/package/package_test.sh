@@ -102,7 +102,7 @@ taken_out() {
 }
 
 package_is_whole() {
-    system='KERNEL32|msvcrt|ole32|OLEAUT32|ADVAPI32|USER32|GDI32|COMCTL32|VERSION|WINMM|PSAPI|SHELL32|WindowsCodecs|bcrypt|comdlg32'
+    system='KERNEL32|msvcrt|ole32|OLEAUT32|ADVAPI32|USER32|GDI32|COMCTL32|VERSION|WINMM|PSAPI|SHELL32|WindowsCodecs|crypt32|comdlg32'
     mapfile -t binaries < <(cd "$files" && find * -name '*.dll' -o -name '*.exe')
     check "eleven binaries" test ${#binaries[@]} = 11
     for file in "${binaries[@]}"; do

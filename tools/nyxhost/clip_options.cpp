@@ -51,7 +51,7 @@ CLI::Option* AddClipOptions(CLI::App& command, ClipOptions& options) {
 
 void AddFormatOption(CLI::App& command, ClipOptions& options, const char* preset) {
     std::vector<std::string> names;
-    for (const PictureFormat& format : PictureFormats()) {
+    for (const PictureFormat& format : kPictureFormats) {
         names.emplace_back(format.name);
     }
     options.graph.format = FindPictureFormat(preset);

@@ -24,6 +24,7 @@ void AddRenderCommand(CLI::App& app, Action& action);
 void AddBenchCommand(CLI::App& app, Action& action);
 void AddEncodeCommand(CLI::App& app, Action& action);
 void AddPropertiesCommand(CLI::App& app, Action& action);
+void AddSettingsCommand(CLI::App& app, Action& action);
 void AddDoctorCommand(CLI::App& app, Action& action);
 
 }  // namespace nyx::host

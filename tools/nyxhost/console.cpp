@@ -22,6 +22,7 @@ bool IsConsole(HANDLE handle) {
 
 constinit std::atomic<bool> interrupted{false};
 constinit std::atomic<bool> outputIsData{false};
+constinit std::string* printed = nullptr;
 
 BOOL WINAPI OnControl(DWORD) {
     interrupted = true;
@@ -67,7 +68,14 @@ void UseStandardOutputForData() {
     outputIsData = true;
 }
 
+void CopyPrintedTo(std::string* copy) {
+    printed = copy;
+}
+
 void Print(std::string_view text) {
+    if (printed != nullptr) {
+        *printed += text;
+    }
     if (outputIsData) {
         PrintAside(text);
         return;

@@ -9,6 +9,9 @@ namespace nyx::host {
 /// file. Failure kOutput when part of it cannot be written.
 void Print(std::string_view text);
 
+/// From now on appends all that Print() writes to `copy`, too; null ends it.
+void CopyPrintedTo(std::string* copy);
+
 /// From now on the standard output carries a command's data and Print() writes to the standard
 /// error. Failure kUsage when the standard output is a console.
 void UseStandardOutputForData();

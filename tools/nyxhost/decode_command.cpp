@@ -2,13 +2,15 @@
 
 #include <filesystem>
 
+#include <wincrypt.h>
+
 #include "clip_options.h"
 #include "commands.h"
 #include "console.h"
 #include "graph_tools.h"
-#include "md5.h"
 #include "output_file.h"
 #include "picture.h"
+#include "platform/system.h"
 #include "png_writer.h"
 #include "text.h"
 #include "wav_writer.h"
@@ -24,6 +26,20 @@ struct DecodeOptions {
     bool hash = false;
     bool square = false;
 };
+
+/// The MD5 of any bytes in hexadecimal.
+std::string Md5Of(const BYTE* data, std::size_t size) {
+    BYTE digest[16]{};
+    DWORD length = sizeof(digest);
+    const BOOL done =
+        CryptHashCertificate(0, CALG_MD5, 0, data, static_cast<DWORD>(size), digest, &length);
+    Check(done != FALSE ? S_OK : LastError(), "cannot compute a hash");
+    std::string text;
+    for (const BYTE byte : digest) {
+        text += Format("%02x", byte);
+    }
+    return text;
+}
 
 /// Writes the frames as PNG pictures, as raw bytes, as hashes, or any of these.
 class FrameOutputs {

@@ -1,10 +1,12 @@
 #include "engine_text.h"
 
 #include <algorithm>
+#include <fstream>
 #include <string_view>
 
 #include "codecs/engine_versions.h"
 #include "module_registry.h"
+#include "platform/system.h"
 #include "text.h"
 
 namespace nyx::host {
@@ -30,24 +32,36 @@ std::vector<Engine> EnginesOf(const std::string& filter) {
     return engines;
 }
 
-struct LibraryCloser {
-    void operator()(HMODULE module) const noexcept { FreeLibrary(module); }
-};
-using UniqueLibrary = std::unique_ptr<std::remove_pointer_t<HMODULE>, LibraryCloser>;
-
-/// The library that a codec has loaded or would load: by its bare name, else from the folder
-/// "engines" beside the module. Null, with the system's last error for the bare name, when neither
-/// can be loaded.
-UniqueLibrary LoadEngine(const wchar_t* library) {
-    UniqueLibrary module(LoadLibraryW(library));
-    const DWORD error = GetLastError();
-    const HMODULE codecs = GetModuleHandleW(L"nyxcodecs.dll");
-    if (module == nullptr && codecs != nullptr) {
-        const auto own = ModulePath(codecs).replace_filename(L"engines") / library;
-        module.reset(LoadLibraryW(own.c_str()));
+/// The word size of a DLL or program by its PE header; 0 for another file.
+int BitsOf(const std::filesystem::path& file) {
+    constexpr std::streamoff kHeaderPlace = 0x3C;
+    std::ifstream in(file, std::ios::binary);
+    DWORD header = 0;
+    WORD machine = 0;
+    in.seekg(kHeaderPlace).read(reinterpret_cast<char*>(&header), sizeof(header));
+    in.seekg(header + sizeof(DWORD)).read(reinterpret_cast<char*>(&machine), sizeof(machine));
+    if (!in) {
+        return 0;
     }
-    SetLastError(error);
-    return module;
+    return machine == IMAGE_FILE_MACHINE_I386 ? 32 : machine == IMAGE_FILE_MACHINE_AMD64 ? 64 : 0;
+}
+
+/// The folders, in order, from which a program of a word size loads a library by its bare name. The
+/// folder of the program itself is known for this one only.
+std::wstring SearchedFolders(int bits) {
+    wchar_t windows[MAX_PATH] = {};
+    GetWindowsDirectoryW(windows, MAX_PATH);
+    std::wstring path(32768, L'\0');  // the longest value of an environment variable
+    path.resize(GetEnvironmentVariableW(L"PATH", path.data(), static_cast<DWORD>(path.size())));
+    // The other word size has its system folder under a name of its own.
+    const std::wstring system = bits == kOwnBits ? L"\\system32;"
+                                : bits == 32     ? L"\\SysWOW64;"
+                                                 : L"\\Sysnative;";
+    std::wstring folders;
+    if (bits == kOwnBits) {
+        folders = ModulePath(nullptr).parent_path().wstring() + L";";
+    }
+    return folders + windows + system + windows + L";" + path;
 }
 
 /// What a library's version resource says of it.
@@ -100,20 +114,41 @@ FileVersion ReadFileVersion(const std::filesystem::path& file) {
 }
 
 std::string EngineText(const Engine& engine) {
-    const UniqueLibrary module = LoadEngine(engine.library);
-    const DWORD error = GetLastError();
-    std::string found =
-        error == ERROR_BAD_EXE_FORMAT ? "not a " + WordSize() + " library" : "not found";
-    if (module != nullptr) {
-        found = EngineFileText(engine, ModulePath(module.get()));
-    }
-    return Utf8(engine.library) + " (" + found + ")";
+    const auto file = FindEngine(engine, kOwnBits);
+    const std::string failure = file.empty() ? "not found" : LoadFailure(file, kOwnBits);
+    return Utf8(engine.library) + " (" +
+           (failure.empty() ? EngineFileText(engine, file) : failure) + ")";
 }
 
 }  // namespace
 
 std::vector<Engine> AllEngines() {
     return {std::begin(kEngines), std::end(kEngines)};
+}
+
+std::string LoadFailure(const std::filesystem::path& file, int bits) {
+    std::error_code unreadable;
+    if (std::filesystem::exists(file, unreadable) && BitsOf(file) != bits) {
+        return Format("not a %d-bit library", bits);
+    }
+    // Only a program of the same word size can try.
+    const HMODULE library =
+        LoadLibraryExW(file.c_str(), nullptr,
+                       bits == kOwnBits ? LOAD_WITH_ALTERED_SEARCH_PATH : LOAD_LIBRARY_AS_DATAFILE);
+    if (library == nullptr) {
+        return "not loadable: " + ResultText(LastError());
+    }
+    FreeLibrary(library);
+    return {};
+}
+
+std::filesystem::path FindEngine(const Engine& engine, int bits) {
+    wchar_t found[MAX_PATH] = {};
+    SearchPathW(SearchedFolders(bits).c_str(), engine.library, nullptr, MAX_PATH, found, nullptr);
+    std::filesystem::path file(found);
+    const auto beside =
+        RegisteredModule(kCodecModule, bits).replace_filename(L"engines") / engine.library;
+    return BitsOf(file) == bits || BitsOf(beside) == 0 ? file : beside;
 }
 
 bool IsTooOld(const Engine& engine, const std::filesystem::path& file) {

@@ -14,8 +14,6 @@
 namespace nyx::host {
 namespace {
 
-constexpr wchar_t kSourceModule[] = L"nyxsource.dll";
-
 bool IsFootageSource(IBaseFilter* filter) {
     CLSID clsid{};
     return SUCCEEDED(filter->GetClassID(&clsid)) && clsid == CLSID_NyxFootageSource;
@@ -41,8 +39,8 @@ ComPtr<IBaseFilter> CreateSource() {
                               reinterpret_cast<void**>(factory.GetAddressOf()))) ||
         FAILED(factory->CreateInstance(nullptr, IID_IBaseFilter,
                                        reinterpret_cast<void**>(filter.GetAddressOf())))) {
-        throw Failure(ExitCode::kNoDecoder,
-                      Utf8(kSourceModule) + " is neither registered nor beside this program");
+        throw Failure(ExitCode::kNoDecoder, std::string(kSourceModule) +
+                                                " is neither registered nor beside this program");
     }
     return filter;
 }
@@ -206,15 +204,18 @@ std::string DescribeAudio(const MediaType& type) {
                   wave.nSamplesPerSec, wave.wBitsPerSample);
 }
 
+std::string TimecodeText(const NyxTimecode& code) {
+    return Format("%02u:%02u:%02u%c%02u", code.hours, code.minutes, code.seconds,
+                  code.dropFrame != 0 ? ';' : ':', code.frames);
+}
+
 std::string TimecodeText(INyxFootageInfo* info, REFERENCE_TIME time) {
     NyxTimecode code{};
     NyxTimecodeOrigin origin = NyxTimecodeNone;
     if (info == nullptr || info->GetTimecode(time, &code, &origin) != S_OK) {
         return "no timecode";
     }
-    return Format("%02u:%02u:%02u%c%02u", code.hours, code.minutes, code.seconds,
-                  code.dropFrame != 0 ? ';' : ':', code.frames) +
-           (origin == NyxTimecodeFrame ? " in the frame" : "");
+    return TimecodeText(code) + (origin == NyxTimecodeFrame ? " in the frame" : "");
 }
 
 }  // namespace nyx::host

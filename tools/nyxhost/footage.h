@@ -79,6 +79,9 @@ std::string DescribeAudio(const MediaType& type);
 /// down to 100 ns; the usual rates are recovered from it.
 std::pair<LONG, LONG> RateOf(const MediaType& type);
 
+/// "01:02:03:04", or "01:02:03;04" with dropped numbers.
+std::string TimecodeText(const NyxTimecode& code);
+
 /// The timecode of the picture at a time of the file, and whether the frame itself gives it; "no
 /// timecode" where there is none or `info` is null.
 std::string TimecodeText(INyxFootageInfo* info, REFERENCE_TIME time);

@@ -9,6 +9,7 @@
 #include <tuple>
 
 #include "com.h"
+#include "media/video_block.h"
 #include "text.h"
 
 namespace nyx::host {
@@ -56,15 +57,8 @@ FrameList OpenRawPictures(const std::string& path, const PictureFormat& format, 
                                                       "pictures of %lld bytes",
                                                       bytes, pictureBytes));
     }
-    BITMAPINFOHEADER header{};
-    header.biSize = sizeof(header);
-    header.biWidth = width;
-    header.biHeight = height;
-    header.biPlanes = 1;
-    header.biBitCount = format.bits;
-    header.biCompression = format.compression;
-    header.biSizeImage = static_cast<DWORD>(pictureBytes);
-
+    const BITMAPINFOHEADER header = PictureHeader(width, height, format.bits, format.compression,
+                                                  static_cast<DWORD>(pictureBytes));
     FrameList list;
     list.rate = rate;
     list.count = static_cast<LONG>(count);

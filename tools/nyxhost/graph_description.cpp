@@ -41,24 +41,18 @@ void PrintPins(IBaseFilter* filter, const CLSID& clsid) {
 
 }  // namespace
 
-std::string MeritText(const CLSID& clsid) {
-    const std::wstring key =
-        Wide("CLSID\\" + GuidText(CLSID_LegacyAmFilterCategory) + "\\Instance\\" + GuidText(clsid));
-    DWORD data[1024] = {};  // version, merit, then the pins
-    DWORD bytes = sizeof(data);
-    const LSTATUS read = RegGetValueW(HKEY_CLASSES_ROOT, key.c_str(), L"FilterData",
-                                      RRF_RT_REG_BINARY, nullptr, data, &bytes);
-    return read == ERROR_SUCCESS && bytes >= 2 * sizeof(DWORD) ? Format(", merit 0x%08lX", data[1])
-                                                               : "";
+std::string MeritText(const CLSID& clsid, int bits) {
+    const std::optional<DWORD> merit = MeritOf(clsid, bits);
+    return merit ? Format(", merit 0x%08lX", *merit) : "";
 }
 
 std::string ClassName(IBaseFilter* filter, const CLSID& clsid) {
-    const std::wstring name = RegisteredText(HKEY_CLASSES_ROOT, Wide("CLSID\\" + GuidText(clsid)));
-    return name.empty() ? FilterName(filter) : Utf8(name);
+    const std::string name = RegisteredText("CLSID\\" + GuidText(clsid));
+    return name.empty() ? FilterName(filter) : name;
 }
 
 std::string BeatenText(const CLSID& winner, const GUID& subtype) {
-    const std::vector<RegisteredFilter> ours = FindFilters("nyxcodecs.dll");
+    const std::vector<RegisteredFilter> ours = FindFilters(kCodecModule);
     const auto isOurs = [&ours](const CLSID& clsid) {
         return std::any_of(ours.begin(), ours.end(),
                            [&clsid](const RegisteredFilter& own) { return own.clsid == clsid; });

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "host/media_type.h"
+#include "registry.h"
 
 namespace nyx::host {
 
@@ -16,7 +17,7 @@ std::string DescribeType(const MediaType& type);
 std::string BeatenText(const CLSID& winner, const GUID& subtype);
 
 /// ", merit 0x00800000" of a registered DirectShow filter; empty when it is not registered.
-std::string MeritText(const CLSID& clsid);
+std::string MeritText(const CLSID& clsid, int bits = kOwnBits);
 
 /// The name that a filter's class is registered with, else its name in the graph.
 std::string ClassName(IBaseFilter* filter, const CLSID& clsid);

@@ -3,7 +3,6 @@
 #include <climits>
 #include <map>
 
-#include "audio_peaks.h"
 #include "clip_options.h"
 #include "commands.h"
 #include "console.h"

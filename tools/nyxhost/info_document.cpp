@@ -1,6 +1,10 @@
 #include "info_document.h"
 
+#include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 
 #include "dv/format_table.h"
 #include "dv_description.h"
@@ -61,10 +65,8 @@ Json StartOf(INyxFootageInfo* info) {
     if (info == nullptr || info->GetTimecode(0, &start, &origin) != S_OK) {
         return {};
     }
-    const bool drop = start.dropFrame != 0;
-    return {{"start", Format("%02u:%02u:%02u%c%02u", start.hours, start.minutes, start.seconds,
-                             drop ? ';' : ':', start.frames)},
-            {"drop_frame", drop},
+    return {{"start", TimecodeText(start)},
+            {"drop_frame", start.dropFrame != 0},
             {"frames_per_second", start.framesPerSecond},
             {"says", origin == NyxTimecodeFrame ? "frame" : "container"}};
 }
@@ -110,7 +112,7 @@ Json DescribeClip(const std::string& path, const Footage& footage) {
     const auto info = As<INyxFootageInfo>(FilterOf(footage.Video().pin.Get()));
     Json audio = Json::array();
     for (const SourceStream& stream : footage.Audio()) {
-        const auto& wave = *reinterpret_cast<const WAVEFORMATEX*>(stream.type.pbFormat);
+        const WAVEFORMATEX& wave = WaveFormatOf(stream.type);
         audio.push_back({{"channels", wave.nChannels},
                          {"samples_per_second", wave.nSamplesPerSec},
                          {"bits_per_sample", wave.wBitsPerSample},
@@ -126,6 +128,26 @@ Json DescribeClip(const std::string& path, const Footage& footage) {
             {"streams", StreamsOf(info.Get())},
             {"video", VideoOf(footage)},
             {"audio", std::move(audio)}};
+}
+
+void MeasurePeaks(const MediaType& type, IMediaSample& sample, std::vector<double>* peaks) {
+    const WAVEFORMATEX& wave = WaveFormatOf(type);
+    const std::size_t bytes = wave.wBitsPerSample / 8u;
+    const auto size = static_cast<std::size_t>(sample.GetActualDataLength());
+    peaks->resize(wave.nChannels);
+    if (peaks->empty() || bytes == 0 || bytes > sizeof(std::uint32_t)) {
+        return;
+    }
+    const BYTE* data = DataOf(sample);
+    for (std::size_t i = 0; (i + 1) * bytes <= size; ++i) {
+        std::uint32_t word = 0;  // a little-endian integer moves to its top
+        std::memcpy(reinterpret_cast<BYTE*>(&word) + sizeof(word) - bytes, data + i * bytes, bytes);
+        const double value = type.subtype == MEDIASUBTYPE_IEEE_FLOAT
+                                 ? std::bit_cast<float>(word)
+                                 : static_cast<std::int32_t>(word) / 2147483648.0;
+        double& peak = (*peaks)[i % peaks->size()];
+        peak = std::max(peak, std::abs(value));
+    }
 }
 
 Json DescribePeaks(const std::vector<double>& peaks) {

@@ -14,7 +14,12 @@ namespace nyx::host {
 /// source's type states.
 Json DescribeClip(const std::string& path, const Footage& footage);
 
-/// `peak_dbfs` of an audio stream: from values where 1 is full scale.
+/// Raises `peaks`, one per channel, to the highest values in a sample of PCM, where 1 is full
+/// scale. `type` has integers or floating-point numbers of up to 4 bytes; any others change
+/// nothing.
+void MeasurePeaks(const MediaType& type, IMediaSample& sample, std::vector<double>* peaks);
+
+/// `peak_dbfs` of an audio stream: from such values.
 Json DescribePeaks(const std::vector<double>& peaks);
 
 /// An entry of `frames` from a compressed frame; with its data when that is DV.

@@ -10,8 +10,6 @@
 namespace nyx::host {
 namespace {
 
-constexpr const char* kModules[] = {"nyxcodecs.dll", "nyxsource.dll"};
-
 /// Tries to create a filter, prints the result and the filter's engines, and returns whether it
 /// works.
 bool PrintAttempt(const RegisteredFilter& filter) {

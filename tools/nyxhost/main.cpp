@@ -32,6 +32,7 @@ ExitCode RunProgram(int count, wchar_t** arguments) {
     AddBenchCommand(app, action);
     AddEncodeCommand(app, action);
     AddPropertiesCommand(app, action);
+    AddSettingsCommand(app, action);
     AddDoctorCommand(app, action);
 
     std::vector<std::string> words;

@@ -4,7 +4,6 @@
 #include <tuple>
 
 #include "engine_text.h"
-#include "platform/unique_handle.h"
 #include "text.h"
 
 namespace nyx::host {
@@ -16,8 +15,8 @@ constexpr struct {
 } kCategories[] = {{&CLSID_LegacyAmFilterCategory, "DirectShow filters"},
                    {&CLSID_VideoCompressorCategory, "video compressors"}};
 
-bool IsNamed(const std::filesystem::path& server, const std::string& file) {
-    return _wcsicmp(server.filename().c_str(), Wide(file).c_str()) == 0;
+std::string InstancesOf(const CLSID& category) {
+    return "CLSID\\" + GuidText(category) + "\\Instance";
 }
 
 /// A text property of a moniker's object, such as "CLSID"; empty when it is missing.
@@ -50,18 +49,24 @@ std::vector<ListedFilter> ReadList(const ComPtr<IEnumMoniker>& list) {
     return filters;
 }
 
-/// The DLL of a class below the key `classes`; empty when the class is not registered.
-std::filesystem::path ServerOf(HKEY classes, const std::wstring& clsid) {
-    return RegisteredText(classes, clsid + L"\\InprocServer32");
-}
-
 }  // namespace
 
-std::wstring RegisteredText(HKEY parent, const std::wstring& key) {
-    wchar_t text[MAX_PATH] = {};
-    DWORD bytes = sizeof(text);
-    RegGetValueW(parent, key.c_str(), nullptr, RRF_RT_REG_SZ, nullptr, text, &bytes);
-    return text;
+bool IsNamed(const std::filesystem::path& path, const std::string& file) {
+    return _wcsicmp(path.filename().c_str(), Wide(file).c_str()) == 0;
+}
+
+std::filesystem::path RegisteredServer(const std::string& clsid, int bits) {
+    return Wide(RegisteredText("CLSID\\" + clsid + "\\InprocServer32", nullptr, bits));
+}
+
+std::optional<DWORD> MeritOf(const CLSID& clsid, int bits) {
+    const std::string path = InstancesOf(CLSID_LegacyAmFilterCategory) + "\\" + GuidText(clsid);
+    DWORD data[1024] = {};  // version, merit, then the pins
+    DWORD bytes = sizeof(data);
+    const LSTATUS read = RegGetValueW(OpenView(HKEY_CLASSES_ROOT, path, bits).get(), nullptr,
+                                      L"FilterData", RRF_RT_REG_BINARY, nullptr, data, &bytes);
+    return read == ERROR_SUCCESS && bytes >= 2 * sizeof(DWORD) ? std::optional(data[1])
+                                                               : std::nullopt;
 }
 
 std::vector<ListedFilter> FiltersIn(const CLSID& category) {
@@ -96,7 +101,7 @@ ComPtr<IBaseFilter> CreateFilter(const ListedFilter& listed) {
 }
 
 std::string WordSize() {
-    return Format("%zu-bit", sizeof(void*) * 8);
+    return Format("%d-bit", kOwnBits);
 }
 
 std::filesystem::path ModulePath(HMODULE module) {
@@ -115,14 +120,9 @@ std::vector<int> WordSizes() {
 }
 
 std::filesystem::path RegisteredModule(const std::string& moduleFile, int bits) {
-    const REGSAM view = KEY_READ | (bits == 32 ? KEY_WOW64_32KEY : KEY_WOW64_64KEY);
-    const UniqueKey classes = OpenKey(HKEY_CLASSES_ROOT, L"CLSID", view);
-    const std::wstring instances = Wide(GuidText(CLSID_LegacyAmFilterCategory)) + L"\\Instance";
-    const UniqueKey filters = OpenKey(classes.get(), instances.c_str(), view);
-    wchar_t clsid[64];
-    for (DWORD i = 0; RegEnumKeyW(filters.get(), i, clsid, ARRAYSIZE(clsid)) == ERROR_SUCCESS;
-         ++i) {
-        auto server = ServerOf(classes.get(), clsid);
+    for (const std::string& clsid :
+         SubkeysOf(OpenView(HKEY_CLASSES_ROOT, InstancesOf(CLSID_LegacyAmFilterCategory), bits))) {
+        auto server = RegisteredServer(clsid, bits);
         if (IsNamed(server, moduleFile)) {
             return server;
         }
@@ -131,11 +131,10 @@ std::filesystem::path RegisteredModule(const std::string& moduleFile, int bits) 
 }
 
 std::vector<RegisteredFilter> FindFilters(const std::string& moduleFile) {
-    const UniqueKey classes = OpenKey(HKEY_CLASSES_ROOT, L"CLSID", KEY_READ);
     std::vector<RegisteredFilter> filters;
     for (const auto& category : kCategories) {
         for (const ListedFilter& listed : FiltersIn(*category.clsid)) {
-            const auto server = ServerOf(classes.get(), Wide(GuidText(listed.clsid)));
+            const auto server = RegisteredServer(GuidText(listed.clsid));
             if (!IsNamed(server, moduleFile)) {
                 continue;
             }

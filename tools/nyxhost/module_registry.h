@@ -1,12 +1,18 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "com.h"
+#include "registry.h"
 
 namespace nyx::host {
+
+inline constexpr const char* kCodecModule = "nyxcodecs.dll";
+inline constexpr const char* kSourceModule = "nyxsource.dll";
+inline constexpr const char* kModules[] = {kCodecModule, kSourceModule};
 
 /// A filter in one of the system's lists.
 struct ListedFilter {
@@ -34,8 +40,11 @@ struct RegisteredFilter {
 /// "32-bit" or "64-bit": the word size of this program and of every module that it can load.
 std::string WordSize();
 
-/// The unnamed value of a registry key below `parent`; empty without one.
-std::wstring RegisteredText(HKEY parent, const std::wstring& key);
+/// Whether a path ends with this file name.
+bool IsNamed(const std::filesystem::path& path, const std::string& file);
+
+/// The DLL of a class, in the view of a word size; empty when the class is not registered.
+std::filesystem::path RegisteredServer(const std::string& clsid, int bits = kOwnBits);
 
 /// Where a loaded library was loaded from, or this program for null.
 std::filesystem::path ModulePath(HMODULE module);
@@ -46,6 +55,9 @@ std::vector<int> WordSizes();
 /// Where the DLL of a file name is registered for programs of one of these word sizes; empty where
 /// it is not.
 std::filesystem::path RegisteredModule(const std::string& moduleFile, int bits);
+
+/// The merit of a registered DirectShow filter, in the view of a word size.
+std::optional<DWORD> MeritOf(const CLSID& clsid, int bits = kOwnBits);
 
 /// Every filter whose DLL has the file name `moduleFile`, ordered by the filter's name. Failure
 /// kPlatform.

@@ -16,7 +16,7 @@ struct Picture {
     UINT BytesPerPixel() const { return hasAlpha ? 4 : 3; }
 };
 
-/// The picture in a sample. `type` has a video format block and an RGB subtype of PictureFormats();
+/// The picture in a sample. `type` has a video format block and an RGB subtype of kPictureFormats;
 /// a positive height means bottom-up rows. Failure kDecode when the sample is too short for its
 /// type, kPlatform for any other type.
 Picture MakePicture(const MediaType& type, const BYTE* data, std::size_t size);

@@ -1,7 +1,6 @@
 #include "playback_graph.h"
 
 #include <algorithm>
-#include <tuple>
 
 #include "decoder_candidates.h"
 #include "graph_tools.h"
@@ -49,9 +48,7 @@ ComPtr<IPin> PlaybackGraph::ConnectEnd(IPin* from, const MediaType& compressed,
     }
     ComPtr<IPin> feeding;
     Check(end->ConnectedTo(feeding.GetAddressOf()), "the sink is not connected");
-    const ComPtr<IBaseFilter> decoder = FilterOf(feeding.Get());
-    decoderName_ = FilterName(decoder.Get());
-    std::ignore = decoder->GetClassID(&decoderClass_);  // a failure leaves it empty
+    decoderName_ = FilterName(FilterOf(feeding.Get()).Get());
     return end;
 }
 

@@ -31,16 +31,14 @@ class PlaybackGraph final : public ClipGraph {
     /// The file; only with the constructor that takes its path.
     const Footage& Clip() const { return *footage_; }
 
-    /// The name and class of the decoder that the system chose; empty without a decoder.
+    /// The name of the decoder that the system chose; empty without a decoder.
     const std::string& DecoderName() const { return decoderName_; }
-    const CLSID& DecoderClass() const { return decoderClass_; }
 
   private:
     ComPtr<IPin> ConnectEnd(IPin* from, const MediaType& compressed, const Options& options);
 
     std::unique_ptr<Footage> footage_;
     std::string decoderName_;
-    CLSID decoderClass_{};
 };
 
 }  // namespace nyx::host

@@ -12,6 +12,7 @@
 #include "graph_description.h"
 #include "graph_tools.h"
 #include "output_file.h"
+#include "picture.h"
 #include "platform/footage_info.h"
 #include "platform/system.h"
 #include "png_writer.h"
@@ -45,14 +46,7 @@ std::string PicturesFolder() {
 
 /// The size at which a picture is shown: its lines, with as many columns as its aspect asks for.
 SIZE ShownSize(const MediaType& type) {
-    const BITMAPINFOHEADER& header = type.Header();
-    SIZE size{header.biWidth, std::abs(header.biHeight)};
-    if (type.formattype == FORMAT_VideoInfo2 && type.Info2().dwPictAspectRatioX > 0 &&
-        type.Info2().dwPictAspectRatioY > 0) {
-        size.cx = std::lround(1.0 * size.cy * type.Info2().dwPictAspectRatioX /
-                              type.Info2().dwPictAspectRatioY);
-    }
-    return size;
+    return {static_cast<LONG>(SquareWidth(type)), std::abs(type.Header().biHeight)};
 }
 
 /// The largest rectangle of `aspect` in the middle of `area`.
@@ -75,7 +69,7 @@ const Player::Key Player::kKeys[] = {
     {VK_RIGHT, "Right", "a second on", &Player::SkipSeconds, 1},
     {VK_OEM_COMMA, ",", "a frame back", &Player::StepFrames, -1},
     {VK_OEM_PERIOD, ".", "a frame on", &Player::StepFrames, 1},
-    {VK_HOME, "Home", "the first frame", &Player::ShowFirst, 0},
+    {VK_HOME, "Home", "the first frame", &Player::SeekTo, 0},
     {VK_END, "End", "the last frame", &Player::ShowLast, 0},
     {'F', "F", "full screen", &Player::ToggleFullScreen, 0},
     {'T', "T", "show timecode", &Player::ToggleTimecode, 0},
@@ -288,10 +282,6 @@ void Player::SkipSeconds(LONG count) {
 void Player::StepFrames(LONG count) {
     SetPlaying(false);
     SeekTo(Frame() + count);
-}
-
-void Player::ShowFirst(LONG) {
-    SeekTo(first_);
 }
 
 void Player::ShowLast(LONG) {

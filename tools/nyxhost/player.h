@@ -40,7 +40,6 @@ class Player {
     void TogglePause(LONG);
     void SkipSeconds(LONG count);
     void StepFrames(LONG count);
-    void ShowFirst(LONG);
     void ShowLast(LONG);
     void ToggleFullScreen(LONG);
     void ToggleTimecode(LONG);

@@ -1,61 +1,19 @@
 #include <CLI/CLI.hpp>
 
-#include <atomic>
 #include <cmath>
-#include <tuple>
 
 #include "com.h"
 #include "commands.h"
 #include "console.h"
 #include "decoder_candidates.h"
 #include "footage.h"
-#include "frame_sink.h"
 #include "graph_description.h"
-#include "graph_tools.h"
 #include "progress.h"
+#include "rendered_file.h"
 #include "text.h"
 
 namespace nyx::host {
 namespace {
-
-/// A sink that counts samples.
-class Counter {
-  public:
-    Counter(IGraphBuilder* graph, const wchar_t* name, FrameSink::Accept accept)
-        : sink_(Make<FrameSink>([this](IMediaSample&) { return ++count_ > 0; }, accept)) {
-        Check(graph->AddFilter(sink_.Get(), name), "cannot add a sink to the graph");
-    }
-
-    LONG Count() const { return count_; }
-
-    /// Whether its pin is connected.
-    bool IsConnected() const {
-        ComPtr<IPin> peer;
-        return SUCCEEDED(sink_->Input()->ConnectedTo(peer.GetAddressOf()));
-    }
-
-    [[nodiscard]] HRESULT Connect(IGraphBuilder* graph, IPin* from) const {
-        return graph->Connect(from, sink_->Input());
-    }
-
-    /// The type of its connection; empty without one.
-    MediaType Type() const {
-        MediaType type;
-        std::ignore = sink_->Input()->ConnectionMediaType(&type);  // a failure leaves it empty
-        return type;
-    }
-
-    /// Removes the sink unless it is connected: the graph would wait for its end of stream.
-    void RemoveIfIdle(IGraphBuilder* graph) const {
-        if (!IsConnected()) {
-            Check(graph->RemoveFilter(sink_.Get()), "cannot remove a sink from the graph");
-        }
-    }
-
-  private:
-    std::atomic<LONG> count_{0};
-    ComPtr<FrameSink> sink_;
-};
 
 /// Reports why the system plays no picture of a file: our source or the decoders refuse it, or the
 /// system chooses another source.
@@ -63,7 +21,7 @@ class Counter {
     const auto graph = CreateGraph();
     const Footage clip(graph.Get(), path);
     const Counter pictures(graph.Get(), L"Pictures", IsPicture);
-    if (SUCCEEDED(pictures.Connect(graph.Get(), clip.Video().pin.Get()))) {
+    if (SUCCEEDED(graph->Connect(clip.Video().pin.Get(), pictures.Input()))) {
         throw Failure(
             ExitCode::kRefused,
             "the system does not open " + path +
@@ -84,29 +42,24 @@ long PicturesToCome(const ComPtr<IGraphBuilder>& graph, const MediaType& type) {
 }
 
 ExitCode RunRender(const std::string& path) {
-    CheckReadable(path);
-    const auto graph = CreateGraph();
-    const Counter pictures(graph.Get(), L"Pictures", IsPicture);
-    const Counter audio(graph.Get(), L"Audio", IsAudio);
-    const HRESULT rendered = graph->RenderFile(Wide(path).c_str(), nullptr);
-    pictures.RemoveIfIdle(graph.Get());
-    audio.RemoveIfIdle(graph.Get());
-    PrintGraph(graph.Get());
-    if (FAILED(rendered) || (rendered != S_OK && !pictures.IsConnected())) {
-        ExplainRefusal(path, rendered);
+    const RenderedFile file(path);
+    const MediaType type = file.pictures.Type();
+    PrintGraph(file.graph.Get());
+    if (FAILED(file.result) || (file.result != S_OK && !type.HasPicture())) {
+        ExplainRefusal(path, file.result);
     }
-    if (rendered != S_OK) {
-        PrintWarning("not every stream is played: " + ResultText(rendered));
+    if (file.result != S_OK) {
+        PrintWarning("not every stream is played: " + ResultText(file.result));
     }
-    RemoveClock(graph);
+    RemoveClock(file.graph);
     {
-        Progress progress("playing", PicturesToCome(graph, pictures.Type()));
-        RunToEnd(graph, [&] {
-            progress.Show(pictures.Count());
+        Progress progress("playing", PicturesToCome(file.graph, type));
+        RunToEnd(file.graph, [&] {
+            progress.Show(file.pictures.Count());
             return true;
         });
     }
-    Print(Format("%ld pictures, %ld audio samples\n", pictures.Count(), audio.Count()));
+    Print(Format("%ld pictures, %ld audio samples\n", file.pictures.Count(), file.audio.Count()));
     return ExitCode::kOk;
 }
 

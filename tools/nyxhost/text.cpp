@@ -1,7 +1,6 @@
 #include "text.h"
 
 #include <dshow.h>
-#include <vfw.h>
 
 #include <cstdarg>
 #include <cstdio>
@@ -38,9 +37,6 @@ constexpr NamedResult kNamedResults[] = {
     {VFW_S_PARTIAL_RENDER, "VFW_S_PARTIAL_RENDER"},
     {VFW_S_VIDEO_NOT_RENDERED, "VFW_S_VIDEO_NOT_RENDERED"},
     {VFW_S_AUDIO_NOT_RENDERED, "VFW_S_AUDIO_NOT_RENDERED"},
-    {AVIERR_FILEWRITE, "AVIERR_FILEWRITE"},
-    {AVIERR_FILEOPEN, "AVIERR_FILEOPEN"},
-    {AVIERR_NODATA, "AVIERR_NODATA"},
 };
 
 std::string SystemText(HRESULT result) {
