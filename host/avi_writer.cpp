@@ -123,31 +123,16 @@ std::string AviWriter::Header() const {
     return ListOf(FourCC("hdrl"), lists + ListOf(FourCC("odml"), ChunkOf(FourCC("dmlh"), open)));
 }
 
-HRESULT AviWriter::Append(const void* data, std::size_t size) {
+HRESULT AviWriter::WriteAt(unsigned long long place, std::string_view bytes) {
+    OVERLAPPED at{};
+    at.Offset = Low(place);
+    at.OffsetHigh = High(place);
     DWORD written = 0;
-    if (!WriteFile(file_.get(), data, static_cast<DWORD>(size), &written, nullptr)) {
+    if (!WriteFile(file_.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, &at)) {
         return LastError();
     }
-    end_ += written;
-    return written == size ? S_OK : HRESULT_FROM_WIN32(ERROR_DISK_FULL);
-}
-
-HRESULT AviWriter::AppendChunk(DWORD id, const std::string& body) {
-    const std::string chunk = ChunkOf(id, body);
-    return Append(chunk.data(), chunk.size());
-}
-
-HRESULT AviWriter::Replace(unsigned long long place, const std::string& bytes) {
-    LARGE_INTEGER to{};
-    to.QuadPart = static_cast<LONGLONG>(place);
-    LARGE_INTEGER back{};
-    back.QuadPart = static_cast<LONGLONG>(end_);
-    if (!SetFilePointerEx(file_.get(), to, nullptr, FILE_BEGIN)) {
-        return LastError();
-    }
-    const HRESULT result = Append(bytes.data(), bytes.size());
-    end_ = static_cast<unsigned long long>(back.QuadPart);
-    return SetFilePointerEx(file_.get(), back, nullptr, FILE_BEGIN) ? result : LastError();
+    end_ = std::max(end_, place + written);
+    return written == bytes.size() ? S_OK : HRESULT_FROM_WIN32(ERROR_DISK_FULL);
 }
 
 HRESULT AviWriter::BeginRiff() {
@@ -159,7 +144,7 @@ HRESULT AviWriter::BeginRiff() {
     const std::string head = Words({FourCC("RIFF"), 0, first ? FourCC("AVI ") : FourCC("AVIX")}) +
                              (first ? Header() : "") + ListOf(FourCC("movi"), "");
     movi_ = end_ + head.size() - sizeof(DWORD);
-    return Append(head.data(), head.size());
+    return WriteAt(end_, head);
 }
 
 HRESULT AviWriter::WriteIndex(std::size_t stream) {
@@ -177,7 +162,7 @@ HRESULT AviWriter::WriteIndex(std::size_t stream) {
         Words({kIndexOfChunks, count, streams_[stream].chunk, Low(movi_), High(movi_), 0}) + index;
     streams_[stream].indices.push_back(
         {.offset = end_, .bytes = static_cast<DWORD>(8 + index.size()), .duration = duration});
-    return AppendChunk(ChunkId(stream, "ix") << 16 | ChunkId(stream, "ix") >> 16, index);
+    return WriteAt(end_, ChunkOf(ChunkId(stream, "ix") << 16 | ChunkId(stream, "ix") >> 16, index));
 }
 
 HRESULT AviWriter::EndRiff() {
@@ -192,13 +177,13 @@ HRESULT AviWriter::EndRiff() {
         for (const Chunk& chunk : chunks_) {
             index += Words({streams_[chunk.stream].chunk, kKeyFrame, chunk.offset, chunk.bytes});
         }
-        result = AppendChunk(FourCC("idx1"), index);
+        result = WriteAt(end_, ChunkOf(FourCC("idx1"), index));
     }
     chunks_.clear();
     if (SUCCEEDED(result)) {
-        result = Replace(riff_ + 4, Words({Low(end_ - riff_ - 8)}));
+        result = WriteAt(riff_ + 4, Words({Low(end_ - riff_ - 8)}));
     }
-    return SUCCEEDED(result) ? Replace(movi_ - 4, Words({Low(moviEnd - movi_)})) : result;
+    return SUCCEEDED(result) ? WriteAt(movi_ - 4, Words({Low(moviEnd - movi_)})) : result;
 }
 
 HRESULT AviWriter::WriteTo(std::size_t index, const void* data, LONG size, DWORD duration) {
@@ -222,12 +207,11 @@ HRESULT AviWriter::WriteTo(std::size_t index, const void* data, LONG size, DWORD
                        .duration = duration});
     stream.length += duration;
     stream.largest = std::max(stream.largest, bytes);
-    const std::string head = Words({stream.chunk, bytes});
-    result = Append(head.data(), head.size());
+    result = WriteAt(end_, Words({stream.chunk, bytes}));
     if (SUCCEEDED(result)) {
-        result = Append(data, bytes);
+        result = WriteAt(end_, {static_cast<const char*>(data), bytes});
     }
-    return SUCCEEDED(result) ? Append("", bytes % 2) : result;
+    return SUCCEEDED(result) ? WriteAt(end_, std::string(bytes % 2, '\0')) : result;
 }
 
 HRESULT AviWriter::Write(const void* frame, LONG size) {
@@ -247,7 +231,7 @@ HRESULT AviWriter::Finish() {
         result = EndRiff();
     }
     if (SUCCEEDED(result)) {
-        result = Replace(12, Header());
+        result = WriteAt(12, Header());
     }
     if (SUCCEEDED(result) && !CloseFile(std::move(file_))) {
         result = LastError();

@@ -6,6 +6,7 @@
 #include <mmreg.h>
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/unique_handle.h"
@@ -80,9 +81,7 @@ class AviWriter {
     [[nodiscard]] HRESULT BeginRiff();
     [[nodiscard]] HRESULT EndRiff();
     [[nodiscard]] HRESULT WriteIndex(std::size_t stream);
-    [[nodiscard]] HRESULT Append(const void* data, std::size_t size);
-    [[nodiscard]] HRESULT AppendChunk(DWORD id, const std::string& body);
-    [[nodiscard]] HRESULT Replace(unsigned long long place, const std::string& bytes);
+    [[nodiscard]] HRESULT WriteAt(unsigned long long place, std::string_view bytes);
 
     const DWORD riffBytes_;
     std::wstring path_;

@@ -41,6 +41,8 @@ text "$here/readme.txt.in" README.txt
 text "$root/CHANGELOG.md" CHANGELOG.txt
 text "$here/install.cmd" install.cmd
 text "$here/uninstall.cmd" uninstall.cmd
+mkdir "$stage/docs"
+text "$root/docs/info-schema.json" docs/info-schema.json
 for header in platform/class_ids.h platform/footage_info.h filters/encode_parameter.h settings/encode_parameter_block.h; do
     mkdir -p "$stage/include/${header%/*}"
     text "$root/$header" "include/$header"

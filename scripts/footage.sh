@@ -34,8 +34,8 @@ coded_lines() { # HEIGHT
     if [ "$1" = 576 ]; then echo 608; else echo 512; fi
 }
 
-# Makes a file with the test card, or $picture_kind, in 16:9. The lines that D-10 codes above the picture are red;
-# no decoder shows them.
+# Makes a file with the test card, or $picture_kind, in 16:9, whose timecode starts as the card's clock does. The
+# lines that D-10 codes above the picture are red; no decoder shows them.
 make_footage() { # FOLDER FILE SIZE RATE FRAMES PIXELS CODING SOUND
     local file=$1/$2 width=${3%x*} height=${3#*x} rate=$4 sound=(-c:a "pcm_$8") coded=${3#*x} fields=bb coding
     case $7 in
@@ -62,7 +62,7 @@ make_footage() { # FOLDER FILE SIZE RATE FRAMES PIXELS CODING SOUND
     quiet_ffmpeg -loglevel fatal -f lavfi -i "$(source_filter "${picture_kind:-card}" "$width" "$height" "$rate")" \
         -f lavfi -i "$sound_source" -t "$(awk "BEGIN { print $5 / ($rate) }")" \
         -vf "$(to_coding "$7" "$6" "$width" "$height"),pad=$width:$coded:0:$((coded - height)):red,setdar=16/9" \
-        "${coding[@]}" "${sound[@]}" "$file"
+        -timecode 01:00:00:00 "${coding[@]}" "${sound[@]}" "$file"
 }
 
 # Compares nyxhost's output for a file, WORK/samples in FORMAT and WORK/sound.wav, with ffmpeg's. Sets $psnr and

@@ -32,6 +32,7 @@ done <<TABLE
 1|decode clip.avi --from soon|--from
 1|decode clip.avi --raw - --hash|only one of
 1|encode pictures.raw none.avi --rgb24 --size 720x480|need
+1|settings Q210 color_space=2|color_space=2
 1|encode pictures.raw none.avi --rgb24 --size 720x480 --rate 25/0|--rate
 1|encode pictures.raw none.avi --rgb24 --quant 3 $raw|--quant
 1|encode clip.avi none.avi --preset 1 --quant 5|the custom one

@@ -1,7 +1,6 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <cstring>
 #include <future>
 
 #include "clip_options.h"
@@ -21,56 +20,40 @@ struct BenchOptions {
 
 void Ignore(const ArrivedFrame&) {}
 
-/// FNV-1a over the bytes of all pictures of a pass.
-class PictureDigest {
-  public:
-    void Add(const ArrivedFrame& frame) {
-        BYTE* data = DataOf(frame.sample);
-        for (LONG i = 0; i < frame.sample.GetActualDataLength(); ++i) {
-            value_ = (value_ ^ data[i]) * 0x100000001B3u;
-        }
-    }
-    unsigned long long Value() const { return value_; }
-
-  private:
-    unsigned long long value_ = 0xCBF29CE484222325u;
-};
-
-using Frames = std::vector<std::vector<BYTE>>;
+/// A digest of all pictures of a pass, in their order.
+void AddTo(std::size_t* digest, const ArrivedFrame& frame) {
+    const auto size = static_cast<std::size_t>(frame.sample.GetActualDataLength());
+    const auto* data = reinterpret_cast<const char*>(DataOf(frame.sample));
+    *digest = *digest * 31 + std::hash<std::string_view>()({data, size});
+}
 
 /// The clip's packets as the file holds them. Failure kTooLarge when they take too much memory.
-Frames LoadFrames(const ClipOptions& clip, MediaType* type) {
+FrameList LoadFrames(const ClipOptions& clip) {
     constexpr std::size_t kMaxBytes = std::size_t{600} << 20;  // fits a 32-bit process
-    PlaybackGraph::Options options = clip.graph;
+    ClipGraph::Options options = clip.graph;
     options.packets = true;
-    Frames frames;
+    const auto frames = std::make_shared<std::vector<std::vector<BYTE>>>();
+    FrameList list;
     std::size_t bytes = 0;
-    PlaybackGraph graph(clip.path, options, [&](const ArrivedFrame& frame) {
-        BYTE* data = DataOf(frame.sample);
-        frames.emplace_back(data, data + frame.sample.GetActualDataLength());
-        bytes += frames.back().size();
+    ClipGraph graph(clip.path, options, [&](const ArrivedFrame& frame) {
+        const BYTE* data = DataOf(frame.sample);
+        const LONG size = frame.sample.GetActualDataLength();
+        frames->emplace_back(data, data + size);
+        list.largest = std::max(list.largest, size);
+        bytes += frames->back().size();
         if (bytes > kMaxBytes) {
             throw Failure(ExitCode::kTooLarge,
                           "the frames take more than 600 MiB: limit them with --frames");
         }
     });
     graph.Play();
-    *type = graph.ConnectedType();
-    return frames;
-}
-
-FrameList ListOf(const Frames& frames, const MediaType& type) {
-    FrameList list;
-    list.type = type;
-    list.count = static_cast<LONG>(frames.size());
-    for (const std::vector<BYTE>& frame : frames) {
-        list.largest = std::max(list.largest, static_cast<LONG>(frame.size()));
-    }
-    list.rate = RateOf(type);
-    list.read = [&frames](LONG index, BYTE* to, LONG* bytes) {
-        const std::vector<BYTE>& frame = frames[static_cast<std::size_t>(index)];
-        std::memcpy(to, frame.data(), frame.size());
-        *bytes = static_cast<LONG>(frame.size());
+    list.type = graph.ConnectedType();
+    list.rate = RateOf(list.type);
+    list.count = static_cast<LONG>(frames->size());
+    list.read = [frames](LONG index, BYTE* to, LONG* size) {
+        const std::vector<BYTE>& frame = frames->at(static_cast<std::size_t>(index));
+        std::copy(frame.begin(), frame.end(), to);
+        *size = static_cast<LONG>(frame.size());
         return S_OK;
     };
     return list;
@@ -81,7 +64,7 @@ FrameList ListOf(const Frames& frames, const MediaType& type) {
 std::future<long> PlayBeside(const BenchOptions& options) {
     return std::async(std::launch::async, [&options] {
         const ComApartment apartment;
-        PlaybackGraph graph(options.clip.path, options.clip.graph, Ignore);
+        ClipGraph graph(options.clip.path, options.clip.graph, Ignore);
         long arrived = 0;
         for (long pass = 0; pass < options.repeat; ++pass) {
             arrived += graph.Play().arrived;
@@ -97,27 +80,25 @@ double Median(std::vector<double> values) {
 
 ExitCode RunBench(const BenchOptions& options) {
     bool digesting = true;
-    PictureDigest fileDigest;
-    PictureDigest memoryDigest;
-    const auto addTo = [&digesting](PictureDigest* digest) {
+    std::size_t fileDigest = 0;
+    std::size_t memoryDigest = 0;
+    const auto addTo = [&digesting](std::size_t* digest) {
         return [&digesting, digest](const ArrivedFrame& frame) {
             if (digesting) {
-                digest->Add(frame);
+                AddTo(digest, frame);
             }
         };
     };
-    PlaybackGraph file(options.clip.path, options.clip.graph, addTo(&fileDigest));
+    ClipGraph file(options.clip.path, options.clip.graph, addTo(&fileDigest));
     Print(options.clip.path + ": " + DescribeVideo(file.Clip()) + "\n");
     Print("decoder: " + file.DecoderName() + ", delivers " + options.clip.graph.format->name +
           "\n");
-    MediaType type;
-    const Frames frames = LoadFrames(options.clip, &type);
-    PlaybackGraph memory(ListOf(frames, type), options.clip.graph, addTo(&memoryDigest));
+    ClipGraph memory(LoadFrames(options.clip), options.clip.graph, addTo(&memoryDigest));
 
     memory.Play("memory, first pass");
     file.Play("file, first pass");
     digesting = false;
-    const bool same = fileDigest.Value() == memoryDigest.Value();
+    const bool same = fileDigest == memoryDigest;
     Print(std::string("pictures: ") + (same ? "the same" : "not the same") +
           " from the file and from memory\n");
 
@@ -152,21 +133,20 @@ ExitCode RunBench(const BenchOptions& options) {
 }  // namespace
 
 void AddBenchCommand(CLI::App& app, Action& action) {
-    auto options = std::make_shared<BenchOptions>();
-    CLI::App* command = app.add_subcommand(
-        "bench",
-        "Measure how fast a clip decodes through a filter graph, from its file and from memory");
-    AddClipOptions(*command, options->clip);
-    AddFormatOption(*command, options->clip, "yuy2");
-    command->add_option("--repeat", options->repeat, "Number of passes over the clip")
+    const auto [command, options] = AddCommand(
+        app, action, "bench",
+        "Measure how fast a clip decodes through a filter graph, from its file and from memory",
+        RunBench);
+    AddClipOptions(command, options.clip);
+    AddFormatOption(command, options.clip, "yuy2");
+    command.add_option("--repeat", options.repeat, "Number of passes over the clip")
         ->check(CLI::Range(1L, 1000000L))
         ->type_name("N")
         ->capture_default_str();
-    command->add_option("--graphs", options->graphs, "Number of graphs that play it at once")
+    command.add_option("--graphs", options.graphs, "Number of graphs that play it at once")
         ->check(CLI::Range(1, 64))
         ->type_name("N")
         ->capture_default_str();
-    command->callback([options, &action] { action = [options] { return RunBench(*options); }; });
 }
 
 }  // namespace nyx::host

@@ -6,6 +6,7 @@
 #include <ocidl.h>
 
 #include "console.h"
+#include "graph_description.h"
 #include "graph_tools.h"
 #include "progress.h"
 #include "text.h"
@@ -32,6 +33,21 @@ class OneFilterRule final : public Object<IAMGraphBuilderCallback> {
     IGraphBuilder* const graph_;  // without a reference: the graph owns its rule
     const std::size_t ownFilters_;
 };
+
+[[noreturn]] void ExplainRefusal(const EncoderFilter& encoder, const MediaType& type,
+                                 HRESULT result) {
+    std::string message =
+        encoder.name + " refuses " + SubtypeText(type.subtype) +
+        Format(" pictures of %ldx%ld: ", type.Header().biWidth, type.Header().biHeight) +
+        ResultText(result);
+    if (type.subtype == MEDIASUBTYPE_RGB32) {
+        message +=
+            "\n  it accepts 32-bit pictures only with alpha: --argb encodes the fourth byte as "
+            "alpha;"
+            "\n  --rgb24 and --yuy2 pictures need no alpha";
+    }
+    throw Failure(ExitCode::kRefused, message);
+}
 
 }  // namespace
 
@@ -62,7 +78,72 @@ ExitCode ReportLostFrames(const PassResult& result, const char* verb) {
     return result.lost.empty() ? ExitCode::kOk : ExitCode::kDecode;
 }
 
-ClipGraph::ClipGraph(OnFrame onFrame) : graph_(CreateGraph()), onFrame_(std::move(onFrame)) {}
+ClipGraph::ClipGraph(const std::string& path, const Options& options, OnFrame onFrame)
+    : footage_(std::make_unique<Footage>(graph_.Get(), path)), onFrame_(std::move(onFrame)) {
+    Connect(Clip().Video().pin.Get(), Clip().Video().type, options);
+    first_ = Clip().FrameAt(options.from);
+    Clip().Select(first_, options.frames);
+    count_ = std::min(options.frames, Clip().FrameCount() - first_);
+    frameAt_ = [this, from = Clip().TimeOf(first_)](REFERENCE_TIME start) {
+        return Clip().FrameAt(from + start);
+    };
+}
+
+ClipGraph::ClipGraph(const FrameList& frames, const Options& options, OnFrame onFrame)
+    : onFrame_(std::move(onFrame)), count_(frames.count) {
+    const auto source = Make<FrameSource>(frames);
+    Check(graph_->AddFilter(source.Get(), L"Frames"), "cannot add the source to the graph");
+    Connect(source->Output(), frames.type, options);
+    frameAt_ = [frames](REFERENCE_TIME start) { return frames.FrameAt(start); };
+}
+
+/// Connects `from`, which offers `type`, to the sink.
+void ClipGraph::Connect(IPin* from, const MediaType& type, const Options& options) {
+    const PictureFormat* format = options.format;
+    const bool compressed = options.packets || options.encoder != nullptr;
+    const ComPtr<IPin> end = AddSink(
+        [compressed, format](const MediaType& offered) {
+            return compressed ? IsVideo(offered)
+                              : IsPicture(offered) &&
+                                    (format == nullptr || offered.subtype == *format->subtype);
+        },
+        [this](IMediaSample& sample) { Arrive(sample); });
+    if (options.packets) {
+        Check(graph_->ConnectDirect(from, end.Get(), nullptr), "cannot read packets");
+    } else if (options.encoder != nullptr) {
+        const HRESULT connected = ConnectEncoder(from, end.Get(), *options.encoder);
+        if (FAILED(connected)) {
+            ExplainRefusal(*options.encoder, type, connected);
+        }
+    } else {
+        LimitToOneFilter();
+        const HRESULT connected = graph_->Connect(from, end.Get());
+        if (FAILED(connected)) {
+            ExplainFailedConnection(type, format != nullptr ? format->name : "a picture",
+                                    connected);
+        }
+        ComPtr<IPin> feeding;
+        Check(end->ConnectedTo(feeding.GetAddressOf()), "the sink is not connected");
+        decoderName_ = FilterName(FilterOf(feeding.Get()).Get());
+    }
+    Check(end->ConnectionMediaType(&connectedType_), "cannot query the sink's type");
+    RemoveClock(graph_);
+}
+
+HRESULT ClipGraph::ConnectEncoder(IPin* from, IPin* end, const EncoderFilter& encoder) {
+    Check(graph_->AddFilter(encoder.filter.Get(), L"Encoder"),
+          "cannot add the encoder to the graph");
+    const ComPtr<IPin> input = FindPin(encoder.filter.Get(), PINDIR_INPUT);
+    LimitToOneFilter();
+    const HRESULT connected = footage_ ? graph_->Connect(from, input.Get())
+                                       : graph_->ConnectDirect(from, input.Get(), nullptr);
+    if (SUCCEEDED(connected)) {
+        Check(
+            graph_->ConnectDirect(FindPin(encoder.filter.Get(), PINDIR_OUTPUT).Get(), end, nullptr),
+            "cannot connect the encoder's output");
+    }
+    return connected;
+}
 
 ComPtr<IPin> ClipGraph::AddSink(FrameSink::Accept accept,
                                 std::function<void(IMediaSample&)> onSample) {
@@ -88,24 +169,14 @@ void ClipGraph::AddAudioSink(const SourceStream& stream,
     Check(graph_->ConnectDirect(stream.pin.Get(), end.Get(), nullptr), "cannot read audio");
 }
 
-ComPtr<IPin> ClipGraph::AddFrameSink(FrameSink::Accept accept) {
-    return AddSink(std::move(accept), [this](IMediaSample& sample) { Arrive(sample); });
-}
-
-void ClipGraph::AllowOneFilter() {
+/// Limits intelligent connect from now on to one filter more than the graph has, so that pictures
+/// come from the codec itself and not from a colour converter behind it, and the search stays
+/// short. A graph without IObjectWithSite stays unrestricted.
+void ClipGraph::LimitToOneFilter() {
     rule_ = Make<OneFilterRule>(graph_.Get());
     if (const auto holder = As<IObjectWithSite>(graph_)) {
         std::ignore = holder->SetSite(rule_.Get());  // on failure the graph stays unrestricted
     }
-}
-
-void ClipGraph::Complete(IPin* input, LONG first, LONG count, FrameAt frameAt) {
-    connectedType_.Clear();
-    Check(input->ConnectionMediaType(&connectedType_), "cannot query the sink's type");
-    first_ = first;
-    count_ = count;
-    frameAt_ = std::move(frameAt);
-    RemoveClock(graph_);
 }
 
 bool ClipGraph::HasThrown() {

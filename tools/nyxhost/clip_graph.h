@@ -3,13 +3,18 @@
 #include <dshow.h>
 
 #include <chrono>
+#include <climits>
 #include <exception>
 #include <functional>
 #include <vector>
 
 #include "com.h"
+#include "encoder_filter.h"
 #include "footage.h"
 #include "frame_sink.h"
+#include "frame_source.h"
+#include "graph_tools.h"
+#include "picture_format.h"
 
 namespace nyx::host {
 
@@ -45,22 +50,44 @@ void PrintSpeed(const PassResult& result);
 /// `verb` completes "frame 1 could not be ...".
 ExitCode ReportLostFrames(const PassResult& result, const char* verb);
 
-/// A filter graph that plays a clip through a codec's filter to a sink, which passes each frame on.
-/// The derived class builds it. All calls from one thread of the multithreaded apartment.
+/// A filter graph that plays a file of footage, or frames from memory, to the tool's own sink:
+/// through the decoder that the system chooses, through an encoder, with a decoder between for
+/// footage, or as stored. All calls from one thread.
 class ClipGraph {
   public:
+    struct Options {
+        bool packets = false;  ///< the sink receives packets as stored, without a decoder
+        const PictureFormat* format = nullptr;   ///< of pictures; null for the decoder's first
+        const EncoderFilter* encoder = nullptr;  ///< compresses the pictures
+        Place from;
+        LONG frames = LONG_MAX;  ///< number of frames to play
+    };
+
     /// Called for each frame that arrives, in the streaming thread. An exception ends the pass, and
     /// Play() rethrows it.
     using OnFrame = std::function<void(const ArrivedFrame&)>;
 
+    /// Builds the graph over the file `path`, or over frames from memory, to play all of them.
+    /// Failures of Footage, kPastEnd included; those of ExplainFailedConnection when no decoder is
+    /// found; kRefused when the encoder refuses the pictures; kPlatform otherwise.
+    ClipGraph(const std::string& path, const Options& options, OnFrame onFrame);
+    ClipGraph(const FrameList& frames, const Options& options, OnFrame onFrame);
     ClipGraph(const ClipGraph&) = delete;
     ClipGraph& operator=(const ClipGraph&) = delete;
 
+    /// The file; not over frames from memory.
+    const Footage& Clip() const { return *footage_; }
+
+    /// Its streams of audio; none with frames from memory.
+    std::vector<SourceStream> Audio() const {
+        return footage_ ? footage_->Audio() : std::vector<SourceStream>();
+    }
+
+    /// The name of the decoder that the system chose; empty without a decoder.
+    const std::string& DecoderName() const { return decoderName_; }
+
     /// The type that the sink was connected with.
     const MediaType& ConnectedType() const { return connectedType_; }
-
-    /// The number of frames that Play delivers, by the clip's own duration.
-    LONG FrameCount() const { return count_; }
 
     /// Passes the samples of a stream of the clip's audio to `onSample` while frames play. Call it
     /// before Play(); an exception from `onSample` ends the pass. Failure kPlatform.
@@ -70,44 +97,24 @@ class ClipGraph {
     /// with none for an empty label. Failure kInterrupted, or kPlatform when the graph aborts.
     PassResult Play(const std::string& label = {});
 
-  protected:
-    /// Maps a time after the start of the first frame played to a frame's number in the clip.
-    using FrameAt = std::function<LONG(REFERENCE_TIME)>;
-
-    explicit ClipGraph(OnFrame onFrame);
-    ~ClipGraph() = default;
-
-    /// Adds a sink and returns its pin. `onSample` is called in the streaming thread; an exception
-    /// ends the pass.
+  private:
     ComPtr<IPin> AddSink(FrameSink::Accept accept, std::function<void(IMediaSample&)> onSample);
-
-    /// Adds the sink of the frames and returns its pin.
-    ComPtr<IPin> AddFrameSink(FrameSink::Accept accept);
-
-    /// Limits intelligent connect from now on to one filter more than the graph has, so that
-    /// pictures come from the codec itself and not from a colour converter behind it, and the
-    /// search stays short. A graph without IObjectWithSite stays unrestricted.
-    void AllowOneFilter();
-
-    /// Call this once the sink's pin `input` is connected. Of the clip `count` frames are played,
-    /// from number `first` on.
-    void Complete(IPin* input, LONG first, LONG count, FrameAt frameAt);
-
-  private:
-    ComPtr<IUnknown> rule_;  ///< of AllowOneFilter; outlives the graph
-
-  protected:
-    const ComPtr<IGraphBuilder> graph_;
-
-  private:
+    void Connect(IPin* from, const MediaType& type, const Options& options);
+    [[nodiscard]] HRESULT ConnectEncoder(IPin* from, IPin* end, const EncoderFilter& encoder);
+    void LimitToOneFilter();
     void Arrive(IMediaSample& sample);
     bool HasThrown();
     std::vector<LostFrame> LostFrames() const;
 
+    ComPtr<IUnknown> rule_;  ///< of intelligent connect; outlives the graph
+    const ComPtr<IGraphBuilder> graph_ = CreateGraph();
+    std::unique_ptr<Footage> footage_;
+    std::string decoderName_;
     OnFrame onFrame_;
-    FrameAt frameAt_;
+    /// The number in the clip of the frame at a time after the start of the first one played.
+    std::function<LONG(REFERENCE_TIME)> frameAt_;
     LONG first_ = 0;
-    LONG count_ = 0;
+    LONG count_ = 0;  ///< of frames to play, by the clip's own duration
     MediaType connectedType_;
     MediaType currentType_;
     using Clock = std::chrono::steady_clock;

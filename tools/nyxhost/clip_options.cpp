@@ -31,7 +31,7 @@ Place ReadPlace(const std::string& text) {
 
 }  // namespace
 
-void AddRangeOptions(CLI::App& command, PlaybackGraph::Options& options) {
+void AddRangeOptions(CLI::App& command, ClipGraph::Options& options) {
     command
         .add_option_function<std::string>(
             "--from", [&options](const std::string& text) { options.from = ReadPlace(text); },

@@ -4,18 +4,18 @@
 
 #include <string>
 
-#include "playback_graph.h"
+#include "clip_graph.h"
 
 namespace nyx::host {
 
 /// The options of every command that plays a clip.
 struct ClipOptions {
     std::string path;
-    PlaybackGraph::Options graph;
+    ClipGraph::Options graph;
 };
 
 /// Adds --from and --frames to `command`.
-void AddRangeOptions(CLI::App& command, PlaybackGraph::Options& options);
+void AddRangeOptions(CLI::App& command, ClipGraph::Options& options);
 
 /// Adds the clip's name, --from and --frames to `command`. Returns the option of the name.
 CLI::Option* AddClipOptions(CLI::App& command, ClipOptions& options);

@@ -3,7 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <numeric>
+#include <iterator>
 #include <sstream>
 
 #include "console.h"
@@ -11,26 +11,18 @@
 namespace nyx::host {
 namespace {
 
-/// The Levenshtein distance: letters inserted, deleted or replaced.
-std::size_t Distance(const std::string& from, const std::string& to) {
-    std::vector<std::size_t> row(to.size() + 1);
-    std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t i = 0; i < from.size(); ++i) {
-        std::size_t diagonal = std::exchange(row[0], i + 1);
-        for (std::size_t j = 0; j < to.size(); ++j) {
-            const std::size_t replaced = diagonal + (from[i] != to[j] ? 1 : 0);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({replaced, diagonal + 1, row[j] + 1});
-        }
-    }
-    return row.back();
+/// Letters that one of two words has and the other has not: few after a slip of the fingers.
+std::size_t Distance(std::string a, std::string b) {
+    std::ranges::sort(a);
+    std::ranges::sort(b);
+    std::string differing;
+    std::ranges::set_symmetric_difference(a, b, std::back_inserter(differing));
+    return differing.size();
 }
 
 std::string Nearest(const std::string& word, const std::vector<std::string>& words) {
-    return *std::min_element(words.begin(), words.end(),
-                             [&word](const std::string& a, const std::string& b) {
-                                 return Distance(word, a) < Distance(word, b);
-                             });
+    return *std::ranges::min_element(
+        words, {}, [&word](const std::string& known) { return Distance(word, known); });
 }
 
 std::vector<std::string> CommandsOf(const CLI::App& app) {
@@ -41,20 +33,16 @@ std::vector<std::string> CommandsOf(const CLI::App& app) {
     return names;
 }
 
-/// The long options of a command and of its groups.
+/// The long options of a command and of its groups, which are sub-commands to the library.
 std::vector<std::string> OptionsOf(const CLI::App& command) {
     std::vector<std::string> names;
-    const auto add = [&names](const CLI::App& owner) {
-        for (const CLI::Option* option : owner.get_options()) {
-            for (const std::string& name : option->get_lnames()) {
-                names.push_back("--" + name);
-            }
+    for (const CLI::Option* option : command.get_options()) {
+        for (const std::string& name : option->get_lnames()) {
+            names.push_back("--" + name);
         }
-    };
-    add(command);
-    for (const CLI::App* group :
-         command.get_subcommands([](const CLI::App* inner) { return inner->get_name().empty(); })) {
-        add(*group);
+    }
+    for (const CLI::App* group : command.get_subcommands([](const CLI::App*) { return true; })) {
+        std::ranges::copy(OptionsOf(*group), std::back_inserter(names));
     }
     return names;
 }

@@ -11,7 +11,6 @@
 #include "output_file.h"
 #include "picture.h"
 #include "platform/system.h"
-#include "png_writer.h"
 #include "text.h"
 #include "wav_writer.h"
 
@@ -45,7 +44,7 @@ std::string Md5Of(const BYTE* data, std::size_t size) {
 class FrameOutputs {
   public:
     /// For the pictures of `graph`.
-    FrameOutputs(const DecodeOptions& options, const PlaybackGraph& graph)
+    FrameOutputs(const DecodeOptions& options, const ClipGraph& graph)
         : square_(options.square), first_(graph.Clip().FrameAt(options.clip.graph.from)) {
         const PictureFormat& format = *options.clip.graph.format;
         if (options.hash) {
@@ -129,15 +128,15 @@ class FrameOutputs {
 
 /// Opens a WAV file per audio stream: `file` for the first one, "file-2.wav" and so on. The
 /// standard output takes the first stream alone.
-std::vector<std::unique_ptr<WavWriter>> WriteAudio(PlaybackGraph& graph, const std::string& file) {
+std::vector<std::unique_ptr<WavWriter>> WriteAudio(ClipGraph& graph, const std::string& file) {
     std::vector<std::unique_ptr<WavWriter>> writers;
     if (file.empty()) {
         return writers;
     }
-    if (graph.Clip().Audio().empty()) {
+    if (graph.Audio().empty()) {
         throw Failure(ExitCode::kRefused, "the clip has no audio");
     }
-    for (const SourceStream& stream : graph.Clip().Audio()) {
+    for (const SourceStream& stream : graph.Audio()) {
         std::filesystem::path path(Wide(file));
         if (!writers.empty() && file == kStandardOutput) {
             PrintWarning("further audio streams are left out");
@@ -176,8 +175,8 @@ ExitCode RunDecode(const DecodeOptions& options) {
     RefuseSameFile(options.clip.path, options.audioFile);
     std::unique_ptr<FrameOutputs> outputs;
     std::vector<std::unique_ptr<WavWriter>> audio;
-    PlaybackGraph graph(options.clip.path, options.clip.graph,
-                        [&outputs](const ArrivedFrame& frame) { outputs->Write(frame); });
+    ClipGraph graph(options.clip.path, options.clip.graph,
+                    [&outputs](const ArrivedFrame& frame) { outputs->Write(frame); });
     Print(options.clip.path + ": " + DescribeVideo(graph.Clip()) + "\n");
     Print("decoder: " + graph.DecoderName() + ", delivers " + options.clip.graph.format->name +
           "\n");
@@ -201,33 +200,31 @@ ExitCode RunDecode(const DecodeOptions& options) {
 }  // namespace
 
 void AddDecodeCommand(CLI::App& app, Action& action) {
-    auto options = std::make_shared<DecodeOptions>();
-    CLI::App* command = app.add_subcommand(
-        "decode", "Decode a clip through a filter graph to PNG pictures, raw pictures and audio");
-    AddClipOptions(*command, options->clip);
-    AddFormatOption(*command, options->clip, "rgb24");
+    const auto [command, options] = AddCommand(
+        app, action, "decode",
+        "Decode a clip through a filter graph to PNG pictures, raw pictures and audio", RunDecode);
+    AddClipOptions(command, options.clip);
+    AddFormatOption(command, options.clip, "rgb24");
     command
-        ->add_option(
-            "--out", options->folder,
+        .add_option(
+            "--out", options.folder,
             "Folder for PNG pictures in any format but yuy2 (default: the current folder; no "
             "pictures with --raw or --audio)")
         ->type_name("DIR");
     command
-        ->add_option("--raw", options->rawFile,
-                     "File for the bytes of all samples, one frame after another; - for the "
-                     "standard output")
+        .add_option("--raw", options.rawFile,
+                    "File for the bytes of all samples, one frame after another; - for the "
+                    "standard output")
         ->type_name("FILE");
     command
-        ->add_option("--audio", options->audioFile,
-                     "WAV file for the audio; further audio streams go to FILE-2 and so on; - for "
-                     "the first one to the standard output")
+        .add_option("--audio", options.audioFile,
+                    "WAV file for the audio; further audio streams go to FILE-2 and so on; - for "
+                    "the first one to the standard output")
         ->type_name("FILE");
-    command->add_flag(
-        "--hash", options->hash,
-        "Write the MD5 of each picture to the standard output, as ffmpeg -f framemd5");
-    command->add_flag("--square", options->square,
-                      "Scale PNG pictures to their display aspect with square pixels");
-    command->callback([options, &action] { action = [options] { return RunDecode(*options); }; });
+    command.add_flag("--hash", options.hash,
+                     "Write the MD5 of each picture to the standard output, as ffmpeg -f framemd5");
+    command.add_flag("--square", options.square,
+                     "Scale PNG pictures to their display aspect with square pixels");
 }
 
 }  // namespace nyx::host

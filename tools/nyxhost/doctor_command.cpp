@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "clip_graph.h"
 #include "commands.h"
 #include "console.h"
 #include "doctor_report.h"
@@ -9,7 +10,6 @@
 #include "graph_description.h"
 #include "module_registry.h"
 #include "platform/class_ids.h"
-#include "playback_graph.h"
 #include "rendered_file.h"
 #include "text.h"
 
@@ -89,65 +89,40 @@ void ExamineSize(int bits, Findings& findings) {
     }
 }
 
-/// A filter of a graph with what is registered of its class.
-struct GraphFilter {
-    std::string text = "none";  ///< name and merit
-    std::string server;         ///< file name of its DLL
-    CLSID clsid{};
-};
-
-GraphFilter Describe(IBaseFilter* filter) {
-    GraphFilter out;
-    std::ignore = filter->GetClassID(&out.clsid);  // a failure leaves it empty
-    out.text = ClassName(filter, out.clsid) + MeritText(out.clsid);
-    out.server = Utf8(RegisteredServer(GuidText(out.clsid)).filename().wstring());
-    return out;
-}
-
 /// The filters between a file and its pictures; without splitter where the source has pins for its
 /// streams.
 struct Chain {
-    GraphFilter source;
-    std::optional<GraphFilter> splitter;
-    GraphFilter decoder;
+    ComPtr<IBaseFilter> source;
+    ComPtr<IBaseFilter> splitter;
+    ComPtr<IBaseFilter> decoder;
 };
 
 Chain ChainTo(ComPtr<IPin> input) {
     Chain chain;
     ComPtr<IPin> output;
-    while (SUCCEEDED(input->ConnectedTo(output.ReleaseAndGetAddressOf()))) {
+    while (input && SUCCEEDED(input->ConnectedTo(output.ReleaseAndGetAddressOf()))) {
         const ComPtr<IBaseFilter> filter = FilterOf(output.Get());
         input = FindPin(filter.Get(), PINDIR_INPUT);
         MediaType type;
         if (input == nullptr || FAILED(input->ConnectionMediaType(&type))) {
-            chain.source = Describe(filter.Get());
-            break;
-        }
-        if (type.majortype == MEDIATYPE_Stream) {
-            chain.splitter = Describe(filter.Get());
+            chain.source = filter;
+        } else if (type.majortype == MEDIATYPE_Stream) {
+            chain.splitter = filter;
         } else if (!IsPicture(type)) {
-            chain.decoder = Describe(filter.Get());
+            chain.decoder = filter;
         }
     }
     return chain;
 }
 
-/// The source that the system opens a file with, where it finds no way to the pictures.
-GraphFilter SourceOf(const std::string& path) {
-    const auto graph = CreateGraph();
-    ComPtr<IBaseFilter> source;
-    const HRESULT added =
-        graph->AddSourceFilter(Wide(path).c_str(), L"Source", source.GetAddressOf());
-    return SUCCEEDED(added) ? Describe(source.Get())
-                            : GraphFilter{.text = "none, " + ResultText(added), .server = {}};
+std::string ServerOf(IBaseFilter* filter) {
+    return Utf8(RegisteredServer(GuidText(ClassOf(filter))).filename().wstring());
 }
 
 /// Which filters read the file: ours are the source and the splitters.
 void ExamineSource(const std::string& path, const Chain& chain, Findings& findings) {
-    const GraphFilter& reader = chain.splitter.value_or(chain.source);
-    Print("  source: " + chain.source.text + "\n" +
-          (chain.splitter ? "  splitter: " + chain.splitter->text + "\n" : ""));
-    if (reader.server == kSourceModule) {
+    IBaseFilter* reader = (chain.splitter ? chain.splitter : chain.source).Get();
+    if (ServerOf(reader) == kSourceModule) {
         return;
     }
     const std::string entry = SourceEntryText(path);
@@ -155,21 +130,22 @@ void ExamineSource(const std::string& path, const Chain& chain, Findings& findin
         ExitCode::kRefused,
         "the system does not open the file with a filter of nyxsource.dll, which reads it, "
         "but with " +
-            reader.text +
+            FilterText(reader) +
             (entry.empty() ? "; no entry names a source for it" : "\n    by " + entry),
         "run the installer again and choose this type of file, remove the program that "
         "brought the other source, or add ours by its name, as nyxhost play does");
 }
 
 /// Which decoder the system connects to the file's pictures.
-void ExamineDecoder(const GraphFilter& decoder, const GUID& subtype, Findings& findings) {
-    Print("  decoder: " + decoder.text + "\n");
-    if (decoder.server == kCodecModule) {
+void ExamineDecoder(IBaseFilter* decoder, const GUID& subtype, Findings& findings) {
+    Print("  decoder: " + FilterText(decoder) + "\n");
+    const std::string server = ServerOf(decoder);
+    if (server == kCodecModule) {
         return;
     }
-    const std::string beaten = BeatenText(decoder.clsid, subtype);
+    const std::string beaten = BeatenText(ClassOf(decoder), subtype);
     findings.Add(ExitCode::kRefused,
-                 "the decoder is of " + decoder.server +
+                 "the decoder is of " + server +
                      (beaten.empty() ? ", and none of ours has an entry for this type"
                                      : ", whose merit or place is higher than ours"),
                  beaten.empty() ? "run regsvr32 nyxcodecs.dll"
@@ -181,23 +157,25 @@ void ExamineDecoder(const GraphFilter& decoder, const GUID& subtype, Findings& f
 void ExamineFile(const std::string& path, Findings& findings) {
     Print(path + " in " + WordSize() + " programs\n");
     try {
-        PlaybackGraph::Options range;
-        range.packets = true;
-        const PlaybackGraph packets(path, range, [](const ArrivedFrame&) {});
-        const SourceStream& video = packets.Clip().Video();
-        Print("  " + DescribeVideo(packets.Clip()) + "\n");
+        const auto graph = CreateGraph();
+        const Footage clip(graph.Get(), path);
+        Print("  " + DescribeVideo(clip) + "\n");
         const RenderedFile file(path);
-        Chain chain = ChainTo(file.pictures.Input());
-        if (!file.pictures.Type().HasPicture()) {
-            chain.source = SourceOf(path);
-            ExamineSource(path, chain, findings);
-            // Throws where no decoder takes the pictures of our source.
-            range.packets = false;
-            const PlaybackGraph pictures(path, range, [](const ArrivedFrame&) {});
-            return;
+        const bool plays = file.type.HasPicture();
+        Chain chain = ChainTo(file.end);
+        if (!plays) {  // the source alone is known
+            std::ignore =
+                graph->AddSourceFilter(Wide(path).c_str(), L"Source", chain.source.GetAddressOf());
+        }
+        Print("  source: " + FilterText(chain.source.Get()) + "\n" +
+              (chain.splitter ? "  splitter: " + FilterText(chain.splitter.Get()) + "\n" : ""));
+        if (!plays) {  // a failure says why no decoder takes what our source delivers
+            const ClipGraph decoded(path, {}, [](const ArrivedFrame&) {});
         }
         ExamineSource(path, chain, findings);
-        ExamineDecoder(chain.decoder, video.type.subtype, findings);
+        if (plays) {
+            ExamineDecoder(chain.decoder.Get(), clip.Video().type.subtype, findings);
+        }
     } catch (const Failure& failure) {
         findings.Add(failure.Code(), failure.what(),
                      failure.Code() == ExitCode::kNoEngine    ? "provide the engine, as above"
@@ -213,9 +191,7 @@ struct DoctorOptions {
 
 ExitCode RunDoctor(const DoctorOptions& options) {
     std::string printed;
-    if (!options.report.empty()) {
-        CopyPrintedTo(&printed);
-    }
+    CopyPrintedTo(&printed);
     Findings own;
     Findings others;
     for (const int bits : WordSizes()) {
@@ -238,16 +214,15 @@ ExitCode RunDoctor(const DoctorOptions& options) {
 }  // namespace
 
 void AddDoctorCommand(CLI::App& app, Action& action) {
-    auto options = std::make_shared<DoctorOptions>();
-    CLI::App* command = app.add_subcommand(
-        "doctor", "Find out what is wrong with the installation, and why a file does not play");
-    command->add_option("file", options->path, "A file to examine");
+    const auto [command, options] = AddCommand(
+        app, action, "doctor",
+        "Find out what is wrong with the installation, and why a file does not play", RunDoctor);
+    command.add_option("file", options.path, "A file to examine");
     command
-        ->add_option("--report", options->report,
-                     "Also write it to a file, with the system, the registry's entries and your "
-                     "settings, for a bug report; it has no name of yours and no folder of yours")
+        .add_option("--report", options.report,
+                    "Also write it to a file, with the system, the registry's entries and your "
+                    "settings, for a bug report; it has no name of yours and no folder of yours")
         ->type_name("FILE");
-    command->callback([options, &action] { action = [options] { return RunDoctor(*options); }; });
 }
 
 }  // namespace nyx::host

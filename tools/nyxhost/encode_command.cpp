@@ -5,10 +5,10 @@
 #include <optional>
 #include <utility>
 
+#include "clip_graph.h"
 #include "clip_options.h"
 #include "commands.h"
 #include "console.h"
-#include "encode_graph.h"
 #include "graph_tools.h"
 #include "host/avi_writer.h"
 #include "output_file.h"
@@ -22,7 +22,7 @@ namespace {
 struct EncodeOptions {
     std::string input;
     std::string output;
-    PlaybackGraph::Options range;
+    ClipGraph::Options range;
     std::optional<LONG> preset;
     std::optional<LONG> quantScale;
     std::optional<LONG> maxStreamSize;
@@ -52,8 +52,8 @@ void SetQuality(const EncodeOptions& options, const EncoderFilter& encoder) {
     Check(encoder.parameters->SetParameter(&block, FALSE), "the encoder refuses the parameters");
 }
 
-std::unique_ptr<EncodeGraph> BuildGraph(const EncodeOptions& options, const EncoderFilter& encoder,
-                                        ClipGraph::OnFrame onFrame) {
+/// The raw pictures that the options describe; none for footage.
+std::optional<FrameList> RawPictures(const EncodeOptions& options) {
     const PictureFormat* format = FindPictureFormat(options.format);
     const auto [width, height] = options.size;
     const bool raw = width > 0 && height != 0;
@@ -63,8 +63,7 @@ std::unique_ptr<EncodeGraph> BuildGraph(const EncodeOptions& options, const Enco
             "raw pictures need --size, --rate and one of --yuy2, --rgb24, --rgb32 and --argb");
     }
     if (!raw) {
-        return std::make_unique<EncodeGraph>(options.input, options.range, encoder,
-                                             std::move(onFrame));
+        return std::nullopt;
     }
     FrameList pictures = OpenRawPictures(options.input, *format, width, height, options.rate);
     const Place& from = options.range.from;
@@ -73,7 +72,7 @@ std::unique_ptr<EncodeGraph> BuildGraph(const EncodeOptions& options, const Enco
         throw PastEnd(options.input, pictures.count);
     }
     pictures.Select(first, options.range.frames);
-    return std::make_unique<EncodeGraph>(pictures, encoder, std::move(onFrame));
+    return pictures;
 }
 
 /// Ends the command when `result` of writing `path` is a failure.
@@ -85,7 +84,7 @@ void CheckOutput(HRESULT result, const std::string& path) {
 }
 
 /// Adds the streams of audio to `avi`; each runs in a thread of its own, hence `lock`.
-void WriteAudio(EncodeGraph& graph, AviWriter& avi, Mutex& lock, const std::string& path) {
+void WriteAudio(ClipGraph& graph, AviWriter& avi, Mutex& lock, const std::string& path) {
     const std::vector<SourceStream> streams = graph.Audio();
     for (std::size_t i = 0; i < streams.size(); ++i) {
         const MediaType& type = streams[i].type;
@@ -113,15 +112,24 @@ ExitCode RunEncode(const EncodeOptions& options) {
     AviWriter avi(options.partMegabytes);
     Mutex lock;
     long long bytes = 0;
-    const auto graph = BuildGraph(options, encoder, [&](const ArrivedFrame& frame) {
+    const std::optional<FrameList> pictures = RawPictures(options);
+    ClipGraph::Options range = options.range;
+    range.encoder = &encoder;
+    const auto onFrame = [&](const ArrivedFrame& frame) {
         BYTE* data = DataOf(frame.sample);
         const std::lock_guard guard(lock);
         CheckOutput(avi.Write(data, frame.sample.GetActualDataLength()), options.output);
         bytes += frame.sample.GetActualDataLength();
-    });
-    Print(options.input + ": " + graph->Description() + "\n");
+    };
+    const auto graph = pictures ? std::make_unique<ClipGraph>(*pictures, range, onFrame)
+                                : std::make_unique<ClipGraph>(options.input, range, onFrame);
+    Print(options.input + ": " +
+          (pictures ? options.format + Format(", %ldx%ld, %ld frames", options.size.first,
+                                              options.size.second, pictures->count)
+                    : DescribeVideo(graph->Clip())) +
+          "\n");
     Print("encoder: " + encoder.name + ", " + DescribeParameters(LiveParameters(encoder)) + "\n");
-    const auto [frames, seconds] = graph->Rate();
+    const auto [frames, seconds] = pictures ? pictures->rate : RateOf(graph->Clip().Video().type);
     const BITMAPINFOHEADER& header = graph->ConnectedType().Header();
     Check(avi.Create(Wide(options.output), header, static_cast<DWORD>(frames),
                      static_cast<DWORD>(seconds)),
@@ -143,61 +151,53 @@ ExitCode RunEncode(const EncodeOptions& options) {
 }  // namespace
 
 void AddEncodeCommand(CLI::App& app, Action& action) {
-    auto options = std::make_shared<EncodeOptions>();
-    CLI::App* command = app.add_subcommand(
-        "encode", "Encode footage or raw pictures through a filter graph with the Zeta encoder");
-    command->footer(
-        [] { return std::string("The module has an encoder filter for Zeta only.\n"); });
-    command->add_option("input", options->input, "A file of footage; with --size, raw pictures")
+    const auto [command, options] = AddCommand(
+        app, action, "encode",
+        "Encode footage or raw pictures through a filter graph with the Zeta encoder", RunEncode);
+    command.footer([] { return std::string("The module has an encoder filter for Zeta only.\n"); });
+    command.add_option("input", options.input, "A file of footage; with --size, raw pictures")
         ->required();
-    AddRangeOptions(*command, options->range);
-    command->add_option("output", options->output, "The AVI file to write")->required();
+    AddRangeOptions(command, options.range);
+    command.add_option("output", options.output, "The AVI file to write")->required();
     command
-        ->add_option("--preset", options->preset,
-                     "0 online superfine, 1 online fine, 2 online standard, 3 offline, 4 custom; "
-                     "without --preset, --quant and --max-size the stored settings apply")
+        .add_option("--preset", options.preset,
+                    "0 online superfine, 1 online fine, 2 online standard, 3 offline, 4 custom; "
+                    "without --preset, --quant and --max-size the stored settings apply")
         ->check(CLI::Range(0L, kCustomPreset));
-    command->add_option("--quant", options->quantScale, "Quantiser, 4 (fine) to 19 (coarse)")
+    command.add_option("--quant", options.quantScale, "Quantiser, 4 (fine) to 19 (coarse)")
         ->check(CLI::Range(kQuantScaleRange.low, kQuantScaleRange.high));
     command
-        ->add_option("--max-size", options->maxStreamSize,
-                     "Maximum bytes of a frame in percent of a 4:2:2 picture, 4 to 100")
+        .add_option("--max-size", options.maxStreamSize,
+                    "Maximum bytes of a frame in percent of a 4:2:2 picture, 4 to 100")
         ->check(CLI::Range(kMaxStreamSizeRange.low, kMaxStreamSizeRange.high));
     command
-        ->add_option("--part", options->partMegabytes,
-                     "Megabytes after which the AVI goes on in another part, for programs that "
-                     "know OpenDML only")
+        .add_option("--part", options.partMegabytes,
+                    "Megabytes after which the AVI goes on in another part, for programs that "
+                    "know OpenDML only")
         ->check(CLI::Range(1u, unsigned{AviWriter::kRiffMegabytes}))
         ->capture_default_str();
-    const struct {
-        const char* flag;
-        const char* format;
-        const char* help;
-    } formats[] = {
-        {"--yuy2", "yuy2", "The pictures are 4:2:2"},
-        {"--rgb24", "rgb24", "The pictures are 24-bit RGB"},
-        {"--rgb32", "rgb32", "The pictures are 32-bit RGB without alpha"},
-        {"--argb", "argb32", "The pictures are 32-bit RGB; the fourth byte is alpha"},
-    };
-    CLI::Option_group* group = command->add_option_group("pictures", "Format of raw pictures");
-    for (const auto& entry : formats) {
+    CLI::Option_group* group = command.add_option_group("pictures", "Format of raw pictures");
+    const auto add = [group, &options = options](const char* flag, const char* format,
+                                                 const char* help) {
         group->add_flag_callback(
-            entry.flag, [options, entry] { options->format = entry.format; }, entry.help);
-    }
+            flag, [&options, format] { options.format = format; }, help);
+    };
+    add("--yuy2", "yuy2", "The pictures are 4:2:2");
+    add("--rgb24", "rgb24", "The pictures are 24-bit RGB");
+    add("--rgb32", "rgb32", "The pictures are 32-bit RGB without alpha");
+    add("--argb", "argb32", "The pictures are 32-bit RGB; the fourth byte is alpha");
     group->require_option(0, 1);
     command
-        ->add_option("--size", options->size,
-                     "Size of raw pictures, such as 1920x1080; RGB rows run from bottom to top, "
-                     "with a negative height from top to bottom")
+        .add_option("--size", options.size,
+                    "Size of raw pictures, such as 1920x1080; RGB rows run from bottom to top, "
+                    "with a negative height from top to bottom")
         ->delimiter('x')
         ->type_name("SIZE");
     command
-        ->add_option("--rate", options->rate,
-                     "Frames per second of raw pictures, such as 30000/1001")
+        .add_option("--rate", options.rate, "Frames per second of raw pictures, such as 30000/1001")
         ->delimiter('/')
         ->check(CLI::Range(1L, LONG_MAX))
         ->type_name("RATE");
-    command->callback([options, &action] { action = [options] { return RunEncode(*options); }; });
 }
 
 }  // namespace nyx::host

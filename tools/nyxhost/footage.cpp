@@ -14,11 +14,6 @@
 namespace nyx::host {
 namespace {
 
-bool IsFootageSource(IBaseFilter* filter) {
-    CLSID clsid{};
-    return SUCCEEDED(filter->GetClassID(&clsid)) && clsid == CLSID_NyxFootageSource;
-}
-
 /// The registered source, else the one of the module beside this program, which stays loaded.
 ComPtr<IBaseFilter> CreateSource() {
     ComPtr<IBaseFilter> filter;
@@ -75,22 +70,6 @@ void Load(IBaseFilter* source, const std::string& path) {
     }
 }
 
-/// The platform's choice for the file when that is our source, else our source by its class: the
-/// platform's own sources do not pass unknown FourCCs on.
-ComPtr<IBaseFilter> AddSource(IGraphBuilder* graph, const std::string& path) {
-    ComPtr<IBaseFilter> source;
-    if (SUCCEEDED(graph->AddSourceFilter(Wide(path).c_str(), L"Footage", source.GetAddressOf()))) {
-        if (IsFootageSource(source.Get())) {
-            return source;
-        }
-        Check(graph->RemoveFilter(source.Get()), "cannot remove another source from the graph");
-    }
-    source = CreateSource();
-    Load(source.Get(), path);
-    Check(graph->AddFilter(source.Get(), L"Footage"), "cannot add the source to the graph");
-    return source;
-}
-
 SourceStream StreamOf(const ComPtr<IPin>& pin) {
     ComPtr<IEnumMediaTypes> types;
     AM_MEDIA_TYPE* first = nullptr;
@@ -118,7 +97,10 @@ Failure PastEnd(const std::string& path, LONG frames) {
 
 Footage::Footage(IGraphBuilder* graph, const std::string& path) : path_(path) {
     CheckReadable(path);
-    const ComPtr<IBaseFilter> source = AddSource(graph, path);
+    // By its class: the platform's own sources do not pass unknown FourCCs on.
+    const ComPtr<IBaseFilter> source = CreateSource();
+    Load(source.Get(), path);
+    Check(graph->AddFilter(source.Get(), L"Footage"), "cannot add the source to the graph");
     for (const ComPtr<IPin>& pin : PinsOf(source.Get())) {
         SourceStream stream = StreamOf(pin);
         if (stream.type.majortype == MEDIATYPE_Audio) {

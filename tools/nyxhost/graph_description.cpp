@@ -1,29 +1,15 @@
 #include "graph_description.h"
 
-#include <algorithm>
-#include <tuple>
-
 #include "console.h"
 #include "footage.h"
 #include "graph_tools.h"
-#include "module_registry.h"
 #include "picture_format.h"
 #include "text.h"
 
 namespace nyx::host {
 namespace {
 
-/// The subtypes of FourCCs differ in their first word alone.
-std::string SubtypeText(const GUID& subtype) {
-    GUID family = MEDIASUBTYPE_YUY2;
-    family.Data1 = subtype.Data1;
-    if (const PictureFormat* format = FindPictureFormat(subtype)) {
-        return format->name;
-    }
-    return family == subtype ? FourCCText(subtype.Data1) : GuidText(subtype);
-}
-
-void PrintPins(IBaseFilter* filter, const CLSID& clsid) {
+void PrintPins(IBaseFilter* filter) {
     for (const ComPtr<IPin>& pin : PinsOf(filter)) {
         MediaType type;
         PIN_DIRECTION direction = PINDIR_INPUT;
@@ -34,28 +20,53 @@ void PrintPins(IBaseFilter* filter, const CLSID& clsid) {
         Print(std::string(input ? "  in: " : "  out: ") + DescribeType(type) + "\n");
         if (input && type.majortype == MEDIATYPE_Video &&
             FindPictureFormat(type.subtype) == nullptr) {
-            Print(BeatenText(clsid, type.subtype));
+            Print(BeatenText(ClassOf(filter), type.subtype));
         }
     }
 }
 
+/// A candidate's answer to a clip that could not be connected.
+Failure AnswerOf(const ListedFilter& candidate, const MediaType& compressed,
+                 const std::string& formatName) {
+    try {
+        const ComPtr<IBaseFilter> filter = CreateFilter(candidate);
+        const ComPtr<IPin> input = FindPin(filter.Get(), PINDIR_INPUT);
+        if (input == nullptr || input->QueryAccept(&compressed) != S_OK) {
+            return {ExitCode::kNoDecoder, candidate.name + " refuses the clip's format"};
+        }
+    } catch (const Failure& failure) {
+        return failure;
+    }
+    return {ExitCode::kRefused,
+            candidate.name + " accepts the clip but does not deliver " + formatName};
+}
+
 }  // namespace
+
+std::string SubtypeText(const GUID& subtype) {
+    if (const PictureFormat* format = FindPictureFormat(subtype)) {
+        return format->name;
+    }
+    return FourCCSubtype(subtype.Data1) == subtype ? FourCCText(subtype.Data1) : GuidText(subtype);
+}
 
 std::string MeritText(const CLSID& clsid, int bits) {
     const std::optional<DWORD> merit = MeritOf(clsid, bits);
     return merit ? Format(", merit 0x%08lX", *merit) : "";
 }
 
-std::string ClassName(IBaseFilter* filter, const CLSID& clsid) {
-    const std::string name = RegisteredText("CLSID\\" + GuidText(clsid));
-    return name.empty() ? FilterName(filter) : name;
+std::string FilterText(IBaseFilter* filter) {
+    if (filter == nullptr) {
+        return "none";
+    }
+    const CLSID clsid = ClassOf(filter);
+    const std::string name = TextOf(OpenView(HKEY_CLASSES_ROOT, "CLSID\\" + GuidText(clsid)));
+    return (name.empty() ? FilterName(filter) : name) + MeritText(clsid);
 }
 
 std::string BeatenText(const CLSID& winner, const GUID& subtype) {
-    const std::vector<RegisteredFilter> ours = FindFilters(kCodecModule);
-    const auto isOurs = [&ours](const CLSID& clsid) {
-        return std::any_of(ours.begin(), ours.end(),
-                           [&clsid](const RegisteredFilter& own) { return own.clsid == clsid; });
+    const auto isOurs = [](const CLSID& clsid) {
+        return IsNamed(RegisteredServer(GuidText(clsid)), kCodecModule);
     };
     std::string text;
     for (const ListedFilter& candidate : DecodersFor(subtype)) {
@@ -82,11 +93,31 @@ std::string DescribeType(const MediaType& type) {
 
 void PrintGraph(IGraphBuilder* graph) {
     for (const ComPtr<IBaseFilter>& filter : FiltersOf(graph)) {
-        CLSID clsid{};
-        std::ignore = filter->GetClassID(&clsid);  // without one its name in the graph is shown
-        Print("filter: " + ClassName(filter.Get(), clsid) + MeritText(clsid) + "\n");
-        PrintPins(filter.Get(), clsid);
+        Print("filter: " + FilterText(filter.Get()) + "\n");
+        PrintPins(filter.Get());
     }
+}
+
+void ExplainFailedConnection(const MediaType& compressed, const std::string& formatName,
+                             HRESULT result) {
+    const std::string fourcc = FourCCText(compressed.subtype.Data1);
+    const std::vector<ListedFilter> candidates = DecodersFor(compressed.subtype);
+    if (candidates.empty()) {
+        throw Failure(ExitCode::kNoDecoder,
+                      "no decoder is registered for \"" + fourcc +
+                          "\"; register one with regsvr32 (see nyxhost list)");
+    }
+    std::string message = "no decoder delivers this \"" + fourcc + "\" clip as " + formatName;
+    bool accepted = false;
+    bool lacksEngine = false;
+    for (const ListedFilter& candidate : candidates) {
+        const Failure answer = AnswerOf(candidate, compressed, formatName);
+        accepted = accepted || answer.Code() == ExitCode::kRefused;
+        lacksEngine = lacksEngine || answer.Code() == ExitCode::kNoEngine;
+        message += std::string("\n  ") + answer.what();
+    }
+    message += "\n  the graph returned " + ResultText(result);
+    throw Failure(lacksEngine && !accepted ? ExitCode::kNoEngine : ExitCode::kRefused, message);
 }
 
 }  // namespace nyx::host

@@ -67,6 +67,11 @@ ComPtr<IBaseFilter> FilterOf(IPin* pin) {
     return Adopt(info.pFilter);
 }
 
+CLSID ClassOf(IBaseFilter* filter) {
+    CLSID clsid{};
+    return filter != nullptr && SUCCEEDED(filter->GetClassID(&clsid)) ? clsid : CLSID{};
+}
+
 std::string FilterName(IBaseFilter* filter) {
     FILTER_INFO info{};
     if (filter == nullptr || FAILED(filter->QueryFilterInfo(&info))) {

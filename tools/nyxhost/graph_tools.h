@@ -28,6 +28,9 @@ ComPtr<IPin> FindPin(IBaseFilter* filter, PIN_DIRECTION direction);
 /// The filter that owns `pin`.
 ComPtr<IBaseFilter> FilterOf(IPin* pin);
 
+/// The class of `filter`; empty for null and for a filter without one.
+CLSID ClassOf(IBaseFilter* filter);
+
 /// The name that `filter` has in its graph.
 std::string FilterName(IBaseFilter* filter);
 

@@ -101,7 +101,7 @@ Json& EntryOf(Frames* frames, LONG number) {
 /// Decodes the frames, adds their pictures to `frames` and the decoder to `document`.
 ExitCode ReadPictures(const ClipOptions& clip, Frames* frames, Json* document) {
     try {
-        PlaybackGraph graph(clip.path, clip.graph, [frames](const ArrivedFrame& frame) {
+        ClipGraph graph(clip.path, clip.graph, [frames](const ArrivedFrame& frame) {
             EntryOf(frames, frame.index)["picture"] = DescribePicture(frame);
         });
         const PassResult result = graph.Play("decoding");
@@ -121,12 +121,16 @@ ExitCode ReadPictures(const ClipOptions& clip, Frames* frames, Json* document) {
     }
 }
 
-ExitCode RunInfo(const InfoOptions& options) {
+ExitCode RunInfo(const InfoOptions& given) {
+    InfoOptions options = given;
+    if (options.clip.graph.frames == 0) {
+        options.clip.graph.frames = options.summary ? LONG_MAX : 1;
+    }
     Frames frames;
     TapeSummary summary;
-    PlaybackGraph::Options packets = options.clip.graph;
+    ClipGraph::Options packets = options.clip.graph;
     packets.packets = true;
-    PlaybackGraph graph(options.clip.path, packets, [&](const ArrivedFrame& frame) {
+    ClipGraph graph(options.clip.path, packets, [&](const ArrivedFrame& frame) {
         Json packet = DescribePacket(frame);
         if (options.summary && packet.contains("dv")) {
             summary.Add(frame.index, packet["dv"]);
@@ -135,9 +139,9 @@ ExitCode RunInfo(const InfoOptions& options) {
             frames[frame.index] = std::move(packet);
         }
     });
-    std::vector<std::vector<double>> peaks(graph.Clip().Audio().size());
+    std::vector<std::vector<double>> peaks(graph.Audio().size());
     for (std::size_t i = 0; i < peaks.size(); ++i) {
-        const SourceStream& stream = graph.Clip().Audio()[i];
+        const SourceStream& stream = graph.Audio()[i];
         graph.AddAudioSink(stream, [&stream, &peak = peaks[i]](IMediaSample& sample) {
             MeasurePeaks(stream.type, sample, &peak);
         });
@@ -173,20 +177,16 @@ ExitCode RunInfo(const InfoOptions& options) {
 }  // namespace
 
 void AddInfoCommand(CLI::App& app, Action& action) {
-    auto options = std::make_shared<InfoOptions>();
-    CLI::App* command = app.add_subcommand(
-        "info", "Show a clip's streams and the data of its first frame, or of the frames selected");
-    AddClipOptions(*command, options->clip);
-    command->add_flag("--json", options->json, "One JSON document, see docs/info-schema.json");
-    command->add_flag("--summary", options->summary,
-                      "Show what changes in a DV recording, instead of its frames: timecode and "
-                      "recording time, picture, audio, damaged blocks");
-    command->callback([options, command, &action] {
-        if (!options->summary && command->count("--frames") == 0) {
-            options->clip.graph.frames = 1;
-        }
-        action = [options] { return RunInfo(*options); };
-    });
+    const auto [command, options] = AddCommand(
+        app, action, "info",
+        "Show a clip's streams and the data of its first frame, or of the frames selected",
+        RunInfo);
+    options.clip.graph.frames = 0;  // unless --frames is given
+    AddClipOptions(command, options.clip);
+    command.add_flag("--json", options.json, "One JSON document, see docs/info-schema.json");
+    command.add_flag("--summary", options.summary,
+                     "Show what changes in a DV recording, instead of its frames: timecode and "
+                     "recording time, picture, audio, damaged blocks");
 }
 
 }  // namespace nyx::host

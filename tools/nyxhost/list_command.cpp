@@ -19,15 +19,14 @@ bool PrintAttempt(const RegisteredFilter& filter) {
     const bool works = SUCCEEDED(created);
     const bool lacksEngine = LacksEngine(filter.name, created);
     const std::string column = Format("  %-26s ", "");
-    std::string state = works ? "works" : ResultText(created);
-    if (lacksEngine) {
-        state = "engine missing or too old";
-    }
-    Print(column + state + "\n");
-    if (works || lacksEngine) {
-        for (const std::string& engine : EngineTexts(filter.name)) {
-            Print(column + engine + "\n");
-        }
+    Print(column +
+          (works         ? "works"
+           : lacksEngine ? "engine missing or too old"
+                         : ResultText(created)) +
+          "\n");
+    for (const std::string& engine :
+         works || lacksEngine ? EngineTexts(filter.name) : std::vector<std::string>()) {
+        Print(column + engine + "\n");
     }
     return works;
 }
@@ -45,7 +44,7 @@ std::string PlaceText(const std::string& module, const std::vector<RegisteredFil
            "; run regsvr32 " + module;
 }
 
-ExitCode RunList() {
+ExitCode RunList(const NoOptions&) {
     std::size_t found = 0;
     std::size_t working = 0;
     for (const char* module : kModules) {
@@ -68,16 +67,13 @@ ExitCode RunList() {
 }  // namespace
 
 void AddListCommand(CLI::App& app, Action& action) {
-    CLI::App* command =
-        app.add_subcommand("list", "Show the registered filters of the modules, and which work");
-    command->footer([] {
-        return "The list is for " + WordSize() + " programs, which need " + WordSize() +
-               " modules and engines.\n"
-               "Engines are searched beside the application, in the system folders, on the search "
-               "path (PATH;\nWINEPATH under Wine), and last in the folder \"engines\" beside "
-               "nyxcodecs.dll.\n";
-    });
-    command->callback([&action] { action = RunList; });
+    AddCommand(app, action, "list", "Show the registered filters of the modules, and which work",
+               RunList)
+        .first.footer("The list is for " + WordSize() + " programs, which need " + WordSize() +
+                      " modules and engines.\n"
+                      "Engines are searched beside the application, in the system folders, on the "
+                      "search path (PATH;\nWINEPATH under Wine), and last in the folder "
+                      "\"engines\" beside nyxcodecs.dll.\n");
 }
 
 }  // namespace nyx::host

@@ -24,16 +24,9 @@ ExitCode RunProgram(int count, wchar_t** arguments) {
     app.require_subcommand(1);
     app.allow_windows_style_options(false);  // a path may begin with a slash
     Action action;
-    AddListCommand(app, action);
-    AddInfoCommand(app, action);
-    AddDecodeCommand(app, action);
-    AddPlayCommand(app, action);
-    AddRenderCommand(app, action);
-    AddBenchCommand(app, action);
-    AddEncodeCommand(app, action);
-    AddPropertiesCommand(app, action);
-    AddSettingsCommand(app, action);
-    AddDoctorCommand(app, action);
+    for (AddFunction* add : kCommands) {
+        add(app, action);
+    }
 
     std::vector<std::string> words;
     for (int i = 1; i < count; ++i) {
@@ -43,9 +36,9 @@ ExitCode RunProgram(int count, wchar_t** arguments) {
         return *done;
     }
     WatchForInterrupt();
-    const ComApartment apartment;
+    const ComApartment apartment(action.apartment);
     Check(apartment.Result(), "cannot initialise COM");
-    return action();
+    return action.run();
 }
 
 }  // namespace

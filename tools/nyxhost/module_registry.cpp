@@ -1,6 +1,6 @@
 #include "module_registry.h"
 
-#include <algorithm>
+#include <map>
 #include <tuple>
 
 #include "engine_text.h"
@@ -51,12 +51,54 @@ std::vector<ListedFilter> ReadList(const ComPtr<IEnumMoniker>& list) {
 
 }  // namespace
 
+UniqueKey OpenView(HKEY root, const std::string& path, int bits) {
+    return OpenKey(root, Wide(path).c_str(),
+                   KEY_READ | (bits == 32 ? KEY_WOW64_32KEY : KEY_WOW64_64KEY));
+}
+
+std::string TextOf(const UniqueKey& key, const wchar_t* value) {
+    wchar_t text[MAX_PATH] = {};
+    DWORD bytes = sizeof(text);
+    RegGetValueW(key.get(), nullptr, value, RRF_RT_REG_SZ, nullptr, text, &bytes);
+    return Utf8(text);
+}
+
+std::vector<std::string> SubkeysOf(const UniqueKey& key) {
+    std::vector<std::string> names;
+    wchar_t name[256];  // the longest
+    for (DWORD i = 0; RegEnumKeyW(key.get(), i, name, ARRAYSIZE(name)) == ERROR_SUCCESS; ++i) {
+        names.push_back(Utf8(name));
+    }
+    return names;
+}
+
+std::vector<std::pair<std::string, std::string>> ValuesOf(const UniqueKey& key) {
+    std::vector<std::pair<std::string, std::string>> values;
+    wchar_t name[256];
+    wchar_t data[16384] = {};  // more than any value of a filter
+    const auto* words = reinterpret_cast<const DWORD*>(data);
+    for (DWORD i = 0;; ++i) {
+        DWORD length = ARRAYSIZE(name);
+        DWORD bytes = sizeof(data) - sizeof(wchar_t);
+        DWORD type = REG_NONE;
+        if (RegEnumValueW(key.get(), i, name, &length, nullptr, &type,
+                          reinterpret_cast<BYTE*>(data), &bytes) != ERROR_SUCCESS) {
+            return values;
+        }
+        data[bytes / sizeof(wchar_t)] = L'\0';
+        values.emplace_back(Utf8(name), type == REG_SZ      ? Utf8(data)
+                                        : type == REG_DWORD ? std::to_string(words[0])
+                                                            : Format("%lu bytes: 0x%08lX 0x%08lX",
+                                                                     bytes, words[0], words[1]));
+    }
+}
+
 bool IsNamed(const std::filesystem::path& path, const std::string& file) {
     return _wcsicmp(path.filename().c_str(), Wide(file).c_str()) == 0;
 }
 
 std::filesystem::path RegisteredServer(const std::string& clsid, int bits) {
-    return Wide(RegisteredText("CLSID\\" + clsid + "\\InprocServer32", nullptr, bits));
+    return Wide(TextOf(OpenView(HKEY_CLASSES_ROOT, "CLSID\\" + clsid + "\\InprocServer32", bits)));
 }
 
 std::optional<DWORD> MeritOf(const CLSID& clsid, int bits) {
@@ -131,29 +173,24 @@ std::filesystem::path RegisteredModule(const std::string& moduleFile, int bits) 
 }
 
 std::vector<RegisteredFilter> FindFilters(const std::string& moduleFile) {
-    std::vector<RegisteredFilter> filters;
+    std::map<std::string, RegisteredFilter> byName;
     for (const auto& category : kCategories) {
         for (const ListedFilter& listed : FiltersIn(*category.clsid)) {
             const auto server = RegisteredServer(GuidText(listed.clsid));
-            if (!IsNamed(server, moduleFile)) {
-                continue;
-            }
-            RegisteredFilter filter{.clsid = listed.clsid,
-                                    .name = listed.name,
-                                    .categories = category.words,
-                                    .server = Utf8(server.wstring())};
-            const auto known = std::find_if(
-                filters.begin(), filters.end(),
-                [&filter](const RegisteredFilter& other) { return other.clsid == filter.clsid; });
-            if (known != filters.end()) {
-                known->categories += ", " + filter.categories;
-            } else {
-                filters.push_back(std::move(filter));
+            if (IsNamed(server, moduleFile)) {
+                RegisteredFilter& filter = byName[listed.name];
+                const std::string more = filter.categories.empty() ? "" : filter.categories + ", ";
+                filter = {.clsid = listed.clsid,
+                          .name = listed.name,
+                          .categories = more + category.words,
+                          .server = Utf8(server.wstring())};
             }
         }
     }
-    std::sort(filters.begin(), filters.end(),
-              [](const RegisteredFilter& a, const RegisteredFilter& b) { return a.name < b.name; });
+    std::vector<RegisteredFilter> filters;
+    for (const auto& [name, filter] : byName) {
+        filters.push_back(filter);
+    }
     return filters;
 }
 

@@ -3,12 +3,16 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "com.h"
-#include "registry.h"
+#include "platform/unique_handle.h"
 
 namespace nyx::host {
+
+/// The word size of this program and of every module that it can load.
+constexpr int kOwnBits = sizeof(void*) * 8;
 
 inline constexpr const char* kCodecModule = "nyxcodecs.dll";
 inline constexpr const char* kSourceModule = "nyxsource.dll";
@@ -39,6 +43,17 @@ struct RegisteredFilter {
 
 /// "32-bit" or "64-bit": the word size of this program and of every module that it can load.
 std::string WordSize();
+
+/// Opens a key for reading in the view of programs of a word size; null where it is missing.
+UniqueKey OpenView(HKEY root, const std::string& path, int bits = kOwnBits);
+
+/// A text of an open key, by default its unnamed value; empty without one.
+std::string TextOf(const UniqueKey& key, const wchar_t* value = nullptr);
+
+/// What an open key has, in the registry's order; nothing for null. Values are names and texts; a
+/// value that is neither text nor number gives its size and its first words.
+std::vector<std::string> SubkeysOf(const UniqueKey& key);
+std::vector<std::pair<std::string, std::string>> ValuesOf(const UniqueKey& key);
 
 /// Whether a path ends with this file name.
 bool IsNamed(const std::filesystem::path& path, const std::string& file);

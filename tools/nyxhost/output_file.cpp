@@ -25,10 +25,10 @@ OutputFile::~OutputFile() {
     }
 }
 
-void OutputFile::Write(const void* data, DWORD size) {
+void OutputFile::Write(const void* data, DWORD size, OVERLAPPED* place) {
     DWORD written = 0;
     HRESULT result = S_OK;
-    if (WriteFile(handle_, data, size, &written, nullptr) == FALSE) {
+    if (WriteFile(handle_, data, size, &written, place) == FALSE) {
         result = LastError();
     } else if (written != size) {
         result = HRESULT_FROM_WIN32(ERROR_DISK_FULL);
@@ -36,15 +36,10 @@ void OutputFile::Write(const void* data, DWORD size) {
     CheckWritten(result);
 }
 
-void OutputFile::Seek(DWORD distance, DWORD from) {
-    const DWORD place = SetFilePointer(handle_, static_cast<LONG>(distance), nullptr, from);
-    CheckWritten(place != INVALID_SET_FILE_POINTER ? S_OK : LastError());
-}
-
 void OutputFile::Replace(DWORD place, const void* data, DWORD size) {
-    Seek(place, FILE_BEGIN);
-    Write(data, size);
-    Seek(0, FILE_END);
+    OVERLAPPED at{};
+    at.Offset = place;
+    Write(data, size, &at);
 }
 
 void OutputFile::Finish() {

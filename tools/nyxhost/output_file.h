@@ -21,13 +21,13 @@ class OutputFile {
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
-    /// Appends to the file.
-    void Write(const void* data, DWORD size);
+    /// Appends to the file, or writes at a place.
+    void Write(const void* data, DWORD size, OVERLAPPED* place = nullptr);
 
     /// True for the standard output, which has no places to go back to.
     bool IsStream() const { return path_ == kStandardOutput; }
 
-    /// Overwrites bytes of a file at offset `place`; the next Write appends again.
+    /// Overwrites bytes of a file at offset `place`, once nothing more is appended.
     void Replace(DWORD place, const void* data, DWORD size);
 
     /// Closes the file, which is complete.
@@ -36,7 +36,6 @@ class OutputFile {
     const std::string& Path() const { return path_; }
 
   private:
-    void Seek(DWORD distance, DWORD from);
     void CheckWritten(HRESULT result) const;
 
     const std::string path_;

@@ -5,18 +5,12 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "failure.h"
+#include "output_file.h"
 #include "picture_format.h"
 #include "text.h"
 
 namespace nyx::host {
 namespace {
-
-void StoreRgbRow(const BYTE* row, UINT width, UINT from, UINT to, BYTE* out) {
-    for (UINT x = 0; x < width; ++x) {
-        std::copy_n(row + from * x, to, out + to * x);
-    }
-}
 
 // Rows of 24-bit RGB are DWORD-aligned by convention, but some decoders pack them; the sample's
 // size decides.
@@ -28,6 +22,40 @@ std::size_t StrideOf(const PictureFormat& format, UINT width, UINT height, std::
                                                 height, format.name, size));
     }
     return size / height >= aligned ? aligned : packed;
+}
+
+constexpr char kFailed[] = "cannot encode the picture";
+
+/// Encodes into memory; OutputFile then reports the file's own errors.
+void Encode(IWICImagingFactory& factory, IStream* stream, const Picture& picture, UINT width) {
+    ComPtr<IWICBitmapEncoder> encoder;
+    ComPtr<IWICBitmapFrameEncode> frame;
+    Check(factory.CreateEncoder(GUID_ContainerFormatPng, nullptr, encoder.GetAddressOf()), kFailed);
+    Check(encoder->Initialize(stream, WICBitmapEncoderNoCache), kFailed);
+    Check(encoder->CreateNewFrame(frame.GetAddressOf(), nullptr), kFailed);
+    Check(frame->Initialize(nullptr), kFailed);
+    Check(frame->SetSize(width, picture.height), kFailed);
+    const WICPixelFormatGUID& wanted =
+        picture.hasAlpha ? GUID_WICPixelFormat32bppBGRA : GUID_WICPixelFormat24bppBGR;
+    WICPixelFormatGUID granted = wanted;
+    Check(frame->SetPixelFormat(&granted), kFailed);
+    Check(granted == wanted ? S_OK : WINCODEC_ERR_UNSUPPORTEDPIXELFORMAT, kFailed);
+    ComPtr<IWICBitmap> bitmap;  // refers to the picture's pixels
+    ComPtr<IWICBitmapScaler> scaler;
+    Check(factory.CreateBitmapFromMemory(
+              picture.width, picture.height, wanted, picture.width * picture.BytesPerPixel(),
+              static_cast<UINT>(picture.pixels.size()), const_cast<BYTE*>(picture.pixels.data()),
+              bitmap.GetAddressOf()),
+          kFailed);
+    Check(factory.CreateBitmapScaler(scaler.GetAddressOf()), kFailed);
+    Check(scaler->Initialize(bitmap.Get(), width, picture.height, WICBitmapInterpolationModeFant),
+          kFailed);
+    Check(frame->WriteSource(
+              width == picture.width ? static_cast<IWICBitmapSource*>(bitmap.Get()) : scaler.Get(),
+              nullptr),
+          kFailed);
+    Check(frame->Commit(), kFailed);
+    Check(encoder->Commit(), kFailed);
 }
 
 }  // namespace
@@ -48,8 +76,10 @@ Picture MakePicture(const MediaType& type, const BYTE* data, std::size_t size) {
     picture.pixels.resize(outStride * picture.height);
     for (UINT y = 0; y < picture.height; ++y) {
         const UINT row = type.Header().biHeight > 0 ? picture.height - 1 - y : y;
-        StoreRgbRow(data + stride * row, picture.width, format->bits / 8u, picture.BytesPerPixel(),
-                    picture.pixels.data() + outStride * y);
+        for (UINT x = 0; x < picture.width; ++x) {
+            std::copy_n(data + stride * row + format->bits / 8u * x, picture.BytesPerPixel(),
+                        picture.pixels.data() + outStride * y + picture.BytesPerPixel() * x);
+        }
     }
     return picture;
 }
@@ -65,6 +95,26 @@ UINT SquareWidth(const MediaType& type) {
     const std::uint64_t y = type.Info2().dwPictAspectRatioY;
     const std::uint64_t width = (x * height + y / 2) / y;
     return width == 0 || width > coded * kMaxStretch ? coded : static_cast<UINT>(width);
+}
+
+PngWriter::PngWriter()
+    : factory_(CreateObject<IWICImagingFactory>(CLSID_WICImagingFactory,
+                                                "cannot create the imaging component")) {}
+
+void PngWriter::Write(const std::string& path, const MediaType& type, const BYTE* data,
+                      std::size_t size, UINT width) const {
+    const Picture picture = MakePicture(type, data, size);
+    ComPtr<IStream> stream;
+    HGLOBAL memory = nullptr;
+    STATSTG facts{};
+    Check(CreateStreamOnHGlobal(nullptr, TRUE, stream.GetAddressOf()),
+          "cannot create a memory stream");
+    Encode(*factory_.Get(), stream.Get(), picture, width != 0 ? width : picture.width);
+    Check(stream->Stat(&facts, STATFLAG_NONAME), "cannot query the memory stream's size");
+    Check(GetHGlobalFromStream(stream.Get(), &memory), "cannot access the memory stream");
+    OutputFile file(path);
+    file.Write(GlobalLock(memory), facts.cbSize.LowPart);
+    file.Finish();
 }
 
 }  // namespace nyx::host

@@ -5,7 +5,6 @@
 #include "commands.h"
 #include "player.h"
 #include "text.h"
-#include "window_thread.h"
 
 namespace nyx::host {
 namespace {
@@ -29,43 +28,38 @@ std::string AskForFile() {
     return GetOpenFileNameW(&dialog) != FALSE ? Utf8(path) : "";
 }
 
-void Play(PlayOptions options) {
-    if (!options.clip.path.empty()) {
-        Player(options.clip, options.folder).Run(false);
-        return;
-    }
-    options.clip.path = AskForFile();
-    if (options.clip.path.empty()) {
-        return;
-    }
+ExitCode RunPlay(const PlayOptions& options) {
+    SetProcessDPIAware();  // before the first window, so that none is scaled
+    ClipOptions clip = options.clip;
+    const bool asks = clip.path.empty();
+    clip.path = asks ? AskForFile() : clip.path;
     try {
-        Player(options.clip, options.folder).Run(true);
-    } catch (const Failure& failure) {  // a console of our own closes before anyone reads it
-        MessageBoxW(nullptr, Wide(failure.what()).c_str(), L"nyxhost", MB_ICONERROR);
+        if (!clip.path.empty()) {
+            Player(clip, options.folder).Run(asks);
+        }
+    } catch (const Failure& failure) {
+        if (asks) {  // a console of our own closes before anyone reads it
+            MessageBoxW(nullptr, Wide(failure.what()).c_str(), L"nyxhost", MB_ICONERROR);
+        }
         throw;
     }
+    return ExitCode::kOk;
 }
 
 }  // namespace
 
 void AddPlayCommand(CLI::App& app, Action& action) {
-    auto options = std::make_shared<PlayOptions>();
-    CLI::App* command = app.add_subcommand(
-        "play",
+    const auto [command, options] = AddCommand(
+        app, action, "play",
         "Play a clip with its audio, in a window and in real time, until its end or Ctrl+C; once a "
         "key was used, until the window is closed. Keys: " +
-            PlayerKeys());
-    AddClipOptions(*command, options->clip)
+            PlayerKeys(),
+        RunPlay, COINIT_APARTMENTTHREADED);
+    AddClipOptions(command, options.clip)
         ->required(false)
         ->description("A file of footage (default: a dialog asks for it)");
-    command->add_option("--out", options->folder, "Folder for snapshots (default: your pictures)")
+    command.add_option("--out", options.folder, "Folder for snapshots (default: your pictures)")
         ->type_name("DIR");
-    command->callback([options, &action] {
-        action = [options] {
-            RunInWindowThread([&options] { Play(*options); });
-            return ExitCode::kOk;
-        };
-    });
 }
 
 }  // namespace nyx::host

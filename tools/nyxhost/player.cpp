@@ -8,14 +8,12 @@
 #include <tuple>
 
 #include "console.h"
-#include "decoder_candidates.h"
 #include "graph_description.h"
 #include "graph_tools.h"
 #include "output_file.h"
 #include "picture.h"
 #include "platform/footage_info.h"
 #include "platform/system.h"
-#include "png_writer.h"
 #include "progress.h"
 #include "text.h"
 
@@ -338,17 +336,17 @@ void Player::LeaveOrClose(LONG) {
 /// Decodes a frame in a graph of its own, for its aspect, which DV and Q210 state in the frame, and
 /// for a file if `snapshot` names one.
 void Player::ReadPicture(LONG frame, const std::string& snapshot) {
-    PlaybackGraph graph(
-        options_.path,
-        {.format = FindPictureFormat("rgb24"), .from = {.frame = frame}, .frames = 1},
-        [&](const ArrivedFrame& arrived) {
-            shown_ = ShownSize(arrived.type);
-            if (!snapshot.empty()) {
-                PngWriter().Write(snapshot, arrived.type, DataOf(arrived.sample),
-                                  static_cast<std::size_t>(arrived.sample.GetActualDataLength()),
-                                  static_cast<UINT>(shown_.cx));
-            }
-        });
+    ClipGraph graph(options_.path,
+                    {.format = FindPictureFormat("rgb24"), .from = {.frame = frame}, .frames = 1},
+                    [&](const ArrivedFrame& arrived) {
+                        shown_ = ShownSize(arrived.type);
+                        if (!snapshot.empty()) {
+                            PngWriter().Write(
+                                snapshot, arrived.type, DataOf(arrived.sample),
+                                static_cast<std::size_t>(arrived.sample.GetActualDataLength()),
+                                static_cast<UINT>(shown_.cx));
+                        }
+                    });
     shown_ = ShownSize(graph.ConnectedType());
     graph.Play();
 }

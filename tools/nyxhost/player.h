@@ -15,7 +15,7 @@ namespace nyx::host {
 class Player {
   public:
     /// Opens the clip and its window. Snapshots go to `folder`, if empty to the user's pictures.
-    /// Failures of PlaybackGraph, kPastEnd included.
+    /// Failures of ClipGraph, kPastEnd included.
     Player(const ClipOptions& options, const std::string& folder);
     ~Player();
     Player(const Player&) = delete;

@@ -7,7 +7,6 @@
 #include "encoder_filter.h"
 #include "platform/system.h"
 #include "text.h"
-#include "window_thread.h"
 
 namespace nyx::host {
 namespace {
@@ -16,7 +15,8 @@ struct TaskMemoryFree {
     void operator()(void* memory) const { CoTaskMemFree(memory); }
 };
 
-void ShowPages() {
+ExitCode ShowPages(const NoOptions&) {
+    SetProcessDPIAware();  // before the first window, so that none is scaled
     const EncoderFilter encoder = FindEncoder();
     const EncodeParameterBlock before = LiveParameters(encoder);
     Print(encoder.name + ", " + DescribeParameters(before) + "\n");
@@ -36,19 +36,15 @@ void ShowPages() {
         Print(std::string("nothing was changed") +
               (IsWine() ? "; Wine's property frame does not apply changes\n" : "\n"));
     }
+    return ExitCode::kOk;
 }
 
 }  // namespace
 
 void AddPropertiesCommand(CLI::App& app, Action& action) {
-    CLI::App* command = app.add_subcommand(
-        "properties", "Show the encoder's property page, as an application does");
-    command->callback([&action] {
-        action = [] {
-            RunInWindowThread(ShowPages);
-            return ExitCode::kOk;
-        };
-    });
+    AddCommand(app, action, "properties",
+               "Show the encoder's property page, as an application does", ShowPages,
+               COINIT_APARTMENTTHREADED);
 }
 
 }  // namespace nyx::host

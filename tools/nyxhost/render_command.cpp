@@ -2,11 +2,9 @@
 
 #include <cmath>
 
-#include "com.h"
+#include "clip_graph.h"
 #include "commands.h"
 #include "console.h"
-#include "decoder_candidates.h"
-#include "footage.h"
 #include "graph_description.h"
 #include "progress.h"
 #include "rendered_file.h"
@@ -18,16 +16,10 @@ namespace {
 /// Reports why the system plays no picture of a file: our source or the decoders refuse it, or the
 /// system chooses another source.
 [[noreturn]] void ExplainRefusal(const std::string& path, HRESULT rendered) {
-    const auto graph = CreateGraph();
-    const Footage clip(graph.Get(), path);
-    const Counter pictures(graph.Get(), L"Pictures", IsPicture);
-    if (SUCCEEDED(graph->Connect(clip.Video().pin.Get(), pictures.Input()))) {
-        throw Failure(
-            ExitCode::kRefused,
-            "the system does not open " + path +
-                " with our source, which plays it (see nyxhost play): " + ResultText(rendered));
-    }
-    ExplainFailedConnection(clip.Video().type, "a picture", rendered);
+    const ClipGraph decoded(path, {}, [](const ArrivedFrame&) {});  // a failure says why not
+    throw Failure(ExitCode::kRefused, "the system does not open " + path +
+                                          " with our source, which plays it (see nyxhost play): " +
+                                          ResultText(rendered));
 }
 
 /// The number of pictures of a type in the graph's duration; 0 when unknown.
@@ -43,9 +35,8 @@ long PicturesToCome(const ComPtr<IGraphBuilder>& graph, const MediaType& type) {
 
 ExitCode RunRender(const std::string& path) {
     const RenderedFile file(path);
-    const MediaType type = file.pictures.Type();
     PrintGraph(file.graph.Get());
-    if (FAILED(file.result) || (file.result != S_OK && !type.HasPicture())) {
+    if (FAILED(file.result) || (file.result != S_OK && !file.type.HasPicture())) {
         ExplainRefusal(path, file.result);
     }
     if (file.result != S_OK) {
@@ -53,24 +44,23 @@ ExitCode RunRender(const std::string& path) {
     }
     RemoveClock(file.graph);
     {
-        Progress progress("playing", PicturesToCome(file.graph, type));
+        Progress progress("playing", PicturesToCome(file.graph, file.type));
         RunToEnd(file.graph, [&] {
-            progress.Show(file.pictures.Count());
+            progress.Show(file.pictures);
             return true;
         });
     }
-    Print(Format("%ld pictures, %ld audio samples\n", file.pictures.Count(), file.audio.Count()));
+    Print(Format("%ld pictures, %ld audio samples\n", file.pictures.load(), file.audio.load()));
     return ExitCode::kOk;
 }
 
 }  // namespace
 
 void AddRenderCommand(CLI::App& app, Action& action) {
-    auto path = std::make_shared<std::string>();
-    CLI::App* command = app.add_subcommand(
-        "render", "Build a file's graph as a player does, without a window, and list its filters");
-    command->add_option("file", *path, "Any file")->required();
-    command->callback([path, &action] { action = [path] { return RunRender(*path); }; });
+    const auto [command, path] = AddCommand(
+        app, action, "render",
+        "Build a file's graph as a player does, without a window, and list its filters", RunRender);
+    command.add_option("file", path, "Any file")->required();
 }
 
 }  // namespace nyx::host

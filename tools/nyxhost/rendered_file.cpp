@@ -5,28 +5,24 @@
 
 namespace nyx::host {
 
-Counter::Counter(IGraphBuilder* graph, const wchar_t* name, FrameSink::Accept accept)
-    : sink_(Make<FrameSink>([this](IMediaSample&) { return ++count_ > 0; }, std::move(accept))) {
-    Check(graph->AddFilter(sink_.Get(), name), "cannot add a sink to the graph");
-}
-
-MediaType Counter::Type() const {
-    MediaType type;
-    std::ignore = Input()->ConnectionMediaType(&type);  // a failure leaves it empty
-    return type;
-}
-
-void Counter::RemoveIfIdle(IGraphBuilder* graph) const {
-    if (Type().majortype == GUID_NULL) {
-        Check(graph->RemoveFilter(sink_.Get()), "cannot remove a sink from the graph");
-    }
-}
-
 RenderedFile::RenderedFile(const std::string& path) {
     CheckReadable(path);
+    const auto addSink = [this](const wchar_t* name, auto accept, std::atomic<LONG>& count) {
+        auto sink = Make<FrameSink>([&count](IMediaSample&) { return ++count > 0; }, accept);
+        Check(graph->AddFilter(sink.Get(), name), "cannot add a sink to the graph");
+        return sink;
+    };
+    const ComPtr<FrameSink> sinks[] = {addSink(L"Pictures", IsPicture, pictures),
+                                       addSink(L"Audio", IsAudio, audio)};
     result = graph->RenderFile(Wide(path).c_str(), nullptr);
-    pictures.RemoveIfIdle(graph.Get());
-    audio.RemoveIfIdle(graph.Get());
+    for (const ComPtr<FrameSink>& sink : sinks) {
+        ComPtr<IPin> peer;
+        if (FAILED(sink->Input()->ConnectedTo(peer.GetAddressOf()))) {
+            Check(graph->RemoveFilter(sink.Get()), "cannot remove a sink from the graph");
+        }
+    }
+    end = sinks[0]->Input();
+    std::ignore = end->ConnectionMediaType(&type);  // a failure leaves it empty
 }
 
 }  // namespace nyx::host

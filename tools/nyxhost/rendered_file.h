@@ -7,34 +7,18 @@
 
 namespace nyx::host {
 
-/// A sink that counts samples.
-class Counter {
-  public:
-    Counter(IGraphBuilder* graph, const wchar_t* name, FrameSink::Accept accept);
-
-    LONG Count() const { return count_; }
-    IPin* Input() const { return sink_->Input(); }
-
-    /// The type of its connection; empty without one.
-    MediaType Type() const;
-
-    /// Removes the sink unless it is connected: the graph would wait for its end of stream.
-    void RemoveIfIdle(IGraphBuilder* graph) const;
-
-  private:
-    std::atomic<LONG> count_{0};
-    const ComPtr<FrameSink> sink_;
-};
-
-/// The graph that a player builds over a file, with sinks in place of its renderers.
+/// The graph that a player builds over a file, with sinks that count samples in place of renderers.
+/// An idle sink leaves the graph, which would wait for its end of stream.
 struct RenderedFile {
     /// Failure kInput for a file that cannot be read, else kPlatform.
     explicit RenderedFile(const std::string& path);
 
+    std::atomic<LONG> pictures{0};  ///< samples that arrived
+    std::atomic<LONG> audio{0};
     const ComPtr<IGraphBuilder> graph = CreateGraph();
-    const Counter pictures{graph.Get(), L"Pictures", IsPicture};
-    const Counter audio{graph.Get(), L"Audio", IsAudio};
     HRESULT result = E_FAIL;  ///< of the graph's RenderFile
+    ComPtr<IPin> end;         ///< the sink's pin for pictures
+    MediaType type;           ///< its type; empty where no picture arrives
 };
 
 }  // namespace nyx::host

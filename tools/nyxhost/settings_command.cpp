@@ -22,13 +22,10 @@ struct SettingsOptions {
 };
 
 void Store(DWORD fourcc, const std::string& value) {
-    const bool reset = value == "default";
-    const LONG wanted = reset ? 0 : std::stol(value);
-    const LONG error = reset ? ResetCodecSetting(fourcc, kColorSpace)
-                             : WriteCodecSetting(fourcc, kColorSpace, wanted);
-    const bool stored = error == 0 && ReadCodecSetting(fourcc, kColorSpace, 0) == wanted;
-    Check(stored ? S_OK : HRESULT_FROM_WIN32(error != 0 ? error : ERROR_ACCESS_DENIED),
-          "cannot store the setting");
+    const LONG error = value == "default"
+                           ? ResetCodecSetting(fourcc, kColorSpace)
+                           : WriteCodecSetting(fourcc, kColorSpace, std::stol(value));
+    Check(HRESULT_FROM_WIN32(error), "cannot store the setting");
 }
 
 ExitCode RunSettings(const SettingsOptions& options) {
@@ -50,23 +47,22 @@ ExitCode RunSettings(const SettingsOptions& options) {
 }  // namespace
 
 void AddSettingsCommand(CLI::App& app, Action& action) {
-    auto options = std::make_shared<SettingsOptions>();
-    CLI::App* command = app.add_subcommand(
-        "settings",
-        "Show or change the range of a codec's RGB pictures, for your own programs of "
-        "32 and of 64 bits; they use it for what they open from then on");
+    const auto [command, options] =
+        AddCommand(app, action, "settings",
+                   "Show or change the range of a codec's RGB pictures, for your own programs of "
+                   "32 and of 64 bits; they use it for what they open from then on",
+                   RunSettings);
     std::vector<std::string> codecs{"all"};
     for (const auto& codec : kCodecs) {
         codecs.emplace_back(codec.code);
     }
-    command->add_option("codec", options->codec, "A codec by its FourCC")
+    command.add_option("codec", options.codec, "A codec by its FourCC")
         ->check(CLI::IsMember(codecs))
         ->capture_default_str();
     command
-        ->add_option("setting", options->setting,
-                     "0, the default: black is 0 and white 255; 1: black is 16 and white 235")
+        .add_option("setting", options.setting,
+                    "0, the default: black is 0 and white 255; 1: black is 16 and white 235")
         ->check(CLI::IsMember({"color_space=0", "color_space=1", "color_space=default"}));
-    command->callback([options, &action] { action = [options] { return RunSettings(*options); }; });
 }
 
 }  // namespace nyx::host

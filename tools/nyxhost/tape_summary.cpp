@@ -9,10 +9,6 @@
 namespace nyx::host {
 namespace {
 
-bool NeverFollows(LONG, const Json&, const Json&) {
-    return false;
-}
-
 /// Frames up to a timecode. With drop frame a minute lacks its first two numbers, but not each
 /// tenth minute.
 LONG Counted(LONG minutes, LONG seconds, LONG frames, LONG perSecond, bool drop) {
@@ -70,8 +66,8 @@ void TapeSummary::Add(LONG number, const Json& dv) {
     const bool dated = !dv["recording_date"].is_null() && !dv["recording_time"].is_null();
     Compare("timecode", number, dv, TextOf(dv["timecode"]), TimecodeFollows);
     Compare("recording", number, dv, dated ? DvRecordingText(dv) : "", RecordingFollows);
-    Compare("picture", number, dv, DvPictureText(dv), NeverFollows);
-    Compare("audio", number, dv, DvAudioText(dv, false), NeverFollows);
+    Compare("picture", number, dv, DvPictureText(dv), nullptr);
+    Compare("audio", number, dv, DvAudioText(dv, false), nullptr);
     AddDamage(number, dv);
 }
 
@@ -81,8 +77,9 @@ void TapeSummary::Compare(const char* what, LONG number, const Json& dv, const s
         return;
     }
     const auto last = last_.find(what);
-    if (last != last_.end() && !follows(number - last->second.frame, last->second.dv, dv) &&
-        (follows != NeverFollows || last->second.text != text)) {
+    if (last != last_.end() &&
+        !(follows != nullptr ? follows(number - last->second.frame, last->second.dv, dv)
+                             : last->second.text == text)) {
         events_.push_back({{"event", what},
                            {"frame", number},
                            {"frames", 1},

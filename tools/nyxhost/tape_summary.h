@@ -18,7 +18,8 @@ class TapeSummary {
     Json Document() const;
 
   private:
-    /// Whether the value of a frame follows that of a frame so many frames earlier.
+    /// Whether the value of a frame follows that of a frame so many frames earlier; null where it
+    /// stays the same.
     using Follows = bool (*)(LONG frames, const Json& before, const Json& now);
 
     void Compare(const char* what, LONG number, const Json& dv, const std::string& text,
