@@ -78,11 +78,6 @@ class ClipGraph {
     /// The file; not over frames from memory.
     const Footage& Clip() const { return *footage_; }
 
-    /// Its streams of audio; none with frames from memory.
-    std::vector<SourceStream> Audio() const {
-        return footage_ ? footage_->Audio() : std::vector<SourceStream>();
-    }
-
     /// The name of the decoder that the system chose; empty without a decoder.
     const std::string& DecoderName() const { return decoderName_; }
 

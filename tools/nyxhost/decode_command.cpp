@@ -133,10 +133,10 @@ std::vector<std::unique_ptr<WavWriter>> WriteAudio(ClipGraph& graph, const std::
     if (file.empty()) {
         return writers;
     }
-    if (graph.Audio().empty()) {
+    if (graph.Clip().Audio().empty()) {
         throw Failure(ExitCode::kRefused, "the clip has no audio");
     }
-    for (const SourceStream& stream : graph.Audio()) {
+    for (const SourceStream& stream : graph.Clip().Audio()) {
         std::filesystem::path path(Wide(file));
         if (!writers.empty() && file == kStandardOutput) {
             PrintWarning("further audio streams are left out");

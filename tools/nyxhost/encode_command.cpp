@@ -85,7 +85,7 @@ void CheckOutput(HRESULT result, const std::string& path) {
 
 /// Adds the streams of audio to `avi`; each runs in a thread of its own, hence `lock`.
 void WriteAudio(ClipGraph& graph, AviWriter& avi, Mutex& lock, const std::string& path) {
-    const std::vector<SourceStream> streams = graph.Audio();
+    const std::vector<SourceStream>& streams = graph.Clip().Audio();
     for (std::size_t i = 0; i < streams.size(); ++i) {
         const MediaType& type = streams[i].type;
         const WAVEFORMATEX& format = WaveFormatOf(type);
@@ -134,7 +134,9 @@ ExitCode RunEncode(const EncodeOptions& options) {
     Check(avi.Create(Wide(options.output), header, static_cast<DWORD>(frames),
                      static_cast<DWORD>(seconds)),
           "cannot create " + options.output, ExitCode::kOutput);
-    WriteAudio(*graph, avi, lock, options.output);
+    if (!pictures) {
+        WriteAudio(*graph, avi, lock, options.output);
+    }
     const PassResult result = graph->Play("encoding");
     CheckOutput(avi.Finish(), options.output);
 

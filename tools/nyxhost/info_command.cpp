@@ -139,9 +139,9 @@ ExitCode RunInfo(const InfoOptions& given) {
             frames[frame.index] = std::move(packet);
         }
     });
-    std::vector<std::vector<double>> peaks(graph.Audio().size());
+    std::vector<std::vector<double>> peaks(graph.Clip().Audio().size());
     for (std::size_t i = 0; i < peaks.size(); ++i) {
-        const SourceStream& stream = graph.Audio()[i];
+        const SourceStream& stream = graph.Clip().Audio()[i];
         graph.AddAudioSink(stream, [&stream, &peak = peaks[i]](IMediaSample& sample) {
             MeasurePeaks(stream.type, sample, &peak);
         });
