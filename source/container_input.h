@@ -59,24 +59,15 @@ struct DeferredPayload {
 /// Deferred payloads. An uncompressed frame that goes through libavformat's memory takes several
 /// times as long to deliver. After AllowDeferral, a read of kMinDeferred bytes or more therefore
 /// leaves the memory as it is and only records the place in the file; ReadDeferred copies the bytes
-/// into the sample later. Until then these bytes of the packet are uninitialised, and nothing may
-/// depend on them:
+/// into the sample later. Nothing may depend on these bytes of the packet until then:
 /// - Only av_get_packet asks for so many bytes at once, at a packet's end and in one read: the
 ///   library fills its own buffer with kInputBytes at most.
 /// - MayDefer (stream_format.h) lists the demuxers of libavformat 5.1 that do not look at a
-/// payload,
-///   as the source of mov_read_packet, mxf_read_packet and avi_read_packet shows.
-/// - A demuxer that looks all the same stays inside its buffers: a damaged file may hold any bytes.
-/// - A demuxer that moves, splits or resizes a payload is caught by FootageFile::FindDeferred,
-/// which
-///   rejects a packet that does not end where its deferred bytes end; one that reads it otherwise,
-///   by the suite that compares each container's packets with ffmpeg's.
+/// payload.
+///   One that looks all the same stays inside its buffers: a damaged file may hold any bytes.
+/// - FootageFile::FindDeferred rejects a packet that does not end where its deferred bytes end.
 class ContainerInput {
   public:
-    ContainerInput() = default;
-    ContainerInput(const ContainerInput&) = delete;
-    ContainerInput& operator=(const ContainerInput&) = delete;
-
     /// Takes over the file, once, and begins to count what is spent on it.
     void Start(std::unique_ptr<ByteSource> bytes);
     /// Counts what is spent from here on, as for a small file.

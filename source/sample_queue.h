@@ -18,10 +18,7 @@ struct FilledSample {
 /// that the next is filled while downstream works.
 class SampleQueue {
   public:
-    SampleQueue() = default;
     ~SampleQueue() { Close(); }
-    SampleQueue(const SampleQueue&) = delete;
-    SampleQueue& operator=(const SampleQueue&) = delete;
 
     /// Lets an empty queue take samples.
     void Open();

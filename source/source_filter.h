@@ -78,34 +78,26 @@ class FootageSource : public CBaseFilter,
     CCritSec lock_;
 
   private:
-    /// A file, and the thread that reads it.
-    struct Part {
-        std::unique_ptr<FootageFile> file;
-        std::unique_ptr<ReadAhead> packets;
-    };
-
     SourcePin* AudioPin(long index) override;
-    void SetSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate);
+    void SetSegment(const Segment& segment);
     [[nodiscard]] HRESULT OpenFile(const wchar_t* path);
     [[nodiscard]] HRESULT OpenWithProgress(FootageFile* file,
                                            std::unique_ptr<ByteSource> bytes) noexcept;
+    void SetOpening(FootageFile* file);
     [[nodiscard]] HRESULT StartStreaming();
     void ApplyStopTime();
     void FinishStreaming();
     [[nodiscard]] HRESULT Flush();
 
-    /// The innermost lock, of the pins and the segment. Downstream asks for them from a streaming
-    /// thread, while the thread that holds the filter's lock may wait for that very thread.
+    /// The innermost lock, of what it precedes. Downstream asks for them from a streaming thread,
+    /// while the thread that holds the filter's lock may wait for that very thread.
     CCritSec stateLock_;
-    CCritSec progressLock_;           ///< of the next three
-    FootageFile* opening_ = nullptr;  ///< by Load, in another thread
-    bool aborted_ = false;            ///< by AbortOperation
-    LONGLONG openSize_ = -1;          ///< of the open file, in bytes
-    std::wstring path_;
-    std::vector<Part> parts_;  ///< of the footage; the first has the pictures
-    REFERENCE_TIME duration_ = 0;
+    FootageFile* opening_ = nullptr;                 ///< by Load, in another thread
+    std::vector<std::unique_ptr<ReadAhead>> parts_;  ///< files; the first has the pictures
     std::vector<std::unique_ptr<SourcePin>> pins_;
     Segment segment_;
+    std::wstring path_;
+    REFERENCE_TIME duration_ = 0;
     std::vector<const void*> pinsThatSought_;  ///< the pins that asked for this segment
 };
 

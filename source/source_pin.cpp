@@ -128,7 +128,9 @@ void SourcePin::JoinThreads() {
 void SourcePin::FillSamples() noexcept {
     HRESULT result = S_OK;
     try {
-        PinPackets packets(sources_);
+        PinPackets packets(sources_, [this](std::size_t source, Packet* packet) {
+            return sources_[source].packets->Pop(sources_[source].stream, packet);
+        });
         while (result == S_OK) {
             Packet packet;
             result = packets.Pop(&packet);
@@ -273,9 +275,9 @@ HRESULT SourcePin::PushPicture(const Packet& packet) {
     if (packet.system && !SwitchTo(WithSystem(format_, *packet.system))) {
         return VFW_E_TYPE_NOT_ACCEPTED;
     }
-    const FootageFile* file = sources_.front().file;
+    const FootageFile& file = sources_.front().packets->file();
     return PushSample(packet.start, packet.stop, static_cast<std::int64_t>(packet.size()),
-                      [&](BYTE* to) { return file->Copy(packet, to); });
+                      [&](BYTE* to) { return file.Copy(packet, to); });
 }
 
 HRESULT SourcePin::PushAudio(const Packet& packet) {

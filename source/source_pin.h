@@ -8,6 +8,7 @@
 #include "baseclasses/streams.h"
 #include "platform/thread.h"
 #include "source/pin_packets.h"
+#include "source/read_ahead.h"
 #include "source/sample_queue.h"
 #include "source/seeking.h"
 

@@ -1,13 +1,11 @@
 #include "source/splitter.h"
 
-#include <atomic>
 #include <cstring>
 #include <cwchar>
 #include <new>
 
-#include "platform/class_ids.h"
 #include "platform/com.h"
-#include "platform/fourcc.h"
+#include "platform/decoders.h"
 #include "source/failures.h"
 
 namespace nyx::source {
@@ -24,11 +22,7 @@ class ReaderBytes final : public ByteSource {
         const auto count =
             static_cast<LONG>(std::min<std::int64_t>(left, static_cast<std::int64_t>(to.size())));
         const HRESULT read = count > 0 ? reader_->SyncRead(position, count, to.data()) : S_OK;
-        if (SUCCEEDED(read)) {
-            return count;
-        }
-        failure_ = read;
-        return -1;
+        return SUCCEEDED(read) ? count : Fail(read);
     }
     std::int64_t Size() noexcept override {
         LONGLONG total = 0, available = 0;
@@ -37,11 +31,9 @@ class ReaderBytes final : public ByteSource {
     std::int64_t Milliseconds() noexcept override {
         return static_cast<std::int64_t>(GetTickCount64());
     }
-    HRESULT failure() const noexcept override { return failure_; }
 
   private:
     const ComPtr<IAsyncReader> reader_;
-    std::atomic<HRESULT> failure_{S_OK};
 };
 
 bool Has(const BYTE* at, const char (&code)[5]) {
@@ -62,17 +54,6 @@ bool IsMov(const BYTE* first) {
 bool IsRaw(const BYTE* first) {
     return std::memcmp(first, "\x1F\x07\0", 3) == 0 || std::memcmp(first, "\0\0\1\xB3", 4) == 0;
 }
-
-/// The decoder of each code that a pin of pictures has.
-constexpr struct {
-    DWORD fourcc;
-    const CLSID& clsid;
-} kDecoders[] = {
-    {FourCC("QDVC"), CLSID_NyxDv25Decoder},     {FourCC("QDV5"), CLSID_NyxDv50Decoder},
-    {FourCC("QDVH"), CLSID_NyxDvHdDecoder},     {FourCC("QZTA"), CLSID_NyxZetaDecoder},
-    {FourCC("QLLC"), CLSID_NyxLosslessDecoder}, {FourCC("QMIC"), CLSID_NyxMpegIntraDecoder},
-    {FourCC("QZT2"), CLSID_NyxZeta2Decoder},    {FourCC("Q210"), CLSID_NyxTenBitDecoder},
-};
 
 }  // namespace
 
@@ -116,15 +97,12 @@ HRESULT FootageSplitter::Attach(const ComPtr<IAsyncReader>& reader) noexcept {
 
 HRESULT FootageSplitter::Accept(const FootageFile& file) const {
     const auto& video = file.streams().front().video;
-    for (const auto& [fourcc, clsid] : kDecoders) {
-        ComPtr<IUnknown> decoder;
-        if (video && video->fourcc == fourcc &&
-            SUCCEEDED(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown,
-                                       reinterpret_cast<void**>(decoder.GetAddressOf())))) {
-            return S_OK;
-        }
-    }
-    return kUnsupportedStream;
+    const CLSID* decoder = video ? DecoderOf(video->fourcc) : nullptr;
+    ComPtr<IUnknown> made;
+    return decoder && SUCCEEDED(CoCreateInstance(*decoder, nullptr, CLSCTX_INPROC_SERVER,
+                                                 IID_PPV_ARGS(&made)))
+               ? S_OK
+               : kUnsupportedStream;
 }
 
 }  // namespace nyx::source

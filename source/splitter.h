@@ -4,10 +4,6 @@
 
 namespace nyx::source {
 
-constexpr wchar_t kAviSplitterName[] = L"Nyx AVI Footage Splitter";
-constexpr wchar_t kMovSplitterName[] = L"Nyx MOV Footage Splitter";
-constexpr wchar_t kRawSplitterName[] = L"Nyx Raw Footage Splitter";
-
 /// A kind of file that the system's reader delivers and a splitter may take.
 struct SplitterKind {
     const CLSID& clsid;

@@ -211,10 +211,10 @@ TEST_F(Files, AReadErrorEndsEachStreamWithItsReason) {
         const std::string all = ReadAll(Material(clip));
         auto disk = std::make_unique<MemorySource>(BytesAt(all.data(), all.size()));
         MemorySource& pulled = *disk;
-        source::FootageFile file;
-        ASSERT_EQ(file.Open(std::move(disk)), S_OK);
+        auto file = std::make_unique<source::FootageFile>();
+        ASSERT_EQ(file->Open(std::move(disk)), S_OK);
         pulled.readsLeft = 3;
-        source::ReadAhead packets(&file);
+        source::ReadAhead packets(std::move(file));
         packets.Start(0, {true, true});
         for (const std::size_t stream : {0u, 1u}) {
             HRESULT result = S_OK;
@@ -223,7 +223,7 @@ TEST_F(Files, AReadErrorEndsEachStreamWithItsReason) {
                 result = packets.Pop(stream, &packet);
                 if (result == S_OK) {
                     std::vector<BYTE> copy(packet.size());
-                    result = file.Copy(packet, copy.data());
+                    result = packets.file().Copy(packet, copy.data());
                 }
             }
             EXPECT_EQ(result, MemorySource::kFailure);
