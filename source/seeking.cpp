@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <tuple>
 
-#include "baseclasses/wxutil.h"
 #include "platform/com.h"
 #include "source/sample_clock.h"
+#include "source/source_filter.h"
 
 namespace nyx::source {
 namespace {
@@ -71,7 +71,7 @@ HRESULT PinSeeking::StoreTime(LONGLONG* value, REFERENCE_TIME time) const {
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetDuration(LONGLONG* duration) {
-    return StoreTime(duration, target_->Duration());
+    return StoreTime(duration, target_->duration());
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetStopPosition(LONGLONG* stop) {
@@ -101,7 +101,7 @@ HRESULT PinSeeking::ResolvePosition(const LONGLONG* value, DWORD how, REFERENCE_
     }
     const LONGLONG place = av_sat_add64(origin, *value);
     *time = std::clamp<REFERENCE_TIME>(Convert(place, UsedFormat(), TIME_FORMAT_MEDIA_TIME, frame_),
-                                       0, target_->Duration());
+                                       0, target_->duration());
     return S_OK;
 }
 

@@ -14,29 +14,13 @@ struct Segment {
     double rate = 1.0;
 };
 
-/// The filter, as its pins' seeking sees it.
-class Seekable {
-  public:
-    virtual REFERENCE_TIME Duration() = 0;
-    virtual Segment CurrentSegment() = 0;
-    /// Plays another segment, from its start. A graph asks every pin for the same segment: the
-    /// first `pin` that asks brings it about, the others change nothing.
-    [[nodiscard]] virtual HRESULT SeekTo(const void* pin, REFERENCE_TIME start,
-                                         REFERENCE_TIME stop) = 0;
-    /// Moves the end alone.
-    [[nodiscard]] virtual HRESULT StopAt(REFERENCE_TIME stop) = 0;
-    /// Continues at another rate.
-    [[nodiscard]] virtual HRESULT SetPlaybackRate(double rate) = 0;
-
-  protected:
-    ~Seekable() = default;
-};
+class FootageSource;
 
 /// `IMediaSeeking` of a pin, in time and, beside video, in frames. The pin supplies `IUnknown`.
 class PinSeeking : public IMediaSeeking {
   public:
     /// `rate` is the video's, in frames per second; 0 where there is none. `target` outlives this.
-    PinSeeking(Seekable* target, AVRational rate) : target_(target), frame_(av_inv_q(rate)) {}
+    PinSeeking(FootageSource* target, AVRational rate) : target_(target), frame_(av_inv_q(rate)) {}
 
     HRESULT STDMETHODCALLTYPE GetCapabilities(DWORD* capabilities) override;
     HRESULT STDMETHODCALLTYPE CheckCapabilities(DWORD* capabilities) override;
@@ -68,7 +52,7 @@ class PinSeeking : public IMediaSeeking {
     GUID UsedFormat() const { return countsFrames_ ? TIME_FORMAT_FRAME : TIME_FORMAT_MEDIA_TIME; }
     [[nodiscard]] HRESULT StoreTime(LONGLONG* value, REFERENCE_TIME time) const;
 
-    Seekable* const target_;
+    FootageSource* const target_;
     const AVRational frame_;  ///< seconds
     std::atomic<bool> countsFrames_{false};
 };

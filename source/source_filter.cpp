@@ -79,40 +79,23 @@ HRESULT STDMETHODCALLTYPE FootageSource::Load(LPCOLESTR path, const AM_MEDIA_TYP
         return E_UNEXPECTED;
     }
     try {
-        const HRESULT result = OpenFile(path);
-        ReportUnsupported();
-        return result;
+        auto bytes = std::make_unique<DiskFile>();
+        const HRESULT result = bytes->Open(path);
+        return FAILED(result) ? result : OpenBytes(std::move(bytes), path);
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
     }
 }
 
-HRESULT FootageSource::OpenFile(const wchar_t* path) {
-    std::wstring kept = path;
-    auto bytes = std::make_unique<DiskFile>();
-    HRESULT result = bytes->Open(path);
-    if (FAILED(result)) {
-        return result;
-    }
-    std::string reason;
-    result = OpenBytes(std::move(bytes), kept, &reason);
-    if (SUCCEEDED(result)) {
-        path_ = std::move(kept);
-    }
-    return WithReason(result, reason);
-}
-
 /// Makes everything before it keeps anything: a failure changes nothing.
-HRESULT FootageSource::OpenBytes(std::unique_ptr<ByteSource> bytes, const std::wstring& path,
-                                 std::string* reason) {
+HRESULT FootageSource::OpenBytes(std::unique_ptr<ByteSource> bytes, std::wstring path) {
     auto file = std::make_unique<FootageFile>();
     HRESULT result = OpenWithProgress(file.get(), std::move(bytes));
     if (SUCCEEDED(result)) {
         result = Accept(*file);
     }
     if (FAILED(result)) {
-        *reason = file->Refusal(result);
-        return result;
+        return WithReason(result, file->Refusal(result));
     }
     Facts facts = FactsOf(*file);
     facts.path = path;
@@ -137,7 +120,7 @@ HRESULT FootageSource::OpenBytes(std::unique_ptr<ByteSource> bytes, const std::w
         const std::wstring name =
             (video ? L"Video " : L"Audio ") + std::to_wstring(++counts[video ? 0 : 1]);
         names.insert(names.end(), sources.size(), name);
-        pins.push_back(std::make_unique<SourcePin>(this, this, &lock_, &result, name.c_str(),
+        pins.push_back(std::make_unique<SourcePin>(this, &lock_, &result, name.c_str(),
                                                    std::move(sources), facts.rate));
     }
     if (FAILED(result)) {
@@ -149,13 +132,17 @@ HRESULT FootageSource::OpenBytes(std::unique_ptr<ByteSource> bytes, const std::w
         left = left.subspan(part->file().streams().size());
     }
     pinsThatSought_.reserve(pins.size());
+    path_ = std::move(path);
     duration_ = facts.duration;
     Describe(std::move(facts));
-    CAutoLock lock(&stateLock_);
-    parts_ = std::move(parts);
-    pins_ = std::move(pins);
-    segment_ = {0, duration_, 1.0};
+    {
+        CAutoLock lock(&stateLock_);
+        parts_ = std::move(parts);
+        pins_ = std::move(pins);
+        segment_ = {0, duration_, 1.0};
+    }
     IncrementPinVersion();
+    ReportUnsupported();
     return S_OK;
 }
 
@@ -265,10 +252,9 @@ HRESULT STDMETHODCALLTYPE FootageSource::FindPin(LPCWSTR id, IPin** pin) {
     CheckPointer(pin, E_POINTER);
     *pin = nullptr;
     CheckPointer(id, E_POINTER);
-    CAutoLock lock(&stateLock_);
-    for (const auto& own : pins_) {
+    for (int i = 0; CBasePin* const own = GetPin(i); ++i) {
         if (std::wcscmp(own->Name(), id) == 0) {
-            return GetInterface(static_cast<IPin*>(own.get()), reinterpret_cast<void**>(pin));
+            return GetInterface(static_cast<IPin*>(own), reinterpret_cast<void**>(pin));
         }
     }
     return VFW_E_NOT_FOUND;

@@ -9,6 +9,7 @@
 #include "source/failures.h"
 #include "source/media_types.h"
 #include "source/sample_clock.h"
+#include "source/source_filter.h"
 
 namespace nyx::source {
 namespace {
@@ -31,10 +32,10 @@ std::int64_t FramesBefore(REFERENCE_TIME time, AVRational clock) {
 
 }  // namespace
 
-SourcePin::SourcePin(CBaseFilter* filter, Seekable* seekable, CCritSec* lock, HRESULT* result,
-                     const wchar_t* name, PinSources sources, AVRational rate)
+SourcePin::SourcePin(FootageSource* filter, CCritSec* lock, HRESULT* result, const wchar_t* name,
+                     PinSources sources, AVRational rate)
     : CBaseOutputPin(filter, lock, result, name),
-      PinSeeking(seekable, rate),
+      PinSeeking(filter, rate),
       format_(FormatOf(sources)),
       sources_(std::move(sources)) {}
 
@@ -73,15 +74,10 @@ HRESULT SourcePin::CompleteConnect(IPin* peer) {
 }
 
 ALLOCATOR_PROPERTIES SourcePin::Buffers() const {
-    if (format_.video) {
-        return {.cBuffers = kVideoBuffers,
-                .cbBuffer = static_cast<long>(format_.video->largestPacket),
-                .cbAlign = 1,
-                .cbPrefix = 0};
-    }
-    const int frames = format_.audio.rate / kAudioBuffersPerSecond + 1;
-    return {.cBuffers = kAudioBuffers,
-            .cbBuffer = long{frames} * format_.audio.deliveredFrame(),
+    const long run = format_.audio.rate / kAudioBuffersPerSecond + 1;
+    return {.cBuffers = format_.video ? kVideoBuffers : kAudioBuffers,
+            .cbBuffer = format_.video ? static_cast<long>(format_.video->largestPacket)
+                                      : run * format_.audio.deliveredFrame(),
             .cbAlign = 1,
             .cbPrefix = 0};
 }
@@ -206,10 +202,8 @@ HRESULT SourcePin::DeliverOne(const FilledSample& filled) {
 }
 
 REFERENCE_TIME SourcePin::ToSegment(REFERENCE_TIME time) const {
-    const REFERENCE_TIME offset = Difference(time, segment_.start);
-    return segment_.rate == 1.0
-               ? offset
-               : static_cast<REFERENCE_TIME>(static_cast<double>(offset) / segment_.rate);
+    const auto offset = static_cast<double>(Difference(time, segment_.start));
+    return static_cast<REFERENCE_TIME>(offset / segment_.rate);
 }
 
 /// Queues a sample that `fill` writes. Its times are those in the file.

@@ -21,8 +21,8 @@ class SourcePin final : public CBaseOutputPin, public PinSeeking {
   public:
     /// Delivers the packets of `sources`, which outlive its threads. `rate` is the rate of the
     /// file's video. Sets `*result` to a failure when there is no memory.
-    SourcePin(CBaseFilter* filter, Seekable* seekable, CCritSec* lock, HRESULT* result,
-              const wchar_t* name, PinSources sources, AVRational rate);
+    SourcePin(FootageSource* filter, CCritSec* lock, HRESULT* result, const wchar_t* name,
+              PinSources sources, AVRational rate);
     ~SourcePin() override { JoinThreads(); }
 
     DECLARE_IUNKNOWN

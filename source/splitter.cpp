@@ -1,7 +1,6 @@
 #include "source/splitter.h"
 
 #include <cstring>
-#include <cwchar>
 #include <new>
 
 #include "platform/com.h"
@@ -67,13 +66,6 @@ HRESULT STDMETHODCALLTYPE FootageSplitter::NonDelegatingQueryInterface(REFIID ii
                : FootageSource::NonDelegatingQueryInterface(iid, object);
 }
 
-HRESULT STDMETHODCALLTYPE FootageSplitter::FindPin(LPCWSTR id, IPin** pin) {
-    if (id && pin && std::wcscmp(id, input_.Name()) == 0) {
-        return GetInterface(static_cast<IPin*>(&input_), reinterpret_cast<void**>(pin));
-    }
-    return FootageSource::FindPin(id, pin);
-}
-
 /// Opens what a reader reads, once; then only the same reader may be connected again.
 HRESULT FootageSplitter::Attach(const ComPtr<IAsyncReader>& reader) noexcept {
     if (!reader || attached_) {
@@ -85,10 +77,8 @@ HRESULT FootageSplitter::Attach(const ComPtr<IAsyncReader>& reader) noexcept {
         if (bytes->ReadAt(0, first) != sizeof(first) || !kind_.matches(first)) {
             return VFW_E_TYPE_NOT_ACCEPTED;
         }
-        std::string reason;
-        const HRESULT result = OpenBytes(std::move(bytes), L"", &reason);
+        const HRESULT result = OpenBytes(std::move(bytes), L"");
         attached_ = SUCCEEDED(result) ? reader.Get() : nullptr;
-        ReportUnsupported();
         return result;
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;

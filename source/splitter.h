@@ -28,7 +28,6 @@ class FootageSplitter final : public FootageSource {
     HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID iid, void** object) override;
     int GetPinCount() override { return FootageSource::GetPinCount() + 1; }
     CBasePin* GetPin(int n) override { return n == 0 ? &input_ : FootageSource::GetPin(n - 1); }
-    HRESULT STDMETHODCALLTYPE FindPin(LPCWSTR id, IPin** pin) override;
 
   private:
     class InputPin final : public CBasePin {
