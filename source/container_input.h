@@ -3,6 +3,7 @@
 #include <atomic>
 #include <memory>
 #include <span>
+#include <utility>
 
 #include "media/libav.h"
 #include "source/byte_source.h"
@@ -81,7 +82,12 @@ class ContainerInput {
     /// Valid until the next Rewind; null after a failed one.
     AVIOContext* context() const { return context_.get(); }
     /// For an AVFormatContext that reads this input.
-    AVIOInterruptCB interruption() { return {IsInterrupted, this}; }
+    AVIOInterruptCB interruption() {
+        return {[](void* self) noexcept {
+                    return static_cast<ContainerInput*>(self)->MayContinue() ? 0 : 1;
+                },
+                this};
+    }
     /// Lets reading continue after a failure or a cancelled read.
     void ClearFailure();
 
@@ -105,18 +111,15 @@ class ContainerInput {
     /// Whether payloads may be deferred from here on.
     void AllowDeferral(bool allowed) { defers_ = allowed; }
     /// Returns what was deferred last, and forgets it.
-    DeferredPayload TakeDeferred();
+    DeferredPayload TakeDeferred() { return std::exchange(deferred_, {}); }
     /// Reads deferred bytes. `S_FALSE` when the file has become too short, or why it cannot be
     /// read. From any thread, also while another one reads on.
     [[nodiscard]] HRESULT ReadDeferred(std::int64_t offset, std::span<BYTE> to) const;
 
   private:
-    static int ReadBytes(void* self, std::uint8_t* to, int count) noexcept;
-    static std::int64_t SeekBytes(void* self, std::int64_t offset, int whence) noexcept;
-    static int IsInterrupted(void* self) noexcept;
-
-    bool MayContinue() noexcept;
+    bool MayContinue() noexcept { return budget_.Check(bytes_->Milliseconds()) && !cancelled_; }
     int ReadNext(std::span<BYTE> to) noexcept;
+    std::int64_t SeekNext(std::int64_t offset, int whence) noexcept;
     [[nodiscard]] HRESULT OutOfMemoryResult() const;
 
     std::unique_ptr<ByteSource> bytes_;

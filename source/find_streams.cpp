@@ -137,12 +137,11 @@ HRESULT FootageFile::AddVideo(AVStream* stream, const Packets& seen, StreamForma
 }
 
 void FootageFile::AddAudio(AVStream* stream, StreamFormat format) {
-    if (!DescribeAudio(*stream->codecpar, &format.audio)) {
+    if (!DescribeAudio(*context_, *stream, &format.audio)) {
         unsupported_.push_back(
             {format.index, kUnsupportedAudio, ReasonText(*stream->codecpar, kUnsupportedAudio)});
         return;
     }
-    format.audio.inDv = CarriesDvAudio(*context_, *stream);
     streams_.push_back(format);
 }
 

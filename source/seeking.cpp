@@ -45,14 +45,6 @@ HRESULT STDMETHODCALLTYPE PinSeeking::IsFormatSupported(const GUID* format) {
     return frames || *format == TIME_FORMAT_MEDIA_TIME ? S_OK : S_FALSE;
 }
 
-HRESULT STDMETHODCALLTYPE PinSeeking::QueryPreferredFormat(GUID* format) {
-    return StoreOut(format, TIME_FORMAT_MEDIA_TIME);
-}
-
-HRESULT STDMETHODCALLTYPE PinSeeking::GetTimeFormat(GUID* format) {
-    return StoreOut(format, UsedFormat());
-}
-
 HRESULT STDMETHODCALLTYPE PinSeeking::IsUsingTimeFormat(const GUID* format) {
     CheckPointer(format, E_POINTER);
     return *format == UsedFormat() ? S_OK : S_FALSE;
@@ -159,10 +151,6 @@ HRESULT STDMETHODCALLTYPE PinSeeking::SetRate(double rate) {
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetRate(double* rate) {
     return StoreOut(rate, target_->CurrentSegment().rate);
-}
-
-HRESULT STDMETHODCALLTYPE PinSeeking::GetPreroll(LONGLONG* preroll) {
-    return StoreOut(preroll, 0);  // every frame is a key frame
 }
 
 }  // namespace nyx::source

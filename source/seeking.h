@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "media/libav.h"
+#include "platform/com.h"
 #include "platform/dshow.h"
 
 namespace nyx::source {
@@ -25,8 +26,12 @@ class PinSeeking : public IMediaSeeking {
     HRESULT STDMETHODCALLTYPE GetCapabilities(DWORD* capabilities) override;
     HRESULT STDMETHODCALLTYPE CheckCapabilities(DWORD* capabilities) override;
     HRESULT STDMETHODCALLTYPE IsFormatSupported(const GUID* format) override;
-    HRESULT STDMETHODCALLTYPE QueryPreferredFormat(GUID* format) override;
-    HRESULT STDMETHODCALLTYPE GetTimeFormat(GUID* format) override;
+    HRESULT STDMETHODCALLTYPE QueryPreferredFormat(GUID* format) override {
+        return StoreOut(format, TIME_FORMAT_MEDIA_TIME);
+    }
+    HRESULT STDMETHODCALLTYPE GetTimeFormat(GUID* format) override {
+        return StoreOut(format, UsedFormat());
+    }
     HRESULT STDMETHODCALLTYPE IsUsingTimeFormat(const GUID* format) override;
     HRESULT STDMETHODCALLTYPE SetTimeFormat(const GUID* format) override;
     HRESULT STDMETHODCALLTYPE GetDuration(LONGLONG* duration) override;
@@ -41,7 +46,10 @@ class PinSeeking : public IMediaSeeking {
     HRESULT STDMETHODCALLTYPE GetAvailable(LONGLONG* earliest, LONGLONG* latest) override;
     HRESULT STDMETHODCALLTYPE SetRate(double rate) override;
     HRESULT STDMETHODCALLTYPE GetRate(double* rate) override;
-    HRESULT STDMETHODCALLTYPE GetPreroll(LONGLONG* preroll) override;
+    /// Every frame is a key frame.
+    HRESULT STDMETHODCALLTYPE GetPreroll(LONGLONG* preroll) override {
+        return StoreOut(preroll, 0);
+    }
 
   protected:
     ~PinSeeking() = default;

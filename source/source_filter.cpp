@@ -233,9 +233,6 @@ HRESULT STDMETHODCALLTYPE FootageSource::Pause() {
 
 HRESULT STDMETHODCALLTYPE FootageSource::Stop() {
     CAutoLock lock(&lock_);
-    for (const auto& part : parts_) {
-        part->Cancel();
-    }
     HRESULT result = S_OK;
     for (const auto& pin : pins_) {
         if (!IsStopped() && pin->IsConnected()) {

@@ -135,9 +135,12 @@ bool Lists(const std::wstring& words, const std::wstring& word) {
 
 CFactoryTemplate g_Templates[] = {
     {kFootageSourceName, &CLSID_NyxFootageSource, FootageSource::Create, &kSetup},
-    {kAviName, &CLSID_NyxAviSplitter, FootageSplitter::Create<kAviSplitter>, &splitters[0].filter},
-    {kMovName, &CLSID_NyxMovSplitter, FootageSplitter::Create<kMovSplitter>, &splitters[1].filter},
-    {kRawName, &CLSID_NyxRawSplitter, FootageSplitter::Create<kRawSplitter>, &splitters[2].filter},
+    {kAviName, &CLSID_NyxAviSplitter, FootageSplitter::Create<CLSID_NyxAviSplitter, IsAvi>,
+     &splitters[0].filter},
+    {kMovName, &CLSID_NyxMovSplitter, FootageSplitter::Create<CLSID_NyxMovSplitter, IsMov>,
+     &splitters[1].filter},
+    {kRawName, &CLSID_NyxRawSplitter, FootageSplitter::Create<CLSID_NyxRawSplitter, IsRaw>,
+     &splitters[2].filter},
 };
 int g_cTemplates = 4;
 

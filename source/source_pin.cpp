@@ -30,6 +30,24 @@ std::int64_t FramesBefore(REFERENCE_TIME time, AVRational clock) {
     return TickAt(time - 1, clock) + 1;
 }
 
+/// Whether two formats of a stream agree in what may change in its course: the system of DV, the
+/// rate of audio.
+bool IsSameFormat(const StreamFormat& a, const StreamFormat& b) {
+    return a.video ? a.video->fourcc == b.video->fourcc && a.video->width == b.video->width &&
+                         a.video->height == b.video->height
+                   : a.audio.rate == b.audio.rate;
+}
+
+/// The format of a video stream that continues in another system of DV.
+StreamFormat WithSystem(const StreamFormat& stream, const AVDVProfile& system) {
+    StreamFormat changed = stream;
+    changed.video->fourcc = DvFourCC(system);
+    changed.video->width = system.width;
+    changed.video->height = system.height;
+    changed.video->rate = av_inv_q(system.time_base);
+    return changed;
+}
+
 }  // namespace
 
 SourcePin::SourcePin(FootageSource* filter, CCritSec* lock, HRESULT* result, const wchar_t* name,
@@ -65,11 +83,10 @@ HRESULT SourcePin::GetMediaType(int position, CMediaType* type) {
 HRESULT SourcePin::CompleteConnect(IPin* peer) {
     typePosition_ = m_mt.formattype == FORMAT_VideoInfo ? 1 : 0;
     try {
-        formats_ = {format_};
+        deliveredFormat_ = std::make_shared<const StreamFormat>(format_);
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
     }
-    deliveredFormat_ = &formats_.front();
     return CBaseOutputPin::CompleteConnect(peer);
 }
 
@@ -114,11 +131,8 @@ HRESULT SourcePin::StartThreads(const Segment& segment, REFERENCE_TIME cut) noex
 }
 
 void SourcePin::JoinThreads() {
-    for (Thread* thread : {&delivering_, &filling_}) {
-        if (thread->joinable()) {
-            thread->join();
-        }
-    }
+    delivering_.join();
+    filling_.join();
 }
 
 void SourcePin::FillSamples() noexcept {
@@ -249,19 +263,14 @@ bool SourcePin::Accepts(const AVDVProfile& system) const {
 
 /// Continues in a format that may differ from the one before; false if downstream refuses it.
 bool SourcePin::SwitchTo(const StreamFormat& format) {
-    const auto same = [&format](const StreamFormat& one) { return IsSameFormat(one, format); };
-    if (same(*filledFormat_)) {
+    if (IsSameFormat(*filledFormat_, format)) {
         return true;
     }
-    if (refused_ && same(*refused_)) {
-        return false;
-    }
-    if (!IsAccepted(format)) {
+    if ((refused_ && IsSameFormat(*refused_, format)) || !IsAccepted(format)) {
         refused_ = format;
         return false;
     }
-    auto known = std::find_if(formats_.begin(), formats_.end(), same);
-    filledFormat_ = &*(known != formats_.end() ? known : formats_.insert(known, format));
+    filledFormat_ = std::make_shared<const StreamFormat>(format);
     return true;
 }
 

@@ -39,6 +39,8 @@ bool Has(const BYTE* at, const char (&code)[5]) {
     return std::memcmp(at, code, 4) == 0;
 }
 
+}  // namespace
+
 bool IsAvi(const BYTE* first) {
     return Has(first, "RIFF") && Has(first + 8, "AVI ");
 }
@@ -54,12 +56,6 @@ bool IsRaw(const BYTE* first) {
     return std::memcmp(first, "\x1F\x07\0", 3) == 0 || std::memcmp(first, "\0\0\1\xB3", 4) == 0;
 }
 
-}  // namespace
-
-const SplitterKind kAviSplitter = {CLSID_NyxAviSplitter, IsAvi};
-const SplitterKind kMovSplitter = {CLSID_NyxMovSplitter, IsMov};
-const SplitterKind kRawSplitter = {CLSID_NyxRawSplitter, IsRaw};
-
 HRESULT STDMETHODCALLTYPE FootageSplitter::NonDelegatingQueryInterface(REFIID iid, void** object) {
     return iid == IID_IFileSourceFilter || iid == IID_IAMFilterMiscFlags
                ? CBaseFilter::NonDelegatingQueryInterface(iid, object)
@@ -74,7 +70,7 @@ HRESULT FootageSplitter::Attach(const ComPtr<IAsyncReader>& reader) noexcept {
     try {
         auto bytes = std::make_unique<ReaderBytes>(reader);
         BYTE first[12] = {};
-        if (bytes->ReadAt(0, first) != sizeof(first) || !kind_.matches(first)) {
+        if (bytes->ReadAt(0, first) != sizeof(first) || !matches_(first)) {
             return VFW_E_TYPE_NOT_ACCEPTED;
         }
         const HRESULT result = OpenBytes(std::move(bytes), L"");
