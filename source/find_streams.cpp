@@ -73,9 +73,8 @@ HRESULT FootageFile::FindStreams() {
     std::stable_partition(streams_.begin(), streams_.end(),
                           [](const StreamFormat& stream) { return stream.video.has_value(); });
     if (streams_.empty() || (anyVideo && !streams_.front().video)) {
-        const auto video =
-            std::find_if(unsupported_.rbegin(), unsupported_.rend(),
-                         [](const auto& stream) { return stream.reason != kUnsupportedAudio; });
+        const auto video = std::find_if(unsupported_.rbegin(), unsupported_.rend(),
+                                        [](auto& one) { return one.reason != kUnsupportedAudio; });
         return video != unsupported_.rend() ? video->reason : kUnsupportedStream;
     }
     if (ContainerOf(*context_) == kRawDv) {

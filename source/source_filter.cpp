@@ -174,20 +174,19 @@ HRESULT STDMETHODCALLTYPE FootageSource::AbortOperation() {
     return opening_ ? S_OK : S_FALSE;
 }
 
-void FootageSource::SetOpening(FootageFile* file) {
-    CAutoLock lock(&stateLock_);
-    opening_ = file;
-}
-
 HRESULT FootageSource::OpenWithProgress(FootageFile* file,
                                         std::unique_ptr<ByteSource> bytes) noexcept {
+    const auto setOpening = [this](FootageFile* now) {
+        CAutoLock lock(&stateLock_);
+        opening_ = now;
+    };
     HRESULT result = E_OUTOFMEMORY;
-    SetOpening(file);
+    setOpening(file);
     try {
         result = file->Open(std::move(bytes));
     } catch (const std::bad_alloc&) {
     }
-    SetOpening(nullptr);
+    setOpening(nullptr);
     return file->isCancelled() ? E_ABORT : result;  // also when the file was open by then
 }
 

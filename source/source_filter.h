@@ -96,7 +96,6 @@ class FootageSource : public CBaseFilter,
     void SetSegment(const Segment& segment);
     [[nodiscard]] HRESULT OpenWithProgress(FootageFile* file,
                                            std::unique_ptr<ByteSource> bytes) noexcept;
-    void SetOpening(FootageFile* file);
     [[nodiscard]] HRESULT StartStreaming();
     void ApplyStopTime();
     void FinishStreaming();

@@ -38,6 +38,8 @@ TEST_F(Files, ARefusedFileChangesNothing) {
         {Claim("fragments.mov", "trun", 0xFFFFFF), VFW_E_INVALID_FILE_FORMAT},
         {Material("other.avi"), VFW_E_UNSUPPORTED_STREAM},
         {Material("long.mxf"), VFW_E_UNSUPPORTED_VIDEO},
+        {Material("long.mpg"), VFW_E_UNSUPPORTED_VIDEO},
+        {Material("long.ts"), VFW_E_UNSUPPORTED_VIDEO},
     };
     for (const auto& [path, result] : rows) {
         const FootageHost host(path);
@@ -174,6 +176,27 @@ TEST_F(Files, MonoTracksBecomePairsIfTheUserWantsThat) {
     EXPECT_EQ(tracks->Info(3, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
               S_FALSE);
     EXPECT_EQ(tracks->Enable(3, 1) | tracks->Enable(0, 3), E_INVALIDARG);
+}
+
+TEST_F(Files, ATrackChosenWhileItPlaysIsHeardAloneFromThen) {
+    const FootageHost host(Material("mono.mov"));
+    const auto tracks = As<IAMStreamSelect>(host.filter);
+    host.sinks[1]->pin.onReceive = [&](IMediaSample*) { return tracks->Enable(1, 1); };
+    host.Play();
+    const std::string off = host.Received(1), on = host.Received(2), silence(48000, '\0');
+    EXPECT_TRUE(off.size() == 144000 && on.size() == 144000);
+    EXPECT_NE(off.substr(0, 24000), silence.substr(0, 24000));
+    EXPECT_EQ(off.substr(96000), silence);
+    EXPECT_NE(on.substr(96000), silence);
+}
+
+TEST_F(Files, FourChannelsOfDvAreTwoStereoPins) {
+    const FootageHost host(Material("four.dv"));
+    ASSERT_EQ(host.pins.size(), 3u);
+    EXPECT_EQ(host.Play().size(), 15u);
+    for (const std::size_t i : {1u, 2u}) {
+        EXPECT_TRUE(host.Received(i) == ReadAll(Material("four." + std::to_string(i)))) << i;
+    }
 }
 
 TEST_F(Files, AnUnsupportedStreamIsReported) {

@@ -32,15 +32,19 @@ void WaitFor(Condition condition) {
     }
 }
 
-/// The source filter with a sink on each pin, in a stand-in graph.
+/// The source filter, or a splitter behind the system's reader, with a sink on each pin, in a
+/// stand-in graph.
 struct FootageHost {
-    explicit FootageHost(const std::wstring& path, const LoadedModule& module = Module())
-        : filter(module.Create(CLSID_NyxFootageSource)),
-          loaded(As<IFileSourceFilter>(filter)->Load(path.c_str(), nullptr)) {
+    explicit FootageHost(const std::wstring& path, const LoadedModule& module = Module(),
+                         const CLSID& clsid = CLSID_NyxFootageSource)
+        : filter(module.Create(clsid)), loaded(Load(path)) {
         filter->JoinFilterGraph(graph.Get(), L"footage");
         ComPtr<IEnumPins> all;
         filter->EnumPins(&all);
         for (ComPtr<IPin> pin; all->Next(1, &pin, nullptr) == S_OK; pin.Reset()) {
+            if (ComPtr<IPin> peer; pin->ConnectedTo(&peer) == S_OK) {
+                continue;
+            }
             pins.push_back(pin);
             sinks.push_back(Make<End>(PINDIR_INPUT));
             EXPECT_EQ(pin->Connect(&sinks.back()->pin, nullptr), S_OK);
@@ -80,7 +84,22 @@ struct FootageHost {
                                                           &to, AM_SEEKING_AbsolutePositioning);
     }
 
+    HRESULT Load(const std::wstring& path) {
+        if (const auto file = As<IFileSourceFilter>(filter)) {
+            return file->Load(path.c_str(), nullptr);
+        }
+        CoCreateInstance(CLSID_AsyncReader, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&reader));
+        ComPtr<IEnumPins> pins;
+        ComPtr<IPin> from, to;
+        As<IFileSourceFilter>(reader)->Load(path.c_str(), nullptr);
+        reader->EnumPins(&pins);
+        pins->Next(1, &from, nullptr);
+        filter->FindPin(L"In", &to);
+        return from->Connect(to.Get(), nullptr);
+    }
+
     const ComPtr<Graph> graph = Make<Graph>();
+    ComPtr<IBaseFilter> reader;  ///< of a splitter
     const ComPtr<IBaseFilter> filter;
     const HRESULT loaded;
     std::vector<ComPtr<IPin>> pins;
