@@ -42,7 +42,7 @@ struct FootageHost {
         ComPtr<IEnumPins> all;
         filter->EnumPins(&all);
         for (ComPtr<IPin> pin; all->Next(1, &pin, nullptr) == S_OK; pin.Reset()) {
-            if (ComPtr<IPin> peer; pin->ConnectedTo(&peer) == S_OK) {
+            if (pin.Get() == feed[1].Get()) {
                 continue;
             }
             pins.push_back(pin);
@@ -55,6 +55,9 @@ struct FootageHost {
         for (std::size_t i = 0; i < pins.size(); ++i) {
             pins[i]->Disconnect();
             sinks[i]->pin.Disconnect();
+        }
+        for (const auto& pin : feed) {
+            EXPECT_TRUE(!pin || pin->Disconnect() == S_OK);
         }
         filter->JoinFilterGraph(nullptr, nullptr);
     }
@@ -88,18 +91,18 @@ struct FootageHost {
         if (const auto file = As<IFileSourceFilter>(filter)) {
             return file->Load(path.c_str(), nullptr);
         }
+        ComPtr<IFileSourceFilter> reader;
         CoCreateInstance(CLSID_AsyncReader, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&reader));
-        ComPtr<IEnumPins> pins;
-        ComPtr<IPin> from, to;
-        As<IFileSourceFilter>(reader)->Load(path.c_str(), nullptr);
-        reader->EnumPins(&pins);
-        pins->Next(1, &from, nullptr);
-        filter->FindPin(L"In", &to);
-        return from->Connect(to.Get(), nullptr);
+        ComPtr<IEnumPins> all;
+        reader->Load(path.c_str(), nullptr);
+        As<IBaseFilter>(reader)->EnumPins(&all);
+        all->Next(1, &feed[0], nullptr);
+        filter->FindPin(L"In", &feed[1]);
+        return feed[0]->Connect(feed[1].Get(), nullptr);
     }
 
     const ComPtr<Graph> graph = Make<Graph>();
-    ComPtr<IBaseFilter> reader;  ///< of a splitter
+    ComPtr<IPin> feed[2];  ///< of a splitter: the reader's pin and its own
     const ComPtr<IBaseFilter> filter;
     const HRESULT loaded;
     std::vector<ComPtr<IPin>> pins;
