@@ -184,10 +184,9 @@ TEST_F(Files, ATrackChosenWhileItPlaysIsHeardAloneFromThen) {
     host.sinks[1]->pin.onReceive = [&](IMediaSample*) { return tracks->Enable(1, 1); };
     host.Play();
     const std::string off = host.Received(1), on = host.Received(2), silence(48000, '\0');
-    EXPECT_TRUE(off.size() == 144000 && on.size() == 144000);
-    EXPECT_NE(off.substr(0, 24000), silence.substr(0, 24000));
-    EXPECT_EQ(off.substr(96000), silence);
-    EXPECT_NE(on.substr(96000), silence);
+    ASSERT_TRUE(off.size() == 144000 && on.size() == 144000);
+    EXPECT_TRUE(off.substr(0, 48000) != silence && off.substr(96000) == silence);
+    EXPECT_TRUE(on.substr(96000) != silence);
 }
 
 TEST_F(Files, FourChannelsOfDvAreTwoStereoPins) {
