@@ -1,12 +1,13 @@
-// Opens any file with the source filter's reader, reads a while, seeks and reads on. One of the
-// library's allocations fails where the input says.
+// Opens any file with the source filter's reader, reads a while, seeks and reads on, and joins the
+// mono tracks in pairs. One of the library's allocations fails where the input says.
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 
 #include "fuzz/byte_source.h"
-#include "source/footage_file.h"
+#include "source/pin_packets.h"
 #include "tests/support/memory_source.h"
 
 extern "C" int __interceptor_posix_memalign(void**, std::size_t alignment, std::size_t size);
@@ -15,6 +16,30 @@ extern "C" void* __interceptor_realloc(void*, std::size_t size);
 namespace {
 
 int untilFailure = 0;  // allocations; 0: none fails
+
+/// Delivers packets as the filter's pins do.
+void JoinPairs(const std::vector<nyx::source::StreamFormat>& streams,
+               std::vector<std::deque<nyx::source::Packet>> packets) {
+    std::vector<nyx::source::PacketSource> all;
+    for (const nyx::source::StreamFormat& stream : streams) {
+        all.push_back({nullptr, all.size(), &stream});
+    }
+    for (const nyx::source::PinSources& sources : nyx::source::GroupIntoPins(all, true)) {
+        nyx::source::PinPackets pin(sources, [&](std::size_t i, nyx::source::Packet* packet) {
+            auto& queue = packets[sources[i].stream];
+            if (queue.empty()) {
+                return S_FALSE;
+            }
+            *packet = std::move(queue.front());
+            queue.pop_front();
+            return S_OK;
+        });
+        nyx::source::Packet packet;
+        for (REFERENCE_TIME end = INT64_MIN; pin.Pop(&packet) == S_OK; end = packet.stop) {
+            nyx::fuzz::Require(sources.size() == 1 || packet.start >= end);
+        }
+    }
+}
 
 }  // namespace
 
@@ -42,6 +67,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const HRESULT opened = file.Open(std::make_unique<nyx::test::MemorySource>(
         nyx::BytesAt(data, size), steering.bad * 1024 - 1));
     nyx::fuzz::Require(FAILED(opened) || !file.streams().empty());
+    std::vector<std::deque<nyx::source::Packet>> read(file.streams().size());
     for (int i = 0; SUCCEEDED(opened) && i < 3; ++i) {
         const REFERENCE_TIME from = i > 0 ? steering.places[i - 1] : 0;
         nyx::source::Packet packet;
@@ -55,7 +81,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             const HRESULT copied = file.Copy(packet, copy.data());
             nyx::fuzz::Require(copied == S_OK ||
                                (copied == nyx::test::MemorySource::kFailure && steering.bad > 0));
+            read[packet.stream].push_back(std::move(packet));
         }
+        JoinPairs(file.streams(), std::exchange(read, decltype(read)(read.size())));
     }
     untilFailure = 0;
     return 0;

@@ -45,6 +45,7 @@ container() { # FILE SIZE CODEC PIXELS FRAMES OPTION...
 }
 container v210.mov 48x16 v210 yuv422p10le 3
 container v210.avi 48x16 v210 yuv422p10le 3
+container mono.mov 48x16 v210 yuv422p10le 3 -map 0 -map 1 -map 1 -ac 1
 container fragments.mov 48x16 v210 yuv422p10le 60 -an -movflags frag_keyframe+empty_moov
 # A track whose number fits no signed one; each fragment once cost the library half a second.
 LC_ALL=C sed 's/\(tkhd.\{12\}\|trex.\{4\}\|tfhd.\{4\}\)\x00\x00\x00\x01/\1\xff\xff\xff\xf0/g' \

@@ -6,8 +6,7 @@
 #include "filters/decoders.h"
 #include "filters/zeta_encoder.h"
 #include "filters/zeta_property_page.h"
-#include "platform/class_ids.h"
-#include "platform/fourcc.h"
+#include "platform/decoders.h"
 
 namespace nyx {
 namespace {
@@ -21,6 +20,7 @@ struct ClassIdentity {
     const wchar_t* friendlyName;
     const wchar_t* objectName;  ///< the name that the object itself gets
     CLSID clsid;
+    DWORD fourcc = 0;  ///< of a decoder
 };
 
 /// A class whose objects have its friendly name.
@@ -28,18 +28,20 @@ constexpr ClassIdentity Named(const wchar_t* name, const CLSID& clsid) {
     return {name, name, clsid};
 }
 
-constexpr ClassIdentity kDv25Decoder = Named(L"Rokka DV Decoder", CLSID_NyxDv25Decoder);
-constexpr ClassIdentity kDv50Decoder = {L"DVCPRO50 Decoder", L"Rokka DV Decoder",
-                                        CLSID_NyxDv50Decoder};
-constexpr ClassIdentity kDvHdDecoder = {L"DVCPRO HD Decoder", L"Rokka DV Decoder",
-                                        CLSID_NyxDvHdDecoder};
-constexpr ClassIdentity kZetaDecoder = Named(L"Rokka Zeta Decoder", CLSID_NyxZetaDecoder);
-constexpr ClassIdentity kLosslessDecoder =
-    Named(L"Rokka Lossless Decoder", CLSID_NyxLosslessDecoder);
-constexpr ClassIdentity kMpegIntraDecoder =
-    Named(L"Rokka MPEG2-Intra Decoder", CLSID_NyxMpegIntraDecoder);
-constexpr ClassIdentity kZeta2Decoder = Named(L"Rokka Zeta2 Decoder", CLSID_NyxZeta2Decoder);
-constexpr ClassIdentity kTenBitDecoder = Named(L"Rokka Q210 Decoder", CLSID_NyxTenBitDecoder);
+constexpr ClassIdentity DecoderNamed(const wchar_t* name, DWORD fourcc,
+                                     const wchar_t* objectName = nullptr) {
+    return {name, objectName ? objectName : name, *DecoderOf(fourcc), fourcc};
+}
+
+constexpr wchar_t kDvName[] = L"Rokka DV Decoder";
+constexpr ClassIdentity kDv25 = DecoderNamed(kDvName, FourCC("QDVC"));
+constexpr ClassIdentity kDv50 = DecoderNamed(L"DVCPRO50 Decoder", FourCC("QDV5"), kDvName);
+constexpr ClassIdentity kDvHd = DecoderNamed(L"DVCPRO HD Decoder", FourCC("QDVH"), kDvName);
+constexpr ClassIdentity kZeta = DecoderNamed(L"Rokka Zeta Decoder", FourCC("QZTA"));
+constexpr ClassIdentity kLossless = DecoderNamed(L"Rokka Lossless Decoder", FourCC("QLLC"));
+constexpr ClassIdentity kMpegIntra = DecoderNamed(L"Rokka MPEG2-Intra Decoder", FourCC("QMIC"));
+constexpr ClassIdentity kZeta2 = DecoderNamed(L"Rokka Zeta2 Decoder", FourCC("QZT2"));
+constexpr ClassIdentity kTenBit = DecoderNamed(L"Rokka Q210 Decoder", FourCC("Q210"));
 constexpr ClassIdentity kZetaEncoder = Named(L"Rokka Zeta Encoder", CLSID_NyxZetaEncoder);
 constexpr ClassIdentity kZetaProp =
     Named(L"Rokka Zeta Encoder Property Page", CLSID_NyxZetaPropertyPage);
@@ -100,15 +102,16 @@ constexpr CFactoryTemplate Class(const ClassIdentity& identity, LPFNNewCOMObject
     return {identity.friendlyName, &identity.clsid, create, setup};
 }
 
-template <class Filter, const ClassIdentity& identity, DWORD fourcc>
+template <class Filter, const ClassIdentity& identity>
 constexpr CFactoryTemplate Decoder() {
-    return Class(identity, CreateFilter<Filter, identity, kEngineForDecoding>,
-                 &kSetup<identity, kDecoderMerit, Types<kCoded<fourcc>>, Types<kAnyVideo>>);
+    return Class(
+        identity, CreateFilter<Filter, identity, kEngineForDecoding>,
+        &kSetup<identity, kDecoderMerit, Types<kCoded<identity.fourcc>>, Types<kAnyVideo>>);
 }
 
 constexpr AMOVIESETUP_FILTER kEncoderSetup =
     kSetup<kZetaEncoder, MERIT_DO_NOT_USE, Types<MEDIASUBTYPE_YUY2, MEDIASUBTYPE_RGB32>,
-           Types<kCoded<FourCC("QZTA")>>, &CLSID_VideoCompressorCategory>;
+           Types<kCoded<kZeta.fourcc>>, &CLSID_VideoCompressorCategory>;
 
 }  // namespace
 }  // namespace nyx
@@ -116,14 +119,14 @@ constexpr AMOVIESETUP_FILTER kEncoderSetup =
 using namespace nyx;
 
 CFactoryTemplate g_Templates[] = {
-    Decoder<CDv25Decoder, kDv25Decoder, FourCC("QDVC")>(),
-    Decoder<CDv50Decoder, kDv50Decoder, FourCC("QDV5")>(),
-    Decoder<CDvHdDecoder, kDvHdDecoder, FourCC("QDVH")>(),
-    Decoder<CZetaDecoder, kZetaDecoder, FourCC("QZTA")>(),
-    Decoder<CLosslessDecoder, kLosslessDecoder, FourCC("QLLC")>(),
-    Decoder<CMpegIntraDecoder, kMpegIntraDecoder, FourCC("QMIC")>(),
-    Decoder<CZeta2Decoder, kZeta2Decoder, FourCC("QZT2")>(),
-    Decoder<CTenBitDecoder, kTenBitDecoder, FourCC("Q210")>(),
+    Decoder<CDv25Decoder, kDv25>(),
+    Decoder<CDv50Decoder, kDv50>(),
+    Decoder<CDvHdDecoder, kDvHd>(),
+    Decoder<CZetaDecoder, kZeta>(),
+    Decoder<CLosslessDecoder, kLossless>(),
+    Decoder<CMpegIntraDecoder, kMpegIntra>(),
+    Decoder<CZeta2Decoder, kZeta2>(),
+    Decoder<CTenBitDecoder, kTenBit>(),
     Class(kZetaEncoder, CreateFilter<CZetaEncoder, kZetaEncoder, kEngineForEncoding>,
           &kEncoderSetup),
     Class(kZetaProp, CreateObject<CZetaProp, kZetaProp>, nullptr),

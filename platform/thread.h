@@ -35,9 +35,12 @@ class Thread {
         owned.release();
     }
     bool joinable() const noexcept { return handle_ != nullptr; }
+    /// Returns at once where none was started.
     void join() noexcept {
-        WaitForSingleObject(handle_.get(), INFINITE);
-        handle_.reset();
+        if (handle_) {
+            WaitForSingleObject(handle_.get(), INFINITE);
+            handle_.reset();
+        }
     }
 
   private:

@@ -40,21 +40,6 @@ std::vector<std::wstring> NamesIn(const std::wstring& folder) {
     return names;
 }
 
-/// Opens a file if it holds audio of the package.
-std::unique_ptr<FootageFile> OpenSibling(const std::wstring& path, const std::string& package,
-                                         std::vector<BYTE>* header) {
-    auto bytes = std::make_unique<DiskFile>();
-    const int got = SUCCEEDED(bytes->Open(path.c_str())) ? bytes->ReadAt(0, *header) : 0;
-    const std::vector<BYTE> key = BytesOf(package);
-    const auto end = header->begin() + std::max(got, 0);
-    auto file = std::make_unique<FootageFile>();
-    const bool belongs = std::search(header->begin(), end, key.begin(), key.end()) != end &&
-                         SUCCEEDED(file->Open(std::move(bytes))) &&
-                         file->Tag("material_package_umid") == package &&
-                         !file->streams().front().video;
-    return belongs ? std::move(file) : nullptr;
-}
-
 }  // namespace
 
 std::vector<std::unique_ptr<FootageFile>> OpenSiblings(const FootageFile& picture,
@@ -68,16 +53,21 @@ std::vector<std::unique_ptr<FootageFile>> OpenSiblings(const FootageFile& pictur
         return siblings;
     }
     const ULONGLONG begin = GetTickCount64();
-    const std::size_t name = path.find_last_of(L"\\/:") + 1;
+    const std::wstring folder = path.substr(0, path.find_last_of(L"\\/:") + 1);
+    const std::vector<BYTE> key = BytesOf(package);
     std::vector<BYTE> header(kHeaderBytes);
-    for (const std::wstring& other : NamesIn(path.substr(0, name))) {
+    for (const std::wstring& name : NamesIn(folder)) {
         if (GetTickCount64() - begin > kMaxMilliseconds || siblings.size() == kMaxSiblings) {
             break;
         }
-        auto file = path.compare(name, path.npos, other) == 0
-                        ? nullptr
-                        : OpenSibling(path.substr(0, name) + other, package, &header);
-        if (file) {
+        auto bytes = std::make_unique<DiskFile>();
+        const bool opened =
+            folder + name != path && SUCCEEDED(bytes->Open((folder + name).c_str()));
+        const auto end = header.begin() + (opened ? std::max(bytes->ReadAt(0, header), 0) : 0);
+        auto file = std::make_unique<FootageFile>();
+        if (std::search(header.begin(), end, key.begin(), key.end()) != end &&
+            SUCCEEDED(file->Open(std::move(bytes))) &&
+            file->Tag("material_package_umid") == package && !file->streams().front().video) {
             siblings.push_back(std::move(file));
         }
     }

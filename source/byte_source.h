@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <span>
 
@@ -20,7 +21,17 @@ class ByteSource {
     /// A clock that never goes back, in milliseconds.
     virtual std::int64_t Milliseconds() noexcept = 0;
     /// Why a read failed last; `S_OK` when none did.
-    virtual HRESULT failure() const noexcept = 0;
+    HRESULT failure() const noexcept { return failure_; }
+
+  protected:
+    /// A failed read's answer.
+    int Fail(HRESULT why) noexcept {
+        failure_ = why;
+        return -1;
+    }
+
+  private:
+    std::atomic<HRESULT> failure_{S_OK};
 };
 
 }  // namespace nyx::source

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <utility>
 
 #include "source/failures.h"
 #include "source/sample_clock.h"
@@ -26,9 +25,14 @@ HRESULT ContainerInput::Rewind() {
     readFailed_ = false;
     defers_ = false;
     auto* buffer = static_cast<unsigned char*>(av_malloc(kInputBytes));
-    context_.reset(
-        buffer ? avio_alloc_context(buffer, kInputBytes, 0, this, ReadBytes, nullptr, SeekBytes)
-               : nullptr);
+    const auto read = [](void* self, std::uint8_t* to, int count) noexcept {
+        return static_cast<ContainerInput*>(self)->ReadNext({to, static_cast<std::size_t>(count)});
+    };
+    const auto seek = [](void* self, std::int64_t offset, int whence) noexcept {
+        return static_cast<ContainerInput*>(self)->SeekNext(offset, whence);
+    };
+    context_.reset(buffer ? avio_alloc_context(buffer, kInputBytes, 0, this, read, nullptr, seek)
+                          : nullptr);
     if (!context_) {
         av_free(buffer);
         return E_OUTOFMEMORY;
@@ -41,18 +45,6 @@ void ContainerInput::ClearFailure() {
     // A cancelled read looks like the file's end to the library's next short seek forward.
     context_->eof_reached = 0;
     context_->error = 0;
-}
-
-bool ContainerInput::MayContinue() noexcept {
-    return budget_.Check(bytes_->Milliseconds()) && !cancelled_;
-}
-
-int ContainerInput::IsInterrupted(void* self) noexcept {
-    return static_cast<ContainerInput*>(self)->MayContinue() ? 0 : 1;
-}
-
-int ContainerInput::ReadBytes(void* self, std::uint8_t* to, int count) noexcept {
-    return static_cast<ContainerInput*>(self)->ReadNext({to, static_cast<std::size_t>(count)});
 }
 
 int ContainerInput::ReadNext(std::span<BYTE> to) noexcept {
@@ -76,18 +68,12 @@ int ContainerInput::ReadNext(std::span<BYTE> to) noexcept {
     return got > 0 ? got : AVERROR_EOF;
 }
 
-std::int64_t ContainerInput::SeekBytes(void* self, std::int64_t offset, int whence) noexcept {
-    auto* input = static_cast<ContainerInput*>(self);
+std::int64_t ContainerInput::SeekNext(std::int64_t offset, int whence) noexcept {
     if (whence == AVSEEK_SIZE) {
-        return input->bytes_->Size();
+        return bytes_->Size();
     }
-    const std::int64_t base = whence == SEEK_CUR ? input->position_ : 0;
-    const std::int64_t position = av_sat_add64(base, offset);
-    if (position < 0) {
-        return AVERROR(EINVAL);
-    }
-    input->position_ = position;
-    return position;
+    const std::int64_t to = av_sat_add64(whence == SEEK_CUR ? position_ : 0, offset);
+    return to < 0 ? AVERROR(EINVAL) : position_ = to;
 }
 
 /// What it means when the library gets no memory: a damaged table may claim any number of rows. The
@@ -113,10 +99,6 @@ HRESULT ContainerInput::ResultOf(int error) const {
         return kCancelled;
     }
     return readFailed_ ? bytes_->failure() : kInvalidFileFormat;
-}
-
-DeferredPayload ContainerInput::TakeDeferred() {
-    return std::exchange(deferred_, {});
 }
 
 HRESULT ContainerInput::ReadDeferred(std::int64_t offset, std::span<BYTE> to) const {

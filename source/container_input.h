@@ -3,6 +3,7 @@
 #include <atomic>
 #include <memory>
 #include <span>
+#include <utility>
 
 #include "media/libav.h"
 #include "source/byte_source.h"
@@ -59,24 +60,15 @@ struct DeferredPayload {
 /// Deferred payloads. An uncompressed frame that goes through libavformat's memory takes several
 /// times as long to deliver. After AllowDeferral, a read of kMinDeferred bytes or more therefore
 /// leaves the memory as it is and only records the place in the file; ReadDeferred copies the bytes
-/// into the sample later. Until then these bytes of the packet are uninitialised, and nothing may
-/// depend on them:
+/// into the sample later. Nothing may depend on these bytes of the packet until then:
 /// - Only av_get_packet asks for so many bytes at once, at a packet's end and in one read: the
 ///   library fills its own buffer with kInputBytes at most.
 /// - MayDefer (stream_format.h) lists the demuxers of libavformat 5.1 that do not look at a
-/// payload,
-///   as the source of mov_read_packet, mxf_read_packet and avi_read_packet shows.
-/// - A demuxer that looks all the same stays inside its buffers: a damaged file may hold any bytes.
-/// - A demuxer that moves, splits or resizes a payload is caught by FootageFile::FindDeferred,
-/// which
-///   rejects a packet that does not end where its deferred bytes end; one that reads it otherwise,
-///   by the suite that compares each container's packets with ffmpeg's.
+/// payload.
+///   One that looks all the same stays inside its buffers: a damaged file may hold any bytes.
+/// - FootageFile::FindDeferred rejects a packet that does not end where its deferred bytes end.
 class ContainerInput {
   public:
-    ContainerInput() = default;
-    ContainerInput(const ContainerInput&) = delete;
-    ContainerInput& operator=(const ContainerInput&) = delete;
-
     /// Takes over the file, once, and begins to count what is spent on it.
     void Start(std::unique_ptr<ByteSource> bytes);
     /// Counts what is spent from here on, as for a small file.
@@ -90,7 +82,12 @@ class ContainerInput {
     /// Valid until the next Rewind; null after a failed one.
     AVIOContext* context() const { return context_.get(); }
     /// For an AVFormatContext that reads this input.
-    AVIOInterruptCB interruption() { return {IsInterrupted, this}; }
+    AVIOInterruptCB interruption() {
+        return {[](void* self) noexcept {
+                    return static_cast<ContainerInput*>(self)->MayContinue() ? 0 : 1;
+                },
+                this};
+    }
     /// Lets reading continue after a failure or a cancelled read.
     void ClearFailure();
 
@@ -114,18 +111,15 @@ class ContainerInput {
     /// Whether payloads may be deferred from here on.
     void AllowDeferral(bool allowed) { defers_ = allowed; }
     /// Returns what was deferred last, and forgets it.
-    DeferredPayload TakeDeferred();
+    DeferredPayload TakeDeferred() { return std::exchange(deferred_, {}); }
     /// Reads deferred bytes. `S_FALSE` when the file has become too short, or why it cannot be
     /// read. From any thread, also while another one reads on.
     [[nodiscard]] HRESULT ReadDeferred(std::int64_t offset, std::span<BYTE> to) const;
 
   private:
-    static int ReadBytes(void* self, std::uint8_t* to, int count) noexcept;
-    static std::int64_t SeekBytes(void* self, std::int64_t offset, int whence) noexcept;
-    static int IsInterrupted(void* self) noexcept;
-
-    bool MayContinue() noexcept;
+    bool MayContinue() noexcept { return budget_.Check(bytes_->Milliseconds()) && !cancelled_; }
     int ReadNext(std::span<BYTE> to) noexcept;
+    std::int64_t SeekNext(std::int64_t offset, int whence) noexcept;
     [[nodiscard]] HRESULT OutOfMemoryResult() const;
 
     std::unique_ptr<ByteSource> bytes_;

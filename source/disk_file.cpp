@@ -37,12 +37,8 @@ int DiskFile::ReadAt(std::int64_t position, std::span<BYTE> to) noexcept {
     place.Offset = static_cast<DWORD>(position);
     place.OffsetHigh = static_cast<DWORD>(position >> 32);
     DWORD got = 0;
-    if (ReadFile(file_.get(), to.data(), static_cast<DWORD>(to.size()), &got, &place) ||
-        GetLastError() == ERROR_HANDLE_EOF) {
-        return static_cast<int>(got);
-    }
-    failure_ = LastError();
-    return -1;
+    const BOOL read = ReadFile(file_.get(), to.data(), static_cast<DWORD>(to.size()), &got, &place);
+    return read || GetLastError() == ERROR_HANDLE_EOF ? static_cast<int>(got) : Fail(LastError());
 }
 
 std::int64_t DiskFile::Size() noexcept {

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <atomic>
-
 #include "platform/unique_handle.h"
 #include "source/byte_source.h"
 
@@ -19,11 +17,9 @@ class DiskFile final : public ByteSource {
     std::int64_t Milliseconds() noexcept override {
         return static_cast<std::int64_t>(GetTickCount64());
     }
-    HRESULT failure() const noexcept override { return failure_; }
 
   private:
     UniqueHandle file_;
-    std::atomic<HRESULT> failure_{S_OK};
 };
 
 }  // namespace nyx::source

@@ -35,37 +35,16 @@ REFERENCE_TIME DurationOf(const AVFormatContext& file, const AVStream& stream,
     return std::max<REFERENCE_TIME>(Difference(TimeOfTick(file.duration, AV_TIME_BASE_Q), late), 0);
 }
 
-/// The first stream of a kind, null where there is none.
-const AVCodecParameters* FirstOf(const AVFormatContext* file, AVMediaType kind) {
-    for (unsigned i = 0; file && i < file->nb_streams; ++i) {
-        if (file->streams[i]->codecpar->codec_type == kind) {
-            return file->streams[i]->codecpar;
-        }
-    }
-    return nullptr;
-}
-
-std::string NameOf(const AVCodecParameters& stream) {
-    const AVCodecDescriptor* coding = avcodec_descriptor_get(stream.codec_id);
-    return coding && coding->long_name ? coding->long_name : "unknown";
-}
-
-std::string VariantText(AVCodecID coding) {
-    switch (coding) {
-        case AV_CODEC_ID_MPEG2VIDEO:
-            return "long-GOP MPEG-2; intra frames only";
-        case AV_CODEC_ID_DVVIDEO:
-            return "a variant of DV without a decoder";
-        default:
-            return "a picture size or rate out of range";
-    }
-}
-
+/// Why a stream is not supported.
 std::string ReasonText(const AVCodecParameters& stream, HRESULT reason) {
     if (reason == kUnsupportedVideo) {
-        return VariantText(stream.codec_id);
+        return stream.codec_id == AV_CODEC_ID_MPEG2VIDEO ? "long-GOP MPEG-2; intra frames only"
+               : stream.codec_id == AV_CODEC_ID_DVVIDEO  ? "a variant of DV without a decoder"
+                                                         : "a picture size or rate out of range";
     }
-    return NameOf(stream) + (reason == kUnsupportedAudio ? " audio" : " video");
+    const AVCodecDescriptor* coding = avcodec_descriptor_get(stream.codec_id);
+    const std::string name = coding && coding->long_name ? coding->long_name : "unknown";
+    return name + (reason == kUnsupportedAudio ? " audio" : " video");
 }
 
 }  // namespace
@@ -94,9 +73,8 @@ HRESULT FootageFile::FindStreams() {
     std::stable_partition(streams_.begin(), streams_.end(),
                           [](const StreamFormat& stream) { return stream.video.has_value(); });
     if (streams_.empty() || (anyVideo && !streams_.front().video)) {
-        const auto video = std::find_if(
-            unsupported_.rbegin(), unsupported_.rend(),
-            [](const UnsupportedStream& stream) { return stream.reason != kUnsupportedAudio; });
+        const auto video = std::find_if(unsupported_.rbegin(), unsupported_.rend(),
+                                        [](auto& one) { return one.reason != kUnsupportedAudio; });
         return video != unsupported_.rend() ? video->reason : kUnsupportedStream;
     }
     if (ContainerOf(*context_) == kRawDv) {
@@ -158,12 +136,11 @@ HRESULT FootageFile::AddVideo(AVStream* stream, const Packets& seen, StreamForma
 }
 
 void FootageFile::AddAudio(AVStream* stream, StreamFormat format) {
-    if (!DescribeAudio(*stream->codecpar, &format.audio)) {
+    if (!DescribeAudio(*context_, *stream, &format.audio)) {
         unsupported_.push_back(
             {format.index, kUnsupportedAudio, ReasonText(*stream->codecpar, kUnsupportedAudio)});
         return;
     }
-    format.audio.inDv = CarriesDvAudio(*context_, *stream);
     streams_.push_back(format);
 }
 
@@ -225,24 +202,24 @@ const char* FootageFile::Tag(const char* key) const {
 }
 
 std::string FootageFile::Refusal(HRESULT result) const {
-    const AVCodecParameters* video = FirstOf(context_.get(), AVMEDIA_TYPE_VIDEO);
-    const AVCodecParameters* audio = FirstOf(context_.get(), AVMEDIA_TYPE_AUDIO);
-    switch (result) {
-        case kUnknownFileType:
-            return size() == 0 ? "empty file" : "neither AVI, MOV, MXF, GXF, DV nor MPEG-2";
-        case kInvalidFileFormat:
-            return "damaged file";
-        case kUnsupportedVideo:
-            return video ? ReasonText(*video, result) : "";
-        case kUnsupportedStream:
-            if (video) {
-                return ReasonText(*video, result);
-            }
-            return audio ? "no video, and " + ReasonText(*audio, kUnsupportedAudio)
-                         : "neither video nor audio";
-        default:
-            return "";
+    if (result == kUnknownFileType) {
+        return size() == 0 ? "empty file" : "neither AVI, MOV, MXF, GXF, DV nor MPEG-2";
     }
+    if (result == kInvalidFileFormat) {
+        return "damaged file";
+    }
+    std::string text = "neither video nor audio";
+    for (unsigned i = 0; context_ && i < context_->nb_streams; ++i) {
+        const AVCodecParameters& stream = *context_->streams[i]->codecpar;
+        if (stream.codec_type == AVMEDIA_TYPE_VIDEO) {
+            text = ReasonText(stream, result);
+            break;
+        }
+        if (stream.codec_type == AVMEDIA_TYPE_AUDIO) {
+            text = "no video, and " + ReasonText(stream, kUnsupportedAudio);
+        }
+    }
+    return result == kUnsupportedVideo || result == kUnsupportedStream ? text : "";
 }
 
 }  // namespace nyx::source

@@ -3,14 +3,19 @@
 #include <oleauto.h>
 
 #include <algorithm>
+#include <climits>
+#include <cstdio>
 #include <iterator>
 #include <mutex>
 #include <new>
 #include <utility>
 
 #include "baseclasses/streams.h"
+#include "dv/dif_parser.h"
 #include "media/dv_signals.h"
 #include "platform/com.h"
+#include "source/disk_file.h"
+#include "source/sample_clock.h"
 
 namespace nyx::source {
 namespace {
@@ -24,21 +29,59 @@ std::wstring Wide(const std::string& text) {
 }
 
 /// The container's timecode, which counts pictures of `rate` unless its track says otherwise.
-std::optional<TimecodeTrack> FindTimecode(const FootageFile& file, AVRational rate) {
+std::optional<AVTimecode> FindTimecode(const FootageFile& file, AVRational rate) {
     const AVFormatContext& container = file.container();
-    if (ContainerOf(container) == kRawDv) {  // its timecode is the first frame's
-        return std::nullopt;
-    }
     for (unsigned i = 0; i < container.nb_streams; ++i) {
         const AVStream& stream = *container.streams[i];
         if (stream.codecpar->codec_tag == FourCC("tmcd") && stream.avg_frame_rate.num > 0) {
             rate = stream.avg_frame_rate;
         }
     }
-    TimecodeTrack track;
-    return av_timecode_init_from_string(&track.first, rate, file.Tag("timecode"), nullptr) < 0
-               ? std::nullopt
-               : std::optional(track);
+    AVTimecode first{};
+    const bool found =
+        ContainerOf(container) != kRawDv &&  // whose timecode is the first frame's
+        av_timecode_init_from_string(&first, rate, file.Tag("timecode"), nullptr) >= 0 &&
+        first.start >= 0 && first.start < INT_MAX / 2;
+    first.flags |= AV_TIMECODE_FLAG_24HOURSMAX;
+    return found ? std::optional(first) : std::nullopt;
+}
+
+/// The timecode that counts on from `first`, for the picture at `time` behind that one.
+NyxTimecode CountTimecode(const AVTimecode& first, REFERENCE_TIME time) {
+    const std::int64_t passed =
+        std::clamp<std::int64_t>(TickAt(time, av_inv_q(first.rate)), 0, INT_MAX / 2);
+    char text[AV_TIMECODE_STR_SIZE];
+    av_timecode_make_string(&first, text, static_cast<int>(passed));
+    NyxTimecode at{};
+    at.framesPerSecond = static_cast<WORD>(first.fps);
+    at.dropFrame = (first.flags & AV_TIMECODE_FLAG_DROPFRAME) != 0;
+    std::sscanf(text, "%hu:%hu:%hu%*c%hu", &at.hours, &at.minutes, &at.seconds, &at.frames);
+    return at;
+}
+
+/// The timecode pack of a frame, IEC 61834-4: pairs of decimal digits beside flags. A picture of 50
+/// or 60 a second shares its number with the one beside it.
+std::optional<NyxTimecode> TimecodeOf(ByteSpan frame) {
+    constexpr LONG kDropFrame = 0x40;
+    CLvtDifParser parser;
+    const HRESULT parsed = parser.Parse(frame.data(), frame.size());
+    const LONG payload = parser.GetTimecodePack();
+    const int rate = parser.GetSystemRate() / 2;
+    bool valid = SUCCEEDED(parsed) && payload != -1;
+    const auto digits = [&](int byte, int mask, int max) {
+        const int bits = static_cast<int>(payload) >> (8 * byte) & mask;
+        const int value = (bits >> 4) * 10 + (bits & 15);
+        valid = valid && (bits & 15) <= 9 && value <= max;
+        return static_cast<WORD>(value);
+    };
+    const bool dropFrame = rate == 30 && (payload & kDropFrame) != 0;
+    const NyxTimecode at = {.hours = digits(3, 0x3F, 23),
+                            .minutes = digits(2, 0x7F, 59),
+                            .seconds = digits(1, 0x7F, 59),
+                            .frames = digits(0, 0x3F, rate - 1),
+                            .framesPerSecond = static_cast<WORD>(rate),
+                            .dropFrame = static_cast<WORD>(dropFrame)};
+    return valid ? std::optional(at) : std::nullopt;
 }
 
 NyxStreamInfo InfoOf(const AVCodecParameters& stream) {
@@ -61,27 +104,22 @@ NyxStreamInfo InfoOf(const AVCodecParameters& stream) {
 FootageDescription::Facts FootageDescription::FactsOf(const FootageFile& file) {
     const AVFormatContext& container = file.container();
     const StreamFormat& first = file.streams().front();
+    const std::string names = ContainerOf(container) == kRawMpeg2 ? "m2v" : container.iformat->name;
     Facts facts = {.path = {},
-                   .container = Wide(container.iformat->name),
+                   .container = Wide(names.substr(0, names.find(','))),
                    .reel = Wide(file.Tag("reel_name")),
                    .clip = Wide(file.Tag("material_package_name"))};
-    facts.container = ContainerOf(container) == kRawMpeg2
-                          ? L"m2v"
-                          : facts.container.substr(0, facts.container.find(L','));
     facts.clip = facts.clip.empty() ? Wide(file.Tag("title")) : facts.clip;
     facts.rate = first.video ? first.video->rate : AVRational{};
     facts.dv = first.video && FindDvSignalIf([&](const DvSignal& signal) {
                    return signal.fourcc == first.video->fourcc;
                });
     facts.timecode = FindTimecode(file, facts.rate);
-    if (facts.timecode) {
-        facts.timecode->start = file.BeginOf(first);
-    }
+    facts.firstPicture = file.BeginOf(first);
     return facts;
 }
 
-void FootageDescription::AddStreams(const FootageFile& file,
-                                    const std::function<std::wstring(std::size_t)>& nameOf,
+void FootageDescription::AddStreams(const FootageFile& file, std::span<const std::wstring> pins,
                                     Facts* facts) {
     const AVFormatContext& container = file.container();
     for (unsigned i = 0; i < container.nb_streams; ++i) {
@@ -94,7 +132,7 @@ void FootageDescription::AddStreams(const FootageFile& file,
         if (given != file.streams().end()) {
             info.pins = 1;
             info.fourcc = given->video ? given->video->fourcc : 0;
-            name = nameOf(static_cast<std::size_t>(given - file.streams().begin()));
+            name = pins[static_cast<std::size_t>(given - file.streams().begin())];
         } else if (refused != file.unsupported().end()) {
             name = Wide(refused->text);
         } else {
@@ -129,6 +167,30 @@ HRESULT FootageDescription::GiveText(std::wstring Facts::*text, BSTR* to) {
     });
 }
 
+/// The subcode of the DV frame at a time, read through a handle and a reader of its own, which
+/// leave the file's playback alone. Nothing when the file can no longer be read.
+std::optional<NyxTimecode> FootageDescription::ReadTimecode(const std::wstring& path,
+                                                            REFERENCE_TIME time) {
+    if (!frames_) {
+        auto bytes = std::make_unique<DiskFile>();
+        auto file = std::make_unique<FootageFile>();
+        if (FAILED(bytes->Open(path.c_str())) || FAILED(file->Open(std::move(bytes)))) {
+            return std::nullopt;
+        }
+        std::vector<bool> pictures(file->streams().size());
+        pictures.front() = true;
+        file->Select(pictures);
+        frames_ = std::move(file);
+    }
+    frames_->LimitReading();
+    Packet packet;
+    if (FAILED(frames_->Seek(time)) || frames_->ReadPacket(&packet) != S_OK) {
+        return std::nullopt;
+    }
+    std::vector<BYTE> frame(packet.size());
+    return frames_->Copy(packet, frame.data()) == S_OK ? TimecodeOf(frame) : std::nullopt;
+}
+
 HRESULT STDMETHODCALLTYPE FootageDescription::GetTimecode(LONGLONG position, NyxTimecode* timecode,
                                                           NyxTimecodeOrigin* origin) {
     CheckPointer(timecode, E_POINTER);
@@ -139,9 +201,9 @@ HRESULT STDMETHODCALLTYPE FootageDescription::GetTimecode(LONGLONG position, Nyx
         const REFERENCE_TIME last = std::max<REFERENCE_TIME>(facts.duration - 1, 0);
         const REFERENCE_TIME time = std::clamp<REFERENCE_TIME>(position, 0, last);
         if (facts.timecode) {
-            *timecode = CountTimecode(*facts.timecode, time);
+            *timecode = CountTimecode(*facts.timecode, Difference(time, facts.firstPicture));
             *origin = NyxTimecodeContainer;
-        } else if (const auto found = facts.dv ? frames_.Read(facts.path, time) : std::nullopt) {
+        } else if (const auto found = facts.dv ? ReadTimecode(facts.path, time) : std::nullopt) {
             *timecode = *found;
             *origin = NyxTimecodeFrame;
         }

@@ -1,13 +1,17 @@
 #pragma once
 
-#include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "platform/footage_info.h"
 #include "platform/thread.h"
-#include "source/frame_timecode.h"
+#include "source/footage_file.h"
+
+extern "C" {
+#include <libavutil/timecode.h>
+}
 
 namespace nyx::source {
 
@@ -33,7 +37,8 @@ class FootageDescription : public INyxFootageInfo {
   protected:
     struct Facts {
         std::wstring path, container, reel, clip;  ///< empty for none
-        std::optional<TimecodeTrack> timecode{};
+        std::optional<AVTimecode> timecode{};      ///< the container's, of the first picture
+        REFERENCE_TIME firstPicture = 0;
         AVRational rate{};  ///< of the pictures; 0 without any
         bool dv = false;    ///< whether they are DV frames
         REFERENCE_TIME duration = 0;
@@ -45,9 +50,9 @@ class FootageDescription : public INyxFootageInfo {
     /// What an open file says of itself, before a thread reads it; its streams apart. As the next,
     /// throws std::bad_alloc.
     static Facts FactsOf(const FootageFile& file);
-    /// Adds a file's streams; `nameOf` has the name of the pin of one, by its place in streams().
-    static void AddStreams(const FootageFile& file,
-                           const std::function<std::wstring(std::size_t)>& nameOf, Facts* facts);
+    /// Adds a file's streams; `pins` has the name of the pin of each that can be delivered.
+    static void AddStreams(const FootageFile& file, std::span<const std::wstring> pins,
+                           Facts* facts);
     /// Answers by these facts from now on.
     void Describe(Facts facts);
 
@@ -55,10 +60,11 @@ class FootageDescription : public INyxFootageInfo {
     template <class Answer>
     [[nodiscard]] HRESULT Give(Answer answer);
     [[nodiscard]] HRESULT GiveText(std::wstring Facts::*text, BSTR* to);
+    std::optional<NyxTimecode> ReadTimecode(const std::wstring& path, REFERENCE_TIME time);
 
     Mutex mutex_;
     std::optional<Facts> facts_;
-    FrameTimecodes frames_;
+    std::unique_ptr<FootageFile> frames_;  ///< a reader of single frames; null until there is need
 };
 
 }  // namespace nyx::source

@@ -80,10 +80,7 @@ HRESULT FootageFile::Open(std::unique_ptr<ByteSource> bytes) {
         result = FindStreams();
     }
     if (SUCCEEDED(result)) {
-        origin_ =
-            std::min_element(streams_.begin(), streams_.end(), [](const auto& a, const auto& b) {
-                return a.start < b.start;
-            })->start;
+        origin_ = std::ranges::min_element(streams_, {}, &StreamFormat::start)->start;
         Select(std::vector<bool>(streams_.size(), true));
         result = Seek(0);
         input_.EndBudget();

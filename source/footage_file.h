@@ -41,10 +41,6 @@ struct UnsupportedStream {
 /// except for Cancel, Copy, size and progress.
 class FootageFile {
   public:
-    FootageFile() = default;
-    FootageFile(const FootageFile&) = delete;
-    FootageFile& operator=(const FootageFile&) = delete;
-
     /// Opens a file, once. Returns a failure of failures.h or of reading, or `E_OUTOFMEMORY`; the
     /// object then is unusable. A file whose tables take more than OpenBudget allows counts as
     /// damaged.
@@ -98,6 +94,7 @@ class FootageFile {
 
     /// Makes reading fail soon, now and later, until it is withdrawn. From any thread.
     void Cancel(bool cancelled) { input_.Cancel(cancelled); }
+    bool isCancelled() const { return input_.isCancelled(); }
 
   private:
     [[nodiscard]] HRESULT OpenContainer();

@@ -7,8 +7,7 @@
 namespace nyx::source {
 namespace {
 
-constexpr std::size_t kHeaderBytes = 8;  // start code and time code
-
+constexpr std::size_t kHeaderBytes = 8;    // start code and time code
 constexpr std::int64_t kNear = 256 << 10;  // bytes; reading so many beats another search step
 constexpr int kBufferBytes = 64 << 10;
 

@@ -1,6 +1,7 @@
 #include "source/pcm.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace nyx::source {
 namespace {
@@ -48,12 +49,8 @@ int Expand(PcmKind kind, BYTE stored) {
 }  // namespace
 
 std::optional<PcmFormat> PcmFormatOf(AVCodecID codec) {
-    for (const PcmRow& row : kRows) {
-        if (row.codec == codec) {
-            return row.format;
-        }
-    }
-    return std::nullopt;
+    const auto* row = std::ranges::find(kRows, codec, &PcmRow::codec);
+    return row != std::end(kRows) ? std::optional(row->format) : std::nullopt;
 }
 
 void ConvertPcm(const PcmFormat& format, ByteSpan from, BYTE* to) noexcept {

@@ -8,6 +8,8 @@
 namespace nyx::source {
 namespace {
 
+constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
+
 bool AreAPair(const StreamFormat& a, const StreamFormat& b) {
     const PcmKind kind = a.audio.pcm.kind;
     const bool silentAtZero = kind == PcmKind::kSigned || kind == PcmKind::kFloat;
@@ -22,7 +24,7 @@ std::vector<PinSources> GroupIntoPins(const std::vector<PacketSource>& streams, 
     std::vector<PinSources> pins;
     for (const PacketSource& stream : streams) {
         const bool joins = pairsMono && !pins.empty() && pins.back().size() == 1 &&
-                           AreAPair(pins.back().front().format(), stream.format());
+                           AreAPair(*pins.back().front().format, *stream.format);
         if (joins) {
             pins.back().push_back(stream);
         } else {
@@ -34,7 +36,7 @@ std::vector<PinSources> GroupIntoPins(const std::vector<PacketSource>& streams, 
 
 StreamFormat FormatOf(const PinSources& sources) {
     constexpr DWORD kLeftAndRight = 0x3;
-    StreamFormat format = sources.front().format();
+    StreamFormat format = *sources.front().format;
     if (sources.size() == 2) {
         format.audio.channels = 2;
         format.audio.channelMask = kLeftAndRight;
@@ -42,52 +44,39 @@ StreamFormat FormatOf(const PinSources& sources) {
     return format;
 }
 
-/// Pops a track's packets until one lasts beyond what was delivered.
-HRESULT PinPackets::Fill(const PacketSource& source, Side* side) {
-    while (!side->ended && side->stop <= next_) {
-        const HRESULT result = source.packets->Pop(source.stream, &side->packet);
-        if (FAILED(result)) {
-            return result;
-        }
-        side->ended = result == S_FALSE;
-        if (!side->ended) {
-            const AudioFormat& audio = source.format().audio;
-            side->start = av_rescale(side->packet.start, audio.rate, kUnits);
-            side->stop = side->start + side->packet.data->size / audio.storedFrame();
-        }
-    }
-    return S_OK;
-}
-
 HRESULT PinPackets::Pop(Packet* packet) {
-    if (sources_.size() == 1) {
-        return sources_.front().packets->Pop(sources_.front().stream, packet);
+    if (sides_.size() == 1) {
+        return pop_(0, packet);
     }
-    constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
+    const AudioFormat& audio = sources_.front().format->audio;
     std::int64_t start = kNever;
     for (std::size_t i = 0; i < sides_.size(); ++i) {
-        const HRESULT result = Fill(sources_[i], &sides_[i]);
-        if (FAILED(result)) {
-            return result;
+        Side& side = sides_[i];
+        while (side.stop <= next_) {
+            const HRESULT result = pop_(i, &side.packet);
+            if (FAILED(result)) {
+                return result;
+            }
+            side.start =
+                result == S_OK ? av_rescale(side.packet.start, audio.rate, kUnits) : kNever;
+            side.stop =
+                result == S_OK ? side.start + side.packet.data->size / audio.storedFrame() : kNever;
         }
-        start = std::min(start, sides_[i].ended ? kNever : std::max(sides_[i].start, next_));
+        start = std::min(start, std::max(side.start, next_));
     }
     if (start == kNever) {
         return S_FALSE;
     }
-    std::int64_t stop = start + sources_.front().format().audio.rate;  // a second at most
+    next_ = start + audio.rate;  // a second at most
     for (const Side& side : sides_) {
-        if (!side.ended) {
-            stop = std::min(stop, side.start > start ? side.start : side.stop);
-        }
+        next_ = std::min(next_, side.start > start ? side.start : side.stop);
     }
-    next_ = stop;
-    return Join(start, stop, packet);
+    return Join(start, next_, packet);
 }
 
 /// Makes a packet of both tracks' samples of a time.
 HRESULT PinPackets::Join(std::int64_t start, std::int64_t stop, Packet* packet) const {
-    const AudioFormat& audio = sources_.front().format().audio;
+    const AudioFormat& audio = sources_.front().format->audio;
     const auto bytes = static_cast<std::size_t>(audio.storedFrame());
     const auto count = static_cast<std::size_t>(stop - start);
     packet->data.reset(av_packet_alloc());
@@ -98,7 +87,7 @@ HRESULT PinPackets::Join(std::int64_t start, std::int64_t stop, Packet* packet) 
     std::memset(packet->data->data, 0, 2 * bytes * count);
     for (std::size_t i = 0; i < sides_.size(); ++i) {
         const Side& side = sides_[i];
-        if (side.ended || side.start > start) {
+        if (side.start > start) {
             continue;
         }
         const BYTE* from =

@@ -1,19 +1,20 @@
 #pragma once
 
+#include <functional>
 #include <limits>
 #include <vector>
 
-#include "source/read_ahead.h"
+#include "source/footage_file.h"
 
 namespace nyx::source {
 
+class ReadAhead;
+
 /// Where packets come from: a stream of a file.
 struct PacketSource {
-    FootageFile* file;
-    ReadAhead* packets;  ///< of `file`
+    ReadAhead* packets;  ///< of the file
     std::size_t stream;
-
-    const StreamFormat& format() const { return file->streams()[stream]; }
+    const StreamFormat* format;  ///< the file's
 };
 
 /// The sources of a pin: one, or two mono tracks that it delivers as left and right.
@@ -26,33 +27,34 @@ std::vector<PinSources> GroupIntoPins(const std::vector<PacketSource>& streams, 
 /// The format that a pin of these sources delivers.
 StreamFormat FormatOf(const PinSources& sources);
 
-/// A pin's packets, from where its sources begin to read. They outlive it. One thread.
+/// A pin's packets, from where its sources begin to read. One thread.
 class PinPackets {
   public:
-    /// Throws std::bad_alloc.
-    explicit PinPackets(const PinSources& sources) : sources_(sources), sides_(sources.size()) {}
+    /// `pop` takes the next packet of a source, by its place, as ReadAhead::Pop. `sources` outlives
+    /// this. Throws std::bad_alloc.
+    PinPackets(const PinSources& sources, std::function<HRESULT(std::size_t, Packet*)> pop)
+        : sources_(sources), pop_(std::move(pop)), sides_(sources.size()) {}
 
     /// As ReadAhead::Pop. Of two tracks, it joins what both have, with silence where one begins
     /// later or ends earlier. Throws std::bad_alloc.
     [[nodiscard]] HRESULT Pop(Packet* packet);
 
   private:
-    static constexpr std::int64_t kNone = std::numeric_limits<std::int64_t>::min();
+    static constexpr std::int64_t kBefore = std::numeric_limits<std::int64_t>::min();
 
-    /// A track's packet, in frames of audio from the file's start.
+    /// A track's packet, in frames of audio from the file's start; from kNever on once it ended.
     struct Side {
         Packet packet{};
-        std::int64_t start = 0;
-        std::int64_t stop = kNone;
-        bool ended = false;
+        std::int64_t start = kBefore;
+        std::int64_t stop = kBefore;
     };
 
-    [[nodiscard]] HRESULT Fill(const PacketSource& source, Side* side);
     [[nodiscard]] HRESULT Join(std::int64_t start, std::int64_t stop, Packet* packet) const;
 
     const PinSources& sources_;
+    const std::function<HRESULT(std::size_t, Packet*)> pop_;
     std::vector<Side> sides_;
-    std::int64_t next_ = kNone;  ///< the frame of audio that follows the last packet
+    std::int64_t next_ = kBefore;  ///< the frame of audio that follows the last packet
 };
 
 }  // namespace nyx::source

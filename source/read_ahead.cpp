@@ -71,8 +71,7 @@ bool ReadAhead::HasRoom() {
 bool ReadAhead::Push(Packet packet) {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [this] { return cancelled_ || HasRoom(); });
-    const bool any =
-        std::any_of(queues_.begin(), queues_.end(), [](const Queue& queue) { return queue.open; });
+    const bool any = std::ranges::any_of(queues_, &Queue::open);
     Queue& queue = queues_[packet.stream];
     if (queue.open && !cancelled_) {
         const std::size_t bytes = packet.bytes().size();

@@ -12,11 +12,11 @@ namespace nyx::source {
 /// deliver them.
 class ReadAhead {
   public:
-    /// `file` outlives this object and belongs to its thread between Start and Finish.
-    explicit ReadAhead(FootageFile* file) : file_(file) {}
+    /// `file` belongs to this object's thread between Start and Finish.
+    explicit ReadAhead(std::unique_ptr<FootageFile> file) : file_(std::move(file)) {}
     ~ReadAhead() { Finish(); }
-    ReadAhead(const ReadAhead&) = delete;
-    ReadAhead& operator=(const ReadAhead&) = delete;
+
+    const FootageFile& file() const { return *file_; }
 
     /// Begins to read the wanted streams, one entry a stream, at `time`. Throws std::bad_alloc when
     /// there is no memory or no thread can start.
@@ -47,7 +47,7 @@ class ReadAhead {
     bool Push(Packet packet);
     bool HasRoom();
 
-    FootageFile* const file_;
+    const std::unique_ptr<FootageFile> file_;
     Thread thread_;
     Mutex mutex_;
     ConditionVariable changed_;

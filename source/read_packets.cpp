@@ -77,9 +77,8 @@ HRESULT FootageFile::ReadDelivered(Packet* packet) {
         if (result != S_OK) {
             return result;
         }
-        const auto stream = std::find_if(
-            streams_.begin(), streams_.end(),
-            [packet](const StreamFormat& one) { return one.index == packet->data->stream_index; });
+        const auto stream =
+            std::ranges::find(streams_, packet->data->stream_index, &StreamFormat::index);
         if (stream != streams_.end()) {
             packet->stream = static_cast<std::size_t>(stream - streams_.begin());
             return FindDeferred(packet);

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <tuple>
 
-#include "baseclasses/wxutil.h"
 #include "platform/com.h"
 #include "source/sample_clock.h"
+#include "source/source_filter.h"
 
 namespace nyx::source {
 namespace {
@@ -45,14 +45,6 @@ HRESULT STDMETHODCALLTYPE PinSeeking::IsFormatSupported(const GUID* format) {
     return frames || *format == TIME_FORMAT_MEDIA_TIME ? S_OK : S_FALSE;
 }
 
-HRESULT STDMETHODCALLTYPE PinSeeking::QueryPreferredFormat(GUID* format) {
-    return StoreOut(format, TIME_FORMAT_MEDIA_TIME);
-}
-
-HRESULT STDMETHODCALLTYPE PinSeeking::GetTimeFormat(GUID* format) {
-    return StoreOut(format, UsedFormat());
-}
-
 HRESULT STDMETHODCALLTYPE PinSeeking::IsUsingTimeFormat(const GUID* format) {
     CheckPointer(format, E_POINTER);
     return *format == UsedFormat() ? S_OK : S_FALSE;
@@ -71,7 +63,7 @@ HRESULT PinSeeking::StoreTime(LONGLONG* value, REFERENCE_TIME time) const {
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetDuration(LONGLONG* duration) {
-    return StoreTime(duration, target_->Duration());
+    return StoreTime(duration, target_->duration());
 }
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetStopPosition(LONGLONG* stop) {
@@ -101,7 +93,7 @@ HRESULT PinSeeking::ResolvePosition(const LONGLONG* value, DWORD how, REFERENCE_
     }
     const LONGLONG place = av_sat_add64(origin, *value);
     *time = std::clamp<REFERENCE_TIME>(Convert(place, UsedFormat(), TIME_FORMAT_MEDIA_TIME, frame_),
-                                       0, target_->Duration());
+                                       0, target_->duration());
     return S_OK;
 }
 
@@ -159,10 +151,6 @@ HRESULT STDMETHODCALLTYPE PinSeeking::SetRate(double rate) {
 
 HRESULT STDMETHODCALLTYPE PinSeeking::GetRate(double* rate) {
     return StoreOut(rate, target_->CurrentSegment().rate);
-}
-
-HRESULT STDMETHODCALLTYPE PinSeeking::GetPreroll(LONGLONG* preroll) {
-    return StoreOut(preroll, 0);  // every frame is a key frame
 }
 
 }  // namespace nyx::source

@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "media/libav.h"
+#include "platform/com.h"
 #include "platform/dshow.h"
 
 namespace nyx::source {
@@ -14,35 +15,23 @@ struct Segment {
     double rate = 1.0;
 };
 
-/// The filter, as its pins' seeking sees it.
-class Seekable {
-  public:
-    virtual REFERENCE_TIME Duration() = 0;
-    virtual Segment CurrentSegment() = 0;
-    /// Plays another segment, from its start. A graph asks every pin for the same segment: the
-    /// first `pin` that asks brings it about, the others change nothing.
-    [[nodiscard]] virtual HRESULT SeekTo(const void* pin, REFERENCE_TIME start,
-                                         REFERENCE_TIME stop) = 0;
-    /// Moves the end alone.
-    [[nodiscard]] virtual HRESULT StopAt(REFERENCE_TIME stop) = 0;
-    /// Continues at another rate.
-    [[nodiscard]] virtual HRESULT SetPlaybackRate(double rate) = 0;
-
-  protected:
-    ~Seekable() = default;
-};
+class FootageSource;
 
 /// `IMediaSeeking` of a pin, in time and, beside video, in frames. The pin supplies `IUnknown`.
 class PinSeeking : public IMediaSeeking {
   public:
     /// `rate` is the video's, in frames per second; 0 where there is none. `target` outlives this.
-    PinSeeking(Seekable* target, AVRational rate) : target_(target), frame_(av_inv_q(rate)) {}
+    PinSeeking(FootageSource* target, AVRational rate) : target_(target), frame_(av_inv_q(rate)) {}
 
     HRESULT STDMETHODCALLTYPE GetCapabilities(DWORD* capabilities) override;
     HRESULT STDMETHODCALLTYPE CheckCapabilities(DWORD* capabilities) override;
     HRESULT STDMETHODCALLTYPE IsFormatSupported(const GUID* format) override;
-    HRESULT STDMETHODCALLTYPE QueryPreferredFormat(GUID* format) override;
-    HRESULT STDMETHODCALLTYPE GetTimeFormat(GUID* format) override;
+    HRESULT STDMETHODCALLTYPE QueryPreferredFormat(GUID* format) override {
+        return StoreOut(format, TIME_FORMAT_MEDIA_TIME);
+    }
+    HRESULT STDMETHODCALLTYPE GetTimeFormat(GUID* format) override {
+        return StoreOut(format, UsedFormat());
+    }
     HRESULT STDMETHODCALLTYPE IsUsingTimeFormat(const GUID* format) override;
     HRESULT STDMETHODCALLTYPE SetTimeFormat(const GUID* format) override;
     HRESULT STDMETHODCALLTYPE GetDuration(LONGLONG* duration) override;
@@ -57,7 +46,10 @@ class PinSeeking : public IMediaSeeking {
     HRESULT STDMETHODCALLTYPE GetAvailable(LONGLONG* earliest, LONGLONG* latest) override;
     HRESULT STDMETHODCALLTYPE SetRate(double rate) override;
     HRESULT STDMETHODCALLTYPE GetRate(double* rate) override;
-    HRESULT STDMETHODCALLTYPE GetPreroll(LONGLONG* preroll) override;
+    /// Every frame is a key frame.
+    HRESULT STDMETHODCALLTYPE GetPreroll(LONGLONG* preroll) override {
+        return StoreOut(preroll, 0);
+    }
 
   protected:
     ~PinSeeking() = default;
@@ -68,7 +60,7 @@ class PinSeeking : public IMediaSeeking {
     GUID UsedFormat() const { return countsFrames_ ? TIME_FORMAT_FRAME : TIME_FORMAT_MEDIA_TIME; }
     [[nodiscard]] HRESULT StoreTime(LONGLONG* value, REFERENCE_TIME time) const;
 
-    Seekable* const target_;
+    FootageSource* const target_;
     const AVRational frame_;  ///< seconds
     std::atomic<bool> countsFrames_{false};
 };

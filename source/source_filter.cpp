@@ -79,87 +79,70 @@ HRESULT STDMETHODCALLTYPE FootageSource::Load(LPCOLESTR path, const AM_MEDIA_TYP
         return E_UNEXPECTED;
     }
     try {
-        const HRESULT result = OpenFile(path);
-        ReportUnsupported();
-        return result;
+        auto bytes = std::make_unique<DiskFile>();
+        const HRESULT result = bytes->Open(path);
+        return FAILED(result) ? result : OpenBytes(std::move(bytes), path);
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
     }
 }
 
-HRESULT FootageSource::OpenFile(const wchar_t* path) {
-    std::wstring kept = path;
-    auto bytes = std::make_unique<DiskFile>();
-    HRESULT result = bytes->Open(path);
-    if (FAILED(result)) {
-        return result;
-    }
-    std::string reason;
-    result = OpenBytes(std::move(bytes), kept, &reason);
-    if (SUCCEEDED(result)) {
-        path_ = std::move(kept);
-    }
-    return WithReason(result, reason);
-}
-
 /// Makes everything before it keeps anything: a failure changes nothing.
-HRESULT FootageSource::OpenBytes(std::unique_ptr<ByteSource> bytes, const std::wstring& path,
-                                 std::string* reason) {
+HRESULT FootageSource::OpenBytes(std::unique_ptr<ByteSource> bytes, std::wstring path) {
     auto file = std::make_unique<FootageFile>();
     HRESULT result = OpenWithProgress(file.get(), std::move(bytes));
     if (SUCCEEDED(result)) {
         result = Accept(*file);
     }
     if (FAILED(result)) {
-        *reason = file->Refusal(result);
-        return result;
+        return WithReason(result, file->Refusal(result));
     }
-    std::vector<Part> parts;
-    auto siblings = OpenSiblings(*file, path);
-    parts.push_back({std::move(file), nullptr});
-    for (auto& sibling : siblings) {
-        parts.push_back({std::move(sibling), nullptr});
-    }
-    Facts facts = FactsOf(*parts.front().file);
+    Facts facts = FactsOf(*file);
     facts.path = path;
+    std::vector<std::unique_ptr<FootageFile>> files = OpenSiblings(*file, path);
+    files.insert(files.begin(), std::move(file));
+    std::vector<std::unique_ptr<ReadAhead>> parts;
     std::vector<PacketSource> streams;
-    for (Part& part : parts) {
-        part.packets = std::make_unique<ReadAhead>(part.file.get());
-        facts.duration = std::max(facts.duration, part.file->duration());
-        for (std::size_t i = 0; i < part.file->streams().size(); ++i) {
-            streams.push_back({part.file.get(), part.packets.get(), i});
+    for (auto& one : files) {
+        facts.duration = std::max(facts.duration, one->duration());
+        parts.push_back(std::make_unique<ReadAhead>(std::move(one)));
+        const std::vector<StreamFormat>& formats = parts.back()->file().streams();
+        for (std::size_t i = 0; i < formats.size(); ++i) {
+            streams.push_back({parts.back().get(), i, &formats[i]});
         }
     }
     const bool pairsMono = ReadSettingDword(HKEY_CURRENT_USER, kSettings, L"pair_mono", 0) != 0;
     std::vector<std::unique_ptr<SourcePin>> pins;
+    std::vector<std::wstring> names;  // of the pin of each stream
     int counts[2] = {};
     for (PinSources& sources : GroupIntoPins(streams, pairsMono)) {
-        const bool video = sources.front().format().video.has_value();
+        const bool video = sources.front().format->video.has_value();
         const std::wstring name =
             (video ? L"Video " : L"Audio ") + std::to_wstring(++counts[video ? 0 : 1]);
-        pins.push_back(std::make_unique<SourcePin>(this, this, &lock_, &result, name.c_str(),
+        names.insert(names.end(), sources.size(), name);
+        pins.push_back(std::make_unique<SourcePin>(this, &lock_, &result, name.c_str(),
                                                    std::move(sources), facts.rate));
     }
     if (FAILED(result)) {
         return result;
     }
-    for (const Part& part : parts) {
-        const auto nameOf = [&](std::size_t stream) {
-            return (*std::ranges::find_if(
-                        pins,
-                        [&](const auto& pin) { return pin->Delivers(*part.packets, stream); }))
-                ->Name();
-        };
-        AddStreams(*part.file, nameOf, &facts);
+    std::span<const std::wstring> left = names;
+    for (const auto& part : parts) {
+        AddStreams(part->file(), left, &facts);
+        left = left.subspan(part->file().streams().size());
     }
     pinsThatSought_.reserve(pins.size());
-    parts_ = std::move(parts);
+    path_ = std::move(path);
     duration_ = facts.duration;
     Describe(std::move(facts));
-    CAutoLock lock(&stateLock_);
-    pins_ = std::move(pins);
-    segment_ = {0, duration_, 1.0};
+    {
+        CAutoLock lock(&stateLock_);
+        parts_ = std::move(parts);
+        pins_ = std::move(pins);
+        segment_ = {0, duration_, 1.0};
+    }
     IncrementPinVersion();
+    ReportUnsupported();
     return S_OK;
 }
 
@@ -176,41 +159,35 @@ SourcePin* FootageSource::AudioPin(long index) {
 HRESULT STDMETHODCALLTYPE FootageSource::QueryProgress(LONGLONG* total, LONGLONG* current) {
     CheckPointer(total, E_POINTER);
     CheckPointer(current, E_POINTER);
-    CAutoLock lock(&progressLock_);
-    *total = opening_ ? opening_->size() : std::max<LONGLONG>(openSize_, 0);
-    *current = opening_ ? std::min<LONGLONG>(opening_->progress(), *total) : *total;
-    return opening_ || openSize_ >= 0 ? S_OK : VFW_E_WRONG_STATE;
+    CAutoLock lock(&stateLock_);
+    const FootageFile* file = !parts_.empty() ? &parts_.front()->file() : opening_;
+    *total = file ? file->size() : 0;
+    *current = file == opening_ && file ? std::min<LONGLONG>(file->progress(), *total) : *total;
+    return file ? S_OK : VFW_E_WRONG_STATE;
 }
 
 HRESULT STDMETHODCALLTYPE FootageSource::AbortOperation() {
-    CAutoLock lock(&progressLock_);
-    if (!opening_) {
-        return S_FALSE;
+    CAutoLock lock(&stateLock_);
+    if (opening_) {
+        opening_->Cancel(true);
     }
-    opening_->Cancel(true);
-    aborted_ = true;
-    return S_OK;
+    return opening_ ? S_OK : S_FALSE;
 }
 
 HRESULT FootageSource::OpenWithProgress(FootageFile* file,
                                         std::unique_ptr<ByteSource> bytes) noexcept {
-    {
-        CAutoLock lock(&progressLock_);
-        opening_ = file;
-        aborted_ = false;
-    }
+    const auto setOpening = [this](FootageFile* now) {
+        CAutoLock lock(&stateLock_);
+        opening_ = now;
+    };
     HRESULT result = E_OUTOFMEMORY;
+    setOpening(file);
     try {
         result = file->Open(std::move(bytes));
     } catch (const std::bad_alloc&) {
     }
-    CAutoLock lock(&progressLock_);
-    opening_ = nullptr;
-    if (aborted_) {  // also when the file was open by then
-        result = E_ABORT;
-    }
-    openSize_ = SUCCEEDED(result) ? file->size() : -1;
-    return result;
+    setOpening(nullptr);
+    return file->isCancelled() ? E_ABORT : result;  // also when the file was open by then
 }
 
 HRESULT STDMETHODCALLTYPE FootageSource::JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) {
@@ -224,7 +201,7 @@ void FootageSource::ReportUnsupported() {
     if (parts_.empty() || !m_pGraph) {
         return;
     }
-    for (const UnsupportedStream& stream : parts_.front().file->unsupported()) {
+    for (const UnsupportedStream& stream : parts_.front()->file().unsupported()) {
         NotifyEvent(EC_STREAM_ERROR_STOPPED, stream.reason, stream.index);
     }
 }
@@ -255,9 +232,6 @@ HRESULT STDMETHODCALLTYPE FootageSource::Pause() {
 
 HRESULT STDMETHODCALLTYPE FootageSource::Stop() {
     CAutoLock lock(&lock_);
-    for (const Part& part : parts_) {
-        part.packets->Cancel();
-    }
     HRESULT result = S_OK;
     for (const auto& pin : pins_) {
         if (!IsStopped() && pin->IsConnected()) {
@@ -274,10 +248,9 @@ HRESULT STDMETHODCALLTYPE FootageSource::FindPin(LPCWSTR id, IPin** pin) {
     CheckPointer(pin, E_POINTER);
     *pin = nullptr;
     CheckPointer(id, E_POINTER);
-    CAutoLock lock(&stateLock_);
-    for (const auto& own : pins_) {
+    for (int i = 0; CBasePin* const own = GetPin(i); ++i) {
         if (std::wcscmp(own->Name(), id) == 0) {
-            return GetInterface(static_cast<IPin*>(own.get()), reinterpret_cast<void**>(pin));
+            return GetInterface(static_cast<IPin*>(own), reinterpret_cast<void**>(pin));
         }
     }
     return VFW_E_NOT_FOUND;
@@ -285,15 +258,15 @@ HRESULT STDMETHODCALLTYPE FootageSource::FindPin(LPCWSTR id, IPin** pin) {
 
 HRESULT FootageSource::StartStreaming() {
     try {
-        for (const Part& part : parts_) {
+        for (const auto& part : parts_) {
             std::vector<bool> wanted;
-            for (std::size_t i = 0; i < part.file->streams().size(); ++i) {
+            for (std::size_t i = 0; i < part->file().streams().size(); ++i) {
                 wanted.push_back(std::ranges::any_of(pins_, [&](const auto& pin) {
-                    return pin->IsConnected() && pin->Delivers(*part.packets, i);
+                    return pin->IsConnected() && pin->Delivers(*part, i);
                 }));
             }
             if (std::ranges::find(wanted, true) != wanted.end()) {
-                part.packets->Start(segment_.start, wanted);
+                part->Start(segment_.start, wanted);
             }
         }
     } catch (const std::exception&) {
@@ -301,7 +274,7 @@ HRESULT FootageSource::StartStreaming() {
     }
     ApplyStopTime();
     constexpr REFERENCE_TIME kNever = std::numeric_limits<REFERENCE_TIME>::max();
-    const REFERENCE_TIME cut = parts_.front().file->rawDv().FirstRefused(
+    const REFERENCE_TIME cut = parts_.front()->file().rawDv().FirstRefused(
         segment_.start, kNever,
         [this](const AVDVProfile& system) { return pins_.front()->Accepts(system); });
     HRESULT result = S_OK;
@@ -322,14 +295,14 @@ void FootageSource::ApplyStopTime() {
 }
 
 void FootageSource::FinishStreaming() {
-    for (const Part& part : parts_) {
-        part.packets->Cancel();
+    for (const auto& part : parts_) {
+        part->Cancel();
     }
     for (const auto& pin : pins_) {
         pin->JoinThreads();
     }
-    for (const Part& part : parts_) {
-        part.packets->Finish();
+    for (const auto& part : parts_) {
+        part->Finish();
     }
 }
 
@@ -353,16 +326,15 @@ Segment FootageSource::CurrentSegment() {
     return segment_;
 }
 
-void FootageSource::SetSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) {
+void FootageSource::SetSegment(const Segment& segment) {
     CAutoLock lock(&stateLock_);
-    segment_ = {start, stop, rate};
+    segment_ = segment;
 }
 
 HRESULT FootageSource::SeekTo(const void* pin, REFERENCE_TIME start, REFERENCE_TIME stop) {
     CAutoLock lock(&lock_);
     const bool same = segment_.start == start && segment_.stop == stop;
-    if (!same ||
-        std::find(pinsThatSought_.begin(), pinsThatSought_.end(), pin) != pinsThatSought_.end()) {
+    if (!same || std::ranges::find(pinsThatSought_, pin) != pinsThatSought_.end()) {
         pinsThatSought_.clear();
     }
     const bool repeated = !pinsThatSought_.empty();
@@ -370,16 +342,13 @@ HRESULT FootageSource::SeekTo(const void* pin, REFERENCE_TIME start, REFERENCE_T
     if (repeated) {
         return S_OK;
     }
-    SetSegment(start, stop, segment_.rate);
+    SetSegment({start, stop, segment_.rate});
     return Flush();
 }
 
 HRESULT FootageSource::StopAt(REFERENCE_TIME stop) {
     CAutoLock lock(&lock_);
-    if (stop == segment_.stop) {
-        return S_OK;
-    }
-    SetSegment(segment_.start, stop, segment_.rate);
+    SetSegment({segment_.start, stop, segment_.rate});
     ApplyStopTime();
     return S_OK;
 }
@@ -389,10 +358,10 @@ HRESULT FootageSource::SetPlaybackRate(double rate) {
     if (rate == segment_.rate) {
         return S_OK;
     }
-    const auto connected = std::find_if(pins_.begin(), pins_.end(),
-                                        [](const auto& pin) { return pin->IsConnected(); });
+    const auto connected =
+        std::ranges::find_if(pins_, [](const auto& pin) { return pin->IsConnected(); });
     const bool plays = !IsStopped() && connected != pins_.end();
-    SetSegment(plays ? (*connected)->position() : segment_.start, segment_.stop, rate);
+    SetSegment({plays ? (*connected)->position() : segment_.start, segment_.stop, rate});
     return Flush();
 }
 

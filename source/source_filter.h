@@ -7,7 +7,6 @@
 #include "baseclasses/streams.h"
 #include "source/footage_description.h"
 #include "source/source_pin.h"
-#include "source/track_selection.h"
 
 namespace nyx::source {
 
@@ -19,9 +18,8 @@ class FootageSource : public CBaseFilter,
                       public IAMFilterMiscFlags,
                       public ISupportErrorInfo,
                       public IAMOpenProgress,
-                      public FootageDescription,
-                      public TrackSelection,
-                      public Seekable {
+                      public IAMStreamSelect,
+                      public FootageDescription {
   public:
     /// For the class factory, which takes over the object; null without memory.
     static CUnknown* CALLBACK Create(LPUNKNOWN outer, HRESULT* result);
@@ -57,36 +55,45 @@ class FootageSource : public CBaseFilter,
     HRESULT STDMETHODCALLTYPE AbortOperation() override;
     ULONG STDMETHODCALLTYPE GetMiscFlags() override { return AM_FILTER_MISC_FLAGS_IS_SOURCE; }
 
-    REFERENCE_TIME Duration() override { return duration_; }
-    Segment CurrentSegment() override;
-    [[nodiscard]] HRESULT SeekTo(const void* pin, REFERENCE_TIME start,
-                                 REFERENCE_TIME stop) override;
-    [[nodiscard]] HRESULT StopAt(REFERENCE_TIME stop) override;
-    [[nodiscard]] HRESULT SetPlaybackRate(double rate) override;
+    // track_selection.cpp: IAMStreamSelect over the pins of audio, which all are enabled at first.
+    // A pin that is not enabled delivers silence of the same length, so that the graph's clock and
+    // length stay as they are and a change is heard from the next sample on. Any thread.
+    /// The number of pins of audio: 0 before Load.
+    HRESULT STDMETHODCALLTYPE Count(DWORD* count) override;
+    /// Describes one; every pointer may be null. The group is 1, the object the pin. `S_FALSE` for
+    /// an index without a pin.
+    HRESULT STDMETHODCALLTYPE Info(long index, AM_MEDIA_TYPE** type, DWORD* flags, LCID* language,
+                                   DWORD* group, LPWSTR* name, IUnknown** object,
+                                   IUnknown** unknown) override;
+    /// Enables that pin alone, with `AMSTREAMSELECTENABLE_ENABLEALL` all, with 0 none.
+    /// `E_INVALIDARG` for another flag or an index without a pin.
+    HRESULT STDMETHODCALLTYPE Enable(long index, DWORD flags) override;
+
+    REFERENCE_TIME duration() const { return duration_; }
+    Segment CurrentSegment();
+    /// Plays another segment, from its start. A graph asks every pin for the same segment: the
+    /// first `pin` that asks brings it about, the others change nothing.
+    [[nodiscard]] HRESULT SeekTo(const void* pin, REFERENCE_TIME start, REFERENCE_TIME stop);
+    /// Moves the end alone.
+    [[nodiscard]] HRESULT StopAt(REFERENCE_TIME stop);
+    /// Continues at another rate.
+    [[nodiscard]] HRESULT SetPlaybackRate(double rate);
 
   protected:
     FootageSource(LPUNKNOWN outer, REFCLSID clsid);
 
     /// Opens a file by its bytes, as Load does. `path` is where others of its clip may be; empty
-    /// for none. Sets `*reason` to why it is refused, in words where there are any.
-    [[nodiscard]] HRESULT OpenBytes(std::unique_ptr<ByteSource> bytes, const std::wstring& path,
-                                    std::string* reason);
+    /// for none.
+    [[nodiscard]] HRESULT OpenBytes(std::unique_ptr<ByteSource> bytes, std::wstring path);
     /// Whether to deliver the streams of a file that was opened.
     [[nodiscard]] virtual HRESULT Accept(const FootageFile&) const { return S_OK; }
-    void ReportUnsupported();
 
     CCritSec lock_;
 
   private:
-    /// A file, and the thread that reads it.
-    struct Part {
-        std::unique_ptr<FootageFile> file;
-        std::unique_ptr<ReadAhead> packets;
-    };
-
-    SourcePin* AudioPin(long index) override;
-    void SetSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate);
-    [[nodiscard]] HRESULT OpenFile(const wchar_t* path);
+    void ReportUnsupported();
+    SourcePin* AudioPin(long index);
+    void SetSegment(const Segment& segment);
     [[nodiscard]] HRESULT OpenWithProgress(FootageFile* file,
                                            std::unique_ptr<ByteSource> bytes) noexcept;
     [[nodiscard]] HRESULT StartStreaming();
@@ -94,18 +101,15 @@ class FootageSource : public CBaseFilter,
     void FinishStreaming();
     [[nodiscard]] HRESULT Flush();
 
-    /// The innermost lock, of the pins and the segment. Downstream asks for them from a streaming
-    /// thread, while the thread that holds the filter's lock may wait for that very thread.
+    /// The innermost lock, of what it precedes. Downstream asks for them from a streaming thread,
+    /// while the thread that holds the filter's lock may wait for that very thread.
     CCritSec stateLock_;
-    CCritSec progressLock_;           ///< of the next three
-    FootageFile* opening_ = nullptr;  ///< by Load, in another thread
-    bool aborted_ = false;            ///< by AbortOperation
-    LONGLONG openSize_ = -1;          ///< of the open file, in bytes
-    std::wstring path_;
-    std::vector<Part> parts_;  ///< of the footage; the first has the pictures
-    REFERENCE_TIME duration_ = 0;
+    FootageFile* opening_ = nullptr;                 ///< by Load, in another thread
+    std::vector<std::unique_ptr<ReadAhead>> parts_;  ///< files; the first has the pictures
     std::vector<std::unique_ptr<SourcePin>> pins_;
     Segment segment_;
+    std::wstring path_;
+    REFERENCE_TIME duration_ = 0;
     std::vector<const void*> pinsThatSought_;  ///< the pins that asked for this segment
 };
 

@@ -9,6 +9,7 @@
 #include "source/failures.h"
 #include "source/media_types.h"
 #include "source/sample_clock.h"
+#include "source/source_filter.h"
 
 namespace nyx::source {
 namespace {
@@ -29,12 +30,30 @@ std::int64_t FramesBefore(REFERENCE_TIME time, AVRational clock) {
     return TickAt(time - 1, clock) + 1;
 }
 
+/// Whether two formats of a stream agree in what may change in its course: the system of DV, the
+/// rate of audio.
+bool IsSameFormat(const StreamFormat& a, const StreamFormat& b) {
+    return a.video ? a.video->fourcc == b.video->fourcc && a.video->width == b.video->width &&
+                         a.video->height == b.video->height
+                   : a.audio.rate == b.audio.rate;
+}
+
+/// The format of a video stream that continues in another system of DV.
+StreamFormat WithSystem(const StreamFormat& stream, const AVDVProfile& system) {
+    StreamFormat changed = stream;
+    changed.video->fourcc = DvFourCC(system);
+    changed.video->width = system.width;
+    changed.video->height = system.height;
+    changed.video->rate = av_inv_q(system.time_base);
+    return changed;
+}
+
 }  // namespace
 
-SourcePin::SourcePin(CBaseFilter* filter, Seekable* seekable, CCritSec* lock, HRESULT* result,
-                     const wchar_t* name, PinSources sources, AVRational rate)
+SourcePin::SourcePin(FootageSource* filter, CCritSec* lock, HRESULT* result, const wchar_t* name,
+                     PinSources sources, AVRational rate)
     : CBaseOutputPin(filter, lock, result, name),
-      PinSeeking(seekable, rate),
+      PinSeeking(filter, rate),
       format_(FormatOf(sources)),
       sources_(std::move(sources)) {}
 
@@ -64,24 +83,18 @@ HRESULT SourcePin::GetMediaType(int position, CMediaType* type) {
 HRESULT SourcePin::CompleteConnect(IPin* peer) {
     typePosition_ = m_mt.formattype == FORMAT_VideoInfo ? 1 : 0;
     try {
-        formats_ = {format_};
+        deliveredFormat_ = std::make_shared<const StreamFormat>(format_);
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
     }
-    deliveredFormat_ = &formats_.front();
     return CBaseOutputPin::CompleteConnect(peer);
 }
 
 ALLOCATOR_PROPERTIES SourcePin::Buffers() const {
-    if (format_.video) {
-        return {.cBuffers = kVideoBuffers,
-                .cbBuffer = static_cast<long>(format_.video->largestPacket),
-                .cbAlign = 1,
-                .cbPrefix = 0};
-    }
-    const int frames = format_.audio.rate / kAudioBuffersPerSecond + 1;
-    return {.cBuffers = kAudioBuffers,
-            .cbBuffer = long{frames} * format_.audio.deliveredFrame(),
+    const long run = format_.audio.rate / kAudioBuffersPerSecond + 1;
+    return {.cBuffers = format_.video ? kVideoBuffers : kAudioBuffers,
+            .cbBuffer = format_.video ? static_cast<long>(format_.video->largestPacket)
+                                      : run * format_.audio.deliveredFrame(),
             .cbAlign = 1,
             .cbPrefix = 0};
 }
@@ -118,17 +131,16 @@ HRESULT SourcePin::StartThreads(const Segment& segment, REFERENCE_TIME cut) noex
 }
 
 void SourcePin::JoinThreads() {
-    for (Thread* thread : {&delivering_, &filling_}) {
-        if (thread->joinable()) {
-            thread->join();
-        }
-    }
+    delivering_.join();
+    filling_.join();
 }
 
 void SourcePin::FillSamples() noexcept {
     HRESULT result = S_OK;
     try {
-        PinPackets packets(sources_);
+        PinPackets packets(sources_, [this](std::size_t source, Packet* packet) {
+            return sources_[source].packets->Pop(sources_[source].stream, packet);
+        });
         while (result == S_OK) {
             Packet packet;
             result = packets.Pop(&packet);
@@ -204,10 +216,8 @@ HRESULT SourcePin::DeliverOne(const FilledSample& filled) {
 }
 
 REFERENCE_TIME SourcePin::ToSegment(REFERENCE_TIME time) const {
-    const REFERENCE_TIME offset = Difference(time, segment_.start);
-    return segment_.rate == 1.0
-               ? offset
-               : static_cast<REFERENCE_TIME>(static_cast<double>(offset) / segment_.rate);
+    const auto offset = static_cast<double>(Difference(time, segment_.start));
+    return static_cast<REFERENCE_TIME>(offset / segment_.rate);
 }
 
 /// Queues a sample that `fill` writes. Its times are those in the file.
@@ -253,19 +263,14 @@ bool SourcePin::Accepts(const AVDVProfile& system) const {
 
 /// Continues in a format that may differ from the one before; false if downstream refuses it.
 bool SourcePin::SwitchTo(const StreamFormat& format) {
-    const auto same = [&format](const StreamFormat& one) { return IsSameFormat(one, format); };
-    if (same(*filledFormat_)) {
+    if (IsSameFormat(*filledFormat_, format)) {
         return true;
     }
-    if (refused_ && same(*refused_)) {
-        return false;
-    }
-    if (!IsAccepted(format)) {
+    if ((refused_ && IsSameFormat(*refused_, format)) || !IsAccepted(format)) {
         refused_ = format;
         return false;
     }
-    auto known = std::find_if(formats_.begin(), formats_.end(), same);
-    filledFormat_ = &*(known != formats_.end() ? known : formats_.insert(known, format));
+    filledFormat_ = std::make_shared<const StreamFormat>(format);
     return true;
 }
 
@@ -273,9 +278,9 @@ HRESULT SourcePin::PushPicture(const Packet& packet) {
     if (packet.system && !SwitchTo(WithSystem(format_, *packet.system))) {
         return VFW_E_TYPE_NOT_ACCEPTED;
     }
-    const FootageFile* file = sources_.front().file;
+    const FootageFile& file = sources_.front().packets->file();
     return PushSample(packet.start, packet.stop, static_cast<std::int64_t>(packet.size()),
-                      [&](BYTE* to) { return file->Copy(packet, to); });
+                      [&](BYTE* to) { return file.Copy(packet, to); });
 }
 
 HRESULT SourcePin::PushAudio(const Packet& packet) {

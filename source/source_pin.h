@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <atomic>
-#include <list>
 #include <optional>
 
 #include "baseclasses/streams.h"
 #include "platform/thread.h"
 #include "source/pin_packets.h"
+#include "source/read_ahead.h"
 #include "source/sample_queue.h"
 #include "source/seeking.h"
 
@@ -20,8 +20,8 @@ class SourcePin final : public CBaseOutputPin, public PinSeeking {
   public:
     /// Delivers the packets of `sources`, which outlive its threads. `rate` is the rate of the
     /// file's video. Sets `*result` to a failure when there is no memory.
-    SourcePin(CBaseFilter* filter, Seekable* seekable, CCritSec* lock, HRESULT* result,
-              const wchar_t* name, PinSources sources, AVRational rate);
+    SourcePin(FootageSource* filter, CCritSec* lock, HRESULT* result, const wchar_t* name,
+              PinSources sources, AVRational rate);
     ~SourcePin() override { JoinThreads(); }
 
     DECLARE_IUNKNOWN
@@ -53,10 +53,10 @@ class SourcePin final : public CBaseOutputPin, public PinSeeking {
     bool isAudible() const { return audible_; }
     void SetAudible(bool audible) { audible_ = audible; }
 
-    /// Begins to deliver, as a new segment. It ends at `cut` at the latest,
-    /// where pictures follow that downstream does not accept; there the pin of the pictures sends
-    /// EC_STREAM_ERROR_STOPPED with VFW_E_TYPE_NOT_ACCEPTED and the place in the file, in
-    /// milliseconds. `E_OUTOFMEMORY` when no thread can start.
+    /// Begins to deliver, as a new segment. It ends at `cut` at the latest, where pictures follow
+    /// that downstream does not accept: there the pin of the pictures sends EC_STREAM_ERROR_STOPPED
+    /// with VFW_E_TYPE_NOT_ACCEPTED and the place, in milliseconds. `E_OUTOFMEMORY` when no thread
+    /// can start.
     [[nodiscard]] HRESULT StartThreads(const Segment& segment, REFERENCE_TIME cut) noexcept;
     /// Waits until nothing is delivered any more. Cancel the packets first, and stop downstream or
     /// begin to flush it.
@@ -81,11 +81,10 @@ class SourcePin final : public CBaseOutputPin, public PinSeeking {
     [[nodiscard]] HRESULT DeliverOne(const FilledSample& filled);
 
     const StreamFormat format_;
-    int typePosition_ = 0;                        ///< of the agreed type, in FillMediaType's list
-    std::list<StreamFormat> formats_;             ///< those that downstream has accepted
-    std::optional<StreamFormat> refused_;         ///< the one that it refused last
-    const StreamFormat* filledFormat_ = nullptr;  ///< of the sample filled last
-    const StreamFormat* deliveredFormat_ = nullptr;  ///< of the one delivered last
+    int typePosition_ = 0;                 ///< of the agreed type, in FillMediaType's list
+    std::optional<StreamFormat> refused_;  ///< the one that downstream refused last
+    std::shared_ptr<const StreamFormat> filledFormat_;     ///< of the sample filled last
+    std::shared_ptr<const StreamFormat> deliveredFormat_;  ///< of the one delivered last
     Segment segment_;
     std::atomic<REFERENCE_TIME> stop_{0};
     std::atomic<REFERENCE_TIME> position_{0};

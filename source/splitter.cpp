@@ -1,13 +1,10 @@
 #include "source/splitter.h"
 
-#include <atomic>
 #include <cstring>
-#include <cwchar>
 #include <new>
 
-#include "platform/class_ids.h"
 #include "platform/com.h"
-#include "platform/fourcc.h"
+#include "platform/decoders.h"
 #include "source/failures.h"
 
 namespace nyx::source {
@@ -24,11 +21,7 @@ class ReaderBytes final : public ByteSource {
         const auto count =
             static_cast<LONG>(std::min<std::int64_t>(left, static_cast<std::int64_t>(to.size())));
         const HRESULT read = count > 0 ? reader_->SyncRead(position, count, to.data()) : S_OK;
-        if (SUCCEEDED(read)) {
-            return count;
-        }
-        failure_ = read;
-        return -1;
+        return SUCCEEDED(read) ? count : Fail(read);
     }
     std::int64_t Size() noexcept override {
         LONGLONG total = 0, available = 0;
@@ -37,16 +30,16 @@ class ReaderBytes final : public ByteSource {
     std::int64_t Milliseconds() noexcept override {
         return static_cast<std::int64_t>(GetTickCount64());
     }
-    HRESULT failure() const noexcept override { return failure_; }
 
   private:
     const ComPtr<IAsyncReader> reader_;
-    std::atomic<HRESULT> failure_{S_OK};
 };
 
 bool Has(const BYTE* at, const char (&code)[5]) {
     return std::memcmp(at, code, 4) == 0;
 }
+
+}  // namespace
 
 bool IsAvi(const BYTE* first) {
     return Has(first, "RIFF") && Has(first + 8, "AVI ");
@@ -63,34 +56,10 @@ bool IsRaw(const BYTE* first) {
     return std::memcmp(first, "\x1F\x07\0", 3) == 0 || std::memcmp(first, "\0\0\1\xB3", 4) == 0;
 }
 
-/// The decoder of each code that a pin of pictures has.
-constexpr struct {
-    DWORD fourcc;
-    const CLSID& clsid;
-} kDecoders[] = {
-    {FourCC("QDVC"), CLSID_NyxDv25Decoder},     {FourCC("QDV5"), CLSID_NyxDv50Decoder},
-    {FourCC("QDVH"), CLSID_NyxDvHdDecoder},     {FourCC("QZTA"), CLSID_NyxZetaDecoder},
-    {FourCC("QLLC"), CLSID_NyxLosslessDecoder}, {FourCC("QMIC"), CLSID_NyxMpegIntraDecoder},
-    {FourCC("QZT2"), CLSID_NyxZeta2Decoder},    {FourCC("Q210"), CLSID_NyxTenBitDecoder},
-};
-
-}  // namespace
-
-const SplitterKind kAviSplitter = {CLSID_NyxAviSplitter, IsAvi};
-const SplitterKind kMovSplitter = {CLSID_NyxMovSplitter, IsMov};
-const SplitterKind kRawSplitter = {CLSID_NyxRawSplitter, IsRaw};
-
 HRESULT STDMETHODCALLTYPE FootageSplitter::NonDelegatingQueryInterface(REFIID iid, void** object) {
     return iid == IID_IFileSourceFilter || iid == IID_IAMFilterMiscFlags
                ? CBaseFilter::NonDelegatingQueryInterface(iid, object)
                : FootageSource::NonDelegatingQueryInterface(iid, object);
-}
-
-HRESULT STDMETHODCALLTYPE FootageSplitter::FindPin(LPCWSTR id, IPin** pin) {
-    if (id && pin && std::wcscmp(id, input_.Name()) == 0) {
-        return GetInterface(static_cast<IPin*>(&input_), reinterpret_cast<void**>(pin));
-    }
-    return FootageSource::FindPin(id, pin);
 }
 
 /// Opens what a reader reads, once; then only the same reader may be connected again.
@@ -101,13 +70,11 @@ HRESULT FootageSplitter::Attach(const ComPtr<IAsyncReader>& reader) noexcept {
     try {
         auto bytes = std::make_unique<ReaderBytes>(reader);
         BYTE first[12] = {};
-        if (bytes->ReadAt(0, first) != sizeof(first) || !kind_.matches(first)) {
+        if (bytes->ReadAt(0, first) != sizeof(first) || !matches_(first)) {
             return VFW_E_TYPE_NOT_ACCEPTED;
         }
-        std::string reason;
-        const HRESULT result = OpenBytes(std::move(bytes), L"", &reason);
+        const HRESULT result = OpenBytes(std::move(bytes), L"");
         attached_ = SUCCEEDED(result) ? reader.Get() : nullptr;
-        ReportUnsupported();
         return result;
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
@@ -116,15 +83,12 @@ HRESULT FootageSplitter::Attach(const ComPtr<IAsyncReader>& reader) noexcept {
 
 HRESULT FootageSplitter::Accept(const FootageFile& file) const {
     const auto& video = file.streams().front().video;
-    for (const auto& [fourcc, clsid] : kDecoders) {
-        ComPtr<IUnknown> decoder;
-        if (video && video->fourcc == fourcc &&
-            SUCCEEDED(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown,
-                                       reinterpret_cast<void**>(decoder.GetAddressOf())))) {
-            return S_OK;
-        }
-    }
-    return kUnsupportedStream;
+    const CLSID* decoder = video ? DecoderOf(video->fourcc) : nullptr;
+    ComPtr<IUnknown> made;
+    return decoder && SUCCEEDED(CoCreateInstance(*decoder, nullptr, CLSCTX_INPROC_SERVER,
+                                                 IID_PPV_ARGS(&made)))
+               ? S_OK
+               : kUnsupportedStream;
 }
 
 }  // namespace nyx::source

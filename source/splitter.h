@@ -4,35 +4,26 @@
 
 namespace nyx::source {
 
-constexpr wchar_t kAviSplitterName[] = L"Nyx AVI Footage Splitter";
-constexpr wchar_t kMovSplitterName[] = L"Nyx MOV Footage Splitter";
-constexpr wchar_t kRawSplitterName[] = L"Nyx Raw Footage Splitter";
-
-/// A kind of file that the system's reader delivers and a splitter may take.
-struct SplitterKind {
-    const CLSID& clsid;
-    /// Whether a file with these first bytes may be one.
-    bool (*matches)(const BYTE* first12);
-};
-extern const SplitterKind kAviSplitter;
-extern const SplitterKind kMovSplitter;
-extern const SplitterKind kRawSplitter;  ///< DV and MPEG-2
+/// Whether a file with these first 12 bytes may be AVI, MOV, or raw DV or MPEG-2.
+bool IsAvi(const BYTE* first);
+bool IsMov(const BYTE* first);
+bool IsRaw(const BYTE* first);
 
 /// Plays footage that another filter reads: the same pins as FootageSource, made when its input is
 /// connected to an `IAsyncReader`. It refuses a file without pictures for a decoder that can be
 /// created, so that the graph builder goes on to the filter that would play the file without it.
 class FootageSplitter final : public FootageSource {
   public:
-    /// For the class factory, as FootageSource::Create.
-    template <const SplitterKind& kind>
+    /// For the class factory, as FootageSource::Create: a class for the files that `matches`
+    /// allows.
+    template <const CLSID& clsid, bool (*matches)(const BYTE*)>
     static CUnknown* CALLBACK Create(LPUNKNOWN outer, HRESULT* result) {
-        return new (std::nothrow) FootageSplitter(outer, kind, result);
+        return new (std::nothrow) FootageSplitter(outer, clsid, matches, result);
     }
 
     HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID iid, void** object) override;
     int GetPinCount() override { return FootageSource::GetPinCount() + 1; }
     CBasePin* GetPin(int n) override { return n == 0 ? &input_ : FootageSource::GetPin(n - 1); }
-    HRESULT STDMETHODCALLTYPE FindPin(LPCWSTR id, IPin** pin) override;
 
   private:
     class InputPin final : public CBasePin {
@@ -58,13 +49,13 @@ class FootageSplitter final : public FootageSource {
         FootageSplitter* const filter_;
     };
 
-    FootageSplitter(LPUNKNOWN outer, const SplitterKind& kind, HRESULT* result)
-        : FootageSource(outer, kind.clsid), kind_(kind), input_(this, &lock_, result) {}
+    FootageSplitter(LPUNKNOWN outer, REFCLSID clsid, bool (*matches)(const BYTE*), HRESULT* result)
+        : FootageSource(outer, clsid), matches_(matches), input_(this, &lock_, result) {}
 
     [[nodiscard]] HRESULT Attach(const ComPtr<IAsyncReader>& reader) noexcept;
     [[nodiscard]] HRESULT Accept(const FootageFile& file) const override;
 
-    const SplitterKind& kind_;
+    bool (*const matches_)(const BYTE* first12);
     InputPin input_;
     const IAsyncReader* attached_ = nullptr;  ///< which the open file reads, until the end
 };

@@ -27,17 +27,6 @@ ByteSpan BytesOf(const AVPacket& packet) {
     return {packet.data, static_cast<std::size_t>(packet.size)};
 }
 
-AVFieldOrder FieldsOfDv(int height) {
-    switch (height) {
-        case 720:
-            return AV_FIELD_PROGRESSIVE;
-        case 1080:
-            return AV_FIELD_TT;
-        default:
-            return AV_FIELD_BB;
-    }
-}
-
 bool DescribeDv(const AVPacket& frame, VideoFormat* format) {
     const AVDVProfile* profile =
         av_dv_frame_profile(nullptr, frame.data, static_cast<unsigned>(frame.size));
@@ -55,7 +44,9 @@ bool DescribeDv(const AVPacket& frame, VideoFormat* format) {
         format->aspect = wide ? AVRational{16, 9} : AVRational{4, 3};
     }
     if (format->fields == AV_FIELD_UNKNOWN) {
-        format->fields = FieldsOfDv(height);
+        format->fields = height == 720    ? AV_FIELD_PROGRESSIVE
+                         : height == 1080 ? AV_FIELD_TT
+                                          : AV_FIELD_BB;
     }
     return format->fourcc != 0;
 }
@@ -144,30 +135,9 @@ bool IsInspected(const AVStream* stream) {
 
 }  // namespace
 
-bool IsSameFormat(const StreamFormat& a, const StreamFormat& b) {
-    return a.video ? a.video->fourcc == b.video->fourcc && a.video->width == b.video->width &&
-                         a.video->height == b.video->height
-                   : a.audio.rate == b.audio.rate;
-}
-
-StreamFormat WithSystem(const StreamFormat& stream, const AVDVProfile& system) {
-    StreamFormat changed = stream;
-    changed.video->fourcc = DvFourCC(system);
-    changed.video->width = system.width;
-    changed.video->height = system.height;
-    changed.video->rate = av_inv_q(system.time_base);
-    return changed;
-}
-
 std::int64_t FrameTicks(const StreamFormat& stream) {
     const AVRational frame = av_inv_q(stream.video->rate);
     return std::max<std::int64_t>(av_rescale_q(1, frame, stream.timeBase), 1);
-}
-
-bool CarriesDvAudio(const AVFormatContext& file, const AVStream& stream) {
-    const std::string_view kind = ContainerOf(file);
-    const bool untagged = stream.codecpar->codec_tag == 0;
-    return IsDvTrack(&stream) || kind == kRawDv || (kind == kAvi && untagged);
 }
 
 bool CountsTicks(const AVFormatContext& file) {
@@ -232,7 +202,9 @@ HRESULT DescribeVideo(AVFormatContext* file, AVStream* stream, const Packets& se
     return Measure(stream, format) ? S_OK : kUnsupportedVideo;
 }
 
-bool DescribeAudio(const AVCodecParameters& parameters, AudioFormat* format) {
+bool DescribeAudio(const AVFormatContext& file, const AVStream& stream, AudioFormat* format) {
+    const AVCodecParameters& parameters = *stream.codecpar;
+    const std::string_view kind = ContainerOf(file);
     const std::optional<PcmFormat> pcm = PcmFormatOf(parameters.codec_id);
     const AVChannelLayout& layout = parameters.ch_layout;
     if (!pcm || layout.nb_channels <= 0 || layout.nb_channels > kMaxChannels ||
@@ -240,6 +212,8 @@ bool DescribeAudio(const AVCodecParameters& parameters, AudioFormat* format) {
         return false;
     }
     *format = {.pcm = *pcm, .rate = parameters.sample_rate, .channels = layout.nb_channels};
+    format->inDv =
+        IsDvTrack(&stream) || kind == kRawDv || (kind == kAvi && parameters.codec_tag == 0);
     if (layout.order == AV_CHANNEL_ORDER_NATIVE && layout.u.mask >> 18 == 0) {
         format->channelMask = static_cast<DWORD>(layout.u.mask);
     } else if (layout.nb_channels <= 2) {

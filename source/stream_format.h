@@ -45,13 +45,6 @@ struct StreamFormat {
     AudioFormat audio{};  ///< of a stream without video
 };
 
-/// Whether two formats of a stream agree in what may change in its course: the system of DV, the
-/// rate of audio.
-bool IsSameFormat(const StreamFormat& a, const StreamFormat& b);
-
-/// The format of a video stream that continues in another system of DV.
-StreamFormat WithSystem(const StreamFormat& stream, const AVDVProfile& system);
-
 /// How long a picture lasts, in ticks of the stream's time base; at least one.
 std::int64_t FrameTicks(const StreamFormat& stream);
 
@@ -67,12 +60,9 @@ std::size_t FramesToSee(const AVCodecParameters& parameters);
 [[nodiscard]] HRESULT DescribeVideo(AVFormatContext* file, AVStream* stream, const Packets& seen,
                                     VideoFormat* format);
 
-/// True for a stream of audio that libavformat extracts from frames of DV.
-bool CarriesDvAudio(const AVFormatContext& file, const AVStream& stream);
-
 /// Describes an audio stream; false when it is compressed, or its channels or rate are out of
 /// range.
-bool DescribeAudio(const AVCodecParameters& parameters, AudioFormat* format);
+bool DescribeAudio(const AVFormatContext& file, const AVStream& stream, AudioFormat* format);
 
 /// Containers, by the names of libavformat's demuxers.
 constexpr std::string_view kAvi = "avi";  ///< repeats a picture by a tick of its own without bytes

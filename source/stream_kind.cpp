@@ -1,5 +1,6 @@
 #include "source/stream_kind.h"
 
+#include <algorithm>
 #include <iterator>
 
 #include "media/dv_signals.h"
@@ -24,10 +25,8 @@ Coding CodingOf(const AVCodecParameters& parameters) {
     if (parameters.codec_type != AVMEDIA_TYPE_VIDEO) {
         return Coding::kOther;
     }
-    for (const DWORD tag : kTags) {
-        if (tag == parameters.codec_tag) {
-            return Coding::kTagged;
-        }
+    if (std::ranges::find(kTags, parameters.codec_tag) != std::end(kTags)) {
+        return Coding::kTagged;
     }
     switch (parameters.codec_id) {
         case AV_CODEC_ID_DVVIDEO:

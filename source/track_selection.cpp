@@ -1,11 +1,12 @@
-#include "source/track_selection.h"
+/// @file
+/// FootageSource's tracks of audio.
 
 #include "platform/com.h"
-#include "source/source_pin.h"
+#include "source/source_filter.h"
 
 namespace nyx::source {
 
-HRESULT STDMETHODCALLTYPE TrackSelection::Count(DWORD* count) {
+HRESULT STDMETHODCALLTYPE FootageSource::Count(DWORD* count) {
     CheckPointer(count, E_POINTER);
     for (*count = 0; AudioPin(static_cast<long>(*count));) {
         ++*count;
@@ -13,9 +14,9 @@ HRESULT STDMETHODCALLTYPE TrackSelection::Count(DWORD* count) {
     return S_OK;
 }
 
-HRESULT STDMETHODCALLTYPE TrackSelection::Info(long index, AM_MEDIA_TYPE** type, DWORD* flags,
-                                               LCID* language, DWORD* group, LPWSTR* name,
-                                               IUnknown** object, IUnknown** unknown) {
+HRESULT STDMETHODCALLTYPE FootageSource::Info(long index, AM_MEDIA_TYPE** type, DWORD* flags,
+                                              LCID* language, DWORD* group, LPWSTR* name,
+                                              IUnknown** object, IUnknown** unknown) {
     constexpr DWORD kAudioGroup = 1;  // hosts expect pictures in group 0
     SourcePin* pin = AudioPin(index);
     if (!pin) {
@@ -48,15 +49,13 @@ HRESULT STDMETHODCALLTYPE TrackSelection::Info(long index, AM_MEDIA_TYPE** type,
     return object ? GetInterface(static_cast<IPin*>(pin), reinterpret_cast<void**>(object)) : S_OK;
 }
 
-HRESULT STDMETHODCALLTYPE TrackSelection::Enable(long index, DWORD flags) {
+HRESULT STDMETHODCALLTYPE FootageSource::Enable(long index, DWORD flags) {
     if (!AudioPin(index) || flags > AMSTREAMSELECTENABLE_ENABLEALL) {
         return E_INVALIDARG;
     }
-    long at = 0;
-    while (SourcePin* pin = AudioPin(at)) {
+    for (long at = 0; SourcePin* pin = AudioPin(at); ++at) {
         const bool chosen = flags == AMSTREAMSELECTENABLE_ENABLE && at == index;
         pin->SetAudible(chosen || flags == AMSTREAMSELECTENABLE_ENABLEALL);
-        ++at;
     }
     return S_OK;
 }

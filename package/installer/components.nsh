@@ -21,6 +21,8 @@ SectionGroup /e "Footage source" GroupSource
   SectionEnd
   Section "Open MOV files of DV, DVCPRO and v210 with it" SecMov
   SectionEnd
+  Section /o "Join mono tracks into stereo pairs" SecPairs
+  SectionEnd
 SectionGroupEnd
 
 SectionGroup /e "Open engines" GroupEngines
@@ -49,8 +51,9 @@ SectionEnd
   !insertmacro MUI_DESCRIPTION_TEXT ${SecGxf} "Programs open GXF files with the source filter, unless another filter is registered for them."
   !insertmacro MUI_DESCRIPTION_TEXT ${SecAvi} "Only AVI files whose video these decoders play; other AVI files are not affected."
   !insertmacro MUI_DESCRIPTION_TEXT ${SecDvFiles} "Programs open .dv, .dif and .m2v files with it, unless another source is registered for them."
-  !insertmacro MUI_DESCRIPTION_TEXT ${SecAviDv} "Programs open these files with it before the system's own splitter. Other AVI files, and all where another source is registered, are not affected."
-  !insertmacro MUI_DESCRIPTION_TEXT ${SecMov} "Programs open these files with it before the system's own splitter. Other MOV files, and all where another source is registered, are not affected."
+  !insertmacro MUI_DESCRIPTION_TEXT ${SecAviDv} "Before the system's own splitter. Other AVI files, and all where another source is registered, are not affected."
+  !insertmacro MUI_DESCRIPTION_TEXT ${SecMov} "Before the system's own splitter. Other MOV files, and all where another source is registered, are not affected."
+  !insertmacro MUI_DESCRIPTION_TEXT ${SecPairs} "Two mono tracks that follow each other play as left and right: a setting of the user who installs."
   !insertmacro MUI_DESCRIPTION_TEXT ${GroupEngines} "Open engines, built on libavcodec, for the formats that are public standards. An engine on the search path takes precedence."
   !insertmacro MUI_DESCRIPTION_TEXT ${SecDv} "$DvText"
   !insertmacro MUI_DESCRIPTION_TEXT ${SecMpeg} "$MpegText"
@@ -88,6 +91,7 @@ SectionEnd
   !insertmacro ${DO} ${SecDvFiles} dv dv
   !insertmacro ${DO} ${SecAviDv} avi-dv avi-dv
   !insertmacro ${DO} ${SecMov} mov mov
+  !insertmacro ${DO} ${SecPairs} pair-mono pair-mono
   !insertmacro ${DO} ${SecDv} rkdvh engines
   !insertmacro ${DO} ${SecMpeg} rkm2vi01 engines
   !insertmacro ${DO} ${SecHost} host tools
@@ -119,16 +123,13 @@ SectionEnd
   ${EndIf}
 !macroend
 
-; File types need the source filter; the search path needs nyxhost.
+; The other boxes of its group need the source filter; the search path needs nyxhost.
 !macro CheckRequired
-  ${If} ${SectionIsSelected} ${SecMxf}
-  ${OrIf} ${SectionIsSelected} ${SecGxf}
-  ${OrIf} ${SectionIsSelected} ${SecAvi}
-  ${OrIf} ${SectionIsSelected} ${SecDvFiles}
-  ${OrIf} ${SectionIsSelected} ${SecAviDv}
-  ${OrIf} ${SectionIsSelected} ${SecMov}
-    !insertmacro SelectSection ${SecSource}
-  ${EndIf}
+  ${For} $R2 ${SecMxf} ${SecPairs}
+    ${If} ${SectionIsSelected} $R2
+      !insertmacro SelectSection ${SecSource}
+    ${EndIf}
+  ${Next}
   ${If} ${SectionIsSelected} ${SecPath}
     !insertmacro SelectSection ${SecHost}
   ${EndIf}
@@ -138,12 +139,9 @@ SectionEnd
 Function .onSelChange
   ${If} $0 = ${SecSource}
   ${AndIfNot} ${SectionIsSelected} ${SecSource}
-    !insertmacro UnselectSection ${SecMxf}
-    !insertmacro UnselectSection ${SecGxf}
-    !insertmacro UnselectSection ${SecAvi}
-    !insertmacro UnselectSection ${SecDvFiles}
-    !insertmacro UnselectSection ${SecAviDv}
-    !insertmacro UnselectSection ${SecMov}
+    ${For} $R2 ${SecMxf} ${SecPairs}
+      !insertmacro UnselectSection $R2
+    ${Next}
   ${ElseIf} $0 = ${SecHost}
   ${AndIfNot} ${SectionIsSelected} ${SecHost}
     !insertmacro UnselectSection ${SecPath}

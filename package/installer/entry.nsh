@@ -37,6 +37,18 @@
   RMDir "${MENU}"
 !macroend
 
+; Removes the setting of a box that is in the list COMPONENTS, with the keys that are empty then.
+!define SETTINGS "Software\Veltro\Source"
+!macro ClearPairs COMPONENTS
+  ClearErrors
+  ${WordFind} "${COMPONENTS}" ",pair-mono," "E+1{" $R2
+  ${IfNot} ${Errors}
+    DeleteRegValue HKCU "${SETTINGS}" pair_mono
+    DeleteRegKey /ifempty HKCU "${SETTINGS}"
+    DeleteRegKey /ifempty HKCU "Software\Veltro"
+  ${EndIf}
+!macroend
+
 ; VERB is add or remove. Search paths exceed NSIS's strings, so a program changes them.
 !macro ChangePath VERB FOLDER
   InitPluginsDir

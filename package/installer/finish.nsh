@@ -52,6 +52,11 @@ Section "-Finish"
   ${If} ${SectionIsSelected} ${SecHost}
     !insertmacro WriteMenu
   ${EndIf}
+  ${If} ${SectionIsSelected} ${SecPairs}
+    WriteRegDWORD HKCU "${SETTINGS}" pair_mono 1
+  ${Else}
+    !insertmacro ClearPairs $OldComponents
+  ${EndIf}
   ${If} $OldFolder != ""
     !insertmacro ChangePath remove $OldFolder
   ${EndIf}

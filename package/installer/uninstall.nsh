@@ -16,6 +16,8 @@ Section Uninstall
   ${ForEachSize} "UnregisterAll $INSTDIR"
   SetShellVarContext all
   !insertmacro ClearMenu
+  ReadRegStr $0 HKLM "${ENTRY}" Components
+  !insertmacro ClearPairs $0
   !insertmacro ChangePath remove $INSTDIR
   ${ForEachFile} "Clear $INSTDIR"
   DeleteRegKey HKLM "${ENTRY}"

@@ -262,10 +262,10 @@ beside_closed_engines() { # and moved
     installed=$drive/Nyx
 }
 by_choice() {
-    check "the installer" ends 0 by_line 'whole.exe /S /COMPONENTS=gxf,path /LOG="C:\log of it.txt" /D=C:\Nyx two'
+    check "the installer" ends 0 by_line 'whole.exe /S /COMPONENTS=gxf,path,pair-mono /LOG="C:\log of it.txt" /D=C:\Nyx two'
     installed="$drive/Nyx two"
     ask iconv -f utf-16 -t utf-8 "$drive/log of it.txt"
-    check "the log" says 'Folder: C:\Nyx two; present installation: C:\Nyx' "Components: ,source,gxf,host,path," Installed.
+    check "the log" says 'Folder: C:\Nyx two; present installation: C:\Nyx' "Components: ,source,gxf,pair-mono,host,path," Installed.
     rm "$drive/log of it.txt"
     check "the files of the choice" test "$(cd "$installed" && find * -name '*.[de][lx][le]' | sort | xargs)" = \
         "nyxcodecs.dll nyxhost.exe nyxsource.dll uninstall.exe x64/nyxcodecs.dll x64/nyxhost.exe x64/nyxsource.dll"
@@ -276,10 +276,13 @@ by_choice() {
     check "nyxhost on the search path" says "nyxhost $version"
     check "the installer" ends 0 by_line 'whole.exe /S /COMPONENTS=decoders,engines,tools'
     opens ""
+    check "no setting" ends 1 wine reg query 'HKCU\Software\Veltro\Source'
     check "no source" test -z "$(find "$installed" -name nyxsource.dll)"
     ask by_line 'nyxhost --version'
     check "nyxhost no longer" test "${said/nyxhost $version/}" = "$said"
-    check "the installer" ends 0 by_line 'whole.exe /S /COMPONENTS=source,mxf,avi,dv,engines,tools,path'
+    check "the installer" ends 0 by_line 'whole.exe /S /COMPONENTS=pair-mono,mxf,avi,dv,engines,tools,path'
+    ask wine reg query 'HKCU\Software\Veltro\Source'
+    check "pairs of mono tracks" says "pair_mono    REG_DWORD    0x1"
     opens "1 3 1 3"
 }
 

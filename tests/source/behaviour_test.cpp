@@ -113,11 +113,21 @@ TEST_F(Source, OpeningCanBeAborted) {
 TEST_F(Source, UnloadsAfterPlayingWithoutLeaks) {
     const std::wstring path = folder.PathOf(L"copied.dll");
     ASSERT_TRUE(CopyFileW(ModulePath().c_str(), path.c_str(), TRUE));
+    const LoadedModule codecs(ProgramFolder() + L"nyxcodecs.dll");  // a splitter asks for a decoder
+    ComPtr<IUnknown> decoders;
+    DWORD cookie = 0;
+    EXPECT_EQ(codecs.GetClassObject(CLSID_NyxTenBitDecoder, IID_PPV_ARGS(&decoders)) |
+                  CoRegisterClassObject(CLSID_NyxTenBitDecoder, decoders.Get(),
+                                        CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie),
+              S_OK);
     ExpectNothingKept([&] {
         const LoadedModule module(path);
         EXPECT_EQ(FootageHost(Material("dv25.avi"), module).Play().size(), 50u);
+        EXPECT_EQ(FootageHost(Material("tagged.avi"), module, CLSID_NyxAviSplitter).Play().size(),
+                  25u);
         EXPECT_EQ(module.CanUnloadNow(), S_OK);
     });
+    EXPECT_EQ(CoRevokeClassObject(cookie), S_OK);
     EXPECT_EQ(GetModuleHandleW(path.c_str()), nullptr);
 }
 

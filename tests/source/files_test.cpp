@@ -38,6 +38,8 @@ TEST_F(Files, ARefusedFileChangesNothing) {
         {Claim("fragments.mov", "trun", 0xFFFFFF), VFW_E_INVALID_FILE_FORMAT},
         {Material("other.avi"), VFW_E_UNSUPPORTED_STREAM},
         {Material("long.mxf"), VFW_E_UNSUPPORTED_VIDEO},
+        {Material("long.mpg"), VFW_E_UNSUPPORTED_VIDEO},
+        {Material("long.ts"), VFW_E_UNSUPPORTED_VIDEO},
     };
     for (const auto& [path, result] : rows) {
         const FootageHost host(path);
@@ -176,6 +178,26 @@ TEST_F(Files, MonoTracksBecomePairsIfTheUserWantsThat) {
     EXPECT_EQ(tracks->Enable(3, 1) | tracks->Enable(0, 3), E_INVALIDARG);
 }
 
+TEST_F(Files, ATrackChosenWhileItPlaysIsHeardAloneFromThen) {
+    const FootageHost host(Material("mono.mov"));
+    const auto tracks = As<IAMStreamSelect>(host.filter);
+    host.sinks[1]->pin.onReceive = [&](IMediaSample*) { return tracks->Enable(1, 1); };
+    host.Play();
+    const std::string off = host.Received(1), on = host.Received(2), silence(48000, '\0');
+    ASSERT_TRUE(off.size() == 144000 && on.size() == 144000);
+    EXPECT_TRUE(off.substr(0, 48000) != silence && off.substr(96000) == silence);
+    EXPECT_TRUE(on.substr(96000) != silence);
+}
+
+TEST_F(Files, FourChannelsOfDvAreTwoStereoPins) {
+    const FootageHost host(Material("four.dv"));
+    ASSERT_EQ(host.pins.size(), 3u);
+    EXPECT_EQ(host.Play().size(), 15u);
+    for (const std::size_t i : {1u, 2u}) {
+        EXPECT_TRUE(host.Received(i) == ReadAll(Material("four." + std::to_string(i)))) << i;
+    }
+}
+
 TEST_F(Files, AnUnsupportedStreamIsReported) {
     EXPECT_EQ(FootageHost(Material("late.mov")).graph->Seen(),
               (std::vector<Graph::Event>{{EC_STREAM_ERROR_STOPPED, VFW_E_UNSUPPORTED_AUDIO}}));
@@ -211,10 +233,10 @@ TEST_F(Files, AReadErrorEndsEachStreamWithItsReason) {
         const std::string all = ReadAll(Material(clip));
         auto disk = std::make_unique<MemorySource>(BytesAt(all.data(), all.size()));
         MemorySource& pulled = *disk;
-        source::FootageFile file;
-        ASSERT_EQ(file.Open(std::move(disk)), S_OK);
+        auto file = std::make_unique<source::FootageFile>();
+        ASSERT_EQ(file->Open(std::move(disk)), S_OK);
         pulled.readsLeft = 3;
-        source::ReadAhead packets(&file);
+        source::ReadAhead packets(std::move(file));
         packets.Start(0, {true, true});
         for (const std::size_t stream : {0u, 1u}) {
             HRESULT result = S_OK;
@@ -223,7 +245,7 @@ TEST_F(Files, AReadErrorEndsEachStreamWithItsReason) {
                 result = packets.Pop(stream, &packet);
                 if (result == S_OK) {
                     std::vector<BYTE> copy(packet.size());
-                    result = file.Copy(packet, copy.data());
+                    result = packets.file().Copy(packet, copy.data());
                 }
             }
             EXPECT_EQ(result, MemorySource::kFailure);

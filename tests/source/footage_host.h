@@ -32,15 +32,19 @@ void WaitFor(Condition condition) {
     }
 }
 
-/// The source filter with a sink on each pin, in a stand-in graph.
+/// The source filter, or a splitter behind the system's reader, with a sink on each pin, in a
+/// stand-in graph.
 struct FootageHost {
-    explicit FootageHost(const std::wstring& path, const LoadedModule& module = Module())
-        : filter(module.Create(CLSID_NyxFootageSource)),
-          loaded(As<IFileSourceFilter>(filter)->Load(path.c_str(), nullptr)) {
+    explicit FootageHost(const std::wstring& path, const LoadedModule& module = Module(),
+                         const CLSID& clsid = CLSID_NyxFootageSource)
+        : filter(module.Create(clsid)), loaded(Load(path)) {
         filter->JoinFilterGraph(graph.Get(), L"footage");
         ComPtr<IEnumPins> all;
         filter->EnumPins(&all);
         for (ComPtr<IPin> pin; all->Next(1, &pin, nullptr) == S_OK; pin.Reset()) {
+            if (pin.Get() == feed[1].Get()) {
+                continue;
+            }
             pins.push_back(pin);
             sinks.push_back(Make<End>(PINDIR_INPUT));
             EXPECT_EQ(pin->Connect(&sinks.back()->pin, nullptr), S_OK);
@@ -51,6 +55,9 @@ struct FootageHost {
         for (std::size_t i = 0; i < pins.size(); ++i) {
             pins[i]->Disconnect();
             sinks[i]->pin.Disconnect();
+        }
+        for (const auto& pin : feed) {
+            EXPECT_TRUE(!pin || pin->Disconnect() == S_OK);
         }
         filter->JoinFilterGraph(nullptr, nullptr);
     }
@@ -80,7 +87,22 @@ struct FootageHost {
                                                           &to, AM_SEEKING_AbsolutePositioning);
     }
 
+    HRESULT Load(const std::wstring& path) {
+        if (const auto file = As<IFileSourceFilter>(filter)) {
+            return file->Load(path.c_str(), nullptr);
+        }
+        ComPtr<IFileSourceFilter> reader;
+        CoCreateInstance(CLSID_AsyncReader, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&reader));
+        ComPtr<IEnumPins> all;
+        reader->Load(path.c_str(), nullptr);
+        As<IBaseFilter>(reader)->EnumPins(&all);
+        all->Next(1, &feed[0], nullptr);
+        filter->FindPin(L"In", &feed[1]);
+        return feed[0]->Connect(feed[1].Get(), nullptr);
+    }
+
     const ComPtr<Graph> graph = Make<Graph>();
+    ComPtr<IPin> feed[2];  ///< of a splitter: the reader's pin and its own
     const ComPtr<IBaseFilter> filter;
     const HRESULT loaded;
     std::vector<ComPtr<IPin>> pins;

@@ -52,6 +52,10 @@ run -i dv25.mov "${tc[@]}" tc.gxf
 run -i dv25.dv -t 0.6 -c:v copy -ar 32000 dv32.dv
 run -i dv25.mov -t 1.001 -c:v copy -c:a pcm_s16le dv525.dv
 list dv32.dv s16le
+# Its bytes as four channels of 12 bits: the size of samples in each frame's first source pack.
+cp dv32.dv four.dv
+for ((at = 4327; at < 15 * 144000; at += 144000)); do printf '\21' | dd of=four.dv bs=1 seek=$at conv=notrunc status=none; done
+run -i four.dv -map 0:a:0 -f s16le four.1 -map 0:a:1 -f s16le four.2
 list dv525.dv s16le
 # Of type 1: the stream carries its own audio, without PCM beside it.
 run -i dv25.dv -map 0:v -c copy -tag:v dvsd type1.avi
@@ -112,7 +116,9 @@ tail -c +$((last + 1)) fragments.mov >>big.mov
 cp mpeg.m2v slow.m2v
 truncate -s 200M slow.m2v
 # Refused files.
-run -f lavfi -i testsrc2=size=320x240 -t 1 -pix_fmt yuv422p -g 12 -c:v mpeg2video long.mxf
+for kind in mxf mpg ts; do
+    run -f lavfi -i testsrc2=size=320x240 -t 1 -pix_fmt yuv422p -g 12 -c:v mpeg2video long.$kind
+done
 for kind in avi mov; do
     run -f lavfi -i testsrc2=size=320x240 -t 1 -c:v mpeg4 other.$kind
 done

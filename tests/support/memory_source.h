@@ -19,7 +19,7 @@ struct MemorySource final : source::ByteSource {
     int ReadAt(std::int64_t position, std::span<BYTE> to) noexcept override {
         if (readsLeft-- <= 0 ||
             (position <= bad && bad - position < static_cast<std::int64_t>(to.size()))) {
-            return -1;
+            return Fail(kFailure);
         }
         const ByteSpan part = Slice(data, static_cast<std::size_t>(position), to.size());
         std::copy_n(part.data(), part.size(), to.data());
@@ -27,7 +27,6 @@ struct MemorySource final : source::ByteSource {
     }
     std::int64_t Size() noexcept override { return static_cast<std::int64_t>(data.size()); }
     std::int64_t Milliseconds() noexcept override { return 0; }
-    HRESULT failure() const noexcept override { return kFailure; }
 
     const ByteSpan data;  ///< not owned
     const std::int64_t bad;
