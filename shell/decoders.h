@@ -1,0 +1,16 @@
+#pragma once
+
+#include "shell/thumbnail_picture.h"
+
+namespace nyx::shell {
+
+/// Decodes a frame by the module's codec for it, as full-range RGB whatever the user has chosen for
+/// other programs. `E_FAIL` without its engine. Behind the codecs' guard; memory that they allocate
+/// is freed again. A frame never leads to another file.
+[[nodiscard]] HRESULT DecodeByCodec(const source::VideoFormat& format, ByteSpan frame,
+                                    BYTE* pixels);
+
+/// The compression of a FourCC as people call it; "" for an unknown one.
+const wchar_t* CompressionName(DWORD fourcc);
+
+}  // namespace nyx::shell
