@@ -55,11 +55,10 @@ constexpr struct {
 }  // namespace
 
 HRESULT DecodeByCodec(const source::VideoFormat& format, ByteSpan frame, BYTE* pixels) {
-    const BITMAPINFOHEADER coded =
-        PictureHeader(format.width, format.height, static_cast<WORD>(format.bitCount),
-                      format.fourcc, static_cast<DWORD>(frame.size()));
-    const BITMAPINFOHEADER decoded =  // from the top
-        PictureHeader(format.width, -format.height, 32, BI_RGB, 0);
+    const BITMAPINFOHEADER coded = PictureHeader(format.width, format.height, format.bitCount,
+                                                 format.fourcc, static_cast<DWORD>(frame.size()));
+    // From the top; in 32 bits, not every codec uses four bytes a pixel.
+    const BITMAPINFOHEADER decoded = PictureHeader(format.width, -format.height, 24, BI_RGB, 0);
     for (const auto& coding : kCodings) {
         if (coding.fourcc == format.fourcc) {
             return coding.decode(coded, frame.data(), decoded, pixels);

@@ -2,15 +2,14 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
 
 namespace nyx::shell {
 namespace {
 
 constexpr std::size_t kColours = 3;
-constexpr std::size_t kPixelBytes = 4;
 
-/// The rows or columns that make one of the result, and their weights, whose sum is 1.
+/// The rows or columns that make one of the result, and their weights, whose sum is 1. Beyond its
+/// edges a picture is its own mirror image.
 struct Blend {
     std::size_t first = 0;
     std::vector<float> weights{};
@@ -22,15 +21,19 @@ std::vector<Blend> Blends(LONG from, LONG to) {
     const float reach = std::max(step, 1.0F);
     for (std::size_t i = 0; i < blends.size(); ++i) {
         const float centre = (static_cast<float>(i) + 0.5F) * step - 0.5F;
-        const LONG first = std::max<LONG>(std::lround(std::ceil(centre - reach)), 0);
-        const LONG last = std::min<LONG>(std::lround(std::floor(centre + reach)), from - 1);
+        const LONG first = std::lround(std::ceil(centre - reach));
+        const LONG last = std::lround(std::floor(centre + reach));
+        const LONG inside = std::max<LONG>(first, 0);
+        blends[i].first = static_cast<std::size_t>(inside);
+        blends[i].weights.resize(static_cast<std::size_t>(std::min(last, from - 1) - inside) + 1);
         float sum = 0;
         for (LONG at = first; at <= last; ++at) {
+            const LONG mirrored = at < 0 ? -at - 1 : at < from ? at : 2 * from - at - 1;
+            const LONG place = std::clamp<LONG>(mirrored, inside, std::min(last, from - 1));
             const float weight = 1 - std::abs(static_cast<float>(at) - centre) / reach;
-            blends[i].weights.push_back(weight);
+            blends[i].weights[static_cast<std::size_t>(place - inside)] += weight;
             sum += weight;
         }
-        blends[i].first = static_cast<std::size_t>(first);
         for (float& weight : blends[i].weights) {
             weight /= sum;
         }
@@ -42,11 +45,10 @@ std::vector<Blend> Blends(LONG from, LONG to) {
 
 Picture ScalePicture(const Picture& from, LONG width, LONG height) {
     const std::vector<Blend> columns = Blends(from.width, width);
-    const std::size_t rowBytes = static_cast<std::size_t>(from.width) * kPixelBytes;
+    const std::size_t rowBytes = static_cast<std::size_t>(from.width) * kColours;
     std::vector<float> row(rowBytes);
     Picture to = {width, height, {}};
-    to.pixels.reserve(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) *
-                      kPixelBytes);
+    to.pixels.reserve(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4);
     for (const Blend& rows : Blends(from.height, height)) {
         std::fill(row.begin(), row.end(), 0.0F);
         const BYTE* source = from.pixels.data() + rows.first * rowBytes;
@@ -59,10 +61,10 @@ Picture ScalePicture(const Picture& from, LONG width, LONG height) {
         for (const Blend& column : columns) {
             for (std::size_t colour = 0; colour < kColours; ++colour) {
                 float sum = 0.5F;  // rounds
-                const float* at = row.data() + column.first * kPixelBytes + colour;
+                const float* at = row.data() + column.first * kColours + colour;
                 for (const float weight : column.weights) {
                     sum += weight * *at;
-                    at += kPixelBytes;
+                    at += kColours;
                 }
                 to.pixels.push_back(static_cast<BYTE>(std::min(sum, 255.0F)));
             }

@@ -9,8 +9,8 @@
 
 namespace nyx::shell {
 
-/// Decodes a frame of a stream to the pixels of a Picture of the stream's size. A failure leaves
-/// anything there.
+/// Decodes a frame of a stream to the blue, green and red bytes of a Picture of the stream's size.
+/// A failure leaves anything there.
 using DecodeFrame = HRESULT (*)(const source::VideoFormat& format, ByteSpan frame, BYTE* pixels);
 
 /// Opens a file for TimedBytes::kMilliseconds from now. `*time` is valid as long as the file. Fails
