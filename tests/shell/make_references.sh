@@ -32,12 +32,14 @@ reference() { # FOLDER CLIP SIZE ASPECT FRAME
 of_streams() { # CLIP KIND ENTRIES: what ffprobe has for streams of a kind, v or a, a line each
     ffprobe -loglevel fatal -select_streams "$2" -show_entries "stream=$3" -of csv=p=0 "$1"
 }
-# Numbers that ffprobe has, each after its name.
+# Numbers that ffprobe has, each after its name. In two clips it counts two ticks a frame.
 properties() { # FILE CLIP SIZE
+    local ticks=1
+    [[ $2 != d10.gxf && $2 != tagged.avi ]] || ticks=2
     {
         ffprobe -loglevel error -show_entries format=duration,bit_rate -of csv=p=0 "$1" |
             awk -F , '$1 + 0 > 0 { printf "duration %.0f\nbitrate %d\n", $1 * 10000000, $2 }'
-        awk -F '[x/ ]' '{ printf "width %d\nheight %d\nrate %d\n", $1, $2, int(1000 * $3 / $4 + 0.5) }' \
+        awk -F '[x/ ]' -v ticks=$ticks '{ printf "width %d\nheight %d\nrate %d\n", $1, $2, int(1000 * $3 / $4 / ticks + 0.5) }' \
             <<<"$3 $(of_streams "$1" v r_frame_rate | head -n 1)"
         of_streams "$1" a channels,sample_rate,bits_per_sample | awk -F , '/,/ { samples = $1; channels += $2; bits = $3 }
             END { if (channels) printf "channels %d\nsamples %d\nbits %d\n", channels, samples, bits }'
