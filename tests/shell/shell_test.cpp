@@ -29,7 +29,7 @@ struct Bytes : host::Object<IStream> {
     explicit Bytes(std::string all) : bytes(std::move(all)) {}
     STDMETHODIMP Read(void* to, ULONG count, ULONG* got) override {
         ++reads;
-        memory = std::max(memory, PrivateBytes());
+        memory = memory > 0 ? std::max(memory, PrivateBytes()) : 0;
         Sleep(delay);
         if (place <= bad && bad < place + count) {
             return STG_E_READFAULT;
@@ -65,7 +65,7 @@ struct Bytes : host::Object<IStream> {
     std::size_t bad = SIZE_MAX;
     DWORD delay = 0;
     int reads = 0;
-    std::size_t memory = 0;  ///< the most that the process had at a read
+    std::size_t memory = 0;  ///< the most that the process had at a read; 0: not watched
     std::size_t place = 0;
 };
 
@@ -247,7 +247,7 @@ TEST_F(Shell, HostileFilesHaveNoPictureOrALaterOne) {
         const auto stream = Make<Bytes>(bytes);
         stream->bad = bad;
         stream->delay = delay;
-        const std::size_t before = PrivateBytes();
+        const std::size_t before = stream->memory = PrivateBytes();
         EXPECT_EQ(Thumbnail(stream).result == S_OK, picture);
         EXPECT_LE(stream->memory, before + (256 << 20));
         EXPECT_TRUE(delay == 0 || stream->reads <= 3) << stream->reads;  // 2 s, and the last one
