@@ -96,8 +96,10 @@ TABLE
 }
 
 # The system makes the keys of its categories with the first filter and keeps them.
-holds "it registers" call regsvr32 /s "$name"
-holds "it unregisters" call regsvr32 /s /u "$name"
+if [ "$name" != nyxshell.dll ]; then
+    holds "it registers" call regsvr32 /s "$name"
+    holds "it unregisters" call regsvr32 /s /u "$name"
+fi
 thumbnails='HKCR\.gxf\ShellEx\{E357FCCD-A995-4576-B01F-234630154E96}'
 properties='HKLM\Software\Microsoft\Windows\CurrentVersion\PropertySystem\PropertyHandlers\.dv'
 if [ "$name" = nyxshell.dll ]; then # another program's handlers
