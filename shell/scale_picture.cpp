@@ -21,8 +21,8 @@ std::vector<Blend> Blends(LONG from, LONG to) {
     const float reach = std::max(step, 1.0F);
     for (std::size_t i = 0; i < blends.size(); ++i) {
         const float centre = (static_cast<float>(i) + 0.5F) * step - 0.5F;
-        const LONG first = std::lround(std::ceil(centre - reach));
-        const LONG last = std::lround(std::floor(centre + reach));
+        const LONG first = static_cast<LONG>(std::ceil(centre - reach));
+        const LONG last = static_cast<LONG>(std::floor(centre + reach));
         const LONG inside = std::max<LONG>(first, 0);
         blends[i].first = static_cast<std::size_t>(inside);
         blends[i].weights.resize(static_cast<std::size_t>(std::min(last, from - 1) - inside) + 1);
