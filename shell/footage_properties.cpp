@@ -51,10 +51,12 @@ std::wstring Counted(std::int64_t count, const wchar_t* what) {
     return std::to_wstring(count) + L" " + what + (count == 1 ? L" stream" : L" streams");
 }
 
-/// "01:00:00:00, 1 video stream, 4 audio streams"; the timecode is that of the first picture.
+/// "Timecode 01:00:00:00, 1 video stream, 4 audio streams"; the timecode is that of the first
+/// picture.
 std::wstring Summary(const source::FootageFile& file) {
     const std::string timecode = file.Tag("timecode");
-    std::wstring text(timecode.begin(), timecode.end());  // ASCII: libavformat writes it
+    std::wstring text = timecode.empty() ? L"" : L"Timecode ";
+    text.append(timecode.begin(), timecode.end());  // ASCII: libavformat writes it
     const AVFormatContext& all = file.container();
     for (const auto& [kind, name] :
          {std::pair(AVMEDIA_TYPE_VIDEO, L"video"), {AVMEDIA_TYPE_AUDIO, L"audio"}}) {

@@ -194,9 +194,9 @@ TEST_F(Shell, PropertiesAreWhatFfprobeSays) {
         const char* clip;
         const wchar_t *coding, *comment;
         DWORD fourcc;
-    } texts[] = {{"tc.mxf", L"DV", L"00:00:59;20, 1 video stream", FourCC("QDVC")},
-                 {"tc.gxf", L"DV", L"00:00:59;20, 1 video stream", FourCC("QDVC")},
-                 {"tc.dv", L"DV", L"00:00:59;20, 1 video stream", FourCC("QDVC")},
+    } texts[] = {{"tc.mxf", L"DV", L"Timecode 00:00:59;20, 1 video stream", FourCC("QDVC")},
+                 {"tc.gxf", L"DV", L"Timecode 00:00:59;20, 1 video stream", FourCC("QDVC")},
+                 {"tc.dv", L"DV", L"Timecode 00:00:59;20, 1 video stream", FourCC("QDVC")},
                  {"mono.mov", L"DVCPRO50", L"1 video stream, 5 audio streams", FourCC("QDV5")}};
     for (const auto& [clip, coding, comment, fourcc] : texts) {
         const auto store = Properties(Make<Bytes>(ReadAll(Material(clip)))).second;
