@@ -1,10 +1,13 @@
 #include "shell/decoders.h"
 
-#include "codecs/lossless_codec.h"
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <type_traits>
+
+#include "baseclasses/dllentry.h"
 #include "codecs/mpeg_intra_codec.h"
 #include "codecs/ten_bit_codec.h"
-#include "codecs/zeta2_codec.h"
-#include "codecs/zeta_codec.h"
 #include "dv/dv25_codec.h"
 #include "dv/dvcpro_codecs.h"
 #include "media/video_block.h"
@@ -28,28 +31,56 @@ class FullRangeDv25 final : public FullRange<CDv25Codec> {
     }
 };
 
+struct LibraryFreer {
+    using pointer = HMODULE;
+    void operator()(HMODULE library) const noexcept { FreeLibrary(library); }
+};
+using Library = std::unique_ptr<std::remove_pointer_t<HMODULE>, LibraryFreer>;
+
+std::wstring OwnFolder() {
+    std::wstring path(MAX_PATH, L'\0');
+    path.resize(GetModuleFileNameW(g_hInst, path.data(), MAX_PATH));
+    return path.substr(0, path.rfind(L'\\') + 1);
+}
+
+/// Loads an engine from the folder beside this library, else from an absolute one of the search
+/// path. Null without one. The codecs, which ask the system for the bare name, get the library that
+/// is loaded: the system would look in the current folder too, and in a dialog that is the one with
+/// the files.
+Library LoadEngine(const wchar_t* name) {
+    Library engine(LoadLibraryW((OwnFolder() + L"engines\\" + name).c_str()));
+    std::wstring places(32767, L'\0');  // the maximum of a variable
+    places.resize(GetEnvironmentVariableW(L"PATH", places.data(), 32767));
+    for (std::size_t at = 0, end = 0; !engine && at < places.size(); at = end + 1) {
+        end = std::min(places.find(L';', at), places.size());
+        const std::wstring place = places.substr(at, end - at);
+        if (place.compare(0, 2, L"\\\\") == 0 || (place.size() > 2 && place[1] == L':')) {
+            engine.reset(LoadLibraryW((place + L"\\" + name).c_str()));
+        }
+    }
+    return engine;
+}
+
 template <class Codec>
 HRESULT Decode(const BITMAPINFOHEADER& coded, const BYTE* frame, const BITMAPINFOHEADER& decoded,
                BYTE* pixels) {
-    Codec codec;  // loads its engine
+    Codec codec;
     return Codec::IsEngineAvailable(kEngineForDecoding)
                ? codec.Decompress(&coded, frame, &decoded, false, pixels, 0, 0)
                : E_FAIL;
 }
 
+/// What MXF, GXF and raw DV hold. Engines of other codings stay outside the shell's process.
 constexpr struct {
     DWORD fourcc;
-    const wchar_t* name;
+    const wchar_t *name, *engine;
     decltype(&Decode<CTenBitCodec>) decode;
 } kCodings[] = {
-    {FourCC("QDVC"), L"DV", Decode<FullRangeDv25>},
-    {FourCC("QDV5"), L"DVCPRO50", Decode<FullRange<CDv50Codec>>},
-    {FourCC("QDVH"), L"DVCPRO HD", Decode<FullRange<CDvHdCodec>>},
-    {FourCC("QMIC"), L"MPEG-2 intra", Decode<FullRange<CMpegIntraCodec>>},
-    {FourCC("Q210"), L"Uncompressed 10-bit 4:2:2", Decode<FullRange<CTenBitCodec>>},
-    {FourCC("QZTA"), L"Zeta", Decode<FullRange<CZetaCodec>>},
-    {FourCC("QZT2"), L"Zeta2", Decode<FullRange<CZeta2Codec>>},
-    {FourCC("QLLC"), L"Lossless", Decode<FullRange<CLosslessCodec>>},
+    {FourCC("QDVC"), L"DV", L"rkdvh.dll", Decode<FullRangeDv25>},
+    {FourCC("QDV5"), L"DVCPRO50", L"rkdvh.dll", Decode<FullRange<CDv50Codec>>},
+    {FourCC("QDVH"), L"DVCPRO HD", L"rkdvh.dll", Decode<FullRange<CDvHdCodec>>},
+    {FourCC("QMIC"), L"MPEG-2 intra", L"rkm2vi01.dll", Decode<FullRange<CMpegIntraCodec>>},
+    {FourCC("Q210"), L"Uncompressed 10-bit 4:2:2", nullptr, Decode<FullRange<CTenBitCodec>>},
 };
 
 }  // namespace
@@ -61,7 +92,9 @@ HRESULT DecodeByCodec(const source::VideoFormat& format, ByteSpan frame, BYTE* p
     const BITMAPINFOHEADER decoded = PictureHeader(format.width, -format.height, 24, BI_RGB, 0);
     for (const auto& coding : kCodings) {
         if (coding.fourcc == format.fourcc) {
-            return coding.decode(coded, frame.data(), decoded, pixels);
+            const Library engine = coding.engine ? LoadEngine(coding.engine) : nullptr;
+            return coding.engine && !engine ? E_FAIL
+                                            : coding.decode(coded, frame.data(), decoded, pixels);
         }
     }
     return E_FAIL;

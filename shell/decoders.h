@@ -4,9 +4,9 @@
 
 namespace nyx::shell {
 
-/// Decodes a frame by the module's codec for it, as full-range RGB whatever the user has chosen for
-/// other programs. `E_FAIL` without its engine. Behind the codecs' guard; memory that they allocate
-/// is freed again. A frame never leads to another file.
+/// Decodes a frame by the codec of its FourCC, as full-range RGB whatever the user has chosen for
+/// other programs. `E_FAIL` without its engine. Behind the codecs' guard; memory and engines are
+/// freed again. A frame never leads to another file. Throws std::bad_alloc.
 [[nodiscard]] HRESULT DecodeByCodec(const source::VideoFormat& format, ByteSpan frame,
                                     BYTE* pixels);
 

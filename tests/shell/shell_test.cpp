@@ -140,7 +140,7 @@ double Psnr(const std::string& a, const std::string& b) {
 
 class Shell : public FootageTest {
   protected:
-    const EngineSearch engines{L"..\\open"};
+    Shell() { SetEnvironmentVariableW(L"PATH", EngineFolder(L"..\\open").c_str()); }
     const std::string references = "Z:" + std::string(std::getenv("NYX_REFERENCES")) + "/";
 };
 
@@ -275,12 +275,26 @@ TEST_F(Shell, AFrameLeadsToNoOtherFile) {
     EXPECT_TRUE(with("REF " + place + "12345678" + path).pixels == with("").pixels);
 }
 
+TEST_F(Shell, TheCurrentFolderHasNoEngine) {
+    const std::wstring engine = folder.PathOf(L"rkdvh.dll");
+    ASSERT_TRUE(
+        CopyFileW((EngineFolder(L"..\\open\\") + L"rkdvh.dll").c_str(), engine.c_str(), TRUE));
+    const auto before = std::filesystem::current_path();
+    std::filesystem::current_path(folder.path);
+    SetEnvironmentVariableW(L"PATH", nullptr);
+    EXPECT_EQ(Thumbnail(ReadAll(Material("dv25.dv"))).result, E_FAIL);
+    SetEnvironmentVariableW(L"PATH", folder.path.c_str());
+    EXPECT_EQ(Thumbnail(ReadAll(Material("dv25.dv"))).result, S_OK);
+    std::filesystem::current_path(before);
+}
+
 TEST_F(Shell, FiveHundredThumbnailsLeaveNothing) {
     const std::wstring path = folder.PathOf(L"copied.dll");
     ASSERT_TRUE(CopyFileW(ModulePath().c_str(), path.c_str(), TRUE));
     const auto small = Make<Bytes>(ReadAll(Material("tagged.avi")));
     const auto dv = Make<Bytes>(ReadAll(Material("dv25.mov")));
     const auto mpeg = Make<Bytes>(ReadAll(Material("mpeg.gxf")));
+    SetEnvironmentVariableW(L"NYX_OPEN_ENGINES", L"threads=1");  // the system's stay for a while
     unsigned drawn = 0;
     ExpectNothingKept([&] {
         const LoadedModule module(path);
@@ -298,9 +312,7 @@ TEST_F(Shell, FiveHundredThumbnailsLeaveNothing) {
         const unsigned number = LOWORD(next);  // the first that is free
         drawn = drawn == 0 ? number : drawn;
         EXPECT_LE(number, drawn + 20);
-        while (IsLoaded(L"rkdvh.dll") || IsLoaded(L"rkm2vi01.dll")) {
-            Sleep(1);  // a thread of the system's pool may keep an engine for a moment
-        }
+        EXPECT_FALSE(IsLoaded(L"rkdvh.dll") || IsLoaded(L"rkm2vi01.dll"));
     });
     EXPECT_EQ(GetModuleHandleW(path.c_str()), nullptr);
 }
