@@ -284,6 +284,7 @@ by_choice() {
     check "the installer" ends 0 by_line 'whole.exe /S /COMPONENTS=decoders,engines,tools'
     opens ""
     check "no source" test -z "$(find "$installed" -name nyxsource.dll)"
+    check "no thumbnails" ends 2 wine "$builds/win64/bin/association_host.exe" 96 clip.mxf clip.dv
     ask by_line 'nyxhost --version'
     check "nyxhost no longer" test "${said/nyxhost $version/}" = "$said"
     check "the installer" ends 0 by_line 'whole.exe /S /COMPONENTS=source,mxf,avi,dv,engines,tools,path'
