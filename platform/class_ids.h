@@ -50,10 +50,8 @@ NYX_CLASS_ID CLSID_NyxRawSplitter = /* {5F2C1E6D-8B0D-4C57-9D3E-7A41B6C9E210} */
 
 /* nyxshell.dll, for the shell: IThumbnailProvider and IPropertyStore; IInitializeWithStream or
  * IInitializeWithFile names the file. */
-NYX_CLASS_ID CLSID_NyxFootageThumbnail = /* {5F2C1E6E-8B0D-4C57-9D3E-7A41B6C9E210} */
+NYX_CLASS_ID CLSID_NyxFootageHandler = /* {5F2C1E6E-8B0D-4C57-9D3E-7A41B6C9E210} */
     {0x5F2C1E6E, 0x8B0D, 0x4C57, {0x9D, 0x3E, 0x7A, 0x41, 0xB6, 0xC9, 0xE2, 0x10}};
-NYX_CLASS_ID CLSID_NyxFootageProperties = /* {5F2C1E6F-8B0D-4C57-9D3E-7A41B6C9E210} */
-    {0x5F2C1E6F, 0x8B0D, 0x4C57, {0x9D, 0x3E, 0x7A, 0x41, 0xB6, 0xC9, 0xE2, 0x10}};
 
 #undef NYX_CLASS_ID
 

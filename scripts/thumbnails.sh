@@ -20,7 +20,7 @@ show_thumbnails() { # SHEET FILE...
         last=s$i
         sheet_text Sans-Bold 16 0xe8eaec $x $((y + high + 12)) "${line%%:*}"
         sheet_text Sans 14 0x98a2ac $x $((y + high + 36)) \
-            "$(sed -E 's/^[^:]*: (([^,]*, ){2}[^,]*), ([^;]*); /\1\n\3\n/; s/(Timecode [^,]*), /\1\n/' <<<"$line")"
+            "$(sed -E 's/^[^:]*: (([^,]*, ){2}[^,]*), ([^;]*); /\1\n\3\n/; s/(Timecode .*); /\1\n/' <<<"$line")"
         i=$((i + 1))
     done <"$work/shown-win32/said"
     [ $i = $# ] || die "not every file is shown"

@@ -1,6 +1,7 @@
-#include "shell/decoders.h"
+#include "shell/thumbnail_picture.h"
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -18,14 +19,11 @@ namespace {
 /// A codec that follows no user's setting.
 template <class Codec>
 class FullRange : public Codec {
-  public:
     LONG GetColorSpace() override { return 0; }
 };
 
-/// A sample of DV may name any file, also one on another machine, and the shell opens files that
-/// the user only looks at.
+/// A sample of DV may name any file, also one on another machine.
 class FullRangeDv25 final : public FullRange<CDv25Codec> {
-  public:
     HRESULT ReadReferenceFrame(ByteSpan, std::unique_ptr<BYTE[]>*, DWORD*) override {
         return S_FALSE;
     }
@@ -37,25 +35,23 @@ struct LibraryFreer {
 };
 using Library = std::unique_ptr<std::remove_pointer_t<HMODULE>, LibraryFreer>;
 
-std::wstring OwnFolder() {
-    std::wstring path(MAX_PATH, L'\0');
-    path.resize(GetModuleFileNameW(g_hInst, path.data(), MAX_PATH));
-    return path.substr(0, path.rfind(L'\\') + 1);
-}
-
 /// Loads an engine from the folder beside this library, else from an absolute one of the search
-/// path. Null without one. The codecs, which ask the system for the bare name, get the library that
-/// is loaded: the system would look in the current folder too, and in a dialog that is the one with
-/// the files.
+/// path; null without one. The codecs, which ask the system for the bare name, get the library that
+/// is loaded: the system would look in the current folder too, which a dialog sets to the one that
+/// it shows.
 Library LoadEngine(const wchar_t* name) {
-    Library engine(LoadLibraryW((OwnFolder() + L"engines\\" + name).c_str()));
-    std::wstring places(32767, L'\0');  // the maximum of a variable
-    places.resize(GetEnvironmentVariableW(L"PATH", places.data(), 32767));
-    for (std::size_t at = 0, end = 0; !engine && at < places.size(); at = end + 1) {
-        end = std::min(places.find(L';', at), places.size());
-        const std::wstring place = places.substr(at, end - at);
-        if (place.compare(0, 2, L"\\\\") == 0 || (place.size() > 2 && place[1] == L':')) {
-            engine.reset(LoadLibraryW((place + L"\\" + name).c_str()));
+    std::wstring folders(32767, L'\0');  // the maximum of a variable
+    folders.resize(GetEnvironmentVariableW(L"PATH", folders.data(), 32767));
+    wchar_t self[MAX_PATH] = {};
+    GetModuleFileNameW(g_hInst, self, MAX_PATH - 1);
+    const std::wstring own = self;
+    folders = own.substr(0, own.rfind(L'\\')) + L"\\engines;" + folders;
+    Library engine;
+    for (std::size_t at = 0, end = 0; !engine && at < folders.size(); at = end + 1) {
+        end = std::min(folders.find(L';', at), folders.size());
+        const std::wstring folder = folders.substr(at, end - at);
+        if (folder.starts_with(L"\\\\") || folder.find(L":\\") == 1) {
+            engine.reset(LoadLibraryW((folder + L"\\" + name).c_str()));
         }
     }
     return engine;
@@ -64,49 +60,46 @@ Library LoadEngine(const wchar_t* name) {
 template <class Codec>
 HRESULT Decode(const BITMAPINFOHEADER& coded, const BYTE* frame, const BITMAPINFOHEADER& decoded,
                BYTE* pixels) {
-    Codec codec;
-    return Codec::IsEngineAvailable(kEngineForDecoding)
-               ? codec.Decompress(&coded, frame, &decoded, false, pixels, 0, 0)
-               : E_FAIL;
+    return Codec().Decompress(&coded, frame, &decoded, false, pixels, 0, 0);
 }
 
 /// What MXF, GXF and raw DV hold. Engines of other codings stay outside the shell's process.
-constexpr struct {
+constexpr struct Coding {
     DWORD fourcc;
     const wchar_t *name, *engine;
     decltype(&Decode<CTenBitCodec>) decode;
 } kCodings[] = {
-    {FourCC("QDVC"), L"DV", L"rkdvh.dll", Decode<FullRangeDv25>},
-    {FourCC("QDV5"), L"DVCPRO50", L"rkdvh.dll", Decode<FullRange<CDv50Codec>>},
-    {FourCC("QDVH"), L"DVCPRO HD", L"rkdvh.dll", Decode<FullRange<CDvHdCodec>>},
+    {kQdvc, L"DV", L"rkdvh.dll", Decode<FullRangeDv25>},
+    {kQdv5, L"DVCPRO50", L"rkdvh.dll", Decode<FullRange<CDv50Codec>>},
+    {kQdvh, L"DVCPRO HD", L"rkdvh.dll", Decode<FullRange<CDvHdCodec>>},
     {FourCC("QMIC"), L"MPEG-2 intra", L"rkm2vi01.dll", Decode<FullRange<CMpegIntraCodec>>},
     {FourCC("Q210"), L"Uncompressed 10-bit 4:2:2", nullptr, Decode<FullRange<CTenBitCodec>>},
 };
 
+/// Null for an unknown FourCC.
+const Coding* Find(DWORD fourcc) {
+    const Coding* const found = std::ranges::find(kCodings, fourcc, &Coding::fourcc);
+    return found == std::end(kCodings) ? nullptr : found;
+}
+
 }  // namespace
 
 HRESULT DecodeByCodec(const source::VideoFormat& format, ByteSpan frame, BYTE* pixels) {
+    const Coding* const coding = Find(format.fourcc);
+    const Library engine = coding && coding->engine ? LoadEngine(coding->engine) : nullptr;
+    if (!coding || (coding->engine && !engine)) {
+        return E_FAIL;
+    }
     const BITMAPINFOHEADER coded = PictureHeader(format.width, format.height, format.bitCount,
                                                  format.fourcc, static_cast<DWORD>(frame.size()));
     // From the top; in 32 bits, not every codec uses four bytes a pixel.
     const BITMAPINFOHEADER decoded = PictureHeader(format.width, -format.height, 24, BI_RGB, 0);
-    for (const auto& coding : kCodings) {
-        if (coding.fourcc == format.fourcc) {
-            const Library engine = coding.engine ? LoadEngine(coding.engine) : nullptr;
-            return coding.engine && !engine ? E_FAIL
-                                            : coding.decode(coded, frame.data(), decoded, pixels);
-        }
-    }
-    return E_FAIL;
+    return coding->decode(coded, frame.data(), decoded, pixels);
 }
 
 const wchar_t* CompressionName(DWORD fourcc) {
-    for (const auto& coding : kCodings) {
-        if (coding.fourcc == fourcc) {
-            return coding.name;
-        }
-    }
-    return L"";
+    const Coding* const coding = Find(fourcc);
+    return coding ? coding->name : L"";
 }
 
 }  // namespace nyx::shell

@@ -1,5 +1,5 @@
 /// @file
-/// The library's entry points, its classes and the kinds of files that it registers.
+/// The library's entry points, its class and the kinds of files that it registers.
 
 #include <shlobj.h>
 #include <shlwapi.h>
@@ -9,106 +9,72 @@
 #include "baseclasses/dllentry.h"
 #include "platform/class_ids.h"
 #include "platform/unique_handle.h"
-#include "shell/footage_properties.h"
-#include "shell/footage_thumbnail.h"
+#include "shell/footage_handler.h"
 
 namespace {
 
-using nyx::UniqueKey;
-
 constexpr const wchar_t* kExtensions[] = {L".mxf", L".gxf", L".dv", L".dif"};
-
-constexpr wchar_t kThumbnails[] = L"{5F2C1E6E-8B0D-4C57-9D3E-7A41B6C9E210}";
-constexpr wchar_t kProperties[] = L"{5F2C1E6F-8B0D-4C57-9D3E-7A41B6C9E210}";
-constexpr wchar_t kDetails[] =
-    L"prop:System.PropGroup.Video;System.Media.Duration;System.Video.FrameWidth;"
-    L"System.Video.FrameHeight;System.Video.FrameRate;System.Video.Compression;"
-    L"System.Video.TotalBitrate;System.PropGroup.Audio;System.Audio.ChannelCount;"
-    L"System.Audio.SampleRate;System.Audio.SampleSize;System.PropGroup.Description;"
-    L"System.Comment;System.PropGroup.FileSystem;System.ItemNameDisplay;System.ItemTypeText;"
-    L"System.ItemFolderPathDisplay;System.DateCreated;System.DateModified;System.Size";
-constexpr wchar_t kPreview[] =
+constexpr wchar_t kClass[] = L"{5F2C1E6E-8B0D-4C57-9D3E-7A41B6C9E210}";
+constexpr wchar_t kShown[] =
     L"prop:System.Media.Duration;System.Video.FrameWidth;System.Video.FrameHeight;"
-    L"System.Video.FrameRate;System.Video.Compression;System.Comment;System.Size";
+    L"System.Video.FrameRate;System.Video.Compression;System.Video.TotalBitrate;"
+    L"System.Audio.ChannelCount;System.Audio.SampleRate;System.Audio.SampleSize;System.Comment;"
+    L"System.ItemTypeText;System.Size;System.DateModified";
 
-/// A value that the shell looks up by a file's extension, in the key `before` + extension +
-/// `after`.
+/// A value that the shell looks up, in the key `before` + a file's extension + `after`.
 struct Entry {
     HKEY root;
     const wchar_t *before, *after;
     const wchar_t* name;  ///< null for the key's default value
     const wchar_t* text;
 };
-constexpr wchar_t kAssociations[] = L"SystemFileAssociations\\";
-constexpr wchar_t kThumbnailHandler[] = L"\\ShellEx\\{E357FCCD-A995-4576-B01F-234630154E96}";
+constexpr wchar_t kTypes[] = L"SystemFileAssociations\\";
+constexpr wchar_t kThumbnails[] = L"\\ShellEx\\{E357FCCD-A995-4576-B01F-234630154E96}";
+constexpr wchar_t kHandlers[] =
+    L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\PropertySystem\\PropertyHandlers\\";
 const Entry kEntries[] = {
-    {HKEY_CLASSES_ROOT, L"", kThumbnailHandler, nullptr, kThumbnails},
-    {HKEY_LOCAL_MACHINE,
-     L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\PropertySystem\\PropertyHandlers\\", L"",
-     nullptr, kProperties},
-    // What the details pane, the details page and a file's tip show.
-    {HKEY_CLASSES_ROOT, kAssociations, L"", L"PreviewDetails", kPreview},
-    {HKEY_CLASSES_ROOT, kAssociations, L"", L"FullDetails", kDetails},
-    {HKEY_CLASSES_ROOT, kAssociations, L"", L"InfoTip", kPreview},
+    {HKEY_CLASSES_ROOT, L"", kThumbnails, nullptr, kClass},
+    {HKEY_LOCAL_MACHINE, kHandlers, L"", nullptr, kClass},
+    // What the details pane, a file's page of details and its tip show.
+    {HKEY_CLASSES_ROOT, kTypes, L"", L"PreviewDetails", kShown},
+    {HKEY_CLASSES_ROOT, kTypes, L"", L"FullDetails", kShown},
+    {HKEY_CLASSES_ROOT, kTypes, L"", L"InfoTip", kShown},
 };
 
+/// A value; empty without one.
 std::wstring TextAt(HKEY root, const std::wstring& key, const wchar_t* name) {
-    wchar_t text[1024] = {};
+    wchar_t text[8192] = {};
     DWORD bytes = sizeof(text);
-    return RegGetValueW(root, key.c_str(), name, RRF_RT_REG_SZ, nullptr, text, &bytes) ==
-                   ERROR_SUCCESS
-               ? text
-               : L"";
-}
-
-bool Exists(HKEY root, const std::wstring& key, REGSAM view = 0) {
-    return nyx::OpenKey(root, key.c_str(), KEY_READ | view) != nullptr;
-}
-
-/// Whether another program serves the files: by any value at the same place, and thumbnails also
-/// where the shell looks after the extension's own key.
-bool IsTaken(const Entry& entry, const std::wstring& key, const std::wstring& extension) {
-    DWORD bytes = 0;
-    return RegGetValueW(entry.root, key.c_str(), entry.name, RRF_RT_ANY, nullptr, nullptr,
-                        &bytes) == ERROR_SUCCESS ||
-           (entry.after == kThumbnailHandler &&
-            Exists(entry.root, kAssociations + extension + kThumbnailHandler));
-}
-
-/// Removes a key and those above it that are empty then.
-void RemoveEmpty(HKEY root, std::wstring key) {
-    while (SHDeleteEmptyKeyW(root, key.c_str()) == ERROR_SUCCESS &&
-           key.find(L'\\') != std::wstring::npos) {
-        key.resize(key.rfind(L'\\'));
-    }
-}
-
-/// Whether the classes of the library of the other word size are still registered, which
-/// shares our entries below HKEY_CLASSES_ROOT.
-bool IsOtherRegistered() {
-    const std::wstring key = std::wstring(L"CLSID\\") + kThumbnails;
-    return Exists(HKEY_CLASSES_ROOT, key, KEY_WOW64_32KEY) ||
-           Exists(HKEY_CLASSES_ROOT, key, KEY_WOW64_64KEY);
+    RegGetValueW(root, key.c_str(), name, RRF_RT_REG_SZ | RRF_ZEROONFAILURE, nullptr, text, &bytes);
+    return text;
 }
 
 /// Enters or removes what is ours, and leaves what is another program's. Returns the first failure.
-[[nodiscard]] HRESULT ChangeEntries(bool enter) {
-    HRESULT result = S_OK;
-    const bool keepShared = !enter && IsOtherRegistered();
-    for (const wchar_t* extension : kExtensions) {
+[[nodiscard]] HRESULT Change(BOOL enter) {
+    HRESULT result = AMovieDllRegisterServer2(enter);
+    // The library of the other word size shares our entries below HKEY_CLASSES_ROOT.
+    const std::wstring own = std::wstring(L"CLSID\\") + kClass;
+    const bool keepsShared =
+        nyx::OpenKey(HKEY_CLASSES_ROOT, own.c_str(), KEY_READ | KEY_WOW64_32KEY) ||
+        nyx::OpenKey(HKEY_CLASSES_ROOT, own.c_str(), KEY_READ | KEY_WOW64_64KEY);
+    for (const std::wstring extension : kExtensions) {
         for (const Entry& entry : kEntries) {
-            if (keepShared && entry.root == HKEY_CLASSES_ROOT) {
-                continue;
-            }
-            const std::wstring key = std::wstring(entry.before) + extension + entry.after;
+            const std::wstring key = entry.before + extension + entry.after;
+            const std::wstring present = TextAt(entry.root, key, entry.name);
+            // The shell looks there after the extension's own key.
+            const bool isTaken =
+                !present.empty() ||
+                (entry.after == kThumbnails && !TextAt(entry.root, kTypes + key, nullptr).empty());
             LSTATUS status = ERROR_SUCCESS;
-            if (enter && !IsTaken(entry, key, extension)) {
-                const auto bytes = static_cast<DWORD>((wcslen(entry.text) + 1) * sizeof(wchar_t));
-                status =
-                    RegSetKeyValueW(entry.root, key.c_str(), entry.name, REG_SZ, entry.text, bytes);
-            } else if (!enter && TextAt(entry.root, key, entry.name) == entry.text) {
+            if (enter && !isTaken) {
+                status = RegSetKeyValueW(entry.root, key.c_str(), entry.name, REG_SZ, entry.text,
+                                         static_cast<DWORD>(2 * wcslen(entry.text) + 2));
+            } else if (!enter && present == entry.text &&
+                       !(keepsShared && entry.root == HKEY_CLASSES_ROOT)) {
                 status = RegDeleteKeyValueW(entry.root, key.c_str(), entry.name);
-                RemoveEmpty(entry.root, key);
+                for (std::wstring above = key; SHDeleteEmptyKeyW(entry.root, above.c_str()) == 0;) {
+                    above.resize(std::min(above.rfind(L'\\'), above.size()));
+                }
             }
             result = FAILED(result) ? result : HRESULT_FROM_WIN32(static_cast<DWORD>(status));
         }
@@ -119,24 +85,19 @@ bool IsOtherRegistered() {
 
 }  // namespace
 
-CFactoryTemplate g_Templates[] = {
-    {L"Nyx Footage Thumbnails", &CLSID_NyxFootageThumbnail, nyx::shell::FootageThumbnail::Create,
-     nullptr},
-    {L"Nyx Footage Properties", &CLSID_NyxFootageProperties, nyx::shell::FootageProperties::Create,
-     nullptr},
-};
-int g_cTemplates = 2;
+CFactoryTemplate g_Templates[] = {{L"Nyx Footage Thumbnails and Properties",
+                                   &CLSID_NyxFootageHandler, nyx::shell::FootageHandler::Create,
+                                   nullptr}};
+int g_cTemplates = 1;
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved) {
     return DllEntryPoint(instance, reason, reserved);
 }
 
 STDAPI DllRegisterServer() {
-    const HRESULT result = AMovieDllRegisterServer2(TRUE);
-    return SUCCEEDED(result) ? ChangeEntries(true) : result;
+    return Change(TRUE);
 }
 
 STDAPI DllUnregisterServer() {
-    const HRESULT result = AMovieDllRegisterServer2(FALSE);
-    return SUCCEEDED(result) ? ChangeEntries(false) : result;
+    return Change(FALSE);
 }

@@ -2,26 +2,55 @@
 
 #include <objidl.h>
 
+#include <algorithm>
+#include <utility>
+
 #include "platform/com.h"
-#include "source/byte_source.h"
+#include "shell/thumbnail_picture.h"
 
 namespace nyx::shell {
 
-/// The bytes of a stream, on the thread that owns it.
+/// The bytes of a stream, on the thread that owns it, for kMilliseconds: a damaged file or a slow
+/// disk must not keep the shell waiting.
 class StreamBytes final : public source::ByteSource {
   public:
-    explicit StreamBytes(ComPtr<IStream> stream);
+    /// The time begins now.
+    explicit StreamBytes(ComPtr<IStream> stream) : stream_(std::move(stream)) {
+        STATSTG status{};
+        if (SUCCEEDED(stream_->Stat(&status, STATFLAG_NONAME))) {
+            size_ = static_cast<std::int64_t>(status.cbSize.QuadPart);
+        }
+    }
+    /// Whether the time is over. Reads then fail.
+    bool isOver() const noexcept { return GetTickCount64() >= end_; }
 
-    /// One read of the stream, which may return fewer bytes than there are.
-    int ReadAt(std::int64_t position, std::span<BYTE> to) noexcept override;
+    int ReadAt(std::int64_t position, std::span<BYTE> to) noexcept override {
+        std::size_t count = 0;
+        for (ULONG got = 1; got > 0 && count < to.size(); count += got) {
+            LARGE_INTEGER place{};
+            place.QuadPart = position + static_cast<std::int64_t>(count);
+            const auto left = static_cast<ULONG>(to.size() - count);
+            HRESULT result = isOver() ? HRESULT_FROM_WIN32(ERROR_TIMEOUT)
+                                      : stream_->Seek(place, STREAM_SEEK_SET, nullptr);
+            result = SUCCEEDED(result) ? stream_->Read(to.data() + count, left, &got) : result;
+            if (FAILED(result)) {
+                failure_ = result;
+                return -1;
+            }
+            got = std::min(got, left);
+        }
+        return static_cast<int>(count);
+    }
     std::int64_t Size() noexcept override { return size_; }
+    /// Far ahead once the time is over, which spends what the reader may spend between two reads.
     std::int64_t Milliseconds() noexcept override {
-        return static_cast<std::int64_t>(GetTickCount64());
+        return static_cast<std::int64_t>(GetTickCount64()) + (isOver() ? std::int64_t{1} << 40 : 0);
     }
     HRESULT failure() const noexcept override { return failure_; }
 
   private:
     const ComPtr<IStream> stream_;
+    const ULONGLONG end_ = GetTickCount64() + kMilliseconds;
     std::int64_t size_ = -1;
     HRESULT failure_ = S_OK;
 };

@@ -1,6 +1,9 @@
 #include "shell/thumbnail_picture.h"
 
+#include <algorithm>
+#include <cmath>
 #include <numeric>
+#include <utility>
 
 #include "source/failures.h"
 
@@ -15,6 +18,7 @@ constexpr std::size_t kMaxFrame = 32 << 20;
 /// The mean of a picture's samples that is not nearly black; black is 0.
 constexpr std::int64_t kBright = 16;
 constexpr int kParts = 10;
+constexpr std::size_t kColours = 3;
 
 std::int64_t MeanOf(const Picture& picture) {
     const std::int64_t sum =
@@ -22,53 +26,91 @@ std::int64_t MeanOf(const Picture& picture) {
     return sum / static_cast<std::int64_t>(picture.pixels.size());
 }
 
-/// Decodes the packet of the first stream that lasts at a time.
-HRESULT ReadPicture(FootageFile* file, REFERENCE_TIME time, DecodeFrame decode, Picture* picture) {
+/// Decodes the packet of the first stream that lasts at a time; false where that fails.
+bool ReadPicture(FootageFile* file, REFERENCE_TIME time, DecodeFrame decode, Picture* picture) {
     source::Packet packet;
     file->LimitReading();
-    HRESULT result = file->Seek(time);
-    result = result == S_OK ? file->ReadPacket(&packet) : result;
-    if (result != S_OK || packet.size() > kMaxFrame) {
-        return FAILED(result) ? result : E_FAIL;
+    if (file->Seek(time) != S_OK || file->ReadPacket(&packet) != S_OK) {
+        return false;
     }
     const source::StreamFormat& stream = file->streams().front();
     const source::VideoFormat format =
         packet.system ? *WithSystem(stream, *packet.system).video : *stream.video;
     const std::int64_t pixels = std::int64_t{format.width} * format.height;
-    if (pixels > kMaxPixels) {
-        return source::kUnsupportedVideo;
+    if (packet.size() > kMaxFrame || pixels > kMaxPixels) {
+        return false;
     }
     std::vector<BYTE> frame(packet.size());
-    result = file->Copy(packet, frame.data());
-    if (result != S_OK) {
-        return FAILED(result) ? result : E_FAIL;
-    }
-    *picture = {format.width, format.height,
-                std::vector<BYTE>(static_cast<std::size_t>(pixels) * 4)};
-    return decode(format, {frame.data(), frame.size()}, picture->pixels.data());
+    *picture = {format.width, format.height, {}};
+    picture->pixels.resize(static_cast<std::size_t>(pixels) * kColours);
+    return file->Copy(packet, frame.data()) == S_OK &&
+           decode(format, {frame.data(), frame.size()}, picture->pixels.data()) == S_OK;
 }
 
-/// One side of a picture whose other side is the longer one.
-LONG ShorterSide(LONG longer, std::int64_t part, std::int64_t whole) {
-    return static_cast<LONG>(std::max<std::int64_t>((longer * part + whole / 2) / whole, 1));
+/// The rows or columns that make one of the result, by number, and their weights, whose sum is 1.
+/// Beyond its edges a picture is its own mirror image.
+using Blend = std::vector<std::pair<std::size_t, float>>;
+
+std::vector<Blend> Blends(LONG from, LONG to) {
+    std::vector<Blend> blends(static_cast<std::size_t>(to));
+    const float step = static_cast<float>(from) / static_cast<float>(to);
+    const float reach = std::max(step, 1.0F);
+    float centre = step / 2 - 0.5F;
+    for (Blend& blend : blends) {
+        float sum = 0;
+        const auto last = static_cast<LONG>(std::floor(centre + reach));
+        for (auto at = static_cast<LONG>(std::ceil(centre - reach)); at <= last; ++at) {
+            const LONG mirrored = at < 0 ? -at - 1 : at < from ? at : 2 * from - at - 1;
+            const LONG place = std::clamp<LONG>(mirrored, 0, from - 1);
+            blend.emplace_back(place, 1 - std::abs(static_cast<float>(at) - centre) / reach);
+            sum += blend.back().second;
+        }
+        for (auto& [place, weight] : blend) {
+            weight /= sum;
+        }
+        centre += step;
+    }
+    return blends;
+}
+
+/// Scales a picture of blue, green and red bytes. A pixel of the result is the mean of those around
+/// its place, weighted by a triangle as wide as two pixels of the coarser picture: nothing is
+/// skipped, and edges do not ring. (Wine's own scaler takes the nearest pixel for every method.)
+Picture ScalePicture(const Picture& from, LONG width, LONG height) {
+    const std::vector<Blend> columns = Blends(from.width, width);
+    std::vector<float> row(static_cast<std::size_t>(from.width) * kColours);
+    Picture to = {width, height, {}};
+    to.pixels.reserve(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4);
+    for (const Blend& rows : Blends(from.height, height)) {
+        std::fill(row.begin(), row.end(), 0.0F);
+        for (const auto& [place, weight] : rows) {
+            const BYTE* source = from.pixels.data() + place * row.size();
+            for (float& sum : row) {
+                sum += weight * static_cast<float>(*source++);
+            }
+        }
+        for (const Blend& column : columns) {
+            for (std::size_t colour = 0; colour < kColours; ++colour) {
+                float sum = 0.5F;  // rounds
+                for (const auto& [place, weight] : column) {
+                    sum += weight * row[place * kColours + colour];
+                }
+                to.pixels.push_back(static_cast<BYTE>(std::min(sum, 255.0F)));
+            }
+            to.pixels.push_back(255);
+        }
+    }
+    return to;
 }
 
 }  // namespace
 
-HRESULT OpenInTime(std::unique_ptr<source::ByteSource> bytes, FootageFile* file,
-                   const TimedBytes** time) {
-    auto timed = std::make_unique<TimedBytes>(std::move(bytes));
-    *time = timed.get();
-    const HRESULT result = file->Open(std::move(timed));
-    // A file whose time ended while it was opened may seem shorter than it is.
-    return SUCCEEDED(result) && (*time)->isOver() ? TimedBytes::kTooLate : result;
-}
-
 HRESULT MakeThumbnail(std::unique_ptr<source::ByteSource> bytes, LONG size, DecodeFrame decode,
                       Picture* thumbnail) {
     FootageFile file;
-    const TimedBytes* time = nullptr;
-    HRESULT result = size > 0 ? OpenInTime(std::move(bytes), &file, &time) : E_INVALIDARG;
+    source::ByteSource& clock = *bytes;
+    const std::int64_t end = clock.Milliseconds() + kMilliseconds;
+    const HRESULT result = size > 0 ? file.Open(std::move(bytes)) : E_INVALIDARG;
     if (FAILED(result)) {
         return result;
     }
@@ -81,21 +123,23 @@ HRESULT MakeThumbnail(std::unique_ptr<source::ByteSource> bytes, LONG size, Deco
     file.Select(pictures);
     Picture best;
     std::int64_t brightest = -1;
-    for (int part = 1; part < kParts && brightest < kBright && !time->isOver(); ++part) {
+    for (int part = 1; part < kParts && brightest < kBright && clock.Milliseconds() < end; ++part) {
         Picture next;
-        result = ReadPicture(&file, file.duration() / kParts * part, decode, &next);
-        if (result == S_OK && MeanOf(next) > brightest) {
+        if (ReadPicture(&file, file.duration() / kParts * part, decode, &next) &&
+            MeanOf(next) > brightest) {
             brightest = MeanOf(next);
             best = std::move(next);
         }
     }
     if (brightest < 0) {
-        return FAILED(result) ? result : TimedBytes::kTooLate;
+        return E_FAIL;
     }
     const auto [wide, high] = first.video->aspect;
-    const LONG side = std::min(size, kMaxThumbnail);
-    *thumbnail = ScalePicture(best, wide < high ? ShorterSide(side, wide, high) : side,
-                              wide < high ? side : ShorterSide(side, high, wide));
+    const std::int64_t side = std::min(size, kMaxThumbnail), whole = std::max(wide, high);
+    const auto scaled = [&](std::int64_t part) {
+        return static_cast<LONG>(std::max<std::int64_t>((side * part + whole / 2) / whole, 1));
+    };
+    *thumbnail = ScalePicture(best, scaled(wide), scaled(high));
     return S_OK;
 }
 

@@ -106,7 +106,7 @@ Shown Take(const ComPtr<IThumbnailProvider>& provider, UINT size) {
 
 Shown Thumbnail(const ComPtr<Bytes>& stream, UINT size = 96,
                 const LoadedModule& module = Module()) {
-    const auto provider = module.Create<IThumbnailProvider>(CLSID_NyxFootageThumbnail);
+    const auto provider = module.Create<IThumbnailProvider>(CLSID_NyxFootageHandler);
     EXPECT_EQ(As<IInitializeWithStream>(provider)->Initialize(stream.Get(), STGM_READ), S_OK);
     return Take(provider, size);
 }
@@ -117,8 +117,10 @@ Shown Thumbnail(const std::string& bytes, UINT size = 96) {
 /// The properties, and what reading them returned.
 std::pair<HRESULT, ComPtr<IPropertyStore>> Properties(const ComPtr<Bytes>& stream,
                                                       const LoadedModule& module = Module()) {
-    const auto store = module.Create<IPropertyStore>(CLSID_NyxFootageProperties);
-    return {As<IInitializeWithStream>(store)->Initialize(stream.Get(), STGM_READ), store};
+    const auto store = module.Create<IPropertyStore>(CLSID_NyxFootageHandler);
+    EXPECT_EQ(As<IInitializeWithStream>(store)->Initialize(stream.Get(), STGM_READ), S_OK);
+    DWORD count = 0;
+    return {store->GetCount(&count), store};
 }
 
 PROPVARIANT Value(const ComPtr<IPropertyStore>& store, const PROPERTYKEY& key) {
@@ -194,10 +196,11 @@ TEST_F(Shell, PropertiesAreWhatFfprobeSays) {
         const char* clip;
         const wchar_t *coding, *comment;
         DWORD fourcc;
-    } texts[] = {{"tc.mxf", L"DV", L"Timecode 00:00:59;20, 1 video stream", FourCC("QDVC")},
-                 {"tc.gxf", L"DV", L"Timecode 00:00:59;20, 1 video stream", FourCC("QDVC")},
-                 {"tc.dv", L"DV", L"Timecode 00:00:59;20, 1 video stream", FourCC("QDVC")},
-                 {"mono.mov", L"DVCPRO50", L"1 video stream, 5 audio streams", FourCC("QDV5")}};
+    } texts[] = {
+        {"tc.mxf", L"DV", L"Timecode 00:00:59;20; streams: 1 video, 0 audio", FourCC("QDVC")},
+        {"tc.gxf", L"DV", L"Timecode 00:00:59;20; streams: 1 video, 0 audio", FourCC("QDVC")},
+        {"tc.dv", L"DV", L"Timecode 00:00:59;20; streams: 1 video, 0 audio", FourCC("QDVC")},
+        {"mono.mov", L"DVCPRO50", L"streams: 1 video, 5 audio", FourCC("QDV5")}};
     for (const auto& [clip, coding, comment, fourcc] : texts) {
         const auto store = Properties(Make<Bytes>(ReadAll(Material(clip)))).second;
         EXPECT_STREQ(Value(store, PKEY_Video_Compression).pwszVal, coding);
@@ -210,7 +213,7 @@ TEST_F(Shell, PropertiesAreWhatFfprobeSays) {
 
 TEST_F(Shell, AFileIsNamedOnceByAStreamOrAPath) {
     const std::wstring path = Write(L"long \u3042.mxf", ReadAll(Material("dv50.mxf")));
-    const auto provider = Module().Create<IThumbnailProvider>(CLSID_NyxFootageThumbnail);
+    const auto provider = Module().Create<IThumbnailProvider>(CLSID_NyxFootageHandler);
     const auto byPath = As<IInitializeWithFile>(provider);
     EXPECT_EQ(Take(provider, 96).result, E_UNEXPECTED);
     EXPECT_EQ(byPath->Initialize(nullptr, STGM_READ), E_INVALIDARG);
