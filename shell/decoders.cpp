@@ -4,7 +4,6 @@
 #include <iterator>
 #include <memory>
 #include <string>
-#include <type_traits>
 
 #include "baseclasses/dllentry.h"
 #include "codecs/mpeg_intra_codec.h"
@@ -30,15 +29,13 @@ class FullRangeDv25 final : public FullRange<CDv25Codec> {
 };
 
 struct LibraryFreer {
-    using pointer = HMODULE;
     void operator()(HMODULE library) const noexcept { FreeLibrary(library); }
 };
-using Library = std::unique_ptr<std::remove_pointer_t<HMODULE>, LibraryFreer>;
+using Library = std::unique_ptr<HINSTANCE__, LibraryFreer>;
 
 /// Loads an engine from the folder beside this library, else from an absolute one of the search
-/// path; null without one. The codecs, which ask the system for the bare name, get the library that
-/// is loaded: the system would look in the current folder too, which a dialog sets to the one that
-/// it shows.
+/// path; null without one. The codecs, which ask for the bare name, then get this library: the
+/// system would look in the current folder too, which a dialog sets to the one that it shows.
 Library LoadEngine(const wchar_t* name) {
     std::wstring folders(32767, L'\0');  // the maximum of a variable
     folders.resize(GetEnvironmentVariableW(L"PATH", folders.data(), 32767));

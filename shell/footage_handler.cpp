@@ -62,6 +62,7 @@ HRESULT STDMETHODCALLTYPE FootageHandler::Initialize(IStream* stream, DWORD) {
         return HRESULT_FROM_WIN32(ERROR_ALREADY_INITIALIZED);
     }
     stream_ = stream;
+    read_ = S_FALSE;
     return S_OK;
 }
 
@@ -123,9 +124,6 @@ HRESULT FootageHandler::ReadProperties() {
         put(PKEY_Video_FrameRate, VT_UI4, av_rescale(1000, video->rate.num, video->rate.den));
         put(PKEY_Video_FourCC, VT_UI4, video->fourcc);
         put(PKEY_Video_Compression, VT_LPWSTR, CompressionName(video->fourcc));
-        if (video->bitRate > 0) {
-            put(PKEY_Video_EncodingBitrate, VT_UI4, video->bitRate);
-        }
         if (duration > 0) {
             put(PKEY_Video_TotalBitrate, VT_UI4,
                 std::min<std::int64_t>(av_rescale(file.size(), 80000000, duration), UINT32_MAX));
@@ -134,26 +132,12 @@ HRESULT FootageHandler::ReadProperties() {
     return result;
 }
 
-HRESULT FootageHandler::ReadOnce() try {
-    CheckPointer(stream_, E_UNEXPECTED);
-    return read_ = read_ == S_FALSE ? ReadProperties() : read_;
+bool FootageHandler::IsRead() try {
+    read_ = read_ == S_FALSE ? ReadProperties() : read_;
+    return SUCCEEDED(read_);
 } catch (const std::bad_alloc&) {
-    return read_ = E_OUTOFMEMORY;
-}
-
-HRESULT STDMETHODCALLTYPE FootageHandler::GetCount(DWORD* count) {
-    const HRESULT read = ReadOnce();
-    return SUCCEEDED(read) ? store_->GetCount(count) : read;
-}
-
-HRESULT STDMETHODCALLTYPE FootageHandler::GetAt(DWORD index, PROPERTYKEY* key) {
-    const HRESULT read = ReadOnce();
-    return SUCCEEDED(read) ? store_->GetAt(index, key) : read;
-}
-
-HRESULT STDMETHODCALLTYPE FootageHandler::GetValue(REFPROPERTYKEY key, PROPVARIANT* value) {
-    const HRESULT read = ReadOnce();
-    return SUCCEEDED(read) ? store_->GetValue(key, value) : read;
+    read_ = E_OUTOFMEMORY;
+    return false;
 }
 
 }  // namespace nyx::shell

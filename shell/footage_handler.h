@@ -8,9 +8,8 @@
 
 namespace nyx::shell {
 
-/// A file's thumbnail and properties for the system's shell, which names the file by a stream, as
-/// in its isolated process, or by a path. The file is read on the caller's thread, and no thread is
-/// started. One thread at a time.
+/// A file's thumbnail and properties for the shell, which names the file by a stream, as in its
+/// isolated process, or by a path. Reads it on the caller's thread. One thread at a time.
 class FootageHandler final : public CUnknown,
                              public IInitializeWithStream,
                              public IInitializeWithFile,
@@ -30,17 +29,21 @@ class FootageHandler final : public CUnknown,
     HRESULT STDMETHODCALLTYPE Initialize(IStream* stream, DWORD mode) override;
     HRESULT STDMETHODCALLTYPE Initialize(LPCWSTR path, DWORD mode) override;
 
-    /// The picture of MakeThumbnail as a DIB section of 32 bits, which the caller deletes; `*alpha`
-    /// is WTSAT_RGB. Any failure leaves null in `*bitmap`; `E_UNEXPECTED` before Initialize.
+    /// The picture of MakeThumbnail as a DIB section of 32 bits, which the caller deletes, or null;
+    /// `*alpha` is WTSAT_RGB. `E_UNEXPECTED` before Initialize.
     HRESULT STDMETHODCALLTYPE GetThumbnail(UINT size, HBITMAP* bitmap,
                                            WTS_ALPHATYPE* alpha) override;
 
-    /// The first call reads the file; when that fails, all return why. `E_UNEXPECTED` before
-    /// Initialize.
-    HRESULT STDMETHODCALLTYPE GetCount(DWORD* count) override;
-    HRESULT STDMETHODCALLTYPE GetAt(DWORD index, PROPERTYKEY* key) override;
-    HRESULT STDMETHODCALLTYPE GetValue(REFPROPERTYKEY key, PROPVARIANT* value) override;
-    /// Nothing is written.
+    /// The first call reads the file; when that fails, all return why. Nothing is written.
+    HRESULT STDMETHODCALLTYPE GetCount(DWORD* count) override {
+        return IsRead() ? store_->GetCount(count) : read_;
+    }
+    HRESULT STDMETHODCALLTYPE GetAt(DWORD index, PROPERTYKEY* key) override {
+        return IsRead() ? store_->GetAt(index, key) : read_;
+    }
+    HRESULT STDMETHODCALLTYPE GetValue(REFPROPERTYKEY key, PROPVARIANT* value) override {
+        return IsRead() ? store_->GetValue(key, value) : read_;
+    }
     HRESULT STDMETHODCALLTYPE SetValue(REFPROPERTYKEY, REFPROPVARIANT) override {
         return STG_E_ACCESSDENIED;
     }
@@ -50,7 +53,7 @@ class FootageHandler final : public CUnknown,
   private:
     using CUnknown::CUnknown;
     [[nodiscard]] HRESULT ReadProperties();
-    [[nodiscard]] HRESULT ReadOnce();
+    bool IsRead();
 
     ComPtr<IStream> stream_;
     HRESULT read_ = S_FALSE;        ///< the properties; S_FALSE before they were read

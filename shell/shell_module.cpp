@@ -15,6 +15,7 @@ namespace {
 
 constexpr const wchar_t* kExtensions[] = {L".mxf", L".gxf", L".dv", L".dif"};
 constexpr wchar_t kClass[] = L"{5F2C1E6E-8B0D-4C57-9D3E-7A41B6C9E210}";
+// In the details pane, on a file's page of details and in its tip.
 constexpr wchar_t kShown[] =
     L"prop:System.Media.Duration;System.Video.FrameWidth;System.Video.FrameHeight;"
     L"System.Video.FrameRate;System.Video.Compression;System.Video.TotalBitrate;"
@@ -35,7 +36,6 @@ constexpr wchar_t kHandlers[] =
 const Entry kEntries[] = {
     {HKEY_CLASSES_ROOT, L"", kThumbnails, nullptr, kClass},
     {HKEY_LOCAL_MACHINE, kHandlers, L"", nullptr, kClass},
-    // What the details pane, a file's page of details and its tip show.
     {HKEY_CLASSES_ROOT, kTypes, L"", L"PreviewDetails", kShown},
     {HKEY_CLASSES_ROOT, kTypes, L"", L"FullDetails", kShown},
     {HKEY_CLASSES_ROOT, kTypes, L"", L"InfoTip", kShown},
@@ -85,9 +85,8 @@ std::wstring TextAt(HKEY root, const std::wstring& key, const wchar_t* name) {
 
 }  // namespace
 
-CFactoryTemplate g_Templates[] = {{L"Nyx Footage Thumbnails and Properties",
-                                   &CLSID_NyxFootageHandler, nyx::shell::FootageHandler::Create,
-                                   nullptr}};
+CFactoryTemplate g_Templates[] = {{L"Nyx Footage Handler", &CLSID_NyxFootageHandler,
+                                   nyx::shell::FootageHandler::Create, nullptr}};
 int g_cTemplates = 1;
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved) {

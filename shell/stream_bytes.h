@@ -2,7 +2,6 @@
 
 #include <objidl.h>
 
-#include <algorithm>
 #include <utility>
 
 #include "platform/com.h"
@@ -30,14 +29,11 @@ class StreamBytes final : public source::ByteSource {
             LARGE_INTEGER place{};
             place.QuadPart = position + static_cast<std::int64_t>(count);
             const auto left = static_cast<ULONG>(to.size() - count);
-            HRESULT result = isOver() ? HRESULT_FROM_WIN32(ERROR_TIMEOUT)
-                                      : stream_->Seek(place, STREAM_SEEK_SET, nullptr);
-            result = SUCCEEDED(result) ? stream_->Read(to.data() + count, left, &got) : result;
-            if (FAILED(result)) {
-                failure_ = result;
+            got = 0;
+            if (isOver() || FAILED(stream_->Seek(place, STREAM_SEEK_SET, nullptr)) ||
+                FAILED(stream_->Read(to.data() + count, left, &got)) || got > left) {
                 return -1;
             }
-            got = std::min(got, left);
         }
         return static_cast<int>(count);
     }
@@ -46,13 +42,12 @@ class StreamBytes final : public source::ByteSource {
     std::int64_t Milliseconds() noexcept override {
         return static_cast<std::int64_t>(GetTickCount64()) + (isOver() ? std::int64_t{1} << 40 : 0);
     }
-    HRESULT failure() const noexcept override { return failure_; }
+    HRESULT failure() const noexcept override { return STG_E_READFAULT; }
 
   private:
     const ComPtr<IStream> stream_;
     const ULONGLONG end_ = GetTickCount64() + kMilliseconds;
     std::int64_t size_ = -1;
-    HRESULT failure_ = S_OK;
 };
 
 }  // namespace nyx::shell

@@ -10,24 +10,16 @@
 namespace nyx::shell {
 namespace {
 
-using source::FootageFile;
-
 /// Larger ones are refused: a picture of 4096 x 2176 takes 27 MB, a frame of it 24 MB.
 constexpr std::int64_t kMaxPixels = 4096 * 2176;
 constexpr std::size_t kMaxFrame = 32 << 20;
 /// The mean of a picture's samples that is not nearly black; black is 0.
 constexpr std::int64_t kBright = 16;
-constexpr int kParts = 10;
 constexpr std::size_t kColours = 3;
 
-std::int64_t MeanOf(const Picture& picture) {
-    const std::int64_t sum =
-        std::accumulate(picture.pixels.begin(), picture.pixels.end(), std::int64_t{0});
-    return sum / static_cast<std::int64_t>(picture.pixels.size());
-}
-
 /// Decodes the packet of the first stream that lasts at a time; false where that fails.
-bool ReadPicture(FootageFile* file, REFERENCE_TIME time, DecodeFrame decode, Picture* picture) {
+bool ReadPicture(source::FootageFile* file, REFERENCE_TIME time, DecodeFrame decode,
+                 Picture* picture) {
     source::Packet packet;
     file->LimitReading();
     if (file->Seek(time) != S_OK || file->ReadPacket(&packet) != S_OK) {
@@ -107,34 +99,34 @@ Picture ScalePicture(const Picture& from, LONG width, LONG height) {
 
 HRESULT MakeThumbnail(std::unique_ptr<source::ByteSource> bytes, LONG size, DecodeFrame decode,
                       Picture* thumbnail) {
-    FootageFile file;
+    source::FootageFile file;
     source::ByteSource& clock = *bytes;
     const std::int64_t end = clock.Milliseconds() + kMilliseconds;
     const HRESULT result = size > 0 ? file.Open(std::move(bytes)) : E_INVALIDARG;
-    if (FAILED(result)) {
-        return result;
-    }
-    const source::StreamFormat& first = file.streams().front();
-    if (!first.video) {
-        return source::kUnsupportedStream;
+    if (FAILED(result) || !file.streams().front().video) {
+        return FAILED(result) ? result : source::kUnsupportedStream;
     }
     std::vector<bool> pictures(file.streams().size());
     pictures.front() = true;
     file.Select(pictures);
     Picture best;
     std::int64_t brightest = -1;
-    for (int part = 1; part < kParts && brightest < kBright && clock.Milliseconds() < end; ++part) {
+    for (int tenth = 1; tenth < 10 && brightest < kBright && clock.Milliseconds() < end; ++tenth) {
         Picture next;
-        if (ReadPicture(&file, file.duration() / kParts * part, decode, &next) &&
-            MeanOf(next) > brightest) {
-            brightest = MeanOf(next);
-            best = std::move(next);
+        if (ReadPicture(&file, file.duration() / 10 * tenth, decode, &next)) {
+            const auto mean =
+                std::accumulate(next.pixels.begin(), next.pixels.end(), std::int64_t{0}) /
+                static_cast<std::int64_t>(next.pixels.size());
+            if (mean > brightest) {
+                brightest = mean;
+                best = std::move(next);
+            }
         }
     }
     if (brightest < 0) {
         return E_FAIL;
     }
-    const auto [wide, high] = first.video->aspect;
+    const auto [wide, high] = file.streams().front().video->aspect;
     const std::int64_t side = std::min(size, kMaxThumbnail), whole = std::max(wide, high);
     const auto scaled = [&](std::int64_t part) {
         return static_cast<LONG>(std::max<std::int64_t>((side * part + whole / 2) / whole, 1));

@@ -112,7 +112,7 @@ entries >after
 holds "nothing is replaced" test -z "$(comm -23 before after)"
 [ "$name" != nyxcodecs.dll ] || holds "the entries are these" diff -u <(expected | sort) <(comm -13 before after)
 [ "$name" != nyxshell.dll ] || holds "the handlers are these" diff - \
-    <(comm -13 before after | sed -n 's/.*\\\(\.[a-z]*\)\(\\ShellEx\)\?.*\] @="{5F2C1E6E-.*/\1\2/p' | sort | xargs) \
+    <(comm -13 before after | sed -n 's/.*\\\(\.[a-z]*\)\(\\ShellEx\)\?.*\] @="{5F2C1E6E-.*/\1\2/p' | sort | paste -sd ' ') \
     <<<'.dif .dif\ShellEx .dv\ShellEx .gxf .mxf .mxf\ShellEx'
 holds "it registers again" call regsvr32 /s "$name"
 holds "twice is once" diff -q after <(entries)
