@@ -1,102 +1,63 @@
 // association_host SIZE FILE...: another program's view of files. Finds the handlers of each file's
-// kind as the shell does, knowing none of them, saves its thumbnail as a bitmap of the file's name
-// in the current folder, and prints the properties. Exits with the number of files without either.
-
-#include <propsys.h>
-#include <shlwapi.h>
-#include <thumbcache.h>
-
-#include <initguid.h>
-#include <propkey.h>
+// kind as the shell does, saves its thumbnail as a bitmap of the file's name in the current folder,
+// and prints its properties. Exits with the number of files that lack one or the other.
 
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <string>
-#include <vector>
 
-#include "platform/com.h"
+#include "tests/shell/handlers.h"
 
 namespace {
 
 using namespace nyx;
-namespace fs = std::filesystem;
 
-/// An object of the class with this id, over a file's stream; empty when any step fails.
+/// An object of the class with this id, over a file's stream.
 template <class Interface>
-ComPtr<Interface> Handler(const wchar_t* id, const fs::path& file) {
+ComPtr<Interface> Handler(const wchar_t* id, const std::filesystem::path& file) {
     CLSID clsid{};
     ComPtr<Interface> object;
     ComPtr<IStream> stream;
-    const HRESULT made =
-        FAILED(CLSIDFromString(id, &clsid))
-            ? E_FAIL
-            : CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&object));
-    const auto initialise = As<IInitializeWithStream>(object);
-    if (FAILED(made) ||
-        FAILED(SHCreateStreamOnFileEx(file.c_str(), STGM_READ | STGM_SHARE_DENY_NONE, 0, FALSE,
-                                      nullptr, &stream)) ||
-        FAILED(initialise->Initialize(stream.Get(), STGM_READ))) {
-        object.Reset();
+    SHCreateStreamOnFileEx(file.c_str(), STGM_SHARE_DENY_NONE, 0, FALSE, nullptr, &stream);
+    if (SUCCEEDED(CLSIDFromString(id, &clsid)) &&
+        SUCCEEDED(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&object)))) {
+        As<IInitializeWithStream>(object)->Initialize(stream.Get(), STGM_READ);
     }
     return object;
 }
 
-bool SaveThumbnail(const fs::path& file, UINT size) {
-    wchar_t id[64] = {};
-    DWORD count = 64;
-    if (FAILED(AssocQueryStringW(ASSOCF_INIT_DEFAULTTOSTAR, ASSOCSTR_SHELLEXTENSION,
-                                 file.extension().c_str(),
-                                 L"{E357FCCD-A995-4576-B01F-234630154E96}", id, &count))) {
-        return false;
-    }
-    const auto provider = Handler<IThumbnailProvider>(id, file);
-    HBITMAP bitmap = nullptr;
-    WTS_ALPHATYPE alpha{};
-    BITMAP shape{};
-    if (!provider || FAILED(provider->GetThumbnail(size, &bitmap, &alpha)) ||
-        !GetObjectW(bitmap, sizeof(shape), &shape)) {
-        return false;
-    }
-    BITMAPINFO format{};
-    format.bmiHeader = {40, shape.bmWidth, shape.bmHeight, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
-    std::vector<char> pixels(static_cast<std::size_t>(shape.bmWidth * shape.bmHeight) * 4);
-    const HDC screen = GetDC(nullptr);
-    GetDIBits(screen, bitmap, 0, static_cast<UINT>(shape.bmHeight), pixels.data(), &format,
-              DIB_RGB_COLORS);
-    ReleaseDC(nullptr, screen);
-    DeleteObject(bitmap);
-    const BITMAPFILEHEADER header = {0x4D42, static_cast<DWORD>(54 + pixels.size()), 0, 0, 54};
-    std::ofstream saved(fs::path(file.filename().wstring() + L".bmp"), std::ios::binary);
-    saved.write(reinterpret_cast<const char*>(&header), sizeof(header));
-    saved.write(reinterpret_cast<const char*>(&format.bmiHeader), 40);
-    saved.write(pixels.data(), static_cast<std::streamsize>(pixels.size()));
-    return saved.good();
-}
-
-bool PrintProperties(const fs::path& file) {
+bool Show(const std::filesystem::path& file, UINT size) {
+    const std::wstring kind = file.extension().wstring();
     const std::wstring key =
-        L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\PropertySystem\\PropertyHandlers\\" +
-        file.extension().wstring();
-    wchar_t id[64] = {};
-    DWORD bytes = sizeof(id);
-    RegGetValueW(HKEY_LOCAL_MACHINE, key.c_str(), nullptr, RRF_RT_REG_SZ, nullptr, id, &bytes);
-    const auto store = Handler<IPropertyStore>(id, file);
-    if (!store) {
+        L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\PropertySystem\\PropertyHandlers\\" + kind;
+    wchar_t pictures[64] = {}, properties[64] = {};
+    DWORD count = 64, bytes = sizeof(properties);
+    AssocQueryStringW(ASSOCF_INIT_DEFAULTTOSTAR, ASSOCSTR_SHELLEXTENSION, kind.c_str(),
+                      L"{E357FCCD-A995-4576-B01F-234630154E96}", pictures, &count);
+    RegGetValueW(HKEY_LOCAL_MACHINE, key.c_str(), nullptr, RRF_RT_REG_SZ, nullptr, properties,
+                 &bytes);
+    const auto provider = Handler<IThumbnailProvider>(pictures, file);
+    const auto store = Handler<IPropertyStore>(properties, file);
+    const auto shown = provider ? test::Take(provider, size) : test::Shown();
+    const auto number = [&](const PROPERTYKEY& of) { return test::Value(store, of).ulVal; };
+    if (shown.result != S_OK || !store || number(PKEY_Media_Duration) == 0) {
         return false;
     }
-    const auto value = [&](const PROPERTYKEY& of) {
-        PROPVARIANT found{};
-        store->GetValue(of, &found);
-        return found;
-    };
-    std::printf("%ls: %.2f s, %lux%lu, %.2f pictures/s, %ls, %.1f Mbit/s, %lu channels; %ls\n",
-                file.filename().c_str(), double(value(PKEY_Media_Duration).uhVal.QuadPart) / 1e7,
-                value(PKEY_Video_FrameWidth).ulVal, value(PKEY_Video_FrameHeight).ulVal,
-                value(PKEY_Video_FrameRate).ulVal / 1000.0, value(PKEY_Video_Compression).pwszVal,
-                value(PKEY_Video_TotalBitrate).ulVal / 1e6, value(PKEY_Audio_ChannelCount).ulVal,
-                value(PKEY_Comment).pwszVal);
-    return true;
+    std::printf(
+        "%ls: %.2f s, %lux%lu, %.2f pictures/s, %ls, %.1f Mbit/s, %lu channels; %ls\n",
+        file.filename().c_str(), number(PKEY_Media_Duration) / 1e7, number(PKEY_Video_FrameWidth),
+        number(PKEY_Video_FrameHeight), number(PKEY_Video_FrameRate) / 1e3,
+        test::Value(store, PKEY_Video_Compression).pwszVal, number(PKEY_Video_TotalBitrate) / 1e6,
+        number(PKEY_Audio_ChannelCount), test::Value(store, PKEY_Comment).pwszVal);
+    const auto all = static_cast<DWORD>(54 + shown.pixels.size());
+    const BITMAPFILEHEADER header = {0x4D42, all, 0, 0, 54};
+    const BITMAPINFOHEADER format = {40, shown.width, -shown.height, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
+    std::ofstream saved(std::filesystem::path(file.filename().wstring() + L".bmp"),
+                        std::ios::binary);
+    saved.write(reinterpret_cast<const char*>(&header), sizeof(header));
+    saved.write(reinterpret_cast<const char*>(&format), sizeof(format));
+    saved << shown.pixels;
+    return saved.good();
 }
 
 }  // namespace
@@ -105,9 +66,7 @@ int wmain(int count, wchar_t** words) {
     CoInitialize(nullptr);
     int failures = 0;
     for (int i = 2; i < count; ++i) {
-        const bool both =
-            SaveThumbnail(words[i], static_cast<UINT>(std::wcstoul(words[1], nullptr, 10)));
-        failures += PrintProperties(words[i]) && both ? 0 : 1;
+        failures += Show(words[i], static_cast<UINT>(std::wcstoul(words[1], nullptr, 10))) ? 0 : 1;
     }
     return failures;
 }

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Makes what the shell's library is compared with: make_references.sh MATERIAL FOLDER. For each clip of MATERIAL and
-# each size CLIP-SIZE.bgra, ffmpeg's decoding and scaling of one of its frames, and CLIP.properties, what ffprobe says.
+# each size CLIP-SIZE.bgra, ffmpeg's decoding and scaling of one of its frames; in the files list and properties a line
+# for each of these, and for what ffprobe says.
 . "$(dirname "$0")/../../scripts/lib.sh"
 . "$root/scripts/clips.sh"
 . "$root/scripts/footage.sh"
@@ -43,10 +44,10 @@ properties() { # FILE CLIP SIZE
             <<<"$3 $(of_streams "$1" v r_frame_rate | head -n 1)"
         of_streams "$1" a channels,sample_rate,bits_per_sample | awk -F , '/,/ { samples = $1; channels += $2; bits = $3 }
             END { if (channels) printf "channels %d\nsamples %d\nbits %d\n", channels, samples, bits }'
-    } >"$2.properties"
+    } | sed "s/^/$2 /" >>properties
 }
 
-rm -f list
+rm -f list properties
 LC_ALL=C sed s/Q210/v210/g "$material/tagged.avi" >tagged.avi # ffmpeg does not know our code
 while read -r clip size aspect frame; do
     [ $clip = tagged.avi ] && from=. || from=$material
