@@ -1,10 +1,13 @@
 // Thumbnails and properties, as the shell asks for them.
 
-#include "tests/shell/handlers.h"
+#include <propsys.h>
+#include <thumbcache.h>
+
+#include <initguid.h>
+#include <propkey.h>
 
 #include <cmath>
 #include <map>
-#include <set>
 
 #include "tests/source/footage_host.h"
 #include "tests/support/leaks.h"
@@ -64,6 +67,38 @@ struct Bytes : host::Object<IStream> {
     int reads = 0;
     std::size_t place = 0, memory = 0;  ///< the most at a read; 0: not watched
 };
+
+/// A thumbnail and how it came about.
+struct Shown {
+    HRESULT result = E_FAIL;
+    LONG width = 0, height = 0;
+    std::string pixels{};  ///< rows from the top, 32 bits each
+};
+
+Shown Take(const ComPtr<IThumbnailProvider>& provider, UINT size) {
+    Shown shown;
+    HBITMAP bitmap = nullptr;
+    WTS_ALPHATYPE alpha = WTSAT_UNKNOWN;
+    shown.result = provider->GetThumbnail(size, &bitmap, &alpha);
+    DIBSECTION section{};
+    if (bitmap && alpha == WTSAT_RGB && GetObjectW(bitmap, sizeof(section), &section)) {
+        shown.width = section.dsBm.bmWidth;
+        shown.height = section.dsBm.bmHeight;
+        shown.pixels.resize(std::size_t(shown.width) * std::size_t(shown.height) * 4);
+        BITMAPINFO format{{40, shown.width, -shown.height, 1, 32, BI_RGB, 0, 0, 0, 0, 0}, {}};
+        const HDC screen = GetDC(nullptr);
+        GetDIBits(screen, bitmap, 0, UINT(shown.height), shown.pixels.data(), &format, 0);
+        ReleaseDC(nullptr, screen);
+    }
+    DeleteObject(bitmap);
+    return shown;
+}
+
+PROPVARIANT Value(const ComPtr<IPropertyStore>& store, const PROPERTYKEY& key) {
+    PROPVARIANT value{};  // text stays allocated: the programs are short
+    store->GetValue(key, &value);
+    return value;
+}
 
 /// The handler of a file.
 template <class Interface>
@@ -156,7 +191,6 @@ TEST_F(Shell, HostileFilesHaveNoPictureOrALaterOne) {
         {"empty", Make<Bytes>(""), false, false},
         {"garbage", Make<Bytes>(std::string(100000, 'G')), false, false},
         {"a table cut off", Make<Bytes>(mov.substr(0, mov.size() / 2)), false, false},
-        {"a frame cut off", Make<Bytes>(dv.substr(0, 100)), false, false},
         {"a claim", Make<Bytes>(claim), false, false},
         {"unreadable", Make<Bytes>(dv, 1u), false, false},
         {"slow", Make<Bytes>(mov, SIZE_MAX, 700u), false, false},
