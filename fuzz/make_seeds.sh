@@ -57,3 +57,8 @@ container mpeg.mxf 64x48 mpeg2video yuv422p 18
 container mpeg.ts 64x48 mpeg2video yuv422p 3 -an
 container mpeg.mpg 64x48 mpeg2video yuv422p 3 -an -f vob
 container mpeg.m2v 64x48 mpeg2video yuv422p 18 -an
+# The same files, whose last four bytes steer: the size of the picture, and no bad place.
+mkdir "$out/fuzz_thumbnail"
+for file in "$out"/fuzz_source/*; do
+    { head -c -16 "$file" && printf '\100\0\0\0'; } >"$out/fuzz_thumbnail/${file##*/}"
+done

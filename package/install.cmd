@@ -1,5 +1,5 @@
 @echo off
-rem Registers this folder's codecs and footage source for programs of every word size that the system
+rem Registers this folder's codecs, footage source and Explorer's handlers for programs of every word size that the system
 rem runs. Run it as administrator.
 setlocal
 set "here=%~dp0"
@@ -43,7 +43,7 @@ echo Nothing is installed.
 exit /b
 
 :each
-for %%f in (nyxcodecs.dll nyxsource.dll) do (
+for %%f in (nyxcodecs.dll nyxsource.dll nyxshell.dll) do (
     call :register "%regsvr%" %%f
     if defined regsvr64 call :register "%regsvr64%" x64\%%f
 )

@@ -33,7 +33,7 @@ binaries() { # PRESET MACHINE FOLDER FILE...
         "$2-w64-mingw32-objcopy" --only-keep-debug "$builds/$1/$file" "$stage/debug/$3/${file##*/}.debug"
     done
 }
-files=(bin/nyx{codecs.dll,source.dll,host.exe} engines/open/rk{dvh,m2vi01}.dll)
+files=(bin/nyx{codecs.dll,source.dll,shell.dll,host.exe} engines/open/rk{dvh,m2vi01}.dll)
 binaries win32 i686 . "${files[@]}" bin/processor_check.exe
 binaries win64 x86_64 x64 "${files[@]}"
 i686-w64-mingw32-strip -o "$tools/path_entry.exe" "$builds/win32/bin/path_entry.exe"

@@ -1,8 +1,8 @@
 #ifndef NYX_CLASS_IDS_H
 #define NYX_CLASS_IDS_H
 
-/* The class ids of nyxcodecs.dll and nyxsource.dll, for hosts in C and C++. Both libraries of 32
- * and of 64 bits have the same ids. */
+/* The class ids of nyxcodecs.dll, nyxsource.dll and nyxshell.dll, for hosts in C and C++. The
+ * libraries of 32 and of 64 bits have the same ids. */
 
 #include <windows.h>
 
@@ -47,6 +47,11 @@ NYX_CLASS_ID CLSID_NyxMovSplitter = /* {5F2C1E6C-8B0D-4C57-9D3E-7A41B6C9E210} */
     {0x5F2C1E6C, 0x8B0D, 0x4C57, {0x9D, 0x3E, 0x7A, 0x41, 0xB6, 0xC9, 0xE2, 0x10}};
 NYX_CLASS_ID CLSID_NyxRawSplitter = /* {5F2C1E6D-8B0D-4C57-9D3E-7A41B6C9E210} */
     {0x5F2C1E6D, 0x8B0D, 0x4C57, {0x9D, 0x3E, 0x7A, 0x41, 0xB6, 0xC9, 0xE2, 0x10}};
+
+/* nyxshell.dll, for the shell: IThumbnailProvider and IPropertyStore; IInitializeWithStream or
+ * IInitializeWithFile names the file. */
+NYX_CLASS_ID CLSID_NyxFootageHandler = /* {5F2C1E6E-8B0D-4C57-9D3E-7A41B6C9E210} */
+    {0x5F2C1E6E, 0x8B0D, 0x4C57, {0x9D, 0x3E, 0x7A, 0x41, 0xB6, 0xC9, 0xE2, 0x10}};
 
 #undef NYX_CLASS_ID
 

@@ -73,9 +73,18 @@ compare_footage() { # FILE SIZE FORMAT WORK
 }
 
 # The PSNR between raw samples and ffmpeg's decode of all pictures of a file: of the first component, luma or
-# red, and of all three. ffmpeg's pictures are first converted to 8-bit 4:2:2, as in the decoders, with the
-# standard's chroma siting. Lines above a D-10 picture are cropped. $decoding has options for ffmpeg's decoder.
+# red, and of all three. $decoding has options for ffmpeg's decoder.
 psnr_of_footage() { # FILE SIZE FORMAT SAMPLES
+    local reference=$(as_decoded "$1" "$2" "$3")
+    ffmpeg -nostdin -hide_banner -f rawvideo -pixel_format "$(raw_format "$3")" -video_size "$2" -i "$4" \
+        -threads 1 ${decoding:-} -i "$1" -lavfi \
+        "[0]$(raw_orientation "$3"),format=${reference##*=},settb=1/25,setpts=N[a];[1:v]$reference,settb=1/25,setpts=N[b];[a][b]psnr" \
+        -f null - 2>&1 | sed -n 's/.*PSNR [yr]:\([^ ]*\) .* average:\([^ ]*\) .*/\1 \2/p'
+}
+
+# Filters that make ffmpeg's pictures of a file what the decoders give as FORMAT, in planes: first 8-bit 4:2:2, with
+# the standard's chroma siting. Lines above a D-10 picture are cropped.
+as_decoded() { # FILE SIZE FORMAT
     local width=${2%x*} height=${2#*x} to=yuv422p own
     local scaler=flags=bilinear+accurate_rnd+full_chroma_int:in_h_chr_pos=0:out_h_chr_pos=0
     case $(ffprobe -loglevel error -select_streams v -show_entries stream=codec_name,pix_fmt -of csv=p=0 "$1") in
@@ -89,10 +98,7 @@ psnr_of_footage() { # FILE SIZE FORMAT SAMPLES
         to=gbrp
         own+=,scale=$scaler:in_color_matrix=$(matrix_of "$width" "$height"):in_range=tv:out_range=pc
     fi
-    ffmpeg -nostdin -hide_banner -f rawvideo -pixel_format "$(raw_format "$3")" -video_size "$2" -i "$4" \
-        -threads 1 ${decoding:-} -i "$1" -lavfi \
-        "[0]$(raw_orientation "$3"),format=$to,settb=1/25,setpts=N[a];[1:v]crop=iw:$height:0:ih-$height,$own,format=$to,settb=1/25,setpts=N[b];[a][b]psnr" \
-        -f null - 2>&1 | sed -n 's/.*PSNR [yr]:\([^ ]*\) .* average:\([^ ]*\) .*/\1 \2/p'
+    echo "crop=iw:$height:0:ih-$height,$own,format=$to"
 }
 
 # Compares the first audio stream of a file with a WAV: "48000 samples of 16 bits, equal", or the number that

@@ -34,6 +34,10 @@ SectionGroup /e "Open engines" GroupEngines
   SectionEnd
 SectionGroupEnd
 
+Section "Thumbnails and properties in Explorer" SecShell
+  ${ForEachSize} "Stage nyxshell.dll"
+SectionEnd
+
 Section "nyxhost, documents and headers" SecHost
   ${ForEachSize} "Stage nyxhost.exe"
   SetOutPath "${NEW}"
@@ -57,6 +61,7 @@ SectionEnd
   !insertmacro MUI_DESCRIPTION_TEXT ${GroupEngines} "Open engines, built on libavcodec, for the formats that are public standards. An engine on the search path takes precedence."
   !insertmacro MUI_DESCRIPTION_TEXT ${SecDv} "$DvText"
   !insertmacro MUI_DESCRIPTION_TEXT ${SecMpeg} "$MpegText"
+  !insertmacro MUI_DESCRIPTION_TEXT ${SecShell} "nyxshell.dll: pictures, durations and formats of MXF, GXF, DV and DIF files, unless another program shows them. Pictures need the engines."
   !insertmacro MUI_DESCRIPTION_TEXT ${SecHost} "A console program that plays, describes and encodes clips; the readme, the change log and headers for developers. Adds start menu entries."
   !insertmacro MUI_DESCRIPTION_TEXT ${SecPath} "Adds the folder to the system's PATH, so that prompts and scripts find nyxhost by its name."
 !insertmacro MUI_FUNCTION_DESCRIPTION_END
@@ -94,6 +99,7 @@ SectionEnd
   !insertmacro ${DO} ${SecPairs} pair-mono pair-mono
   !insertmacro ${DO} ${SecDv} rkdvh engines
   !insertmacro ${DO} ${SecMpeg} rkm2vi01 engines
+  !insertmacro ${DO} ${SecShell} shell shell
   !insertmacro ${DO} ${SecHost} host tools
   !insertmacro ${DO} ${SecPath} path path
 !macroend

@@ -30,6 +30,7 @@
 !macro ForEachFileOfSize FOLDER DO
   !insertmacro ${DO} "${FOLDER}nyxcodecs.dll"
   !insertmacro ${DO} "${FOLDER}nyxsource.dll"
+  !insertmacro ${DO} "${FOLDER}nyxshell.dll"
   !insertmacro ${DO} "${FOLDER}nyxhost.exe"
   !insertmacro ${DO} "${FOLDER}engines\rkdvh.dll"
   !insertmacro ${DO} "${FOLDER}engines\rkm2vi01.dll"

@@ -14,12 +14,12 @@
   ${EndIf}
 !macroend
 
-; Without the source component, the old source removes its own entries.
-!macro UnregisterSource
-  ${IfNot} ${SectionIsSelected} ${SecSource}
-    !insertmacro Register /u "${OLD}" nyxsource.dll
+; Without a component, its old module removes its own entries.
+!macro UnregisterUnless SECTION FILE
+  ${IfNot} ${SectionIsSelected} ${SECTION}
+    !insertmacro Register /u "${OLD}" ${FILE}
     ${If} $OldFolder != ""
-      !insertmacro Register /u $OldFolder nyxsource.dll
+      !insertmacro Register /u $OldFolder ${FILE}
     ${EndIf}
   ${EndIf}
 !macroend
@@ -44,8 +44,10 @@ Section "-Finish"
     !insertmacro WriteEntry $R1
   ${EndIf}
   ${ForEachSize} `RegisterOrFail "" nyxcodecs.dll`
-  ${ForEachSize} UnregisterSource
+  ${ForEachSize} "UnregisterUnless ${SecSource} nyxsource.dll"
+  ${ForEachSize} "UnregisterUnless ${SecShell} nyxshell.dll"
   ${ForEachSize} `RegisterOrFail "/n /i:$R1" nyxsource.dll`
+  ${ForEachSize} `RegisterOrFail "" nyxshell.dll`
 
   ; From here on nothing is undone.
   !insertmacro ClearMenu

@@ -3,7 +3,7 @@
 Var Components ; the list of /COMPONENTS, or ""
 Var Folder     ; the folder of /D, or ""
 
-!define OPTIONS "decoders,source,mxf,gxf,avi,dv,avi-dv,mov,pair-mono,engines,tools,path"
+!define OPTIONS "decoders,source,mxf,gxf,avi,dv,avi-dv,mov,pair-mono,engines,shell,tools,path"
 
 !macro Usage CODE TEXT
   ${Fail} ${CODE} "${TEXT}$\r$\n\

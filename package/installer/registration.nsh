@@ -7,15 +7,17 @@
   ${EndIf}
 !macroend
 
-; Registers both modules for one word size, the source for the file types in COMPONENTS.
+; Registers all modules for one word size, the source for the file types in COMPONENTS.
 !macro RegisterAll ROOT COMPONENTS
   !insertmacro Register "" "${ROOT}" nyxcodecs.dll
   !insertmacro Register "/n /i:${COMPONENTS}" "${ROOT}" nyxsource.dll
+  !insertmacro Register "" "${ROOT}" nyxshell.dll
 !macroend
 
-; Unregisters both modules, and removes the system's list of compressors if the encoder was its only
+; Unregisters all modules, and removes the system's list of compressors if the encoder was its only
 ; entry.
 !macro UnregisterAll ROOT
+  !insertmacro Register /u "${ROOT}" nyxshell.dll
   !insertmacro Register /u "${ROOT}" nyxsource.dll
   !insertmacro Register /u "${ROOT}" nyxcodecs.dll
   SetRegView ${BITS}

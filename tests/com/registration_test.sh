@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# registration_test.sh WINE-RUN MODULE.DLL [32-BIT-MODULE.DLL]: self-registration replaces nothing below
-# HKCR\CLSID and HKCR\Media Type, and unregistering takes all of it away; of nyxcodecs.dll what it enters, to the
-# byte; beside a 32-bit module, each in its own view. In the caller's prefix, which it leaves without the modules.
+# registration_test.sh WINE-RUN MODULE.DLL [32-BIT-MODULE.DLL]: self-registration replaces nothing below HKCR and among
+# the property handlers, and unregistering takes all of it away; of nyxcodecs.dll what it enters, to the byte; of
+# nyxshell.dll where files get their handlers; beside a 32-bit module, each in its own view. In the caller's prefix, which it leaves without the modules.
 # Ends with the number of failures.
 set -euo pipefail
 wine_run=$1
@@ -14,6 +14,10 @@ failures=0
 finish() {
     call regsvr32 /s /u "$name" || true
     [ ! -e narrow.dll ] || call regsvr32 /s /u narrow.dll || true
+    if [ "$name" = nyxshell.dll ]; then
+        call reg delete 'HKCR\.gxf' /f || true
+        call reg delete "${properties%\\PropertyH*}" /f || true
+    fi
     rm -r "$folder"
 }
 trap finish EXIT
@@ -32,9 +36,9 @@ holds() { # WHAT COMMAND...
 }
 # Every key, and every value behind the name of its key, a line each.
 entries() { # [/reg:32]
-    call reg export 'HKCR\CLSID' classes.reg /y "$@"
-    call reg export 'HKCR\Media Type' types.reg /y "$@"
-    cat classes.reg types.reg | iconv -f utf-16le -t utf-8 | tr -d '\r' | sed -e ':more; /\\$/{N; s/\\\n *//; b more}' |
+    call reg export HKCR classes.reg /y "$@"
+    call reg export 'HKLM\Software\Microsoft\Windows\CurrentVersion' system.reg /y "$@"
+    cat classes.reg system.reg | iconv -f utf-16le -t utf-8 | tr -d '\r' | sed -e ':more; /\\$/{N; s/\\\n *//; b more}' |
         awk '/^\[/ { key = $0; print; next } NF { print key " " $0 }' | sort
 }
 
@@ -92,13 +96,24 @@ TABLE
 }
 
 # The system makes the keys of its categories with the first filter and keeps them.
-holds "it registers" call regsvr32 /s "$name"
-holds "it unregisters" call regsvr32 /s /u "$name"
+if [ "$name" != nyxshell.dll ]; then
+    holds "it registers" call regsvr32 /s "$name"
+    holds "it unregisters" call regsvr32 /s /u "$name"
+fi
+thumbnails='HKCR\.gxf\ShellEx\{E357FCCD-A995-4576-B01F-234630154E96}'
+properties='HKLM\Software\Microsoft\Windows\CurrentVersion\PropertySystem\PropertyHandlers\.dv'
+if [ "$name" = nyxshell.dll ]; then # another program's handlers
+    call reg add "$thumbnails" /ve /d other /f
+    call reg add "$properties" /ve /d other /f
+fi
 entries >before
 call regsvr32 /s "$name"
 entries >after
 holds "nothing is replaced" test -z "$(comm -23 before after)"
 [ "$name" != nyxcodecs.dll ] || holds "the entries are these" diff -u <(expected | sort) <(comm -13 before after)
+[ "$name" != nyxshell.dll ] || holds "the handlers are these" diff - \
+    <(comm -13 before after | sed -n 's/.*\\\(\.[a-z]*\)\(\\ShellEx\)\?.*\] @="{5F2C1E6E-.*/\1\2/p' | sort | paste -sd ' ') \
+    <<<'.dif .dif\ShellEx .dv\ShellEx .gxf .mxf .mxf\ShellEx'
 holds "it registers again" call regsvr32 /s "$name"
 holds "twice is once" diff -q after <(entries)
 holds "it unregisters again" call regsvr32 /s /u "$name"

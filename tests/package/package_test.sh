@@ -86,6 +86,11 @@ renders() {
     ask run_nyxhost render clip.mxf
     check "$size plays a file" says "filter: Nyx Footage Source" "filter: DVCPRO50 Decoder" "5 pictures"
 }
+shows() { # A program that is not ours finds the handlers, in folders of their own, away from ours.
+    check "$size shows a thumbnail and properties" ends 0 wine "$builds/$size/bin/association_host.exe" 96 clip.mxf clip.dv
+    check "$size: its pictures" test "$(stat -c %s clip.{mxf,dv}.bmp | xargs)" = "27702 20790" # 4:3, 16:9
+    rm -f clip.*.bmp
+}
 decodes() { # PICTURES: the first run saves them, the others compare
     check "$size decodes" ends 0 run_nyxhost decode clip.dv --raw now
     [ -e "$1" ] || cp now "$1"
@@ -102,9 +107,9 @@ taken_out() {
 }
 
 package_is_whole() {
-    system='KERNEL32|msvcrt|ole32|OLEAUT32|ADVAPI32|USER32|GDI32|COMCTL32|VERSION|WINMM|PSAPI|SHELL32|WindowsCodecs|crypt32|comdlg32'
+    system='KERNEL32|msvcrt|ole32|OLEAUT32|ADVAPI32|USER32|GDI32|COMCTL32|VERSION|WINMM|PSAPI|SHELL32|WindowsCodecs|crypt32|comdlg32|PROPSYS|SHLWAPI'
     mapfile -t binaries < <(cd "$files" && find * -name '*.dll' -o -name '*.exe')
-    check "eleven binaries" test ${#binaries[@]} = 11
+    check "thirteen binaries" test ${#binaries[@]} = 13
     for file in "${binaries[@]}"; do
         objdump -fp "$files/$file" >headers
         [[ $file = x64/* ]] && machine=x86-64 || machine=i386
@@ -119,7 +124,7 @@ package_is_whole() {
         grep -A1 FileDescription resource | tail -1 >>descriptions
         check "$file: its symbols" test -s "$files/debug/${file/engines\//}.debug"
     done
-    check "each its description" test "$(sort descriptions | uniq -c | awk '{ print $1 }' | sort | xargs)" = "1 2 2 2 2 2"
+    check "each its description" test "$(sort descriptions | uniq -c | awk '{ print $1 }' | sort | xargs)" = "1 2 2 2 2 2 2"
     check "the icon in nyxhost and the installer" test "$(grep -la IHDR "$files"/{,x64/}nyxhost.exe "$setup" | wc -l)" = 3
     check "the embedding headers and the example compile" i686-w64-mingw32-g++-posix -fsyntax-only -std=c++20 \
         -include filters/encode_parameter.h "-I$files/include" "$files/include/play_file.cpp"
@@ -150,6 +155,7 @@ refused() {
 by_zip() {
     check "install.cmd" ends 0 wine cmd /c "nyx-codecs-$version\\install.cmd"
     each renders
+    each shows
     check "uninstall.cmd" ends 0 wine cmd /c "nyx-codecs-$version\\uninstall.cmd"
     ask wine cmd /c "nyx-codecs-$version\\uninstall.cmd"
     check "uninstall.cmd once more" says "Nothing is installed."
@@ -175,6 +181,7 @@ serves() {
 by_installer() {
     check "the installer" ends 0 wine "$setup" /S
     each serves
+    each shows
     check "no files for other sizes" test "$(find "$installed" -name nyxcodecs.dll | wc -l)" = ${#sizes[@]}
     check "a closed engine has its own picture" ends 1 cmp -s real painted
     check "the headers" diff -r "$files/include" "$installed/include"
@@ -278,6 +285,7 @@ by_choice() {
     opens ""
     check "no setting" ends 1 wine reg query 'HKCU\Software\Veltro\Source'
     check "no source" test -z "$(find "$installed" -name nyxsource.dll)"
+    check "no thumbnails" ends 2 wine "$builds/win64/bin/association_host.exe" 96 clip.mxf clip.dv
     ask by_line 'nyxhost --version'
     check "nyxhost no longer" test "${said/nyxhost $version/}" = "$said"
     check "the installer" ends 0 by_line 'whole.exe /S /COMPONENTS=pair-mono,mxf,avi,dv,engines,tools,path'
