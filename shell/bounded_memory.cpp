@@ -1,7 +1,6 @@
 /// @file
-/// What libavutil allocates with, in place of the three functions that its objects import from the
-/// C runtime. The tables of a damaged file may claim any number of rows; the shell's process shall
-/// stay below 256 MB. Callable on any thread.
+/// What libavutil allocates with, in place of three functions of the C runtime. A damaged file may
+/// claim any number of rows; the shell's process shall stay below 256 MB. Callable on any thread.
 
 #include <algorithm>
 #include <atomic>

@@ -9,8 +9,7 @@
 
 namespace nyx::shell {
 
-/// The bytes of a stream, on the thread that owns it, for kMilliseconds: a damaged file or a slow
-/// disk must not keep the shell waiting.
+/// The bytes of a stream for kMilliseconds, on the thread that owns the stream.
 class StreamBytes final : public source::ByteSource {
   public:
     /// The time begins now.

@@ -25,9 +25,12 @@ bool ReadPicture(source::FootageFile* file, REFERENCE_TIME time, DecodeFrame dec
     if (file->Seek(time) != S_OK || file->ReadPacket(&packet) != S_OK) {
         return false;
     }
-    const source::StreamFormat& stream = file->streams().front();
-    const source::VideoFormat format =
-        packet.system ? *WithSystem(stream, *packet.system).video : *stream.video;
+    source::VideoFormat format = *file->streams().front().video;
+    if (packet.system) {
+        format.fourcc = source::DvFourCC(*packet.system);
+        format.width = packet.system->width;
+        format.height = packet.system->height;
+    }
     const std::int64_t pixels = std::int64_t{format.width} * format.height;
     if (packet.size() > kMaxFrame || pixels > kMaxPixels) {
         return false;
@@ -66,8 +69,8 @@ std::vector<Blend> Blends(LONG from, LONG to) {
 }
 
 /// Scales a picture of blue, green and red bytes. A pixel of the result is the mean of those around
-/// its place, weighted by a triangle as wide as two pixels of the coarser picture: nothing is
-/// skipped, and edges do not ring. (Wine's own scaler takes the nearest pixel for every method.)
+/// its place, weighted by a triangle as wide as two pixels of the coarser picture. (The system's
+/// own scaler takes the nearest pixel under Wine.)
 Picture ScalePicture(const Picture& from, LONG width, LONG height) {
     const std::vector<Blend> columns = Blends(from.width, width);
     std::vector<float> row(static_cast<std::size_t>(from.width) * kColours);

@@ -8,9 +8,8 @@
 
 namespace nyx::shell {
 
-/// What the shell waits for a file at most.
-constexpr unsigned kMilliseconds = 2000;
-constexpr LONG kMaxThumbnail = 2048;  ///< pixels of the longer side
+constexpr unsigned kMilliseconds = 2000;  ///< that the shell waits for a file at most
+constexpr LONG kMaxThumbnail = 2048;      ///< pixels of the longer side
 
 /// Rows of pixels from the top, without gaps.
 struct Picture {
