@@ -31,7 +31,7 @@ class StreamBytes final : public source::ByteSource {
             got = 0;
             if (isOver() || FAILED(stream_->Seek(place, STREAM_SEEK_SET, nullptr)) ||
                 FAILED(stream_->Read(to.data() + count, left, &got)) || got > left) {
-                return -1;
+                return Fail(STG_E_READFAULT);
             }
         }
         return static_cast<int>(count);
@@ -41,7 +41,6 @@ class StreamBytes final : public source::ByteSource {
     std::int64_t Milliseconds() noexcept override {
         return static_cast<std::int64_t>(GetTickCount64()) + (isOver() ? std::int64_t{1} << 40 : 0);
     }
-    HRESULT failure() const noexcept override { return STG_E_READFAULT; }
 
   private:
     const ComPtr<IStream> stream_;
