@@ -1,14 +1,16 @@
 #!/usr/bin/env bash
 # make_material.sh FOLDER: makes what the tests read, with ffmpeg, unless FOLDER has it as these scripts make it.
 set -euo pipefail
-out=$1
+out=$(realpath -m "$1")
 cd "$(dirname "$0")"
 made=$(cat make_material.sh */make_*.sh ../scripts/{card,clips,footage}.sh | sha256sum)
 [ "$(cat "$out/made" 2>/dev/null)" != "$made" ] || exit 0
 rm -rf "$out"
 mkdir -p "$out"
 source/make_material.sh "$out/source" &
+sources=$!
+nyxhost/make_clips.sh "$out/nyxhost"
 dv/make_dv_frames.sh "$out/dv"
 engines/make_open_frames.sh "$out/open" "$out/dv"
-wait $!
+wait $sources
 echo "$made" >"$out/made"

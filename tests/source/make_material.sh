@@ -27,9 +27,10 @@ clip() {
     list "$1" "$8"
 }
 
+# Rising ramps, which pack better than other tones. Their length is a prime.
 tones() { # CHANNELS
     local i
-    for ((i = 1; i <= $1; i++)); do printf "%ssin(%d*t)/2" "${separator:-}" $((1000 * i)) && separator='|'; done
+    for ((i = 1; i <= $1; i++)); do printf "%smod(%d*n\,1009)/2018" "${separator:-}" $((7 * i)) && separator='|'; done
 }
 
 dv=(-c:v dvvideo -field_order bb -aspect 4:3)
