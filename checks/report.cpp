@@ -55,19 +55,18 @@ nlohmann::json DescribeSystem() {
     memory.dwLength = sizeof(memory);
     GlobalMemoryStatusEx(&memory);
     constexpr wchar_t kWindows[] = L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion";
-    return {
-        {"version", NYX_VERSION},
-        {"system",
-         RegistryText(kWindows, L"ProductName") + " " + RegistryText(kWindows, L"DisplayVersion") +
-             ", " + std::to_string(version.dwMajorVersion) + "." +
-             std::to_string(version.dwMinorVersion) + "." + std::to_string(version.dwBuildNumber)},
-        {"wine", wine ? wine() : ""},
-        {"bits", system.wProcessorArchitecture == PROCESSOR_ARCHITECTURE_INTEL ? 32 : 64},
-        {"processor", RegistryText(L"HARDWARE\\DESCRIPTION\\System\\CentralProcessor\\0",
-                                   L"ProcessorNameString")},
-        {"processors", system.dwNumberOfProcessors},
-        {"memory_mib", memory.ullTotalPhys >> 20},
-        {"administrator", IsAdministrator()}};
+    return {{"version", NYX_VERSION},
+            {"system", RegistryText(kWindows, L"ProductName") + ", " +
+                           std::to_string(version.dwMajorVersion) + "." +
+                           std::to_string(version.dwMinorVersion) + "." +
+                           std::to_string(version.dwBuildNumber)},
+            {"wine", wine ? wine() : ""},
+            {"bits", system.wProcessorArchitecture == PROCESSOR_ARCHITECTURE_INTEL ? 32 : 64},
+            {"processor", RegistryText(L"HARDWARE\\DESCRIPTION\\System\\CentralProcessor\\0",
+                                       L"ProcessorNameString")},
+            {"processors", system.dwNumberOfProcessors},
+            {"memory_mib", memory.ullTotalPhys >> 20},
+            {"administrator", IsAdministrator()}};
 }
 
 std::string LineOf(const Outcome& outcome) {
