@@ -59,7 +59,8 @@ Program::Program(const std::wstring& commandLine, const std::filesystem::path& f
     if (!file ||
         !CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, CREATE_UNICODE_ENVIRONMENT,
                         environment.data(), folder.c_str(), &startup, &process_)) {
-        throw std::runtime_error("cannot start " + Narrow(commandLine));
+        throw std::runtime_error("error " + std::to_string(GetLastError()) + " of starting " +
+                                 Narrow(commandLine));
     }
 }
 

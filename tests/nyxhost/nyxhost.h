@@ -22,7 +22,11 @@ using Texts = std::vector<std::string>;
 /// Runs nyxhost in a folder of its own that has the clips.
 class NyxHost : public ::testing::Test {
   protected:
-    NyxHost() { fs::copy(MaterialFile("nyxhost"), folder.path); }
+    NyxHost() {
+        for (const auto& clip : fs::directory_iterator(MaterialFile("nyxhost"))) {
+            fs::copy_file(clip.path(), folder.path / clip.path().filename());
+        }
+    }
     ~NyxHost() override {
         Register(L"nyxcodecs", L"/u ");
         Register(L"nyxsource", L"/u ");
