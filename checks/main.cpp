@@ -137,6 +137,7 @@ int Check(std::vector<std::wstring> arguments) {
         fs::create_directories(root / "work");
     }
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);  // programs inherit it
+    Unpack(root, "win32");  // which the 64-bit suites also use
     std::vector<Suite> suites;
     for (const std::wstring& size : arguments) {
         Unpack(root, Narrow(size));

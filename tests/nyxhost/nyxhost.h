@@ -35,9 +35,8 @@ class NyxHost : public ::testing::Test {
     /// It exits with this code, and prints all of the texts.
     void Run(DWORD code, const std::string& arguments, const Texts& says = {}) {
         SCOPED_TRACE("nyxhost " + arguments);
-        const Ended ended =
-            RunIn(folder.path,
-                  L'"' + ProgramFolder() + L"nyxhost.exe\" " + checks::Widen(arguments), variables);
+        const std::wstring program = L'"' + (place / "nyxhost.exe").wstring() + L"\" ";
+        const Ended ended = RunIn(folder.path, program + checks::Widen(arguments), variables);
         EXPECT_EQ(ended.code, code) << ended.said;
         said = ended.said;
         Says(says);
@@ -80,6 +79,7 @@ class NyxHost : public ::testing::Test {
     }
 
     const TemporaryFolder folder{L"nyxhost"};
+    fs::path place = ProgramFolder();  ///< of nyxhost.exe
     checks::Variables variables;
     std::string said;
 };

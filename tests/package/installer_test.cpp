@@ -58,17 +58,6 @@ class Installer : public NyxHost {
         }
         return all;
     }
-    /// Runs the nyxhost of a folder.
-    void RunFrom(const fs::path& place, DWORD code, const std::wstring& arguments,
-                 const Texts& says = {}) {
-        SCOPED_TRACE(place);
-        const Ended ended = RunIn(
-            folder.path, L'"' + (place / "nyxhost.exe").wstring() + L"\" " + arguments, variables);
-        EXPECT_EQ(ended.code, code) << ended.said;
-        said = ended.said;
-        Says(says);
-    }
-
     bool runs64_ = false;
     const fs::path setup = MaterialFile("setup.exe");
     const fs::path installed =
@@ -92,7 +81,9 @@ TEST_F(Installer, WhatItInstallsWorksAndGoesWithoutATrace) {
     EXPECT_FALSE(version.empty() || EntryText(L"Publisher").empty());
     EXPECT_TRUE(fs::exists(menu / "README.lnk"));
     EXPECT_TRUE(fs::exists(installed / "include" / "play_file.cpp"));
-    for (const fs::path& place : Places()) {
+    for (const fs::path& one : Places()) {
+        SCOPED_TRACE(one);
+        place = one;
         const bool isFirst = place == installed;
         const Entries entries = Registered(isFirst ? KEY_WOW64_32KEY : KEY_WOW64_64KEY);
         EXPECT_EQ(
@@ -100,16 +91,15 @@ TEST_F(Installer, WhatItInstallsWorksAndGoesWithoutATrace) {
                           [ending = "=" + checks::Narrow(place.wstring()) + "\\nyxcodecs.dll"](
                               const std::string& entry) { return entry.ends_with(ending); }),
             10);
-        RunFrom(place, 0, L"--version", {"nyxhost " + version});
-        RunFrom(place, 11, L"list", {"DirectShow filters, video compressors"});
-        RunFrom(place, 0, L"decode DV25-625.avi --raw real.raw");
-        RunFrom(place, 0, L"render DVCPRO50-525.mxf",
-                {"filter: Nyx Footage Source", "filter: DVCPRO50 Decoder", "2 pictures"});
-        RunFrom(place, 0, L"render DV25-625.avi",
-                {"filter: Nyx AVI Footage Splitter", "2 pictures"});
+        Run(0, "--version", {"nyxhost " + version});
+        Run(11, "list", {"DirectShow filters, video compressors"});
+        Run(0, "decode DV25-625.avi --raw real.raw");
+        Run(0, "render DVCPRO50-525.mxf",
+            {"filter: Nyx Footage Source", "filter: DVCPRO50 Decoder", "2 pictures"});
+        Run(0, "render DV25-625.avi", {"filter: Nyx AVI Footage Splitter", "2 pictures"});
         if (isFirst == (sizeof(void*) == 4)) {  // a closed engine on the path takes precedence
             Use({Engines(L"standin")});
-            RunFrom(place, 0, L"decode DV25-625.avi --raw painted.raw");
+            Run(0, "decode DV25-625.avi --raw painted.raw");
             EXPECT_TRUE(Bytes("real.raw") != Bytes("painted.raw"));
             Use({});
         }
