@@ -26,6 +26,21 @@ std::string RegistryText(const wchar_t* key, const wchar_t* name) {
     return Narrow(text);
 }
 
+/// The text without the user's name, which paths have.
+std::string WithoutUser(std::string text) {
+    wchar_t profile[MAX_PATH] = {}, brief[MAX_PATH] = {};
+    GetEnvironmentVariableW(L"USERPROFILE", profile, MAX_PATH);
+    GetShortPathNameW(profile, brief, MAX_PATH);
+    for (const wchar_t* path : {profile, brief}) {
+        const std::string name = "\\" + Narrow(std::filesystem::path(path).filename().wstring());
+        for (std::size_t at = 0; name.size() > 1 && (at = text.find(name, at)) != std::string::npos;
+             ++at) {
+            text.replace(at, name.size(), "\\USER");
+        }
+    }
+    return text;
+}
+
 std::string Total(const std::vector<Outcome>& outcomes, std::size_t* failures) {
     std::size_t passed = 0, skipped = 0;
     *failures = 0;
@@ -78,7 +93,12 @@ std::string LineOf(const Outcome& outcome) {
     return line;
 }
 
-bool WriteReport(const std::filesystem::path& root, const std::vector<Outcome>& outcomes) {
+bool WriteReport(const std::filesystem::path& root, std::vector<Outcome> outcomes) {
+    for (Outcome& outcome : outcomes) {
+        for (Remark& remark : outcome.failed) {
+            remark.text = WithoutUser(remark.text);
+        }
+    }
     nlohmann::json document = DescribeSystem();
     std::ofstream text(root / "report.txt");
     for (const auto& [name, value] : document.items()) {

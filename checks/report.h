@@ -13,13 +13,13 @@ namespace nyx::checks {
 /// Whether this process may register for all users.
 bool IsAdministrator();
 
-/// "VERSION; Windows 10.0.19045; PROCESSOR, 8 processors": no name of a user or a machine.
+/// The version of the checks and of the system, the processor and the rights.
 nlohmann::json DescribeSystem();
 
 /// A line of the table.
 std::string LineOf(const Outcome& outcome);
 
-/// Writes ROOT/report.txt and ROOT/report.json. True when nothing failed.
-bool WriteReport(const std::filesystem::path& root, const std::vector<Outcome>& outcomes);
+/// Writes ROOT/report.txt and ROOT/report.json, without the user's name. True when nothing failed.
+bool WriteReport(const std::filesystem::path& root, std::vector<Outcome> outcomes);
 
 }  // namespace nyx::checks
