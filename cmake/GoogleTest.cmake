@@ -40,9 +40,10 @@ if(WIN32)
 endif()
 
 # nyx_suite(NAME [ALONE] [ADMINISTRATOR] [COST number] [ARGUMENTS argument...] [ENVIRONMENT variable=value]): a
-# program as a CTest entry, under Wine when cross-built, and as a line of suites.jsonl, for checks/. An argument or
-# value has no spaces. Those of a high COST start first. Of those that are ALONE one runs at a time: they share the
-# registry or the display. ADMINISTRATOR: it registers or installs.
+# program as a CTest entry, under Wine when cross-built, and as a line of suites.jsonl, for checks/. It prints
+# "[  PASSED  ]" at its end, as GoogleTest does. An argument or value has no spaces. Those of a high COST start first.
+# Of those that are ALONE one runs at a time: they share the registry or the display. ADMINISTRATOR: it registers or
+# installs.
 function(nyx_suite name)
   cmake_parse_arguments(PARSE_ARGV 1 suite "ALONE;ADMINISTRATOR" "COST;ENVIRONMENT" "ARGUMENTS")
   add_test(NAME ${name} COMMAND ${name} ${suite_ARGUMENTS})

@@ -126,5 +126,6 @@ int main(int count, char** arguments) {
     std::fclose(csv);
     const bool unloadable = Module().CanUnloadNow() == S_OK;
     std::puts(unloadable ? "the module could be unloaded" : "the module still has objects");
+    std::puts(good && unloadable ? "[  PASSED  ]" : "failed");  // as GoogleTest, for the checks
     return good && unloadable ? 0 : 1;
 }
