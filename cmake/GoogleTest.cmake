@@ -11,7 +11,7 @@ endif()
 # Tests share a precompiled header and are optimised lightly: most of their compile time is headers and the
 # optimiser's work on assertions. The three warnings are false at -O1, in std::optional and std::wstring.
 set(nyx_test_options -O1 -g1 -Wno-maybe-uninitialized -Wno-array-bounds
-  -Wno-stringop-overread)
+  -Wno-stringop-overread ${nyx_names_from_root})
 file(WRITE ${CMAKE_BINARY_DIR}/test_headers.cpp "")
 add_library(nyx_test_headers OBJECT EXCLUDE_FROM_ALL ${CMAKE_BINARY_DIR}/test_headers.cpp)
 target_link_libraries(nyx_test_headers PRIVATE nyx_flags gtest)
@@ -31,28 +31,54 @@ function(nyx_quick_to_compile name)
   endif()
 endfunction()
 
-# nyx_test(NAME sources... [LINK libraries...] [NEEDS targets...] [PROPERTIES property value...]): one
-# executable and one CTest entry, under Wine when cross-built. NEEDS are built first.
+# What the tests read, made once for all presets on the build machine. Wine sees its root as Z:.
+set(NYX_MATERIAL ${PROJECT_SOURCE_DIR}/build/material)
+add_test(NAME material COMMAND ${PROJECT_SOURCE_DIR}/tests/make_material.sh ${NYX_MATERIAL})
+set_tests_properties(material PROPERTIES FIXTURES_SETUP material)
+if(WIN32)
+  string(PREPEND NYX_MATERIAL Z:)
+endif()
+
+# nyx_suite(NAME [ALONE] [ADMINISTRATOR] [COST number] [ARGUMENTS argument...] [ENVIRONMENT variable=value]): a
+# program as a CTest entry, under Wine when cross-built, and as a line of suites.jsonl, for checks/. It prints
+# "[  PASSED  ]" at its end, as GoogleTest does. An argument or value has no spaces. Those of a high COST start first.
+# Of those that are ALONE one runs at a time: they share the registry or the display. ADMINISTRATOR: it registers or
+# installs.
+function(nyx_suite name)
+  cmake_parse_arguments(PARSE_ARGV 1 suite "ALONE;ADMINISTRATOR" "COST;ENVIRONMENT" "ARGUMENTS")
+  add_test(NAME ${name} COMMAND ${name} ${suite_ARGUMENTS})
+  set_tests_properties(${name} PROPERTIES FIXTURES_REQUIRED material LABELS travels
+    ENVIRONMENT "NYX_MATERIAL=${NYX_MATERIAL};${suite_ENVIRONMENT}")
+  if(suite_ALONE)
+    set_tests_properties(${name} PROPERTIES RESOURCE_LOCK registry)
+  endif()
+  if(NOT suite_COST)
+    set(suite_COST 0)
+  endif()
+  set_tests_properties(${name} PROPERTIES COST ${suite_COST})
+  string(TOLOWER "\"alone\": ${suite_ALONE}, \"administrator\": ${suite_ADMINISTRATOR}, \"cost\": ${suite_COST}" flags)
+  set_property(GLOBAL APPEND_STRING PROPERTY NYX_SUITES "{\"name\": \"${name}\", ${flags}, \
+\"arguments\": \"${suite_ARGUMENTS}\", \"environment\": \"${suite_ENVIRONMENT}\"}\n")
+endfunction()
+
+# nyx_test(NAME sources... [LINK libraries...] [NEEDS targets...] [options of nyx_suite]): a program of tests. NEEDS
+# are built first.
 function(nyx_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 test "" "" "LINK;NEEDS;PROPERTIES")
+  cmake_parse_arguments(PARSE_ARGV 1 test "ALONE;ADMINISTRATOR" "COST;ENVIRONMENT" "LINK;NEEDS")
   add_executable(${name} ${test_UNPARSED_ARGUMENTS})
   if(CMAKE_SYSTEM_PROCESSOR STREQUAL x86_64 AND WIN32)
     target_sources(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support/high_addresses.cpp)
   endif()
   target_link_libraries(${name} PRIVATE nyx_flags gtest gtest_main ${test_LINK})
   nyx_quick_to_compile(${name})
-  add_test(NAME ${name} COMMAND ${name})
   if(test_NEEDS)
     add_dependencies(${name} ${test_NEEDS})
   endif()
-  if(test_PROPERTIES)
-    set_tests_properties(${name} PROPERTIES ${test_PROPERTIES})
-  endif()
-endfunction()
-
-# nyx_material(NAME script [arguments...]): makes files on the build machine before the tests with
-# FIXTURES_REQUIRED NAME.
-function(nyx_material name script)
-  add_test(NAME ${name} COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/${script} ${ARGN})
-  set_tests_properties(${name} PROPERTIES FIXTURES_SETUP ${name})
+  set(options COST ${test_COST} ENVIRONMENT ${test_ENVIRONMENT})
+  foreach(flag ALONE ADMINISTRATOR)
+    if(test_${flag})
+      list(APPEND options ${flag})
+    endif()
+  endforeach()
+  nyx_suite(${name} ${options})
 endfunction()

@@ -72,6 +72,18 @@ compare_footage() { # FILE SIZE FORMAT WORK
     sound=$(compare_sound "$1" "$4/sound.wav" "$4")
 }
 
+# An ffmpeg filter that makes the shown 8-bit 4:2:2 pictures of a file.
+footage_scaler=flags=bilinear+accurate_rnd+full_chroma_int:in_h_chr_pos=0:out_h_chr_pos=0
+to_shown_422() { # FILE SIZE
+    local height=${2#*x} own
+    case $(ffprobe -loglevel error -select_streams v -show_entries stream=codec_name,pix_fmt -of csv=p=0 "$1") in
+        dvvideo,yuv420p) own=$(resample_dv_chroma in yuv422p "$footage_scaler") ;;
+        *,yuv422p10le) own=$(round_to_8_bits "$footage_scaler") ;;
+        *) own=scale=$footage_scaler:interl=-1,format=yuv422p ;;
+    esac
+    echo "crop=iw:$height:0:ih-$height,$own"
+}
+
 # The PSNR between raw samples and ffmpeg's decode of all pictures of a file: of the first component, luma or
 # red, and of all three. $decoding has options for ffmpeg's decoder.
 psnr_of_footage() { # FILE SIZE FORMAT SAMPLES
@@ -86,19 +98,12 @@ psnr_of_footage() { # FILE SIZE FORMAT SAMPLES
 # the standard's chroma siting. Lines above a D-10 picture are cropped.
 as_decoded() { # FILE SIZE FORMAT
     local width=${2%x*} height=${2#*x} to=yuv422p own
-    local scaler=flags=bilinear+accurate_rnd+full_chroma_int:in_h_chr_pos=0:out_h_chr_pos=0
-    case $(ffprobe -loglevel error -select_streams v -show_entries stream=codec_name,pix_fmt -of csv=p=0 "$1") in
-        dvvideo,yuv420p) own=$(resample_dv_chroma in yuv422p "$scaler") ;;
-        *,yuv422p10le) own=$(round_to_8_bits "$scaler") ;;
-        *) own=scale=$scaler:interl=-1,format=yuv422p ;;
-    esac
-    if [ "$3" = yuy2 ]; then
-        own+=,scale=$scaler
-    else
+    own=$(to_shown_422 "$1" "$2")
+    if [ "$3" != yuy2 ]; then
         to=gbrp
-        own+=,scale=$scaler:in_color_matrix=$(matrix_of "$width" "$height"):in_range=tv:out_range=pc
+        own+=,scale=$footage_scaler:in_color_matrix=$(matrix_of "$width" "$height"):in_range=tv:out_range=pc
     fi
-    echo "crop=iw:$height:0:ih-$height,$own,format=$to"
+    echo "$own,format=$to"
 }
 
 # Compares the first audio stream of a file with a WAV: "48000 samples of 16 bits, equal", or the number that

@@ -28,6 +28,7 @@ build_preset() {
 start_wine() {
     WINEPREFIX=$(mktemp -d "${TMPDIR:-/tmp}/nyx-wine.XXXXXX")
     export WINEPREFIX WINEARCH=${1:-${WINEARCH:-win32}} WINEDEBUG=${WINEDEBUG:--all}
+    export LC_ALL=C.UTF-8 # file names outside ASCII
     # The plain command starts the 32-bit system programs, also in a 64-bit prefix. A link does not work:
     # the loader depends on the name that it is called by.
     local loader=/usr/lib/wine/wine

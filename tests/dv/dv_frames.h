@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/win_types.h"
+#include "tests/support/material.h"
 
 namespace nyx::test {
 
@@ -85,10 +86,10 @@ inline DvFrame LoadFrame(const std::string& clip, std::size_t index = 0) {
     const auto has = [&clip](const char* part) { return clip.find(part) != std::string::npos; };
     const std::size_t channel = has("_60") || has("525") ? 120000 : 144000;
     DvFrame frame = DvFrame::Blank((has("1080") ? 2u : 1u) * (has("25_") ? 1u : 2u) * channel);
-    std::ifstream file(NYX_DV_FRAMES "/" + clip + ".dv", std::ios::binary);
+    std::ifstream file(MaterialFile("dv/" + clip + ".dv"), std::ios::binary);
     file.seekg(static_cast<std::streamoff>(index * frame.size()));
     file.read(reinterpret_cast<char*>(&frame[0]), static_cast<std::streamsize>(frame.size()));
-    EXPECT_TRUE(file) << clip << ": no frame " << index << "; run the dv_frames fixture";
+    EXPECT_TRUE(file) << clip << ": no frame " << index << "; run the fixture";
     return frame;
 }
 

@@ -13,7 +13,7 @@ clip() {
     [ "$rate" = "$5" ] || timecode='01:02:03;04'
     shift 5
     ffmpeg -nostdin -v error -y -f lavfi -i "testsrc2=r=$rate:s=640x480" \
-        -f lavfi -i "sine=f=440:r=48000" -t 0.2 -vf "scale=$size,setdar=$aspect" \
+        -f lavfi -i "sine=f=440:r=48000" -t 0.12 -vf "scale=$size,setdar=$aspect" \
         -threads 1 -c:v dvvideo -pix_fmt "$pixels" "$@" \
         -timecode "$timecode" -metadata creation_time=2004-05-06T07:08:09Z -f dv "$out/$name.dv"
 }

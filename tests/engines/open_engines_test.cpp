@@ -129,7 +129,7 @@ TEST(OpenMpeg, DropsLinesAtTheTopAndMakesBlackOfTheRest) {
     };
     for (const auto& [name, width, height, top] :
          {std::tuple("/progressive_420", 98, 66, 0), {"/production_625", 720, 608, 32}}) {
-        std::ifstream file(NYX_OPEN_FRAMES + std::string(name) + "-1.frame", std::ios::binary);
+        std::ifstream file(MaterialFile("open" + std::string(name) + "-1.frame"), std::ios::binary);
         const Bytes frame(std::istreambuf_iterator<char>(file), {});
         const Picture whole{width, height, 2}, cropped{width, height - top, 2, 12, -1};
         EXPECT_EQ(decode(frame, whole, 0, height) | decode(frame, cropped, top, height), 0);

@@ -38,7 +38,7 @@ constexpr Signal kSignals[] = {
 /// repeat, are damaged. All but the first of these have bits damaged behind the headers as well.
 std::vector<Bytes> FramesOf(const Signal& signal) {
     constexpr std::size_t kHeaders = 200, kBits = 9;
-    std::ifstream file(NYX_OPEN_FRAMES "/" + std::string(signal.frame) + "-1.frame",
+    std::ifstream file(MaterialFile("open/" + std::string(signal.frame) + "-1.frame"),
                        std::ios::binary);
     DvFrame frame({std::istreambuf_iterator<char>(file), {}});
     if (signal.applicationId) {

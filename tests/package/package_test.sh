@@ -175,8 +175,6 @@ serves() {
     decodes painted
     use_no_engines
     renders
-    ask run_nyxhost render clip.avi
-    check "$size plays an AVI" says "filter: Nyx AVI Footage Splitter" "5 pictures"
 }
 by_installer() {
     check "the installer" ends 0 wine "$setup" /S
@@ -185,16 +183,12 @@ by_installer() {
     check "no files for other sizes" test "$(find "$installed" -name nyxcodecs.dll | wc -l)" = ${#sizes[@]}
     check "a closed engine has its own picture" ends 1 cmp -s real painted
     check "the headers" diff -r "$files/include" "$installed/include"
-    ask run_nyxhost list
-    check "the compressor" says "DirectShow filters, video compressors"
     ask wine reg query "$entry" /reg:32
     check "MOV is left to others in $kind" says "REG_SZ    ,source,mxf,gxf,avi,dv,avi-dv,${mov}rkdvh,"
-    check "the entry among the programs" says "DisplayVersion    REG_SZ    $version" EstimatedSize Publisher \
-        "NoModify    REG_DWORD    0x1" "NoRepair    REG_DWORD    0x1"
+    check "the entry among the programs" says EstimatedSize "NoModify    REG_DWORD    0x1" "NoRepair    REG_DWORD    0x1"
     ask strings -el "$menu/Nyx footage.lnk"
     check "the prompt of the start menu finds nyxhost" ends 0 by_line "cd C:\\
 cmd $(grep -o '/k ".*' <<<"$said" | sed 's/k/c/')"
-    check "the readme of the start menu" grep -q README.txt "$menu/README.lnk"
 }
 fails() { # CODE MESSAGE COMMAND-LINE
     local code=0
@@ -297,7 +291,6 @@ by_choice() {
 unzip -q "${setup%-setup.exe}.zip"
 files=$PWD/nyx-codecs-$version
 quiet_ffmpeg -f lavfi -i testsrc2=size=720x576:rate=25 -frames:v 5 -pix_fmt yuv422p -c:v dvvideo clip.mxf
-quiet_ffmpeg -i clip.mxf -c copy clip.avi
 make_dv bars 720 576 25/1 5 yuv420p clip.dv
 drive=$WINEPREFIX/drive_c
 installed=$drive/$programs/Nyx\ codecs

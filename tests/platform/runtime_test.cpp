@@ -4,6 +4,8 @@
 #include <pthread.h>
 #include <windows.h>
 
+#include <cstdio>
+
 namespace {
 
 constexpr int kThreads = 4, kRounds = 10, kError = 7;
@@ -48,5 +50,6 @@ int main() {
         failures += failed;
     }
     failures += made != 1 || sum != kThreads * kRounds || destroyed != kThreads;
+    std::puts(failures ? "failed" : "[  PASSED  ]");  // as GoogleTest, for the checks
     return static_cast<int>(failures);
 }

@@ -13,14 +13,16 @@ cd "$2"
 quiet_ffmpeg -f lavfi -i testsrc2=size=720x576:rate=25 -frames:v 10 -vf "drawbox=t=fill:c=black:enable=lt(n\,2)" \
     -pix_fmt yuv422p -c:v dvvideo -aspect 4:3 dark.mxf
 
-# Sets `lines`: each size on the longer side, and the other side's.
-other_sides() { # ASPECT
-    lines=$(for size in 16 96 256 1024; do awk -F : -v size=$size '{
-        print size, $1 < $2 ? int(size * $1 / $2 + 0.5) "x" size : size "x" int(size * $2 / $1 + 0.5) }' <<<"$1"; done)
+# Sets `lines`: each size on the longer side, and the other side's. The largest is of two clips, to save space.
+other_sides() { # CLIP ASPECT
+    local sizes='16 96 256'
+    [[ $1 != dvhd.mov && $1 != v210.avi ]] || sizes+=' 1024'
+    lines=$(for size in $sizes; do awk -F : -v size=$size '{
+        print size, $1 < $2 ? int(size * $1 / $2 + 0.5) "x" size : size "x" int(size * $2 / $1 + 0.5) }' <<<"$2"; done)
 }
 reference() { # FOLDER CLIP SIZE ASPECT FRAME
     local chain outputs=() scaled= n=0 size to
-    other_sides "$4"
+    other_sides "$2" "$4"
     chain="select=eq(n\,$5),$(as_decoded "$1/$2" "$3" rgb32)"
     while read -r size to; do
         echo "$2 $size $to" >>list

@@ -92,13 +92,14 @@ TEST_F(Source, OpeningCanBeAborted) {
     ComPtr<IFileSourceFilter> file;
     ComPtr<IAMOpenProgress> progress;
     LONGLONG size = 0, done = 0;
+    const std::wstring slow = Write(L"slow.m2v", ReadAll(Material("mpeg.m2v")), 200 << 20, "");
     for (bool ended = false; !ended;) {  // again where the file was open before
         const auto filter = Module().Create(CLSID_NyxFootageSource);
         file = As<IFileSourceFilter>(filter);
         progress = As<IAMOpenProgress>(filter);
         EXPECT_EQ(progress->QueryProgress(&size, &done), VFW_E_WRONG_STATE);
-        auto loaded = std::async(std::launch::async,
-                                 [&] { return file->Load(Material("slow.m2v").c_str(), nullptr); });
+        auto loaded =
+            std::async(std::launch::async, [&] { return file->Load(slow.c_str(), nullptr); });
         while (!ended &&
                loaded.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready) {
             ended = progress->AbortOperation() == S_OK;

@@ -4,8 +4,12 @@
 #include <fstream>
 
 #include "platform/class_ids.h"
+#include "platform/unique_handle.h"
+#include "tests/support/material.h"
 #include "tests/support/rig.h"
 #include "tests/support/settings.h"
+
+#include <winioctl.h>
 
 namespace nyx::test {
 
@@ -16,10 +20,9 @@ inline std::string ReadAll(const std::filesystem::path& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// A file of make_material.sh's folder.
+/// A file of tests/source/make_material.sh.
 inline std::wstring Material(const std::string& name) {
-    const std::string folder = std::getenv("NYX_MATERIAL");
-    return std::filesystem::path("Z:" + folder + "/" + name).make_preferred().wstring();
+    return MaterialFile("source/" + name).wstring();
 }
 
 /// Waits for a condition; a deadlock ends the program.
@@ -116,6 +119,22 @@ class FootageTest : public ComTest {
 
     std::wstring Write(const std::wstring& name, const std::string& bytes) const {
         std::ofstream(folder.path / name, std::ios::binary) << bytes;
+        return folder.PathOf(name);
+    }
+    /// A file of two parts with nothing between them, which takes up no room where that is
+    /// possible.
+    std::wstring Write(const std::wstring& name, const std::string& first, LONGLONG gap,
+                       const std::string& rest) const {
+        const UniqueHandle file = AdoptFile(CreateFileW(Write(name, first).c_str(), GENERIC_WRITE,
+                                                        0, nullptr, OPEN_EXISTING, 0, nullptr));
+        DWORD done = 0;
+        LARGE_INTEGER by;
+        by.QuadPart = gap;
+        DeviceIoControl(file.get(), FSCTL_SET_SPARSE, nullptr, 0, nullptr, 0, &done, nullptr);
+        EXPECT_TRUE(
+            SetFilePointerEx(file.get(), by, nullptr, FILE_END) &&
+            WriteFile(file.get(), rest.data(), static_cast<DWORD>(rest.size()), &done, nullptr) &&
+            SetEndOfFile(file.get()));
         return folder.PathOf(name);
     }
     /// More than is read ahead: 14 seconds.

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Makes clips of every kind that the source filter reads, and ffmpeg's own reading of them:
 # make_material.sh FOLDER. CLIP.video has a line for each packet: its start, in 100-ns units from the
-# first one, and its size in bytes; CLIP.bytes has the packets, CLIP.audio all samples as delivered.
+# first one, its size in bytes and its Adler-32; CLIP.audio has all samples as delivered.
 set -euo pipefail
 mkdir -p "$1"
 cd "$1"
@@ -9,25 +9,28 @@ cd "$1"
 run() { ffmpeg -nostdin -hide_banner -loglevel error -y "$@"; }
 
 list() { # CLIP PCM
-    run -i "$1" -map 0:v -c copy -f framecrc "$1.crc" -map 0:v -c copy -f data "$1.bytes"
-    # "#tb 0: NUM/DEN", then "stream, dts, pts, duration, size, ..." a packet.
+    run -i "$1" -map 0:v -c copy -f framecrc "$1.crc"
+    # "#tb 0: NUM/DEN", then "stream, dts, pts, duration, size, checksum" a packet.
     awk -F '[:,/] *' '/^#tb/ { num = $2; den = $3 } /^0,/ && $5 > 0 {
         if (first == "") first = $2
-        print int(($2 - first) * num * 10000000 / den), $5 }' "$1.crc" >"$1.video"
+        print int(($2 - first) * num * 10000000 / den), $5, $6 }' "$1.crc" >"$1.video"
+    rm "$1.crc"
     [ "$2" = none ] || run -i "$1" -map 0:a:0 -c:a "pcm_$2" -f "$2" "$1.audio"
 }
 
+# A small moving picture on black, which packs well.
 # clip FILE SIZE RATE SECONDS PIXELS CHANNELS STORED-PCM DELIVERED-PCM ENCODER-OPTION...
 clip() {
     local audio=()
     [ "$7" = none ] || audio=(-f lavfi -i "aevalsrc=exprs=$(tones "$6"):s=48000" -c:a "pcm_$7")
-    run -f lavfi -i "testsrc2=size=$2:rate=$3" "${audio[@]}" -t "$4" -pix_fmt "$5" -threads 1 "${@:9}" "$1"
+    run -f lavfi -i "testsrc2=size=64x64:rate=$3,pad=${2/x/:}" "${audio[@]}" -t "$4" -pix_fmt "$5" -threads 1 "${@:9}" "$1"
     list "$1" "$8"
 }
 
+# Rising ramps, which pack better than other tones. Their length is a prime.
 tones() { # CHANNELS
     local i
-    for ((i = 1; i <= $1; i++)); do printf "%ssin(%d*t)/2" "${separator:-}" $((1000 * i)) && separator='|'; done
+    for ((i = 1; i <= $1; i++)); do printf "%smod(%d*n\,1009)/2018" "${separator:-}" $((7 * i)) && separator='|'; done
 }
 
 dv=(-c:v dvvideo -field_order bb -aspect 4:3)
@@ -42,7 +45,7 @@ clip dv25.mov 720x480 $ntsc 2 yuv411p 2 f32be f32le "${dv[@]}"
 clip dv25.dv 720x576 25 2 yuv420p 2 s16le s16le "${dv[@]}"
 # The same with audio of another rate, and in the other system.
 # The same counted by ffmpeg, across a minute that drops numbers: in each frame, and in containers.
-tc=(-t 2 -map 0:v -c copy -timecode "00:00:59;20")
+tc=(-t 1 -map 0:v -c copy -timecode "00:00:59;20")
 run -i dv25.mov "${tc[@]}" tc.dv
 run -i tc.dv -c copy -map_metadata -1 tc.avi
 run -i tc.dv -c copy -map_metadata -1 -write_tmcd 0 frames.mov
@@ -103,18 +106,7 @@ run -i dv25.avi -c copy -bsf:v "setts=ts=TS+gt(N\\,0)" gap.avi
 run -f lavfi -i testsrc2=size=48x16 -t 1 -pix_fmt yuv422p10le -c:v v210 \
     -movflags frag_keyframe+empty_moov+default_base_moof+skip_trailer fragments.mov
 list fragments.mov none
-# 4 GiB of nothing before the last fragment.
-last=$(LC_ALL=C grep -abo moof fragments.mov | tail -n 1)
-last=$((${last%%:*} - 4))
-{
-    head -c "$last" fragments.mov
-    printf '\0\0\0\1free\0\0\0\1\0\0\0\20'
-} >big.mov
-truncate -s +4G big.mov
-tail -c +$((last + 1)) fragments.mov >>big.mov
-# A file that takes a while to open.
-cp mpeg.m2v slow.m2v
-truncate -s 200M slow.m2v
+run -i fragments.mov -map 0:v -c copy -f data fragments.bytes
 # Refused files.
 for kind in mxf mpg ts; do
     run -f lavfi -i testsrc2=size=320x240 -t 1 -pix_fmt yuv422p -g 12 -c:v mpeg2video long.$kind
