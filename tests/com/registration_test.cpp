@@ -135,14 +135,14 @@ class OtherHandlers {
 /// Our handlers of the other types.
 Entries ExpectedHandlers() {
     Entries entries;
-    for (const std::string& key : {"[.mxf\\ShellEx\\{E357FCCD-A995-4576-B01F-234630154E96}]",
-                                   "[.dv\\ShellEx\\{E357FCCD-A995-4576-B01F-234630154E96}]",
-                                   "[.dif\\ShellEx\\{E357FCCD-A995-4576-B01F-234630154E96}]"}) {
-        entries.insert(key + std::string(" ={5F2C1E6E-8B0D-4C57-9D3E-7A41B6C9E210}"));
+    const auto add = [&](const std::string& key) {
+        entries.insert("[" + key + "] ={5F2C1E6E-8B0D-4C57-9D3E-7A41B6C9E210}");
+    };
+    for (const std::string type : {".mxf", ".dv", ".dif"}) {
+        add(type + "\\ShellEx\\{E357FCCD-A995-4576-B01F-234630154E96}");
     }
-    for (const std::string& type : {".mxf", ".gxf", ".dif"}) {
-        entries.insert("[" + checks::Narrow(kPropertyHandlers) + "\\" + type +
-                       "] ={5F2C1E6E-8B0D-4C57-9D3E-7A41B6C9E210}");
+    for (const std::string type : {".mxf", ".gxf", ".dif"}) {
+        add(checks::Narrow(kPropertyHandlers) + "\\" + type);
     }
     return entries;
 }
