@@ -31,6 +31,6 @@ sed 's/$/\r/' "$here/check.cmd" >"$stage/check.cmd"
 sed 's/$/\r/' "$here/readme.txt" >"$stage/README.txt"
 cp -r "$builds/material" "$stage/"
 rm "$stage/material/made"
-(cd "$folder" && zip -q -X -r "$name.zip" "$name")
+(cd "$folder" && zip -q -9 -X -r "$name.zip" "$name")
 rm -rf "$stage" "$stage-programs"
 [ "$(stat -c %s "$stage.zip")" -lt 40000000 ] || die "$name.zip has 40 MB or more"

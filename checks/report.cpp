@@ -26,6 +26,32 @@ std::string RegistryText(const wchar_t* key, const wchar_t* name) {
     return Narrow(text);
 }
 
+/// The version of the checks and of the system, the processor and the rights.
+nlohmann::json DescribeSystem() {
+    OSVERSIONINFOW version = {};
+    version.dwOSVersionInfoSize = sizeof(version);
+    OfSystem<LONG(WINAPI*)(OSVERSIONINFOW*)>("RtlGetVersion")(&version);
+    const auto wine = OfSystem<const char*(CDECL*)()>("wine_get_version");
+    SYSTEM_INFO system = {};
+    GetNativeSystemInfo(&system);
+    MEMORYSTATUSEX memory = {};
+    memory.dwLength = sizeof(memory);
+    GlobalMemoryStatusEx(&memory);
+    constexpr wchar_t kWindows[] = L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion";
+    return {{"version", NYX_VERSION},
+            {"system", RegistryText(kWindows, L"ProductName") + ", " +
+                           std::to_string(version.dwMajorVersion) + "." +
+                           std::to_string(version.dwMinorVersion) + "." +
+                           std::to_string(version.dwBuildNumber)},
+            {"wine", wine ? wine() : ""},
+            {"bits", system.wProcessorArchitecture == PROCESSOR_ARCHITECTURE_INTEL ? 32 : 64},
+            {"processor", RegistryText(L"HARDWARE\\DESCRIPTION\\System\\CentralProcessor\\0",
+                                       L"ProcessorNameString")},
+            {"processors", system.dwNumberOfProcessors},
+            {"memory_mib", memory.ullTotalPhys >> 20},
+            {"administrator", IsAdministrator()}};
+}
+
 /// The text without the user's name, which paths have.
 std::string WithoutUser(std::string text) {
     wchar_t profile[MAX_PATH] = {}, brief[MAX_PATH] = {};
@@ -57,31 +83,6 @@ std::string Total(const std::vector<Outcome>& outcomes, std::size_t* failures) {
 
 bool IsAdministrator() {
     return IsUserAnAdmin() != FALSE;
-}
-
-nlohmann::json DescribeSystem() {
-    OSVERSIONINFOW version = {};
-    version.dwOSVersionInfoSize = sizeof(version);
-    OfSystem<LONG(WINAPI*)(OSVERSIONINFOW*)>("RtlGetVersion")(&version);
-    const auto wine = OfSystem<const char*(CDECL*)()>("wine_get_version");
-    SYSTEM_INFO system = {};
-    GetNativeSystemInfo(&system);
-    MEMORYSTATUSEX memory = {};
-    memory.dwLength = sizeof(memory);
-    GlobalMemoryStatusEx(&memory);
-    constexpr wchar_t kWindows[] = L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion";
-    return {{"version", NYX_VERSION},
-            {"system", RegistryText(kWindows, L"ProductName") + ", " +
-                           std::to_string(version.dwMajorVersion) + "." +
-                           std::to_string(version.dwMinorVersion) + "." +
-                           std::to_string(version.dwBuildNumber)},
-            {"wine", wine ? wine() : ""},
-            {"bits", system.wProcessorArchitecture == PROCESSOR_ARCHITECTURE_INTEL ? 32 : 64},
-            {"processor", RegistryText(L"HARDWARE\\DESCRIPTION\\System\\CentralProcessor\\0",
-                                       L"ProcessorNameString")},
-            {"processors", system.dwNumberOfProcessors},
-            {"memory_mib", memory.ullTotalPhys >> 20},
-            {"administrator", IsAdministrator()}};
 }
 
 std::string LineOf(const Outcome& outcome) {

@@ -13,9 +13,6 @@ namespace nyx::checks {
 /// Whether this process may register for all users.
 bool IsAdministrator();
 
-/// The version of the checks and of the system, the processor and the rights.
-nlohmann::json DescribeSystem();
-
 /// A line of the table.
 std::string LineOf(const Outcome& outcome);
 

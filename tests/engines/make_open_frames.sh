@@ -1,6 +1,6 @@
 #!/bin/sh
 # Makes what the tests of the open engines read: of every clip NAME of DV_FOLDER and of MPEG-2 intra pictures the
-# first frames, NAME-1.frame to NAME-3.frame.
+# first frame, NAME-1.frame, and of those of tests/soak also NAME-2.frame and NAME-3.frame.
 # Usage: make_open_frames.sh FOLDER DV_FOLDER
 set -eu
 out=$1
@@ -8,8 +8,9 @@ mkdir -p "$out"
 
 frames() { # CLIP
     name=${1##*/}
-    name=$out/${name%.*}
-    ffmpeg -nostdin -v error -y -i "$1" -frames:v 3 -c copy -f image2 "$name-%d.frame"
+    name=$out/${name%.*} count=1
+    case $name in */dv25_525_4x3 | */dvcpro50_525 | */dvcprohd_720_50 | */production_625) count=3 ;; esac
+    ffmpeg -nostdin -v error -y -i "$1" -frames:v $count -c copy -f image2 "$name-%d.frame"
 }
 
 mpeg() { # NAME SIZE PIXELS OPTION...
