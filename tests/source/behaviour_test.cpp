@@ -69,7 +69,7 @@ TEST_F(Source, SaysWhatTheFileIs) {
         for (const auto& [frame, expected] : {std::pair(0, "00:00:59;20"),
                                               {9, "00:00:59;29"},
                                               {10, "00:01:00;02"},
-                                              {999, "00:01:01;21"}}) {
+                                              {999, "00:01:00;21"}}) {
             NyxTimecode at{};
             NyxTimecodeOrigin origin{};
             const HRESULT result = info->GetTimecode(frame * 10010000LL / 30 + 1, &at, &origin);
