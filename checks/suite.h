@@ -42,7 +42,7 @@ NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Outcome, size, suite, passed, failed, skipped
 /// The suites of one word size in ROOT/SIZE, in the order of their cost.
 std::vector<Suite> ReadSuites(const std::filesystem::path& root, const std::string& size);
 
-/// Runs a suite to its end, in ROOT/work/SIZE-NAME, where its output stays. Any thread.
+/// Runs a suite to its end, in the folder "work" of `root`, where its output stays. Any thread.
 Outcome Run(const Suite& suite, const std::filesystem::path& root);
 
 /// Adds to `outcome` what GoogleTest has printed.
