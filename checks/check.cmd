@@ -1,6 +1,6 @@
 @echo off
 rem Runs all checks from this folder and writes report.txt and report.json here: check.cmd [win32|win64]
-rem [--unprivileged]. Only what registers and installs needs administrator's rights, which Windows asks for;
+rem [SUITE...] [--unprivileged]. Only what registers and installs needs administrator's rights, which Windows asks for;
 rem with --unprivileged that is skipped.
 setlocal
 rem As in install.cmd: Explorer starts a script with a command line that ends with a blank.

@@ -1,7 +1,8 @@
 /// @file
-/// checks.exe [win32|win64] [--unprivileged]: runs the suites that are beside it, for the programs
-/// of each word size that this system runs, and writes report.txt and report.json there. Exit code
-/// 0 when nothing failed, 1 when something did, 2 when the checks cannot run.
+/// checks.exe [win32|win64] [SUITE...] [--unprivileged]: runs the suites that are beside it, or
+/// those named, for the programs of each word size that this system runs, and writes report.txt and
+/// report.json there. Exit code 0 when nothing failed, 1 when something did, 2 when the checks
+/// cannot run.
 
 #include <windows.h>
 
@@ -89,10 +90,10 @@ std::string Obstacle() {
 }
 
 /// Runs this program as administrator for the suites that register. The reason if that fails.
-std::string RunElevated(const fs::path& root, const std::wstring& sizes,
+std::string RunElevated(const fs::path& root, const std::wstring& same,
                         std::vector<Outcome>* outcomes) {
     std::printf("Windows asks for administrator's rights, to register and to install.\n");
-    const std::wstring program = root / "checks.exe", arguments = sizes + L" --elevated";
+    const std::wstring program = root / "checks.exe", arguments = same + L"--elevated";
     SHELLEXECUTEINFOW execute = {};
     execute.cbSize = sizeof(execute);
     execute.fMask = SEE_MASK_NOCLOSEPROCESS;
@@ -128,9 +129,15 @@ int Check(std::vector<std::wstring> arguments) {
     const fs::path root = Root();
     BOOL runs64 = FALSE;
     IsWow64Process(GetCurrentProcess(), &runs64);
-    if (arguments.empty()) {
-        arguments.assign({L"win32", L"win64"});
-        arguments.resize(runs64 ? 2 : 1);
+    std::vector<std::wstring> sizes;
+    for (const wchar_t* size : {L"win32", L"win64"}) {
+        if (has(size)) {
+            sizes.emplace_back(size);
+        }
+    }
+    if (sizes.empty()) {
+        sizes.assign({L"win32", L"win64"});
+        sizes.resize(runs64 ? 2 : 1);
     }
     if (!isElevated) {
         fs::remove_all(root / "work");
@@ -139,10 +146,16 @@ int Check(std::vector<std::wstring> arguments) {
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);  // programs inherit it
     Unpack(root, "win32");  // which the 64-bit suites also use
     std::vector<Suite> suites;
-    for (const std::wstring& size : arguments) {
+    for (const std::wstring& size : sizes) {
         Unpack(root, Narrow(size));
-        const auto all = ReadSuites(root, Narrow(size));
-        suites.insert(suites.end(), all.begin(), all.end());
+        for (const Suite& suite : ReadSuites(root, Narrow(size))) {
+            if (arguments.empty() || std::ranges::count(arguments, Widen(suite.name))) {
+                suites.push_back(suite);
+            }
+        }
+    }
+    if (suites.empty()) {
+        throw std::runtime_error("there are no suites of these names");
     }
     std::vector<Suite> privileged = TakePrivileged(&suites);
     std::string reason = Obstacle();
@@ -161,11 +174,13 @@ int Check(std::vector<std::wstring> arguments) {
     }
     std::vector<Outcome> outcomes = RunAll(suites, root);
     if (reason.empty() && !privileged.empty()) {
-        std::wstring sizes;
-        for (const std::wstring& size : arguments) {
-            sizes += size + L" ";
+        std::wstring same;
+        for (const auto& words : {sizes, arguments}) {
+            for (const std::wstring& word : words) {
+                same += word + L" ";
+            }
         }
-        reason = RunElevated(root, sizes, &outcomes);
+        reason = RunElevated(root, same, &outcomes);
     }
     for (const Suite& suite : reason.empty() ? std::vector<Suite>() : privileged) {
         outcomes.push_back({suite.size, suite.name, 0, {}, {{"all of it", reason}}, 0});
