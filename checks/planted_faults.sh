@@ -9,17 +9,18 @@ failures=0
 fault() {
     local file=$1 suite=$2 test=$3
     cp "$file" kept
+    rm -f report.txt
     "${@:4}" "$file"
     if wine cmd /c check.cmd "$size" "$suite" </dev/null >checks.log 2>&1 || ! grep -q "^FAILED  $size  $suite " report.txt ||
         ! grep -q "$test" report.txt; then
         failures=$((failures + 1))
         echo "NOT SEEN: $file as made by ${*:4}: no $test of $suite in the report"
-        cat report.txt
+        cat report.txt checks.log
     fi
     mv kept "$file"
 }
 merit() { # FILE: one above, in each record of a filter with two pins
-    perl -0777 -pi -e '$n = s/\0\0\x80\0\2\0\0\0/\1\0\x80\0\2\0\0\0/g; die "no merit" unless $n' "$1"
+    perl -0777 -pi -e '$n = s/\0\0\x80\0\x02\0\0\0/\x01\0\x80\0\x02\0\0\0/g; die "no merit" unless $n' "$1"
 }
 fixed_address() { # FILE: without the flag of a library that may be loaded anywhere
     perl -0777 -pi -e 'vec($_, (unpack("x60 V", $_) + 94) * 8 + 6, 1) = 0' "$1"
