@@ -42,7 +42,7 @@ Section "nyxhost, documents and headers" SecHost
   ${ForEachSize} "Stage nyxhost.exe"
   SetOutPath "${NEW}"
   File "${STAGE}/README.txt" "${STAGE}/CHANGELOG.txt"
-  File /r "${STAGE}/include"
+  File /r "${STAGE}/docs" "${STAGE}/include"
 SectionEnd
 Section /o "nyxhost on the search path (PATH)" SecPath
 SectionEnd

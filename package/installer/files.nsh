@@ -12,6 +12,7 @@
   !insertmacro ForEachFileOfSize "x64\" `${DO}`
   !insertmacro ${DO} README.txt
   !insertmacro ${DO} CHANGELOG.txt
+  !insertmacro ${DO} docs\info-schema.json
   !insertmacro ${DO} include\play_file.cpp
   !insertmacro ${DO} include\filters\encode_parameter.h
   !insertmacro ${DO} include\platform\class_ids.h
@@ -46,6 +47,7 @@
 
 ; Creates the folders in ROOT; removes those that are empty.
 !macro MakeFolders ROOT
+  CreateDirectory "${ROOT}\docs"
   CreateDirectory "${ROOT}\include\filters"
   CreateDirectory "${ROOT}\include\platform"
   CreateDirectory "${ROOT}\include\settings"
@@ -54,6 +56,7 @@
   CreateDirectory "${ROOT}\licences\scripts"
 !macroend
 !macro RemoveFolders ROOT
+  RMDir "${ROOT}\docs"
   RMDir "${ROOT}\include\filters"
   RMDir "${ROOT}\include\platform"
   RMDir "${ROOT}\include\settings"

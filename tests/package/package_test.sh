@@ -183,6 +183,7 @@ by_installer() {
     check "no files for other sizes" test "$(find "$installed" -name nyxcodecs.dll | wc -l)" = ${#sizes[@]}
     check "a closed engine has its own picture" ends 1 cmp -s real painted
     check "the headers" diff -r "$files/include" "$installed/include"
+    check "the documents" diff -r "$files/docs" "$installed/docs"
     ask wine reg query "$entry" /reg:32
     check "MOV is left to others in $kind" says "REG_SZ    ,source,mxf,gxf,avi,dv,avi-dv,${mov}rkdvh,"
     check "the entry among the programs" says EstimatedSize "NoModify    REG_DWORD    0x1" "NoRepair    REG_DWORD    0x1"
