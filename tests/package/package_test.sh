@@ -118,7 +118,8 @@ package_is_whole() {
         [[ $file = x64/* ]] && marks=4 || marks=3
         check "$file: at any address, data not executable" \
             test "$(grep -cE 'HAS_RELOC|HIGH_ENTROPY_VA|DYNAMIC_BASE|NX_COMPAT' headers)" = $marks
-        [[ $file != *.dll ]] || check "$file: the stack protector's exit code" env LC_ALL=C grep -qaP '\x09\x04\x00\xC0' "$files/$file"
+        [[ $file != *.dll ]] || check "$file: the stack protector's exit code" \
+            env LC_ALL=C grep -qaP '\x09\x04\x00\xC0' "$files/$file"
         [[ $file != *nyxcodecs.dll ]] || check "$file: a server's exports; the entry point may be one" \
             test "$(sed -n 's/^\t\[ *[0-9]*\] \([^ +]*\)$/\1/p' headers | grep -vx DllMain | xargs)" = \
             "DllCanUnloadNow DllGetClassObject DllRegisterServer DllUnregisterServer"
