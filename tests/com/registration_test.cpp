@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+
 #include "tests/support/engines.h"
 #include "tests/support/programs.h"
 #include "tests/support/registered.h"
@@ -12,25 +14,6 @@ namespace nyx::test {
 namespace {
 
 namespace fs = std::filesystem;
-void AddClass(const std::string& clsid, const std::string& title, const std::string& module,
-              Entries* entries) {
-    const std::string key = "[CLSID\\{" + clsid + "}";
-    for (const std::string& line :
-         {key + "]", key + "] =" + title, key + "\\InprocServer32]",
-          key + "\\InprocServer32] =" + module, key + "\\InprocServer32] ThreadingModel=Both"}) {
-        entries->insert(line);
-    }
-}
-
-void AddFilter(const std::string& category, const std::string& instance, const std::string& clsid,
-               const std::string& title, const std::string& data, Entries* entries) {
-    const std::string key = "[CLSID\\{" + category + "}\\Instance\\" + instance + "]";
-    for (const std::string& line :
-         {key, key + " CLSID={" + clsid + "}", key + " FilterData=3: " + data,
-          key + " FriendlyName=" + title}) {
-        entries->insert(line);
-    }
-}
 
 // The mapper's record: version, merit, two pins; of each pin its flags and the places of its types.
 const std::string kNo = "00 00 00 00 ", kOne = "01 00 00 00 ", kTwo = "02 00 00 00 ";
@@ -38,7 +21,7 @@ const std::string kGuid = "00 00 10 00 80 00 00 aa 00 38 9b 71";
 const std::string kVideo = "76 69 64 73 " + kGuid + " ";
 
 /// A decoder's merit, and its output of any type.
-std::string DecoderData(const char* code) {
+std::string DecoderData(const std::string& code) {
     char digits[16];
     std::snprintf(digits, sizeof(digits), "%02x %02x %02x %02x ", code[0], code[1], code[2],
                   code[3]);
@@ -55,38 +38,47 @@ const std::string kEncoderData =
     kNo + "70 00 00 00 a0 00 00 00 " + kVideo + "59 55 59 32 " + kGuid +
     " 7e eb 36 e4 4f 52 ce 11 9f 53 00 20 af 0b a7 70 51 5a 54 41 " + kGuid;
 
-struct Decoder {
-    const char *code, *clsid, *title;
+/// The classes of nyxcodecs.dll: decoders, the encoder and its page.
+struct Class {
+    std::string code, clsid, title;
 };
-const Decoder kDecoders[] = {
-    {"QDVC", "194BF9E2-3566-43C0-AA21-EEC7278EA7D8", "Rokka DV Decoder"},
-    {"QDV5", "B3106B88-8D62-4B34-8FDF-6CA7867BB99F", "DVCPRO50 Decoder"},
-    {"QDVH", "43749036-6EBA-4A63-9B9B-2EDC0D073B2B", "DVCPRO HD Decoder"},
-    {"QZTA", "F8C71073-10DB-4DFF-8EA6-CEA26400AFFB", "Rokka Zeta Decoder"},
-    {"QLLC", "9770AADC-2F6D-4586-9059-F847E46D3833", "Rokka Lossless Decoder"},
-    {"QMIC", "48BC3ED7-498D-4F7C-A121-EE72A9EFC483", "Rokka MPEG2-Intra Decoder"},
-    {"QZT2", "05B95B6B-C3CD-4B91-AF3B-BBBB7DF64CD0", "Rokka Zeta2 Decoder"},
-    {"Q210", "3D1F4E99-3ADF-471E-8C1A-B7D678B4A238", "Rokka Q210 Decoder"},
+const Class kClasses[] = {
+    {"QDVC", "{194BF9E2-3566-43C0-AA21-EEC7278EA7D8}", "Rokka DV Decoder"},
+    {"QDV5", "{B3106B88-8D62-4B34-8FDF-6CA7867BB99F}", "DVCPRO50 Decoder"},
+    {"QDVH", "{43749036-6EBA-4A63-9B9B-2EDC0D073B2B}", "DVCPRO HD Decoder"},
+    {"QZTA", "{F8C71073-10DB-4DFF-8EA6-CEA26400AFFB}", "Rokka Zeta Decoder"},
+    {"QLLC", "{9770AADC-2F6D-4586-9059-F847E46D3833}", "Rokka Lossless Decoder"},
+    {"QMIC", "{48BC3ED7-498D-4F7C-A121-EE72A9EFC483}", "Rokka MPEG2-Intra Decoder"},
+    {"QZT2", "{05B95B6B-C3CD-4B91-AF3B-BBBB7DF64CD0}", "Rokka Zeta2 Decoder"},
+    {"Q210", "{3D1F4E99-3ADF-471E-8C1A-B7D678B4A238}", "Rokka Q210 Decoder"},
+    {"encoder", "{F891D31F-209D-4AF8-AEBC-FF2472BC14C3}", "Rokka Zeta Encoder"},
+    {"page", "{55B150FB-86E8-4B96-9849-73B76D260D2A}", "Rokka Zeta Encoder Property Page"},
 };
 
 /// What nyxcodecs.dll of this path enters.
 Entries Expected(const fs::path& path) {
-    const std::string filters = "083863F1-70DE-11D0-BD40-00A0C911CE86";
-    const std::string compressors = "33D9A760-90C8-11D0-BD43-00A0C911CE86";
-    const std::string module = checks::Narrow(path.wstring());
     Entries entries;
-    for (const Decoder& row : kDecoders) {
-        AddClass(row.clsid, row.title, module, &entries);
-        AddFilter(filters, "{" + std::string(row.clsid) + "}", row.clsid, row.title,
-                  DecoderData(row.code), &entries);
+    const auto add = [&](const std::string& key, const std::vector<std::string>& values) {
+        entries.insert("[CLSID\\" + key + "]");
+        for (const std::string& value : values) {
+            entries.insert("[CLSID\\" + key + "] " + value);
+        }
+    };
+    for (const auto& [code, clsid, title] : kClasses) {
+        add(clsid, {"=" + title});
+        add(clsid + "\\InprocServer32",
+            {"=" + checks::Narrow(path.wstring()), "ThreadingModel=Both"});
+        const bool isEncoder = code == "encoder";
+        const std::vector<std::string> filter = {
+            "CLSID=" + clsid, "FilterData=3: " + (isEncoder ? kEncoderData : DecoderData(code)),
+            "FriendlyName=" + title};
+        if (code != "page") {
+            add("{083863F1-70DE-11D0-BD40-00A0C911CE86}\\Instance\\" + clsid, filter);
+        }
+        if (isEncoder) {
+            add("{33D9A760-90C8-11D0-BD43-00A0C911CE86}\\Instance\\" + title, filter);
+        }
     }
-    const std::string encoder = "F891D31F-209D-4AF8-AEBC-FF2472BC14C3",
-                      title = "Rokka Zeta Encoder";
-    AddClass(encoder, title, module, &entries);
-    AddFilter(filters, "{" + encoder + "}", encoder, title, kEncoderData, &entries);
-    AddFilter(compressors, title, encoder, title, kEncoderData, &entries);
-    AddClass("55B150FB-86E8-4B96-9849-73B76D260D2A", "Rokka Zeta Encoder Property Page", module,
-             &entries);
     return entries;
 }
 
@@ -134,17 +126,11 @@ class OtherHandlers {
 
 /// Our handlers of the other types.
 Entries ExpectedHandlers() {
-    Entries entries;
-    const auto add = [&](const std::string& key) {
-        entries.insert("[" + key + "] ={5F2C1E6E-8B0D-4C57-9D3E-7A41B6C9E210}");
-    };
-    for (const std::string type : {".mxf", ".dv", ".dif"}) {
-        add(type + "\\ShellEx\\{E357FCCD-A995-4576-B01F-234630154E96}");
-    }
-    for (const std::string type : {".mxf", ".gxf", ".dif"}) {
-        add(checks::Narrow(kPropertyHandlers) + "\\" + type);
-    }
-    return entries;
+    const std::string ours = "] ={5F2C1E6E-8B0D-4C57-9D3E-7A41B6C9E210}";
+    const std::string thumbnails = "\\ShellEx\\{E357FCCD-A995-4576-B01F-234630154E96}" + ours;
+    const std::string properties = "[" + checks::Narrow(kPropertyHandlers) + "\\";
+    return {"[.mxf" + thumbnails,       "[.dv" + thumbnails,        "[.dif" + thumbnails,
+            properties + ".mxf" + ours, properties + ".gxf" + ours, properties + ".dif" + ours};
 }
 
 class OfModule : public Registration, public ::testing::WithParamInterface<const wchar_t*> {};
@@ -193,24 +179,25 @@ TEST_F(Registration, EachWordSizeHasItsOwnView) {
     const std::wstring name = L"nyxcodecs.dll", narrow = L"narrow.dll";
     fs::copy_file(ProgramFolder() + name, path / name);
     fs::copy_file(ProgramFolder() + L"..\\..\\win32\\bin\\" + name, path / narrow);
-    const auto narrowView = [] { return Registered(KEY_WOW64_32KEY); };
     for (const std::wstring& one : {name, narrow}) {
         EXPECT_EQ(Call(one), 0u);
         EXPECT_EQ(Call(L"/u " + one), 0u);
     }
-    const Entries narrowBefore = narrowView();
-    EXPECT_EQ(Call(name), 0u);
-    const Entries after = Registered();
-    EXPECT_TRUE(narrowView() == narrowBefore) << "the 32-bit view has some of it";
-    EXPECT_EQ(Call(narrow), 0u);
-    EXPECT_TRUE(Registered() == after) << "the 64-bit module stays";
-    const Entries narrowAfter = narrowView();
-    EXPECT_EQ(Without(narrowAfter, narrowBefore), Expected(path / narrow));
-    EXPECT_EQ(Call(L"/u " + name), 0u);
-    EXPECT_TRUE(narrowView() == narrowAfter) << "the 32-bit module is left";
-    EXPECT_EQ(Call(name), 0u);
-    EXPECT_EQ(Call(L"/u " + narrow), 0u);
-    EXPECT_TRUE(Registered() == after) << "the 64-bit module is left";
+    const auto views = [] { return std::array{Registered(), Registered(KEY_WOW64_32KEY)}; };
+    const auto before = views();
+    const Entries entered[] = {Expected(path / name), Expected(path / narrow)};
+    bool isIn[2] = {};
+    for (const bool isNarrow : {false, true, false, false, true}) {
+        const std::wstring call = (isIn[isNarrow] ? L"/u " : L"") + (isNarrow ? narrow : name);
+        SCOPED_TRACE(checks::Narrow(call));
+        EXPECT_EQ(Call(call), 0u);
+        isIn[isNarrow] = !isIn[isNarrow];
+        const auto now = views();
+        for (const std::size_t view : {0u, 1u}) {
+            EXPECT_EQ(Without(now[view], before[view]), isIn[view] ? entered[view] : Entries());
+            EXPECT_EQ(Without(before[view], now[view]), Entries()) << "taken";
+        }
+    }
 }
 
 }  // namespace

@@ -127,16 +127,11 @@ TEST_P(Streaming, ReturnsDownstreamsAnswers) {
         rig.sink.endOfStreamResult = rig.sink.canBlockResult = answer;
         EXPECT_EQ(rig.input->EndOfStream(), answer);
         EXPECT_EQ(rig.transport->ReceiveCanBlock(), answer == S_FALSE ? S_FALSE : S_OK);
-    }
-}
-
-TEST_P(Streaming, EndsAFlushWhateverDownstreamAnswers) {
-    rig.Start();
-    for (const HRESULT answer : {S_FALSE, E_FAIL, S_OK}) {
         rig.sink.endFlushResult = answer;
         EXPECT_EQ(rig.input->BeginFlush(), S_OK);
         EXPECT_EQ(rig.input->EndFlush(), FAILED(answer) ? answer : S_OK);
-        Through(rig.Frame());
+        rig.sink.onReceive = nullptr;
+        Through(rig.Frame());  // the flush has ended whatever the answer
     }
 }
 

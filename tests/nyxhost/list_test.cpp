@@ -1,5 +1,7 @@
 // The registered filters, those that work, and what the others need.
 
+#include <regex>
+
 #include "tests/nyxhost/nyxhost.h"
 
 namespace nyx::test {
@@ -32,36 +34,32 @@ TEST_F(NyxHost, ListsWhatIsRegisteredAndWhatItNeeds) {
     // By the source's DLL beside the program.
     Run(4, "decode clip.avi --raw none.raw", {"no decoder is registered for \"Q210\""});
     if (sizeof(void*) == 8) {
-        const std::wstring keys[] = {
-            L"CLSID\\{083863F1-70DE-11D0-BD40-00A0C911CE86}\\Instance\\{1}", L"CLSID\\{1}",
-            L"CLSID\\{1}\\InprocServer32"};
-        constexpr wchar_t kFile[] = L"C:\\nyxcodecs.dll";
-        UniqueKey key;
-        for (const std::wstring& path : keys) {
-            EXPECT_EQ(CreateKey(HKEY_CLASSES_ROOT, path.c_str(),
-                                KEY_ALL_ACCESS | DWORD{KEY_WOW64_32KEY}, &key),
-                      0);
-        }
-        RegSetValueExW(key.get(), nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(kFile),
-                       sizeof(kFile));
+        fs::copy_file(ModuleFile(kNarrow), folder.path / "nyxcodecs.dll");
+        EXPECT_EQ(Register(folder.PathOf(L"nyxcodecs")), 0u);
         Run(4, "list",
             {"nyxcodecs.dll, " + kBits + ": not registered (only for the other word size); run"});
-        Run(4, "doctor", {"C:\\nyxcodecs.dll is registered and not loadable: "});
-        for (const std::size_t i : {2u, 1u, 0u}) {
-            RegDeleteKeyExW(HKEY_CLASSES_ROOT, keys[i].c_str(), KEY_WOW64_32KEY, 0);
-        }
+        fs::remove(folder.path / "nyxcodecs.dll");
+        Run(4, "doctor", {"\\nyxcodecs.dll is registered and not loadable: "});
+        EXPECT_EQ(Register(kNarrow) + Register(kNarrow, L"/u "), 0u);
     }
     EXPECT_EQ(Register(L"nyxcodecs"), 0u);
+    const auto lacking = [this] {
+        const std::regex text("engine missing or too old\n");
+        return std::distance(std::sregex_iterator(said.begin(), said.end(), text), {});
+    };
+    const std::string works = "}, DirectShow filters\n                             works\n";
+    const std::string q210 = "  Rokka Q210 Decoder         {3D1F4E99-3ADF-471E-8C1A-B7D678B4A238";
     Run(11, "list",
         {"nyxcodecs.dll, " + kBits + ": " + narrow(ModuleFile(L"nyxcodecs")),
-         "nyxsource.dll, " + kBits + ": not registered", "engine missing or too old",
-         "rkzcore.dll (not found)", "rkzalpha.dll (not found)"});
+         "nyxsource.dll, " + kBits + ": not registered", q210 + works, "rkzcore.dll (not found)",
+         "rkzalpha.dll (not found)"});
+    EXPECT_EQ(lacking(), 8);
     // A module that is cut short, in the user's folder, which a report does not name.
     wchar_t profile[MAX_PATH] = {};
     ASSERT_GT(GetEnvironmentVariableW(L"USERPROFILE", profile, MAX_PATH), 0u);
     const fs::path own = fs::path(profile) / "nyxsource.dll";
     fs::copy_file(ModuleFile(L"nyxsource"), own);
-    EXPECT_EQ(RunIn(folder.path, L"regsvr32 /s \"" + own.wstring() + L'"').code, 0u);
+    EXPECT_EQ(Register(fs::path(own).replace_extension()), 0u);
     fs::resize_file(own, 4096);
     Run(4, "doctor --report report.txt",
         {"nyxsource.dll is registered and not loadable: ", " (0x8007"});
@@ -86,20 +84,9 @@ TEST_F(NyxHost, ListsWhatIsRegisteredAndWhatItNeeds) {
          "rkm2vi01.dll (1.0.0.0, open, " + narrow(open) + "\\rkm2vi01.dll)",
          "rkllc.dll (1.20.65535.65535, older than 1.21, stand-in, " + narrow(old) + "\\rkllc.dll)",
          "{F891D31F-209D-4AF8-AEBC-FF2472BC14C3}, DirectShow filters, video compressors"});
-    // What works, and in which categories.
-    std::istringstream lines(said);
-    std::string working;
-    for (std::string line, before; std::getline(lines, line); before = line) {
-        if (line.find_first_not_of(' ') == line.find("works") &&
-            before.find("Footage") == std::string::npos) {
-            working += before + "\n";
-        }
-    }
-    EXPECT_EQ(working,
-              "  Rokka MPEG2-Intra Decoder  {48BC3ED7-498D-4F7C-A121-EE72A9EFC483}, DirectShow "
-              "filters\n"
-              "  Rokka Q210 Decoder         {3D1F4E99-3ADF-471E-8C1A-B7D678B4A238}, DirectShow "
-              "filters\n");
+    EXPECT_EQ(lacking(), 7);
+    Says({"  Rokka MPEG2-Intra Decoder  {48BC3ED7-498D-4F7C-A121-EE72A9EFC483" + works,
+          q210 + works});
     Use({Engines(L"standin")});
     Run(0, "list");  // all is there
     Run(kHealthy, "doctor clip.avi",

@@ -52,21 +52,23 @@ class NyxHost : public ::testing::Test {
         for (const std::wstring& one : folders) {
             path += one + L";";
         }
-        std::wstring searched(0x8000, L'\0');
-        searched.resize(GetEnvironmentVariableW(L"PATH", searched.data(), 0x8000));
-        variables[L"PATH"] = path + searched;
+        variables[L"PATH"] = path + _wgetenv(L"PATH");
     }
-    /// regsvr32's exit code for a module.
+    /// regsvr32's exit code for a module, named as a file of the programs' folder without
+    /// extension.
     DWORD Register(const std::wstring& module, const std::wstring& option = L"") const {
         return RunIn(folder.path, L"regsvr32 /s " + option + L'"' + ModuleFile(module) + L'"').code;
     }
     static std::wstring ModuleFile(const std::wstring& module) {
-        return ProgramFolder() + module + L".dll";
+        return fs::path(ProgramFolder()) / (module + L".dll");
     }
     /// The folder of the engines "standin", "standin\old" or "open".
     static std::wstring Engines(const wchar_t* kind) {
         return (fs::path(ProgramFolder()) / L".." / L"engines" / kind).lexically_normal().wstring();
     }
+
+    /// For 64-bit suites: the module of 32-bit programs.
+    static constexpr wchar_t kNarrow[] = L"..\\..\\win32\\bin\\nyxcodecs";
 
     std::string Bytes(const std::string& file) const {
         return checks::ReadText(folder.PathOf(checks::Widen(file)));
@@ -90,39 +92,21 @@ class RegisteredNyxHost : public NyxHost {
     RegisteredNyxHost() { EXPECT_EQ(Register(L"nyxcodecs") + Register(L"nyxsource"), 0u); }
 };
 
-/// The PSNR in dB of two pictures' bytes, infinite when they are equal; of every fourth byte only
-/// the others count.
-inline double Psnr(const std::string& a, const std::string& b, bool skipsFourth = false) {
+/// The PSNR in dB of two pictures' bytes, infinite when they are equal; of four bytes those count
+/// that have a 1.
+inline double Psnr(const std::string& a, const std::string& b, const char* channels = "1111") {
     double sum = 0, count = 0;
     for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i) {
-        if (!skipsFourth || i % 4 != 3) {
+        if (channels[i % 4] == '1') {
             const double difference = static_cast<BYTE>(a[i]) - static_cast<BYTE>(b[i]);
             sum += difference * difference;
             ++count;
         }
     }
-    return a.size() != b.size() ? -1
-           : sum > 0            ? 10 * std::log10(255 * 255 * count / sum)
-                                : std::numeric_limits<double>::infinity();
+    return a.size() == b.size() ? 10 * std::log10(255 * 255 * count / sum) : -1;
 }
 
 constexpr double kEqual = std::numeric_limits<double>::infinity();
-
-/// Soft pictures with grain, rows from the top; alpha rises to the right in 16 steps.
-inline std::string SoftPictures(int width, int height, int pixelBytes, int count) {
-    std::string all;
-    unsigned grain = 1;
-    for (int i = 0; i < count * height * width; ++i) {
-        const int x = i % width, y = i / width;
-        for (int channel = 0; channel < pixelBytes; ++channel) {
-            grain = grain * 1664525 + 1013904223;
-            const double wave = std::sin(x * 0.02 + channel) * 50 + std::cos(y * 0.015) * 50;
-            all += static_cast<char>(channel == 3 ? 17 * (16 * x / width)
-                                                  : int(128 + wave) + int(grain >> 30));
-        }
-    }
-    return all;
-}
 
 /// The same pictures with their rows in the other order.
 inline std::string Turned(const std::string& pictures, std::size_t rowBytes, std::size_t rows) {

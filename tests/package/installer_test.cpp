@@ -27,29 +27,16 @@ fs::path SystemFolder(int id) {
 
 class Installer : public NyxHost {
   protected:
-    Installer() {
+    void SetUp() override {
         SYSTEM_INFO system = {};
         GetNativeSystemInfo(&system);
         runs64_ = system.wProcessorArchitecture == PROCESSOR_ARCHITECTURE_AMD64;
-    }
-    void SetUp() override {
         if (runs64_ != (sizeof(void*) == 8)) {
             GTEST_SKIP() << "shown by the 64-bit suite";
         }
         if (!fs::exists(setup)) {
             GTEST_SKIP() << "no " << setup << ": run scripts/package";
         }
-    }
-    /// The programs' folders: of 32 bits and, where they run, of 64.
-    std::vector<fs::path> Places() const {
-        std::vector<fs::path> places = {installed};
-        if (runs64_) {
-            places.push_back(installed / "x64");
-        }
-        return places;
-    }
-    static std::wstring Narrow32() {
-        return ProgramFolder() + L"..\\..\\win32\\bin\\nyxcodecs.dll";
     }
     static std::vector<Entries> All() {
         std::vector<Entries> all = {Registered(KEY_WOW64_32KEY), Registered(KEY_WOW64_64KEY)};
@@ -70,8 +57,7 @@ TEST_F(Installer, WhatItInstallsWorksAndGoesWithoutATrace) {
     // The system makes the keys of its categories with the first filter and keeps them.
     EXPECT_EQ(Register(L"nyxcodecs") + Register(L"nyxcodecs", L"/u "), 0u);
     if (runs64_) {
-        EXPECT_EQ(RunIn(folder.path, L"regsvr32 /s \"" + Narrow32() + L"\"").code, 0u);
-        EXPECT_EQ(RunIn(folder.path, L"regsvr32 /s /u \"" + Narrow32() + L"\"").code, 0u);
+        EXPECT_EQ(Register(kNarrow) + Register(kNarrow, L"/u "), 0u);
     }
     const std::vector<Entries> before = All();
     const auto run = [this](const std::wstring& line) { return RunIn(folder.path, line).code; };
@@ -81,10 +67,12 @@ TEST_F(Installer, WhatItInstallsWorksAndGoesWithoutATrace) {
     EXPECT_FALSE(version.empty() || EntryText(L"Publisher").empty());
     EXPECT_TRUE(fs::exists(menu / "README.lnk"));
     EXPECT_TRUE(fs::exists(installed / "include" / "play_file.cpp"));
-    for (const fs::path& one : Places()) {
-        SCOPED_TRACE(one);
-        place = one;
-        const bool isFirst = place == installed;
+    for (const bool isFirst : {true, false}) {
+        if (!isFirst && !runs64_) {
+            continue;
+        }
+        place = isFirst ? installed : installed / "x64";
+        SCOPED_TRACE(place);
         const Entries entries = Registered(isFirst ? KEY_WOW64_32KEY : KEY_WOW64_64KEY);
         EXPECT_EQ(
             std::count_if(entries.begin(), entries.end(),

@@ -2,9 +2,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <map>
-#include <mutex>
-#include <tuple>
 
 #include "engines/standin/frame_coder.h"
 #include "media/dv_signals.h"
@@ -49,20 +46,6 @@ Bytes Picture(const standin::Coding& coding, const Stream& stream, int number) {
         picture[i] = i % bytes == bytes - 1 ? kLast[bytes - 2] : 126;
     }
     return picture;
-}
-
-/// A frame of that picture, encoded once.
-Bytes CodedFrame(const char* name, const Stream& stream, int number) {
-    static std::mutex mutex;
-    static std::map<std::tuple<std::string, LONG, LONG, int>, Bytes> frames;
-    const std::lock_guard hold(mutex);
-    Bytes& frame = frames[{name, stream.width, stream.height, number}];
-    if (frame.empty()) {
-        const standin::Coding& coding = *standin::FindCoding(name);
-        const Bytes picture = Picture(coding, stream, number);
-        frame = standin::FrameCoder(coding).Code(picture.data(), stream.width, stream.height, 1);
-    }
-    return frame;
 }
 
 }  // namespace
@@ -128,7 +111,9 @@ std::vector<BYTE> CatalogueRow::Frame(const Stream& input, int number) const {
                 : TenBitPicture{input.width, input.height, std::vector<WORD>(2 * pixels, 508)});
     }
     if (coding) {
-        return CodedFrame(coding, input, number);
+        const standin::Coding& as = *standin::FindCoding(coding);
+        const Bytes picture = Picture(as, input, number);
+        return standin::FrameCoder(as).Code(picture.data(), input.width, input.height, 1);
     }
     if (IsEncoder()) {
         return number > 0 ? SmoothPicture(InputType(input).Header(), number)
