@@ -12,6 +12,7 @@
 #include "codecs/zeta2_codec.h"
 #include "codecs/zeta_codec.h"
 #include "engines/standin/frame_coder.h"
+#include "settings/codec_settings.h"
 #include "tests/codecs/converted.h"
 #include "tests/support/engines.h"
 #include "tests/support/guard.h"
@@ -20,13 +21,8 @@
 namespace nyx::test {
 
 enum CodecNumber { kZeta, kZeta2, kLossless, kMpeg, kTenBit, kCodecs };
-constexpr const char* kFourCCs[kCodecs] = {"QZTA", "QZT2", "QLLC", "QMIC", "Q210"};
-
-inline DWORD FourCCOf(int codec) {
-    DWORD fourcc;
-    std::memcpy(&fourcc, kFourCCs[codec], sizeof(fourcc));
-    return fourcc;
-}
+constexpr DWORD kFourCCs[kCodecs] = {FourCC("QZTA"), FourCC("QZT2"), FourCC("QLLC"), FourCC("QMIC"),
+                                     FourCC("Q210")};
 
 /// One of each. The constructors read the settings and load the engines.
 struct Codecs {
@@ -37,11 +33,6 @@ struct Codecs {
     CTenBitCodec tenBit;
     ICodec* const all[kCodecs] = {&zeta, &zeta2, &lossless, &mpeg, &tenBit};
 };
-
-inline std::wstring SettingsKey(int codec) {
-    const char* name = kFourCCs[codec];
-    return L"Software\\Veltro\\Codec\\" + std::wstring(name, name + 4);
-}
 
 using namespace standin;
 using Words = std::vector<LONG_PTR>;
@@ -103,10 +94,11 @@ inline BITMAPINFOHEADER PictureOf(WORD bits, LONG width = kWidth, LONG height = 
     return PictureHeader(bits, width, bits == 16 ? height : -height);
 }
 
-inline Bytes FrameOf(const Stream& stream) {
-    return stream.codec == kTenBit
-               ? Q210Frame(RandomTenBitPicture(kWidth, kHeight, 3))
-               : Coded(stream.name, SmoothPicture(PictureOf(stream.pictureBits)), kWidth, kHeight);
+inline Bytes FrameOf(const Stream& stream, LONG width = kWidth, LONG height = kHeight,
+                     int number = 0) {
+    const Bytes source = SmoothPicture(PictureOf(stream.pictureBits, width, height), number);
+    return stream.codec == kTenBit ? Q210Frame(RandomTenBitPicture(width, height, unsigned(number)))
+                                   : Coded(stream.name, source, width, height);
 }
 
 inline bool Untouched(const Bytes& picture) {
@@ -130,7 +122,7 @@ class Frames : public testing::Test {
                    Bytes* picture, DWORD mode = 0, ICodec* codec = nullptr) {
         const LONG height = std::abs(output.biHeight);
         const BITMAPINFOHEADER input =
-            MakeHeader(FourCCOf(stream.codec), stream.bits, output.biWidth, height, sample.size());
+            MakeHeader(kFourCCs[stream.codec], stream.bits, output.biWidth, height, sample.size());
         const auto bytes =
             static_cast<std::size_t>(output.biWidth * height * output.biBitCount / 8);
         const GuardedMemory frame(sample), room(bytes, kGuard);
