@@ -78,15 +78,14 @@ TEST(Matte, ReplacesTransparentPixelsByTheBlackOfTheirLayout) {
         for (const int index : row.indices) {
             // Bottom-up rows of two pixels, with a gap of one that looks transparent.
             const auto bytes = static_cast<LONG>(4 * row.clear.size());
-            Pixel picture, expected;
-            for (const Pixel* pixel :
-                 {&row.clear, &row.visible, &row.clear, &row.visible, &row.clear}) {
-                picture.insert(picture.end(), pixel->begin(), pixel->end());
-            }
-            for (const Pixel* pixel :
-                 {&row.black, &row.visible, &row.clear, &row.visible, &row.black}) {
-                expected.insert(expected.end(), pixel->begin(), pixel->end());
-            }
+            const auto rowsOf = [&row](const Pixel& shown) {
+                Pixel pixels;
+                for (const Pixel& pixel : {shown, row.visible, row.clear, row.visible, shown}) {
+                    pixels.insert(pixels.end(), pixel.begin(), pixel.end());
+                }
+                return pixels;
+            };
+            Pixel picture = rowsOf(row.clear);
             auto* const last = reinterpret_cast<BYTE*>(&picture[3 * row.clear.size()]);
             CleanMatte({.index = index,
                         .bytesPerPixel = bytes,
@@ -94,7 +93,7 @@ TEST(Matte, ReplacesTransparentPixelsByTheBlackOfTheirLayout) {
                         .stride = -3 * bytes,
                         .width = 2,
                         .height = 2});
-            EXPECT_EQ(picture, expected) << index;
+            EXPECT_EQ(picture, rowsOf(row.black)) << index;
         }
     }
 }
@@ -110,10 +109,6 @@ FrameInfo InfoOf(const Bytes& frame, LONG width, LONG height, REFERENCE_TIME dur
     EXPECT_EQ(codec.GetFrameInfo(&header, memory.data(), duration, nullptr), expected);
     EXPECT_EQ(codec.GetFrameInfo(nullptr, memory.data(), duration, &info), E_POINTER);
     return info;
-}
-
-std::size_t CodedSize(const Bytes& frame) {
-    return SkipInfoChunk(frame).size();
 }
 
 bool operator==(const FrameInfo& left, const FrameInfo& right) {
@@ -139,7 +134,7 @@ TEST(FrameInfo, HasTheChunksThatAreWholeAtEveryCut) {
                                .rdrtB = hasRdrt ? 8 : -1}))
             << size;
         const std::size_t coded = size > 80 ? size - 80 : 0;
-        ASSERT_EQ(CodedSize(cut), size < 4 ? size : coded) << size;
+        ASSERT_EQ(SkipInfoChunk(cut).size(), size < 4 ? size : coded) << size;
     }
 }
 
@@ -158,7 +153,7 @@ TEST(FrameInfo, IgnoresChunksOfWrongSizesOrOutsideTheContainer) {
         {Bytes(40), S_FALSE, 40}};
     for (const auto& [bytes, result, codedSize] : cases) {
         EXPECT_EQ(InfoOf(bytes, 720, 576, 400000, result).fieldOrder, kBottomFieldFirst);
-        EXPECT_EQ(CodedSize(bytes), codedSize);
+        EXPECT_EQ(SkipInfoChunk(bytes).size(), codedSize);
     }
 }
 

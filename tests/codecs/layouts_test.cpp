@@ -223,7 +223,7 @@ TEST(WorkingRows, ConvertToDeepRgbByTheMatrixOfTheirDefinition) {
     CheckDeepRgb<21, AlphaUse::kStraight>(0);
 }
 
-TEST(WorkingRows, AreRoundedToBytesButNotToFloats) {
+TEST(WorkingRows, AreRoundedToBytesNotToFloatsAndReadOpaqueOrAsBlack) {
     for (int value = 0; value < 1024; ++value) {
         const auto word = static_cast<WORD>(value);
         Words samples(4, word), alpha(2, word), back(4);
@@ -237,10 +237,7 @@ TEST(WorkingRows, AreRoundedToBytesButNotToFloats) {
         EXPECT_EQ(back, Words(4, std::min<WORD>(word, 1020)));
         EXPECT_EQ(alpha, Words(2, 1023)) << "opaque without a plane";
     }
-}
-
-TEST(WorkingRows, ReadOpaquePicturesWithoutAlphaAndTransparentPixelsAsBlack) {
-    Words pixels(8), samples(4), alpha(2);
+    Words pixels(8), samples(4), alpha(2);  // transparent pixels, opaque in layouts without alpha
     for (const int index : {16, 18, 20}) {
         Rows(index, AlphaUse::kPremultiplied)
             .read(Address(pixels), 0, Address(samples), 0, Address(alpha), 0, 2, 1);
@@ -283,14 +280,7 @@ Bytes Copy(const GuardedMemory& memory) {
     return Bytes(memory.data(), memory.data() + memory.size());
 }
 
-class TenBitRows : public testing::TestWithParam<const TenBitRowKernels*> {};
-INSTANTIATE_TEST_SUITE_P(Kernels, TenBitRows,
-                         testing::Values(&kTenBitRowsSsse3, &kTenBitRowsSse41));
-
-TEST_P(TenBitRows, EqualThePlainRuleAtEveryWidthAndForEveryValueInEveryPlace) {
-    if (GetParam() == &kTenBitRowsSse41 && !HasCpuFeature(kCpuSse41)) {
-        GTEST_SKIP() << "this processor has no SSE4.1";
-    }
+void CheckKernels(const TenBitRowKernels& kernels) {
     for (LONG i = 1; i < 1024; ++i) {
         const LONG width = i <= 100 ? 2 * i : 48;
         TenBitPicture picture = {width, 1, {}};
@@ -304,13 +294,21 @@ TEST_P(TenBitRows, EqualThePlainRuleAtEveryWidthAndForEveryValueInEveryPlace) {
         groups.resize(static_cast<std::size_t>((width + 5) / 6 * 16));
         const GuardedMemory from(groups), yuy2(static_cast<std::size_t>(2 * width), kGuard);
         const GuardedMemory packed(layout.filled, kGuard);
-        GetParam()->unpack(from.data(), yuy2.data(), width);
+        kernels.unpack(from.data(), yuy2.data(), width);
         ASSERT_EQ(Copy(yuy2), ReferenceYuy2(picture)) << width;
-        GetParam()->pack(yuy2.data(), packed.data(), width);
+        kernels.pack(yuy2.data(), packed.data(), width);
         Bytes expected = Q210Frame(Widened(width, 1, Copy(yuy2)), 0);
         expected.resize(layout.filled);
         ASSERT_EQ(Copy(packed), expected) << width;
     }
+}
+
+TEST(TenBitRows, EqualThePlainRuleAtEveryWidthAndForEveryValueInEveryPlace) {
+    CheckKernels(kTenBitRowsSsse3);
+    if (!HasCpuFeature(kCpuSse41)) {
+        GTEST_SKIP() << "this processor has no SSE4.1";
+    }
+    CheckKernels(kTenBitRowsSse41);
 }
 
 /// One size through one uncompressed layout, both ways; `rowBytes` and `reported` of its frames.

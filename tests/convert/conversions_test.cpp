@@ -75,28 +75,24 @@ struct Planes {
         };
         const ConversionPlanes p = planes(&Plane::guarded), twins = planes(&Plane::unguarded);
         const DWORD yuv = kind.matrix == kMatrixBt709 ? 2 : 0, rgb = kind.range == kFullRange;
-        const auto compare = [&](const auto& convert, auto run) {
+        const auto compare = [&](const auto& convert) {
             Conversion conversion;
             ASSERT_EQ(ChooseConversion(kind, &conversion), S_OK);
             ASSERT_TRUE(convert.Has(conversion.numbers));
-            if (kind.matrix != kMatrixBt2020) {  // the entries have no code for it
-                ASSERT_EQ(run(), S_OK);
-                reference::Convert(convert, twins, width, kHeight);
+            if (kind.matrix == kMatrixBt2020) {  // the entries have no code for it
+                return;
             }
+            ASSERT_EQ(IsYuv(kind.source)
+                          ? ConvertFromYuv(p.source, p.sourceAlpha, kind.source, yuv,
+                                           kind.sourceAlphaMode, p.destination, kind.destination,
+                                           rgb, kind.destinationAlphaMode, width, kHeight)
+                          : ConvertToYuv(p.source, kind.source, rgb, p.sourceAlpha, p.destination,
+                                         p.destinationAlpha, kind.destination, yuv,
+                                         kind.sourceAlphaMode, width, kHeight),
+                      S_OK);
+            reference::Convert(convert, twins, width, kHeight);
         };
-        if (IsYuv(kind.source)) {
-            compare(reference::ToRgb(kind), [&] {
-                return ConvertFromYuv(p.source, p.sourceAlpha, kind.source, yuv,
-                                      kind.sourceAlphaMode, p.destination, kind.destination, rgb,
-                                      kind.destinationAlphaMode, width, kHeight);
-            });
-        } else {
-            compare(reference::ToYuv(kind), [&] {
-                return ConvertToYuv(p.source, kind.source, rgb, p.sourceAlpha, p.destination,
-                                    p.destinationAlpha, kind.destination, yuv, kind.sourceAlphaMode,
-                                    width, kHeight);
-            });
-        }
+        IsYuv(kind.source) ? compare(reference::ToRgb(kind)) : compare(reference::ToYuv(kind));
         ASSERT_TRUE(destination.Agrees() && destinationAlpha.Agrees() && source.Agrees())
             << width << ' ' << kind.matrix << kind.range << alphas << kind.sourceAlphaMode
             << kind.destinationAlphaMode;
@@ -115,14 +111,8 @@ struct Planes {
             const LONG mode = i / 6 / alphas % 2;
             const LONG otherMode = back ? mode : i / 6 / alphas / 2;
             const int planes = i / 6 % alphas;
-            Check({.source = from,
-                   .destination = to,
-                   .range = i % 2,
-                   .matrix = 2 + i / 2 % 3,
-                   .alphaPlane = planes != 0,
-                   .sourceAlphaMode = mode,
-                   .destinationAlphaMode = otherMode},
-                  planes, width, placement);
+            Check({from, to, i % 2, 2 + i / 2 % 3, planes != 0, mode, otherMode}, planes, width,
+                  placement);
         }
     }
 };
