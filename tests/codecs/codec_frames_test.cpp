@@ -135,7 +135,7 @@ TEST_F(Frames, OfKnownLosslessKindsReachTheEngineCopiedOnlyBeforeUnreadableMemor
             codecs_.lossless.Decompress(&input, memory.data(), &picture, false, back.data(), 0, 0),
             S_OK);
         EXPECT_EQ(back, source);
-        EXPECT_EQ(Last(kLlc, kDecode)[1] == Word(memory.data()), behind == 64);
+        EXPECT_EQ(LastCall(kLlc, kDecode).words[1] == Word(memory.data()), behind == 64);
     }
     const DWORD calls = LastCall(kLlc, kDecode).count;
     for (const BYTE kind : {BYTE{4}, BYTE{255}}) {

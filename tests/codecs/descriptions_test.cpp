@@ -125,13 +125,8 @@ TEST(FrameInfo, HasTheChunksThatAreWholeAtEveryCut) {
         const Bytes cut(frame.begin(), frame.begin() + static_cast<LONG>(size));
         const bool hasInfo = size >= 24, hasRdrt = size >= 68;
         EXPECT_TRUE(InfoOf(cut, 720, 576, 400000, hasInfo ? S_OK : S_FALSE) ==
-                    (FrameInfo{.fieldOrder = size < 36,
-                               .pixelAspectX = hasInfo ? 30 : 768,
-                               .pixelAspectY = hasInfo ? 40 : 720,
-                               .infoA = hasInfo ? 10 : -1,
-                               .infoB = hasInfo ? 20 : -1,
-                               .rdrtA = hasRdrt ? 7 : -1,
-                               .rdrtB = hasRdrt ? 8 : -1}))
+                    (FrameInfo{size < 36, hasInfo ? 30 : 768, hasInfo ? 40 : 720, hasInfo ? 10 : -1,
+                               hasInfo ? 20 : -1, hasRdrt ? 7 : -1, hasRdrt ? 8 : -1}))
             << size;
         const std::size_t coded = size > 80 ? size - 80 : 0;
         ASSERT_EQ(SkipInfoChunk(cut).size(), size < 4 ? size : coded) << size;

@@ -44,10 +44,6 @@ constexpr LONG_PTR kOnes = -1;
 inline LONG_PTR Word(const void* pointer) {
     return reinterpret_cast<LONG_PTR>(pointer);
 }
-inline Words Last(const wchar_t* library, Purpose purpose) {
-    const Call call = LastCall(library, purpose);
-    return {call.words, call.words + call.wordCount};
-}
 
 /// A stand-in's frame of a picture, lossless when it is decoded as "YUY2".
 inline Bytes Coded(const char* coding, const Bytes& picture, LONG width, LONG height) {
@@ -160,7 +156,7 @@ constexpr LONG_PTR kAny = 0x40DE0000, kAddress = 0x40DE0001;
 inline void Expect(const wchar_t* library, Purpose purpose, std::size_t size, Words words,
                    LONG_PTR rest = 0) {
     words.resize(size, rest);
-    const Words got = Last(library, purpose);
+    const Words got = WordsOf(LastCall(library, purpose));
     ASSERT_EQ(got.size(), size);
     for (std::size_t i = 0; i < size; ++i) {
         if (words[i] == kAddress) {

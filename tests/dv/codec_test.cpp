@@ -317,20 +317,18 @@ TEST_F(DvReference, ToAnUnreadableFrameIsRefusedWithoutALeak) {
         Write(std::to_string(length).c_str(), 0, length, pal_);
         EXPECT_EQ(Decode(0, std::to_string(length)), E_FAIL);
     }
-    const std::tuple<DWORD, std::string, HRESULT> cases[] = {
-        {0, "no.avi", HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)},
-        {0, "", HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND)},
-        {0, std::string(MAX_PATH - 1 - folder_.size(), 'x'),
-         HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)},
-        {0, std::string(MAX_PATH - folder_.size(), 'x'),
-         HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE)},
-        {0, "cut.avi", HRESULT_FROM_WIN32(ERROR_HANDLE_EOF)},
-        {144006, "cut.avi", HRESULT_FROM_WIN32(ERROR_HANDLE_EOF)},
-        {0xFFFFFFFF, "cut.avi", HRESULT_FROM_WIN32(ERROR_HANDLE_EOF)},
+    const std::tuple<DWORD, std::string, DWORD> cases[] = {
+        {0, "no.avi", ERROR_FILE_NOT_FOUND},
+        {0, "", ERROR_PATH_NOT_FOUND},
+        {0, std::string(MAX_PATH - 1 - folder_.size(), 'x'), ERROR_FILE_NOT_FOUND},
+        {0, std::string(MAX_PATH - folder_.size(), 'x'), ERROR_FILENAME_EXCED_RANGE},
+        {0, "cut.avi", ERROR_HANDLE_EOF},
+        {144006, "cut.avi", ERROR_HANDLE_EOF},
+        {0xFFFFFFFF, "cut.avi", ERROR_HANDLE_EOF},
     };
     ExpectNothingKept([&] {
-        for (const auto& [offset, file, result] : cases) {
-            EXPECT_EQ(Decode(offset, file), result) << file << ' ' << offset;
+        for (const auto& [offset, file, error] : cases) {
+            EXPECT_EQ(Decode(offset, file), HRESULT_FROM_WIN32(error)) << file << ' ' << offset;
         }
     });
     const DvFrame whole = Reference(0, "clip.avi");
