@@ -87,12 +87,7 @@ TEST(Matte, ReplacesTransparentPixelsByTheBlackOfTheirLayout) {
             };
             Pixel picture = rowsOf(row.clear);
             auto* const last = reinterpret_cast<BYTE*>(&picture[3 * row.clear.size()]);
-            CleanMatte({.index = index,
-                        .bytesPerPixel = bytes,
-                        .data = last,
-                        .stride = -3 * bytes,
-                        .width = 2,
-                        .height = 2});
+            CleanMatte({index, bytes, last, -3 * bytes, 2, 2});
             EXPECT_EQ(picture, rowsOf(row.black)) << index;
         }
     }

@@ -52,11 +52,9 @@ inline Bytes Coded(const char* coding, const Bytes& picture, LONG width, LONG he
 }
 
 /// A stand-in's header without a picture: it passes the probe and fails in the decoder.
-inline Bytes Hollow(const char* tag, LONG width, LONG height, LONG alpha) {
-    const LONG words[] = {0, 24, width, height, 1, alpha};
-    const auto* bytes = reinterpret_cast<const BYTE*>(words);
-    Bytes frame(bytes, bytes + sizeof(words));
-    std::memcpy(frame.data(), tag, 4);
+inline Bytes Hollow(const char (&tag)[5], LONG width, LONG height, LONG alpha) {
+    Bytes frame = Chunk(tag, {DWORD(width), DWORD(height), 1, DWORD(alpha)});
+    frame[4] = 24;  // its own length
     return frame;
 }
 

@@ -311,55 +311,51 @@ TEST(TenBitRows, EqualThePlainRuleAtEveryWidthAndForEveryValueInEveryPlace) {
     CheckKernels(kTenBitRowsSse41);
 }
 
-/// One size through one uncompressed layout, both ways; `rowBytes` and `reported` of its frames.
-void CheckCodec(LONG width, LONG height, DWORD rowBytes, DWORD reported, LONG bytes, bool topDown,
-                LONG wider) {
-    SCOPED_TRACE(testing::Message() << width << "x" << height << " of " << bytes << "+" << wider);
-    CTenBitCodec codec;
-    const TenBitPicture picture = RandomTenBitPicture(width, height, 5);
-    const DWORD code = width >= 960 && height >= 720 ? 3 : 1, rgb = bytes == 3 ? kBgr3 : kBgra;
-    Bytes yuy2 = ReferenceYuy2(picture);
-    const Bytes rows = bytes == 2 ? yuy2 : Converted(yuy2, kYuy2, rgb, width, height, code);
-    const BITMAPINFOHEADER header =
-        MakeHeader(bytes == 2 ? kYuy2 : DWORD{BI_RGB}, static_cast<WORD>(8 * bytes), width + wider,
-                   topDown ? -height : height);
-    const LONG pitch = bytes * (width + wider);
-    Bytes expected(static_cast<std::size_t>(pitch * height), kGuard);
-    for (LONG y = 0; y < height; ++y) {
-        const LONG to = bytes == 2 || topDown ? y : height - 1 - y;
-        std::copy_n(rows.begin() + y * bytes * width, bytes * width, expected.begin() + to * pitch);
-    }
-    for (const Bytes& frame : {Q210Frame(picture), InfoChunk(1, 2, 3, 4) + Q210Frame(picture)}) {
-        const GuardedMemory coded(frame), output(expected.size(), kGuard);
-        const BITMAPINFOHEADER stream = MakeHeader(FourCC("Q210"), 20, width, height, frame.size());
-        ASSERT_EQ(codec.Decompress(&stream, coded.data(), &header, false, output.data(), 0, 0),
-                  S_OK);
-        ASSERT_TRUE(Copy(output) == expected);
-    }
-    if (wider == 0) {
-        yuy2 = bytes == 2 ? yuy2 : Converted(rows, rgb, kYuy2, width, height, code);
-        const auto size = static_cast<std::size_t>(rowBytes) * static_cast<std::size_t>(height);
-        const GuardedMemory input(expected), coded(size, 0);
-        BITMAPINFOHEADER stream = MakeHeader(FourCC("Q210"), 20, width, height);
-        ASSERT_EQ(codec.Compress(&header, bytes == 4, input.data(), &stream, coded.data(), 0, 0, 0),
-                  S_OK);
-        ASSERT_TRUE(Copy(coded) == Q210Frame(Widened(width, height, yuy2), 0));
-        EXPECT_EQ(stream.biSizeImage, reported * static_cast<DWORD>(height));
-        EXPECT_EQ(codec.GetMaxCompressedSize(&header, false), size + 1064);
-    }
-}
-
 TEST(TenBitCodec, UnpacksAndPacksThePictureAndNothingElse) {
     constexpr struct {
         LONG width, height;
-        DWORD rowBytes, reported;
+        DWORD rowBytes, reported;  ///< of a row of the frame
     } kSizes[] = {{2, 1, 128, 240},      {46, 5, 128, 128},      {50, 16, 256, 368},
                   {720, 17, 1920, 1920}, {1280, 33, 3456, 3488}, {960, 720, 2560, 2560},
                   {952, 720, 2560, 2576}};  // to high definition where the output is wider
-    for (const auto& size : kSizes) {
-        for (LONG i = 0; i < 12; ++i) {
-            CheckCodec(size.width, size.height, size.rowBytes, size.reported, 2 + i / 4, i % 2 != 0,
-                       i / 2 % 2 * 10);
+    for (std::size_t i = 0; i < 12 * std::size(kSizes); ++i) {
+        const auto [width, height, rowBytes, reported] = kSizes[i / 12];
+        const LONG bytes = 2 + static_cast<LONG>(i % 12 / 4), wider = i / 2 % 2 == 0 ? 0 : 10;
+        const bool topDown = i % 2 != 0;
+        SCOPED_TRACE(testing::Message()
+                     << width << "x" << height << " of " << bytes << "+" << wider);
+        CTenBitCodec codec;
+        const TenBitPicture picture = RandomTenBitPicture(width, height, 5);
+        const DWORD code = width >= 960 && height >= 720 ? 3 : 1, rgb = bytes == 3 ? kBgr3 : kBgra;
+        Bytes yuy2 = ReferenceYuy2(picture);
+        const Bytes rows = bytes == 2 ? yuy2 : Converted(yuy2, kYuy2, rgb, width, height, code);
+        const BITMAPINFOHEADER header =
+            MakeHeader(bytes == 2 ? kYuy2 : DWORD{BI_RGB}, static_cast<WORD>(8 * bytes),
+                       width + wider, topDown ? -height : height);
+        const LONG pitch = bytes * (width + wider);
+        Bytes expected(static_cast<std::size_t>(pitch * height), kGuard);
+        for (LONG y = 0; y < height; ++y) {
+            const LONG to = bytes == 2 || topDown ? y : height - 1 - y;
+            std::copy_n(rows.begin() + y * bytes * width, bytes * width,
+                        expected.begin() + to * pitch);
+        }
+        const Bytes frame = Q210Frame(picture);
+        const GuardedMemory sample(frame), output(expected.size(), kGuard);
+        BITMAPINFOHEADER stream = MakeHeader(FourCC("Q210"), 20, width, height, frame.size());
+        ASSERT_EQ(codec.Decompress(&stream, sample.data(), &header, false, output.data(), 0, 0),
+                  S_OK);
+        ASSERT_TRUE(Copy(output) == expected);
+        if (wider == 0) {
+            yuy2 = bytes == 2 ? yuy2 : Converted(rows, rgb, kYuy2, width, height, code);
+            const auto size = static_cast<std::size_t>(rowBytes) * static_cast<std::size_t>(height);
+            const GuardedMemory input(expected), coded(size, 0);
+            stream.biSizeImage = 0;
+            ASSERT_EQ(
+                codec.Compress(&header, bytes == 4, input.data(), &stream, coded.data(), 0, 0, 0),
+                S_OK);
+            ASSERT_TRUE(Copy(coded) == Q210Frame(Widened(width, height, yuy2), 0));
+            EXPECT_EQ(stream.biSizeImage, reported * static_cast<DWORD>(height));
+            EXPECT_EQ(codec.GetMaxCompressedSize(&header, false), size + 1064);
         }
     }
 }
