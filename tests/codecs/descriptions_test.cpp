@@ -26,8 +26,6 @@ TEST(Surfaces, AreBottomUpForRgbOnlyAndRefusedWithoutIndexOrBeyond32Bits) {
         std::uint64_t size;
     } rows[] = {
         {MakeHeader(BI_RGB, 24, 6, 3), 0, -18, 36, 54},
-        {MakeHeader(BI_RGB, 24, 6, -3), 0, 18, 0, 54},
-        {MakeHeader(BI_RGB, 24, 6, 3), 20, 20, 0, 54},
         {MakeHeader(BI_RGB, 24, 6, 3), -20, -20, 0, 54},
         {MakeHeader(kYuy2, 16, 6, 3), 0, 12, 0, 36},
         {MakeHeader(BI_RGB, 16, 6, 3), 0, 0, 0, 0},
@@ -106,10 +104,6 @@ FrameInfo InfoOf(const Bytes& frame, LONG width, LONG height, REFERENCE_TIME dur
     return info;
 }
 
-bool operator==(const FrameInfo& left, const FrameInfo& right) {
-    return std::memcmp(&left, &right, sizeof(left)) == 0;
-}
-
 const Bytes kField = Chunk("FIEL", {0}), kOther = Chunk("ABCD", {1, 2});
 
 TEST(FrameInfo, HasTheChunksThatAreWholeAtEveryCut) {
@@ -119,10 +113,11 @@ TEST(FrameInfo, HasTheChunksThatAreWholeAtEveryCut) {
     for (std::size_t size = 0; size <= frame.size(); ++size) {
         const Bytes cut(frame.begin(), frame.begin() + static_cast<LONG>(size));
         const bool hasInfo = size >= 24, hasRdrt = size >= 68;
-        EXPECT_TRUE(InfoOf(cut, 720, 576, 400000, hasInfo ? S_OK : S_FALSE) ==
-                    (FrameInfo{size < 36, hasInfo ? 30 : 768, hasInfo ? 40 : 720, hasInfo ? 10 : -1,
-                               hasInfo ? 20 : -1, hasRdrt ? 7 : -1, hasRdrt ? 8 : -1}))
-            << size;
+        const FrameInfo info = InfoOf(cut, 720, 576, 400000, hasInfo ? S_OK : S_FALSE);
+        const FrameInfo expected = {size < 36,         hasInfo ? 30 : 768, hasInfo ? 40 : 720,
+                                    hasInfo ? 10 : -1, hasInfo ? 20 : -1,  hasRdrt ? 7 : -1,
+                                    hasRdrt ? 8 : -1};
+        EXPECT_EQ(std::memcmp(&info, &expected, sizeof(info)), 0) << size;
         const std::size_t coded = size > 80 ? size - 80 : 0;
         ASSERT_EQ(SkipInfoChunk(cut).size(), size < 4 ? size : coded) << size;
     }

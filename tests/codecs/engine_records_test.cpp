@@ -20,18 +20,17 @@ class EngineRecords : public testing::TestWithParam<int> {
         }
         codecs_.emplace().zeta.SetParameters({colorSpace, 11, 33, 4}, false);
     }
-    DWORD CallersStride() const { return static_cast<DWORD>(isV210_ ? row_ : 0); }
     HRESULT Decode(ICodec& codec, const Bytes& frame, bool alphaOut) {
         const auto input = MakeHeader(codec.GetFourCC(), 24, width_, height_, frame.size());
         return codec.Decompress(&input, frame.data(), &picture_, alphaOut, memory_.data(),
-                                static_cast<LONG>(CallersStride()), 0);
+                                callersStride_, 0);
     }
     /// Stops in the engine, after it has logged the record.
     void Encode(ICodec& codec, bool alphaIn) {
         const Misbehaviour stop("encode:divide");
         auto output = MakeHeader(codec.GetFourCC(), alphaIn ? 32 : 24, width_, height_);
         EXPECT_EQ(codec.Compress(&picture_, alphaIn, memory_.data(), &output, out_.data(), 0,
-                                 CallersStride(), 0),
+                                 DWORD(callersStride_), 0),
                   E_FAIL);
     }
 
@@ -43,6 +42,7 @@ class EngineRecords : public testing::TestWithParam<int> {
     const bool hasAlpha_ = layout_.bits == 32;
     const LONG_PTR w_ = width_, h_ = height_, bytes_ = layout_.bytes;
     const LONG_PTR row_ = isV210_ ? (w_ + 47) / 48 * 128 : w_ * bytes_;
+    const LONG callersStride_ = static_cast<LONG>(isV210_ ? row_ : 0);
     Bytes memory_ = Bytes(static_cast<std::size_t>(row_ * h_)), out_ = Bytes(64);
     const LONG_PTR outAt_ = Word(out_.data());
     const LONG_PTR first_ = Word(memory_.data()) + (rgb_ ? (h_ - 1) * row_ : 0);

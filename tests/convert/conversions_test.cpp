@@ -57,17 +57,13 @@ struct Plane {
     BYTE* data_ = nullptr;
 };
 
-bool IsYuv(DWORD fourcc) {
-    return fourcc == kYuy2 || fourcc == kW210;
-}
-
 /// The planes of conversions; runs them and the reference.
 struct Planes {
     Plane source, destination, sourceAlpha, destinationAlpha;
 
     /// All matrices, ranges and uses of alpha at one width.
     void CheckAll(DWORD from, DWORD to, LONG width, Placement placement, std::uint32_t seed) {
-        const bool back = IsYuv(to);
+        const bool back = to == kYuy2 || to == kW210;
         const bool deep = FindPixelFormat(back ? from : to)->kind == FormatKind::kDeepRgb;
         source.Shape(width * BytesPerPixel(from), placement);
         source.Fill(seed);
