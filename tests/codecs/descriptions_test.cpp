@@ -26,8 +26,6 @@ TEST(Surfaces, AreBottomUpForRgbOnlyAndRefusedWithoutIndexOrBeyond32Bits) {
         std::uint64_t size;
     } rows[] = {
         {MakeHeader(BI_RGB, 24, 6, 3), 0, -18, 36, 54},
-        {MakeHeader(BI_RGB, 24, 6, -3), 0, 18, 0, 54},
-        {MakeHeader(BI_RGB, 24, 6, 3), 20, 20, 0, 54},
         {MakeHeader(BI_RGB, 24, 6, 3), -20, -20, 0, 54},
         {MakeHeader(kYuy2, 16, 6, 3), 0, 12, 0, 36},
         {MakeHeader(BI_RGB, 16, 6, 3), 0, 0, 0, 0},
@@ -78,23 +76,17 @@ TEST(Matte, ReplacesTransparentPixelsByTheBlackOfTheirLayout) {
         for (const int index : row.indices) {
             // Bottom-up rows of two pixels, with a gap of one that looks transparent.
             const auto bytes = static_cast<LONG>(4 * row.clear.size());
-            Pixel picture, expected;
-            for (const Pixel* pixel :
-                 {&row.clear, &row.visible, &row.clear, &row.visible, &row.clear}) {
-                picture.insert(picture.end(), pixel->begin(), pixel->end());
-            }
-            for (const Pixel* pixel :
-                 {&row.black, &row.visible, &row.clear, &row.visible, &row.black}) {
-                expected.insert(expected.end(), pixel->begin(), pixel->end());
-            }
+            const auto rowsOf = [&row](const Pixel& shown) {
+                Pixel pixels;
+                for (const Pixel& pixel : {shown, row.visible, row.clear, row.visible, shown}) {
+                    pixels.insert(pixels.end(), pixel.begin(), pixel.end());
+                }
+                return pixels;
+            };
+            Pixel picture = rowsOf(row.clear);
             auto* const last = reinterpret_cast<BYTE*>(&picture[3 * row.clear.size()]);
-            CleanMatte({.index = index,
-                        .bytesPerPixel = bytes,
-                        .data = last,
-                        .stride = -3 * bytes,
-                        .width = 2,
-                        .height = 2});
-            EXPECT_EQ(picture, expected) << index;
+            CleanMatte({index, bytes, last, -3 * bytes, 2, 2});
+            EXPECT_EQ(picture, rowsOf(row.black)) << index;
         }
     }
 }
@@ -112,14 +104,6 @@ FrameInfo InfoOf(const Bytes& frame, LONG width, LONG height, REFERENCE_TIME dur
     return info;
 }
 
-std::size_t CodedSize(const Bytes& frame) {
-    return SkipInfoChunk(frame).size();
-}
-
-bool operator==(const FrameInfo& left, const FrameInfo& right) {
-    return std::memcmp(&left, &right, sizeof(left)) == 0;
-}
-
 const Bytes kField = Chunk("FIEL", {0}), kOther = Chunk("ABCD", {1, 2});
 
 TEST(FrameInfo, HasTheChunksThatAreWholeAtEveryCut) {
@@ -129,17 +113,13 @@ TEST(FrameInfo, HasTheChunksThatAreWholeAtEveryCut) {
     for (std::size_t size = 0; size <= frame.size(); ++size) {
         const Bytes cut(frame.begin(), frame.begin() + static_cast<LONG>(size));
         const bool hasInfo = size >= 24, hasRdrt = size >= 68;
-        EXPECT_TRUE(InfoOf(cut, 720, 576, 400000, hasInfo ? S_OK : S_FALSE) ==
-                    (FrameInfo{.fieldOrder = size < 36,
-                               .pixelAspectX = hasInfo ? 30 : 768,
-                               .pixelAspectY = hasInfo ? 40 : 720,
-                               .infoA = hasInfo ? 10 : -1,
-                               .infoB = hasInfo ? 20 : -1,
-                               .rdrtA = hasRdrt ? 7 : -1,
-                               .rdrtB = hasRdrt ? 8 : -1}))
-            << size;
+        const FrameInfo info = InfoOf(cut, 720, 576, 400000, hasInfo ? S_OK : S_FALSE);
+        const FrameInfo expected = {size < 36,         hasInfo ? 30 : 768, hasInfo ? 40 : 720,
+                                    hasInfo ? 10 : -1, hasInfo ? 20 : -1,  hasRdrt ? 7 : -1,
+                                    hasRdrt ? 8 : -1};
+        EXPECT_EQ(std::memcmp(&info, &expected, sizeof(info)), 0) << size;
         const std::size_t coded = size > 80 ? size - 80 : 0;
-        ASSERT_EQ(CodedSize(cut), size < 4 ? size : coded) << size;
+        ASSERT_EQ(SkipInfoChunk(cut).size(), size < 4 ? size : coded) << size;
     }
 }
 
@@ -158,7 +138,7 @@ TEST(FrameInfo, IgnoresChunksOfWrongSizesOrOutsideTheContainer) {
         {Bytes(40), S_FALSE, 40}};
     for (const auto& [bytes, result, codedSize] : cases) {
         EXPECT_EQ(InfoOf(bytes, 720, 576, 400000, result).fieldOrder, kBottomFieldFirst);
-        EXPECT_EQ(CodedSize(bytes), codedSize);
+        EXPECT_EQ(SkipInfoChunk(bytes).size(), codedSize);
     }
 }
 

@@ -12,6 +12,7 @@
 #include "codecs/zeta2_codec.h"
 #include "codecs/zeta_codec.h"
 #include "engines/standin/frame_coder.h"
+#include "settings/codec_settings.h"
 #include "tests/codecs/converted.h"
 #include "tests/support/engines.h"
 #include "tests/support/guard.h"
@@ -20,13 +21,8 @@
 namespace nyx::test {
 
 enum CodecNumber { kZeta, kZeta2, kLossless, kMpeg, kTenBit, kCodecs };
-constexpr const char* kFourCCs[kCodecs] = {"QZTA", "QZT2", "QLLC", "QMIC", "Q210"};
-
-inline DWORD FourCCOf(int codec) {
-    DWORD fourcc;
-    std::memcpy(&fourcc, kFourCCs[codec], sizeof(fourcc));
-    return fourcc;
-}
+constexpr DWORD kFourCCs[kCodecs] = {FourCC("QZTA"), FourCC("QZT2"), FourCC("QLLC"), FourCC("QMIC"),
+                                     FourCC("Q210")};
 
 /// One of each. The constructors read the settings and load the engines.
 struct Codecs {
@@ -38,11 +34,6 @@ struct Codecs {
     ICodec* const all[kCodecs] = {&zeta, &zeta2, &lossless, &mpeg, &tenBit};
 };
 
-inline std::wstring SettingsKey(int codec) {
-    const char* name = kFourCCs[codec];
-    return L"Software\\Veltro\\Codec\\" + std::wstring(name, name + 4);
-}
-
 using namespace standin;
 using Words = std::vector<LONG_PTR>;
 constexpr wchar_t kCore[] = L"rkzcore.dll", kAlpha[] = L"rkzalpha.dll";
@@ -53,10 +44,6 @@ constexpr LONG_PTR kOnes = -1;
 inline LONG_PTR Word(const void* pointer) {
     return reinterpret_cast<LONG_PTR>(pointer);
 }
-inline Words Last(const wchar_t* library, Purpose purpose) {
-    const Call call = LastCall(library, purpose);
-    return {call.words, call.words + call.wordCount};
-}
 
 /// A stand-in's frame of a picture, lossless when it is decoded as "YUY2".
 inline Bytes Coded(const char* coding, const Bytes& picture, LONG width, LONG height) {
@@ -65,11 +52,9 @@ inline Bytes Coded(const char* coding, const Bytes& picture, LONG width, LONG he
 }
 
 /// A stand-in's header without a picture: it passes the probe and fails in the decoder.
-inline Bytes Hollow(const char* tag, LONG width, LONG height, LONG alpha) {
-    const LONG words[] = {0, 24, width, height, 1, alpha};
-    const auto* bytes = reinterpret_cast<const BYTE*>(words);
-    Bytes frame(bytes, bytes + sizeof(words));
-    std::memcpy(frame.data(), tag, 4);
+inline Bytes Hollow(const char (&tag)[5], LONG width, LONG height, LONG alpha) {
+    Bytes frame = Chunk(tag, {DWORD(width), DWORD(height), 1, DWORD(alpha)});
+    frame[4] = 24;  // its own length
     return frame;
 }
 
@@ -103,10 +88,11 @@ inline BITMAPINFOHEADER PictureOf(WORD bits, LONG width = kWidth, LONG height = 
     return PictureHeader(bits, width, bits == 16 ? height : -height);
 }
 
-inline Bytes FrameOf(const Stream& stream) {
-    return stream.codec == kTenBit
-               ? Q210Frame(RandomTenBitPicture(kWidth, kHeight, 3))
-               : Coded(stream.name, SmoothPicture(PictureOf(stream.pictureBits)), kWidth, kHeight);
+inline Bytes FrameOf(const Stream& stream, LONG width = kWidth, LONG height = kHeight,
+                     int number = 0) {
+    const Bytes source = SmoothPicture(PictureOf(stream.pictureBits, width, height), number);
+    return stream.codec == kTenBit ? Q210Frame(RandomTenBitPicture(width, height, unsigned(number)))
+                                   : Coded(stream.name, source, width, height);
 }
 
 inline bool Untouched(const Bytes& picture) {
@@ -130,7 +116,7 @@ class Frames : public testing::Test {
                    Bytes* picture, DWORD mode = 0, ICodec* codec = nullptr) {
         const LONG height = std::abs(output.biHeight);
         const BITMAPINFOHEADER input =
-            MakeHeader(FourCCOf(stream.codec), stream.bits, output.biWidth, height, sample.size());
+            MakeHeader(kFourCCs[stream.codec], stream.bits, output.biWidth, height, sample.size());
         const auto bytes =
             static_cast<std::size_t>(output.biWidth * height * output.biBitCount / 8);
         const GuardedMemory frame(sample), room(bytes, kGuard);
@@ -168,7 +154,7 @@ constexpr LONG_PTR kAny = 0x40DE0000, kAddress = 0x40DE0001;
 inline void Expect(const wchar_t* library, Purpose purpose, std::size_t size, Words words,
                    LONG_PTR rest = 0) {
     words.resize(size, rest);
-    const Words got = Last(library, purpose);
+    const Words got = WordsOf(LastCall(library, purpose));
     ASSERT_EQ(got.size(), size);
     for (std::size_t i = 0; i < size; ++i) {
         if (words[i] == kAddress) {

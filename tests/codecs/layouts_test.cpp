@@ -223,7 +223,7 @@ TEST(WorkingRows, ConvertToDeepRgbByTheMatrixOfTheirDefinition) {
     CheckDeepRgb<21, AlphaUse::kStraight>(0);
 }
 
-TEST(WorkingRows, AreRoundedToBytesButNotToFloats) {
+TEST(WorkingRows, AreRoundedToBytesNotToFloatsAndReadOpaqueOrAsBlack) {
     for (int value = 0; value < 1024; ++value) {
         const auto word = static_cast<WORD>(value);
         Words samples(4, word), alpha(2, word), back(4);
@@ -237,10 +237,7 @@ TEST(WorkingRows, AreRoundedToBytesButNotToFloats) {
         EXPECT_EQ(back, Words(4, std::min<WORD>(word, 1020)));
         EXPECT_EQ(alpha, Words(2, 1023)) << "opaque without a plane";
     }
-}
-
-TEST(WorkingRows, ReadOpaquePicturesWithoutAlphaAndTransparentPixelsAsBlack) {
-    Words pixels(8), samples(4), alpha(2);
+    Words pixels(8), samples(4), alpha(2);  // transparent pixels, opaque in layouts without alpha
     for (const int index : {16, 18, 20}) {
         Rows(index, AlphaUse::kPremultiplied)
             .read(Address(pixels), 0, Address(samples), 0, Address(alpha), 0, 2, 1);
@@ -283,14 +280,7 @@ Bytes Copy(const GuardedMemory& memory) {
     return Bytes(memory.data(), memory.data() + memory.size());
 }
 
-class TenBitRows : public testing::TestWithParam<const TenBitRowKernels*> {};
-INSTANTIATE_TEST_SUITE_P(Kernels, TenBitRows,
-                         testing::Values(&kTenBitRowsSsse3, &kTenBitRowsSse41));
-
-TEST_P(TenBitRows, EqualThePlainRuleAtEveryWidthAndForEveryValueInEveryPlace) {
-    if (GetParam() == &kTenBitRowsSse41 && !HasCpuFeature(kCpuSse41)) {
-        GTEST_SKIP() << "this processor has no SSE4.1";
-    }
+void CheckKernels(const TenBitRowKernels& kernels) {
     for (LONG i = 1; i < 1024; ++i) {
         const LONG width = i <= 100 ? 2 * i : 48;
         TenBitPicture picture = {width, 1, {}};
@@ -304,64 +294,68 @@ TEST_P(TenBitRows, EqualThePlainRuleAtEveryWidthAndForEveryValueInEveryPlace) {
         groups.resize(static_cast<std::size_t>((width + 5) / 6 * 16));
         const GuardedMemory from(groups), yuy2(static_cast<std::size_t>(2 * width), kGuard);
         const GuardedMemory packed(layout.filled, kGuard);
-        GetParam()->unpack(from.data(), yuy2.data(), width);
+        kernels.unpack(from.data(), yuy2.data(), width);
         ASSERT_EQ(Copy(yuy2), ReferenceYuy2(picture)) << width;
-        GetParam()->pack(yuy2.data(), packed.data(), width);
+        kernels.pack(yuy2.data(), packed.data(), width);
         Bytes expected = Q210Frame(Widened(width, 1, Copy(yuy2)), 0);
         expected.resize(layout.filled);
         ASSERT_EQ(Copy(packed), expected) << width;
     }
 }
 
-/// One size through one uncompressed layout, both ways; `rowBytes` and `reported` of its frames.
-void CheckCodec(LONG width, LONG height, DWORD rowBytes, DWORD reported, LONG bytes, bool topDown,
-                LONG wider) {
-    SCOPED_TRACE(testing::Message() << width << "x" << height << " of " << bytes << "+" << wider);
-    CTenBitCodec codec;
-    const TenBitPicture picture = RandomTenBitPicture(width, height, 5);
-    const DWORD code = width >= 960 && height >= 720 ? 3 : 1, rgb = bytes == 3 ? kBgr3 : kBgra;
-    Bytes yuy2 = ReferenceYuy2(picture);
-    const Bytes rows = bytes == 2 ? yuy2 : Converted(yuy2, kYuy2, rgb, width, height, code);
-    const BITMAPINFOHEADER header =
-        MakeHeader(bytes == 2 ? kYuy2 : DWORD{BI_RGB}, static_cast<WORD>(8 * bytes), width + wider,
-                   topDown ? -height : height);
-    const LONG pitch = bytes * (width + wider);
-    Bytes expected(static_cast<std::size_t>(pitch * height), kGuard);
-    for (LONG y = 0; y < height; ++y) {
-        const LONG to = bytes == 2 || topDown ? y : height - 1 - y;
-        std::copy_n(rows.begin() + y * bytes * width, bytes * width, expected.begin() + to * pitch);
+TEST(TenBitRows, EqualThePlainRuleAtEveryWidthAndForEveryValueInEveryPlace) {
+    CheckKernels(kTenBitRowsSsse3);
+    if (!HasCpuFeature(kCpuSse41)) {
+        GTEST_SKIP() << "this processor has no SSE4.1";
     }
-    for (const Bytes& frame : {Q210Frame(picture), InfoChunk(1, 2, 3, 4) + Q210Frame(picture)}) {
-        const GuardedMemory coded(frame), output(expected.size(), kGuard);
-        const BITMAPINFOHEADER stream = MakeHeader(FourCC("Q210"), 20, width, height, frame.size());
-        ASSERT_EQ(codec.Decompress(&stream, coded.data(), &header, false, output.data(), 0, 0),
-                  S_OK);
-        ASSERT_TRUE(Copy(output) == expected);
-    }
-    if (wider == 0) {
-        yuy2 = bytes == 2 ? yuy2 : Converted(rows, rgb, kYuy2, width, height, code);
-        const auto size = static_cast<std::size_t>(rowBytes) * static_cast<std::size_t>(height);
-        const GuardedMemory input(expected), coded(size, 0);
-        BITMAPINFOHEADER stream = MakeHeader(FourCC("Q210"), 20, width, height);
-        ASSERT_EQ(codec.Compress(&header, bytes == 4, input.data(), &stream, coded.data(), 0, 0, 0),
-                  S_OK);
-        ASSERT_TRUE(Copy(coded) == Q210Frame(Widened(width, height, yuy2), 0));
-        EXPECT_EQ(stream.biSizeImage, reported * static_cast<DWORD>(height));
-        EXPECT_EQ(codec.GetMaxCompressedSize(&header, false), size + 1064);
-    }
+    CheckKernels(kTenBitRowsSse41);
 }
 
 TEST(TenBitCodec, UnpacksAndPacksThePictureAndNothingElse) {
     constexpr struct {
         LONG width, height;
-        DWORD rowBytes, reported;
+        DWORD rowBytes, reported;  ///< of a row of the frame
     } kSizes[] = {{2, 1, 128, 240},      {46, 5, 128, 128},      {50, 16, 256, 368},
                   {720, 17, 1920, 1920}, {1280, 33, 3456, 3488}, {960, 720, 2560, 2560},
                   {952, 720, 2560, 2576}};  // to high definition where the output is wider
-    for (const auto& size : kSizes) {
-        for (LONG i = 0; i < 12; ++i) {
-            CheckCodec(size.width, size.height, size.rowBytes, size.reported, 2 + i / 4, i % 2 != 0,
-                       i / 2 % 2 * 10);
+    for (std::size_t i = 0; i < 12 * std::size(kSizes); ++i) {
+        const auto [width, height, rowBytes, reported] = kSizes[i / 12];
+        const LONG bytes = 2 + static_cast<LONG>(i % 12 / 4), wider = i / 2 % 2 == 0 ? 0 : 10;
+        const bool topDown = i % 2 != 0;
+        SCOPED_TRACE(testing::Message()
+                     << width << "x" << height << " of " << bytes << "+" << wider);
+        CTenBitCodec codec;
+        const TenBitPicture picture = RandomTenBitPicture(width, height, 5);
+        const DWORD code = width >= 960 && height >= 720 ? 3 : 1, rgb = bytes == 3 ? kBgr3 : kBgra;
+        Bytes yuy2 = ReferenceYuy2(picture);
+        const Bytes rows = bytes == 2 ? yuy2 : Converted(yuy2, kYuy2, rgb, width, height, code);
+        const BITMAPINFOHEADER header =
+            MakeHeader(bytes == 2 ? kYuy2 : DWORD{BI_RGB}, static_cast<WORD>(8 * bytes),
+                       width + wider, topDown ? -height : height);
+        const LONG pitch = bytes * (width + wider);
+        Bytes expected(static_cast<std::size_t>(pitch * height), kGuard);
+        for (LONG y = 0; y < height; ++y) {
+            const LONG to = bytes == 2 || topDown ? y : height - 1 - y;
+            std::copy_n(rows.begin() + y * bytes * width, bytes * width,
+                        expected.begin() + to * pitch);
+        }
+        const Bytes frame = Q210Frame(picture);
+        const GuardedMemory sample(frame), output(expected.size(), kGuard);
+        BITMAPINFOHEADER stream = MakeHeader(FourCC("Q210"), 20, width, height, frame.size());
+        ASSERT_EQ(codec.Decompress(&stream, sample.data(), &header, false, output.data(), 0, 0),
+                  S_OK);
+        ASSERT_TRUE(Copy(output) == expected);
+        if (wider == 0) {
+            yuy2 = bytes == 2 ? yuy2 : Converted(rows, rgb, kYuy2, width, height, code);
+            const auto size = static_cast<std::size_t>(rowBytes) * static_cast<std::size_t>(height);
+            const GuardedMemory input(expected), coded(size, 0);
+            stream.biSizeImage = 0;
+            ASSERT_EQ(
+                codec.Compress(&header, bytes == 4, input.data(), &stream, coded.data(), 0, 0, 0),
+                S_OK);
+            ASSERT_TRUE(Copy(coded) == Q210Frame(Widened(width, height, yuy2), 0));
+            EXPECT_EQ(stream.biSizeImage, reported * static_cast<DWORD>(height));
+            EXPECT_EQ(codec.GetMaxCompressedSize(&header, false), size + 1064);
         }
     }
 }

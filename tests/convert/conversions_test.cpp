@@ -57,54 +57,13 @@ struct Plane {
     BYTE* data_ = nullptr;
 };
 
-bool IsYuv(DWORD fourcc) {
-    return fourcc == kYuy2 || fourcc == kW210;
-}
-
-/// The planes of one conversion; runs it and the reference.
+/// The planes of conversions; runs them and the reference.
 struct Planes {
     Plane source, destination, sourceAlpha, destinationAlpha;
 
-    /// A set bit of `alphas` gives the source an alpha plane, the next one the destination.
-    void Check(const ConversionKind& kind, int alphas, LONG width, Placement placement) {
-        destination.Shape(width * BytesPerPixel(kind.destination), placement);
-        destinationAlpha.Shape(width, placement);
-        const auto planes = [&](ImagePlane Plane::*of) -> ConversionPlanes {
-            return {&(source.*of), &(destination.*of), alphas & 1 ? &(sourceAlpha.*of) : nullptr,
-                    alphas & 2 ? &(destinationAlpha.*of) : nullptr};
-        };
-        const ConversionPlanes p = planes(&Plane::guarded), twins = planes(&Plane::unguarded);
-        const DWORD yuv = kind.matrix == kMatrixBt709 ? 2 : 0, rgb = kind.range == kFullRange;
-        const auto compare = [&](const auto& convert, auto run) {
-            Conversion conversion;
-            ASSERT_EQ(ChooseConversion(kind, &conversion), S_OK);
-            ASSERT_TRUE(convert.Has(conversion.numbers));
-            if (kind.matrix != kMatrixBt2020) {  // the entries have no code for it
-                ASSERT_EQ(run(), S_OK);
-                reference::Convert(convert, twins, width, kHeight);
-            }
-        };
-        if (IsYuv(kind.source)) {
-            compare(reference::ToRgb(kind), [&] {
-                return ConvertFromYuv(p.source, p.sourceAlpha, kind.source, yuv,
-                                      kind.sourceAlphaMode, p.destination, kind.destination, rgb,
-                                      kind.destinationAlphaMode, width, kHeight);
-            });
-        } else {
-            compare(reference::ToYuv(kind), [&] {
-                return ConvertToYuv(p.source, kind.source, rgb, p.sourceAlpha, p.destination,
-                                    p.destinationAlpha, kind.destination, yuv, kind.sourceAlphaMode,
-                                    width, kHeight);
-            });
-        }
-        ASSERT_TRUE(destination.Agrees() && destinationAlpha.Agrees() && source.Agrees())
-            << width << ' ' << kind.matrix << kind.range << alphas << kind.sourceAlphaMode
-            << kind.destinationAlphaMode;
-    }
-
     /// All matrices, ranges and uses of alpha at one width.
     void CheckAll(DWORD from, DWORD to, LONG width, Placement placement, std::uint32_t seed) {
-        const bool back = IsYuv(to);
+        const bool back = to == kYuy2 || to == kW210;
         const bool deep = FindPixelFormat(back ? from : to)->kind == FormatKind::kDeepRgb;
         source.Shape(width * BytesPerPixel(from), placement);
         source.Fill(seed);
@@ -112,17 +71,36 @@ struct Planes {
         sourceAlpha.Fill(seed + 1);
         const int alphas = back ? 4 : 2;
         for (int i = 0; i < 6 * alphas * (deep ? 4 : 1); ++i) {
-            const LONG mode = i / 6 / alphas % 2;
-            const LONG otherMode = back ? mode : i / 6 / alphas / 2;
-            const int planes = i / 6 % alphas;
-            Check({.source = from,
-                   .destination = to,
-                   .range = i % 2,
-                   .matrix = 2 + i / 2 % 3,
-                   .alphaPlane = planes != 0,
-                   .sourceAlphaMode = mode,
-                   .destinationAlphaMode = otherMode},
-                  planes, width, placement);
+            // A set bit of `given` gives the source an alpha plane, the next one the destination.
+            const int given = i / 6 % alphas;
+            const LONG mode = i / 6 / alphas % 2, otherMode = back ? mode : i / 6 / alphas / 2;
+            const ConversionKind kind = {from,       to,   i % 2,    2 + i / 2 % 3,
+                                         given != 0, mode, otherMode};
+            destination.Shape(width * BytesPerPixel(to), placement);
+            destinationAlpha.Shape(width, placement);
+            const auto planes = [&](ImagePlane Plane::*of) -> ConversionPlanes {
+                return {&(source.*of), &(destination.*of), given & 1 ? &(sourceAlpha.*of) : nullptr,
+                        given & 2 ? &(destinationAlpha.*of) : nullptr};
+            };
+            const ConversionPlanes p = planes(&Plane::guarded), twins = planes(&Plane::unguarded);
+            const DWORD yuv = kind.matrix == kMatrixBt709 ? 2 : 0, rgb = kind.range == kFullRange;
+            const auto compare = [&](const auto& convert) {
+                Conversion conversion;
+                ASSERT_EQ(ChooseConversion(kind, &conversion), S_OK);
+                ASSERT_TRUE(convert.Has(conversion.numbers));
+                if (kind.matrix == kMatrixBt2020) {  // the entries have no code for it
+                    return;
+                }
+                ASSERT_EQ(back ? ConvertToYuv(p.source, from, rgb, p.sourceAlpha, p.destination,
+                                              p.destinationAlpha, to, yuv, mode, width, kHeight)
+                               : ConvertFromYuv(p.source, p.sourceAlpha, from, yuv, mode,
+                                                p.destination, to, rgb, otherMode, width, kHeight),
+                          S_OK);
+                reference::Convert(convert, twins, width, kHeight);
+            };
+            back ? compare(reference::ToYuv(kind)) : compare(reference::ToRgb(kind));
+            ASSERT_TRUE(destination.Agrees() && destinationAlpha.Agrees() && source.Agrees())
+                << width << ' ' << kind.matrix << kind.range << given << mode << otherMode;
         }
     }
 };

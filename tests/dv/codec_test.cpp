@@ -50,7 +50,7 @@ TEST_F(DvCodec, TheEngineGetsSystemVariantAndLayout) {
     }
 }
 
-TEST_F(DvCodec, WideScreenPicturesAreStretched) {
+TEST_F(DvCodec, WideScreenPicturesAreStretchedUnlessOf32Bits) {
     constexpr LONG kCases[][3] = {
         {16, 856, 480}, {16, 1024, 576}, {24, 856, -480}, {24, 1024, 576}};
     for (const auto& [bits, width, signedHeight] : kCases) {
@@ -68,22 +68,16 @@ TEST_F(DvCodec, WideScreenPicturesAreStretched) {
                       720 * bits / 8 * (bits == 24 && signedHeight > 0 ? -1 : 1));
         }
     }
-}
-
-TEST_F(DvCodec, WideScreenPicturesOf32BitsAreNotStretched) {
     const Picture deep{32, 1024, 576};
     EXPECT_EQ(DecodePal(pal_, deep), S_OK);
     EXPECT_TRUE(deep.IsUntouched());
 }
 
-TEST_F(DvCodec, ACallersStrideIsTopDown) {
+TEST_F(DvCodec, ACallersStrideIsTopDownAndAnotherWidthKeepsTheRestOfEachRow) {
     const Picture apart{24, 720, 576, 2400};
     ASSERT_EQ(DecodePal(pal_, apart, 2400), S_OK);
     EXPECT_EQ(Words(LastCall().words[2], LastCall().words[3]), Words(apart.Row(0), 2400));
     EXPECT_EQ(apart.Row(0)[2160], kUntouched);
-}
-
-TEST_F(DvCodec, AnOutputOfAnotherWidthKeepsTheRestOfEachRow) {
     const Picture padded{16, 736, 576};
     ASSERT_EQ(DecodePal(pal_, padded), S_OK);
     EXPECT_TRUE(ShowsFrame(padded.Row(575), 720, 575, pal_));
@@ -129,13 +123,10 @@ TEST_F(DvCodec, AFrameThatFailsIsABlackPictureAndAnInvalidOneNeverReachesTheEngi
     const Picture narrower{16, 1280, 1080};
     EXPECT_EQ(Decode(kDvHd, 1280, 1080, LoadFrame("dvcprohd_1080_50"), narrower), E_FAIL);
     EXPECT_TRUE(narrower.IsBlack());
-}
-
-TEST_F(DvCodec, AReadOnlyPictureFails) {
-    const Picture picture{16, 720, 576};
-    picture.memory.Protect();
-    EXPECT_EQ(DecodePal(pal_.Cut(100), picture), E_FAIL) << "not even black";
-    EXPECT_EQ(DecodePal(pal_, picture), E_FAIL);
+    const Picture readOnly{16, 720, 576};
+    readOnly.memory.Protect();
+    EXPECT_EQ(DecodePal(pal_.Cut(100), readOnly), E_FAIL) << "not even black";
+    EXPECT_EQ(DecodePal(pal_, readOnly), E_FAIL);
 }
 
 TEST_F(DvCodec, ARefusedFrameLeavesThePictureUntouched) {
@@ -169,19 +160,10 @@ TEST_F(DvCodec, ARefusedFrameLeavesThePictureUntouched) {
 
 TEST_F(DvCodec, FramesStateTheirParameters) {
     const GuardedMemory cutOff(Bytes(pal_.data(), pal_.data() + 100));
+    const FrameInfo recorded = {1, 1024, 720, LONG(0xC1828304), -1, 0x0405C6FF, LONG(0xC78889FF)};
+    const FrameInfo bySize = {.fieldOrder = 1, .pixelAspectX = 768, .pixelAspectY = 720};
     const std::tuple<const void*, HRESULT, FrameInfo> cases[] = {
-        {pal_.data(),
-         S_OK,
-         {.fieldOrder = 1,
-          .pixelAspectX = 1024,
-          .pixelAspectY = 720,
-          .infoA = LONG(0xC1828304),
-          .rdrtA = 0x0405C6FF,
-          .rdrtB = LONG(0xC78889FF)}},
-        {nullptr,
-         S_FALSE,
-         {.fieldOrder = 1, .pixelAspectX = 768, .pixelAspectY = 720}},  // by the tables of sizes
-        {cutOff.data(), S_OK, {}}};
+        {pal_.data(), S_OK, recorded}, {nullptr, S_FALSE, bySize}, {cutOff.data(), S_OK, {}}};
     for (const auto& [frame, result, expected] : cases) {
         const BITMAPINFOHEADER input = MakeHeader(kDv25, 24, 720, 576, frame ? 144000 : 0);
         FrameInfo info = {9, 9, 9, 9, 9, 9, 9};
@@ -335,20 +317,18 @@ TEST_F(DvReference, ToAnUnreadableFrameIsRefusedWithoutALeak) {
         Write(std::to_string(length).c_str(), 0, length, pal_);
         EXPECT_EQ(Decode(0, std::to_string(length)), E_FAIL);
     }
-    const std::tuple<DWORD, std::string, HRESULT> cases[] = {
-        {0, "no.avi", HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)},
-        {0, "", HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND)},
-        {0, std::string(MAX_PATH - 1 - folder_.size(), 'x'),
-         HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)},
-        {0, std::string(MAX_PATH - folder_.size(), 'x'),
-         HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE)},
-        {0, "cut.avi", HRESULT_FROM_WIN32(ERROR_HANDLE_EOF)},
-        {144006, "cut.avi", HRESULT_FROM_WIN32(ERROR_HANDLE_EOF)},
-        {0xFFFFFFFF, "cut.avi", HRESULT_FROM_WIN32(ERROR_HANDLE_EOF)},
+    const std::tuple<DWORD, std::string, DWORD> cases[] = {
+        {0, "no.avi", ERROR_FILE_NOT_FOUND},
+        {0, "", ERROR_PATH_NOT_FOUND},
+        {0, std::string(MAX_PATH - 1 - folder_.size(), 'x'), ERROR_FILE_NOT_FOUND},
+        {0, std::string(MAX_PATH - folder_.size(), 'x'), ERROR_FILENAME_EXCED_RANGE},
+        {0, "cut.avi", ERROR_HANDLE_EOF},
+        {144006, "cut.avi", ERROR_HANDLE_EOF},
+        {0xFFFFFFFF, "cut.avi", ERROR_HANDLE_EOF},
     };
     ExpectNothingKept([&] {
-        for (const auto& [offset, file, result] : cases) {
-            EXPECT_EQ(Decode(offset, file), result) << file << ' ' << offset;
+        for (const auto& [offset, file, error] : cases) {
+            EXPECT_EQ(Decode(offset, file), HRESULT_FROM_WIN32(error)) << file << ' ' << offset;
         }
     });
     const DvFrame whole = Reference(0, "clip.avi");

@@ -27,9 +27,6 @@ template <class... Numbers>
 std::vector<LONG_PTR> Words(Numbers... numbers) {
     return {LONG_PTR(numbers)...};
 }
-inline std::vector<LONG_PTR> WordsOf(const standin::Call& call) {
-    return {call.words, call.words + call.wordCount};
-}
 
 inline standin::Call LastCall(standin::Purpose purpose = standin::kDecode) {
     return LastCall(L"rkdvh.dll", purpose);

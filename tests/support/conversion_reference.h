@@ -50,16 +50,8 @@ inline Layout LayoutOf(DWORD fourcc) {
 struct Weights {
     double kr, kg, kb;
 };
-inline Weights WeightsOf(LONG matrix) {
-    switch (matrix) {
-        case kMatrixBt601:
-            return {0.299, 0.587, 0.114};
-        case kMatrixBt709:
-            return {0.2126, 0.7152, 0.0722};
-        default:
-            return {0.2627, 0.6780, 0.0593};
-    }
-}
+constexpr Weights kWeights[] = {
+    {0.299, 0.587, 0.114}, {0.2126, 0.7152, 0.0722}, {0.2627, 0.6780, 0.0593}};
 
 inline int Fixed(double value, int fractionalBits) {
     return static_cast<int>(std::lround(std::ldexp(value, fractionalBits)));
@@ -85,7 +77,7 @@ class ToRgb {
   public:
     explicit ToRgb(const ConversionKind& kind)
         : kind_(kind), from_(LayoutOf(kind.source)), to_(LayoutOf(kind.destination)) {
-        const Weights k = WeightsOf(kind.matrix);
+        const Weights k = kWeights[kind.matrix - kMatrixBt601];
         const Range to = RangeOf(kind.range, to_.bits);
         const double red = 2 * (1 - k.kr) * to.span / 224, blue = 2 * (1 - k.kb) * to.span / 224;
         double gains[] = {to.span / 219, red, -blue * k.kb / k.kg, -red * k.kr / k.kg, blue};
@@ -166,7 +158,7 @@ class ToYuv {
   public:
     explicit ToYuv(const ConversionKind& kind)
         : from_(LayoutOf(kind.source)), to_(LayoutOf(kind.destination)) {
-        const Weights k = WeightsOf(kind.matrix);
+        const Weights k = kWeights[kind.matrix - kMatrixBt601];
         const Range from = RangeOf(kind.range, from_.bits);
         const double luma = 219 / from.span;
         const double u = 112 / from.span / (1 - k.kb), v = 112 / from.span / (1 - k.kr);

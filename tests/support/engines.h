@@ -6,6 +6,7 @@
 #include <windows.h>
 
 #include <string>
+#include <vector>
 
 #include "engines/standin/standin.h"
 
@@ -56,6 +57,11 @@ inline standin::Call LastCall(const wchar_t* library, standin::Purpose purpose) 
         entry(purpose, &call);
     }
     return call;
+}
+
+/// The words of a call: numbers and addresses.
+inline std::vector<LONG_PTR> WordsOf(const standin::Call& call) {
+    return {call.words, call.words + call.wordCount};
 }
 
 }  // namespace nyx::test
