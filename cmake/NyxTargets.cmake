@@ -102,6 +102,16 @@ function(nyx_binary target NYX_DESCRIPTION NYX_CONTAINS)
   endif()
 endfunction()
 
+# nyx_server(NAME DESCRIPTION CONTAINS sources...): a COM server with our runtime; the rest as for nyx_binary.
+function(nyx_server name description contains)
+  add_library(${name} SHARED ${ARGN})
+  target_link_libraries(${name} PRIVATE nyx_runtime)
+  target_link_options(${name} PRIVATE -Wl,--enable-stdcall-fixup)
+  set_target_properties(${name} PROPERTIES PREFIX "")
+  nyx_protect_stack(${name})
+  nyx_binary(${name} ${description} ${contains})
+endfunction()
+
 # nyx_instruction_set(FLAG sources...): enables an instruction set for these files only.
 function(nyx_instruction_set flag)
   set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS ${flag})
