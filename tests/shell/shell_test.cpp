@@ -233,7 +233,7 @@ TEST_F(Shell, AFrameLeadsToNoOtherFile) {
 }
 
 TEST_F(Shell, TheCurrentFolderHasNoEngine) {
-    std::filesystem::copy(EngineFolder(L"..\\open\\rkdvh.dll"), folder.path);
+    std::filesystem::copy_file(EngineFolder(L"..\\open\\rkdvh.dll"), folder.path / "rkdvh.dll");
     const auto before = std::filesystem::current_path();
     std::filesystem::current_path(folder.path);
     SetEnvironmentVariableW(L"PATH", nullptr);
