@@ -234,12 +234,13 @@ TEST_F(Shell, AFrameLeadsToNoOtherFile) {
 
 TEST_F(Shell, TheCurrentFolderHasNoEngine) {
     std::filesystem::copy_file(EngineFolder(L"..\\open\\rkdvh.dll"), folder.path / "rkdvh.dll");
+    const std::string dv = ReadAll(Material("dv25.dv"));
     const auto before = std::filesystem::current_path();
     std::filesystem::current_path(folder.path);
     SetEnvironmentVariableW(L"PATH", nullptr);
-    EXPECT_EQ(Thumbnail(ReadAll(Material("dv25.dv"))).result, E_FAIL);
+    EXPECT_EQ(Thumbnail(dv).result, E_FAIL);
     SetEnvironmentVariableW(L"PATH", folder.path.c_str());
-    EXPECT_EQ(Thumbnail(ReadAll(Material("dv25.dv"))).result, S_OK);
+    EXPECT_EQ(Thumbnail(dv).result, S_OK);
     std::filesystem::current_path(before);
 }
 
