@@ -56,9 +56,16 @@ Program::Program(const std::wstring& commandLine, const std::filesystem::path& f
     startup.hStdInput = input.get();
     startup.hStdOutput = startup.hStdError = file.get();
     std::wstring line = commandLine, environment = EnvironmentWith(variables);
-    if (!file ||
-        !CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, CREATE_UNICODE_ENVIRONMENT,
-                        environment.data(), folder.c_str(), &startup, &process_)) {
+    bool isStarted = false;
+    for (int i = 0; file && !isStarted && i < 3; ++i) {
+        isStarted =
+            CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, CREATE_UNICODE_ENVIRONMENT,
+                           environment.data(), folder.c_str(), &startup, &process_) != FALSE;
+        if (!isStarted && GetLastError() != ERROR_INTERNAL_ERROR) {
+            break;  // Under load Wine's loader rarely ends with that error before it is ready.
+        }
+    }
+    if (!isStarted) {
         throw std::runtime_error("error " + std::to_string(GetLastError()) + " of starting " +
                                  Narrow(commandLine));
     }
