@@ -12,6 +12,7 @@ open_engines=$2/open
 shift 2
 [ $# -gt 0 ] || set -- info decode play footage encode failures
 
+unset DISPLAY # one of its own: no other test's window takes the player's keys
 start_wine
 cd "$(mktemp -d "$WINEPREFIX/test.XXXXXX")" # goes with the prefix
 

@@ -17,6 +17,7 @@ appears() { # TITLE: its window is $id
     id=$(xdotool search --onlyvisible --name "^$1" 2>/dev/null | head -n 1)
     [ -n "$id" ]
 }
+has_ended() { ! kill -0 $player 2>/dev/null; }
 size_is() { xdotool getwindowgeometry "$id" | grep -q "Geometry: $1"; }
 
 make_q210 natural 720 486 1/600 3 slow
@@ -32,6 +33,8 @@ becomes "full screen" size_is "$(xdotool getdisplaygeometry | tr ' ' x)"
 xdotool key t Escape
 becomes "the window again" size_is 648x486
 xdotool key comma s Escape
+becomes "the player's end" has_ended
+kill $player 2>/dev/null || true
 code=0
 wait $player || code=$?
 holds "the player ends with 0, not $code" test "$code" = 0
